@@ -1,0 +1,43 @@
+// The dynamic loader: objects made by name from shared libraries.
+#pragma once
+
+#include "platform/ORVException.h"
+
+#include <map>
+#include <memory>
+#include <string>
+
+namespace orv {
+
+class KSLObject;
+
+// The ending of a shared library's file name on this platform (".so").
+ORV_API extern const char* const SHLIBEXT;
+
+// What a calculate library makes. The destructor comes first in the table of virtual operations, then calculate.
+class ORV_API CalculateFunction {
+ public:
+  virtual ~CalculateFunction();
+  virtual void calculate(KSLObject* object, const std::string& schedulerType) = 0;
+};
+
+// Loads calculate libraries and makes their functions.
+class ORV_API SharedLibrary {
+ public:
+  static SharedLibrary* instance();
+  static void destroyInstance();
+
+  // A new object of the library's function of that name, owned by the caller; null when the library or the function is
+  // not found.
+  CalculateFunction* getInstance(const std::string& library, const std::string& function);
+  // Why the last getInstance gave null, in words for the user; empty after a success.
+  const std::string& getLastError() const { return m_lastError; }
+
+ private:
+  SharedLibrary();
+  ~SharedLibrary();
+  std::map<std::string, void*> m_handles;
+  std::string m_lastError;
+};
+
+}  // namespace orv

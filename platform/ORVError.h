@@ -1,0 +1,124 @@
+// The error library: errors as records, their formatter, and the one place where they are reported.
+#pragma once
+
+#include "platform/ORVException.h"
+
+#include <cstddef>
+#include <iosfwd>
+#include <string>
+#include <string_view>
+#include <type_traits>
+#include <variant>
+#include <vector>
+
+namespace orv {
+
+// One argument of a message. Text is held by view: arguments live for the whole call of the formatter.
+class FormatArg {
+ public:
+  FormatArg(std::string_view text) : m_value(text) {}
+  FormatArg(const std::string& text) : m_value(std::string_view(text)) {}
+  FormatArg(const char* text) : m_value(std::string_view(text ? text : "(null)")) {}
+  FormatArg(char c) : m_value(c) {}
+  FormatArg(double number) : m_value(number) {}
+  template <class Int, std::enable_if_t<std::is_integral_v<Int>, int> = 0>
+  FormatArg(Int number) : m_value(static_cast<long long>(number))
+  {
+  }
+
+  const std::variant<std::string_view, char, long long, double>& value() const { return m_value; }
+
+ private:
+  std::variant<std::string_view, char, long long, double> m_value;
+};
+
+ORV_API std::string formatMessage(std::string_view format, const FormatArg* args, std::size_t count);
+
+// Formats a message, printf-style: "%s", "%d" (also "%i", "%u", "%ld", …), "%g" ("%f", "%e"), "%c", "%%", with
+// width and precision. Each argument is put in as what it is, so a letter that does not fit its type is harmless;
+// a "%" inside an argument is data. Arguments too many are ignored, a directive without an argument stays as it
+// stands, and so does "$1". Independent of the process locale. No limit on length.
+template <class... Args>
+std::string _(std::string_view format, const Args&... args)
+{
+  if constexpr (sizeof...(Args) == 0) {
+    return formatMessage(format, nullptr, 0);
+  } else {
+    const FormatArg list[] = {FormatArg(args)...};
+    return formatMessage(format, list, sizeof...(Args));
+  }
+}
+
+// An error as it is reported.
+class ORV_API ErrorMsg {
+ public:
+  ErrorMsg() = default;
+  ErrorMsg(std::string className, std::string function, std::string message, int type);
+  explicit ErrorMsg(const Error& error);
+  ErrorMsg(const Error& error, int type);  // the error's texts with another type
+
+  const std::string& getClassName() const { return m_class; }
+  const std::string& getFunction() const { return m_function; }
+  const std::string& getMessage() const { return m_message; }
+  int getType() const { return m_type; }
+
+  bool operator==(const ErrorMsg&) const = default;
+
+ private:
+  std::string m_class;
+  std::string m_function;
+  std::string m_message;
+  int m_type = 0;
+};
+
+// "error[4] Class::function: message", "warning[8] …" for type 8; further lines of the message are indented by two
+// blanks. Without a line end.
+ORV_API std::string toText(const ErrorMsg& error);
+
+// Receives what is reported. Failures of a sink are swallowed by the reporter.
+class ORV_API ErrorSink {
+ public:
+  virtual ~ErrorSink();
+  virtual void report(const ErrorMsg& error) = 0;
+  // Something that is only worth showing in verbose mode.
+  virtual void inform(std::string_view text);
+};
+
+// A sink that keeps what it is given, in order.
+class ORV_API ErrorCollector : public ErrorSink {
+ public:
+  ~ErrorCollector() override;
+  void report(const ErrorMsg& error) override { m_errors.push_back(error); }
+  const std::vector<ErrorMsg>& errors() const { return m_errors; }
+  void clear() { m_errors.clear(); }
+
+ private:
+  std::vector<ErrorMsg> m_errors;
+};
+
+// Where errors end up. Process-wide; not for several threads.
+class ORV_API ErrorProgressReporter {
+ public:
+  static ErrorProgressReporter* instance();  // made on first use
+  static void destroyInstance();
+
+  // Tells the sink, else standard error. Never throws.
+  void reportError(const ErrorMsg& error) noexcept;
+  void reportError(const Error& error) noexcept;
+
+  // Told in verbose mode only.
+  void inform(std::string_view text) noexcept;
+
+  // The sink is not owned and must outlive its registration; null writes to standard error. Returns the one before.
+  ErrorSink* setSink(ErrorSink* sink);
+
+  // Returns the previous setting. Off at start.
+  bool setVerbose(bool verbose);
+  bool isVerbose() const { return m_verbose; }
+
+ private:
+  ErrorSink* m_sink = nullptr;  // not owned
+  bool m_verbose = false;
+};
+
+}  // namespace orv

@@ -1,0 +1,125 @@
+// The exception library: what the product family throws, and the reporting of broken assumptions.
+//
+//   Error ─┬─ Interrupt
+//          ├─ data::error ──── data::invalid, data::notFound, data::duplicate
+//          ├─ internal::error ─ internal::nullPointer, internal::badParam
+//          ├─ ksl::error ───── ksl::invalid, ksl::duplicate, ksl::cyclicRef
+//          └─ file::error
+//   Unwind    (no Error: carries control outward, never a report of its own)
+//
+// An error is data: class, function, message and type are kept apart, the text for people is made once, by
+// whoever shows it. Messages arrive formatted and are never formatted again.
+#pragma once
+
+#include "platform/ORVExport.h"
+
+#include <exception>
+#include <string>
+#include <string_view>
+
+namespace orv {
+
+// Severity of an error as it is reported.
+namespace errorType {
+inline constexpr int system = 1;     // a failure of the machine or its runtime
+inline constexpr int ordinary = 4;   // the user's or caller's to mend
+inline constexpr int warning = 8;    // reported and skipped
+inline constexpr int internal = 32;  // a fault of the program
+}  // namespace errorType
+
+class ORV_API Error : public std::exception {
+ public:
+  Error(std::string className, std::string function, std::string message, int type = errorType::ordinary);
+  Error(const Error&) = default;
+  Error& operator=(const Error&) = default;
+  ~Error() override;
+
+  const std::string& getClassName() const noexcept { return m_class; }
+  const std::string& getFunction() const noexcept { return m_function; }
+  const std::string& getMessage() const noexcept { return m_message; }
+  int getType() const noexcept { return m_type; }
+
+  // The message alone. Lives as long as the exception.
+  const char* what() const noexcept override { return m_message.c_str(); }
+
+ private:
+  std::string m_class;
+  std::string m_function;
+  std::string m_message;
+  int m_type;
+};
+
+// The user asked to stop. Passes through code that swallows the errors of calculations.
+class ORV_API Interrupt : public Error {
+ public:
+  using Error::Error;
+  ~Interrupt() override;
+};
+
+// Marker of exceptions that only carry control outward. Code that swallows errors lets these pass.
+class ORV_API Unwind {
+ public:
+  virtual ~Unwind();
+};
+
+// Declares an exception class with its base's constructors and an out-of-line destructor, so that its type
+// information stands in the library once and a plug-in's throw is caught here.
+#define ORV_EXCEPTION(name, base) \
+  class ORV_API name : public base { \
+   public: \
+    using base::base; \
+    ~name() override; \
+  }
+
+namespace data {  // bad user data
+ORV_EXCEPTION(error, Error);
+ORV_EXCEPTION(invalid, error);
+ORV_EXCEPTION(notFound, error);
+ORV_EXCEPTION(duplicate, error);
+}  // namespace data
+
+namespace internal {  // programming errors and bad arguments
+ORV_EXCEPTION(error, Error);
+ORV_EXCEPTION(nullPointer, error);
+ORV_EXCEPTION(badParam, error);
+}  // namespace internal
+
+namespace file {
+ORV_EXCEPTION(error, Error);
+}
+
+namespace ksl {  // from the text store and from those who read KSL
+class ORV_API error : public Error {
+ public:
+  using Error::Error;
+  // A wide message is kept as UTF-8.
+  error(std::string className, std::string function, const std::wstring& message,
+        int type = errorType::ordinary);
+  ~error() override;
+};
+ORV_EXCEPTION(invalid, error);
+ORV_EXCEPTION(duplicate, error);
+ORV_EXCEPTION(cyclicRef, error);
+}  // namespace ksl
+
+#undef ORV_EXCEPTION
+
+// A broken assumption is told, it never ends the process: hosts keep their users' work.
+// The default handler writes "Assertion failed: <text> (<source>)" to standard error.
+using AssertionHandler = void (*)(std::string_view text, std::string_view source);
+
+// Sets the handler and returns the one before; null restores the default.
+ORV_API AssertionHandler setAssertionHandler(AssertionHandler handler) noexcept;
+
+// Tells the handler; `source` is a fixed word such as "KSLCore/src/Executive". Swallows the handler's failures.
+ORV_API void reportAssertion(std::string_view text, std::string_view source) noexcept;
+
+// True when the condition holds; otherwise reports the text and returns false, so that the caller can go on safely.
+inline bool assertThat(bool condition, std::string_view text, std::string_view source) noexcept
+{
+  if (!condition)
+    reportAssertion(text, source);
+  return condition;
+}
+
+}  // namespace orv

@@ -1,0 +1,266 @@
+// The text store: KSL data as text, addressed by path, and the changes that reading more text makes to it.
+#pragma once
+
+#include "platform/ORVException.h"
+#include "platform/ORVUtilities.h"
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace orv {
+
+// ---------------------------------------------------------------------------------------------------- changes
+
+// One change to KSL data. Texts are shared, so a change costs a few pointers however long its path and values are.
+struct ORV_API KSLChange {
+  enum class Kind : std::uint8_t { createObject, deleteObject, createParam, deleteParam, changeParam };
+
+  Kind kind = Kind::createObject;
+  SharedText path;
+  SharedText name;      // of the parameter; empty for objects
+  SharedText value;     // the new value; of a deleted parameter the one that it had
+  SharedText oldValue;  // of a changed parameter
+
+  static KSLChange createObject(SharedText path);
+  static KSLChange deleteObject(SharedText path);
+  static KSLChange createParam(SharedText path, SharedText name, SharedText value);
+  static KSLChange deleteParam(SharedText path, SharedText name, SharedText value);
+  static KSLChange changeParam(SharedText path, SharedText name, SharedText value, SharedText oldValue);
+
+  // The change that takes this one back.
+  KSLChange inverse() const;
+};
+
+// Adjusts the changes added to a list.
+class ORV_API ChangeListModifierIF {
+ public:
+  virtual ~ChangeListModifierIF();
+  // May rewrite the change; false drops it.
+  virtual bool modify(KSLChange& change) = 0;
+};
+
+// The visitor of a change list.
+class ORV_API KSLChangeProcessor {
+ public:
+  virtual ~KSLChangeProcessor();
+  virtual void newObject(const std::string& path) = 0;
+  virtual void deletedObject(const std::string& path) = 0;
+  virtual void newParam(const std::string& path, const std::string& name, const std::string& value) = 0;
+  virtual void changedParam(const std::string& path, const std::string& name, const std::string& newValue,
+                            const std::string& oldValue) = 0;
+  virtual void deletedParam(const std::string& path, const std::string& name, const std::string& value) = 0;
+  // Called for every change; passes it on to the callback of its kind. Override to keep the shared texts.
+  virtual void visit(const KSLChange& change);
+};
+
+// An ordered list of changes: a small value that knows none of its consumers.
+class ORV_API KSLChangeList {
+ public:
+  enum class Direction { forward = 0, backward = 1 };
+
+  // The modifier is not owned and may be null; it sees every change that is added.
+  explicit KSLChangeList(std::string name = {}, ChangeListModifierIF* modifier = nullptr);
+  KSLChangeList(const KSLChangeList& other);
+  KSLChangeList(KSLChangeList&& other) noexcept;
+  KSLChangeList& operator=(KSLChangeList other) noexcept;
+  ~KSLChangeList();
+
+  void createObject(const std::string& path);
+  void deleteObject(const std::string& path);
+  void createParam(const std::string& path, const std::string& name, const std::string& value);
+  void deleteParam(const std::string& path, const std::string& name, const std::string& value);
+  void changeParam(const std::string& path, const std::string& name, const std::string& newValue,
+                   const std::string& oldValue);
+  void add(KSLChange change);
+
+  const std::string& getName() const { return m_name; }
+  void setModifier(ChangeListModifierIF* modifier) { m_modifier = modifier; }
+  bool empty() const { return m_size == 0; }
+  std::size_t size() const { return m_size; }
+  const KSLChange& operator[](std::size_t index) const;
+  void clear();
+  void swapChanges(KSLChangeList& other) noexcept;  // names and modifiers stay
+  // Forgets the newest changes until `size` are left; nothing when there are no more.
+  void truncate(std::size_t size);
+  // Forgets the oldest `count` changes. Linear in what stays unless all go.
+  void dropFront(std::size_t count);
+
+  // Calls the processor for one change at a time: forward in the order added, backward newest first. The list may be
+  // changed meanwhile: forward visits what is added, and neither touches what has been removed.
+  void process(Direction direction, KSLChangeProcessor* processor) const;
+
+ private:
+  // Chunks of growing size: appending moves nothing, and a short list is small.
+  struct Chunk;
+  KSLChange* slot(std::size_t index) const;
+  std::string m_name;
+  ChangeListModifierIF* m_modifier;  // not owned
+  std::vector<std::unique_ptr<Chunk>> m_chunks;
+  std::size_t m_size = 0;
+};
+
+// Appends each visited change to a list.
+class ORV_API ChangeListCopyProcessor : public KSLChangeProcessor {
+ public:
+  explicit ChangeListCopyProcessor(KSLChangeList& target) : m_target(target) {}
+  void newObject(const std::string& path) override;
+  void deletedObject(const std::string& path) override;
+  void newParam(const std::string& path, const std::string& name, const std::string& value) override;
+  void changedParam(const std::string& path, const std::string& name, const std::string& newValue,
+                    const std::string& oldValue) override;
+  void deletedParam(const std::string& path, const std::string& name, const std::string& value) override;
+  void visit(const KSLChange& change) override;
+
+ private:
+  KSLChangeList& m_target;
+};
+
+// --------------------------------------------------------------------------------------------------- handlers
+
+// Receives the action lines of a text, in text order.
+class ORV_API KSLActionHandler {
+ public:
+  virtual ~KSLActionHandler();
+  // The text after ">", its comment cut and its ends trimmed; this store leaves `args` empty. False stops the load.
+  virtual bool handleAction(const std::string& action, const std::vector<std::string>& args) = 0;
+};
+
+// Told of every object that a text defines in replace mode ("&replace TYPE: name"), after it was replaced.
+class ORV_API KSLReplaceModeHandler {
+ public:
+  virtual ~KSLReplaceModeHandler();
+  virtual void objectReplaced(const std::string& path) = 0;
+};
+
+// -------------------------------------------------------------------------------------------------- text store
+
+class ORV_API KSLAPI {
+ public:
+  // One entry of an object, as its text lists it.
+  class ORV_API ObjectInfo {
+   public:
+    ObjectInfo(std::string name, std::string kind, std::string type, std::string path, std::string value);
+    const std::string& getName() const { return m_name; }
+    const std::string& getKind() const { return m_kind; }  // "Param" or "Object"
+    const std::string& getType() const { return m_type; }  // of an object; empty for a parameter
+    const std::string& getPath() const { return m_path; }  // of a parameter: its object's path, "/", its name
+    const std::string& getValue() const { return m_value; }
+
+   private:
+    std::string m_name;
+    std::string m_kind;
+    std::string m_type;
+    std::string m_path;
+    std::string m_value;
+  };
+
+  KSLAPI();
+  ~KSLAPI();
+  KSLAPI(const KSLAPI&) = delete;
+  KSLAPI& operator=(const KSLAPI&) = delete;
+
+  // -- definition libraries
+
+  // Reads every "*.ksl" file, in name order, of the directories in ORV_KSL_LIBRARY_PATH (separated by ":"), else of the
+  // installed directory when there is one, else nothing.
+  void readLibraries();
+  // Two comma-separated lists of files or directories, read in that order; an empty text is no list.
+  // Both operations: what cannot be read is file::error "Cannot read KSL library '%s': %s." (class "KSLAPI", function
+  // "readNamedLibraries"), an action line ksl::invalid "Action line in KSL library '%s', line %d: '%s'."; then the store
+  // is unchanged.
+  void readNamedLibraries(const std::string& rules, const std::string& others);
+
+  // Sets the store that tells which types are singletons when this one holds no RULES. Not owned.
+  void setKindsFrom(const KSLAPI* store);
+
+  // -- handlers; not owned, null for none
+
+  void registerDefaultActionHandler(KSLActionHandler* handler);
+  void registerReplaceModeHandler(KSLReplaceModeHandler* handler);
+
+  // -- reading and changing
+
+  // Merges object blocks into the data and hands action lines to the handler, each before any later line is merged.
+  // Lines are whole (continuations joined) and may carry comments. Stops, returning normally, when the handler returns
+  // false. A surplus END at top level is ignored; what is open at the end is closed. May be called again from the
+  // handler.
+  // Throws ksl::invalid, class "KSLAPI", function "loadKSLData", type 4: "Syntax error in KSL line: '%s'." and
+  // "Object name '%s' must not contain '%s'."; what was merged before stays until undo.
+  // Cost: linear in the text.
+  void loadKSLData(const std::vector<std::string>& lines);
+
+  // Deletes an object and all below it; one that does not exist is left alone. Linear in what goes.
+  void deleteObj(const std::string& path);
+
+  // -- changes
+
+  // The changes recorded since the list was last cleared. Valid as long as the store; its content moves on.
+  const KSLChangeList* getKSLChangeList() const;
+  void clearKSLChangeList();
+  // Empties the list and returns what it held, without copying.
+  KSLChangeList takeKSLChangeList();
+
+  // -- going back
+
+  // Takes back every change that is not confirmed, newest first, and empties the change list. On a store where nothing
+  // was ever confirmed this empties the store.
+  void undo();
+  // Confirms everything that the store holds.
+  void recordChanges();
+  // A point in the sequence of changes; confirmTo confirms every change made before it.
+  std::uint64_t changeMark() const;
+  void confirmTo(std::uint64_t mark);
+
+  // -- validation; off at start
+
+  void enableValidation(bool on);
+  // Checks the objects of the given changes (of the current change list) against RULES, when validation is on: throws
+  // ksl::invalid, class "KSLAPI", function "validateKSLData", "Object type '%s' is not defined." or
+  // "Parameter '%s' is not defined for object type '%s'.", type 4. Changes nothing.
+  void validateKSLData() const;
+  void validateKSLData(const KSLChangeList& changes) const;
+
+  // -- queries; constant time but for their results
+
+  bool doesPathExist(const std::string& path) const;
+  // The whole data as lines of KSL, in text order, unindented.
+  std::vector<std::string> getExpandedKSL() const;
+  // The entries of the object with this path in text order; none when there is no such object.
+  std::vector<ObjectInfo> getObjectInfo(const std::string& path) const;
+  // The value of the parameter with this path ("/RULES/Categories"), split as a list, quotes taken off; empty when
+  // there is none.
+  std::vector<std::string> getStringList(const std::string& path) const;
+  // The value of a parameter; null when there is none. Valid until the next change.
+  const std::string* findParam(const std::string& path, const std::string& name) const;
+
+ private:
+  friend class KSLAPIUpdateProcessor;
+  class Impl;
+  std::unique_ptr<Impl> m_impl;
+};
+
+// Applies each visited change to a store. It is tolerant: what is there already, or is missing already, is left as it
+// is; missing ancestors are made; a parameter is simply set.
+class ORV_API KSLAPIUpdateProcessor : public KSLChangeProcessor {
+ public:
+  // With `record` the changes made enter the store's change list; without, they do not. They can be taken back (undo)
+  // either way.
+  KSLAPIUpdateProcessor(KSLAPI* store, bool record);
+  void newObject(const std::string& path) override;
+  void deletedObject(const std::string& path) override;
+  void newParam(const std::string& path, const std::string& name, const std::string& value) override;
+  void changedParam(const std::string& path, const std::string& name, const std::string& newValue,
+                    const std::string& oldValue) override;
+  void deletedParam(const std::string& path, const std::string& name, const std::string& value) override;
+  void visit(const KSLChange& change) override;
+
+ private:
+  KSLAPI* m_store;
+  bool m_record;
+};
+
+}  // namespace orv

@@ -1,0 +1,62 @@
+// The system library: files. Failures are file::error with the file's name and the system's reason.
+#pragma once
+
+#include "platform/ORVException.h"
+
+#include <fstream>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace orv {
+
+// A file stream with the product family's name for what it does.
+class ORV_API ORVStream {
+ public:
+  enum class Mode { read, write, append };
+
+  ORVStream();
+  virtual ~ORVStream();
+  ORVStream(const ORVStream&) = delete;
+  ORVStream& operator=(const ORVStream&) = delete;
+
+  // Closes what is open and opens the file. Throws file::error, class "ORVStream", function "open",
+  // "Cannot open file '%s': %s.".
+  virtual void open(const std::string& fileName, Mode mode);
+  bool isOpen() const;
+  const std::string& getFileName() const { return m_fileName; }
+
+  // Throws file::error, function "write", "Cannot write file '%s': %s.".
+  void write(std::string_view text);
+  // Hands everything written to the system. Throws as write does.
+  void flush();
+  // The next line without its end (a CR before it is dropped); false at the end of the file.
+  bool readLine(std::string& line);
+  // All the lines that are left.
+  std::vector<std::string> readLines();
+  // Flushes and closes; throws as write does, and is closed then too. Nothing when not open.
+  void close();
+
+ private:
+  std::fstream m_stream;
+  std::string m_fileName;
+};
+
+namespace ORVFile {
+
+ORV_API bool exists(const std::string& fileName);
+ORV_API bool isDirectory(const std::string& fileName);
+// The whole file. Throws file::error, class "ORVFile", function "readAll", "Cannot read file '%s': %s.".
+ORV_API std::string readAll(const std::string& fileName);
+// The whole file as lines; CR LF reads as LF. Throws as readAll does.
+ORV_API std::vector<std::string> readLines(const std::string& fileName);
+// The files of a directory whose names end so, in name order, with the directory's name before theirs. Throws
+// file::error, function "listFiles".
+ORV_API std::vector<std::string> listFiles(const std::string& directory, std::string_view ending);
+// The last component, and what stands before it ("." when there is nothing). Both slashes separate.
+ORV_API std::string getFilename(std::string_view path);
+ORV_API std::string getDirectory(std::string_view path);
+
+}  // namespace ORVFile
+
+}  // namespace orv

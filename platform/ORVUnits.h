@@ -1,0 +1,89 @@
+// The units library: numbers with units, conversion, and the unit system in force.
+#pragma once
+
+#include "platform/ORVException.h"
+
+#include <array>
+#include <string>
+#include <string_view>
+
+namespace orv {
+
+namespace UnitSystemTypes {
+enum UnitsType { preferred = 0, base = 1, asStored = 2 };
+}
+
+// Exponents of the base units metre, kilogram, second, kelvin, ampere, mole, candela and radian. Exponents may be
+// fractions (a square root halves them).
+class ORV_API UnitDimensions {
+ public:
+  static constexpr std::size_t count = 8;
+  UnitDimensions() = default;  // dimensionless
+  // Throws data::invalid, class "UnitsConverter", function "parse", "Units '%s' are not recognized.".
+  explicit UnitDimensions(std::string_view units);
+
+  // No length, mass, time, temperature, current, amount or light; an angle counts as a number here.
+  bool isDimensionless() const;
+  UnitDimensions operator*(const UnitDimensions& other) const;
+  UnitDimensions operator/(const UnitDimensions& other) const;
+  UnitDimensions power(double exponent) const;
+  bool operator==(const UnitDimensions& other) const;  // up to rounding; an angle counts as a number
+  // The product of base units, "m s^-1"; "" when dimensionless.
+  std::string toUnits() const;
+
+ private:
+  friend class UnitsConverter;
+  std::array<double, count> m_exponents{};
+};
+
+// A number and its units. No units is a pure number.
+class ORV_API Quantity {
+ public:
+  Quantity() = default;
+  explicit Quantity(double value, std::string units = {});
+
+  double getValue() const { return m_value; }
+  const std::string& getUnits() const { return m_units; }
+  bool hasUnits() const { return !m_units.empty(); }
+
+  // The number in the given units. Empty target units, or a quantity without units: the number as it stands.
+  // Throws data::invalid, class "UnitsConverter", function "convertUnits", "Cannot convert units '%s' to '%s'." or
+  // "Units '%s' are not recognized.".
+  double convertTo(const std::string& units) const;
+
+  // "2.5 [m]"; the number alone without units.
+  std::string toString() const;
+
+ private:
+  double m_value = 0;
+  std::string m_units;
+};
+
+// Converts numbers between units. Units are those engineers write: "m s^-1", "kg m^-3", "C" (degrees Celsius), "F",
+// "K", "rev min^-1", "%". What was parsed once is kept.
+class ORV_API UnitsConverter {
+ public:
+  // Puts `value`, in units `from`, into `out` in units `to`. With `difference` the offsets of temperature scales do
+  // not count. Empty units are a pure number. Throws as Quantity::convertTo does; `out` is untouched then.
+  static void convertUnits(const std::string& from, const std::string& to, double value, double& out,
+                           bool difference = false);
+  static bool isValid(std::string_view units);
+  static bool areConvertible(const std::string& from, const std::string& to);
+};
+
+// The unit system in force: which units people want to see. The base class prefers none.
+class ORV_API UnitSystemHandler {
+ public:
+  virtual ~UnitSystemHandler();
+  virtual std::string getPreferredUnitsForQuantity(const std::string& quantity) const;
+  virtual std::string getPreferredUnitsForVariable(const std::string& variable) const;
+  // The preferred units of the same dimension; empty for "keep the given ones". The quantity, when not empty, settles
+  // between quantities of equal dimension.
+  virtual std::string getPreferredUnitsFromUnits(const std::string& units, const std::string& quantity) const;
+
+  // The handler in force; never null. Not owned; null restores the base class's. Returns the one before.
+  static UnitSystemHandler* current();
+  static UnitSystemHandler* setCurrent(UnitSystemHandler* handler);
+};
+
+}  // namespace orv

@@ -1,0 +1,365 @@
+// The utilities library: texts, paths, shared texts, observers, reference counts, time.
+#pragma once
+
+#include "platform/ORVExport.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <ctime>
+#include <functional>
+#include <iosfwd>
+#include <map>
+#include <memory>
+#include <set>
+#include <string>
+#include <string_view>
+#include <type_traits>
+#include <utility>
+#include <vector>
+
+namespace orv {
+
+// ---------------------------------------------------------------------------------------------------- scopes
+
+// Runs an action when the scope is left, by any path; the action's own failures are swallowed.
+template <class Action>
+class [[nodiscard]] ScopeGuard {
+ public:
+  explicit ScopeGuard(Action action) : m_action(std::move(action)) {}
+  ~ScopeGuard()
+  {
+    if (!m_armed)
+      return;
+    try {
+      m_action();
+    } catch (...) {  // a destructor has no one to tell
+    }
+  }
+  ScopeGuard(const ScopeGuard&) = delete;
+  ScopeGuard& operator=(const ScopeGuard&) = delete;
+  void dismiss() { m_armed = false; }
+
+ private:
+  Action m_action;
+  bool m_armed = true;
+};
+
+// ------------------------------------------------------------------------------------------- reference counts
+
+// Base of what refcnt_ptr holds. Not for several threads.
+class ORV_API rcount_base {
+ public:
+  rcount_base() = default;
+  rcount_base(const rcount_base&) {}  // a copy starts with no holders
+  rcount_base& operator=(const rcount_base&) { return *this; }
+  void addRef() const noexcept { ++m_count; }
+  // True when the last holder has gone: the caller then deletes the object.
+  bool release() const noexcept { return --m_count == 0; }
+  std::size_t refCount() const noexcept { return m_count; }
+
+ protected:
+  ~rcount_base() = default;
+
+ private:
+  mutable std::size_t m_count = 0;
+};
+
+// Shares an object that counts its holders; deletes it with the last of them.
+template <class T>
+class refcnt_ptr {
+ public:
+  refcnt_ptr() noexcept = default;
+  refcnt_ptr(std::nullptr_t) noexcept {}
+  explicit refcnt_ptr(T* object) noexcept : m_object(object) { hold(); }
+  refcnt_ptr(const refcnt_ptr& other) noexcept : m_object(other.m_object) { hold(); }
+  refcnt_ptr(refcnt_ptr&& other) noexcept : m_object(std::exchange(other.m_object, nullptr)) {}
+  template <class U, std::enable_if_t<std::is_convertible_v<U*, T*>, int> = 0>
+  refcnt_ptr(const refcnt_ptr<U>& other) noexcept : m_object(other.get())
+  {
+    hold();
+  }
+  refcnt_ptr& operator=(refcnt_ptr other) noexcept
+  {
+    std::swap(m_object, other.m_object);
+    return *this;
+  }
+  ~refcnt_ptr()
+  {
+    if (m_object && m_object->release())
+      delete m_object;
+  }
+
+  T* get() const noexcept { return m_object; }
+  T* operator->() const noexcept { return m_object; }
+  T& operator*() const noexcept { return *m_object; }
+  explicit operator bool() const noexcept { return m_object != nullptr; }
+  bool operator==(const refcnt_ptr& other) const noexcept { return m_object == other.m_object; }
+
+ private:
+  void hold() noexcept
+  {
+    if (m_object)
+      m_object->addRef();
+  }
+  T* m_object = nullptr;
+};
+
+// ------------------------------------------------------------------------------------------------ shared texts
+
+// An immutable text of the size of a pointer, shared by count: paths, names and values stand in the text store, its
+// journal and the undo history without being copied. Empty texts need no memory. Not for several threads.
+class ORV_API SharedText {
+ public:
+  SharedText() noexcept = default;
+  explicit SharedText(std::string_view text);
+  explicit SharedText(std::string&& text);
+  SharedText(const SharedText& other) noexcept : m_rep(other.m_rep)
+  {
+    if (m_rep)
+      ++m_rep->count;
+  }
+  SharedText(SharedText&& other) noexcept : m_rep(std::exchange(other.m_rep, nullptr)) {}
+  SharedText& operator=(SharedText other) noexcept
+  {
+    std::swap(m_rep, other.m_rep);
+    return *this;
+  }
+  ~SharedText()
+  {
+    if (m_rep && --m_rep->count == 0)
+      delete m_rep;
+  }
+
+  // The text; lives as long as any of its holders.
+  const std::string& str() const noexcept { return m_rep ? m_rep->text : emptyText(); }
+  bool empty() const noexcept { return !m_rep; }
+  // True when both hold the very same text object; cheaper than comparing, and equal texts may still differ here.
+  bool same(const SharedText& other) const noexcept { return m_rep == other.m_rep; }
+  bool operator==(const SharedText& other) const noexcept
+  {
+    return m_rep == other.m_rep || (m_rep && other.m_rep && m_rep->text == other.m_rep->text);
+  }
+  bool operator==(std::string_view text) const noexcept { return str() == text; }
+
+ private:
+  struct Rep {
+    std::uint32_t count;
+    std::string text;
+  };
+  static const std::string& emptyText() noexcept;
+  Rep* m_rep = nullptr;  // null is the empty text
+};
+
+// ------------------------------------------------------------------------------------------------------- texts
+
+// White space everywhere here is blank, tab, newline, vertical tab, form feed and carriage return, whatever the
+// process locale says. None of these functions throws but for lack of memory.
+namespace StringUtilities {
+
+ORV_API bool isSpace(char c) noexcept;
+
+// Views into the argument, for callers that keep the text alive; the functions below them return texts of their own.
+ORV_API std::string_view trimmed(std::string_view text) noexcept;
+// The text before a comment. The comment character does not count inside double quotes; a quote that is not closed
+// on the line protects nothing.
+ORV_API std::string_view withoutComment(std::string_view line, char comment = '#') noexcept;
+
+ORV_API std::string removeComment(std::string_view line, char comment = '#');
+ORV_API std::string removeWhitespace(std::string_view text);     // trims both ends
+ORV_API std::string removeAllWhitespace(std::string_view text);  // inside as well
+// Runs of white space become one blank, none at either end.
+ORV_API std::string simplifyWhitespace(std::string_view text);
+// Appends the simplified text to `out`.
+ORV_API void appendSimplified(std::string& out, std::string_view text);
+ORV_API std::string toLower(std::string_view text);  // ASCII letters only
+// Takes double quotes off around a whole text; another text comes back as it is.
+ORV_API std::string_view unquoted(std::string_view text) noexcept;
+
+// Drops doubled and trailing slashes and "." components; keeps a lone "/" and "..". "" stays "".
+ORV_API std::string simplifyPath(std::string_view path);
+
+// Plain split at every separator; empty pieces are kept, nothing is trimmed; an empty text gives an empty list.
+ORV_API std::vector<std::string> stringToVector(std::string_view text, char separator);
+ORV_API std::string vectorToString(const std::vector<std::string>& items, char separator);
+ORV_API std::string vectorToString(const std::vector<std::string>& items, std::string_view separator);
+
+// Splits a list value: at commas outside double quotes, (), [] and {}; items are trimmed, empty ones kept, quotes stay.
+// Empty (or blank) text is the empty list. A bracket or quote that is never closed protects nothing.
+ORV_API std::vector<std::string> splitValue(std::string_view text);
+// Splits at the first "=", both sides trimmed; without one the whole text is the name and the value is empty.
+ORV_API std::pair<std::string, std::string> splitNameValue(std::string_view text);
+// (type, name) of "type:name", split at the first ":", each trimmed, quotes around the name taken off; an empty or
+// missing name is the type (a singleton).
+ORV_API std::pair<std::string, std::string> splitObjectTypeAndName(std::string_view text);
+
+// True, On, Yes and 1 are true; False, Off, No and 0 are not; in any case, ends trimmed. Anything else sets ok to false
+// and gives false.
+ORV_API bool isTrue(std::string_view text, bool& ok) noexcept;
+
+// The shortest text that reads back to the same number.
+ORV_API std::string toString(double value);
+ORV_API std::string toString(long long value);
+
+// Continued lines: a line whose last character is "\" goes on in the next one.
+// removeContinuation joins them; splitStringToSize wraps one line so that joining gives exactly the same value back.
+
+// Joins lines that end in "\" with the ones after them; the reader's rule: a backslash is taken away, and the next
+// line is appended with its white space simplified.
+ORV_API std::vector<std::string> removeContinuation(const std::vector<std::string>& lines);
+// Indents `text` by two blanks a level and wraps it at `width` columns (20 at least) with "\"; breaks stand only at
+// blanks between words outside quotes, so a word longer than a line stays whole. Lines are joined by "\n".
+ORV_API std::string splitStringToSize(std::string_view text, std::size_t level, std::size_t width);
+// Re-indents lines of KSL: two blanks a level of open blocks.
+ORV_API std::vector<std::string> indentKSL(const std::vector<std::string>& lines);
+
+}  // namespace StringUtilities
+
+// ------------------------------------------------------------------------------------------------------- paths
+
+namespace PathUtils {
+
+// An object path in today's form: simplified; a text without a leading "/" whose first component has a ":" gets one;
+// any other text is unchanged but for the simplification.
+ORV_API std::string normalisePathBwdComp(const std::string& path);
+// The same for each item of a comma-separated list; items are joined with ",".
+ORV_API std::string normalisePathsBwdComp(const std::string& paths);
+// Drops every path whose ancestor (or itself, a second time) is in the list too; keeps the order of the rest.
+// O(n log n) in the total length.
+ORV_API std::vector<std::string> filterChildPaths(const std::vector<std::string>& paths);
+// True when `path` is `ancestor` or lies below it.
+ORV_API bool isSameOrBelow(std::string_view path, std::string_view ancestor) noexcept;
+// The path up to its last "/"; empty for a top-level path.
+ORV_API std::string_view parentPath(std::string_view path) noexcept;
+// File names: forward slashes throughout.
+ORV_API std::string toForwardSlashes(std::string_view fileName);
+
+}  // namespace PathUtils
+
+// A parsed object path: components (type, name), outermost first. A component without ":" is a singleton, whose name
+// is its type. Quotes around a name are taken off; blanks inside types and names stand as they are.
+class ORV_API KSLPath {
+ public:
+  struct Component {
+    std::string type;
+    std::string name;
+    bool singleton = true;
+    std::string text() const { return singleton ? type : type + ":" + name; }
+    bool operator==(const Component&) const = default;
+    bool operator<(const Component& other) const;
+  };
+
+  KSLPath() = default;
+  explicit KSLPath(std::string_view path);  // with or without a leading "/"; "" and "/" are the empty path
+
+  bool empty() const { return m_components.empty(); }
+  std::size_t size() const { return m_components.size(); }
+  const Component& operator[](std::size_t index) const { return m_components[index]; }
+
+  // Of the last component; "" and true for the empty path.
+  const std::string& getLastType() const;
+  const std::string& getLastName() const;
+  bool isSingleton() const;
+
+  KSLPath getSubPath(std::size_t count) const;  // the first `count` components (all, when there are fewer)
+  KSLPath getParentPath() const;                // all but the last
+  std::string getFullPath() const;              // "/T:n/S"; "" for the empty path
+
+  // An empty name, or one equal to the type, makes a singleton.
+  void push(std::string_view type, std::string_view name = {});
+  void pop();  // nothing on the empty path
+  void replaceLastName(std::string_view name);
+
+  // Headers of the path's blocks, outermost first, each level indented by `step` more blanks, and the matching END
+  // lines, innermost first: the text of a block goes between them. Each line ends with a newline.
+  std::pair<std::string, std::string> makeKSLPathAndEnd(std::size_t step = 2) const;
+
+  bool operator==(const KSLPath&) const = default;
+  bool operator<(const KSLPath& other) const;  // component by component, so that parents come before children
+
+ private:
+  std::vector<Component> m_components;
+};
+
+// --------------------------------------------------------------------------------------------------- observers
+
+class ObserverSubject;
+
+class ORV_API Observer {
+ public:
+  virtual ~Observer();
+  virtual void update(ObserverSubject* subject, int type) = 0;
+};
+
+// Tells observers of numbered events. Attaching and detaching inside a notification is allowed: an observer attached
+// then hears of the next event, one detached hears no more. Observers are not owned; detach before destroying one.
+class ORV_API ObserverSubject {
+ public:
+  ObserverSubject() = default;
+  ObserverSubject(const ObserverSubject&) = delete;
+  ObserverSubject& operator=(const ObserverSubject&) = delete;
+  virtual ~ObserverSubject();
+  virtual void attach(Observer* observer, const std::set<int>& types);
+  virtual void attach(Observer* observer, int type);
+  virtual void detach(Observer* observer);
+  // Calls the observers of this type in the order attached. What an observer throws passes on, and those after it are
+  // not told.
+  virtual void notify(int type);
+
+ private:
+  struct Entry {
+    Observer* observer;
+    std::set<int> types;
+  };
+  void dropDetached();
+  std::vector<std::unique_ptr<Entry>> m_entries;
+  int m_notifying = 0;
+};
+
+// --------------------------------------------------------------------------------------------------------- time
+
+// A moment, written as local date and time of day: "2026-03-01 14:05:09".
+class ORV_API cTime {
+ public:
+  cTime() : m_time(std::time(nullptr)) {}
+  explicit cTime(std::time_t time) : m_time(time) {}
+  std::string text() const;
+
+ private:
+  std::time_t m_time;
+};
+ORV_API std::ostream& operator<<(std::ostream& out, const cTime& time);
+
+// Measures the scope that it lives in, and tells the listener, when there is one, at its end: name and seconds.
+// Costs one test when there is none.
+class ORV_API OperationTimer {
+ public:
+  using Listener = void (*)(const char* name, double seconds);
+  explicit OperationTimer(const char* name);  // a literal
+  ~OperationTimer();
+  OperationTimer(const OperationTimer&) = delete;
+  OperationTimer& operator=(const OperationTimer&) = delete;
+  static Listener setListener(Listener listener) noexcept;  // returns the one before
+
+ private:
+  const char* m_name;
+  std::int64_t m_start = 0;  // nanoseconds, 0 when nobody listens
+};
+
+// Three values of a kind, such as a point or a direction.
+template <class T>
+struct TripletBase {
+  T x{};
+  T y{};
+  T z{};
+  bool operator==(const TripletBase&) const = default;
+};
+
+}  // namespace orv
+
+template <>
+struct std::hash<orv::SharedText> {
+  std::size_t operator()(const orv::SharedText& text) const noexcept
+  {
+    return std::hash<std::string_view>()(text.str());
+  }
+};
