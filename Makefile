@@ -1,0 +1,78 @@
+# The one-word commands. CMakePresets.json holds the builds behind them.
+JOBS ?= $(shell nproc)
+FUZZ_SECONDS ?= 30
+BENCH_ARGS ?=
+EXAMPLES = $(sort $(wildcard examples/*.ksl))
+CXX_FILES = git ls-files -z '*.h' '*.cpp'
+
+.PHONY: build run test sanitize check layers headers format-check tidy format bench fuzz clean help
+
+build:         ## build the release preset; the host is build/release/bin/ksl
+	@tools/setup.sh run
+	@$(MAKE) --no-print-directory build-release
+
+run:           ## build the host and run it on the examples
+	@tools/setup.sh run
+	@$(MAKE) --no-print-directory build-release TARGETS='--target ksl'
+	build/release/bin/ksl run $(EXAMPLES) --state
+
+test:          ## build the dev preset; run all tests and the checks of tools/
+	@tools/setup.sh test
+	@$(MAKE) --no-print-directory build-dev
+	ctest --preset dev
+
+sanitize:      ## the same tests under the address and undefined behaviour sanitizers
+	@tools/setup.sh test
+	@$(MAKE) --no-print-directory build-asan
+	ctest --preset asan
+
+check: format-check layers headers tidy  ## format, layers, header self-containment, clang-tidy
+
+layers:
+	python3 tools/check_layers.py
+
+headers:
+	python3 tools/check_headers.py
+
+format-check:
+	@tools/setup.sh check
+	$(CXX_FILES) | xargs -0r clang-format --dry-run -Werror
+
+# TIDY_FILES=… looks at these sources only.
+tidy: build/dev/build.ninja
+	@tools/setup.sh check
+	printf '%s\n' $(or $(TIDY_FILES),$(shell git ls-files '*.cpp' ':!fuzz' ':!bench')) | \
+	  xargs -r -P$(JOBS) -n4 clang-tidy --quiet -p build/dev
+
+format:        ## format all tracked C++ files
+	@tools/setup.sh check
+	$(CXX_FILES) | xargs -0r clang-format -i
+
+bench:         ## build and run the benchmarks (BENCH_ARGS=…)
+	@tools/setup.sh bench
+	cmake --preset release >/dev/null
+	cmake --build --preset release -j$(JOBS) --target bench
+	set -e; for b in build/release/bin/bench_*; do echo "$$b"; $$b $(BENCH_ARGS); done
+
+fuzz:          ## build and run each fuzzer for FUZZ_SECONDS (30)
+	@tools/setup.sh fuzz
+	@$(MAKE) --no-print-directory build-fuzz
+	set -e; for f in build/fuzz/bin/fuzz_*; do name=$${f##*/fuzz_}; \
+	  mkdir -p build/fuzz/corpus/$$name; \
+	  $$f -max_total_time=$(FUZZ_SECONDS) -timeout=10 -artifact_prefix=build/fuzz/$$name- \
+	    build/fuzz/corpus/$$name $$(ls -d fuzz/corpus/$$name 2>/dev/null); done
+
+clean:         ## remove everything built
+	rm -rf build
+
+help:          ## this list
+	@sed -nE 's/^([a-z-]+):[^#]*## (.*)/make \1	\2/p' Makefile | expand -t 16
+
+# Configured once; ninja itself sees later changes of CMakeLists.txt and new files.
+build/%/build.ninja: CMakePresets.json
+	cmake --preset $*
+	@touch $@
+
+build-%: build/%/build.ninja
+	cmake --build --preset $* -j$(JOBS) $(TARGETS)
+.PRECIOUS: build/%/build.ninja

@@ -1,0 +1,56 @@
+#!/bin/sh
+# Installs the Debian packages that one kind of work needs: setup.sh run|test|check|bench|fuzz ...
+# Asks dpkg first, so it costs next to nothing when everything is there.
+set -eu
+
+build="g++ make cmake ninja-build libudunits2-dev libcli11-dev"
+packages=
+for group in "${@:-run}"; do
+  case $group in
+    run) packages="$packages $build" ;;
+    test) packages="$packages $build libgtest-dev libgmock-dev librapidcheck-dev python3" ;;
+    check) packages="$packages $build libgtest-dev libgmock-dev librapidcheck-dev python3 git clang-format clang-tidy" ;;
+    bench) packages="$packages $build libbenchmark-dev" ;;
+    fuzz) packages="$packages $build clang libclang-rt-14-dev" ;;
+    *) echo "setup.sh: unknown group '$group' (run, test, check, bench, fuzz)" >&2; exit 2 ;;
+  esac
+done
+
+if ! command -v dpkg-query >/dev/null; then
+  echo "setup.sh: no dpkg here; make sure these are installed:$packages" >&2
+  exit 0
+fi
+
+# dpkg-query names only what it knows, hence the comparison with what was asked for.
+missing() {
+  installed=" $(dpkg-query -W -f='${db:Status-Status}=${Package} ' $packages 2>/dev/null || true)"
+  for package in $packages; do
+    case $installed in
+      *" installed=$package "*) ;;
+      *) printf '%s ' "$package" ;;
+    esac
+  done
+}
+
+wanted=$(missing)
+[ -n "$wanted" ] || exit 0
+echo "setup.sh: installing: $wanted"
+as_root=
+if [ "$(id -u)" != 0 ]; then
+  if ! command -v sudo >/dev/null; then
+    echo "setup.sh: neither root nor sudo; install these first: $wanted" >&2
+    exit 1
+  fi
+  as_root=sudo
+fi
+export DEBIAN_FRONTEND=noninteractive
+if ! { $as_root apt-get update -q </dev/null &&
+       $as_root apt-get install -q -y --no-install-recommends $wanted </dev/null; }; then
+  echo "setup.sh: could not install: $(missing)" >&2
+  exit 1
+fi
+wanted=$(missing)
+if [ -n "$wanted" ]; then
+  echo "setup.sh: still missing: $wanted" >&2
+  exit 1
+fi
