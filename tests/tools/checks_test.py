@@ -1,0 +1,119 @@
+"""The checks of tools/ must see the faults they are there for, and accept what is right."""
+
+import os
+import pathlib
+import subprocess
+import sys
+import tempfile
+import unittest
+
+TOOLS = pathlib.Path(__file__).resolve().parents[2] / "tools"
+sys.path.insert(0, str(TOOLS))
+import check_layers  # noqa: E402
+
+
+class Tree(unittest.TestCase):
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        self.root = folder.name
+
+    def write(self, path, text):
+        file = pathlib.Path(self.root, path)
+        file.parent.mkdir(parents=True, exist_ok=True)
+        file.write_text(text, encoding="utf-8")
+
+
+class LayersTest(Tree):
+    DB = "KSLCore/src/database/Db.cpp"
+    # name, includer, the include, what is said about it ("" when it is right)
+    CASES = [
+        ("own layer", DB, '"database/Db.h"', ""),
+        ("lower layer", DB, '"platform/ORVError.h"', ""),
+        ("system header", DB, "<vector>", ""),
+        ("upper layer", DB, '"rules/Rules.h"', 'layer database may not include rules ("rules/Rules.h")'),
+        ("upper layer that is not there", DB, '"command/New.h"',
+         'layer database may not include command ("command/New.h")'),
+        ("platform sees nothing above", "platform/ORVError.h", '"database/Db.h"',
+         'layer platform may not include database ("database/Db.h")'),
+        ("by a relative path", DB, '"../../include/rules/Rules.h"',
+         'layer database may not include rules ("../../include/rules/Rules.h")'),
+        ("in brackets", DB, "<rules/Rules.h>", 'our own "rules/Rules.h" is included with quotes'),
+        ("blanks in the directive", DB, '  "rules/Rules.h"  // why not',
+         'layer database may not include rules ("rules/Rules.h")'),
+        ("actions see command", "KSLCore/src/actions/A.cpp", '"command/C.h"', ""),
+        ("actions and services apart", "KSLCore/src/actions/A.cpp", '"services/S.h"',
+         'layer actions may not include services ("services/S.h")'),
+        ("services and actions apart", "KSLCore/include/services/S.h", '"actions/A.h"',
+         'layer services may not include actions ("actions/A.h")'),
+        ("host sees all", "host/main.cpp", '"services/S.h"', ""),
+        ("host sees its own", "host/main.cpp", '"Options.h"', ""),
+        ("host sees no internals", "host/main.cpp", '"database/Inner.h"', '"database/Inner.h" is private to KSLCore'),
+        ("core sees its internals", DB, '"Inner.h"', ""),
+        ("plug-in sees rules", "plugins/demo/d.cpp", '"rules/Rules.h"', ""),
+        ("plug-in sees no command", "plugins/demo/d.cpp", '"command/C.h"',
+         'layer plugins may not include command ("command/C.h")'),
+        ("plug-in sees no other plug-in", "plugins/demo/d.cpp", '"plugins/other/o.h"',
+         '"plugins/other/o.h" is private to plugins/other'),
+        ("tests are no layer", DB, '"tests/support/Fixture.h"',
+         '"tests/support/Fixture.h" belongs to no layer; headers of the system go in <>'),
+        ("file in no layer", "KSLCore/src/stray.cpp", "<vector>", None),
+    ]
+    PRESENT = ["KSLCore/include/database/Db.h", "KSLCore/include/rules/Rules.h", "KSLCore/include/command/C.h",
+               "KSLCore/include/actions/A.h", "KSLCore/include/services/S.h", "KSLCore/src/database/Inner.h",
+               "platform/ORVError.h", "host/Options.h", "plugins/other/o.h", "tests/support/Fixture.h"]
+
+    def test_each_include(self):
+        for name, includer, include, said in self.CASES:
+            with self.subTest(name):
+                self.setUp()
+                for path in self.PRESENT:
+                    self.write(path, "#pragma once\n")
+                self.write(includer, f"#pragma once\n# include {include}\n")
+                expected = [f"{includer}:2: {said}"] if said else []
+                if said is None:
+                    expected = [f"{includer}:1: the file is in no layer's folder"]
+                self.assertEqual(check_layers.check(self.root, {}), expected)
+
+    def test_exceptions_excuse_one_include_and_must_be_used(self):
+        self.write(self.DB, '#include "rules/Rules.h"\n#include "rules/Other.h"\n')
+        excused, stale = (self.DB, "rules/Rules.h"), ("host/gone.cpp", "database/Inner.h")
+        self.assertEqual(check_layers.check(self.root, {excused: "why", stale: "why"}), [
+            f'{self.DB}:2: layer database may not include rules ("rules/Other.h")',
+            'tools/check_layers.py:1: the exception host/gone.cpp -> "database/Inner.h" is not used; remove it',
+        ])
+
+    def test_program_fails_on_a_fault(self):
+        self.write(self.DB, '#include "rules/Rules.h"\n')
+        result = subprocess.run([sys.executable, TOOLS / "check_layers.py", "--root", self.root],
+                                capture_output=True, text=True)
+        self.assertEqual((result.returncode, result.stderr),
+                         (1, f'{self.DB}:1: layer database may not include rules ("rules/Rules.h")\n'))
+
+
+class HeadersTest(Tree):
+    def run_check(self):
+        return subprocess.run([sys.executable, TOOLS / "check_headers.py", "--root", self.root],
+                              capture_output=True, text=True)
+
+    def test_faults_are_found_and_named(self):
+        self.write("platform/ORVGood.h", '#pragma once\n#include "database/Fine.h"\n')
+        self.write("KSLCore/include/database/Fine.h", "#pragma once\nstruct Fine {};\n")
+        result = self.run_check()
+        self.assertEqual((result.returncode, result.stderr), (0, ""))
+
+        self.write("platform/ORVLeans.h", "#pragma once\nstd::string text();\n")
+        self.write("KSLCore/include/rules/Bare.h", "struct Bare;\n")
+        result = self.run_check()
+        heads = [line for line in result.stderr.splitlines() if ".h:1: " in line]
+        self.assertEqual((result.returncode, heads), (1, [
+            "KSLCore/include/rules/Bare.h:1: has no #pragma once",
+            "platform/ORVLeans.h:1: does not compile on its own",
+        ]))
+
+    def test_an_empty_tree_is_no_success(self):
+        self.assertEqual(self.run_check().returncode, 1)
+
+
+if __name__ == "__main__":
+    unittest.main()

@@ -1,0 +1,59 @@
+#!/usr/bin/env python3
+"""Checks that every public header compiles on its own and may be included twice.
+
+Headers can be named as arguments; without any, all of platform/ and KSLCore/include/ are checked.
+"""
+
+import argparse
+import concurrent.futures
+import glob
+import os
+import re
+import subprocess
+import sys
+
+FLAGS = ["-std=c++20", "-fsyntax-only", "-Wall", "-Wextra", "-Wpedantic", "-Wshadow", "-Wnon-virtual-dtor", "-Werror"]
+PREFIXES = ("KSLCore/include/", "")
+
+
+def public_headers(root):
+    found = glob.glob("platform/*.h", root_dir=root)
+    found += glob.glob("KSLCore/include/**/*.h", root_dir=root, recursive=True)
+    return sorted(found)
+
+
+def include_name(header):
+    return next(header[len(prefix):] for prefix in PREFIXES if header.startswith(prefix))
+
+
+def check(root, compiler, header):
+    """What is wrong with one header; empty when nothing is."""
+    with open(os.path.join(root, header), encoding="utf-8") as file:
+        if not re.search(r"^#pragma once$", file.read(), re.MULTILINE):
+            return f"{header}:1: has no #pragma once\n"
+    line = f'#include "{include_name(header)}"\n'
+    command = [compiler, *FLAGS, "-I.", "-IKSLCore/include", "-x", "c++", "-"]
+    result = subprocess.run(command, cwd=root, input=line + line, capture_output=True, text=True)
+    return "" if result.returncode == 0 else f"{header}:1: does not compile on its own\n{result.stderr}"
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
+    parser.add_argument("--root", default=os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
+    parser.add_argument("--compiler", default=os.environ.get("CXX", "g++"))
+    parser.add_argument("--jobs", type=int, default=2)
+    parser.add_argument("headers", nargs="*", help="relative to the root")
+    arguments = parser.parse_args()
+    headers = arguments.headers or public_headers(arguments.root)
+    if not headers:
+        print("check_headers.py: found no public header; is --root right?", file=sys.stderr)
+        return 1
+    with concurrent.futures.ThreadPoolExecutor(arguments.jobs) as pool:
+        faults = [f for f in pool.map(lambda h: check(arguments.root, arguments.compiler, h), headers) if f]
+    sys.stderr.write("".join(faults))
+    print(f"{len(headers)} headers, {len(faults)} at fault")
+    return 1 if faults else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
