@@ -38,11 +38,12 @@ format-check:
 	@tools/setup.sh check
 	$(CXX_FILES) | xargs -0r clang-format --dry-run -Werror
 
-# TIDY_FILES=… looks at these sources only.
-tidy: build/dev/build.ninja
+# TIDY_FILES=… looks at these sources only. (GCC's warning names mean nothing to clang-tidy.)
+tidy:
 	@tools/setup.sh check
-	printf '%s\n' $(or $(TIDY_FILES),$(shell git ls-files '*.cpp' ':!fuzz' ':!bench')) | \
-	  xargs -r -P$(JOBS) -n4 clang-tidy --quiet -p build/dev
+	@$(MAKE) --no-print-directory build/dev/build.ninja
+	@printf '%s\n' $(or $(TIDY_FILES),$(shell git ls-files '*.cpp' ':!fuzz' ':!bench')) | \
+	  xargs -rt -P$(JOBS) -n1 clang-tidy --quiet -p build/dev --extra-arg=-Wno-unknown-warning-option
 
 format:        ## format all tracked C++ files
 	@tools/setup.sh check
