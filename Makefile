@@ -1,4 +1,6 @@
 # The one-word commands. CMakePresets.json holds the builds behind them.
+SHELL = bash
+.SHELLFLAGS = -e -o pipefail -c
 JOBS ?= $(shell nproc)
 FUZZ_SECONDS ?= 30
 BENCH_ARGS ?=
@@ -42,7 +44,7 @@ format-check:
 tidy:
 	@tools/setup.sh check
 	@$(MAKE) --no-print-directory build/dev/build.ninja
-	@printf '%s\n' $(or $(TIDY_FILES),$(shell git ls-files '*.cpp' ':!fuzz' ':!bench')) | \
+	@$(if $(TIDY_FILES),printf '%s\n' $(TIDY_FILES),git ls-files '*.cpp' ':!fuzz' ':!bench') | \
 	  xargs -rt -P$(JOBS) -n1 clang-tidy --quiet -p build/dev --extra-arg=-Wno-unknown-warning-option
 
 format:        ## format all tracked C++ files
@@ -53,12 +55,12 @@ bench:         ## build and run the benchmarks (BENCH_ARGS=…)
 	@tools/setup.sh bench
 	cmake --preset release >/dev/null
 	cmake --build --preset release -j$(JOBS) --target bench
-	set -e; for b in build/release/bin/bench_*; do echo "$$b"; $$b $(BENCH_ARGS); done
+	for b in build/release/bin/bench_*; do echo "$$b"; $$b $(BENCH_ARGS); done
 
 fuzz:          ## build and run each fuzzer for FUZZ_SECONDS (30)
 	@tools/setup.sh fuzz
 	@$(MAKE) --no-print-directory build-fuzz
-	set -e; for f in build/fuzz/bin/fuzz_*; do name=$${f##*/fuzz_}; \
+	for f in build/fuzz/bin/fuzz_*; do name=$${f##*/fuzz_}; \
 	  mkdir -p build/fuzz/corpus/$$name; \
 	  $$f -max_total_time=$(FUZZ_SECONDS) -timeout=10 -artifact_prefix=build/fuzz/$$name- \
 	    build/fuzz/corpus/$$name $$(ls -d fuzz/corpus/$$name 2>/dev/null); done

@@ -28,40 +28,48 @@ class LayersTest(Tree):
     DB = "KSLCore/src/database/Db.cpp"
     # name, includer, the include, what is said about it ("" when it is right)
     CASES = [
-        ("own layer", DB, '"database/Db.h"', ""),
-        ("lower layer", DB, '"platform/ORVError.h"', ""),
         ("system header", DB, "<vector>", ""),
-        ("upper layer", DB, '"rules/Rules.h"', 'layer database may not include rules ("rules/Rules.h")'),
-        ("upper layer that is not there", DB, '"command/New.h"',
-         'layer database may not include command ("command/New.h")'),
-        ("platform sees nothing above", "platform/ORVError.h", '"database/Db.h"',
-         'layer platform may not include database ("database/Db.h")'),
         ("by a relative path", DB, '"../../include/rules/Rules.h"',
          'layer database may not include rules ("../../include/rules/Rules.h")'),
         ("in brackets", DB, "<rules/Rules.h>", 'our own "rules/Rules.h" is included with quotes'),
         ("blanks in the directive", DB, '  "rules/Rules.h"  // why not',
          'layer database may not include rules ("rules/Rules.h")'),
-        ("actions see command", "KSLCore/src/actions/A.cpp", '"command/C.h"', ""),
-        ("actions and services apart", "KSLCore/src/actions/A.cpp", '"services/S.h"',
-         'layer actions may not include services ("services/S.h")'),
-        ("services and actions apart", "KSLCore/include/services/S.h", '"actions/A.h"',
-         'layer services may not include actions ("actions/A.h")'),
-        ("host sees all", "host/main.cpp", '"services/S.h"', ""),
         ("host sees its own", "host/main.cpp", '"Options.h"', ""),
         ("host sees no internals", "host/main.cpp", '"database/Inner.h"', '"database/Inner.h" is private to KSLCore'),
         ("core sees its internals", DB, '"Inner.h"', ""),
-        ("plug-in sees rules", "plugins/demo/d.cpp", '"rules/Rules.h"', ""),
-        ("plug-in sees no command", "plugins/demo/d.cpp", '"command/C.h"',
-         'layer plugins may not include command ("command/C.h")'),
         ("plug-in sees no other plug-in", "plugins/demo/d.cpp", '"plugins/other/o.h"',
          '"plugins/other/o.h" is private to plugins/other'),
         ("tests are no layer", DB, '"tests/support/Fixture.h"',
          '"tests/support/Fixture.h" belongs to no layer; headers of the system go in <>'),
         ("file in no layer", "KSLCore/src/stray.cpp", "<vector>", None),
     ]
-    PRESENT = ["KSLCore/include/database/Db.h", "KSLCore/include/rules/Rules.h", "KSLCore/include/command/C.h",
-               "KSLCore/include/actions/A.h", "KSLCore/include/services/S.h", "KSLCore/src/database/Inner.h",
-               "platform/ORVError.h", "host/Options.h", "plugins/other/o.h", "tests/support/Fixture.h"]
+    PRESENT = ["KSLCore/include/rules/Rules.h", "KSLCore/src/database/Inner.h", "host/Options.h",
+               "plugins/other/o.h", "tests/support/Fixture.h"]
+
+    # Rows include columns; + is right.
+    WHO_SEES_WHOM = """
+                  platform database rules command actions services
+        platform      +       -       -      -       -       -
+        database      +       +       -      -       -       -
+        rules         +       +       +      -       -       -
+        command       +       +       +      +       -       -
+        actions       +       +       +      +       +       -
+        services      +       +       +      +       -       +
+        host          +       +       +      +       +       +
+        plugins       +       +       +      -       -       -
+    """
+    FILE = {"platform": "platform/ORVError.h", "host": "host/main.cpp", "plugins": "plugins/demo/d.cpp"}
+
+    def test_who_sees_whom(self):
+        layers, *rows = [line.split() for line in self.WHO_SEES_WHOM.strip().splitlines()]
+        includes = "".join(f'#include "{layer}/Some.h"\n' for layer in layers)
+        expected = []
+        for layer, *signs in rows:
+            path = self.FILE.get(layer, f"KSLCore/src/{layer}/S.cpp")
+            self.write(path, includes)
+            expected += [f'{path}:{line}: layer {layer} may not include {seen} ("{seen}/Some.h")'
+                         for line, (seen, sign) in enumerate(zip(layers, signs), 1) if sign == "-"]
+        self.assertEqual(sorted(check_layers.check(self.root, {})), sorted(expected))
 
     def test_each_include(self):
         for name, includer, include, said in self.CASES:
