@@ -36,10 +36,10 @@ SOURCE = (".h", ".hpp", ".cpp", ".inc")
 
 def layer_of(path):
     """The layer of a path relative to the root, or None outside the layered folders."""
-    parts = path.split("/")
-    if parts[0] == "KSLCore":
-        return parts[2] if len(parts) > 3 and parts[1] in ("include", "src") and parts[2] in CORE else None
-    return parts[0] if parts[0] in ("platform", "host", "plugins") else None
+    names = path.split("/")
+    if names[0] == "KSLCore":
+        return names[2] if len(names) > 3 and names[1] in ("include", "src") and names[2] in CORE else None
+    return names[0] if names[0] in ("platform", "host", "plugins") else None
 
 
 def private_to(path):
@@ -47,8 +47,8 @@ def private_to(path):
     for tree in ("platform", "KSLCore"):
         if path.startswith(tree + "/src/"):
             return tree
-    parts = path.split("/")
-    return "/".join(parts[:2]) if parts[0] == "plugins" else None
+    names = path.split("/")
+    return "/".join(names[:2]) if names[0] == "plugins" else None
 
 
 def sources(root):
