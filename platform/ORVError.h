@@ -22,22 +22,24 @@ class FormatArg {
   FormatArg(char c) : m_value(c) {}
   FormatArg(double number) : m_value(number) {}
   template <class Int, std::enable_if_t<std::is_integral_v<Int>, int> = 0>
-  FormatArg(Int number) : m_value(static_cast<long long>(number))
-  {
-  }
+  FormatArg(Int number) : m_value(static_cast<Widest<Int>>(number))
+  {}
 
-  const std::variant<std::string_view, char, long long, double>& value() const { return m_value; }
+  using Value = std::variant<std::string_view, char, long long, unsigned long long, double>;
+  const Value& value() const { return m_value; }
 
  private:
-  std::variant<std::string_view, char, long long, double> m_value;
+  template <class Int>
+  using Widest = std::conditional_t<std::is_unsigned_v<Int>, unsigned long long, long long>;
+  Value m_value;
 };
 
 ORV_API std::string formatMessage(std::string_view format, const FormatArg* args, std::size_t count);
 
-// Formats a message, printf-style: "%s", "%d" (also "%i", "%u", "%ld", …), "%g" ("%f", "%e"), "%c", "%%", with
-// width and precision. Each argument is put in as what it is, so a letter that does not fit its type is harmless;
-// a "%" inside an argument is data. Arguments too many are ignored, a directive without an argument stays as it
-// stands, and so does "$1". Independent of the process locale. No limit on length.
+// Formats a message, printf-style: "%s", "%d" (also "%i", "%u", "%ld", …), "%g" ("%f", "%e"), "%c", "%%",
+// with width and precision. Each argument is put in as what it is, so a letter that does not fit its type is
+// harmless; a "%" inside an argument is data. Arguments too many are ignored, a directive without an argument
+// stays as it stands, and so does "$1". Independent of the process locale. No limit on length.
 template <class... Args>
 std::string _(std::string_view format, const Args&... args)
 {
@@ -71,8 +73,8 @@ class ORV_API ErrorMsg {
   int m_type = 0;
 };
 
-// "error[4] Class::function: message", "warning[8] …" for type 8; further lines of the message are indented by two
-// blanks. Without a line end.
+// "error[4] Class::function: message", "warning[8] …" for type 8; further lines of the message are indented
+// by two blanks. Without a line end, also when the message has one.
 ORV_API std::string toText(const ErrorMsg& error);
 
 // Receives what is reported. Failures of a sink are swallowed by the reporter.
@@ -109,7 +111,8 @@ class ORV_API ErrorProgressReporter {
   // Told in verbose mode only.
   void inform(std::string_view text) noexcept;
 
-  // The sink is not owned and must outlive its registration; null writes to standard error. Returns the one before.
+  // The sink is not owned and must outlive its registration; null writes to standard error. Returns the one
+  // before.
   ErrorSink* setSink(ErrorSink* sink);
 
   // Returns the previous setting. Off at start.

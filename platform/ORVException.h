@@ -39,6 +39,10 @@ class ORV_API Error : public std::exception {
   const std::string& getMessage() const noexcept { return m_message; }
   int getType() const noexcept { return m_type; }
 
+  // The system's text for an error number; without one, for the last failed call (errno).
+  static std::string getSystemError();
+  static std::string getSystemError(int number);
+
   // The message alone. Lives as long as the exception.
   const char* what() const noexcept override { return m_message.c_str(); }
 
@@ -64,11 +68,11 @@ class ORV_API Unwind {
 
 // Declares an exception class with its base's constructors and an out-of-line destructor, so that its type
 // information stands in the library once and a plug-in's throw is caught here.
-#define ORV_EXCEPTION(name, base) \
+#define ORV_EXCEPTION(name, base)    \
   class ORV_API name : public base { \
-   public: \
-    using base::base; \
-    ~name() override; \
+   public:                           \
+    using base::base;                \
+    ~name() override;                \
   }
 
 namespace data {  // bad user data
@@ -111,10 +115,12 @@ using AssertionHandler = void (*)(std::string_view text, std::string_view source
 // Sets the handler and returns the one before; null restores the default.
 ORV_API AssertionHandler setAssertionHandler(AssertionHandler handler) noexcept;
 
-// Tells the handler; `source` is a fixed word such as "KSLCore/src/Executive". Swallows the handler's failures.
+// Tells the handler; `source` is a fixed word such as "KSLCore/src/Executive". Swallows the handler's
+// failures.
 ORV_API void reportAssertion(std::string_view text, std::string_view source) noexcept;
 
-// True when the condition holds; otherwise reports the text and returns false, so that the caller can go on safely.
+// True when the condition holds; otherwise reports the text and returns false, so that the caller can go on
+// safely.
 inline bool assertThat(bool condition, std::string_view text, std::string_view source) noexcept
 {
   if (!condition)
