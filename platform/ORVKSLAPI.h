@@ -15,7 +15,8 @@ namespace orv {
 
 // ---------------------------------------------------------------------------------------------------- changes
 
-// One change to KSL data. Texts are shared, so a change costs a few pointers however long its path and values are.
+// One change to KSL data. Texts are shared, so a change costs a few pointers however long its path and values
+// are.
 struct ORV_API KSLChange {
   enum class Kind : std::uint8_t { createObject, deleteObject, createParam, deleteParam, changeParam };
 
@@ -89,17 +90,17 @@ class ORV_API KSLChangeList {
   // Forgets the oldest `count` changes. Linear in what stays unless all go.
   void dropFront(std::size_t count);
 
-  // Calls the processor for one change at a time: forward in the order added, backward newest first. The list may be
-  // changed meanwhile: forward visits what is added, and neither touches what has been removed.
+  // Calls the processor for one change at a time: forward in the order added, backward newest first. The list
+  // may be changed meanwhile: forward visits what is added, and neither touches what has been removed.
   void process(Direction direction, KSLChangeProcessor* processor) const;
 
  private:
   // Chunks of growing size: appending moves nothing, and a short list is small.
-  struct Chunk;
+  using Chunk = std::unique_ptr<KSLChange[]>;
   KSLChange* slot(std::size_t index) const;
   std::string m_name;
   ChangeListModifierIF* m_modifier;  // not owned
-  std::vector<std::unique_ptr<Chunk>> m_chunks;
+  std::vector<Chunk> m_chunks;
   std::size_t m_size = 0;
 };
 
@@ -125,7 +126,8 @@ class ORV_API ChangeListCopyProcessor : public KSLChangeProcessor {
 class ORV_API KSLActionHandler {
  public:
   virtual ~KSLActionHandler();
-  // The text after ">", its comment cut and its ends trimmed; this store leaves `args` empty. False stops the load.
+  // The text after ">", its comment cut and its ends trimmed; this store leaves `args` empty. False stops the
+  // load.
   virtual bool handleAction(const std::string& action, const std::vector<std::string>& args) = 0;
 };
 
@@ -165,13 +167,14 @@ class ORV_API KSLAPI {
 
   // -- definition libraries
 
-  // Reads every "*.ksl" file, in name order, of the directories in ORV_KSL_LIBRARY_PATH (separated by ":"), else of the
-  // installed directory when there is one, else nothing.
+  // Reads every "*.ksl" file, in name order, of the directories in ORV_KSL_LIBRARY_PATH (separated by ":"),
+  // else of the installed directory when there is one, else nothing.
   void readLibraries();
   // Two comma-separated lists of files or directories, read in that order; an empty text is no list.
-  // Both operations: what cannot be read is file::error "Cannot read KSL library '%s': %s." (class "KSLAPI", function
-  // "readNamedLibraries"), an action line ksl::invalid "Action line in KSL library '%s', line %d: '%s'."; then the store
-  // is unchanged.
+  // Both operations: what cannot be read is file::error "Cannot read KSL library '%s': %s." (class "KSLAPI",
+  // function "readNamedLibraries"), an action line ksl::invalid "Action line in KSL library '%s', line %d:
+  // '%s'.", a block that is left open "Not enough END statements in KSL library '%s'."; a fault of
+  // loadKSLData is told with the file's name behind its text. The store is unchanged then.
   void readNamedLibraries(const std::string& rules, const std::string& others);
 
   // Sets the store that tells which types are singletons when this one holds no RULES. Not owned.
@@ -184,13 +187,12 @@ class ORV_API KSLAPI {
 
   // -- reading and changing
 
-  // Merges object blocks into the data and hands action lines to the handler, each before any later line is merged.
-  // Lines are whole (continuations joined) and may carry comments. Stops, returning normally, when the handler returns
-  // false. A surplus END at top level is ignored; what is open at the end is closed. May be called again from the
-  // handler.
-  // Throws ksl::invalid, class "KSLAPI", function "loadKSLData", type 4: "Syntax error in KSL line: '%s'." and
-  // "Object name '%s' must not contain '%s'."; what was merged before stays until undo.
-  // Cost: linear in the text.
+  // Merges object blocks into the data and hands action lines to the handler, each before any later line is
+  // merged. Lines are whole (continuations joined) and may carry comments. Stops, returning normally, when
+  // the handler returns false. A surplus END at top level is ignored; what is open at the end is closed. May
+  // be called again from the handler. Throws ksl::invalid, class "KSLAPI", function "loadKSLData", type 4:
+  // "Syntax error in KSL line: '%s'." and "Object name '%s' must not contain '%s'."; what was merged before
+  // stays until undo. Cost: linear in the text.
   void loadKSLData(const std::vector<std::string>& lines);
 
   // Deletes an object and all below it; one that does not exist is left alone. Linear in what goes.
@@ -206,8 +208,8 @@ class ORV_API KSLAPI {
 
   // -- going back
 
-  // Takes back every change that is not confirmed, newest first, and empties the change list. On a store where nothing
-  // was ever confirmed this empties the store.
+  // Takes back every change that is not confirmed, newest first, and empties the change list. On a store
+  // where nothing was ever confirmed this empties the store.
   void undo();
   // Confirms everything that the store holds.
   void recordChanges();
@@ -218,9 +220,9 @@ class ORV_API KSLAPI {
   // -- validation; off at start
 
   void enableValidation(bool on);
-  // Checks the objects of the given changes (of the current change list) against RULES, when validation is on: throws
-  // ksl::invalid, class "KSLAPI", function "validateKSLData", "Object type '%s' is not defined." or
-  // "Parameter '%s' is not defined for object type '%s'.", type 4. Changes nothing.
+  // Checks the objects of the given changes (of the current change list) against RULES, when validation is
+  // on: throws ksl::invalid, class "KSLAPI", function "validateKSLData", "Object type '%s' is not defined."
+  // or "Parameter '%s' is not defined for object type '%s'.", type 4. Changes nothing.
   void validateKSLData() const;
   void validateKSLData(const KSLChangeList& changes) const;
 
@@ -231,24 +233,25 @@ class ORV_API KSLAPI {
   std::vector<std::string> getExpandedKSL() const;
   // The entries of the object with this path in text order; none when there is no such object.
   std::vector<ObjectInfo> getObjectInfo(const std::string& path) const;
-  // The value of the parameter with this path ("/RULES/Categories"), split as a list, quotes taken off; empty when
-  // there is none.
+  // The value of the parameter with this path ("/RULES/Categories"), split as a list, quotes taken off; empty
+  // when there is none.
   std::vector<std::string> getStringList(const std::string& path) const;
   // The value of a parameter; null when there is none. Valid until the next change.
   const std::string* findParam(const std::string& path, const std::string& name) const;
 
+  class Impl;  // the store's own business
+
  private:
   friend class KSLAPIUpdateProcessor;
-  class Impl;
   std::unique_ptr<Impl> m_impl;
 };
 
-// Applies each visited change to a store. It is tolerant: what is there already, or is missing already, is left as it
-// is; missing ancestors are made; a parameter is simply set.
+// Applies each visited change to a store. It is tolerant: what is there already, or is missing already, is
+// left as it is; missing ancestors are made; a parameter is simply set.
 class ORV_API KSLAPIUpdateProcessor : public KSLChangeProcessor {
  public:
-  // With `record` the changes made enter the store's change list; without, they do not. They can be taken back (undo)
-  // either way.
+  // With `record` the changes made enter the store's change list; without, they do not. They can be taken
+  // back (undo) either way.
   KSLAPIUpdateProcessor(KSLAPI* store, bool record);
   void newObject(const std::string& path) override;
   void deletedObject(const std::string& path) override;

@@ -113,6 +113,7 @@ class ORV_API SharedText {
   SharedText() noexcept = default;
   explicit SharedText(std::string_view text);
   explicit SharedText(std::string&& text);
+  explicit SharedText(const char* text);  // null is the empty text
   SharedText(const SharedText& other) noexcept : m_rep(other.m_rep)
   {
     if (m_rep)
@@ -135,6 +136,8 @@ class ORV_API SharedText {
   bool empty() const noexcept { return !m_rep; }
   // True when both hold the very same text object; cheaper than comparing, and equal texts may still differ here.
   bool same(const SharedText& other) const noexcept { return m_rep == other.m_rep; }
+  // Identity of the text object, for tables of texts that are known to be shared; null for the empty text.
+  const void* id() const noexcept { return m_rep; }
   bool operator==(const SharedText& other) const noexcept
   {
     return m_rep == other.m_rep || (m_rep && other.m_rep && m_rep->text == other.m_rep->text);
@@ -156,7 +159,10 @@ class ORV_API SharedText {
 // process locale says. None of these functions throws but for lack of memory.
 namespace StringUtilities {
 
-ORV_API bool isSpace(char c) noexcept;
+inline bool isSpace(char c) noexcept
+{
+  return c == ' ' || (c >= '\t' && c <= '\r');
+}
 
 // Views into the argument, for callers that keep the text alive; the functions below them return texts of their own.
 ORV_API std::string_view trimmed(std::string_view text) noexcept;
@@ -172,7 +178,7 @@ ORV_API std::string simplifyWhitespace(std::string_view text);
 // Appends the simplified text to `out`.
 ORV_API void appendSimplified(std::string& out, std::string_view text);
 ORV_API std::string toLower(std::string_view text);  // ASCII letters only
-// Takes double quotes off around a whole text; another text comes back as it is.
+// Takes double quotes off around a whole text; another text, also one with quotes inside, comes back as it is.
 ORV_API std::string_view unquoted(std::string_view text) noexcept;
 
 // Drops doubled and trailing slashes and "." components; keeps a lone "/" and "..". "" stays "".
@@ -199,6 +205,12 @@ ORV_API bool isTrue(std::string_view text, bool& ok) noexcept;
 // The shortest text that reads back to the same number.
 ORV_API std::string toString(double value);
 ORV_API std::string toString(long long value);
+ORV_API std::string toString(unsigned long long value);
+template <class Int, std::enable_if_t<std::is_integral_v<Int>, int> = 0>
+std::string toString(Int value)
+{
+  return toString(static_cast<std::conditional_t<std::is_unsigned_v<Int>, unsigned long long, long long>>(value));
+}
 
 // Continued lines: a line whose last character is "\" goes on in the next one.
 // removeContinuation joins them; splitStringToSize wraps one line so that joining gives exactly the same value back.
@@ -221,12 +233,12 @@ namespace PathUtils {
 // An object path in today's form: simplified; a text without a leading "/" whose first component has a ":" gets one;
 // any other text is unchanged but for the simplification.
 ORV_API std::string normalisePathBwdComp(const std::string& path);
-// The same for each item of a comma-separated list; items are joined with ",".
+// The same for each item of a comma-separated list, its ends trimmed; items are joined with ",", empty ones kept.
 ORV_API std::string normalisePathsBwdComp(const std::string& paths);
 // Drops every path whose ancestor (or itself, a second time) is in the list too; keeps the order of the rest.
 // O(n log n) in the total length.
 ORV_API std::vector<std::string> filterChildPaths(const std::vector<std::string>& paths);
-// True when `path` is `ancestor` or lies below it.
+// True when `path` is `ancestor` or lies below it. "" and "/" are the root, above everything.
 ORV_API bool isSameOrBelow(std::string_view path, std::string_view ancestor) noexcept;
 // The path up to its last "/"; empty for a top-level path.
 ORV_API std::string_view parentPath(std::string_view path) noexcept;
@@ -290,8 +302,9 @@ class ORV_API Observer {
   virtual void update(ObserverSubject* subject, int type) = 0;
 };
 
-// Tells observers of numbered events. Attaching and detaching inside a notification is allowed: an observer attached
-// then hears of the next event, one detached hears no more. Observers are not owned; detach before destroying one.
+// Tells observers of numbered events. Attaching again adds types; a null observer is ignored. Attaching and detaching
+// inside a notification is allowed: an observer attached then hears of the next event, one detached hears no more.
+// Observers are not owned; detach before destroying one, or destroy the subject first.
 class ORV_API ObserverSubject {
  public:
   ObserverSubject() = default;

@@ -1,0 +1,309 @@
+#include "platform/ORVError.h"
+#include "platform/ORVUtilities.h"
+#include "StoreImpl.h"
+#include "StoreLoader.h"
+
+namespace orv {
+
+using store::Node;
+using Record = KSLAPI::Impl::Record;
+
+// ----------------------------------------------------------------------------------------------------- handlers
+
+KSLActionHandler::~KSLActionHandler() = default;
+KSLReplaceModeHandler::~KSLReplaceModeHandler() = default;
+
+KSLAPI::ObjectInfo::ObjectInfo(std::string name, std::string kind, std::string type, std::string path,
+                               std::string value)
+    : m_name(std::move(name)),
+      m_kind(std::move(kind)),
+      m_type(std::move(type)),
+      m_path(std::move(path)),
+      m_value(std::move(value))
+{}
+
+KSLAPI::KSLAPI() : m_impl(std::make_unique<Impl>()) {}
+KSLAPI::~KSLAPI() = default;
+
+void KSLAPI::setKindsFrom(const KSLAPI* store)
+{
+  m_impl->rules.setFallback(store ? &store->m_impl->rules : nullptr);
+}
+
+void KSLAPI::registerDefaultActionHandler(KSLActionHandler* handler)
+{
+  m_impl->actionHandler = handler;
+}
+
+void KSLAPI::registerReplaceModeHandler(KSLReplaceModeHandler* handler)
+{
+  m_impl->replaceHandler = handler;
+}
+
+// ------------------------------------------------------------------------------------------ reading and changing
+
+void KSLAPI::Impl::load(const std::vector<std::string>& lines, KSLActionHandler* handler)
+{
+  store::Loader loader(*this, handler);
+  for (const std::string& line : lines) {
+    if (!loader.readLine(line))
+      return;
+  }
+}
+
+void KSLAPI::loadKSLData(const std::vector<std::string>& lines)
+{
+  m_impl->load(lines, m_impl->actionHandler);
+}
+
+void KSLAPI::deleteObj(const std::string& path)
+{
+  const std::string simple = StringUtilities::simplifyPath(path);
+  Node* node = simple == "/" ? nullptr : m_impl->tree.find(std::string_view(simple));
+  if (node && node != m_impl->tree.root())
+    m_impl->removeNode(node, Record::yes);
+}
+
+// ------------------------------------------------------------------------------------------------------ changes
+
+const KSLChangeList* KSLAPI::getKSLChangeList() const
+{
+  return &m_impl->changes;
+}
+
+void KSLAPI::clearKSLChangeList()
+{
+  m_impl->changes.clear();
+}
+
+KSLChangeList KSLAPI::takeKSLChangeList()
+{
+  KSLChangeList taken(m_impl->changes.getName());
+  taken.swapChanges(m_impl->changes);
+  return taken;
+}
+
+void KSLAPI::undo()
+{
+  m_impl->undoTo(0);
+  m_impl->changes.clear();
+}
+
+void KSLAPI::recordChanges()
+{
+  m_impl->confirmTo(m_impl->mark());
+}
+
+std::uint64_t KSLAPI::changeMark() const
+{
+  return m_impl->mark();
+}
+
+void KSLAPI::confirmTo(std::uint64_t mark)
+{
+  m_impl->confirmTo(mark);
+}
+
+// --------------------------------------------------------------------------------------------------- validation
+
+void KSLAPI::enableValidation(bool on)
+{
+  m_impl->validating = on;
+}
+
+void KSLAPI::validateKSLData() const
+{
+  validateKSLData(m_impl->changes);
+}
+
+void KSLAPI::validateKSLData(const KSLChangeList& changes) const
+{
+  if (!m_impl->validating)
+    return;
+  const store::Rules& rules = m_impl->rules;
+  for (std::size_t i = 0; i < changes.size(); ++i) {
+    const KSLChange& change = changes[i];
+    if (change.kind == KSLChange::Kind::deleteObject || change.kind == KSLChange::Kind::deleteParam)
+      continue;
+    const std::string_view type = store::typeOf(store::lastComponent(change.path.str()));
+    if (rules.kindOf(type) == store::Kind::unknown)
+      throw ksl::invalid("KSLAPI", "validateKSLData", _("Object type '%s' is not defined.", type));
+    if (change.kind == KSLChange::Kind::createObject || rules.listsParam(type, change.name.str()))
+      continue;
+    throw ksl::invalid("KSLAPI", "validateKSLData",
+                       _("Parameter '%s' is not defined for object type '%s'.", change.name.str(), type));
+  }
+}
+
+// ------------------------------------------------------------------------------------------------------ queries
+
+namespace {
+
+// Calls param(Param) and child(Node) for a node's entries in text order, until child returns false.
+class Entries {
+ public:
+  explicit Entries(const Node* node) : m_node(node), m_child(node->firstChild) {}
+  // The next entry: one of the two is set; both are null at the end.
+  struct Entry {
+    const store::Param* param;
+    const Node* child;
+  };
+  Entry next()
+  {
+    const bool hasParam = m_param < m_node->params.size();
+    if (hasParam && (!m_child || m_node->params[m_param].place < m_child->place))
+      return {&m_node->params[m_param++], nullptr};
+    if (!m_child)
+      return {nullptr, nullptr};
+    const Node* child = m_child;
+    m_child = child->next;
+    return {nullptr, child};
+  }
+
+ private:
+  const Node* m_node;
+  const Node* m_child;
+  std::size_t m_param = 0;
+};
+
+std::string headerOf(const Node* node)
+{
+  const std::string_view component = store::lastComponent(node->path.str());
+  const std::string_view type = store::typeOf(component);
+  std::string header(type);
+  header += ':';
+  if (type.size() < component.size())
+    header.append(" ").append(store::nameOf(component));
+  return header;
+}
+
+}  // namespace
+
+bool KSLAPI::doesPathExist(const std::string& path) const
+{
+  const std::string simple = StringUtilities::simplifyPath(path);
+  return simple == "/" || m_impl->tree.find(std::string_view(simple)) != nullptr;
+}
+
+std::vector<std::string> KSLAPI::getExpandedKSL() const
+{
+  std::vector<std::string> lines;
+  std::vector<Entries> open{Entries(m_impl->tree.root())};
+  while (true) {
+    const Entries::Entry entry = open.back().next();
+    if (entry.param) {
+      lines.push_back(entry.param->name.str() + " = " + entry.param->value.str());
+    } else if (entry.child) {
+      lines.push_back(headerOf(entry.child));
+      open.emplace_back(entry.child);
+    } else {
+      open.pop_back();
+      if (open.empty())
+        return lines;
+      lines.emplace_back("END");
+    }
+  }
+}
+
+std::vector<KSLAPI::ObjectInfo> KSLAPI::getObjectInfo(const std::string& path) const
+{
+  std::vector<ObjectInfo> infos;
+  const std::string simple = StringUtilities::simplifyPath(path);
+  const Node* node = simple == "/" ? m_impl->tree.root() : m_impl->tree.find(std::string_view(simple));
+  if (!node)
+    return infos;
+  Entries entries(node);
+  for (Entries::Entry entry = entries.next(); entry.param || entry.child; entry = entries.next()) {
+    if (entry.param) {
+      const std::string& name = entry.param->name.str();
+      infos.emplace_back(name, "Param", "", node->path.str() + "/" + name, entry.param->value.str());
+      continue;
+    }
+    const std::string_view component = store::lastComponent(entry.child->path.str());
+    infos.emplace_back(std::string(store::nameOf(component)), "Object", std::string(store::typeOf(component)),
+                       entry.child->path.str(), "");
+  }
+  return infos;
+}
+
+std::vector<std::string> KSLAPI::getStringList(const std::string& path) const
+{
+  const std::size_t slash = path.rfind('/');
+  if (slash == std::string::npos)
+    return {};
+  const std::string* value = findParam(path.substr(0, slash), path.substr(slash + 1));
+  if (!value)
+    return {};
+  std::vector<std::string> items = StringUtilities::splitValue(*value);
+  for (std::string& item : items)
+    item = std::string(StringUtilities::unquoted(item));
+  return items;
+}
+
+const std::string* KSLAPI::findParam(const std::string& path, const std::string& name) const
+{
+  Node* node = m_impl->tree.find(std::string_view(path));
+  const SharedText interned = m_impl->tree.findInterned(name);
+  if (!node || interned.empty())
+    return nullptr;
+  const store::Param* param = m_impl->tree.findParam(node, interned);
+  return param ? &param->value.str() : nullptr;
+}
+
+// ------------------------------------------------------------------------------------------------------ replay
+
+KSLAPIUpdateProcessor::KSLAPIUpdateProcessor(KSLAPI* store, bool record) : m_store(store), m_record(record) {}
+
+void KSLAPIUpdateProcessor::visit(const KSLChange& change)
+{
+  KSLAPI::Impl& store = *m_store->m_impl;
+  const Record record = m_record ? Record::yes : Record::no;
+  switch (change.kind) {
+    case KSLChange::Kind::createObject:
+      store.ensureNode(change.path, record);
+      return;
+    case KSLChange::Kind::deleteObject:
+      if (Node* node = store.tree.find(change.path); node && node != store.tree.root())
+        store.removeNode(node, record);
+      return;
+    case KSLChange::Kind::createParam:
+    case KSLChange::Kind::changeParam:
+      store.setParam(store.ensureNode(change.path, record), change.name, change.value, record);
+      return;
+    case KSLChange::Kind::deleteParam:
+      if (Node* node = store.tree.find(change.path))
+        store.unsetParam(node, change.name, record);
+      return;
+  }
+}
+
+void KSLAPIUpdateProcessor::newObject(const std::string& path)
+{
+  visit(KSLChange::createObject(SharedText(path)));
+}
+
+void KSLAPIUpdateProcessor::deletedObject(const std::string& path)
+{
+  visit(KSLChange::deleteObject(SharedText(path)));
+}
+
+void KSLAPIUpdateProcessor::newParam(const std::string& path, const std::string& name,
+                                     const std::string& value)
+{
+  visit(KSLChange::createParam(SharedText(path), SharedText(name), SharedText(value)));
+}
+
+void KSLAPIUpdateProcessor::changedParam(const std::string& path, const std::string& name,
+                                         const std::string& newValue, const std::string& oldValue)
+{
+  visit(
+      KSLChange::changeParam(SharedText(path), SharedText(name), SharedText(newValue), SharedText(oldValue)));
+}
+
+void KSLAPIUpdateProcessor::deletedParam(const std::string& path, const std::string& name,
+                                         const std::string& value)
+{
+  visit(KSLChange::deleteParam(SharedText(path), SharedText(name), SharedText(value)));
+}
+
+}  // namespace orv

@@ -1,0 +1,78 @@
+// What a text store is made of: the tree, the changes to it, and what is known of the RULES that it holds.
+//
+// The journal (the store's memory for going back) and the change list (what callers are told) are two things:
+//
+//            change ──► journal ──► undo, undoTo          entries leave by confirm, undo
+//                  └──► change list (only when recorded)  entries leave by clear, take, undo
+//
+// Invariants, held between any two calls:
+//  1. Taking back the journal's changes, newest first, gives the tree as it was when the last of them was
+//  confirmed.
+//  2. Confirmed changes are never taken back; clearing the change list confirms nothing.
+//  3. A change enters the journal before it is made. Taking back a change that was never made is harmless, so
+//  a failure
+//     between the two (of an allocation) leaves nothing behind.
+//
+//   [clean] ──make*──► [pending] ──confirmTo / recordChanges──► [clean]
+//                          └──────undo / undoTo──────────────► [clean]
+#pragma once
+
+#include "platform/ORVKSLAPI.h"
+#include "StoreRules.h"
+#include "StoreTree.h"
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace orv {
+
+class KSLAPI::Impl {
+ public:
+  using Node = store::Node;
+
+  // -- changing the tree; what is there already, or missing already, is left alone
+
+  enum class Record { no, yes };
+
+  // The node with this path, made (and reported) with its ancestors when missing.
+  Node* ensureNode(const SharedText& path, Record record);
+  // A child that does not exist yet.
+  Node* makeNode(Node* parent, SharedText path, Record record);
+  void setParam(Node* node, const SharedText& name, SharedText value, Record record);
+  void unsetParam(Node* node, const SharedText& name, Record record);
+  void removeNode(Node* node, Record record);
+
+  // -- going back
+
+  void undoTo(std::uint64_t mark);
+  std::uint64_t mark() const { return m_confirmed + m_journal.size(); }
+  void confirmTo(std::uint64_t mark);
+
+  // -- reading text
+
+  void load(const std::vector<std::string>& lines, KSLActionHandler* handler);
+  void readLibraryFiles(const std::vector<std::string>& files);
+
+  store::Tree tree;
+  store::Rules rules{tree};
+  KSLChangeList changes{"KSL changes"};
+  KSLActionHandler* actionHandler = nullptr;        // not owned
+  KSLReplaceModeHandler* replaceHandler = nullptr;  // not owned
+  bool validating = false;
+
+ private:
+  void note(const KSLChange& change) { m_journal.add(change); }
+  void tell(KSLChange change, Record record)
+  {
+    if (record == Record::yes)
+      changes.add(std::move(change));
+  }
+  void revert(const KSLChange& change);
+  static void listDeletion(const Node* node, KSLChangeList& out);
+
+  KSLChangeList m_journal{"KSL journal"};
+  std::uint64_t m_confirmed = 0;  // number of changes confirmed so far
+};
+
+}  // namespace orv

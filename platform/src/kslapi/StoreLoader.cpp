@@ -1,0 +1,140 @@
+#include "StoreLoader.h"
+
+#include "platform/ORVError.h"
+#include "platform/ORVKSLParseUtilities.h"
+
+namespace orv::store {
+
+namespace {
+
+using StringUtilities::trimmed;
+using StringUtilities::unquoted;
+
+constexpr std::string_view replaceWord = "&replace";
+
+[[noreturn]] void syntaxError(const std::string& line)
+{
+  throw ksl::invalid("KSLAPI", "loadKSLData", _("Syntax error in KSL line: '%s'.", line));
+}
+
+void refuse(std::string_view name, char character)
+{
+  throw ksl::invalid("KSLAPI", "loadKSLData",
+                     _("Object name '%s' must not contain '%s'.", name, std::string_view(&character, 1)));
+}
+
+// A "/" would split the path, and a "," the list of paths in an action line; RULES are never addressed by
+// one.
+void checkName(std::string_view text, bool inRules)
+{
+  if (text.find('/') != std::string_view::npos)
+    refuse(text, '/');
+  if (!inRules && text.find(',') != std::string_view::npos)
+    refuse(text, ',');
+}
+
+bool takeReplaceWord(std::string_view& statement)
+{
+  if (statement.substr(0, replaceWord.size()) != replaceWord || statement.size() == replaceWord.size()
+      || !StringUtilities::isSpace(statement[replaceWord.size()]))
+    return false;
+  statement = trimmed(statement.substr(replaceWord.size()));
+  return true;
+}
+
+}  // namespace
+
+bool Loader::readLine(const std::string& line)
+{
+  const std::string_view statement = trimmed(StringUtilities::withoutComment(line));
+  switch (MiniKSLParser::determineLineType(statement)) {
+    case MiniKSLParser::emptyLine:
+      return true;
+    case MiniKSLParser::actionLine:
+      return runAction(statement);
+    case MiniKSLParser::objectLine:
+      readHeader(line, statement);
+      return true;
+    case MiniKSLParser::parameterLine:
+      readParam(line, statement);
+      return true;
+    case MiniKSLParser::endLine:
+      endBlock();
+      return true;
+    default:
+      syntaxError(line);
+  }
+}
+
+void Loader::readHeader(const std::string& line, std::string_view statement)
+{
+  const bool replace = takeReplaceWord(statement);
+  const std::size_t colon = statement.find(':');
+  const std::string_view type = unquoted(trimmed(statement.substr(0, colon)));
+  const std::string_view name = unquoted(trimmed(statement.substr(colon + 1)));
+  if (type.empty())
+    syntaxError(line);
+  const bool inRules = m_open.empty() ? type == "RULES" : isRulesPath(m_open.front().path.str());
+  checkName(type, inRules);
+  checkName(name, inRules);
+  openBlock(type, name, replace);
+}
+
+void Loader::openBlock(std::string_view type, std::string_view name, bool replace)
+{
+  Node* parent = openNode();
+  m_path = parent->path.str();
+  m_path += '/';
+  m_store.rules.appendComponent(m_path, type, name);
+  Node* node = m_store.tree.find(std::string_view(m_path));
+  if (node && replace) {
+    m_store.removeNode(node, KSLAPI::Impl::Record::yes);
+    node = nullptr;
+  }
+  if (!node)
+    node = m_store.makeNode(parent, SharedText(std::string_view(m_path)), KSLAPI::Impl::Record::yes);
+  m_open.push_back({node->path, node, replace});
+}
+
+void Loader::readParam(const std::string& line, std::string_view statement)
+{
+  const std::size_t equals = statement.find('=');
+  const std::string_view name = unquoted(trimmed(statement.substr(0, equals)));
+  if (name.empty() || m_open.empty())
+    syntaxError(line);
+  m_store.setParam(openNode(), m_store.tree.intern(name), SharedText(trimmed(statement.substr(equals + 1))),
+                   KSLAPI::Impl::Record::yes);
+}
+
+void Loader::endBlock()
+{
+  if (m_open.empty())
+    return;  // a surplus END is the line counter's to judge
+  const Block block = std::move(m_open.back());
+  m_open.pop_back();
+  if (block.replace && m_store.replaceHandler)
+    m_store.replaceHandler->objectReplaced(block.path.str());
+}
+
+bool Loader::runAction(std::string_view statement)
+{
+  if (!m_handler)
+    return true;
+  const std::string action(trimmed(statement.substr(1)));
+  const bool good = m_handler->handleAction(action, {});
+  for (Block& block : m_open)
+    block.node = nullptr;
+  return good;
+}
+
+Node* Loader::openNode()
+{
+  if (m_open.empty())
+    return m_store.tree.root();
+  Block& block = m_open.back();
+  if (!block.node)
+    block.node = m_store.ensureNode(block.path, KSLAPI::Impl::Record::yes);
+  return block.node;
+}
+
+}  // namespace orv::store

@@ -1,0 +1,58 @@
+// Reads lines of KSL into a store.
+//
+//   line      = [ statement ] [ "#" comment ]
+//   statement = action | header | "END" | parameter
+//   action    = ">" text
+//   header    = [ "&replace" ] type ":" [ name ]        a ":" and no "="
+//   parameter = name "=" [ value ]                      split at the first "="
+//
+// For example:
+//   CUT: Mid span            # makes /CUT:Mid span, or goes on with it
+//     Offset = 2 [mm]
+//     LABEL: a               # nested: /CUT:Mid span/LABEL:a
+//     END
+//   END
+//   > delete /CUT:Mid span
+//
+// An action may delete or replace what is open here: after each action the open blocks are found again by
+// path, and the rest of a block makes its object anew when it has gone.
+#pragma once
+
+#include "StoreImpl.h"
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace orv::store {
+
+class Loader {
+ public:
+  Loader(KSLAPI::Impl& store, KSLActionHandler* handler) : m_store(store), m_handler(handler) {}
+
+  // False when an action failed: the rest is not to be read.
+  bool readLine(const std::string& line);
+  // Blocks still open.
+  std::size_t depth() const { return m_open.size(); }
+
+ private:
+  struct Block {
+    SharedText path;
+    Node* node;  // null when it may have gone
+    bool replace;
+  };
+
+  void readHeader(const std::string& line, std::string_view statement);
+  void readParam(const std::string& line, std::string_view statement);
+  void endBlock();
+  bool runAction(std::string_view statement);
+  Node* openNode();
+  void openBlock(std::string_view type, std::string_view name, bool replace);
+
+  KSLAPI::Impl& m_store;
+  KSLActionHandler* m_handler;
+  std::vector<Block> m_open;
+  std::string m_path;  // reused
+};
+
+}  // namespace orv::store

@@ -1,0 +1,248 @@
+#include "StoreTree.h"
+
+#include <algorithm>
+
+namespace orv::store {
+
+namespace {
+
+constexpr std::size_t smallNode = 24;  // up to so many parameters are searched one by one
+constexpr std::size_t firstIndexSize = 64;
+constexpr std::size_t usualLimit = 64;  // a sibling's number of parameters is a good guess up to here
+
+std::size_t hashOf(std::string_view path)
+{
+  return std::hash<std::string_view>()(path);
+}
+
+}  // namespace
+
+std::string_view lastComponent(std::string_view path)
+{
+  return path.substr(path.rfind('/') + 1);
+}
+
+std::string_view typeOf(std::string_view component)
+{
+  return component.substr(0, component.find(':'));
+}
+
+std::string_view nameOf(std::string_view component)
+{
+  const std::size_t colon = component.find(':');
+  return colon == std::string_view::npos ? component : component.substr(colon + 1);
+}
+
+Tree::Tree() : m_slots(firstIndexSize) {}
+
+Tree::~Tree()
+{
+  destroyBelow(&m_root);
+}
+
+// -------------------------------------------------------------------------------------------------------- nodes
+
+Node* Tree::find(std::string_view path) const
+{
+  if (path.empty())
+    return const_cast<Node*>(&m_root);
+  const std::size_t hash = hashOf(path);
+  const std::size_t mask = m_slots.size() - 1;
+  for (std::size_t at = hash & mask; m_slots[at].node; at = (at + 1) & mask) {
+    if (m_slots[at].hash == hash && m_slots[at].node->path.str() == path)
+      return m_slots[at].node;
+  }
+  return nullptr;
+}
+
+Node* Tree::find(const SharedText& path) const
+{
+  if (m_lastNode && m_lastPath.same(path))
+    return m_lastNode;
+  Node* node = find(std::string_view(path.str()));
+  if (node && node != &m_root) {
+    m_lastPath = path;
+    m_lastNode = node;
+  }
+  return node;
+}
+
+Node* Tree::create(Node* parent, SharedText path)
+{
+  if ((m_size + 1) * 3 > m_slots.size() * 2)
+    growIndex();
+  auto node = std::make_unique<Node>();
+  node->path = std::move(path);
+  node->parent = parent;
+  link(node.get());
+  insertIndex(node.get());
+  ++m_size;
+  return node.release();
+}
+
+void Tree::remove(Node* node) noexcept
+{
+  destroyBelow(node);
+  if (node == &m_root)
+    return;
+  unlink(node);
+  eraseIndex(node);
+  delete node;
+}
+
+void Tree::destroyBelow(Node* node) noexcept
+{
+  m_lastNode = nullptr;
+  m_lastPath = SharedText();
+  Node* at = node;
+  while (true) {
+    if (at->firstChild) {
+      at = at->firstChild;
+      continue;
+    }
+    if (at == node)
+      break;
+    Node* parent = at->parent;
+    parent->firstChild = at->next;
+    eraseIndex(at);
+    delete at;
+    at = parent;
+  }
+  node->lastChild = nullptr;
+}
+
+void Tree::link(Node* node) noexcept
+{
+  Node* parent = node->parent;
+  node->place = parent->nextPlace++;
+  node->previous = parent->lastChild;
+  (parent->lastChild ? parent->lastChild->next : parent->firstChild) = node;
+  parent->lastChild = node;
+}
+
+void Tree::unlink(Node* node) noexcept
+{
+  Node* parent = node->parent;
+  (node->previous ? node->previous->next : parent->firstChild) = node->next;
+  (node->next ? node->next->previous : parent->lastChild) = node->previous;
+}
+
+// -------------------------------------------------------------------------------------------------------- index
+
+void Tree::growIndex()
+{
+  std::vector<Slot> old(m_slots.size() * 2);
+  old.swap(m_slots);
+  const std::size_t mask = m_slots.size() - 1;
+  for (const Slot& slot : old) {
+    if (!slot.node)
+      continue;
+    std::size_t at = slot.hash & mask;
+    while (m_slots[at].node)
+      at = (at + 1) & mask;
+    m_slots[at] = slot;
+  }
+}
+
+void Tree::insertIndex(Node* node) noexcept
+{
+  const std::size_t hash = hashOf(node->path.str());
+  const std::size_t mask = m_slots.size() - 1;
+  std::size_t at = hash & mask;
+  while (m_slots[at].node)
+    at = (at + 1) & mask;
+  m_slots[at] = {hash, node};
+}
+
+// Closes the gap by moving later entries of the run back, so that a search never meets a hole that was an
+// entry.
+void Tree::eraseIndex(const Node* node) noexcept
+{
+  const std::size_t mask = m_slots.size() - 1;
+  std::size_t gap = hashOf(node->path.str()) & mask;
+  while (m_slots[gap].node != node)
+    gap = (gap + 1) & mask;
+  for (std::size_t at = (gap + 1) & mask; m_slots[at].node; at = (at + 1) & mask) {
+    const std::size_t home = m_slots[at].hash & mask;
+    if (((at - home) & mask) < ((at - gap) & mask))
+      continue;
+    m_slots[gap] = m_slots[at];
+    gap = at;
+  }
+  m_slots[gap] = Slot();
+  --m_size;
+}
+
+// --------------------------------------------------------------------------------------------------- parameters
+
+Param* Tree::findParam(Node* node, const SharedText& name) const
+{
+  if (node->paramIndex) {
+    const auto found = node->paramIndex->find(name.id());
+    return found == node->paramIndex->end() ? nullptr : &node->params[found->second];
+  }
+  for (Param& param : node->params) {
+    if (param.name.same(name))
+      return &param;
+  }
+  return nullptr;
+}
+
+void Tree::appendParam(Node* node, SharedText name, SharedText value)
+{
+  std::vector<Param>& params = node->params;
+  if (params.capacity() == 0 && node->previous)  // siblings are alike
+    params.reserve(std::min(node->previous->params.size(), usualLimit));
+  const void* id = name.id();
+  if (node->paramIndex)
+    node->paramIndex->emplace(id, static_cast<std::uint32_t>(params.size()));
+  try {
+    params.push_back({std::move(name), std::move(value), node->nextPlace});
+  } catch (...) {
+    if (node->paramIndex)
+      node->paramIndex->erase(id);
+    throw;
+  }
+  ++node->nextPlace;
+  if (node->paramIndex || params.size() <= smallNode)
+    return;
+  auto index = std::make_unique<std::unordered_map<const void*, std::uint32_t>>();
+  for (std::size_t i = 0; i < params.size(); ++i)
+    index->emplace(params[i].name.id(), static_cast<std::uint32_t>(i));
+  node->paramIndex = std::move(index);
+}
+
+void Tree::removeParam(Node* node, const SharedText& name) noexcept
+{
+  Param* param = findParam(node, name);
+  if (!param)
+    return;
+  std::vector<Param>& params = node->params;
+  const std::size_t index = static_cast<std::size_t>(param - params.data());
+  if (node->paramIndex) {
+    node->paramIndex->erase(name.id());
+    for (std::size_t i = index + 1; i < params.size(); ++i)
+      --(*node->paramIndex)[params[i].name.id()];
+  }
+  params.erase(params.begin() + static_cast<std::ptrdiff_t>(index));
+}
+
+SharedText Tree::intern(std::string_view text)
+{
+  const auto found = m_names.find(text);
+  return found != m_names.end() ? *found : *m_names.emplace(text).first;
+}
+
+SharedText Tree::intern(const SharedText& text)
+{
+  const auto found = m_names.find(text);
+  return found != m_names.end() ? *found : *m_names.insert(text).first;
+}
+
+SharedText Tree::findInterned(std::string_view text) const
+{
+  const auto found = m_names.find(text);
+  return found == m_names.end() ? SharedText() : *found;
+}
+
+}  // namespace orv::store

@@ -1,0 +1,122 @@
+// The tree of KSL texts that a store holds: nodes addressed by path, in text order.
+//
+// Invariants, held between any two calls:
+//  1. Every node but the root stands in the index under its path, and in its parent's list of children once.
+//  2. A node's path is its parent's path, "/", and its own component; types and parameter names are interned,
+//  so that
+//     equal names of one tree are the same shared text.
+//  3. Parameters and children of a node share one sequence of places; both lists ascend in it. Something new
+//  takes the
+//     place after all others, so the order of first appearance is the order of text.
+//  4. A name stands once among the parameters of a node.
+// Nothing here knows of changes, journals or rules.
+#pragma once
+
+#include "platform/ORVUtilities.h"
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <unordered_set>
+#include <vector>
+
+namespace orv::store {
+
+struct Param {
+  SharedText name;
+  SharedText value;
+  std::uint32_t place;
+};
+
+struct Node {
+  SharedText path;  // "" is the root's
+  Node* parent = nullptr;
+  Node* firstChild = nullptr;
+  Node* lastChild = nullptr;
+  Node* next = nullptr;
+  Node* previous = nullptr;
+  std::vector<Param> params;
+  std::unique_ptr<std::unordered_map<const void*, std::uint32_t>> paramIndex;  // of large nodes only
+  std::uint32_t place = 0;
+  std::uint32_t nextPlace = 0;  // for what comes next in this node
+};
+
+// The last component of a path, and its two halves; a component without ":" is a singleton, named after its
+// type.
+std::string_view lastComponent(std::string_view path);
+std::string_view typeOf(std::string_view component);
+std::string_view nameOf(std::string_view component);
+
+class Tree {
+ public:
+  Tree();
+  ~Tree();
+  Tree(const Tree&) = delete;
+  Tree& operator=(const Tree&) = delete;
+
+  Node* root() { return &m_root; }
+  const Node* root() const { return &m_root; }
+
+  // Constant time; null when there is no such node. "" is the root.
+  Node* find(std::string_view path) const;
+  Node* find(const SharedText& path) const;
+
+  // REQUIRES: the path is `parent`'s, "/" and a component, and no node has it.
+  Node* create(Node* parent, SharedText path);
+  // Takes a node and all below it out of the tree and destroys them; the root is only emptied. Linear, no
+  // recursion, never fails.
+  void remove(Node* node) noexcept;
+
+  // Null when the node has no such parameter; valid until its next change. The name must come from intern().
+  Param* findParam(Node* node, const SharedText& name) const;
+  void appendParam(Node* node, SharedText name, SharedText value);
+  void removeParam(Node* node, const SharedText& name) noexcept;
+
+  // The one shared text of this tree for a type or parameter name.
+  SharedText intern(std::string_view text);
+  SharedText intern(const SharedText& text);
+  // The same without making one; empty when the tree never saw the text.
+  SharedText findInterned(std::string_view text) const;
+
+  std::size_t size() const { return m_size; }
+
+ private:
+  struct Slot {
+    std::size_t hash = 0;
+    Node* node = nullptr;
+  };
+  struct TextHash {
+    using is_transparent = void;
+    std::size_t operator()(std::string_view text) const { return std::hash<std::string_view>()(text); }
+    std::size_t operator()(const SharedText& text) const { return (*this)(std::string_view(text.str())); }
+  };
+  struct TextEqual {
+    using is_transparent = void;
+    static std::string_view view(std::string_view text) { return text; }
+    static std::string_view view(const SharedText& text) { return text.str(); }
+    template <class A, class B>
+    bool operator()(const A& a, const B& b) const
+    {
+      return view(a) == view(b);
+    }
+  };
+
+  void growIndex();
+  void insertIndex(Node* node) noexcept;
+  void eraseIndex(const Node* node) noexcept;
+  void link(Node* node) noexcept;
+  void unlink(Node* node) noexcept;
+  void destroyBelow(Node* node) noexcept;
+
+  Node m_root;
+  std::vector<Slot> m_slots;  // open addressing, a power of two, at most two thirds full
+  std::size_t m_size = 0;     // nodes in the index
+  std::unordered_set<SharedText, TextHash, TextEqual> m_names;
+  // The node asked for last: texts come object by object.
+  mutable SharedText m_lastPath;
+  mutable Node* m_lastNode = nullptr;
+};
+
+}  // namespace orv::store
