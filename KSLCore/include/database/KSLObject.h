@@ -1,0 +1,252 @@
+// The base of every object in the database.
+#pragma once
+
+#include "platform/ORVExport.h"
+#include "platform/ORVUnits.h"
+#include "platform/ORVUtilities.h"
+#include "database/Category.h"
+#include "database/Dependent.h"
+#include "database/ObjectRules.h"
+#include "database/ParamDefinition.h"
+#include "database/ParamFilter.h"
+#include "database/ParamSet.h"
+#include "database/ParentChildInfo.h"
+
+#include <cstdint>
+#include <iosfwd>
+#include <map>
+#include <memory>
+#include <set>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace orv {
+
+class DependentUpdates;
+class KSLStateLogger;
+class ObjectChangeNotify;
+class SchedulerObject;
+
+// A node of the object tree: a type, a name and a path, typed parameters, categories, the objects that depend
+// on it. Objects are cloned from the prototypes of the ObjectFactory and owned by the ObjectDB. There are
+// millions of them: a parameter that was never written is shared with the prototype and costs nothing.
+//
+// Failures are of class "KSLObject" and type 4 unless stated otherwise; a failed call changes nothing.
+class ORV_API KSLObject {
+ public:
+  class ParamNotify;
+  using PathFunction = std::string (*)(const std::string& path);
+
+  // ---- Virtual operations; their order is part of the contract with object classes in other libraries.
+
+  // Frees no parameters: the class that filled the object does (see freeParameters).
+  virtual ~KSLObject();
+  KSLObject(const KSLObject&) = delete;
+  KSLObject& operator=(const KSLObject&) = delete;
+
+  // Children as ParentChildInfo orders them. Copies; tree walks use forEachChild.
+  virtual std::vector<KSLObject*> getChildObjects() const;
+  virtual std::vector<KSLObject*> getChildObjectsByName(const std::string& name) const;
+  virtual std::vector<KSLObject*> getChildObjectsByType(const std::string& type) const;
+  // data::notFound, "Object '%s' does not exist." with the whole text.
+  virtual KSLObject* getChildObjectByNameAndType(const std::string& typeColonName) const;
+  // In child order; none for a category that nobody registered.
+  virtual std::vector<KSLObject*> getChildObjectsByCategory(const std::string& category) const;
+  // The database's root when the object has no parent.
+  virtual KSLObject* getParentObject() const;
+
+  // The object that a path names, seen from here; never null. "" is the object itself. A component is "." or
+  // "..", "TYPE:name", or a bare name, which must be unambiguous among the children. A path with a leading
+  // "/" is looked up in the database, and else resolved from the root. With setSearchUpForRelativeObjects a
+  // bare name that no child has is tried from each ancestor in turn, together with the rest of the path, the
+  // nearest first. Throws data::notFound, function "getRelativeObjectInternal": "More than one object with
+  // name '%s' exists." or "No object with name '%s' exists."; what getChildObjectByNameAndType throws; for an
+  // absolute path that names nothing "Object '%s' does not exist.", with class and function deliberately
+  // "GenericKSLObject" and "makeParentLinks".
+  virtual KSLObject* getRelativeObject(const std::string& path) const;
+
+  virtual std::string getSchedulerInfo() const = 0;
+  virtual std::vector<KSLObject*> getSchedulerParentObjects() const;
+  virtual void calculate(const std::string& schedulerType) = 0;
+  virtual void update() = 0;
+  virtual SchedulerObject* getSchedulerObject(const std::string& schedulerType) const = 0;
+
+  // Notes, or forgets, that a parameter of another object refers to this one. Null throws
+  // internal::nullPointer, "Input parameter %s is a null pointer.". O(log dependents).
+  virtual void addDependent(KSLObject* object, const ParamDefinition* param);
+  virtual void delDependent(KSLObject* object, const ParamDefinition* param);
+  virtual void deleteAllDependent();
+
+  // A fresh object of the same class, type and parameters, without identity. The caller owns it.
+  virtual KSLObject* clone() const = 0;
+  virtual void initialize(const std::string& parentPath, const std::string& name) = 0;
+  virtual void initialize(const std::string& name) = 0;
+  // Sets a parameter; the result is the line that an undo step replays.
+  virtual std::string setValue(const std::string& name, const std::string& value) = 0;
+  // Sets a parameter without marking anything for recomputation; returns the previous text.
+  virtual std::string setValueWithoutPending(const std::string& name, const std::string& value) = 0;
+  // data::notFound, "Parameter '%s' does not exist on object %s.". The pointer holds until the parameter is
+  // next written or removed. O(log parameters).
+  virtual const ParamDefinition* getParam(const std::string& name) const;
+  virtual void setPending() = 0;
+  // Hands on what a prototype gives to its copies: the parameters, the singleton flag, the categories, the
+  // type and a share of the rules. REQUIRES: a fresh target of the same class. Into an empty target O(1 +
+  // parameters written).
+  virtual void copyInternals(KSLObject* target) const;
+  virtual void write(std::ostream& out) const;  // debug dump
+  virtual bool hasValidData() const;
+  virtual bool getBoundingBox(TripletBase<float>& min, TripletBase<float>& max) const;
+
+ private:
+  virtual KSLObject* getRelativeObjectInternal(const std::string& path) const;
+
+ public:
+  // ---- Identity
+
+  const std::string& getName() const { return m_name; }
+  const std::string& getType() const { return m_type.str(); }
+  const std::string& getPath() const { return m_path; }
+  bool isSingleton() const { return m_singleton; }
+  bool nameIs(std::string_view name) const { return m_name == name; }
+  bool typeIs(std::string_view type) const { return m_type == type; }
+  bool pathIs(std::string_view path) const { return m_path == path; }
+  bool isA(std::string_view typeOrCategory) const;  // the type, or any category of the object
+  const Category& getCategory() const { return m_category; }
+  // "TYPE:" for a singleton, else "TYPE:name".
+  std::string getTypeNameString() const;
+  // (type, name) of "TYPE:name", comment dropped, both trimmed; an empty name is the type. ksl::invalid,
+  // "Invalid object definition, expected: '%s', received: '%s'", when there is no colon.
+  static std::pair<std::string, std::string> splitObjectTypeAndName(const std::string& text);
+  // As ObjectFactory::registerBaseType.
+  static void registerBaseTypeWithFactory(const std::string& name, KSLObject* prototype);
+
+  // Parent paths are put into today's form before they are used; for texts of old versions. Off at start.
+  static void supportOldStylePaths();
+  static void resetPathNormaliser();
+
+  // ---- Parameters
+
+  bool hasParam(std::string_view name) const { return m_params.find(name) != nullptr; }
+  // Back to the default (unless the allowed values forbid that) and no longer set; nothing for an unknown
+  // name. An observer may be told twice.
+  void unsetParam(const std::string& name);
+  bool isParamChanged(const std::string& name) const;  // throws as getParam
+  void clearChangedParameters();
+  void clearChangedParameters(const std::vector<std::string>& names);  // unknown names are ignored
+  std::vector<std::string> getParamNames(ParamFilter filter) const;    // in name order
+  // Of these the ones that the object's rules list in its present context; all without rules.
+  std::vector<std::string> getParamNamesInContext(ParamFilter filter) const;
+  // Calls visit(const ParamDefinition&) for every parameter in name order; it must not write, add or remove.
+  template <class Visit>
+  void forEachParam(Visit visit) const
+  {
+    m_params.forEach(visit);
+  }
+
+  // Name to value text of the external (internal) parameters. With UnitSystemTypes::preferred, numbers come
+  // in the units of the object's "User Units" parameter, else in those preferred for the parameter; a value
+  // that cannot be converted comes as stored. `difference` as in ParamDefinition::getValue.
+  std::map<std::string, std::string> getParams(UnitSystemTypes::UnitsType units, bool difference) const;
+  std::map<std::string, std::string> getInternalParams(UnitSystemTypes::UnitsType units,
+                                                       bool difference) const;
+
+  // Reads of a parameter; throw as getParam and as the reads of ParamDefinition.
+  const std::string& getValue(const std::string& name) const { return getParam(name)->getValue(); }
+  int getIntValue(const std::string& name) const { return getParam(name)->getIntValue(); }
+  float getFloatValue(const std::string& name) const { return getParam(name)->getFloatValue(); }
+  float getFloatValue(const std::string& name, const std::string& units) const;
+  Quantity getQuantityValue(const std::string& name) const { return getParam(name)->getQuantityValue(); }
+  TripletBase<float> getTripletValue(const std::string& name) const;
+  TripletBase<float> getTripletValue(const std::string& name, const std::string& units) const;
+  bool getBoolValue(const std::string& name) const { return getParam(name)->getBoolValue(); }
+  std::vector<int> getIntArray(const std::string& name) const { return getParam(name)->getIntArray(); }
+  std::vector<float> getFloatArray(const std::string& name) const { return getParam(name)->getFloatArray(); }
+  std::vector<float> getFloatArray(const std::string& name, const std::string& units) const;
+
+  // ---- Observation
+
+  // The one observer of this object's parameters, not owned; null takes it away (also twice). A second one
+  // throws internal::error, "Attempt to register ObjectChangeNotify when one is already registered.".
+  void registerObjectChangeNotify(ObjectChangeNotify* observer);
+
+  // ---- State text
+
+  // The object and its subtree as KSL text; each external parameter that the rules list and that is essential
+  // or set. The root's text is that of its children. Linear in the text; no recursion.
+  std::string getState(ParamFilter filter) const;
+  void appendState(std::string& out, ParamFilter filter) const;  // the same, appended
+  std::string getAppStrippedState() const;  // external ones, application content left out
+  void traverseState(ParamFilter filter, bool strip, KSLStateLogger* logger) const;
+
+  // Reports, for each parameter that refers to this object, its value without these references.
+  void addToDependentUpdates(DependentUpdates* updates) const;
+  const std::set<Dependent>& getDependents() const;
+
+  // ---- Rules, tree, flags
+
+  void setObjectRules(refcnt_ptr<const ObjectRules> rules) { m_rules = std::move(rules); }
+  const ObjectRules* getObjectRules() const { return m_rules.get(); }
+  // Not owned; null is the place outside any tree.
+  void setParentChildInfo(const ParentChildInfo* info);
+  void forEachChild(const ChildVisitor& visit) const { m_place->forEachChild(visit); }
+  bool isPendingDelete() const { return m_pendingDelete; }
+  void setPendingDelete(bool pending) { m_pendingDelete = pending; }
+  void setValidData(bool valid) { m_validData = valid; }
+  void setSearchUpForRelativeObjects(bool searchUp) { m_searchUp = searchUp; }
+  bool searchesUpForRelativeObjects() const { return m_searchUp; }
+
+ protected:
+  KSLObject();
+
+  void setType(const std::string& type, bool singleton);
+  // Gives identity, once. data::invalid, in this order: "Attempt to set object path from parent '%s' and name
+  // '%s' before type is known.", "Object '%s' already initialized.", "Input parameter p_name is empty.", and
+  // with function "initialize" "'%s' is a singleton object, but name '%s' does not equal type.".
+  void setPath(const std::string& parentPath, const std::string& name);
+
+  // Takes ownership when it succeeds. data::duplicate, "Duplicate data: Parameter '%s' already exists."; null
+  // throws internal::nullPointer, "Input parameter %s is a null pointer." with "p_param".
+  void addParameter(ParamDefinition* param);
+  // The same; the pointer keeps its parameter when the call fails.
+  void addParameter(std::unique_ptr<ParamDefinition>&& param);
+  // data::notFound, "%s '%s' does not exist." with "Parameter".
+  void removeParameter(const std::string& name);
+  // All at once, each told to the observer as removed, in name order. Linear, unlike single removals.
+  void removeAllParameters();
+  // All at once, told to nobody. Destructors of classes that fill objects call it.
+  void freeParameters() noexcept;
+  // Null when absent. The writable form gives the object a definition of its own: use it to write only.
+  const ParamDefinition* findParam(std::string_view name) const { return m_params.find(name); }
+  ParamDefinition* findParam(std::string_view name);
+
+  Category& category() { return m_category; }
+
+ private:
+  friend class ObjectHolderImpl;
+  friend class PrototypeEditor;
+
+  void adopt(std::unique_ptr<ParamDefinition> param);
+  KSLObject* resolveFrom(const std::string& path, bool& nameMissed) const;
+  ObjectChangeNotify* observer() const;
+
+  static PathFunction m_pathNormaliseFun;  // null is the identity
+
+  Category m_category;
+  std::unique_ptr<std::set<Dependent>> m_dependents;  // null without any
+  std::string m_name;
+  SharedText m_type;  // shared with the prototype
+  std::string m_path;
+  mutable ParamSet m_params;                   // a prototype being copied moves what it wrote into its layout
+  const ParentChildInfo* m_place;              // never null, not owned
+  std::unique_ptr<ParamNotify> m_paramNotify;  // knows the observer; null without one
+  refcnt_ptr<const ObjectRules> m_rules;
+  std::uint32_t m_siblingSlot = 0;  // where the parent's holder lists this object
+  bool m_validData = true;
+  bool m_singleton = false;
+  bool m_pendingDelete = false;
+  bool m_searchUp = false;
+};
+
+}  // namespace orv

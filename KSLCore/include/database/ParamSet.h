@@ -1,0 +1,77 @@
+// The parameters of one object.
+#pragma once
+
+#include "database/ParamLayout.h"
+
+#include <cstdint>
+#include <memory>
+#include <string_view>
+#include <vector>
+
+namespace orv {
+
+// Looks like a map from name to parameter, but costs memory only for what was written: every other parameter
+// is read from the layout that the object shares with its prototype. A parameter that is about to be written
+// gets a definition of its own (`own`), which from then on stands at the same address until it is removed.
+class ORV_API ParamSet {
+ public:
+  ParamSet() = default;
+  ParamSet(const ParamSet&) = delete;
+  ParamSet& operator=(const ParamSet&) = delete;
+
+  std::size_t size() const { return m_layout ? m_layout->size() : 0; }
+  bool empty() const { return size() == 0; }
+
+  // Null when absent. O(log n), no allocation.
+  const ParamDefinition* find(std::string_view name) const;
+  // The object's own definition, made from the prototype when there is none yet; it gets the observer given
+  // then. Null when absent.
+  ParamDefinition* own(std::string_view name, ParamDefinition::NotifyChange* observer);
+  // Null when absent, or when nothing was written yet.
+  ParamDefinition* findOwn(std::string_view name);
+
+  // REQUIRES: the name is not there.
+  void add(std::unique_ptr<ParamDefinition> param);
+  bool remove(std::string_view name);  // false when absent
+  void clear();
+
+  // What has a definition of its own, in name order. `visit(ParamDefinition&)` must not add or remove.
+  template <class Visit>
+  void forEachOwn(Visit visit)
+  {
+    for (Own& entry : m_own)
+      visit(*entry.param);
+  }
+  // All parameters in name order. `visit(const ParamDefinition&)` must not write, add or remove.
+  template <class Visit>
+  void forEach(Visit visit) const
+  {
+    std::size_t next = 0;
+    for (std::size_t slot = 0; slot < size(); ++slot) {
+      if (next < m_own.size() && m_own[next].slot == slot)
+        visit(static_cast<const ParamDefinition&>(*m_own[next++].param));
+      else
+        visit((*m_layout)[slot]);
+    }
+  }
+
+  // Gives an empty set the same parameters, each as ParamDefinition::clone would copy it. A prototype first
+  // moves what it wrote into its layout (`publish`), so that its copies need nothing of their own.
+  void copyTo(ParamSet& target, bool publish);
+
+ private:
+  struct Own {
+    std::uint32_t slot;
+    std::unique_ptr<ParamDefinition> param;
+  };
+  std::vector<Own>::iterator ownAt(std::size_t slot);
+  std::vector<Own>::const_iterator ownAt(std::size_t slot) const;
+  void insertOwn(std::size_t slot, std::unique_ptr<ParamDefinition> param);
+  ParamLayout& writableLayout();  // one that nobody shares
+  void publishOwn();
+
+  refcnt_ptr<ParamLayout> m_layout;  // null while there are no parameters; written only when not shared
+  std::vector<Own> m_own;            // by slot
+};
+
+}  // namespace orv
