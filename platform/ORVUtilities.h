@@ -106,8 +106,9 @@ class refcnt_ptr {
 
 // ------------------------------------------------------------------------------------------------ shared texts
 
-// An immutable text of the size of a pointer, shared by count: paths, names and values stand in the text store, its
-// journal and the undo history without being copied. Empty texts need no memory. Not for several threads.
+// An immutable text of the size of a pointer, shared by count: paths, names and values stand in the text
+// store, its journal and the undo history without being copied. Empty texts need no memory. Not for several
+// threads.
 class ORV_API SharedText {
  public:
   SharedText() noexcept = default;
@@ -134,7 +135,8 @@ class ORV_API SharedText {
   // The text; lives as long as any of its holders.
   const std::string& str() const noexcept { return m_rep ? m_rep->text : emptyText(); }
   bool empty() const noexcept { return !m_rep; }
-  // True when both hold the very same text object; cheaper than comparing, and equal texts may still differ here.
+  // True when both hold the very same text object; cheaper than comparing, and equal texts may still differ
+  // here.
   bool same(const SharedText& other) const noexcept { return m_rep == other.m_rep; }
   // Identity of the text object, for tables of texts that are known to be shared; null for the empty text.
   const void* id() const noexcept { return m_rep; }
@@ -155,8 +157,8 @@ class ORV_API SharedText {
 
 // ------------------------------------------------------------------------------------------------------- texts
 
-// White space everywhere here is blank, tab, newline, vertical tab, form feed and carriage return, whatever the
-// process locale says. None of these functions throws but for lack of memory.
+// White space everywhere here is blank, tab, newline, vertical tab, form feed and carriage return, whatever
+// the process locale says. None of these functions throws but for lack of memory.
 namespace StringUtilities {
 
 inline bool isSpace(char c) noexcept
@@ -164,10 +166,11 @@ inline bool isSpace(char c) noexcept
   return c == ' ' || (c >= '\t' && c <= '\r');
 }
 
-// Views into the argument, for callers that keep the text alive; the functions below them return texts of their own.
+// Views into the argument, for callers that keep the text alive; the functions below them return texts of
+// their own.
 ORV_API std::string_view trimmed(std::string_view text) noexcept;
-// The text before a comment. The comment character does not count inside double quotes; a quote that is not closed
-// on the line protects nothing.
+// The text before a comment. The comment character does not count inside double quotes; a quote that is not
+// closed on the line protects nothing.
 ORV_API std::string_view withoutComment(std::string_view line, char comment = '#') noexcept;
 
 ORV_API std::string removeComment(std::string_view line, char comment = '#');
@@ -178,28 +181,31 @@ ORV_API std::string simplifyWhitespace(std::string_view text);
 // Appends the simplified text to `out`.
 ORV_API void appendSimplified(std::string& out, std::string_view text);
 ORV_API std::string toLower(std::string_view text);  // ASCII letters only
-// Takes double quotes off around a whole text; another text, also one with quotes inside, comes back as it is.
+// Takes double quotes off around a whole text; another text, also one with quotes inside, comes back as it
+// is.
 ORV_API std::string_view unquoted(std::string_view text) noexcept;
 
 // Drops doubled and trailing slashes and "." components; keeps a lone "/" and "..". "" stays "".
 ORV_API std::string simplifyPath(std::string_view path);
 
-// Plain split at every separator; empty pieces are kept, nothing is trimmed; an empty text gives an empty list.
+// Plain split at every separator; empty pieces are kept, nothing is trimmed; an empty text gives an empty
+// list.
 ORV_API std::vector<std::string> stringToVector(std::string_view text, char separator);
 ORV_API std::string vectorToString(const std::vector<std::string>& items, char separator);
 ORV_API std::string vectorToString(const std::vector<std::string>& items, std::string_view separator);
 
-// Splits a list value: at commas outside double quotes, (), [] and {}; items are trimmed, empty ones kept, quotes stay.
-// Empty (or blank) text is the empty list. A bracket or quote that is never closed protects nothing.
+// Splits a list value: at commas outside double quotes, (), [] and {}; items are trimmed, empty ones kept,
+// quotes stay. Empty (or blank) text is the empty list. A bracket or quote that is never closed protects
+// nothing.
 ORV_API std::vector<std::string> splitValue(std::string_view text);
 // Splits at the first "=", both sides trimmed; without one the whole text is the name and the value is empty.
 ORV_API std::pair<std::string, std::string> splitNameValue(std::string_view text);
-// (type, name) of "type:name", split at the first ":", each trimmed, quotes around the name taken off; an empty or
-// missing name is the type (a singleton).
+// (type, name) of "type:name", split at the first ":", each trimmed, quotes around the name taken off; an
+// empty or missing name is the type (a singleton).
 ORV_API std::pair<std::string, std::string> splitObjectTypeAndName(std::string_view text);
 
-// True, On, Yes and 1 are true; False, Off, No and 0 are not; in any case, ends trimmed. Anything else sets ok to false
-// and gives false.
+// True, On, Yes and 1 are true; False, Off, No and 0 are not; in any case, ends trimmed. Anything else sets
+// ok to false and gives false.
 ORV_API bool isTrue(std::string_view text, bool& ok) noexcept;
 
 // The shortest text that reads back to the same number.
@@ -209,17 +215,20 @@ ORV_API std::string toString(unsigned long long value);
 template <class Int, std::enable_if_t<std::is_integral_v<Int>, int> = 0>
 std::string toString(Int value)
 {
-  return toString(static_cast<std::conditional_t<std::is_unsigned_v<Int>, unsigned long long, long long>>(value));
+  return toString(
+      static_cast<std::conditional_t<std::is_unsigned_v<Int>, unsigned long long, long long>>(value));
 }
 
 // Continued lines: a line whose last character is "\" goes on in the next one.
-// removeContinuation joins them; splitStringToSize wraps one line so that joining gives exactly the same value back.
+// removeContinuation joins them; splitStringToSize wraps one line so that joining gives exactly the same
+// value back.
 
-// Joins lines that end in "\" with the ones after them; the reader's rule: a backslash is taken away, and the next
-// line is appended with its white space simplified.
+// Joins lines that end in "\" with the ones after them; the reader's rule: a backslash is taken away, and the
+// next line is appended with its white space simplified.
 ORV_API std::vector<std::string> removeContinuation(const std::vector<std::string>& lines);
-// Indents `text` by two blanks a level and wraps it at `width` columns (20 at least) with "\"; breaks stand only at
-// blanks between words outside quotes, so a word longer than a line stays whole. Lines are joined by "\n".
+// Indents `text` by two blanks a level and wraps it at `width` columns (20 at least) with "\"; breaks stand
+// only at blanks between words outside quotes, so a word longer than a line stays whole. Lines are joined by
+// "\n".
 ORV_API std::string splitStringToSize(std::string_view text, std::size_t level, std::size_t width);
 // Re-indents lines of KSL: two blanks a level of open blocks.
 ORV_API std::vector<std::string> indentKSL(const std::vector<std::string>& lines);
@@ -230,10 +239,11 @@ ORV_API std::vector<std::string> indentKSL(const std::vector<std::string>& lines
 
 namespace PathUtils {
 
-// An object path in today's form: simplified; a text without a leading "/" whose first component has a ":" gets one;
-// any other text is unchanged but for the simplification.
+// An object path in today's form: simplified; a text without a leading "/" whose first component has a ":"
+// gets one; any other text is unchanged but for the simplification.
 ORV_API std::string normalisePathBwdComp(const std::string& path);
-// The same for each item of a comma-separated list, its ends trimmed; items are joined with ",", empty ones kept.
+// The same for each item of a comma-separated list, its ends trimmed; items are joined with ",", empty ones
+// kept.
 ORV_API std::string normalisePathsBwdComp(const std::string& paths);
 // Drops every path whose ancestor (or itself, a second time) is in the list too; keeps the order of the rest.
 // O(n log n) in the total length.
@@ -247,8 +257,9 @@ ORV_API std::string toForwardSlashes(std::string_view fileName);
 
 }  // namespace PathUtils
 
-// A parsed object path: components (type, name), outermost first. A component without ":" is a singleton, whose name
-// is its type. Quotes around a name are taken off; blanks inside types and names stand as they are.
+// A parsed object path: components (type, name), outermost first. A component without ":" is a singleton,
+// whose name is its type. Quotes around a name are taken off; blanks inside types and names stand as they
+// are.
 class ORV_API KSLPath {
  public:
   struct Component {
@@ -281,8 +292,9 @@ class ORV_API KSLPath {
   void pop();  // nothing on the empty path
   void replaceLastName(std::string_view name);
 
-  // Headers of the path's blocks, outermost first, each level indented by `step` more blanks, and the matching END
-  // lines, innermost first: the text of a block goes between them. Each line ends with a newline.
+  // Headers of the path's blocks, outermost first, each level indented by `step` more blanks, and the
+  // matching END lines, innermost first: the text of a block goes between them. Each line ends with a
+  // newline.
   std::pair<std::string, std::string> makeKSLPathAndEnd(std::size_t step = 2) const;
 
   bool operator==(const KSLPath&) const = default;
@@ -302,9 +314,9 @@ class ORV_API Observer {
   virtual void update(ObserverSubject* subject, int type) = 0;
 };
 
-// Tells observers of numbered events. Attaching again adds types; a null observer is ignored. Attaching and detaching
-// inside a notification is allowed: an observer attached then hears of the next event, one detached hears no more.
-// Observers are not owned; detach before destroying one, or destroy the subject first.
+// Tells observers of numbered events. Attaching again adds types; a null observer is ignored. Attaching and
+// detaching inside a notification is allowed: an observer attached then hears of the next event, one detached
+// hears no more. Observers are not owned; detach before destroying one, or destroy the subject first.
 class ORV_API ObserverSubject {
  public:
   ObserverSubject() = default;
@@ -314,8 +326,8 @@ class ORV_API ObserverSubject {
   virtual void attach(Observer* observer, const std::set<int>& types);
   virtual void attach(Observer* observer, int type);
   virtual void detach(Observer* observer);
-  // Calls the observers of this type in the order attached. What an observer throws passes on, and those after it are
-  // not told.
+  // Calls the observers of this type in the order attached. What an observer throws passes on, and those
+  // after it are not told.
   virtual void notify(int type);
 
  private:
@@ -342,8 +354,8 @@ class ORV_API cTime {
 };
 ORV_API std::ostream& operator<<(std::ostream& out, const cTime& time);
 
-// Measures the scope that it lives in, and tells the listener, when there is one, at its end: name and seconds.
-// Costs one test when there is none.
+// Measures the scope that it lives in, and tells the listener, when there is one, at its end: name and
+// seconds. Costs one test when there is none.
 class ORV_API OperationTimer {
  public:
   using Listener = void (*)(const char* name, double seconds);
