@@ -4,6 +4,7 @@
 #include "platform/ORVException.h"
 
 #include <array>
+#include <cstddef>
 #include <string>
 #include <string_view>
 
@@ -13,14 +14,17 @@ namespace UnitSystemTypes {
 enum UnitsType { preferred = 0, base = 1, asStored = 2 };
 }
 
-// Exponents of the base units metre, kilogram, second, kelvin, ampere, mole, candela and radian. Exponents may be
-// fractions (a square root halves them).
+// Exponents of the base units kilogram, metre, radian, second, kelvin, ampere, mole and candela, in this
+// order. Exponents may be fractions (a square root halves them); texts of units hold whole ones only.
 class ORV_API UnitDimensions {
  public:
   static constexpr std::size_t count = 8;
+  using Exponents = std::array<double, count>;
+
   UnitDimensions() = default;  // dimensionless
   // Throws data::invalid, class "UnitsConverter", function "parse", "Units '%s' are not recognized.".
   explicit UnitDimensions(std::string_view units);
+  explicit UnitDimensions(const Exponents& exponents) : m_exponents(exponents) {}
 
   // No length, mass, time, temperature, current, amount or light; an angle counts as a number here.
   bool isDimensionless() const;
@@ -28,12 +32,14 @@ class ORV_API UnitDimensions {
   UnitDimensions operator/(const UnitDimensions& other) const;
   UnitDimensions power(double exponent) const;
   bool operator==(const UnitDimensions& other) const;  // up to rounding; an angle counts as a number
-  // The product of base units, "m s^-1"; "" when dimensionless.
+  // The product of base units, "m s^-1", "rad s^-1" among them; "" when dimensionless. With a fraction as
+  // exponent
+  // ("m^0.5") it is for people to read, and the converter does not take it.
   std::string toUnits() const;
+  const Exponents& exponents() const { return m_exponents; }
 
  private:
-  friend class UnitsConverter;
-  std::array<double, count> m_exponents{};
+  Exponents m_exponents{};
 };
 
 // A number and its units. No units is a pure number.
@@ -47,8 +53,8 @@ class ORV_API Quantity {
   bool hasUnits() const { return !m_units.empty(); }
 
   // The number in the given units. Empty target units, or a quantity without units: the number as it stands.
-  // Throws data::invalid, class "UnitsConverter", function "convertUnits", "Cannot convert units '%s' to '%s'." or
-  // "Units '%s' are not recognized.".
+  // Throws data::invalid, class "UnitsConverter", function "convertUnits", "Cannot convert units '%s' to
+  // '%s'." or "Units '%s' are not recognized.".
   double convertTo(const std::string& units) const;
 
   // "2.5 [m]"; the number alone without units.
@@ -59,15 +65,25 @@ class ORV_API Quantity {
   std::string m_units;
 };
 
-// Converts numbers between units. Units are those engineers write: "m s^-1", "kg m^-3", "C" (degrees Celsius), "F",
-// "K", "rev min^-1", "%". What was parsed once is kept.
+// Converts numbers between units. Units are those engineers write: "m s^-1", "kg m^-3", "C" (degrees
+// Celsius), "F", "K", "rev min^-1", "%". "C" and "F" are never coulomb and farad, and beside other units ("W
+// m^-2 C^-1") they are differences. Numbers in units have a decimal point whatever the process locale says.
+// Not recognized are texts over 255 characters, fractions as exponents, exponents that multiply to more than
+// 4096, and scales that are not linear (logarithms, dates). What was parsed once is kept, up to some thousand
+// texts and pairs, and freed at exit.
+//
+// Every operation throws internal::error, class "UnitsConverter", function "loadDatabase", when the database
+// of units is not installed; the next call tries again. Not for several threads.
 class ORV_API UnitsConverter {
  public:
-  // Puts `value`, in units `from`, into `out` in units `to`. With `difference` the offsets of temperature scales do
-  // not count. Empty units are a pure number. Throws as Quantity::convertTo does; `out` is untouched then.
+  // Puts `value`, in units `from`, into `out` in units `to`. With `difference` the offsets of temperature
+  // scales do not count. Empty units are a pure number. Equal units give the value bit for bit. Throws as
+  // Quantity::convertTo does, and data::invalid "Converting %s from units '%s' to '%s' gives no finite
+  // number."; `out` is untouched then.
   static void convertUnits(const std::string& from, const std::string& to, double value, double& out,
                            bool difference = false);
   static bool isValid(std::string_view units);
+  // Both are valid and of one dimension; a unit and its reciprocal ("s", "Hz") are not.
   static bool areConvertible(const std::string& from, const std::string& to);
 };
 
@@ -77,8 +93,8 @@ class ORV_API UnitSystemHandler {
   virtual ~UnitSystemHandler();
   virtual std::string getPreferredUnitsForQuantity(const std::string& quantity) const;
   virtual std::string getPreferredUnitsForVariable(const std::string& variable) const;
-  // The preferred units of the same dimension; empty for "keep the given ones". The quantity, when not empty, settles
-  // between quantities of equal dimension.
+  // The preferred units of the same dimension; empty for "keep the given ones". The quantity, when not empty,
+  // settles between quantities of equal dimension.
   virtual std::string getPreferredUnitsFromUnits(const std::string& units, const std::string& quantity) const;
 
   // The handler in force; never null. Not owned; null restores the base class's. Returns the one before.

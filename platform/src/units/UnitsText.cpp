@@ -1,0 +1,161 @@
+#include "UnitsDatabase.h"
+
+#include <algorithm>
+
+namespace orv {
+
+namespace {
+
+constexpr std::size_t maxLength = 255;
+// The package keeps exponents in 16 bits and wraps silently; with this bound none comes near.
+constexpr long maxExponentProduct = 4096;
+
+bool isBlank(char c)
+{
+  return c == ' ' || (c >= '\t' && c <= '\r');
+}
+
+bool isDigit(char c)
+{
+  return c >= '0' && c <= '9';
+}
+
+bool isWordStart(char c)
+{
+  return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_' || static_cast<unsigned char>(c) > 127;
+}
+
+std::string_view trimmed(std::string_view text)
+{
+  while (!text.empty() && isBlank(text.front()))
+    text.remove_prefix(1);
+  while (!text.empty() && isBlank(text.back()))
+    text.remove_suffix(1);
+  return text;
+}
+
+// The word in the database's terms. Alone, a temperature has its zero point; in a product it is a difference.
+std::string_view translateWord(std::string_view word, bool alone)
+{
+  if (word == "C")
+    return alone ? "degC" : "K";
+  if (word == "F")
+    return alone ? "degF" : "degR";
+  if (word == "rev")
+    return "turn";
+  return word;
+}
+
+// Walks over the text once, word by word.
+class Translator {
+ public:
+  explicit Translator(std::string_view text) : m_text(text) {}
+
+  std::optional<std::string> run()
+  {
+    while (m_pos < m_text.size()) {
+      if (!takeExponent())
+        return std::nullopt;
+      takeNext();
+    }
+    return std::move(m_out);
+  }
+
+ private:
+  char at(std::size_t pos) const { return pos < m_text.size() ? m_text[pos] : '\0'; }
+  void copyTo(std::size_t end)
+  {
+    m_out += m_text.substr(m_pos, end - m_pos);
+    m_pos = end;
+  }
+  std::size_t skipDigits(std::size_t pos) const
+  {
+    while (isDigit(at(pos)))
+      ++pos;
+    return pos;
+  }
+
+  // An exponent straight behind a unit or a parenthesis: "^-2", "**2", "-2", "2". False when it is refused.
+  bool takeExponent()
+  {
+    if (!m_afterUnit)
+      return true;
+    m_afterUnit = false;
+    std::size_t digits = m_pos;
+    if (at(digits) == '^')
+      ++digits;
+    else if (at(digits) == '*' && at(digits + 1) == '*')
+      digits += 2;
+    if (at(digits) == '-' || at(digits) == '+')
+      ++digits;
+    std::size_t end = skipDigits(digits);
+    if (end == digits)
+      return true;
+    if (at(end) == '.' && isDigit(at(end + 1)))
+      return false;
+    long exponent = 0;
+    for (std::size_t i = digits; i < end && exponent <= maxExponentProduct; ++i)
+      exponent = exponent * 10 + (m_text[i] - '0');
+    m_exponentProduct *= std::max(exponent, 1L);
+    copyTo(end);
+    return m_exponentProduct <= maxExponentProduct;
+  }
+
+  void takeNext()
+  {
+    char c = at(m_pos);
+    if (m_pos == m_text.size())
+      return;
+    if (isWordStart(c))
+      return takeWord();
+    if (isDigit(c))
+      return takeNumber();
+    m_afterUnit = c == ')';
+    copyTo(m_pos + 1);
+  }
+
+  // Digits inside a word are part of it ("H2O"), digits behind it are its exponent ("m2").
+  void takeWord()
+  {
+    std::size_t end = m_pos;
+    while (isWordStart(at(end)) || isDigit(at(end)))
+      ++end;
+    while (isDigit(at(end - 1)))
+      --end;
+    std::string_view word = m_text.substr(m_pos, end - m_pos);
+    m_out += translateWord(word, word.size() == m_text.size());
+    m_pos = end;
+    m_afterUnit = true;
+  }
+
+  void takeNumber()
+  {
+    std::size_t end = skipDigits(m_pos);
+    if (at(end) == '.')
+      end = skipDigits(end + 1);
+    if (at(end) == 'e' || at(end) == 'E') {
+      std::size_t digits = end + 1 + (at(end + 1) == '-' || at(end + 1) == '+' ? 1 : 0);
+      if (isDigit(at(digits)))
+        end = skipDigits(digits);
+    }
+    copyTo(end);
+  }
+
+  std::string_view m_text;
+  std::size_t m_pos = 0;
+  std::string m_out;
+  long m_exponentProduct = 1;
+  bool m_afterUnit = false;
+};
+
+}  // namespace
+
+std::optional<std::string> translateUnits(std::string_view units)
+{
+  units = trimmed(units);
+  if (units.size() > maxLength || units.find('\0') != std::string_view::npos)
+    return std::nullopt;
+  return Translator(units).run();
+}
+
+}  // namespace orv
