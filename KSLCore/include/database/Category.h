@@ -39,7 +39,8 @@ class ORV_API Category {
   bool isA(std::string_view name) const;
 
  private:
-  std::uint64_t* wordOf(std::size_t number) const;
+  std::uint64_t wordAt(std::size_t index) const noexcept;  // 0 beyond the end
+  std::uint64_t& growTo(std::size_t index);
 
   std::uint64_t m_first = 0;
   std::unique_ptr<std::vector<std::uint64_t>> m_more;  // numbers from 64 on; null while none was set

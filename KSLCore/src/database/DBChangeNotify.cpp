@@ -1,0 +1,7 @@
+#include "database/DBChangeNotify.h"
+
+namespace orv {
+
+DBChangeNotify::~DBChangeNotify() = default;
+
+}  // namespace orv

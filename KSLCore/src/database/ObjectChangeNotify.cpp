@@ -1,0 +1,7 @@
+#include "database/ObjectChangeNotify.h"
+
+namespace orv {
+
+ObjectChangeNotify::~ObjectChangeNotify() = default;
+
+}  // namespace orv

@@ -1,0 +1,63 @@
+#include "database/ObjectRulesDef.h"
+
+#include "platform/ORVError.h"
+#include "platform/ORVException.h"
+
+#include <utility>
+
+namespace orv {
+
+namespace {
+
+void append(ObjectRulesDef::NameList& list, const ObjectRulesDef::NameList& names)
+{
+  list.insert(list.end(), names.begin(), names.end());
+}
+
+const ObjectRulesDef::NameList& listOf(const ObjectRulesDef::ContextLists& lists, std::string_view context)
+{
+  static const ObjectRulesDef::NameList none;
+  const auto found = lists.find(context);
+  return found == lists.end() ? none : found->second;
+}
+
+}  // namespace
+
+void ObjectRulesDef::addEssentialParams(NameList names)
+{
+  if (m_essentialGiven)
+    throw data::duplicate("ObjectRulesDef", "addEssentialParams",
+                          _("Essential parameters (not context-specific) added twice"));
+  m_essentialGiven = true;
+  m_essentialParams = std::move(names);
+}
+
+void ObjectRulesDef::addOptionalParams(const NameList& names)
+{
+  append(m_optionalParams, names);
+  m_optionalGiven = true;
+}
+
+void ObjectRulesDef::addEssentialParams(const std::string& context, NameList names)
+{
+  if (!m_contextEssential.try_emplace(context, std::move(names)).second)
+    throw data::duplicate("ObjectRulesDef", "addEssentialParams",
+                          _("Essential parameters in rules context '%s' added twice", context));
+}
+
+void ObjectRulesDef::addOptionalParams(const std::string& context, const NameList& names)
+{
+  append(m_contextOptional[context], names);
+}
+
+const ObjectRulesDef::NameList& ObjectRulesDef::getEssentialParams(std::string_view context) const
+{
+  return listOf(m_contextEssential, context);
+}
+
+const ObjectRulesDef::NameList& ObjectRulesDef::getOptionalParams(std::string_view context) const
+{
+  return listOf(m_contextOptional, context);
+}
+
+}  // namespace orv

@@ -1,0 +1,435 @@
+#include "database/ParamDefinition.h"
+
+#include "platform/ORVError.h"
+#include "platform/ORVUnits.h"
+#include "database/ParamKSLParser.h"
+
+#include <clocale>
+#include <cstdio>
+#include <functional>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <limits>
+#include <locale>
+#include <optional>
+#include <rapidcheck/gtest.h>
+#include <stdexcept>
+
+using namespace orv;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+namespace {
+
+static_assert(sizeof(ParamDefinition) <= 56, "there are millions of parameters");
+
+ParamDefinition paramOf(const std::string& value, const std::string& type = "Real")
+{
+  return ParamDefinition("P", "local", "remote", type, value, "cat");
+}
+
+ParamDefinition paramAllowing(std::vector<std::string> allowed, const std::string& type)
+{
+  auto* rules = new ParamDefinition::Rules;
+  rules->name = "P";
+  rules->type = type;
+  rules->setAllowedValues(std::move(allowed));
+  return ParamDefinition(refcnt_ptr<const ParamDefinition::Rules>(rules));
+}
+
+// What a call throws, as data; an error of another class passes on and fails the test.
+template <class Exception>
+ErrorMsg errorOf(const std::function<void()>& call)
+{
+  try {
+    call();
+  } catch (const Exception& error) {
+    return ErrorMsg(error);
+  }
+  return {};
+}
+
+ErrorMsg invalid(const std::string& function, const std::string& message)
+{
+  return {"ParamDefinition", function, message, 4};
+}
+
+struct Notified : ParamDefinition::NotifyChange {
+  std::vector<std::string> values;
+  bool fail = false;
+  void paramChanged(ParamDefinition* param) override
+  {
+    if (fail)
+      throw std::runtime_error("observer");
+    values.push_back(param->getValue() + (param->hasBeenSet() ? "" : " (unset)"));
+  }
+};
+
+// Prefers millimetres for metres, and nothing else.
+struct Millimetres : UnitSystemHandler {
+  UnitSystemHandler* before = setCurrent(this);
+  ~Millimetres() override { setCurrent(before); }
+  std::string getPreferredUnitsFromUnits(const std::string& units, const std::string& quantity) const override
+  {
+    return units == "m" && quantity.empty() ? "mm" : "";
+  }
+};
+
+// ---------------------------------------------------------------------------------------------------- quantities
+
+TEST(ParamDefinition, QuantitiesAsWritten)
+{
+  const struct {
+    const char* text;
+    double value;
+    const char* units;
+  } cases[] = {
+      {"2.5", 2.5, ""},
+      {" \t+2.5 ", 2.5, ""},
+      {"-.5", -0.5, ""},
+      {"5.", 5, ""},
+      {"1e3", 1000, ""},
+      {"1E-3[m]", 0.001, "m"},
+      {"16777217", 16777217, ""},
+      {"0x1A", 26, ""},
+      {"-0x1.8p1 [m]", -3, "m"},
+      {"2.5 [m]", 2.5, "m"},
+      {" 2.5 [ m s^-1 ] ", 2.5, "m s^-1 "},
+      {"2.5 [[m]", 2.5, "[m"},
+      {"2.5 []", 2.5, ""},
+      {"2.5 [ ]", 2.5, ""},
+      {"1e-99999999999999999999", 0, ""},
+      {"-0e99999999999999999999", 0, ""},
+      {"0x0.1p-99999", 0, ""},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.text);
+    const ParamDefinition param = paramOf(c.text);
+    EXPECT_TRUE(param.isPureNumeric());
+    EXPECT_EQ(param.getQuantityValue().getValue(), c.value);
+    EXPECT_EQ(param.getQuantityValue().getUnits(), c.units);
+  }
+}
+
+TEST(ParamDefinition, TextsThatAreNoQuantities)
+{
+  for (const char* text :
+       {"2.5 m", "2.5 [m] x", "2.5 [m] ]", "2.5 [m", "2.5 [", "[m]",  ".",   "-",   "+-1",   "- 1",  "1 2",
+        "1e",    "1e+",       "1e [m]",    "0x",     "0xp1",  "0x1p", "nan", "inf", "1.2.3", "\xe9", "1,x"})
+    EXPECT_FALSE(paramOf(text).isPureNumeric()) << text;
+  EXPECT_TRUE(paramOf("").isPureNumeric());
+  EXPECT_TRUE(paramOf("1 [m], 2, 3 []").isPureNumeric());
+}
+
+// The language is that of three patterns of sscanf, which is asked here where it has no faults of its own.
+std::optional<Quantity> scannedByPatterns(const std::string& text)
+{
+  double value = 0;
+  char units[64] = {};
+  char close = 0;
+  char rest = 0;
+  if (std::sscanf(text.c_str(), " %lf %c", &value, &rest) == 1)
+    return Quantity(value);
+  if (std::sscanf(text.c_str(), " %lf [ %63[^]]%c %c", &value, units, &close, &rest) == 3 && close == ']')
+    return Quantity(value, units);
+  char word[2] = {};
+  if (std::sscanf(text.c_str(), " %lf [ %1s %c", &value, word, &rest) == 2 && word[0] == ']')
+    return Quantity(value);
+  return std::nullopt;
+}
+
+RC_GTEST_PROP(ParamDefinition, ReadsQuantitiesAsThePatternsDo, ())
+{
+  const auto piece = rc::gen::element<std::string>("1", "20", ".", "-", "+", "e3", "E-2", " ", "\t", " [",
+                                                   "m", "]", "]", "x", "0x1F", "p2");
+  const auto pieces = *rc::gen::resize(10, rc::gen::container<std::vector<std::string>>(piece));
+  std::string text = *rc::gen::element<std::string>("", "1", "2.5 [", "2.5[m]");
+  for (const std::string& each : pieces)
+    text += each;
+  RC_PRE(text.find_first_not_of(" \t") != std::string::npos);
+  RC_PRE(text.find("0x1F") == std::string::npos || text.find("p2") == std::string::npos);
+
+  const ParamDefinition param = paramOf(text);
+  const std::optional<Quantity> expected = scannedByPatterns(text);
+  RC_ASSERT(param.isPureNumeric() == expected.has_value());
+  if (!expected)
+    return;
+  RC_ASSERT(param.getQuantityValue().getValue() == expected->getValue());
+  RC_ASSERT(param.getQuantityValue().getUnits() == expected->getUnits());
+}
+
+// ---------------------------------------------------------------------------------------------------- typed reads
+
+TEST(ParamDefinition, ReadsIntegers)
+{
+  const std::pair<const char*, int> cases[] = {
+      {"7", 7},      {" -12 ", -12},
+      {"+3", 3},     {"7.9", 7},
+      {"-7.9", -7},  {"7 []", 7},
+      {"1e3", 1000}, {"2147483647", 2147483647},
+      {"0x1A", 26},  {"-2147483648", std::numeric_limits<int>::min()}};
+  for (const auto& [text, value] : cases)
+    EXPECT_EQ(paramOf(text).getIntValue(), value) << text;
+  EXPECT_THAT(paramOf(" 1, 2.9 ,-3").getIntArray(), ElementsAre(1, 2, -3));
+  EXPECT_THAT(paramOf("").getIntArray(), IsEmpty());
+}
+
+TEST(ParamDefinition, RefusesWhatIsNoInteger)
+{
+  const std::pair<const char*, ErrorMsg> cases[] = {
+      {"", invalid("getIntValueInternal", "No value for parameter P.")},
+      {"7 [s]", invalid("getIntValue", "Integer parameter value 7 [s] must be Dimensionless.")},
+      {"99999999999", invalid("getIntValue", "Value '99999999999' of parameter 'P' is out of range.")},
+      {"-2147483649", invalid("getIntValue", "Value '-2147483649' of parameter 'P' is out of range.")},
+      {"1e400", invalid("getIntValue", "Value '1e400' of parameter 'P' is out of range.")}};
+  for (const auto& [text, error] : cases)
+    EXPECT_EQ(errorOf<data::invalid>([&, value = text] { paramOf(value).getIntValue(); }), error) << text;
+  EXPECT_EQ(errorOf<data::invalid>([] { paramOf("1,,2").getIntArray(); }),
+            invalid("getIntValueInternal", "No value for parameter P."));
+}
+
+TEST(ParamDefinition, ReadsRealsAndTriplets)
+{
+  const ParamDefinition length = paramOf("2.5 [m]");
+  EXPECT_EQ(length.getFloatValue(), 2.5F);
+  EXPECT_FLOAT_EQ(length.getFloatValue("mm"), 2500);
+  EXPECT_EQ(paramOf("2.5").getFloatValue("mm"), 2.5F);
+  EXPECT_THAT(paramOf("1 [m], 2").getFloatArray(), ElementsAre(1, 2));
+  EXPECT_EQ(paramOf("1 [m], -2 [m], 0.5").getTripletValue(), (TripletBase<float>{1, -2, 0.5F}));
+  EXPECT_EQ(paramOf("1 [m], -2 [m], 0.5").getTripletValue("mm"), (TripletBase<float>{1000, -2000, 0.5F}));
+  EXPECT_EQ(paramOf("3.4028234e38").getFloatValue(), std::numeric_limits<float>::max());
+}
+
+TEST(ParamDefinition, RefusesBadReals)
+{
+  const ErrorMsg empty = invalid("getQuantityValueInternal", "Value for parameter 'P' is empty.");
+  const ErrorMsg notThree = invalid("getTripletValue", "Parameter P must have exactly three values.");
+  const auto tooBig = [](const std::string& function, const std::string& text) {
+    return invalid(function, "Value '" + text + "' of parameter 'P' is out of range.");
+  };
+  const struct {
+    const char* name;
+    ErrorMsg error;
+    std::function<void()> call;
+  } cases[] = {
+      {"quantity", empty, [] { paramOf("").getQuantityValue(); }},
+      {"real", empty, [] { paramOf("").getFloatValue("m"); }},
+      {"array", empty, [] { paramOf("").getFloatArray(); }},
+      {"array element", empty, [] { paramOf("1,,2").getFloatArray(); }},
+      {"empty triplet", empty, [] { paramOf("").getTripletValue(); }},
+      {"two", notThree, [] { paramOf("1,2").getTripletValue(); }},
+      {"four", notThree, [] { paramOf("1,2,3,4").getTripletValue("m"); }},
+      {"double", tooBig("getQuantityValueInternal", "-1e400"), [] { paramOf("-1e400").getQuantityValue(); }},
+      {"digits", tooBig("getQuantityValueInternal", std::string(400, '9')),
+       [] { paramOf(std::string(400, '9')).getQuantityValue(); }},
+      {"hex", tooBig("getQuantityValueInternal", "0x1p5000"), [] { paramOf("0x1p5000").getQuantityValue(); }},
+      {"float", tooBig("getFloatValue", "1e39"), [] { paramOf("1e39").getFloatValue(); }},
+      {"float in units", tooBig("getFloatValue", "1e38 [m]"),
+       [] { paramOf("1e38 [m]").getFloatValue("mm"); }},
+      {"text", tooBig("getValue", "1e400"), [] { paramOf("1e400").getValue(true, ""); }},
+  };
+  for (const auto& c : cases)
+    EXPECT_EQ(errorOf<data::invalid>(c.call), c.error) << c.name;
+}
+
+// What the scanner does not take is computed; a comma inside a call does not end an element.
+TEST(ParamDefinition, EvaluatesExpressions)
+{
+  EXPECT_EQ(paramOf("2 * 3").getIntValue(), 6);
+  EXPECT_THAT(paramOf("max(1,2), 3 + 1").getFloatArray(), ElementsAre(2, 4));
+  EXPECT_EQ(errorOf<data::invalid>([] { paramOf("2.5 m").getQuantityValue(); }).getClassName(),
+            "ExpressionEvaluator");
+  EXPECT_THAT(paramOf("max(1,2), b").getExpressionArray(),
+              ElementsAre(ExpressionDef("max(1,2)"), ExpressionDef("b")));
+}
+
+TEST(ParamDefinition, ReadsLogicalWords)
+{
+  EXPECT_TRUE(paramOf("On").getBoolValue());
+  EXPECT_FALSE(paramOf("false").getBoolValue());
+  EXPECT_TRUE(paramOf("Off").getBoolValue("True"));
+  EXPECT_EQ(errorOf<data::invalid>([] { paramOf("True").getBoolValue("perhaps"); }),
+            invalid("getBoolValue", "Parameter 'P' (of type boolean) cannot have value 'perhaps'."));
+}
+
+// Numbers follow no locale, whatever the host has set.
+TEST(ParamDefinition, NumbersFollowNoLocale)
+{
+  struct Grouped : std::numpunct<char> {
+    char do_decimal_point() const override { return ','; }
+    char do_thousands_sep() const override { return '.'; }
+    std::string do_grouping() const override { return "\3"; }
+  };
+  const std::string c = std::setlocale(LC_ALL, nullptr);
+  const std::locale before = std::locale::global(std::locale(std::locale::classic(), new Grouped));
+  for (const char* name : {"de_DE.UTF-8", "de_DE.utf8", "fr_FR.UTF-8"}) {
+    if (std::setlocale(LC_ALL, name))  // as good as the machine has it
+      break;
+  }
+  const double value = paramOf("1234567.5").getQuantityValue().getValue();
+  const std::string text = paramOf("1234567.5 [m], 0.1").getValue(true, "m");
+  const std::size_t elements = paramOf("2,5").getFloatArray().size();
+  std::locale::global(before);
+  std::setlocale(LC_ALL, c.c_str());
+
+  EXPECT_EQ(value, 1234567.5);
+  EXPECT_EQ(text, "1234567.5,0.1");
+  EXPECT_EQ(elements, 2U);
+}
+
+// ---------------------------------------------------------------------------------------------------- values
+
+TEST(ParamDefinition, ConvertsValueText)
+{
+  const Millimetres preferred;
+  const struct {
+    const char* value;
+    bool convert;
+    const char* units;
+    const char* result;
+  } cases[] = {
+      {"2.50 [m] , x", false, "", "2.50 [m] , x"},
+      {"2.50 [m]", true, "", "2500"},
+      {"2.50 [s]", true, "", "2.5"},  // none preferred: its own units
+      {"2.50 [m]", false, "cm", "250"},
+      {"2.50 [m]", true, "cm", "250"},
+      {"2.50", true, "", "2.5"},
+      {" 2 * x ", true, "", " 2 * x "},
+      {"", true, "", ""},
+      {"1 [m], x y ,2.0, 3 [cm]", true, "mm", "1000,x y,2,30"},
+      {"max(1,2), 1 [m]", true, "", "max(1,2),1000"},
+      {"1234567.5 [s]", true, "", "1234567.5"},
+  };
+  for (const auto& c : cases)
+    EXPECT_EQ(paramOf(c.value).getValue(c.convert, c.units), c.result) << c.value << " " << c.units;
+  EXPECT_EQ(paramOf("10 [C]").getValue(true, "K", true), "10");
+  EXPECT_EQ(paramOf("10 [C]").getValue(true, "K", false), "283.15");
+  EXPECT_EQ(errorOf<data::invalid>([] { paramOf("1 [m]").getValue(true, "s"); }).getClassName(),
+            "UnitsConverter");
+}
+
+TEST(ParamDefinition, AllowsListedValuesOnly)
+{
+  const ParamDefinition list = paramAllowing({"B", "A", "B"}, "String List");
+  const ParamDefinition word = paramAllowing({"B", "A"}, "String");
+  const std::pair<const char*, std::pair<bool, bool>> cases[] = {
+      {"A", {true, true}},     {"A, B", {true, false}}, {"", {true, false}},
+      {"A,C", {false, false}}, {"A,", {false, false}},  {"a", {false, false}}};
+  for (const auto& [text, allowed] : cases) {
+    EXPECT_EQ(list.isAllowedValue(text), allowed.first) << text;
+    EXPECT_EQ(word.isAllowedValue(text), allowed.second) << text;
+  }
+  EXPECT_TRUE(paramAllowing({}, "String List").isAllowedValue("x,y"));
+  EXPECT_THAT(list.getRules()->allowedInOrder, ElementsAre("B", "A", "B"));
+  EXPECT_THAT(list.getAllowedValues(), ElementsAre("A", "B"));
+}
+
+TEST(ParamDefinition, SetAndUnsetTellTheObserver)
+{
+  ParamDefinition param = paramAllowing({"a", "b"}, "String");
+  Notified observer;
+  param.setNotifyChange(&observer);
+  EXPECT_EQ(param.setValue("a"), "");
+  EXPECT_EQ(param.setValue("a"), "a");  // the same again is a change too
+  EXPECT_EQ(errorOf<data::invalid>([&] { param.setValue("c"); }),
+            invalid("setValue", "Parameter 'P' cannot have value 'c'."));
+  EXPECT_TRUE(param.hasBeenSet() && param.isChanged());
+  param.unset();
+  EXPECT_TRUE(!param.hasBeenSet() && param.isChanged());
+  EXPECT_THAT(observer.values, ElementsAre("a", "a", "a (unset)"));
+
+  Notified second;
+  EXPECT_EQ(errorOf<internal::error>([&] { param.setNotifyChange(&second); }),
+            invalid("setNotifyChange", "Attempt to register NotifyChange when one is already registered."));
+  param.setNotifyChange(nullptr);
+  param.setNotifyChange(&second);
+  param.setValue("b");
+  EXPECT_THAT(observer.values, ElementsAre("a", "a", "a (unset)"));
+  EXPECT_THAT(second.values, ElementsAre("b"));
+}
+
+TEST(ParamDefinition, AnObserverThatThrowsLeavesNoTrace)
+{
+  ParamDefinition param = paramOf("old");
+  Notified observer;
+  param.setNotifyChange(&observer);
+  observer.fail = true;
+  EXPECT_THROW(param.setValue("new"), std::runtime_error);
+  EXPECT_EQ(param.getValue(), "old");
+  EXPECT_FALSE(param.hasBeenSet() || param.isChanged());
+
+  observer.fail = false;
+  param.setValue("new");
+  param.clearChanged();
+  observer.fail = true;
+  EXPECT_THROW(param.setValue("newer"), std::runtime_error);
+  EXPECT_THROW(param.unset(), std::runtime_error);
+  EXPECT_EQ(param.getValue(), "new");
+  EXPECT_TRUE(param.hasBeenSet() && !param.isChanged());
+}
+
+TEST(ParamDefinition, CopiesStandForThemselves)
+{
+  Notified observer;
+  ParamDefinition param("P", "local", "remote", "type", "default", "cat");
+  param.setInternal(true);
+  param.setNotifyChange(&observer);
+  param.setValue("value");
+  const std::unique_ptr<ParamDefinition> copy = param.clone();
+  EXPECT_EQ(copy->getRules(), param.getRules());
+  EXPECT_EQ(copy->getValue(), "value");
+  EXPECT_TRUE(copy->isInternal());
+  EXPECT_FALSE(copy->hasBeenSet() || copy->isChanged());
+  copy->setValue("other");
+  EXPECT_THAT(observer.values, ElementsAre("value"));
+  EXPECT_EQ(param.getValue(), "value");
+
+  EXPECT_EQ(ParamDefinition(param.getRules()).getValue(), "default");
+  EXPECT_EQ(
+      param.getLocalType() + "," + param.getRemoteType() + "," + param.getType() + "," + param.getCategory(),
+      "local,remote,type,cat");
+  EXPECT_EQ(
+      errorOf<internal::nullPointer>([] { ParamDefinition(refcnt_ptr<const ParamDefinition::Rules>()); }),
+      invalid("ParamDefinition", "Input parameter p_rules is a null pointer."));
+}
+
+TEST(ParamDefinition, ExtraRulesAreLookedUpByKind)
+{
+  auto* rules = new ParamDefinition::Rules;
+  rules->extraStrings["s"] = "text";
+  rules->extraLists["l"] = {"x", "y"};
+  const ParamDefinition param{refcnt_ptr<const ParamDefinition::Rules>(rules)};
+  EXPECT_TRUE(param.hasExtraRule("s", ParamDefinition::textRule));
+  EXPECT_TRUE(param.hasExtraRule("l", ParamDefinition::listRule));
+  EXPECT_FALSE(param.hasExtraRule("s", ParamDefinition::listRule));
+  EXPECT_FALSE(param.hasExtraRule("l", ParamDefinition::textRule));
+  EXPECT_EQ(param.getExtraRulesString("s") + param.getExtraRulesString("l"), "text");
+  EXPECT_THAT(param.getExtraRulesStrList("l"), ElementsAre("x", "y"));
+  EXPECT_THAT(param.getExtraRulesStrList("s"), IsEmpty());
+}
+
+TEST(ParamDefinition, NameValueMapKeepsTheFirst)
+{
+  EXPECT_THAT(ParamDefinition::createNameValueMap({"b = 1=2", "a", "b = 3"}),
+              ElementsAre(std::pair("a", ""), std::pair("b", "1=2")));
+}
+
+// ---------------------------------------------------------------------------------------------------- KSL text
+
+TEST(ParamKSLParser, FindsTheParameterOfTheInnermostBlockOfTheType)
+{
+  ParamKSLParser parser({"x = outside", "A: one",    "  x = 1",    "  x = 2",     "  B: inner",
+                         "    x = 3",   "    y = 4", "    A: two", "      x = 5", "    END",
+                         "  END",       "END",       "A: three",   "  B:",        "    x = 6",
+                         "  END",       "END",       "S:",         "  x = 7",     "END"});
+  parser.parseForParam("A", "x");
+  EXPECT_THAT(parser.getResults(),
+              ElementsAre(std::pair("one", "1"), std::pair("three", "6"), std::pair("two", "5")));
+  parser.resetResults();
+  parser.parseForParam("S", "x");
+  EXPECT_THAT(parser.getResults(), ElementsAre(std::pair("S", "7")));
+  parser.parseForParam("B", "y");
+  EXPECT_THAT(parser.getResults(), ElementsAre(std::pair("S", "7"), std::pair("inner", "4")));
+}
+
+}  // namespace
