@@ -219,18 +219,24 @@ std::string toString(Int value)
       static_cast<std::conditional_t<std::is_unsigned_v<Int>, unsigned long long, long long>>(value));
 }
 
-// Continued lines: a line whose last character is "\" goes on in the next one.
-// removeContinuation joins them; splitStringToSize wraps one line so that joining gives exactly the same
-// value back.
+// Continued lines: a line whose last character is "\" goes on in the next one; the backslash is taken away
+// and the next line is appended with its white space simplified. The first line is tested as it stands (a
+// blank behind its "\" ends it), the ones after it once they are simplified, so that an empty line always
+// ends a continuation.
 
-// Joins lines that end in "\" with the ones after them; the reader's rule: a backslash is taken away, and the
-// next line is appended with its white space simplified.
-ORV_API std::vector<std::string> removeContinuation(const std::vector<std::string>& lines);
-// Indents `text` by two blanks a level and wraps it at `width` columns (20 at least) with "\"; breaks stand
-// only at blanks between words outside quotes, so a word longer than a line stays whole. Lines are joined by
-// "\n".
+// Joins continued lines, so that each line is whole. A "\" on the very last line is dropped. Linear; moves
+// what it can.
+ORV_API std::vector<std::string> removeContinuation(std::vector<std::string> lines);
+// Indents a whole line by two blanks a level and wraps it at `width` columns (20 at least), continuation
+// lines at the same level: the exact inverse of joining, for every text. White space at the ends is dropped,
+// runs of it become one blank; breaks stand only at blanks outside double quotes, so a longer word or quoted
+// text stays in one piece, blanks and all (line ends in it become blanks). A text whose last character is "\"
+// gets " \" and an empty line behind it, because a reader would take the backslash for its own. Lines are
+// joined by "\n"; there is one at the end when the text has one there.
 ORV_API std::string splitStringToSize(std::string_view text, std::size_t level, std::size_t width);
-// Re-indents lines of KSL: two blanks a level of open blocks.
+// Joins continued lines and indents each by two blanks a level of open blocks; empty lines stay. Each line
+// that comes back is whole: one that ends in "\" has a blank behind it. An END without a block stays at the
+// left edge.
 ORV_API std::vector<std::string> indentKSL(const std::vector<std::string>& lines);
 
 }  // namespace StringUtilities
@@ -257,16 +263,20 @@ ORV_API std::string toForwardSlashes(std::string_view fileName);
 
 }  // namespace PathUtils
 
-// A parsed object path: components (type, name), outermost first. A component without ":" is a singleton,
-// whose name is its type. Quotes around a name are taken off; blanks inside types and names stand as they
-// are.
+// A parsed object path: components (type, name), outermost first. A component without ":", or with nothing
+// behind it, is a singleton, whose name is its type; "T:T" is an object of a kind that has names. Quotes
+// around a name are taken off and ends trimmed; blanks inside types and names stand as they are. Empty and
+// "." components are dropped. Copies cost the path's length.
 class ORV_API KSLPath {
  public:
   struct Component {
     std::string type;
     std::string name;
     bool singleton = true;
+    // As in a path: "T:n", or "T" for a singleton.
     std::string text() const { return singleton ? type : type + ":" + name; }
+    // As at the head of a block: "T:n", or "T:" for a singleton. A name with a "#" is quoted.
+    std::string header() const;
     bool operator==(const Component&) const = default;
     bool operator<(const Component& other) const;
   };
@@ -290,6 +300,7 @@ class ORV_API KSLPath {
   // An empty name, or one equal to the type, makes a singleton.
   void push(std::string_view type, std::string_view name = {});
   void pop();  // nothing on the empty path
+  // An empty name makes a singleton; nothing on the empty path.
   void replaceLastName(std::string_view name);
 
   // Headers of the path's blocks, outermost first, each level indented by `step` more blanks, and the

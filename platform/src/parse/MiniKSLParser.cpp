@@ -1,0 +1,90 @@
+#include "platform/ORVKSLParseUtilities.h"
+#include "platform/ORVUtilities.h"
+
+namespace orv {
+
+namespace {
+
+// "&replace" and a blank before a header.
+bool takeReplaceDirective(std::string_view& header) noexcept
+{
+  constexpr std::string_view word = "&replace";
+  const bool found = header.size() > word.size() && header.substr(0, word.size()) == word
+                     && StringUtilities::isSpace(header[word.size()]);
+  if (found)
+    header.remove_prefix(word.size());
+  return found;
+}
+
+// What counts of a line.
+std::string_view contents(std::string_view line) noexcept
+{
+  return StringUtilities::trimmed(StringUtilities::withoutComment(line));
+}
+
+}  // namespace
+
+MiniKSLParser::MiniKSLParser(std::vector<std::string> lines) : m_lines(std::move(lines)) {}
+
+MiniKSLParser::~MiniKSLParser() = default;
+
+int MiniKSLParser::determineLineType(std::string_view line)
+{
+  const std::string_view text = contents(line);
+  if (text.empty())
+    return emptyLine;
+  if (text.front() == '>')
+    return actionLine;
+  if (text == "END")
+    return endLine;
+  const std::size_t mark = text.find_first_of(":=");
+  if (mark == std::string_view::npos)
+    return otherLineType;
+  if (text[mark] == '=')
+    return parameterLine;
+  return text.find('=', mark) == std::string_view::npos ? objectLine : otherLineType;
+}
+
+void MiniKSLParser::parse()
+{
+  m_blocks.clear();
+  for (m_index = 0; m_index < m_lines.size(); ++m_index) {
+    const int kind = determineLineType(currentLine());
+    if (kind == objectLine)
+      beginBlock(contents(currentLine()));
+    else if (kind == endLine && !m_blocks.empty())
+      endBlock();
+    else if (kind == parameterLine)
+      readParameter(contents(currentLine()));
+    else if (kind != emptyLine)
+      otherLine(currentLine());
+  }
+}
+
+void MiniKSLParser::beginBlock(std::string_view header)
+{
+  m_replace = takeReplaceDirective(header);
+  m_blocks.push_back(StringUtilities::splitObjectTypeAndName(header));
+  const Block block = m_blocks.back();
+  newObject(block.first, block.second);
+  m_replace = false;
+}
+
+void MiniKSLParser::endBlock()
+{
+  endObject();
+  m_blocks.pop_back();
+}
+
+void MiniKSLParser::readParameter(std::string_view text)
+{
+  const auto [name, value] = StringUtilities::splitNameValue(text);
+  newParameter(name, value);
+}
+
+void MiniKSLParser::newObject(const std::string&, const std::string&) {}
+void MiniKSLParser::newParameter(const std::string&, const std::string&) {}
+void MiniKSLParser::endObject() {}
+void MiniKSLParser::otherLine(const std::string&) {}
+
+}  // namespace orv
