@@ -13,6 +13,7 @@ class ORV_API Preferences {
  public:
   static Preferences* instance();
   static void destroyInstance();
+  // The fallback when the name has no value.
   std::string getValue(const std::string& name, const std::string& fallback = {}) const;
   void setValue(const std::string& name, const std::string& value);
   bool hasValue(const std::string& name) const;

@@ -10,7 +10,8 @@
 
 namespace orv {
 
-// A file stream with the product family's name for what it does.
+// A file stream with the product family's name for what it does. Its failures are thrown, so that nothing
+// written is lost in silence; only the destructor, which closes too, keeps them to itself.
 class ORV_API ORVStream {
  public:
   enum class Mode { read, write, append };
@@ -20,10 +21,12 @@ class ORV_API ORVStream {
   ORVStream(const ORVStream&) = delete;
   ORVStream& operator=(const ORVStream&) = delete;
 
-  // Closes what is open and opens the file. Throws file::error, class "ORVStream", function "open",
-  // "Cannot open file '%s': %s.".
+  // Closes what is open and opens the file; mode write empties it, append keeps what it holds. When it fails,
+  // the stream is closed and its file name is as before. Throws file::error, class "ORVStream", function
+  // "open", "Cannot open file '%s': %s.".
   virtual void open(const std::string& fileName, Mode mode);
   bool isOpen() const;
+  // The file opened last, as it was named.
   const std::string& getFileName() const { return m_fileName; }
 
   // Throws file::error, function "write", "Cannot write file '%s': %s.".
@@ -31,8 +34,9 @@ class ORV_API ORVStream {
   // Hands everything written to the system. Throws as write does.
   void flush();
   // The next line without its end (a CR before it is dropped); false at the end of the file.
+  // Throws file::error, function "readLine", "Cannot read file '%s': %s.".
   bool readLine(std::string& line);
-  // All the lines that are left.
+  // All the lines that are left. Throws as readLine does.
   std::vector<std::string> readLines();
   // Flushes and closes; throws as write does, and is closed then too. Nothing when not open.
   void close();
@@ -46,15 +50,18 @@ namespace ORVFile {
 
 ORV_API bool exists(const std::string& fileName);
 ORV_API bool isDirectory(const std::string& fileName);
-// The whole file. Throws file::error, class "ORVFile", function "readAll", "Cannot read file '%s': %s.".
+// The whole file; CR LF reads as LF. Throws file::error, class "ORVFile", function "readAll",
+// "Cannot read file '%s': %s.".
 ORV_API std::string readAll(const std::string& fileName);
-// The whole file as lines; CR LF reads as LF. Throws as readAll does.
+// The whole file as lines, without their ends; CR LF reads as LF. Throws as readAll does.
 ORV_API std::vector<std::string> readLines(const std::string& fileName);
 // The files of a directory whose names end so, in name order, with the directory's name before theirs. Throws
-// file::error, function "listFiles".
+// file::error, function "listFiles", "Cannot read directory '%s': %s.".
 ORV_API std::vector<std::string> listFiles(const std::string& directory, std::string_view ending);
-// The last component, and what stands before it ("." when there is nothing). Both slashes separate.
+// The last component, and what stands before it ("." when there is nothing, "/" for a file right below it).
+// Both slashes separate. getDirectory is getPath by another name.
 ORV_API std::string getFilename(std::string_view path);
+ORV_API std::string getPath(std::string_view path);
 ORV_API std::string getDirectory(std::string_view path);
 
 }  // namespace ORVFile

@@ -1,0 +1,7 @@
+#include "platform/ORVApplicationSupport.h"
+
+namespace orv {
+
+FileChangeManager::~FileChangeManager() = default;
+
+}  // namespace orv

@@ -1,0 +1,7 @@
+#include "platform/ORVAbstractDataModels.h"
+
+namespace orv {
+
+TreeAndLeafReadModel::~TreeAndLeafReadModel() = default;
+
+}  // namespace orv

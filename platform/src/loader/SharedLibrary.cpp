@@ -1,0 +1,125 @@
+#include "platform/ORVDynamicLoader.h"
+#include "platform/ORVError.h"
+#include "platform/ORVUtilities.h"
+
+#include <cstdlib>
+#include <dlfcn.h>
+#include <filesystem>
+#include <vector>
+
+namespace orv {
+
+const char* const SHLIBEXT = ".so";
+
+CalculateFunction::~CalculateFunction() = default;
+
+namespace {
+
+using Factory = CalculateFunction* (*)();
+
+SharedLibrary* theLoader = nullptr;
+
+// What the loader said, and nothing of an earlier failure.
+std::string loaderError()
+{
+  const char* const text = dlerror();
+  return text ? text : "no reason given";
+}
+
+std::string searchedDirectories()
+{
+  const char* const directories = std::getenv("ORV_KSL_PLUGIN_PATH");
+  return directories ? directories : "";
+}
+
+// The file to load: the first one of this name in the directories searched, else the name itself, which the
+// loader looks for by its own rules.
+std::string findLibrary(const std::string& library)
+{
+  if (library.find('/') != std::string::npos)
+    return library;
+  for (const auto& directory : StringUtilities::stringToVector(searchedDirectories(), ':')) {
+    std::error_code failure;
+    const std::filesystem::path file = std::filesystem::path(directory) / library;
+    if (!directory.empty() && std::filesystem::exists(file, failure))
+      return file.string();
+  }
+  return library;
+}
+
+// The library's own function of that name. The loader also finds those of the libraries it is linked with,
+// and a slip in a name must not call "exit".
+void* findFunction(void* handle, const std::string& function)
+{
+  void* const symbol = dlsym(handle, function.c_str());
+  link_map* library = nullptr;
+  Dl_info found{};
+  if (!symbol || dlinfo(handle, RTLD_DI_LINKMAP, &library) != 0 || dladdr(symbol, &found) == 0)
+    return nullptr;
+  return std::strcmp(library->l_name, found.dli_fname) == 0 ? symbol : nullptr;
+}
+
+}  // namespace
+
+SharedLibrary::SharedLibrary() = default;
+
+SharedLibrary::~SharedLibrary()
+{
+  for (const auto& [library, handle] : m_handles)
+    dlclose(handle);
+}
+
+SharedLibrary* SharedLibrary::instance()
+{
+  if (!theLoader)
+    theLoader = new SharedLibrary;
+  return theLoader;
+}
+
+void SharedLibrary::destroyInstance()
+{
+  delete std::exchange(theLoader, nullptr);
+}
+
+void* SharedLibrary::open(const std::string& library)
+{
+  const auto known = m_handles.find(library);
+  if (known != m_handles.end())
+    return known->second;
+  if (library.empty()) {  // to the loader this would be the program itself
+    m_lastError = "Calculate library has no name.";
+    return nullptr;
+  }
+  void* const handle = dlopen(findLibrary(library).c_str(), RTLD_NOW | RTLD_LOCAL);
+  if (!handle) {
+    m_lastError =
+        _("Calculate library '%s' not loaded (ORV_KSL_PLUGIN_PATH is '%s', then the system's places): %s.",
+          library, searchedDirectories(), loaderError());
+    return nullptr;
+  }
+  ScopeGuard unload([handle] { dlclose(handle); });
+  m_handles.emplace(library, handle);
+  unload.dismiss();
+  return handle;
+}
+
+CalculateFunction* SharedLibrary::getInstance(const std::string& library, const std::string& function)
+{
+  m_lastError.clear();
+  void* const handle = open(library);
+  if (!handle)
+    return nullptr;
+  dlerror();
+  const auto factory = reinterpret_cast<Factory>(findFunction(handle, function));
+  if (!factory) {
+    m_lastError =
+        _("Function '%s' not found in calculate library '%s': %s.", function, library, loaderError());
+    return nullptr;
+  }
+  CalculateFunction* const made = factory();
+  if (!made)
+    m_lastError = _("Function '%s' of calculate library '%s' made nothing.", function, library);
+  return made;
+}
+
+}  // namespace orv

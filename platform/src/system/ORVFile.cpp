@@ -1,0 +1,136 @@
+#include "platform/ORVError.h"
+#include "platform/ORVSystem.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <filesystem>
+#include <memory>
+
+namespace orv::ORVFile {
+
+namespace {
+
+struct Closer {
+  void operator()(std::FILE* file) const { std::fclose(file); }
+};
+
+[[noreturn]] void throwReadFailure(const std::string& fileName)
+{
+  const std::string reason = Error::getSystemError();
+  throw file::error("ORVFile", "readAll", _("Cannot read file '%s': %s.", fileName, reason));
+}
+
+void dropCarriageReturns(std::string& text)
+{
+  std::size_t read = text.find("\r\n");
+  if (read == std::string::npos)
+    return;
+  std::size_t written = read;
+  for (; read < text.size(); ++read)
+    if (text[read] != '\r' || read + 1 == text.size() || text[read + 1] != '\n')
+      text[written++] = text[read];
+  text.resize(written);
+}
+
+bool endsWith(std::string_view text, std::string_view ending)
+{
+  return text.size() >= ending.size() && text.substr(text.size() - ending.size()) == ending;
+}
+
+[[noreturn]] void throwListFailure(const std::string& directory, const std::error_code& failure)
+{
+  throw file::error("ORVFile", "listFiles",
+                    _("Cannot read directory '%s': %s.", directory, failure.message()));
+}
+
+}  // namespace
+
+bool exists(const std::string& fileName)
+{
+  std::error_code failure;
+  return std::filesystem::exists(fileName, failure);
+}
+
+bool isDirectory(const std::string& fileName)
+{
+  std::error_code failure;
+  return std::filesystem::is_directory(fileName, failure);
+}
+
+std::string readAll(const std::string& fileName)
+{
+  errno = 0;
+  const std::unique_ptr<std::FILE, Closer> file(std::fopen(fileName.c_str(), "rb"));
+  if (!file)
+    throwReadFailure(fileName);
+  constexpr std::size_t step = std::size_t{1} << 16;
+  std::string text;
+  std::size_t size = 0;
+  for (;;) {
+    text.resize(size + std::max(step, size));  // doubles, so that growing costs no more than reading
+    const std::size_t got = std::fread(text.data() + size, 1, text.size() - size, file.get());
+    size += got;
+    if (size == text.size())
+      continue;
+    if (std::ferror(file.get()))
+      throwReadFailure(fileName);
+    text.resize(size);
+    dropCarriageReturns(text);
+    text.shrink_to_fit();
+    return text;
+  }
+}
+
+std::vector<std::string> readLines(const std::string& fileName)
+{
+  const std::string text = readAll(fileName);
+  std::vector<std::string> lines;
+  for (std::size_t start = 0; start < text.size();) {
+    const std::size_t end = std::min(text.find('\n', start), text.size());
+    lines.push_back(text.substr(start, end - start));
+    start = end + 1;
+  }
+  return lines;
+}
+
+std::vector<std::string> listFiles(const std::string& directory, std::string_view ending)
+{
+  std::error_code failure;
+  std::vector<std::string> names;
+  std::filesystem::directory_iterator entry(directory, failure);
+  for (; !failure && entry != std::filesystem::directory_iterator(); entry.increment(failure)) {
+    std::string name = entry->path().filename().string();
+    std::error_code unreadable;  // a link to nowhere is no file
+    if (endsWith(name, ending) && !entry->is_directory(unreadable) && entry->exists(unreadable))
+      names.push_back(std::move(name));
+  }
+  if (failure)
+    throwListFailure(directory, failure);
+  std::sort(names.begin(), names.end());
+  const std::string before = directory.empty() || directory.back() == '/' ? directory : directory + '/';
+  for (auto& name : names)
+    name.insert(0, before);
+  return names;
+}
+
+std::string getFilename(std::string_view path)
+{
+  const std::size_t slash = path.find_last_of("/\\");
+  return std::string(slash == std::string_view::npos ? path : path.substr(slash + 1));
+}
+
+std::string getPath(std::string_view path)
+{
+  const std::size_t slash = path.find_last_of("/\\");
+  if (slash == std::string_view::npos)
+    return ".";
+  return std::string(path.substr(0, std::max(slash, std::size_t{1})));
+}
+
+std::string getDirectory(std::string_view path)
+{
+  return getPath(path);
+}
+
+}  // namespace orv::ORVFile

@@ -1,0 +1,107 @@
+#include "platform/ORVError.h"
+#include "platform/ORVSystem.h"
+
+#include <cerrno>
+
+namespace orv {
+
+namespace {
+
+// Keeps errno of a failed stream operation; a stream that refuses before it asks the system leaves it 0.
+[[noreturn]] void throwFailure(const char* function, const char* format, const std::string& fileName)
+{
+  const std::string reason = Error::getSystemError();
+  throw file::error("ORVStream", function, _(format, fileName, reason));
+}
+
+[[noreturn]] void throwWriteFailure(const std::string& fileName)
+{
+  throwFailure("write", "Cannot write file '%s': %s.", fileName);
+}
+
+std::ios::openmode openMode(ORVStream::Mode mode)
+{
+  switch (mode) {
+    case ORVStream::Mode::read:
+      return std::ios::in | std::ios::binary;
+    case ORVStream::Mode::write:
+      return std::ios::out | std::ios::trunc | std::ios::binary;
+    case ORVStream::Mode::append:
+      return std::ios::out | std::ios::app | std::ios::binary;
+  }
+  return std::ios::in | std::ios::binary;
+}
+
+}  // namespace
+
+ORVStream::ORVStream() = default;
+
+ORVStream::~ORVStream() = default;
+
+void ORVStream::open(const std::string& fileName, Mode mode)
+{
+  close();
+  m_stream.clear();
+  errno = 0;
+  m_stream.open(fileName, openMode(mode));
+  if (!m_stream.is_open())
+    throwFailure("open", "Cannot open file '%s': %s.", fileName);
+  m_fileName = fileName;
+}
+
+bool ORVStream::isOpen() const
+{
+  return m_stream.is_open();
+}
+
+void ORVStream::write(std::string_view text)
+{
+  errno = isOpen() ? 0 : EBADF;
+  m_stream.write(text.data(), static_cast<std::streamsize>(text.size()));
+  if (!m_stream)
+    throwWriteFailure(m_fileName);
+}
+
+void ORVStream::flush()
+{
+  errno = isOpen() ? 0 : EBADF;
+  m_stream.flush();
+  if (!m_stream || !isOpen())
+    throwWriteFailure(m_fileName);
+}
+
+bool ORVStream::readLine(std::string& line)
+{
+  errno = isOpen() ? 0 : EBADF;
+  std::getline(m_stream, line);
+  if (m_stream.bad() || !isOpen())
+    throwFailure("readLine", "Cannot read file '%s': %s.", m_fileName);
+  if (!m_stream)
+    return false;
+  if (!line.empty() && line.back() == '\r')
+    line.pop_back();
+  return true;
+}
+
+std::vector<std::string> ORVStream::readLines()
+{
+  std::vector<std::string> lines;
+  for (std::string line; readLine(line);)
+    lines.push_back(std::move(line));
+  return lines;
+}
+
+void ORVStream::close()
+{
+  if (!isOpen())
+    return;
+  // What an earlier write could not hand over counts here too: the file is not what its writer believes.
+  errno = 0;
+  const bool failedBefore = m_stream.bad();
+  const bool closed = m_stream.rdbuf()->close() != nullptr;
+  m_stream.clear();
+  if (failedBefore || !closed)
+    throwWriteFailure(m_fileName);
+}
+
+}  // namespace orv
