@@ -59,10 +59,9 @@ ORV_API std::vector<std::string> readLines(const std::string& fileName);
 // file::error, function "listFiles", "Cannot read directory '%s': %s.".
 ORV_API std::vector<std::string> listFiles(const std::string& directory, std::string_view ending);
 // The last component, and what stands before it ("." when there is nothing, "/" for a file right below it).
-// Both slashes separate. getDirectory is getPath by another name.
+// Both slashes separate.
 ORV_API std::string getFilename(std::string_view path);
 ORV_API std::string getPath(std::string_view path);
-ORV_API std::string getDirectory(std::string_view path);
 
 }  // namespace ORVFile
 

@@ -3,8 +3,11 @@
 #include "platform/ORVUtilities.h"
 
 #include <cstdlib>
+#include <cstring>
 #include <dlfcn.h>
 #include <filesystem>
+#include <link.h>
+#include <utility>
 #include <vector>
 
 namespace orv {

@@ -128,9 +128,4 @@ std::string getPath(std::string_view path)
   return std::string(path.substr(0, std::max(slash, std::size_t{1})));
 }
 
-std::string getDirectory(std::string_view path)
-{
-  return getPath(path);
-}
-
 }  // namespace orv::ORVFile
