@@ -13,10 +13,11 @@ namespace {
 
 constexpr std::size_t maxCachedPairs = 4096;
 
-// The decimal number with the fewest digits that is as near as `tolerance`.
-double shortestNear(double value, double tolerance)
+// The decimal number of up to 12 digits that is as near as `tolerance`; else the value, which then stands for
+// none.
+double decimalNear(double value, double tolerance)
 {
-  for (int digits = 1; digits < 17; ++digits) {
+  for (int digits = 1; digits <= 12; ++digits) {
     char text[40];
     auto end =
         std::to_chars(std::begin(text), std::end(text), value, std::chars_format::scientific, digits - 1);
@@ -40,10 +41,10 @@ class Conversion {
     const ParsedUnits& coarse = m_inverse ? to : from;
     constexpr double epsilon = std::numeric_limits<double>::epsilon();
     m_factor = coarse.scale / fine.scale;
-    m_factor = shortestNear(m_factor, 2 * epsilon * std::abs(m_factor));
+    m_factor = decimalNear(m_factor, 2 * epsilon * std::abs(m_factor));
     double coarseZero = coarse.offset * m_factor;
     m_shift = coarseZero - fine.offset;
-    m_shift = shortestNear(m_shift, 4 * epsilon * (std::abs(coarseZero) + std::abs(fine.offset)));
+    m_shift = decimalNear(m_shift, 4 * epsilon * (std::abs(coarseZero) + std::abs(fine.offset)));
   }
 
   double apply(double value, bool difference) const

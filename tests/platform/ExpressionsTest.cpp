@@ -1,0 +1,252 @@
+#include "platform/ORVExpressions.h"
+
+#include <charconv>
+#include <cmath>
+#include <cstdlib>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <rapidcheck/gtest.h>
+#include <string>
+#include <vector>
+
+namespace orv {
+namespace {
+
+// "value [units]", or "@column reason" of the error.
+std::string evaluate(const std::string& text)
+{
+  try {
+    return ExpressionEvaluator::evalSingleValue(text, "").toString();
+  } catch (const data::invalid& error) {
+    EXPECT_EQ(error.getClassName(), "ExpressionEvaluator");
+    EXPECT_EQ(error.getFunction(), "evalSingleValue");
+    EXPECT_EQ(error.getType(), errorType::ordinary);
+    const std::string& message = error.getMessage();
+    const std::string head = "Cannot evaluate '" + text + "' at column ";
+    EXPECT_EQ(message.substr(0, head.size()), head);
+    std::string rest = message.substr(std::min(head.size(), message.size()));
+    return "@" + rest.replace(rest.find(':'), 1, "");
+  }
+}
+
+struct Row {
+  std::string text;
+  std::string expected;
+};
+
+void expectRows(const std::vector<Row>& rows)
+{
+  for (const Row& row : rows)
+    EXPECT_EQ(evaluate(row.text), row.expected) << row.text;
+}
+
+// The rows "| `expression` | `result` |" of the page that people read.
+TEST(Expressions, ExamplesOfThePage)
+{
+  const char* root = std::getenv("KSL_SOURCE_DIR");
+  std::ifstream page(std::string(root ? root : ".") + "/docs/expressions.md");
+  std::vector<Row> rows;
+  for (std::string line; std::getline(page, line);) {
+    std::size_t middle = line.find("` | `");
+    if (line.starts_with("| `") && middle != std::string::npos && line.ends_with("` |"))
+      rows.push_back({line.substr(3, middle - 3), line.substr(middle + 5, line.size() - middle - 8)});
+  }
+  EXPECT_GE(rows.size(), 20u);
+  expectRows(rows);
+}
+
+TEST(Expressions, Values)
+{
+  expectRows({
+      {"-2^2 + 2^-1", "-3.5"},
+      {"2^-2^2", "0.0625"},
+      {"-(-3)", "3"},
+      {"+-+4", "-4"},
+      {"8 / 2 / 2 - 1 - 1", "0"},
+      {"\t1\n+\r\v\f1 ", "2"},
+      {"0x.8p1", "1"},
+      {"0X10", "16"},
+      {"1e-400", "0"},
+      {"0.0" + std::string(400, '0') + "1", "0"},
+      {"1" + std::string(400, '0') + "e-400", "1"},
+      {"1" + std::string(100, '0') + "e-500", "0"},
+      {"5.", "5"},
+      {"(7 [ s ])", "7 [s]"},
+      {"+7 [degree]", "7 [degree]"},
+      {"7 []", "7"},
+      {"1 * 7 [s]", "7 [s]"},
+      {"20 [C] * 1", "293.15 [K]"},
+      {"--20 [C] + 0 [K]", "293.15 [K]"},
+      {"-20 [C]^1", "-293.15 [K]"},
+      {"-(20 [C])", "-293.15 [K]"},
+      {"2 [m]^2", "4 [m^2]"},
+      {"sqrt(4 [m])^2", "4 [m]"},
+      {"1 [rad s^-1] + 1 [s^-1]", "2 [rad s^-1]"},
+      {"1 [degree] - 1 [degree]", "0"},
+      {"2 ^ 50 [%]", "1.4142135623730951"},
+      {"abs(-2 [m])", "2 [m]"},
+      {"min(3, 1, 2) + max(5)", "6"},
+      {"mod(7 [m], 400 [cm])", "3 [m]"},
+      {"atan2(1 [m], 100 [cm]) * 4 / pi", "1"},
+      {"atan2(-1, 1) * 4 / pi", "-1"},
+      {"sin(0) + cos(0) + tan(0)", "1"},
+      {"asin(1) + acos(1) - 2 * atan(1)", "0"},
+      {"sinh(0) + cosh(0) + tanh(0)", "1"},
+      {"log(exp(2))", "2"},
+      {"floor(-1.5) * 100 + ceil(-1.5) * 10 + int(1.9)", "-209"},
+  });
+}
+
+TEST(Expressions, Errors)
+{
+  expectRows({
+      {"", "@1 syntax error, the text ends too early."},
+      {"1 +", "@4 syntax error, the text ends too early."},
+      {"(1 + 2", "@7 syntax error, ')' is missing."},
+      {"1)", "@2 syntax error at ')'."},
+      {"(1, 2)", "@3 syntax error at ','."},
+      {"2.5 m", "@5 syntax error at 'm'."},
+      {"[m]", "@1 syntax error at units '[m]'."},
+      {"(1) [m]", "@5 syntax error at units '[m]'."},
+      {"2 [m", "@3 ']' is missing."},
+      {"1e", "@2 syntax error at 'e'."},
+      {"0x", "@2 syntax error at 'x'."},
+      {"1 , 5", "@3 syntax error at ','."},
+      {"\xC2\xB5 + 1", "@1 syntax error at '\xC2\xB5'."},
+      {"1 [\xC2\xB5m] + \xC2\xB5", "@10 syntax error at '\xC2\xB5'."},
+      {"nan", "@1 unknown name 'nan'."},
+      {"1 + inf", "@5 unknown name 'inf'."},
+      {"Pi", "@1 unknown name 'Pi'."},
+      {"pi(1)", "@1 unknown function 'pi'."},
+      {"sin", "@1 function 'sin' needs arguments in parentheses."},
+      {"1 + sin()", "@5 function 'sin' takes 1 argument(s), not 0."},
+      {"mod(1, 2, 3)", "@1 function 'mod' takes 2 argument(s), not 3."},
+      {"max()", "@1 function 'max' takes at least 1 argument(s), not 0."},
+      {"max(1,)", "@7 syntax error at ')'."},
+      {"7 [blob]", "@3 unknown units 'blob'."},
+      {"1 [m] + 2 [s]", "@7 cannot add 'm' and 's'."},
+      {"1 - 2 [mm]", "@3 cannot subtract 'm' from a pure number."},
+      {"2 ^ 1 [m]", "@3 the exponent must be a pure number, not 'm'."},
+      {"max(1 [m], 2)", "@1 function 'max' cannot take 'm' together with a pure number."},
+      {"atan2(1 [m], 2)", "@1 function 'atan2' cannot take 'm' together with a pure number."},
+      {"mod(1, 2 [s])", "@1 function 'mod' cannot take a pure number together with 's'."},
+      {"int(1 [m])", "@1 function 'int' needs a pure number, not 'm'."},
+      {"sin(1 [m])", "@1 function 'sin' needs a pure number, not 'm'."},
+      {"1 / (2 - 2)", "@3 division by zero."},
+      {"0 ^ -1", "@3 division by zero."},
+      {"mod(1, 0)", "@1 division by zero."},
+      {"(-8) ^ 0.5", "@6 a negative number has no power with a fraction as exponent."},
+      {"log(-1)", "@1 logarithm of a negative number."},
+      {"log10(0)", "@1 logarithm of zero."},
+      {"sqrt(-1 [m])", "@1 square root of a negative number."},
+      {"asin(1.5)", "@1 function 'asin' needs a number from -1 to 1."},
+      {"1e400", "@1 the number is too large."},
+      {"0x1p2000", "@1 the number is too large."},
+      {"1" + std::string(400, '0') + "e-10", "@1 the number is too large."},
+      {"1e99999999999999999999", "@1 the number is too large."},
+      {"1e308 [km] * 1", "@1 the number is too large in base units."},
+      {"1e308 * 10", "@7 the result is not finite."},
+      {"1 / exp(1000)", "@5 the result is not finite."},
+      {"1 [m] ^ 1e300", "@7 the units have too large an exponent."},
+  });
+}
+
+TEST(Expressions, ErrorsNameTheParameter)
+{
+  try {
+    ExpressionEvaluator::evalSingleValue("1 + %s", "Radius");
+    FAIL() << "no error";
+  } catch (const data::invalid& error) {
+    EXPECT_EQ(error.getMessage(),
+              "Cannot evaluate '1 + %s' for parameter 'Radius' at column 5: syntax error at '%'.");
+  }
+}
+
+std::string repeat(std::string_view piece, int count)
+{
+  std::string text;
+  for (int i = 0; i < count; ++i)
+    text += piece;
+  return text;
+}
+
+TEST(Expressions, NestAsDeepAsAllowed)
+{
+  auto groups = [](int n) { return repeat("(", n) + "1" + repeat(")", n); };
+  auto calls = [](int n) { return repeat("abs(", n) + "1" + repeat(")", n); };
+  auto signs = [](int n) { return repeat("-", n) + "1"; };
+  auto powers = [](int n) { return "1" + repeat("^1", n); };
+  for (std::string (*make)(int) : {+groups, +calls, +signs, +powers}) {
+    EXPECT_EQ(evaluate(make(256)), "1");
+    for (int depth : {257, 100000}) {
+      std::string error = evaluate(make(depth));
+      EXPECT_EQ(error.substr(error.find(' ')), " nested more than 256 deep.");
+    }
+  }
+  EXPECT_EQ(evaluate(repeat("(-1)+", 1000) + "1000"), "0") << "levels that are closed do not count";
+}
+
+TEST(Expressions, LongTextsAreFlat)
+{
+  EXPECT_EQ(evaluate("0" + repeat(" + 1 [m] / 1 [m]", 100000)), "1e+05");
+  EXPECT_EQ(evaluate("1" + repeat("*-1", 100000)), "1");
+  EXPECT_EQ(evaluate("max(0" + repeat(",2,1", 100000) + ")"), "2");
+}
+
+// An expression, its value computed beside it, and how tight its outermost operator binds.
+struct Tree {
+  enum Binding { sum, product, sign, power, primary };
+  std::string text;
+  double value;
+  Binding binding;
+
+  std::string atLeast(Binding wanted) const { return binding < wanted ? "(" + text + ")" : text; }
+};
+
+Tree makeNumber(int eighths)
+{
+  char digits[32];
+  auto end = std::to_chars(digits, digits + sizeof digits, eighths / 8.0).ptr;
+  return {std::string(digits, end), eighths / 8.0, Tree::primary};
+}
+
+Tree combine(int op, const Tree& a, const Tree& b)
+{
+  switch (op) {
+    case 0:
+      return {a.text + "+" + b.atLeast(Tree::product), a.value + b.value, Tree::sum};
+    case 1:
+      return {a.text + "-" + b.atLeast(Tree::product), a.value - b.value, Tree::sum};
+    case 2:
+      return {a.atLeast(Tree::product) + "*" + b.atLeast(Tree::sign), a.value * b.value, Tree::product};
+    case 3:
+      return {a.atLeast(Tree::product) + " / " + b.atLeast(Tree::sign), a.value / b.value, Tree::product};
+    case 4:
+      return {a.atLeast(Tree::primary) + "^" + b.atLeast(Tree::sign), std::pow(a.value, b.value),
+              Tree::power};
+    case 5:
+      return {"-" + a.atLeast(Tree::sign), -a.value, Tree::sign};
+    default:
+      return {"min(" + a.text + "," + b.text + ")", std::min(a.value, b.value), Tree::primary};
+  }
+}
+
+RC_GTEST_PROP(Expressions, EqualDirectComputation, ())
+{
+  std::vector<Tree> trees;
+  for (int i = *rc::gen::inRange(2, 20); i > 0; --i)
+    trees.push_back(makeNumber(*rc::gen::inRange(0, 100)));
+  while (trees.size() > 1) {
+    std::size_t at = *rc::gen::inRange<std::size_t>(0, trees.size() - 1);
+    Tree joined = combine(*rc::gen::inRange(0, 7), trees[at], trees[at + 1]);
+    if (!std::isfinite(joined.value))  // errors, which have a test of their own
+      joined = trees[at];
+    trees[at] = joined;
+    trees.erase(trees.begin() + static_cast<std::ptrdiff_t>(at) + 1);
+  }
+  RC_LOG() << trees[0].text;
+  RC_ASSERT(ExpressionEvaluator::evalSingleValue(trees[0].text, "").getValue() == trees[0].value);
+}
+
+}  // namespace
+}  // namespace orv

@@ -1,0 +1,259 @@
+#include "platform/ORVUnits.h"
+
+#include <array>
+#include <clocale>
+#include <cmath>
+#include <cstdlib>
+#include <gtest/gtest.h>
+#include <iostream>
+#include <limits>
+#include <rapidcheck/gtest.h>
+#include <string>
+#include <vector>
+
+namespace orv {
+namespace {
+
+double convert(const std::string& from, const std::string& to, double value, bool difference = false)
+{
+  double out = 0;
+  UnitsConverter::convertUnits(from, to, value, out, difference);
+  return out;
+}
+
+// "class|function|message|type" of the data::invalid that the action throws.
+template <class Action>
+std::string errorOf(Action action)
+{
+  try {
+    action();
+  } catch (const data::invalid& error) {
+    return error.getClassName() + "|" + error.getFunction() + "|" + error.getMessage() + "|"
+           + std::to_string(error.getType());
+  }
+  return "no error";
+}
+
+TEST(Units, Converts)
+{
+  struct Row {
+    const char* from;
+    const char* to;
+    double value, expected;
+    bool difference = false;
+  };
+  const Row rows[] = {
+      {"m", "mm", 2, 2000},
+      {"mm", "m", 7, 0.007},
+      {"m s^-1", "km/h", 10, 36},
+      {"psi", "Pa", 1, 6894.757293168361},
+      {"N m", "J", 3, 3},
+      {"rev min^-1", "rad s^-1", 30, std::acos(-1.0)},
+      {"rev min^-1", "s^-1", 30, std::acos(-1.0)},
+      {"degree", "radian", 180, std::acos(-1.0)},
+      {"rev", "degree", 2, 720},
+      {"%", "", 50, 0.5},
+      {"", "%", 0.5, 50},
+      {"C", "F", 100, 212},
+      {"F", "C", -40, -40},
+      {"F", "K", 32, 273.15},
+      {"K", "C", 293.15, 20},
+      {"C", "degC", 20, 20},
+      {"\xC2\xB0"
+       "C",
+       "K", 0, 273.15},
+      {" C ", "K", 0, 273.15},
+      {"C", "F", 10, 18, true},
+      {"F", "K", 9, 5, true},
+      {"C", "K", 10, 10, true},
+      {"W m^-2 C^-1", "W m^-2 K^-1", 5, 5},
+      {"W m^-2 F^-1", "W m^-2 C^-1", 5, 9},
+      {"J/(kg*C)", "J kg^-1 K^-1", 4, 4},
+      {"mC", "A s", 1, 0.001},
+      {"inch^2", "cm2", 1, 6.4516},
+      {"1e3 m", "km", 5, 5},
+      {"2.5 m", "m", 2, 5},
+  };
+  for (const Row& row : rows) {
+    double out = convert(row.from, row.to, row.value, row.difference);
+    EXPECT_NEAR(out, row.expected, 1e-14 * std::abs(row.expected)) << row.from << " to " << row.to;
+  }
+  EXPECT_EQ(convert("C", "F", 100), 212) << "temperatures come out as people know them, without noise";
+}
+
+RC_GTEST_PROP(Units, ThereAndBackIsTheSameNumber, ())
+{
+  static const std::vector<std::vector<std::string>> groups = {
+      {"m", "mm", "inch", "ft", "km"},
+      {"C", "F", "K", "degR"},
+      {"Pa", "psi", "bar", "N mm^-2"},
+      {"rev min^-1", "degree s^-1", "Hz"},
+  };
+  auto group = *rc::gen::elementOf(groups);
+  std::string from = *rc::gen::elementOf(group);
+  std::string to = *rc::gen::elementOf(group);
+  double value = *rc::gen::inRange(-1000000, 1000000) / 64.0;
+  double back = convert(to, from, convert(from, to, value));
+  RC_ASSERT(std::abs(back - value) <= 1e-12 + 1e-15 * std::abs(value) * 4);
+  RC_ASSERT(convert(from, from, value) == value);
+}
+
+TEST(Units, EqualUnitsKeepEveryBit)
+{
+  const double odd = 0.1 + 0.2;
+  EXPECT_EQ(convert("psi", "psi", odd), odd);
+  EXPECT_EQ(convert("degF", "F", odd), odd);
+  EXPECT_TRUE(std::signbit(convert("m", "meter", -0.0)));
+}
+
+TEST(Units, RefusedConversionsNameTheTextAndLeaveTheResult)
+{
+  double out = 42;
+  auto tryConvert = [&out](const char* from, const char* to, double value) {
+    return errorOf([&] { UnitsConverter::convertUnits(from, to, value, out); });
+  };
+  const std::string head = "UnitsConverter|convertUnits|";
+  EXPECT_EQ(tryConvert("m", "s", 1), head + "Cannot convert units 'm' to 's'.|4");
+  EXPECT_EQ(tryConvert("m", "", 1), head + "Cannot convert units 'm' to ''.|4");
+  EXPECT_EQ(tryConvert("s", "Hz", 1), head + "Cannot convert units 's' to 'Hz'.|4");
+  EXPECT_EQ(tryConvert("blob", "m", 1), head + "Units 'blob' are not recognized.|4");
+  EXPECT_EQ(tryConvert("blob", "blob", 1), head + "Units 'blob' are not recognized.|4");
+  EXPECT_EQ(tryConvert("km", "mm", 1e308),
+            head + "Converting 1e+308 from units 'km' to 'mm' gives no finite number.|4");
+  EXPECT_EQ(tryConvert("m", "m", std::numeric_limits<double>::quiet_NaN()),
+            head + "Converting nan from units 'm' to 'm' gives no finite number.|4");
+  EXPECT_EQ(out, 42);
+  EXPECT_EQ(errorOf([] { UnitDimensions("2 blob"); }),
+            "UnitsConverter|parse|Units '2 blob' are not recognized.|4");
+}
+
+TEST(Units, TextsThatWouldBeMisreadAreNotRecognized)
+{
+  const std::string refused[] = {"m^0.5",
+                                 "m2.5",
+                                 "m**0.5",
+                                 "((m^255)^255)^255",
+                                 "m^99999999999999999999",
+                                 "1e400 m",
+                                 "0 m",
+                                 "lg(re 1 mW)",
+                                 "seconds since 1970-01-01",
+                                 std::string("m\0x", 3),
+                                 std::string(300, '('),
+                                 "m" + std::string(260, ' ') + "s",
+                                 "\xff\xfe",
+                                 "m s^"};
+  for (const std::string& units : refused)
+    EXPECT_FALSE(UnitsConverter::isValid(units)) << units;
+  for (const char* units : {"", "  ", "m2.s-1", "(m^2)^2", "10^3 m", "H2O"})
+    EXPECT_TRUE(UnitsConverter::isValid(units)) << units;
+  EXPECT_TRUE(UnitsConverter::areConvertible("N", "kg m s^-2"));
+  EXPECT_FALSE(UnitsConverter::areConvertible("s", "Hz"));
+  EXPECT_FALSE(UnitsConverter::areConvertible("blob", "blob"));
+}
+
+TEST(Units, MoreTextsThanTheCacheHolds)
+{
+  for (int i = 1; i <= 5000; ++i)
+    ASSERT_EQ(convert(std::to_string(i) + " m", "m", 2), 2.0 * i);
+  EXPECT_EQ(convert("1 m", "m", 3), 3);
+}
+
+TEST(UnitDimensions, NameTheBaseUnits)
+{
+  const std::array<const char*, 2> rows[] = {
+      {"mm", "m"},
+      {"km h^-1", "m s^-1"},
+      {"psi", "kg m^-1 s^-2"},
+      {"N m", "kg m^2 s^-2"},
+      {"%", ""},
+      {"degree", ""},
+      {"rev min^-1", "rad s^-1"},
+      {"F", "K"},
+      {"lumen", "rad^2 cd"},
+      {"V", "kg m^2 s^-3 A^-1"},
+      {"kat", "s^-1 mol"},
+      {"m m^-1", ""},
+  };
+  for (const auto& [units, expected] : rows)
+    EXPECT_EQ(UnitDimensions(units).toUnits(), expected) << units;
+}
+
+TEST(UnitDimensions, Compute)
+{
+  UnitDimensions length("m"), time("s"), angle("degree");
+  EXPECT_EQ((length / time).toUnits(), "m s^-1");
+  EXPECT_EQ((length * length), UnitDimensions("m^2"));
+  EXPECT_EQ(length.power(0.5).toUnits(), "m^0.5");
+  EXPECT_EQ(length.power(1.0 / 3) * length.power(1.0 / 3) * length.power(1.0 / 3), length);
+  EXPECT_TRUE((length / length).isDimensionless());
+  EXPECT_NE(length, time);
+  EXPECT_TRUE(angle.isDimensionless());
+  EXPECT_EQ(length * angle, length);
+}
+
+TEST(Quantity, ConvertsAndPrints)
+{
+  Quantity speed(36, "km h^-1");
+  EXPECT_DOUBLE_EQ(speed.convertTo("m s^-1"), 10);
+  EXPECT_EQ(speed.convertTo(""), 36);
+  EXPECT_EQ(Quantity(36).convertTo("m"), 36) << "a pure number stands for the units wanted";
+  EXPECT_EQ(speed.toString(), "36 [km h^-1]");
+  EXPECT_EQ(Quantity(0.1).toString(), "0.1");
+}
+
+TEST(UnitSystemHandler, IsSetAndRestored)
+{
+  struct Imperial : UnitSystemHandler {
+    std::string getPreferredUnitsFromUnits(const std::string&, const std::string&) const override
+    {
+      return "ft";
+    }
+  } imperial;
+  UnitSystemHandler* base = UnitSystemHandler::current();
+  ASSERT_NE(base, nullptr);
+  EXPECT_EQ(base->getPreferredUnitsFromUnits("m", ""), "");
+  EXPECT_EQ(UnitSystemHandler::setCurrent(&imperial), base);
+  EXPECT_EQ(UnitSystemHandler::current()->getPreferredUnitsFromUnits("m", ""), "ft");
+  EXPECT_EQ(UnitSystemHandler::setCurrent(nullptr), &imperial);
+  EXPECT_EQ(UnitSystemHandler::current(), base);
+}
+
+// In a process of its own, where nothing is loaded yet.
+void convertWithoutDatabase()
+{
+  setenv("UDUNITS2_XML_PATH", "/no/such/units.xml", 1);
+  bool told = false;
+  try {
+    UnitsConverter::isValid("m");
+  } catch (const internal::error& error) {
+    told = error.getClassName() == "UnitsConverter" && error.getFunction() == "loadDatabase"
+           && error.getType() == errorType::internal
+           && error.getMessage().find("'/no/such/units.xml'") != std::string::npos;
+  }
+  unsetenv("UDUNITS2_XML_PATH");
+  std::exit(told && UnitsConverter::isValid("m") ? 0 : 1);
+}
+
+TEST(UnitsDeathTest, MissingDatabaseIsToldAndTriedAgain)
+{
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  EXPECT_EXIT(convertWithoutDatabase(), testing::ExitedWithCode(0), "");
+}
+
+TEST(Units, NumbersHaveAPointInEveryLocale)
+{
+  bool found = false;
+  for (const char* name : {"de_DE.UTF-8", "de_DE.utf8", "fr_FR.UTF-8", "fr_FR.utf8", "nl_NL.UTF-8"})
+    found = found || std::setlocale(LC_ALL, name);
+  if (!found)
+    GTEST_SKIP() << "no locale with a decimal comma is installed";
+  EXPECT_EQ(convert("1.5 m", "m", 2), 3);
+  EXPECT_NEAR(convert("ft", "m", 1), 0.3048, 1e-15);
+  EXPECT_EQ(Quantity(2.5, "m").toString(), "2.5 [m]");
+  EXPECT_STREQ(std::localeconv()->decimal_point, ",");
+  std::setlocale(LC_ALL, "C");
+}
+
+}  // namespace
+}  // namespace orv
