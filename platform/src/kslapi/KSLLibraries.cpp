@@ -79,9 +79,9 @@ std::vector<std::string> defaultPlaces()
 {
   if (const char* path = std::getenv("ORV_KSL_LIBRARY_PATH"); path && *path)
     return splitPlaces(path, ':');
-#ifdef ORV_KSL_LIBRARY_DIR
-  if (ORVFile::isDirectory(ORV_KSL_LIBRARY_DIR))
-    return {ORV_KSL_LIBRARY_DIR};
+#ifdef KSL_INSTALLED_LIBRARY_DIR
+  if (ORVFile::isDirectory(KSL_INSTALLED_LIBRARY_DIR))
+    return {KSL_INSTALLED_LIBRARY_DIR};
 #endif
   return {};
 }

@@ -1,0 +1,70 @@
+// Turns changes of the text store into changes of typed objects, and action lines into actions.
+#pragma once
+
+#include "platform/ORVExport.h"
+
+#include <deque>
+#include <set>
+#include <string>
+#include <vector>
+
+namespace orv {
+
+class ActionFactory;
+class KSLAPI;
+class KSLChangeList;
+class KSLObject;
+class ObjectDB;
+
+// One exists; the host creates and owns it and gives it to KSLInterface::setExecutive.
+class ORV_API Executive {
+ public:
+  Executive();
+  Executive(const Executive&) = delete;
+  Executive& operator=(const Executive&) = delete;
+  virtual ~Executive();
+
+  // Not owned.
+  void setActionFactory(ActionFactory* factory) { m_actionFactory = factory; }
+  ActionFactory* getActionFactory() const { return m_actionFactory; }
+
+  // Runs one action line without its ">". ksl::invalid, class "Executive", function "doAction", "Empty action
+  // line."; internal::error "Pointer to ActionFactory not set." without a factory; what
+  // ActionFactory::getExecutor and the executor throw.
+  void doAction(std::string line);
+
+  // Applies changes to the database and lets the changed objects recompute, in path order. The inverse of
+  // each change is appended to `history` once it is made. Objects are created on demand, parents first;
+  // objects that the changes name without giving them a parameter are created too. May be called from an
+  // object's recomputation, then with the same history: internal::error, class "Executive", function "update"
+  // otherwise. Failures pass on; what was applied until then stands in `history`. Linear in the changes and
+  // what they touch.
+  void update(const KSLChangeList& changes, KSLChangeList* history, KSLAPI* store);
+  // Sets parameters of objects that exist, without marking or recomputing anything; creates and deletes
+  // nothing. The inverses of all changes are recorded all the same. The store is not used.
+  void updateNoAction(const KSLChangeList& changes, KSLChangeList* history, KSLAPI* store);
+
+  // Recomputes objects, given by path or name, even though nothing changed. Entries that name nothing, or an
+  // object that does not compute, are reported and skipped.
+  void forceUpdate(const std::vector<std::string>& names);
+
+ private:
+  friend class ExecutiveTest;
+
+  std::vector<KSLObject*> createNewObject(const std::string& parentPath, const std::string& type,
+                                          const std::string& name);
+  KSLObject* doCreateNewObject(std::vector<KSLObject*>& created, const std::string& parentPath,
+                               const std::string& type, const std::string& name);
+  void applyUpdate(const KSLChangeList& changes, KSLChangeList* history, KSLAPI* store);
+  void appendToChangedObjects(const std::set<std::string>& paths);
+  void updateChangedObjects(ObjectDB* database);
+  void resetChangeProcessing();
+
+  std::deque<std::string> m_pendingUpdates;   // paths of the objects whose update is due
+  bool m_updating = false;                    // the queue is being drained
+  KSLChangeList* m_currentHistory = nullptr;  // of the outermost update under way; not owned
+  int m_depth = 0;                            // updates under way
+  ActionFactory* m_actionFactory = nullptr;   // not owned
+};
+
+}  // namespace orv

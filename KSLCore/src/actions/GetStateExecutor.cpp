@@ -1,0 +1,21 @@
+#include "actions/GetStateExecutor.h"
+
+#include "platform/ORVUtilities.h"
+#include "database/ObjectDB.h"
+#include "actions/actionChecks.h"
+
+#include <iostream>
+
+namespace orv {
+
+GetStateExecutor::~GetStateExecutor() = default;
+
+void GetStateExecutor::invoke(const std::vector<std::string>& words)
+{
+  checkAction(words, {"getstate", "s"}, "GetStateExecutor");
+  checkExactly(words, "getstate", 1, "GetStateExecutor");
+  const std::string path = PathUtils::normalisePathBwdComp(StringUtilities::removeWhitespace(words[1]));
+  std::cout << ObjectDB::instance()->getState({path}) << '\n';
+}
+
+}  // namespace orv

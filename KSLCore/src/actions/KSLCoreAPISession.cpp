@@ -1,0 +1,18 @@
+// The operations of the core API that know of session files.
+#include "platform/ORVUtilities.h"
+#include "command/KSLCoreAPI.h"
+
+namespace orv {
+
+void KSLCoreAPI::externalProcessKSL(const std::vector<std::string>& lines)
+{
+  std::string text = StringUtilities::vectorToString(lines, '\n');
+  if (m_externalMode == kslUpdateAtEnd) {
+    if (!text.empty())
+      text += '\n';  // the last line has an end of its own
+    text += "> update\n";
+  }
+  processKSL(text, m_externalMode);
+}
+
+}  // namespace orv

@@ -1,0 +1,17 @@
+#include "actions/RedoExecutor.h"
+
+#include "command/KSLInterface.h"
+#include "actions/actionChecks.h"
+
+namespace orv {
+
+RedoExecutor::RedoExecutor(Executive*) {}
+RedoExecutor::~RedoExecutor() = default;
+
+void RedoExecutor::invoke(const std::vector<std::string>& words)
+{
+  checkAction(words, {"redo"}, "RedoExecutor");
+  KSLInterface::instance()->redo();
+}
+
+}  // namespace orv

@@ -1,0 +1,34 @@
+#include "actions/UndoExecutor.h"
+
+#include "platform/ORVError.h"
+#include "database/ObjectDB.h"
+#include "command/KSLInterface.h"
+#include "actions/actionChecks.h"
+
+namespace orv {
+
+namespace {
+
+bool isReplayingSession()
+{
+  const KSLObject* processing = ObjectDB::instance()->getObjectByPath("/FILE PROCESSING");
+  return processing && processing->hasParam("Processing Mode")
+         && processing->getValue("Processing Mode") == "Session";
+}
+
+}  // namespace
+
+UndoExecutor::UndoExecutor(Executive*) {}
+UndoExecutor::~UndoExecutor() = default;
+
+void UndoExecutor::invoke(const std::vector<std::string>& words)
+{
+  checkAction(words, {"undo"}, "UndoExecutor");
+  if (isReplayingSession())
+    throw ksl::error("UndoExecutor", "invoke",
+                     _("Undo is not supported in a session file.\nIt is recommended that you restart the "
+                       "application\nas the current state is unknown."));
+  KSLInterface::instance()->undo();
+}
+
+}  // namespace orv

@@ -1,0 +1,47 @@
+#include "actions/UpdateExecutor.h"
+
+#include "platform/ORVError.h"
+#include "command/Executive.h"
+#include "command/KSLInterface.h"
+#include "actions/actionChecks.h"
+
+#include <algorithm>
+
+namespace orv {
+
+namespace {
+
+// A modifier may have dropped every change; a step without changes is none.
+void popEmptyStep(HistoryStack* stack)
+{
+  if (stack->top() && stack->top()->empty())
+    stack->pop();
+}
+
+}  // namespace
+
+UpdateExecutor::~UpdateExecutor() = default;
+
+void UpdateExecutor::invoke(const std::vector<std::string>& words)
+{
+  checkAction(words, {"update"}, "UpdateExecutor");
+  if (!m_executive)
+    throw internal::error("UpdateExecutor", "invoke", _("Pointer to Executive not set."));
+  KSLInterface* owner = KSLInterface::instance();
+  KSLAPI* store = owner->getKSLAPI();
+  // Nested texts fill and clear the store's list while this one is applied.
+  const KSLChangeList changes = store->takeKSLChangeList();
+  if (changes.empty())
+    return;
+  store->validateKSLData(changes);
+  KSLInterface::Application application(owner);
+  if (std::find(words.begin() + 1, words.end(), "noaction") != words.end()) {
+    m_executive->updateNoAction(changes, application.list(), store);
+  } else {
+    m_executive->update(changes, application.list(), store);
+    popEmptyStep(owner->getHistoryStack());
+  }
+  application.commit();
+}
+
+}  // namespace orv

@@ -1,0 +1,37 @@
+#include "actions/actionChecks.h"
+
+#include "platform/ORVError.h"
+
+#include <algorithm>
+
+namespace orv {
+
+void checkAction(const std::vector<std::string>& words, std::initializer_list<std::string_view> names,
+                 const char* className)
+{
+  if (words.empty())
+    throw internal::badParam(className, "invoke", _("Input parameter %s is empty.", "p_action"));
+  if (std::find(names.begin(), names.end(), words.front()) == names.end())
+    throw internal::badParam(className, "invoke",
+                             _("Action '%s' cannot be handled by %s.", words.front(), className));
+}
+
+void checkAtLeast(const std::vector<std::string>& words, const char* action, int count, const char* className)
+{
+  const int received = static_cast<int>(words.size()) - 1;
+  if (received < count)
+    throw ksl::invalid(
+        className, "invoke",
+        _("Action '%s' requires at least %d argument(s). Received %d argument(s).", action, count, received));
+}
+
+void checkExactly(const std::vector<std::string>& words, const char* action, int count, const char* className)
+{
+  const int received = static_cast<int>(words.size()) - 1;
+  if (received != count)
+    throw ksl::invalid(
+        className, "invoke",
+        _("Action '%s' requires %d argument(s). Received %d argument(s).", action, count, received));
+}
+
+}  // namespace orv

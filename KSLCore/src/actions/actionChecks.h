@@ -1,0 +1,23 @@
+// What every executor asks of its word list.
+#pragma once
+
+#include <initializer_list>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace orv {
+
+// Throws internal::badParam, function "invoke" of the given class: "Input parameter %s is empty." with
+// "p_action" for no words, "Action '%s' cannot be handled by %s." for a first word that is none of `names`.
+void checkAction(const std::vector<std::string>& words, std::initializer_list<std::string_view> names,
+                 const char* className);
+
+// Throws ksl::invalid: "Action '%s' requires at least %d argument(s). Received %d argument(s).".
+void checkAtLeast(const std::vector<std::string>& words, const char* action, int count,
+                  const char* className);
+// Throws ksl::invalid: "Action '%s' requires %d argument(s). Received %d argument(s).".
+void checkExactly(const std::vector<std::string>& words, const char* action, int count,
+                  const char* className);
+
+}  // namespace orv

@@ -1,0 +1,129 @@
+#include "command/CommandLines.h"
+
+#include "platform/ORVError.h"
+#include "platform/ORVKSLParseUtilities.h"
+#include "platform/ORVUtilities.h"
+
+#include <algorithm>
+
+namespace orv {
+
+namespace {
+
+constexpr std::string_view updateLine = "> update";
+constexpr std::string_view updateNoActionLine = "> update noaction";
+
+bool continues(std::string_view line)
+{
+  return !line.empty() && line.back() == '\\';
+}
+
+// Any line that begins so counts as an update, whatever follows: it is neither wrapped nor followed by
+// another.
+bool isUpdateLine(std::string_view line)
+{
+  return line.substr(0, updateLine.size()) == updateLine;
+}
+
+}  // namespace
+
+bool CommandLines::isActionLine(std::string_view line)
+{
+  const std::string_view statement = StringUtilities::withoutComment(line);
+  return !statement.empty() && statement.front() == '>';
+}
+
+std::vector<std::string> CommandLines::parse(std::string_view text)
+{
+  m_rest = text;
+  m_atEnd = text.empty();
+  m_lines.reserve(static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n')) + 2);
+  std::string_view raw;
+  while (takeLine(raw))
+    addLine(continues(raw) ? joinContinuation(raw) : StringUtilities::simplifyWhitespace(raw));
+  if (!m_lines.empty())
+    finish();
+  return std::move(m_lines);
+}
+
+bool CommandLines::takeLine(std::string_view& line)
+{
+  if (m_atEnd)
+    return false;
+  const std::size_t end = m_rest.find('\n');
+  line = m_rest.substr(0, end);
+  m_atEnd = end == std::string_view::npos;
+  m_rest.remove_prefix(m_atEnd ? m_rest.size() : end + 1);
+  return true;
+}
+
+// The first line is tested as it stands and the following ones after they were simplified: a backslash
+// followed by blanks continues there only. Deliberate.
+std::string CommandLines::joinContinuation(std::string_view first)
+{
+  std::string joined(first.substr(0, first.size() - 1));
+  std::string_view raw;
+  for (bool more = true; more && takeLine(raw);) {
+    StringUtilities::appendSimplified(joined, raw);
+    more = continues(StringUtilities::trimmed(raw));
+    if (more)
+      joined.pop_back();
+  }
+  return StringUtilities::simplifyWhitespace(joined);
+}
+
+void CommandLines::addLine(std::string line)
+{
+  if (line.empty())
+    return;
+  if (isActionLine(line))
+    return addActionLine(std::move(line));
+  const int type = m_mode == kslUpdateDefault ? MiniKSLParser::determineLineType(line) : 0;
+  m_lines.push_back(std::move(line));
+  countDepth(type);
+}
+
+void CommandLines::addActionLine(std::string line)
+{
+  if (line.size() > 1 && line[1] != ' ')
+    line.insert(1, 1, ' ');
+  if (isUpdateLine(line)) {
+    m_lines.push_back(std::move(line));
+    return;
+  }
+  m_lines.emplace_back(updateLine);
+  m_lines.push_back(std::move(line));
+  m_lines.emplace_back(updateLine);
+}
+
+void CommandLines::countDepth(int lineType)
+{
+  if (lineType == MiniKSLParser::objectLine) {
+    ++m_depth;
+    return;
+  }
+  if (lineType != MiniKSLParser::endLine)
+    return;
+  if (m_depth-- == 1)
+    m_lines.emplace_back(updateLine);
+}
+
+void CommandLines::finish()
+{
+  if (m_mode == kslUpdateNoAction)
+    m_lines.emplace_back(updateNoActionLine);
+  else if (!isUpdateLine(m_lines.back()))
+    m_lines.emplace_back(updateLine);
+  checkDepth();
+}
+
+// Only the final count is judged: a surplus END that a later block balances raises nothing. Deliberate.
+void CommandLines::checkDepth() const
+{
+  if (m_depth > 0)
+    throw data::error("KSLInterface", "preParseKSL", _("Not enough END statements in KSL."));
+  if (m_depth < 0)
+    throw data::error("KSLInterface", "preParseKSL", _("Too many END statements in KSL."));
+}
+
+}  // namespace orv

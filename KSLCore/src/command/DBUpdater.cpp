@@ -1,0 +1,68 @@
+#include "command/DBUpdater.h"
+
+#include "platform/ORVUtilities.h"
+#include "database/ObjectDB.h"
+#include "database/ObjectFactory.h"
+
+namespace orv {
+
+DBUpdater::~DBUpdater() = default;
+
+// ------------------------------------------------------------------------------------------------------ everything
+
+bool ObjectDBUpdater::hasObject(const std::string& path)
+{
+  return m_database->hasObject(path);
+}
+
+void ObjectDBUpdater::createObject(const std::string& path)
+{
+  const std::string parent(PathUtils::parentPath(path));
+  const KSLPath last(std::string_view(path).substr(parent.size()));
+  m_database->addObject(
+      ObjectFactory::instance()->createObject(parent, last.getLastType(), last.getLastName()));
+}
+
+void ObjectDBUpdater::deleteObject(const std::string& path)
+{
+  KSLObject* object = m_database->getObjectByPath(path);
+  if (!object)
+    return;
+  object->addToDependentUpdates(m_dependents);
+  object->deleteAllDependent();
+  m_database->deleteObject(path);
+}
+
+void ObjectDBUpdater::setParam(const std::string& path, const std::string& name, const std::string& value)
+{
+  if (KSLObject* object = m_database->getObjectByPath(path))
+    object->setValue(name, value);
+}
+
+void ObjectDBUpdater::unsetParam(const std::string& path, const std::string& name)
+{
+  if (KSLObject* object = m_database->getObjectByPath(path))
+    object->unsetParam(name);
+}
+
+// ------------------------------------------------------------------------------------------------------- no action
+
+bool ObjectDBUpdaterNoAction::hasObject(const std::string& path)
+{
+  return m_database->hasObject(path);
+}
+
+void ObjectDBUpdaterNoAction::createObject(const std::string&) {}
+
+void ObjectDBUpdaterNoAction::deleteObject(const std::string&) {}
+
+void ObjectDBUpdaterNoAction::setParam(const std::string& path, const std::string& name,
+                                       const std::string& value)
+{
+  if (KSLObject* object = m_database->getObjectByPath(path))
+    object->setValueWithoutPending(name, value);
+}
+
+void ObjectDBUpdaterNoAction::unsetParam(const std::string&, const std::string&) {}
+
+}  // namespace orv

@@ -1,0 +1,56 @@
+// How the changes of a text store reach the typed objects.
+#pragma once
+
+#include <string>
+
+namespace orv {
+
+class DependentUpdates;
+class ObjectDB;
+
+// What a change processor may do to the objects.
+class DBUpdater {
+ public:
+  virtual ~DBUpdater();
+  virtual bool hasObject(const std::string& path) = 0;
+  virtual void createObject(const std::string& path) = 0;
+  virtual void deleteObject(const std::string& path) = 0;
+  virtual void setParam(const std::string& path, const std::string& name, const std::string& value) = 0;
+  virtual void unsetParam(const std::string& path, const std::string& name) = 0;
+};
+
+// Applies everything. Objects that are missing are ignored, except by createObject.
+class ObjectDBUpdater : public DBUpdater {
+ public:
+  // Neither is owned.
+  ObjectDBUpdater(ObjectDB* database, DependentUpdates* dependents)
+      : m_database(database),
+        m_dependents(dependents)
+  {}
+  bool hasObject(const std::string& path) override;
+  void createObject(const std::string& path) override;
+  void deleteObject(const std::string& path) override;
+  void setParam(const std::string& path, const std::string& name, const std::string& value) override;
+  void unsetParam(const std::string& path, const std::string& name) override;
+
+ private:
+  ObjectDB* m_database;
+  DependentUpdates* m_dependents;
+};
+
+// Sets parameters of objects that exist, without marking anything for recomputation. Creates, deletes and
+// unsets nothing: store and database part company here, on purpose; a later redo brings them together.
+class ObjectDBUpdaterNoAction : public DBUpdater {
+ public:
+  explicit ObjectDBUpdaterNoAction(ObjectDB* database) : m_database(database) {}
+  bool hasObject(const std::string& path) override;
+  void createObject(const std::string& path) override;
+  void deleteObject(const std::string& path) override;
+  void setParam(const std::string& path, const std::string& name, const std::string& value) override;
+  void unsetParam(const std::string& path, const std::string& name) override;
+
+ private:
+  ObjectDB* m_database;
+};
+
+}  // namespace orv

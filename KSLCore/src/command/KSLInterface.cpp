@@ -1,0 +1,285 @@
+// The command processor: parsing. Its history is in KSLInterfaceHistory.cpp.
+//
+//   parseKSL ─ runParse ─ beginNewParse                     m_entryCount +1
+//                 ├─ doParseKSL ─ preParseKSL, processKSL ─ text store ─ ActionHandler ─ Executive
+//                 ├─ (failure) setPendingError, handleParseException ─ nested: AbortException to the level
+//                 above │                                                  └ outermost: report,
+//                 attemptErrorRecovery └─ endParse ─ (outermost) closeHistory           m_entryCount -1
+//
+// Invariants between outermost parses:
+//  1. m_entryCount is 0, the mode stack holds the base entry alone, no error is pending.
+//  2. The undo mode is NORMAL; every stack is delimited, and the error-recovery stack is empty.
+//  3. The store's change list is empty and everything in the store is confirmed; what the store holds and
+//  what the
+//     database holds are the same (but for no-action updates, which apply less on purpose).
+#include "command/KSLInterface.h"
+
+#include "platform/ORVUtilities.h"
+#include "rules/AdditionalRules.h"
+#include "rules/KSLRules.h"
+#include "command/BackCompatibilityFunctor.h"
+#include "command/CommandLines.h"
+#include "command/Executive.h"
+#include "command/KSLCoreAPI.h"
+#include "command/caughtError.h"
+
+namespace orv {
+
+namespace {
+
+constexpr const char* source = "KSLCore/src/KSLInterface";
+constexpr std::size_t usualNesting = 64;  // parses within parses that need no memory of their own
+
+}  // namespace
+
+// Hands the store's action lines to the Executive, and keeps the first failure of a parse.
+class KSLInterface::ActionHandler final : public KSLActionHandler {
+ public:
+  ActionHandler(KSLInterface* owner, ParseErrorState* errors) : m_owner(owner), m_errors(errors) {}
+
+  bool handleAction(const std::string& action, const std::vector<std::string>& args) override
+  {
+    try {
+      std::string line = action;
+      if (!args.empty())
+        line.append(" ").append(StringUtilities::vectorToString(args, ','));
+      m_owner->executive().doAction(std::move(line));
+      return true;
+    } catch (...) {
+      const ErrorMsg error = caughtError("invoke");
+      if (!m_errors->pending) {
+        m_errors->error = error;
+        m_errors->pending = true;
+      }
+      return false;
+    }
+  }
+
+ private:
+  KSLInterface* m_owner;
+  ParseErrorState* m_errors;
+};
+
+// --------------------------------------------------------------------------------------------------- life, set-up
+
+KSLInterface* KSLInterface::m_instance = nullptr;
+
+KSLInterface* KSLInterface::instance()
+{
+  if (!m_instance)
+    m_instance = new KSLInterface;
+  return m_instance;
+}
+
+void KSLInterface::destroyInstance()
+{
+  delete std::exchange(m_instance, nullptr);
+}
+
+KSLInterface::KSLInterface()
+    : m_kslapi(std::make_unique<KSLAPI>()),
+      m_errorState(std::make_unique<ParseErrorState>()),
+      m_actionHandler(std::make_unique<ActionHandler>(this, m_errorState.get())),
+      m_rules(std::make_unique<KSLRules>())
+{
+  m_kslapi->registerDefaultActionHandler(m_actionHandler.get());
+  m_modeStack.reserve(usualNesting);
+  m_modeStack.push_back(kslUpdateDefault);
+}
+
+KSLInterface::~KSLInterface() = default;
+
+void KSLInterface::initialize()
+{
+  m_kslapi->readLibraries();
+}
+
+void KSLInterface::initialize(const std::string& rules, const std::string& others)
+{
+  m_kslapi->readNamedLibraries(rules, others);
+}
+
+void KSLInterface::processRules()
+{
+  processRules(AdditionalRules());
+}
+
+void KSLInterface::processRules(const AdditionalRules& rules)
+{
+  // Also when the rules are faulty: the RULES are no objects, and must never reach an update.
+  const ScopeGuard clear([this] { m_kslapi->clearKSLChangeList(); });
+  m_rules->process(m_kslapi.get(), rules);
+  m_kslapi->recordChanges();
+}
+
+void KSLInterface::registerChangeListModifier(ChangeListModifierIF* modifier)
+{
+  if (modifier == m_modifier.get())
+    return;
+  std::unique_ptr<ChangeListModifierIF> former(modifier);
+  former.swap(m_modifier);
+  setChangeListModifier();  // open lists let go of the former one before it is deleted
+}
+
+bool KSLInterface::setBWC(bool on)
+{
+  return std::exchange(m_bwc, on);
+}
+
+void KSLInterface::setBWCForNextProcessKSL(bool on)
+{
+  if (!m_bwcOverridePending)
+    m_savedBwc = m_bwc;
+  m_bwcOverridePending = true;
+  m_bwc = on;
+}
+
+bool KSLInterface::isActionLine(const std::string& line)
+{
+  return CommandLines::isActionLine(line);
+}
+
+Executive& KSLInterface::executive() const
+{
+  if (!m_executive)
+    throw internal::error("KSLInterface", "doAction", _("Pointer to Executive not set."));
+  return *m_executive;
+}
+
+void KSLInterface::doAction(const std::string& line)
+{
+  executive().doAction(line);
+}
+
+void KSLInterface::forceUpdate(const std::vector<std::string>& names)
+{
+  executive().forceUpdate(names);
+}
+
+// --------------------------------------------------------------------------------------------------------- parsing
+
+void KSLInterface::parseKSL(const std::string& text, kslUpdateMode mode)
+{
+  runParse(mode, [&] { doParseKSL(text, mode); });
+}
+
+template <class Work>
+void KSLInterface::runParse(kslUpdateMode mode, Work work)
+{
+  beginNewParse(mode);
+  const ScopeGuard end([this] { endParse(); });
+  if (m_errorState->pending) {
+    // After a failure nested texts are skipped. Outermost, the failure is one of a load outside any parse: it
+    // is told now, or nobody would ever hear of it.
+    if (m_entryCount == 1)
+      handleParseException(true);
+    return;
+  }
+  bool failed = false;
+  try {
+    work();
+  } catch (...) {
+    setPendingError(caughtError("parseKSL"));
+    failed = true;
+  }
+  if (failed)
+    handleParseException(false);
+}
+
+// Undo and redo of the host's own making run in a parse too; the template is theirs as well.
+void KSLInterface::runHistory(UndoMode mode)
+{
+  if (m_entryCount > 0)
+    return parseHistory(mode);
+  runParse(kslUpdateDefault, [&] { parseHistory(mode); });
+}
+
+void KSLInterface::undoOnError()
+{
+  if (!m_errorState->pending)
+    return;
+  if (m_entryCount > 0)
+    return handleParseException(true);
+  runParse(kslUpdateDefault, [] {});
+}
+
+void KSLInterface::beginNewParse(kslUpdateMode mode)
+{
+  m_modeStack.push_back(mode == kslUpdateDefault ? m_modeStack.back() : mode);
+  if (m_entryCount == 0 && m_undoMode == NORMAL)
+    openHistory();
+  ++m_entryCount;
+}
+
+void KSLInterface::endParse()
+{
+  if (m_entryCount-- == 1)
+    closeHistory();
+  if (m_modeStack.size() > 1)
+    m_modeStack.pop_back();
+}
+
+void KSLInterface::setPendingError(const ErrorMsg& error)
+{
+  if (m_errorState->pending)
+    return;
+  m_errorState->error = error;
+  m_errorState->pending = true;
+}
+
+void KSLInterface::handleParseException(bool force)
+{
+  assertThat(m_entryCount > 0, "m_entryCount > 0", source);
+  if (m_entryCount != 1 && !force)
+    throw AbortException(m_errorState->error);
+  const ErrorMsg error = std::move(m_errorState->error);
+  *m_errorState = ParseErrorState();
+  ErrorProgressReporter::instance()->reportError(error);
+  attemptErrorRecovery();
+}
+
+void KSLInterface::doParseKSL(const std::string& text, kslUpdateMode mode)
+{
+  std::vector<std::string> lines = preParseKSL(text);
+  const bool rewrite = m_bwc;
+  if (m_bwcOverridePending) {
+    m_bwc = m_savedBwc;
+    m_bwcOverridePending = false;
+  }
+  if (rewrite)
+    updateForBackwardCompatibility(lines, mode);
+  processKSL(lines);
+  if (m_entryCount == 1)
+    KSLCoreAPI::instance()->notify(KSLCoreAPI::outermostProcessed);
+}
+
+std::vector<std::string> KSLInterface::preParseKSL(const std::string& text) const
+{
+  return CommandLines(m_modeStack.back()).parse(text);
+}
+
+void KSLInterface::updateForBackwardCompatibility(std::vector<std::string>& lines, kslUpdateMode mode)
+{
+  const bool perBlock = mode == kslUpdateDefault;
+  if (m_backFunctor)
+    (*m_backFunctor)(lines, perBlock);
+  else
+    BackCompatibilityFunctor()(lines, perBlock);
+}
+
+void KSLInterface::processKSL(const std::vector<std::string>& lines)
+{
+  writeProcessKSLDebug(lines);
+  const ScopeGuard clear([this] { m_kslapi->clearKSLChangeList(); });
+  try {
+    m_kslapi->loadKSLData(lines);
+  } catch (...) {
+    if (!m_errorState->pending)
+      throw;
+    passUnwinding();  // the pending error was first
+  }
+  if (m_errorState->pending)
+    throw AbortException(m_errorState->error);
+}
+
+}  // namespace orv

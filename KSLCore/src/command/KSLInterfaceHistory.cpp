@@ -1,0 +1,225 @@
+// The command processor: undo, redo and recovery.
+//
+//             recorded on   taken from       entered by                       left by
+//   NORMAL    undo          -                closeHistory
+//   UNDO      redo          undo             undo                             closeHistory,
+//   attemptErrorRecovery REDO      undo          redo             redo closeHistory, attemptErrorRecovery
+//   RECOVERY  recovery      this parse's     attemptErrorRecovery             closeHistory
+//
+// A mode stays until the outermost parse ends, so what is defined after "> undo" in one text is recorded on
+// the redo stack, before the step that was undone: a redo first takes it back. Logical, and kept.
+//
+// Recovery replays the inverses of all that the failed parse did, in whatever mode: m_parseSteps names them
+// in the order in which they were recorded. The stacks alone would not do. Undo and redo move lists about,
+// and what a parse did and undid itself must not be done again by its recovery.
+#include "platform/ORVUtilities.h"
+#include "command/Executive.h"
+#include "command/KSLCoreAPI.h"
+#include "command/KSLInterface.h"
+#include "command/caughtError.h"
+
+namespace orv {
+
+namespace {
+
+void swallowingNotify(int type)
+{
+  try {
+    KSLCoreAPI::instance()->notify(type);
+  } catch (...) {
+    passUnwinding();  // an observer must not stand in the way of a recovery
+  }
+}
+
+}  // namespace
+
+std::string KSLInterface::getUndoModeString(int mode)
+{
+  switch (mode) {
+    case NORMAL:
+      return "NORMAL";
+    case UNDO:
+      return "UNDO";
+    case REDO:
+      return "REDO";
+    case ERROR_RECOVERY:
+      return "ERROR RECOVERY";
+    case ERROR_RECOVERY_REDO:
+      return "ERROR RECOVERY REDO";
+    default:
+      return "UNKNOWN";  // any number may be asked for
+  }
+}
+
+HistoryStack* KSLInterface::stackFor(UndoMode mode, bool source)
+{
+  switch (mode) {
+    case NORMAL:
+      return source ? nullptr : &m_undoStack;
+    case UNDO:
+      return source ? &m_undoStack : &m_redoStack;
+    case REDO:
+      return source ? &m_redoStack : &m_undoStack;
+    case ERROR_RECOVERY:
+      return source ? &m_undoStack : &m_errorRecoveryStack;
+    case ERROR_RECOVERY_REDO:
+      return source ? &m_redoStack : &m_errorRecoveryStack;
+  }
+  return nullptr;
+}
+
+void KSLInterface::undo()
+{
+  runHistory(UNDO);
+}
+
+void KSLInterface::redo()
+{
+  runHistory(REDO);
+}
+
+void KSLInterface::clearUndoStacks()
+{
+  m_undoStack.clear();
+  m_redoStack.clear();
+}
+
+// --------------------------------------------------------------------------------------------------------- replay
+
+void KSLInterface::parseHistory(UndoMode mode)
+{
+  m_undoMode = mode;
+  const ScopeGuard clear([this] { m_kslapi->clearKSLChangeList(); });
+  ErrorMsg error;
+  try {
+    replayHistory(mode);
+    return;
+  } catch (...) {
+    error = caughtError("parseHistory");
+  }
+  if (!isRecovering())
+    throw data::error("KSLInterface", "parseHistory", error.getMessage());
+  *m_errorState = ParseErrorState();  // a text nested in the recovery may have failed
+  ErrorProgressReporter::instance()->reportError(error);
+  ErrorProgressReporter::instance()->reportError(ErrorMsg(
+      "KSLInterface", "parseHistory",
+      _("An attempt to recover from a previous error has failed.\nThe application is likely to be in an "
+        "unstable state."),
+      errorType::system));
+}
+
+void KSLInterface::replayHistory(UndoMode mode)
+{
+  m_kslapi->undo();
+  KSLChangeList changes(getUndoModeString(mode));
+  getHistoryChanges(changes);
+  if (changes.empty())
+    return;  // an open, empty list would hide the steps below it
+  KSLAPIUpdateProcessor storeProcessor(m_kslapi.get(), true);
+  changes.process(KSLChangeList::Direction::forward, &storeProcessor);
+  m_kslapi->clearKSLChangeList();
+  Application application(this);
+  executive().update(changes, application.list(), m_kslapi.get());
+  application.commit();
+}
+
+void KSLInterface::getHistoryChanges(KSLChangeList& changes)
+{
+  changes.clear();
+  if (isRecovering())
+    return getRecoveryChanges(changes);
+  HistoryStack* source = stackFor(m_undoMode, true);
+  const std::shared_ptr<KSLChangeList> top = source->shareTop();
+  if (!top || top->empty()) {
+    const char* text = m_undoMode == UNDO ? "Nothing to undo." : "Nothing to redo.";
+    ErrorProgressReporter::instance()->reportError(
+        ErrorMsg("KSLInterface", "getHistoryChanges", _(text), errorType::warning));
+    return;
+  }
+  const ScopeGuard pop([source] { source->pop(); });  // also when copying fails
+  ChangeListCopyProcessor copy(changes);
+  top->process(KSLChangeList::Direction::backward, &copy);
+}
+
+// Completed steps are never rolled back: only what the failed parse recorded is, and none of its lists stays.
+void KSLInterface::getRecoveryChanges(KSLChangeList& changes)
+{
+  std::vector<ParseStep> steps;
+  steps.swap(m_parseSteps);
+  const ScopeGuard drop([this] {
+    m_undoStack.dropNewerThan(m_newestBefore);
+    m_redoStack.dropNewerThan(m_newestBefore);
+  });
+  for (std::size_t step = steps.size(); step-- > 0;) {
+    for (std::size_t i = steps[step].last; i-- > steps[step].first;)
+      changes.add((*steps[step].list)[i]);
+  }
+}
+
+void KSLInterface::attemptErrorRecovery()
+{
+  const bool failedUndo = m_undoMode == UNDO;
+  swallowingNotify(failedUndo ? KSLCoreAPI::redoRecoveryBegin : KSLCoreAPI::recoveryBegin);
+  const ScopeGuard end(
+      [failedUndo] { swallowingNotify(failedUndo ? KSLCoreAPI::redoRecoveryEnd : KSLCoreAPI::recoveryEnd); });
+  parseHistory(failedUndo ? ERROR_RECOVERY_REDO : ERROR_RECOVERY);
+}
+
+// What was done outside any parse is a step of its own.
+void KSLInterface::openHistory()
+{
+  if (!m_errorState->pending) {
+    m_undoStack.delimit();
+    m_redoStack.delimit();
+    m_parseSteps.clear();
+    m_newestBefore = HistoryStack::newestId();
+  }
+  m_savedUndoTop = m_undoStack.topId();
+}
+
+void KSLInterface::closeHistory()
+{
+  m_undoStack.delimit();
+  m_redoStack.delimit();
+  if (m_undoMode == NORMAL && m_undoStack.topId() != m_savedUndoTop)
+    m_redoStack.clear();
+  m_errorRecoveryStack.clear();
+  m_undoMode = NORMAL;
+  m_parseSteps.clear();
+  m_newestBefore = HistoryStack::newestId();
+  *m_errorState = ParseErrorState();
+  m_kslapi->recordChanges();
+}
+
+// ---------------------------------------------------------------------------------------------------- application
+
+KSLInterface::Application::Application(KSLInterface* owner) : m_owner(owner), m_outer(owner->m_application)
+{
+  HistoryStack* stack = owner->getHistoryStack();
+  stack->writeableTop();
+  m_list = stack->shareTop();
+  m_enclosed = (m_outer && m_outer->m_list == m_list) || owner->isRecovering();
+  if (!m_enclosed) {
+    std::vector<ParseStep>& steps = owner->m_parseSteps;
+    const std::size_t size = m_list->size();
+    if (steps.empty() || steps.back().list != m_list || steps.back().last != size)
+      steps.push_back({m_list, size, size});
+    m_step = steps.size() - 1;
+  }
+  owner->m_application = this;
+}
+
+KSLInterface::Application::~Application()
+{
+  m_owner->m_application = m_outer;
+  if (!m_enclosed && m_step < m_owner->m_parseSteps.size())
+    m_owner->m_parseSteps[m_step].last = m_list->size();
+}
+
+void KSLInterface::Application::commit()
+{
+  if (!m_outer)
+    m_owner->m_kslapi->recordChanges();
+}
+
+}  // namespace orv

@@ -1,0 +1,76 @@
+// Applies changes to the typed objects and records how to take them back.
+#pragma once
+
+#include "platform/ORVKSLAPI.h"
+
+#include <map>
+#include <set>
+#include <string>
+#include <vector>
+
+namespace orv {
+
+class DBUpdater;
+
+// The inverse of a change is recorded once the change is made, so that the history holds exactly what was
+// applied.
+//
+// Objects are created when a parameter needs them, for a replay may meet parameters before their object. A
+// path that was reported new and got no parameter yet waits; whenever an object is created, those waiting are
+// created first, in the order reported, so that objects appear in the order of the text. createWaiting makes
+// what is left at the end.
+class UpdateProcessor : public KSLChangeProcessor {
+ public:
+  UpdateProcessor(DBUpdater* updater, KSLChangeList* history) : m_updater(updater), m_history(history) {}
+
+  void newObject(const std::string& path) override;
+  void deletedObject(const std::string& path) override;
+  void newParam(const std::string& path, const std::string& name, const std::string& value) override;
+  void changedParam(const std::string& path, const std::string& name, const std::string& newValue,
+                    const std::string& oldValue) override;
+  void deletedParam(const std::string& path, const std::string& name, const std::string& value) override;
+  void visit(const KSLChange& change) override;
+
+  void createWaiting();
+  const std::set<std::string>& getChanged() const { return m_changed; }
+  const std::set<std::string>& getDeleted() const { return m_deleted; }
+
+ private:
+  struct Waiting {
+    std::string path;
+    std::uint64_t number;
+  };
+
+  void ensureObject(const std::string& path);
+  void forget(const std::string& deletedPath);
+  void noteChanged(const std::string& path);
+
+  DBUpdater* m_updater;      // not owned
+  KSLChangeList* m_history;  // not owned
+  std::string m_lastPath;    // known to exist
+  std::string m_lastChanged;
+  std::set<std::string> m_deleted;
+  std::set<std::string> m_changed;
+  std::vector<Waiting> m_waiting;                         // in the order reported; stale ones are passed over
+  std::map<std::string, std::uint64_t> m_waitingNumbers;  // of the paths that do wait
+  std::uint64_t m_lastNumber = 0;
+};
+
+// Applies parameter changes that calculations made to their own results: set, and not recorded.
+class InternalParamUpdateProcessor : public KSLChangeProcessor {
+ public:
+  explicit InternalParamUpdateProcessor(DBUpdater* updater) : m_updater(updater) {}
+  void newObject(const std::string& path) override;
+  void deletedObject(const std::string& path) override;
+  void newParam(const std::string& path, const std::string& name, const std::string& value) override;
+  void changedParam(const std::string& path, const std::string& name, const std::string& newValue,
+                    const std::string& oldValue) override;
+  void deletedParam(const std::string& path, const std::string& name, const std::string& value) override;
+  const std::set<std::string>& getChanged() const { return m_changed; }
+
+ private:
+  DBUpdater* m_updater;  // not owned
+  std::set<std::string> m_changed;
+};
+
+}  // namespace orv
