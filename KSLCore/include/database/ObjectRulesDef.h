@@ -8,6 +8,7 @@
 #include <set>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace orv {
@@ -34,11 +35,11 @@ class ORV_API ObjectRulesDef {
   const std::set<std::string>& getAllowedOptions() const { return m_allowedOptions; }
 
   // Once only: "Essential parameters (not context-specific) added twice".
-  void addEssentialParams(NameList names);
+  void addEssentialParams(const NameList& names);
   // Appends to the lists given before, on purpose: two keys of the RULES end here.
   void addOptionalParams(const NameList& names);
   // Once for each context: "Essential parameters in rules context '%s' added twice".
-  void addEssentialParams(const std::string& context, NameList names);
+  void addEssentialParams(const std::string& context, const NameList& names);
   void addOptionalParams(const std::string& context, const NameList& names);
 
   const NameList& getEssentialParams() const { return m_essentialParams; }

@@ -3,8 +3,6 @@
 #include "platform/ORVError.h"
 #include "platform/ORVException.h"
 
-#include <utility>
-
 namespace orv {
 
 namespace {
@@ -23,13 +21,13 @@ const ObjectRulesDef::NameList& listOf(const ObjectRulesDef::ContextLists& lists
 
 }  // namespace
 
-void ObjectRulesDef::addEssentialParams(NameList names)
+void ObjectRulesDef::addEssentialParams(const NameList& names)
 {
   if (m_essentialGiven)
     throw data::duplicate("ObjectRulesDef", "addEssentialParams",
                           _("Essential parameters (not context-specific) added twice"));
+  m_essentialParams = names;
   m_essentialGiven = true;
-  m_essentialParams = std::move(names);
 }
 
 void ObjectRulesDef::addOptionalParams(const NameList& names)
@@ -38,9 +36,9 @@ void ObjectRulesDef::addOptionalParams(const NameList& names)
   m_optionalGiven = true;
 }
 
-void ObjectRulesDef::addEssentialParams(const std::string& context, NameList names)
+void ObjectRulesDef::addEssentialParams(const std::string& context, const NameList& names)
 {
-  if (!m_contextEssential.try_emplace(context, std::move(names)).second)
+  if (!m_contextEssential.try_emplace(context, names).second)
     throw data::duplicate("ObjectRulesDef", "addEssentialParams",
                           _("Essential parameters in rules context '%s' added twice", context));
 }
