@@ -1,3 +1,4 @@
+#include "platform/ORVUtilities.h"
 #include "UnitsDatabase.h"
 
 #include <algorithm>
@@ -10,11 +11,6 @@ constexpr std::size_t maxLength = 255;
 // The package keeps exponents in 16 bits and wraps silently; with this bound none comes near.
 constexpr long maxExponentProduct = 4096;
 
-bool isBlank(char c)
-{
-  return c == ' ' || (c >= '\t' && c <= '\r');
-}
-
 bool isDigit(char c)
 {
   return c >= '0' && c <= '9';
@@ -25,22 +21,22 @@ bool isWordStart(char c)
   return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_' || static_cast<unsigned char>(c) > 127;
 }
 
-std::string_view trimmed(std::string_view text)
+// "K @ 273.15" and its words, which give a scale a zero point or make it a date. Nobody needs them, and the
+// package leaks a word that it does not expect behind them.
+bool isShiftWord(std::string_view word)
 {
-  while (!text.empty() && isBlank(text.front()))
-    text.remove_prefix(1);
-  while (!text.empty() && isBlank(text.back()))
-    text.remove_suffix(1);
-  return text;
+  std::string lower = StringUtilities::toLower(word);
+  return lower == "from" || lower == "since" || lower == "after" || lower == "ref";
 }
 
-// The word in the database's terms. Alone, a temperature has its zero point; in a product it is a difference.
-std::string_view translateWord(std::string_view word, bool alone)
+// The word in the database's terms. A temperature has its zero point where it stands alone; in a product the
+// database itself takes it as a difference.
+std::string_view translateWord(std::string_view word)
 {
   if (word == "C")
-    return alone ? "degC" : "K";
+    return "degC";
   if (word == "F")
-    return alone ? "degF" : "degR";
+    return "degF";
   if (word == "rev")
     return "turn";
   return word;
@@ -54,9 +50,8 @@ class Translator {
   std::optional<std::string> run()
   {
     while (m_pos < m_text.size()) {
-      if (!takeExponent())
+      if (!takeExponent() || !takeNext())
         return std::nullopt;
-      takeNext();
     }
     return std::move(m_out);
   }
@@ -78,19 +73,20 @@ class Translator {
   // An exponent straight behind a unit or a parenthesis: "^-2", "**2", "-2", "2". False when it is refused.
   bool takeExponent()
   {
-    if (!m_afterUnit)
-      return true;
-    m_afterUnit = false;
     std::size_t digits = m_pos;
     if (at(digits) == '^')
       ++digits;
     else if (at(digits) == '*' && at(digits + 1) == '*')
       digits += 2;
+    bool marked = digits > m_pos;
+    if (!marked && !m_afterUnit)
+      return true;
+    m_afterUnit = false;
     if (at(digits) == '-' || at(digits) == '+')
       ++digits;
     std::size_t end = skipDigits(digits);
     if (end == digits)
-      return true;
+      return !marked;
     if (at(end) == '.' && isDigit(at(end + 1)))
       return false;
     long exponent = 0;
@@ -101,21 +97,24 @@ class Translator {
     return m_exponentProduct <= maxExponentProduct;
   }
 
-  void takeNext()
+  bool takeNext()
   {
-    char c = at(m_pos);
     if (m_pos == m_text.size())
-      return;
+      return true;
+    char c = at(m_pos);
     if (isWordStart(c))
       return takeWord();
-    if (isDigit(c))
-      return takeNumber();
-    m_afterUnit = c == ')';
+    if (isDigit(c)) {
+      takeNumber();
+      return true;
+    }
+    m_afterUnit = c == ')' || c == '%' || c == '\'' || c == '"';
     copyTo(m_pos + 1);
+    return c != '@';
   }
 
   // Digits inside a word are part of it ("H2O"), digits behind it are its exponent ("m2").
-  void takeWord()
+  bool takeWord()
   {
     std::size_t end = m_pos;
     while (isWordStart(at(end)) || isDigit(at(end)))
@@ -123,9 +122,10 @@ class Translator {
     while (isDigit(at(end - 1)))
       --end;
     std::string_view word = m_text.substr(m_pos, end - m_pos);
-    m_out += translateWord(word, word.size() == m_text.size());
+    m_out += translateWord(word);
     m_pos = end;
     m_afterUnit = true;
+    return !isShiftWord(word);
   }
 
   void takeNumber()
@@ -152,7 +152,7 @@ class Translator {
 
 std::optional<std::string> translateUnits(std::string_view units)
 {
-  units = trimmed(units);
+  units = StringUtilities::trimmed(units);
   if (units.size() > maxLength || units.find('\0') != std::string_view::npos)
     return std::nullopt;
   return Translator(units).run();
