@@ -83,6 +83,8 @@ class ORV_API KSLInterface {
   void undoOnError();
   // Forgets what could be undone and redone. A parse under way can still be taken back if it fails.
   void clearUndoStacks();
+  // How many changes the recovery of the last outermost parse replayed; 0 when there was none.
+  std::size_t getLastRecoverySize() const { return m_lastRecoverySize; }
 
   std::string getUndoModeString() const { return getUndoModeString(m_undoMode); }
   static std::string getUndoModeString(int mode);
@@ -189,6 +191,7 @@ class ORV_API KSLInterface {
   HistoryStack::ListId m_newestBefore = 0;  // lists with greater numbers are this parse's
   std::vector<ParseStep> m_parseSteps;      // all that it applied, in order
   Application* m_application = nullptr;     // the innermost
+  std::size_t m_lastRecoverySize = 0;       // stays until the next one begins
 };
 
 }  // namespace orv

@@ -154,6 +154,7 @@ void KSLInterface::getRecoveryChanges(KSLChangeList& changes)
     for (std::size_t i = steps[step].last; i-- > steps[step].first;)
       changes.add((*steps[step].list)[i]);
   }
+  m_lastRecoverySize = changes.size();
 }
 
 void KSLInterface::attemptErrorRecovery()
@@ -175,6 +176,7 @@ void KSLInterface::openHistory()
     m_newestBefore = HistoryStack::newestId();
   }
   m_savedUndoTop = m_undoStack.topId();
+  m_lastRecoverySize = 0;
 }
 
 void KSLInterface::closeHistory()
