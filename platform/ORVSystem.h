@@ -42,8 +42,11 @@ class ORV_API ORVStream {
   void close();
 
  private:
+  [[noreturn]] void failWrite();
+
   std::fstream m_stream;
   std::string m_fileName;
+  bool m_writeFailed = false;  // since the file was opened
 };
 
 namespace ORVFile {

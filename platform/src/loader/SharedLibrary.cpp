@@ -26,7 +26,7 @@ SharedLibrary* theLoader = nullptr;
 std::string loaderError()
 {
   const char* const text = dlerror();
-  return text ? text : "no reason given";
+  return text ? text : "it is defined in another library";
 }
 
 std::string searchedDirectories()

@@ -7,16 +7,11 @@ namespace orv {
 
 namespace {
 
-// Keeps errno of a failed stream operation; a stream that refuses before it asks the system leaves it 0.
+// The reason is errno, which each operation clears first: a stream may refuse before it asks the system.
 [[noreturn]] void throwFailure(const char* function, const char* format, const std::string& fileName)
 {
   const std::string reason = Error::getSystemError();
   throw file::error("ORVStream", function, _(format, fileName, reason));
-}
-
-[[noreturn]] void throwWriteFailure(const std::string& fileName)
-{
-  throwFailure("write", "Cannot write file '%s': %s.", fileName);
 }
 
 std::ios::openmode openMode(ORVStream::Mode mode)
@@ -38,6 +33,12 @@ ORVStream::ORVStream() = default;
 
 ORVStream::~ORVStream() = default;
 
+void ORVStream::failWrite()
+{
+  m_writeFailed = true;
+  throwFailure("write", "Cannot write file '%s': %s.", m_fileName);
+}
+
 void ORVStream::open(const std::string& fileName, Mode mode)
 {
   close();
@@ -47,6 +48,7 @@ void ORVStream::open(const std::string& fileName, Mode mode)
   if (!m_stream.is_open())
     throwFailure("open", "Cannot open file '%s': %s.", fileName);
   m_fileName = fileName;
+  m_writeFailed = false;
 }
 
 bool ORVStream::isOpen() const
@@ -59,7 +61,7 @@ void ORVStream::write(std::string_view text)
   errno = isOpen() ? 0 : EBADF;
   m_stream.write(text.data(), static_cast<std::streamsize>(text.size()));
   if (!m_stream)
-    throwWriteFailure(m_fileName);
+    failWrite();
 }
 
 void ORVStream::flush()
@@ -67,7 +69,7 @@ void ORVStream::flush()
   errno = isOpen() ? 0 : EBADF;
   m_stream.flush();
   if (!m_stream || !isOpen())
-    throwWriteFailure(m_fileName);
+    failWrite();
 }
 
 bool ORVStream::readLine(std::string& line)
@@ -97,11 +99,10 @@ void ORVStream::close()
     return;
   // What an earlier write could not hand over counts here too: the file is not what its writer believes.
   errno = 0;
-  const bool failedBefore = m_stream.bad();
   const bool closed = m_stream.rdbuf()->close() != nullptr;
   m_stream.clear();
-  if (failedBefore || !closed)
-    throwWriteFailure(m_fileName);
+  if (m_writeFailed || !closed)
+    failWrite();
 }
 
 }  // namespace orv
