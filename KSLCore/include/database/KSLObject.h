@@ -128,7 +128,9 @@ class ORV_API KSLObject {
 
   // ---- Parameters
 
-  bool hasParam(std::string_view name) const { return m_params.find(name) != nullptr; }
+  bool hasParam(std::string_view name) const { return lookUpParam(name) != nullptr; }
+  // As getParam, but null when absent.
+  const ParamDefinition* lookUpParam(std::string_view name) const { return m_params.find(name); }
   // Back to the default (unless the allowed values forbid that) and no longer set; nothing for an unknown
   // name. An observer may be told twice.
   void unsetParam(const std::string& name);
@@ -227,8 +229,9 @@ class ORV_API KSLObject {
   friend class ObjectHolderImpl;
   friend class PrototypeEditor;
 
-  void adopt(std::unique_ptr<ParamDefinition> param);
-  KSLObject* resolveFrom(const std::string& path, bool& nameMissed) const;
+  void checkNewParameter(const ParamDefinition* param) const;
+  void adopt(std::unique_ptr<ParamDefinition>& param);
+  ParamDefinition::NotifyChange* paramObserver() const;
   ObjectChangeNotify* observer() const;
 
   static PathFunction m_pathNormaliseFun;  // null is the identity

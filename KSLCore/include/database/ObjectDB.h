@@ -110,9 +110,12 @@ class ORV_API ObjectDB {
   static std::string normalised(const std::string& path);
   ObjectHolder* findObjectHolder(const std::string& path) const;
   ObjectHolder* findParentHolder(const std::string& path) const;
-  void checkNewObject(const KSLObject* object, const ObjectHolder*& parent) const;
+  ObjectHolder* checkedParentOf(const KSLObject* object) const;
+  void insert(ObjectHolder* parent, KSLObject* object);
   void doDeleteObject(ObjectHolder* top);
+  ObjectHolder* holderOf(const KSLObject* child) const;  // throws when the index lacks it
   void removeLeaf(ObjectHolder* holder);
+  void appendStateOf(const std::string& pathOrName, std::string& text) const;
   std::vector<std::string> pendingDeletion(const std::string& path, const std::string& type,
                                            const std::string& (KSLObject::*text)() const) const;
 

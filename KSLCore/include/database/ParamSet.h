@@ -30,10 +30,15 @@ class ORV_API ParamSet {
   // Null when absent, or when nothing was written yet.
   ParamDefinition* findOwn(std::string_view name);
 
-  // REQUIRES: the name is not there.
-  void add(std::unique_ptr<ParamDefinition> param);
-  bool remove(std::string_view name);  // false when absent
-  void clear();
+  // REQUIRES: the name is not there. The pointer keeps its parameter when memory is short.
+  void add(std::unique_ptr<ParamDefinition>&& param);
+  std::unique_ptr<ParamDefinition> take(std::string_view name);  // removes; null when absent
+  void clear() noexcept;
+  void swap(ParamSet& other) noexcept
+  {
+    std::swap(m_layout, other.m_layout);
+    m_own.swap(other.m_own);
+  }
 
   // What has a definition of its own, in name order. `visit(ParamDefinition&)` must not add or remove.
   template <class Visit>

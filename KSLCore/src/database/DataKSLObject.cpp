@@ -1,0 +1,125 @@
+#include "database/DataKSLObject.h"
+
+#include "platform/ORVError.h"
+#include "platform/ORVException.h"
+
+#include <memory>
+
+namespace orv {
+
+namespace {
+
+constexpr const char* className = "DataKSLObject";
+
+// True when a "Logical" parameter is given another word for the truth value that it has. Words that are none
+// differ.
+bool keepsTruthValue(const ParamDefinition& param, const std::string& text)
+{
+  if (!param.typeIs("Logical"))
+    return false;
+  bool presentOk = true;
+  bool newOk = true;
+  const bool present = StringUtilities::isTrue(param.getValue(), presentOk);
+  return StringUtilities::isTrue(text, newOk) == present && presentOk && newOk;
+}
+
+}  // namespace
+
+DataKSLObject::DataKSLObject() = default;
+
+DataKSLObject::~DataKSLObject()
+{
+  freeParameters();
+}
+
+void DataKSLObject::registerBaseType()
+{
+  auto prototype = std::make_unique<DataKSLObject>();
+  registerBaseTypeWithFactory(className, prototype.get());
+  (void)prototype.release();  // the factory's, now that it has taken it
+}
+
+std::string DataKSLObject::getSchedulerInfo() const
+{
+  return "\nScheduler list for " + getType() + ":" + getName() + "\n";
+}
+
+void DataKSLObject::calculate(const std::string&) {}
+
+void DataKSLObject::update() {}
+
+void DataKSLObject::setPending() {}
+
+SchedulerObject* DataKSLObject::getSchedulerObject(const std::string& schedulerType) const
+{
+  throw data::notFound(className, "getSchedulerObject",
+                       _("Scheduler type '%s' for object type '%s' not found.", schedulerType, getType()));
+}
+
+KSLObject* DataKSLObject::clone() const
+{
+  auto copy = std::make_unique<DataKSLObject>();
+  copyInternals(copy.get());  // the type too
+  return copy.release();
+}
+
+void DataKSLObject::initialize(const std::string& parentPath, const std::string& name)
+{
+  setPath(parentPath, name);
+}
+
+void DataKSLObject::initialize(const std::string& name)
+{
+  initialize({}, name);
+}
+
+std::string DataKSLObject::setValue(const std::string& name, const std::string& value)
+{
+  ParamDefinition* param = findParam(name);
+  if (!param)
+    throw data::notFound(className, "setValue",
+                         _("Parameter '%s' is not recognized on object '%s'.", name, getPath()));
+  std::string record;
+  if (keepsTruthValue(*param, value)) {
+    param->setValue(value);
+    record = value;
+  } else {
+    record = setValueInternal(param, value);
+  }
+  std::string line;
+  line.reserve(getPath().size() + name.size() + record.size() + 4);
+  line.append(getPath()).append(1, '/').append(name).append(" = ").append(record);
+  return line;
+}
+
+std::string DataKSLObject::setValueWithoutPending(const std::string& name, const std::string& value)
+{
+  ParamDefinition* param = findParam(name);
+  if (!param)
+    throw data::notFound(className, "setValue", _("Parameter '%s' is not recognized.", name));
+  return param->setValue(value);
+}
+
+std::string DataKSLObject::setValueInternal(ParamDefinition* param, const std::string& value)
+{
+  if (!param)
+    throw internal::nullPointer(className, "setValue", _("Input parameter %s is a null pointer.", "p_param"));
+  return param->setValue(value);
+}
+
+void DataKSLObject::addScheduler(const std::string&)
+{
+  throw data::invalid(className, "addScheduler", _("Cannot add scheduler to type DataKSLObject."));
+}
+
+void DataKSLObject::addSchedulerLink(const std::string&, const std::string&)
+{
+  throw data::invalid(className, "addScheduler", _("Cannot add scheduler to type DataKSLObject."));
+}
+
+void DataKSLObject::addFunction(const std::string&, const std::string&, const std::string&)
+{
+  throw data::invalid(className, "addScheduler", _("Cannot add function to type DataKSLObject."));
+}
+
+}  // namespace orv

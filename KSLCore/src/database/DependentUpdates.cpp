@@ -1,0 +1,118 @@
+#include "database/DependentUpdates.h"
+
+#include "platform/ORVAbstractDataModels.h"
+#include "platform/ORVKSLAPI.h"
+#include "platform/ORVUtilities.h"
+
+#include <algorithm>
+#include <iterator>
+#include <tuple>
+#include <utility>
+
+namespace orv {
+
+namespace {
+
+using DependentUpdates_private::ParamUpdate;
+
+bool sameParam(const ParamUpdate& a, const ParamUpdate& b)
+{
+  return a.objectPath == b.objectPath && a.paramName == b.paramName;
+}
+
+bool before(const ParamUpdate& a, const ParamUpdate& b)
+{
+  return std::tie(a.objectPath, a.paramName) < std::tie(b.objectPath, b.paramName);
+}
+
+// Blanks around items are none of theirs.
+std::vector<std::string> sortedItems(const std::string& value)
+{
+  std::vector<std::string> items = StringUtilities::stringToVector(value, ',');
+  for (std::string& item : items)
+    item = StringUtilities::removeWhitespace(item);
+  std::sort(items.begin(), items.end());
+  return items;
+}
+
+// The items that all values of the run name.
+template <class Iterator>
+std::string mergedValue(Iterator first, Iterator end)
+{
+  std::vector<std::string> items = sortedItems(first->value);
+  while (++first != end) {
+    const std::vector<std::string> others = sortedItems(first->value);
+    std::vector<std::string> common;
+    std::set_intersection(items.begin(), items.end(), others.begin(), others.end(),
+                          std::back_inserter(common));
+    items.swap(common);
+  }
+  return StringUtilities::vectorToString(items, ',');
+}
+
+void rebuild(const TreeAndLeafReadModel* model, const std::vector<ParamUpdate>& updates,
+             KSLChangeList& changes)
+{
+  changes.clear();
+  for (const ParamUpdate& update : updates) {
+    const std::string present = model->getParameterValue(KSLPath(update.objectPath), update.paramName);
+    if (present != update.value)
+      changes.changeParam(update.objectPath, update.paramName, update.value, present);
+  }
+}
+
+}  // namespace
+
+DependentUpdates::DependentUpdates()
+    : m_externalChanges(std::make_unique<KSLChangeList>("Dependent KSL - external params")),
+      m_internalChanges(std::make_unique<KSLChangeList>("Dependent KSL - internal params"))
+{}
+
+DependentUpdates::~DependentUpdates() = default;
+
+void DependentUpdates::setModifiedParam(const std::string& objectPath, const std::string& paramName,
+                                        const std::string& value, bool internal)
+{
+  (internal ? m_internalUpdates : m_externalUpdates).push_back({objectPath, paramName, value});
+  m_synchronised = false;
+}
+
+const KSLChangeList* DependentUpdates::getExternalChanges(const TreeAndLeafReadModel* model)
+{
+  syncChangeLists(model);
+  return m_externalChanges.get();
+}
+
+const KSLChangeList* DependentUpdates::getInternalChanges(const TreeAndLeafReadModel* model)
+{
+  syncChangeLists(model);
+  return m_internalChanges.get();
+}
+
+void DependentUpdates::syncChangeLists(const TreeAndLeafReadModel* model)
+{
+  if (m_synchronised)
+    return;
+  consolidateUpdates(model, m_externalUpdates);
+  rebuild(model, m_externalUpdates, *m_externalChanges);
+  consolidateUpdates(model, m_internalUpdates);
+  rebuild(model, m_internalUpdates, *m_internalChanges);
+  m_synchronised = true;
+}
+
+void DependentUpdates::consolidateUpdates(const TreeAndLeafReadModel* model,
+                                          std::vector<ParamUpdate>& updates)
+{
+  std::stable_sort(updates.begin(), updates.end(), before);
+  std::vector<ParamUpdate> merged;
+  for (auto run = updates.begin(); run != updates.end();) {
+    const auto end = std::find_if_not(run, updates.end(),
+                                      [&run](const ParamUpdate& update) { return sameParam(*run, update); });
+    if (model->hasObject(KSLPath(run->objectPath)))
+      merged.push_back({run->objectPath, run->paramName, mergedValue(run, end)});
+    run = end;
+  }
+  updates.swap(merged);
+}
+
+}  // namespace orv

@@ -1,0 +1,565 @@
+#include "database/KSLObject.h"
+
+#include "platform/ORVError.h"
+#include "platform/ORVException.h"
+#include "database/DependentReferences.h"
+#include "database/NullParentChildInfo.h"
+#include "database/ObjectChangeNotify.h"
+#include "database/ObjectDB.h"
+#include "database/ObjectFactory.h"
+#include "database/PreferredUnits.h"
+#include "database/RelativeLookup.h"
+#include "database/StateTextLogger.h"
+#include "database/StateTraversal.h"
+
+#include <ostream>
+
+namespace orv {
+
+KSLObject::PathFunction KSLObject::m_pathNormaliseFun = nullptr;
+
+// Hears of the changes of an object's own parameters and passes them on.
+class KSLObject::ParamNotify final : public ParamDefinition::NotifyChange {
+ public:
+  ParamNotify(KSLObject* object, ObjectChangeNotify* observer) : m_object(object), m_observer(observer) {}
+
+  void paramChanged(ParamDefinition* param) override
+  {
+    if (!param->hasBeenSet() && param->getValue().empty())
+      m_observer->paramDeleted(m_object, param->getName());
+    else
+      m_observer->paramChanged(m_object, param);
+  }
+  ObjectChangeNotify* observer() const { return m_observer; }
+
+ private:
+  KSLObject* m_object;
+  ObjectChangeNotify* m_observer;  // not owned
+};
+
+namespace {
+
+// What a parameter was like before a change of two steps, of which the second may fail.
+class ParamState {
+ public:
+  explicit ParamState(const ParamDefinition& param)
+      : m_value(param.getValue()),
+        m_set(param.hasBeenSet()),
+        m_changed(param.isChanged())
+  {}
+
+  // Then tells the observer, which has heard of the first step; failures have no one to go to.
+  void restore(ParamDefinition& param, ParamDefinition::NotifyChange* observer) const noexcept
+  {
+    try {
+      param.setNotifyChange(nullptr);
+      ScopeGuard observe([&] { param.setNotifyChange(observer); });
+      param.setValue(m_value);
+      if (!m_set)
+        param.unset();
+      if (!m_changed)
+        param.clearChanged();
+      if (observer)
+        observer->paramChanged(&param);
+    } catch (...) {}
+  }
+
+ private:
+  std::string m_value;
+  bool m_set;
+  bool m_changed;
+};
+
+}  // namespace
+
+KSLObject::KSLObject() : m_place(NullParentChildInfo::instance()) {}
+
+KSLObject::~KSLObject() = default;
+
+// ---------------------------------------------------------------------------------------------------------- tree
+
+std::vector<KSLObject*> KSLObject::getChildObjects() const
+{
+  return m_place->getChildObjects();
+}
+
+std::vector<KSLObject*> KSLObject::getChildObjectsByName(const std::string& name) const
+{
+  return m_place->getChildObjectsByName(name);
+}
+
+std::vector<KSLObject*> KSLObject::getChildObjectsByType(const std::string& type) const
+{
+  return m_place->getChildObjectsByType(type);
+}
+
+KSLObject* KSLObject::getChildObjectByNameAndType(const std::string& typeColonName) const
+{
+  if (KSLObject* child = RelativeLookup::childOf(*this, typeColonName))
+    return child;
+  throw data::notFound("KSLObject", "getChildObjectByNameAndType",
+                       _("Object '%s' does not exist.", typeColonName));
+}
+
+std::vector<KSLObject*> KSLObject::getChildObjectsByCategory(const std::string& category) const
+{
+  std::vector<KSLObject*> children;
+  forEachChild([&](KSLObject* child) {
+    if (child->m_category.isA(category))
+      children.push_back(child);
+  });
+  return children;
+}
+
+KSLObject* KSLObject::getParentObject() const
+{
+  KSLObject* parent = m_place->getParentObject();
+  return parent ? parent : ObjectDB::instance()->getRoot();
+}
+
+KSLObject* KSLObject::getRelativeObject(const std::string& path) const
+{
+  const std::string simplified = StringUtilities::simplifyPath(path);
+  return getRelativeObjectInternal(m_pathNormaliseFun ? m_pathNormaliseFun(simplified) : simplified);
+}
+
+KSLObject* KSLObject::getRelativeObjectInternal(const std::string& path) const
+{
+  return RelativeLookup::resolve(*this, path);
+}
+
+void KSLObject::setParentChildInfo(const ParentChildInfo* info)
+{
+  m_place = info ? info : NullParentChildInfo::instance();
+}
+
+// ------------------------------------------------------------------------------------------------------ identity
+
+bool KSLObject::isA(std::string_view typeOrCategory) const
+{
+  return typeIs(typeOrCategory) || m_category.isA(typeOrCategory);
+}
+
+std::string KSLObject::getTypeNameString() const
+{
+  std::string text = getType() + ":";
+  if (!m_singleton)
+    text += m_name;
+  return text;
+}
+
+std::pair<std::string, std::string> KSLObject::splitObjectTypeAndName(const std::string& text)
+{
+  const std::string_view bare = StringUtilities::withoutComment(text);
+  const std::size_t colon = bare.find(':');
+  if (colon == std::string_view::npos) {
+    throw ksl::invalid(
+        "KSLObject", "splitObjectTypeAndName",
+        _("Invalid object definition, expected: '%s', received: '%s'", "<objectType>:<objectName>", text));
+  }
+  std::string type = StringUtilities::removeWhitespace(bare.substr(0, colon));
+  std::string name = StringUtilities::removeWhitespace(bare.substr(colon + 1));
+  if (name.empty())
+    name = type;
+  return {std::move(type), std::move(name)};
+}
+
+void KSLObject::registerBaseTypeWithFactory(const std::string& name, KSLObject* prototype)
+{
+  ObjectFactory::instance()->registerBaseType(name, prototype);
+}
+
+void KSLObject::supportOldStylePaths()
+{
+  m_pathNormaliseFun = PathUtils::normalisePathBwdComp;
+}
+
+void KSLObject::resetPathNormaliser()
+{
+  m_pathNormaliseFun = nullptr;
+}
+
+void KSLObject::setType(const std::string& type, bool singleton)
+{
+  m_type = SharedText(type);
+  m_singleton = singleton;
+}
+
+void KSLObject::setPath(const std::string& parentPath, const std::string& name)
+{
+  const auto refuse = [](const char* function, std::string message) {
+    throw data::invalid("KSLObject", function, std::move(message));
+  };
+  if (m_type.empty())
+    refuse("setPath", _("Attempt to set object path from parent '%s' and name '%s' before type is known.",
+                        parentPath, name));
+  if (!m_name.empty())
+    refuse("setPath", _("Object '%s' already initialized.", m_name));
+  if (name.empty())
+    refuse("setPath", _("Input parameter %s is empty.", "p_name"));
+  if (m_singleton && m_type != name)  // the function word is not this one's; its readers know it so
+    refuse("initialize",
+           _("'%s' is a singleton object, but name '%s' does not equal type.", getType(), name));
+
+  std::string path = m_pathNormaliseFun ? m_pathNormaliseFun(parentPath) : std::string();
+  const std::string& parent = m_pathNormaliseFun ? path : parentPath;
+  std::string full;
+  full.reserve(parent.size() + getType().size() + name.size() + 2);
+  full.append(parent).append(1, '/').append(getType());
+  if (!m_singleton)
+    full.append(1, ':').append(name);
+  m_name = name;
+  m_path = std::move(full);
+}
+
+// ---------------------------------------------------------------------------------------------------- parameters
+
+ObjectChangeNotify* KSLObject::observer() const
+{
+  return m_paramNotify ? m_paramNotify->observer() : nullptr;
+}
+
+ParamDefinition::NotifyChange* KSLObject::paramObserver() const
+{
+  return m_paramNotify.get();
+}
+
+ParamDefinition* KSLObject::findParam(std::string_view name)
+{
+  return m_params.own(name, paramObserver());
+}
+
+const ParamDefinition* KSLObject::getParam(const std::string& name) const
+{
+  if (const ParamDefinition* param = m_params.find(name))
+    return param;
+  throw data::notFound("KSLObject", "getParam",
+                       _("Parameter '%s' does not exist on object %s.", name, m_path));
+}
+
+void KSLObject::checkNewParameter(const ParamDefinition* param) const
+{
+  if (!param)
+    throw internal::nullPointer("KSLObject", "addParameter",
+                                _("Input parameter %s is a null pointer.", "p_param"));
+  if (hasParam(param->getName()))
+    throw data::duplicate("KSLObject", "addParameter",
+                          _("Duplicate data: Parameter '%s' already exists.", param->getName()));
+}
+
+void KSLObject::adopt(std::unique_ptr<ParamDefinition>& param)
+{
+  ParamDefinition* added = param.get();
+  if (m_paramNotify)
+    added->setNotifyChange(paramObserver());
+  try {
+    m_params.add(std::move(param));
+    if (m_paramNotify)
+      observer()->paramChanged(this, added);
+  } catch (...) {
+    if (!param)
+      param = m_params.take(added->getName());
+    if (m_paramNotify)
+      added->setNotifyChange(nullptr);
+    throw;
+  }
+}
+
+void KSLObject::addParameter(std::unique_ptr<ParamDefinition>&& param)
+{
+  checkNewParameter(param.get());
+  adopt(param);
+}
+
+void KSLObject::addParameter(ParamDefinition* param)
+{
+  checkNewParameter(param);
+  std::unique_ptr<ParamDefinition> owner(param);
+  try {
+    adopt(owner);
+  } catch (...) {
+    (void)owner.release();  // refused: still the caller's
+    throw;
+  }
+}
+
+void KSLObject::removeParameter(const std::string& name)
+{
+  const std::string removed = name;  // the name given may stand in the parameter
+  std::unique_ptr<ParamDefinition> param = m_params.take(removed);
+  if (!param)
+    throw data::notFound("KSLObject", "removeParameter", _("%s '%s' does not exist.", "Parameter", removed));
+  if (!m_paramNotify)
+    return;
+  try {
+    observer()->paramDeleted(this, removed);
+  } catch (...) {
+    m_params.add(std::move(param));
+    throw;
+  }
+}
+
+void KSLObject::removeAllParameters()
+{
+  ParamSet removed;
+  m_params.swap(removed);
+  if (m_paramNotify)
+    removed.forEach(
+        [this](const ParamDefinition& param) { observer()->paramDeleted(this, param.getName()); });
+}
+
+void KSLObject::freeParameters() noexcept
+{
+  m_params.clear();
+}
+
+void KSLObject::unsetParam(const std::string& name)
+{
+  const ParamDefinition* param = m_params.find(name);
+  if (!param)
+    return;
+  const std::string defaultValue = param->getDefaultValue();
+  if (!param->isAllowedValue(defaultValue)) {
+    findParam(name)->unset();
+    return;
+  }
+  const ParamState before(*param);
+  setValue(name, defaultValue);  // may replace the parameter
+  ParamDefinition* now = findParam(name);
+  if (!now)
+    return;
+  try {
+    now->unset();
+  } catch (...) {
+    before.restore(*now, paramObserver());
+    throw;
+  }
+}
+
+bool KSLObject::isParamChanged(const std::string& name) const
+{
+  return getParam(name)->isChanged();
+}
+
+void KSLObject::clearChangedParameters()
+{
+  m_params.forEachOwn([](ParamDefinition& param) { param.clearChanged(); });
+}
+
+void KSLObject::clearChangedParameters(const std::vector<std::string>& names)
+{
+  for (const std::string& name : names) {
+    if (ParamDefinition* param = m_params.findOwn(name))
+      param->clearChanged();
+  }
+}
+
+std::vector<std::string> KSLObject::getParamNames(ParamFilter filter) const
+{
+  std::vector<std::string> names;
+  forEachParam([&](const ParamDefinition& param) {
+    if (filter & (param.isInternal() ? internalParams : externalParams))
+      names.push_back(param.getName());
+  });
+  return names;
+}
+
+std::vector<std::string> KSLObject::getParamNamesInContext(ParamFilter filter) const
+{
+  std::vector<std::string> names;
+  const ParamInclusion inclusion(*this, filter, false);
+  forEachParam([&](const ParamDefinition& param) {
+    if (inclusion.isListed(param))
+      names.push_back(param.getName());
+  });
+  return names;
+}
+
+std::map<std::string, std::string> KSLObject::getParams(UnitSystemTypes::UnitsType units,
+                                                        bool difference) const
+{
+  return PreferredUnits::valuesOf(*this, externalParams, units, difference);
+}
+
+std::map<std::string, std::string> KSLObject::getInternalParams(UnitSystemTypes::UnitsType units,
+                                                                bool difference) const
+{
+  return PreferredUnits::valuesOf(*this, internalParams, units, difference);
+}
+
+float KSLObject::getFloatValue(const std::string& name, const std::string& units) const
+{
+  return getParam(name)->getFloatValue(units);
+}
+
+TripletBase<float> KSLObject::getTripletValue(const std::string& name) const
+{
+  return getParam(name)->getTripletValue();
+}
+
+TripletBase<float> KSLObject::getTripletValue(const std::string& name, const std::string& units) const
+{
+  return getParam(name)->getTripletValue(units);
+}
+
+std::vector<float> KSLObject::getFloatArray(const std::string& name, const std::string& units) const
+{
+  return getParam(name)->getFloatArray(units);
+}
+
+void KSLObject::copyInternals(KSLObject* target) const
+{
+  if (!target)
+    throw internal::nullPointer("KSLObject", "copyInternals",
+                                _("Input parameter %s is a null pointer.", "p_target"));
+  if (target->m_params.empty() && !target->m_paramNotify) {
+    m_params.copyTo(target->m_params, m_name.empty());
+  } else {
+    forEachParam([target](const ParamDefinition& param) { target->addParameter(param.clone()); });
+  }
+  target->m_singleton = m_singleton;
+  target->m_category = m_category;
+  target->m_type = m_type;
+  target->m_rules = m_rules;
+}
+
+// --------------------------------------------------------------------------------------------------- observation
+
+void KSLObject::registerObjectChangeNotify(ObjectChangeNotify* observer)
+{
+  if (!observer) {
+    m_params.forEachOwn([](ParamDefinition& param) { param.setNotifyChange(nullptr); });
+    m_paramNotify.reset();
+    return;
+  }
+  if (m_paramNotify) {
+    throw internal::error("KSLObject", "registerObjectChangeNotify",
+                          _("Attempt to register ObjectChangeNotify when one is already registered."));
+  }
+  auto notify = std::make_unique<ParamNotify>(this, observer);
+  std::vector<ParamDefinition*> told;
+  try {
+    m_params.forEachOwn([&](ParamDefinition& param) {
+      told.push_back(&param);
+      param.setNotifyChange(notify.get());
+    });
+  } catch (...) {
+    if (!told.empty())
+      told.pop_back();  // this one has an observer of its own
+    for (ParamDefinition* param : told)
+      param->setNotifyChange(nullptr);
+    throw;
+  }
+  m_paramNotify = std::move(notify);
+}
+
+// ---------------------------------------------------------------------------------------------------- dependents
+
+namespace {
+
+void requirePointer(const void* pointer, const char* function, const char* name)
+{
+  if (!pointer)
+    throw internal::nullPointer("KSLObject", function, _("Input parameter %s is a null pointer.", name));
+}
+
+}  // namespace
+
+void KSLObject::addDependent(KSLObject* object, const ParamDefinition* param)
+{
+  requirePointer(object, "addDependent", "p_object");
+  requirePointer(param, "addDependent", "p_param");
+  if (!m_dependents)
+    m_dependents = std::make_unique<std::set<Dependent>>();
+  m_dependents->emplace(object, param);
+}
+
+void KSLObject::delDependent(KSLObject* object, const ParamDefinition* param)
+{
+  requirePointer(object, "delDependent", "p_object");
+  requirePointer(param, "delDependent", "p_param");
+  if (!m_dependents)
+    return;
+  m_dependents->erase(Dependent(object, param));
+  if (m_dependents->empty())
+    m_dependents.reset();
+}
+
+void KSLObject::deleteAllDependent()
+{
+  m_dependents.reset();
+}
+
+const std::set<Dependent>& KSLObject::getDependents() const
+{
+  static const std::set<Dependent> none;
+  return m_dependents ? *m_dependents : none;
+}
+
+void KSLObject::addToDependentUpdates(DependentUpdates* updates) const
+{
+  DependentReferences::report(*this, updates);
+}
+
+// ---------------------------------------------------------------------------------------------------- state text
+
+std::string KSLObject::getState(ParamFilter filter) const
+{
+  std::string text;
+  appendState(text, filter);
+  return text;
+}
+
+void KSLObject::appendState(std::string& out, ParamFilter filter) const
+{
+  StateTextLogger logger(out);
+  traverseState(filter, false, &logger);
+}
+
+std::string KSLObject::getAppStrippedState() const
+{
+  std::string text;
+  StateTextLogger logger(text);
+  traverseState(externalParams, true, &logger);
+  return text;
+}
+
+void KSLObject::traverseState(ParamFilter filter, bool strip, KSLStateLogger* logger) const
+{
+  requirePointer(logger, "traverseState", "p_logger");
+  StateTraversal(filter, strip, *logger).run(*this);
+}
+
+void KSLObject::write(std::ostream& out) const
+{
+  out << "m_name=\"" << m_name << "\"\n";
+  out << "m_type=\"" << getType() << "\"\n";
+  out << "m_paramMap={\n";
+  forEachParam([&out](const ParamDefinition& param) {
+    out << '"' << param.getName() << " \"," << static_cast<const void*>(&param) << ";\n";
+  });
+  out << "}\nm_cat=not yet implemented.\n";
+  out << "m_isSingleton=" << (m_singleton ? '1' : '0') << "\nm_dependents={\n";
+  for (const Dependent& dependent : getDependents())
+    out << '"' << dependent.getObjPath() << "\",\"" << dependent.getParamName() << "\";\n";
+  out << "}\n";
+}
+
+// ----------------------------------------------------------------------------------------------------- the rest
+
+std::vector<KSLObject*> KSLObject::getSchedulerParentObjects() const
+{
+  return {};
+}
+
+bool KSLObject::hasValidData() const
+{
+  return m_validData;
+}
+
+bool KSLObject::getBoundingBox(TripletBase<float>&, TripletBase<float>&) const
+{
+  return false;
+}
+
+}  // namespace orv

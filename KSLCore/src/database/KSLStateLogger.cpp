@@ -1,0 +1,7 @@
+#include "database/KSLStateLogger.h"
+
+namespace orv {
+
+KSLStateLogger::~KSLStateLogger() = default;
+
+}  // namespace orv

@@ -1,0 +1,11 @@
+#include "database/NullParentChildInfo.h"
+
+namespace orv {
+
+const NullParentChildInfo* NullParentChildInfo::instance()
+{
+  static const NullParentChildInfo place;
+  return &place;
+}
+
+}  // namespace orv

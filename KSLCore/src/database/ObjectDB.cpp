@@ -1,0 +1,510 @@
+#include "database/ObjectDB.h"
+
+#include "platform/ORVError.h"
+#include "platform/ORVException.h"
+#include "platform/ORVUtilities.h"
+#include "database/DBChangeNotify.h"
+#include "database/ObjectHolderImpl.h"
+#include "database/PathIndex.h"
+#include "database/RootKSLObject.h"
+
+#include <algorithm>
+#include <deque>
+
+namespace orv {
+
+namespace {
+
+ObjectDB* s_instance = nullptr;
+
+constexpr const char* className = "ObjectDB";
+
+// True when simplifying would leave the path as it is: no empty component, no ".", no slash at the end.
+bool isNormal(std::string_view path)
+{
+  if (path.size() > 1 && path.back() == '/')
+    return false;
+  std::size_t begin = !path.empty() && path.front() == '/' ? 1 : 0;
+  while (begin < path.size()) {
+    const std::size_t end = std::min(path.find('/', begin), path.size());
+    if (end == begin || path.substr(begin, end - begin) == ".")
+      return false;
+    begin = end + 1;
+  }
+  return true;
+}
+
+void requireText(const std::string& text, const char* function, const char* name)
+{
+  if (text.empty())
+    throw data::invalid(className, function, _("Input parameter %s is empty.", name));
+}
+
+bool pathBefore(const KSLObject* a, const KSLObject* b)
+{
+  return a->getPath() < b->getPath();
+}
+
+}  // namespace
+
+// -------------------------------------------------------------------------------------------------- delete guard
+
+// Brackets the deletion of one object: it carries the mark, and the observer hears of begin and end.
+class ObjectDB::DeleteGuard {
+ public:
+  DeleteGuard(ObjectDB& database, ObjectHolder* holder)
+      : m_database(database),
+        m_holder(holder),
+        m_path(holder->getObject()->getPath())
+  {
+    KSLObject* object = holder->getObject();
+    const bool wasPending = object->isPendingDelete();
+    object->setPendingDelete(true);
+    if (!m_database.m_changeNotify)
+      return;
+    try {
+      m_database.m_changeNotify->objectDeleteBegin(object);
+    } catch (...) {
+      object->setPendingDelete(wasPending);
+      throw;
+    }
+  }
+
+  // An observer's failure has no one to tell here.
+  ~DeleteGuard()
+  {
+    const ObjectHolder* left = m_database.m_index->find(m_path);
+    KSLObject* object = left ? left->getObject() : nullptr;
+    if (object)
+      object->setPendingDelete(false);
+    if (!m_database.m_changeNotify)
+      return;
+    try {
+      m_database.m_changeNotify->objectDeleteEnd(m_path, object);
+    } catch (...) {}
+  }
+
+  DeleteGuard(const DeleteGuard&) = delete;
+  DeleteGuard& operator=(const DeleteGuard&) = delete;
+
+  ObjectHolder* holder() const { return m_holder; }
+
+ private:
+  ObjectDB& m_database;
+  ObjectHolder* m_holder;
+  std::string m_path;
+};
+
+// ------------------------------------------------------------------------------------------------------ instance
+
+KSLObject::PathFunction ObjectDB::m_pathNormaliseFun = nullptr;
+
+ObjectDB* ObjectDB::instance()
+{
+  if (!s_instance)
+    s_instance = new ObjectDB;
+  return s_instance;
+}
+
+// Objects that end may still ask the database, so it stays reachable until all are gone.
+void ObjectDB::destroyInstance()
+{
+  delete s_instance;
+  s_instance = nullptr;
+  m_pathNormaliseFun = nullptr;
+  KSLObject::resetPathNormaliser();
+}
+
+ObjectDB::ObjectDB()
+    : m_index(std::make_unique<PathIndex>()),
+      m_root(std::make_unique<RootKSLObject>()),
+      m_rootHolder(std::make_unique<ObjectHolderImpl>(nullptr, m_root.get()))
+{
+  m_root->setParentChildInfo(m_rootHolder.get());
+}
+
+ObjectDB::~ObjectDB()
+{
+  try {
+    registerChangeNotify(nullptr);
+    while (KSLObject* child = m_rootHolder->getFirstChild())
+      doDeleteObject(holderOf(child));
+  } catch (...) {
+    reportAssertion("Objects could not be deleted at shut-down.", "KSLCore/src/ObjectDB");
+  }
+  m_root->setParentChildInfo(nullptr);
+}
+
+KSLObject* ObjectDB::getRoot() const
+{
+  return m_root.get();
+}
+
+std::size_t ObjectDB::size() const
+{
+  return m_index->size();
+}
+
+void ObjectDB::supportOldStylePaths()
+{
+  m_pathNormaliseFun = PathUtils::normalisePathBwdComp;
+}
+
+// ------------------------------------------------------------------------------------------------------- look-up
+
+// "" for the root.
+std::string ObjectDB::normalised(const std::string& path)
+{
+  std::string normal = StringUtilities::simplifyPath(path);
+  if (m_pathNormaliseFun)
+    normal = m_pathNormaliseFun(normal);
+  if (normal == "/")
+    normal.clear();
+  return normal;
+}
+
+ObjectHolder* ObjectDB::findObjectHolder(const std::string& path) const
+{
+  if (!m_pathNormaliseFun && path.size() > 1 && isNormal(path))
+    return m_index->find(path);
+  const std::string normal = normalised(path);
+  return normal.empty() ? m_rootHolder.get() : m_index->find(normal);
+}
+
+ObjectHolder* ObjectDB::findParentHolder(const std::string& path) const
+{
+  const std::string_view parent = PathUtils::parentPath(path);
+  if (!m_pathNormaliseFun && parent.size() > 1 && isNormal(parent))
+    return m_index->find(parent);
+  return findObjectHolder(std::string(parent));
+}
+
+bool ObjectDB::hasObject(const std::string& pathOrName) const
+{
+  requireText(pathOrName, "hasObject", "path");
+  if (!m_pathNormaliseFun && pathOrName.front() == '/' && isNormal(pathOrName))
+    return findObjectHolder(pathOrName) != nullptr;
+  const std::string normal = StringUtilities::simplifyPath(pathOrName);
+  const std::string text = m_pathNormaliseFun ? m_pathNormaliseFun(normal) : normal;
+  requireText(text, "hasObject", "path");
+  return text.front() == '/' ? findObjectHolder(text) != nullptr : getObjectByName(text) != nullptr;
+}
+
+KSLObject* ObjectDB::getObjectByPath(const std::string& path) const
+{
+  const ObjectHolder* holder = findObjectHolder(path);
+  return holder ? holder->getObject() : nullptr;
+}
+
+KSLObject* ObjectDB::getObjectByName(const std::string& name) const
+{
+  if (name.empty())
+    return nullptr;
+  const std::vector<KSLObject*> found = m_rootHolder->getChildObjectsByName(name);
+  if (found.size() > 1)
+    throw data::invalid(className, "getObjectByName", _("Object name %s is ambiguous.", name));
+  return found.empty() ? nullptr : found.front();
+}
+
+// ------------------------------------------------------------------------------------------------------ addition
+
+ObjectHolder* ObjectDB::checkedParentOf(const KSLObject* object) const
+{
+  constexpr const char* function = "addObject";
+  const auto requireField = [&](const std::string& text, const char* field) {
+    if (text.empty())
+      throw data::invalid(className, function, _("Invalid KSLObject. %s field is empty.", field));
+  };
+  if (!object)
+    throw internal::badParam(className, function, _("Null pointer to %s.", "KSLObject"));
+  const std::string& path = object->getPath();
+  requireField(object->getType(), "Type");
+  requireField(object->getName(), "name");
+  requireField(path, "path");
+  if (hasObject(path))
+    throw data::duplicate(className, function,
+                          _("KSLObject '%s' (path '%s') already exists.", object->getName(), path));
+  ObjectHolder* parent = findParentHolder(path);
+  if (!parent)  // the blank that is missing in this text is missed by nobody: it is compared as it stands
+    throw data::invalid(className, function,
+                        _("Parent of new object ('%s')does not exist in the database.", path));
+  if (!isNormal(path))
+    throw data::invalid(className, function, _("Path '%s' is not normal.", path));
+  return parent;
+}
+
+void ObjectDB::insert(ObjectHolder* parent, KSLObject* object)
+{
+  auto holder = std::make_unique<ObjectHolderImpl>(parent, object);
+  parent->addChildObject(object);
+  ScopeGuard unplace([&] {
+    object->setParentChildInfo(nullptr);
+    parent->removeChildObject(object);
+  });
+  object->setParentChildInfo(holder.get());
+  m_index->insert(holder.get());
+  ScopeGuard unlist([&] { m_index->erase(holder.get()); });
+  if (m_changeNotify) {
+    object->registerObjectChangeNotify(m_changeNotify);
+    ScopeGuard unobserve([&] { object->registerObjectChangeNotify(nullptr); });
+    m_changeNotify->objectAdded(object);
+    unobserve.dismiss();
+  }
+  unlist.dismiss();
+  unplace.dismiss();
+  (void)holder.release();  // the index's
+}
+
+void ObjectDB::addObject(KSLObject* object)
+{
+  insert(checkedParentOf(object), object);
+}
+
+KSLObject* ObjectDB::addObject(std::unique_ptr<KSLObject>&& object)
+{
+  addObject(object.get());
+  return object.release();
+}
+
+// ------------------------------------------------------------------------------------------------------ deletion
+
+void ObjectDB::deleteObject(const std::string& path)
+{
+  requireText(path, "deleteObject", "p_path");
+  ObjectHolder* holder = findObjectHolder(path);
+  if (!holder)
+    throw data::notFound(className, "deleteObject", _("%s '%s' does not exist.", "KSLObject", path));
+  if (!holder->getParentHolder())
+    throw internal::error(className, "deleteObject",
+                          _("Attempt to delete object that has no parent object ('%s')", path));
+  doDeleteObject(holder);
+}
+
+// Always the first child that is left, so that nothing is copied and what an observer does in between cannot
+// invalidate a list. Guards end innermost first, by any path.
+void ObjectDB::doDeleteObject(ObjectHolder* top)
+{
+  std::deque<DeleteGuard> open;
+  ScopeGuard unwind([&open] {
+    while (!open.empty())
+      open.pop_back();
+  });
+  open.emplace_back(*this, top);
+  while (!open.empty()) {
+    ObjectHolder* holder = open.back().holder();
+    const KSLObject* child = holder->getFirstChild();
+    if (!child) {
+      removeLeaf(holder);
+      open.pop_back();
+      continue;
+    }
+    open.emplace_back(*this, holderOf(child));
+  }
+}
+
+ObjectHolder* ObjectDB::holderOf(const KSLObject* child) const
+{
+  if (ObjectHolder* holder = m_index->find(child->getPath()))
+    return holder;
+  throw internal::error(className, "doDeleteObject",
+                        _("%s '%s' does not exist.", "KSLObject", child->getPath()));
+}
+
+// Nobody finds the object by its path any more while it ends; its own place stays until then.
+void ObjectDB::removeLeaf(ObjectHolder* holder)
+{
+  holder->getParentHolder()->removeChildObject(holder->getObject());
+  m_index->erase(holder);
+  const std::unique_ptr<ObjectHolder> endingPlace(holder);
+  const std::unique_ptr<KSLObject> ending(holder->getObject());
+}
+
+void ObjectDB::registerChangeNotify(DBChangeNotify* observer)
+{
+  if (observer && m_changeNotify)
+    throw internal::error(className, "registerChangeNotify",
+                          _("Attempt to register DBChangeNotify when one is already registered."));
+  if (!observer && m_changeNotify)
+    m_index->forEach([](ObjectHolder* holder) { holder->getObject()->registerObjectChangeNotify(nullptr); });
+  m_changeNotify = observer;
+}
+
+// ------------------------------------------------------------------------------------------------------- queries
+
+std::vector<KSLObject*> ObjectDB::getObjectsByType(const std::string& path, const std::string& type) const
+{
+  requireText(type, "getObjectsByType", "p_type");
+  const KSLObject* object = getObjectByPath(path);
+  return object ? object->getChildObjectsByType(type) : std::vector<KSLObject*>();
+}
+
+std::vector<KSLObject*> ObjectDB::getObjectsByType(const std::string& type) const
+{
+  return getObjectsByType({}, type);
+}
+
+std::vector<KSLObject*> ObjectDB::getObjectsByCategory(const std::string& path,
+                                                       const std::string& category) const
+{
+  requireText(category, "getObjectsByCategory", "p_cat");
+  const KSLObject* object = getObjectByPath(path);
+  return object ? object->getChildObjectsByCategory(category) : std::vector<KSLObject*>();
+}
+
+std::vector<KSLObject*> ObjectDB::getObjectsByCategory(const std::string& category) const
+{
+  return getObjectsByCategory({}, category);
+}
+
+namespace {
+
+// What `text` gives for each object that `accept` takes.
+template <class Accept>
+std::vector<std::string> textsOf(const std::vector<KSLObject*>& objects, Accept accept,
+                                 const std::string& (KSLObject::*text)() const)
+{
+  std::vector<std::string> texts;
+  for (const KSLObject* object : objects) {
+    if (accept(*object))
+      texts.push_back((object->*text)());
+  }
+  return texts;
+}
+
+bool acceptAll(const KSLObject&)
+{
+  return true;
+}
+
+}  // namespace
+
+std::vector<std::string> ObjectDB::getNamesByType(const std::string& path, const std::string& type) const
+{
+  requireText(type, "getNamesByType", "p_type");
+  return textsOf(getObjectsByType(path, type), acceptAll, &KSLObject::getName);
+}
+
+std::vector<std::string> ObjectDB::getNamesByType(const std::string& type) const
+{
+  return getNamesByType({}, type);
+}
+
+std::vector<std::string> ObjectDB::getNamesByCategory(const std::string& path,
+                                                      const std::string& category) const
+{
+  requireText(category, "getNamesByCategory", "p_cat");
+  return textsOf(getObjectsByCategory(path, category), acceptAll, &KSLObject::getName);
+}
+
+std::vector<std::string> ObjectDB::getNamesByCategory(const std::string& category) const
+{
+  return getNamesByCategory({}, category);
+}
+
+std::vector<std::string> ObjectDB::pendingDeletion(const std::string& path, const std::string& type,
+                                                   const std::string& (KSLObject::*text)() const) const
+{
+  const KSLObject* object = getObjectByPath(path);
+  if (!object)
+    return {};
+  return textsOf(
+      type == "ALL OBJECTS" ? object->getChildObjects() : object->getChildObjectsByType(type),
+      [](const KSLObject& child) { return child.isPendingDelete(); }, text);
+}
+
+std::vector<std::string> ObjectDB::getNamesPendingDeletion(const std::string& path,
+                                                           const std::string& type) const
+{
+  return pendingDeletion(path, type, &KSLObject::getName);
+}
+
+std::vector<std::string> ObjectDB::getNamesPendingDeletion(const std::string& type) const
+{
+  return getNamesPendingDeletion({}, type);
+}
+
+std::vector<std::string> ObjectDB::getPathsPendingDeletion(const std::string& path,
+                                                           const std::string& type) const
+{
+  return pendingDeletion(path, type, &KSLObject::getPath);
+}
+
+std::vector<std::string> ObjectDB::getPathsPendingDeletion(const std::string& type) const
+{
+  return getPathsPendingDeletion({}, type);
+}
+
+std::vector<KSLObject*> ObjectDB::getAllObjects() const
+{
+  std::vector<KSLObject*> objects;
+  objects.reserve(m_index->size());
+  m_index->forEach([&objects](const ObjectHolder* holder) { objects.push_back(holder->getObject()); });
+  std::sort(objects.begin(), objects.end(), pathBefore);
+  return objects;
+}
+
+std::vector<KSLObject*> ObjectDB::getAllObjectsByCategory(const std::string& category) const
+{
+  std::vector<KSLObject*> objects = getAllObjects();
+  std::erase_if(objects, [&](const KSLObject* object) { return !object->getCategory().isA(category); });
+  return objects;
+}
+
+std::vector<std::string> ObjectDB::getAllObjectPaths() const
+{
+  return textsOf(getAllObjects(), acceptAll, &KSLObject::getPath);
+}
+
+std::vector<std::string> ObjectDB::getAllObjectPathsByCategory(const std::string& category) const
+{
+  return textsOf(getAllObjectsByCategory(category), acceptAll, &KSLObject::getPath);
+}
+
+void ObjectDB::getObjectsWithParameter(const std::string& paramName,
+                                       std::vector<std::pair<std::string, std::string>>& results) const
+{
+  results.clear();
+  m_index->forEach([&](const ObjectHolder* holder) {
+    const KSLObject* object = holder->getObject();
+    const ParamDefinition* param = object->lookUpParam(paramName);
+    if (param && param->getValue().find(',') == std::string::npos)
+      results.emplace_back(object->getPath(), param->getValue());
+  });
+  std::sort(results.begin(), results.end());
+}
+
+// -------------------------------------------------------------------------------------------------------- state
+
+std::string ObjectDB::getState(const std::vector<std::string>& pathsOrNames) const
+{
+  std::string text;
+  if (m_index->size() == 0)
+    return text;
+  if (pathsOrNames.empty()) {
+    for (const KSLObject* object : getAllObjects())
+      text.append(object->getPath()) += '\n';
+    return text;
+  }
+  for (const std::string& item : pathsOrNames) {
+    if (!item.empty())
+      appendStateOf(item, text);
+  }
+  return text;
+}
+
+void ObjectDB::appendStateOf(const std::string& pathOrName, std::string& text) const
+{
+  const KSLObject* object =
+      pathOrName.front() == '/' ? getObjectByPath(pathOrName) : getObjectByName(pathOrName);
+  if (!object) {
+    ErrorProgressReporter::instance()->reportError(data::notFound(
+        className, "getState", _("Object '%s' does not exist.", pathOrName), errorType::warning));
+    return;
+  }
+  text.append(1, '\n').append(51, '-').append(1, '\n');
+  object->appendState(text, allParams);
+  if (object != m_root.get())  // the root is only a place
+    text += object->getSchedulerInfo();
+}
+
+}  // namespace orv

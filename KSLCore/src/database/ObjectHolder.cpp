@@ -1,0 +1,7 @@
+#include "database/ObjectHolder.h"
+
+namespace orv {
+
+ObjectHolder::~ObjectHolder() = default;
+
+}  // namespace orv

@@ -1,0 +1,140 @@
+#include "database/ParamSet.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace orv {
+
+namespace {
+
+// True when a copy of either would look the same.
+bool copiesAlike(const ParamDefinition& a, const ParamDefinition& b)
+{
+  return a.isInternal() == b.isInternal() && a.getValue() == b.getValue() && a.getRules() == b.getRules();
+}
+
+}  // namespace
+
+std::vector<ParamSet::Own>::const_iterator ParamSet::ownAt(std::size_t slot) const
+{
+  return std::lower_bound(m_own.begin(), m_own.end(), slot,
+                          [](const Own& entry, std::size_t key) { return entry.slot < key; });
+}
+
+std::vector<ParamSet::Own>::iterator ParamSet::ownAt(std::size_t slot)
+{
+  return m_own.begin() + (std::as_const(*this).ownAt(slot) - m_own.cbegin());
+}
+
+const ParamDefinition* ParamSet::find(std::string_view name) const
+{
+  const std::size_t slot = m_layout ? m_layout->find(name) : ParamLayout::npos;
+  if (slot == ParamLayout::npos)
+    return nullptr;
+  const auto own = ownAt(slot);
+  return own != m_own.end() && own->slot == slot ? own->param.get() : &(*m_layout)[slot];
+}
+
+ParamDefinition* ParamSet::findOwn(std::string_view name)
+{
+  const std::size_t slot = m_layout ? m_layout->find(name) : ParamLayout::npos;
+  if (slot == ParamLayout::npos)
+    return nullptr;
+  const auto own = ownAt(slot);
+  return own != m_own.end() && own->slot == slot ? own->param.get() : nullptr;
+}
+
+ParamDefinition* ParamSet::own(std::string_view name, ParamDefinition::NotifyChange* observer)
+{
+  const std::size_t slot = m_layout ? m_layout->find(name) : ParamLayout::npos;
+  if (slot == ParamLayout::npos)
+    return nullptr;
+  const auto present = ownAt(slot);
+  if (present != m_own.end() && present->slot == slot)
+    return present->param.get();
+  std::unique_ptr<ParamDefinition> made = (*m_layout)[slot].clone();
+  ParamDefinition* param = made.get();
+  param->setNotifyChange(observer);
+  insertOwn(slot, std::move(made));
+  return param;
+}
+
+// Room grows with what is written, and never beyond what the type has.
+void ParamSet::insertOwn(std::size_t slot, std::unique_ptr<ParamDefinition> param)
+{
+  if (m_own.size() == m_own.capacity())
+    m_own.reserve(std::max(m_own.size() + 1, std::min(2 * m_own.size() + 2, m_layout->size())));
+  m_own.insert(ownAt(slot), Own{static_cast<std::uint32_t>(slot), std::move(param)});
+}
+
+ParamLayout& ParamSet::writableLayout()
+{
+  if (!m_layout)
+    m_layout = refcnt_ptr<ParamLayout>(new ParamLayout);
+  else if (m_layout->refCount() > 1)
+    m_layout = refcnt_ptr<ParamLayout>(new ParamLayout(*m_layout));
+  return *m_layout;
+}
+
+void ParamSet::add(std::unique_ptr<ParamDefinition>&& param)
+{
+  std::shared_ptr<const ParamDefinition> prototype = param->clone();
+  if (m_own.size() == m_own.capacity())
+    m_own.reserve(2 * m_own.size() + 2);
+  const std::size_t slot = writableLayout().insert(std::move(prototype));
+  for (auto later = ownAt(slot); later != m_own.end(); ++later)
+    ++later->slot;
+  insertOwn(slot, std::move(param));
+}
+
+std::unique_ptr<ParamDefinition> ParamSet::take(std::string_view name)
+{
+  const std::size_t slot = m_layout ? m_layout->find(name) : ParamLayout::npos;
+  if (slot == ParamLayout::npos)
+    return nullptr;
+  std::unique_ptr<ParamDefinition> taken;
+  ParamLayout& layout = writableLayout();
+  auto own = ownAt(slot);
+  if (own != m_own.end() && own->slot == slot) {
+    taken = std::move(own->param);
+    own = m_own.erase(own);
+  } else {
+    taken = layout[slot].clone();
+  }
+  for (; own != m_own.end(); ++own)
+    --own->slot;
+  layout.m_entries.erase(layout.m_entries.begin() + static_cast<std::ptrdiff_t>(slot));
+  return taken;
+}
+
+void ParamSet::clear() noexcept
+{
+  m_own.clear();
+  m_own.shrink_to_fit();
+  m_layout = nullptr;
+}
+
+void ParamSet::publishOwn()
+{
+  for (const Own& entry : m_own) {
+    if (copiesAlike(*entry.param, (*m_layout)[entry.slot]))
+      continue;
+    std::shared_ptr<const ParamDefinition> prototype = entry.param->clone();
+    writableLayout().m_entries[entry.slot].prototype = std::move(prototype);
+  }
+}
+
+void ParamSet::copyTo(ParamSet& target, bool publish)
+{
+  if (publish)
+    publishOwn();
+  target.m_layout = m_layout;
+  if (publish)
+    return;
+  for (const Own& entry : m_own) {
+    if (!copiesAlike(*entry.param, (*m_layout)[entry.slot]))
+      target.insertOwn(entry.slot, entry.param->clone());
+  }
+}
+
+}  // namespace orv

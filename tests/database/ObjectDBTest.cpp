@@ -1,0 +1,274 @@
+#include "database/ObjectDB.h"
+
+#include "database/KSLCoreTreeAndLeafModel.h"
+#include "database/ObjectHolderImpl.h"
+#include "TestObjects.h"
+
+#include <algorithm>
+#include <rapidcheck.h>
+
+namespace orv::test {
+namespace {
+
+class ObjectDBTest : public DatabaseTest {
+ protected:
+  static std::string names(const std::vector<KSLObject*>& objects)
+  {
+    std::string text;
+    for (const KSLObject* object : objects)
+      text += object->getTypeNameString() + " ";
+    return text;
+  }
+};
+
+TEST_F(ObjectDBTest, RefusedAdditionsChangeNothing)
+{
+  add("", "A", "x");
+  const auto refused = [](std::unique_ptr<KSLObject> object) {
+    const ErrorMsg error = errorOf([&] { db().addObject(std::move(object)); });
+    EXPECT_TRUE(object == nullptr || object->getParentObject() == db().getRoot());
+    EXPECT_EQ(db().getAllObjectPaths(), std::vector<std::string>{"/A:x"});
+    return error;
+  };
+  const auto expected = [](const char* message, int type = 4) {
+    return ErrorMsg("ObjectDB", "addObject", message, type);
+  };
+  auto nameless = std::make_unique<DataKSLObject>();
+  PrototypeEditor(*nameless).setType("A", false);
+
+  EXPECT_EQ(refused(nullptr), expected("Null pointer to KSLObject."));
+  EXPECT_EQ(refused(std::make_unique<DataKSLObject>()), expected("Invalid KSLObject. Type field is empty."));
+  EXPECT_EQ(refused(std::move(nameless)), expected("Invalid KSLObject. name field is empty."));
+  EXPECT_EQ(refused(makeObject("", "A", "x")), expected("KSLObject 'x' (path '/A:x') already exists."));
+  EXPECT_EQ(refused(makeObject("/A:none", "B", "y")),
+            expected("Parent of new object ('/A:none/B:y')does not exist in the database."));
+  EXPECT_EQ(refused(makeObject("/A:x/", "B", "y")), expected("Path '/A:x//B:y' is not normal."));
+}
+
+TEST_F(ObjectDBTest, FindsByPathAndByTopLevelName)
+{
+  KSLObject* const x = add("", "A", "x");
+  KSLObject* const inner = add("/A:x", "B", "inner");
+  KSLObject* const setup = add("", "SETUP", "SETUP");
+  add("", "A", "twin");
+  add("", "B", "twin");
+
+  for (const char* path : {"/A:x/B:inner", "//A:x/./B:inner/", "/./A:x//B:inner"})
+    EXPECT_EQ(db().getObjectByPath(path), inner) << path;
+  EXPECT_EQ(db().getObjectByPath("A:x"), nullptr);
+  for (const char* path : {"", "/", "//", "."})
+    EXPECT_EQ(db().getObjectByPath(path), db().getRoot()) << path;
+  EXPECT_EQ(db().getObjectByPath("/SETUP"), setup);
+  EXPECT_EQ(db().getObjectByName("x"), x);
+  EXPECT_EQ(db().getObjectByName("inner"), nullptr);
+  EXPECT_TRUE(db().hasObject("/A:x/") && db().hasObject("SETUP") && db().hasObject("/"));
+  EXPECT_FALSE(db().hasObject("/A:y") || db().hasObject("inner"));
+  const ErrorMsg ambiguous("ObjectDB", "getObjectByName", "Object name twin is ambiguous.", 4);
+  EXPECT_EQ(errorOf([] { db().hasObject("twin"); }), ambiguous);
+  EXPECT_EQ(errorOf([] { db().hasObject(""); }),
+            ErrorMsg("ObjectDB", "hasObject", "Input parameter path is empty.", 4));
+
+  ObjectDB::supportOldStylePaths();
+  EXPECT_EQ(db().getObjectByPath("A:x/B:inner"), inner);
+}
+
+TEST_F(ObjectDBTest, TellsOfDeletionParentFirstAndDoneChildrenFirst)
+{
+  Listener listener;
+  db().registerChangeNotify(&listener);
+  add("", "P", "p");
+  add("/P:p", "B", "b");
+  add("/P:p", "A", "late");
+  add("/P:p", "A", "later");
+  add("/P:p/A:late", "C", "C");
+  listener.take();
+
+  db().deleteObject("/P:p");
+  EXPECT_EQ(listener.take(),
+            "begin /P:p pending\n"
+            "begin /P:p/A:late pending\nbegin /P:p/A:late/C pending\nend /P:p/A:late/C\nend /P:p/A:late\n"
+            "begin /P:p/A:later pending\nend /P:p/A:later\n"
+            "begin /P:p/B:b pending\nend /P:p/B:b\n"
+            "end /P:p\n");
+  EXPECT_EQ(db().size(), 0u);
+  db().registerChangeNotify(nullptr);
+}
+
+TEST_F(ObjectDBTest, FailingObserverStopsDeletionAtABeginOnly)
+{
+  Listener listener;
+  db().registerChangeNotify(&listener);
+  const auto build = [&] {
+    add("", "P", "p");
+    add("/P:p", "A", "a");
+    add("/P:p", "B", "b");
+    listener.take();
+  };
+  build();
+  listener.failAt = 3;  // the begin of B:b
+  EXPECT_EQ(errorOf([] { db().deleteObject("/P:p"); }).getMessage(), "begin /P:p/B:b pending");
+  EXPECT_EQ(listener.take(), "begin /P:p pending\nbegin /P:p/A:a pending\nend /P:p/A:a\nend /P:p kept\n");
+  EXPECT_EQ(db().getAllObjectPaths(), (std::vector<std::string>{"/P:p", "/P:p/B:b"}));
+  EXPECT_TRUE(db().getNamesPendingDeletion("ALL OBJECTS").empty());
+  EXPECT_TRUE(db().getNamesPendingDeletion("/P:p", "B").empty());
+
+  db().deleteObject("/P:p");
+  build();
+  listener.failAt = 2;  // the end of A:a
+  db().deleteObject("/P:p");
+  EXPECT_EQ(db().size(), 0u);
+  db().registerChangeNotify(nullptr);
+}
+
+TEST_F(ObjectDBTest, AdditionThatAnObserverRefusesLeavesNoTrace)
+{
+  Listener listener;
+  db().registerChangeNotify(&listener);
+  auto object = makeObject("", "A", "x", {{"p"}});
+  listener.failAt = 0;
+  EXPECT_EQ(errorOf([&] { db().addObject(object.get()); }).getMessage(), "added /A:x");
+  EXPECT_EQ(db().size(), 0u);
+  EXPECT_TRUE(db().getRoot()->getChildObjects().empty());
+  object->setValue("p", "1");
+  EXPECT_EQ(listener.take(), "");
+
+  Listener own;
+  object->registerObjectChangeNotify(&own);
+  EXPECT_EQ(errorOf([&] { db().addObject(object.get()); }).getFunction(), "registerObjectChangeNotify");
+  EXPECT_EQ(db().size(), 0u);
+  object->setValue("p", "2");
+  EXPECT_EQ(own.take(), "changed p = 2 (set)\n");
+
+  object->registerObjectChangeNotify(nullptr);
+  KSLObject* added = db().addObject(std::move(object));
+  added->setValue("p", "3");
+  EXPECT_EQ(listener.take(), "added /A:x\nchanged p = 3 (set)\n");
+  EXPECT_EQ(errorOf([&] { db().registerChangeNotify(&own); }).getFunction(), "registerChangeNotify");
+  db().registerChangeNotify(nullptr);
+  added->setValue("p", "4");
+  EXPECT_EQ(listener.take(), "");
+}
+
+TEST_F(ObjectDBTest, RefusesToDeleteWhatIsNotThere)
+{
+  const auto errorOfDeleting = [](const char* path) { return errorOf([=] { db().deleteObject(path); }); };
+  EXPECT_EQ(errorOfDeleting(""), ErrorMsg("ObjectDB", "deleteObject", "Input parameter p_path is empty.", 4));
+  EXPECT_EQ(errorOfDeleting("/A:x"),
+            ErrorMsg("ObjectDB", "deleteObject", "KSLObject '/A:x' does not exist.", 4));
+  EXPECT_EQ(errorOfDeleting("/").getMessage(), "Attempt to delete object that has no parent object ('/')");
+}
+
+TEST_F(ObjectDBTest, ListsChildrenByTypeAndCategory)
+{
+  Category::addCategory("blue");
+  for (const char* name : {"z", "y", "x"})
+    PrototypeEditor(*static_cast<DataKSLObject*>(add("", "B", name))).setCategory("blue");
+  add("", "A", "a")->setPendingDelete(true);
+  add("/A:a", "B", "inner");
+
+  EXPECT_EQ(names(db().getRoot()->getChildObjects()), "A:a B:z B:y B:x ");
+  EXPECT_EQ(names(db().getObjectsByCategory("blue")), "B:z B:y B:x ");
+  EXPECT_EQ(names(db().getObjectsByType("/A:a", "B")), "B:inner ");
+  EXPECT_EQ(db().getNamesByType("B"), (std::vector<std::string>{"z", "y", "x"}));
+  EXPECT_EQ(db().getNamesByCategory("/A:a", "blue"), std::vector<std::string>{});
+  EXPECT_EQ(db().getAllObjectPathsByCategory("blue"), (std::vector<std::string>{"/B:x", "/B:y", "/B:z"}));
+  EXPECT_EQ(db().getPathsPendingDeletion("ALL OBJECTS"), std::vector<std::string>{"/A:a"});
+  EXPECT_EQ(db().getNamesPendingDeletion("B"), std::vector<std::string>{});
+  for (const char* path : {"/none", "/A:a/B:none"}) {
+    EXPECT_TRUE(db().getObjectsByType(path, "B").empty());
+    EXPECT_TRUE(db().getNamesPendingDeletion(path, "ALL OBJECTS").empty());
+  }
+  EXPECT_EQ(errorOf([] { db().getNamesByType(""); }),
+            ErrorMsg("ObjectDB", "getNamesByType", "Input parameter p_type is empty.", 4));
+  EXPECT_EQ(errorOf([] { db().getObjectsByCategory("/", ""); }),
+            ErrorMsg("ObjectDB", "getObjectsByCategory", "Input parameter p_cat is empty.", 4));
+}
+
+TEST_F(ObjectDBTest, StateReportsWhatIsMissingAndGoesOn)
+{
+  EXPECT_EQ(db().getState({"none"}), "");
+  EXPECT_TRUE(reported.errors().empty());
+  add("", "B", "b", {{"p"}, {"q"}})->setValue("p", "1,2");
+  add("", "A", "a", {{"p"}})->setValue("p", "7");
+  add("/B:b", "C", "C", {{"p", "String", "9"}});
+
+  EXPECT_EQ(db().getState({}), "/A:a\n/B:b\n/B:b/C\n");
+  const std::string rule = "\n" + std::string(51, '-') + "\n";
+  EXPECT_EQ(db().getState({"/B:b", "", "none", "a"}),
+            rule + "B:b\n  p = 1,2\n  C:\n  END\nEND\n\nScheduler list for B:b\n" + rule
+                + "A:a\n  p = 7\nEND\n\nScheduler list for A:a\n");
+  EXPECT_EQ(reported.errors(),
+            std::vector{ErrorMsg("ObjectDB", "getState", "Object 'none' does not exist.", 8)});
+  EXPECT_EQ(db().getState({"/"}), rule + "A:a\n  p = 7\nEND\nB:b\n  p = 1,2\n  C:\n  END\nEND\n");
+
+  std::vector<std::pair<std::string, std::string>> found{{"old", "old"}};
+  db().getObjectsWithParameter("p", found);
+  EXPECT_EQ(found, (std::vector<std::pair<std::string, std::string>>{{"/A:a", "7"}, {"/B:b/C", "9"}}));
+}
+
+TEST_F(ObjectDBTest, ManyChildrenAndDeepChainsAreNoTrouble)
+{
+  constexpr int count = 100000;
+  for (int i = 0; i < count; ++i)
+    add("", i % 2 ? "B" : "A", std::to_string(i));
+  for (int i = 1; i < count; i += 2)  // every second one, from the front
+    db().deleteObject("/B:" + std::to_string(i));
+  for (int i = count - 2; i >= 10; i -= 2)
+    db().deleteObject("/A:" + std::to_string(i));
+  EXPECT_EQ(names(db().getRoot()->getChildObjects()), "A:0 A:2 A:4 A:6 A:8 ");
+
+  std::string path;
+  for (int level = 0; level < 3000; ++level)
+    path = add(path, "N", "n")->getPath();
+  const std::string state = db().getObjectByPath("/N:n")->getState(allParams);
+  EXPECT_EQ(std::count(state.begin(), state.end(), '\n'), 6000);
+  EXPECT_EQ(KSLCoreTreeAndLeafModel().getChildren(KSLPath()).size(), 6u);
+  db().deleteObject("/N:n");
+  EXPECT_EQ(db().size(), 5u);
+}
+
+// Few and many children, shared names, gaps that are closed: compared with a list that is searched.
+TEST(ObjectHolderImpl, AnswersAsAPlainListWould)
+{
+  rc::check([] {
+    std::vector<std::unique_ptr<DataKSLObject>> objects;
+    for (int i = 0; i < 60; ++i)
+      objects.push_back(
+          makeObject("", std::string(1, static_cast<char>('A' + i % 3)), "n" + std::to_string(i / 3 % 8)));
+    auto place = makeObject("", "P", "p");
+    ObjectHolderImpl holder(nullptr, place.get());
+    std::vector<KSLObject*> model;
+
+    const auto steps =
+        *rc::gen::container<std::vector<int>>(*rc::gen::inRange(0, 300), rc::gen::inRange(0, 60));
+    for (const int step : steps) {
+      KSLObject* child = objects[static_cast<std::size_t>(step)].get();
+      const auto found = std::find(model.begin(), model.end(), child);
+      if (found == model.end()) {
+        const std::string error = errorOf([&] { holder.removeChildObject(child); }).getMessage();
+        RC_ASSERT(error == "Error removing of object '" + child->getPath() + "'.");
+        holder.addChildObject(child);
+        model.push_back(child);
+      } else {
+        const std::string error = errorOf([&] { holder.addChildObject(child); }).getMessage();
+        RC_ASSERT(error == "Attempt to add child to object '/P:p' more than once.");
+        holder.removeChildObject(child);
+        model.erase(found);
+      }
+      std::vector<KSLObject*> byType = model;
+      std::stable_sort(byType.begin(), byType.end(),
+                       [](auto* a, auto* b) { return a->getType() < b->getType(); });
+      RC_ASSERT(holder.getChildObjects() == byType);
+      RC_ASSERT(holder.getFirstChild() == (byType.empty() ? nullptr : byType.front()));
+      std::vector<KSLObject*> others = model;
+      std::erase_if(others, [&](auto* other) { return !other->typeIs(child->getType()); });
+      RC_ASSERT(holder.getChildObjectsByType(child->getType()) == others);
+      others = model;
+      std::erase_if(others, [&](auto* other) { return !other->nameIs(child->getName()); });
+      RC_ASSERT(holder.getChildObjectsByName(child->getName()) == others);
+    }
+  });
+}
+
+}  // namespace
+}  // namespace orv::test
