@@ -69,8 +69,8 @@ class ORV_API Quantity {
 // Celsius), "F", "K", "rev min^-1", "%". "C" and "F" are never coulomb and farad, and beside other units ("W
 // m^-2 C^-1") they are differences. Numbers in units have a decimal point whatever the process locale says.
 // Not recognized are texts over 255 characters, fractions as exponents, exponents that multiply to more than
-// 4096, and scales that are not linear (logarithms, dates). What was parsed once is kept, up to some thousand
-// texts and pairs, and freed at exit.
+// 4096, and scales that are not linear (logarithms, dates) or shifted by hand ("K @ 273.15"). What was parsed
+// once is kept, up to some thousand texts and pairs, and freed at exit.
 //
 // Every operation throws internal::error, class "UnitsConverter", function "loadDatabase", when the database
 // of units is not installed; the next call tries again. Not for several threads.

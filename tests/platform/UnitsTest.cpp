@@ -145,6 +145,7 @@ TEST(Units, TextsThatWouldBeMisreadAreNotRecognized)
                                  "K @ m",
                                  "m Ref s",
                                  "m^s",
+                                 "F 0E",
                                  std::string("m\0x", 3),
                                  std::string(300, '('),
                                  "m" + std::string(260, ' ') + "s",

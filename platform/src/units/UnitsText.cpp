@@ -104,10 +104,8 @@ class Translator {
     char c = at(m_pos);
     if (isWordStart(c))
       return takeWord();
-    if (isDigit(c)) {
-      takeNumber();
-      return true;
-    }
+    if (isDigit(c))
+      return takeNumber();
     m_afterUnit = c == ')' || c == '%' || c == '\'' || c == '"';
     copyTo(m_pos + 1);
     return c != '@';
@@ -128,17 +126,20 @@ class Translator {
     return !isShiftWord(word);
   }
 
-  void takeNumber()
+  // False for zero, which is no scale: the package would leak a word behind it.
+  bool takeNumber()
   {
     std::size_t end = skipDigits(m_pos);
     if (at(end) == '.')
       end = skipDigits(end + 1);
+    bool isZero = m_text.substr(m_pos, end - m_pos).find_first_not_of("0.") == std::string_view::npos;
     if (at(end) == 'e' || at(end) == 'E') {
       std::size_t digits = end + 1 + (at(end + 1) == '-' || at(end + 1) == '+' ? 1 : 0);
       if (isDigit(at(digits)))
         end = skipDigits(digits);
     }
     copyTo(end);
+    return !isZero;
   }
 
   std::string_view m_text;
