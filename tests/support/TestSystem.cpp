@@ -1,0 +1,415 @@
+#include "TestSystem.h"
+
+#include "database/DataKSLObject.h"
+#include "database/ObjectDB.h"
+#include "database/ObjectFactory.h"
+#include "actions/DeleteExecutor.h"
+#include "actions/GetStateExecutor.h"
+#include "actions/RedoExecutor.h"
+#include "actions/UndoExecutor.h"
+#include "actions/UpdateExecutor.h"
+
+#include <gtest/gtest.h>
+#include <map>
+#include <set>
+#include <utility>
+
+namespace orv {
+
+// A, B, C: plain texts x, y, z. CUT: essential with defaults, contexts, lists, truth values, references, an
+// internal parameter; deletable. LABEL and MARK: to be nested. VIEW: a singleton.
+const char* TestSystem::defaultRules()
+{
+  return R"(RULES:
+  Categories = deletable, staging
+  KSLObjectClasses = DataKSLObject
+  SchedulerTypes = Data
+  ParamCategories = Other, Geometry
+  PARAMETER: x
+  END
+  PARAMETER: y
+  END
+  PARAMETER: z
+  END
+  PARAMETER: Option
+    Allowed String List = Plane, Sphere
+  END
+  PARAMETER: Offset
+    Parameter Type = Quantity
+    Default = 0 [mm]
+    Parameter Category = Geometry
+  END
+  PARAMETER: Radius
+    Parameter Type = Quantity
+    Default = 1 [m]
+    Parameter Category = Geometry
+  END
+  PARAMETER: Normal
+    Parameter Type = Real Triplet
+    Default = 0, 0, 1
+  END
+  PARAMETER: Colour
+    Allowed String List = red, green, blue
+    Default = green
+  END
+  PARAMETER: Layers
+    Parameter Type = String List
+    Allowed String List = front, middle, back
+    Default = front
+  END
+  PARAMETER: Visible
+    Parameter Type = Logical
+    Default = True
+  END
+  PARAMETER: Cuts
+    Parameter Type = String List
+    Local Type = Data
+    Remote Type = Data
+  END
+  PARAMETER: Cache
+  END
+  PARAMETER: Text
+    Default = none
+  END
+  PARAMETER: Zoom
+    Parameter Type = Real
+    Default = 1
+  END
+  PARAMETER: Processing Mode
+    Allowed String List = None, Session, State
+    Default = None
+  END
+  OBJECT: A
+    KSLObject Class = DataKSLObject
+    Category = deletable
+    Optional Parameter List = x, y, z
+  END
+  OBJECT: B
+    KSLObject Class = DataKSLObject
+    Optional Parameter List = x, y, z
+  END
+  OBJECT: C
+    KSLObject Class = DataKSLObject
+    Optional Parameter List = x, y, z
+  END
+  OBJECT: CUT
+    KSLObject Class = DataKSLObject
+    Category = deletable
+    Essential Parameter List = Option, Colour
+    Optional Parameter List = Layers, Visible, Cuts
+    Internal Parameter List = Cache
+    Allowed Option List = Plane, Sphere
+    Context Rule = Option
+    CONTEXT: Plane
+      Essential Parameter List = Offset
+      Optional Parameter List = Normal
+    END
+    CONTEXT: Sphere
+      Essential Parameter List = Radius
+    END
+  END
+  OBJECT: LABEL
+    KSLObject Class = DataKSLObject
+    Essential Parameter List = Text
+    Optional Parameter List = Visible
+  END
+  OBJECT: MARK
+    KSLObject Class = DataKSLObject
+    Optional Parameter List = Colour, Text
+    PARAMETER: Colour
+      Default = red
+    END
+  END
+  SINGLETON: VIEW
+    KSLObject Class = DataKSLObject
+    Category = staging
+    Essential Parameter List = Zoom
+    Optional Parameter List = Text
+  END
+  SINGLETON: FILE PROCESSING
+    KSLObject Class = DataKSLObject
+    Essential Parameter List = Processing Mode
+  END
+END
+)";
+}
+
+namespace {
+
+class FunctionExecutor : public ActionExecutor {
+ public:
+  explicit FunctionExecutor(TestSystem::Action action) : m_action(std::move(action)) {}
+  void invoke(const std::vector<std::string>& words) override { m_action(words); }
+
+ private:
+  TestSystem::Action m_action;
+};
+
+class Renderer : public KSLChangeProcessor {
+ public:
+  std::string text;
+
+  void newObject(const std::string& path) override { line("create", path); }
+  void deletedObject(const std::string& path) override { line("delete", path); }
+  void newParam(const std::string& path, const std::string& name, const std::string& value) override
+  {
+    line("param", path, " " + name + " = " + value);
+  }
+  void changedParam(const std::string& path, const std::string& name, const std::string& newValue,
+                    const std::string& oldValue) override
+  {
+    line("change", path, " " + name + " = " + newValue + " (" + oldValue + ")");
+  }
+  void deletedParam(const std::string& path, const std::string& name, const std::string& value) override
+  {
+    line("drop", path, " " + name + " (" + value + ")");
+  }
+
+ private:
+  void line(const char* word, const std::string& path, const std::string& rest = {})
+  {
+    text.append(word).append(" ").append(path).append(rest).append("\n");
+  }
+};
+
+using Siblings = std::map<std::string, std::vector<std::string>>;  // type to paths, in order
+using Values = std::map<std::string, std::string>;
+
+// One object as the store has it, and as the database has it.
+struct Contents {
+  Siblings children;
+  Values values;
+
+  std::string toText() const
+  {
+    std::string text;
+    for (const auto& [name, value] : values)
+      text.append(name).append("=").append(value).append("; ");
+    for (const auto& [type, paths] : children) {
+      for (const std::string& path : paths)
+        text.append(path).append(" ");
+    }
+    return text;
+  }
+  bool operator==(const Contents&) const = default;
+};
+
+// What calculations may set behind the store's back.
+bool isHidden(const ParamDefinition& param)
+{
+  return param.isInternal() && !param.getRemoteType().empty();
+}
+
+Contents storeContents(const KSLAPI& store, const KSLObject* object)
+{
+  Contents contents;
+  for (const KSLAPI::ObjectInfo& info : store.getObjectInfo(object->getPath())) {
+    if (info.getPath() == "/RULES")
+      continue;
+    if (info.getKind() == "Object") {
+      contents.children[info.getType()].push_back(info.getPath());
+      continue;
+    }
+    const ParamDefinition* param = object->lookUpParam(info.getName());
+    if (!param || !isHidden(*param))
+      contents.values[info.getName()] = info.getValue();
+  }
+  return contents;
+}
+
+Contents databaseContents(const KSLObject* object, std::vector<const KSLObject*>& children)
+{
+  Contents contents;
+  object->forEachChild([&](KSLObject* child) {
+    contents.children[child->getType()].push_back(child->getPath());
+    children.push_back(child);
+  });
+  if (object->getPath().empty())
+    return contents;
+  object->forEachParam([&](const ParamDefinition& param) {
+    if (param.hasBeenSet() && !isHidden(param))
+      contents.values[param.getName()] = param.getValue();
+  });
+  return contents;
+}
+
+}  // namespace
+
+// ------------------------------------------------------------------------------------------------- beginning, end
+
+TestSystem::TestSystem(const std::string& rules)
+{
+  ErrorProgressReporter::instance()->setSink(&m_errors);
+  DataKSLObject::registerBaseType();
+  m_executive.setActionFactory(&m_factory);
+  KSLInterface* owner = KSLInterface::instance();
+  owner->setExecutive(&m_executive);
+  registerExecutors();
+  owner->getKSLAPI()->loadKSLData(StringUtilities::stringToVector(rules, '\n'));
+  AdditionalRules options;
+  options.applyObjectRules = true;
+  owner->processRules(options);
+  KSLCoreAPI::instance()->attach(&m_log, std::set<int>{0, 1, 4, 5, 12, 13, 14, 15, 16});
+}
+
+TestSystem::~TestSystem()
+{
+  KSLCoreAPI::instance()->detach(&m_log);
+  KSLInterface::destroyInstance();
+  KSLCoreAPI::destroyInstance();
+  ObjectDB::destroyInstance();
+  ObjectFactory::destroyInstance();
+  ErrorProgressReporter::destroyInstance();
+}
+
+void TestSystem::registerExecutors()
+{
+  m_factory.registerExecutor("update", new UpdateExecutor(&m_executive));
+  m_factory.registerExecutor("undo", new UndoExecutor(&m_executive));
+  m_factory.registerExecutor("redo", new RedoExecutor(&m_executive));
+  m_factory.registerExecutor("getstate", new GetStateExecutor);
+  m_factory.registerExecutor("s", new GetStateExecutor);
+  m_factory.registerExecutor("delete", new DeleteExecutor);
+  registerAction("setViewportView", [this](const std::vector<std::string>& words) {
+    m_viewActions += m_viewActions.empty() ? "" : "; ";
+    m_viewActions += ActionExecutor::mergeActionLine(words);
+  });
+}
+
+void TestSystem::registerAction(const std::string& word, Action action)
+{
+  m_factory.registerExecutor(word, new FunctionExecutor(std::move(action)));
+}
+
+void TestSystem::NotificationLog::update(ObserverSubject*, int type)
+{
+  m_owner->m_notifications += (m_owner->m_notifications.empty() ? "" : " ") + std::to_string(type);
+  if (m_owner->onNotification)
+    m_owner->onNotification(type);
+}
+
+// ---------------------------------------------------------------------------------------------------------- going in
+
+void TestSystem::run(const std::string& text, kslUpdateMode mode)
+{
+  KSLCoreAPI::instance()->processKSL(text, mode);
+}
+
+void TestSystem::undo()
+{
+  interface()->undo();
+}
+
+void TestSystem::redo()
+{
+  interface()->redo();
+}
+
+// -------------------------------------------------------------------------------------------------------- coming out
+
+std::string TestSystem::state() const
+{
+  return ObjectDB::instance()->getRoot()->getState(externalParams);
+}
+
+std::string TestSystem::fullState() const
+{
+  return ObjectDB::instance()->getRoot()->getState(allParams);
+}
+
+std::string TestSystem::store() const
+{
+  return storeText(*text());
+}
+
+std::string TestSystem::storeText(const KSLAPI& store)
+{
+  std::string text;
+  std::size_t depth = 0;
+  bool inRules = false;
+  for (const std::string& line : store.getExpandedKSL()) {
+    inRules = inRules || (depth == 0 && line == "RULES:");
+    if (line == "END")
+      --depth;
+    if (!inRules)
+      text.append(2 * depth, ' ').append(line).append("\n");
+    if (line == "END" && depth == 0)
+      inRules = false;
+    if (line.find(':') < line.find('='))
+      ++depth;
+  }
+  return text;
+}
+
+std::string TestSystem::errors()
+{
+  std::string text;
+  for (const ErrorMsg& error : errorList())
+    text.append(text.empty() ? "" : "\n").append(toText(error));
+  return text;
+}
+
+std::vector<ErrorMsg> TestSystem::errorList()
+{
+  std::vector<ErrorMsg> list = m_errors.errors();
+  m_errors.clear();
+  return list;
+}
+
+std::string TestSystem::notifications()
+{
+  return std::exchange(m_notifications, {});
+}
+
+std::string TestSystem::viewActions()
+{
+  return std::exchange(m_viewActions, {});
+}
+
+std::string TestSystem::steps(const HistoryStack& stack)
+{
+  if (stack.size() == 0)
+    return "0";
+  return std::to_string(stack.size()) + " (" + std::to_string(stack.top()->size()) + ")";
+}
+
+std::string TestSystem::undoSteps() const
+{
+  return steps(interface()->getUndoStack());
+}
+
+std::string TestSystem::redoSteps() const
+{
+  return steps(interface()->getRedoStack());
+}
+
+std::string TestSystem::render(const KSLChangeList& changes)
+{
+  Renderer renderer;
+  changes.process(KSLChangeList::Direction::forward, &renderer);
+  return renderer.text;
+}
+
+void TestSystem::expectConsistent() const
+{
+  EXPECT_EQ(inconsistencies(), "");
+}
+
+std::string TestSystem::inconsistencies() const
+{
+  std::string text;
+  std::vector<const KSLObject*> waiting{ObjectDB::instance()->getRoot()};
+  while (!waiting.empty()) {
+    const KSLObject* object = waiting.back();
+    waiting.pop_back();
+    const Contents inStore = storeContents(*this->text(), object);
+    const Contents inDatabase = databaseContents(object, waiting);
+    if (inStore == inDatabase)
+      continue;
+    text.append("at '").append(object->getPath()).append("'\n  store:    ").append(inStore.toText());
+    text.append("\n  database: ").append(inDatabase.toText()).append("\n");
+  }
+  return text;
+}
+
+}  // namespace orv

@@ -1,0 +1,102 @@
+// A whole system in a small language: text goes in, and what came of it comes out as text.
+#pragma once
+
+#include "platform/ORVError.h"
+#include "platform/ORVKSLAPI.h"
+#include "platform/ORVUtilities.h"
+#include "rules/AdditionalRules.h"
+#include "command/ActionFactory.h"
+#include "command/Executive.h"
+#include "command/KSLCoreAPI.h"
+#include "command/KSLInterface.h"
+#include "command/KSLUpdateMode.h"
+
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace orv {
+
+// Makes every singleton, reads RULES, registers the executors update, undo, redo, getstate, s, delete and
+// setViewportView, and ends it all again. One at a time.
+class TestSystem {
+ public:
+  // RULES with at least one type for everything that rules can say; see TestSystem.cpp.
+  static const char* defaultRules();
+
+  explicit TestSystem(const std::string& rules = defaultRules());
+  ~TestSystem();
+  TestSystem(const TestSystem&) = delete;
+  TestSystem& operator=(const TestSystem&) = delete;
+
+  // -- going in
+
+  void run(const std::string& text, kslUpdateMode mode = kslUpdateDefault);
+  // What a host calls, outside any text.
+  void undo();
+  void redo();
+  // The action runs the function with the words of its line.
+  using Action = std::function<void(const std::vector<std::string>& words)>;
+  void registerAction(const std::string& word, Action action);
+  // Called after each notification has been noted; it may throw.
+  std::function<void(int type)> onNotification;
+
+  // -- coming out
+
+  // All objects as KSL text, in database order: external parameters that are essential or set; all
+  // parameters.
+  std::string state() const;
+  std::string fullState() const;
+  // The text of the main store without its RULES, indented.
+  std::string store() const;
+  // The same of any store.
+  static std::string storeText(const KSLAPI& store);
+
+  // What was reported since the last call: as a person sees it, one error after the other; as data.
+  std::string errors();
+  std::vector<ErrorMsg> errorList();
+  // Types of the notifications since the last call: "0 4 5 16 1".
+  std::string notifications();
+  // The lines of setViewportView since the last call, with "; " between.
+  std::string viewActions();
+
+  // "2 (3)": two steps, of which the newest has three changes; "0" for none.
+  std::string undoSteps() const;
+  std::string redoSteps() const;
+
+  // One line a change: "create /A:a", "param /A:a x = 1", "change /A:a x = 2 (1)", "drop /A:a x (1)",
+  // "delete /A:a".
+  static std::string render(const KSLChangeList& changes);
+
+  // Store and database hold the same: objects, nesting, values that were set, order among siblings of a type.
+  void expectConsistent() const;
+  // What differs, for properties; empty when nothing does.
+  std::string inconsistencies() const;
+
+  KSLInterface* interface() const { return KSLInterface::instance(); }
+  KSLAPI* text() const { return KSLInterface::instance()->getKSLAPI(); }
+  Executive& executive() { return m_executive; }
+  ActionFactory& actions() { return m_factory; }
+
+ private:
+  class NotificationLog : public Observer {
+   public:
+    explicit NotificationLog(TestSystem* owner) : m_owner(owner) {}
+    void update(ObserverSubject* subject, int type) override;
+
+   private:
+    TestSystem* m_owner;
+  };
+
+  static std::string steps(const HistoryStack& stack);
+  void registerExecutors();
+
+  ErrorCollector m_errors;
+  NotificationLog m_log{this};
+  std::string m_notifications;
+  std::string m_viewActions;
+  Executive m_executive;
+  ActionFactory m_factory;
+};
+
+}  // namespace orv
