@@ -249,12 +249,12 @@ TEST_F(KSLRulesTest, FaultsAreThrownAsTheyAreDescribed)
 TEST_F(KSLRulesTest, WarnsOfRulesThatWillMakeTrouble)
 {
   const std::string params =
-      "PARAMETER: Free\nEND\nPARAMETER: AB\nAllowed String List = a, b\nEND\n"
+      "PARAMETER: Free\nEND\nPARAMETER: Option\nEND\nPARAMETER: AB\nAllowed String List = a, b\nEND\n"
       "PARAMETER: Off\nAllowed String List = a, b\nDefault = c\nEND\n"
       "PARAMETER: Unset\nAllowed String List = a, b\nDefault =\nEND\n";
   const auto selected = [](const std::string& name, const std::string& options) {
     return t + "Context Rule = " + name + "\nAllowed Option List = " + options
-           + "\nOptional Parameter List = Free, AB, Off, Unset\nEND\n";
+           + "\nOptional Parameter List = Free, Option, AB, Off, Unset\nEND\n";
   };
   const auto mismatch = [](const std::string& name) {
     return "warning[8] KSLRules::process: Allowed values of context rule parameter '" + name
@@ -264,10 +264,10 @@ TEST_F(KSLRulesTest, WarnsOfRulesThatWillMakeTrouble)
       {selected("AB", "b, a"), ""},
       {selected("Unset", "a, b"), ""},
       {selected("Elsewhere", "a, b"), ""},  // such objects are always without a context
-      {selected("", "a, b"), ""},           // the same with "Option"
       {selected("AB", "a, b, c"), mismatch("AB")},
       {selected("Free", "a, b"), mismatch("Free")},
       {selected("Free", ""), mismatch("Free")},
+      {selected("", "a, b"), mismatch("Option")},
       {selected("Off", "a, b"),
        "warning[8] KSLRules::process: Default 'c' of context rule parameter 'Off' is not an allowed option "
        "of "
