@@ -1,0 +1,88 @@
+#include "Host.h"
+
+#include "platform/ORVSystem.h"
+#include "platform/ORVUtilities.h"
+#include "database/DataKSLObject.h"
+#include "database/ObjectDB.h"
+#include "database/ObjectFactory.h"
+#include "rules/AdditionalRules.h"
+#include "command/KSLCoreAPI.h"
+#include "command/KSLInterface.h"
+#include "actions/DeleteExecutor.h"
+#include "actions/GetStateExecutor.h"
+#include "actions/RedoExecutor.h"
+#include "actions/UndoExecutor.h"
+#include "actions/UpdateExecutor.h"
+
+#include <cstdlib>
+#include <memory>
+
+namespace {
+
+// "> setViewportView": the library asks for it after a deletion. Here is nothing to be seen, so nothing to
+// do.
+class ViewExecutor : public orv::ActionExecutor {
+ public:
+  void invoke(const std::vector<std::string>&) override {}
+};
+
+std::string demoLibrary()
+{
+  // A build that was not installed finds the library beside its sources.
+  return orv::ORVFile::isDirectory(KSL_SOURCE_LIBRARY_DIR) ? KSL_SOURCE_LIBRARY_DIR : KSL_INSTALLED_DEMO_DIR;
+}
+
+bool environmentNamesLibraries()
+{
+  const char* path = std::getenv("ORV_KSL_LIBRARY_PATH");
+  return path && *path;
+}
+
+}  // namespace
+
+Host::Data::~Data()
+{
+  orv::ObjectDB::destroyInstance();
+  orv::ObjectFactory::destroyInstance();
+}
+
+Host::Commands::~Commands()
+{
+  orv::KSLInterface::destroyInstance();
+  orv::KSLCoreAPI::destroyInstance();
+}
+
+Host::Host(const std::vector<std::string>& libraries)
+{
+  orv::DataKSLObject::registerBaseType();
+  initialize(libraries);
+  orv::AdditionalRules rules;
+  rules.applyObjectRules = true;  // or no parameter would be essential, and states would lack their defaults
+  orv::KSLInterface::instance()->processRules(rules);
+
+  registerActions();
+  m_executive.setActionFactory(&m_actions);
+  orv::KSLInterface::instance()->setExecutive(&m_executive);
+}
+
+void Host::initialize(const std::vector<std::string>& libraries)
+{
+  orv::KSLInterface* commands = orv::KSLInterface::instance();
+  if (!libraries.empty())
+    commands->initialize(orv::StringUtilities::vectorToString(libraries, ','), "");
+  else if (environmentNamesLibraries())
+    commands->initialize();
+  else
+    commands->initialize(demoLibrary(), "");
+}
+
+void Host::registerActions()
+{
+  m_actions.registerExecutor("update", std::make_unique<orv::UpdateExecutor>(&m_executive));
+  m_actions.registerExecutor("undo", std::make_unique<orv::UndoExecutor>(&m_executive));
+  m_actions.registerExecutor("redo", std::make_unique<orv::RedoExecutor>(&m_executive));
+  m_actions.registerExecutor("getstate", std::make_unique<orv::GetStateExecutor>());
+  m_actions.registerExecutor("s", std::make_unique<orv::GetStateExecutor>());
+  m_actions.registerExecutor("delete", std::make_unique<orv::DeleteExecutor>());
+  m_actions.registerExecutor("setViewportView", std::make_unique<ViewExecutor>());
+}

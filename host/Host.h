@@ -1,0 +1,37 @@
+// The library, brought up and taken down.
+#pragma once
+
+#include "command/ActionFactory.h"
+#include "command/Executive.h"
+
+#include <string>
+#include <vector>
+
+// One exists at a time. While it lives, texts can be entered through KSLCoreAPI.
+class Host {
+ public:
+  // Reads definition libraries (files or directories, whose names hold no comma) and makes types of their
+  // RULES. Without any given: those of the environment variable ORV_KSL_LIBRARY_PATH when it is set, else the
+  // demo library. Throws what KSLInterface::initialize and processRules do; everything is down again then.
+  explicit Host(const std::vector<std::string>& libraries);
+  Host(const Host&) = delete;
+  Host& operator=(const Host&) = delete;
+
+ private:
+  // Members end in reverse order: first the command processor, which uses executors, then these, then what
+  // they work on.
+  struct Data {
+    ~Data();
+  };
+  struct Commands {
+    ~Commands();
+  };
+
+  void initialize(const std::vector<std::string>& libraries);
+  void registerActions();
+
+  Data m_data;
+  orv::Executive m_executive;
+  orv::ActionFactory m_actions;
+  Commands m_commands;
+};
