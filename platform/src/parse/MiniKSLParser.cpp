@@ -37,12 +37,11 @@ int MiniKSLParser::determineLineType(std::string_view line)
     return actionLine;
   if (text == "END")
     return endLine;
-  const std::size_t mark = text.find_first_of(":=");
-  if (mark == std::string_view::npos)
-    return otherLineType;
-  if (text[mark] == '=')
+  const std::size_t colon = text.find(':');
+  const std::size_t equals = text.find('=');
+  if (equals < colon)
     return parameterLine;
-  return text.find('=', mark) == std::string_view::npos ? objectLine : otherLineType;
+  return colon != std::string_view::npos && equals == std::string_view::npos ? objectLine : otherLineType;
 }
 
 void MiniKSLParser::parse()
