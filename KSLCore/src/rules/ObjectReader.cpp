@@ -56,12 +56,11 @@ void KSLRules::ObjectReader::makePrototype(const KSLAPI::ObjectInfo& entry, cons
   if (!m_owner.m_objectClasses.contains(className))
     refuse(_("KSL Object class '%s' is not recognized.", className));
   std::unique_ptr<KSLObject> object = ObjectFactory::instance()->createBaseType(className);
-  auto* data = dynamic_cast<DataKSLObject*>(object.get());
-  if (!data)  // the "$" forms stay in the text: the formatter does not know them
+  if (!dynamic_cast<DataKSLObject*>(
+          object.get()))  // the "$" forms stay in the text: the formatter does not know them
     throw internal::error("KSLRules", c_operation,
                           _("Bad cast of $1 '$2' to $3.", "KSLObject", className, "DataKSLObject"));
-  object.release();
-  m_object.reset(data);
+  m_object.reset(dynamic_cast<DataKSLObject*>(object.release()));
   PrototypeEditor(*m_object).setType(entry.getName(), singleton);
 }
 
