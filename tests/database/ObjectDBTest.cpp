@@ -230,7 +230,7 @@ TEST_F(ObjectDBTest, ManyChildrenAndDeepChainsAreNoTrouble)
 // Few and many children, shared names, gaps that are closed: compared with a list that is searched.
 TEST(ObjectHolderImpl, AnswersAsAPlainListWould)
 {
-  rc::check([] {
+  EXPECT_TRUE(rc::check([] {
     std::vector<std::unique_ptr<DataKSLObject>> objects;
     for (int i = 0; i < 60; ++i)
       objects.push_back(
@@ -267,7 +267,7 @@ TEST(ObjectHolderImpl, AnswersAsAPlainListWould)
       std::erase_if(others, [&](auto* other) { return !other->nameIs(child->getName()); });
       RC_ASSERT(holder.getChildObjectsByName(child->getName()) == others);
     }
-  });
+  }));
 }
 
 }  // namespace
