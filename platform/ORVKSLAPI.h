@@ -96,8 +96,9 @@ class ORV_API KSLChangeList {
 
  private:
   // Chunks of growing size: appending moves nothing, and a short list is small.
-  using Chunk = std::unique_ptr<KSLChange[]>;
-  KSLChange* slot(std::size_t index) const;
+  using Chunk = std::vector<KSLChange>;
+  void addChunk();
+  KSLChange& slot(std::size_t index);
   std::string m_name;
   ChangeListModifierIF* m_modifier;  // not owned
   std::vector<Chunk> m_chunks;

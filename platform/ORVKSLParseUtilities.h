@@ -41,6 +41,15 @@ class ORV_API MiniKSLParser {
   // Linear in the line, allocates nothing.
   static int determineLineType(std::string_view line);
 
+  // A line taken apart in one pass: its type, the text that counts (no comment, no white space at the ends; a view
+  // into the line), and where in that text the ":" of a header or the "=" of a parameter stands.
+  struct Line {
+    LineType type;
+    std::string_view text;
+    std::size_t mark;
+  };
+  static Line scan(std::string_view line);
+
   // Walks all lines from the first one.
   void parse();
 

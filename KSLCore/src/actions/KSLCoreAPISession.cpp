@@ -9,7 +9,8 @@ void KSLCoreAPI::externalProcessKSL(const std::vector<std::string>& lines)
   std::string text = StringUtilities::vectorToString(lines, '\n');
   if (m_externalMode == kslUpdateAtEnd) {
     if (!text.empty())
-      text += '\n';  // the last line has an end of its own
+      text +=
+          text.back() == '\\' ? "\n\n" : "\n";  // the last line, also a continued one, ends before the update
     text += "> update\n";
   }
   processKSL(text, m_externalMode);

@@ -76,11 +76,12 @@ void CommandLines::addLine(std::string line)
 {
   if (line.empty())
     return;
-  if (isActionLine(line))
+  const MiniKSLParser::LineType type = MiniKSLParser::scan(line).type;
+  if (type == MiniKSLParser::actionLine)
     return addActionLine(std::move(line));
-  const int type = m_mode == kslUpdateDefault ? MiniKSLParser::determineLineType(line) : 0;
   m_lines.push_back(std::move(line));
-  countDepth(type);
+  if (m_mode == kslUpdateDefault)
+    countDepth(type);
 }
 
 void CommandLines::addActionLine(std::string line)

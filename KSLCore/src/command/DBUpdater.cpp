@@ -10,6 +10,21 @@ DBUpdater::~DBUpdater() = default;
 
 // ------------------------------------------------------------------------------------------------------ everything
 
+ObjectDBUpdater::ObjectDBUpdater(ObjectDB* database, DependentUpdates* dependents)
+    : m_database(database),
+      m_dependents(dependents)
+{}
+
+KSLObject* ObjectDBUpdater::find(const std::string& path)
+{
+  if (m_last && m_deletionsThen == m_database->deletionCount() && path == m_lastPath)
+    return m_last;
+  m_last = m_database->getObjectByPath(path);
+  m_lastPath = path;
+  m_deletionsThen = m_database->deletionCount();
+  return m_last;
+}
+
 bool ObjectDBUpdater::hasObject(const std::string& path)
 {
   return m_database->hasObject(path);
@@ -35,13 +50,13 @@ void ObjectDBUpdater::deleteObject(const std::string& path)
 
 void ObjectDBUpdater::setParam(const std::string& path, const std::string& name, const std::string& value)
 {
-  if (KSLObject* object = m_database->getObjectByPath(path))
+  if (KSLObject* object = find(path))
     object->setValue(name, value);
 }
 
 void ObjectDBUpdater::unsetParam(const std::string& path, const std::string& name)
 {
-  if (KSLObject* object = m_database->getObjectByPath(path))
+  if (KSLObject* object = find(path))
     object->unsetParam(name);
 }
 

@@ -6,6 +6,7 @@
 namespace orv {
 
 class DependentUpdates;
+class KSLObject;
 class ObjectDB;
 
 // What a change processor may do to the objects.
@@ -23,10 +24,7 @@ class DBUpdater {
 class ObjectDBUpdater : public DBUpdater {
  public:
   // Neither is owned.
-  ObjectDBUpdater(ObjectDB* database, DependentUpdates* dependents)
-      : m_database(database),
-        m_dependents(dependents)
-  {}
+  ObjectDBUpdater(ObjectDB* database, DependentUpdates* dependents);
   bool hasObject(const std::string& path) override;
   void createObject(const std::string& path) override;
   void deleteObject(const std::string& path) override;
@@ -34,8 +32,14 @@ class ObjectDBUpdater : public DBUpdater {
   void unsetParam(const std::string& path, const std::string& name) override;
 
  private:
+  KSLObject* find(const std::string& path);
+
   ObjectDB* m_database;
   DependentUpdates* m_dependents;
+  // The object found last: changes come object by object.
+  std::string m_lastPath;
+  KSLObject* m_last = nullptr;
+  std::size_t m_deletionsThen = 0;
 };
 
 // Sets parameters of objects that exist, without marking anything for recomputation. Creates, deletes and

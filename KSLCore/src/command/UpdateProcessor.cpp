@@ -4,6 +4,9 @@
 #include "platform/ORVUtilities.h"
 #include "command/DBUpdater.h"
 
+#include <algorithm>
+#include <functional>
+
 namespace orv {
 
 // ------------------------------------------------------------------------------------------------ UpdateProcessor
@@ -18,8 +21,7 @@ void UpdateProcessor::newObject(const std::string& path)
 {
   if (m_updater->hasObject(path))
     return;
-  m_waiting.push_back({path, ++m_lastNumber});
-  m_waitingNumbers[path] = m_lastNumber;
+  m_waiting.push_back({path, false});
 }
 
 void UpdateProcessor::deletedObject(const std::string& path)
@@ -60,15 +62,30 @@ void UpdateProcessor::deletedParam(const std::string& path, const std::string& n
 
 void UpdateProcessor::createWaiting()
 {
+  if (m_waiting.empty())
+    return;
   std::vector<Waiting> waiting;
   waiting.swap(m_waiting);
-  for (const Waiting& entry : waiting) {
-    const auto number = m_waitingNumbers.find(entry.path);
-    if (number == m_waitingNumbers.end() || number->second != entry.number)
-      continue;  // deleted again
-    m_waitingNumbers.erase(number);
+  dropDeleted(waiting);
+  for (const Waiting& entry : waiting)
     ensureObject(entry.path);
+}
+
+// Leaves the objects that no later deletion takes away.
+void UpdateProcessor::dropDeleted(std::vector<Waiting>& waiting)
+{
+  const auto isDeletion = [](const Waiting& entry) { return entry.deleted; };
+  if (std::none_of(waiting.begin(), waiting.end(), isDeletion))
+    return;
+  std::set<std::string, std::less<>> deleted;
+  for (std::size_t i = waiting.size(); i-- > 0;) {
+    if (waiting[i].deleted)
+      deleted.insert(waiting[i].path);
+    for (std::string_view at = waiting[i].path; !at.empty() && !waiting[i].deleted;
+         at = PathUtils::parentPath(at))
+      waiting[i].deleted = deleted.count(at) > 0;
   }
+  waiting.erase(std::remove_if(waiting.begin(), waiting.end(), isDeletion), waiting.end());
 }
 
 // Parents first, whatever the order of the changes. What is made here beyond the changes has no inverse of
@@ -76,12 +93,22 @@ void UpdateProcessor::createWaiting()
 void UpdateProcessor::ensureObject(const std::string& path)
 {
   std::vector<std::string> missing;
-  for (std::string at = path; !at.empty() && !m_updater->hasObject(at); at = PathUtils::parentPath(at))
-    missing.push_back(at);
-  for (std::size_t i = missing.size(); i-- > 0;) {
-    m_updater->createObject(missing[i]);
-    m_changed.insert(missing[i]);
+  for (std::string_view at = PathUtils::parentPath(path); !at.empty(); at = PathUtils::parentPath(at)) {
+    std::string ancestor(at);
+    if (m_updater->hasObject(ancestor))
+      break;
+    missing.push_back(std::move(ancestor));
   }
+  for (std::size_t i = missing.size(); i-- > 0;)
+    create(missing[i]);
+  if (!m_updater->hasObject(path))
+    create(path);
+}
+
+void UpdateProcessor::create(const std::string& path)
+{
+  m_updater->createObject(path);
+  m_changed.insert(path);
 }
 
 void UpdateProcessor::forget(const std::string& deletedPath)
@@ -89,11 +116,8 @@ void UpdateProcessor::forget(const std::string& deletedPath)
   if (PathUtils::isSameOrBelow(m_lastPath, deletedPath))
     m_lastPath.clear();
   m_lastChanged.clear();
-  m_waitingNumbers.erase(deletedPath);
-  const std::string below = deletedPath + "/";
-  for (auto at = m_waitingNumbers.lower_bound(below);
-       at != m_waitingNumbers.end() && at->first.compare(0, below.size(), below) == 0;)
-    at = m_waitingNumbers.erase(at);
+  if (!m_waiting.empty())
+    m_waiting.push_back({deletedPath, true});
 }
 
 void UpdateProcessor::noteChanged(const std::string& path)

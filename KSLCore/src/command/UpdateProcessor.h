@@ -3,7 +3,6 @@
 
 #include "platform/ORVKSLAPI.h"
 
-#include <map>
 #include <set>
 #include <string>
 #include <vector>
@@ -36,12 +35,15 @@ class UpdateProcessor : public KSLChangeProcessor {
   const std::set<std::string>& getDeleted() const { return m_deleted; }
 
  private:
+  // An object that was reported new and waits; or one that was deleted, and with it what waited below it.
   struct Waiting {
     std::string path;
-    std::uint64_t number;
+    bool deleted;
   };
 
+  static void dropDeleted(std::vector<Waiting>& waiting);
   void ensureObject(const std::string& path);
+  void create(const std::string& path);
   void forget(const std::string& deletedPath);
   void noteChanged(const std::string& path);
 
@@ -51,9 +53,7 @@ class UpdateProcessor : public KSLChangeProcessor {
   std::string m_lastChanged;
   std::set<std::string> m_deleted;
   std::set<std::string> m_changed;
-  std::vector<Waiting> m_waiting;                         // in the order reported; stale ones are passed over
-  std::map<std::string, std::uint64_t> m_waitingNumbers;  // of the paths that do wait
-  std::uint64_t m_lastNumber = 0;
+  std::vector<Waiting> m_waiting;  // in the order reported
 };
 
 // Applies parameter changes that calculations made to their own results: set, and not recorded.

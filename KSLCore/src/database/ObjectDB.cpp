@@ -24,12 +24,15 @@ bool isNormal(std::string_view path)
 {
   if (path.size() > 1 && path.back() == '/')
     return false;
-  std::size_t begin = !path.empty() && path.front() == '/' ? 1 : 0;
-  while (begin < path.size()) {
-    const std::size_t end = std::min(path.find('/', begin), path.size());
-    if (end == begin || path.substr(begin, end - begin) == ".")
+  if (!path.empty() && path.front() == '.' && (path.size() == 1 || path[1] == '/'))
+    return false;
+  for (std::size_t slash = path.find('/'); slash != std::string_view::npos;
+       slash = path.find('/', slash + 1)) {
+    const std::string_view rest = path.substr(slash + 1);
+    if (rest.empty())
+      break;
+    if (rest.front() == '/' || (rest.front() == '.' && (rest.size() == 1 || rest[1] == '/')))
       return false;
-    begin = end + 1;
   }
   return true;
 }
@@ -313,6 +316,7 @@ ObjectHolder* ObjectDB::holderOf(const KSLObject* child) const
 // Nobody finds the object by its path any more while it ends; its own place stays until then.
 void ObjectDB::removeLeaf(ObjectHolder* holder)
 {
+  ++m_deletions;
   holder->getParentHolder()->removeChildObject(holder->getObject());
   m_index->erase(holder);
   const std::unique_ptr<ObjectHolder> endingPlace(holder);

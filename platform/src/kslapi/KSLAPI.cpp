@@ -268,7 +268,8 @@ void KSLAPIUpdateProcessor::visit(const KSLChange& change)
       return;
     case KSLChange::Kind::createParam:
     case KSLChange::Kind::changeParam:
-      store.setParam(store.ensureNode(change.path, record), change.name, change.value, record);
+      store.setParam(store.ensureNode(change.path, record), store.tree.intern(change.name), change.value,
+                     record);
       return;
     case KSLChange::Kind::deleteParam:
       if (Node* node = store.tree.find(change.path))

@@ -163,22 +163,29 @@ void KSLChangeList::add(KSLChange change)
 {
   if (m_modifier && !m_modifier->modify(change))
     return;
-  const Place place = placeOf(m_size);
-  if (place.chunk == m_chunks.size())
-    m_chunks.push_back(std::make_unique<KSLChange[]>(chunkCapacity(place.chunk)));
-  m_chunks[place.chunk][place.offset] = std::move(change);
+  if (m_chunks.empty() || m_chunks.back().size() == m_chunks.back().capacity())
+    addChunk();
+  m_chunks.back().push_back(std::move(change));
   ++m_size;
+}
+
+void KSLChangeList::addChunk()
+{
+  Chunk chunk;
+  chunk.reserve(chunkCapacity(m_chunks.size()));
+  m_chunks.push_back(std::move(chunk));
 }
 
 const KSLChange& KSLChangeList::operator[](std::size_t index) const
 {
-  return *slot(index);
+  const Place place = placeOf(index);
+  return m_chunks[place.chunk][place.offset];
 }
 
-KSLChange* KSLChangeList::slot(std::size_t index) const
+KSLChange& KSLChangeList::slot(std::size_t index)
 {
   const Place place = placeOf(index);
-  return &m_chunks[place.chunk][place.offset];
+  return m_chunks[place.chunk][place.offset];
 }
 
 void KSLChangeList::clear()
@@ -198,8 +205,11 @@ void KSLChangeList::truncate(std::size_t size)
   if (size == 0)
     return clear();
   while (m_size > size) {
-    *slot(--m_size) = KSLChange();
-    if (m_chunks.size() > placeOf(m_size).chunk + 1)  // one spare stays, so that a list at the border is calm
+    Chunk& chunk = m_chunks.back();
+    const std::size_t count = std::min(chunk.size(), m_size - size);
+    chunk.resize(chunk.size() - count);
+    m_size -= count;
+    if (chunk.empty())
       m_chunks.pop_back();
   }
 }
@@ -211,7 +221,7 @@ void KSLChangeList::dropFront(std::size_t count)
   if (count == 0)
     return;
   for (std::size_t i = count; i < m_size; ++i)
-    *slot(i - count) = std::move(*slot(i));
+    slot(i - count) = std::move(slot(i));
   truncate(m_size - count);
 }
 
@@ -220,13 +230,13 @@ void KSLChangeList::process(Direction direction, KSLChangeProcessor* processor) 
   // Each change is held by a copy: a processor may clear the list that it is being shown.
   if (direction == Direction::forward) {
     for (std::size_t i = 0; i < m_size; ++i) {
-      const KSLChange change = *slot(i);
+      const KSLChange change = (*this)[i];
       processor->visit(change);
     }
     return;
   }
   for (std::size_t i = m_size; i-- > 0; i = std::min(i, m_size)) {
-    const KSLChange change = *slot(i);
+    const KSLChange change = (*this)[i];
     processor->visit(change);
   }
 }

@@ -36,12 +36,24 @@ store::Node* KSLAPI::Impl::ensureNode(const SharedText& path, Record record)
   return makeNode(parent, path, record);
 }
 
-void KSLAPI::Impl::setParam(Node* node, const SharedText& givenName, SharedText value, Record record)
+void KSLAPI::Impl::setParam(Node* node, const SharedText& name, std::string_view value, Record record)
 {
-  const SharedText name = tree.intern(givenName);
   store::Param* param = tree.findParam(node, name);
-  if (param && param->value == value)
-    return;
+  if (!param || !(param->value == value))
+    assign(node, param, name, SharedText(value), record);
+}
+
+void KSLAPI::Impl::setParam(Node* node, const SharedText& name, const SharedText& value, Record record)
+{
+  store::Param* param = tree.findParam(node, name);
+  if (!param || !(param->value == value))
+    assign(node, param, name, value, record);
+}
+
+void KSLAPI::Impl::assign(Node* node, store::Param* param, const SharedText& name, SharedText value,
+                          Record record)
+{
+  const bool inRules = store::isRulesPath(node->path.str());
   KSLChange change = param ? KSLChange::changeParam(node->path, name, value, param->value)
                            : KSLChange::createParam(node->path, name, value);
   note(change);
@@ -49,7 +61,7 @@ void KSLAPI::Impl::setParam(Node* node, const SharedText& givenName, SharedText 
     param->value = std::move(value);
   else
     tree.appendParam(node, name, std::move(value));
-  if (store::isRulesPath(node->path.str()))
+  if (inRules)
     rules.changed();
   tell(std::move(change), record);
 }
@@ -148,11 +160,11 @@ void KSLAPI::Impl::revert(const KSLChange& change)
         tree.removeParam(node, tree.intern(change.name));
       return;
     case KSLChange::Kind::deleteParam:
-      setParam(ensureNode(change.path, Record::no), change.name, change.value, Record::no);
+      setParam(ensureNode(change.path, Record::no), tree.intern(change.name), change.value, Record::no);
       return;
     case KSLChange::Kind::changeParam:
       if (Node* node = tree.find(change.path))
-        setParam(node, change.name, change.oldValue, Record::no);
+        setParam(node, tree.intern(change.name), change.oldValue, Record::no);
       return;
   }
 }

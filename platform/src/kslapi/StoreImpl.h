@@ -39,7 +39,9 @@ class KSLAPI::Impl {
   Node* ensureNode(const SharedText& path, Record record);
   // A child that does not exist yet.
   Node* makeNode(Node* parent, SharedText path, Record record);
-  void setParam(Node* node, const SharedText& name, SharedText value, Record record);
+  // The name comes from the tree; a value that is there already costs nothing.
+  void setParam(Node* node, const SharedText& name, std::string_view value, Record record);
+  void setParam(Node* node, const SharedText& name, const SharedText& value, Record record);
   void unsetParam(Node* node, const SharedText& name, Record record);
   void removeNode(Node* node, Record record);
 
@@ -69,6 +71,7 @@ class KSLAPI::Impl {
       changes.add(std::move(change));
   }
   void revert(const KSLChange& change);
+  void assign(Node* node, store::Param* param, const SharedText& name, SharedText value, Record record);
   static void listDeletion(const Node* node, KSLChangeList& out);
 
   KSLChangeList m_journal{"KSL journal"};

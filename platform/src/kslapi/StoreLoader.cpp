@@ -46,24 +46,25 @@ bool takeReplaceWord(std::string_view& statement)
 
 bool Loader::readLine(const std::string& line)
 {
-  const std::string_view statement = trimmed(StringUtilities::withoutComment(line));
-  switch (MiniKSLParser::determineLineType(statement)) {
+  const MiniKSLParser::Line scanned = MiniKSLParser::scan(line);
+  switch (scanned.type) {
     case MiniKSLParser::emptyLine:
       return true;
     case MiniKSLParser::actionLine:
-      return runAction(statement);
+      return runAction(scanned.text);
     case MiniKSLParser::objectLine:
-      readHeader(line, statement);
+      readHeader(line, scanned.text);
       return true;
     case MiniKSLParser::parameterLine:
-      readParam(line, statement);
+      readParam(line, scanned.text, scanned.mark);
       return true;
     case MiniKSLParser::endLine:
       endBlock();
       return true;
-    default:
-      syntaxError(line);
+    case MiniKSLParser::otherLineType:
+      break;
   }
+  syntaxError(line);
 }
 
 void Loader::readHeader(const std::string& line, std::string_view statement)
@@ -96,13 +97,12 @@ void Loader::openBlock(std::string_view type, std::string_view name, bool replac
   m_open.push_back({node->path, node, replace});
 }
 
-void Loader::readParam(const std::string& line, std::string_view statement)
+void Loader::readParam(const std::string& line, std::string_view statement, std::size_t equals)
 {
-  const std::size_t equals = statement.find('=');
   const std::string_view name = unquoted(trimmed(statement.substr(0, equals)));
   if (name.empty() || m_open.empty())
     syntaxError(line);
-  m_store.setParam(openNode(), m_store.tree.intern(name), SharedText(trimmed(statement.substr(equals + 1))),
+  m_store.setParam(openNode(), m_store.tree.intern(name), trimmed(statement.substr(equals + 1)),
                    KSLAPI::Impl::Record::yes);
 }
 

@@ -43,7 +43,7 @@ class Loader {
   };
 
   void readHeader(const std::string& line, std::string_view statement);
-  void readParam(const std::string& line, std::string_view statement);
+  void readParam(const std::string& line, std::string_view statement, std::size_t equals);
   void endBlock();
   bool runAction(std::string_view statement);
   Node* openNode();

@@ -30,18 +30,27 @@ MiniKSLParser::~MiniKSLParser() = default;
 
 int MiniKSLParser::determineLineType(std::string_view line)
 {
+  return scan(line).type;
+}
+
+MiniKSLParser::Line MiniKSLParser::scan(std::string_view line)
+{
   const std::string_view text = contents(line);
   if (text.empty())
-    return emptyLine;
+    return {emptyLine, text, 0};
   if (text.front() == '>')
-    return actionLine;
+    return {actionLine, text, 0};
   if (text == "END")
-    return endLine;
-  const std::size_t colon = text.find(':');
-  const std::size_t equals = text.find('=');
-  if (equals < colon)
-    return parameterLine;
-  return colon != std::string_view::npos && equals == std::string_view::npos ? objectLine : otherLineType;
+    return {endLine, text, 0};
+  std::size_t mark = 0;
+  while (mark < text.size() && text[mark] != ':' && text[mark] != '=')
+    ++mark;
+  if (mark == text.size())
+    return {otherLineType, text, mark};
+  if (text[mark] == '=')
+    return {parameterLine, text, mark};
+  const bool isHeader = text.find('=', mark) == std::string_view::npos;
+  return {isHeader ? objectLine : otherLineType, text, mark};
 }
 
 void MiniKSLParser::parse()

@@ -1,0 +1,77 @@
+// The library, driven as a host drives it.
+#pragma once
+
+#include "platform/ORVError.h"
+#include "database/DataKSLObject.h"
+#include "database/ObjectDB.h"
+#include "database/ObjectFactory.h"
+#include "rules/AdditionalRules.h"
+#include "command/ActionFactory.h"
+#include "command/Executive.h"
+#include "command/KSLCoreAPI.h"
+#include "command/KSLInterface.h"
+#include "actions/DeleteExecutor.h"
+#include "actions/RedoExecutor.h"
+#include "actions/UndoExecutor.h"
+#include "actions/UpdateExecutor.h"
+#include "bench/Model.h"
+
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace bench {
+
+class LibraryPeer {
+ public:
+  explicit LibraryPeer(int params = paramCount)
+  {
+    orv::ErrorProgressReporter::instance()->setSink(&m_errors);
+    orv::DataKSLObject::registerBaseType();
+    orv::KSLInterface* owner = orv::KSLInterface::instance();
+    owner->getKSLAPI()->loadKSLData(modelRules(params));
+    orv::AdditionalRules rules;
+    rules.applyObjectRules = true;
+    owner->processRules(rules);
+    m_factory.registerExecutor("update", std::make_unique<orv::UpdateExecutor>(&m_executive));
+    m_factory.registerExecutor("undo", std::make_unique<orv::UndoExecutor>(&m_executive));
+    m_factory.registerExecutor("redo", std::make_unique<orv::RedoExecutor>(&m_executive));
+    m_factory.registerExecutor("delete", std::make_unique<orv::DeleteExecutor>());
+    m_executive.setActionFactory(&m_factory);
+    owner->setExecutive(&m_executive);
+  }
+  ~LibraryPeer()
+  {
+    orv::KSLInterface::destroyInstance();
+    orv::KSLCoreAPI::destroyInstance();
+    orv::ObjectDB::destroyInstance();
+    orv::ObjectFactory::destroyInstance();
+    orv::ErrorProgressReporter::destroyInstance();
+  }
+  LibraryPeer(const LibraryPeer&) = delete;
+  LibraryPeer& operator=(const LibraryPeer&) = delete;
+
+  void run(const std::string& text)
+  {
+    orv::KSLCoreAPI::instance()->processKSL(text, orv::kslUpdateDefault);
+    if (!m_errors.errors().empty())
+      throw std::runtime_error(orv::toText(m_errors.errors().front()));
+  }
+  void load(const std::string& text) { run(text); }
+  void undo() { run("> undo"); }
+  void redo() { run("> redo"); }
+  void erase(const std::string& path) { run("> delete " + path); }
+  std::string get(const std::string& path, const std::string& name) const
+  {
+    return orv::ObjectDB::instance()->getObjectByPath(path)->getValue(name);
+  }
+  std::size_t size() const { return orv::ObjectDB::instance()->size(); }
+
+ private:
+  orv::ErrorCollector m_errors;
+  orv::ActionFactory m_factory;
+  orv::Executive m_executive;
+};
+
+}  // namespace bench
