@@ -1,17 +1,17 @@
 // The command processor: parsing. Its history is in KSLInterfaceHistory.cpp.
 //
-//   parseKSL ─ runParse ─ beginNewParse                     m_entryCount +1
-//                 ├─ doParseKSL ─ preParseKSL, processKSL ─ text store ─ ActionHandler ─ Executive
-//                 ├─ (failure) setPendingError, handleParseException ─ nested: AbortException to the level
-//                 above │                                                  └ outermost: report,
-//                 attemptErrorRecovery └─ endParse ─ (outermost) closeHistory           m_entryCount -1
+//   parseKSL ─ runParse ─ beginNewParse                  m_entryCount +1
+//                 ├─ doParseKSL                       preParseKSL, processKSL, text store, ActionHandler
+//                 ├─ (failure) setPendingError, handleParseException
+//                 │      ├ nested: AbortException to the level above
+//                 │      └ outermost: report, attemptErrorRecovery
+//                 └─ endParse ─ (outermost) closeHistory  m_entryCount -1
 //
 // Invariants between outermost parses:
 //  1. m_entryCount is 0, the mode stack holds the base entry alone, no error is pending.
 //  2. The undo mode is NORMAL; every stack is delimited, and the error-recovery stack is empty.
-//  3. The store's change list is empty and everything in the store is confirmed; what the store holds and
-//  what the
-//     database holds are the same (but for no-action updates, which apply less on purpose).
+//  3. The store's change list is empty and everything in the store is confirmed; what the store holds and what
+//     the database holds are the same (but for no-action updates, which apply less on purpose).
 #include "command/KSLInterface.h"
 
 #include "platform/ORVUtilities.h"

@@ -1,10 +1,10 @@
 // The command processor: undo, redo and recovery.
 //
-//             recorded on   taken from       entered by                       left by
-//   NORMAL    undo          -                closeHistory
-//   UNDO      redo          undo             undo                             closeHistory,
-//   attemptErrorRecovery REDO      undo          redo             redo closeHistory, attemptErrorRecovery
-//   RECOVERY  recovery      this parse's     attemptErrorRecovery             closeHistory
+//             recorded on   taken from     entered by             left by
+//   NORMAL    undo          -              closeHistory           undo, redo, recovery
+//   UNDO      redo          undo           undo                   closeHistory, recovery
+//   REDO      undo          redo           redo                   closeHistory, recovery
+//   RECOVERY  recovery      this parse     attemptErrorRecovery   closeHistory
 //
 // A mode stays until the outermost parse ends, so what is defined after "> undo" in one text is recorded on
 // the redo stack, before the step that was undone: a redo first takes it back. Logical, and kept.
@@ -117,9 +117,14 @@ void KSLInterface::replayHistory(UndoMode mode)
     return;  // an open, empty list would hide the steps below it
   KSLAPIUpdateProcessor storeProcessor(m_kslapi.get(), true);
   changes.process(KSLChangeList::Direction::forward, &storeProcessor);
-  m_kslapi->clearKSLChangeList();
+  // A step that failed is gone, and definitions after an undo are recorded beside it: so an older step may not fit
+  // what is there now. The database is given what the step really changed in the store, not what it meant to: both
+  // then stay the same, and the inverses take back just that. A recovery finds the store put back already.
+  KSLChangeList changed = m_kslapi->takeKSLChangeList();
+  if (isRecovering())
+    changed.swapChanges(changes);
   Application application(this);
-  executive().update(changes, application.list(), m_kslapi.get());
+  executive().update(changed, application.list(), m_kslapi.get());
   application.commit();
 }
 

@@ -6,12 +6,10 @@
 //                  └──► change list (only when recorded)  entries leave by clear, take, undo
 //
 // Invariants, held between any two calls:
-//  1. Taking back the journal's changes, newest first, gives the tree as it was when the last of them was
-//  confirmed.
+//  1. Taking back the journal's changes, newest first, gives the tree as it was when all was last confirmed.
 //  2. Confirmed changes are never taken back; clearing the change list confirms nothing.
 //  3. A change enters the journal before it is made. Taking back a change that was never made is harmless, so
-//  a failure
-//     between the two (of an allocation) leaves nothing behind.
+//     a failure between the two (of an allocation) leaves nothing behind.
 //
 //   [clean] ──make*──► [pending] ──confirmTo / recordChanges──► [clean]
 //                          └──────undo / undoTo──────────────► [clean]

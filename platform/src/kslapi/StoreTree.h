@@ -3,11 +3,9 @@
 // Invariants, held between any two calls:
 //  1. Every node but the root stands in the index under its path, and in its parent's list of children once.
 //  2. A node's path is its parent's path, "/", and its own component; types and parameter names are interned,
-//  so that
-//     equal names of one tree are the same shared text.
+//     so that equal names of one tree are the same shared text.
 //  3. Parameters and children of a node share one sequence of places; both lists ascend in it. Something new
-//  takes the
-//     place after all others, so the order of first appearance is the order of text.
+//     takes the place after all others, so the order of first appearance is the order of text.
 //  4. A name stands once among the parameters of a node.
 // Nothing here knows of changes, journals or rules.
 #pragma once
