@@ -4,14 +4,35 @@
 
 namespace orv {
 
+namespace {
+
+// A "#" outside quotes would begin a comment when the text is read.
+void appendName(std::string& out, const std::string& name)
+{
+  const bool quote = name.find('#') != std::string::npos && name.find('"') == std::string::npos;
+  if (quote)
+    out.append(1, '"').append(name).append(1, '"');
+  else
+    out += name;
+}
+
+// A line that ends in a backslash would go on in the next one; a blank behind it keeps it a line, and is no part of
+// what is read.
+void endLine(std::string& out)
+{
+  out += out.back() == '\\' ? " \n" : "\n";
+}
+
+}  // namespace
+
 StateTextLogger::~StateTextLogger() = default;
 
 void StateTextLogger::objectBegin(const KSLObject* object)
 {
   m_out.append(m_indent, ' ').append(object->getType()) += ':';
   if (!object->isSingleton())
-    m_out += object->getName();
-  m_out += '\n';
+    appendName(m_out, object->getName());
+  endLine(m_out);
   m_indent += 2;
 }
 
@@ -19,7 +40,8 @@ void StateTextLogger::parameter(const KSLObject*, const ParamDefinition* param)
 {
   if (param->getValue().empty())
     return;
-  m_out.append(m_indent, ' ').append(param->getName()).append(" = ").append(param->getValue()) += '\n';
+  m_out.append(m_indent, ' ').append(param->getName()).append(" = ").append(param->getValue());
+  endLine(m_out);
 }
 
 void StateTextLogger::objectEnd(const KSLObject*)
