@@ -1,0 +1,69 @@
+// The smallest program that holds objects: it reads definitions, runs the commands of its standard input and
+// prints the state. docs/embedding.md goes through it.
+//
+//   c++ -std=c++20 -I PREFIX/include/orvksl minimal.cpp -L PREFIX/lib -lORVKSLCore -o minimal
+//   echo "CUT: a" | ./minimal PREFIX/share/orvksl/demo
+
+#include "platform/ORVError.h"
+#include "platform/ORVUtilities.h"
+#include "database/DataKSLObject.h"
+#include "database/ObjectDB.h"
+#include "database/ObjectFactory.h"
+#include "rules/AdditionalRules.h"
+#include "command/ActionFactory.h"
+#include "command/Executive.h"
+#include "command/KSLCoreAPI.h"
+#include "command/KSLInterface.h"
+#include "actions/DeleteExecutor.h"
+#include "actions/UpdateExecutor.h"
+
+#include <iostream>
+#include <iterator>
+#include <memory>
+#include <string>
+
+namespace {
+
+// Takes the library down: first what uses the others.
+void end()
+{
+  orv::KSLInterface::destroyInstance();
+  orv::KSLCoreAPI::destroyInstance();
+  orv::ObjectDB::destroyInstance();
+  orv::ObjectFactory::destroyInstance();
+  orv::ErrorProgressReporter::destroyInstance();
+}
+
+void run(const std::string& library, const std::string& text)
+{
+  orv::Executive executive;
+  orv::ActionFactory actions;
+  const orv::ScopeGuard guard(end);  // before these two, also when a step below throws
+
+  orv::DataKSLObject::registerBaseType();
+  orv::KSLInterface* commands = orv::KSLInterface::instance();
+  commands->initialize(library, "");
+  orv::AdditionalRules rules;
+  rules.applyObjectRules = true;
+  commands->processRules(rules);
+  actions.registerExecutor("update", std::make_unique<orv::UpdateExecutor>(&executive));
+  actions.registerExecutor("delete", std::make_unique<orv::DeleteExecutor>());
+  executive.setActionFactory(&actions);
+  commands->setExecutive(&executive);
+  orv::KSLCoreAPI::instance()->processKSL(text, orv::kslUpdateAtEnd);
+  std::cout << orv::ObjectDB::instance()->getRoot()->getState(orv::externalParams);
+}
+
+}  // namespace
+
+int main(int argc, char** argv)
+{
+  try {
+    const std::string text(std::istreambuf_iterator<char>(std::cin), {});
+    run(argc > 1 ? argv[1] : "share/ksl", text);
+    return 0;
+  } catch (const orv::Error& error) {
+    std::cerr << toText(orv::ErrorMsg(error)) << '\n';
+    return 1;
+  }
+}

@@ -1,0 +1,68 @@
+// What the documents show is what happens.
+#include "Process.h"
+
+#include <gtest/gtest.h>
+#include <sstream>
+
+namespace {
+
+struct Block {
+  std::string language;
+  int line;
+  std::string text;
+};
+
+// The fenced blocks of a document, in order.
+std::vector<Block> blocksOf(const std::string& document)
+{
+  std::istringstream in(readFile(sourceDir() + "/" + document));
+  std::vector<Block> blocks;
+  bool inside = false;
+  std::string line;
+  for (int number = 1; std::getline(in, line); ++number) {
+    const bool fence = line.compare(0, 3, "```") == 0;
+    if (fence && !inside)
+      blocks.push_back({line.substr(3), number, {}});
+    else if (inside && !fence)
+      blocks.back().text += line + '\n';
+    inside = inside != fence;
+  }
+  return blocks;
+}
+
+class DocsTest : public testing::TestWithParam<const char*> {};
+
+// Each ksl block with a state block behind it, entered as one command, gives that state.
+TEST_P(DocsTest, TextsGiveTheStatesShown)
+{
+  const std::vector<Block> blocks = blocksOf(GetParam());
+  int compared = 0;
+  for (std::size_t i = 0; i + 1 < blocks.size(); ++i) {
+    if (blocks[i].language != "ksl" || blocks[i + 1].language != "state")
+      continue;
+    EXPECT_EQ(ksl({"run", "-e", blocks[i].text, "--state"}), (Outcome{0, blocks[i + 1].text, ""}))
+        << GetParam() << ":" << blocks[i].line;
+    ++compared;
+  }
+  EXPECT_GT(compared, 0);
+}
+
+INSTANTIATE_TEST_SUITE_P(Docs, DocsTest, testing::Values("README.md", "docs/language.md"));
+
+// The C++ in the documents is cut from a program that EmbedTest builds and runs.
+TEST(Docs, CodeIsTheExample)
+{
+  const std::string example = readFile(sourceDir() + "/examples/embed/minimal.cpp");
+  for (const char* document : {"README.md", "docs/embedding.md"}) {
+    int compared = 0;
+    for (const Block& block : blocksOf(document)) {
+      if (block.language != "cpp")
+        continue;
+      EXPECT_NE(example.find(block.text), std::string::npos) << document << ":" << block.line;
+      ++compared;
+    }
+    EXPECT_GT(compared, 0) << document;
+  }
+}
+
+}  // namespace

@@ -1,0 +1,44 @@
+// The example of embedding, built in and run with other standard streams.
+#define main embeddedMain
+#include "examples/embed/minimal.cpp"
+#undef main
+
+#include "Process.h"
+
+#include <gtest/gtest.h>
+#include <sstream>
+
+namespace {
+
+Outcome runEmbedded(std::string library, const std::string& input)
+{
+  std::istringstream in(input);
+  std::ostringstream out;
+  std::ostringstream err;
+  std::streambuf* const former[] = {std::cin.rdbuf(in.rdbuf()), std::cout.rdbuf(out.rdbuf()),
+                                    std::cerr.rdbuf(err.rdbuf())};
+  std::string program = "minimal";
+  char* arguments[] = {program.data(), library.data(), nullptr};
+  const int status = embeddedMain(2, arguments);
+  std::cin.rdbuf(former[0]);
+  std::cout.rdbuf(former[1]);
+  std::cerr.rdbuf(former[2]);
+  return {status, out.str(), err.str()};
+}
+
+// Twice in one process, with a failing start between: each run must leave nothing behind.
+TEST(Embed, MinimalProgramRunsAgainAndAgain)
+{
+  const std::string text = "PALETTE: Old\nEND\nPALETTE: New\n  Scheme = Heat\nEND\n> delete Old\n";
+  const Outcome expected{0, "PALETTE:New\n  Blending = Smooth\n  Option = Scheme\n  Scheme = Heat\nEND\n",
+                         ""};
+  EXPECT_EQ(runEmbedded(sourceDir() + "/share/ksl", text), expected);
+  EXPECT_EQ(
+      runEmbedded(makeFile("faulty.ksl", "RULES:\nTHING: a\nEND\nEND\n"), text),
+      (Outcome{
+          1, "",
+          "error[4] KSLRules::process: KSL type 'THING' is not one of PARAMETER, OBJECT or SINGLETON.\n"}));
+  EXPECT_EQ(runEmbedded(sourceDir() + "/share/ksl", text), expected);
+}
+
+}  // namespace
