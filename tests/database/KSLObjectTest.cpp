@@ -362,6 +362,23 @@ TEST_F(KSLObjectTest, FailingObserverLeavesParametersAsTheyWere)
   PrototypeEditor(*object).addParameter(std::move(param));  // refused ones carry no observer
 }
 
+// A foreign observer of one parameter keeps it; the object's own gets nothing.
+TEST_F(KSLObjectTest, RefusedRegistrationDisturbsNobody)
+{
+  struct Foreign : ParamDefinition::NotifyChange {
+    void paramChanged(ParamDefinition*) override { ++calls; }
+    int calls = 0;
+  } foreign;
+  auto object = makeObject("", "A", "x", {{"p"}, {"q"}});
+  PrototypeEditor(*object).findParam("q")->setNotifyChange(&foreign);
+  Listener listener;
+  EXPECT_EQ(errorOf([&] { object->registerObjectChangeNotify(&listener); }).getFunction(), "setNotifyChange");
+  object->setValue("p", "1");
+  object->setValue("q", "1");
+  EXPECT_EQ(listener.take(), "");
+  EXPECT_EQ(foreign.calls, 1);
+}
+
 TEST_F(KSLObjectTest, SetValueRecordsWhatUndoNeeds)
 {
   auto object = makeObject("/P:p", "A", "x", {{"on", "Logical", "True"}, {"text", "String", "old"}});
@@ -450,6 +467,19 @@ TEST_F(KSLObjectTest, DeletedObjectsLeaveTheListsThatNameThem)
             "/U:u List: /A:a, a , /B:b/A:a,b -> /B:b/A:a\n/U:u Other: /B:b -> \n");
   EXPECT_EQ(render(updates.getInternalChanges(&model)), "/U:u Other: /B:b -> a,c\n");
   a->delDependent(user, user->getParam("List"));
+
+  auto rules = std::make_unique<ParamDefinition::Rules>();
+  rules->name = "Remote";
+  rules->defaultValue = "a,b";
+  rules->remotePath = "/B:b";
+  PrototypeEditor(*static_cast<DataKSLObject*>(user))
+      .addParameter(
+          std::make_unique<ParamDefinition>(refcnt_ptr<const ParamDefinition::Rules>(rules.release())));
+  KSLObject* const inner = db().getObjectByPath("/B:b/A:a");
+  inner->addDependent(user, user->getParam("Remote"));
+  DependentUpdates more;
+  inner->addToDependentUpdates(&more);
+  EXPECT_EQ(render(more.getExternalChanges(&model)), "/U:u Remote: a,b -> b\n");
   EXPECT_TRUE(a->getDependents().empty());
 }
 

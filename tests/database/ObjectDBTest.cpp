@@ -102,15 +102,19 @@ TEST_F(ObjectDBTest, FailingObserverStopsDeletionAtABeginOnly)
     add("", "P", "p");
     add("/P:p", "A", "a");
     add("/P:p", "B", "b");
+    add("/P:p/B:b", "C", "c");
     listener.take();
   };
   build();
-  listener.failAt = 3;  // the begin of B:b
-  EXPECT_EQ(errorOf([] { db().deleteObject("/P:p"); }).getMessage(), "begin /P:p/B:b pending");
-  EXPECT_EQ(listener.take(), "begin /P:p pending\nbegin /P:p/A:a pending\nend /P:p/A:a\nend /P:p kept\n");
-  EXPECT_EQ(db().getAllObjectPaths(), (std::vector<std::string>{"/P:p", "/P:p/B:b"}));
+  listener.failAt = 4;  // the begin of C:c
+  EXPECT_EQ(errorOf([] { db().deleteObject("/P:p"); }).getMessage(), "begin /P:p/B:b/C:c pending");
+  EXPECT_EQ(listener.take(),
+            "begin /P:p pending\nbegin /P:p/A:a pending\nend /P:p/A:a\nbegin /P:p/B:b pending\n"
+            "end /P:p/B:b kept\nend /P:p kept\n");
+  EXPECT_EQ(db().getAllObjectPaths(), (std::vector<std::string>{"/P:p", "/P:p/B:b", "/P:p/B:b/C:c"}));
   EXPECT_TRUE(db().getNamesPendingDeletion("ALL OBJECTS").empty());
   EXPECT_TRUE(db().getNamesPendingDeletion("/P:p", "B").empty());
+  EXPECT_TRUE(db().getNamesPendingDeletion("/P:p/B:b", "C").empty());
 
   db().deleteObject("/P:p");
   build();
