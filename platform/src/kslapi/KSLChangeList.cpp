@@ -76,7 +76,7 @@ namespace {
 // Chunk k begins at firstChunk * (2^k - 1) while chunks double, and every chunk has lastChunk places from
 // then on.
 constexpr std::size_t firstChunk = 4;
-constexpr std::size_t doublings = 8;
+constexpr std::size_t doublings = 6;
 constexpr std::size_t lastChunk = firstChunk << doublings;
 constexpr std::size_t doubledPart = firstChunk * ((std::size_t(1) << doublings) - 1);
 
