@@ -1,0 +1,220 @@
+// The actions update, undo, redo, getstate and delete.
+#include "platform/ORVError.h"
+#include "database/ObjectDB.h"
+#include "database/ObjectFactory.h"
+#include "actions/DeleteExecutor.h"
+#include "actions/DeletionFilterIF.h"
+#include "actions/GetStateExecutor.h"
+#include "actions/RedoExecutor.h"
+#include "actions/UndoExecutor.h"
+#include "actions/UpdateExecutor.h"
+#include "tests/support/TestSystem.h"
+#include "tests/support/thrown.h"
+
+#include <algorithm>
+#include <gtest/gtest.h>
+#include <iostream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+namespace orv {
+namespace {
+
+using Words = std::vector<std::string>;
+
+class SmallActions : public testing::Test {
+ protected:
+  // What the text prints.
+  std::string printed(const std::string& text)
+  {
+    std::ostringstream out;
+    std::streambuf* former = std::cout.rdbuf(out.rdbuf());
+    const ScopeGuard restore([former] { std::cout.rdbuf(former); });
+    system.run(text);
+    return out.str();
+  }
+  TestSystem system;
+};
+
+TEST_F(SmallActions, CheckTheirWords)
+{
+  UpdateExecutor update(&system.executive());
+  UndoExecutor undo(&system.executive());
+  RedoExecutor redo(&system.executive());
+  GetStateExecutor getState;
+  DeleteExecutor deletion;
+  const std::pair<ActionExecutor*, const char*> all[] = {{&update, "UpdateExecutor"},
+                                                         {&undo, "UndoExecutor"},
+                                                         {&redo, "RedoExecutor"},
+                                                         {&getState, "GetStateExecutor"},
+                                                         {&deletion, "DeleteExecutor"}};
+  for (const auto& [executor, name] : all) {
+    ActionExecutor* const one = executor;
+    EXPECT_EQ(thrown<internal::badParam>([&] { one->invoke({}); }),
+              ErrorMsg(name, "invoke", "Input parameter p_action is empty.", 4));
+    EXPECT_EQ(thrown<internal::badParam>([&] {
+                one->invoke({"Update", "x"});
+              }),
+              ErrorMsg(name, "invoke", std::string("Action 'Update' cannot be handled by ") + name + ".", 4));
+  }
+  EXPECT_EQ(thrown<ksl::invalid>([&] { deletion.invoke({"delete"}); }),
+            ErrorMsg("DeleteExecutor", "invoke",
+                     "Action 'delete' requires at least 1 argument(s). Received 0 argument(s).", 4));
+  for (const Words& words : {Words{"s"}, Words{"getstate", "a", "b"}})
+    EXPECT_EQ(thrown<ksl::invalid>([&] { getState.invoke(words); }).getMessage(),
+              "Action 'getstate' requires 1 argument(s). Received " + std::to_string(words.size() - 1)
+                  + " argument(s).");
+  UpdateExecutor lost(nullptr);
+  EXPECT_EQ(thrown<internal::error>([&] { lost.invoke({"update"}); }),
+            ErrorMsg("UpdateExecutor", "invoke", "Pointer to Executive not set.", 4));
+}
+
+TEST_F(SmallActions, UpdateTakesTheChangesOnce)
+{
+  ActionExecutor* update = system.actions().getExecutor("update");
+  system.text()->loadKSLData({"A: a", "x = 1", "END"});
+  update->invoke({"update", "other", "noaction"});
+  EXPECT_EQ(system.state(), "");
+  update->invoke({"update"});
+  EXPECT_EQ(system.state(), "") << "the changes were taken";
+  system.text()->loadKSLData({"A: a", "x = 2", "y = 1"});
+  update->invoke({"update", "whatever"});
+  EXPECT_EQ(system.state(), "A:a\n  y = 1\nEND\n");
+  EXPECT_TRUE(system.text()->getKSLChangeList()->empty());
+}
+
+TEST_F(SmallActions, UndoIsRefusedWhileASessionIsReplayed)
+{
+  system.run("A: a\nEND");
+  system.run("FILE PROCESSING:\nProcessing Mode = Session\nEND");
+  system.run("> redo");
+  EXPECT_EQ(system.errors(), "warning[8] KSLInterface::getHistoryChanges: Nothing to redo.");
+  system.run("> undo");
+  EXPECT_EQ(
+      system.errorList(),
+      std::vector{ErrorMsg("UndoExecutor", "invoke",
+                           "Undo is not supported in a session file.\nIt is recommended that you restart the "
+                           "application\nas the current state is unknown.",
+                           4)});
+  EXPECT_EQ(system.undoSteps().front(), '2');
+  system.run("FILE PROCESSING:\nProcessing Mode = State\nEND\n> undo\n> undo\n> undo");
+  EXPECT_EQ(system.errors() + system.state(), "");
+}
+
+TEST_F(SmallActions, GetStatePrintsAnObject)
+{
+  system.run("A: a\nx = 1\nB: b\ny = 2\nEND\nEND\nCUT: a\nOption = Plane\nEND\nVIEW:\nEND\nA: c d\nEND");
+  const auto text = [](const std::string& name) { return ObjectDB::instance()->getState({name}) + "\n"; };
+  const std::pair<const char*, const char*> cases[] = {
+      {"> getstate /A:a", "/A:a"}, {"> s A:a # x", "/A:a"},    {">s /A:a//B:b/", "/A:a/B:b"},
+      {"> s VIEW", "/VIEW"},       {"> getstate  c d", "c d"}, {"> s /CUT:a", "/CUT:a"},
+  };
+  for (const auto& [line, path] : cases) {
+    EXPECT_EQ(printed(line), text(path)) << line;
+    EXPECT_EQ(system.errors(), "") << line;
+  }
+  EXPECT_NE(printed("> s /A:a").find("A:a\n  x = 1\n  B:b\n    y = 2\n  END\nEND\n"), std::string::npos);
+  EXPECT_EQ(printed("> s /A:none"), "\n");
+  EXPECT_EQ(system.errorList(),
+            std::vector{ErrorMsg("ObjectDB", "getState", "Object '/A:none' does not exist.", 8)});
+  EXPECT_EQ(printed("> s a"), "");
+  EXPECT_EQ(system.errors(), "error[4] ObjectDB::getObjectByName: Object name a is ambiguous.");
+}
+
+// ------------------------------------------------------------------------------------------------------------- delete
+
+class Deletion : public SmallActions {
+ protected:
+  // Deletes in a fresh tree and tells the paths that are left.
+  std::string left(const std::string& arguments)
+  {
+    system.run(
+        "&replace A: a\nx = 1\nB: b\nC: c\nEND\nEND\nB: d\nEND\nEND\n&replace A: e f\nEND\n"
+        "&replace VIEW:\nEND\n&replace CUT: a\nOption = Plane\nEND");
+    EXPECT_EQ(system.errors(), "");
+    system.run("> delete " + arguments);
+    system.expectConsistent();
+    std::string paths;
+    for (const std::string& path : ObjectDB::instance()->getAllObjectPaths())
+      paths += path + " ";
+    return paths;
+  }
+};
+
+TEST_F(Deletion, TakesPathsAndNames)
+{
+  const std::string all = "/A:a /A:a/B:b /A:a/B:b/C:c /A:a/B:d /A:e f /CUT:a /VIEW ";
+  const std::pair<const char*, const char*> cases[] = {
+      {"/A:a", "/A:e f /CUT:a /VIEW "},
+      {"/A:a/B:b/, /A:a//B:d", "/A:a /A:e f /CUT:a /VIEW "},
+      {"/A:a/B:b/C:c, /A:a, /A:a, /A:a/B:b", "/A:e f /CUT:a /VIEW "},
+      {"e f, VIEW", "/A:a /A:a/B:b /A:a/B:b/C:c /A:a/B:d /CUT:a "},
+      {"nobody, /A:none, , b, A:a", all.c_str()},
+      {"/", all.c_str()},
+      {"/, /VIEW # gone", "/A:a /A:a/B:b /A:a/B:b/C:c /A:a/B:d /A:e f /CUT:a "},
+  };
+  for (const auto& [arguments, paths] : cases) {
+    EXPECT_EQ(left(arguments), paths) << arguments;
+    EXPECT_EQ(system.errors(), "") << arguments;
+  }
+  EXPECT_EQ(left("/VIEW, a"), all) << "an ambiguous name fails the whole command";
+  EXPECT_EQ(system.errors(), "error[4] ObjectDB::getObjectByName: Object name a is ambiguous.");
+}
+
+TEST_F(Deletion, AsksTheFilterBeforeChildrenFallTogether)
+{
+  class Filter : public DeletionFilterIF {
+   public:
+    std::string seen;
+    void filter(std::vector<std::string>& paths) override
+    {
+      for (const std::string& path : paths)
+        seen += path + " ";
+      paths.erase(std::remove(paths.begin(), paths.end(), "/A:a/B:b"), paths.end());
+      paths.erase(std::remove(paths.begin(), paths.end(), "/VIEW"), paths.end());
+    }
+  } filter;
+  DeleteExecutor executor(&filter);
+  system.registerAction("guarded", [&](Words words) {
+    words.front() = "delete";
+    executor.invoke(words);
+  });
+  left("nobody");
+  system.run("> guarded /A:a/B:b, VIEW");
+  EXPECT_EQ(filter.seen, "/A:a/B:b /VIEW ");
+  EXPECT_EQ(system.undoSteps().front(), '1');
+  system.run("> guarded /A:a/B:b, /A:a");
+  EXPECT_EQ(system.state().find("A:a"), std::string::npos) << "a protected child goes with its parent";
+  EXPECT_EQ(system.errors(), "");
+}
+
+TEST_F(Deletion, RefreshesTheViewWhenTheHostCan)
+{
+  left("nobody");
+  system.viewActions();
+  system.run("> delete /A:a");
+  EXPECT_EQ(system.viewActions(), "setViewportView, cmd=update");
+
+  ActionFactory bare;  // a host without a viewer
+  bare.registerExecutor("update", new UpdateExecutor(&system.executive()));
+  bare.registerExecutor("delete", new DeleteExecutor);
+  system.executive().setActionFactory(&bare);
+  system.run("> delete VIEW");
+  EXPECT_EQ(system.errors() + system.viewActions(), "");
+  EXPECT_EQ(system.state().find("VIEW"), std::string::npos);
+  system.executive().setActionFactory(&system.actions());
+}
+
+TEST_F(Deletion, WarnsOfWhatTheStoreDoesNotKnow)
+{
+  system.run("A: a\nEND");
+  ObjectDB::instance()->addObject(ObjectFactory::instance()->createObject("", "A", "made"));
+  system.run("> delete made, a");
+  EXPECT_EQ(system.errorList(),
+            std::vector{ErrorMsg("DeleteExecutor", "invoke", "KSL data '/A:made' does not exist.", 8)});
+  EXPECT_EQ(system.state(), "A:made\nEND\n");
+}
+
+}  // namespace
+}  // namespace orv

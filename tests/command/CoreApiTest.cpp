@@ -1,0 +1,167 @@
+// The front door: what is told to observers, and what they may do.
+#include "command/KSLCoreAPI.h"
+#include "tests/support/TestSystem.h"
+#include "tests/support/thrown.h"
+
+#include <gtest/gtest.h>
+#include <string>
+
+namespace orv {
+namespace {
+
+class CoreApi : public testing::Test {
+ protected:
+  CoreApi()
+  {
+    system.registerAction("fail", [](const auto&) { throw data::invalid("Test", "fail", "failed"); });
+    system.registerAction("nest", [this](const auto&) { system.run("A: n\nx = 1\nEND"); });
+    system.run("A: k\nx = 0\nEND");
+    system.notifications();
+  }
+  std::string told(const char* text, kslUpdateMode mode = kslUpdateDefault)
+  {
+    system.run(text, mode);
+    return system.notifications();
+  }
+  TestSystem system;
+};
+
+TEST_F(CoreApi, TellsTheCourseOfACommand)
+{
+  const std::pair<const char*, const char*> cases[] = {
+      {"A: a\nx = 1\nEND", "0 4 5 16 1"},
+      {"A: a\nx = 1\nEND", "0 16 1"},
+      {"# nothing", "0 16 1"},
+      {"\n", "0 16 1"},
+      {"A: a\nx = 2\nEND\nA: b\nEND\n", "0 4 5 4 5 16 1"},
+      {"> nest", "0 0 4 5 1 16 1"},
+      {"> delete a", "0 0 4 5 1 0 1 16 1"},
+      {"> delete nobody", "0 0 1 0 1 16 1"},
+      {"> undo", "0 4 5 16 1"},
+      {"> redo", "0 4 5 16 1"},
+      {"> redo", "0 16 1"},
+      {"> fail", "0 12 13 1"},
+      {"A: a\nq = 1\nEND", "0 12 4 5 13 1"},
+      {"A: a\nx = 1\nEND\n> fail", "0 4 5 12 4 5 13 1"},
+      {"A: a\nEND\n> nest\nA: q\nq = 1\nEND", "0 4 5 0 1 12 4 5 13 1"},
+      {"> undo\n> fail", "0 4 5 14 4 5 15 1"},
+      {"A: z\nEND\n> undo\n> redo\n> fail", "0 4 5 4 5 4 5 12 4 5 13 1"},
+  };
+  for (const auto& [text, types] : cases)
+    EXPECT_EQ(told(text), types) << text;
+  EXPECT_EQ(told("A: b\nx = 9\nEND\nA: k\nx = 1\nEND", kslUpdateAtEnd), "0 4 5 16 1");
+  EXPECT_EQ(told("A: k\nx = 2\nEND", kslUpdateNoAction), "0 16 1");
+  system.errorList();
+}
+
+TEST_F(CoreApi, ObserversThatThrow)
+{
+  struct Case {
+    int type;
+    const char* text;
+    const char* told;
+    const char* errors;
+    bool done;  // the command took effect
+  };
+  const char* const failed = "error[4] Test::fail: failed";
+  const char* const thrownInAction =
+      "error[1] KSLInterface::invoke: Operation failed. (System exception string: out)";
+  const char* const thrownInParse =
+      "error[1] KSLInterface::parseKSL: Operation failed. (System exception string: out)";
+  const Case cases[] = {
+      {1, "A: k\nx = 1\nEND", "0 4 5 16 1", "", true},
+      {5, "A: k\nx = 1\nEND", "0 4 5 16 1", "", true},
+      {4, "A: k\nx = 1\nEND", "0 4 5 12 4 5 13 1", thrownInAction, false},
+      {16, "A: k\nx = 1\nEND", "0 4 5 16 12 4 5 13 1", thrownInParse, false},
+      {12, "A: k\nx = 1\nEND\n> fail", "0 4 5 12 4 5 13 1", failed, false},
+      {13, "A: k\nx = 1\nEND\n> fail", "0 4 5 12 4 5 13 1", failed, false},
+      {14, "> undo\n> fail", "0 4 5 14 4 5 15 1", failed, false},
+      {15, "> undo\n> fail", "0 4 5 14 4 5 15 1", failed, false},
+  };
+  for (const Case& entry : cases) {
+    SCOPED_TRACE(entry.type);
+    system.onNotification = nullptr;
+    system.run("A: k\nx = 0\nEND\nA: u\nx = " + std::to_string(entry.type) + "\nEND");
+    const std::string before = system.state();
+    system.notifications();
+    bool armed = true;
+    system.onNotification = [&, type = entry.type](int now) {
+      if (std::exchange(armed, armed && now != type) && now == type)
+        throw std::string("out");
+    };
+    EXPECT_EQ(told(entry.text), entry.told);
+    EXPECT_EQ(system.errors(), entry.errors);
+    EXPECT_EQ(system.state() != before, entry.done);
+    system.expectConsistent();
+  }
+}
+
+TEST_F(CoreApi, AnObserverThatRefusesTheTextIsItsCallersToHear)
+{
+  bool refuse = true;
+  system.onNotification = [&](int type) {
+    if (type == 0 && std::exchange(refuse, false))
+      throw data::invalid("Test", "observe", "refused");
+  };
+  EXPECT_EQ(thrown<data::invalid>([&] { told("A: k\nx = 1\nEND"); }),
+            ErrorMsg("Test", "observe", "refused", 4));
+  EXPECT_EQ(system.notifications(), "0 1");
+  EXPECT_EQ(system.state(), "A:k\n  x = 0\nEND\n");
+  EXPECT_EQ(told("A: k\nx = 1\nEND"), "0 4 5 16 1");
+
+  int count = 0;
+  system.onNotification = [&](int type) {
+    if (type == 0 && ++count == 2)
+      throw data::invalid("Test", "observe", "refused");
+  };
+  EXPECT_EQ(told("A: k\nx = 2\nEND\n> nest"), "0 4 5 0 1 12 4 5 13 1");
+  EXPECT_EQ(system.errors(), "error[4] Test::observe: refused");
+  EXPECT_EQ(system.state(), "A:k\n  x = 1\nEND\n");
+}
+
+TEST_F(CoreApi, RefusesEmptyTextsBeforeAnybodyIsTold)
+{
+  const auto empty = [&] { system.run(""); };
+  EXPECT_EQ(thrown<internal::badParam>(empty),
+            ErrorMsg("KSLCoreAPI", "processKSL", "Input parameter p_KSLStr is empty.", 4));
+  EXPECT_THROW(KSLCoreAPI::instance()->externalProcessKSL({}), internal::badParam);
+  system.registerAction("empty", [&](const auto&) { empty(); });
+  EXPECT_EQ(system.errors(), "");
+  EXPECT_EQ(told("> empty"), "0 12 13 1");
+  EXPECT_EQ(system.errorList(),
+            std::vector{ErrorMsg("KSLCoreAPI", "processKSL", "Input parameter p_KSLStr is empty.", 32)});
+}
+
+TEST_F(CoreApi, UsersTextsTakeTheExternalMode)
+{
+  KSLCoreAPI* api = KSLCoreAPI::instance();
+  api->externalProcessKSL({"A: k", "x = 1", "END", "A: k", "x = 2", "END"});
+  EXPECT_EQ(system.notifications(), "0 4 5 4 5 16 1");
+  api->setExternalKslUpdateMode(kslUpdateAtEnd);
+  api->externalProcessKSL({"A: k", "x = 3", "END", "A: k", "x = 4", "END"});
+  EXPECT_EQ(system.notifications(), "0 4 5 16 1");
+  EXPECT_EQ(system.state(), "A:k\n  x = 4\nEND\n") << "the update stands on a line of its own";
+  api->externalProcessKSL({"> fail"});
+  EXPECT_EQ(system.errors(), "error[4] Test::fail: failed");
+  api->setExternalKslUpdateMode(kslUpdateNoAction);
+  api->externalProcessKSL({"A: k", "x = 5", "END", "A: l", "END"});
+  EXPECT_EQ(system.notifications(), "0 12 13 1 0 16 1");
+  EXPECT_EQ(system.state(), "A:k\n  x = 5\nEND\n");
+}
+
+TEST_F(CoreApi, ValidationStopsBeforeObjectsAreTouched)
+{
+  KSLCoreAPI::instance()->setValidationEnabled(true);
+  system.run("A: k\nx = 1\nEND\nA: k\nx = 2\nq = 3\nEND");
+  EXPECT_EQ(system.errors(),
+            "error[4] KSLAPI::validateKSLData: Parameter 'q' is not defined for object type 'A'.");
+  EXPECT_EQ(system.state(), "A:k\n  x = 0\nEND\n");
+  system.expectConsistent();
+  system.run("NONE: n\nEND");
+  EXPECT_EQ(system.errors(), "error[4] KSLAPI::validateKSLData: Object type 'NONE' is not defined.");
+  system.run("CUT: c\nOption = Sphere\nRadius = 2 [m]\nCache = 1\nEND\nA: k\nx = 1\nEND\n> undo\n> redo");
+  EXPECT_EQ(system.errors(), "");
+}
+
+}  // namespace
+}  // namespace orv

@@ -1,0 +1,271 @@
+// Undo and redo of what went well.
+#include "command/HistoryStack.h"
+#include "tests/support/TestSystem.h"
+
+#include <gtest/gtest.h>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace orv {
+namespace {
+
+const char* const tree = R"(A: a
+  x = 1
+  B: b
+    y = 2
+    C: c
+      z = 3
+    END
+    C: d
+    END
+  END
+  B: e
+  END
+  y = 2
+END
+A: k
+  x = 0
+END
+)";
+
+const ErrorMsg nothingToUndo("KSLInterface", "getHistoryChanges", "Nothing to undo.", 8);
+const ErrorMsg nothingToRedo("KSLInterface", "getHistoryChanges", "Nothing to redo.", 8);
+
+// What stands after each step of a road through the history, to be compared on the way back.
+class History : public testing::Test {
+ protected:
+  struct Stop {
+    std::string state;
+    std::string store;
+    bool operator==(const Stop&) const = default;
+    friend void PrintTo(const Stop& stop, std::ostream* out)
+    {
+      *out << stop.state << "-----\n" << stop.store;
+    }
+  };
+  Stop stop()
+  {
+    system.expectConsistent();
+    EXPECT_EQ(system.errors(), "");
+    return {system.fullState(), system.store()};
+  }
+  Stop after(const char* text)
+  {
+    system.run(text);
+    return stop();
+  }
+  TestSystem system;
+};
+
+TEST_F(History, GoesThereAndBack)
+{
+  // By actions in texts, and as a host does it.
+  const std::function<void()> ways[][2] = {
+      {[&] { system.run("> undo"); }, [&] { system.run(">redo"); }},
+      {[&] { system.undo(); }, [&] { system.redo(); }},
+      {[&] { system.interface()->doAction("undo"); }, [&] { system.interface()->doAction("redo"); }},
+  };
+  const char* const texts[] = {
+      tree,
+      "> delete /A:a/B:b",
+      "A: a\nx = 2\nx = 3\nz =\nB: b\ny = 4\nEND\nEND",
+      "&replace A: k\nB: new\nEND\nEND\nVIEW:\nZoom = 3\nEND",
+      "> delete /A:a, /VIEW, k",
+      "CUT: c\nOption = Sphere\nLayers =\nCache = 5\nCuts = o\nEND\nCUT: o\nLABEL:\nText = l\nEND\nEND",
+      "CUT: c\nOption = Plane\nOffset = 3 [mm]\nEND\nA: k\nx = 1\nEND\n> delete k\nA: k\ny = 1\nEND",
+  };
+  for (const auto& way : ways) {
+    std::vector<Stop> stops{stop()};
+    for (const char* text : texts)
+      stops.push_back(after(text));
+    for (int round = 0; round < 2; ++round) {
+      // Deleted objects come back behind their siblings, so order is compared from the second round on.
+      std::vector<Stop> back{stop()};
+      for (std::size_t i = stops.size() - 1; i-- > 0;) {
+        way[0]();
+        back.push_back(stop());
+        EXPECT_EQ(back.back().state.size(), stops[i].state.size()) << i;
+      }
+      EXPECT_EQ(back.back(), stops.front());
+      EXPECT_EQ(system.undoSteps(), "0");
+      for (std::size_t i = 1; i < stops.size(); ++i) {
+        way[1]();
+        EXPECT_EQ(stop().state.size(), stops[i].state.size()) << i;
+      }
+      EXPECT_EQ(system.redoSteps(), "0");
+    }
+    for (std::size_t i = 1; i < stops.size(); ++i)
+      way[0]();
+    EXPECT_EQ(stop(), stops.front());
+    system.interface()->clearUndoStacks();
+  }
+}
+
+TEST_F(History, OfADefinitionAndItsDeletion)
+{
+  const Stop nothing = stop();
+  const Stop defined = after(tree);
+  EXPECT_EQ(
+      defined.state,
+      "A:a\n  x = 1\n  y = 2\n  B:b\n    y = 2\n    C:c\n      z = 3\n    END\n    C:d\n    END\n  END\n"
+      "  B:e\n  END\nEND\nA:k\n  x = 0\nEND\n");
+  const Stop deleted = after("> delete /A:a");
+  EXPECT_EQ(deleted.state, "A:k\n  x = 0\nEND\n");
+  EXPECT_EQ(system.undoSteps(), "2 (9)");
+
+  const std::string a = "A:a\n" + defined.state.substr(4, defined.state.find("A:k") - 4);
+  EXPECT_EQ(after("> undo").state, deleted.state + a) << "last among its siblings, inside as it was";
+  EXPECT_EQ(after("> undo"), nothing);
+  EXPECT_EQ(system.undoSteps() + system.redoSteps(), "02 (11)");
+  EXPECT_EQ(after("> redo"), defined);
+  EXPECT_EQ(after("> redo"), deleted);
+  EXPECT_EQ(system.undoSteps() + system.redoSteps(), "2 (9)0");
+}
+
+TEST_F(History, KeepsEmptyBlocks)
+{
+  const Stop defined = after("A: a\nB: b\nEND\nB: c\nEND\nEND\nVIEW:\nEND");
+  EXPECT_EQ(defined.state, "A:a\n  B:b\n  END\n  B:c\n  END\nEND\nVIEW:\n  Zoom = 1\nEND\n");
+  after("> delete /A:a");
+  EXPECT_EQ(after("> undo").state, defined.state);
+  after("> undo");
+  EXPECT_EQ(after("> redo"), defined);
+}
+
+TEST_F(History, OneTextIsOneStepAndNoChangeIsNone)
+{
+  after("A: a\nx = 1\nEND\nA: b\nx = 1\nEND\n> delete /A:b\nA: a\nx = 2\nEND");
+  EXPECT_EQ(system.undoSteps(), "1 (7)");
+  after("A: c\nEND");
+  system.undo();
+  EXPECT_EQ(system.redoSteps(), "1 (1)");
+  for (const char* same : {"A: a\nx = 2\nEND", "> update", "# note", "> delete nobody", "\n"})
+    after(same);
+  EXPECT_EQ(system.undoSteps() + system.redoSteps(), "1 (7)1 (1)");
+  after("A: a\nx = 3\nEND");
+  EXPECT_EQ(system.undoSteps() + system.redoSteps(), "2 (1)0");
+  system.interface()->clearUndoStacks();
+  EXPECT_EQ(system.undoSteps(), "0");
+  EXPECT_EQ(stop().state, "A:a\n  x = 3\nEND\n");
+}
+
+TEST_F(History, SaysWhenThereIsNothing)
+{
+  system.undo();
+  system.redo();
+  system.run("> undo\n> redo");
+  EXPECT_EQ(system.errorList(), (std::vector{nothingToUndo, nothingToRedo, nothingToUndo, nothingToRedo}));
+  EXPECT_EQ(system.undoSteps() + system.redoSteps(), "00");
+
+  const Stop defined = after("A: a\nEND");
+  after("> undo");
+  system.run("> undo\n> redo");  // the undo that did nothing hides no step
+  EXPECT_EQ(system.errorList(), std::vector{nothingToUndo});
+  EXPECT_EQ(stop(), defined);
+  EXPECT_EQ(system.undoSteps() + system.redoSteps(), "1 (1)0");
+}
+
+TEST_F(History, SeveralStepsInOneText)
+{
+  const Stop nothing = stop();
+  after("A: a\nx = 1\nEND");
+  after("A: a\nx = 2\nB: b\nEND\nEND");
+  const Stop third = after("> delete /A:a\nA: a\ny = 1\nEND");
+  EXPECT_EQ(after("> undo\n> undo\n> undo"), nothing);
+  EXPECT_EQ(system.redoSteps().substr(0, 2), "1 ") << "what one text undid is one step";
+  EXPECT_EQ(after("> redo"), third);
+  EXPECT_EQ(after("> undo"), nothing);
+  EXPECT_EQ(after("> redo"), third);
+}
+
+TEST_F(History, WhatFollowsAnUndoInOneTextIsTakenBackByTheRedo)
+{
+  const Stop before = after("A: a\nx = 1\nEND");
+  const Stop mixed = after("> undo\nA: b\nx = 1\nEND");
+  EXPECT_EQ(mixed.state, "A:b\n  x = 1\nEND\n");
+  EXPECT_EQ(system.undoSteps() + system.redoSteps(), "01 (4)");
+  EXPECT_EQ(after("> redo"), before);
+  EXPECT_EQ(after("> undo"), mixed);
+}
+
+TEST_F(History, TellsItsMode)
+{
+  std::string modes;
+  system.registerAction("mode", [&](const auto&) { modes += system.interface()->getUndoModeString() + ";"; });
+  after("A: a\nEND\n> mode");
+  after("> undo\n> mode\n> redo\n> mode");
+  after("> mode");
+  system.onNotification = [&](int type) {
+    if (type == 4)
+      modes += system.interface()->getUndoModeString() + ";";
+  };
+  system.run("A: b\nEND\nA: c\nq = 1\nEND");
+  EXPECT_EQ(modes, "NORMAL;UNDO;REDO;NORMAL;NORMAL;ERROR RECOVERY;");
+  EXPECT_EQ(system.interface()->getUndoModeString() + KSLInterface::getUndoModeString(4)
+                + KSLInterface::getUndoModeString(5),
+            "NORMALERROR RECOVERY REDOUNKNOWN");
+}
+
+TEST_F(History, NoActionUpdatesRecordWhatTheyLeaveOut)
+{
+  const Stop before = after("A: k\nx = 0\nB: gone\nEND\nEND");
+  system.run("A: k\nx = 9\ny = 1\nEND\nA: n\nx = 1\nEND\n&replace A: r\nEND", kslUpdateNoAction);
+  EXPECT_EQ(system.errors(), "");
+  EXPECT_EQ(system.state(), "A:k\n  x = 9\n  y = 1\n  B:gone\n  END\nEND\n");
+  EXPECT_NE(system.store().find("A: n\n  x = 1\n"), std::string::npos);
+  EXPECT_EQ(system.undoSteps(), "2 (5)");
+  EXPECT_EQ(after("> undo"), before);
+  EXPECT_EQ(after("> redo").state,
+            "A:k\n  x = 9\n  y = 1\n  B:gone\n  END\nEND\nA:n\n  x = 1\nEND\nA:r\nEND\n");
+}
+
+TEST_F(History, NoActionDeletionsAreHarmless)
+{
+  after("A: k\nx = 0\nEND");
+  system.run("A: n\nx = 1\nEND", kslUpdateNoAction);
+  system.text()->deleteObj("/A:n");
+  system.text()->deleteObj("/A:k");
+  system.run("> update noaction");
+  EXPECT_EQ(system.errors(), "");
+  EXPECT_EQ(system.state(), "A:k\n  x = 0\nEND\n");
+  EXPECT_EQ(system.store(), "");
+  for (const char* step : {"> undo", "> undo", "> undo", "> redo", "> redo", "> redo"})
+    after(step);
+}
+
+// ------------------------------------------------------------------------------------------------------- modifiers
+
+class Dropper : public ChangeListModifierIF {
+ public:
+  explicit Dropper(int& alive) : m_alive(alive) { ++m_alive; }
+  ~Dropper() override { --m_alive; }
+  bool modify(KSLChange& change) override { return change.path.str() != "/A:secret"; }
+
+ private:
+  int& m_alive;
+};
+
+TEST_F(History, AModifierDecidesWhatIsRemembered)
+{
+  int alive = 0;
+  KSLInterface* owner = system.interface();
+  auto* modifier = new Dropper(alive);
+  owner->registerChangeListModifier(modifier);
+  owner->registerChangeListModifier(modifier);
+  EXPECT_EQ(alive, 1);
+  after("A: secret\nx = 1\nEND\nA: secret\nx = 2\nEND");
+  EXPECT_EQ(system.undoSteps(), "0") << "a step without changes is none";
+  after("A: secret\nx = 3\nEND\nA: a\nx = 1\nEND\nA: secret\nx = 4\nEND");
+  EXPECT_EQ(system.undoSteps(), "1 (2)");
+  owner->registerChangeListModifier(new Dropper(alive));
+  EXPECT_EQ(alive, 1);
+  system.registerAction("forget", [&](const auto&) { owner->registerChangeListModifier(nullptr); });
+  after("A: b\nEND\n> forget\nA: secret\nx = 5\nEND");  // an open list lets go of its modifier
+  EXPECT_EQ(alive, 0);
+  EXPECT_EQ(system.undoSteps(), "2 (2)");
+  EXPECT_EQ(after("> undo").state, "A:secret\n  x = 4\nEND\nA:a\n  x = 1\nEND\n");
+}
+
+}  // namespace
+}  // namespace orv

@@ -1,0 +1,339 @@
+// What a failed text leaves behind: nothing.
+#include "tests/support/TestSystem.h"
+#include "tests/support/thrown.h"
+
+#include <gtest/gtest.h>
+#include <set>
+#include <string>
+#include <vector>
+
+namespace orv {
+namespace {
+
+const char* const failed = "error[4] Test::fail: failed";
+const char* const unstable =
+    "error[1] KSLInterface::parseHistory: An attempt to recover from a previous error has failed.\n"
+    "  The application is likely to be in an unstable state.";
+
+class Recovery : public testing::Test {
+ protected:
+  Recovery()
+  {
+    system.registerAction("fail", [](const auto&) { throw data::invalid("Test", "fail", "failed"); });
+    system.registerAction("nest", [this](const auto&) { system.run(nested); });
+    system.registerAction("clear", [this](const auto&) { system.interface()->clearUndoStacks(); });
+    prepare();
+  }
+  // Two steps to undo, one to redo.
+  void prepare()
+  {
+    system.run("> delete k, VIEW, r, n, a");
+    system.interface()->clearUndoStacks();
+    system.run("A: k\nx = 0\nB: l\ny = 1\nEND\nB: m\nEND\nEND");
+    system.run("A: k\nz = 1\nEND\nVIEW:\nZoom = 2\nEND");
+    system.run("A: k\nx = 1\nEND\nA: r\nEND");
+    system.run("> undo");
+    system.notifications();
+    EXPECT_EQ(system.errors(), "");
+    before = everything();
+    unorderedBefore = unordered();
+  }
+  // Objects with their parameters, each told with its path.
+  std::set<std::string> unordered() const
+  {
+    std::set<std::string> entries;
+    std::string path;
+    for (const std::string& line : StringUtilities::stringToVector(contents(), '\n')) {
+      const std::string text = StringUtilities::removeWhitespace(line);
+      if (text == "END")
+        path.erase(path.rfind('/'));
+      else if (text.find(':') < text.find('='))
+        path += "/" + text;
+      entries.insert(path + "|" + text);
+    }
+    return entries;
+  }
+  std::string contents() const { return system.fullState() + "-----\n" + system.store(); }
+  std::string everything() const { return contents() + system.undoSteps() + " " + system.redoSteps(); }
+  // Makes the next updates of objects fail, as often as given.
+  void failUpdates(int count)
+  {
+    system.onNotification = [count](int type) mutable {
+      if (type == 4 && count-- > 0)
+        throw std::string("no update");
+    };
+  }
+  // The system goes on as if nothing had been.
+  void expectSound()
+  {
+    system.onNotification = nullptr;
+    system.expectConsistent();
+    const std::string here = contents();
+    system.run("A: k\nx = 77\nEND");
+    EXPECT_NE(system.state().find("x = 77"), std::string::npos);
+    EXPECT_EQ(system.redoSteps(), "0");
+    system.undo();
+    EXPECT_EQ(contents(), here);
+    EXPECT_EQ(system.errors(), "");
+    EXPECT_EQ(system.interface()->getParseDepth(), 0);
+  }
+
+  TestSystem system;
+  std::string nested;
+  std::string before;
+  std::set<std::string> unorderedBefore;
+};
+
+const char* const noUpdate =
+    "error[1] KSLInterface::invoke: Operation failed. (System exception string: no update)";
+
+struct Case {
+  const char* name;
+  const char* text;
+  std::string error;
+  kslUpdateMode mode = kslUpdateDefault;
+  const char* nested = "";
+};
+
+const char* const unknownType = "error[4] ObjectFactory::createObject: Could not find object: NONE";
+
+std::string unknownParam(const std::string& path)
+{
+  return "error[4] DataKSLObject::setValue: Parameter 'q' is not recognized on object '" + path + "'.";
+}
+
+TEST_F(Recovery, OfAFailedText)
+{
+  const Case cases[] = {
+      {"the first change", "A: k\nq = 1\nEND", unknownParam("/A:k")},
+      {"after an object was made", "A: a\nq = 1\nEND", unknownParam("/A:a")},
+      {"an empty block of unknown type", "NONE: n\nEND", unknownType},
+      {"half-way", "A: a\nx = 1\nEND\nNONE: n\nEND\nA: b\nEND", unknownType},
+      {"half-way through a block", "A: k\nx = 5\ny = 6\nB: n\nz = 1\nEND\nq = 1\nz = 2\nEND",
+       unknownParam("/A:k")},
+      {"a value", "CUT: c\nOption = Sphere\nColour = pink\nEND",
+       "error[4] ParamDefinition::setValue: Parameter 'Colour' cannot have value 'pink'."},
+      {"a singleton's name", "A: k\nx = 5\nEND\nVIEW: v\nEND",
+       "error[4] KSLObject::initialize: 'VIEW' is a singleton object, but name 'v' does not equal type."},
+      {"syntax", "A: k\nx = 5\nEND\n?\n", "error[4] KSLAPI::loadKSLData: Syntax error in KSL line: '?'."},
+      {"name", "A: k\nx = 5\nB: a,b\nEND\nEND",
+       "error[4] KSLAPI::loadKSLData: Object name 'a,b' must not contain ','."},
+      {"END", "A: k\nx = 5\n", "error[4] KSLInterface::preParseKSL: Not enough END statements in KSL."},
+      {"an action", "A: k\nx = 5\nEND\n> fail\nA: k\ny = 1\nEND", failed},
+      {"an action in an open block", "A: k\nx = 5\nB: n\n> fail\ny = 1\nEND\nEND", failed},
+      {"one update", "A: k\nx = 5\nEND\nNONE: n\nEND", unknownType, kslUpdateAtEnd},
+      {"one update after another", "A: k\nx = 5\nEND\n> fail", failed, kslUpdateAtEnd},
+      {"no action", "A: k\nx = 5\nEND\nA: n\nx = 1\nEND\n> update noaction\n> fail", failed,
+       kslUpdateNoAction},
+      {"nested", "A: k\nx = 5\nEND\n> nest\n> fail", unknownParam("/A:a"), kslUpdateDefault,
+       "A: k\ny = 1\nEND\nA: a\nq = 1\nEND"},
+      {"define, undo", "A: a\nx = 1\nEND\n> undo\n> fail", failed},
+      {"define, undo, define", "A: a\nx = 1\nEND\n> undo\nA: k\nx = 5\nEND\nA: b\nEND\n> fail", failed},
+  };
+  for (const Case& entry : cases) {
+    SCOPED_TRACE(entry.name);
+    nested = entry.nested;
+    system.run(entry.text, entry.mode);
+    EXPECT_EQ(system.errors(), entry.error);
+    EXPECT_EQ(everything(), before);
+    system.expectConsistent();
+  }
+  system.notifications();
+  system.run("A: k\nx = 5\nq = 1\nEND");
+  EXPECT_EQ(system.notifications(), "0 12 4 5 13 1");
+  system.run("?");
+  EXPECT_EQ(system.notifications(), "0 12 13 1");
+  system.errors();
+  expectSound();
+}
+
+// Deleted objects come back behind their siblings: order does not count.
+TEST_F(Recovery, OfAFailedTextThatDeletes)
+{
+  const Case cases[] = {
+      {"children and a singleton", "> delete /A:k/B:l, /VIEW\n> fail", failed},
+      {"delete and make anew", "> delete k\nA: k\ny = 1\nEND\n> delete k\nA: k\nEND\n> fail", failed},
+      {"replace", "&replace A: k\nB: n\nEND\nEND\n> fail", failed},
+      {"define, undo, redo", "A: a\nx = 1\nEND\n> delete k\n> undo\n> redo\n> fail", failed},
+      {"after a nested one", "> nest\n> fail", failed, kslUpdateDefault, "A: a\nx = 1\nEND\n> delete k\n"},
+      {"nested in two levels", "> nest", failed, kslUpdateDefault,
+       "A: a\nx = 1\nEND\n> delete /A:k, nobody\n> fail"},
+      {"of a no-action update", "> update noaction\n&replace A: k\nEND\n> update noaction\n> fail", failed},
+  };
+  const std::string steps = system.undoSteps() + system.redoSteps();
+  for (const Case& entry : cases) {
+    SCOPED_TRACE(entry.name);
+    nested = entry.nested;
+    system.run(entry.text, entry.mode);
+    EXPECT_EQ(system.errors(), entry.error);
+    EXPECT_EQ(unordered(), unorderedBefore);
+    EXPECT_EQ(system.undoSteps() + system.redoSteps(), steps);
+    system.expectConsistent();
+  }
+  expectSound();
+}
+
+TEST_F(Recovery, TheMendedTextTakesEffect)
+{
+  system.run("A: k\nx = 5\nEND\nCUT: c\nOption = Sphere\nColour = pink\nLayers = back\nEND");
+  EXPECT_EQ(everything(), before);
+  system.errors();
+  system.run("A: k\nx = 5\nEND\nCUT: c\nOption = Sphere\nColour = red\nLayers = back\nEND");
+  EXPECT_EQ(system.errors(), "");
+  EXPECT_EQ(system.state(),
+            "A:k\n  x = 5\n  z = 1\n  B:l\n    y = 1\n  END\n  B:m\n  END\nEND\n"
+            "CUT:c\n  Colour = red\n  Layers = back\n  Option = Sphere\n  Radius = 1 [m]\nEND\n"
+            "VIEW:\n  Zoom = 2\nEND\n");
+  expectSound();
+}
+
+// What an undo or redo consumed is gone from the stacks; the contents come back all the same.
+TEST_F(Recovery, AfterStepsThatTheTextTook)
+{
+  struct Taken {
+    const char* text;
+    const char* steps;  // to undo, to redo
+  };
+  const Taken cases[] = {
+      {"> undo\n> fail", "1 (5)|1 (2)"},
+      {"> undo\nA: k\nx = 8\nEND\nA: n\nEND\n> fail", "1 (5)|1 (2)"},
+      {"A: a\nEND\n> undo\n> undo\n> fail", "1 (5)|1 (2)"},
+      {"> undo\n> redo\n> fail", "1 (5)|1 (2)"},
+      {"> redo\n> fail", "2 (3)|0"},
+      {"> redo\nA: k\nx = 8\nEND\n> fail", "2 (3)|0"},
+      {"> redo\n> undo\n> undo\n> undo\n> fail", "0|0"},
+      {"A: k\nx = 8\nEND\n> clear\nA: k\nx = 9\nEND\nA: n\nEND\n> fail", "0|0"},
+      {"> undo\n> clear\n> fail", "0|0"},
+  };
+  for (const Taken& entry : cases) {
+    SCOPED_TRACE(entry.text);
+    prepare();
+    system.run(entry.text);
+    EXPECT_EQ(system.errors(), failed);
+    EXPECT_EQ(unordered(), unorderedBefore);
+    system.expectConsistent();
+    EXPECT_EQ(system.undoSteps() + "|" + system.redoSteps(), entry.steps);
+  }
+  expectSound();
+}
+
+TEST_F(Recovery, OfAFailingUndoOrRedo)
+{
+  system.run("A: n\nx = 1\nEND");  // independent of the step below, which loses nothing by its loss
+  system.run("A: n\nx = 2\nEND\nA: k\ny = 9\nEND");
+  system.run("B: k\ny = 2\nEND");
+  system.run("C: r\nEND");
+  system.run("> undo");
+  system.notifications();
+  const std::string contentsBefore = contents();
+  const std::string reported =
+      "error[4] KSLInterface::parseHistory: Operation failed. (System exception string: no update)";
+  const bool asAction[] = {true, false};
+  for (const bool action : asAction) {
+    SCOPED_TRACE(action);
+    failUpdates(1);
+    action ? system.run("> undo") : system.undo();
+    EXPECT_EQ(system.errors(), reported);
+    EXPECT_EQ(system.notifications(), action ? "0 4 5 14 4 5 15 1" : "4 5 14 4 5 15");
+    EXPECT_EQ(contents(), contentsBefore);
+    system.expectConsistent();
+  }
+  EXPECT_EQ(system.undoSteps() + "|" + system.redoSteps(), "3 (2)|1 (1)") << "each took its step with it";
+  failUpdates(1);
+  system.redo();
+  EXPECT_EQ(system.errors(), reported);
+  EXPECT_EQ(system.notifications(), "4 5 12 4 5 13");
+  EXPECT_EQ(contents(), contentsBefore);
+  EXPECT_EQ(system.undoSteps() + "|" + system.redoSteps(), "3 (2)|0");
+  expectSound();
+}
+
+// The step that gave k its z is lost; the undo of k's definition takes z along and must bring it back.
+TEST_F(Recovery, OfAnObjectWhoseOtherStepWasConsumed)
+{
+  for (int i = 0; i < 2; ++i) {
+    failUpdates(1);
+    system.undo();
+    EXPECT_EQ(unordered(), unorderedBefore);
+    system.expectConsistent();
+  }
+}
+
+TEST_F(Recovery, ThatFailsItselfIsToldAndLeavesNoErrorPending)
+{
+  failUpdates(2);
+  system.run("A: a\nx = 1\nEND");
+  EXPECT_EQ(
+      system.errors(),
+      std::string(noUpdate)
+          + "\nerror[1] KSLInterface::parseHistory: Operation failed. (System exception string: no update)\n"
+          + unstable);
+  expectSound();
+
+  // A text nested in the recovery fails: the next command is heard all the same.
+  nested = "?";
+  bool recovering = false;
+  system.onNotification = [&](int type) {
+    recovering = type == 12 || (recovering && type != 13);
+    if (type == 4 && recovering)
+      system.run(nested);
+  };
+  system.run("A: a\nx = 1\nEND\n> fail");
+  EXPECT_EQ(
+      system.errors(),
+      std::string(failed) + "\nerror[4] KSLAPI::loadKSLData: Syntax error in KSL line: '?'.\n" + unstable);
+  expectSound();
+}
+
+// ------------------------------------------------------------------------------------------------- outside any text
+
+TEST_F(Recovery, AnErrorOfALoadOutsideAnyTextIsToldAtLast)
+{
+  const auto load = [&] { system.text()->loadKSLData({"A: a", "x = 1", "END", "> fail", "A: b"}); };
+  load();
+  EXPECT_EQ(system.errors(), "");
+  system.run("A: c\nEND");  // skipped: the error is told in its place
+  EXPECT_EQ(system.errors(), failed);
+  EXPECT_EQ(everything(), before);
+  load();
+  system.interface()->undoOnError();
+  EXPECT_EQ(system.errors(), failed);
+  EXPECT_EQ(everything(), before);
+  system.interface()->undoOnError();
+  EXPECT_EQ(system.errors(), "");
+  expectSound();
+}
+
+TEST_F(Recovery, ActionsOutsideAnyTextThrowToTheirCaller)
+{
+  KSLInterface* owner = system.interface();
+  EXPECT_EQ(thrown<data::invalid>([&] { owner->doAction("fail"); }), ErrorMsg("Test", "fail", "failed", 4));
+  EXPECT_EQ(thrown<internal::error>([&] { owner->doAction("none"); }),
+            ErrorMsg("ActionFactory", "getExecutor", "Action none is not recognized.", 4));
+  EXPECT_EQ(everything() + system.errors(), before);
+
+  // Executors are whole outside a text too: what they submit is a text of its own.
+  system.actions().getExecutor("delete")->invoke({"delete", "/A:k"});
+  EXPECT_EQ(system.state(), "VIEW:\n  Zoom = 2\nEND\n");
+  system.actions().getExecutor("undo")->invoke({"undo"});
+  EXPECT_EQ(unordered(), unorderedBefore);
+  expectSound();
+}
+
+TEST_F(Recovery, UndoOnErrorInsideATextReportsAtOnce)
+{
+  system.registerAction("report", [&](const auto&) {
+    try {
+      system.run("A: a\nx = 1\nEND\n> fail");
+    } catch (...) {
+      system.interface()->undoOnError();
+    }
+  });
+  system.run("A: k\nx = 5\nEND\n> report\nA: k\ny = 2\nEND");
+  EXPECT_EQ(system.errors(), failed);
+  system.expectConsistent();
+  expectSound();
+}
+
+}  // namespace
+}  // namespace orv
