@@ -329,10 +329,11 @@ TEST(Run, HelpAndVersionAreResults)
   }
 }
 
-TEST(Run, StateIsAFlag)
+TEST(Run, StateTakesPathsBehindAnEqualsSignOnly)
 {
-  // What follows is a file, not the path of an object.
-  const std::string file = makeFile("flag.ksl", std::string(base) + "CUT: Other\nEND\n");
+  // What follows is a file, not the path of an object. The count is internal and not shown.
+  const std::string file =
+      makeFile("flag.ksl", std::string(base) + "CUT: Other\n  Triangle Count = 3\nEND\n");
   EXPECT_EQ(ksl({"run", "--state", file}), (Outcome{0, cutText("Base", "X") + cutText("Other", "X"), ""}));
   EXPECT_EQ(ksl({"run", "--state=/CUT:Other,Base", file}),
             (Outcome{0, cutText("Other", "X") + cutText("Base", "X"), ""}));
