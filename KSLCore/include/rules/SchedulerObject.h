@@ -1,0 +1,121 @@
+// Units of recomputation and the graph that they form.
+#pragma once
+
+#include "platform/ORVExport.h"
+#include "platform/ORVUtilities.h"
+#include "rules/LinkMap.h"
+
+#include <cstdint>
+#include <string>
+
+namespace orv {
+
+class KSLObject;
+class SchedulerObject;
+
+// What an object must support for its schedulers to be updated. The object derives from this as well as from
+// KSLObject; schedulers ask for it when they first run.
+class ORV_API SchedulerOwner {
+ public:
+  // Makes the links of parameters whose targets did not exist when they were set. Called before each
+  // calculation, so it should cost nothing when there is none. What it throws passes through `update`.
+  virtual void createDelayedParamLinks() = 0;
+
+ protected:
+  ~SchedulerOwner() = default;
+};
+
+// Is told what happens in the graph, for people who want to see it. Must not touch the graph.
+class ORV_API SchedulerTrace {
+ public:
+  virtual ~SchedulerTrace();
+  // A clean scheduler became pending: by itself (null), or as a child of another that was marked.
+  virtual void marked(const SchedulerObject& scheduler, const SchedulerObject* by) noexcept = 0;
+  // A calculation ended, well or not. Not told when it destroyed its own scheduler.
+  virtual void calculated(const SchedulerObject& scheduler, double seconds) noexcept = 0;
+};
+
+// One named unit of recomputation of one object. Schedulers are joined parent to child into a graph without
+// cycles: a child's result depends on its parents'. A change marks everything downstream as pending; `update`
+// recalculates what is pending, each once, when all its parents are up to date, and goes on with its children.
+//
+// Whatever a calculation does to the graph while it is walked (take links away, destroy schedulers, its own
+// too, mark and update others) is safe. Walks keep no stack of their own depth: a chain may be as long as
+// memory allows. For one thread. Errors are of class "SchedulerObject" and type 4.
+class ORV_API SchedulerObject {
+ public:
+  SchedulerObject() = default;
+  // The owner is not owned and must outlive the scheduler; null makes a scheduler that cannot be updated. The
+  // form with a shared text spares a copy of the type for each object.
+  SchedulerObject(const std::string& name, KSLObject* owner, const std::string& type);
+  SchedulerObject(const std::string& name, KSLObject* owner, SharedText type);
+  // Name, type, owner and the pending flag; the copy has no edges.
+  SchedulerObject(const SchedulerObject& other);
+  SchedulerObject& operator=(const SchedulerObject&) = delete;
+  // Takes all edges away. O(edges · log of the neighbours' edges).
+  ~SchedulerObject();
+
+  const std::string& getName() const { return m_name; }
+  const std::string& getType() const { return m_type.str(); }
+  KSLObject* getKSLObject() const { return m_owner; }
+  std::string getPath() const;  // the owner's; empty without one
+  bool isPending() const { return m_pending; }
+  // In ascending order of the pointers, with the number of links to each.
+  const LinkMap& getChildren() const { return m_children; }
+  const LinkMap& getParents() const { return m_parents; }
+
+  // Adds one link; the same two may be linked several times. Marks nothing. While this scheduler is updating
+  // its children nothing is added, on purpose and without a word: what calculations link does not change the
+  // graph being walked. Callers that must know compare getChildren().count(child) before and after. Throws,
+  // with function "addChild" and before anything changes:
+  //   internal::badParam  "Input parameter %s is empty." with "p_child"
+  //   ksl::cyclicRef      "Tried to make object %s (%s) reference itself."
+  //   ksl::cyclicRef      "Attempt to create a cyclic dependency between object %s (%s) and object %s (%s)."
+  //                       (this name and type, the child's), when cycles are checked for
+  // A cycle that was let in unchecked is harmless: what is on it waits for itself and never calculates.
+  // O(1) for a child without children or a parent without parents, else at most the smaller of what lies
+  // above this scheduler and what lies below the child.
+  void addChild(SchedulerObject* child, bool checkCycles);
+  // Takes one link away; nothing when there is none.
+  void deleteChild(SchedulerObject* child) noexcept;
+
+  // Marks this scheduler and everything downstream. Linear in what it reaches; O(1) when nothing was cleared
+  // or linked since the last marking that came by here.
+  void setPending() noexcept;
+
+  // Recalculates as described above, if this scheduler is pending and none of its parents is. Nothing upstream
+  // is updated: a scheduler with a pending parent waits until that parent's update reaches it. Calculations
+  // that update in turn may nest, a thousand deep; beyond that internal::error, "Operation '%s' failed.
+  // Updates are nested too deeply." (the name). Also throws internal::nullPointer, function "update":
+  //   "Null pointer to %s." with "m_name", without an owner
+  //   "Object %s has scheduler but is not GenericKSLObject." with "m_name", for an owner that is no
+  //   SchedulerOwner
+  // and what the owner throws; see setCatchExceptions. A scheduler whose calculation failed counts as
+  // calculated; its children stay pending unless the failure was caught. Linear in what it reaches.
+  void update();
+
+  // Whether errors of calculations are caught: reported to the ErrorProgressReporter, and the update goes on.
+  // Interrupt and Unwind pass even then. Returns the previous setting. Off at start.
+  static bool setCatchExceptions(bool catchExceptions) noexcept;
+
+  // Not owned; null, as at start, tells nobody. Returns the previous one.
+  static SchedulerTrace* setTrace(SchedulerTrace* trace) noexcept;
+
+ private:
+  class Walk;
+
+  // ...
+
+  static bool s_catchExceptions;
+  static SchedulerTrace* s_trace;
+
+  KSLObject* m_owner = nullptr;
+  SharedText m_type;
+  LinkMap m_children;
+  LinkMap m_parents;
+  std::string m_name;
+  bool m_pending = false;
+  bool m_updatingChildren = false;
+};
+
+}  // namespace orv
