@@ -1,6 +1,6 @@
 // The example of embedding, built in and run with other standard streams.
 #define main embeddedMain
-#include "examples/embed/minimal.cpp"
+#include "examples/embed/minimal.cpp"  // NOLINT(bugprone-suspicious-include): a program, run as one
 #undef main
 
 #include "Process.h"
