@@ -259,6 +259,19 @@ TEST(Run, ExamplesReadBackFromTheirState)
   EXPECT_EQ(ksl({"run", "--update-mode", "at-end", makeFile("state.ksl", first.out), "--state"}), first);
 }
 
+// Names and values that mean something else where a line is read carelessly.
+TEST(Run, AwkwardTextsReadBackFromTheirState)
+{
+  for (const char* text :
+       {"CUT: \"a # b\"\n", "CUT: a\\ \n", "CUT: &replace\n", "CUT: >x\n", "CUT: a:b\n", "CUT: a\"b\n",
+        "CUT: END\nLabel = END\n", "CUT: a\nLabel = b\\ \n", "CUT: a\nLabel = = b: c\n",
+        "CUT: a\nLabel = \"b # c\n", "CUT: a\nLabel = > update\n"}) {
+    const Outcome first = ksl({"run", "-e", std::string(text) + "END\n", "--state"});
+    EXPECT_EQ(first.status, 0) << text;
+    EXPECT_EQ(ksl({"run", "--update-mode", "at-end", "-", "--state"}, first.out), first) << text;
+  }
+}
+
 TEST(Run, FilesThenTextsEachOneCommand)
 {
   const std::string file = makeFile("one.ksl", "CUT: a\n  Axis = Y\nEND\n");
