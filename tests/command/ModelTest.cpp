@@ -53,6 +53,19 @@ std::string toText(const Command& command)
   return text;
 }
 
+Model::Outcome runModel(Model& model, const Command& command)
+{
+  switch (command.kind) {
+    case Command::Kind::undo:
+      return model.undo(command.fault);
+    case Command::Kind::redo:
+      return model.redo(command.fault);
+    case Command::Kind::text:
+      break;
+  }
+  return model.run(command.lines, command.mode, command.nested, command.fault);
+}
+
 // --------------------------------------------------------------------------------------------------------- generation
 
 // How far histories may go astray: not at all; by faults in undo and redo; also by mixing definitions with
@@ -108,7 +121,7 @@ Command Generator::next(const Model& model, Manner manner)
   collectPaths(model.tree(), {}, m_paths);
   while (true) {
     Command candidate = command();
-    if (manner == Manner::wild || model.entangled())
+    if (manner == Manner::wild)
       return candidate;
     Model trial = model;
     Model::Outcome outcome;
@@ -117,7 +130,7 @@ Command Generator::next(const Model& model, Manner manner)
     else
       outcome =
           candidate.kind == Command::Kind::undo ? trial.undo(candidate.fault) : trial.redo(candidate.fault);
-    if (!trial.entangled() || (outcome.failed && manner == Manner::faulty))
+    if (!(manner == Manner::tame ? trial.entangled() : trial.mixed()))
       return candidate;
   }
 }
@@ -283,8 +296,7 @@ class Pair {
 Pair::Pair()
 {
   const auto nest = [this](const std::vector<std::string>& words) {
-    KSLCoreAPI::instance()->processKSL(join(m_nested.at(static_cast<std::size_t>(std::stoi(words.at(1))))),
-                                       kslUpdateDefault);
+    KSLCoreAPI::instance()->processKSL("\n" + join(m_nested.at(std::stoul(words.at(1)))), kslUpdateDefault);
   };
   m_system.registerAction("nest", nest);
   m_system.registerAction("nestthrow", [nest](const std::vector<std::string>& words) {
@@ -308,16 +320,15 @@ std::string Pair::run(const Command& command)
   switch (command.kind) {
     case Command::Kind::undo:
       m_system.undo();
-      return compare(m_model.undo(command.fault));
+      break;
     case Command::Kind::redo:
       m_system.redo();
-      return compare(m_model.redo(command.fault));
+      break;
     case Command::Kind::text:
+      m_system.run("\n" + join(command.lines), command.mode);
       break;
   }
-  if (!command.lines.empty())
-    m_system.run(join(command.lines), command.mode);
-  return compare(m_model.run(command.lines, command.mode, command.nested, command.fault));
+  return compare(runModel(m_model, command));
 }
 
 std::string Pair::runBackAndForth()

@@ -209,54 +209,135 @@ void Model::make(const Change& change)
 {
   m_normalChanges = m_normalChanges || m_mode == Mode::normal;
   // A redo first takes such a change back; whatever else comes before meets a tree that it does not know.
-  m_entangled = m_entangled || m_mode == Mode::undo || (m_mode == Mode::redo && !m_redo.empty());
+  if (!m_replaying && (m_mode == Mode::undo || (m_mode == Mode::redo && !m_redo.empty())))
+    m_mixed = true;
   m_pending = true;
+  followCreation(change);
   record(change.inverse());
   apply(change);
 }
 
-// Tolerant: what is there already, or is missing already, is left alone. An object is made by what creates it
-// or gives it a parameter, not by a change of a parameter that it should have had.
-void Model::apply(const Change& change)
+// Objects are created when one of those that wait is given a parameter, or at the update: one that is deleted again
+// before that is never created, even if it never could be.
+void Model::followCreation(const Change& change)
 {
+  const std::string& path = change.path;
   switch (change.kind) {
     case Kind::createObject:
-      return ensure(change.path);
+      m_waiting.push_back(path);
+      return;
     case Kind::deleteObject:
-      return removeSubtree(change.path);
+      std::erase_if(m_waiting,
+                    [&path](const std::string& each) { return each == path || isBelow(each, path); });
+      return;
     case Kind::createParam:
-      ensure(change.path);
-      [[fallthrough]];
     case Kind::changeParam:
-      if (ModelNode* node = m_root.find(change.path))
-        node->params[change.name] = change.value;
+      if (std::find(m_waiting.begin(), m_waiting.end(), path) != m_waiting.end())
+        createWaiting();
       return;
     case Kind::deleteParam:
-      if (ModelNode* node = m_root.find(change.path))
-        node->params.erase(change.name);
       return;
   }
 }
 
-void Model::ensure(const std::string& path)
+void Model::createWaiting()
 {
-  if (m_root.find(path))
-    return;
-  ensure(parentOf(path));
-  const std::string component = lastOf(path);
-  m_root.find(parentOf(path))->children[typeOf(component)].push_back({component, {}, {}});
+  const auto creatable = [](const std::string& path) { return canCreate(lastOf(path)); };
+  if (!m_replaying
+      && !std::all_of(m_waiting.begin(), m_waiting.end(), creatable))  // a replay restores what was there
+    m_bad = true;
+  m_waiting.clear();
 }
 
-void Model::removeSubtree(const std::string& path)
+// What a replayed change comes to when the tree is not the one that it was made for: what is there already, or is
+// missing already, is left alone, and what is done beyond the change belongs to the step that takes it back.
+void Model::makeTolerantly(const Change& change)
+{
+  const ModelNode* node = m_root.find(change.path);
+  switch (change.kind) {
+    case Kind::createObject:
+      return makeObject(change.path);
+    case Kind::deleteObject:
+      return node ? removeSubtree(change.path) : void();
+    case Kind::deleteParam:
+      if (node && node->params.count(change.name) > 0)
+        make({Kind::deleteParam, change.path, change.name, node->params.at(change.name), {}});
+      return;
+    case Kind::createParam:
+    case Kind::changeParam:
+      makeObject(change.path);
+      return setParam(change.path, change.name, change.value);
+  }
+}
+
+void Model::makeObject(const std::string& path)
+{
+  std::vector<std::string> missing;
+  for (std::string at = path; !m_root.find(at); at = parentOf(at))
+    missing.push_back(at);
+  for (std::size_t i = missing.size(); i-- > 0;) {
+    make({Kind::createObject, missing[i], {}, {}, {}});
+  }
+}
+
+void Model::setParam(const std::string& path, const std::string& name, const std::string& value)
+{
+  const ModelNode* node = m_root.find(path);
+  const auto present = node->params.find(name);
+  if (present != node->params.end() && present->second == value)
+    return;
+  m_bad = m_bad || !canSet(node->component, name, value);
+  if (present == node->params.end())
+    make({Kind::createParam, path, name, value, {}});
+  else
+    make({Kind::changeParam, path, name, value, present->second});
+}
+
+// The object first, then what it holds, last things first: so that the way back restores the first things first.
+void Model::removeSubtree(const std::string& top)
 {
   m_orderTouched = true;
-  ModelNode* parent = m_root.find(parentOf(path));
-  if (!parent || !m_root.find(path))
-    return;
-  std::vector<ModelNode>& group = parent->children[typeOf(lastOf(path))];
-  std::erase_if(group, [&path](const ModelNode& node) { return node.component == lastOf(path); });
-  if (group.empty())
-    parent->children.erase(typeOf(lastOf(path)));
+  std::vector<std::pair<std::string, ModelNode>> waiting{{top, *m_root.find(top)}};
+  while (!waiting.empty()) {
+    const auto [path, node] = waiting.back();
+    waiting.pop_back();
+    make({Kind::deleteObject, path, {}, {}, {}});
+    for (const auto& [name, value] : node.params)
+      make({Kind::deleteParam, path, name, value, {}});
+    for (const auto& entry : node.children) {
+      for (const ModelNode& child : entry.second)
+        waiting.emplace_back(path + "/" + child.component, child);
+    }
+  }
+}
+
+// Applies a change of which all that it presupposes is there, or has just gone with its parent.
+void Model::apply(const Change& change)
+{
+  ModelNode* node = m_root.find(change.path);
+  const std::string component = lastOf(change.path);
+  ModelNode* parent = m_root.find(parentOf(change.path));
+  switch (change.kind) {
+    case Kind::createObject:
+      parent->children[typeOf(component)].push_back({component, {}, {}});
+      return;
+    case Kind::deleteObject:
+      if (node) {
+        std::vector<ModelNode>& group = parent->children[typeOf(component)];
+        std::erase_if(group, [&component](const ModelNode& each) { return each.component == component; });
+        if (group.empty())
+          parent->children.erase(typeOf(component));
+      }
+      return;
+    case Kind::createParam:
+    case Kind::changeParam:
+      node->params[change.name] = change.value;
+      return;
+    case Kind::deleteParam:
+      if (node)
+        node->params.erase(change.name);
+      return;
+  }
 }
 
 // ------------------------------------------------------------------------------------------------------------ commands
@@ -273,7 +354,8 @@ Model::Outcome Model::command(Fault fault, Work work)
   m_mode = Mode::normal;
   m_undoOpen = m_redoOpen = m_normalChanges = m_orderTouched = m_pending = m_bad = false;
   m_warnings = 0;
-  const bool entangledBefore = m_entangled;
+  m_waiting.clear();
+  const bool mixedBefore = m_mixed;
   try {
     work();
     commit(undoTop, redoBefore);
@@ -283,7 +365,9 @@ Model::Outcome Model::command(Fault fault, Work work)
     m_root = before;
     for (Stack* stack : {&m_undo, &m_redo})
       std::erase_if(*stack, [newest](const auto& step) { return step->id > newest; });
-    m_entangled = entangledBefore || m_undo.size() + m_redo.size() < stepsBefore;
+    m_mixed = mixedBefore;
+    m_replaying = false;
+    m_lost = m_lost || m_undo.size() + m_redo.size() < stepsBefore;
     return {true, m_warnings};
   }
 }
@@ -294,7 +378,7 @@ void Model::commit(std::uint64_t undoTop, std::size_t redoBefore)
   if (m_mode == Mode::normal && undoTopNow != undoTop)
     m_redo.clear();
   else if (m_normalChanges && redoBefore > 0)
-    m_entangled = true;
+    m_mixed = true;
 }
 
 Model::Outcome Model::run(const Lines& lines, kslUpdateMode mode, const std::vector<Lines>& nested,
@@ -322,18 +406,18 @@ void Model::replay(Mode mode)
     return;
   }
   if (mode == Mode::redo && m_normalChanges && !m_redoOpen)
-    m_entangled = true;
+    m_mixed = true;
   const std::shared_ptr<Step> step = source.back();
   source.pop_back();
   (mode == Mode::undo ? m_undoOpen : m_redoOpen) = false;
   m_orderTouched = true;
-  for (std::size_t i = step->changes.size(); i-- > 0;) {
-    record(step->changes[i].inverse());
-    apply(step->changes[i]);
-  }
-  if (!m_entangled && m_root.sorted() != step->before.sorted())
+  m_replaying = true;
+  for (std::size_t i = step->changes.size(); i-- > 0;)
+    makeTolerantly(step->changes[i]);
+  update();
+  m_replaying = false;
+  if (!entangled() && m_root.sorted() != step->before.sorted())
     m_contradiction = "A step leads to\n" + m_root.toText() + "instead of\n" + step->before.toText();
-  notify(4);
 }
 
 void Model::notify(int type)
@@ -346,6 +430,7 @@ void Model::update()
 {
   if (!std::exchange(m_pending, false))
     return;
+  createWaiting();
   if (m_bad)
     throw Failed();
   notify(4);
@@ -406,14 +491,8 @@ void Model::readHeader(std::string line, std::vector<std::string>& open)
   const std::string parent = open.empty() ? std::string() : open.back();
   const std::string path = parent + "/" + componentOf(trimmed(typeOf(line)), name);
   if (replace && m_root.find(path))
-    deleteObjects({"delete", path});
-  std::vector<std::string> missing;  // an action may have deleted what is open
-  for (std::string at = path; !m_root.find(at); at = parentOf(at))
-    missing.push_back(at);
-  for (std::size_t i = missing.size(); i-- > 0;) {
-    m_bad = m_bad || !canCreate(lastOf(missing[i]));
-    make({Kind::createObject, missing[i], {}, {}, {}});
-  }
+    removeSubtree(path);
+  makeObject(path);  // and what is open, if an action has deleted it
   open.push_back(path);
 }
 
@@ -421,23 +500,8 @@ void Model::readParam(const std::string& line, const std::vector<std::string>& o
 {
   if (open.empty())
     throw Failed();
-  const std::string path = open.back();
-  const std::string name = trimmed(line.substr(0, line.find('=')));
-  const std::string value = trimmed(line.substr(line.find('=') + 1));
-  std::vector<std::string> missing;
-  for (std::string at = path; !m_root.find(at); at = parentOf(at))
-    missing.push_back(at);
-  for (std::size_t i = missing.size(); i-- > 0;)
-    make({Kind::createObject, missing[i], {}, {}, {}});
-  const ModelNode* node = m_root.find(path);
-  const auto present = node->params.find(name);
-  if (present != node->params.end() && present->second == value)
-    return;
-  m_bad = m_bad || !canSet(node->component, name, value);
-  if (present == node->params.end())
-    make({Kind::createParam, path, name, value, {}});
-  else
-    make({Kind::changeParam, path, name, value, present->second});
+  makeObject(open.back());
+  setParam(open.back(), trimmed(line.substr(0, line.find('='))), trimmed(line.substr(line.find('=') + 1)));
 }
 
 void Model::act(const std::string& line)
@@ -454,12 +518,13 @@ void Model::act(const std::string& line)
   if (words[0] == "undo" || words[0] == "redo")
     return replay(words[0] == "undo" ? Mode::undo : Mode::redo);
   if (words[0] == "delete") {
-    deleteObjects(words);
+    for (const std::string& path : pathsToDelete(words))
+      removeSubtree(path);
     return update();
   }
   if (words[0] != "nest" && words[0] != "nestthrow")
     throw Failed();
-  parse(m_nested.at(static_cast<std::size_t>(std::stoi(words[1]))), m_updateMode);
+  parse(m_nested.at(std::stoul(words[1])), m_updateMode);
   if (words[0] == "nestthrow")
     throw Failed();
 }
@@ -492,26 +557,6 @@ std::vector<std::string> Model::pathsToDelete(const std::vector<std::string>& wo
       paths.push_back(path);
   }
   return paths;
-}
-
-// The object first, then what it holds, last things first: so that the way back restores the first things
-// first.
-void Model::deleteObjects(const std::vector<std::string>& words)
-{
-  for (const std::string& top : pathsToDelete(words)) {
-    std::vector<std::pair<std::string, ModelNode>> waiting{{top, *m_root.find(top)}};
-    while (!waiting.empty()) {
-      const auto [path, node] = waiting.back();
-      waiting.pop_back();
-      make({Kind::deleteObject, path, {}, {}, {}});
-      for (const auto& [name, value] : node.params)
-        make({Kind::deleteParam, path, name, value, {}});
-      for (const auto& entry : node.children) {
-        for (const ModelNode& child : entry.second)
-          waiting.emplace_back(path + "/" + child.component, child);
-      }
-    }
-  }
 }
 
 }  // namespace orv

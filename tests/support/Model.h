@@ -60,9 +60,10 @@ class Model {
   const ModelNode& tree() const { return m_root; }
   std::size_t undoSteps() const { return m_undo.size(); }
   std::size_t redoSteps() const { return m_redo.size(); }
-  // Steps have been lost, or stand on a stack with others that were made on top of something else: they are
-  // still replayed, but need not lead back to the start.
-  bool entangled() const { return m_entangled; }
+  // Steps stand on a stack with others that were made on top of something else (a text defined something after an
+  // undo), or some are lost (an undo failed): they are still replayed, but need not lead back to the start.
+  bool mixed() const { return m_mixed; }
+  bool entangled() const { return m_mixed || m_lost; }
   // The order of siblings was changed and put back by a failed command; store and database may then differ in
   // it.
   bool orderTouched() const { return m_orderTouched; }
@@ -100,32 +101,38 @@ class Model {
   void readHeader(std::string line, std::vector<std::string>& open);
   void readParam(const std::string& line, const std::vector<std::string>& open);
   void act(const std::string& line);
-  void deleteObjects(const std::vector<std::string>& words);
   std::vector<std::string> pathsToDelete(const std::vector<std::string>& words) const;
   void update();
   void notify(int type);
 
   void make(const Change& change);  // records the inverse and applies
-  void apply(const Change& change);
-  void ensure(const std::string& path);
+  void followCreation(const Change& change);
+  void createWaiting();
+  void makeTolerantly(const Change& change);
+  void makeObject(const std::string& path);
+  void setParam(const std::string& path, const std::string& name, const std::string& value);
   void removeSubtree(const std::string& path);
+  void apply(const Change& change);
   void record(const Change& inverse);
 
   ModelNode m_root;
   Stack m_undo;
   Stack m_redo;
   std::uint64_t m_lastId = 0;
-  bool m_entangled = false;
+  bool m_mixed = false;
+  bool m_lost = false;
   std::string m_contradiction;
 
   // Of the command under way
   Mode m_mode = Mode::normal;
   bool m_undoOpen = false;
   bool m_redoOpen = false;
+  bool m_replaying = false;
   bool m_normalChanges = false;
   bool m_orderTouched = false;
-  bool m_pending = false;  // changes that no update has seen
-  bool m_bad = false;      // one of them cannot be applied
+  bool m_pending = false;              // changes that no update has seen
+  bool m_bad = false;                  // one of them cannot be applied
+  std::vector<std::string> m_waiting;  // reported, not yet created
   int m_warnings = 0;
   Fault m_fault;
   kslUpdateMode m_updateMode = kslUpdateDefault;
