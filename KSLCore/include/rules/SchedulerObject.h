@@ -102,20 +102,44 @@ class ORV_API SchedulerObject {
   static SchedulerTrace* setTrace(SchedulerTrace* trace) noexcept;
 
  private:
+  // INVARIANTS, between any two statements that others can see:
+  //  1. An edge stands in the parent's children and in the child's parents, with equal counts.
+  //  2. m_pendingParents is the number of parents that are pending.
+  //  3. A scheduler whose m_marked is the present s_marking is pending, and so is all that lies below it, each
+  //     with that m_marked. (Clearing one of them, or linking one that is not among them, begins a new marking.)
+  //  4. m_updatingChildren is set while a walk that has calculated this scheduler is among its children.
   class Walk;
+  class Search;
 
-  // ...
+  static bool addLink(LinkMap& map, SchedulerObject* other) { return map.add(other); }
+  static bool deleteLink(LinkMap& map, SchedulerObject* other) { return map.remove(other); }
+  static bool destroyLink(LinkMap& map, SchedulerObject* other) { return map.erase(other); }
+  // Whether an edge from this scheduler to the target would close a cycle.
+  bool checkCyclic(SchedulerObject* target);
+  void link(SchedulerObject* child);
+  void clearPending() noexcept;
+  bool isReady() const noexcept;
+  SchedulerOwner& support();
 
   static bool s_catchExceptions;
-  static SchedulerTrace* s_trace;
+  static SchedulerTrace* s_trace;  // not owned
+  static std::uint64_t s_marking;
+  static std::uint64_t s_search;
 
-  KSLObject* m_owner = nullptr;
-  SharedText m_type;
+  // What walks read of each scheduler that they pass comes first and together.
+  std::uint64_t m_marked = 0;         // the marking that came by last
+  SchedulerObject* m_next = nullptr;  // in the list of those that a marking or a search has yet to visit
   LinkMap m_children;
-  LinkMap m_parents;
-  std::string m_name;
+  std::uint32_t m_pendingParents = 0;
+  std::uint32_t m_frame = 0;  // where it stands in the stack of updates, counted from 1; 0 when it does not
   bool m_pending = false;
   bool m_updatingChildren = false;
+  KSLObject* m_owner = nullptr;         // not owned
+  SchedulerOwner* m_support = nullptr;  // the owner, once asked for
+  SharedText m_type;
+  LinkMap m_parents;
+  std::uint64_t m_searched = 0;  // the search that came by last
+  std::string m_name;
 };
 
 }  // namespace orv

@@ -1,0 +1,186 @@
+#include "rules/SchedulerObject.h"
+
+#include "platform/ORVError.h"
+#include "database/KSLObject.h"
+#include "SchedulerWalk.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace orv {
+
+namespace {
+
+constexpr const char* className = "SchedulerObject";
+
+}  // namespace
+
+bool SchedulerObject::s_catchExceptions = false;
+SchedulerTrace* SchedulerObject::s_trace = nullptr;
+std::uint64_t SchedulerObject::s_marking = 1;
+std::uint64_t SchedulerObject::s_search = 0;
+
+SchedulerTrace::~SchedulerTrace() = default;
+
+SchedulerObject::SchedulerObject(const std::string& name, KSLObject* owner, const std::string& type)
+    : SchedulerObject(name, owner, SharedText(type))
+{}
+
+SchedulerObject::SchedulerObject(const std::string& name, KSLObject* owner, SharedText type)
+    : m_owner(owner),
+      m_type(std::move(type)),
+      m_name(name)
+{}
+
+SchedulerObject::SchedulerObject(const SchedulerObject& other)
+    : m_pending(other.m_pending),
+      m_owner(other.m_owner),
+      m_type(other.m_type),
+      m_name(other.m_name)
+{}
+
+SchedulerObject::~SchedulerObject()
+{
+  if (m_frame != 0)
+    Walk::forget(*this);
+  for (const LinkMap::Entry& edge : m_children) {
+    destroyLink(edge.first->m_parents, this);
+    edge.first->m_pendingParents -= m_pending;
+  }
+  for (const LinkMap::Entry& edge : m_parents)
+    destroyLink(edge.first->m_children, this);
+}
+
+std::string SchedulerObject::getPath() const
+{
+  return m_owner ? m_owner->getPath() : std::string();
+}
+
+bool SchedulerObject::setCatchExceptions(bool catchExceptions) noexcept
+{
+  return std::exchange(s_catchExceptions, catchExceptions);
+}
+
+SchedulerTrace* SchedulerObject::setTrace(SchedulerTrace* trace) noexcept
+{
+  return std::exchange(s_trace, trace);
+}
+
+// --------------------------------------------------------------------------------------------------- edges
+
+void SchedulerObject::addChild(SchedulerObject* child, bool checkCycles)
+{
+  if (!child)
+    throw internal::badParam(className, "addChild", _("Input parameter %s is empty.", "p_child"));
+  if (child == this)
+    throw ksl::cyclicRef(className, "addChild",
+                         _("Tried to make object %s (%s) reference itself.", getName(), getType()));
+  if (checkCycles && checkCyclic(child))
+    throw ksl::cyclicRef(className, "addChild",
+                         _("Attempt to create a cyclic dependency between object %s (%s) and object %s (%s).",
+                           getName(), getType(), child->getName(), child->getType()));
+  // Deliberately nothing while the children are being updated: see the header.
+  if (!m_updatingChildren)
+    link(child);
+}
+
+void SchedulerObject::link(SchedulerObject* child)
+{
+  const bool isNew = addLink(m_children, child);
+  try {
+    addLink(child->m_parents, this);
+  } catch (...) {
+    deleteLink(m_children, child);
+    throw;
+  }
+  if (!isNew)
+    return;
+  child->m_pendingParents += m_pending;
+  if (m_marked == s_marking && child->m_marked != s_marking)
+    ++s_marking;
+}
+
+void SchedulerObject::deleteChild(SchedulerObject* child) noexcept
+{
+  if (!child || !m_children.contains(child))
+    return;
+  deleteLink(child->m_parents, this);
+  if (deleteLink(m_children, child))
+    child->m_pendingParents -= m_pending;
+}
+
+bool SchedulerObject::checkCyclic(SchedulerObject* target)
+{
+  if (target == this)
+    return true;
+  // Most links are made in the order of creation, to or from something that is not linked yet.
+  if (m_parents.empty() || target->m_children.empty())
+    return false;
+  return Search(target, this).found();
+}
+
+// -------------------------------------------------------------------------------------- marking and updating
+
+void SchedulerObject::setPending() noexcept
+{
+  if (m_marked == s_marking)
+    return;
+  if (s_trace && !m_pending)
+    s_trace->marked(*this, nullptr);
+  m_marked = s_marking;
+  m_next = nullptr;
+  SchedulerObject* waiting = this;
+  while (waiting) {
+    SchedulerObject* scheduler = std::exchange(waiting, waiting->m_next);
+    const bool wasClean = !std::exchange(scheduler->m_pending, true);
+    for (const LinkMap::Entry& edge : scheduler->m_children) {
+      SchedulerObject* child = edge.first;
+      child->m_pendingParents += wasClean;
+      if (child->m_marked == s_marking)
+        continue;
+      if (s_trace && !child->m_pending)
+        s_trace->marked(*child, scheduler);
+      child->m_marked = s_marking;
+      child->m_next = waiting;
+      waiting = child;
+    }
+  }
+}
+
+void SchedulerObject::clearPending() noexcept
+{
+  if (!m_pending)
+    return;
+  m_pending = false;
+  if (m_marked == s_marking)
+    ++s_marking;
+  for (const LinkMap::Entry& edge : m_children)
+    --edge.first->m_pendingParents;
+}
+
+// Whether it is this scheduler's turn. It may have been calculated while its delayed links were made.
+bool SchedulerObject::isReady() const noexcept
+{
+  return m_pending && m_pendingParents == 0;
+}
+
+SchedulerOwner& SchedulerObject::support()
+{
+  // Both messages name the member, on purpose, not the object.
+  if (!m_owner)
+    throw internal::nullPointer(className, "update", _("Null pointer to %s.", "m_name"));
+  if (!m_support)
+    m_support = dynamic_cast<SchedulerOwner*>(m_owner);
+  if (!m_support)
+    throw internal::nullPointer(className, "update",
+                                _("Object %s has scheduler but is not GenericKSLObject.", "m_name"));
+  return *m_support;
+}
+
+void SchedulerObject::update()
+{
+  if (m_pending)
+    Walk(*this).run(this);
+}
+
+}  // namespace orv

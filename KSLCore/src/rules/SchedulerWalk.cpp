@@ -1,0 +1,245 @@
+#include "SchedulerWalk.h"
+
+#include "platform/ORVError.h"
+#include "database/KSLObject.h"
+
+#include <chrono>
+#include <cxxabi.h>
+#include <utility>
+
+namespace orv {
+
+namespace {
+
+// Enough for calculations that update one another on purpose, too few for the stack to run out.
+constexpr int deepestNesting = 1000;
+
+constexpr const char* className = "SchedulerObject";
+
+void report(const std::string& message)
+{
+  ErrorProgressReporter::instance()->reportError(internal::error(className, "update", message));
+}
+
+}  // namespace
+
+SchedulerObject::Walk* SchedulerObject::Walk::s_outermost = nullptr;
+int SchedulerObject::Walk::s_depth = 0;
+SchedulerObject::Walk::Calculation* SchedulerObject::Walk::s_calculation = nullptr;
+
+// ------------------------------------------------------------------------------------------------- update
+
+SchedulerObject::Walk::Walk(const SchedulerObject& start)
+{
+  if (s_depth == deepestNesting)
+    throw internal::error(className, "update",
+                          _("Operation '%s' failed. Updates are nested too deeply.", start.getName()));
+  ++s_depth;
+  if (!s_outermost)
+    s_outermost = this;
+  m_base = s_outermost->m_frames.size();
+}
+
+SchedulerObject::Walk::~Walk()
+{
+  while (s_outermost->m_frames.size() > m_base)
+    leave();
+  if (s_outermost == this)
+    s_outermost = nullptr;
+  --s_depth;
+}
+
+void SchedulerObject::Walk::run(SchedulerObject* start)
+{
+  std::vector<Frame>& frames = s_outermost->m_frames;
+  visit(start);
+  while (frames.size() > m_base) {
+    Frame& frame = frames.back();
+    SchedulerObject* child = frame.scheduler ? frame.scheduler->m_children.next(frame.cursor) : nullptr;
+    if (child)
+      visit(child);
+    else
+      leave();
+  }
+}
+
+void SchedulerObject::Walk::visit(SchedulerObject* scheduler)
+{
+  if (!scheduler->m_pending)
+    return;
+  SchedulerOwner& owner = scheduler->support();
+  enter(scheduler);
+  owner.createDelayedParamLinks();
+  if (!calculateTop())
+    leave();
+}
+
+void SchedulerObject::Walk::enter(SchedulerObject* scheduler)
+{
+  std::vector<Frame>& frames = s_outermost->m_frames;
+  frames.push_back({scheduler, {}, scheduler->m_frame});
+  scheduler->m_frame = static_cast<std::uint32_t>(frames.size());
+}
+
+void SchedulerObject::Walk::leave() noexcept
+{
+  std::vector<Frame>& frames = s_outermost->m_frames;
+  const Frame& frame = frames.back();
+  if (frame.scheduler) {
+    frame.scheduler->m_frame = frame.outer;
+    if (frame.propagating)
+      frame.scheduler->m_updatingChildren = frame.wasUpdating;
+  }
+  frames.pop_back();
+}
+
+void SchedulerObject::Walk::forget(SchedulerObject& scheduler) noexcept
+{
+  std::uint32_t place = scheduler.m_frame;
+  while (place != 0) {
+    Frame& frame = s_outermost->m_frames[place - 1];
+    frame.scheduler = nullptr;
+    place = frame.outer;
+  }
+  for (Calculation* it = s_calculation; it; it = it->outer) {
+    if (it->scheduler == &scheduler)
+      *it = {nullptr, it->outer, std::move(scheduler.m_name)};
+  }
+}
+
+// ---------------------------------------------------------------------------------------------- calculation
+
+// The pending flag is cleared once more after a calculation, however it ended: one that marks itself is clean.
+class SchedulerObject::Walk::AfterCalculation {
+ public:
+  using Clock = std::chrono::steady_clock;
+
+  explicit AfterCalculation(const Walk& walk) : m_walk(walk)
+  {
+    if (s_trace)
+      m_start = Clock::now();
+  }
+  AfterCalculation(const AfterCalculation&) = delete;
+  AfterCalculation& operator=(const AfterCalculation&) = delete;
+  ~AfterCalculation()
+  {
+    SchedulerObject* scheduler = m_walk.top();
+    if (!scheduler)
+      return;
+    scheduler->clearPending();
+    if (s_trace && m_start != Clock::time_point())
+      s_trace->calculated(*scheduler, std::chrono::duration<double>(Clock::now() - m_start).count());
+  }
+
+ private:
+  const Walk& m_walk;
+  Clock::time_point m_start;
+};
+
+// Calculates the scheduler on top, when it is its turn; true when its children are next.
+bool SchedulerObject::Walk::calculateTop()
+{
+  if (!top() || !top()->isReady())
+    return false;
+  top()->clearPending();
+  {
+    const AfterCalculation after(*this);
+    calculate(*top());
+  }
+  if (!top())
+    return false;
+  Frame& frame = s_outermost->m_frames.back();
+  frame.propagating = true;
+  frame.wasUpdating = std::exchange(frame.scheduler->m_updatingChildren, true);
+  return true;
+}
+
+void SchedulerObject::Walk::calculate(SchedulerObject& scheduler)
+{
+  // What the calculation is given, and what is told of it, must outlive the scheduler.
+  const SharedText type = scheduler.m_type;
+  if (!s_catchExceptions) {
+    scheduler.m_owner->calculate(type.str());
+    return;
+  }
+  struct Scope {
+    explicit Scope(const SchedulerObject& running) : calculation{&running, s_calculation, {}}
+    {
+      s_calculation = &calculation;
+    }
+    ~Scope() { s_calculation = calculation.outer; }
+    const std::string& name() const
+    {
+      return calculation.scheduler ? calculation.scheduler->m_name : calculation.lostName;
+    }
+    Calculation calculation;
+  } scope(scheduler);
+  try {
+    scheduler.m_owner->calculate(type.str());
+  } catch (const Interrupt&) {
+    throw;
+  } catch (const Unwind&) {
+    throw;
+  } catch (const Error& error) {
+    ErrorProgressReporter::instance()->reportError(error);
+  } catch (const std::exception& failure) {
+    report(_("Operation '%s' failed (system exception: %s).", scope.name(), failure.what()));
+#ifdef __GLIBCXX__
+  } catch (const abi::__forced_unwind&) {  // of a thread that is cancelled; not to be stopped
+    throw;
+#endif
+  } catch (...) {
+    report(_("Operation '%s' failed with unrecognized exception.", scope.name()));
+  }
+}
+
+// ------------------------------------------------------------------------------------------------- search
+
+SchedulerObject::Search::Search(SchedulerObject* from, SchedulerObject* to)
+    : m_down{s_search + 1, s_search + 2, &SchedulerObject::m_children},
+      m_up{s_search + 2, s_search + 1, &SchedulerObject::m_parents}
+{
+  s_search += 2;
+  add(m_down, from);
+  add(m_up, to);
+}
+
+bool SchedulerObject::Search::found()
+{
+  for (;;) {
+    for (Side* side : {&m_down, &m_up}) {
+      const Step result = step(*side);
+      if (result != Step::more)
+        return result == Step::met;
+    }
+  }
+}
+
+void SchedulerObject::Search::add(Side& side, SchedulerObject* scheduler)
+{
+  scheduler->m_searched = side.mark;
+  scheduler->m_next = side.waiting;
+  side.waiting = scheduler;
+}
+
+SchedulerObject::Search::Step SchedulerObject::Search::step(Side& side)
+{
+  if (side.at == side.end) {
+    if (!side.waiting)
+      return Step::exhausted;
+    const LinkMap& edges = side.waiting->*side.edges;
+    side.waiting = side.waiting->m_next;
+    side.at = edges.begin();
+    side.end = edges.end();
+    return Step::more;
+  }
+  SchedulerObject* reached = side.at->first;
+  ++side.at;
+  if (reached->m_searched == side.opposite)
+    return Step::met;
+  if (reached->m_searched != side.mark)
+    add(side, reached);
+  return Step::more;
+}
+
+}  // namespace orv

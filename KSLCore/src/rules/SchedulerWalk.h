@@ -1,0 +1,85 @@
+// The walks over the graph of schedulers.
+#pragma once
+
+#include "rules/SchedulerObject.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace orv {
+
+// One call of `update`, to the end. The schedulers on the way down stand in a stack of frames, which calls that
+// nest share. Each knows where it stands, so that one that is destroyed can blank its frames: after anything
+// that others do, a walk looks into the frame again before it touches the scheduler.
+class SchedulerObject::Walk {
+ public:
+  // internal::error when too many walks are nested; the scheduler is named.
+  explicit Walk(const SchedulerObject& start);
+  ~Walk();  // puts the flags of schedulers still on the way back to what they were
+  Walk(const Walk&) = delete;
+  Walk& operator=(const Walk&) = delete;
+
+  void run(SchedulerObject* start);
+
+  // Blanks the frames of a scheduler that is being destroyed.
+  static void forget(SchedulerObject& scheduler) noexcept;
+
+ private:
+  struct Frame {
+    SchedulerObject* scheduler;  // null when it was destroyed
+    LinkMap::Cursor cursor;      // the child visited last
+    std::uint32_t outer;         // the scheduler's place in the stack before this one
+    bool propagating = false;
+    bool wasUpdating = false;  // the flag's former value: an outer frame may have set it already
+  };
+  // A calculation that is under way. The name is needed after the scheduler may have gone.
+  struct Calculation {
+    const SchedulerObject* scheduler;
+    Calculation* outer;
+    std::string lostName;
+  };
+  class AfterCalculation;
+
+  void visit(SchedulerObject* scheduler);
+  void enter(SchedulerObject* scheduler);
+  void leave() noexcept;
+  bool calculateTop();
+  void calculate(SchedulerObject& scheduler);
+  SchedulerObject* top() const noexcept { return s_outermost->m_frames.back().scheduler; }
+
+  static Walk* s_outermost;  // holds the stack
+  static int s_depth;
+  static Calculation* s_calculation;
+
+  std::vector<Frame> m_frames;  // used in the outermost walk
+  std::size_t m_base;           // where this walk's frames begin
+};
+
+// Looks for a way from one scheduler down to another: upward from the end and downward from the start in turns,
+// one edge at a time, until the two meet or either side has seen everything. So linking costs what the smaller
+// side holds. REQUIRES: the graph stays as it is.
+class SchedulerObject::Search {
+ public:
+  Search(SchedulerObject* from, SchedulerObject* to);
+  bool found();
+
+ private:
+  enum class Step { met, more, exhausted };
+  struct Side {
+    std::uint64_t mark;
+    std::uint64_t opposite;
+    LinkMap SchedulerObject::*edges;
+    SchedulerObject* waiting = nullptr;  // to be expanded
+    LinkMap::const_iterator at{};        // in the one being expanded
+    LinkMap::const_iterator end{};
+  };
+  static void add(Side& side, SchedulerObject* scheduler);
+  static Step step(Side& side);
+
+  Side m_down;
+  Side m_up;
+};
+
+}  // namespace orv

@@ -1,0 +1,640 @@
+// The graph of schedulers: against a model that follows its recursive definition, and in large shapes.
+#include "rules/SchedulerObject.h"
+
+#include "platform/ORVError.h"
+#include "database/DataKSLObject.h"
+#include "support/thrown.h"
+
+#include <algorithm>
+#include <array>
+#include <functional>
+#include <gtest/gtest.h>
+#include <map>
+#include <memory>
+#include <new>
+#include <numeric>
+#include <optional>
+#include <pthread.h>
+#include <random>
+#include <rapidcheck.h>
+#include <set>
+#include <stdexcept>
+
+namespace orv {
+namespace {
+
+class Owner : public DataKSLObject, public SchedulerOwner {
+ public:
+  std::function<void(const std::string& type)> onCalculate = [](const std::string&) {};
+  std::function<void()> onDelayed = [] {};
+  void calculate(const std::string& type) override { onCalculate(type); }
+  void createDelayedParamLinks() override { onDelayed(); }
+};
+
+class Catching {
+ public:
+  explicit Catching(bool on) : m_before(SchedulerObject::setCatchExceptions(on))
+  {
+    m_sink = ErrorProgressReporter::instance()->setSink(&reported);
+  }
+  ~Catching()
+  {
+    SchedulerObject::setCatchExceptions(m_before);
+    ErrorProgressReporter::instance()->setSink(m_sink);
+  }
+  Catching(const Catching&) = delete;
+  Catching& operator=(const Catching&) = delete;
+  ErrorCollector reported;
+
+ private:
+  bool m_before;
+  ErrorSink* m_sink;
+};
+
+// ------------------------------------------------------------------------------------------- a random graph
+
+constexpr int places = 7;
+
+struct Act {
+  enum Kind { link, linkUnchecked, unlink, mark, update, destroy, renew, fail, kinds };
+  int kind;
+  int a;
+  int b;
+};
+using Script = std::vector<Act>;
+// What the first, second, … calculation (or making of delayed links) at each place does.
+using Scripts = std::array<std::vector<Script>, places>;
+
+enum Failure { library, standard, foreign, interrupt, unwind, failures };
+struct Outward {  // a failure on its way, in the model
+  int failure;
+};
+struct Refused {};  // a cycle, in the model
+
+struct Log {
+  std::string events;
+  std::vector<ErrorMsg> reported;
+};
+
+const std::string cycle = "Attempt to create a cyclic dependency between object %s (T) and object %s (T).";
+std::string nameOf(int i)
+{
+  return "n" + std::to_string(i);
+}
+
+ErrorMsg reportOf(int failure, int place)
+{
+  const std::string texts[] = {"library failed", "Operation '%s' failed (system exception: standard failed).",
+                               "Operation '%s' failed with unrecognized exception."};
+  return {failure == library ? "Plugin" : "SchedulerObject", failure == library ? "work" : "update",
+          _(texts[failure], nameOf(place)), errorType::ordinary};
+}
+
+// Schedulers at places in ascending order of address, driven by scripts. Shared by both sides: what is done,
+// not what it does.
+template <class Graph>
+void perform(Graph& graph, const Script& script)
+{
+  for (const Act& act : script) {
+    if (act.kind == Act::renew)
+      graph.renew(act.a);
+    else if (act.kind == Act::fail)
+      graph.fail(act.b % failures);
+    else if (graph.exists(act.a) && (act.kind > Act::unlink || (graph.exists(act.b) && act.a != act.b)))
+      graph.act(act);
+  }
+}
+
+class Real {
+ public:
+  Real(Scripts calculations, Scripts delayed, Log& log) : m_log(log)
+  {
+    for (int i = 0; i < places; ++i) {
+      m_owners[i].onCalculate = [this, i, scripts = calculations[i], n = 0u](const std::string&) mutable {
+        m_log.events += " " + nameOf(i);
+        if (n < scripts.size())
+          perform(*this, scripts[n++]);
+      };
+      m_owners[i].onDelayed = [this, i, scripts = delayed[i], n = 0u]() mutable {
+        if (n < scripts.size())
+          perform(*this, scripts[n++]);
+      };
+      renew(i);
+    }
+  }
+  ~Real()
+  {
+    for (int i = 0; i < places; ++i)
+      destroy(i);
+  }
+
+  bool exists(int i) const { return m_alive[i]; }
+  void renew(int i)
+  {
+    destroy(i);
+    new (at(i)) SchedulerObject(nameOf(i), &m_owners[i], "T");
+    m_alive[i] = true;
+  }
+  [[noreturn]] void fail(int failure)
+  {
+    switch (failure) {
+      case library:
+        throw data::invalid("Plugin", "work", "library failed");
+      case standard:
+        throw std::runtime_error("standard failed");
+      case foreign:
+        throw 7;
+      case interrupt:
+        throw Interrupt("Plugin", "work", "stop");
+      default:
+        throw Unwind();
+    }
+  }
+  void act(const Act& act)
+  {
+    switch (act.kind) {
+      case Act::link:
+      case Act::linkUnchecked:
+        return at(act.a)->addChild(at(act.b), act.kind == Act::link);
+      case Act::unlink:
+        return at(act.a)->deleteChild(at(act.b));
+      case Act::mark:
+        return at(act.a)->setPending();
+      case Act::update:
+        return at(act.a)->update();
+      default:
+        return destroy(act.a);
+    }
+  }
+  void step(const Script& script)
+  {
+    try {
+      perform(*this, script);
+    } catch (const Interrupt&) {
+      m_log.events += " !" + std::to_string(interrupt);
+    } catch (const Unwind&) {
+      m_log.events += " !" + std::to_string(unwind);
+    } catch (const ksl::cyclicRef& error) {
+      m_log.events += " " + error.getMessage();
+    } catch (const Error&) {
+      m_log.events += " !" + std::to_string(library);
+    } catch (const std::exception&) {
+      m_log.events += " !" + std::to_string(standard);
+    } catch (int) {
+      m_log.events += " !" + std::to_string(foreign);
+    }
+  }
+  std::string state() const
+  {
+    std::string text;
+    for (int i = 0; i < places; ++i) {
+      if (!m_alive[i])
+        continue;
+      const SchedulerObject& scheduler = *at(i);
+      text += "\n" + nameOf(i) + (scheduler.isPending() ? "* >" : " >");
+      for (const auto& [other, count] : scheduler.getChildren())
+        text += " " + other->getName() + "x" + std::to_string(count);
+      text += " <";
+      for (const auto& [other, count] : scheduler.getParents())
+        text += " " + other->getName() + "x" + std::to_string(count);
+    }
+    return text;
+  }
+
+ private:
+  SchedulerObject* at(int i) const { return reinterpret_cast<SchedulerObject*>(m_room) + i; }
+  void destroy(int i)
+  {
+    if (std::exchange(m_alive[i], false))
+      at(i)->~SchedulerObject();
+  }
+
+  Log& m_log;
+  Owner m_owners[places];
+  bool m_alive[places] = {};
+  alignas(SchedulerObject) mutable unsigned char m_room[places * sizeof(SchedulerObject)];
+};
+
+// The definition: recursive, without marks or counts, over maps.
+class Model {
+ public:
+  Model(Scripts calculations, Scripts delayed, bool catching, Log& log)
+      : m_calculations(std::move(calculations)),
+        m_delayed(std::move(delayed)),
+        m_catching(catching),
+        m_log(log)
+  {
+    for (int i = 0; i < places; ++i)
+      renew(i);
+  }
+
+  bool exists(int i) const { return m_nodes[i] != nullptr; }
+  void renew(int i)
+  {
+    destroy(i);
+    m_nodes[i] = std::make_shared<Node>();
+  }
+  [[noreturn]] void fail(int failure) { throw Outward{failure}; }
+  void act(const Act& act)
+  {
+    Node& node = *m_nodes[act.a];
+    if (act.kind == Act::link || act.kind == Act::linkUnchecked) {
+      if (act.kind == Act::link && below(act.b).count(act.a) != 0) {
+        m_cycle = _(cycle, nameOf(act.a), nameOf(act.b));
+        throw Refused();
+      }
+      if (!node.updating)
+        ++node.children[act.b];
+    } else if (act.kind == Act::unlink) {
+      if (node.children.count(act.b) != 0 && --node.children[act.b] == 0)
+        node.children.erase(act.b);
+    } else if (act.kind == Act::mark) {
+      for (int i : below(act.a))
+        m_nodes[i]->pending = true;
+    } else if (act.kind == Act::update) {
+      update(act.a);
+    } else {
+      destroy(act.a);
+    }
+  }
+  void step(const Script& script)
+  {
+    try {
+      perform(*this, script);
+    } catch (const Outward& outward) {
+      m_log.events += " !" + std::to_string(outward.failure);
+    } catch (const Refused&) {
+      m_log.events += " " + m_cycle;
+    }
+  }
+  std::string state() const
+  {
+    std::string text;
+    for (int i = 0; i < places; ++i) {
+      if (!m_nodes[i])
+        continue;
+      text += "\n" + nameOf(i) + (m_nodes[i]->pending ? "* >" : " >");
+      for (const auto& [other, count] : m_nodes[i]->children)
+        text += " " + nameOf(other) + "x" + std::to_string(count);
+      text += " <";
+      for (int j = 0; j < places; ++j) {
+        if (m_nodes[j] && m_nodes[j]->children.count(i) != 0)
+          text += " " + nameOf(j) + "x" + std::to_string(m_nodes[j]->children.at(i));
+      }
+    }
+    return text;
+  }
+
+ private:
+  struct Node {
+    bool pending = false;
+    bool updating = false;
+    std::map<int, int> children;
+  };
+
+  void destroy(int i)
+  {
+    m_nodes[i].reset();
+    for (const auto& node : m_nodes) {
+      if (node)
+        node->children.erase(i);
+    }
+  }
+  std::set<int> below(int start) const
+  {
+    std::set<int> reached{start};
+    for (std::size_t before = 0; before != reached.size();) {
+      before = reached.size();
+      for (int i : std::set<int>(reached)) {
+        for (const auto& edge : m_nodes[i]->children)
+          reached.insert(edge.first);
+      }
+    }
+    return reached;
+  }
+  bool parentPending(int i) const
+  {
+    return std::any_of(m_nodes.begin(), m_nodes.end(), [i](const auto& node) {
+      return node && node->pending && node->children.count(i) != 0;
+    });
+  }
+  void runNext(std::vector<Script>& scripts)
+  {
+    if (scripts.empty())
+      return;
+    const Script script = scripts.front();
+    scripts.erase(scripts.begin());
+    perform(*this, script);
+  }
+  void calculate(int i)
+  {
+    m_log.events += " " + nameOf(i);
+    try {
+      runNext(m_calculations[i]);
+    } catch (const Outward& outward) {
+      if (!m_catching || outward.failure >= interrupt)
+        throw;
+      m_log.reported.push_back(reportOf(outward.failure, i));
+    } catch (const Refused&) {
+      if (!m_catching)
+        throw;
+      m_log.reported.emplace_back("SchedulerObject", "addChild", m_cycle, errorType::ordinary);
+    }
+  }
+  void update(int i)
+  {
+    const std::shared_ptr<Node> node = m_nodes[i];
+    const auto gone = [&] { return m_nodes[i] != node; };
+    if (!node->pending)
+      return;
+    runNext(m_delayed[i]);
+    if (gone() || !node->pending || parentPending(i))
+      return;
+    node->pending = false;
+    try {
+      calculate(i);
+    } catch (...) {
+      node->pending = false;
+      throw;
+    }
+    node->pending = false;
+    const bool before = std::exchange(node->updating, true);
+    try {
+      for (int last = -1; !gone();) {
+        const auto next = node->children.upper_bound(last);
+        if (next == node->children.end())
+          break;
+        last = next->first;
+        update(last);
+      }
+    } catch (...) {
+      node->updating = before;
+      throw;
+    }
+    node->updating = before;
+  }
+
+  std::array<std::shared_ptr<Node>, places> m_nodes;
+  Scripts m_calculations;
+  Scripts m_delayed;
+  bool m_catching;
+  Log& m_log;
+  std::string m_cycle;
+};
+
+rc::Gen<Script> anyScript(int longest)
+{
+  const auto place = rc::gen::inRange(0, places);
+  const auto kind = rc::gen::weightedElement<int>({{8, Act::link},
+                                                   {1, Act::linkUnchecked},
+                                                   {2, Act::unlink},
+                                                   {4, Act::mark},
+                                                   {4, Act::update},
+                                                   {1, Act::destroy},
+                                                   {1, Act::renew},
+                                                   {1, Act::fail}});
+  return rc::gen::mapcat(rc::gen::inRange(1, longest + 1), [=](int length) {
+    return rc::gen::container<Script>(static_cast<std::size_t>(length),
+                                      rc::gen::construct<Act>(kind, place, place));
+  });
+}
+
+Scripts anyScripts()
+{
+  Scripts scripts;
+  for (auto& ofPlace : scripts) {
+    if (*rc::gen::inRange(0, 3) == 0)
+      ofPlace = *rc::gen::container<std::vector<Script>>(std::size_t{2}, anyScript(3));
+  }
+  return scripts;
+}
+
+TEST(SchedulerObject, FollowsTheRecursiveDefinitionWhateverCalculationsDo)
+{
+  EXPECT_TRUE(rc::check([] {
+    const bool catching = *rc::gen::arbitrary<bool>();
+    const Scripts calculations = anyScripts();
+    const Scripts delayed = *rc::gen::inRange(0, 3) == 0 ? anyScripts() : Scripts();
+    Catching sink(catching);
+    Log got;
+    Log expected;
+    Real real(calculations, delayed, got);
+    Model model(calculations, delayed, catching, expected);
+    const int steps = *rc::gen::inRange(0, 40);
+    for (int n = 0; n < steps; ++n) {
+      const Script step = *anyScript(1);
+      real.step(step);
+      model.step(step);
+      RC_ASSERT(got.events == expected.events);
+      RC_ASSERT(real.state() == model.state());
+    }
+    RC_ASSERT(sink.reported.errors() == expected.reported);
+  }));
+}
+
+// ---------------------------------------------------------------------------------------- messages and settings
+
+TEST(SchedulerObject, RefusalsTellWhatIsWrongAndChangeNothing)
+{
+  Owner owner;
+  DataKSLObject plain;
+  SchedulerObject a("Cut", &owner, "Geometry");
+  SchedulerObject b("Map", &owner, "Colour");
+  SchedulerObject unowned;
+  SchedulerObject unsupported("Data", &plain, "Result");
+  a.addChild(&b, true);
+  a.addChild(&b, true);
+  unowned.setPending();
+  unsupported.setPending();
+
+  const auto error = [](const char* function, const std::string& message) {
+    return ErrorMsg("SchedulerObject", function, message, 4);
+  };
+  EXPECT_EQ(thrown<internal::badParam>([&] { a.addChild(nullptr, true); }),
+            error("addChild", "Input parameter p_child is empty."));
+  EXPECT_EQ(thrown<ksl::cyclicRef>([&] { a.addChild(&a, false); }),
+            error("addChild", "Tried to make object Cut (Geometry) reference itself."));
+  EXPECT_EQ(thrown<ksl::cyclicRef>([&] { b.addChild(&a, true); }),
+            error("addChild",
+                  "Attempt to create a cyclic dependency between object Map (Colour) and object "
+                  "Cut (Geometry)."));
+  EXPECT_EQ(thrown<internal::nullPointer>([&] { unowned.update(); }),
+            error("update", "Null pointer to m_name."));
+  EXPECT_EQ(thrown<internal::nullPointer>([&] { unsupported.update(); }),
+            error("update", "Object m_name has scheduler but is not GenericKSLObject."));
+  EXPECT_TRUE(unowned.isPending() && unsupported.isPending());
+  EXPECT_EQ(a.getChildren().count(&b), 2);
+  EXPECT_EQ(b.getParents().count(&a), 2);
+  EXPECT_TRUE(a.getParents().empty() && b.getChildren().empty());
+}
+
+TEST(SchedulerObject, ACopyHasNoEdges)
+{
+  Owner owner;
+  SchedulerObject a("a", &owner, "T");
+  SchedulerObject b("b", &owner, "T");
+  a.addChild(&b, true);
+  a.setPending();
+  const SchedulerObject copy(a);
+  EXPECT_TRUE(copy.isPending() && copy.getChildren().empty() && copy.getParents().empty());
+  EXPECT_EQ(copy.getName() + copy.getType(), "aT");
+  EXPECT_EQ(copy.getKSLObject(), &owner);
+  EXPECT_EQ(b.getParents().size(), 1u);
+}
+
+// A calculation that destroys its scheduler and fails is still reported by name, and has its type to the end.
+TEST(SchedulerObject, NameAndTypeOutliveTheScheduler)
+{
+  Catching sink(true);
+  Owner owner;
+  const std::string type = "a type too long to be held in place by a string";
+  auto scheduler = std::make_unique<SchedulerObject>("a name too long to be held in place", &owner, type);
+  owner.onCalculate = [&](const std::string& given) {
+    scheduler.reset();
+    throw std::runtime_error(given);
+  };
+  scheduler->setPending();
+  scheduler->update();
+  const std::string name = "a name too long to be held in place";
+  EXPECT_EQ(
+      sink.reported.errors(),
+      std::vector<ErrorMsg>({{"SchedulerObject", "update",
+                              "Operation '" + name + "' failed (system exception: " + type + ").", 4}}));
+}
+
+TEST(SchedulerObject, EndlessNestingIsAnErrorNotACrash)
+{
+  Catching sink(false);
+  Owner owner;
+  SchedulerObject a("Loop", &owner, "T");
+  owner.onCalculate = [&](const std::string&) {
+    a.setPending();
+    a.update();
+  };
+  for (int round = 0; round < 2; ++round) {
+    a.setPending();
+    EXPECT_EQ(thrown<internal::error>([&] { a.update(); }).getMessage(),
+              "Operation 'Loop' failed. Updates are nested too deeply.");
+    EXPECT_FALSE(a.isPending());
+  }
+}
+
+TEST(SchedulerObject, TraceTellsWhatWasMarkedByWhomAndWhatWasCalculated)
+{
+  struct Trace : SchedulerTrace {
+    std::string told;
+    void marked(const SchedulerObject& scheduler, const SchedulerObject* by) noexcept override
+    {
+      told += scheduler.getName() + "<" + (by ? by->getName() : "") + " ";
+    }
+    void calculated(const SchedulerObject& scheduler, double seconds) noexcept override
+    {
+      told += (seconds >= 0 ? "=" : "?") + scheduler.getName() + " ";
+    }
+  } trace;
+  Owner owner;
+  SchedulerObject a("a", &owner, "T");
+  SchedulerObject b("b", &owner, "T");
+  SchedulerObject c("c", &owner, "T");
+  a.addChild(&b, true);
+  b.addChild(&c, true);
+  b.setPending();
+  SchedulerObject::setTrace(&trace);
+  a.setPending();
+  a.update();
+  EXPECT_EQ(SchedulerObject::setTrace(nullptr), &trace);
+  a.setPending();
+  EXPECT_EQ(trace.told, "a< =a =b =c ");
+}
+
+// -------------------------------------------------------------------------------------------- large shapes
+
+using Edges = std::vector<std::pair<int, int>>;
+
+// Links in the order given, marks the first, updates it twice; everything must have calculated once, parents
+// before children. Then half the edges go, and all schedulers, in creation order.
+void runShape(const char* shape, int size, const Edges& edges, const std::vector<int>& roots)
+{
+  SCOPED_TRACE(shape);
+  Owner owner;
+  std::vector<std::unique_ptr<SchedulerObject>> all;
+  for (int i = 0; i < size; ++i)
+    all.push_back(std::make_unique<SchedulerObject>("", &owner, "T"));
+  for (const auto& [from, to] : edges)
+    all[from]->addChild(all[to].get(), true);
+  for (const auto& [from, to] : edges)
+    ASSERT_TRUE(all[from]->getChildren().contains(all[to].get()));
+  long calculated = 0;
+  owner.onCalculate = [&](const std::string&) { ++calculated; };
+  for (int round = 1; round <= 2; ++round) {
+    for (int root : roots)
+      all[root]->setPending();
+    ASSERT_EQ(std::count_if(all.begin(), all.end(), [](const auto& one) { return one->isPending(); }), size);
+    for (int root : roots)
+      all[root]->update();
+    ASSERT_EQ(calculated, static_cast<long>(round) * size);
+  }
+  for (std::size_t i = 0; i < edges.size(); i += 2) {
+    all[edges[i].first]->deleteChild(all[edges[i].second].get());
+    ASSERT_FALSE(all[edges[i].second]->getParents().contains(all[edges[i].first].get()));
+  }
+  all.erase(all.begin(), all.begin() + size / 2);
+  for (const auto& one : all) {
+    for (const auto& edge : one->getParents())
+      ASSERT_EQ(edge.first->getChildren().count(one.get()), 1);
+  }
+}
+
+Edges chain(int size)
+{
+  Edges edges;
+  for (int i = 1; i < size; ++i)
+    edges.emplace_back(i - 1, i);
+  return edges;
+}
+
+void* runShapes(void*)
+{
+  constexpr int hub = 100000;
+  constexpr int rungs = 10000;
+  constexpr int longest = 1000000;
+  Edges ladder;
+  for (int i = 0; i < 3 * rungs; i += 3) {
+    for (int side : {1, 2}) {
+      ladder.emplace_back(i, i + side);
+      ladder.emplace_back(i + side, i + 3);
+    }
+  }
+  Edges fanOut;
+  Edges fanIn;
+  std::vector<int> parents;
+  for (int i = 1; i <= hub; ++i) {
+    fanOut.emplace_back(0, i);
+    fanIn.emplace_back(i, 0);
+    parents.push_back(i);
+  }
+  std::mt19937 random(7);
+  Edges shuffled = chain(hub);
+  for (Edges* edges : {&shuffled, &fanOut, &fanIn})
+    std::shuffle(edges->begin(), edges->end(), random);
+  runShape("ladder of diamonds", 3 * rungs + 1, ladder, {0});
+  runShape("chain", longest, chain(longest), {0});
+  runShape("chain linked anywhere", hub, shuffled, {0});
+  runShape("many children", hub + 1, fanOut, {0});
+  runShape("many parents", hub + 1, fanIn, parents);
+  return nullptr;
+}
+
+TEST(SchedulerObject, LargeShapesCostWhatTheyHoldAndASmallStack)
+{
+  pthread_attr_t small;
+  pthread_attr_init(&small);
+  ASSERT_EQ(pthread_attr_setstacksize(&small, 256 * 1024), 0);
+  pthread_t thread;
+  ASSERT_EQ(pthread_create(&thread, &small, runShapes, nullptr), 0);
+  pthread_join(thread, nullptr);
+  pthread_attr_destroy(&small);
+}
+
+}  // namespace
+}  // namespace orv
