@@ -141,6 +141,30 @@ class ORV_API KSLReplaceModeHandler {
 
 // -------------------------------------------------------------------------------------------------- text store
 
+// Lines kept in one piece of text: a text of a million lines is two blocks of memory. Views hold until the next
+// line is added.
+class ORV_API KSLLines {
+ public:
+  void reserve(std::size_t characters, std::size_t lines);
+  void add(std::string_view line);
+  // The same without a copy: append the line to the text that begin() gives, then end() it or drop() it.
+  std::string& begin() { return m_text; }
+  std::string_view begun() const { return std::string_view(m_text).substr(lastEnd()); }
+  void end() { m_ends.push_back(m_text.size()); }
+  void drop() { m_text.resize(lastEnd()); }
+
+  std::size_t size() const { return m_ends.size(); }
+  bool empty() const { return m_ends.empty(); }
+  std::string_view operator[](std::size_t index) const;
+  std::string_view back() const { return (*this)[size() - 1]; }
+  std::vector<std::string> copy() const;
+
+ private:
+  std::size_t lastEnd() const { return m_ends.empty() ? 0 : m_ends.back(); }
+  std::string m_text;
+  std::vector<std::size_t> m_ends;
+};
+
 class ORV_API KSLAPI {
  public:
   // One entry of an object, as its text lists it.
@@ -195,6 +219,7 @@ class ORV_API KSLAPI {
   // "Syntax error in KSL line: '%s'." and "Object name '%s' must not contain '%s'."; what was merged before
   // stays until undo. Cost: linear in the text.
   void loadKSLData(const std::vector<std::string>& lines);
+  void loadKSLData(const KSLLines& lines);
 
   // Deletes an object and all below it; one that does not exist is left alone. Linear in what goes.
   void deleteObj(const std::string& path);

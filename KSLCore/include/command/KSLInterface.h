@@ -117,7 +117,7 @@ class ORV_API KSLInterface {
   };
 
   // Debugging hooks; do nothing in this build.
-  void writeProcessKSLDebug(const std::vector<std::string>&) const {}
+  void writeProcessKSLDebug(const KSLLines&) const {}
   void writeUpdateModeDebug() const {}
 
  private:
@@ -145,9 +145,9 @@ class ORV_API KSLInterface {
   void beginNewParse(kslUpdateMode mode);
   void endParse();
   void doParseKSL(const std::string& text, kslUpdateMode mode);
-  std::vector<std::string> preParseKSL(const std::string& text) const;
-  void updateForBackwardCompatibility(std::vector<std::string>& lines, kslUpdateMode mode);
-  void processKSL(const std::vector<std::string>& lines);
+  KSLLines preParseKSL(const std::string& text) const;
+  void updateForBackwardCompatibility(KSLLines& lines, kslUpdateMode mode);
+  void processKSL(const KSLLines& lines);
   void setPendingError(const ErrorMsg& error);
   void handleParseException(bool force);
   Executive& executive() const;

@@ -34,8 +34,8 @@ class ORV_API ObjectDB {
   KSLObject* getRoot() const;
   std::size_t size() const;  // objects, the root not counted
   // Paths of old versions are understood in look-ups. Off at start.
-  // Rises with every object that goes: a pointer is good as long as this has not moved.
-  std::size_t deletionCount() const { return m_deletions; }
+  // Rises with every object that comes or goes: what was looked up is good as long as this has not moved.
+  std::size_t changeCount() const { return m_changes; }
   static void supportOldStylePaths();
 
   // Takes the object into the tree below its parent path, owns it from then on and tells the observer, whose
@@ -125,7 +125,7 @@ class ORV_API ObjectDB {
 
   std::unique_ptr<PathIndex> m_index;        // owns the holders, the root's excepted, and their objects
   DBChangeNotify* m_changeNotify = nullptr;  // not owned
-  std::size_t m_deletions = 0;
+  std::size_t m_changes = 0;
   std::unique_ptr<RootKSLObject> m_root;
   std::unique_ptr<ObjectHolder> m_rootHolder;
 };

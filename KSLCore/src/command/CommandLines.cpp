@@ -33,14 +33,20 @@ bool CommandLines::isActionLine(std::string_view line)
   return !statement.empty() && statement.front() == '>';
 }
 
-std::vector<std::string> CommandLines::parse(std::string_view text)
+KSLLines CommandLines::parse(std::string_view text)
 {
   m_rest = text;
   m_atEnd = text.empty();
-  m_lines.reserve(static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n')) + 2);
+  const auto lineCount = static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n'));
+  m_lines.reserve(text.size() + 2 * updateLine.size(), lineCount + 2);
   std::string_view raw;
-  while (takeLine(raw))
-    addLine(continues(raw) ? joinContinuation(raw) : StringUtilities::simplifyWhitespace(raw));
+  while (takeLine(raw)) {
+    if (continues(raw))
+      joinContinuation(raw, m_lines.begin());
+    else
+      StringUtilities::appendSimplified(m_lines.begin(), raw);
+    endLine();
+  }
   if (!m_lines.empty())
     finish();
   return std::move(m_lines);
@@ -59,7 +65,7 @@ bool CommandLines::takeLine(std::string_view& line)
 
 // The first line is tested as it stands and the following ones after they were simplified: a backslash
 // followed by blanks continues there only. Deliberate.
-std::string CommandLines::joinContinuation(std::string_view first)
+void CommandLines::joinContinuation(std::string_view first, std::string& out)
 {
   std::string joined(first.substr(0, first.size() - 1));
   std::string_view raw;
@@ -69,32 +75,32 @@ std::string CommandLines::joinContinuation(std::string_view first)
     if (more)
       joined.pop_back();
   }
-  return StringUtilities::simplifyWhitespace(joined);
+  StringUtilities::appendSimplified(out, joined);
 }
 
-void CommandLines::addLine(std::string line)
+void CommandLines::endLine()
 {
-  if (line.empty())
+  if (m_lines.begun().empty())
     return;
-  const MiniKSLParser::LineType type = MiniKSLParser::scan(line).type;
+  const MiniKSLParser::LineType type = MiniKSLParser::scan(m_lines.begun()).type;
   if (type == MiniKSLParser::actionLine)
-    return addActionLine(std::move(line));
-  m_lines.push_back(std::move(line));
+    return endActionLine();
+  m_lines.end();
   if (m_mode == kslUpdateDefault)
     countDepth(type);
 }
 
-void CommandLines::addActionLine(std::string line)
+void CommandLines::endActionLine()
 {
+  std::string line(m_lines.begun());
+  m_lines.drop();
   if (line.size() > 1 && line[1] != ' ')
     line.insert(1, 1, ' ');
-  if (isUpdateLine(line)) {
-    m_lines.push_back(std::move(line));
-    return;
-  }
-  m_lines.emplace_back(updateLine);
-  m_lines.push_back(std::move(line));
-  m_lines.emplace_back(updateLine);
+  if (isUpdateLine(line))
+    return m_lines.add(line);
+  m_lines.add(updateLine);
+  m_lines.add(line);
+  m_lines.add(updateLine);
 }
 
 void CommandLines::countDepth(int lineType)
@@ -106,15 +112,15 @@ void CommandLines::countDepth(int lineType)
   if (lineType != MiniKSLParser::endLine)
     return;
   if (m_depth-- == 1)
-    m_lines.emplace_back(updateLine);
+    m_lines.add(updateLine);
 }
 
 void CommandLines::finish()
 {
   if (m_mode == kslUpdateNoAction)
-    m_lines.emplace_back(updateNoActionLine);
+    m_lines.add(updateNoActionLine);
   else if (!isUpdateLine(m_lines.back()))
-    m_lines.emplace_back(updateLine);
+    m_lines.add(updateLine);
   checkDepth();
 }
 

@@ -11,12 +11,12 @@
 //                   > update              … and what it changes is applied
 #pragma once
 
+#include "platform/ORVKSLAPI.h"
 #include "command/KSLUpdateMode.h"
 
 #include <cstddef>
 #include <string>
 #include <string_view>
-#include <vector>
 
 namespace orv {
 
@@ -27,7 +27,7 @@ class CommandLines {
 
   // Throws data::error, class "KSLInterface", function "preParseKSL", type 4: "Not enough END statements in
   // KSL." or "Too many END statements in KSL.", judged by the final count and in the default mode only.
-  std::vector<std::string> parse(std::string_view text);
+  KSLLines parse(std::string_view text);
 
   // True when the line, its comment ignored, begins with ">".
   static bool isActionLine(std::string_view line);
@@ -35,10 +35,11 @@ class CommandLines {
  private:
   // The next line of the text, without its end; false after the last.
   bool takeLine(std::string_view& line);
-  // The line with those that continue it, white space simplified.
-  std::string joinContinuation(std::string_view first);
-  void addLine(std::string line);
-  void addActionLine(std::string line);
+  // Appends the line with those that continue it, white space simplified.
+  void joinContinuation(std::string_view first, std::string& out);
+  // Ends the line that was appended: drops it when it is empty, and wraps it in updates when it is an action.
+  void endLine();
+  void endActionLine();
   // Counts the blocks; adds an update where a top-level block closes.
   void countDepth(int lineType);
   void finish();
@@ -48,7 +49,7 @@ class CommandLines {
   std::string_view m_rest;
   bool m_atEnd = true;
   long m_depth = 0;
-  std::vector<std::string> m_lines;
+  KSLLines m_lines;
 };
 
 }  // namespace orv

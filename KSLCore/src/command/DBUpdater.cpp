@@ -17,17 +17,18 @@ ObjectDBUpdater::ObjectDBUpdater(ObjectDB* database, DependentUpdates* dependent
 
 KSLObject* ObjectDBUpdater::find(const std::string& path)
 {
-  if (m_last && m_deletionsThen == m_database->deletionCount() && path == m_lastPath)
+  if (m_changesThen == m_database->changeCount() && path == m_lastPath)
     return m_last;
   m_last = m_database->getObjectByPath(path);
   m_lastPath = path;
-  m_deletionsThen = m_database->deletionCount();
+  m_changesThen = m_database->changeCount();
   return m_last;
 }
 
 bool ObjectDBUpdater::hasObject(const std::string& path)
 {
-  return m_database->hasObject(path);
+  const bool isPath = !path.empty() && path.front() == '/';
+  return isPath ? find(path) != nullptr : m_database->hasObject(path);
 }
 
 void ObjectDBUpdater::createObject(const std::string& path)

@@ -36,10 +36,10 @@ class ObjectDBUpdater : public DBUpdater {
 
   ObjectDB* m_database;
   DependentUpdates* m_dependents;
-  // The object found last: changes come object by object.
+  // What was found last, or not found: changes come object by object.
   std::string m_lastPath;
   KSLObject* m_last = nullptr;
-  std::size_t m_deletionsThen = 0;
+  std::size_t m_changesThen = 0;
 };
 
 // Sets parameters of objects that exist, without marking anything for recomputation. Creates, deletes and

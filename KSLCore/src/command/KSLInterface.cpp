@@ -240,7 +240,7 @@ void KSLInterface::handleParseException(bool force)
 
 void KSLInterface::doParseKSL(const std::string& text, kslUpdateMode mode)
 {
-  std::vector<std::string> lines = preParseKSL(text);
+  KSLLines lines = preParseKSL(text);
   const bool rewrite = m_bwc;
   if (m_bwcOverridePending) {
     m_bwc = m_savedBwc;
@@ -253,21 +253,25 @@ void KSLInterface::doParseKSL(const std::string& text, kslUpdateMode mode)
     KSLCoreAPI::instance()->notify(KSLCoreAPI::outermostProcessed);
 }
 
-std::vector<std::string> KSLInterface::preParseKSL(const std::string& text) const
+KSLLines KSLInterface::preParseKSL(const std::string& text) const
 {
   return CommandLines(m_modeStack.back()).parse(text);
 }
 
-void KSLInterface::updateForBackwardCompatibility(std::vector<std::string>& lines, kslUpdateMode mode)
+// Without a functor of the host's there is nothing to ask: the default one rewrites nothing.
+void KSLInterface::updateForBackwardCompatibility(KSLLines& lines, kslUpdateMode mode)
 {
-  const bool perBlock = mode == kslUpdateDefault;
-  if (m_backFunctor)
-    (*m_backFunctor)(lines, perBlock);
-  else
-    BackCompatibilityFunctor()(lines, perBlock);
+  if (!m_backFunctor)
+    return;
+  std::vector<std::string> texts = lines.copy();
+  (*m_backFunctor)(texts, mode == kslUpdateDefault);
+  KSLLines rewritten;
+  for (const std::string& line : texts)
+    rewritten.add(line);
+  lines = std::move(rewritten);
 }
 
-void KSLInterface::processKSL(const std::vector<std::string>& lines)
+void KSLInterface::processKSL(const KSLLines& lines)
 {
   writeProcessKSLDebug(lines);
   const ScopeGuard clear([this] { m_kslapi->clearKSLChangeList(); });

@@ -112,27 +112,22 @@ void KSLInterface::replayHistory(UndoMode mode)
 {
   m_kslapi->undo();
   KSLChangeList changes(getUndoModeString(mode));
-  getHistoryChanges(changes);
+  if (isRecovering())
+    getRecoveryChanges(changes);
+  else
+    getHistoryChanges(changes);
   if (changes.empty())
     return;  // an open, empty list would hide the steps below it
-  KSLAPIUpdateProcessor storeProcessor(m_kslapi.get(), true);
-  changes.process(KSLChangeList::Direction::forward, &storeProcessor);
-  // A step that failed is gone, and definitions after an undo are recorded beside it: so an older step may not fit
-  // what is there now. The database is given what the step really changed in the store, not what it meant to: both
-  // then stay the same, and the inverses take back just that. A recovery finds the store put back already.
-  KSLChangeList changed = m_kslapi->takeKSLChangeList();
-  if (isRecovering())
-    changed.swapChanges(changes);
   Application application(this);
-  executive().update(changed, application.list(), m_kslapi.get());
+  executive().update(changes, application.list(), m_kslapi.get());
   application.commit();
 }
 
+// Replays the newest step in the store and gives what that really changed there. A step that failed is gone, and what
+// is defined after an undo is recorded beside it: an older step may not fit any more. Store and database stay the same
+// when the database follows the store, and the inverses recorded then take back just that.
 void KSLInterface::getHistoryChanges(KSLChangeList& changes)
 {
-  changes.clear();
-  if (isRecovering())
-    return getRecoveryChanges(changes);
   HistoryStack* source = stackFor(m_undoMode, true);
   const std::shared_ptr<KSLChangeList> top = source->shareTop();
   if (!top || top->empty()) {
@@ -141,12 +136,16 @@ void KSLInterface::getHistoryChanges(KSLChangeList& changes)
         ErrorMsg("KSLInterface", "getHistoryChanges", _(text), errorType::warning));
     return;
   }
-  const ScopeGuard pop([source] { source->pop(); });  // also when copying fails
-  ChangeListCopyProcessor copy(changes);
-  top->process(KSLChangeList::Direction::backward, &copy);
+  const ScopeGuard pop([source] { source->pop(); });  // also when the replay fails
+  KSLAPIUpdateProcessor replay(m_kslapi.get(), true);
+  top->process(KSLChangeList::Direction::backward, &replay);
+  KSLChangeList changed = m_kslapi->takeKSLChangeList();
+  changes.swapChanges(changed);
 }
 
-// Completed steps are never rolled back: only what the failed parse recorded is, and none of its lists stays.
+// Gives the inverses of all that the failed parse did; completed steps are never rolled back, and none of the failed
+// parse's lists stays. The store has been put back already, so that the replay there changes nothing but what an
+// earlier, confirmed update of the same parse did.
 void KSLInterface::getRecoveryChanges(KSLChangeList& changes)
 {
   std::vector<ParseStep> steps;
@@ -160,6 +159,9 @@ void KSLInterface::getRecoveryChanges(KSLChangeList& changes)
       changes.add((*steps[step].list)[i]);
   }
   m_lastRecoverySize = changes.size();
+  KSLAPIUpdateProcessor replay(m_kslapi.get(), true);
+  changes.process(KSLChangeList::Direction::forward, &replay);
+  m_kslapi->clearKSLChangeList();
 }
 
 void KSLInterface::attemptErrorRecovery()

@@ -36,12 +36,9 @@ void UpdateProcessor::deletedObject(const std::string& path)
 
 void UpdateProcessor::newParam(const std::string& path, const std::string& name, const std::string& value)
 {
-  if (path != m_lastPath) {
-    if (!m_updater->hasObject(path)) {
-      createWaiting();
-      ensureObject(path);
-    }
-    m_lastPath = path;
+  if (!m_updater->hasObject(path)) {
+    createWaiting();
+    ensureObject(path);
   }
   m_updater->setParam(path, name, value);
   noteChanged(path);
@@ -113,8 +110,6 @@ void UpdateProcessor::create(const std::string& path)
 
 void UpdateProcessor::forget(const std::string& deletedPath)
 {
-  if (PathUtils::isSameOrBelow(m_lastPath, deletedPath))
-    m_lastPath.clear();
   m_lastChanged.clear();
   if (!m_waiting.empty())
     m_waiting.push_back({deletedPath, true});
@@ -124,7 +119,8 @@ void UpdateProcessor::noteChanged(const std::string& path)
 {
   if (path == m_lastChanged)
     return;
-  m_changed.insert(path);
+  if (m_updater->hasObject(path))  // else there is nothing to update
+    m_changed.insert(path);
   m_lastChanged = path;
 }
 

@@ -47,10 +47,9 @@ class UpdateProcessor : public KSLChangeProcessor {
   void forget(const std::string& deletedPath);
   void noteChanged(const std::string& path);
 
-  DBUpdater* m_updater;      // not owned
-  KSLChangeList* m_history;  // not owned
-  std::string m_lastPath;    // known to exist
-  std::string m_lastChanged;
+  DBUpdater* m_updater;       // not owned
+  KSLChangeList* m_history;   // not owned
+  std::string m_lastChanged;  // noted already, or not there
   std::set<std::string> m_deleted;
   std::set<std::string> m_changed;
   std::vector<Waiting> m_waiting;  // in the order reported

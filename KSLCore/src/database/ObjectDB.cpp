@@ -238,6 +238,7 @@ ObjectHolder* ObjectDB::checkedParentOf(const KSLObject* object) const
 
 void ObjectDB::insert(ObjectHolder* parent, KSLObject* object)
 {
+  ++m_changes;
   auto holder = std::make_unique<ObjectHolderImpl>(parent, object);
   parent->addChildObject(object);
   ScopeGuard unplace([&] {
@@ -316,7 +317,7 @@ ObjectHolder* ObjectDB::holderOf(const KSLObject* child) const
 // Nobody finds the object by its path any more while it ends; its own place stays until then.
 void ObjectDB::removeLeaf(ObjectHolder* holder)
 {
-  ++m_deletions;
+  ++m_changes;
   holder->getParentHolder()->removeChildObject(holder->getObject());
   m_index->erase(holder);
   const std::unique_ptr<ObjectHolder> endingPlace(holder);

@@ -42,18 +42,55 @@ void KSLAPI::registerReplaceModeHandler(KSLReplaceModeHandler* handler)
 
 // ------------------------------------------------------------------------------------------ reading and changing
 
-void KSLAPI::Impl::load(const std::vector<std::string>& lines, KSLActionHandler* handler)
+void KSLLines::reserve(std::size_t characters, std::size_t lines)
 {
-  store::Loader loader(*this, handler);
-  for (const std::string& line : lines) {
-    if (!loader.readLine(line))
+  m_text.reserve(characters);
+  m_ends.reserve(lines);
+}
+
+void KSLLines::add(std::string_view line)
+{
+  m_text += line;
+  end();
+}
+
+std::string_view KSLLines::operator[](std::size_t index) const
+{
+  const std::size_t first = index == 0 ? 0 : m_ends[index - 1];
+  return std::string_view(m_text).substr(first, m_ends[index] - first);
+}
+
+std::vector<std::string> KSLLines::copy() const
+{
+  std::vector<std::string> lines;
+  lines.reserve(size());
+  for (std::size_t i = 0; i < size(); ++i)
+    lines.emplace_back((*this)[i]);
+  return lines;
+}
+
+namespace {
+
+template <class Lines>
+void load(KSLAPI::Impl& store, const Lines& lines)
+{
+  store::Loader loader(store, store.actionHandler);
+  for (std::size_t i = 0; i < lines.size(); ++i) {
+    if (!loader.readLine(lines[i]))
       return;
   }
 }
 
+}  // namespace
+
 void KSLAPI::loadKSLData(const std::vector<std::string>& lines)
 {
-  m_impl->load(lines, m_impl->actionHandler);
+  load(*m_impl, lines);
+}
+
+void KSLAPI::loadKSLData(const KSLLines& lines)
+{
+  load(*m_impl, lines);
 }
 
 void KSLAPI::deleteObj(const std::string& path)

@@ -51,7 +51,6 @@ class KSLAPI::Impl {
 
   // -- reading text
 
-  void load(const std::vector<std::string>& lines, KSLActionHandler* handler);
   void readLibraryFiles(const std::vector<std::string>& files);
 
   store::Tree tree;

@@ -12,7 +12,7 @@ using StringUtilities::unquoted;
 
 constexpr std::string_view replaceWord = "&replace";
 
-[[noreturn]] void syntaxError(const std::string& line)
+[[noreturn]] void syntaxError(std::string_view line)
 {
   throw ksl::invalid("KSLAPI", "loadKSLData", _("Syntax error in KSL line: '%s'.", line));
 }
@@ -44,7 +44,7 @@ bool takeReplaceWord(std::string_view& statement)
 
 }  // namespace
 
-bool Loader::readLine(const std::string& line)
+bool Loader::readLine(std::string_view line)
 {
   const MiniKSLParser::Line scanned = MiniKSLParser::scan(line);
   switch (scanned.type) {
@@ -67,7 +67,7 @@ bool Loader::readLine(const std::string& line)
   syntaxError(line);
 }
 
-void Loader::readHeader(const std::string& line, std::string_view statement)
+void Loader::readHeader(std::string_view line, std::string_view statement)
 {
   const bool replace = takeReplaceWord(statement);
   const std::size_t colon = statement.find(':');
@@ -97,7 +97,7 @@ void Loader::openBlock(std::string_view type, std::string_view name, bool replac
   m_open.push_back({node->path, node, replace});
 }
 
-void Loader::readParam(const std::string& line, std::string_view statement, std::size_t equals)
+void Loader::readParam(std::string_view line, std::string_view statement, std::size_t equals)
 {
   const std::string_view name = unquoted(trimmed(statement.substr(0, equals)));
   if (name.empty() || m_open.empty())

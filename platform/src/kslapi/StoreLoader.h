@@ -31,7 +31,7 @@ class Loader {
   Loader(KSLAPI::Impl& store, KSLActionHandler* handler) : m_store(store), m_handler(handler) {}
 
   // False when an action failed: the rest is not to be read.
-  bool readLine(const std::string& line);
+  bool readLine(std::string_view line);
   // Blocks still open.
   std::size_t depth() const { return m_open.size(); }
 
@@ -42,8 +42,8 @@ class Loader {
     bool replace;
   };
 
-  void readHeader(const std::string& line, std::string_view statement);
-  void readParam(const std::string& line, std::string_view statement, std::size_t equals);
+  void readHeader(std::string_view line, std::string_view statement);
+  void readParam(std::string_view line, std::string_view statement, std::size_t equals);
   void endBlock();
   bool runAction(std::string_view statement);
   Node* openNode();
