@@ -1,9 +1,9 @@
 // Random commands with faults against the model: after each, text store, database and model hold the same.
 //
 // KSL_MODEL_SEEDS and KSL_MODEL_COMMANDS set the size of a run, KSL_MODEL_FIRST its first seed.
-#include "../support/Model.h"
+#include "tests/support/Model.h"
 
-#include "../support/TestSystem.h"
+#include "tests/support/TestSystem.h"
 
 #include <algorithm>
 #include <cstdlib>
