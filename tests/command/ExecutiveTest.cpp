@@ -324,14 +324,16 @@ TEST(ExecutiveAndStore, DropReferencesToWhatIsDeleted)
   system.run("> delete /A:b");
   EXPECT_EQ(cut->getValue("Cuts"), "/A:a");
   system.expectConsistent();
-  system.run("> update");
-  EXPECT_EQ(system.undoSteps(), "2 (2)") << "the store knows: nothing is left to be updated";
   system.run("> undo");
   EXPECT_EQ(system.state(), before);
   system.expectConsistent();
   system.run("> redo");
   EXPECT_EQ(cut->getValue("Cuts"), "/A:a");
   system.expectConsistent();
+  system.run("&replace A: a\nEND\n> update");
+  EXPECT_EQ(cut->getValue("Cuts"), "");
+  system.expectConsistent();
+  EXPECT_EQ(system.undoSteps(), "3 (3)") << "the store knew, and left nothing for the second update";
   EXPECT_EQ(system.errors(), "");
 }
 

@@ -255,6 +255,7 @@ TEST_F(History, AModifierDecidesWhatIsRemembered)
   owner->registerChangeListModifier(modifier);
   EXPECT_EQ(alive, 1);
   after("A: secret\nx = 1\nEND\nA: secret\nx = 2\nEND");
+  system.run("A: secret\nx = 9\nEND", kslUpdateNoAction);
   EXPECT_EQ(system.undoSteps(), "0") << "a step without changes is none";
   after("A: secret\nx = 3\nEND\nA: a\nx = 1\nEND\nA: secret\nx = 4\nEND");
   EXPECT_EQ(system.undoSteps(), "1 (2)");

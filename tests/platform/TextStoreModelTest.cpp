@@ -117,34 +117,46 @@ TEST(ChangeList, AsksItsModifierOnceForEachChange)
 // What is added while a list is shown is shown too, forward; what has gone is not.
 class Meddler : public ChangeListCopyProcessor {
  public:
-  Meddler(KSLChangeList& shown, KSLChangeList& seen) : ChangeListCopyProcessor(seen), m_shown(shown) {}
+  Meddler(KSLChangeList& shown, KSLChangeList& seen, int count)
+      : ChangeListCopyProcessor(seen),
+        m_shown(shown),
+        m_count(count)
+  {}
   void visit(const KSLChange& change) override
   {
     ChangeListCopyProcessor::visit(change);
-    if (change.path.str() == "/A:2") {
+    if (change.path.str() == "/A:3") {
       m_shown.clear();
-      m_shown.add(numbered(8));
-      m_shown.add(numbered(9));
-      m_shown.add(numbered(10));
+      for (int i = 6; i < 6 + m_count; ++i)
+        m_shown.add(numbered(i));
     }
   }
 
  private:
   KSLChangeList& m_shown;
+  int m_count;  // put in place of the list's changes
 };
 
 TEST(ChangeList, MayChangeWhileItIsShown)
 {
-  const std::pair<KSLChangeList::Direction, const char*> cases[] = {
-      {KSLChangeList::Direction::forward, "create /A:1\ncreate /A:2\ncreate /A:10\n"},
-      {KSLChangeList::Direction::backward, "create /A:3\ncreate /A:2\ncreate /A:8\n"},
+  struct Case {
+    KSLChangeList::Direction direction;
+    int count;
+    const char* seen;
   };
-  for (const auto& [direction, expected] : cases) {
+  const Case cases[] = {
+      {KSLChangeList::Direction::forward, 4, "create /A:1\ncreate /A:2\ncreate /A:3\ncreate /A:9\n"},
+      {KSLChangeList::Direction::forward, 1, "create /A:1\ncreate /A:2\ncreate /A:3\n"},
+      {KSLChangeList::Direction::backward, 4, "create /A:4\ncreate /A:3\ncreate /A:7\ncreate /A:6\n"},
+      {KSLChangeList::Direction::backward, 1, "create /A:4\ncreate /A:3\ncreate /A:6\n"},
+      {KSLChangeList::Direction::backward, 0, "create /A:4\ncreate /A:3\n"},
+  };
+  for (const auto& [direction, count, expected] : cases) {
     KSLChangeList list;
-    for (int i = 1; i <= 3; ++i)
+    for (int i = 1; i <= 4; ++i)
       list.add(numbered(i));
     KSLChangeList seen;
-    Meddler meddler(list, seen);
+    Meddler meddler(list, seen, count);
     list.process(direction, &meddler);
     EXPECT_EQ(TestSystem::render(seen), expected);
   }
