@@ -3,7 +3,9 @@
 // one error is reported, and undo and redo are what they were.
 //
 // An executable of its own, because it replaces the allocation functions.
+#include "database/DBChangeNotify.h"
 #include "database/DataKSLObject.h"
+#include "database/ObjectDB.h"
 #include "database/ObjectFactory.h"
 #include "tests/support/Model.h"
 #include "tests/support/TestSystem.h"
@@ -18,7 +20,7 @@ namespace orv {
 
 namespace {
 
-enum class FaultKind { allocation, setValue, initialize, update, notification, action };
+enum class FaultKind { allocation, setValue, initialize, update, notification, observer, action };
 
 // The one fault that is waiting to happen.
 struct Trap {
@@ -116,6 +118,16 @@ struct FragileType {
   FragileType() { KSLObject::registerBaseTypeWithFactory("FragileObject", new FragileObject); }
 };
 
+// Watches the database, and fails on request.
+class FragileObserver : public DBChangeNotify {
+ public:
+  void paramChanged(const KSLObject*, const ParamDefinition*) override { failAt(FaultKind::observer); }
+  void paramDeleted(const KSLObject*, const std::string&) override { failAt(FaultKind::observer); }
+  void objectAdded(const KSLObject*) override { failAt(FaultKind::observer); }
+  void objectDeleteBegin(const KSLObject*) override { failAt(FaultKind::observer); }
+  void objectDeleteEnd(const std::string&, const KSLObject*) override { failAt(FaultKind::observer); }
+};
+
 struct Scenario {
   const char* name;
   std::vector<const char*> before;  // texts
@@ -189,8 +201,8 @@ class Sweep {
   bool step(unsigned long n);
 
  private:
-  struct System : FragileType, TestSystem {
-    System() : TestSystem(rules) {}
+  struct System : FragileType, FragileObserver, TestSystem {
+    System() : TestSystem(rules) { ObjectDB::instance()->registerChangeNotify(this); }
   };
   struct State {
     ModelNode tree;
@@ -328,6 +340,7 @@ TEST_P(FaultSweepTest, LeavesNoTraceOrNoError)
         break;
     }
   }
+  RecordProperty("faults", std::to_string(met));
   EXPECT_GT(met, 0U) << "nothing was ever made to fail";
 }
 
@@ -335,7 +348,8 @@ INSTANTIATE_TEST_SUITE_P(
     Faults, FaultSweepTest,
     testing::Values(KindCase{FaultKind::allocation, "Allocation"}, KindCase{FaultKind::setValue, "SetValue"},
                     KindCase{FaultKind::initialize, "Initialize"}, KindCase{FaultKind::update, "Update"},
-                    KindCase{FaultKind::notification, "Notification"}, KindCase{FaultKind::action, "Action"}),
+                    KindCase{FaultKind::notification, "Notification"},
+                    KindCase{FaultKind::observer, "Observer"}, KindCase{FaultKind::action, "Action"}),
     [](const auto& test) { return std::string(test.param.name); });
 
 }  // namespace orv
