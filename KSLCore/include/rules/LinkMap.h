@@ -76,6 +76,7 @@ class ORV_API LinkMap {
   View view(std::uint32_t chunk) const noexcept;
   Place lowerBound(const SchedulerObject* key) const noexcept;
   Entry* find(const SchedulerObject* key) const noexcept;
+  SchedulerObject* nextAnywhere(Cursor& cursor) const noexcept;
   void insertFlat(std::uint32_t slot, const Entry& entry);
   void insertChunked(Place place, const Entry& entry);
   void growFlat();
@@ -159,6 +160,21 @@ inline LinkMap::View LinkMap::view(std::uint32_t chunk) const noexcept
     return {m_flat, m_size};
   std::vector<Entry>& entries = (*m_chunks)[chunk].entries;
   return {entries.data(), static_cast<std::uint32_t>(entries.size())};
+}
+
+inline SchedulerObject* LinkMap::next(Cursor& cursor) const noexcept
+{
+  const std::uint32_t slot = cursor.m_slot;
+  if (isChunked() || slot > m_size)
+    return nextAnywhere(cursor);
+  const Entry* entries = view(0).entries;
+  if (slot != 0 && entries[slot - 1].first != cursor.m_last)
+    return nextAnywhere(cursor);
+  if (slot == m_size)
+    return nullptr;
+  cursor.m_last = entries[slot].first;
+  cursor.m_slot = slot + 1;
+  return entries[slot].first;
 }
 
 }  // namespace orv

@@ -20,6 +20,8 @@ class ORV_API SchedulerOwner {
   // Makes the links of parameters whose targets did not exist when they were set. Called before each
   // calculation, so it should cost nothing when there is none. What it throws passes through `update`.
   virtual void createDelayedParamLinks() = 0;
+  // KSLObject's operation of this name; one function overrides both.
+  virtual void calculate(const std::string& schedulerType) = 0;
 
  protected:
   ~SchedulerOwner() = default;
@@ -107,7 +109,6 @@ class ORV_API SchedulerObject {
   //  2. m_pendingParents is the number of parents that are pending.
   //  3. A scheduler whose m_marked is the present s_marking is pending, and so is all that lies below it, each
   //     with that m_marked. (Clearing one of them, or linking one that is not among them, begins a new marking.)
-  //  4. m_updatingChildren is set while a walk that has calculated this scheduler is among its children.
   class Walk;
   class Search;
 
@@ -119,24 +120,27 @@ class ORV_API SchedulerObject {
   void link(SchedulerObject* child);
   void clearPending() noexcept;
   bool isReady() const noexcept;
-  SchedulerOwner& support();
+  bool isUpdatingChildren() const noexcept;
+  SchedulerOwner& support() { return m_support ? *m_support : findSupport(); }
+  SchedulerOwner& findSupport();
 
   static bool s_catchExceptions;
   static SchedulerTrace* s_trace;  // not owned
   static std::uint64_t s_marking;
   static std::uint64_t s_search;
 
-  // What walks read of each scheduler that they pass comes first and together.
+  // What walks read of each scheduler that they pass: one cache line.
   std::uint64_t m_marked = 0;         // the marking that came by last
   SchedulerObject* m_next = nullptr;  // in the list of those that a marking or a search has yet to visit
   LinkMap m_children;
   std::uint32_t m_pendingParents = 0;
-  std::uint32_t m_frame = 0;  // where it stands in the stack of updates, counted from 1; 0 when it does not
-  bool m_pending = false;
-  bool m_updatingChildren = false;
-  KSLObject* m_owner = nullptr;         // not owned
+  // The innermost place in the stack of updates, counted from 1, if what stands there is this scheduler.
+  std::uint32_t m_frame : 31 = 0;
+  std::uint32_t m_pending : 1 = 0;
   SchedulerOwner* m_support = nullptr;  // the owner, once asked for
   SharedText m_type;
+
+  KSLObject* m_owner = nullptr;  // not owned
   LinkMap m_parents;
   std::uint64_t m_searched = 0;  // the search that came by last
   std::string m_name;

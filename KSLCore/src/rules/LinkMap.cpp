@@ -48,7 +48,7 @@ int LinkMap::count(const SchedulerObject* key) const noexcept
   return entry ? entry->second : 0;
 }
 
-SchedulerObject* LinkMap::next(Cursor& cursor) const noexcept
+SchedulerObject* LinkMap::nextAnywhere(Cursor& cursor) const noexcept
 {
   const auto chunks = static_cast<std::uint32_t>(isChunked() ? m_chunks->size() : 1);
   Place place{cursor.m_chunk, cursor.m_slot};

@@ -27,22 +27,21 @@ SchedulerObject::SchedulerObject(const std::string& name, KSLObject* owner, cons
 {}
 
 SchedulerObject::SchedulerObject(const std::string& name, KSLObject* owner, SharedText type)
-    : m_owner(owner),
-      m_type(std::move(type)),
+    : m_type(std::move(type)),
+      m_owner(owner),
       m_name(name)
 {}
 
 SchedulerObject::SchedulerObject(const SchedulerObject& other)
     : m_pending(other.m_pending),
-      m_owner(other.m_owner),
       m_type(other.m_type),
+      m_owner(other.m_owner),
       m_name(other.m_name)
 {}
 
 SchedulerObject::~SchedulerObject()
 {
-  if (m_frame != 0)
-    Walk::forget(*this);
+  Walk::forget(*this);
   for (const LinkMap::Entry& edge : m_children) {
     destroyLink(edge.first->m_parents, this);
     edge.first->m_pendingParents -= m_pending;
@@ -80,7 +79,7 @@ void SchedulerObject::addChild(SchedulerObject* child, bool checkCycles)
                          _("Attempt to create a cyclic dependency between object %s (%s) and object %s (%s).",
                            getName(), getType(), child->getName(), child->getType()));
   // Deliberately nothing while the children are being updated: see the header.
-  if (!m_updatingChildren)
+  if (!isUpdatingChildren())
     link(child);
 }
 
@@ -121,6 +120,11 @@ bool SchedulerObject::checkCyclic(SchedulerObject* target)
 
 // -------------------------------------------------------------------------------------- marking and updating
 
+bool SchedulerObject::isUpdatingChildren() const noexcept
+{
+  return Walk::isPropagating(*this);
+}
+
 void SchedulerObject::setPending() noexcept
 {
   if (m_marked == s_marking)
@@ -132,7 +136,8 @@ void SchedulerObject::setPending() noexcept
   SchedulerObject* waiting = this;
   while (waiting) {
     SchedulerObject* scheduler = std::exchange(waiting, waiting->m_next);
-    const bool wasClean = !std::exchange(scheduler->m_pending, true);
+    const bool wasClean = !scheduler->m_pending;
+    scheduler->m_pending = true;
     for (const LinkMap::Entry& edge : scheduler->m_children) {
       SchedulerObject* child = edge.first;
       child->m_pendingParents += wasClean;
@@ -141,36 +146,22 @@ void SchedulerObject::setPending() noexcept
       if (s_trace && !child->m_pending)
         s_trace->marked(*child, scheduler);
       child->m_marked = s_marking;
+      if (child->m_children.empty()) {
+        child->m_pending = true;
+        continue;
+      }
       child->m_next = waiting;
       waiting = child;
     }
   }
 }
 
-void SchedulerObject::clearPending() noexcept
-{
-  if (!m_pending)
-    return;
-  m_pending = false;
-  if (m_marked == s_marking)
-    ++s_marking;
-  for (const LinkMap::Entry& edge : m_children)
-    --edge.first->m_pendingParents;
-}
-
-// Whether it is this scheduler's turn. It may have been calculated while its delayed links were made.
-bool SchedulerObject::isReady() const noexcept
-{
-  return m_pending && m_pendingParents == 0;
-}
-
-SchedulerOwner& SchedulerObject::support()
+SchedulerOwner& SchedulerObject::findSupport()
 {
   // Both messages name the member, on purpose, not the object.
   if (!m_owner)
     throw internal::nullPointer(className, "update", _("Null pointer to %s.", "m_name"));
-  if (!m_support)
-    m_support = dynamic_cast<SchedulerOwner*>(m_owner);
+  m_support = dynamic_cast<SchedulerOwner*>(m_owner);
   if (!m_support)
     throw internal::nullPointer(className, "update",
                                 _("Object %s has scheduler but is not GenericKSLObject.", "m_name"));

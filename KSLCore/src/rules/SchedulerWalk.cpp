@@ -1,7 +1,6 @@
 #include "SchedulerWalk.h"
 
 #include "platform/ORVError.h"
-#include "database/KSLObject.h"
 
 #include <chrono>
 #include <cxxabi.h>
@@ -14,6 +13,9 @@ namespace {
 // Enough for calculations that update one another on purpose, too few for the stack to run out.
 constexpr int deepestNesting = 1000;
 
+// Room for usual depths is not given back after each update.
+constexpr std::size_t keptFrames = 1024;
+
 constexpr const char* className = "SchedulerObject";
 
 void report(const std::string& message)
@@ -23,38 +25,55 @@ void report(const std::string& message)
 
 }  // namespace
 
-SchedulerObject::Walk* SchedulerObject::Walk::s_outermost = nullptr;
+constinit std::vector<SchedulerObject::Walk::Frame> SchedulerObject::Walk::s_frames;
 int SchedulerObject::Walk::s_depth = 0;
 SchedulerObject::Walk::Calculation* SchedulerObject::Walk::s_calculation = nullptr;
 
 // ------------------------------------------------------------------------------------------------- update
 
-SchedulerObject::Walk::Walk(const SchedulerObject& start)
+// A scheduler keeps its place when its frame has gone, which spares a second visit to each.
+inline std::uint32_t SchedulerObject::Walk::innermost(const SchedulerObject& scheduler) noexcept
+{
+  const std::uint32_t place = scheduler.m_frame;
+  const bool stands = place != 0 && place <= s_frames.size() && s_frames[place - 1].scheduler == &scheduler;
+  return stands ? place : 0;
+}
+
+inline void SchedulerObject::Walk::enter(SchedulerObject* scheduler)
+{
+  s_frames.push_back({scheduler, {}, innermost(*scheduler)});
+  scheduler->m_frame = static_cast<std::uint32_t>(s_frames.size());
+}
+
+inline void SchedulerObject::Walk::leave() noexcept
+{
+  const Frame& frame = s_frames.back();
+  if (frame.outer != 0 && frame.scheduler)
+    frame.scheduler->m_frame = frame.outer;
+  s_frames.pop_back();
+}
+
+SchedulerObject::Walk::Walk(const SchedulerObject& start) : m_base(s_frames.size())
 {
   if (s_depth == deepestNesting)
     throw internal::error(className, "update",
                           _("Operation '%s' failed. Updates are nested too deeply.", start.getName()));
   ++s_depth;
-  if (!s_outermost)
-    s_outermost = this;
-  m_base = s_outermost->m_frames.size();
 }
 
 SchedulerObject::Walk::~Walk()
 {
-  while (s_outermost->m_frames.size() > m_base)
+  while (s_frames.size() > m_base)
     leave();
-  if (s_outermost == this)
-    s_outermost = nullptr;
-  --s_depth;
+  if (--s_depth == 0 && s_frames.capacity() > keptFrames)
+    std::vector<Frame>().swap(s_frames);
 }
 
 void SchedulerObject::Walk::run(SchedulerObject* start)
 {
-  std::vector<Frame>& frames = s_outermost->m_frames;
   visit(start);
-  while (frames.size() > m_base) {
-    Frame& frame = frames.back();
+  while (s_frames.size() > m_base) {
+    Frame& frame = s_frames.back();
     SchedulerObject* child = frame.scheduler ? frame.scheduler->m_children.next(frame.cursor) : nullptr;
     if (child)
       visit(child);
@@ -63,7 +82,7 @@ void SchedulerObject::Walk::run(SchedulerObject* start)
   }
 }
 
-void SchedulerObject::Walk::visit(SchedulerObject* scheduler)
+inline void SchedulerObject::Walk::visit(SchedulerObject* scheduler)
 {
   if (!scheduler->m_pending)
     return;
@@ -74,30 +93,21 @@ void SchedulerObject::Walk::visit(SchedulerObject* scheduler)
     leave();
 }
 
-void SchedulerObject::Walk::enter(SchedulerObject* scheduler)
+bool SchedulerObject::Walk::isPropagating(const SchedulerObject& scheduler) noexcept
 {
-  std::vector<Frame>& frames = s_outermost->m_frames;
-  frames.push_back({scheduler, {}, scheduler->m_frame});
-  scheduler->m_frame = static_cast<std::uint32_t>(frames.size());
-}
-
-void SchedulerObject::Walk::leave() noexcept
-{
-  std::vector<Frame>& frames = s_outermost->m_frames;
-  const Frame& frame = frames.back();
-  if (frame.scheduler) {
-    frame.scheduler->m_frame = frame.outer;
-    if (frame.propagating)
-      frame.scheduler->m_updatingChildren = frame.wasUpdating;
-  }
-  frames.pop_back();
+  std::uint32_t place = innermost(scheduler);
+  while (place != 0 && !s_frames[place - 1].propagating)
+    place = s_frames[place - 1].outer;
+  return place != 0;
 }
 
 void SchedulerObject::Walk::forget(SchedulerObject& scheduler) noexcept
 {
-  std::uint32_t place = scheduler.m_frame;
+  std::uint32_t place = innermost(scheduler);
+  if (place == 0)
+    return;
   while (place != 0) {
-    Frame& frame = s_outermost->m_frames[place - 1];
+    Frame& frame = s_frames[place - 1];
     frame.scheduler = nullptr;
     place = frame.outer;
   }
@@ -114,7 +124,7 @@ class SchedulerObject::Walk::AfterCalculation {
  public:
   using Clock = std::chrono::steady_clock;
 
-  explicit AfterCalculation(const Walk& walk) : m_walk(walk)
+  AfterCalculation()
   {
     if (s_trace)
       m_start = Clock::now();
@@ -123,7 +133,7 @@ class SchedulerObject::Walk::AfterCalculation {
   AfterCalculation& operator=(const AfterCalculation&) = delete;
   ~AfterCalculation()
   {
-    SchedulerObject* scheduler = m_walk.top();
+    SchedulerObject* scheduler = top();
     if (!scheduler)
       return;
     scheduler->clearPending();
@@ -132,34 +142,32 @@ class SchedulerObject::Walk::AfterCalculation {
   }
 
  private:
-  const Walk& m_walk;
   Clock::time_point m_start;
 };
 
 // Calculates the scheduler on top, when it is its turn; true when its children are next.
-bool SchedulerObject::Walk::calculateTop()
+inline bool SchedulerObject::Walk::calculateTop()
 {
   if (!top() || !top()->isReady())
     return false;
   top()->clearPending();
   {
-    const AfterCalculation after(*this);
+    const AfterCalculation after;
     calculate(*top());
   }
   if (!top())
     return false;
-  Frame& frame = s_outermost->m_frames.back();
-  frame.propagating = true;
-  frame.wasUpdating = std::exchange(frame.scheduler->m_updatingChildren, true);
+  s_frames.back().propagating = true;
   return true;
 }
 
-void SchedulerObject::Walk::calculate(SchedulerObject& scheduler)
+inline void SchedulerObject::Walk::calculate(SchedulerObject& scheduler)
 {
+  SchedulerOwner& owner = *scheduler.m_support;
   // What the calculation is given, and what is told of it, must outlive the scheduler.
   const SharedText type = scheduler.m_type;
   if (!s_catchExceptions) {
-    scheduler.m_owner->calculate(type.str());
+    owner.calculate(type.str());
     return;
   }
   struct Scope {
@@ -175,7 +183,7 @@ void SchedulerObject::Walk::calculate(SchedulerObject& scheduler)
     Calculation calculation;
   } scope(scheduler);
   try {
-    scheduler.m_owner->calculate(type.str());
+    owner.calculate(type.str());
   } catch (const Interrupt&) {
     throw;
   } catch (const Unwind&) {
@@ -215,14 +223,14 @@ bool SchedulerObject::Search::found()
   }
 }
 
-void SchedulerObject::Search::add(Side& side, SchedulerObject* scheduler)
+inline void SchedulerObject::Search::add(Side& side, SchedulerObject* scheduler)
 {
   scheduler->m_searched = side.mark;
   scheduler->m_next = side.waiting;
   side.waiting = scheduler;
 }
 
-SchedulerObject::Search::Step SchedulerObject::Search::step(Side& side)
+inline SchedulerObject::Search::Step SchedulerObject::Search::step(Side& side)
 {
   if (side.at == side.end) {
     if (!side.waiting)

@@ -17,7 +17,7 @@ class SchedulerObject::Walk {
  public:
   // internal::error when too many walks are nested; the scheduler is named.
   explicit Walk(const SchedulerObject& start);
-  ~Walk();  // puts the flags of schedulers still on the way back to what they were
+  ~Walk();
   Walk(const Walk&) = delete;
   Walk& operator=(const Walk&) = delete;
 
@@ -25,14 +25,15 @@ class SchedulerObject::Walk {
 
   // Blanks the frames of a scheduler that is being destroyed.
   static void forget(SchedulerObject& scheduler) noexcept;
+  // Whether any walk has calculated this scheduler and is among its children.
+  static bool isPropagating(const SchedulerObject& scheduler) noexcept;
 
  private:
   struct Frame {
-    SchedulerObject* scheduler;  // null when it was destroyed
-    LinkMap::Cursor cursor;      // the child visited last
-    std::uint32_t outer;         // the scheduler's place in the stack before this one
-    bool propagating = false;
-    bool wasUpdating = false;  // the flag's former value: an outer frame may have set it already
+    SchedulerObject* scheduler;         // null when it was destroyed
+    LinkMap::Cursor cursor;             // the child visited last
+    std::uint32_t outer : 31;           // the scheduler's place in the stack before this one; 0 without
+    std::uint32_t propagating : 1 = 0;  // it is calculated, its children are next
   };
   // A calculation that is under way. The name is needed after the scheduler may have gone.
   struct Calculation {
@@ -42,19 +43,19 @@ class SchedulerObject::Walk {
   };
   class AfterCalculation;
 
+  static std::uint32_t innermost(const SchedulerObject& scheduler) noexcept;
   void visit(SchedulerObject* scheduler);
   void enter(SchedulerObject* scheduler);
   void leave() noexcept;
   bool calculateTop();
   void calculate(SchedulerObject& scheduler);
-  SchedulerObject* top() const noexcept { return s_outermost->m_frames.back().scheduler; }
+  static SchedulerObject* top() noexcept { return s_frames.back().scheduler; }
 
-  static Walk* s_outermost;  // holds the stack
+  static std::vector<Frame> s_frames;
   static int s_depth;
   static Calculation* s_calculation;
 
-  std::vector<Frame> m_frames;  // used in the outermost walk
-  std::size_t m_base;           // where this walk's frames begin
+  const std::size_t m_base;  // where this walk's frames begin
 };
 
 // Looks for a way from one scheduler down to another: upward from the end and downward from the start in turns,
@@ -81,5 +82,22 @@ class SchedulerObject::Search {
   Side m_down;
   Side m_up;
 };
+
+inline void SchedulerObject::clearPending() noexcept
+{
+  if (!m_pending)
+    return;
+  m_pending = false;
+  if (m_marked == s_marking)
+    ++s_marking;
+  for (const LinkMap::Entry& edge : m_children)
+    --edge.first->m_pendingParents;
+}
+
+// Whether it is this scheduler's turn. It may have been calculated while its delayed links were made.
+inline bool SchedulerObject::isReady() const noexcept
+{
+  return m_pending && m_pendingParents == 0;
+}
 
 }  // namespace orv
