@@ -133,10 +133,10 @@ class ORV_API SchedulerObject {
   std::uint64_t m_marked = 0;         // the marking that came by last
   SchedulerObject* m_next = nullptr;  // in the list of those that a marking or a search has yet to visit
   LinkMap m_children;
-  std::uint32_t m_pendingParents = 0;
-  // The innermost place in the stack of updates, counted from 1, if what stands there is this scheduler.
-  std::uint32_t m_frame : 31 = 0;
+  std::uint32_t m_pendingParents : 31 = 0;
   std::uint32_t m_pending : 1 = 0;
+  // The innermost place in the stack of updates, counted from 1, if what stands there is this scheduler.
+  std::uint32_t m_frame = 0;
   SchedulerOwner* m_support = nullptr;  // the owner, once asked for
   SharedText m_type;
 

@@ -10,7 +10,7 @@ namespace {
 
 constexpr std::uint32_t flatLimit = 64;  // entries of one array
 constexpr std::size_t chunkLimit = 128;  // entries of one chunk
-constexpr std::uint32_t fewEntries = 4;  // room of the smallest array
+constexpr std::uint32_t fewEntries = 2;  // room of the smallest array
 constexpr std::less<const SchedulerObject*> before;
 
 }  // namespace

@@ -127,11 +127,12 @@ bool SchedulerObject::isUpdatingChildren() const noexcept
 
 void SchedulerObject::setPending() noexcept
 {
-  if (m_marked == s_marking)
+  const std::uint64_t marking = s_marking;
+  if (m_marked == marking)
     return;
   if (s_trace && !m_pending)
     s_trace->marked(*this, nullptr);
-  m_marked = s_marking;
+  m_marked = marking;
   m_next = nullptr;
   SchedulerObject* waiting = this;
   while (waiting) {
@@ -141,11 +142,11 @@ void SchedulerObject::setPending() noexcept
     for (const LinkMap::Entry& edge : scheduler->m_children) {
       SchedulerObject* child = edge.first;
       child->m_pendingParents += wasClean;
-      if (child->m_marked == s_marking)
+      if (child->m_marked == marking)
         continue;
       if (s_trace && !child->m_pending)
         s_trace->marked(*child, scheduler);
-      child->m_marked = s_marking;
+      child->m_marked = marking;
       if (child->m_children.empty()) {
         child->m_pending = true;
         continue;
@@ -166,12 +167,6 @@ SchedulerOwner& SchedulerObject::findSupport()
     throw internal::nullPointer(className, "update",
                                 _("Object %s has scheduler but is not GenericKSLObject.", "m_name"));
   return *m_support;
-}
-
-void SchedulerObject::update()
-{
-  if (m_pending)
-    Walk(*this).run(this);
 }
 
 }  // namespace orv

@@ -4,7 +4,9 @@
 
 #include <chrono>
 #include <cxxabi.h>
+#include <string>
 #include <utility>
+#include <vector>
 
 namespace orv {
 
@@ -14,22 +16,47 @@ namespace {
 constexpr int deepestNesting = 1000;
 
 // Room for usual depths is not given back after each update.
-constexpr std::size_t keptFrames = 1024;
+constexpr std::size_t keptFrames = 32768;
 
 constexpr const char* className = "SchedulerObject";
+
+struct Frame {
+  SchedulerObject* scheduler;         // null when it was destroyed
+  LinkMap::Cursor cursor;             // the child visited last
+  std::uint32_t outer : 31;           // the scheduler's place in the stack before this one; 0 without
+  std::uint32_t propagating : 1 = 0;  // it is calculated, its children are next
+};
+
+// A calculation that is under way. The name is needed after the scheduler may have gone.
+struct Calculation {
+  const SchedulerObject* scheduler;
+  Calculation* outer;
+  std::string lostName;
+};
+
+constinit std::vector<Frame> s_frames;  // of all walks that are under way
+int s_depth = 0;                        // of nested walks
+Calculation* s_calculation = nullptr;   // the innermost one whose failures are caught
+
+SchedulerObject* top() noexcept
+{
+  return s_frames.back().scheduler;
+}
 
 void report(const std::string& message)
 {
   ErrorProgressReporter::instance()->reportError(internal::error(className, "update", message));
 }
 
+[[noreturn]] void throwTooDeep(const std::string& name)
+{
+  throw internal::error(className, "update",
+                        _("Operation '%s' failed. Updates are nested too deeply.", name));
+}
+
 }  // namespace
 
-constinit std::vector<SchedulerObject::Walk::Frame> SchedulerObject::Walk::s_frames;
-int SchedulerObject::Walk::s_depth = 0;
-SchedulerObject::Walk::Calculation* SchedulerObject::Walk::s_calculation = nullptr;
-
-// ------------------------------------------------------------------------------------------------- update
+// ------------------------------------------------------------------------------------------------- frames
 
 // A scheduler keeps its place when its frame has gone, which spares a second visit to each.
 inline std::uint32_t SchedulerObject::Walk::innermost(const SchedulerObject& scheduler) noexcept
@@ -51,46 +78,6 @@ inline void SchedulerObject::Walk::leave() noexcept
   if (frame.outer != 0 && frame.scheduler)
     frame.scheduler->m_frame = frame.outer;
   s_frames.pop_back();
-}
-
-SchedulerObject::Walk::Walk(const SchedulerObject& start) : m_base(s_frames.size())
-{
-  if (s_depth == deepestNesting)
-    throw internal::error(className, "update",
-                          _("Operation '%s' failed. Updates are nested too deeply.", start.getName()));
-  ++s_depth;
-}
-
-SchedulerObject::Walk::~Walk()
-{
-  while (s_frames.size() > m_base)
-    leave();
-  if (--s_depth == 0 && s_frames.capacity() > keptFrames)
-    std::vector<Frame>().swap(s_frames);
-}
-
-void SchedulerObject::Walk::run(SchedulerObject* start)
-{
-  visit(start);
-  while (s_frames.size() > m_base) {
-    Frame& frame = s_frames.back();
-    SchedulerObject* child = frame.scheduler ? frame.scheduler->m_children.next(frame.cursor) : nullptr;
-    if (child)
-      visit(child);
-    else
-      leave();
-  }
-}
-
-inline void SchedulerObject::Walk::visit(SchedulerObject* scheduler)
-{
-  if (!scheduler->m_pending)
-    return;
-  SchedulerOwner& owner = scheduler->support();
-  enter(scheduler);
-  owner.createDelayedParamLinks();
-  if (!calculateTop())
-    leave();
 }
 
 bool SchedulerObject::Walk::isPropagating(const SchedulerObject& scheduler) noexcept
@@ -199,6 +186,55 @@ inline void SchedulerObject::Walk::calculate(SchedulerObject& scheduler)
   } catch (...) {
     report(_("Operation '%s' failed with unrecognized exception.", scope.name()));
   }
+}
+
+// ------------------------------------------------------------------------------------------------- update
+
+inline SchedulerObject::Walk::Walk(const SchedulerObject& start) : m_base(s_frames.size())
+{
+  if (s_depth == deepestNesting)
+    throwTooDeep(start.getName());
+  ++s_depth;
+}
+
+inline SchedulerObject::Walk::~Walk()
+{
+  while (s_frames.size() > m_base)
+    leave();
+  if (--s_depth == 0 && s_frames.capacity() > keptFrames)
+    std::vector<Frame>().swap(s_frames);
+}
+
+inline void SchedulerObject::Walk::visit(SchedulerObject* scheduler)
+{
+  if (!scheduler->m_pending)
+    return;
+  SchedulerOwner& owner = scheduler->support();
+  enter(scheduler);
+  owner.createDelayedParamLinks();
+  if (!calculateTop())
+    leave();
+}
+
+inline void SchedulerObject::Walk::run(SchedulerObject* start)
+{
+  SchedulerObject* next = start;
+  for (;;) {
+    if (next)
+      visit(next);
+    else
+      leave();
+    if (s_frames.size() == m_base)
+      return;
+    Frame& frame = s_frames.back();
+    next = frame.scheduler ? frame.scheduler->m_children.next(frame.cursor) : nullptr;
+  }
+}
+
+void SchedulerObject::update()
+{
+  if (m_pending)
+    Walk(*this).run(this);
 }
 
 // ------------------------------------------------------------------------------------------------- search

@@ -5,8 +5,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <string>
-#include <vector>
 
 namespace orv {
 
@@ -29,18 +27,6 @@ class SchedulerObject::Walk {
   static bool isPropagating(const SchedulerObject& scheduler) noexcept;
 
  private:
-  struct Frame {
-    SchedulerObject* scheduler;         // null when it was destroyed
-    LinkMap::Cursor cursor;             // the child visited last
-    std::uint32_t outer : 31;           // the scheduler's place in the stack before this one; 0 without
-    std::uint32_t propagating : 1 = 0;  // it is calculated, its children are next
-  };
-  // A calculation that is under way. The name is needed after the scheduler may have gone.
-  struct Calculation {
-    const SchedulerObject* scheduler;
-    Calculation* outer;
-    std::string lostName;
-  };
   class AfterCalculation;
 
   static std::uint32_t innermost(const SchedulerObject& scheduler) noexcept;
@@ -49,11 +35,6 @@ class SchedulerObject::Walk {
   void leave() noexcept;
   bool calculateTop();
   void calculate(SchedulerObject& scheduler);
-  static SchedulerObject* top() noexcept { return s_frames.back().scheduler; }
-
-  static std::vector<Frame> s_frames;
-  static int s_depth;
-  static Calculation* s_calculation;
 
   const std::size_t m_base;  // where this walk's frames begin
 };
