@@ -132,10 +132,28 @@ class SchedulerObject::Walk::AfterCalculation {
   Clock::time_point m_start;
 };
 
+#ifndef NDEBUG
+// Whether the count of pending parents is right; of hubs, which would make it slow, it believes it.
+bool SchedulerObject::Walk::countIsRight(const SchedulerObject& scheduler)
+{
+  if (scheduler.m_parents.size() > 64)
+    return true;
+  std::uint32_t pending = 0;
+  for (const auto& [parent, links] : scheduler.m_parents)
+    pending += parent->m_pending && parent->m_children.count(&scheduler) == links;
+  return pending == scheduler.m_pendingParents;
+}
+#endif
+
 // Calculates the scheduler on top, when it is its turn; true when its children are next.
 inline bool SchedulerObject::Walk::calculateTop()
 {
-  if (!top() || !top()->isReady())
+  if (!top())
+    return false;
+#ifndef NDEBUG
+  assertThat(countIsRight(*top()), "pending parents are counted", "KSLCore/src/SchedulerObject");
+#endif
+  if (!top()->isReady())
     return false;
   top()->clearPending();
   {

@@ -29,6 +29,7 @@ class SchedulerObject::Walk {
  private:
   class AfterCalculation;
 
+  static bool countIsRight(const SchedulerObject& scheduler);  // in debug builds
   static std::uint32_t innermost(const SchedulerObject& scheduler) noexcept;
   void visit(SchedulerObject* scheduler);
   void enter(SchedulerObject* scheduler);

@@ -1,0 +1,82 @@
+// The edges of a scheduler against a map of the standard library, in small, middling and chunked sizes.
+#include "rules/LinkMap.h"
+
+#include <cstdint>
+#include <gtest/gtest.h>
+#include <map>
+#include <random>
+#include <vector>
+
+namespace orv {
+namespace {
+
+// Keys are never looked into.
+SchedulerObject* key(std::uintptr_t number)
+{
+  return reinterpret_cast<SchedulerObject*>(16 * (number + 1));
+}
+
+using Pairs = std::vector<std::pair<SchedulerObject*, int>>;
+
+Pairs pairsOf(const LinkMap& map)
+{
+  Pairs pairs;
+  for (const auto& [other, count] : map)
+    pairs.emplace_back(other, count);
+  return pairs;
+}
+
+enum class Order { ascending, descending, random };
+
+class LinkMapSizes : public testing::TestWithParam<std::tuple<unsigned, Order>> {};
+
+TEST_P(LinkMapSizes, HoldsWhatAMapHolds)
+{
+  const auto [size, order] = GetParam();
+  LinkMap map;
+  std::map<SchedulerObject*, int> model;
+  std::mt19937 random(size);
+  const auto act = [&](SchedulerObject* other, unsigned what) {
+    if (what < 3) {
+      ASSERT_EQ(map.add(other), ++model[other] == 1);
+      return;
+    }
+    const auto entry = model.find(other);
+    const bool goes = entry != model.end() && (what == 4 || --entry->second == 0);
+    if (goes)
+      model.erase(entry);
+    ASSERT_EQ(what == 3 ? map.remove(other) : map.erase(other), goes);
+  };
+  for (unsigned i = 0; i < size; ++i)
+    act(key(order == Order::ascending ? i : order == Order::descending ? size - 1 - i : random() % size), 0);
+  for (int round = 0; round < 4; ++round) {
+    for (unsigned i = 0; i < size; ++i)
+      act(key(random() % size), random() % 5);
+    ASSERT_EQ(pairsOf(map), Pairs(model.begin(), model.end()));
+    ASSERT_EQ(map.size(), model.size());
+    for (unsigned i = 0; i < size; ++i)
+      ASSERT_EQ(map.count(key(i)), model.count(key(i)) != 0 ? model[key(i)] : 0);
+  }
+  // A pass during which neighbours come and go, to the last.
+  LinkMap::Cursor cursor;
+  SchedulerObject* last = nullptr;
+  while (SchedulerObject* next = map.next(cursor)) {
+    ASSERT_EQ(next, model.upper_bound(last)->first);
+    last = next;
+    for (unsigned n = random() % 4; n != 0; --n)
+      act(key((reinterpret_cast<std::uintptr_t>(next) / 16 + random() % 5 - 3) % (2 * size)),
+          random() % 2 * 4);
+  }
+  ASSERT_EQ(model.upper_bound(last), model.end());
+  while (!model.empty())
+    act(model.begin()->first, 4);
+  EXPECT_TRUE(map.empty() && map.begin() == map.end());
+}
+
+INSTANTIATE_TEST_SUITE_P(Sizes, LinkMapSizes,
+                         testing::Combine(testing::Values(1u, 2u, 9u, 64u, 65u, 129u, 5000u),
+                                          testing::Values(Order::ascending, Order::descending,
+                                                          Order::random)));
+
+}  // namespace
+}  // namespace orv
