@@ -68,8 +68,12 @@ TEST_P(LinkMapSizes, HoldsWhatAMapHolds)
           random() % 2 * 4);
   }
   ASSERT_EQ(model.upper_bound(last), model.end());
-  while (!model.empty())
+  while (!model.empty()) {
     act(model.begin()->first, 4);
+    if (model.size() % 60 == 0) {
+      ASSERT_EQ(pairsOf(map), Pairs(model.begin(), model.end()));
+    }
+  }
   EXPECT_TRUE(map.empty() && map.begin() == map.end());
 }
 

@@ -58,7 +58,7 @@ class ORV_API LinkMap {
 
  private:
   struct Chunk {
-    const SchedulerObject* low;  // no key of this chunk or of a later one is before it
+    const SchedulerObject* low;  // no key of this chunk is before it; not kept for the first one
     std::vector<Entry> entries;  // never empty
   };
   using Chunks = std::vector<Chunk>;

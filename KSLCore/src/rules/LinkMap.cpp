@@ -133,8 +133,6 @@ void LinkMap::insertChunked(Place place, const Entry& entry)
   const auto at = m_chunks->begin() + place.chunk;
   if (at->entries.size() < chunkLimit) {
     at->entries.insert(at->entries.begin() + place.slot, entry);
-    if (before(entry.first, at->low))
-      at->low = entry.first;
     return;
   }
   const bool atEnd = place.slot == chunkLimit && place.chunk + 1 == m_chunks->size();
