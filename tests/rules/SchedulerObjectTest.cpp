@@ -3,7 +3,7 @@
 
 #include "platform/ORVError.h"
 #include "database/DataKSLObject.h"
-#include "support/thrown.h"
+#include "tests/support/thrown.h"
 
 #include <algorithm>
 #include <array>
