@@ -5,7 +5,6 @@
 #include "platform/ORVUtilities.h"
 
 #include <cstdint>
-#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -76,10 +75,19 @@ class ORV_API KSLChangeList {
   void deleteParam(const std::string& path, const std::string& name, const std::string& value);
   void changeParam(const std::string& path, const std::string& name, const std::string& newValue,
                    const std::string& oldValue);
+  // Shows the change to the modifier, and appends it unless that drops it.
   void add(KSLChange change);
+  // The two halves of it, for callers that must record what they did once they did it: adjust says whether the
+  // change is to be recorded, and append cannot fail within the room that reserve has made. Whoever reserved gives
+  // back what was not used.
+  bool adjust(KSLChange& change) const { return !m_modifier || m_modifier->modify(change); }
+  void append(KSLChange&& change);
+  void reserve(std::size_t more);
+  void unreserve(std::size_t unused);
 
   const std::string& getName() const { return m_name; }
   void setModifier(ChangeListModifierIF* modifier) { m_modifier = modifier; }
+  ChangeListModifierIF* getModifier() const { return m_modifier; }
   bool empty() const { return m_size == 0; }
   std::size_t size() const { return m_size; }
   const KSLChange& operator[](std::size_t index) const;
@@ -98,10 +106,13 @@ class ORV_API KSLChangeList {
   // Chunks of growing size: appending moves nothing, and a short list is small.
   using Chunk = std::vector<KSLChange>;
   void addChunk();
+  void dropChunk() noexcept;  // the last
   KSLChange& slot(std::size_t index);
   std::string m_name;
   ChangeListModifierIF* m_modifier;  // not owned
   std::vector<Chunk> m_chunks;
+  std::vector<Chunk> m_reserved;  // for the chunks to come, the next one last
+  std::size_t m_promised = 0;     // changes that room is kept for
   std::size_t m_size = 0;
 };
 
@@ -132,7 +143,8 @@ class ORV_API KSLActionHandler {
   virtual bool handleAction(const std::string& action, const std::vector<std::string>& args) = 0;
 };
 
-// Told of every object that a text defines in replace mode ("&replace TYPE: name"), after it was replaced.
+// Told of every object that a text defines in replace mode ("&replace TYPE: name"), once what was there has gone and
+// before its block is read.
 class ORV_API KSLReplaceModeHandler {
  public:
   virtual ~KSLReplaceModeHandler();
@@ -242,6 +254,10 @@ class ORV_API KSLAPI {
   // A point in the sequence of changes; confirmTo confirms every change made before it.
   std::uint64_t changeMark() const;
   void confirmTo(std::uint64_t mark);
+  // Where the changes begin that stand in the change list; changeMark() when it is empty.
+  std::uint64_t pendingMark() const;
+  // Takes back the changes that stand in the change list, and empties it.
+  void undoPending();
 
   // -- validation; off at start
 

@@ -184,6 +184,8 @@ ORV_API std::string toLower(std::string_view text);  // ASCII letters only
 // Takes double quotes off around a whole text; another text, also one with quotes inside, comes back as it
 // is.
 ORV_API std::string_view unquoted(std::string_view text) noexcept;
+// A name as a line must show it to be read back: in double quotes when it holds a "#".
+ORV_API std::string writtenName(std::string_view name);
 
 // Drops doubled and trailing slashes and "." components; keeps a lone "/" and "..". "" stays "".
 ORV_API std::string simplifyPath(std::string_view path);

@@ -77,7 +77,7 @@ TEST(TextStore, ReadsEveryKindOfLine)
        "create /A:a\nparam /A:a x = \"1 # 2\"\nparam /A:a y = \"\n"},
       {"names lose quotes and outer blanks, keep inner ones",
        "  DATA  READER :  \" a  b\" \n \"p q\" = r s \nEND",
-       "create /DATA  READER: a  b\nparam /DATA  READER: a  b p q = r s\n"},
+       "create /DATA  READER:a  b\nparam /DATA  READER:a  b p q = r s\n"},
       {"a name may hold a colon", "A: b:c\nEND", "create /A:b:c\n"},
       {"values may look like other things", "A: a\nx = y = :z\nEND = >3\ny =\nEND",
        "create /A:a\nparam /A:a x = y = :z\nparam /A:a END = >3\nparam /A:a y = \n"},

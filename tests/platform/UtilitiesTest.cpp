@@ -258,7 +258,7 @@ RC_GTEST_PROP(Continuation, WrappingIsTheInverseOfJoining, ())
   RC_ASSERT(simplifyWhitespace(joined[0]) == text);
   RC_ASSERT(joined[1] == "next");
   // What is written must not be taken for a continued line when it is read a second time.
-  RC_ASSERT(joined[0].empty() || joined[0].back() != '\\');
+  RC_ASSERT(!joined[0].ends_with('\\'));
 }
 
 TEST(Continuation, WrapsAtTheWidth)

@@ -109,6 +109,7 @@ class ORV_API KSLInterface {
     void commit();
 
    private:
+    friend class KSLInterface;
     KSLInterface* m_owner;
     Application* m_outer;
     std::shared_ptr<KSLChangeList> m_list;
@@ -148,7 +149,9 @@ class ORV_API KSLInterface {
   KSLLines preParseKSL(const std::string& text) const;
   void updateForBackwardCompatibility(KSLLines& lines, kslUpdateMode mode);
   void processKSL(const KSLLines& lines);
-  void setPendingError(const ErrorMsg& error);
+  void notePendingError(const char* function);
+  void reportPendingError();
+  ErrorMsg takeMemoryError();
   void handleParseException(bool force);
   Executive& executive() const;
 
@@ -163,6 +166,9 @@ class ORV_API KSLInterface {
   void closeHistory();
   bool isRecovering() const { return m_undoMode == ERROR_RECOVERY || m_undoMode == ERROR_RECOVERY_REDO; }
   HistoryStack* stackFor(UndoMode mode, bool source);
+  HistoryStack* getSourceHistoryStack() { return stackFor(m_undoMode, true); }
+  void notifyOfRecovery(int type);
+  void reportFailedRecovery();
   void setChangeListModifier() { m_undoStack.registerChangeListModifier(m_modifier.get()); }
 
   static KSLInterface* m_instance;
@@ -170,6 +176,7 @@ class ORV_API KSLInterface {
   std::vector<kslUpdateMode> m_modeStack;  // one for each parse under way, above the base entry
   std::unique_ptr<KSLAPI> m_kslapi;
   std::unique_ptr<ParseErrorState> m_errorState;
+  std::unique_ptr<ErrorMsg> m_memoryError;  // made while there is memory; null when it was used
   std::unique_ptr<ActionHandler> m_actionHandler;
   std::unique_ptr<KSLRules> m_rules;
 

@@ -19,9 +19,9 @@ constexpr const char* viewAction = "setViewportView";
 const KSLObject* findObject(const std::string& token)
 {
   const ObjectDB* database = ObjectDB::instance();
-  if (token.front() == '/')
-    return database->getObjectByPath(PathUtils::normalisePathBwdComp(token));
-  return database->getObjectByName(token);
+  const std::string path = namedPath(token);
+  return !path.empty() && path.front() == '/' ? database->getObjectByPath(path)
+                                              : database->getObjectByName(path);
 }
 
 std::vector<std::string> findPaths(const std::vector<std::string>& words)

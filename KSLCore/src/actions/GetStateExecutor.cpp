@@ -14,8 +14,7 @@ void GetStateExecutor::invoke(const std::vector<std::string>& words)
 {
   checkAction(words, {"getstate", "s"}, "GetStateExecutor");
   checkExactly(words, "getstate", 1, "GetStateExecutor");
-  const std::string path = PathUtils::normalisePathBwdComp(StringUtilities::removeWhitespace(words[1]));
-  std::cout << ObjectDB::instance()->getState({path}) << '\n';
+  std::cout << ObjectDB::instance()->getState({PathUtils::normalisePathBwdComp(namedPath(words[1]))}) << '\n';
 }
 
 }  // namespace orv

@@ -8,9 +8,8 @@ void KSLCoreAPI::externalProcessKSL(const std::vector<std::string>& lines)
 {
   std::string text = StringUtilities::vectorToString(lines, '\n');
   if (m_externalMode == kslUpdateAtEnd) {
-    if (!text.empty())
-      text +=
-          text.back() == '\\' ? "\n\n" : "\n";  // the last line, also a continued one, ends before the update
+    if (!text.empty())  // the last line ends before the update, also one that would be continued
+      text += StringUtilities::trimmed(text).ends_with('\\') ? "\n\n" : "\n";
     text += "> update\n";
   }
   processKSL(text, m_externalMode);

@@ -1,6 +1,7 @@
 #include "actions/actionChecks.h"
 
 #include "platform/ORVError.h"
+#include "platform/ORVUtilities.h"
 
 #include <algorithm>
 
@@ -32,6 +33,14 @@ void checkExactly(const std::vector<std::string>& words, const char* action, int
     throw ksl::invalid(
         className, "invoke",
         _("Action '%s' requires %d argument(s). Received %d argument(s).", action, count, received));
+}
+
+std::string namedPath(const std::string& argument)
+{
+  const std::string_view text = StringUtilities::unquoted(StringUtilities::trimmed(argument));
+  if (text.empty() || text.front() != '/')
+    return std::string(text);
+  return PathUtils::normalisePathBwdComp(KSLPath(text).getFullPath());
 }
 
 }  // namespace orv

@@ -20,4 +20,8 @@ void checkAtLeast(const std::vector<std::string>& words, const char* action, int
 void checkExactly(const std::vector<std::string>& words, const char* action, int count,
                   const char* className);
 
+// The path that an argument names, in today's form: quotes around the whole or around names are taken off. A text
+// without a leading "/" comes back as a name.
+std::string namedPath(const std::string& argument);
+
 }  // namespace orv

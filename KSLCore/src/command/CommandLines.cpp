@@ -59,6 +59,8 @@ bool CommandLines::takeLine(std::string_view& line)
   const std::size_t end = m_rest.find('\n');
   line = m_rest.substr(0, end);
   m_atEnd = end == std::string_view::npos;
+  if (!line.empty() && line.back() == '\r')
+    line.remove_suffix(1);  // CR LF ends a line as LF does
   m_rest.remove_prefix(m_atEnd ? m_rest.size() : end + 1);
   return true;
 }

@@ -13,6 +13,8 @@ class ObjectDB;
 class DBUpdater {
  public:
   virtual ~DBUpdater();
+  // Whether createObject does anything.
+  virtual bool createsObjects() const = 0;
   virtual bool hasObject(const std::string& path) = 0;
   virtual void createObject(const std::string& path) = 0;
   virtual void deleteObject(const std::string& path) = 0;
@@ -25,6 +27,7 @@ class ObjectDBUpdater : public DBUpdater {
  public:
   // Neither is owned.
   ObjectDBUpdater(ObjectDB* database, DependentUpdates* dependents);
+  bool createsObjects() const override { return true; }
   bool hasObject(const std::string& path) override;
   void createObject(const std::string& path) override;
   void deleteObject(const std::string& path) override;
@@ -47,6 +50,7 @@ class ObjectDBUpdater : public DBUpdater {
 class ObjectDBUpdaterNoAction : public DBUpdater {
  public:
   explicit ObjectDBUpdaterNoAction(ObjectDB* database) : m_database(database) {}
+  bool createsObjects() const override { return false; }
   bool hasObject(const std::string& path) override;
   void createObject(const std::string& path) override;
   void deleteObject(const std::string& path) override;

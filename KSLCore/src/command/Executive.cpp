@@ -42,9 +42,9 @@ void Executive::update(const KSLChangeList& changes, KSLChangeList* history, KSL
 {
   if (changes.empty() && m_pendingUpdates.empty())
     return;
-  if (!m_updating)
+  if (m_depth == 0)
     m_currentHistory = history;
-  else if (history != m_currentHistory)
+  else if (history != m_currentHistory)  // an undo, say, submitted from within
     throw internal::error(
         "Executive", "update",
         _("Executive::update() called with differentKSLChangeList from higher invocation."));
@@ -66,12 +66,12 @@ void Executive::applyUpdate(const KSLChangeList& changes, KSLChangeList* history
   DependentUpdates dependents;
   ObjectDBUpdater updater(database, &dependents);
   UpdateProcessor processor(&updater, history);
-  changes.process(forward, &processor);
+  processor.process(changes);
   processor.createWaiting();
 
   const refcnt_ptr<TreeAndLeafReadModel> model(new KSLCoreTreeAndLeafModel);
   const KSLChangeList* external = dependents.getExternalChanges(model.get());
-  external->process(forward, &processor);
+  processor.process(*external);
   KSLAPIUpdateProcessor storeProcessor(store, false);
   external->process(forward, &storeProcessor);
   appendToChangedObjects(processor.getChanged());
@@ -90,8 +90,7 @@ void Executive::updateNoAction(const KSLChangeList& changes, KSLChangeList* hist
     return;
   const ScopeGuard reset([this] { resetChangeProcessing(); });
   ObjectDBUpdaterNoAction updater(ObjectDB::instance());
-  UpdateProcessor processor(&updater, history);
-  changes.process(forward, &processor);
+  UpdateProcessor(&updater, history).process(changes);
 }
 
 void Executive::appendToChangedObjects(const std::set<std::string>& paths)

@@ -23,6 +23,8 @@
 #include "command/KSLCoreAPI.h"
 #include "command/caughtError.h"
 
+#include <new>
+
 namespace orv {
 
 namespace {
@@ -35,7 +37,7 @@ constexpr std::size_t usualNesting = 64;  // parses within parses that need no m
 // Hands the store's action lines to the Executive, and keeps the first failure of a parse.
 class KSLInterface::ActionHandler final : public KSLActionHandler {
  public:
-  ActionHandler(KSLInterface* owner, ParseErrorState* errors) : m_owner(owner), m_errors(errors) {}
+  explicit ActionHandler(KSLInterface* owner) : m_owner(owner) {}
 
   bool handleAction(const std::string& action, const std::vector<std::string>& args) override
   {
@@ -46,18 +48,13 @@ class KSLInterface::ActionHandler final : public KSLActionHandler {
       m_owner->executive().doAction(std::move(line));
       return true;
     } catch (...) {
-      const ErrorMsg error = caughtError("invoke");
-      if (!m_errors->pending) {
-        m_errors->error = error;
-        m_errors->pending = true;
-      }
+      m_owner->notePendingError("invoke");
       return false;
     }
   }
 
  private:
   KSLInterface* m_owner;
-  ParseErrorState* m_errors;
 };
 
 // --------------------------------------------------------------------------------------------------- life, set-up
@@ -79,12 +76,13 @@ void KSLInterface::destroyInstance()
 KSLInterface::KSLInterface()
     : m_kslapi(std::make_unique<KSLAPI>()),
       m_errorState(std::make_unique<ParseErrorState>()),
-      m_actionHandler(std::make_unique<ActionHandler>(this, m_errorState.get())),
+      m_actionHandler(std::make_unique<ActionHandler>(this)),
       m_rules(std::make_unique<KSLRules>())
 {
   m_kslapi->registerDefaultActionHandler(m_actionHandler.get());
   m_modeStack.reserve(usualNesting);
   m_modeStack.push_back(kslUpdateDefault);
+  closeHistory();
 }
 
 KSLInterface::~KSLInterface() = default;
@@ -118,7 +116,12 @@ void KSLInterface::registerChangeListModifier(ChangeListModifierIF* modifier)
     return;
   std::unique_ptr<ChangeListModifierIF> former(modifier);
   former.swap(m_modifier);
-  setChangeListModifier();  // open lists let go of the former one before it is deleted
+  // Lists let go of the former one before it is deleted, also those that have left their stack while they are written.
+  setChangeListModifier();
+  for (Application* open = m_application; open; open = open->m_outer) {
+    if (open->m_list->getModifier() == former.get())
+      open->m_list->setModifier(modifier);
+  }
 }
 
 bool KSLInterface::setBWC(bool on)
@@ -179,7 +182,7 @@ void KSLInterface::runParse(kslUpdateMode mode, Work work)
   try {
     work();
   } catch (...) {
-    setPendingError(caughtError("parseKSL"));
+    notePendingError("parseKSL");
     failed = true;
   }
   if (failed)
@@ -219,12 +222,33 @@ void KSLInterface::endParse()
     m_modeStack.pop_back();
 }
 
-void KSLInterface::setPendingError(const ErrorMsg& error)
+// In a handler: the error caught becomes the pending one, unless an earlier one is. Where there is no memory for its
+// text, it is told as what it then is.
+void KSLInterface::notePendingError(const char* function)
 {
+  ErrorMsg error;
+  try {
+    error = caughtError(function);
+  } catch (const std::bad_alloc&) {
+    error = takeMemoryError();
+  }
   if (m_errorState->pending)
     return;
-  m_errorState->error = error;
+  m_errorState->error = std::move(error);
   m_errorState->pending = true;
+}
+
+ErrorMsg KSLInterface::takeMemoryError()
+{
+  const std::unique_ptr<ErrorMsg> error = std::move(m_memoryError);
+  return error ? std::move(*error) : ErrorMsg();
+}
+
+void KSLInterface::reportPendingError()
+{
+  const ErrorMsg error = std::move(m_errorState->error);
+  *m_errorState = ParseErrorState();
+  ErrorProgressReporter::instance()->reportError(error);
 }
 
 void KSLInterface::handleParseException(bool force)
@@ -232,9 +256,7 @@ void KSLInterface::handleParseException(bool force)
   assertThat(m_entryCount > 0, "m_entryCount > 0", source);
   if (m_entryCount != 1 && !force)
     throw AbortException(m_errorState->error);
-  const ErrorMsg error = std::move(m_errorState->error);
-  *m_errorState = ParseErrorState();
-  ErrorProgressReporter::instance()->reportError(error);
+  reportPendingError();
   attemptErrorRecovery();
 }
 
@@ -274,6 +296,8 @@ void KSLInterface::updateForBackwardCompatibility(KSLLines& lines, kslUpdateMode
 void KSLInterface::processKSL(const KSLLines& lines)
 {
   writeProcessKSLDebug(lines);
+  if (lines.empty())
+    return;  // changes made outside wait for a text that updates
   const ScopeGuard clear([this] { m_kslapi->clearKSLChangeList(); });
   try {
     m_kslapi->loadKSLData(lines);
@@ -284,6 +308,9 @@ void KSLInterface::processKSL(const KSLLines& lines)
   }
   if (m_errorState->pending)
     throw AbortException(m_errorState->error);
+  // What no update took (a functor may have dropped it) would never reach the database: a store that kept it would see
+  // no change when it is said again.
+  m_kslapi->undoPending();
 }
 
 }  // namespace orv

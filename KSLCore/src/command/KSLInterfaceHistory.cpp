@@ -18,20 +18,9 @@
 #include "command/KSLInterface.h"
 #include "command/caughtError.h"
 
+#include <new>
+
 namespace orv {
-
-namespace {
-
-void swallowingNotify(int type)
-{
-  try {
-    KSLCoreAPI::instance()->notify(type);
-  } catch (...) {
-    passUnwinding();  // an observer must not stand in the way of a recovery
-  }
-}
-
-}  // namespace
 
 std::string KSLInterface::getUndoModeString(int mode)
 {
@@ -90,22 +79,30 @@ void KSLInterface::parseHistory(UndoMode mode)
 {
   m_undoMode = mode;
   const ScopeGuard clear([this] { m_kslapi->clearKSLChangeList(); });
-  ErrorMsg error;
   try {
     replayHistory(mode);
-    return;
   } catch (...) {
-    error = caughtError("parseHistory");
+    if (isRecovering())
+      return reportFailedRecovery();
+    throw data::error("KSLInterface", "parseHistory", caughtError("parseHistory").getMessage());
   }
-  if (!isRecovering())
-    throw data::error("KSLInterface", "parseHistory", error.getMessage());
+}
+
+// In a handler.
+void KSLInterface::reportFailedRecovery()
+{
   *m_errorState = ParseErrorState();  // a text nested in the recovery may have failed
-  ErrorProgressReporter::instance()->reportError(error);
-  ErrorProgressReporter::instance()->reportError(ErrorMsg(
-      "KSLInterface", "parseHistory",
-      _("An attempt to recover from a previous error has failed.\nThe application is likely to be in an "
-        "unstable state."),
-      errorType::system));
+  ErrorProgressReporter* reporter = ErrorProgressReporter::instance();
+  try {
+    reporter->reportError(caughtError("parseHistory"));
+    reporter->reportError(ErrorMsg(
+        "KSLInterface", "parseHistory",
+        _("An attempt to recover from a previous error has failed.\nThe application is likely to be in an "
+          "unstable state."),
+        errorType::system));
+  } catch (const std::bad_alloc&) {
+    reporter->reportError(takeMemoryError());
+  }
 }
 
 void KSLInterface::replayHistory(UndoMode mode)
@@ -128,7 +125,7 @@ void KSLInterface::replayHistory(UndoMode mode)
 // when the database follows the store, and the inverses recorded then take back just that.
 void KSLInterface::getHistoryChanges(KSLChangeList& changes)
 {
-  HistoryStack* source = stackFor(m_undoMode, true);
+  HistoryStack* source = getSourceHistoryStack();
   const std::shared_ptr<KSLChangeList> top = source->shareTop();
   if (!top || top->empty()) {
     const char* text = m_undoMode == UNDO ? "Nothing to undo." : "Nothing to redo.";
@@ -167,10 +164,25 @@ void KSLInterface::getRecoveryChanges(KSLChangeList& changes)
 void KSLInterface::attemptErrorRecovery()
 {
   const bool failedUndo = m_undoMode == UNDO;
-  swallowingNotify(failedUndo ? KSLCoreAPI::redoRecoveryBegin : KSLCoreAPI::recoveryBegin);
-  const ScopeGuard end(
-      [failedUndo] { swallowingNotify(failedUndo ? KSLCoreAPI::redoRecoveryEnd : KSLCoreAPI::recoveryEnd); });
+  notifyOfRecovery(failedUndo ? KSLCoreAPI::redoRecoveryBegin : KSLCoreAPI::recoveryBegin);
   parseHistory(failedUndo ? ERROR_RECOVERY_REDO : ERROR_RECOVERY);
+  notifyOfRecovery(failedUndo ? KSLCoreAPI::redoRecoveryEnd : KSLCoreAPI::recoveryEnd);
+  // What an executor does after a recovery that it asked for is a step like any other.
+  m_errorRecoveryStack.clear();
+  m_undoMode = NORMAL;
+  m_savedUndoTop = m_undoStack.topId();
+}
+
+// An observer must not stand in the way of a recovery; the failure of a text that it submits is told.
+void KSLInterface::notifyOfRecovery(int type)
+{
+  try {
+    KSLCoreAPI::instance()->notify(type);
+  } catch (...) {
+    passUnwinding();
+  }
+  if (m_errorState->pending)
+    reportPendingError();
 }
 
 // What was done outside any parse is a step of its own.
@@ -179,6 +191,8 @@ void KSLInterface::openHistory()
   if (!m_errorState->pending) {
     m_undoStack.delimit();
     m_redoStack.delimit();
+    if (m_undoStack.topId() != m_savedUndoTop)
+      m_redoStack.clear();
     m_parseSteps.clear();
     m_newestBefore = HistoryStack::newestId();
   }
@@ -195,9 +209,13 @@ void KSLInterface::closeHistory()
   m_errorRecoveryStack.clear();
   m_undoMode = NORMAL;
   m_parseSteps.clear();
+  m_savedUndoTop = m_undoStack.topId();
   m_newestBefore = HistoryStack::newestId();
   *m_errorState = ParseErrorState();
-  m_kslapi->recordChanges();
+  m_kslapi->confirmTo(m_kslapi->pendingMark());
+  if (!m_memoryError)
+    m_memoryError = std::make_unique<ErrorMsg>(
+        "KSLInterface", "parseKSL", _("Operation failed. Insufficient memory."), errorType::system);
 }
 
 // ---------------------------------------------------------------------------------------------------- application
@@ -221,14 +239,16 @@ KSLInterface::Application::Application(KSLInterface* owner) : m_owner(owner), m_
 KSLInterface::Application::~Application()
 {
   m_owner->m_application = m_outer;
-  if (!m_enclosed && m_step < m_owner->m_parseSteps.size())
-    m_owner->m_parseSteps[m_step].last = m_list->size();
+  std::vector<ParseStep>& steps = m_owner->m_parseSteps;
+  if (!m_enclosed && m_step < steps.size() && steps[m_step].list == m_list)
+    steps[m_step].last = m_list->size();
 }
 
 void KSLInterface::Application::commit()
 {
+  KSLAPI* store = m_owner->getKSLAPI();
   if (!m_outer)
-    m_owner->m_kslapi->recordChanges();
+    store->confirmTo(store->pendingMark());
 }
 
 }  // namespace orv

@@ -11,50 +11,90 @@ namespace orv {
 
 // ------------------------------------------------------------------------------------------------ UpdateProcessor
 
+void UpdateProcessor::process(const KSLChangeList& changes)
+{
+  m_history->reserve(changes.size());
+  m_visited = 0;
+  m_room = changes.size();
+  const ScopeGuard giveBack([this] { m_history->unreserve(m_room); });
+  try {
+    changes.process(KSLChangeList::Direction::forward, this);
+  } catch (...) {
+    recordFailedDeletion(changes);
+    throw;
+  }
+}
+
+// All that may fail comes before the change or is the change itself.
 void UpdateProcessor::visit(const KSLChange& change)
 {
+  ++m_visited;
+  KSLChange inverse = change.inverse();
+  const bool wanted = m_history->adjust(inverse);
   KSLChangeProcessor::visit(change);
-  m_history->add(change.inverse());
+  if (wanted)
+    record(std::move(inverse));
+}
+
+void UpdateProcessor::record(KSLChange&& inverse)
+{
+  m_history->append(std::move(inverse));
+  --m_room;
+}
+
+// The database deletes a subtree with its top, while the list names the contents one by one behind it. When that
+// deletion fails half-way, nobody knows what has gone: the inverses of all of it are recorded, for replays pass over
+// what is there.
+void UpdateProcessor::recordFailedDeletion(const KSLChangeList& changes)
+{
+  if (m_visited == 0 || changes[m_visited - 1].kind != KSLChange::Kind::deleteObject)
+    return;
+  const SharedText top = changes[m_visited - 1].path;
+  for (std::size_t i = m_visited - 1; i < changes.size(); ++i) {
+    if (!PathUtils::isSameOrBelow(changes[i].path.str(), top.str()))
+      return;
+    KSLChange inverse = changes[i].inverse();
+    if (m_history->adjust(inverse))
+      record(std::move(inverse));
+  }
 }
 
 void UpdateProcessor::newObject(const std::string& path)
 {
-  if (m_updater->hasObject(path))
-    return;
-  m_waiting.push_back({path, false});
+  if (m_updater->createsObjects() && !m_updater->hasObject(path))
+    m_waiting.push_back({path, false});
 }
 
 void UpdateProcessor::deletedObject(const std::string& path)
 {
-  if (m_updater->hasObject(path)) {
-    m_updater->deleteObject(path);
-    m_deleted.insert(path);
-    m_changed.erase(path);
-  }
   forget(path);
+  if (!m_updater->hasObject(path))
+    return;
+  m_updater->deleteObject(path);
+  m_changed.erase(path);
 }
 
 void UpdateProcessor::newParam(const std::string& path, const std::string& name, const std::string& value)
 {
-  if (!m_updater->hasObject(path)) {
+  if (m_updater->createsObjects() && !m_updater->hasObject(path)) {
     createWaiting();
     ensureObject(path);
   }
-  m_updater->setParam(path, name, value);
   noteChanged(path);
+  m_updater->setParam(path, name, value);
 }
 
 void UpdateProcessor::changedParam(const std::string& path, const std::string& name,
                                    const std::string& newValue, const std::string&)
 {
-  m_updater->setParam(path, name, newValue);
   noteChanged(path);
+  m_updater->setParam(path, name, newValue);
 }
 
 void UpdateProcessor::deletedParam(const std::string& path, const std::string& name, const std::string&)
 {
-  m_updater->unsetParam(path, name);
   noteChanged(path);
+  m_updater->unsetParam(path, name);
 }
 
 void UpdateProcessor::createWaiting()
@@ -104,8 +144,8 @@ void UpdateProcessor::ensureObject(const std::string& path)
 
 void UpdateProcessor::create(const std::string& path)
 {
-  m_updater->createObject(path);
   m_changed.insert(path);
+  m_updater->createObject(path);
 }
 
 void UpdateProcessor::forget(const std::string& deletedPath)

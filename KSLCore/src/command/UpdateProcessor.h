@@ -30,9 +30,10 @@ class UpdateProcessor : public KSLChangeProcessor {
   void deletedParam(const std::string& path, const std::string& name, const std::string& value) override;
   void visit(const KSLChange& change) override;
 
+  // Applies a list, with room made for its inverses beforehand.
+  void process(const KSLChangeList& changes);
   void createWaiting();
   const std::set<std::string>& getChanged() const { return m_changed; }
-  const std::set<std::string>& getDeleted() const { return m_deleted; }
 
  private:
   // An object that was reported new and waits; or one that was deleted, and with it what waited below it.
@@ -46,11 +47,14 @@ class UpdateProcessor : public KSLChangeProcessor {
   void create(const std::string& path);
   void forget(const std::string& deletedPath);
   void noteChanged(const std::string& path);
+  void record(KSLChange&& inverse);
+  void recordFailedDeletion(const KSLChangeList& changes);
 
   DBUpdater* m_updater;       // not owned
   KSLChangeList* m_history;   // not owned
   std::string m_lastChanged;  // noted already, or not there
-  std::set<std::string> m_deleted;
+  std::size_t m_visited = 0;  // changes of the list under way
+  std::size_t m_room = 0;     // made in the history for them and not used yet
   std::set<std::string> m_changed;
   std::vector<Waiting> m_waiting;  // in the order reported
 };

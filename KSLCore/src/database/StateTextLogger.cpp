@@ -1,20 +1,11 @@
 #include "database/StateTextLogger.h"
 
+#include "platform/ORVUtilities.h"
 #include "database/KSLObject.h"
 
 namespace orv {
 
 namespace {
-
-// A "#" outside quotes would begin a comment when the text is read.
-void appendName(std::string& out, const std::string& name)
-{
-  const bool quote = name.find('#') != std::string::npos && name.find('"') == std::string::npos;
-  if (quote)
-    out.append(1, '"').append(name).append(1, '"');
-  else
-    out += name;
-}
 
 // A line that ends in a backslash would go on in the next one; a blank behind it keeps it a line, and is no part of
 // what is read.
@@ -31,7 +22,7 @@ void StateTextLogger::objectBegin(const KSLObject* object)
 {
   m_out.append(m_indent, ' ').append(object->getType()) += ':';
   if (!object->isSingleton())
-    appendName(m_out, object->getName());
+    m_out += StringUtilities::writtenName(object->getName());
   endLine(m_out);
   m_indent += 2;
 }

@@ -141,6 +141,17 @@ void KSLAPI::confirmTo(std::uint64_t mark)
   m_impl->confirmTo(mark);
 }
 
+std::uint64_t KSLAPI::pendingMark() const
+{
+  return m_impl->pendingMark();
+}
+
+void KSLAPI::undoPending()
+{
+  m_impl->undoTo(m_impl->pendingMark());
+  m_impl->changes.clear();
+}
+
 // --------------------------------------------------------------------------------------------------- validation
 
 void KSLAPI::enableValidation(bool on)
@@ -187,6 +198,8 @@ class Entries {
   };
   Entry next()
   {
+    while (m_param < m_node->params.size() && m_node->params[m_param].name.empty())
+      ++m_param;
     const bool hasParam = m_param < m_node->params.size();
     if (hasParam && (!m_child || m_node->params[m_param].place < m_child->place))
       return {&m_node->params[m_param++], nullptr};
@@ -210,7 +223,7 @@ std::string headerOf(const Node* node)
   std::string header(type);
   header += ':';
   if (type.size() < component.size())
-    header.append(" ").append(store::nameOf(component));
+    header.append(" ").append(StringUtilities::writtenName(store::nameOf(component)));
   return header;
 }
 
@@ -229,7 +242,8 @@ std::vector<std::string> KSLAPI::getExpandedKSL() const
   while (true) {
     const Entries::Entry entry = open.back().next();
     if (entry.param) {
-      lines.push_back(entry.param->name.str() + " = " + entry.param->value.str());
+      lines.push_back(StringUtilities::writtenName(entry.param->name.str()) + " = "
+                      + entry.param->value.str());
     } else if (entry.child) {
       lines.push_back(headerOf(entry.child));
       open.emplace_back(entry.child);

@@ -100,6 +100,20 @@ Place placeOf(std::size_t index)
   return {chunk, index};
 }
 
+// Whole chunks that were given back, for the lists to come. Lists come and go with every block of a long text, and
+// blocks of this size are what the allocator is slow with.
+constexpr std::size_t spareLimit = 64;
+
+std::vector<std::vector<KSLChange>>& spareChunks()
+{
+  static std::vector<std::vector<KSLChange>> spares = [] {
+    std::vector<std::vector<KSLChange>> none;
+    none.reserve(spareLimit);
+    return none;
+  }();
+  return spares;
+}
+
 }  // namespace
 
 KSLChangeList::KSLChangeList(std::string name, ChangeListModifierIF* modifier)
@@ -131,7 +145,10 @@ KSLChangeList& KSLChangeList::operator=(KSLChangeList other) noexcept
   return *this;
 }
 
-KSLChangeList::~KSLChangeList() = default;
+KSLChangeList::~KSLChangeList()
+{
+  clear();
+}
 
 void KSLChangeList::createObject(const std::string& path)
 {
@@ -161,19 +178,81 @@ void KSLChangeList::changeParam(const std::string& path, const std::string& name
 
 void KSLChangeList::add(KSLChange change)
 {
-  if (m_modifier && !m_modifier->modify(change))
-    return;
-  if (m_chunks.empty() || m_chunks.back().size() == m_chunks.back().capacity())
+  if (adjust(change))
+    append(std::move(change));
+}
+
+void KSLChangeList::append(KSLChange&& change)
+{
+  if (m_chunks.empty() || m_chunks.back().size() == chunkCapacity(m_chunks.size() - 1))
     addChunk();
   m_chunks.back().push_back(std::move(change));
   ++m_size;
+  if (m_promised > 0)
+    --m_promised;
 }
+
+namespace {
+
+std::vector<KSLChange> makeChunk(std::size_t capacity)
+{
+  std::vector<KSLChange> chunk;
+  std::vector<std::vector<KSLChange>>& spares = spareChunks();
+  if (capacity == lastChunk && !spares.empty()) {
+    chunk.swap(spares.back());
+    spares.pop_back();
+  }
+  chunk.reserve(capacity);
+  return chunk;
+}
+
+}  // namespace
 
 void KSLChangeList::addChunk()
 {
-  Chunk chunk;
-  chunk.reserve(chunkCapacity(m_chunks.size()));
-  m_chunks.push_back(std::move(chunk));
+  if (m_reserved.empty()) {
+    m_chunks.push_back(makeChunk(chunkCapacity(m_chunks.size())));
+    return;
+  }
+  m_chunks.push_back(std::move(m_reserved.back()));
+  m_reserved.pop_back();
+}
+
+// Nested users of one list each keep their room: m_reserved covers all that is promised.
+void KSLChangeList::reserve(std::size_t more)
+{
+  if (more == 0)
+    return;
+  const std::size_t chunks = placeOf(m_size + m_promised + more - 1).chunk + 1;
+  const std::size_t held = m_chunks.size() + m_reserved.size();
+  if (chunks > held) {
+    m_chunks.reserve(chunks);
+    std::vector<Chunk> reserved;
+    reserved.reserve(chunks - m_chunks.size());
+    for (std::size_t chunk = chunks; chunk-- > held;)
+      reserved.push_back(makeChunk(chunkCapacity(chunk)));
+    for (Chunk& chunk : m_reserved)
+      reserved.push_back(std::move(chunk));
+    m_reserved.swap(reserved);
+  }
+  m_promised += more;
+}
+
+void KSLChangeList::unreserve(std::size_t unused)
+{
+  m_promised -= std::min(unused, m_promised);
+  if (m_promised == 0)
+    m_reserved.clear();
+}
+
+void KSLChangeList::dropChunk() noexcept
+{
+  std::vector<Chunk>& spares = spareChunks();
+  if (m_chunks.back().capacity() >= lastChunk && spares.size() < spareLimit) {
+    m_chunks.back().clear();
+    spares.push_back(std::move(m_chunks.back()));
+  }
+  m_chunks.pop_back();
 }
 
 const KSLChange& KSLChangeList::operator[](std::size_t index) const
@@ -191,7 +270,8 @@ KSLChange& KSLChangeList::slot(std::size_t index)
 void KSLChangeList::clear()
 {
   m_size = 0;
-  m_chunks.clear();
+  while (!m_chunks.empty())
+    dropChunk();
 }
 
 void KSLChangeList::swapChanges(KSLChangeList& other) noexcept
@@ -210,7 +290,7 @@ void KSLChangeList::truncate(std::size_t size)
     chunk.resize(chunk.size() - count);
     m_size -= count;
     if (chunk.empty())
-      m_chunks.pop_back();
+      dropChunk();
   }
 }
 

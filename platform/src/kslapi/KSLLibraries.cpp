@@ -39,28 +39,40 @@ std::vector<std::string> readLibrary(const std::string& file)
   }
 }
 
-// A library defines; nobody is there yet to act.
+bool continues(std::string_view line)
+{
+  return !line.empty() && line.back() == '\\';
+}
+
+// A library defines; nobody is there yet to act. A line that continues another one is a part of that.
 void refuseActions(const std::string& file, const std::vector<std::string>& lines)
 {
+  bool continued = false;
   for (std::size_t i = 0; i < lines.size(); ++i) {
-    if (MiniKSLParser::determineLineType(lines[i]) == MiniKSLParser::actionLine)
+    if (!continued && MiniKSLParser::determineLineType(lines[i]) == MiniKSLParser::actionLine)
       throw ksl::invalid("KSLAPI", function,
                          _("Action line in KSL library '%s', line %d: '%s'.", file, i + 1,
                            StringUtilities::simplifyWhitespace(lines[i])));
+    continued = continues(continued ? StringUtilities::trimmed(lines[i]) : std::string_view(lines[i]));
+  }
+}
+
+void readLibraryLine(store::Loader& loader, const std::string& file, const std::string& line)
+{
+  if (loader.depth() == 0 && MiniKSLParser::determineLineType(line) == MiniKSLParser::endLine)
+    throw ksl::invalid("KSLAPI", function, _("Too many END statements in KSL library '%s'.", file));
+  try {
+    loader.readLine(line);
+  } catch (const ksl::invalid& error) {
+    throw ksl::invalid(error.getClassName(), function, _("%s (KSL library '%s')", error.getMessage(), file));
   }
 }
 
 void loadLibrary(KSLAPI::Impl& store, const std::string& file, const std::vector<std::string>& lines)
 {
   store::Loader loader(store, nullptr);
-  for (const std::string& line : StringUtilities::removeContinuation(lines)) {
-    try {
-      loader.readLine(line);
-    } catch (const ksl::invalid& error) {
-      throw ksl::invalid(error.getClassName(), function,
-                         _("%s (KSL library '%s')", error.getMessage(), file));
-    }
-  }
+  for (const std::string& line : StringUtilities::removeContinuation(lines))
+    readLibraryLine(loader, file, line);
   if (loader.depth() > 0)
     throw ksl::invalid("KSLAPI", function, _("Not enough END statements in KSL library '%s'.", file));
 }

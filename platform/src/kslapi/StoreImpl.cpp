@@ -10,6 +10,7 @@ using store::Node;
 
 store::Node* KSLAPI::Impl::makeNode(Node* parent, SharedText path, Record record)
 {
+  begin(record);
   note(KSLChange::createObject(path));
   Node* node = tree.create(parent, path);
   if (store::isRulesPath(path.str()))
@@ -56,6 +57,7 @@ void KSLAPI::Impl::assign(Node* node, store::Param* param, const SharedText& nam
   const bool inRules = store::isRulesPath(node->path.str());
   KSLChange change = param ? KSLChange::changeParam(node->path, name, value, param->value)
                            : KSLChange::createParam(node->path, name, value);
+  begin(record);
   note(change);
   if (param)
     param->value = std::move(value);
@@ -73,6 +75,7 @@ void KSLAPI::Impl::unsetParam(Node* node, const SharedText& givenName, Record re
   if (!param)
     return;
   KSLChange change = KSLChange::deleteParam(node->path, name, param->value);
+  begin(record);
   note(change);
   tell(std::move(change), record);
   tree.removeParam(node, name);
@@ -87,7 +90,8 @@ void listParams(const Node* node, std::size_t& next, std::uint32_t from, KSLChan
 {
   while (next > 0 && node->params[next - 1].place >= from) {
     const store::Param& param = node->params[--next];
-    out.add(KSLChange::deleteParam(node->path, param.name, param.value));
+    if (!param.name.empty())
+      out.add(KSLChange::deleteParam(node->path, param.name, param.value));
   }
 }
 
@@ -123,6 +127,7 @@ void KSLAPI::Impl::listDeletion(const Node* top, KSLChangeList& out)
 
 void KSLAPI::Impl::removeNode(Node* node, Record record)
 {
+  begin(record);
   const std::size_t noted = m_journal.size();
   const std::size_t told = changes.size();
   try {

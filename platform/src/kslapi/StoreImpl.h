@@ -48,6 +48,7 @@ class KSLAPI::Impl {
   void undoTo(std::uint64_t mark);
   std::uint64_t mark() const { return m_confirmed + m_journal.size(); }
   void confirmTo(std::uint64_t mark);
+  std::uint64_t pendingMark() const { return changes.empty() ? mark() : m_pendingFrom; }
 
   // -- reading text
 
@@ -61,6 +62,12 @@ class KSLAPI::Impl {
   bool validating = false;
 
  private:
+  // Before the first note of an operation.
+  void begin(Record record)
+  {
+    if (record == Record::yes && changes.empty())
+      m_pendingFrom = mark();
+  }
   void note(const KSLChange& change) { m_journal.add(change); }
   void tell(KSLChange change, Record record)
   {
@@ -72,7 +79,8 @@ class KSLAPI::Impl {
   static void listDeletion(const Node* node, KSLChangeList& out);
 
   KSLChangeList m_journal{"KSL journal"};
-  std::uint64_t m_confirmed = 0;  // number of changes confirmed so far
+  std::uint64_t m_confirmed = 0;    // number of changes confirmed so far
+  std::uint64_t m_pendingFrom = 0;  // the mark before the first change in the change list
 };
 
 }  // namespace orv

@@ -12,6 +12,12 @@ using StringUtilities::unquoted;
 
 constexpr std::string_view replaceWord = "&replace";
 
+// Trimmed, outside and inside of quotes around it.
+std::string_view bareName(std::string_view text)
+{
+  return trimmed(unquoted(trimmed(text)));
+}
+
 [[noreturn]] void syntaxError(std::string_view line)
 {
   throw ksl::invalid("KSLAPI", "loadKSLData", _("Syntax error in KSL line: '%s'.", line));
@@ -71,11 +77,11 @@ void Loader::readHeader(std::string_view line, std::string_view statement)
 {
   const bool replace = takeReplaceWord(statement);
   const std::size_t colon = statement.find(':');
-  const std::string_view type = unquoted(trimmed(statement.substr(0, colon)));
-  const std::string_view name = unquoted(trimmed(statement.substr(colon + 1)));
+  const std::string_view type = bareName(statement.substr(0, colon));
+  const std::string_view name = bareName(statement.substr(colon + 1));
   if (type.empty())
     syntaxError(line);
-  const bool inRules = m_open.empty() ? type == "RULES" : isRulesPath(m_open.front().path.str());
+  const bool inRules = !m_open.empty() && isRulesPath(m_open.front().path.str());
   checkName(type, inRules);
   checkName(name, inRules);
   openBlock(type, name, replace);
@@ -94,12 +100,16 @@ void Loader::openBlock(std::string_view type, std::string_view name, bool replac
   }
   if (!node)
     node = m_store.makeNode(parent, SharedText(std::string_view(m_path)), KSLAPI::Impl::Record::yes);
-  m_open.push_back({node->path, node, replace});
+  m_open.push_back({node->path, node});
+  if (!replace || !m_store.replaceHandler)
+    return;
+  m_store.replaceHandler->objectReplaced(m_path);
+  forgetNodes();
 }
 
 void Loader::readParam(std::string_view line, std::string_view statement, std::size_t equals)
 {
-  const std::string_view name = unquoted(trimmed(statement.substr(0, equals)));
+  const std::string_view name = bareName(statement.substr(0, equals));
   if (name.empty() || m_open.empty())
     syntaxError(line);
   m_store.setParam(openNode(), m_store.tree.intern(name), trimmed(statement.substr(equals + 1)),
@@ -108,12 +118,8 @@ void Loader::readParam(std::string_view line, std::string_view statement, std::s
 
 void Loader::endBlock()
 {
-  if (m_open.empty())
-    return;  // a surplus END is the line counter's to judge
-  const Block block = std::move(m_open.back());
-  m_open.pop_back();
-  if (block.replace && m_store.replaceHandler)
-    m_store.replaceHandler->objectReplaced(block.path.str());
+  if (!m_open.empty())  // a surplus END is the line counter's to judge
+    m_open.pop_back();
 }
 
 bool Loader::runAction(std::string_view statement)
@@ -122,9 +128,15 @@ bool Loader::runAction(std::string_view statement)
     return true;
   const std::string action(trimmed(statement.substr(1)));
   const bool good = m_handler->handleAction(action, {});
+  forgetNodes();
+  return good;
+}
+
+// Handlers may have changed anything.
+void Loader::forgetNodes()
+{
   for (Block& block : m_open)
     block.node = nullptr;
-  return good;
 }
 
 Node* Loader::openNode()

@@ -39,7 +39,6 @@ class Loader {
   struct Block {
     SharedText path;
     Node* node;  // null when it may have gone
-    bool replace;
   };
 
   void readHeader(std::string_view line, std::string_view statement);
@@ -47,6 +46,7 @@ class Loader {
   void endBlock();
   bool runAction(std::string_view statement);
   Node* openNode();
+  void forgetNodes();
   void openBlock(std::string_view type, std::string_view name, bool replace);
 
   KSLAPI::Impl& m_store;

@@ -33,11 +33,6 @@ bool isRulesPath(std::string_view path)
          && (path.size() == rulesPath.size() || path[rulesPath.size()] == '/');
 }
 
-bool Rules::defined() const
-{
-  return m_tree.find(rulesPath) != nullptr || (m_fallback && m_fallback->defined());
-}
-
 const Node* Rules::definition(std::string_view name, Kind kind) const
 {
   std::string path(rulesPath);
@@ -48,41 +43,44 @@ const Node* Rules::definition(std::string_view name, Kind kind) const
   return m_tree.find(path);
 }
 
-Rules::Type& Rules::typeOf(std::string_view name) const
+Rules::Type* Rules::findType(std::string_view name) const
 {
   const auto known = m_types.find(name);
   if (known != m_types.end())
-    return known->second;
+    return &known->second;
   Type type;
   if (definition(name, Kind::singleton))
     type.kind = Kind::singleton;
   else if (definition(name, Kind::object))
     type.kind = Kind::object;
-  return m_types.emplace(name, std::move(type)).first->second;
+  else
+    return nullptr;
+  return &m_types.emplace(name, std::move(type)).first->second;
 }
 
 Kind Rules::kindOf(std::string_view type) const
 {
   if (m_fallback && !m_tree.find(rulesPath))
     return m_fallback->kindOf(type);
-  return typeOf(type).kind;
+  const Type* known = findType(type);
+  return known ? known->kind : Kind::unknown;
 }
 
 bool Rules::listsParam(std::string_view typeName, std::string_view param) const
 {
   if (m_fallback && !m_tree.find(rulesPath))
     return m_fallback->listsParam(typeName, param);
-  Type& type = typeOf(typeName);
-  if (!type.hasParams) {
-    const Node* node = definition(typeName, type.kind);
-    if (node) {
-      addListed(node, type.params);
-      for (const Node* child = node->firstChild; child; child = child->next)
-        addListed(child, type.params);
-    }
-    type.hasParams = true;
+  Type* type = findType(typeName);
+  if (!type)
+    return false;
+  if (!type->hasParams) {
+    const Node* node = definition(typeName, type->kind);
+    addListed(node, type->params);
+    for (const Node* child = node->firstChild; child; child = child->next)
+      addListed(child, type->params);
+    type->hasParams = true;
   }
-  return type.params.find(param) != type.params.end();
+  return type->params.find(param) != type->params.end();
 }
 
 void Rules::appendComponent(std::string& path, std::string_view type, std::string_view name) const

@@ -21,7 +21,6 @@ class Rules {
   // Rules of another store, asked when this tree has none. Not owned.
   void setFallback(const Rules* other) { m_fallback = other; }
 
-  bool defined() const;
   Kind kindOf(std::string_view type) const;
   // Whether the type's definition or one of its contexts lists the parameter.
   bool listsParam(std::string_view type, std::string_view param) const;
@@ -36,10 +35,10 @@ class Rules {
  private:
   struct Type {
     Kind kind = Kind::unknown;
-    bool hasParams = false;  // m_params is filled
+    bool hasParams = false;  // params is filled
     std::set<std::string, std::less<>> params;
   };
-  Type& typeOf(std::string_view name) const;
+  Type* findType(std::string_view name) const;  // null for a type that nobody defined
   const Node* definition(std::string_view name, Kind kind) const;
 
   const Tree& m_tree;

@@ -218,13 +218,31 @@ void Tree::removeParam(Node* node, const SharedText& name) noexcept
   if (!param)
     return;
   std::vector<Param>& params = node->params;
-  const std::size_t index = static_cast<std::size_t>(param - params.data());
-  if (node->paramIndex) {
-    node->paramIndex->erase(name.id());
-    for (std::size_t i = index + 1; i < params.size(); ++i)
-      --(*node->paramIndex)[params[i].name.id()];
+  if (!node->paramIndex) {
+    params.erase(params.begin() + (param - params.data()));
+    return;
   }
-  params.erase(params.begin() + static_cast<std::ptrdiff_t>(index));
+  node->paramIndex->erase(name.id());
+  param->name = SharedText();
+  param->value = SharedText();
+  ++node->holes;
+  while (!params.empty() && params.back().name.empty()) {
+    params.pop_back();
+    --node->holes;
+  }
+  if (2 * node->holes > params.size())
+    closeHoles(node);
+}
+
+void Tree::closeHoles(Node* node) noexcept
+{
+  std::vector<Param>& params = node->params;
+  params.erase(
+      std::remove_if(params.begin(), params.end(), [](const Param& param) { return param.name.empty(); }),
+      params.end());
+  node->holes = 0;
+  for (std::size_t i = 0; i < params.size(); ++i)
+    node->paramIndex->find(params[i].name.id())->second = static_cast<std::uint32_t>(i);
 }
 
 SharedText Tree::intern(std::string_view text)

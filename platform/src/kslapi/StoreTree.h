@@ -2,8 +2,8 @@
 //
 // Invariants, held between any two calls:
 //  1. Every node but the root stands in the index under its path, and in its parent's list of children once.
-//  2. A node's path is its parent's path, "/", and its own component; types and parameter names are interned,
-//     so that equal names of one tree are the same shared text.
+//  2. A node's path is its parent's path, "/", and its own component. Parameter names are interned: equal names of
+//     one tree are the same shared text.
 //  3. Parameters and children of a node share one sequence of places; both lists ascend in it. Something new
 //     takes the place after all others, so the order of first appearance is the order of text.
 //  4. A name stands once among the parameters of a node.
@@ -37,6 +37,7 @@ struct Node {
   Node* previous = nullptr;
   std::vector<Param> params;
   std::unique_ptr<std::unordered_map<const void*, std::uint32_t>> paramIndex;  // of large nodes only
+  std::uint32_t holes = 0;  // parameters of a large node that were removed: without a name, to be passed over
   std::uint32_t place = 0;
   std::uint32_t nextPlace = 0;  // for what comes next in this node
 };
@@ -72,7 +73,7 @@ class Tree {
   void appendParam(Node* node, SharedText name, SharedText value);
   void removeParam(Node* node, const SharedText& name) noexcept;
 
-  // The one shared text of this tree for a type or parameter name.
+  // The one shared text of this tree for a parameter name.
   SharedText intern(std::string_view text);
   SharedText intern(const SharedText& text);
   // The same without making one; empty when the tree never saw the text.
@@ -107,6 +108,7 @@ class Tree {
   void link(Node* node) noexcept;
   void unlink(Node* node) noexcept;
   void destroyBelow(Node* node) noexcept;
+  static void closeHoles(Node* node) noexcept;
 
   Node m_root;
   std::vector<Slot> m_slots;  // open addressing, a power of two, at most two thirds full

@@ -39,8 +39,7 @@ std::string KSLPath::Component::header() const
   std::string out = type + ":";
   if (singleton)
     return out;
-  const bool quote = name.find('#') != std::string::npos && name.find('"') == std::string::npos;
-  return quote ? out + '"' + name + '"' : out + name;
+  return out + StringUtilities::writtenName(name);
 }
 
 bool KSLPath::Component::operator<(const Component& other) const

@@ -116,6 +116,12 @@ std::string_view unquoted(std::string_view text) noexcept
   return text.substr(1, text.size() - 2);
 }
 
+std::string writtenName(std::string_view name)
+{
+  const bool quote = name.find('#') != std::string_view::npos && name.find('"') == std::string_view::npos;
+  return quote ? '"' + std::string(name) + '"' : std::string(name);
+}
+
 namespace {
 
 bool isSimplePath(std::string_view path) noexcept
