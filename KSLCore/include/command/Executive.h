@@ -44,8 +44,9 @@ class ORV_API Executive {
   // nothing. The inverses of all changes are recorded all the same. The store is not used.
   void updateNoAction(const KSLChangeList& changes, KSLChangeList* history, KSLAPI* store);
 
-  // Recomputes objects, given by path or name, even though nothing changed. Entries that name nothing, or an
-  // object that does not compute, are reported and skipped.
+  // Recomputes objects, given by path or name, even though nothing changed. Entries that name nothing, several
+  // objects, or one that does not compute are reported and skipped. Failing calculations pass on, unless
+  // schedulers catch them.
   void forceUpdate(const std::vector<std::string>& names);
 
  private:
@@ -58,6 +59,7 @@ class ORV_API Executive {
   void applyUpdate(const KSLChangeList& changes, KSLChangeList* history, KSLAPI* store);
   void appendToChangedObjects(const std::set<std::string>& paths);
   void updateChangedObjects(ObjectDB* database);
+  void forceUpdateOf(const std::string& name);
   void resetChangeProcessing();
 
   std::deque<std::string> m_pendingUpdates;   // paths of the objects whose update is due

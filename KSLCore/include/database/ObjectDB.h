@@ -25,6 +25,8 @@ class RootKSLObject;
 class ORV_API ObjectDB {
  public:
   static ObjectDB* instance();  // made on first use
+  // Null when there is none, and while it ends: for objects that end, which must not make a new one.
+  static ObjectDB* current() noexcept;
   // Ends the database with all objects, telling no observer, and takes paths as they are again.
   static void destroyInstance();
 
@@ -126,6 +128,7 @@ class ORV_API ObjectDB {
   std::unique_ptr<PathIndex> m_index;        // owns the holders, the root's excepted, and their objects
   DBChangeNotify* m_changeNotify = nullptr;  // not owned
   std::size_t m_changes = 0;
+  bool m_ending = false;
   std::unique_ptr<RootKSLObject> m_root;
   std::unique_ptr<ObjectHolder> m_rootHolder;
 };

@@ -118,8 +118,10 @@ class ORV_API GenericKSLObject : public DataKSLObject, public SchedulerOwner {
 
  private:
   friend class LinkBatch;
+  friend class LinkChange;
   friend class ReferenceLinks;
   class ActiveUpdate;
+  enum class Judgement;
   struct Targets;
 
   void checkNotInitialized() const;
@@ -127,22 +129,26 @@ class ORV_API GenericKSLObject : public DataKSLObject, public SchedulerOwner {
   void joinSchedulers();
   void delayDefaults();
   SchedulerTypes& writableTypes();
+  void setLocalPending(const ParamDefinition& param);
 
-  // What a text refers to.
-  Targets makeParentLinks(const ParamDefinition& param, const std::string& text) const;
-  void makeReferenceLinks(const ParamDefinition& param, const std::string& text, Targets& targets) const;
+  // Finds what a text refers to.
+  Targets makeParentLinks(const ParamDefinition& param, const std::string& text, Judgement judgement) const;
+  void findReferences(const ParamDefinition& param, const std::string& text, Targets& targets) const;
+  void addTarget(const ParamDefinition& param, KSLObject* target, Targets& targets) const;
   void makeVariableLinks(const ParamDefinition& param, const std::string& text, Targets& targets) const;
   void makeLocatorLinks(const ParamDefinition& param, const std::string& text, Targets& targets) const;
-  void requireScheduler(const ParamDefinition& param, const KSLObject& target) const;
-  void relink(const ParamDefinition& param);
+  bool relink(const ParamDefinition& param);
   ReferenceLinks& links();
-  void unlinkAll() noexcept;
-  void tellTargetGone() noexcept;
+  void forgetLinks();
+  void tellTargetGone() const;
+  void noteTargetGone();
 
-  refcnt_ptr<SchedulerTypes> m_types;         // null without any; shared with the prototype
-  std::vector<SchedulerObject> m_schedulers;  // as m_types lists them; empty until initialised; never moved
-  std::unique_ptr<ReferenceLinks> m_links;    // null without references
-  std::uint64_t m_serial = 0;  // never used twice: tells an object from a later one at its path
+  refcnt_ptr<SchedulerTypes> m_types;  // null without any; shared with the prototype
+  std::vector<SchedulerObject>
+      m_schedulers;                         // as m_types lists them; none before initialisation; never moved
+  std::unique_ptr<ReferenceLinks> m_links;  // null without references
+  std::uint64_t m_serial = 0;               // used once: tells an object from a later one at the same path
+  std::uint32_t m_batchPlace = 0;           // one more than where a LinkBatch lists this object
 };
 
 }  // namespace orv

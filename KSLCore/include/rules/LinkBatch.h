@@ -3,8 +3,11 @@
 
 #include "platform/ORVExport.h"
 
+#include <cstddef>
+#include <cstdint>
 #include <set>
 #include <string>
+#include <vector>
 
 namespace orv {
 
@@ -12,32 +15,52 @@ class GenericKSLObject;
 
 // While a batch is open, setting a reference never fails for what its target is: half-way through a list of
 // changes a target may be missing or ambiguous, a circle may be about to be broken, an object may be deleted
-// and made again. Such links wait, and are made, or refused, by finish(). For the one who applies changes;
+// and made again. Such links wait, and are made, or refused, by finish(). Schedulers are marked there too, so
+// that changes along a chain do not mark its end again and again. For the one who applies changes;
 // calculations run after finish(), so what they set is judged at once. Batches nest: the innermost open one
 // counts.
 class ORV_API LinkBatch {
  public:
-  LinkBatch() : m_outer(s_current) { s_current = this; }
+  LinkBatch();
+  // Marks what is left to be marked; links that wait go on waiting, until the end of the next batch.
   ~LinkBatch();
   LinkBatch(const LinkBatch&) = delete;
   LinkBatch& operator=(const LinkBatch&) = delete;
 
-  // Ends the batch: makes the links that wait, in path order, and returns the paths of the objects that got
-  // any. Throws as GenericKSLObject::createDelayedParamLinks. O(objects that wait).
+  // Ends the batch, once: makes the links that wait, in the order of the changes, then marks the schedulers of
+  // all that was set. Returns the paths of the objects that lost a target to a later object at its path: the
+  // changes do not name them. Throws as GenericKSLObject::createDelayedParamLinks. Linear in what was noted and
+  // what is marked.
   std::set<std::string> finish();
 
   // Null when none is open.
   static LinkBatch* current() noexcept { return s_current; }
-  // The object has links that wait.
-  void note(const GenericKSLObject& object);
 
  private:
+  friend class GenericKSLObject;
+  struct Note {
+    GenericKSLObject* object;  // null when it has ended
+    std::uint64_t toMark;      // its schedulers, a bit each
+    bool lostTarget;
+  };
+
+  // The note of the object, made when there is none.
+  static Note& noteOf(GenericKSLObject& object);
+  static void forget(const GenericKSLObject& object) noexcept;
   void close() noexcept;
+  static void noteUnfinished();
+  void keepUnfinished() noexcept;
+  void markNoted() noexcept;
 
   static LinkBatch* s_current;
+  static std::vector<Note> s_notes;  // of all batches, those of inner ones behind those of outer ones
+  // Objects that waited when a batch failed: taking its changes back need not touch them.
+  static std::vector<std::string> s_unfinished;
+
   LinkBatch* m_outer;
+  std::size_t m_first;  // of this batch's notes
   bool m_open = true;
-  std::set<std::string> m_waiting;  // paths
+  bool m_finished = false;
 };
 
 }  // namespace orv

@@ -9,6 +9,8 @@
 #include "database/KSLCoreTreeAndLeafModel.h"
 #include "database/ObjectDB.h"
 #include "database/ObjectFactory.h"
+#include "rules/GenericKSLObject.h"
+#include "rules/LinkBatch.h"
 #include "command/ActionFactory.h"
 #include "command/DBUpdater.h"
 #include "command/KSLCoreAPI.h"
@@ -66,6 +68,7 @@ void Executive::applyUpdate(const KSLChangeList& changes, KSLChangeList* history
   DependentUpdates dependents;
   ObjectDBUpdater updater(database, &dependents);
   UpdateProcessor processor(&updater, history);
+  LinkBatch links;  // references are judged when all changes are made
   processor.process(changes);
   processor.createWaiting();
 
@@ -79,6 +82,7 @@ void Executive::applyUpdate(const KSLChangeList& changes, KSLChangeList* history
   InternalParamUpdateProcessor internalProcessor(&updater);
   dependents.getInternalChanges(model.get())->process(forward, &internalProcessor);
   appendToChangedObjects(internalProcessor.getChanged());
+  appendToChangedObjects(links.finish());
 
   if (queueWasEmpty)
     updateChangedObjects(database);
@@ -130,20 +134,32 @@ void Executive::forceUpdate(const std::vector<std::string>& names)
   const OperationTimer timer("Executive: force Update");
   const ScopeGuard end([] { KSLCoreAPI::instance()->notify(KSLCoreAPI::updateEnd); });
   KSLCoreAPI::instance()->notify(KSLCoreAPI::updateBegin);
-  for (const std::string& name : names) {
-    const bool isPath = name.find_first_of("/:") != std::string::npos;
+  for (const std::string& name : names)
+    forceUpdateOf(name);
+}
+
+void Executive::forceUpdateOf(const std::string& name)
+{
+  const auto report = [](const Error& error) { ErrorProgressReporter::instance()->reportError(error); };
+  KSLObject* object = nullptr;
+  try {
     const ObjectDB* database = ObjectDB::instance();
-    const KSLObject* object = isPath ? database->getObjectByPath(name) : database->getObjectByName(name);
-    // No object class computes yet, so there is nothing to run again. The class word is older than the
-    // classes of today and stays.
-    const internal::error error =
-        object ? internal::error("Executive", "forceUpdate",
-                                 _("Bad cast of %s '%s' to %s.", "KSLObject", name, "GeometricKSLObject"),
-                                 errorType::internal)
-               : internal::error("Executive", "forceUpdate",
-                                 _("Object '%s' does not exist. Update ignored.", name), errorType::warning);
-    ErrorProgressReporter::instance()->reportError(error);
+    const bool isPath = name.find_first_of("/:") != std::string::npos;
+    object = isPath ? database->getObjectByPath(name) : database->getObjectByName(name);
+  } catch (const data::error& ambiguous) {
+    return report(ambiguous);
   }
+  if (!object)
+    return report(internal::error("Executive", "forceUpdate",
+                                  _("Object '%s' does not exist. Update ignored.", name),
+                                  errorType::warning));
+  if (!dynamic_cast<GenericKSLObject*>(
+          object))  // the class word is older than the classes of today and stays
+    return report(internal::error("Executive", "forceUpdate",
+                                  _("Bad cast of %s '%s' to %s.", "KSLObject", name, "GeometricKSLObject"),
+                                  errorType::internal));
+  object->setPending();
+  object->update();
 }
 
 // --------------------------------------------------------------------------------------------------------- objects

@@ -6,7 +6,10 @@
 #include "database/DependentUpdates.h"
 #include "database/KSLObject.h"
 #include "database/ObjectDB.h"
+#include "database/ReferenceResolver.h"
 
+#include <algorithm>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -14,50 +17,69 @@ namespace orv {
 
 namespace {
 
-// What a relative path leads to; null for a text that is none, or that names nothing or several objects.
-const KSLObject* tryRelative(const KSLObject& from, const std::string& path)
+// Who refers to the object or to anything below it. Who goes with it has nothing to rewrite.
+std::set<Dependent> dependentsOfTree(const KSLObject& top)
 {
-  try {
-    return from.getRelativeObject(path);
-  } catch (const data::error&) {
-    return nullptr;
+  std::set<Dependent> dependents;
+  std::vector<const KSLObject*> waiting{&top};
+  while (!waiting.empty()) {
+    const KSLObject* object = waiting.back();
+    waiting.pop_back();
+    for (const Dependent& dependent : object->getDependents()) {
+      if (!PathUtils::isSameOrBelow(dependent.getObjPath(), top.getPath()))
+        dependents.insert(dependent);
+    }
+    object->forEachChild([&waiting](const KSLObject* child) { waiting.push_back(child); });
   }
+  return dependents;
 }
 
-// The object that a list item names: by its full path, inside the remote path of the parameter, seen from its
-// object, or at the top level.
-const KSLObject* referencedObject(const KSLObject& from, const ParamDefinition& param,
-                                  const std::string& item)
+// Items are compared by what they name, not by how they name it.
+bool namesAnyOf(const KSLObject& top, const KSLObject* found)
 {
-  const std::string name(StringUtilities::unquoted(item));
-  if (name.empty())
-    return nullptr;
-  if (name.front() == '/')
-    return ObjectDB::instance()->getObjectByPath(name);
-  if (!param.getRemotePath().empty()) {
-    if (const KSLObject* found = tryRelative(from, param.getRemotePath() + "/" + name))
-      return found;
-  }
-  if (const KSLObject* found = tryRelative(from, name))
-    return found;
-  return tryRelative(*ObjectDB::instance()->getRoot(), name);
+  return found && PathUtils::isSameOrBelow(found->getPath(), top.getPath());
 }
 
-void reportOne(const KSLObject& object, const Dependent& dependent, DependentUpdates& updates)
+// What the parameter becomes when nothing is left of its value and it may not be empty.
+std::string replacementFor(const KSLObject& top, const ParamDefinition& param,
+                           const ReferenceResolver& resolver)
+{
+  const std::string& start = param.getDefaultValue();
+  if (param.isAllowedValue({}) || !param.isAllowedValue(start))
+    return {};
+  for (const std::string& item : ParamDefinition::splitValue(start)) {
+    if (namesAnyOf(top, resolver.find(item).object))
+      return {};
+  }
+  return start;
+}
+
+DependentUpdates::References referencesOf(const KSLObject& top, const KSLObject& holder,
+                                          const ParamDefinition& param)
+{
+  const ReferenceResolver resolver(holder, param);
+  DependentUpdates::References references;
+  for (std::string& item : param.splitValue()) {
+    const KSLObject* found = resolver.find(item).object;
+    references.items.push_back({found ? found->getPath() : std::string(), std::move(item)});
+  }
+  std::sort(references.items.begin(), references.items.end(),
+            [](const auto& a, const auto& b) { return a.path < b.path; });
+  references.value = param.getValue();
+  references.whenEmpty = replacementFor(top, param, resolver);
+  references.internal = param.isInternal();
+  references.reportedAt = ObjectDB::instance()->changeCount();
+  return references;
+}
+
+void reportOne(const KSLObject& top, const Dependent& dependent, DependentUpdates& updates)
 {
   const KSLObject* holder = ObjectDB::instance()->getObjectByPath(dependent.getObjPath());
   const ParamDefinition* param = holder ? holder->lookUpParam(dependent.getParamName()) : nullptr;
-  if (!param)
+  if (!param || param->typeIs("Expression"))  // an expression does not survive without one of its names
     return;
-  const std::vector<std::string> items = param->splitValue();
-  std::vector<std::string> kept;
-  for (const std::string& item : items) {
-    if (referencedObject(*holder, *param, item) != &object)
-      kept.push_back(item);
-  }
-  if (kept.size() < items.size())
-    updates.setModifiedParam(dependent.getObjPath(), dependent.getParamName(),
-                             StringUtilities::vectorToString(kept, ','), param->isInternal());
+  updates.setGoing(top.getPath(), dependent.getObjPath(), *param,
+                   [&] { return referencesOf(top, *holder, *param); });
 }
 
 }  // namespace
@@ -67,7 +89,7 @@ void DependentReferences::report(const KSLObject& object, DependentUpdates* upda
   if (!updates)
     throw internal::nullPointer("KSLObject", "addToDependentUpdates",
                                 _("Input parameter %s is a null pointer.", "p_updates"));
-  for (const Dependent& dependent : object.getDependents())
+  for (const Dependent& dependent : dependentsOfTree(object))
     reportOne(object, dependent, *updates);
 }
 

@@ -8,7 +8,8 @@ class KSLObject;
 
 class DependentReferences {
  public:
-  // As KSLObject::addToDependentUpdates. Linear in the texts of the parameters that refer to the object.
+  // As KSLObject::addToDependentUpdates. n log n in the tree below the object and in the texts of the parameters
+  // that refer to it.
   static void report(const KSLObject& object, DependentUpdates* updates);
 };
 

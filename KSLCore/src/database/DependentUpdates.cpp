@@ -3,6 +3,8 @@
 #include "platform/ORVAbstractDataModels.h"
 #include "platform/ORVKSLAPI.h"
 #include "platform/ORVUtilities.h"
+#include "database/ObjectDB.h"
+#include "database/ParamDefinition.h"
 
 #include <algorithm>
 #include <iterator>
@@ -14,6 +16,7 @@ namespace orv {
 namespace {
 
 using DependentUpdates_private::ParamUpdate;
+using Item = DependentUpdates::References::Item;
 
 bool sameParam(const ParamUpdate& a, const ParamUpdate& b)
 {
@@ -77,6 +80,24 @@ void DependentUpdates::setModifiedParam(const std::string& objectPath, const std
   m_synchronised = false;
 }
 
+void DependentUpdates::setGoing(const std::string& goingPath, const std::string& objectPath,
+                                const ParamDefinition& param, const std::function<References()>& references)
+{
+  References& known = m_references[{objectPath, param.getName()}];
+  if (known.items.empty() || known.value != param.getValue())
+    known = references();
+  const auto mark = [&known](const std::string& from, const auto& isMeant) {
+    auto at = std::lower_bound(known.items.begin(), known.items.end(), from,
+                               [](const Item& item, const std::string& path) { return item.path < path; });
+    for (; at != known.items.end() && isMeant(at->path); ++at)
+      at->going = true;
+  };
+  mark(goingPath, [&goingPath](const std::string& path) { return path == goingPath; });
+  const std::string below = goingPath + "/";
+  mark(below, [&below](const std::string& path) { return path.compare(0, below.size(), below) == 0; });
+  m_synchronised = false;
+}
+
 const KSLChangeList* DependentUpdates::getExternalChanges(const TreeAndLeafReadModel* model)
 {
   syncChangeLists(model);
@@ -93,11 +114,33 @@ void DependentUpdates::syncChangeLists(const TreeAndLeafReadModel* model)
 {
   if (m_synchronised)
     return;
+  settleReferences(model);
   consolidateUpdates(model, m_externalUpdates);
   rebuild(model, m_externalUpdates, *m_externalChanges);
   consolidateUpdates(model, m_internalUpdates);
   rebuild(model, m_internalUpdates, *m_internalChanges);
   m_synchronised = true;
+}
+
+void DependentUpdates::settleReferences(const TreeAndLeafReadModel* model)
+{
+  const std::size_t now = ObjectDB::instance()->changeCount();
+  for (auto& [param, references] : m_references) {
+    const auto& [path, name] = param;
+    const auto isGone = [&, untouched = references.reportedAt == now](const Item& item) {
+      return item.going && (untouched || !model->hasObject(KSLPath(item.path)));
+    };
+    if (model->getParameterValue(KSLPath(path), name) != references.value
+        || std::erase_if(references.items, isGone) == 0)
+      continue;
+    std::vector<std::string> kept;
+    for (Item& item : references.items)
+      kept.push_back(std::move(item.text));
+    setModifiedParam(path, name,
+                     kept.empty() ? references.whenEmpty : StringUtilities::vectorToString(kept, ','),
+                     references.internal);
+  }
+  m_references.clear();
 }
 
 void DependentUpdates::consolidateUpdates(const TreeAndLeafReadModel* model,

@@ -109,6 +109,11 @@ ObjectDB* ObjectDB::instance()
   return s_instance;
 }
 
+ObjectDB* ObjectDB::current() noexcept
+{
+  return s_instance && !s_instance->m_ending ? s_instance : nullptr;
+}
+
 // Objects that end may still ask the database, so it stays reachable until all are gone.
 void ObjectDB::destroyInstance()
 {
@@ -128,6 +133,7 @@ ObjectDB::ObjectDB()
 
 ObjectDB::~ObjectDB()
 {
+  m_ending = true;
   try {
     registerChangeNotify(nullptr);
     while (KSLObject* child = m_rootHolder->getFirstChild())

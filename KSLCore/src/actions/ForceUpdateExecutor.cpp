@@ -1,0 +1,23 @@
+#include "actions/ForceUpdateExecutor.h"
+
+#include "platform/ORVError.h"
+#include "platform/ORVUtilities.h"
+#include "command/Executive.h"
+#include "actions/actionChecks.h"
+
+namespace orv {
+
+ForceUpdateExecutor::~ForceUpdateExecutor() = default;
+
+void ForceUpdateExecutor::invoke(const std::vector<std::string>& words)
+{
+  checkAction(words, {"forceupdate", "fu"}, "ForceUpdateExecutor");
+  checkAtLeast(words, "forceupdate", 1, "ForceUpdateExecutor");
+  if (!assertThat(m_executive != nullptr, "m_executive", "KSLCore/src/ForceUpdateExecutor"))
+    throw internal::error("ForceUpdateExecutor", "invoke", _("Pointer to Executive not set."));
+  const std::vector<std::string> objects(words.begin() + 1, words.end());
+  m_executive->forceUpdate(StringUtilities::stringToVector(
+      PathUtils::normalisePathsBwdComp(StringUtilities::vectorToString(objects, ',')), ','));
+}
+
+}  // namespace orv

@@ -1,0 +1,362 @@
+#include "rules/GenericKSLObject.h"
+
+#include "platform/ORVDynamicLoader.h"
+#include "platform/ORVError.h"
+#include "platform/ORVException.h"
+#include "rules/LinkBatch.h"
+#include "rules/ReferenceLinks.h"
+#include "rules/SchedulerTypes.h"
+
+#include <algorithm>
+#include <new>
+#include <ostream>
+#include <utility>
+
+namespace orv {
+
+namespace {
+
+constexpr const char* className = "GenericKSLObject";
+
+std::uint64_t s_lastSerial = 0;
+
+std::string notFoundText(std::string_view schedulerType, const std::string& objectType)
+{
+  return _("Scheduler type '%s' for object type '%s' not found.", schedulerType, objectType);
+}
+
+// Runs a step of a destructor; what it throws has no one to go to.
+template <class Step>
+void runEnding(Step step) noexcept
+{
+  const auto report = [](std::string text) {
+    ErrorProgressReporter::instance()->reportError(internal::error(className, "~GenericKSLObject", text));
+  };
+  constexpr const char* operation = "~GenericKSLObject";
+  try {
+    try {
+      step();
+    } catch (const std::bad_alloc&) {
+      report(_("Operation '%s' failed. Insufficient memory.", operation));
+    } catch (const std::exception& exception) {
+      report(_("Operation '%s' failed (system exception: %s).", operation, exception.what()));
+    } catch (...) {
+      report(_("Operation '%s' failed with unrecognized exception.", operation));
+    }
+  } catch (...) {}  // no memory for the text either
+}
+
+}  // namespace
+
+// ------------------------------------------------------------------------------------------------ scheduler types
+
+std::size_t SchedulerTypes::find(std::string_view type) const noexcept
+{
+  const auto at =
+      std::lower_bound(entries.begin(), entries.end(), type,
+                       [](const Entry& entry, std::string_view key) { return entry.type.str() < key; });
+  return at != entries.end() && at->type == type ? static_cast<std::size_t>(at - entries.begin()) : npos;
+}
+
+bool SchedulerTypes::insert(const std::string& type)
+{
+  const auto at =
+      std::lower_bound(entries.begin(), entries.end(), type,
+                       [](const Entry& entry, const std::string& key) { return entry.type.str() < key; });
+  if (at != entries.end() && at->type == type)
+    return false;
+  entries.insert(at, Entry{SharedText(type), {}});
+  return true;
+}
+
+SchedulerTypes& GenericKSLObject::writableTypes()
+{
+  if (!m_types || m_types->refCount() > 1)
+    m_types = refcnt_ptr<SchedulerTypes>(m_types ? new SchedulerTypes(*m_types) : new SchedulerTypes);
+  return *m_types;
+}
+
+void GenericKSLObject::addScheduler(const std::string& schedulerType)
+{
+  if (m_types && m_types->find(schedulerType) != SchedulerTypes::npos)
+    throw data::duplicate(className, "addSchedulerObject",
+                          _("Duplicate data: Scheduler type '%s' already exists.", schedulerType));
+  writableTypes().insert(schedulerType);
+}
+
+void GenericKSLObject::addFunction(const std::string& schedulerType, const std::string& library,
+                                   const std::string& function)
+{
+  const std::size_t index = m_types ? m_types->find(schedulerType) : SchedulerTypes::npos;
+  if (index == SchedulerTypes::npos)
+    throw data::notFound(className, "addFunction", notFoundText(schedulerType, getType()));
+  if (!m_types->entries[index].function.name.empty())
+    throw data::duplicate(className, "addFunction",
+                          _("Duplicate data: Scheduler type '%s' for object type '%s' already exists.",
+                            schedulerType, getType()));
+  writableTypes().entries[index].function = {library, function};
+}
+
+void GenericKSLObject::addSchedulerLink(const std::string& from, const std::string& to)
+{
+  const std::pair<std::string, std::string> link(from, to);
+  if (m_types && std::find(m_types->links.begin(), m_types->links.end(), link) != m_types->links.end())
+    throw data::duplicate(
+        className, "addSchedulerLink",
+        _("Duplicate scheduler link between '%s:%s' and '%s:%s'.", getType(), from, getType(), to));
+  auto& all = writableTypes().links;
+  const auto behind =
+      std::upper_bound(all.begin(), all.end(), from,
+                       [](const std::string& key, const auto& entry) { return key < entry.first; });
+  all.insert(behind, link);
+}
+
+// --------------------------------------------------------------------------------------------- beginning and end
+
+// An update under way. A calculation may delete the object that is being updated; its frame then knows.
+class GenericKSLObject::ActiveUpdate {
+ public:
+  explicit ActiveUpdate(const GenericKSLObject* object) : m_object(object), m_outer(s_innermost)
+  {
+    s_innermost = this;
+  }
+  ~ActiveUpdate() { s_innermost = m_outer; }
+  ActiveUpdate(const ActiveUpdate&) = delete;
+  ActiveUpdate& operator=(const ActiveUpdate&) = delete;
+
+  bool objectLives() const { return m_object != nullptr; }
+  static void forget(const GenericKSLObject* object) noexcept
+  {
+    for (ActiveUpdate* update = s_innermost; update; update = update->m_outer) {
+      if (update->m_object == object)
+        update->m_object = nullptr;
+    }
+  }
+
+ private:
+  static ActiveUpdate* s_innermost;
+  const GenericKSLObject* m_object;
+  ActiveUpdate* m_outer;
+};
+
+GenericKSLObject::ActiveUpdate* GenericKSLObject::ActiveUpdate::s_innermost = nullptr;
+
+GenericKSLObject::GenericKSLObject() = default;
+
+// Who refers to this object is told while its schedulers still know them; the schedulers end last, and take
+// their edges with them.
+GenericKSLObject::~GenericKSLObject()
+{
+  ActiveUpdate::forget(this);
+  if (m_batchPlace != 0)
+    LinkBatch::forget(*this);
+  runEnding([this] { tellTargetGone(); });
+  runEnding([this] { forgetLinks(); });
+  runEnding([this] { removeAllParameters(); });
+}
+
+void GenericKSLObject::registerBaseType()
+{
+  auto prototype = std::make_unique<GenericKSLObject>();
+  registerBaseTypeWithFactory(className, prototype.get());
+  (void)prototype.release();  // the factory's, now that it has taken it
+}
+
+KSLObject* GenericKSLObject::clone() const
+{
+  auto copy = std::make_unique<GenericKSLObject>();
+  copyInternals(copy.get());
+  return copy.release();
+}
+
+void GenericKSLObject::copyInternals(GenericKSLObject* target) const
+{
+  DataKSLObject::copyInternals(target);
+  target->m_types = m_types;
+}
+
+void GenericKSLObject::initialize(const std::string& parentPath, const std::string& name)
+{
+  checkNotInitialized();
+  DataKSLObject::initialize(parentPath, name);
+  m_serial = ++s_lastSerial;
+  ScopeGuard undo([this] {
+    m_schedulers.clear();
+    m_links.reset();
+  });
+  makeSchedulers();
+  joinSchedulers();
+  delayDefaults();
+  setPending();
+  undo.dismiss();
+}
+
+void GenericKSLObject::initialize(const std::string& name)
+{
+  initialize({}, name);
+}
+
+// A type without schedulers leaves the complaint to setPath.
+void GenericKSLObject::checkNotInitialized() const
+{
+  if (!m_schedulers.empty())
+    throw data::invalid(className, "initialize",
+                        _("Scheduler object of type '%s' in object '%s' is not null.",
+                          m_schedulers.front().getType(), getName()));
+}
+
+void GenericKSLObject::makeSchedulers()
+{
+  if (!m_types)
+    return;
+  m_schedulers.reserve(m_types->entries.size());
+  for (const SchedulerTypes::Entry& entry : m_types->entries)
+    m_schedulers.emplace_back(getName(), this, entry.type);
+}
+
+void GenericKSLObject::joinSchedulers()
+{
+  if (!m_types)
+    return;
+  for (const auto& [from, to] : m_types->links)
+    getSchedulerObject(from)->addChild(getSchedulerObject(to), true);
+}
+
+// ------------------------------------------------------------------------------------------------------ schedulers
+
+SchedulerObject* GenericKSLObject::findSchedulerObject(std::string_view schedulerType) const noexcept
+{
+  if (m_schedulers.empty())
+    return nullptr;
+  const std::size_t index = m_types->find(schedulerType);
+  return index == SchedulerTypes::npos ? nullptr : const_cast<SchedulerObject*>(&m_schedulers[index]);
+}
+
+SchedulerObject* GenericKSLObject::getSchedulerObject(const std::string& schedulerType) const
+{
+  if (SchedulerObject* scheduler = findSchedulerObject(schedulerType))
+    return scheduler;
+  throw data::notFound(className, "getSchedulerObject", notFoundText(schedulerType, getType()));
+}
+
+void GenericKSLObject::setPending()
+{
+  for (SchedulerObject& scheduler : m_schedulers)
+    scheduler.setPending();
+}
+
+void GenericKSLObject::setLocalPending(const ParamDefinition& param)
+{
+  SchedulerObject* scheduler = findSchedulerObject(param.getLocalType());
+  if (!scheduler)
+    return;
+  const auto index = static_cast<std::size_t>(scheduler - m_schedulers.data());
+  if (LinkBatch::current() && index < 64)
+    LinkBatch::noteOf(*this).toMark |= std::uint64_t(1) << index;
+  else
+    scheduler->setPending();
+}
+
+void GenericKSLObject::update()
+{
+  createDelayedParamLinks();
+  const ActiveUpdate update(this);
+  for (std::size_t i = 0; update.objectLives() && i < m_schedulers.size(); ++i)
+    m_schedulers[i].update();
+}
+
+// Nothing of this object may be touched once the function runs: it may delete the object.
+void GenericKSLObject::calculate(const std::string& schedulerType)
+{
+  const std::size_t index = m_types ? m_types->find(schedulerType) : SchedulerTypes::npos;
+  if (index == SchedulerTypes::npos || m_types->entries[index].function.name.empty())
+    return;
+  const SchedulerTypes::Function& function = m_types->entries[index].function;
+  SharedLibrary* loader = SharedLibrary::instance();
+  const std::unique_ptr<CalculateFunction> instance(loader->getInstance(function.library, function.name));
+  if (!instance) {
+    if (!loader->getLastError().empty())
+      ErrorProgressReporter::instance()->reportError(
+          ErrorMsg(className, "calculate", loader->getLastError(), errorType::warning));
+    throw data::notFound(className, "calculate",
+                         _("Calculate function '%s' in library '%s' for object type '%s' was not found.",
+                           function.name, function.library, getType()));
+  }
+  const std::string type = schedulerType;  // the caller's may end with the object
+  instance->calculate(this, type);
+}
+
+// ------------------------------------------------------------------------------------------------------ for people
+
+namespace {
+
+bool isObjectBefore(const KSLObject* a, const KSLObject* b)
+{
+  return a->getPath() < b->getPath();
+}
+
+// "path (type) xcount" for each edge, sorted.
+std::string edgesText(const LinkMap& edges)
+{
+  std::vector<std::string> texts;
+  texts.reserve(edges.size());
+  for (const LinkMap::Entry& edge : edges)
+    texts.push_back(_("%s (%s) x%d", edge.first->getPath(), edge.first->getType(), edge.second));
+  std::sort(texts.begin(), texts.end());
+  return texts.empty() ? "none" : StringUtilities::vectorToString(texts, ", ");
+}
+
+void writeList(std::ostream& out, const char* name, const std::vector<std::string>& items)
+{
+  out << name << "=\"" << StringUtilities::vectorToString(items, ", ") << "\"\n";
+}
+
+}  // namespace
+
+std::string GenericKSLObject::getSchedulerInfo() const
+{
+  std::string text = DataKSLObject::getSchedulerInfo();
+  for (const SchedulerObject& scheduler : m_schedulers) {
+    text.append("  ").append(scheduler.getType()).append(scheduler.isPending() ? ": pending" : ": clean");
+    text.append("; parents: ").append(edgesText(scheduler.getParents()));
+    text.append("; children: ").append(edgesText(scheduler.getChildren())).append("\n");
+  }
+  return text;
+}
+
+std::vector<KSLObject*> GenericKSLObject::getSchedulerParentObjects() const
+{
+  std::vector<KSLObject*> objects;
+  for (const SchedulerObject& scheduler : m_schedulers) {
+    for (const LinkMap::Entry& edge : scheduler.getParents()) {
+      if (edge.first->getKSLObject() != this)
+        objects.push_back(edge.first->getKSLObject());
+    }
+  }
+  std::sort(objects.begin(), objects.end(), isObjectBefore);
+  objects.erase(std::unique(objects.begin(), objects.end()), objects.end());
+  return objects;
+}
+
+void GenericKSLObject::write(std::ostream& out) const
+{
+  DataKSLObject::write(out);
+  std::vector<std::string> functions;
+  std::vector<std::string> schedulerLinks;
+  std::vector<std::string> schedulers;
+  if (m_types) {
+    for (const auto& [type, function] : m_types->entries) {
+      schedulers.push_back(type.str());
+      if (!function.name.empty())
+        functions.push_back(_("%s: %s %s", type.str(), function.library, function.name));
+    }
+    for (const auto& [from, to] : m_types->links)
+      schedulerLinks.push_back(_("%s: %s", from, to));
+  }
+  writeList(out, "m_delayedParams", getDelayedParams());
+  writeList(out, "m_funcMap", functions);
+  writeList(out, "m_schedLinkMap", schedulerLinks);
+  writeList(out, "m_schedMap", schedulers);
+}
+
+}  // namespace orv

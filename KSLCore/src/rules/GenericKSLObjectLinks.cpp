@@ -1,0 +1,291 @@
+// The links that parameters make.
+//
+// Invariant: the record (ReferenceLinks) holds exactly the links that parameters have made and not ended, each
+// counted once in the graph. A parameter whose text asks for other links than the record shows is delayed.
+#include "platform/ORVError.h"
+#include "platform/ORVException.h"
+#include "database/Category.h"
+#include "database/ObjectDB.h"
+#include "database/ReferenceResolver.h"
+#include "rules/ExpressionNames.h"
+#include "rules/GenericKSLObject.h"
+#include "rules/LinkBatch.h"
+#include "rules/ReferenceLinks.h"
+
+#include <algorithm>
+#include <unordered_set>
+#include <utility>
+
+namespace orv {
+
+namespace {
+
+constexpr const char* className = "GenericKSLObject";
+
+const ExpressionNames* s_expressionNames = nullptr;
+
+bool isExpression(const ParamDefinition& param)
+{
+  return param.typeIs("Expression");
+}
+
+// True when the text of the parameter may ask for links.
+bool mayLink(const ParamDefinition& param)
+{
+  return isExpression(param) ? s_expressionNames != nullptr : !param.getRemoteType().empty();
+}
+
+void dropDoubles(std::vector<KSLObject*>& objects)
+{
+  if (objects.size() < 2)
+    return;
+  std::unordered_set<const KSLObject*> seen;
+  std::erase_if(objects, [&seen](const KSLObject* object) { return !seen.insert(object).second; });
+}
+
+}  // namespace
+
+// ----------------------------------------------------------------------------------------------------- expressions
+
+ExpressionNames::~ExpressionNames() = default;
+
+const ExpressionNames* ExpressionNames::installed() noexcept
+{
+  return s_expressionNames;
+}
+
+const ExpressionNames* ExpressionNames::install(const ExpressionNames* names) noexcept
+{
+  return std::exchange(s_expressionNames, names);
+}
+
+// --------------------------------------------------------------------------------------------------------- setting
+
+// What can fail comes before the value is stored.
+std::string GenericKSLObject::setValueInternal(ParamDefinition* param, const std::string& value)
+{
+  if (!param || getName().empty())  // a prototype links and marks nothing
+    return DataKSLObject::setValueInternal(param, value);
+  const bool inBatch = LinkBatch::current() != nullptr;
+  if (inBatch)
+    LinkBatch::noteOf(*this);
+  std::string old;
+  if (mayLink(*param)) {
+    LinkChange change(*this, *param,
+                      makeParentLinks(*param, value, inBatch ? Judgement::later : Judgement::atOnce));
+    old = DataKSLObject::setValueInternal(param, value);
+    change.commit();
+    if (m_links)
+      m_links->endForgiveness(param->getName());
+  } else {
+    old = DataKSLObject::setValueInternal(param, value);
+  }
+  setLocalPending(*param);
+  return old;
+}
+
+std::string GenericKSLObject::setValueWithoutPending(const std::string& name, const std::string& value)
+{
+  std::string old = DataKSLObject::setValueWithoutPending(name, value);
+  const ParamDefinition* param = lookUpParam(name);
+  if (param && mayLink(*param) && !getName().empty())
+    links().delay(name);
+  return old;
+}
+
+// --------------------------------------------------------------------------------------------------------- finding
+
+GenericKSLObject::Targets GenericKSLObject::makeParentLinks(const ParamDefinition& param,
+                                                            const std::string& text,
+                                                            Judgement judgement) const
+{
+  Targets targets;
+  targets.judgement = judgement;
+  targets.mayMiss = text == param.getDefaultValue() || (m_links && m_links->isForgiven(param.getName()));
+  if (isExpression(param)) {
+    makeVariableLinks(param, text, targets);
+    makeLocatorLinks(param, text, targets);
+  } else {
+    findReferences(param, text, targets);
+  }
+  dropDoubles(targets.objects);
+  return targets;
+}
+
+template <class MakeError>
+void GenericKSLObject::Targets::refuse(bool missing, MakeError makeError)
+{
+  const bool mayWait =
+      judgement == Judgement::later || (missing && judgement == Judgement::atOnce) || (missing && mayMiss);
+  if (!mayWait)
+    throw makeError();
+  waits = true;
+}
+
+void GenericKSLObject::addTarget(const ParamDefinition& param, KSLObject* target, Targets& targets) const
+{
+  const std::string& type = ReferenceLinks::remoteTypeOf(*param.getRules());
+  const auto* computing = dynamic_cast<const GenericKSLObject*>(target);
+  if (findSchedulerObject(param.getLocalType()) && (!computing || !computing->findSchedulerObject(type)))
+    return targets.refuse(false, [&] {
+      return data::invalid(className, "makeParentLinks",
+                           _("Cannot connect parameter %s to object %s(it does not have Scheduler type %s).",
+                             param.getName(), target->getPath(), type));
+    });
+  if (!target->getPath().empty())  // the root keeps no dependents
+    targets.objects.push_back(target);
+}
+
+void GenericKSLObject::findReferences(const ParamDefinition& param, const std::string& text,
+                                      Targets& targets) const
+{
+  const ReferenceResolver resolver(*this, param);
+  for (const std::string& item : ParamDefinition::splitValue(text)) {
+    const std::string_view name = StringUtilities::unquoted(item);
+    if (name.empty())
+      continue;
+    const ReferenceResolver::Hit hit = resolver.find(item);
+    if (hit.object) {
+      addTarget(param, hit.object, targets);
+    } else if (hit.ambiguous) {
+      targets.refuse(false, [&] {
+        return data::notFound(className, "makeParentLinks",
+                              _("More than one object with name '%s' exists.", name));
+      });
+    } else if (targets.judgement != Judgement::final || !param.getAllowedValues().count(item)) {
+      targets.refuse(true, [&] {
+        return data::notFound(className, "makeParentLinks",
+                              _("Object '%s' referred to in '%s' does not exist.", name, param.getName()));
+      });
+    }
+  }
+}
+
+// Without an expressions service nobody comes here: expressions depend on nothing then.
+void GenericKSLObject::makeVariableLinks(const ParamDefinition& param, const std::string& text,
+                                         Targets& targets) const
+{
+  const ExpressionNames& names = *s_expressionNames;
+  const auto missing = [&](const char* format, const std::string& name) {
+    targets.refuse(true,
+                   [&] { return data::notFound(className, "makeVariableLinks", _(format, text, name)); });
+  };
+  const ExpressionNames::Uses uses = names.namesIn(ExpressionDef(text));
+  for (const std::string& name : uses.variables) {
+    const ExpressionNames::Variable variable = names.findVariable(*this, name);
+    if (!variable.object)
+      missing("Expression '%s' depends on a variable '%s' which does not exist.", name);
+    else if (variable.isVariable)
+      addTarget(param, variable.object, targets);
+    else
+      targets.refuse(false, [&] {
+        return data::invalid(className, "makeVariableLinks",
+                             _("Expression '%s' tries to use object '%s' as a variable.", text, name));
+      });
+  }
+  for (const std::string& name : uses.functions) {
+    if (KSLObject* function = names.findFunction(*this, name))
+      addTarget(param, function, targets);
+    else
+      missing("Expression '%s' depends on a function '%s' which does not exist.", name);
+  }
+  targets.localVariable = uses.localVariable;
+}
+
+void GenericKSLObject::makeLocatorLinks(const ParamDefinition& param, const std::string& text,
+                                        Targets& targets) const
+{
+  for (const std::string& name : s_expressionNames->namesIn(ExpressionDef(text)).locations) {
+    if (KSLObject* location = s_expressionNames->findLocation(*this, name)) {
+      addTarget(param, location, targets);
+      continue;
+    }
+    targets.refuse(true, [&] {
+      return data::notFound(
+          className, "makeLocatorLinks",
+          _("Expression '%s' depends on a location '%s' which does not exist.", text, name));
+    });
+  }
+}
+
+// ------------------------------------------------------------------------------------------------------- delayed
+
+ReferenceLinks& GenericKSLObject::links()
+{
+  if (!m_links)
+    m_links = std::make_unique<ReferenceLinks>();
+  return *m_links;
+}
+
+const std::vector<std::string>& GenericKSLObject::getDelayedParams() const
+{
+  static const std::vector<std::string> none;
+  return m_links ? m_links->delayed() : none;
+}
+
+void GenericKSLObject::delayDefaults()
+{
+  forEachParam([this](const ParamDefinition& param) {
+    if (mayLink(param) && !param.getValue().empty())
+      links().delay(param.getName());
+  });
+}
+
+void GenericKSLObject::createDelayedParamLinks()
+{
+  if (!m_links || !m_links->waits())
+    return;
+  const bool lost = m_links->dropGone();
+  const std::vector<std::string> names = m_links->delayed();
+  for (const std::string& name : names) {
+    const ParamDefinition* param = lookUpParam(name);
+    if (!param)
+      m_links->settle(name);
+    else if (relink(*param) || lost)  // a scheduler with other parents than before is not up to date
+      setLocalPending(*param);
+  }
+}
+
+// True when the links changed.
+bool GenericKSLObject::relink(const ParamDefinition& param)
+{
+  LinkChange change(*this, param, makeParentLinks(param, param.getValue(), Judgement::final));
+  change.commit();
+  return !change.isIdle();
+}
+
+// ------------------------------------------------------------------------------------------------------------ end
+
+void GenericKSLObject::forgetLinks()
+{
+  if (!m_links || !ObjectDB::current())
+    return;
+  for (const ReferenceLinks::OfParam& param : m_links->params()) {
+    for (const ReferenceLinks::Link& link : param.links)
+      ReferenceLinks::end(*this, *param.rules, link, false);
+  }
+}
+
+void GenericKSLObject::tellTargetGone() const
+{
+  if (!ObjectDB::current())
+    return;
+  for (const SchedulerObject& scheduler : m_schedulers) {
+    for (const LinkMap::Entry& edge : scheduler.getChildren()) {
+      auto* dependent = dynamic_cast<GenericKSLObject*>(edge.first->getKSLObject());
+      if (dependent && dependent != this)
+        dependent->noteTargetGone();
+    }
+  }
+}
+
+void GenericKSLObject::noteTargetGone()
+{
+  if (!m_links)
+    return;
+  m_links->noteTargetGone(!LinkBatch::current());
+  if (LinkBatch::current())
+    LinkBatch::noteOf(*this).lostTarget = true;
+}
+
+}  // namespace orv

@@ -1,0 +1,243 @@
+#include "rules/ReferenceLinks.h"
+
+#include "platform/ORVException.h"
+#include "database/ObjectDB.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace orv {
+
+// ---------------------------------------------------------------------------------------------------- the record
+
+std::vector<ReferenceLinks::OfParam>::iterator ReferenceLinks::at(std::string_view param)
+{
+  return std::lower_bound(
+      m_params.begin(), m_params.end(), param,
+      [](const OfParam& entry, std::string_view name) { return entry.rules->name < name; });
+}
+
+ReferenceLinks::OfParam* ReferenceLinks::find(const std::string& param)
+{
+  const auto found = at(param);
+  return found != m_params.end() && found->rules->name == param ? &*found : nullptr;
+}
+
+bool ReferenceLinks::delay(const std::string& param)
+{
+  const auto place = std::lower_bound(m_delayed.begin(), m_delayed.end(), param);
+  if (place != m_delayed.end() && *place == param)
+    return false;
+  m_delayed.insert(place, param);
+  return true;
+}
+
+void ReferenceLinks::settle(const std::string& param)
+{
+  const auto place = std::lower_bound(m_delayed.begin(), m_delayed.end(), param);
+  if (place != m_delayed.end() && *place == param)
+    m_delayed.erase(place);
+}
+
+void ReferenceLinks::prepare(const ParamDefinition& param)
+{
+  const auto place = at(param.getName());
+  if (place == m_params.end() || place->rules->name != param.getName())
+    m_params.insert(place, OfParam{param.getRules(), {}});
+}
+
+void ReferenceLinks::replace(const ParamDefinition& param, std::vector<Link>& links) noexcept
+{
+  const auto place = at(param.getName());
+  place->links.swap(links);
+  if (place->links.empty())
+    m_params.erase(place);
+}
+
+bool ReferenceLinks::dropGone()
+{
+  if (!m_targetsGone)
+    return false;
+  bool any = false;
+  for (std::size_t i = m_params.size(); i-- > 0;) {
+    std::vector<Link>& links = m_params[i].links;
+    const auto isGone = [](const Link& link) { return !targetOf(link); };
+    if (std::none_of(links.begin(), links.end(), isGone))
+      continue;
+    any = true;
+    delay(m_params[i].rules->name);
+    if (m_goneBehind && !isForgiven(m_params[i].rules->name))
+      m_forgiven.push_back(m_params[i].rules->name);
+    std::erase_if(links, isGone);
+    if (links.empty())
+      m_params.erase(m_params.begin() + static_cast<std::ptrdiff_t>(i));
+  }
+  m_targetsGone = false;
+  m_goneBehind = false;
+  return any;
+}
+
+bool ReferenceLinks::isForgiven(const std::string& param) const
+{
+  return std::find(m_forgiven.begin(), m_forgiven.end(), param) != m_forgiven.end();
+}
+
+void ReferenceLinks::endForgiveness(const std::string& param) noexcept
+{
+  std::erase(m_forgiven, param);
+}
+
+KSLObject* ReferenceLinks::targetOf(const Link& link)
+{
+  ObjectDB* database = ObjectDB::current();
+  KSLObject* object = database ? database->getObjectByPath(link.path) : nullptr;
+  return object && serialOf(*object) == link.serial ? object : nullptr;
+}
+
+std::uint64_t ReferenceLinks::serialOf(const KSLObject& object)
+{
+  const auto* computing = dynamic_cast<const GenericKSLObject*>(&object);
+  return computing ? computing->m_serial : 0;
+}
+
+const std::string& ReferenceLinks::remoteTypeOf(const ParamDefinition::Rules& rules)
+{
+  return rules.remoteType.empty() ? rules.localType : rules.remoteType;
+}
+
+void ReferenceLinks::end(GenericKSLObject& object, const ParamDefinition::Rules& rules, const Link& link,
+                         bool dependentStays)
+{
+  KSLObject* target = targetOf(link);
+  if (!target)
+    return;
+  if (link.scheduled) {
+    SchedulerObject* parent =
+        static_cast<GenericKSLObject*>(target)->findSchedulerObject(remoteTypeOf(rules));
+    parent->deleteChild(object.findSchedulerObject(rules.localType));
+  }
+  if (dependentStays)
+    return;
+  if (const ParamDefinition* param = object.lookUpParam(rules.name))
+    target->delDependent(&object, param);
+}
+
+// ------------------------------------------------------------------------------------------------------ the change
+
+LinkChange::LinkChange(GenericKSLObject& object, const ParamDefinition& param,
+                       GenericKSLObject::Targets targets)
+    : m_object(object),
+      m_param(param),
+      m_targets(std::move(targets)),
+      m_child(object.findSchedulerObject(param.getLocalType()))
+{
+  m_idle = isAsRecorded();
+  try {
+    make();
+  } catch (...) {
+    takeBack();
+    throw;
+  }
+}
+
+LinkChange::~LinkChange()
+{
+  if (!m_committed)
+    takeBack();
+}
+
+bool LinkChange::isAsRecorded() const
+{
+  const ReferenceLinks::OfParam* known =
+      m_object.m_links ? m_object.m_links->find(m_param.getName()) : nullptr;
+  if (!known)
+    return m_targets.objects.empty();
+  const auto isSame = [this](const Link& link, const KSLObject* target) {
+    return link.path == target->getPath() && link.serial == ReferenceLinks::serialOf(*target)
+           && link.scheduled == (m_child != nullptr);
+  };
+  return std::equal(known->links.begin(), known->links.end(), m_targets.objects.begin(),
+                    m_targets.objects.end(), isSame);
+}
+
+void LinkChange::make()
+{
+  if (!m_idle) {
+    m_object.links().prepare(m_param);
+    m_links.reserve(m_targets.objects.size());
+    m_newDependent.reserve(m_targets.objects.size());
+    for (KSLObject* target : m_targets.objects)
+      makeLink(*target);
+  }
+  if (m_targets.waits)
+    m_newlyDelayed = m_object.links().delay(m_param.getName());
+}
+
+void LinkChange::makeLink(KSLObject& target)
+{
+  m_links.push_back({target.getPath(), ReferenceLinks::serialOf(target), false});
+  m_newDependent.push_back(false);
+  const std::size_t before = target.getDependents().size();
+  target.addDependent(&m_object, &m_param);
+  m_newDependent.back() = target.getDependents().size() != before;
+  if (m_child)
+    m_links.back().scheduled = linkSchedulers(*static_cast<GenericKSLObject&>(target).findSchedulerObject(
+        ReferenceLinks::remoteTypeOf(*m_param.getRules())));
+}
+
+// A scheduler that updates its children takes no new ones; such a link is made by a later update.
+bool LinkChange::linkSchedulers(SchedulerObject& parent)
+{
+  const int before = parent.getChildren().count(m_child);
+  try {
+    parent.addChild(m_child, true);
+  } catch (const ksl::cyclicRef&) {
+    if (m_targets.judgement != GenericKSLObject::Judgement::later)
+      throw;
+  }
+  const bool linked = parent.getChildren().count(m_child) != before;
+  m_targets.waits = m_targets.waits || !linked;
+  return linked;
+}
+
+void LinkChange::takeBack() noexcept
+{
+  for (std::size_t i = 0; i < m_links.size(); ++i)
+    end(m_links[i], !m_newDependent[i]);
+  if (m_newlyDelayed)
+    m_object.m_links->settle(m_param.getName());
+}
+
+void LinkChange::commit() noexcept
+{
+  m_committed = true;
+  if (!m_targets.waits && m_object.m_links)
+    m_object.m_links->settle(m_param.getName());
+  if (m_targets.localVariable)
+    markLocalVariable();
+  if (m_idle)
+    return;
+  m_object.m_links->replace(m_param, m_links);  // m_links are the old ones now
+  std::sort(m_targets.objects.begin(), m_targets.objects.end());
+  for (const Link& link : m_links)
+    end(link, std::binary_search(m_targets.objects.begin(), m_targets.objects.end(),
+                                 ReferenceLinks::targetOf(link)));
+}
+
+// The category may not be registered.
+void LinkChange::markLocalVariable() noexcept
+{
+  try {
+    m_object.setCategory("has-local-variable");
+  } catch (...) {}
+}
+
+// What fails for lack of memory leaves an entry too many, which is harmless.
+void LinkChange::end(const Link& link, bool dependentStays) noexcept
+{
+  try {
+    ReferenceLinks::end(m_object, *m_param.getRules(), link, dependentStays);
+  } catch (...) {}
+}
+
+}  // namespace orv

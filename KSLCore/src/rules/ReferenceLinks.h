@@ -1,0 +1,128 @@
+// The links that an object's parameters have made.
+#pragma once
+
+#include "platform/ORVUtilities.h"
+#include "database/ParamDefinition.h"
+#include "rules/GenericKSLObject.h"
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace orv {
+
+// What is done about a target that is not as it should be.
+enum class GenericKSLObject::Judgement {
+  atOnce,  // a missing one is waited for, any other fault is an error
+  later,   // every fault is waited for
+  final    // every fault is an error, except a missing one in a default value
+};
+
+// What a text refers to: distinct objects in the order of the text.
+struct GenericKSLObject::Targets {
+  std::vector<KSLObject*> objects;
+  Judgement judgement = Judgement::atOnce;
+  bool mayMiss = false;  // a missing target is no error: the text is the default, or the target was deleted
+  bool waits = false;    // something is missing, or was refused for now
+  bool localVariable = false;  // an expression that uses a variable of its own object
+
+  // Notes a fault: the parameter waits, or the error is thrown.
+  template <class MakeError>
+  void refuse(bool missing, MakeError makeError);
+};
+
+// Says which objects were linked when, not what the texts name now: a target may be gone, or another object may
+// have taken its path, so a link is ended only when path and serial number still fit.
+class ReferenceLinks {
+ public:
+  struct Link {
+    std::string path;
+    std::uint64_t serial;  // 0 for an object that has no schedulers
+    bool scheduled;        // the schedulers were linked
+  };
+  struct OfParam {
+    refcnt_ptr<const ParamDefinition::Rules> rules;
+    std::vector<Link> links;
+  };
+
+  bool waits() const { return m_targetsGone || !m_delayed.empty(); }
+
+  const std::vector<std::string>& delayed() const { return m_delayed; }
+  bool delay(const std::string& param);  // false when it was delayed already
+  void settle(const std::string& param);
+
+  // Null when the parameter has made none.
+  OfParam* find(const std::string& param);
+  // Room for a parameter's links, so that `replace` needs none.
+  void prepare(const ParamDefinition& param);
+  void replace(const ParamDefinition& param, std::vector<Link>& links) noexcept;
+
+  const std::vector<OfParam>& params() const { return m_params; }
+  // `behind` the back of the changes: a calculation deleted a target. What names it then waits without an error
+  // until it is set again, for no command could mend it.
+  void noteTargetGone(bool behind)
+  {
+    m_targetsGone = true;
+    m_goneBehind = m_goneBehind || behind;
+  }
+  bool isForgiven(const std::string& param) const;
+  void endForgiveness(const std::string& param) noexcept;
+  // Drops the links whose targets are gone; their parameters wait. True when there were any.
+  bool dropGone();
+
+  // The object that a link leads to; null when it is gone or the database ends.
+  static KSLObject* targetOf(const Link& link);
+  static std::uint64_t serialOf(const KSLObject& object);
+  // Of the schedulers that a parameter links from.
+  static const std::string& remoteTypeOf(const ParamDefinition::Rules& rules);
+  // Ends a link of the object; nothing when its target is gone.
+  static void end(GenericKSLObject& object, const ParamDefinition::Rules& rules, const Link& link,
+                  bool dependentStays);
+
+ private:
+  std::vector<OfParam>::iterator at(std::string_view param);
+
+  std::vector<OfParam> m_params;        // sorted by name
+  std::vector<std::string> m_delayed;   // sorted
+  std::vector<std::string> m_forgiven;  // a few
+  bool m_targetsGone = false;
+  bool m_goneBehind = false;
+};
+
+// Replaces the links of one parameter: makes the new ones when constructed and ends the old ones when committed;
+// without that the new ones are taken back.
+class LinkChange {
+ public:
+  LinkChange(GenericKSLObject& object, const ParamDefinition& param, GenericKSLObject::Targets targets);
+  ~LinkChange();
+  LinkChange(const LinkChange&) = delete;
+  LinkChange& operator=(const LinkChange&) = delete;
+
+  void commit() noexcept;
+  // True when the right objects were linked already.
+  bool isIdle() const { return m_idle; }
+
+ private:
+  using Link = ReferenceLinks::Link;
+  bool isAsRecorded() const;
+  void make();
+  void makeLink(KSLObject& target);
+  bool linkSchedulers(SchedulerObject& parent);
+  void takeBack() noexcept;
+  void markLocalVariable() noexcept;
+  void end(const Link& link, bool dependentStays) noexcept;
+
+  GenericKSLObject& m_object;
+  const ParamDefinition& m_param;
+  GenericKSLObject::Targets m_targets;
+  SchedulerObject* m_child;          // null when there is nothing to link
+  std::vector<Link> m_links;         // the new ones
+  std::vector<bool> m_newDependent;  // for each: the target did not know of the parameter
+  bool m_newlyDelayed = false;
+  bool m_idle = false;
+  bool m_committed = false;
+};
+
+}  // namespace orv

@@ -1,0 +1,503 @@
+// What computes, when, and what it depends on: commands in, calculations and values out.
+#include "database/ObjectDB.h"
+#include "database/ObjectFactory.h"
+#include "rules/GenericKSLObject.h"
+#include "actions/ForceUpdateExecutor.h"
+#include "tests/support/TestSystem.h"
+#include "tests/support/thrown.h"
+
+#include <algorithm>
+#include <functional>
+#include <gtest/gtest.h>
+#include <rapidcheck/gtest.h>
+
+namespace orv::test {
+namespace {
+
+const char* const rules = R"(RULES:
+  Categories = deletable
+  KSLObjectClasses = DataKSLObject, Computing
+  SchedulerTypes = Data, Geometry
+  PARAMETER: Value
+    Local Type = Data
+  END
+  PARAMETER: Note
+  END
+  PARAMETER: Source
+    Parameter Type = String List
+    Local Type = Data
+    Remote Type = Data
+  END
+  PARAMETER: Main
+    Local Type = Data
+    Remote Type = Data
+    Default = main
+  END
+  PARAMETER: Pick
+    Local Type = Data
+    Remote Type = Data
+    Allowed String List = None, p, q
+    Default = None
+  END
+  PARAMETER: Inside
+    Local Type = Data
+    Remote Type = Data
+    Remote Path = /GROUP:g
+  END
+  PARAMETER: Shape
+    Local Type = Data
+    Remote Type = Geometry
+  END
+  OBJECT: NODE
+    KSLObject Class = Computing
+    Category = deletable
+    Scheduler = Data
+    Optional Parameter List = Value, Note, Source, Pick, Inside, Shape
+  END
+  OBJECT: USER
+    KSLObject Class = Computing
+    Scheduler = Data
+    Optional Parameter List = Main, Value
+  END
+  OBJECT: GROUP
+    KSLObject Class = DataKSLObject
+    Category = deletable
+    Optional Parameter List = Note
+  END
+END
+)";
+
+// Logs its calculations, and does in them what the test wants.
+class Computing : public GenericKSLObject {
+ public:
+  static std::string log;
+  static std::function<void(Computing&)> onCalculate;
+
+  KSLObject* clone() const override
+  {
+    auto copy = std::make_unique<Computing>();
+    copyInternals(copy.get());
+    return copy.release();
+  }
+  void calculate(const std::string& type) override
+  {
+    log += (log.empty() ? "" : " ") + getName() + (type == "Data" ? "" : ":" + type);
+    if (onCalculate)
+      onCalculate(*this);
+  }
+};
+
+std::string Computing::log;
+std::function<void(Computing&)> Computing::onCalculate;
+
+class ComputeTest : public ::testing::Test {
+ protected:
+  // Before the system reads its RULES.
+  struct BaseType {
+    BaseType() { ObjectFactory::instance()->registerBaseType("Computing", std::make_unique<Computing>()); }
+    ~BaseType()
+    {
+      Computing::log.clear();
+      Computing::onCalculate = nullptr;
+      SchedulerObject::setCatchExceptions(false);
+    }
+  } m_baseType;
+  TestSystem m_system{rules};
+
+  ComputeTest()
+  {
+    m_system.actions().registerExecutor("forceupdate", new ForceUpdateExecutor(&m_system.executive()));
+    m_system.actions().registerExecutor("fu", new ForceUpdateExecutor(&m_system.executive()));
+  }
+
+  // What one command calculates.
+  std::string run(const std::string& text)
+  {
+    m_system.run(text, kslUpdateAtEnd);
+    return take();
+  }
+  static std::string take() { return std::exchange(Computing::log, {}); }
+  std::string undo()
+  {
+    m_system.undo();
+    return take();
+  }
+  std::string redo()
+  {
+    m_system.redo();
+    return take();
+  }
+  // Siblings in the graph follow each other as memory has them, and deleted objects come back behind their
+  // siblings.
+  static std::string sorted(const std::string& text, char separator)
+  {
+    std::vector<std::string> parts = StringUtilities::stringToVector(text, separator);
+    std::sort(parts.begin(), parts.end());
+    return StringUtilities::vectorToString(parts, separator);
+  }
+  std::string sortedState() const { return sorted(m_system.fullState(), '\n'); }
+  static std::string node(const std::string& name, const std::string& lines = {})
+  {
+    return "NODE: " + name + "\n" + lines + "\nEND\n";
+  }
+  static std::string value(const std::string& path, const std::string& param)
+  {
+    const KSLObject* object = ObjectDB::instance()->getObjectByPath(path);
+    return object ? object->getValue(param) : "no such object";
+  }
+  static std::string parents(const std::string& path)
+  {
+    std::string text;
+    for (const KSLObject* parent : ObjectDB::instance()->getObjectByPath(path)->getSchedulerParentObjects())
+      text += (text.empty() ? "" : " ") + parent->getPath();
+    return text;
+  }
+  void expectRefused(const std::string& text, const ErrorMsg& error)
+  {
+    const std::string before = m_system.fullState();
+    run(text);
+    const std::vector<ErrorMsg> errors = m_system.errorList();
+    ASSERT_EQ(errors.size(), 1u) << text;
+    EXPECT_EQ(errors.front(), error) << toText(errors.front());
+    EXPECT_EQ(m_system.fullState(), before);
+    m_system.expectConsistent();
+  }
+  static ErrorMsg missing(const std::string& item, const std::string& param)
+  {
+    return {"GenericKSLObject", "makeParentLinks",
+            "Object '" + item + "' referred to in '" + param + "' does not exist.", 4};
+  }
+  static ErrorMsg cyclic(const std::string& parent, const std::string& child)
+  {
+    return {"SchedulerObject", "addChild",
+            "Attempt to create a cyclic dependency between object " + parent + " (Data) and object " + child
+                + " (Data).",
+            4};
+  }
+};
+
+TEST_F(ComputeTest, AChangeRecalculatesWhatDependsOnIt)
+{
+  EXPECT_EQ(run(node("c", "Source = b, a") + node("b", "Source = a") + node("a")), "a b c");
+  EXPECT_EQ(run(node("b", "Value = 1")), "b c");
+  EXPECT_EQ(run(node("b", "Note = 1")), "");
+  EXPECT_EQ(run(node("a", "Value = 1") + node("c", "Value = 2")), "a b c");
+  EXPECT_EQ(run(node("c", "Source = b")), "c");
+  EXPECT_EQ(parents("/NODE:c"), "/NODE:b");
+  EXPECT_EQ(undo(), "c");
+  EXPECT_EQ(parents("/NODE:c"), "/NODE:a /NODE:b");
+  EXPECT_EQ(run(node("c", "Source =")), "c");
+  EXPECT_EQ(run(node("a", "Value = 3")), "a b");
+  EXPECT_EQ(m_system.errors(), "");
+}
+
+TEST_F(ComputeTest, TargetsThatComeLaterAreLinkedOrMissed)
+{
+  m_system.run(node("b", "Source = a") + node("a"), kslUpdateDefault);  // an update after each block
+  EXPECT_EQ(m_system.errorList(), std::vector<ErrorMsg>{missing("a", "Source")});
+  EXPECT_EQ(take(), "");
+  expectRefused(node("b", "Source = a, x") + node("a"), missing("x", "Source"));
+  run(node("a"));
+  run(node("b", "Source = a"));
+  expectRefused(node("b", "Value = 1\nSource = a, x"), missing("x", "Source"));
+  EXPECT_EQ(run(node("a", "Value = 1")), "a b");  // the refused text left the link
+}
+
+TEST_F(ComputeTest, DeletionTakesReferencesAwayAndUndoBringsThemBack)
+{
+  run(node("c") + node("u", "Source = c, /GROUP:g/NODE:b, /GROUP:g/NODE:a")
+      + node("v", "Inside = b\nSource = /NODE:c") + node("w", "Source = v") + "GROUP: g\n" + node("a")
+      + node("b") + "END\n");
+  EXPECT_EQ(parents("/NODE:u"), "/GROUP:g/NODE:a /GROUP:g/NODE:b /NODE:c");
+  const std::string before = m_system.fullState();
+  const std::string storeBefore = m_system.store();
+
+  EXPECT_EQ(sorted(run("> delete /GROUP:g"), ' '), "u v w");
+  EXPECT_EQ(value("/NODE:u", "Source"), "c");
+  EXPECT_EQ(value("/NODE:v", "Inside"), "");
+  EXPECT_EQ(m_system.undoSteps().substr(0, 1), "2");
+  const std::string after = m_system.fullState();
+  m_system.expectConsistent();
+
+  for (int round = 0; round < 2; ++round) {
+    EXPECT_EQ(sorted(undo(), ' '), "a b u v w");
+    EXPECT_EQ(m_system.fullState(), before);
+    EXPECT_EQ(m_system.store(), storeBefore);
+    EXPECT_EQ(parents("/NODE:u"), "/GROUP:g/NODE:a /GROUP:g/NODE:b /NODE:c");
+    EXPECT_EQ(parents("/NODE:v"), "/GROUP:g/NODE:b /NODE:c");
+    redo();
+    EXPECT_EQ(m_system.fullState(), after);
+  }
+  EXPECT_EQ(m_system.errors(), "");
+  EXPECT_EQ(sorted(run(node("c", "Value = 1")), ' '), "c u v w");
+}
+
+// The list order is lost; redo must not sort it a second time, nor undo take the list for the rewritten one.
+TEST_F(ComputeTest, HistoryDoesNotCollectRewritesAgain)
+{
+  run(node("y"));
+  run(node("u", "Source = y"));
+  run(node("u", "Source = x") + node("x"));
+  undo();
+  EXPECT_EQ(value("/NODE:u", "Source"), "y");
+  EXPECT_EQ(parents("/NODE:u"), "/NODE:y");
+  redo();
+  run(node("u", "Source = y, x, b") + node("b"));
+  run("> delete x");
+  EXPECT_EQ(value("/NODE:u", "Source"), "b,y");
+  const std::string steps = m_system.undoSteps();
+  undo();
+  EXPECT_EQ(value("/NODE:u", "Source"), "y, x, b");
+  redo();
+  EXPECT_EQ(value("/NODE:u", "Source"), "b,y");
+  EXPECT_EQ(m_system.undoSteps(), steps);
+  EXPECT_EQ(m_system.errors(), "");
+}
+
+TEST_F(ComputeTest, AReplacedTargetIsLinkedAnew)
+{
+  run("GROUP: g\n" + node("a", "Value = 1") + "END\n" + node("u", "Source = /GROUP:g/NODE:a")
+      + node("w", "Source = u"));
+  const std::string before = m_system.fullState();
+  EXPECT_EQ(run("&replace GROUP: g\n" + node("a", "Value = 2") + "END\n"), "a u w");
+  EXPECT_EQ(value("/NODE:u", "Source"), "/GROUP:g/NODE:a");
+  EXPECT_EQ(run("GROUP: g\n" + node("a", "Value = 3") + "END\n"), "a u w");
+  undo();
+  EXPECT_EQ(undo(), "a u w");
+  EXPECT_EQ(m_system.fullState(), before);
+  EXPECT_EQ(run("GROUP: g\n" + node("a", "Value = 4") + "END\n"), "a u w");
+  EXPECT_EQ(run("&replace GROUP: g\nEND\n"), "u w");  // without what was referred to
+  EXPECT_EQ(value("/NODE:u", "Source"), "");
+  EXPECT_EQ(m_system.errors(), "");
+}
+
+TEST_F(ComputeTest, CirclesAreRefusedUnlessTheyArePassing)
+{
+  expectRefused(node("a", "Source = b") + node("b", "Source = a"), cyclic("b", "a"));
+  expectRefused(node("a", "Source = a"),
+                {"SchedulerObject", "addChild", "Tried to make object a (Data) reference itself.", 4});
+  EXPECT_EQ(run(node("a", "Source = b") + node("b") + node("c", "Source = a")), "b a c");
+  expectRefused(node("b", "Source = c"), cyclic("c", "b"));
+  run(node("c", "Source ="));
+  EXPECT_EQ(run(node("b", "Source = a") + node("a", "Source =")), "a b");
+  EXPECT_EQ(parents("/NODE:b") + parents("/NODE:a"), "/NODE:a");
+  EXPECT_EQ(undo(), "b a");
+  EXPECT_EQ(parents("/NODE:a") + parents("/NODE:b"), "/NODE:b");
+  EXPECT_EQ(m_system.errors(), "");
+}
+
+TEST_F(ComputeTest, DefaultsThatNameObjectsWaitAndKeywordsNameNone)
+{
+  EXPECT_EQ(run("USER: u\nEND\n" + node("k")), "k u");
+  EXPECT_EQ(m_system.errors(), "");
+  run(node("main"));
+  EXPECT_EQ(run("USER: u\nMain = main\nEND\n"), "u");  // as the default says
+  EXPECT_EQ(run(node("main", "Value = 1")), "main u");
+  run("USER: u2\nEND\n");
+  EXPECT_EQ(parents("/USER:u2"), "/NODE:main");
+  expectRefused("USER: u\nMain = other\nEND\n", missing("other", "Main"));
+
+  EXPECT_EQ(run(node("p") + node("k", "Pick = p")), "p k");
+  run("> delete p");
+  EXPECT_EQ(value("/NODE:k", "Pick"), "None");  // which may not be empty
+  EXPECT_EQ(undo(), "p k");
+  EXPECT_EQ(value("/NODE:k", "Pick") + parents("/NODE:k"), "p/NODE:p");
+  run("> delete /NODE:main");
+  EXPECT_EQ(value("/USER:u", "Main"), "");
+  EXPECT_EQ(m_system.errors(), "");
+}
+
+TEST_F(ComputeTest, NamesAreSoughtPlaceByPlace)
+{
+  run("GROUP: g\n" + node("a") + node("b") + "END\n" + node("a") + node("t", "Inside = a\nSource = a"));
+  EXPECT_EQ(parents("/NODE:t"), "/GROUP:g/NODE:a /NODE:a");
+  run("NODE: t\nSource = NODE:own, b2, a\n" + node("own") + "END\n" + node("own") + node("b2"));
+  EXPECT_EQ(parents("/NODE:t"), "/GROUP:g/NODE:a /NODE:a /NODE:b2 /NODE:t/NODE:own");
+  const ErrorMsg ambiguous("GenericKSLObject", "makeParentLinks",
+                           "More than one object with name 'a' exists.", 4);
+  run("USER: a\nEND\n");
+  expectRefused(node("t2", "Source = a"), ambiguous);
+  EXPECT_EQ(run(node("a", "Value = 1")), "a t");  // linked while the name was clear
+  EXPECT_EQ(run("USER: a\nEND\n" + node("t2", "Source = NODE:a")), "t2");
+  expectRefused(
+      node("t2", "Source = g"),
+      {"GenericKSLObject", "makeParentLinks",
+       "Cannot connect parameter Source to object /GROUP:g(it does not have Scheduler type Data).", 4});
+  expectRefused(
+      node("t2", "Shape = b2"),
+      {"GenericKSLObject", "makeParentLinks",
+       "Cannot connect parameter Shape to object /NODE:b2(it does not have Scheduler type Geometry).", 4});
+}
+
+// A name that is ambiguous, or leads to an unfit object, half-way through an undo is judged at its end.
+TEST_F(ComputeTest, UndoPassesThroughStatesThatWouldBeRefused)
+{
+  run(node("a") + node("t", "Source = a"));
+  run("USER: a\nEND\n" + node("t", "Source ="));
+  undo();
+  EXPECT_EQ(value("/NODE:t", "Source") + parents("/NODE:t"), "a/NODE:a");
+  run("> delete a");
+  run("GROUP: a\nEND\n" + node("t", "Value = 1"));
+  undo();
+  undo();
+  EXPECT_EQ(value("/NODE:t", "Source") + parents("/NODE:t"), "a/NODE:a");
+  EXPECT_EQ(m_system.errors(), "");
+}
+
+TEST_F(ComputeTest, FailingCalculations)
+{
+  run(node("a") + node("b", "Source = a") + node("c", "Source = b"));
+  int failures = 1;  // the recovery calculates too
+  Computing::onCalculate = [&failures](Computing& object) {
+    if (object.nameIs("b") && failures-- > 0)
+      throw data::error("B", "calculate", "no");
+  };
+  expectRefused(node("a", "Value = 1"), {"B", "calculate", "no", 4});
+  Computing::onCalculate = nullptr;
+  take();
+  EXPECT_EQ(run(node("a", "Value = 2")), "a b c");
+
+  SchedulerObject::setCatchExceptions(true);
+  Computing::onCalculate = [](Computing& object) {
+    if (object.nameIs("b"))
+      throw data::error("B", "calculate", "no");
+  };
+  EXPECT_EQ(run(node("a", "Value = 3")), "a b c");
+  EXPECT_EQ(m_system.errors(), "error[4] B::calculate: no");
+  EXPECT_EQ(value("/NODE:a", "Value"), "3");
+}
+
+// A link that a calculation makes on a scheduler that is being walked takes effect at the next update.
+TEST_F(ComputeTest, CalculationsMayChangeObjects)
+{
+  run(node("a") + node("b", "Source = a") + node("c") + node("d"));
+  Computing::onCalculate = [](Computing& object) {
+    if (!object.nameIs("b"))
+      return;
+    KSLObject* c = ObjectDB::instance()->getObjectByPath("/NODE:c");
+    c->setValue("Source", "a, d");
+    EXPECT_EQ(parents("/NODE:c"), "/NODE:d");
+    EXPECT_EQ(static_cast<GenericKSLObject*>(c)->getDelayedParams(), std::vector<std::string>{"Source"});
+    EXPECT_EQ(thrown<data::notFound>([&] {
+                c->setValue("Source", "NODE:a, NODE:x:y/z, USER");
+                c->update();
+              }),
+              missing("NODE:x:y/z", "Source"));
+    c->setValue("Source", "a, d");
+  };
+  run(node("a", "Value = 1"));
+  Computing::onCalculate = nullptr;
+  run(node("c", "Value = 1"));
+  EXPECT_EQ(parents("/NODE:c"), "/NODE:a /NODE:d");
+  EXPECT_EQ(run(node("c", "Value = 2\nNote = 3")), "c");
+  EXPECT_EQ(run(node("a", "Value = 2")).substr(0, 1), "a");
+
+  Computing::onCalculate = [](Computing& object) {
+    ObjectDB* database = ObjectDB::instance();
+    if (object.nameIs("a") && database->hasObject("/NODE:b"))
+      database->deleteObject("/NODE:b");
+    if (object.nameIs("d"))
+      database->deleteObject("/NODE:d");  // itself
+  };
+  run(node("e", "Source = b"));
+  EXPECT_EQ(run(node("a", "Value = 4")), "a c");
+  EXPECT_EQ(run(node("e", "Value = 4")), "e");  // its target waits to be made again
+  EXPECT_EQ(value("/NODE:e", "Source"), "b");
+  EXPECT_EQ(run(node("d", "Value = 4")), "d");
+  EXPECT_EQ(m_system.errors(), "");
+}
+
+TEST_F(ComputeTest, ForcedUpdates)
+{
+  run(node("a") + node("b", "Source = a") + "GROUP: g\nEND\nGROUP: b\nEND\n");
+  m_system.notifications();
+  EXPECT_EQ(run("> forceupdate a, /NODE:none, NODE:b, /GROUP:g, b, x"), "a b b");
+  EXPECT_EQ(m_system.errors(),
+            "warning[8] Executive::forceUpdate: Object '/NODE:none' does not exist. Update ignored.\n"
+            "error[32] Executive::forceUpdate: Bad cast of KSLObject '/GROUP:g' to GeometricKSLObject.\n"
+            "error[4] ObjectDB::getObjectByName: Object name b is ambiguous.\n"
+            "warning[8] Executive::forceUpdate: Object 'x' does not exist. Update ignored.");
+  EXPECT_EQ(m_system.notifications(), "0 4 5 16 1");
+  ForceUpdateExecutor executor(&m_system.executive());
+  EXPECT_EQ(thrown<internal::badParam>([&] { executor.invoke({"update"}); }).getMessage(),
+            "Action 'update' cannot be handled by ForceUpdateExecutor.");
+  EXPECT_EQ(thrown<ksl::invalid>([&] { executor.invoke({"fu"}); }).getMessage(),
+            "Action 'forceupdate' requires at least 1 argument(s). Received 0 argument(s).");
+}
+
+TEST_F(ComputeTest, NoActionUpdatesLinkLater)
+{
+  run(node("a") + node("b"));
+  m_system.run(node("b", "Source = a\nValue = 1"), kslUpdateNoAction);
+  EXPECT_EQ(take() + parents("/NODE:b"), "");
+  EXPECT_EQ(run(node("b", "Note = 1")), "b");  // it has got a parent
+  EXPECT_EQ(run(node("a", "Value = 1")), "a b");
+}
+
+// Random commands over a few objects. After each, the graph must show exactly what the texts name, all is up to
+// date, and undo and redo walk through the same states.
+RC_GTEST_FIXTURE_PROP(ComputeTest, LinksAreWhatTheTextsSay, ())
+{
+  const auto names = rc::gen::element<std::string>("a", "b", "c", "d", "g");
+  std::vector<std::string> states{sortedState()};
+  const auto check = [&] {
+    for (KSLObject* object : ObjectDB::instance()->getObjectsByType("NODE")) {
+      std::string expected;
+      std::set<std::string> targets;
+      for (const char* param : {"Source", "Pick", "Inside", "Shape"})
+        for (const std::string& item : object->getParam(param)->splitValue())
+          if (item != "None")
+            targets.insert("/NODE:" + item);
+      for (const std::string& path : targets)
+        expected += (expected.empty() ? "" : " ") + path;
+      RC_ASSERT(parents(object->getPath()) == expected);
+      RC_ASSERT(!object->getSchedulerObject("Data")->isPending());
+    }
+    RC_ASSERT(m_system.inconsistencies() == "");
+  };
+  for (int i = *rc::gen::inRange(1, 25); i > 0; --i) {
+    std::string text;
+    for (int blocks = *rc::gen::inRange(1, 4); blocks > 0; --blocks) {
+      const std::string name = *names;
+      switch (*rc::gen::inRange(0, 6)) {
+        case 0:
+          text += "> delete " + name + "\n";
+          break;
+        case 1:
+          text += "&replace " + node(name, "Source = " + *names);
+          break;
+        case 2:
+          text += node(name);
+          break;
+        case 3:
+          text += node(name, "Source =");
+          break;
+        default:
+          text += node(name, "Source = " + *names + ", " + *names + "\nValue = " + std::to_string(i));
+      }
+    }
+    const std::size_t steps = m_system.interface()->getUndoStack().size();
+    const std::string before = sortedState();
+    RC_LOG() << "---- command\n" << text;
+    run(text);
+    if (!m_system.errorList().empty())
+      RC_ASSERT(sortedState() == before);
+    else if (m_system.interface()->getUndoStack().size() > steps)
+      states.push_back(sortedState());
+    check();
+  }
+  for (std::size_t i = states.size() - 1; i-- > 0;) {
+    undo();
+    RC_ASSERT(m_system.errors() == "");
+    check();
+  }
+  for (std::size_t i = 1; i < states.size(); ++i) {
+    redo();
+    RC_ASSERT(m_system.errors() == "");
+    check();
+  }
+  RC_ASSERT(sortedState() == states.back());
+}
+
+}  // namespace
+}  // namespace orv::test

@@ -1,0 +1,251 @@
+// References set one at a time, outside any batch of changes.
+#include "database/ObjectDB.h"
+#include "database/ObjectFactory.h"
+#include "database/PrototypeEditor.h"
+#include "rules/ExpressionNames.h"
+#include "rules/GenericKSLObject.h"
+#include "rules/LinkBatch.h"
+#include "tests/support/thrown.h"
+
+#include <gtest/gtest.h>
+#include <memory>
+
+namespace orv::test {
+namespace {
+
+class ReferenceTest : public ::testing::Test {
+ protected:
+  ReferenceTest()
+  {
+    makeType("T", true);
+    makeType("P", false);
+    for (const char* name : {"a", "b", "c"})
+      add("T", name);
+    add("P", "p");
+  }
+  ~ReferenceTest() override
+  {
+    ExpressionNames::install(nullptr);
+    ObjectDB::destroyInstance();
+    ObjectFactory::destroyInstance();
+  }
+
+  static void makeType(const char* type, bool withScheduler)
+  {
+    auto prototype = std::make_unique<GenericKSLObject>();
+    PrototypeEditor editor(*prototype);
+    editor.setType(type, false);
+    if (withScheduler)
+      editor.addScheduler("S");
+    editor.addParameter(std::make_unique<ParamDefinition>("One", "S", "S", "", "", ""));
+    editor.addParameter(std::make_unique<ParamDefinition>("Two", "S", "S", "String List", "", ""));
+    editor.addParameter(std::make_unique<ParamDefinition>("Free", "", "S", "", "", ""));
+    editor.addParameter(std::make_unique<ParamDefinition>("Sum", "S", "", "Expression", "", ""));
+    ObjectFactory::instance()->addObject(std::move(prototype));
+  }
+  static GenericKSLObject* add(const std::string& type, const std::string& name,
+                               const std::string& parent = {})
+  {
+    return static_cast<GenericKSLObject*>(
+        ObjectDB::instance()->addObject(ObjectFactory::instance()->createObject(parent, type, name)));
+  }
+  static GenericKSLObject* at(const std::string& name)
+  {
+    return static_cast<GenericKSLObject*>(ObjectDB::instance()->getObjectByPath("/T:" + name));
+  }
+  // Parents with their counts, who depends on a, and what waits.
+  static std::string links(const std::string& name)
+  {
+    std::string text = at(name)->getSchedulerInfo();
+    const std::size_t from = text.find("parents: ") + 9;
+    text = text.substr(from, text.find(';', from) - from);
+    for (const std::string& param : at(name)->getDelayedParams())
+      text += " +" + param;
+    return text;
+  }
+  static std::string dependents(const KSLObject* object)
+  {
+    std::string text;
+    for (const Dependent& dependent : object->getDependents())
+      text += dependent.getObjPath() + "." + dependent.getParamName() + " ";
+    return text;
+  }
+  static void settle()
+  {
+    for (KSLObject* object : ObjectDB::instance()->getAllObjects())
+      object->update();
+  }
+};
+
+TEST_F(ReferenceTest, LinksAreCountedAndEndedOneByOne)
+{
+  at("b")->setValue("One", "a");
+  at("b")->setValue("Two", "T:a, /T:a, c");
+  EXPECT_EQ(links("b"), "/T:a (S) x2, /T:c (S) x1");
+  EXPECT_EQ(dependents(at("a")), "/T:b.One /T:b.Two ");
+  at("b")->setValue("Two", "c");
+  EXPECT_EQ(links("b"), "/T:a (S) x1, /T:c (S) x1");
+  EXPECT_EQ(dependents(at("a")), "/T:b.One ");
+  at("b")->setValueWithoutPending("One", "c");
+  EXPECT_EQ(links("b"), "/T:a (S) x1, /T:c (S) x1 +One");
+  settle();
+  EXPECT_EQ(links("b"), "/T:c (S) x2");
+  EXPECT_EQ(dependents(at("a")), "");
+  at("b")->unsetParam("One");
+  ObjectDB::instance()->deleteObject("/T:b");
+  EXPECT_EQ(dependents(at("c")) + links("c"), "none");
+  EXPECT_EQ(at("c")->getSchedulerInfo().find("x1"), std::string::npos);
+}
+
+TEST_F(ReferenceTest, ARefusedValueChangesNothing)
+{
+  at("b")->setValue("Two", "a, later");
+  EXPECT_EQ(links("b"), "/T:a (S) x1 +Two");
+  add("T", "later");
+  settle();
+  const std::string before = links("b");
+  EXPECT_EQ(before, "/T:a (S) x1, /T:later (S) x1");
+  at("c")->setValue("One", "b");
+  settle();
+  add("P", "c");
+  struct Case {
+    const char* value;
+    const char* message;
+  };
+  for (const Case& bad : {
+           Case{"NODE, P:p, T:c",
+                "Cannot connect parameter Two to object /P:p(it does not have Scheduler type S)."},
+           Case{"T:later, /", "Cannot connect parameter Two to object (it does not have Scheduler type S)."},
+           Case{"a, x, c", "More than one object with name 'c' exists."},
+           Case{"later, T:c", "Attempt to create a cyclic dependency between object c (S) and object b (S)."},
+           Case{"later, b", "Tried to make object b (S) reference itself."},
+       }) {
+    try {
+      at("b")->setValue("Two", bad.value);
+      ADD_FAILURE() << bad.value;
+    } catch (const Error& error) {
+      EXPECT_EQ(error.getMessage(), bad.message);
+    }
+    EXPECT_EQ(at("b")->getValue("Two") + " " + links("b"), "a, later " + before);
+    EXPECT_FALSE(at("b")->getSchedulerObject("S")->isPending());
+    EXPECT_EQ(dependents(at("later")) + dependents(at("c")), "/T:b.Two ");
+  }
+}
+
+TEST_F(ReferenceTest, AParameterWithoutALocalSchedulerOnlyDepends)
+{
+  at("b")->setValue("Free", "a, P:p");
+  EXPECT_EQ(links("b"), "none");
+  EXPECT_EQ(dependents(at("a")), "/T:b.Free ");
+  KSLObject* p = ObjectDB::instance()->getObjectByPath("/P:p");
+  EXPECT_EQ(dependents(p), "/T:b.Free ");
+  p->setValue("One", "a");
+  EXPECT_EQ(dependents(at("a")), "/P:p.One /T:b.Free ");
+  at("b")->setValue("Free", "");
+  EXPECT_EQ(dependents(p), "");
+}
+
+// Two parameters refer to an object that ends; the links of the one at its path later are not theirs to end.
+TEST_F(ReferenceTest, ALaterObjectAtTheSamePathIsAnother)
+{
+  at("b")->setValue("One", "a");
+  at("b")->setValue("Two", "a");
+  ObjectDB::instance()->deleteObject("/T:a");
+  add("T", "a");
+  at("b")->setValue("One", "a");
+  EXPECT_EQ(links("b"), "/T:a (S) x1");
+  at("b")->setValue("Two", "");
+  EXPECT_EQ(links("b"), "/T:a (S) x1");
+  ObjectDB::instance()->deleteObject("/T:a");
+  settle();
+  EXPECT_EQ(links("b"), "none +One");
+  add("T", "a");
+  settle();
+  EXPECT_EQ(links("b"), "/T:a (S) x1");
+}
+
+TEST_F(ReferenceTest, BatchesJudgeAtTheirEnd)
+{
+  at("a")->setValue("One", "b");
+  settle();
+  {
+    LinkBatch batch;
+    at("b")->setValue("One", "a");
+    at("a")->setValue("One", "");
+    EXPECT_FALSE(at("b")->getSchedulerObject("S")->isPending());
+    EXPECT_TRUE(batch.finish().empty());
+    EXPECT_EQ(links("b") + links("a"), "/T:a (S) x1none");
+    EXPECT_TRUE(at("b")->getSchedulerObject("S")->isPending());
+  }
+  LinkBatch batch;
+  at("a")->setValue("One", "b");
+  EXPECT_EQ(thrown<ksl::cyclicRef>([&] { batch.finish(); }).getMessage(),
+            "Attempt to create a cyclic dependency between object b (S) and object a (S).");
+  EXPECT_EQ(LinkBatch::current(), nullptr);
+  EXPECT_TRUE(at("a")->getSchedulerObject("S")->isPending());
+}
+
+// Every word is a name: of a variable, with "@" of a location, with "()" of a function.
+class WordNames : public ExpressionNames {
+ public:
+  Uses namesIn(const ExpressionDef& expression) const override
+  {
+    Uses uses;
+    for (const std::string& word : StringUtilities::stringToVector(expression.getText(), ' ')) {
+      if (word == "local")
+        uses.localVariable = true;
+      else if (word.front() == '@')
+        uses.locations.push_back(word.substr(1));
+      else if (word.back() == ')')
+        uses.functions.push_back(word.substr(0, word.size() - 2));
+      else if (word != "+")
+        uses.variables.push_back(word);
+    }
+    return uses;
+  }
+  Variable findVariable(const KSLObject&, const std::string& name) const override
+  {
+    return {ObjectDB::instance()->getObjectByName(name), name != "p"};
+  }
+  KSLObject* findLocation(const KSLObject&, const std::string& name) const override
+  {
+    return ObjectDB::instance()->getObjectByName(name);
+  }
+  KSLObject* findFunction(const KSLObject&, const std::string& name) const override
+  {
+    return ObjectDB::instance()->getObjectByName(name);
+  }
+};
+
+TEST_F(ReferenceTest, ExpressionsDependOnWhatTheyUse)
+{
+  at("b")->setValue("Sum", "x + y");  // nobody knows names yet
+  const WordNames names;
+  ExpressionNames::install(&names);
+  Category::addCategory("has-local-variable");
+  at("b")->setValue("Sum", "a + @c + local");
+  EXPECT_EQ(links("b"), "/T:a (S) x1, /T:c (S) x1");
+  EXPECT_TRUE(at("b")->isA("has-local-variable"));
+  const auto refusal = [](const std::string& text) {
+    {
+      LinkBatch batch;
+      at("b")->setValue("Sum", text);
+      try {
+        batch.finish();
+      } catch (const data::error& error) {
+        at("b")->setValue("Sum", "a");
+        return error.getMessage();
+      }
+    }
+    return std::string("taken");
+  };
+  EXPECT_EQ(refusal("a + x"), "Expression 'a + x' depends on a variable 'x' which does not exist.");
+  EXPECT_EQ(refusal("a + @x"), "Expression 'a + @x' depends on a location 'x' which does not exist.");
+  EXPECT_EQ(refusal("x() + a"), "Expression 'x() + a' depends on a function 'x' which does not exist.");
+  EXPECT_EQ(refusal("p + a"), "Expression 'p + a' tries to use object 'p' as a variable.");
+  EXPECT_EQ(refusal("c() + a"), "taken");
+  EXPECT_EQ(links("b"), "/T:a (S) x1, /T:c (S) x1");
+}
+
+}  // namespace
+}  // namespace orv::test
