@@ -41,7 +41,7 @@ class ORV_API KSLObject {
 
   // ---- Virtual operations; their order is part of the contract with object classes in other libraries.
 
-  // Parameters that are still there end with the object, and nobody is told.
+  // Frees no parameters: the class that filled the object does (see freeParameters).
   virtual ~KSLObject();
   KSLObject(const KSLObject&) = delete;
   KSLObject& operator=(const KSLObject&) = delete;
@@ -88,10 +88,8 @@ class ORV_API KSLObject {
   virtual std::string setValue(const std::string& name, const std::string& value) = 0;
   // Sets a parameter without marking anything for recomputation; returns the previous text.
   virtual std::string setValueWithoutPending(const std::string& name, const std::string& value) = 0;
-  // data::notFound, "Parameter '%s' does not exist on object %s.". The pointer is this object's alone, and
-  // shows what is set, until the parameter is removed. For that a parameter that was never written gets a
-  // definition of its own, which takes memory: who only reads uses lookUpParam or the reads of values.
-  // O(log parameters), plus once O(parameters written).
+  // data::notFound, "Parameter '%s' does not exist on object %s.". The pointer holds until the parameter is
+  // next written or removed. O(log parameters).
   virtual const ParamDefinition* getParam(const std::string& name) const;
   virtual void setPending() = 0;
   // Hands on what a prototype gives to its copies: the parameters, the singleton flag, the categories, the
@@ -132,8 +130,7 @@ class ORV_API KSLObject {
   // ---- Parameters
 
   bool hasParam(std::string_view name) const { return lookUpParam(name) != nullptr; }
-  // For reading at once: takes no memory, and the pointer holds until the parameter is next written, removed
-  // or asked for with getParam. Null when absent.
+  // As getParam, but null when absent.
   const ParamDefinition* lookUpParam(std::string_view name) const { return m_params.find(name); }
   // Back to the default (unless the allowed values forbid that) and no longer set; nothing for an unknown
   // name. An observer may be told twice.
@@ -145,7 +142,6 @@ class ORV_API KSLObject {
   // Of these the ones that the object's rules list in its present context; all without rules.
   std::vector<std::string> getParamNamesInContext(ParamFilter filter) const;
   // Calls visit(const ParamDefinition&) for every parameter in name order; it must not write, add or remove.
-  // The references are good for the visit only: who keeps a parameter takes it from getParam.
   template <class Visit>
   void forEachParam(Visit visit) const
   {
@@ -159,17 +155,17 @@ class ORV_API KSLObject {
   std::map<std::string, std::string> getInternalParams(UnitSystemTypes::UnitsType units,
                                                        bool difference) const;
 
-  // Reads of a parameter; throw as getParam and as the reads of ParamDefinition, and take no memory.
-  const std::string& getValue(const std::string& name) const { return readParam(name).getValue(); }
-  int getIntValue(const std::string& name) const { return readParam(name).getIntValue(); }
-  float getFloatValue(const std::string& name) const { return readParam(name).getFloatValue(); }
+  // Reads of a parameter; throw as getParam and as the reads of ParamDefinition.
+  const std::string& getValue(const std::string& name) const { return getParam(name)->getValue(); }
+  int getIntValue(const std::string& name) const { return getParam(name)->getIntValue(); }
+  float getFloatValue(const std::string& name) const { return getParam(name)->getFloatValue(); }
   float getFloatValue(const std::string& name, const std::string& units) const;
-  Quantity getQuantityValue(const std::string& name) const { return readParam(name).getQuantityValue(); }
+  Quantity getQuantityValue(const std::string& name) const { return getParam(name)->getQuantityValue(); }
   TripletBase<float> getTripletValue(const std::string& name) const;
   TripletBase<float> getTripletValue(const std::string& name, const std::string& units) const;
-  bool getBoolValue(const std::string& name) const { return readParam(name).getBoolValue(); }
-  std::vector<int> getIntArray(const std::string& name) const { return readParam(name).getIntArray(); }
-  std::vector<float> getFloatArray(const std::string& name) const { return readParam(name).getFloatArray(); }
+  bool getBoolValue(const std::string& name) const { return getParam(name)->getBoolValue(); }
+  std::vector<int> getIntArray(const std::string& name) const { return getParam(name)->getIntArray(); }
+  std::vector<float> getFloatArray(const std::string& name) const { return getParam(name)->getFloatArray(); }
   std::vector<float> getFloatArray(const std::string& name, const std::string& units) const;
 
   // ---- Observation
@@ -216,23 +212,19 @@ class ORV_API KSLObject {
   void setPath(const std::string& parentPath, const std::string& name);
 
   // Takes ownership when it succeeds. data::duplicate, "Duplicate data: Parameter '%s' already exists."; null
-  // throws internal::nullPointer, "Input parameter %s is a null pointer." with "p_param". O(parameters): the
-  // first time on a copy it ends sharing the list of them with the prototype.
+  // throws internal::nullPointer, "Input parameter %s is a null pointer." with "p_param".
   void addParameter(ParamDefinition* param);
   // The same; the pointer keeps its parameter when the call fails.
   void addParameter(std::unique_ptr<ParamDefinition>&& param);
-  // data::notFound, "%s '%s' does not exist." with "Parameter". O(parameters), as adding.
+  // data::notFound, "%s '%s' does not exist." with "Parameter".
   void removeParameter(const std::string& name);
-  // All at once, each told to the observer as removed, in name order. The observer hears of all, whatever it
-  // throws; the first of it passes on then. Linear, unlike single removals.
+  // All at once, each told to the observer as removed, in name order. Linear, unlike single removals.
   void removeAllParameters();
   // All at once, told to nobody. Destructors of classes that fill objects call it.
   void freeParameters() noexcept;
   // Null when absent. The writable form gives the object a definition of its own: use it to write only.
   const ParamDefinition* findParam(std::string_view name) const { return m_params.find(name); }
   ParamDefinition* findParam(std::string_view name);
-  // The writable form for a value that is about to be stored: throws as ParamDefinition::requireAllowed.
-  ParamDefinition* findParamToSet(std::string_view name, const std::string& value);
 
   Category& category() { return m_category; }
 
@@ -240,7 +232,6 @@ class ORV_API KSLObject {
   friend class ObjectHolderImpl;
   friend class PrototypeEditor;
 
-  const ParamDefinition& readParam(const std::string& name) const;
   void checkNewParameter(const ParamDefinition* param) const;
   void adopt(std::unique_ptr<ParamDefinition>& param);
   ParamDefinition::NotifyChange* paramObserver() const;
@@ -253,7 +244,7 @@ class ORV_API KSLObject {
   std::string m_name;
   SharedText m_type;  // shared with the prototype
   std::string m_path;
-  mutable ParamSet m_params;  // what is asked for becomes the object's own; a copied prototype publishes
+  mutable ParamSet m_params;                   // a prototype being copied moves what it wrote into its layout
   const ParentChildInfo* m_place;              // never null, not owned
   std::unique_ptr<ParamNotify> m_paramNotify;  // knows the observer; null without one
   refcnt_ptr<const ObjectRules> m_rules;

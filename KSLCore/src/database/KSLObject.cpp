@@ -12,7 +12,6 @@
 #include "database/StateTextLogger.h"
 #include "database/StateTraversal.h"
 
-#include <exception>
 #include <ostream>
 
 namespace orv {
@@ -37,6 +36,41 @@ class KSLObject::ParamNotify final : public ParamDefinition::NotifyChange {
   KSLObject* m_object;
   ObjectChangeNotify* m_observer;  // not owned
 };
+
+namespace {
+
+// What a parameter was like before a change of two steps, of which the second may fail.
+class ParamState {
+ public:
+  explicit ParamState(const ParamDefinition& param)
+      : m_value(param.getValue()),
+        m_set(param.hasBeenSet()),
+        m_changed(param.isChanged())
+  {}
+
+  // Then tells the observer, which has heard of the first step; failures have no one to go to.
+  void restore(ParamDefinition& param, ParamDefinition::NotifyChange* observer) const noexcept
+  {
+    try {
+      param.setNotifyChange(nullptr);
+      ScopeGuard observe([&] { param.setNotifyChange(observer); });
+      param.setValue(m_value);
+      if (!m_set)
+        param.unset();
+      if (!m_changed)
+        param.clearChanged();
+      if (observer)
+        observer->paramChanged(&param);
+    } catch (...) {}
+  }
+
+ private:
+  std::string m_value;
+  bool m_set;
+  bool m_changed;
+};
+
+}  // namespace
 
 KSLObject::KSLObject() : m_place(NullParentChildInfo::instance()) {}
 
@@ -195,23 +229,12 @@ ParamDefinition* KSLObject::findParam(std::string_view name)
   return m_params.own(name, paramObserver());
 }
 
-ParamDefinition* KSLObject::findParamToSet(std::string_view name, const std::string& value)
-{
-  return m_params.ownToSet(name, value, paramObserver());
-}
-
 const ParamDefinition* KSLObject::getParam(const std::string& name) const
 {
-  if (const ParamDefinition* param = m_params.own(name, paramObserver()))
+  if (const ParamDefinition* param = m_params.find(name))
     return param;
   throw data::notFound("KSLObject", "getParam",
                        _("Parameter '%s' does not exist on object %s.", name, m_path));
-}
-
-const ParamDefinition& KSLObject::readParam(const std::string& name) const
-{
-  const ParamDefinition* param = m_params.find(name);
-  return param ? *param : *getParam(name);  // which throws as the class of the object does
 }
 
 void KSLObject::checkNewParameter(const ParamDefinition* param) const
@@ -235,7 +258,7 @@ void KSLObject::adopt(std::unique_ptr<ParamDefinition>& param)
       observer()->paramChanged(this, added);
   } catch (...) {
     if (!param)
-      param = m_params.take(added->getName()).own;
+      param = m_params.take(added->getName());
     if (m_paramNotify)
       added->setNotifyChange(nullptr);
     throw;
@@ -263,15 +286,15 @@ void KSLObject::addParameter(ParamDefinition* param)
 void KSLObject::removeParameter(const std::string& name)
 {
   const std::string removed = name;  // the name given may stand in the parameter
-  ParamSet::Taken taken = m_params.take(removed);
-  if (!taken.prototype)
+  std::unique_ptr<ParamDefinition> param = m_params.take(removed);
+  if (!param)
     throw data::notFound("KSLObject", "removeParameter", _("%s '%s' does not exist.", "Parameter", removed));
   if (!m_paramNotify)
     return;
   try {
     observer()->paramDeleted(this, removed);
   } catch (...) {
-    m_params.putBack(std::move(taken));
+    m_params.add(std::move(param));
     throw;
   }
 }
@@ -280,18 +303,9 @@ void KSLObject::removeAllParameters()
 {
   ParamSet removed;
   m_params.swap(removed);
-  std::exception_ptr failure;
-  removed.forEach([this, &failure](const ParamDefinition& param) {
-    try {
-      if (m_paramNotify)
-        observer()->paramDeleted(this, param.getName());
-    } catch (...) {
-      if (!failure)
-        failure = std::current_exception();
-    }
-  });
-  if (failure)
-    std::rethrow_exception(failure);
+  if (m_paramNotify)
+    removed.forEach(
+        [this](const ParamDefinition& param) { observer()->paramDeleted(this, param.getName()); });
 }
 
 void KSLObject::freeParameters() noexcept
@@ -306,25 +320,25 @@ void KSLObject::unsetParam(const std::string& name)
     return;
   const std::string defaultValue = param->getDefaultValue();
   if (!param->isAllowedValue(defaultValue)) {
-    if (m_paramNotify || m_params.findOwn(name))  // else it is not set, and nobody wants to know
-      findParam(name)->unset();
+    findParam(name)->unset();
     return;
   }
-  ParamDefinition::State before = param->getState();
+  const ParamState before(*param);
+  setValue(name, defaultValue);  // may replace the parameter
+  ParamDefinition* now = findParam(name);
+  if (!now)
+    return;
   try {
-    setValue(name, defaultValue);  // may replace the parameter
-    if (ParamDefinition* now = findParam(name))
-      now->unset();
+    now->unset();
   } catch (...) {
-    if (ParamDefinition* now = m_params.findOwn(name))
-      now->restore(std::move(before));
+    before.restore(*now, paramObserver());
     throw;
   }
 }
 
 bool KSLObject::isParamChanged(const std::string& name) const
 {
-  return readParam(name).isChanged();
+  return getParam(name)->isChanged();
 }
 
 void KSLObject::clearChangedParameters()
@@ -375,22 +389,22 @@ std::map<std::string, std::string> KSLObject::getInternalParams(UnitSystemTypes:
 
 float KSLObject::getFloatValue(const std::string& name, const std::string& units) const
 {
-  return readParam(name).getFloatValue(units);
+  return getParam(name)->getFloatValue(units);
 }
 
 TripletBase<float> KSLObject::getTripletValue(const std::string& name) const
 {
-  return readParam(name).getTripletValue();
+  return getParam(name)->getTripletValue();
 }
 
 TripletBase<float> KSLObject::getTripletValue(const std::string& name, const std::string& units) const
 {
-  return readParam(name).getTripletValue(units);
+  return getParam(name)->getTripletValue(units);
 }
 
 std::vector<float> KSLObject::getFloatArray(const std::string& name, const std::string& units) const
 {
-  return readParam(name).getFloatArray(units);
+  return getParam(name)->getFloatArray(units);
 }
 
 void KSLObject::copyInternals(KSLObject* target) const
@@ -527,9 +541,8 @@ void KSLObject::write(std::ostream& out) const
   out << "m_name=\"" << m_name << "\"\n";
   out << "m_type=\"" << getType() << "\"\n";
   out << "m_paramMap={\n";
-  forEachParam([this, &out](const ParamDefinition& param) {  // the addresses are those that getParam gives
-    const void* own = m_params.own(param.getName(), paramObserver());
-    out << '"' << param.getName() << " \"," << own << ";\n";
+  forEachParam([&out](const ParamDefinition& param) {
+    out << '"' << param.getName() << " \"," << static_cast<const void*>(&param) << ";\n";
   });
   out << "}\nm_cat=not yet implemented.\n";
   out << "m_isSingleton=" << (m_singleton ? '1' : '0') << "\nm_dependents={\n";
