@@ -178,11 +178,10 @@ struct ModelObject {
 std::string textOf(const KSLObject& object)
 {
   std::string out;
-  for (const std::string& name : object.getParamNames(allParams)) {
-    const ParamDefinition* param = object.getParam(name);
-    out += name + "=" + param->getValue() + (param->hasBeenSet() ? " set" : "")
-           + (param->isChanged() ? " changed" : "") + (param->isInternal() ? " internal\n" : "\n");
-  }
+  object.forEachParam([&out](const ParamDefinition& param) {
+    out += param.getName() + "=" + param.getValue() + (param.hasBeenSet() ? " set" : "")
+           + (param.isChanged() ? " changed" : "") + (param.isInternal() ? " internal\n" : "\n");
+  });
   return out;
 }
 
@@ -210,6 +209,7 @@ class Family {
                   == (known ? "" : "Parameter '" + name + "' does not exist."));
         if (model.params.erase(name) && model.observed)
           model.heard += "deleted " + name + "\n";
+        std::erase_if(m_held, [&](const Held& held) { return held.object == which && held.name == name; });
         break;
       case 2:
         object.unsetParam(name);
@@ -233,6 +233,10 @@ class Family {
         if (known)
           model.params[name].changed = false;
         break;
+      case 7:
+        if (known)
+          m_held.push_back({which, name, object.getParam(name)});
+        break;
       default:
         setValue(object, model, name, value);
     }
@@ -245,9 +249,21 @@ class Family {
       RC_ASSERT(m_listeners[i]->take() == m_models[i].heard);
       m_models[i].heard.clear();
     }
+    std::map<const ParamDefinition*, std::size_t> holders;
+    for (const auto& [which, name, param] : m_held) {
+      RC_ASSERT(m_objects[which]->getParam(name) == param);
+      RC_ASSERT(param->getName() + param->getValue() == name + m_models[which].params.at(name).value);
+      RC_ASSERT(holders.emplace(param, which).first->second == which);
+    }
   }
 
  private:
+  struct Held {
+    std::size_t object;
+    std::string name;
+    const ParamDefinition* param;
+  };
+
   void add(std::unique_ptr<DataKSLObject> object, ModelObject model)
   {
     m_objects.push_back(std::move(object));
@@ -302,6 +318,7 @@ class Family {
   std::vector<std::unique_ptr<Listener>> m_listeners;  // outlive the objects
   std::vector<std::unique_ptr<DataKSLObject>> m_objects;
   mutable std::vector<ModelObject> m_models;
+  std::vector<Held> m_held;
 };
 
 TEST_F(KSLObjectTest, SharedParametersCannotBeToldFromOwnOnes)
@@ -315,25 +332,51 @@ TEST_F(KSLObjectTest, SharedParametersCannotBeToldFromOwnOnes)
       const auto which = *rc::gen::inRange<std::size_t>(0, family.size());
       const auto name = *rc::gen::element<std::string>("a", "fixed", "m", "z");
       const auto value = *rc::gen::element<std::string>("", "on", "2.5 [m]");
-      family.act(which, *rc::gen::inRange(0, 10), name, value);
+      family.act(which, *rc::gen::inRange(0, 11), name, value);
       family.compare();
     }
   }));
 }
 
-TEST_F(KSLObjectTest, PointersToOwnParametersStay)
+TEST_F(KSLObjectTest, PointersToParametersStayAndAreTheObjectsOwn)
 {
-  auto prototype = makeObject("", "A", "x", {{"a"}, {"m"}, {"z"}});
-  const ParamDefinition* shared = prototype->getParam("m");
-  prototype->setValue("m", "1");
-  const ParamDefinition* own = prototype->getParam("m");
-  PrototypeEditor(*prototype).addParameter(makeParam({"b"}));
-  PrototypeEditor(*prototype).removeParameter("a");
-  prototype->setValue("z", "2");
-  EXPECT_EQ(prototype->getParam("m"), own);
-  EXPECT_EQ(shared->getName(), "m");
-  EXPECT_EQ(errorOf([&] { prototype->getParam("a"); }),
-            objectError("getParam", "Parameter 'a' does not exist on object /A:x."));
+  const auto original = makeObject("", "A", "x", {{"a"}, {"m", "String", "1"}, {"z"}});
+  const std::unique_ptr<KSLObject> twin(original->clone());
+  const std::unique_ptr<KSLObject> copy(original->clone());
+  EXPECT_EQ(copy->getIntValue("m"), 1);
+  EXPECT_FALSE(copy->isParamChanged("m"));
+  EXPECT_EQ(copy->lookUpParam("m"), twin->lookUpParam("m"));  // reading took no memory
+
+  const ParamDefinition* held = copy->getParam("m");
+  EXPECT_NE(held, twin->getParam("m"));
+  copy->setValue("m", "2");
+  PrototypeEditor editor(static_cast<DataKSLObject&>(*copy));
+  editor.addParameter(makeParam({"b"}));
+  editor.removeParameter("a");
+  copy->setValue("z", "3");
+  EXPECT_EQ(held->getValue() + twin->getValue("m"), "21");
+  copy->unsetParam("m");
+  EXPECT_EQ(held->getValue(), "1");
+  EXPECT_EQ(copy->getParam("m"), held);
+
+  copy->initialize("y");
+  for (const bool read : {false, true})
+    EXPECT_EQ(errorOf([&] { read ? (void)copy->getValue("a") : (void)copy->getParam("a"); }),
+              objectError("getParam", "Parameter 'a' does not exist on object /A:y."));
+}
+
+// As a view that shows one parameter beside the others may do.
+TEST_F(KSLObjectTest, VisitorsMayKeepParameters)
+{
+  const auto original = makeObject("", "A", "x", {{"a"}, {"b"}, {"c"}});
+  const std::unique_ptr<KSLObject> copy(original->clone());
+  copy->setValue("b", "1");
+  std::string seen;
+  copy->forEachParam([&](const ParamDefinition& param) {
+    copy->getParam("a");
+    seen += copy->getParam(param.getName())->getName() + param.getValue();
+  });
+  EXPECT_EQ(seen, "ab1c");
 }
 
 TEST_F(KSLObjectTest, FailingObserverLeavesParametersAsTheyWere)
@@ -439,7 +482,8 @@ TEST_F(KSLObjectTest, GivesValuesInTheUnitsPeopleWant)
 
 TEST_F(KSLObjectTest, DeletedObjectsLeaveTheListsThatNameThem)
 {
-  KSLObject* const user = add("", "U", "u", {{"List", "", "/A:a, a , /B:b/A:a,b, gone"}, {"Other", "", "/B:b"}});
+  KSLObject* const user =
+      add("", "U", "u", {{"List", "", "/A:a, a , /B:b/A:a,b, gone"}, {"Other", "", "/B:b"}});
   KSLObject* const a = add("", "A", "a");
   KSLObject* const b = add("", "B", "b");
   add("/B:b", "A", "a");
@@ -498,7 +542,8 @@ TEST_F(KSLObjectTest, RootIsOnlyAPlace)
 
 TEST_F(KSLObjectTest, DumpShowsEveryField)
 {
-  auto object = makeObject("", "A", "x", {{"p"}});
+  const std::unique_ptr<KSLObject> object(makeObject("", "A", "y", {{"p"}})->clone());
+  object->initialize("x");
   auto user = makeObject("", "U", "u", {{"q"}});
   object->addDependent(user.get(), user->getParam("q"));
   std::ostringstream out;

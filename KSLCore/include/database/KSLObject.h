@@ -88,8 +88,10 @@ class ORV_API KSLObject {
   virtual std::string setValue(const std::string& name, const std::string& value) = 0;
   // Sets a parameter without marking anything for recomputation; returns the previous text.
   virtual std::string setValueWithoutPending(const std::string& name, const std::string& value) = 0;
-  // data::notFound, "Parameter '%s' does not exist on object %s.". The pointer holds until the parameter is
-  // next written or removed. O(log parameters).
+  // data::notFound, "Parameter '%s' does not exist on object %s.". The pointer is this object's alone, and
+  // shows what is set, until the parameter is removed. For that a parameter that was never written gets a
+  // definition of its own, which takes memory: who only reads uses lookUpParam or the reads of values.
+  // O(log parameters), plus once O(parameters written).
   virtual const ParamDefinition* getParam(const std::string& name) const;
   virtual void setPending() = 0;
   // Hands on what a prototype gives to its copies: the parameters, the singleton flag, the categories, the
@@ -130,7 +132,8 @@ class ORV_API KSLObject {
   // ---- Parameters
 
   bool hasParam(std::string_view name) const { return lookUpParam(name) != nullptr; }
-  // As getParam, but null when absent.
+  // For reading at once: takes no memory, and the pointer holds until the parameter is next written, removed
+  // or asked for with getParam. Null when absent.
   const ParamDefinition* lookUpParam(std::string_view name) const { return m_params.find(name); }
   // Back to the default (unless the allowed values forbid that) and no longer set; nothing for an unknown
   // name. An observer may be told twice.
@@ -142,6 +145,7 @@ class ORV_API KSLObject {
   // Of these the ones that the object's rules list in its present context; all without rules.
   std::vector<std::string> getParamNamesInContext(ParamFilter filter) const;
   // Calls visit(const ParamDefinition&) for every parameter in name order; it must not write, add or remove.
+  // The references are good for the visit only: who keeps a parameter takes it from getParam.
   template <class Visit>
   void forEachParam(Visit visit) const
   {
@@ -155,17 +159,17 @@ class ORV_API KSLObject {
   std::map<std::string, std::string> getInternalParams(UnitSystemTypes::UnitsType units,
                                                        bool difference) const;
 
-  // Reads of a parameter; throw as getParam and as the reads of ParamDefinition.
-  const std::string& getValue(const std::string& name) const { return getParam(name)->getValue(); }
-  int getIntValue(const std::string& name) const { return getParam(name)->getIntValue(); }
-  float getFloatValue(const std::string& name) const { return getParam(name)->getFloatValue(); }
+  // Reads of a parameter; throw as getParam and as the reads of ParamDefinition, and take no memory.
+  const std::string& getValue(const std::string& name) const { return readParam(name).getValue(); }
+  int getIntValue(const std::string& name) const { return readParam(name).getIntValue(); }
+  float getFloatValue(const std::string& name) const { return readParam(name).getFloatValue(); }
   float getFloatValue(const std::string& name, const std::string& units) const;
-  Quantity getQuantityValue(const std::string& name) const { return getParam(name)->getQuantityValue(); }
+  Quantity getQuantityValue(const std::string& name) const { return readParam(name).getQuantityValue(); }
   TripletBase<float> getTripletValue(const std::string& name) const;
   TripletBase<float> getTripletValue(const std::string& name, const std::string& units) const;
-  bool getBoolValue(const std::string& name) const { return getParam(name)->getBoolValue(); }
-  std::vector<int> getIntArray(const std::string& name) const { return getParam(name)->getIntArray(); }
-  std::vector<float> getFloatArray(const std::string& name) const { return getParam(name)->getFloatArray(); }
+  bool getBoolValue(const std::string& name) const { return readParam(name).getBoolValue(); }
+  std::vector<int> getIntArray(const std::string& name) const { return readParam(name).getIntArray(); }
+  std::vector<float> getFloatArray(const std::string& name) const { return readParam(name).getFloatArray(); }
   std::vector<float> getFloatArray(const std::string& name, const std::string& units) const;
 
   // ---- Observation
@@ -232,6 +236,7 @@ class ORV_API KSLObject {
   friend class ObjectHolderImpl;
   friend class PrototypeEditor;
 
+  const ParamDefinition& readParam(const std::string& name) const;
   void checkNewParameter(const ParamDefinition* param) const;
   void adopt(std::unique_ptr<ParamDefinition>& param);
   ParamDefinition::NotifyChange* paramObserver() const;
@@ -244,8 +249,8 @@ class ORV_API KSLObject {
   std::string m_name;
   SharedText m_type;  // shared with the prototype
   std::string m_path;
-  mutable ParamSet m_params;                   // a prototype being copied moves what it wrote into its layout
-  const ParentChildInfo* m_place;              // never null, not owned
+  mutable ParamSet m_params;       // what is asked for becomes the object's own; a copied prototype publishes
+  const ParentChildInfo* m_place;  // never null, not owned
   std::unique_ptr<ParamNotify> m_paramNotify;  // knows the observer; null without one
   refcnt_ptr<const ObjectRules> m_rules;
   std::uint32_t m_siblingSlot = 0;  // where the parent's holder lists this object

@@ -22,7 +22,7 @@ class ORV_API ParamSet {
   std::size_t size() const { return m_layout ? m_layout->size() : 0; }
   bool empty() const { return size() == 0; }
 
-  // Null when absent. O(log n), no allocation.
+  // Null when absent. O(log n), no allocation. What it points to may be shared: to be read at once, not kept.
   const ParamDefinition* find(std::string_view name) const;
   // The object's own definition, made from the prototype when there is none yet; it gets the observer given
   // then. Null when absent.
@@ -47,14 +47,17 @@ class ORV_API ParamSet {
     for (Own& entry : m_own)
       visit(*entry.param);
   }
-  // All parameters in name order. `visit(const ParamDefinition&)` must not write, add or remove.
+  // All parameters in name order. `visit(const ParamDefinition&)` may ask for own definitions, but must not
+  // write, add or remove.
   template <class Visit>
   void forEach(Visit visit) const
   {
     std::size_t next = 0;
     for (std::size_t slot = 0; slot < size(); ++slot) {
+      while (next < m_own.size() && m_own[next].slot < slot)
+        ++next;
       if (next < m_own.size() && m_own[next].slot == slot)
-        visit(static_cast<const ParamDefinition&>(*m_own[next++].param));
+        visit(static_cast<const ParamDefinition&>(*m_own[next].param));
       else
         visit((*m_layout)[slot]);
     }

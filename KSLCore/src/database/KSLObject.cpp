@@ -231,10 +231,16 @@ ParamDefinition* KSLObject::findParam(std::string_view name)
 
 const ParamDefinition* KSLObject::getParam(const std::string& name) const
 {
-  if (const ParamDefinition* param = m_params.find(name))
+  if (const ParamDefinition* param = m_params.own(name, paramObserver()))
     return param;
   throw data::notFound("KSLObject", "getParam",
                        _("Parameter '%s' does not exist on object %s.", name, m_path));
+}
+
+const ParamDefinition& KSLObject::readParam(const std::string& name) const
+{
+  const ParamDefinition* param = m_params.find(name);
+  return param ? *param : *getParam(name);  // which throws as the class of the object does
 }
 
 void KSLObject::checkNewParameter(const ParamDefinition* param) const
@@ -338,7 +344,7 @@ void KSLObject::unsetParam(const std::string& name)
 
 bool KSLObject::isParamChanged(const std::string& name) const
 {
-  return getParam(name)->isChanged();
+  return readParam(name).isChanged();
 }
 
 void KSLObject::clearChangedParameters()
@@ -389,22 +395,22 @@ std::map<std::string, std::string> KSLObject::getInternalParams(UnitSystemTypes:
 
 float KSLObject::getFloatValue(const std::string& name, const std::string& units) const
 {
-  return getParam(name)->getFloatValue(units);
+  return readParam(name).getFloatValue(units);
 }
 
 TripletBase<float> KSLObject::getTripletValue(const std::string& name) const
 {
-  return getParam(name)->getTripletValue();
+  return readParam(name).getTripletValue();
 }
 
 TripletBase<float> KSLObject::getTripletValue(const std::string& name, const std::string& units) const
 {
-  return getParam(name)->getTripletValue(units);
+  return readParam(name).getTripletValue(units);
 }
 
 std::vector<float> KSLObject::getFloatArray(const std::string& name, const std::string& units) const
 {
-  return getParam(name)->getFloatArray(units);
+  return readParam(name).getFloatArray(units);
 }
 
 void KSLObject::copyInternals(KSLObject* target) const
@@ -541,8 +547,9 @@ void KSLObject::write(std::ostream& out) const
   out << "m_name=\"" << m_name << "\"\n";
   out << "m_type=\"" << getType() << "\"\n";
   out << "m_paramMap={\n";
-  forEachParam([&out](const ParamDefinition& param) {
-    out << '"' << param.getName() << " \"," << static_cast<const void*>(&param) << ";\n";
+  forEachParam([this, &out](const ParamDefinition& param) {  // the addresses are those that getParam gives
+    const void* own = m_params.own(param.getName(), paramObserver());
+    out << '"' << param.getName() << " \"," << own << ";\n";
   });
   out << "}\nm_cat=not yet implemented.\n";
   out << "m_isSingleton=" << (m_singleton ? '1' : '0') << "\nm_dependents={\n";

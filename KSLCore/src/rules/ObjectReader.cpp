@@ -264,7 +264,7 @@ void KSLRules::ObjectReader::warnOfContextRule() const
   if (name.empty() || !m_object->hasParam(name))
     return;  // without the parameter objects are always without a context
 
-  const ParamDefinition* selector = m_object->getParam(name);
+  const ParamDefinition* selector = m_object->lookUpParam(name);
   if (options.empty() || selector->getAllowedValues() != options)
     warn(_("Allowed values of context rule parameter '%s' are not the allowed options of object type '%s'.",
            name, m_object->getType()));
