@@ -405,6 +405,28 @@ TEST_F(KSLObjectTest, FailingObserverLeavesParametersAsTheyWere)
   PrototypeEditor(*object).addParameter(std::move(param));  // refused ones carry no observer
 }
 
+TEST_F(KSLObjectTest, ParametersThatCannotBeRemovedAreStillHeardOf)
+{
+  const auto original = makeObject("", "A", "x", {{"a"}, {"p"}, {"z"}});
+  const std::unique_ptr<KSLObject> copy(original->clone());
+  Listener listener;
+  copy->registerObjectChangeNotify(&listener);
+  PrototypeEditor editor(static_cast<DataKSLObject&>(*copy));
+  const auto failToRemove = [&](const char* name) {
+    listener.failAt = 0;
+    EXPECT_EQ(errorOf([&] { editor.removeParameter(name); }).getClassName(), "Listener");
+  };
+  copy->setValue("z", "2");
+  const ParamDefinition* z = copy->getParam("z");
+  failToRemove("p");  // never written
+  failToRemove("z");
+  listener.take();
+  for (const char* name : {"a", "p", "z"})
+    copy->setValue(name, "3");
+  EXPECT_EQ(listener.take(), "changed a = 3 (set)\nchanged p = 3 (set)\nchanged z = 3 (set)\n");
+  EXPECT_EQ(copy->getParam("z"), z);
+}
+
 // A foreign observer of one parameter keeps it; the object's own gets nothing.
 TEST_F(KSLObjectTest, RefusedRegistrationDisturbsNobody)
 {

@@ -30,9 +30,18 @@ class ORV_API ParamSet {
   // Null when absent, or when nothing was written yet.
   ParamDefinition* findOwn(std::string_view name);
 
-  // REQUIRES: the name is not there. The pointer keeps its parameter when memory is short.
+  // REQUIRES: the name is not there. The pointer keeps its parameter when memory is short. O(n), as are the
+  // removals.
   void add(std::unique_ptr<ParamDefinition>&& param);
-  std::unique_ptr<ParamDefinition> take(std::string_view name);  // removes; null when absent
+  // A parameter that was taken out.
+  struct Taken {
+    std::shared_ptr<const ParamDefinition> prototype;  // null when there was none
+    std::unique_ptr<ParamDefinition> own;              // null when nothing was written
+  };
+  Taken take(std::string_view name);
+  // As it was, at the same address; nothing when the name is there again. Needs memory only when the room that
+  // it left was used.
+  void putBack(Taken&& taken);
   void clear() noexcept;
   void swap(ParamSet& other) noexcept
   {
@@ -75,6 +84,8 @@ class ORV_API ParamSet {
   std::vector<Own>::iterator ownAt(std::size_t slot);
   std::vector<Own>::const_iterator ownAt(std::size_t slot) const;
   void insertOwn(std::size_t slot, std::unique_ptr<ParamDefinition> param);
+  void reserveOwn();
+  std::size_t insertSlot(std::shared_ptr<const ParamDefinition> prototype);
   ParamLayout& writableLayout();  // one that nobody shares
   void publishOwn();
 

@@ -264,7 +264,7 @@ void KSLObject::adopt(std::unique_ptr<ParamDefinition>& param)
       observer()->paramChanged(this, added);
   } catch (...) {
     if (!param)
-      param = m_params.take(added->getName());
+      param = m_params.take(added->getName()).own;
     if (m_paramNotify)
       added->setNotifyChange(nullptr);
     throw;
@@ -292,15 +292,15 @@ void KSLObject::addParameter(ParamDefinition* param)
 void KSLObject::removeParameter(const std::string& name)
 {
   const std::string removed = name;  // the name given may stand in the parameter
-  std::unique_ptr<ParamDefinition> param = m_params.take(removed);
-  if (!param)
+  ParamSet::Taken taken = m_params.take(removed);
+  if (!taken.prototype)
     throw data::notFound("KSLObject", "removeParameter", _("%s '%s' does not exist.", "Parameter", removed));
   if (!m_paramNotify)
     return;
   try {
     observer()->paramDeleted(this, removed);
   } catch (...) {
-    m_params.add(std::move(param));
+    m_params.putBack(std::move(taken));
     throw;
   }
 }

@@ -76,35 +76,56 @@ ParamLayout& ParamSet::writableLayout()
   return *m_layout;
 }
 
-void ParamSet::add(std::unique_ptr<ParamDefinition>&& param)
+// Room for one more, so that insertOwn cannot fail.
+void ParamSet::reserveOwn()
 {
-  std::shared_ptr<const ParamDefinition> prototype = param->clone();
   if (m_own.size() == m_own.capacity())
     m_own.reserve(2 * m_own.size() + 2);
+}
+
+std::size_t ParamSet::insertSlot(std::shared_ptr<const ParamDefinition> prototype)
+{
   const std::size_t slot = writableLayout().insert(std::move(prototype));
   for (auto later = ownAt(slot); later != m_own.end(); ++later)
     ++later->slot;
-  insertOwn(slot, std::move(param));
+  return slot;
 }
 
-std::unique_ptr<ParamDefinition> ParamSet::take(std::string_view name)
+void ParamSet::add(std::unique_ptr<ParamDefinition>&& param)
 {
+  std::shared_ptr<const ParamDefinition> prototype = param->clone();
+  reserveOwn();
+  insertOwn(insertSlot(std::move(prototype)), std::move(param));
+}
+
+ParamSet::Taken ParamSet::take(std::string_view name)
+{
+  Taken taken;
   const std::size_t slot = m_layout ? m_layout->find(name) : ParamLayout::npos;
   if (slot == ParamLayout::npos)
-    return nullptr;
-  std::unique_ptr<ParamDefinition> taken;
-  ParamLayout& layout = writableLayout();
+    return taken;
+  std::vector<ParamLayout::Entry>& entries = writableLayout().m_entries;
+  taken.prototype = std::move(entries[slot].prototype);
+  entries.erase(entries.begin() + static_cast<std::ptrdiff_t>(slot));
   auto own = ownAt(slot);
   if (own != m_own.end() && own->slot == slot) {
-    taken = std::move(own->param);
+    taken.own = std::move(own->param);
     own = m_own.erase(own);
-  } else {
-    taken = layout[slot].clone();
   }
   for (; own != m_own.end(); ++own)
     --own->slot;
-  layout.m_entries.erase(layout.m_entries.begin() + static_cast<std::ptrdiff_t>(slot));
   return taken;
+}
+
+void ParamSet::putBack(Taken&& taken)
+{
+  if (find(taken.prototype->getName()))
+    return;
+  if (taken.own)
+    reserveOwn();
+  const std::size_t slot = insertSlot(std::move(taken.prototype));
+  if (taken.own)
+    insertOwn(slot, std::move(taken.own));
 }
 
 void ParamSet::clear() noexcept
