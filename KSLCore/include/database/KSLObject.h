@@ -41,7 +41,7 @@ class ORV_API KSLObject {
 
   // ---- Virtual operations; their order is part of the contract with object classes in other libraries.
 
-  // Frees no parameters: the class that filled the object does (see freeParameters).
+  // Parameters that are still there end with the object, and nobody is told.
   virtual ~KSLObject();
   KSLObject(const KSLObject&) = delete;
   KSLObject& operator=(const KSLObject&) = delete;
@@ -216,13 +216,15 @@ class ORV_API KSLObject {
   void setPath(const std::string& parentPath, const std::string& name);
 
   // Takes ownership when it succeeds. data::duplicate, "Duplicate data: Parameter '%s' already exists."; null
-  // throws internal::nullPointer, "Input parameter %s is a null pointer." with "p_param".
+  // throws internal::nullPointer, "Input parameter %s is a null pointer." with "p_param". O(parameters): the
+  // first time on a copy it ends sharing the list of them with the prototype.
   void addParameter(ParamDefinition* param);
   // The same; the pointer keeps its parameter when the call fails.
   void addParameter(std::unique_ptr<ParamDefinition>&& param);
-  // data::notFound, "%s '%s' does not exist." with "Parameter".
+  // data::notFound, "%s '%s' does not exist." with "Parameter". O(parameters), as adding.
   void removeParameter(const std::string& name);
-  // All at once, each told to the observer as removed, in name order. Linear, unlike single removals.
+  // All at once, each told to the observer as removed, in name order. The observer hears of all, whatever it
+  // throws; the first of it passes on then. Linear, unlike single removals.
   void removeAllParameters();
   // All at once, told to nobody. Destructors of classes that fill objects call it.
   void freeParameters() noexcept;

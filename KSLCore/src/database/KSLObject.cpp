@@ -12,6 +12,7 @@
 #include "database/StateTextLogger.h"
 #include "database/StateTraversal.h"
 
+#include <exception>
 #include <ostream>
 
 namespace orv {
@@ -309,9 +310,18 @@ void KSLObject::removeAllParameters()
 {
   ParamSet removed;
   m_params.swap(removed);
-  if (m_paramNotify)
-    removed.forEach(
-        [this](const ParamDefinition& param) { observer()->paramDeleted(this, param.getName()); });
+  std::exception_ptr failure;
+  removed.forEach([this, &failure](const ParamDefinition& param) {
+    try {
+      if (m_paramNotify)
+        observer()->paramDeleted(this, param.getName());
+    } catch (...) {
+      if (!failure)
+        failure = std::current_exception();
+    }
+  });
+  if (failure)
+    std::rethrow_exception(failure);
 }
 
 void KSLObject::freeParameters() noexcept
