@@ -431,8 +431,13 @@ TEST_F(KSLObjectTest, ParametersThatCannotBeRemovedAreStillHeardOf)
 TEST_F(KSLObjectTest, RefusedRegistrationDisturbsNobody)
 {
   struct Foreign : ParamDefinition::NotifyChange {
-    void paramChanged(ParamDefinition*) override { ++calls; }
+    void paramChanged(ParamDefinition*) override
+    {
+      if (++calls == failAt)
+        throw data::error("Foreign", "", "");
+    }
     int calls = 0;
+    int failAt = 0;
   } foreign;
   auto object = makeObject("", "A", "x", {{"p"}, {"q"}});
   PrototypeEditor(*object).findParam("q")->setNotifyChange(&foreign);
@@ -442,6 +447,13 @@ TEST_F(KSLObjectTest, RefusedRegistrationDisturbsNobody)
   object->setValue("q", "1");
   EXPECT_EQ(listener.take(), "");
   EXPECT_EQ(foreign.calls, 1);
+
+  foreign.failAt = 3;  // the second step of unsetting: a third call tells that all is back
+  EXPECT_EQ(errorOf([&] { object->unsetParam("q"); }).getClassName(), "Foreign");
+  EXPECT_EQ(foreign.calls, 4);
+  EXPECT_EQ(object->getValue("q"), "1");
+  object->setValue("q", "2");
+  EXPECT_EQ(foreign.calls, 5);
 }
 
 TEST_F(KSLObjectTest, SetValueRecordsWhatUndoNeeds)

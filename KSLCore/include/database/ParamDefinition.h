@@ -102,10 +102,11 @@ class ORV_API ParamDefinition final {
   std::string getValue(bool convert, const std::string& units, bool difference = false) const;
 
   // Replaces the value, marks the parameter as set and changed, tells the observer and returns the previous
-  // text. The same text again is a change like any other, on purpose. Function "setValue", "Parameter '%s'
-  // cannot have value
-  // '%s'.", when it is not allowed. What the observer throws puts value and flags back and passes on.
+  // text. The same text again is a change like any other, on purpose. Throws as requireAllowed; what the
+  // observer throws puts value and flags back and passes on.
   std::string setValue(std::string text);
+  // Function "setValue", "Parameter '%s' cannot have value '%s'.", when the value is not allowed.
+  void requireAllowed(const std::string& text) const;
 
   // True when no values are listed, or the whole text is one of them; for type "String List" when each
   // element is (no elements at all are allowed).
@@ -168,6 +169,18 @@ class ORV_API ParamDefinition final {
   bool isChanged() const { return m_changed; }
   void setChanged() { m_changed = true; }
   void clearChanged() { m_changed = false; }
+
+  // Value and flags, for a change of several steps that may have to be taken back.
+  struct State {
+    std::string value;
+    bool hasBeenSet = false;
+    bool changed = false;
+    bool operator==(const State&) const = default;
+  };
+  State getState() const { return {m_value, m_hasBeenSet, m_changed}; }
+  // Puts a state back, also a value that is not allowed, and tells the observer, which has heard of the steps;
+  // what it throws then has no one to go to. Nothing when nothing differs.
+  void restore(State state) noexcept;
 
   // At most one observer, not owned; null takes it away. A second one throws internal::error, function
   // "setNotifyChange", "Attempt to register NotifyChange when one is already registered.".

@@ -38,41 +38,6 @@ class KSLObject::ParamNotify final : public ParamDefinition::NotifyChange {
   ObjectChangeNotify* m_observer;  // not owned
 };
 
-namespace {
-
-// What a parameter was like before a change of two steps, of which the second may fail.
-class ParamState {
- public:
-  explicit ParamState(const ParamDefinition& param)
-      : m_value(param.getValue()),
-        m_set(param.hasBeenSet()),
-        m_changed(param.isChanged())
-  {}
-
-  // Then tells the observer, which has heard of the first step; failures have no one to go to.
-  void restore(ParamDefinition& param, ParamDefinition::NotifyChange* observer) const noexcept
-  {
-    try {
-      param.setNotifyChange(nullptr);
-      ScopeGuard observe([&] { param.setNotifyChange(observer); });
-      param.setValue(m_value);
-      if (!m_set)
-        param.unset();
-      if (!m_changed)
-        param.clearChanged();
-      if (observer)
-        observer->paramChanged(&param);
-    } catch (...) {}
-  }
-
- private:
-  std::string m_value;
-  bool m_set;
-  bool m_changed;
-};
-
-}  // namespace
-
 KSLObject::KSLObject() : m_place(NullParentChildInfo::instance()) {}
 
 KSLObject::~KSLObject() = default;
@@ -336,18 +301,18 @@ void KSLObject::unsetParam(const std::string& name)
     return;
   const std::string defaultValue = param->getDefaultValue();
   if (!param->isAllowedValue(defaultValue)) {
-    findParam(name)->unset();
+    if (m_paramNotify || m_params.findOwn(name))  // else it is not set, and nobody wants to know
+      findParam(name)->unset();
     return;
   }
-  const ParamState before(*param);
-  setValue(name, defaultValue);  // may replace the parameter
-  ParamDefinition* now = findParam(name);
-  if (!now)
-    return;
+  ParamDefinition::State before = param->getState();
   try {
-    now->unset();
+    setValue(name, defaultValue);  // may replace the parameter
+    if (ParamDefinition* now = findParam(name))
+      now->unset();
   } catch (...) {
-    before.restore(*now, paramObserver());
+    if (ParamDefinition* now = m_params.findOwn(name))
+      now->restore(std::move(before));
     throw;
   }
 }

@@ -140,10 +140,15 @@ std::string ParamDefinition::convertedElement(const std::string& text, const std
   return StringUtilities::toString(value);
 }
 
-std::string ParamDefinition::setValue(std::string text)
+void ParamDefinition::requireAllowed(const std::string& text) const
 {
   if (!isAllowedValue(text))
     throw data::invalid(className, "setValue", _("Parameter '%s' cannot have value '%s'.", getName(), text));
+}
+
+std::string ParamDefinition::setValue(std::string text)
+{
+  requireAllowed(text);
   const bool wasSet = std::exchange(m_hasBeenSet, true);
   const bool wasChanged = std::exchange(m_changed, true);
   m_value.swap(text);
@@ -167,6 +172,18 @@ void ParamDefinition::unset()
     m_hasBeenSet = wasSet;
     throw;
   }
+}
+
+void ParamDefinition::restore(State state) noexcept
+{
+  if (state == getState())
+    return;
+  m_value.swap(state.value);
+  m_hasBeenSet = state.hasBeenSet;
+  m_changed = state.changed;
+  try {
+    notify();
+  } catch (...) {}
 }
 
 void ParamDefinition::notify()
