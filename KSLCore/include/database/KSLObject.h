@@ -231,6 +231,8 @@ class ORV_API KSLObject {
   // Null when absent. The writable form gives the object a definition of its own: use it to write only.
   const ParamDefinition* findParam(std::string_view name) const { return m_params.find(name); }
   ParamDefinition* findParam(std::string_view name);
+  // The writable form for a value that is about to be stored: throws as ParamDefinition::requireAllowed.
+  ParamDefinition* findParamToSet(std::string_view name, const std::string& value);
 
   Category& category() { return m_category; }
 

@@ -27,6 +27,10 @@ class ORV_API ParamSet {
   // The object's own definition, made from the prototype when there is none yet; it gets the observer given
   // then. Null when absent.
   ParamDefinition* own(std::string_view name, ParamDefinition::NotifyChange* observer);
+  // The same for a value that is about to be stored: one that is not allowed throws as
+  // ParamDefinition::requireAllowed, and takes no memory.
+  ParamDefinition* ownToSet(std::string_view name, const std::string& value,
+                            ParamDefinition::NotifyChange* observer);
   // Null when absent, or when nothing was written yet.
   ParamDefinition* findOwn(std::string_view name);
 
@@ -81,6 +85,12 @@ class ORV_API ParamSet {
     std::uint32_t slot;
     std::unique_ptr<ParamDefinition> param;
   };
+  std::size_t slotOf(std::string_view name) const
+  {
+    return m_layout ? m_layout->find(name) : ParamLayout::npos;
+  }
+  const ParamDefinition& at(std::size_t slot) const;
+  ParamDefinition* ownSlot(std::size_t slot, ParamDefinition::NotifyChange* observer);
   std::vector<Own>::iterator ownAt(std::size_t slot);
   std::vector<Own>::const_iterator ownAt(std::size_t slot) const;
   void insertOwn(std::size_t slot, std::unique_ptr<ParamDefinition> param);

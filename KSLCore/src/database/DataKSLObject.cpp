@@ -3,6 +3,7 @@
 #include "platform/ORVError.h"
 #include "platform/ORVException.h"
 
+#include <algorithm>
 #include <memory>
 
 namespace orv {
@@ -75,26 +76,25 @@ void DataKSLObject::initialize(const std::string& name)
 
 std::string DataKSLObject::setValue(const std::string& name, const std::string& value)
 {
-  ParamDefinition* param = findParam(name);
+  ParamDefinition* param = findParamToSet(name, value);
   if (!param)
     throw data::notFound(className, "setValue",
                          _("Parameter '%s' is not recognized on object '%s'.", name, getPath()));
-  std::string record;
+  std::string line;  // with room for either text, so that nothing can fail once the value is stored
+  line.reserve(getPath().size() + name.size() + std::max(value.size(), param->getValue().size()) + 4);
+  line.append(getPath()).append(1, '/').append(name).append(" = ");
   if (keepsTruthValue(*param, value)) {
+    line.append(value);
     param->setValue(value);
-    record = value;
   } else {
-    record = setValueInternal(param, value);
+    line.append(setValueInternal(param, value));
   }
-  std::string line;
-  line.reserve(getPath().size() + name.size() + record.size() + 4);
-  line.append(getPath()).append(1, '/').append(name).append(" = ").append(record);
   return line;
 }
 
 std::string DataKSLObject::setValueWithoutPending(const std::string& name, const std::string& value)
 {
-  ParamDefinition* param = findParam(name);
+  ParamDefinition* param = findParamToSet(name, value);
   if (!param)
     throw data::notFound(className, "setValue", _("Parameter '%s' is not recognized.", name));
   return param->setValue(value);

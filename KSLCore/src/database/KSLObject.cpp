@@ -195,6 +195,11 @@ ParamDefinition* KSLObject::findParam(std::string_view name)
   return m_params.own(name, paramObserver());
 }
 
+ParamDefinition* KSLObject::findParamToSet(std::string_view name, const std::string& value)
+{
+  return m_params.ownToSet(name, value, paramObserver());
+}
+
 const ParamDefinition* KSLObject::getParam(const std::string& name) const
 {
   if (const ParamDefinition* param = m_params.own(name, paramObserver()))

@@ -26,18 +26,21 @@ std::vector<ParamSet::Own>::iterator ParamSet::ownAt(std::size_t slot)
   return m_own.begin() + (std::as_const(*this).ownAt(slot) - m_own.cbegin());
 }
 
+const ParamDefinition& ParamSet::at(std::size_t slot) const
+{
+  const auto own = ownAt(slot);
+  return own != m_own.end() && own->slot == slot ? *own->param : (*m_layout)[slot];
+}
+
 const ParamDefinition* ParamSet::find(std::string_view name) const
 {
-  const std::size_t slot = m_layout ? m_layout->find(name) : ParamLayout::npos;
-  if (slot == ParamLayout::npos)
-    return nullptr;
-  const auto own = ownAt(slot);
-  return own != m_own.end() && own->slot == slot ? own->param.get() : &(*m_layout)[slot];
+  const std::size_t slot = slotOf(name);
+  return slot == ParamLayout::npos ? nullptr : &at(slot);
 }
 
 ParamDefinition* ParamSet::findOwn(std::string_view name)
 {
-  const std::size_t slot = m_layout ? m_layout->find(name) : ParamLayout::npos;
+  const std::size_t slot = slotOf(name);
   if (slot == ParamLayout::npos)
     return nullptr;
   const auto own = ownAt(slot);
@@ -46,9 +49,22 @@ ParamDefinition* ParamSet::findOwn(std::string_view name)
 
 ParamDefinition* ParamSet::own(std::string_view name, ParamDefinition::NotifyChange* observer)
 {
-  const std::size_t slot = m_layout ? m_layout->find(name) : ParamLayout::npos;
+  const std::size_t slot = slotOf(name);
+  return slot == ParamLayout::npos ? nullptr : ownSlot(slot, observer);
+}
+
+ParamDefinition* ParamSet::ownToSet(std::string_view name, const std::string& value,
+                                    ParamDefinition::NotifyChange* observer)
+{
+  const std::size_t slot = slotOf(name);
   if (slot == ParamLayout::npos)
     return nullptr;
+  at(slot).requireAllowed(value);
+  return ownSlot(slot, observer);
+}
+
+ParamDefinition* ParamSet::ownSlot(std::size_t slot, ParamDefinition::NotifyChange* observer)
+{
   const auto present = ownAt(slot);
   if (present != m_own.end() && present->slot == slot)
     return present->param.get();
@@ -101,7 +117,7 @@ void ParamSet::add(std::unique_ptr<ParamDefinition>&& param)
 ParamSet::Taken ParamSet::take(std::string_view name)
 {
   Taken taken;
-  const std::size_t slot = m_layout ? m_layout->find(name) : ParamLayout::npos;
+  const std::size_t slot = slotOf(name);
   if (slot == ParamLayout::npos)
     return taken;
   std::vector<ParamLayout::Entry>& entries = writableLayout().m_entries;
