@@ -365,6 +365,29 @@ TEST_F(KSLObjectTest, PointersToParametersStayAndAreTheObjectsOwn)
               objectError("getParam", "Parameter 'a' does not exist on object /A:y."));
 }
 
+TEST_F(KSLObjectTest, RefusedValuesTakeNoMemory)
+{
+  auto rules = std::make_unique<ParamDefinition::Rules>();
+  rules->name = "fixed";
+  rules->defaultValue = "none";
+  rules->setAllowedValues({"on"});
+  const auto original = makeObject("", "A", "x");
+  PrototypeEditor(*original).addParameter(
+      std::make_unique<ParamDefinition>(refcnt_ptr<const ParamDefinition::Rules>(rules.release())));
+  const std::unique_ptr<KSLObject> copy(original->clone());
+  const ParamDefinition* shared = copy->lookUpParam("fixed");
+
+  const ErrorMsg refused("ParamDefinition", "setValue", "Parameter 'fixed' cannot have value 'off'.", 4);
+  EXPECT_EQ(errorOf([&] { copy->setValue("fixed", "off"); }), refused);
+  EXPECT_EQ(errorOf([&] { copy->setValueWithoutPending("fixed", "off"); }), refused);
+  copy->unsetParam("fixed");  // to a default that is not allowed
+  EXPECT_EQ(copy->lookUpParam("fixed"), shared);
+  Listener listener;
+  copy->registerObjectChangeNotify(&listener);
+  copy->unsetParam("fixed");
+  EXPECT_EQ(listener.take(), "changed fixed = none\n");
+}
+
 // As a view that shows one parameter beside the others may do.
 TEST_F(KSLObjectTest, VisitorsMayKeepParameters)
 {
