@@ -450,6 +450,21 @@ TEST_F(KSLObjectTest, ParametersThatCannotBeRemovedAreStillHeardOf)
   EXPECT_EQ(copy->getParam("z"), z);
 }
 
+TEST_F(KSLObjectTest, AllRemovalsAreToldWhateverTheObserverThrows)
+{
+  struct Ending : DataKSLObject {
+    using KSLObject::removeAllParameters;
+  } object;
+  for (const char* name : {"a", "b", "c", "d"})
+    PrototypeEditor(object).addParameter(makeParam({name}));
+  Listener listener;
+  object.registerObjectChangeNotify(&listener);
+  listener.failAt = 1;
+  EXPECT_EQ(errorOf([&] { object.removeAllParameters(); }).getMessage(), "deleted b");
+  EXPECT_EQ(listener.take(), "deleted a\ndeleted c\ndeleted d\n");
+  EXPECT_EQ(textOf(object), "");
+}
+
 // A foreign observer of one parameter keeps it; the object's own gets nothing.
 TEST_F(KSLObjectTest, RefusedRegistrationDisturbsNobody)
 {
