@@ -37,10 +37,10 @@ class ORV_API ObjectRulesDef {
   // Once only: "Essential parameters (not context-specific) added twice".
   void addEssentialParams(const NameList& names);
   // Appends to the lists given before, on purpose: two keys of the RULES end here.
-  void addOptionalParams(const NameList& names);
+  void addOptionalParams(NameList names);
   // Once for each context: "Essential parameters in rules context '%s' added twice".
   void addEssentialParams(const std::string& context, const NameList& names);
-  void addOptionalParams(const std::string& context, const NameList& names);
+  void addOptionalParams(const std::string& context, NameList names);
 
   const NameList& getEssentialParams() const { return m_essentialParams; }
   const NameList& getOptionalParams() const { return m_optionalParams; }

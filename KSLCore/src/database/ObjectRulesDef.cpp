@@ -3,13 +3,16 @@
 #include "platform/ORVError.h"
 #include "platform/ORVException.h"
 
+#include <iterator>
+
 namespace orv {
 
 namespace {
 
-void append(ObjectRulesDef::NameList& list, const ObjectRulesDef::NameList& names)
+// The names come by value because a caller may well give a list of this object's.
+void append(ObjectRulesDef::NameList& list, ObjectRulesDef::NameList names)
 {
-  list.insert(list.end(), names.begin(), names.end());
+  list.insert(list.end(), std::make_move_iterator(names.begin()), std::make_move_iterator(names.end()));
 }
 
 const ObjectRulesDef::NameList& listOf(const ObjectRulesDef::ContextLists& lists, std::string_view context)
@@ -30,9 +33,9 @@ void ObjectRulesDef::addEssentialParams(const NameList& names)
   m_essentialGiven = true;
 }
 
-void ObjectRulesDef::addOptionalParams(const NameList& names)
+void ObjectRulesDef::addOptionalParams(NameList names)
 {
-  append(m_optionalParams, names);
+  append(m_optionalParams, std::move(names));
   m_optionalGiven = true;
 }
 
@@ -43,9 +46,9 @@ void ObjectRulesDef::addEssentialParams(const std::string& context, const NameLi
                           _("Essential parameters in rules context '%s' added twice", context));
 }
 
-void ObjectRulesDef::addOptionalParams(const std::string& context, const NameList& names)
+void ObjectRulesDef::addOptionalParams(const std::string& context, NameList names)
 {
-  append(m_contextOptional[context], names);
+  append(m_contextOptional[context], std::move(names));
 }
 
 const ObjectRulesDef::NameList& ObjectRulesDef::getEssentialParams(std::string_view context) const
