@@ -46,6 +46,17 @@ std::string answers(const ObjectRules& rules, const std::string& param, const Na
   return text;
 }
 
+TEST(ObjectRules, OptionalListsTakeThemselvesTwice)
+{
+  ObjectRulesDef def;
+  def.addOptionalParams({"a", "b"});
+  def.addOptionalParams(def.getOptionalParams());
+  EXPECT_THAT(def.getOptionalParams(), ElementsAre("a", "b", "a", "b"));
+  def.addOptionalParams("c", {"d"});
+  def.addOptionalParams("c", def.getOptionalParams("c"));
+  EXPECT_THAT(def.getOptionalParams("c"), ElementsAre("d", "d"));
+}
+
 TEST(ObjectRules, MasksOfEachKindOfList)
 {
   ObjectRulesDef def;
