@@ -202,8 +202,9 @@ ORV_API std::string vectorToString(const std::vector<std::string>& items, std::s
 ORV_API std::vector<std::string> splitValue(std::string_view text);
 // Splits at the first "=", both sides trimmed; without one the whole text is the name and the value is empty.
 ORV_API std::pair<std::string, std::string> splitNameValue(std::string_view text);
-// (type, name) of "type:name", split at the first ":", each trimmed, quotes around the name taken off; an
-// empty or missing name is the type (a singleton).
+// (type, name) of "type:name", split at the first ":", each trimmed, quotes around the name taken off, and what
+// was in them trimmed as well: no name begins or ends with a blank. An empty or missing name is the type (a
+// singleton).
 ORV_API std::pair<std::string, std::string> splitObjectTypeAndName(std::string_view text);
 
 // True, On, Yes and 1 are true; False, Off, No and 0 are not; in any case, ends trimmed. Anything else sets

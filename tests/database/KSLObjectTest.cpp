@@ -50,6 +50,8 @@ TEST_F(KSLObjectTest, SplitsTypeAndName)
       {"SETUP:", {"SETUP", "SETUP"}},
       {"SETUP: # none", {"SETUP", "SETUP"}},
       {"A:b:c", {"A", "b:c"}},
+      {R"(A: " no #1 " # the first)", {"A", "no #1"}},
+      {R"(SETUP: " ")", {"SETUP", "SETUP"}},
   };
   for (const auto& [text, expected] : cases)
     EXPECT_EQ(KSLObject::splitObjectTypeAndName(text), expected) << text;

@@ -183,8 +183,8 @@ TEST(StringUtilities, NamesWithValuesAndTypes)
   EXPECT_THAT(splitNameValue(" a = b=c "), Pair("a", "b=c"));
   EXPECT_THAT(splitNameValue(" a "), Pair("a", ""));
   EXPECT_THAT(splitObjectTypeAndName("DATA READER : a:b "), Pair("DATA READER", "a:b"));
-  EXPECT_THAT(splitObjectTypeAndName(R"(A: "a  b")"), Pair("A", "a  b"));
-  for (const char* singleton : {"A", "A:", " A : ", R"(A:"")"})
+  EXPECT_THAT(splitObjectTypeAndName(R"(A: " a  b ")"), Pair("A", "a  b"));
+  for (const char* singleton : {"A", "A:", " A : ", R"(A:"")", R"(A:" ")"})
     EXPECT_THAT(splitObjectTypeAndName(singleton), Pair("A", "A"));
 }
 
@@ -317,7 +317,7 @@ RC_GTEST_PROP(PathUtils, FilterKeepsWhatHasNoAncestorInTheList, ())
 
 TEST(KSLPath, Components)
 {
-  const KSLPath path("/DATA READER/A:a b//B: \"c:d\" /A:A/E:/");
+  const KSLPath path("/DATA READER/A:a b//B: \" c:d \" /A:A/E:/");
   EXPECT_EQ(path.getFullPath(), "/DATA READER/A:a b/B:c:d/A:A/E");
   ASSERT_EQ(path.size(), 5U);
   EXPECT_EQ(path[2], (KSLPath::Component{"B", "c:d", false}));

@@ -119,7 +119,7 @@ class ORV_API KSLObject {
   const Category& getCategory() const { return m_category; }
   // "TYPE:" for a singleton, else "TYPE:name".
   std::string getTypeNameString() const;
-  // (type, name) of "TYPE:name", comment dropped, both trimmed; an empty name is the type. ksl::invalid,
+  // (type, name) of "TYPE:name", comment dropped, as StringUtilities::splitObjectTypeAndName. ksl::invalid,
   // "Invalid object definition, expected: '%s', received: '%s'", when there is no colon.
   static std::pair<std::string, std::string> splitObjectTypeAndName(const std::string& text);
   // As ObjectFactory::registerBaseType.

@@ -117,17 +117,12 @@ std::string KSLObject::getTypeNameString() const
 std::pair<std::string, std::string> KSLObject::splitObjectTypeAndName(const std::string& text)
 {
   const std::string_view bare = StringUtilities::withoutComment(text);
-  const std::size_t colon = bare.find(':');
-  if (colon == std::string_view::npos) {
+  if (bare.find(':') == std::string_view::npos) {
     throw ksl::invalid(
         "KSLObject", "splitObjectTypeAndName",
         _("Invalid object definition, expected: '%s', received: '%s'", "<objectType>:<objectName>", text));
   }
-  std::string type = StringUtilities::removeWhitespace(bare.substr(0, colon));
-  std::string name = StringUtilities::removeWhitespace(bare.substr(colon + 1));
-  if (name.empty())
-    name = type;
-  return {std::move(type), std::move(name)};
+  return StringUtilities::splitObjectTypeAndName(bare);
 }
 
 void KSLObject::registerBaseTypeWithFactory(const std::string& name, KSLObject* prototype)
