@@ -43,10 +43,11 @@ std::unique_ptr<KSLObject> KSLRules::ObjectReader::read(const KSLAPI::ObjectInfo
   makePrototype(entry, classNameOf(entries), singleton);
   for (const KSLAPI::ObjectInfo& info : entries)
     readEntry(info);
-  if (m_extra.applyObjectRules)
-    m_object->setObjectRules(refcnt_ptr<const ObjectRules>(new ObjectRules(m_rules)));
   addParams();
-  warnOfContextRule();
+  if (m_extra.applyObjectRules) {
+    m_object->setObjectRules(refcnt_ptr<const ObjectRules>(new ObjectRules(m_rules)));
+    warnOfContextRule();
+  }
   return std::move(m_object);
 }
 
