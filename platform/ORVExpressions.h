@@ -28,10 +28,9 @@ class ORV_API ExpressionEvaluator {
   // always finite.
   //
   // Throws data::invalid, class "ExpressionEvaluator", function "evalSingleValue", "Cannot evaluate '%s' for
-  // parameter
-  // '%s' at column %d: %s." (without "for parameter '%s'" when the name is empty; it only helps the message):
-  // the whole text, the first place at fault (in characters, from 1) and the reason. Linear in the text;
-  // nesting of parentheses, signs and "^" beyond 256 is refused.
+  // parameter '%s' at column %d: %s." (without "for parameter '%s'" when the name is empty; it only helps the
+  // message): the whole text, the first place at fault (in characters, from 1) and the reason. Linear in the
+  // text; nesting of parentheses, signs and "^" beyond 256 is refused.
   static Quantity evalSingleValue(const std::string& text, const std::string& parameterName);
 };
 

@@ -33,8 +33,7 @@ class ORV_API UnitDimensions {
   UnitDimensions power(double exponent) const;
   bool operator==(const UnitDimensions& other) const;  // up to rounding; an angle counts as a number
   // The product of base units, "m s^-1", "rad s^-1" among them; "" when dimensionless. With a fraction as
-  // exponent
-  // ("m^0.5") it is for people to read, and the converter does not take it.
+  // exponent ("m^0.5") it is for people to read, and the converter does not take it.
   std::string toUnits() const;
   const Exponents& exponents() const { return m_exponents; }
 

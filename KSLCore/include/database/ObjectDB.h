@@ -35,9 +35,9 @@ class ORV_API ObjectDB {
 
   KSLObject* getRoot() const;
   std::size_t size() const;  // objects, the root not counted
-  // Paths of old versions are understood in look-ups. Off at start.
   // Rises with every object that comes or goes: what was looked up is good as long as this has not moved.
   std::size_t changeCount() const { return m_changes; }
+  // Paths of old versions are understood in look-ups. Off at start.
   static void supportOldStylePaths();
 
   // Takes the object into the tree below its parent path, owns it from then on and tells the observer, whose

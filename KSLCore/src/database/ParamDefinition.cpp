@@ -289,9 +289,8 @@ Quantity ParamDefinition::getQuantityValue() const
 
 float ParamDefinition::readFloat(const std::string& text, const std::string& units) const
 {
-  const Quantity quantity = readQuantity(text);
-  const double value = quantity.convertTo(units);
-  if (std::isfinite(quantity.getValue()) && !fitsFloat(value))
+  const double value = readQuantity(text).convertTo(units);
+  if (!fitsFloat(value))
     throwOutOfRange("getFloatValue", text);
   return static_cast<float>(value);
 }

@@ -22,7 +22,7 @@ void ParamInclusion::findContext(const KSLObject& object)
   const ParamDefinition* selector =
       m_rules->hasContextRule() ? object.lookUpParam(m_rules->getContextRuleName()) : nullptr;
   try {
-    m_context = m_rules->findContext(selector ? selector->getValue() : std::string());
+    m_context = m_rules->findContext(selector ? std::string_view(selector->getValue()) : std::string_view());
   } catch (const data::invalid&) {
     m_contextUnknown = true;
     m_context = m_rules->findContext({});
