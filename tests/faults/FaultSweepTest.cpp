@@ -7,6 +7,7 @@
 #include "database/DataKSLObject.h"
 #include "database/ObjectDB.h"
 #include "database/ObjectFactory.h"
+#include "database/PrototypeEditor.h"
 #include "tests/support/Model.h"
 #include "tests/support/TestSystem.h"
 
@@ -368,6 +369,31 @@ TEST_P(FaultSweepTest, LeavesNoTraceOrNoError)
   }
   RecordProperty("faults", std::to_string(met));
   EXPECT_GT(met, 0U) << "nothing was ever made to fail";
+}
+
+// An object by itself, without the journal that takes back what a failed command has done.
+TEST(FaultSweep, AValueIsStoredOnlyWhenItsRecordIsSafe)
+{
+  const std::string longText(100, 'x');
+  for (const auto& [before, after] :
+       {std::pair(std::string("a"), longText), std::pair(longText, std::string("b"))}) {
+    DataKSLObject original;
+    PrototypeEditor(original).setType("A", false);
+    PrototypeEditor(original).addParameter(
+        std::make_unique<ParamDefinition>("p", "", "", "String", before, ""));
+    unsigned long failed = 0;
+    for (bool stands = false; !stands; ++failed) {
+      const std::unique_ptr<KSLObject> object(original.clone());
+      trap = {FaultKind::allocation, failed + 1};
+      try {
+        object->setValue("p", after);
+        stands = true;
+      } catch (const std::bad_alloc&) {}
+      trap.left = 0;
+      EXPECT_EQ(object->getValue("p"), stands ? after : before) << failed;
+    }
+    EXPECT_GT(failed, 2U);  // a definition of its own, the record
+  }
 }
 
 INSTANTIATE_TEST_SUITE_P(
