@@ -96,7 +96,8 @@ class ORV_API KSLObject {
   virtual void setPending() = 0;
   // Hands on what a prototype gives to its copies: the parameters, the singleton flag, the categories, the
   // type and a share of the rules. REQUIRES: a fresh target of the same class. Into an empty target O(1 +
-  // parameters written).
+  // parameters with a definition of their own): of a prototype those are all that were added to it, and each is
+  // compared, because who holds one may have written it since the last copy.
   virtual void copyInternals(KSLObject* target) const;
   virtual void write(std::ostream& out) const;  // debug dump
   virtual bool hasValidData() const;
