@@ -430,6 +430,23 @@ TEST_F(KSLObjectTest, FailingObserverLeavesParametersAsTheyWere)
   PrototypeEditor(*object).addParameter(std::move(param));  // refused ones carry no observer
 }
 
+// As an object that fails to mark what depends on the value.
+TEST_F(KSLObjectTest, UnsettingThatFailsLateIsTakenBack)
+{
+  struct Late : DataKSLObject {
+    std::string setValueInternal(ParamDefinition* param, const std::string& value) override
+    {
+      DataKSLObject::setValueInternal(param, value);
+      throw data::error("Late", "setValue", "");
+    }
+  } object;
+  PrototypeEditor(object).addParameter(makeParam({"p", "String", "d"}));
+  object.setValueWithoutPending("p", "mine");
+  object.clearChangedParameters();
+  EXPECT_EQ(errorOf([&] { object.unsetParam("p"); }).getClassName(), "Late");
+  EXPECT_EQ(textOf(object), "p=mine set\n");
+}
+
 TEST_F(KSLObjectTest, ParametersThatCannotBeRemovedAreStillHeardOf)
 {
   const auto original = makeObject("", "A", "x", {{"a"}, {"p"}, {"z"}});
