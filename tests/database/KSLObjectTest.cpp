@@ -177,16 +177,6 @@ struct ModelObject {
   }
 };
 
-std::string textOf(const KSLObject& object)
-{
-  std::string out;
-  object.forEachParam([&out](const ParamDefinition& param) {
-    out += param.getName() + "=" + param.getValue() + (param.hasBeenSet() ? " set" : "")
-           + (param.isChanged() ? " changed" : "") + (param.isInternal() ? " internal\n" : "\n");
-  });
-  return out;
-}
-
 // A prototype and what is cloned from it, each with its twin in the model.
 class Family {
  public:
@@ -402,115 +392,6 @@ TEST_F(KSLObjectTest, VisitorsMayKeepParameters)
     seen += copy->getParam(param.getName())->getName() + param.getValue();
   });
   EXPECT_EQ(seen, "ab1c");
-}
-
-TEST_F(KSLObjectTest, FailingObserverLeavesParametersAsTheyWere)
-{
-  auto object = makeObject("", "A", "x", {{"p", "String", "d"}, {"q"}});
-  object->setValue("p", "mine");
-  Listener listener;
-  object->registerObjectChangeNotify(&listener);
-  EXPECT_EQ(errorOf([&] { object->registerObjectChangeNotify(&listener); }),
-            objectError("registerObjectChangeNotify",
-                        "Attempt to register ObjectChangeNotify when one is already registered."));
-  const std::string before = textOf(*object);
-  const auto failing = [&](int at, auto call) {
-    listener.failAt = at;
-    EXPECT_EQ(errorOf(call).getClassName(), "Listener");
-    EXPECT_EQ(textOf(*object), before);
-  };
-  failing(0, [&] { object->setValue("q", "1"); });
-  failing(0, [&] { object->unsetParam("p"); });
-  failing(1, [&] { object->unsetParam("p"); });
-  failing(0, [&] { PrototypeEditor(*object).removeParameter("p"); });
-  auto param = makeParam({"new"});
-  failing(0, [&] { PrototypeEditor(*object).addParameter(param.get()); });
-  object->registerObjectChangeNotify(nullptr);
-  object->registerObjectChangeNotify(nullptr);
-  PrototypeEditor(*object).addParameter(std::move(param));  // refused ones carry no observer
-}
-
-// As an object that fails to mark what depends on the value.
-TEST_F(KSLObjectTest, UnsettingThatFailsLateIsTakenBack)
-{
-  struct Late : DataKSLObject {
-    std::string setValueInternal(ParamDefinition* param, const std::string& value) override
-    {
-      DataKSLObject::setValueInternal(param, value);
-      throw data::error("Late", "setValue", "");
-    }
-  } object;
-  PrototypeEditor(object).addParameter(makeParam({"p", "String", "d"}));
-  object.setValueWithoutPending("p", "mine");
-  object.clearChangedParameters();
-  EXPECT_EQ(errorOf([&] { object.unsetParam("p"); }).getClassName(), "Late");
-  EXPECT_EQ(textOf(object), "p=mine set\n");
-}
-
-TEST_F(KSLObjectTest, ParametersThatCannotBeRemovedAreStillHeardOf)
-{
-  const auto original = makeObject("", "A", "x", {{"a"}, {"p"}, {"z"}});
-  const std::unique_ptr<KSLObject> copy(original->clone());
-  Listener listener;
-  copy->registerObjectChangeNotify(&listener);
-  PrototypeEditor editor(static_cast<DataKSLObject&>(*copy));
-  const auto failToRemove = [&](const char* name) {
-    listener.failAt = 0;
-    EXPECT_EQ(errorOf([&] { editor.removeParameter(name); }).getClassName(), "Listener");
-  };
-  copy->setValue("z", "2");
-  const ParamDefinition* z = copy->getParam("z");
-  failToRemove("p");  // never written
-  failToRemove("z");
-  listener.take();
-  for (const char* name : {"a", "p", "z"})
-    copy->setValue(name, "3");
-  EXPECT_EQ(listener.take(), "changed a = 3 (set)\nchanged p = 3 (set)\nchanged z = 3 (set)\n");
-  EXPECT_EQ(copy->getParam("z"), z);
-}
-
-TEST_F(KSLObjectTest, AllRemovalsAreToldWhateverTheObserverThrows)
-{
-  struct Ending : DataKSLObject {
-    using KSLObject::removeAllParameters;
-  } object;
-  for (const char* name : {"a", "b", "c", "d"})
-    PrototypeEditor(object).addParameter(makeParam({name}));
-  Listener listener;
-  object.registerObjectChangeNotify(&listener);
-  listener.failAt = 1;
-  EXPECT_EQ(errorOf([&] { object.removeAllParameters(); }).getMessage(), "deleted b");
-  EXPECT_EQ(listener.take(), "deleted a\ndeleted c\ndeleted d\n");
-  EXPECT_EQ(textOf(object), "");
-}
-
-// A foreign observer of one parameter keeps it; the object's own gets nothing.
-TEST_F(KSLObjectTest, RefusedRegistrationDisturbsNobody)
-{
-  struct Foreign : ParamDefinition::NotifyChange {
-    void paramChanged(ParamDefinition*) override
-    {
-      if (++calls == failAt)
-        throw data::error("Foreign", "", "");
-    }
-    int calls = 0;
-    int failAt = 0;
-  } foreign;
-  auto object = makeObject("", "A", "x", {{"p"}, {"q"}});
-  PrototypeEditor(*object).findParam("q")->setNotifyChange(&foreign);
-  Listener listener;
-  EXPECT_EQ(errorOf([&] { object->registerObjectChangeNotify(&listener); }).getFunction(), "setNotifyChange");
-  object->setValue("p", "1");
-  object->setValue("q", "1");
-  EXPECT_EQ(listener.take(), "");
-  EXPECT_EQ(foreign.calls, 1);
-
-  foreign.failAt = 3;  // the second step of unsetting: a third call tells that all is back
-  EXPECT_EQ(errorOf([&] { object->unsetParam("q"); }).getClassName(), "Foreign");
-  EXPECT_EQ(foreign.calls, 4);
-  EXPECT_EQ(object->getValue("q"), "1");
-  object->setValue("q", "2");
-  EXPECT_EQ(foreign.calls, 5);
 }
 
 TEST_F(KSLObjectTest, SetValueRecordsWhatUndoNeeds)

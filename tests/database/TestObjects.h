@@ -54,6 +54,17 @@ inline std::unique_ptr<DataKSLObject> makeObject(const std::string& parentPath, 
   return object;
 }
 
+// Each parameter with its value and flags, one line each. Asks for no parameter, so that shared ones stay shared.
+inline std::string textOf(const KSLObject& object)
+{
+  std::string out;
+  object.forEachParam([&out](const ParamDefinition& param) {
+    out += param.getName() + "=" + param.getValue() + (param.hasBeenSet() ? " set" : "")
+           + (param.isChanged() ? " changed" : "") + (param.isInternal() ? " internal\n" : "\n");
+  });
+  return out;
+}
+
 // Writes down what it is told, one line each. Throws at the call of number `failAt`.
 class Listener : public DBChangeNotify {
  public:
