@@ -54,7 +54,7 @@ inline std::unique_ptr<DataKSLObject> makeObject(const std::string& parentPath, 
   return object;
 }
 
-// Each parameter with its value and flags, one line each. Asks for no parameter, so that shared ones stay shared.
+// Each parameter with its value and flags, one line each. What is shared stays shared.
 inline std::string textOf(const KSLObject& object)
 {
   std::string out;
