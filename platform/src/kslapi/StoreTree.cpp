@@ -253,8 +253,16 @@ SharedText Tree::intern(std::string_view text)
 
 SharedText Tree::intern(const SharedText& text)
 {
-  const auto found = m_names.find(text);
-  return found != m_names.end() ? *found : *m_names.insert(text).first;
+  SharedText& recent =
+      m_recentNames[(reinterpret_cast<std::uintptr_t>(text.id()) >> 4) % m_recentNames.size()];
+  if (!recent.same(text)) {
+    const auto found = m_names.find(text);
+    const SharedText interned = found != m_names.end() ? *found : *m_names.insert(text).first;
+    if (!interned.same(text))
+      return interned;
+    recent = interned;
+  }
+  return text;
 }
 
 SharedText Tree::findInterned(std::string_view text) const

@@ -12,6 +12,7 @@
 
 #include "platform/ORVUtilities.h"
 
+#include <array>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -75,7 +76,7 @@ class Tree {
 
   // The one shared text of this tree for a parameter name.
   SharedText intern(std::string_view text);
-  SharedText intern(const SharedText& text);
+  SharedText intern(const SharedText& text);  // quick for a text that came from here
   // The same without making one; empty when the tree never saw the text.
   SharedText findInterned(std::string_view text) const;
 
@@ -114,6 +115,7 @@ class Tree {
   std::vector<Slot> m_slots;  // open addressing, a power of two, at most two thirds full
   std::size_t m_size = 0;     // nodes in the index
   std::unordered_set<SharedText, TextHash, TextEqual> m_names;
+  std::array<SharedText, 64> m_recentNames;  // interned texts, each at the place that its address gives
   // The node asked for last: texts come object by object.
   mutable SharedText m_lastPath;
   mutable Node* m_lastNode = nullptr;
