@@ -15,6 +15,7 @@ void UpdateProcessor::process(const KSLChangeList& changes)
 {
   m_history->reserve(changes.size());
   m_visited = 0;
+  m_deletedTop.clear();
   m_room = changes.size();
   const ScopeGuard giveBack([this] { m_history->unreserve(m_room); });
   try {
@@ -42,16 +43,18 @@ void UpdateProcessor::record(KSLChange&& inverse)
   --m_room;
 }
 
-// The database deletes a subtree with its top, while the list names the contents one by one behind it. When that
-// deletion fails half-way, nobody knows what has gone: the inverses of all of it are recorded, for replays pass over
-// what is there.
+// The database deletes a subtree with its top, while the list names the contents one by one behind it. When something
+// fails before all of them were visited, the inverses of the rest are recorded too: they have gone, or nobody knows
+// how many of them, and replays pass over what is there.
 void UpdateProcessor::recordFailedDeletion(const KSLChangeList& changes)
 {
-  if (m_visited == 0 || changes[m_visited - 1].kind != KSLChange::Kind::deleteObject)
+  if (m_deletedTop.empty() || m_visited == 0)
     return;
-  const SharedText top = changes[m_visited - 1].path;
+  const auto isDeletion = [](const KSLChange& change) {
+    return change.kind == KSLChange::Kind::deleteObject || change.kind == KSLChange::Kind::deleteParam;
+  };
   for (std::size_t i = m_visited - 1; i < changes.size(); ++i) {
-    if (!PathUtils::isSameOrBelow(changes[i].path.str(), top.str()))
+    if (!isDeletion(changes[i]) || !PathUtils::isSameOrBelow(changes[i].path.str(), m_deletedTop))
       return;
     KSLChange inverse = changes[i].inverse();
     if (m_history->adjust(inverse))
@@ -70,6 +73,7 @@ void UpdateProcessor::deletedObject(const std::string& path)
   forget(path);
   if (!m_updater->hasObject(path))
     return;
+  m_deletedTop = path;
   m_updater->deleteObject(path);
   m_changed.erase(path);
 }

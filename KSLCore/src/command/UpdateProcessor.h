@@ -53,6 +53,7 @@ class UpdateProcessor : public KSLChangeProcessor {
   DBUpdater* m_updater;       // not owned
   KSLChangeList* m_history;   // not owned
   std::string m_lastChanged;  // noted already, or not there
+  std::string m_deletedTop;   // deleted last; its contents may still be to come in the list
   std::size_t m_visited = 0;  // changes of the list under way
   std::size_t m_room = 0;     // made in the history for them and not used yet
   std::set<std::string> m_changed;
