@@ -46,10 +46,14 @@ Arguments readArguments(const std::vector<std::string>& words)
 }
 
 // What all types share; a parameter that only a type of its own knows is described by one of its objects.
-const ParamDefinition& describedBy(const ParamDefinition* shared, const std::string& user,
-                                   const std::string& name)
+std::string usage(const std::string& name, const std::string& user)
 {
-  return shared ? *shared : *KSLCoreAPI::instance()->getObjectByPath(user)->getParam(name);
+  const ObjectFactory* factory = ObjectFactory::instance();
+  const auto shared = factory->hasParam(name) ? factory->createParam(name) : nullptr;
+  const ParamDefinition& param =
+      shared ? *shared : *KSLCoreAPI::instance()->getObjectByPath(user)->lookUpParam(name);
+  return "Usage of '" + name + "', default=" + param.getDefaultValue()
+         + ", local type=" + param.getLocalType() + ", remote type=" + param.getRemoteType() + "\n";
 }
 
 std::string parameterText(const std::string& name)
@@ -58,13 +62,7 @@ std::string parameterText(const std::string& name)
   KSLCoreAPI::instance()->getObjectsWithParameter(name, users);
   if (users.empty())
     return "Parameter '" + name + "' not found.\n";
-  const ObjectFactory* factory = ObjectFactory::instance();
-  const auto shared = factory->hasParam(name) ? factory->createParam(name) : nullptr;
-  const ParamDefinition& param = describedBy(shared.get(), users.front().first, name);
-  std::string text = ruler;
-  text.append("Usage of '").append(name).append("', default=").append(param.getDefaultValue());
-  text.append(", local type=").append(param.getLocalType());
-  text.append(", remote type=").append(param.getRemoteType()) += '\n';
+  std::string text = ruler + usage(name, users.front().first);
   for (const auto& [path, value] : users)
     text.append(path).append(", value=").append(value) += '\n';
   return text;
@@ -73,11 +71,12 @@ std::string parameterText(const std::string& name)
 void appendParameters(std::string& text, const char* title, const KSLObject& object, ParamFilter filter)
 {
   text += title;
-  for (const std::string& name : object.getParamNames(filter)) {
-    const ParamDefinition* param = object.getParam(name);
-    text.append("  ").append(name).append(" = ").append(param->getValue());
-    text.append(", default=").append(param->getDefaultValue()) += '\n';
-  }
+  object.forEachParam([&](const ParamDefinition& param) {
+    if (!(filter & (param.isInternal() ? internalParams : externalParams)))
+      return;
+    text.append("  ").append(param.getName()).append(" = ").append(param.getValue());
+    text.append(", default=").append(param.getDefaultValue()) += '\n';
+  });
 }
 
 std::string objectText(const std::string& name)

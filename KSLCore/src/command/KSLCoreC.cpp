@@ -177,7 +177,9 @@ char* getObjectParameterInfo(const char* object, const char* parameter)
 {
   return guarded("getObjectParameterInfo", [&](const Call& call) {
     const std::string name = call.text(parameter, "parameter");
-    return copyOf(describe(*call.getObject(object).getParam(name)));
+    const KSLObject& owner = call.getObject(object);
+    const ParamDefinition* param = owner.lookUpParam(name);
+    return copyOf(describe(param ? *param : *owner.getParam(name)));  // which throws
   });
 }
 
