@@ -129,8 +129,8 @@ TEST_F(SmallActions, GetRulesInfoPrintsWhatTheRulesSay)
 {
   system.actions().registerExecutor("getrulesinfo", new GetRulesInfoExecutor);
   system.run(
-      "MARK: m\nEND\nCUT: c d\nCuts = /CUT:e\nCache = 1\nLABEL: l\nEND\nEND\nCUT: e\nOffset = 1 [m]\n"
-      "Layers = front, back\nEND\nVIEW:\nEND\nA: a\nx = 1\nEND");
+      "CUT: c d\nCuts = /CUT:e\nCache = 1\nLABEL: l\nEND\nEND\nCUT: e\nOffset = 1 [m]\n"
+      "Layers = front, back\nEND\nA: a\nMARK: m\nEND\nEND");
   const std::string stars(32, '*');
   const std::string object = stars
                              + "\nCurrent state of /CUT:c d\nChildren:\n  l\nExternal Parameters:\n"
@@ -143,10 +143,10 @@ TEST_F(SmallActions, GetRulesInfoPrintsWhatTheRulesSay)
       {"name=/CUT:c d", object},
       {"TYPE = Object, Name = CUT:c d", object},
       {"name=\"/CUT:c d/\"", object},
-      {"type=Parameter, name=Colour",
-       stars
-           + "\nUsage of 'Colour', default=green, local type=, remote type=\n/CUT:c d, value=green\n"
-             "/CUT:e, value=green\n/MARK:m, value=red\n"},
+      {"type=Parameter, name=Colour", stars
+                                          + "\nUsage of 'Colour', default=green, local type=, remote "
+                                            "type=\n/A:a/MARK:m, value=red\n/CUT:c d, value=green\n"
+                                            "/CUT:e, value=green\n"},
       {"name=Cuts, type=parameter", stars
                                         + "\nUsage of 'Cuts', default=, local type=Data, remote type=Data\n"
                                           "/CUT:c d, value=/CUT:e\n/CUT:e, value=\n"},

@@ -1,11 +1,15 @@
 // What the host is told of a command's changes.
+#include "database/KSLObject.h"
 #include "database/ObjectDB.h"
 #include "command/KSLUpdateRecorder.h"
 #include "tests/support/TestSystem.h"
 #include "tests/support/thrown.h"
 
 #include <gtest/gtest.h>
+#include <map>
+#include <rapidcheck/gtest.h>
 #include <string>
+#include <vector>
 
 namespace orv {
 namespace {
@@ -145,6 +149,71 @@ TEST(UpdateRecorderOfAHost, KeepsTheLibrarysOut)
       << "of objects that were there only the deletion";
 }
 
+// A host's copy of the database, kept up by the items alone.
+class Mirror {
+ public:
+  void follow(const KSLUpdateInfo* info)
+  {
+    const auto [first, end] = info->getUpdates();
+    for (auto item = first; item != end; ++item) {
+      for (const auto& [path, values] : item->objects)
+        apply(item->type, path, values);
+    }
+  }
+  using Objects = std::map<std::string, KSLUpdateInfo::ParamValues>;
+  Objects objects;
+
+  static Objects database()
+  {
+    Objects all;
+    for (const KSLObject* object : ObjectDB::instance()->getAllObjects()) {
+      object->forEachParam([&](const ParamDefinition& param) {
+        all[object->getPath()][param.getName()] = {param.getValue(), param.hasBeenSet(), param.isInternal()};
+      });
+    }
+    return all;
+  }
+
+ private:
+  void apply(KSLUpdateInfo::UpdateType type, const std::string& path,
+             const KSLUpdateInfo::ParamValues& values)
+  {
+    if (type == KSLUpdateInfo::objectDeleteUpdate)
+      std::erase_if(objects, [&](const auto& entry) { return PathUtils::isSameOrBelow(entry.first, path); });
+    for (const auto& [name, status] : values) {
+      KSLUpdateInfo::ParamValStatus& mirrored = objects[path][name];
+      const bool internal = type == KSLUpdateInfo::paramDeleteUpdate ? mirrored.internal : status.internal;
+      mirrored = {status.value, status.set, internal};
+    }
+  }
+};
+
+RC_GTEST_PROP(UpdateRecorderOfAHost, CanFollowWithoutAsking, ())
+{
+  TestSystem system;
+  system.registerAction("fail", [](const auto&) { throw data::invalid("Test", "fail", "failed"); });
+  KSLCoreAPI::instance()->recordKSLChanges(true);
+  Mirror mirror;
+  const std::vector<std::string> parts = {"A: a\nx = 1\nEND\n",
+                                          "A: a\ny = 2\nB: m\ny = 1\nC: n\nEND\nEND\nEND\n",
+                                          "A: ab\nx =\nEND\n",
+                                          "&replace A: a\nz = 3\nB: m\nEND\nEND\n",
+                                          "> delete /A:a\n",
+                                          "CUT: c\nCache = 1\nOffset = 2 [m]\nMARK: k\nEND\nEND\n",
+                                          "> delete /A:a/B:m\n",
+                                          "CUT: c\nCuts = /CUT:c\nEND\n> delete /A:a, /CUT:c\n",
+                                          "> undo\n",
+                                          "> redo\n",
+                                          "A: a\ny = 9\nEND\n",
+                                          "> fail\n"};
+  const auto command = rc::gen::container<std::vector<std::string>>(rc::gen::elementOf(parts));
+  for (const auto& texts : *rc::gen::container<std::vector<std::vector<std::string>>>(command)) {
+    system.run(StringUtilities::vectorToString(texts, "") + "# end\n");
+    mirror.follow(KSLCoreAPI::instance()->getUpdateInfo());
+    RC_ASSERT(mirror.objects == Mirror::database());
+  }
+}
+
 // By hand, what no command does: deletions that end in another order, or do not happen.
 TEST_F(UpdateRecorder, DeletionsCoverWhatLiesInThem)
 {
@@ -163,8 +232,10 @@ TEST_F(UpdateRecorder, DeletionsCoverWhatLiesInThem)
   recorder.objectDeleteEnd("/A:k/B:m/C:n", nullptr);
   change("/A:k/B:m/C:n");
   EXPECT_EQ(render(&recorder), "2 /A:k/B:m\n");
-  change("/A:k");
   recorder.objectDeleteEnd("/A:k/B:m", object("/A:k/B:m"));
+  object("/A:k/B:m")->setValue("y", "2");
+  recorder.objectDeleteEnd("/A:k/B:m", object("/A:k/B:m"));
+  EXPECT_EQ(render(&recorder), "2 /A:k/B:m\n1 /A:k/B:m x= y=2* z=\n") << "its state, the newest";
   recorder.reset();
   recorder.objectDeleteBegin(object("/A:k"));
   change("/A:ka");
@@ -174,7 +245,7 @@ TEST_F(UpdateRecorder, DeletionsCoverWhatLiesInThem)
   recorder.objectDeleteEnd("/A:k", object("/A:k"));
   change("/A:k");
   EXPECT_EQ(render(&recorder),
-            "2 /A:k\n1 /A:ka y=\n3 /A:ka z=!\n2 /A:l\n1 /A:k/B:m y=1*\n3 /A:k/B:m z=!\n"
+            "2 /A:k\n1 /A:ka y=\n3 /A:ka z=!\n2 /A:l\n1 /A:k/B:m y=2*\n3 /A:k/B:m z=!\n"
             "1 /A:k x=0* y= z=\n3 /A:k z=!\n");
 }
 

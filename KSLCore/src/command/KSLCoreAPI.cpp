@@ -71,11 +71,10 @@ void KSLCoreAPI::startRecording()
   m_recording = true;
 }
 
-// The database may have ended before, and its successor may have another observer.
+// The database may have ended before, and the observer may be another by now.
 void KSLCoreAPI::stopRecording()
 {
-  if (!std::exchange(m_recording, false))
-    return;
+  m_recording = false;
   ObjectDB* database = ObjectDB::current();
   if (database && database->getChangeNotify() == m_recorder.get())
     database->registerChangeNotify(nullptr);
