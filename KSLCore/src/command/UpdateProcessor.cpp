@@ -9,12 +9,22 @@
 
 namespace orv {
 
+namespace {
+
+bool isDeletion(const KSLChange& change)
+{
+  return change.kind == KSLChange::Kind::deleteObject || change.kind == KSLChange::Kind::deleteParam;
+}
+
+}  // namespace
+
 // ------------------------------------------------------------------------------------------------ UpdateProcessor
 
 void UpdateProcessor::process(const KSLChangeList& changes)
 {
   m_history->reserve(changes.size());
   m_visited = 0;
+  m_deletedTop = {};
   m_room = changes.size();
   const ScopeGuard giveBack([this] { m_history->unreserve(m_room); });
   try {
@@ -29,11 +39,21 @@ void UpdateProcessor::process(const KSLChangeList& changes)
 void UpdateProcessor::visit(const KSLChange& change)
 {
   ++m_visited;
+  const bool wentWithTop = isDeletion(change) && isBelowDeletedTop(change);
+  if (!wentWithTop)
+    m_deletedTop = {};
   KSLChange inverse = change.inverse();
   const bool wanted = m_history->adjust(inverse);
   KSLChangeProcessor::visit(change);
   if (wanted)
     record(std::move(inverse));
+  if (!wentWithTop && change.kind == KSLChange::Kind::deleteObject)
+    m_deletedTop = change.path;
+}
+
+bool UpdateProcessor::isBelowDeletedTop(const KSLChange& change) const
+{
+  return !m_deletedTop.empty() && PathUtils::isSameOrBelow(change.path.str(), m_deletedTop.str());
 }
 
 void UpdateProcessor::record(KSLChange&& inverse)
@@ -43,13 +63,14 @@ void UpdateProcessor::record(KSLChange&& inverse)
 }
 
 // The database deletes a subtree with its top, while the list names the contents one by one behind it. When that
-// deletion fails half-way, nobody knows what has gone: the inverses of all of it are recorded, for replays pass over
-// what is there.
+// deletion fails half-way, nobody knows what has gone, and when something fails behind it, all has: the inverses of
+// all of it are recorded, for replays pass over what is there.
 void UpdateProcessor::recordFailedDeletion(const KSLChangeList& changes)
 {
-  if (m_visited == 0 || changes[m_visited - 1].kind != KSLChange::Kind::deleteObject)
+  if (m_visited == 0
+      || (m_deletedTop.empty() && changes[m_visited - 1].kind != KSLChange::Kind::deleteObject))
     return;
-  const SharedText top = changes[m_visited - 1].path;
+  const SharedText top = m_deletedTop.empty() ? changes[m_visited - 1].path : m_deletedTop;
   for (std::size_t i = m_visited - 1; i < changes.size(); ++i) {
     if (!PathUtils::isSameOrBelow(changes[i].path.str(), top.str()))
       return;
