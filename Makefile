@@ -5,7 +5,7 @@ JOBS ?= $(shell nproc)
 FUZZ_SECONDS ?= 30
 BENCH_ARGS ?=
 EXAMPLES = $(sort $(wildcard examples/*.ksl))
-CXX_FILES = git ls-files -z '*.h' '*.cpp'
+CXX_FILES = git ls-files -z '*.h' '*.c' '*.cpp'
 
 .PHONY: build run test sanitize check layers headers format-check tidy format bench fuzz clean help
 
@@ -47,7 +47,7 @@ tidy:
 	@$(if $(TIDY_FILES),printf '%s\n' $(TIDY_FILES),git ls-files '*.cpp' ':!fuzz' ':!bench') | \
 	  xargs -rt -P$(JOBS) -n1 clang-tidy --quiet -p build/dev --extra-arg=-Wno-unknown-warning-option
 
-format:        ## format all tracked C++ files
+format:        ## format all tracked C and C++ files
 	@tools/setup.sh check
 	$(CXX_FILES) | xargs -0r clang-format -i
 

@@ -9,6 +9,7 @@
 #include "command/KSLCoreAPI.h"
 #include "command/KSLInterface.h"
 #include "actions/DeleteExecutor.h"
+#include "actions/GetRulesInfoExecutor.h"
 #include "actions/GetStateExecutor.h"
 #include "actions/RedoExecutor.h"
 #include "actions/UndoExecutor.h"
@@ -83,6 +84,7 @@ void Host::registerActions()
   m_actions.registerExecutor("redo", std::make_unique<orv::RedoExecutor>(&m_executive));
   m_actions.registerExecutor("getstate", std::make_unique<orv::GetStateExecutor>());
   m_actions.registerExecutor("s", std::make_unique<orv::GetStateExecutor>());
+  m_actions.registerExecutor("getrulesinfo", std::make_unique<orv::GetRulesInfoExecutor>());
   m_actions.registerExecutor("delete", std::make_unique<orv::DeleteExecutor>());
   m_actions.registerExecutor("setViewportView", std::make_unique<ViewExecutor>());
 }

@@ -4,6 +4,7 @@
 #include "database/ObjectFactory.h"
 #include "actions/DeleteExecutor.h"
 #include "actions/DeletionFilterIF.h"
+#include "actions/GetRulesInfoExecutor.h"
 #include "actions/GetStateExecutor.h"
 #include "actions/RedoExecutor.h"
 #include "actions/UndoExecutor.h"
@@ -44,11 +45,11 @@ TEST_F(SmallActions, CheckTheirWords)
   RedoExecutor redo(&system.executive());
   GetStateExecutor getState;
   DeleteExecutor deletion;
-  const std::pair<ActionExecutor*, const char*> all[] = {{&update, "UpdateExecutor"},
-                                                         {&undo, "UndoExecutor"},
-                                                         {&redo, "RedoExecutor"},
-                                                         {&getState, "GetStateExecutor"},
-                                                         {&deletion, "DeleteExecutor"}};
+  GetRulesInfoExecutor getRulesInfo;
+  const std::pair<ActionExecutor*, const char*> all[] = {
+      {&update, "UpdateExecutor"},   {&undo, "UndoExecutor"},
+      {&redo, "RedoExecutor"},       {&getState, "GetStateExecutor"},
+      {&deletion, "DeleteExecutor"}, {&getRulesInfo, "GetRulesInfoExecutor"}};
   for (const auto& [executor, name] : all) {
     ActionExecutor* const one = executor;
     EXPECT_EQ(thrown<internal::badParam>([&] { one->invoke({}); }),
@@ -122,6 +123,56 @@ TEST_F(SmallActions, GetStatePrintsAnObject)
             std::vector{ErrorMsg("ObjectDB", "getState", "Object '/A:none' does not exist.", 8)});
   EXPECT_EQ(printed("> s a"), "");
   EXPECT_EQ(system.errors(), "error[4] ObjectDB::getObjectByName: Object name a is ambiguous.");
+}
+
+TEST_F(SmallActions, GetRulesInfoPrintsWhatTheRulesSay)
+{
+  system.actions().registerExecutor("getrulesinfo", new GetRulesInfoExecutor);
+  system.run(
+      "CUT: c d\nCuts = /CUT:e\nCache = 1\nLABEL: l\nEND\nEND\nCUT: e\nOffset = 1 [m]\n"
+      "Layers = front, back\nEND\nA: a\nMARK: m\nEND\nEND");
+  const std::string stars(32, '*');
+  const std::string object = stars
+                             + "\nCurrent state of /CUT:c d\nChildren:\n  l\nExternal Parameters:\n"
+                               "  Colour = green, default=green\n  Cuts = /CUT:e, default=\n"
+                               "  Layers = front, default=front\n  Normal = 0, 0, 1, default=0, 0, 1\n"
+                               "  Offset = 0 [mm], default=0 [mm]\n  Option = Plane, default=Plane\n"
+                               "  Radius = 1 [m], default=1 [m]\n  Visible = True, default=True\n"
+                               "Internal Parameters:\n  Cache = 1, default=\n";
+  const std::pair<const char*, std::string> cases[] = {
+      {"name=/CUT:c d", object},
+      {"TYPE = Object, Name = CUT:c d", object},
+      {"name=\"/CUT:c d/\"", object},
+      {"type=Parameter, name=Colour", stars
+                                          + "\nUsage of 'Colour', default=green, local type=, remote "
+                                            "type=\n/A:a/MARK:m, value=red\n/CUT:c d, value=green\n"
+                                            "/CUT:e, value=green\n"},
+      {"name=Cuts, type=parameter", stars
+                                        + "\nUsage of 'Cuts', default=, local type=Data, remote type=Data\n"
+                                          "/CUT:c d, value=/CUT:e\n/CUT:e, value=\n"},
+      {"type=parameter, name=Layers",
+       stars + "\nUsage of 'Layers', default=front, local type=, remote type=\n/CUT:c d, value=front\n"},
+      {"type=parameter, name=Normal", "Parameter 'Normal' not found.\n"},
+  };
+  for (const auto& [arguments, text] : cases)
+    EXPECT_EQ(printed(std::string("> getrulesinfo ") + arguments), text) << arguments;
+  EXPECT_EQ(system.errors(), "");
+
+  const std::pair<const char*, const char*> refusals[] = {
+      {"/CUT:e", "Syntax error: getrulesinfo [type=object*|parameter] name=objectname"},
+      {"name=/CUT:e, Kind=a", "Invalid parameter in getrulesinfo: 'kind'."},
+      {"type=none", "Syntax error: getrulesinfo name must be specified."},
+      {"type=object, name=", "Syntax error: getrulesinfo name must be specified."},
+      {"name=/CUT:e, type=rule", "Syntax error: getrulesinfo type can be object or parameter."},
+      {"name=a", "getrulesinfo: object a does not exist."},
+  };
+  for (const auto& [arguments, message] : refusals) {
+    EXPECT_EQ(printed(std::string("> getrulesinfo ") + arguments), "");
+    EXPECT_EQ(system.errorList(), std::vector{ErrorMsg("GetRulesInfoExecutor", "invoke", message, 4)});
+  }
+  GetRulesInfoExecutor executor;
+  EXPECT_EQ(thrown<ksl::invalid>([&] { executor.invoke({"getrulesinfo"}); }).getMessage(),
+            "Syntax error: getrulesinfo name must be specified.");
 }
 
 // ------------------------------------------------------------------------------------------------------------- delete

@@ -3,11 +3,12 @@
 // one error is reported, and undo and redo are what they were.
 //
 // An executable of its own, because it replaces the allocation functions.
-#include "database/DBChangeNotify.h"
 #include "database/DataKSLObject.h"
 #include "database/ObjectDB.h"
 #include "database/ObjectFactory.h"
 #include "database/PrototypeEditor.h"
+#include "command/KSLCoreC.h"
+#include "command/KSLUpdateRecorder.h"
 #include "tests/support/Model.h"
 #include "tests/support/TestSystem.h"
 
@@ -145,14 +146,34 @@ struct FragileType {
   FragileType() { KSLObject::registerBaseTypeWithFactory("FragileObject", new FragileObject); }
 };
 
-// Watches the database, and fails on request.
-class FragileObserver : public DBChangeNotify {
+// Records what it hears of the database, and fails on request.
+class FragileObserver : public KSLUpdateRecorder {
  public:
-  void paramChanged(const KSLObject*, const ParamDefinition*) override { failAt(FaultKind::observer); }
-  void paramDeleted(const KSLObject*, const std::string&) override { failAt(FaultKind::observer); }
-  void objectAdded(const KSLObject*) override { failAt(FaultKind::observer); }
-  void objectDeleteBegin(const KSLObject*) override { failAt(FaultKind::observer); }
-  void objectDeleteEnd(const std::string&, const KSLObject*) override { failAt(FaultKind::observer); }
+  void paramChanged(const KSLObject* object, const ParamDefinition* param) override
+  {
+    failAt(FaultKind::observer);
+    KSLUpdateRecorder::paramChanged(object, param);
+  }
+  void paramDeleted(const KSLObject* object, const std::string& name) override
+  {
+    failAt(FaultKind::observer);
+    KSLUpdateRecorder::paramDeleted(object, name);
+  }
+  void objectAdded(const KSLObject* object) override
+  {
+    failAt(FaultKind::observer);
+    KSLUpdateRecorder::objectAdded(object);
+  }
+  void objectDeleteBegin(const KSLObject* object) override
+  {
+    failAt(FaultKind::observer);
+    KSLUpdateRecorder::objectDeleteBegin(object);
+  }
+  void objectDeleteEnd(const std::string& path, const KSLObject* object) override
+  {
+    const ScopeGuard record([&] { KSLUpdateRecorder::objectDeleteEnd(path, object); });
+    failAt(FaultKind::observer);
+  }
 };
 
 struct Scenario {
@@ -369,6 +390,29 @@ TEST_P(FaultSweepTest, LeavesNoTraceOrNoError)
   }
   RecordProperty("faults", std::to_string(met));
   EXPECT_GT(met, 0U) << "nothing was ever made to fail";
+}
+
+// A program in C hears of a lack of memory like of anything else: never by an exception.
+TEST(FaultSweep, CFunctionsFailByReportAlone)
+{
+  const FragileType type;
+  TestSystem system(rules);
+  system.run(tree);
+  const auto ask = [] { return getObjectParameterInfo("/A:a/B:b/A:deep", "Colour"); };
+  freeKSLText(ask());
+  unsigned long n = 0;
+  for (bool met = true; met;) {
+    trap = {FaultKind::allocation, ++n};
+    char* const text = ask();
+    met = trap.left == 0;
+    trap = {};
+    EXPECT_EQ(text == nullptr, met) << n;
+    EXPECT_EQ(
+        system.errors(),
+        met ? "error[1] KSLInterface::getObjectParameterInfo: Operation failed. Insufficient memory." : "");
+    freeKSLText(text);
+  }
+  EXPECT_GT(n, 2U);
 }
 
 // An object by itself, without the journal that takes back what a failed command has done.

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 #include <sstream>
+#include <tuple>
 
 namespace {
 
@@ -49,19 +50,24 @@ TEST_P(DocsTest, TextsGiveTheStatesShown)
 
 INSTANTIATE_TEST_SUITE_P(Docs, DocsTest, testing::Values("README.md", "docs/language.md"));
 
-// The C++ in the documents is cut from a program that EmbedTest builds and runs.
+// The C++ and C in the documents are cut from programs that other tests build and run.
 TEST(Docs, CodeIsTheExample)
 {
-  const std::string example = readFile(sourceDir() + "/examples/embed/minimal.cpp");
-  for (const char* document : {"README.md", "docs/embedding.md"}) {
+  const std::tuple<const char*, const char*, const char*> cases[] = {
+      {"README.md", "cpp", "minimal.cpp"},
+      {"docs/embedding.md", "cpp", "minimal.cpp"},
+      {"docs/embedding.md", "c", "query.c"},
+  };
+  for (const auto& [document, language, program] : cases) {
+    const std::string example = readFile(sourceDir() + "/examples/embed/" + program);
     int compared = 0;
     for (const Block& block : blocksOf(document)) {
-      if (block.language != "cpp")
+      if (block.language != language)
         continue;
       EXPECT_NE(example.find(block.text), std::string::npos) << document << ":" << block.line;
       ++compared;
     }
-    EXPECT_GT(compared, 0) << document;
+    EXPECT_GT(compared, 0) << document << " " << language;
   }
 }
 

@@ -1,13 +1,21 @@
 // The library's front door.
 #pragma once
 
+#include "platform/ORVUnits.h"
 #include "platform/ORVUtilities.h"
 #include "command/KSLUpdateMode.h"
 
+#include <map>
+#include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace orv {
+
+class KSLObject;
+class KSLUpdateInfo;
+class KSLUpdateRecorder;
 
 // Observers attach for the notifications of command processing:
 //    0  a text begins (nested ones too)          1  it is done, well or not
@@ -50,14 +58,90 @@ class ORV_API KSLCoreAPI : public ObserverSubject {
   // As Executive::forceUpdate.
   void forceUpdate(const std::vector<std::string>& names);
 
+  // ---- What a command changed
+
+  // Begins or ends the recording of changes, in the place of the database's one observer (throws as
+  // ObjectDB::registerChangeNotify when the host has its own; then nothing is changed and a later call may
+  // succeed). Begin before the first command: objects that are there already keep silent about their
+  // parameters. Once ended, recording cannot be switched on again for the life of this core API, on purpose;
+  // calls that change nothing do nothing.
+  void recordKSLChanges(bool on);
+  // The changes of the outermost processKSL that began last, and of what was done outside any since; null
+  // when nothing is recorded. Owned here; the pointer holds as long as this core API, also after recording
+  // has ended.
+  KSLUpdateInfo* getUpdateInfo() const;
+
+  // ---- Queries; nothing is changed by them
+  //
+  // Failures are data::invalid of class "KSLCoreAPI", type 4, "Input parameter %s is empty." with the name of
+  // the argument. What the database and the factory throw passes through. Pointers to objects hold until the
+  // object is deleted. Costs are those of the operations that are named.
+
+  // As ObjectDB::hasObject: a text with a leading "/" is a path, any other the name of a top-level object.
+  bool hasObject(const std::string& path) const;
+  // False, too, when no object has the path. For an empty path or parameter ("p_path", "p_param") the function
+  // is "getObjectParamHasParamByPath", on purpose.
+  bool hasObjectGotParam(const std::string& path, const std::string& param) const;
+  // Whether the text names an object, as hasObject does; a name is replaced by the path of its object.
+  bool toValidatedPath(std::string& path) const;
+
+  KSLObject* getObjectByPath(const std::string& path) const;     // null when there is none
+  KSLObject* getTopObjectByName(const std::string& name) const;  // as ObjectDB::getObjectByName
+
+  // Top-level objects of the type, both.
+  std::vector<KSLObject*> getObjectsByType(const std::string& type) const;
+  std::vector<KSLObject*> getTopObjectsByType(const std::string& type) const;
+  std::vector<KSLObject*> getChildObjectsByType(const std::string& parentPath, const std::string& type) const;
+  // In the whole database, in path order; the next two among top-level objects, and among children.
+  std::vector<KSLObject*> getObjectsByCategory(const std::string& category) const;
+  std::vector<KSLObject*> getTopObjectsByCategory(const std::string& category) const;
+  std::vector<KSLObject*> getChildObjectsByCategory(const std::string& parentPath,
+                                                    const std::string& category) const;
+  // (path, value) of every object that has the parameter, in path order; list values are left out, as
+  // ObjectDB does.
+  void getObjectsWithParameter(const std::string& paramName,
+                               std::vector<std::pair<std::string, std::string>>& results) const;
+
+  // State text of the object with all below it: all parameters, or the external ones alone. Empty when there
+  // is no such object. For an empty path ("p_path") the function is "getObjectKSL" of both, on purpose.
+  std::string getObjectKSL(const std::string& path) const;
+  std::string getObjectExternalKSL(const std::string& path) const;
+  // As ObjectDB::getState, of a list of paths or names, or of one text that holds the list.
+  std::string getState(const std::vector<std::string>& paths) const;
+  std::string getState(const std::string& paths) const;
+
+  // As KSLObject::getParams: the external parameters. Empty when no object has the path.
+  std::map<std::string, std::string> getObjectParamsByPath(const std::string& path,
+                                                           UnitSystemTypes::UnitsType units,
+                                                           bool difference) const;
+  // Name to rule default of a type's parameters, in the units asked for as KSLObject::getParams has them;
+  // empty for an unknown type.
+  std::map<std::string, std::string> getParamsForObjectType(const std::string& type,
+                                                            UnitSystemTypes::UnitsType units,
+                                                            bool externalOnly = true) const;
+
+  // What is known; each in name order.
+  std::vector<std::string> getCategories() const;
+  std::vector<std::string> getObjectTypes() const;
+  std::vector<std::string> getParamTypes() const;
+
+  // As ObjectFactory::createObject: the object is its caller's and not in the database.
+  std::unique_ptr<KSLObject> createObject(const std::string& parentPath, const std::string& type,
+                                          const std::string& name) const;
+  std::unique_ptr<KSLObject> createObject(const std::string& type, const std::string& name) const;
+
  private:
   KSLCoreAPI();
   ~KSLCoreAPI() override;
   void beginParseKSL();
   void endParseKSL();
+  void startRecording();
+  void stopRecording();
 
   kslUpdateMode m_externalMode = kslUpdateDefault;
-  int m_parseCount = 0;  // processKSL calls under way
+  std::unique_ptr<KSLUpdateRecorder> m_recorder;  // once made it stays: readers may hold it
+  bool m_recording = false;                       // the recorder observes the database
+  int m_parseCount = 0;                           // processKSL calls under way
 };
 
 }  // namespace orv

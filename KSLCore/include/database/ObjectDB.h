@@ -103,6 +103,7 @@ class ORV_API ObjectDB {
   // takes it away from the objects too. A second one throws internal::error "Attempt to register
   // DBChangeNotify when one is already registered.".
   void registerChangeNotify(DBChangeNotify* observer);
+  DBChangeNotify* getChangeNotify() const { return m_changeNotify; }  // null without one
 
  private:
   class DeleteGuard;

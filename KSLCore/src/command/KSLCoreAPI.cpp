@@ -1,7 +1,9 @@
 #include "command/KSLCoreAPI.h"
 
 #include "platform/ORVError.h"
+#include "database/ObjectDB.h"
 #include "command/KSLInterface.h"
+#include "command/KSLUpdateRecorder.h"
 
 namespace orv {
 
@@ -24,10 +26,16 @@ void KSLCoreAPI::destroyInstance()
 }
 
 KSLCoreAPI::KSLCoreAPI() = default;
-KSLCoreAPI::~KSLCoreAPI() = default;
+
+KSLCoreAPI::~KSLCoreAPI()
+{
+  stopRecording();
+}
 
 void KSLCoreAPI::processKSL(const std::string& text, kslUpdateMode mode)
 {
+  if (m_parseCount == 0 && m_recorder)
+    m_recorder->reset();
   if (text.empty())
     throw internal::badParam("KSLCoreAPI", "processKSL", _("Input parameter %s is empty.", "p_KSLStr"));
   const ScopeGuard end([this] { endParseKSL(); });
@@ -45,6 +53,36 @@ void KSLCoreAPI::endParseKSL()
 {
   --m_parseCount;
   notify(parseEnd);
+}
+
+void KSLCoreAPI::recordKSLChanges(bool on)
+{
+  if (!on)
+    stopRecording();
+  else if (!m_recorder)
+    startRecording();
+}
+
+void KSLCoreAPI::startRecording()
+{
+  auto recorder = std::make_unique<KSLUpdateRecorder>();
+  ObjectDB::instance()->registerChangeNotify(recorder.get());
+  m_recorder = std::move(recorder);
+  m_recording = true;
+}
+
+// The database may have ended before, and the observer may be another by now.
+void KSLCoreAPI::stopRecording()
+{
+  m_recording = false;
+  ObjectDB* database = ObjectDB::current();
+  if (database && database->getChangeNotify() == m_recorder.get())
+    database->registerChangeNotify(nullptr);
+}
+
+KSLUpdateInfo* KSLCoreAPI::getUpdateInfo() const
+{
+  return m_recording ? m_recorder.get() : nullptr;
 }
 
 void KSLCoreAPI::setValidationEnabled(bool on)

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "platform/ORVKSLAPI.h"
+#include "platform/ORVUtilities.h"
 
 #include <set>
 #include <string>
@@ -48,6 +49,7 @@ class UpdateProcessor : public KSLChangeProcessor {
   void forget(const std::string& deletedPath);
   void noteChanged(const std::string& path);
   void record(KSLChange&& inverse);
+  bool isBelowDeletedTop(const KSLChange& change) const;
   void recordFailedDeletion(const KSLChangeList& changes);
 
   DBUpdater* m_updater;       // not owned
@@ -55,6 +57,7 @@ class UpdateProcessor : public KSLChangeProcessor {
   std::string m_lastChanged;  // noted already, or not there
   std::string m_deletedTop;   // deleted last; its contents may still be to come in the list
   std::size_t m_visited = 0;  // changes of the list under way
+  SharedText m_deletedTop;    // deleted, while the list names what went with it; else empty
   std::size_t m_room = 0;     // made in the history for them and not used yet
   std::set<std::string> m_changed;
   std::vector<Waiting> m_waiting;  // in the order reported
