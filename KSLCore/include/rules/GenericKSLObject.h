@@ -66,6 +66,8 @@ class ORV_API GenericKSLObject : public DataKSLObject, public SchedulerOwner {
   SchedulerObject* getSchedulerObject(const std::string& schedulerType) const override;
   // Null instead of the exception.
   SchedulerObject* findSchedulerObject(std::string_view schedulerType) const noexcept;
+  // All of them, in the order of their types; none before the initialisation.
+  const std::vector<SchedulerObject>& getSchedulers() const noexcept { return m_schedulers; }
 
   KSLObject* clone() const override;
   // Makes the schedulers, joins them along the scheduler links and marks them all as pending; default values

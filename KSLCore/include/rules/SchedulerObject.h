@@ -31,6 +31,10 @@ class ORV_API SchedulerOwner {
 class ORV_API SchedulerTrace {
  public:
   virtual ~SchedulerTrace();
+  // A parameter whose Local Type is this scheduler's was set, or got other links: the reason why the scheduler
+  // is marked next (at the end of a batch of changes: by then others may have marked it). Passed over unless
+  // overridden.
+  virtual void parameterSet(const SchedulerObject& scheduler, const std::string& parameter) noexcept;
   // A clean scheduler became pending: by itself (null), or as a child of another that was marked.
   virtual void marked(const SchedulerObject& scheduler, const SchedulerObject* by) noexcept = 0;
   // A calculation ended, well or not. Not told when it destroyed its own scheduler.
@@ -102,6 +106,7 @@ class ORV_API SchedulerObject {
 
   // Not owned; null, as at start, tells nobody. Returns the previous one.
   static SchedulerTrace* setTrace(SchedulerTrace* trace) noexcept;
+  static SchedulerTrace* getTrace() noexcept { return s_trace; }
 
  private:
   // INVARIANTS, between any two statements that others can see:

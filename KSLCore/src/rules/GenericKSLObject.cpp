@@ -250,6 +250,8 @@ void GenericKSLObject::setLocalPending(const ParamDefinition& param)
   SchedulerObject* scheduler = findSchedulerObject(param.getLocalType());
   if (!scheduler)
     return;
+  if (SchedulerTrace* trace = SchedulerObject::getTrace())
+    trace->parameterSet(*scheduler, param.getName());
   const auto index = static_cast<std::size_t>(scheduler - m_schedulers.data());
   if (LinkBatch::current() && index < 64)
     LinkBatch::noteOf(*this).toMark |= std::uint64_t(1) << index;

@@ -22,6 +22,8 @@ std::uint64_t SchedulerObject::s_search = 0;
 
 SchedulerTrace::~SchedulerTrace() = default;
 
+void SchedulerTrace::parameterSet(const SchedulerObject&, const std::string&) noexcept {}
+
 SchedulerObject::SchedulerObject(const std::string& name, KSLObject* owner, const std::string& type)
     : SchedulerObject(name, owner, SharedText(type))
 {}
