@@ -1,56 +1,18 @@
 #include "RunCommand.h"
 
 #include "platform/ORVError.h"
-#include "platform/ORVSystem.h"
 #include "platform/ORVUtilities.h"
 #include "database/ObjectDB.h"
 #include "command/KSLCoreAPI.h"
-#include "command/KSLInterface.h"
-#include "ErrorPrinter.h"
-#include "Host.h"
+#include "command/KSLUpdateInfo.h"
 #include "Trace.h"
 
-#include <algorithm>
-#include <cstdio>
+#include <chrono>
 #include <iostream>
 #include <optional>
 #include <utility>
 
 namespace {
-
-using Lines = std::vector<std::string>;
-
-Lines splitLines(const std::string& text)
-{
-  Lines lines = orv::StringUtilities::stringToVector(text, '\n');
-  for (std::string& line : lines)
-    if (!line.empty() && line.back() == '\r')
-      line.pop_back();
-  return lines;
-}
-
-Lines readStandardInput()
-{
-  std::string text;
-  char buffer[1 << 16];
-  while (const std::size_t count = std::fread(buffer, 1, sizeof buffer, stdin))
-    text.append(buffer, count);
-  if (std::ferror(stdin))
-    throw orv::file::error("ksl", "readStandardInput",
-                           orv::_("Cannot read standard input: %s.", orv::Error::getSystemError()));
-  return splitLines(text);
-}
-
-bool isBlank(const Lines& lines)
-{
-  return std::all_of(lines.begin(), lines.end(), [](const std::string& line) { return line.empty(); });
-}
-
-void flushOutput()
-{
-  if (!std::cout.flush())
-    throw orv::file::error("ksl", "flushOutput", orv::_("Cannot write to standard output."));
-}
 
 // As "> getstate" finds objects, and with its warning.
 const orv::KSLObject* findObject(const std::string& pathOrName)
@@ -72,53 +34,38 @@ RunCommand::RunCommand(Options options) : m_options(std::move(options)) {}
 
 int RunCommand::run()
 {
-  ErrorPrinter printer;
-  orv::ErrorProgressReporter* reporter = orv::ErrorProgressReporter::instance();
-  try {
-    runReported(printer);
-  } catch (const orv::Error& error) {
-    reporter->reportError(error);
-  } catch (const std::exception& exception) {
-    reporter->reportError(orv::ErrorMsg("ksl", "run", exception.what(), orv::errorType::system));
-  }
-  return printer.errorCount() > 0 ? 1 : 0;
+  return runWithTexts(m_options.input, [this](const Texts& texts) {
+    enter(texts);
+    printState();
+  });
 }
 
-void RunCommand::runReported(ErrorPrinter& printer) const
+void RunCommand::enter(const Texts& texts) const
 {
-  printer.setTracing(m_options.traceErrors);
-  const Host host(m_options.libraries);
-  std::optional<NotificationTrace> trace;
+  std::optional<NotificationTrace> notifications;
   if (m_options.traceNotifications)
-    trace.emplace();
-  const std::vector<Lines> commands = readCommands();
-  enter(commands);
-  printState();
-  flushOutput();
+    notifications.emplace();
+  std::optional<GraphTrace> graph;
+  if (m_options.traceGraph || m_options.timings)
+    graph.emplace(m_options.traceGraph);
+  if (m_options.traceChanges || m_options.timings)
+    orv::KSLCoreAPI::instance()->recordKSLChanges(true);
+  for (const Lines& text : texts)
+    enterWatched(text, graph ? &*graph : nullptr);
 }
 
-std::vector<Lines> RunCommand::readCommands() const
+void RunCommand::enterWatched(const Lines& text, GraphTrace* graph) const
 {
-  std::vector<Lines> commands;
-  for (const std::string& file : m_options.files)
-    commands.push_back(file == "-" ? readStandardInput() : orv::ORVFile::readLines(file));
-  for (const std::string& text : m_options.texts)
-    commands.push_back(splitLines(text));
-  // An empty file says nothing; the library takes an empty text for a slip of its caller.
-  commands.erase(std::remove_if(commands.begin(), commands.end(), isBlank), commands.end());
-  return commands;
-}
-
-void RunCommand::enter(const std::vector<Lines>& commands) const
-{
-  orv::KSLCoreAPI* api = orv::KSLCoreAPI::instance();
-  api->setExternalKslUpdateMode(m_options.updateMode);
-  api->setValidationEnabled(m_options.validate);
-  for (const Lines& command : commands) {
-    api->externalProcessKSL(command);
-    if (const std::size_t changes = orv::KSLInterface::instance()->getLastRecoverySize())
-      std::cerr << "rolled back " << changes << " changes\n";
-  }
+  using Clock = std::chrono::steady_clock;
+  const Clock::time_point start = Clock::now();
+  enterText(text);
+  const std::chrono::duration<double> time = Clock::now() - start;
+  const orv::KSLUpdateInfo* changes = orv::KSLCoreAPI::instance()->getUpdateInfo();
+  if (m_options.traceChanges)
+    printChanges(*changes);
+  if (m_options.timings)
+    std::cerr << orv::_("%d changed, %d recalculated, %s\n", countChanges(*changes),
+                        graph->takeCalculations(), millisecondsText(time.count()));
 }
 
 void RunCommand::printState() const

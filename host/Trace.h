@@ -1,9 +1,20 @@
-// Shows what the library notifies its observers of.
+// Shows what goes on in the library, on standard error.
 #pragma once
 
 #include "platform/ORVUtilities.h"
+#include "rules/SchedulerObject.h"
 
-// Writes "notify N" to standard error for each notification of KSLCoreAPI. Attached while it lives.
+#include <cstddef>
+#include <string>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+namespace orv {
+class KSLUpdateInfo;
+}
+
+// Writes "notify N" for each notification of KSLCoreAPI. Attached while it lives.
 class NotificationTrace : public orv::Observer {
  public:
   NotificationTrace();
@@ -12,3 +23,39 @@ class NotificationTrace : public orv::Observer {
   NotificationTrace& operator=(const NotificationTrace&) = delete;
   void update(orv::ObserverSubject* subject, int type) override;
 };
+
+// Counts calculations and, when it prints, writes "calculated PATH (TYPE): REASONS; N ms" for each. Reasons are
+// "new" alone for a new object, else "parameter NAME" for each that was set, "parent PATH (TYPE)" when the
+// scheduler was marked by that one, and "request" when it was marked without either. Set while it lives.
+class GraphTrace : public orv::SchedulerTrace {
+ public:
+  explicit GraphTrace(bool printing);
+  ~GraphTrace() override;
+  GraphTrace(const GraphTrace&) = delete;
+  GraphTrace& operator=(const GraphTrace&) = delete;
+
+  // Those since the last call.
+  std::size_t takeCalculations() { return std::exchange(m_calculations, 0); }
+
+  void parameterSet(const orv::SchedulerObject& scheduler, const std::string& parameter) noexcept override;
+  void marked(const orv::SchedulerObject& scheduler, const orv::SchedulerObject* by) noexcept override;
+  void calculated(const orv::SchedulerObject& scheduler, double seconds) noexcept override;
+
+ private:
+  void addReason(const orv::SchedulerObject& scheduler, std::string reason);
+
+  bool m_printing;
+  std::size_t m_calculations = 0;
+  // Of those that are to be calculated. Entries of schedulers that ended before they were may stay: one made
+  // later at the same address begins as new.
+  std::unordered_map<const orv::SchedulerObject*, std::vector<std::string>> m_reasons;
+  orv::SchedulerTrace* m_former;
+};
+
+// What the last command did: "value PATH NAME = TEXT", "deleted PATH", "removed PATH NAME", in the order in
+// which it happened; what happened in a row is in path and name order. A new object tells all its parameters.
+void printChanges(const orv::KSLUpdateInfo& changes);
+// The number of lines that printChanges writes, and one for each new object without parameters.
+std::size_t countChanges(const orv::KSLUpdateInfo& changes);
+
+std::string millisecondsText(double seconds);

@@ -316,13 +316,13 @@ TEST(Run, WrongUsage)
   const std::pair<Arguments, std::string> cases[] = {
       {{}, "A subcommand is required"},
       {{"fly"}, "A subcommand is required"},
-      {{"run", "--timings"}, "The following argument was not expected: --timings"},
-      {{"run", "--trace", "notify,foo"}, "--trace: 'foo' is none of notify, errors"},
-      {{"run", "--trace=changes"}, "--trace: 'changes' cannot be traced yet"},
-      {{"run", "--trace", "errors,graph"}, "--trace: 'graph' cannot be traced yet"},
+      {{"run", "--svg"}, "The following argument was not expected: --svg"},
+      {{"run", "--trace", "notify,foo"}, "--trace: 'foo' is none of notify, changes, errors, graph"},
       {{"run", "--update-mode", "often"}, "--update-mode: 'often' is none of at-end, default, no-action"},
       {{"run", "--library", "a,b"}, "--library: a path must not be empty or hold a ','"},
       {{"run", "-e"}, "-e: 1 required TEXT missing"},
+      {{"graph", "--library", ""}, "--library: a path must not be empty or hold a ','"},
+      {{"graph", "--svg", "--dot"}, "--dot excludes --svg"},
   };
   for (const auto& [arguments, message] : cases)
     EXPECT_EQ(ksl(arguments), (Outcome{2, "", message + "\nRun with --help for more information.\n"}));

@@ -1,0 +1,28 @@
+// What all subcommands have in common: texts are entered into the library while it is up.
+#pragma once
+
+#include "command/KSLUpdateMode.h"
+
+#include <functional>
+#include <string>
+#include <vector>
+
+struct TextOptions {
+  std::vector<std::string> files;  // "-" is standard input
+  std::vector<std::string> texts;  // entered after the files
+  std::vector<std::string> libraries;
+  orv::kslUpdateMode updateMode = orv::kslUpdateDefault;
+  bool validate = false;
+  bool traceErrors = false;
+};
+
+using Lines = std::vector<std::string>;
+using Texts = std::vector<Lines>;
+
+// Brings the library up, reads all texts and gives them to `work`, which is to enter them. What work leaves on
+// std::cout is written. Returns the exit status: 0, or 1 when an error was reported. Faulty RULES, and files
+// that cannot be read, are reported before work begins, and end the run.
+int runWithTexts(const TextOptions& options, const std::function<void(const Texts&)>& work);
+
+// Enters a text as one command; one that fails is taken back, which is told.
+void enterText(const Lines& text);
