@@ -10,6 +10,7 @@
 #include "command/KSLCoreAPI.h"
 #include "command/KSLInterface.h"
 #include "actions/DeleteExecutor.h"
+#include "actions/ForceUpdateExecutor.h"
 #include "actions/GetRulesInfoExecutor.h"
 #include "actions/GetStateExecutor.h"
 #include "actions/RedoExecutor.h"
@@ -86,6 +87,8 @@ void Host::registerActions()
   m_actions.registerExecutor("redo", std::make_unique<orv::RedoExecutor>(&m_executive));
   m_actions.registerExecutor("getstate", std::make_unique<orv::GetStateExecutor>());
   m_actions.registerExecutor("s", std::make_unique<orv::GetStateExecutor>());
+  m_actions.registerExecutor("forceupdate", std::make_unique<orv::ForceUpdateExecutor>(&m_executive));
+  m_actions.registerExecutor("fu", std::make_unique<orv::ForceUpdateExecutor>(&m_executive));
   m_actions.registerExecutor("getrulesinfo", std::make_unique<orv::GetRulesInfoExecutor>());
   m_actions.registerExecutor("delete", std::make_unique<orv::DeleteExecutor>());
   m_actions.registerExecutor("setViewportView", std::make_unique<ViewExecutor>());

@@ -63,7 +63,8 @@ TEST(Watch, WhatIsRecalculatedAndWhy)
 {
   EXPECT_EQ(watch({"--trace=graph"}, onTower({"BOX: b\n  Size = 7\nEND",
                                               "BOX: a\n  Size = 8\nEND\nBOX: c\n  Size = 8\n  On = b\nEND",
-                                              "NOTE: n\n  Text = new\nEND", "> delete a"})),
+                                              "NOTE: n\n  Text = new\nEND", "> delete a",
+                                              "BOX: c\n  On = d\nEND\nBOX: d\nEND", "> forceupdate d"})),
             (Outcome{0, "",
                      "calculated /BOX:a (Make): new; N ms\ncalculated /BOX:a (Paint): new; N ms\n"
                      "calculated /BOX:b (Make): new; N ms\ncalculated /BOX:b (Paint): new; N ms\n"
@@ -84,6 +85,15 @@ TEST(Watch, WhatIsRecalculatedAndWhy)
                      "calculated /BOX:b (Make): parameter Beside, parameter On; N ms\n"
                      "calculated /BOX:b (Paint): parent /BOX:b (Make); N ms\n"
                      "calculated /BOX:c (Make): parent /BOX:b (Paint); N ms\n"
+                     "calculated /BOX:c (Paint): parent /BOX:c (Make); N ms\n"
+                     // c is set before there is a d, and linked when there is: one reason
+                     "calculated /BOX:d (Make): new; N ms\n"
+                     "calculated /BOX:d (Paint): new; N ms\n"
+                     "calculated /BOX:c (Make): parameter On; N ms\n"
+                     "calculated /BOX:c (Paint): parent /BOX:c (Make); N ms\n"
+                     "calculated /BOX:d (Make): request; N ms\n"
+                     "calculated /BOX:d (Paint): parent /BOX:d (Make); N ms\n"
+                     "calculated /BOX:c (Make): parent /BOX:d (Paint); N ms\n"
                      "calculated /BOX:c (Paint): parent /BOX:c (Make); N ms\n"}));
 }
 
