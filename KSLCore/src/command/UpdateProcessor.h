@@ -2,7 +2,6 @@
 #pragma once
 
 #include "platform/ORVKSLAPI.h"
-#include "platform/ORVUtilities.h"
 
 #include <set>
 #include <string>
@@ -49,7 +48,6 @@ class UpdateProcessor : public KSLChangeProcessor {
   void forget(const std::string& deletedPath);
   void noteChanged(const std::string& path);
   void record(KSLChange&& inverse);
-  bool isBelowDeletedTop(const KSLChange& change) const;
   void recordFailedDeletion(const KSLChangeList& changes);
 
   DBUpdater* m_updater;       // not owned
@@ -57,7 +55,6 @@ class UpdateProcessor : public KSLChangeProcessor {
   std::string m_lastChanged;  // noted already, or not there
   std::string m_deletedTop;   // deleted last; its contents may still be to come in the list
   std::size_t m_visited = 0;  // changes of the list under way
-  SharedText m_deletedTop;    // deleted, while the list names what went with it; else empty
   std::size_t m_room = 0;     // made in the history for them and not used yet
   std::set<std::string> m_changed;
   std::vector<Waiting> m_waiting;  // in the order reported
