@@ -6,6 +6,7 @@
 #include "database/ObjectDB.h"
 #include "database/ObjectFactory.h"
 #include "rules/AdditionalRules.h"
+#include "rules/GenericKSLObject.h"
 #include "command/KSLCoreAPI.h"
 #include "command/KSLInterface.h"
 #include "actions/DeleteExecutor.h"
@@ -55,6 +56,7 @@ Host::Commands::~Commands()
 Host::Host(const std::vector<std::string>& libraries)
 {
   orv::DataKSLObject::registerBaseType();
+  orv::GenericKSLObject::registerBaseType();
   initialize(libraries);
   orv::AdditionalRules rules;
   rules.applyObjectRules = true;  // or no parameter would be essential, and states would lack their defaults
