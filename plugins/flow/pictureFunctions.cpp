@@ -5,7 +5,9 @@
 #include "Values.h"
 #include "functions.h"
 
-#include <algorithm>
+#include <set>
+#include <string>
+#include <vector>
 
 namespace flow {
 
@@ -52,13 +54,28 @@ std::vector<const KSLObject*> shownIn(const KSLObject& shot)
   return shown;
 }
 
+// One for all bands that have the same colours for the same values.
+void drawColourBars(const std::vector<const KSLObject*>& shown, const Canvas& canvas)
+{
+  std::set<std::string> drawn;
+  for (const KSLObject* object : shown) {
+    if (!object->typeIs("BAND"))
+      continue;
+    const std::string bar = object->getValue("Variable") + '|' + object->getValue("Levels") + '|'
+                            + object->getValue("Band Colours");
+    if (drawn.insert(bar).second)
+      drawColourBar(*object, canvas, static_cast<int>(drawn.size()) - 1);
+  }
+}
+
 std::string pictureOf(const KSLObject& shot)
 {
   const Camera camera(shot);
   Svg svg(camera.width(), camera.height());
   const Canvas canvas{camera, svg};
-  svg.rectangle({0, 0}, camera.width(), camera.height(),
-                {toHex(readColour(orv::StringUtilities::unquoted(shot.getValue("Background"))))});
+  if (const std::string& background = shot.getValue("Background"); !background.empty())
+    svg.rectangle({0, 0}, camera.width(), camera.height(),
+                  {toHex(readColour(orv::StringUtilities::unquoted(background)))});
   const std::vector<const KSLObject*> shown = shownIn(shot);
   for (const KSLObject* object : shown)
     draw(*object, canvas);
@@ -66,11 +83,7 @@ std::string pictureOf(const KSLObject& shot)
     if (object->typeIs("PROBE"))
       drawLabel(*object, canvas);
   }
-  int bars = 0;
-  for (const KSLObject* object : shown) {
-    if (object->typeIs("BAND"))
-      drawColourBar(*object, canvas, bars++);
-  }
+  drawColourBars(shown, canvas);
   drawScaleBar(canvas);
   for (const KSLObject* caption : shot.getChildObjectsByType("CAPTION"))
     drawCaption(*caption, canvas);
