@@ -13,8 +13,8 @@ struct Arrow {
   Vec velocity;
 };
 
-// On a lattice about the middle of the plane, outside the body. Some ten thousand at most: a spacing that asks
-// for more is widened.
+// On a lattice about the middle of the plane, outside the body. Some ten thousand at most: a spacing that
+// asks for more is widened.
 std::vector<Arrow> arrowsOn(const Cut& cut, double spacing);
 
 }  // namespace flow

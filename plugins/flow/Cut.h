@@ -43,8 +43,8 @@ struct Net {
 };
 Net netOver(const Polygon& outline);
 
-// Of a cut's parameters and the field. Throws data::invalid, class "FlowLibrary", function "makeCut", "Cut '%s'
-// has no plane: its points lie on a line or its normal has no length.".
+// Of a cut's parameters and the field. Throws data::invalid, class "FlowLibrary", function "makeCut", "Cut
+// '%s' has no plane: its points lie on a line or its normal has no length.".
 Cut makeCut(const orv::KSLObject& object, const Field& field);
 
 struct CutSize {

@@ -15,7 +15,8 @@ struct Canvas {
   Svg& svg;
 };
 
-// Draws what the last calculations found; nothing for an object without results, or of a kind that cannot be seen.
+// Draws what the last calculations found; nothing for an object without results, or of a kind that cannot be
+// seen.
 void draw(const orv::KSLObject& object, const Canvas& canvas);
 
 // On top of everything: the names and values of probes, the colours of a band, and captions.

@@ -7,9 +7,9 @@ namespace flow {
 
 namespace {
 
-// Walks the squares of a net that has a ring of nodes more than the samples, all of them below every level and
-// in the places of their neighbours: every border is closed then. A border crosses an edge of a square from one
-// node to the next; edges have numbers, and a border is a ring of them.
+// Walks the squares of a net that has a ring of nodes more than the samples, all of them below every level
+// and in the places of their neighbours: every border is closed then. A border crosses an edge of a square
+// from one node to the next; edges have numbers, and a border is a ring of them.
 class Tracer {
  public:
   Tracer(const Samples& samples, double level)

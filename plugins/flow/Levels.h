@@ -4,6 +4,7 @@
 #include "Cut.h"
 
 #include <functional>
+#include <optional>
 #include <utility>
 #include <vector>
 

@@ -99,7 +99,7 @@ Rgb colourOf(const KSLObject& object, const std::string& name)
 
 Rgb Palette::at(double fraction) const
 {
-  const double share = std::clamp(fraction, 0.0, 1.0);
+  const double share = fraction > 0 ? std::min(fraction, 1.0) : 0;  // also for what is no number
   const std::size_t last = steps.size() - 1;
   if (stepped || last == 0)
     return steps[std::min(last, static_cast<std::size_t>(share * static_cast<double>(steps.size())))];

@@ -18,8 +18,8 @@ struct Rgb {
 };
 
 std::string toHex(Rgb colour);  // "#1a2b3c"
-// "#1a2b3c", or a name such as "royal blue". Throws data::invalid, class "FlowLibrary", function "readColour",
-// "Colour '%s' is not known.".
+// "#1a2b3c", or a name such as "royal blue". Throws data::invalid, class "FlowLibrary", function
+// "readColour", "Colour '%s' is not known.".
 Rgb readColour(std::string_view text);
 // Of a parameter with three numbers.
 Rgb colourOf(const orv::KSLObject& object, const std::string& name);

@@ -25,8 +25,8 @@ std::string labelOf(const orv::KSLObject& object);
 void setResult(orv::KSLObject& object, const std::string& name, const std::string& text);
 void setResult(orv::KSLObject& object, const std::string& name, double value, const char* units = "");
 void setResult(orv::KSLObject& object, const std::string& name, std::span<const double> values);
-// Numbers without units, as the form above writes them. Empty when there is no such result, or when someone else
-// has written there.
+// Numbers without units, as the form above writes them. Empty when there is no such result, or when someone
+// else has written there.
 std::vector<double> result(const orv::KSLObject& object, const std::string& name);
 
 // The first of the objects that this one depends on which is of the type or category, in path order; null

@@ -1,6 +1,6 @@
-// The calculations, each for one kind of object. They read parameters of their object and results of those that
-// it depends on, and leave results on their object. Without data to work on they leave none. What parameters
-// cannot be read as they should throws what KSLObject's reads throw.
+// The calculations, each for one kind of object. They read parameters of their object and results of those
+// that it depends on, and leave results on their object. Without data to work on they leave none. What
+// parameters cannot be read as they should throws what KSLObject's reads throw.
 #pragma once
 
 namespace orv {

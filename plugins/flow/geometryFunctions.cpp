@@ -43,8 +43,8 @@ std::vector<Vec> pointsOf(const KSLObject& probe, const Field& field)
   } else {
     points.push_back(point(probe, "Point"));
   }
-  // The surface counts as flow, though points on it are never quite there.
-  const auto isOutside = [&field](Vec at) { return !field.isInBox(at) || field.isInBody((1 + 1e-6) * at); };
+  // The surface counts as flow, though points on it, written with six digits, are never quite there.
+  const auto isOutside = [&field](Vec at) { return !field.isInBox(at) || field.isInBody((1 + 1e-5) * at); };
   points.erase(std::remove_if(points.begin(), points.end(), isOutside), points.end());
   return points;
 }
