@@ -29,11 +29,12 @@ std::string loaderError()
   return text ? text : "it is defined in another library";
 }
 
-// Plug-ins are installed beside this library, so that hosts need not know where.
+// Plug-ins are installed beside this library, so that hosts need not know where. (It is asked for with an
+// address that nobody else sees: a program may have a copy of what it uses.)
 std::string ownDirectory()
 {
   Dl_info own{};
-  if (dladdr(&SHLIBEXT, &own) == 0 || !own.dli_fname)
+  if (dladdr(&theLoader, &own) == 0 || !own.dli_fname)
     return {};
   return std::filesystem::path(own.dli_fname).parent_path().string();
 }
