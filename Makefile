@@ -13,10 +13,27 @@ build:         ## build the release preset; the host is build/release/bin/ksl
 	@tools/setup.sh run
 	@$(MAKE) --no-print-directory build-release
 
-run:           ## build the host and run it on the examples
+# A text that is entered after the files: one parameter changes, and what depends on it is computed again.
+define ANOTHER_OFFSET
+SHOT: Slices
+  Output File = flow-slices-moved.svg
+END
+CUT: Slice
+  Offset = -80 [cm]
+END
+endef
+export ANOTHER_OFFSET
+
+run:           ## build the host and run it on the examples; they end with pictures
 	@tools/setup.sh run
-	@$(MAKE) --no-print-directory build-release TARGETS='--target ksl'
-	build/release/bin/ksl run $(EXAMPLES) --state
+	@$(MAKE) --no-print-directory build-release TARGETS='--target ksl --target plugin_flow'
+	@mkdir -p build/run
+	cd build/run && ../release/bin/ksl run $(addprefix ../../,$(EXAMPLES)) --state
+	cd build/run && ../release/bin/ksl run ../../examples/05-slices.ksl -e "$$ANOTHER_OFFSET"
+	@printf '\nPictures to look at, in build/run:\n'
+	@printf '  %-24s%s\n' flow-picture.svg 'examples/04: air past a cylinder' \
+	  flow-slices.svg 'examples/05: a slice behind a cylinder that turns' \
+	  flow-slices-moved.svg 'the same, after a change of the Offset of the slice'
 
 test:          ## build the dev preset; run all tests and the checks of tools/
 	@tools/setup.sh test

@@ -28,7 +28,8 @@ class ORV_API CalculateFunction {
 //   extern "C" orv::CalculateFunction* slice() { return new Slice; }
 //
 // A library named without a directory is looked for in the directories of ORV_KSL_PLUGIN_PATH (separated by
-// ":"), in that order, then where the system looks.
+// ":"), in that order, then in the directory that this library (or the program that holds it) is in and in the
+// folder "orvksl" there, then where the system looks.
 class ORV_API SharedLibrary {
  public:
   static SharedLibrary* instance();

@@ -10,6 +10,7 @@
 #include "database/ObjectDB.h"
 #include "database/ObjectFactory.h"
 #include "rules/AdditionalRules.h"
+#include "rules/GenericKSLObject.h"
 #include "command/ActionFactory.h"
 #include "command/Executive.h"
 #include "command/KSLCoreAPI.h"
@@ -41,6 +42,7 @@ void run(const std::string& library, const std::string& text)
   const orv::ScopeGuard guard(end);  // before these two, also when a step below throws
 
   orv::DataKSLObject::registerBaseType();
+  orv::GenericKSLObject::registerBaseType();
   orv::KSLInterface* commands = orv::KSLInterface::instance();
   commands->initialize(library, "");
   orv::AdditionalRules rules;

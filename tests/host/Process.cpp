@@ -61,6 +61,9 @@ pid_t spawn(const std::vector<std::string>& arguments, int in, int out, int err)
   posix_spawn_file_actions_adddup2(&actions, in, 0);
   posix_spawn_file_actions_adddup2(&actions, out, 1);
   posix_spawn_file_actions_adddup2(&actions, err, 2);
+  // What the host writes goes with the files of the test.
+  const std::string folder = std::filesystem::path(makeFile("work/here", {})).parent_path();
+  posix_spawn_file_actions_addchdir_np(&actions, folder.c_str());
   pid_t child = 0;
   const int failure = posix_spawn(&child, program.c_str(), &actions, nullptr, argv.data(), environ);
   posix_spawn_file_actions_destroy(&actions);

@@ -13,7 +13,7 @@ struct Outcome {
 
 void PrintTo(const Outcome& outcome, std::ostream* out);
 
-// Runs $KSL_BIN with these arguments. Throws std::runtime_error when it cannot be started.
+// Runs $KSL_BIN with these arguments, in a folder beside the files that makeFile makes. Throws std::runtime_error when it cannot be started.
 Outcome ksl(const std::vector<std::string>& arguments, const std::string& input = {});
 
 // The same with standard error on a terminal; its output is in `err`, lines ending in CR LF.

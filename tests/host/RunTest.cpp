@@ -248,7 +248,8 @@ TEST(Run, LibrariesAreReadInPlaceOfTheDemo)
 TEST(Run, ExamplesReadBackFromTheirState)
 {
   Arguments arguments{"run"};
-  for (const char* name : {"01-cylinder-study", "02-palettes-and-lamps", "03-probe-sweep"})
+  for (const char* name :
+       {"01-cylinder-study", "02-palettes-and-lamps", "03-probe-sweep", "04-flow-picture", "05-slices"})
     arguments.push_back(sourceDir() + "/examples/" + name + ".ksl");
   arguments.push_back("--state");
   const Outcome first = ksl(arguments);
@@ -256,7 +257,10 @@ TEST(Run, ExamplesReadBackFromTheirState)
   EXPECT_EQ(first.err, "");
   EXPECT_NE(first.out.find("\n    Text = \"Pressure past a cylinder, 10 m/s\"\n"), std::string::npos);
   EXPECT_NE(first.out.find("\n  Label = \"Top of the cylinder, # 1 of 2\"\n"), std::string::npos);
-  EXPECT_EQ(ksl({"run", "--update-mode", "at-end", makeFile("state.ksl", first.out), "--state"}), first);
+  const std::string folder = std::filesystem::path(makeFile("state.ksl", first.out)).parent_path();
+  const std::string picture = readFile(folder + "/work/flow-picture.svg");
+  EXPECT_EQ(ksl({"run", "--update-mode", "at-end", folder + "/state.ksl", "--state"}), first);
+  EXPECT_EQ(readFile(folder + "/work/flow-picture.svg"), picture);
 }
 
 // Names and values that mean something else where a line is read carelessly.

@@ -442,7 +442,7 @@ TEST_F(KSLRulesTest, TheDemoLibraryHoldsWhatTheActionsRelyOn)
                                                 {"State Filename", ""}}));
   EXPECT_EQ(factory.getTypesByCategory("deletable"),
             (std::vector<std::string>{"ARROW", "BAND", "CAPTION", "CUT", "LAMP", "LEVEL SURFACE", "PALETTE",
-                                      "PROBE", "SHOT"}));
+                                      "PROBE", "SHOT", "STREAMLINES"}));
   EXPECT_EQ(factory.getTypesByCategory("application-object"), std::vector<std::string>{"SELECTION FRAME"});
 }
 

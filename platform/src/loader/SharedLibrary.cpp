@@ -29,10 +29,24 @@ std::string loaderError()
   return text ? text : "it is defined in another library";
 }
 
-std::string searchedDirectories()
+// Plug-ins are installed beside this library, so that hosts need not know where. (It is asked for with an
+// address that nobody else sees: a program may have a copy of what it uses.)
+std::string ownDirectory()
 {
-  const char* const directories = std::getenv("ORV_KSL_PLUGIN_PATH");
-  return directories ? directories : "";
+  Dl_info own{};
+  if (dladdr(&theLoader, &own) == 0 || !own.dli_fname)
+    return {};
+  return std::filesystem::path(own.dli_fname).parent_path().string();
+}
+
+std::vector<std::string> searchedDirectories()
+{
+  const char* const named = std::getenv("ORV_KSL_PLUGIN_PATH");
+  std::vector<std::string> directories = StringUtilities::stringToVector(named ? named : "", ':');
+  std::erase(directories, std::string());
+  if (const std::string own = ownDirectory(); !own.empty())
+    directories.insert(directories.end(), {own, own + "/orvksl"});
+  return directories;
 }
 
 // The file to load: the first one of this name in the directories searched, else the name itself, which the
@@ -41,10 +55,10 @@ std::string findLibrary(const std::string& library)
 {
   if (library.find('/') != std::string::npos)
     return library;
-  for (const auto& directory : StringUtilities::stringToVector(searchedDirectories(), ':')) {
+  for (const auto& directory : searchedDirectories()) {
     std::error_code failure;
     const std::filesystem::path file = std::filesystem::path(directory) / library;
-    if (!directory.empty() && std::filesystem::exists(file, failure))
+    if (std::filesystem::exists(file, failure))
       return file.string();
   }
   return library;
@@ -95,9 +109,10 @@ void* SharedLibrary::open(const std::string& library)
   }
   void* const handle = dlopen(findLibrary(library).c_str(), RTLD_NOW | RTLD_LOCAL);
   if (!handle) {
-    m_lastError =
-        _("Calculate library '%s' not loaded (ORV_KSL_PLUGIN_PATH is '%s', then the system's places): %s.",
-          library, searchedDirectories(), loaderError());
+    m_lastError = _("Calculate library '%s' not loaded: %s.", library, loaderError());
+    if (library.find('/') == std::string::npos)
+      m_lastError += _(" Looked for in '%s' and the system's places.",
+                       StringUtilities::vectorToString(searchedDirectories(), "', '"));
     return nullptr;
   }
   ScopeGuard unload([handle] { dlclose(handle); });
