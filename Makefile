@@ -29,7 +29,7 @@ run:           ## build the host and run it on the examples; they end with pictu
 	@$(MAKE) --no-print-directory build-release TARGETS='--target ksl --target plugin_flow'
 	@mkdir -p build/run
 	cd build/run && ../release/bin/ksl run $(addprefix ../../,$(EXAMPLES)) --state
-	cd build/run && ../release/bin/ksl run ../../examples/05-slices.ksl -e "$$ANOTHER_OFFSET"
+	cd build/run && ../release/bin/ksl run ../../examples/05-slices.ksl -e "$$ANOTHER_OFFSET" --trace graph
 	@printf '\nPictures to look at, in build/run:\n'
 	@printf '  %-24s%s\n' flow-picture.svg 'examples/04: air past a cylinder' \
 	  flow-slices.svg 'examples/05: a slice behind a cylinder that turns' \
