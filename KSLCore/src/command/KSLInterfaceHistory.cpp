@@ -107,6 +107,11 @@ void KSLInterface::reportFailedRecovery()
 
 void KSLInterface::replayHistory(UndoMode mode)
 {
+  // From within an update, what the store would take back here is what the update is still applying.
+  if (m_application && !isRecovering())
+    throw internal::error(
+        "Executive", "update",
+        _("Executive::update() called with differentKSLChangeList from higher invocation."));
   m_kslapi->undo();
   KSLChangeList changes(getUndoModeString(mode));
   if (isRecovering())
