@@ -1,4 +1,5 @@
 // What computes, when, and what it depends on: commands in, calculations and values out.
+#include "database/DBChangeNotify.h"
 #include "database/ObjectDB.h"
 #include "database/ObjectFactory.h"
 #include "rules/GenericKSLObject.h"
@@ -48,11 +49,16 @@ const char* const rules = R"(RULES:
     Local Type = Data
     Remote Type = Geometry
   END
+  PARAMETER: Beside
+    Parameter Type = String List
+    Local Type = Geometry
+    Remote Type = Data
+  END
   OBJECT: NODE
     KSLObject Class = Computing
     Category = deletable
     Scheduler = Data
-    Optional Parameter List = Value, Note, Source, Pick, Inside, Shape
+    Optional Parameter List = Value, Note, Source, Pick, Inside, Shape, Beside
   END
   OBJECT: USER
     KSLObject Class = Computing
@@ -269,6 +275,55 @@ TEST_F(ComputeTest, AReplacedTargetIsLinkedAnew)
   EXPECT_EQ(run("&replace GROUP: g\nEND\n"), "u w");  // without what was referred to
   EXPECT_EQ(value("/NODE:u", "Source"), "");
   EXPECT_EQ(m_system.errors(), "");
+}
+
+class RefusingObserver : public DBChangeNotify {
+ public:
+  std::string refused;
+  void paramChanged(const KSLObject*, const ParamDefinition*) override {}
+  void paramDeleted(const KSLObject*, const std::string&) override {}
+  void objectAdded(const KSLObject*) override {}
+  void objectDeleteBegin(const KSLObject* object) override
+  {
+    if (object->getPath() == refused)
+      throw data::error("RefusingObserver", "objectDeleteBegin", "no");
+  }
+  void objectDeleteEnd(const std::string&, const KSLObject*) override {}
+};
+
+// Whatever became of the objects before, their deletion finds who refers to them: Beside makes no scheduler
+// links, which would tell.
+TEST_F(ComputeTest, TargetsThatComeBackOrStayKnowWhoRefersToThem)
+{
+  RefusingObserver observer;
+  ObjectDB::instance()->registerChangeNotify(&observer);
+  const auto replace = [](const std::string& header) { return "&replace " + header + "\nEND\n"; };
+  run("GROUP: g\nEND\n" + node("a") + "GROUP: h\n" + node("k") + "END\n"
+      + node("u", "Source = a, /GROUP:h/NODE:k") + node("w", "Beside = /NODE:a, g"));
+  for (const auto& [header, refused] : {std::pair("NODE: a", "/NODE:a"), std::pair("GROUP: g", "/GROUP:g"),
+                                        std::pair("GROUP: h", "/GROUP:h/NODE:k")}) {
+    observer.refused = refused;
+    run(replace(header));
+    EXPECT_EQ(m_system.errors(), "error[4] RefusingObserver::objectDeleteBegin: no");
+  }
+  observer.refused.clear();
+  const auto dependents = [] {
+    std::string text;
+    for (const char* path : {"/NODE:a", "/GROUP:g", "/GROUP:h/NODE:k"})
+      for (const Dependent& dependent : ObjectDB::instance()->getObjectByPath(path)->getDependents())
+        text += dependent.getObjPath() + "." + dependent.getParamName() + " ";
+    return text;
+  };
+  const std::string all = "/NODE:u.Source /NODE:w.Beside /NODE:w.Beside /NODE:u.Source ";
+  EXPECT_EQ(dependents(), all);
+  run(replace("GROUP: g"));
+  EXPECT_EQ(dependents(), all);
+  run(replace("GROUP: g") + node("w", "Beside = x"));
+  EXPECT_EQ(m_system.errorList(), std::vector<ErrorMsg>{missing("x", "Beside")});
+  EXPECT_EQ(dependents(), all);
+  EXPECT_EQ(value("/NODE:w", "Beside"), "/NODE:a, g");
+  EXPECT_EQ(m_system.errors(), "");
+  ObjectDB::instance()->registerChangeNotify(nullptr);
 }
 
 TEST_F(ComputeTest, CirclesAreRefusedUnlessTheyArePassing)

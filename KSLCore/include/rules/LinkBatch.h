@@ -33,6 +33,10 @@ class ORV_API LinkBatch {
   // what is marked.
   std::set<std::string> finish();
 
+  // Notes that a target of the object is being deleted: its links are looked at again when the batch ends.
+  // Nothing when none is open.
+  static void noteLostTarget(GenericKSLObject& object);
+
   // Null when none is open.
   static LinkBatch* current() noexcept { return s_current; }
 

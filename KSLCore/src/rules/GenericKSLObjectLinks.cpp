@@ -235,7 +235,7 @@ void GenericKSLObject::createDelayedParamLinks()
 {
   if (!m_links || !m_links->waits())
     return;
-  const bool lost = m_links->dropGone();
+  const bool lost = m_links->dropGone(*this);
   const std::vector<std::string> names = m_links->delayed();
   for (const std::string& name : names) {
     const ParamDefinition* param = lookUpParam(name);

@@ -30,6 +30,12 @@ LinkBatch::Note& LinkBatch::noteOf(GenericKSLObject& object)
   return s_notes[object.m_batchPlace - 1];
 }
 
+void LinkBatch::noteLostTarget(GenericKSLObject& object)
+{
+  if (s_current)
+    object.noteTargetGone();
+}
+
 void LinkBatch::forget(const GenericKSLObject& object) noexcept
 {
   s_notes[object.m_batchPlace - 1].object = nullptr;
@@ -91,9 +97,10 @@ void LinkBatch::markNoted() noexcept
     if (!object)
       continue;
     object->m_batchPlace = 0;
-    for (std::size_t bit = 0; bit < object->m_schedulers.size() && s_notes[i].toMark >> bit != 0; ++bit) {
-      if (s_notes[i].toMark >> bit & 1)
-        object->m_schedulers[bit].setPending();
+    std::uint64_t toMark = s_notes[i].toMark;
+    for (std::size_t place = 0; toMark != 0; ++place, toMark >>= 1) {
+      if (toMark & 1)
+        object->m_schedulers[place].setPending();
     }
   }
   s_notes.resize(m_first);

@@ -54,14 +54,18 @@ void ReferenceLinks::replace(const ParamDefinition& param, std::vector<Link>& li
     m_params.erase(place);
 }
 
-bool ReferenceLinks::dropGone()
+bool ReferenceLinks::dropGone(const GenericKSLObject& object)
 {
   if (!m_targetsGone)
     return false;
   bool any = false;
   for (std::size_t i = m_params.size(); i-- > 0;) {
     std::vector<Link>& links = m_params[i].links;
-    const auto isGone = [](const Link& link) { return !targetOf(link); };
+    const Dependent dependent(object.getPath(), m_params[i].rules->name);
+    const auto isGone = [&dependent](const Link& link) {
+      const KSLObject* target = targetOf(link);  // one without a serial number may be a later one
+      return !target || (link.serial == 0 && !target->getDependents().contains(dependent));
+    };
     if (std::none_of(links.begin(), links.end(), isGone))
       continue;
     any = true;

@@ -69,8 +69,8 @@ class ReferenceLinks {
   }
   bool isForgiven(const std::string& param) const;
   void endForgiveness(const std::string& param) noexcept;
-  // Drops the links whose targets are gone; their parameters wait. True when there were any.
-  bool dropGone();
+  // Drops the links of the object whose targets are gone; their parameters wait. True when there were any.
+  bool dropGone(const GenericKSLObject& object);
 
   // The object that a link leads to; null when it is gone or the database ends.
   static KSLObject* targetOf(const Link& link);
