@@ -49,6 +49,10 @@ const char* const rules = R"(RULES:
     Local Type = Data
     Remote Type = Geometry
   END
+  PARAMETER: Outline
+    Local Type = Geometry
+    Remote Type = Data
+  END
   PARAMETER: Beside
     Parameter Type = String List
     Local Type = Geometry
@@ -59,6 +63,12 @@ const char* const rules = R"(RULES:
     Category = deletable
     Scheduler = Data
     Optional Parameter List = Value, Note, Source, Pick, Inside, Shape, Beside
+  END
+  OBJECT: STAGED
+    KSLObject Class = Computing
+    Scheduler = Data, Geometry
+    Scheduler Links = Data, Geometry
+    Optional Parameter List = Source, Outline
   END
   OBJECT: USER
     KSLObject Class = Computing
@@ -460,6 +470,25 @@ TEST_F(ComputeTest, CalculationsMayChangeObjects)
   EXPECT_EQ(value("/NODE:e", "Source"), "b");
   EXPECT_EQ(run(node("d", "Value = 4")), "d");
   EXPECT_EQ(m_system.errors(), "");
+}
+
+// Outline brings every walk from a through b to s, and each refuses the link from a to the stage before.
+TEST_F(ComputeTest, ALinkThatEveryWalkRefusesIsMadeByTheNextCommand)
+{
+  run(node("a") + node("b", "Source = a") + node("c") + "STAGED: s\nOutline = b\nEND\n");
+  Computing::onCalculate = [](Computing& object) {
+    KSLObject* staged = ObjectDB::instance()->getObjectByPath("/STAGED:s");
+    if (!object.nameIs("b") || !staged->getValue("Source").empty())
+      return;
+    ObjectDB::instance()->getObjectByPath("/NODE:c")->setValue("Source", "a, missing");
+    staged->setValue("Source", "a");
+    staged->getSchedulerObject("Data")->update();
+  };
+  EXPECT_EQ(run(node("a", "Value = 1")), "a b s s:Geometry");
+  EXPECT_EQ(parents("/STAGED:s"), "/NODE:b");
+  EXPECT_EQ(run(node("b", "Value = 1")), "b s s:Geometry");
+  EXPECT_EQ(parents("/STAGED:s"), "/NODE:a /NODE:b");
+  EXPECT_EQ(m_system.errors(), "");  // what c misses is for those who update c
 }
 
 TEST_F(ComputeTest, ForcedUpdates)

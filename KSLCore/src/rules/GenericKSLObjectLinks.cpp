@@ -246,12 +246,12 @@ void GenericKSLObject::createDelayedParamLinks()
   }
 }
 
-// True when the links changed.
+// True when the links changed, which a walk that goes on refusing one does not.
 bool GenericKSLObject::relink(const ParamDefinition& param)
 {
   LinkChange change(*this, param, makeParentLinks(param, param.getValue(), Judgement::final));
   change.commit();
-  return !change.isIdle();
+  return change.hasChanged();
 }
 
 // ------------------------------------------------------------------------------------------------------------ end
