@@ -502,6 +502,8 @@ TEST_F(ComputeTest, ForcedUpdates)
             "error[4] ObjectDB::getObjectByName: Object name b is ambiguous.\n"
             "warning[8] Executive::forceUpdate: Object 'x' does not exist. Update ignored.");
   EXPECT_EQ(m_system.notifications(), "0 4 5 16 1");
+  EXPECT_EQ(run("> fu \"a\", \"/NODE: b\", //a:b:c/:, /"), "a b b");
+  EXPECT_EQ(m_system.errorList().size(), 2u);
   ForceUpdateExecutor executor(&m_system.executive());
   EXPECT_EQ(thrown<internal::badParam>([&] { executor.invoke({"update"}); }).getMessage(),
             "Action 'update' cannot be handled by ForceUpdateExecutor.");
