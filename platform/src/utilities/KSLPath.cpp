@@ -125,7 +125,8 @@ std::pair<std::string, std::string> KSLPath::makeKSLPathAndEnd(std::size_t step)
   std::string ends;
   for (std::size_t level = 0; level < size(); ++level) {
     headers.append(level * step, ' ');
-    headers += m_components[level].header() + '\n';
+    headers += m_components[level].header();
+    headers += headers.back() == '\\' ? " \n" : "\n";  // with a blank behind it, it is no continuation
     ends.append((size() - 1 - level) * step, ' ');
     ends += "END\n";
   }
