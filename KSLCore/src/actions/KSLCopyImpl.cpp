@@ -166,7 +166,7 @@ std::string KSLCopyImpl::performCopy(const TreeAndLeafReadModel& model, const Pa
   model.visitSettings(source, writer);
   auto [text, end] = target.getParentPath().makeKSLPathAndEnd();
   text += m_modifier ? modified(writer.text(), source, target) : writer.text();
-  return text + end;
+  return text += end;
 }
 
 std::string KSLCopyImpl::modified(const std::string& block, const KSLPath& source,

@@ -37,9 +37,11 @@ const std::string& noText()
 std::string KSLPath::Component::header() const
 {
   std::string out = type + ":";
-  if (singleton)
-    return out;
-  return out + StringUtilities::writtenName(name);
+  if (!singleton)
+    out += StringUtilities::writtenName(name);
+  if (out.back() == '\\')
+    out += ' ';  // at the end of its line it would continue it
+  return out;
 }
 
 bool KSLPath::Component::operator<(const Component& other) const
@@ -125,8 +127,7 @@ std::pair<std::string, std::string> KSLPath::makeKSLPathAndEnd(std::size_t step)
   std::string ends;
   for (std::size_t level = 0; level < size(); ++level) {
     headers.append(level * step, ' ');
-    headers += m_components[level].header();
-    headers += headers.back() == '\\' ? " \n" : "\n";  // with a blank behind it, it is no continuation
+    headers += m_components[level].header() + '\n';
     ends.append((size() - 1 - level) * step, ' ');
     ends += "END\n";
   }
