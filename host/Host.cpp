@@ -9,11 +9,15 @@
 #include "rules/GenericKSLObject.h"
 #include "command/KSLCoreAPI.h"
 #include "command/KSLInterface.h"
+#include "actions/CopyExecutor.h"
+#include "actions/DebugExecutor.h"
 #include "actions/DeleteExecutor.h"
 #include "actions/ForceUpdateExecutor.h"
 #include "actions/GetRulesInfoExecutor.h"
 #include "actions/GetStateExecutor.h"
+#include "actions/NotifyExecutor.h"
 #include "actions/RedoExecutor.h"
+#include "actions/RenameExecutor.h"
 #include "actions/UndoExecutor.h"
 #include "actions/UpdateExecutor.h"
 
@@ -90,6 +94,12 @@ void Host::registerActions()
   m_actions.registerExecutor("forceupdate", std::make_unique<orv::ForceUpdateExecutor>(&m_executive));
   m_actions.registerExecutor("fu", std::make_unique<orv::ForceUpdateExecutor>(&m_executive));
   m_actions.registerExecutor("getrulesinfo", std::make_unique<orv::GetRulesInfoExecutor>());
-  m_actions.registerExecutor("delete", std::make_unique<orv::DeleteExecutor>());
+  m_actions.registerExecutor("delete", std::make_unique<orv::DeleteExecutor>(&m_protection));
+  m_actions.registerExecutor("copy", std::make_unique<orv::CopyExecutor>(&m_copying));
+  m_actions.registerExecutor("rename",
+                             std::make_unique<orv::RenameExecutor>());  // a renamed object keeps its files
+  m_actions.registerExecutor("notify", std::make_unique<orv::NotifyExecutor>(nullptr));
+  m_actions.registerExecutor("debug", std::make_unique<orv::DebugExecutor>());
+  m_actions.registerExecutor("db", std::make_unique<orv::DebugExecutor>());
   m_actions.registerExecutor("setViewportView", std::make_unique<ViewExecutor>());
 }

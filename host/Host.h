@@ -3,6 +3,9 @@
 
 #include "command/ActionFactory.h"
 #include "command/Executive.h"
+#include "actions/KSLCopyImpl.h"
+#include "CopiedOutputFiles.h"
+#include "ProtectedObjects.h"
 
 #include <string>
 #include <vector>
@@ -19,7 +22,7 @@ class Host {
 
  private:
   // Members end in reverse order: first the command processor, which uses executors, then these, then what
-  // they work on.
+  // they ask, then what they work on.
   struct Data {
     ~Data();
   };
@@ -31,6 +34,9 @@ class Host {
   void registerActions();
 
   Data m_data;
+  ProtectedObjects m_protection;
+  CopiedOutputFiles m_outputFiles;
+  orv::KSLCopyImpl m_copying{&m_outputFiles};
   orv::Executive m_executive;
   orv::ActionFactory m_actions;
   Commands m_commands;

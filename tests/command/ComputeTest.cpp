@@ -120,11 +120,6 @@ class ComputeTest : public ::testing::Test {
   } m_baseType;
   TestSystem m_system{rules};
 
-  ComputeTest()
-  {
-    m_system.actions().registerExecutor("forceupdate", new ForceUpdateExecutor(&m_system.executive()));
-    m_system.actions().registerExecutor("fu", new ForceUpdateExecutor(&m_system.executive()));
-  }
 
   // What one command calculates.
   std::string run(const std::string& text)
