@@ -13,9 +13,11 @@
 #include "actions/ForceUpdateExecutor.h"
 #include "actions/GetRulesInfoExecutor.h"
 #include "actions/GetStateExecutor.h"
+#include "actions/ReadSessionExecutor.h"
 #include "actions/RedoExecutor.h"
 #include "actions/UndoExecutor.h"
 #include "actions/UpdateExecutor.h"
+#include "actions/WriteSessionExecutor.h"
 
 #include <cstdlib>
 #include <memory>
@@ -91,5 +93,8 @@ void Host::registerActions()
   m_actions.registerExecutor("fu", std::make_unique<orv::ForceUpdateExecutor>(&m_executive));
   m_actions.registerExecutor("getrulesinfo", std::make_unique<orv::GetRulesInfoExecutor>());
   m_actions.registerExecutor("delete", std::make_unique<orv::DeleteExecutor>());
+  m_actions.registerExecutor("session", std::make_unique<orv::WriteSessionExecutor>());
+  m_actions.registerExecutor("readsession", std::make_unique<orv::ReadSessionExecutor>());
+  m_actions.registerExecutor("rs", std::make_unique<orv::ReadSessionExecutor>());
   m_actions.registerExecutor("setViewportView", std::make_unique<ViewExecutor>());
 }

@@ -5,9 +5,11 @@
 #include "database/ObjectFactory.h"
 #include "actions/DeleteExecutor.h"
 #include "actions/GetStateExecutor.h"
+#include "actions/ReadSessionExecutor.h"
 #include "actions/RedoExecutor.h"
 #include "actions/UndoExecutor.h"
 #include "actions/UpdateExecutor.h"
+#include "actions/WriteSessionExecutor.h"
 
 #include <gtest/gtest.h>
 #include <map>
@@ -281,6 +283,9 @@ void TestSystem::registerExecutors()
   m_factory.registerExecutor("getstate", new GetStateExecutor);
   m_factory.registerExecutor("s", new GetStateExecutor);
   m_factory.registerExecutor("delete", new DeleteExecutor);
+  m_factory.registerExecutor("session", new WriteSessionExecutor);
+  m_factory.registerExecutor("readsession", new ReadSessionExecutor);
+  m_factory.registerExecutor("rs", new ReadSessionExecutor);
   registerAction("setViewportView", [this](const std::vector<std::string>& words) {
     m_viewActions += m_viewActions.empty() ? "" : "; ";
     m_viewActions += ActionExecutor::mergeActionLine(words);
