@@ -12,10 +12,12 @@
 #include "command/KSLInterface.h"
 #include "actions/CopyExecutor.h"
 #include "actions/DeleteExecutor.h"
+#include "actions/ReadSessionExecutor.h"
 #include "actions/RedoExecutor.h"
 #include "actions/RenameExecutor.h"
 #include "actions/UndoExecutor.h"
 #include "actions/UpdateExecutor.h"
+#include "actions/WriteSessionExecutor.h"
 #include "bench/Model.h"
 
 #include <memory>
@@ -42,6 +44,8 @@ class LibraryPeer {
     m_factory.registerExecutor("delete", std::make_unique<orv::DeleteExecutor>());
     m_factory.registerExecutor("copy", std::make_unique<orv::CopyExecutor>());
     m_factory.registerExecutor("rename", std::make_unique<orv::RenameExecutor>());
+    m_factory.registerExecutor("session", std::make_unique<orv::WriteSessionExecutor>());
+    m_factory.registerExecutor("readsession", std::make_unique<orv::ReadSessionExecutor>());
     m_executive.setActionFactory(&m_factory);
     owner->setExecutive(&m_executive);
   }

@@ -16,10 +16,12 @@
 #include "actions/GetRulesInfoExecutor.h"
 #include "actions/GetStateExecutor.h"
 #include "actions/NotifyExecutor.h"
+#include "actions/ReadSessionExecutor.h"
 #include "actions/RedoExecutor.h"
 #include "actions/RenameExecutor.h"
 #include "actions/UndoExecutor.h"
 #include "actions/UpdateExecutor.h"
+#include "actions/WriteSessionExecutor.h"
 
 #include <cstdlib>
 #include <memory>
@@ -101,5 +103,8 @@ void Host::registerActions()
   m_actions.registerExecutor("notify", std::make_unique<orv::NotifyExecutor>(nullptr));
   m_actions.registerExecutor("debug", std::make_unique<orv::DebugExecutor>());
   m_actions.registerExecutor("db", std::make_unique<orv::DebugExecutor>());
+  m_actions.registerExecutor("session", std::make_unique<orv::WriteSessionExecutor>());
+  m_actions.registerExecutor("readsession", std::make_unique<orv::ReadSessionExecutor>());
+  m_actions.registerExecutor("rs", std::make_unique<orv::ReadSessionExecutor>());
   m_actions.registerExecutor("setViewportView", std::make_unique<ViewExecutor>());
 }

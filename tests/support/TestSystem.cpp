@@ -10,10 +10,12 @@
 #include "actions/GetRulesInfoExecutor.h"
 #include "actions/GetStateExecutor.h"
 #include "actions/NotifyExecutor.h"
+#include "actions/ReadSessionExecutor.h"
 #include "actions/RedoExecutor.h"
 #include "actions/RenameExecutor.h"
 #include "actions/UndoExecutor.h"
 #include "actions/UpdateExecutor.h"
+#include "actions/WriteSessionExecutor.h"
 
 #include <gtest/gtest.h>
 #include <map>
@@ -132,9 +134,20 @@ const char* TestSystem::defaultRules()
     Essential Parameter List = Zoom
     Optional Parameter List = Text
   END
+  PARAMETER: Path Stack
+    Default = .
+  END
+  PARAMETER: Session Filename
+  END
+  PARAMETER: Write Session Mode
+  END
   SINGLETON: FILE PROCESSING
     KSLObject Class = DataKSLObject
-    Essential Parameter List = Processing Mode
+    Essential Parameter List = Processing Mode, Path Stack
+  END
+  SINGLETON: SESSION
+    KSLObject Class = DataKSLObject
+    Essential Parameter List = Session Filename, Write Session Mode
   END
 END
 )";
@@ -284,6 +297,9 @@ void TestSystem::registerExecutors()
   m_factory.registerExecutor("notify", new NotifyExecutor(nullptr));
   m_factory.registerExecutor("debug", new DebugExecutor);
   m_factory.registerExecutor("db", new DebugExecutor);
+  m_factory.registerExecutor("session", new WriteSessionExecutor);
+  m_factory.registerExecutor("readsession", new ReadSessionExecutor);
+  m_factory.registerExecutor("rs", new ReadSessionExecutor);
   registerAction("setViewportView", [this](const std::vector<std::string>& words) {
     m_viewActions += m_viewActions.empty() ? "" : "; ";
     m_viewActions += ActionExecutor::mergeActionLine(words);
