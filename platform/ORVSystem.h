@@ -71,6 +71,9 @@ ORV_API void replace(const std::string& fileName, std::string_view text);
 // Both slashes separate.
 ORV_API std::string getFilename(std::string_view path);
 ORV_API std::string getPath(std::string_view path);
+// The one name of the file that this name leads to: absolute, without links, "." and ".."; what does not exist keeps
+// its name as it is written.
+ORV_API std::string getCanonicalName(const std::string& fileName);
 
 }  // namespace ORVFile
 

@@ -126,9 +126,20 @@ const char* TestSystem::defaultRules()
     Essential Parameter List = Zoom
     Optional Parameter List = Text
   END
+  PARAMETER: Path Stack
+    Default = .
+  END
+  PARAMETER: Session Filename
+  END
+  PARAMETER: Write Session Mode
+  END
   SINGLETON: FILE PROCESSING
     KSLObject Class = DataKSLObject
-    Essential Parameter List = Processing Mode
+    Essential Parameter List = Processing Mode, Path Stack
+  END
+  SINGLETON: SESSION
+    KSLObject Class = DataKSLObject
+    Essential Parameter List = Session Filename, Write Session Mode
   END
 END
 )";
