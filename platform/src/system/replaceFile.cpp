@@ -4,9 +4,8 @@
 #include "platform/ORVSystem.h"
 
 #include <cerrno>
-#include <cstdlib>
+#include <cstdio>
 #include <fcntl.h>
-#include <memory>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -81,9 +80,7 @@ Target targetOf(const std::string& fileName)
   target.exists = true;
   target.regular = ::stat(fileName.c_str(), &status) == 0 && S_ISREG(status.st_mode);
   target.permissions = status.st_mode & all;
-  const std::unique_ptr<char, decltype(&std::free)> resolved(::realpath(fileName.c_str(), nullptr), &std::free);
-  if (resolved)
-    target.name = resolved.get();
+  target.name = getCanonicalName(fileName);
   return target;
 }
 
