@@ -5,7 +5,9 @@
 #include "command/Executive.h"
 #include "actions/KSLCopyImpl.h"
 #include "CopiedOutputFiles.h"
+#include "FileWatcher.h"
 #include "ProtectedObjects.h"
+#include "StateWatch.h"
 
 #include <string>
 #include <vector>
@@ -19,6 +21,11 @@ class Host {
   explicit Host(const std::vector<std::string>& libraries);
   Host(const Host&) = delete;
   Host& operator=(const Host&) = delete;
+
+  // State files that were read or written.
+  FileWatcher& files() { return m_files; }
+  // Objects have changed since everything was last saved to a state file.
+  bool hasUnsavedWork() const { return m_stateWatch.hasUnsavedWork(); }
 
  private:
   // Members end in reverse order: first the command processor, which uses executors, then these, then what
@@ -37,7 +44,9 @@ class Host {
   ProtectedObjects m_protection;
   CopiedOutputFiles m_outputFiles;
   orv::KSLCopyImpl m_copying{&m_outputFiles};
+  FileWatcher m_files;
   orv::Executive m_executive;
   orv::ActionFactory m_actions;
   Commands m_commands;
+  StateWatch m_stateWatch;
 };

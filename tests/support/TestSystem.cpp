@@ -11,12 +11,15 @@
 #include "actions/GetStateExecutor.h"
 #include "actions/NotifyExecutor.h"
 #include "actions/ReadSessionExecutor.h"
+#include "actions/ReadStateExecutor.h"
 #include "actions/RedoExecutor.h"
 #include "actions/RenameExecutor.h"
 #include "actions/UndoExecutor.h"
 #include "actions/UpdateExecutor.h"
 #include "actions/WriteSessionExecutor.h"
+#include "actions/WriteStateExecutor.h"
 
+#include <filesystem>
 #include <gtest/gtest.h>
 #include <map>
 #include <set>
@@ -294,12 +297,14 @@ void TestSystem::registerExecutors()
   m_factory.registerExecutor("copy", new CopyExecutor);
   m_factory.registerExecutor("rename", new RenameExecutor);
   m_factory.registerExecutor("delete", new DeleteExecutor);
-  m_factory.registerExecutor("notify", new NotifyExecutor(nullptr));
+  m_factory.registerExecutor("notify", new NotifyExecutor(&m_files));
   m_factory.registerExecutor("debug", new DebugExecutor);
   m_factory.registerExecutor("db", new DebugExecutor);
   m_factory.registerExecutor("session", new WriteSessionExecutor);
   m_factory.registerExecutor("readsession", new ReadSessionExecutor);
   m_factory.registerExecutor("rs", new ReadSessionExecutor);
+  m_factory.registerExecutor("savestate", new WriteStateExecutor(&m_files, &m_stateChanges));
+  m_factory.registerExecutor("readstate", new ReadStateExecutor(&m_files));
   registerAction("setViewportView", [this](const std::vector<std::string>& words) {
     m_viewActions += m_viewActions.empty() ? "" : "; ";
     m_viewActions += ActionExecutor::mergeActionLine(words);
@@ -309,6 +314,23 @@ void TestSystem::registerExecutors()
 void TestSystem::registerAction(const std::string& word, Action action)
 {
   m_factory.registerExecutor(word, new FunctionExecutor(std::move(action)));
+}
+
+void TestSystem::FileLog::registerFileChange(const std::string& fileName, const std::string& type)
+{
+  std::error_code missing;
+  const std::uintmax_t size = std::filesystem::file_size(fileName, missing);
+  add("changed " + fileName + " " + type + " " + (missing ? "missing" : std::to_string(size)));
+}
+
+void TestSystem::FileLog::registerExternalFileChange(const std::string& fileName, const std::string& type)
+{
+  add("changed outside " + fileName + " " + type);
+}
+
+void TestSystem::FileLog::registerFileType(const std::string& type)
+{
+  add("type " + type);
 }
 
 void TestSystem::NotificationLog::update(ObserverSubject*, int type)
