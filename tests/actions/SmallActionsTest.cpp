@@ -189,12 +189,12 @@ TEST_F(SmallActions, NotifyTellsOfFilesThatOthersChanged)
   class Files : public FileChangeManager {
    public:
     std::string told;
-    void registerFileChange(const std::string&) override {}
+    void registerFileChange(const std::string&, const std::string&) override {}
     void registerExternalFileChange(const std::string& fileName, const std::string& type) override
     {
       told += fileName + "|" + type + ";";
     }
-    void registerFileType(const std::string&, const std::string&) override {}
+    void registerFileType(const std::string&) override {}
   } files;
   NotifyExecutor executor(&files);
   executor.invoke({"notify", "op=filechange", "filename=a b.res", "type = res"});
