@@ -120,7 +120,6 @@ class ComputeTest : public ::testing::Test {
   } m_baseType;
   TestSystem m_system{rules};
 
-
   // What one command calculates.
   std::string run(const std::string& text)
   {
