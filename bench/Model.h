@@ -79,6 +79,10 @@ inline std::vector<std::string> modelRules(int params = paramCount)
   for (const char* type : {"GROUP", "PART"})
     lines.insert(lines.end(), {std::string("OBJECT: ") + type, "KSLObject Class = DataKSLObject",
                                "Category = Geometry", "Optional Parameter List = " + list, "END"});
+  // What files are read with.
+  lines.insert(lines.end(), {"PARAMETER: Processing Mode", "END", "PARAMETER: Path Stack", "END",
+                             "SINGLETON: FILE PROCESSING", "KSLObject Class = DataKSLObject",
+                             "Optional Parameter List = Processing Mode, Path Stack", "END"});
   lines.push_back("END");
   return lines;
 }
