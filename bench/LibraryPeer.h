@@ -13,11 +13,13 @@
 #include "actions/CopyExecutor.h"
 #include "actions/DeleteExecutor.h"
 #include "actions/ReadSessionExecutor.h"
+#include "actions/ReadStateExecutor.h"
 #include "actions/RedoExecutor.h"
 #include "actions/RenameExecutor.h"
 #include "actions/UndoExecutor.h"
 #include "actions/UpdateExecutor.h"
 #include "actions/WriteSessionExecutor.h"
+#include "actions/WriteStateExecutor.h"
 #include "bench/Model.h"
 
 #include <memory>
@@ -46,6 +48,8 @@ class LibraryPeer {
     m_factory.registerExecutor("rename", std::make_unique<orv::RenameExecutor>());
     m_factory.registerExecutor("session", std::make_unique<orv::WriteSessionExecutor>());
     m_factory.registerExecutor("readsession", std::make_unique<orv::ReadSessionExecutor>());
+    m_factory.registerExecutor("savestate", std::make_unique<orv::WriteStateExecutor>());
+    m_factory.registerExecutor("readstate", std::make_unique<orv::ReadStateExecutor>());
     m_executive.setActionFactory(&m_factory);
     owner->setExecutive(&m_executive);
   }

@@ -21,6 +21,10 @@ class Host {
   explicit Host(const std::vector<std::string>& libraries);
   Host(const Host&) = delete;
   Host& operator=(const Host&) = delete;
+  ~Host() { s_current = nullptr; }
+
+  // The one that lives; null when none does.
+  static Host* current() { return s_current; }
 
   // State files that were read or written.
   FileWatcher& files() { return m_files; }
@@ -39,6 +43,8 @@ class Host {
 
   void initialize(const std::vector<std::string>& libraries);
   void registerActions();
+
+  static Host* s_current;
 
   Data m_data;
   ProtectedObjects m_protection;

@@ -5,6 +5,7 @@
 #include "database/ObjectDB.h"
 #include "command/KSLCoreAPI.h"
 #include "command/KSLUpdateInfo.h"
+#include "Host.h"
 #include "Trace.h"
 
 #include <chrono>
@@ -66,6 +67,8 @@ void RunCommand::enterWatched(const Lines& text, GraphTrace* graph) const
   if (m_options.timings)
     std::cerr << orv::_("%d changed, %d recalculated, %s\n", countChanges(*changes),
                         graph->takeCalculations(), millisecondsText(time.count()));
+  if (m_options.traceFiles)
+    printFiles(*Host::current());
 }
 
 void RunCommand::printState() const

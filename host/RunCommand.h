@@ -15,6 +15,7 @@ class RunCommand {
     bool traceNotifications = false;
     bool traceChanges = false;
     bool traceGraph = false;
+    bool traceFiles = false;
     bool timings = false;
     // Lists of paths or names of the objects to print at the end; "/" for all.
     std::vector<std::string> state;

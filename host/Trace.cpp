@@ -5,6 +5,7 @@
 #include "database/ObjectDB.h"
 #include "command/KSLCoreAPI.h"
 #include "command/KSLUpdateInfo.h"
+#include "Host.h"
 
 #include <algorithm>
 #include <iostream>
@@ -141,4 +142,14 @@ std::size_t countChanges(const orv::KSLUpdateInfo& changes)
       count += std::max<std::size_t>(parameters.size(), 1);
   }
   return count;
+}
+
+void printFiles(Host& host)
+{
+  for (const std::string& file : host.files().takeUsed())
+    std::cerr << "read or written: " << file << '\n';
+  for (const auto& [file, type] : host.files().takeChanged())
+    std::cerr << "changed by others: " << file << '\n';
+  if (host.hasUnsavedWork())
+    std::cerr << "unsaved work\n";
 }

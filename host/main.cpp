@@ -60,8 +60,11 @@ void readTrace(const std::string& words, RunCommand::Options& options)
       options.traceChanges = true;
     else if (word == "graph")
       options.traceGraph = true;
+    else if (word == "files")
+      options.traceFiles = true;
     else
-      throw CLI::ValidationError("--trace", "'" + word + "' is none of notify, changes, errors, graph");
+      throw CLI::ValidationError("--trace",
+                                 "'" + word + "' is none of notify, changes, errors, graph, files");
   }
 }
 
@@ -89,7 +92,7 @@ void addRun(CLI::App& app, RunCommand::Options& options)
   // A flag, whose value needs a "=": it must not take a file that follows for its value.
   run->add_flag("--state{/}", options.state, "Print the state text of all objects at the end, or of these");
   addOption(*run, "--trace", "WORD,...",
-            "Tell on standard error what goes on: notify, changes, errors, graph",
+            "Tell on standard error what goes on: notify, changes, errors, graph, files",
             [&options](const std::string& words) { readTrace(words, options); });
   run->add_flag("--timings", options.timings, "Tell on standard error what each command changed and took");
 }

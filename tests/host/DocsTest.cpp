@@ -1,6 +1,7 @@
 // What the documents show is what happens.
 #include "Process.h"
 
+#include <algorithm>
 #include <gtest/gtest.h>
 #include <regex>
 #include <sstream>
@@ -97,6 +98,28 @@ TEST(Docs, SessionFileIsWrittenAndReadAsShown)
     EXPECT_EQ(
         ksl({"run", "-e", "> readsession filename=" + each, "-e", "> delete /FILE PROCESSING", "--state"}),
         (Outcome{0, state, ""}));
+}
+
+std::string blocksOnly(const std::string& stateFile)
+{
+  return stateFile.substr(std::min(stateFile.find("\n\n"), stateFile.size()));
+}
+
+// The state file that is shown is what its commands write, and what loading it and saving again gives.
+TEST(Docs, StateFileIsReadBack)
+{
+  const std::vector<Block> blocks = blocksOf("docs/state-file.md");
+  ASSERT_GE(blocks.size(), 2u);
+  ASSERT_EQ(blocks[0].language + blocks[1].language, "kslqst");
+  const std::string& shown = blocks[1].text;
+  const std::string file = makeFile("work/weather.qst", "old");
+  EXPECT_EQ(ksl({"run", "-e", blocks[0].text}), (Outcome{0, "", ""}));
+  EXPECT_EQ(blocksOnly(readFile(file)), blocksOnly(shown));
+  EXPECT_EQ(ksl({"run", "-e", "> readstate mode=append, filename=" + makeFile("work/shown.qst", shown), "-e",
+                 "> delete /FILE PROCESSING\n> savestate filename=again.qst"}),
+            (Outcome{0, "", ""}));
+  const std::string folder = file.substr(0, file.rfind('/') + 1);
+  EXPECT_EQ(blocksOnly(readFile(folder + "again.qst")), blocksOnly(shown));
 }
 
 // The C++ and C in the documents are cut from programs that other tests build and run.

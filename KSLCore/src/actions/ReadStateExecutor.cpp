@@ -47,7 +47,10 @@ void requireProcessingObject()
 
 bool isAscii(const std::string& line)
 {
-  return std::all_of(line.begin(), line.end(), [](char c) { return static_cast<unsigned char>(c) < 0x80; });
+  unsigned char bits = 0;
+  for (const char c : line)
+    bits |= static_cast<unsigned char>(c);
+  return bits < 0x80;
 }
 
 void dropComment(std::string& line)
@@ -152,7 +155,7 @@ void ReadStateExecutor::load(const std::vector<std::string>& words)
   requireProcessingObject();
 }
 
-void ReadStateExecutor::process(const Request& request, const File& file)
+void ReadStateExecutor::process(const Request& request, File& file)
 {
   // Any other mode that STATE may have adds to what is there: deleting needs to be asked for.
   const bool overwrite = request.mode == overwriteMode;

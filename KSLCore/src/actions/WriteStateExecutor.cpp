@@ -52,15 +52,25 @@ bool isSaved(const ParamDefinition& param, const std::string& type)
          && (param.hasBeenSet() || param.isAllowedValue(param.getValue()));
 }
 
+// The line of a parameter. Most fit as they are; they are not taken apart first.
+void appendLine(const ParamDefinition& param, std::size_t depth, bool isPlain, std::string& out)
+{
+  const std::string& name = param.getName();
+  const std::string& value = param.getValue();
+  constexpr std::string_view equals = " = ";
+  const std::size_t indent = indentStep * depth;
+  if (isPlain && value.back() != '\\' && indent + name.size() + equals.size() + value.size() <= width) {
+    out.append(indent, ' ').append(name).append(equals).append(value) += '\n';
+    return;
+  }
+  out += StringUtilities::splitStringToSize(name + " = " + value + "\n", depth, width);
+}
+
 void appendParameters(const KSLObject& object, std::size_t depth, std::string& out)
 {
-  std::string line;
   object.forEachParam([&](const ParamDefinition& param) {
-    if (!isSaved(param, object.getType()))
-      return;
-    reportUnlessReadable(className, "validatedParameters", object, param);
-    line.assign(param.getName()).append(" = ").append(param.getValue()) += '\n';
-    out += StringUtilities::splitStringToSize(line, depth, width);
+    if (isSaved(param, object.getType()))
+      appendLine(param, depth, reportUnlessReadable(className, "validatedParameters", object, param), out);
   });
 }
 
@@ -79,12 +89,14 @@ std::vector<const KSLObject*> topObjects()
   return objects;
 }
 
-// Objects that lie in one another, or come twice, are written once.
+// Objects that lie in one another, or come twice, are written once. The root is no object to be written, and must not
+// stand for all that is below it.
 std::vector<const KSLObject*> outermost(const std::vector<const KSLObject*>& objects)
 {
   std::vector<std::string> paths;
   for (const KSLObject* object : objects)
-    paths.push_back(object->getPath());
+    if (!object->getPath().empty())
+      paths.push_back(object->getPath());
   std::vector<const KSLObject*> kept;
   for (const std::string& path : PathUtils::filterChildPaths(paths))
     kept.push_back(ObjectDB::instance()->getObjectByPath(path));
@@ -123,9 +135,9 @@ void WriteStateExecutor::invoke(const std::vector<std::string>& p_action)
   checkTarget(request);
   const bool everything = StringUtilities::trimmed(request.objects).empty();
   std::string text = header();
-  writeStateData(everything ? topObjects()
-                            : outermost(listedObjects(request.objects, request.typed, reportMissing)),
-                 text);
+  writeStateData(
+      everything ? topObjects() : outermost(listedObjects(request.objects, request.typed, reportMissing)),
+      text);
   ORVFile::replace(request.fileName, text);
   if (m_files)  // now that the file is complete: a manager may read it at once
     m_files->registerFileChange(request.fileName, fileType);
@@ -181,9 +193,8 @@ void WriteStateExecutor::checkTarget(const Request& request)
     throw file::error(className, "invoke", _("Overwrite not allowed: %s", request.fileName));
   const int failure = errno;
   if (failure != ENOENT)
-    throw file::error(
-        className, "invoke",
-        _("File status error: '%s' - %s.", request.fileName, Error::getSystemError(failure)));
+    throw file::error(className, "invoke",
+                      _("File status error: '%s' - %s.", request.fileName, Error::getSystemError(failure)));
 }
 
 // ------------------------------------------------------------------------------------------------------ the text

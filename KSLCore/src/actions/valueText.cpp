@@ -18,15 +18,16 @@ bool canBeReadBack(std::string_view value)
   return (value.empty() || !afterSpace) && StringUtilities::withoutComment(value).size() == value.size();
 }
 
-void reportUnlessReadable(const char* className, const char* function, const KSLObject& object,
+bool reportUnlessReadable(const char* className, const char* function, const KSLObject& object,
                           const ParamDefinition& param)
 {
   if (canBeReadBack(param.getValue()))
-    return;
+    return true;
   ErrorProgressReporter::instance()->reportError(data::invalid(
       className, function,
       _("Value of parameter '%s' of object '%s' cannot be read back.", param.getName(), object.getPath()),
       errorType::warning));
+  return false;
 }
 
 }  // namespace orv

@@ -12,8 +12,9 @@ class ParamDefinition;
 // ASCII, no white space but single blanks between words. What was entered as KSL text is so but for the ASCII; values
 // set by programs may not be.
 bool canBeReadBack(std::string_view value);
-// Reports one that cannot: data::invalid of type 8, "Value of parameter '%s' of object '%s' cannot be read back.".
-void reportUnlessReadable(const char* className, const char* function, const KSLObject& object,
+// The same of a parameter's value; one that cannot is reported: data::invalid of type 8, "Value of parameter '%s' of
+// object '%s' cannot be read back.".
+bool reportUnlessReadable(const char* className, const char* function, const KSLObject& object,
                           const ParamDefinition& param);
 
 }  // namespace orv
