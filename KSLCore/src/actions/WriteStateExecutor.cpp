@@ -5,11 +5,11 @@
 #include "platform/ORVSystem.h"
 #include "platform/ORVUtilities.h"
 #include "database/ObjectDB.h"
+#include "actions/ReadableText.h"
 #include "actions/StateChangeObserver.h"
 #include "actions/actionChecks.h"
 #include "actions/listedObjects.h"
 #include "actions/stateTypes.h"
-#include "actions/valueText.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -27,7 +27,7 @@ constexpr std::size_t indentStep = 2;
 
 std::string header()
 {
-  return "# State file created: " + cTime().text() + "\n# libORVKSLCore " KSL_VERSION "\n\n";
+  return "# State file created: " + cTime().text() + "\n# libORVKSLCore " ORV_VERSION "\n\n";
 }
 
 std::string textOf(const KSLObject& object, const char* param)
@@ -53,24 +53,28 @@ bool isSaved(const ParamDefinition& param, const std::string& type)
 }
 
 // The line of a parameter. Most fit as they are; they are not taken apart first.
-void appendLine(const ParamDefinition& param, std::size_t depth, bool isPlain, std::string& out)
+void appendLine(const KSLObject& object, const ParamDefinition& param, std::size_t depth, std::string& out)
 {
   const std::string& name = param.getName();
   const std::string& value = param.getValue();
+  const bool readable = isReadable(value);
+  if (!readable)
+    reportUnreadable(className, "validatedParameters", object.getPath(), name, value);
   constexpr std::string_view equals = " = ";
+  constexpr std::size_t deepest = 60;  // columns; beyond, lines are not indented further
   const std::size_t indent = indentStep * depth;
-  if (isPlain && value.back() != '\\' && indent + name.size() + equals.size() + value.size() <= width) {
+  if (readable && value.back() != '\\' && indent <= deepest
+      && indent + name.size() + equals.size() + value.size() <= width)
     out.append(indent, ' ').append(name).append(equals).append(value) += '\n';
-    return;
-  }
-  out += StringUtilities::splitStringToSize(name + " = " + value + "\n", depth, width);
+  else
+    out += StringUtilities::splitStringToSize(name + " = " + value + "\n", depth, width);
 }
 
 void appendParameters(const KSLObject& object, std::size_t depth, std::string& out)
 {
   object.forEachParam([&](const ParamDefinition& param) {
     if (isSaved(param, object.getType()))
-      appendLine(param, depth, reportUnlessReadable(className, "validatedParameters", object, param), out);
+      appendLine(object, param, depth, out);
   });
 }
 
