@@ -3,7 +3,10 @@
 
 #include "command/ActionFactory.h"
 #include "command/Executive.h"
+#include "actions/KSLCopyImpl.h"
+#include "CopiedOutputFiles.h"
 #include "FileWatcher.h"
+#include "ProtectedObjects.h"
 #include "StateWatch.h"
 
 #include <string>
@@ -30,7 +33,7 @@ class Host {
 
  private:
   // Members end in reverse order: first the command processor, which uses executors, then these, then what
-  // they work on.
+  // they ask, then what they work on.
   struct Data {
     ~Data();
   };
@@ -44,6 +47,9 @@ class Host {
   static Host* s_current;
 
   Data m_data;
+  ProtectedObjects m_protection;
+  CopiedOutputFiles m_outputFiles;
+  orv::KSLCopyImpl m_copying{&m_outputFiles};
   FileWatcher m_files;
   orv::Executive m_executive;
   orv::ActionFactory m_actions;

@@ -218,6 +218,8 @@ const std::vector<Scenario>& scenarios()
       {"define nested", {"A: a\nEND"}, tree},
       {"delete a subtree", {tree}, "> delete /A:a\n"},
       {"delete several", {tree, "A: z\nx = 1\nEND"}, "> delete /A:a/B:b, /S, /A:z\n"},
+      {"copy and rename", {tree}, "> copy from=/A:a, to=copy\n> rename from=/A:copy, to=/A:a/A:in\n"},
+      {"undo a rename", {tree, "> rename from=/A:a, to=b"}, "> undo\n"},
       {"undo a definition", {"S:\nx = 1\nEND", tree}, "> undo\n"},
       {"undo a deletion", {tree, "> delete /A:a, /S"}, "> undo\n"},
       {"redo a definition", {"S:\nx = 1\nEND", tree, "> undo"}, "> redo\n"},

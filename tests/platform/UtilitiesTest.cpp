@@ -363,8 +363,8 @@ TEST(KSLPath, ParentsComeBeforeChildren)
 
 TEST(KSLPath, HeadersAndEnds)
 {
-  EXPECT_THAT(KSLPath("/A:a/S/B:no#1").makeKSLPathAndEnd(),
-              Pair("A:a\n  S:\n    B:\"no#1\"\n", "    END\n  END\nEND\n"));
+  EXPECT_THAT(KSLPath("/A:a\\/S/B:no#1").makeKSLPathAndEnd(),
+              Pair("A:a\\ \n  S:\n    B:\"no#1\"\n", "    END\n  END\nEND\n"));
   EXPECT_THAT(KSLPath().makeKSLPathAndEnd(), Pair("", ""));
 }
 

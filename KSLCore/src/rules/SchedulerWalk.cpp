@@ -99,8 +99,12 @@ void SchedulerObject::Walk::forget(SchedulerObject& scheduler) noexcept
     place = frame.outer;
   }
   for (Calculation* it = s_calculation; it; it = it->outer) {
-    if (it->scheduler == &scheduler)
-      *it = {nullptr, it->outer, std::move(scheduler.m_name)};
+    if (it->scheduler != &scheduler)
+      continue;
+    it->scheduler = nullptr;
+    try {
+      it->lostName = scheduler.m_name;  // nested calculations of one scheduler need it each
+    } catch (...) {}                    // without memory the failure is told without the name
   }
 }
 
