@@ -17,6 +17,8 @@ class Host {
   Host(const Host&) = delete;
   Host& operator=(const Host&) = delete;
 
+  const orv::ActionFactory& actions() const { return m_actions; }
+
  private:
   // Members end in reverse order: first the command processor, which uses executors, then these, then what
   // they work on.

@@ -142,3 +142,9 @@ std::size_t countChanges(const orv::KSLUpdateInfo& changes)
   }
   return count;
 }
+
+std::string summaryText(const orv::KSLUpdateInfo& changes, std::size_t calculations, double seconds)
+{
+  return orv::_("%d changed, %d recalculated, %s\n", countChanges(changes), calculations,
+                millisecondsText(seconds));
+}

@@ -57,5 +57,7 @@ class GraphTrace : public orv::SchedulerTrace {
 void printChanges(const orv::KSLUpdateInfo& changes);
 // The number of lines that printChanges writes, and one for each new object without parameters.
 std::size_t countChanges(const orv::KSLUpdateInfo& changes);
+// "N changed, N recalculated, N ms", and a line end: what a command did, and how long it took.
+std::string summaryText(const orv::KSLUpdateInfo& changes, std::size_t calculations, double seconds);
 
 std::string millisecondsText(double seconds);
