@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <clocale>
+#include <csignal>
 #include <cstdio>
 #include <filesystem>
 #include <system_error>
@@ -76,8 +77,10 @@ EditLineReader::EditLineReader(Complete complete, std::string historyFile)
   el_set(m_edit, EL_BIND, "^I", "ksl-complete", nullptr);
   el_set(m_edit, EL_ADDFN, "ksl-interrupt", "Drops the line", onInterrupt);
   el_set(m_edit, EL_BIND, "^C", "ksl-interrupt", nullptr);
-  // While a line is edited Ctrl-C is a key like others; no signal interrupts the program then.
-  el_set(m_edit, EL_SETTY, "-d", "intr=", nullptr);
+  // While a line is edited Ctrl-C and Ctrl-Z are keys like others; no signal interrupts the program then.
+  el_set(m_edit, EL_SETTY, "-d", "-isig", nullptr);
+  el_set(m_edit, EL_ADDFN, "ksl-suspend", "Suspends the program", onSuspend);
+  el_set(m_edit, EL_BIND, "^Z", "ksl-suspend", nullptr);
   el_source(m_edit, nullptr);
 }
 
@@ -105,8 +108,10 @@ LineReader::Result EditLineReader::read(const std::string& prompt, std::string& 
   m_interrupted = false;
   int count = 0;
   const char* text = el_gets(m_edit, &count);
-  if (m_interrupted)
+  if (m_interrupted) {
+    line = m_dropped;
     return Result::interrupted;
+  }
   if (!text || count <= 0) {
     std::fputc('\n', stdout);
     std::fflush(stdout);
@@ -130,10 +135,18 @@ void EditLineReader::remember(const std::string& line)
 
 unsigned char EditLineReader::onInterrupt(EditLine* edit, int)
 {
+  const LineInfo* info = el_line(edit);
+  of(edit).m_dropped.assign(info->buffer, info->lastchar);
   of(edit).m_interrupted = true;
   std::fputs("^C\n", stdout);
   std::fflush(stdout);
   return CC_EOF;
+}
+
+unsigned char EditLineReader::onSuspend(EditLine*, int)
+{
+  std::raise(SIGTSTP);  // caught by libedit, which puts the terminal back meanwhile
+  return CC_NORM;
 }
 
 unsigned char EditLineReader::onTab(EditLine* edit, int)

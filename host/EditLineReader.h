@@ -24,6 +24,7 @@ class EditLineReader : public LineReader {
   static char* givePrompt(EditLine* edit);
   static unsigned char onTab(EditLine* edit, int key);
   static unsigned char onInterrupt(EditLine* edit, int key);
+  static unsigned char onSuspend(EditLine* edit, int key);
   unsigned char completeWord();
 
   EditLine* m_edit;    // owned
@@ -31,6 +32,7 @@ class EditLineReader : public LineReader {
   Complete m_complete;
   std::string m_historyFile;
   std::string m_prompt;
+  std::string m_dropped;
   bool m_interrupted = false;
 };
 

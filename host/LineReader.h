@@ -19,7 +19,7 @@ class LineReader {
   enum class Result { line, interrupted, end };
 
   virtual ~LineReader() = default;
-  // Reads a line, without its end; interrupted when Ctrl-C dropped it.
+  // Reads a line, without its end; interrupted when Ctrl-C dropped what there was of it.
   virtual Result read(const std::string& prompt, std::string& line) = 0;
   // Puts the line in the history, and that in its file.
   virtual void remember(const std::string& line) = 0;

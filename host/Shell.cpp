@@ -14,9 +14,9 @@
 #include <algorithm>
 #include <charconv>
 #include <chrono>
+#include <csignal>
 #include <iomanip>
 #include <iostream>
-#include <stdexcept>
 
 namespace StringUtilities = orv::StringUtilities;
 
@@ -82,10 +82,11 @@ int Shell::run(const Options& options)
   bool leftWell = false;
   const int status = runWithHost(options.input, [&](const Host& host) {
     Shell shell(host);
+    const orv::ScopeGuard endRecording([] { enterText(endRecordingText()); });
     if (!shell.begin(options))
       return;
     shell.loop();
-    leftWell = enterText(endRecordingText()) && shell.m_reader->isInteractive();
+    leftWell = shell.m_reader->isInteractive();
   });
   return leftWell ? 0 : status;
 }
@@ -99,6 +100,8 @@ Shell::Shell(const Host& host) : m_steps(*orv::KSLInterface::instance())
       makeLineReader([this, completer](std::string_view text) { return completer.complete(m_input, text); },
                      historyFileName());
   orv::KSLCoreAPI::instance()->recordKSLChanges(true);
+  if (m_reader->isInteractive())
+    std::signal(SIGINT, [](int) {});  // between a line and its command it has nothing to stop
 }
 
 bool Shell::begin(const Options& options)
@@ -124,7 +127,7 @@ void Shell::loop()
         takeLine(line);
         break;
       case LineReader::Result::interrupted:
-        interrupt();
+        interrupt(line);
         break;
       case LineReader::Result::end:
         m_ended = mayEnd();
@@ -173,10 +176,12 @@ bool Shell::enter(const Lines& text, const std::string& name)
 }
 
 // Ctrl-C drops what is being entered; with nothing to drop, twice in a row ends the shell.
-void Shell::interrupt()
+void Shell::interrupt(const std::string& dropped)
 {
-  if (!m_input.empty())
+  if (!m_input.empty() || !dropped.empty()) {
+    m_warned = false;
     return m_input.clear();
+  }
   if (m_warned)
     throw orv::Interrupt("ksl", "shell", orv::_("Interrupted."));
   m_warned = true;

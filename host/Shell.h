@@ -33,7 +33,7 @@ class Shell {
   void takeLine(const std::string& line);
   void enterCommand();
   bool enter(const Lines& text, const std::string& name);
-  void interrupt();
+  void interrupt(const std::string& dropped);
   bool mayEnd();
 
   static const std::vector<OwnCommand>& ownCommands();
