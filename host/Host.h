@@ -3,6 +3,8 @@
 
 #include "command/ActionFactory.h"
 #include "command/Executive.h"
+#include "FileWatcher.h"
+#include "StateWatch.h"
 
 #include <string>
 #include <vector>
@@ -18,6 +20,10 @@ class Host {
   Host& operator=(const Host&) = delete;
 
   const orv::ActionFactory& actions() const { return m_actions; }
+  // State files that were read or written.
+  FileWatcher& files() { return m_files; }
+  // Objects have changed since everything was last saved to a state file.
+  bool hasUnsavedWork() const { return m_stateWatch.hasUnsavedWork(); }
 
  private:
   // Members end in reverse order: first the command processor, which uses executors, then these, then what
@@ -33,7 +39,9 @@ class Host {
   void registerActions();
 
   Data m_data;
+  FileWatcher m_files;
   orv::Executive m_executive;
   orv::ActionFactory m_actions;
   Commands m_commands;
+  StateWatch m_stateWatch;
 };

@@ -91,7 +91,7 @@ int Shell::run(const Options& options)
   return leftWell ? 0 : status;
 }
 
-Shell::Shell(const Host& host) : m_steps(*orv::KSLInterface::instance())
+Shell::Shell(const Host& host) : m_host(host), m_steps(*orv::KSLInterface::instance())
 {
   for (const OwnCommand& command : ownCommands())
     m_words.push_back(std::string(command.word) + (command.takesObject ? "@" : ""));
@@ -191,9 +191,23 @@ void Shell::interrupt(const std::string& dropped)
 // What a file leaves open is entered, so that the library says what is missing.
 bool Shell::mayEnd()
 {
-  if (!m_reader->isInteractive() && !m_input.empty())
-    enterCommand();
-  return true;
+  if (!m_reader->isInteractive()) {
+    if (!m_input.empty())
+      enterCommand();
+    return true;
+  }
+  if (!m_host.hasUnsavedWork())
+    return true;
+  std::string answer;
+  switch (m_reader->read("There is unsaved work. Leave all the same? [y/N] ", answer)) {
+    case LineReader::Result::interrupted:
+      return false;
+    case LineReader::Result::end:
+      return true;
+    case LineReader::Result::line:
+      break;
+  }
+  return StringUtilities::toLower(answer).substr(0, 1) == "y";
 }
 
 // ------------------------------------------------------------------------------------------------------ own commands

@@ -49,6 +49,7 @@ class Shell {
   void moveInHistory(const std::string& count, const char* action, const char* done,
                      const std::vector<std::string>& (StepNames::*steps)() const);
 
+  const Host& m_host;
   CommandInput m_input;
   StepNames m_steps;
   GraphTrace m_calculations{false};
