@@ -13,10 +13,12 @@
 #include "actions/ForceUpdateExecutor.h"
 #include "actions/GetRulesInfoExecutor.h"
 #include "actions/GetStateExecutor.h"
+#include "actions/ReadSessionExecutor.h"
 #include "actions/ReadStateExecutor.h"
 #include "actions/RedoExecutor.h"
 #include "actions/UndoExecutor.h"
 #include "actions/UpdateExecutor.h"
+#include "actions/WriteSessionExecutor.h"
 #include "actions/WriteStateExecutor.h"
 #include "LoadExecutor.h"
 
@@ -98,5 +100,8 @@ void Host::registerActions()
                              std::make_unique<orv::WriteStateExecutor>(&m_files, m_stateWatch.observer()));
   m_actions.registerExecutor("readstate", std::make_unique<orv::ReadStateExecutor>(&m_files));
   m_actions.registerExecutor("load", std::make_unique<LoadExecutor>());
+  m_actions.registerExecutor("session", std::make_unique<orv::WriteSessionExecutor>());
+  m_actions.registerExecutor("readsession", std::make_unique<orv::ReadSessionExecutor>());
+  m_actions.registerExecutor("rs", std::make_unique<orv::ReadSessionExecutor>());
   m_actions.registerExecutor("setViewportView", std::make_unique<ViewExecutor>());
 }

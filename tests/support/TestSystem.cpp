@@ -5,10 +5,12 @@
 #include "database/ObjectFactory.h"
 #include "actions/DeleteExecutor.h"
 #include "actions/GetStateExecutor.h"
+#include "actions/ReadSessionExecutor.h"
 #include "actions/ReadStateExecutor.h"
 #include "actions/RedoExecutor.h"
 #include "actions/UndoExecutor.h"
 #include "actions/UpdateExecutor.h"
+#include "actions/WriteSessionExecutor.h"
 #include "actions/WriteStateExecutor.h"
 
 #include <filesystem>
@@ -286,6 +288,9 @@ void TestSystem::registerExecutors()
   m_factory.registerExecutor("delete", new DeleteExecutor);
   m_factory.registerExecutor("savestate", new WriteStateExecutor(&m_files, &m_stateChanges));
   m_factory.registerExecutor("readstate", new ReadStateExecutor(&m_files));
+  m_factory.registerExecutor("session", new WriteSessionExecutor);
+  m_factory.registerExecutor("readsession", new ReadSessionExecutor);
+  m_factory.registerExecutor("rs", new ReadSessionExecutor);
   registerAction("setViewportView", [this](const std::vector<std::string>& words) {
     m_viewActions += m_viewActions.empty() ? "" : "; ";
     m_viewActions += ActionExecutor::mergeActionLine(words);

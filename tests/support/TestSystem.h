@@ -21,7 +21,7 @@
 namespace orv {
 
 // Makes every singleton, reads RULES, registers the executors update, undo, redo, getstate, s, delete, savestate,
-// readstate and setViewportView, and ends it all again. One at a time.
+// readstate, session, readsession, rs and setViewportView, and ends it all again. One at a time.
 class TestSystem {
  public:
   // RULES with at least one type for everything that rules can say; see TestSystem.cpp.

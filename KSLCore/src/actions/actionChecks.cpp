@@ -9,12 +9,12 @@
 namespace orv {
 
 void checkAction(const std::vector<std::string>& words, std::initializer_list<std::string_view> names,
-                 const char* className)
+                 const char* className, const char* function)
 {
   if (words.empty())
-    throw internal::badParam(className, "invoke", _("Input parameter %s is empty.", "p_action"));
+    throw internal::badParam(className, function, _("Input parameter %s is empty.", "p_action"));
   if (std::find(names.begin(), names.end(), words.front()) == names.end())
-    throw internal::badParam(className, "invoke",
+    throw internal::badParam(className, function,
                              _("Action '%s' cannot be handled by %s.", words.front(), className));
 }
 
