@@ -97,14 +97,24 @@ std::vector<std::string> sourced(std::string_view source, std::string_view typed
 
 Completions Completer::complete(const CommandInput& input, std::string_view beforeCursor) const
 {
-  std::string text = input.begun();
-  const std::size_t before = text.size();
-  text += beforeCursor;
+  if (!input.isContinued())
+    return completeStatement(input, beforeCursor);
+  // Blanks at the beginning are no part of what is continued.
+  const std::size_t first = skipBlanks(beforeCursor, 0);
+  const std::string& begun = input.begun();
+  const std::string text = begun + std::string(beforeCursor.substr(first));
   Completions found = completeStatement(input, text);
-  if (found.start < before)  // what it would change is not on this line any more
-    return {};
-  found.start -= before;
-  return found;
+  if (found.start >= begun.size()) {
+    found.start += first - begun.size();
+    return found;
+  }
+  // Only what is on this line can be completed.
+  const std::string above = text.substr(found.start, begun.size() - found.start);
+  Completions rest{first, {}};
+  for (const std::string& candidate : found.texts)
+    if (beginsWith(candidate, above))
+      rest.texts.push_back(candidate.substr(above.size()));
+  return rest;
 }
 
 Completions Completer::completeStatement(const CommandInput& input, std::string_view text) const

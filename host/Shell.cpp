@@ -138,9 +138,9 @@ void Shell::loop()
 
 void Shell::takeLine(const std::string& line)
 {
-  const std::string_view trimmed = StringUtilities::trimmed(line);
-  if (!trimmed.empty())
+  if (!StringUtilities::trimmed(line).empty())
     m_reader->remember(line);
+  const std::string_view trimmed = StringUtilities::trimmed(StringUtilities::withoutComment(line));
   const bool isOwn = !trimmed.empty() && trimmed.front() == '.';
   // A value may go on with a dot.
   if (isOwn && (!m_input.isContinued() || trimmed == ".cancel"))

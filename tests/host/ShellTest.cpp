@@ -10,6 +10,7 @@ namespace {
 using Arguments = std::vector<std::string>;
 
 const std::string greeting = "ksl 1.0.0. Tab completes; .help lists the shell's own commands.\n";
+const std::string question = "There is unsaved work. Leave all the same? [y/N] ";
 const std::string key_interrupt = "\x03";
 const std::string key_end = "\x04";
 const std::string key_previous = "\x10";
@@ -46,7 +47,7 @@ TEST(Shell, DefineCompleteFailUndoByNumberQuit)
   terminal.enter(".undo 3");
   terminal.enter(".state b");
   terminal.type(".quit\n");
-  terminal.waitFor("[y/N] ");
+  terminal.waitForPrompt(question);
   terminal.type("yes\n");
   EXPECT_EQ(terminal.end(), 0);
   EXPECT_EQ(terminal.takeScreen(), greeting + R"(ksl> BOX: a
@@ -64,6 +65,9 @@ ksl:1> Colour = red
 ksl:1> END
 error[4] DataKSLObject::setValue: Parameter 'Colour' is not recognized on object '/NOTE:n'.
 rolled back 2 changes
+ksl> > delete
+a  b
+
 ksl> > delete a
 2 changed, 2 recalculated, N ms
 ksl> .history
@@ -119,13 +123,13 @@ TEST_P(CompletionTest, LineAfterTab)
   terminal.enter("END");
   terminal.enter("CUT: Mid Tail", "ksl:1> ");
   terminal.enter("END");
-  std::string prompt = "ksl> ";
   for (const std::string& line : GetParam().block)
-    terminal.enter(line, prompt = "ksl:1> ");
-  terminal.takeScreen();
+    terminal.enter(line, line.back() == '\\' ? "ksl:1\\> " : "ksl:1> ");
   typeAndDrop(terminal, GetParam().typed);
   const std::string screen = terminal.takeScreen();
-  EXPECT_EQ(screen.substr(screen.rfind('\n', screen.find("^C")) + 1), GetParam().seen + "^C\nksl> ");
+  const std::size_t end = screen.find("^C");
+  const std::size_t begin = screen.rfind('\n', end) + 1;
+  EXPECT_EQ(screen.substr(begin, end - begin), GetParam().seen);
 }
 
 const Completed completions[] = {
@@ -144,10 +148,10 @@ const Completed completions[] = {
      "ksl> > readstate filename=completion-of-files.qst"},
     {"OwnCommand", {}, ".tr\t", "ksl> .tree "},
     {"ObjectOfOwnCommand", {}, ".state Mid T\t", "ksl> .state Mid Tail"},
-    {"Parameter", {"CUT: new"}, "Dom\t", "ksl:1> Domain List = "},
+    {"Parameter", {"CUT: new"}, "Domain L\t", "ksl:1> Domain List = "},
     {"AllowedValue", {"CUT: new"}, "Option = Axis\t", "ksl:1> Option = Axis Plane"},
     {"PresentValue", {"CUT: new"}, "Offset = \t", "ksl:1> Offset = 0 [m]"},
-    {"Continued", {"CUT: new", "Option = Axis\\"}, " Pl\t", "Pl"},
+    {"Continued", {"CUT: new", "Option = Axis \\"}, " Pl\t", "ksl:1\\>  Plane"},
 };
 INSTANTIATE_TEST_SUITE_P(Lines, CompletionTest, testing::ValuesIn(completions),
                          [](const auto& tested) { return tested.param.name; });
@@ -178,7 +182,7 @@ TEST(Shell, CtrlDAsksForUnsavedWork)
   terminal.enter("MARK: m", "ksl:1> ");
   terminal.enter("END");
   terminal.type(key_end);
-  terminal.waitFor("[y/N] ");
+  terminal.waitForPrompt(question);
   terminal.enter("n");
   terminal.enter("> savestate filename=" + makeFile("saved.qst", {}));
   terminal.type(key_end);
@@ -196,26 +200,37 @@ TEST(Shell, HistoryIsKept)
       typeAndDrop(terminal, key_previous);
     else
       terminal.enter(".tree # of \"all\"");
+    const std::string line = again ? ".tree # of \"all\"^C" : ".tree # of \"all\"";
+    EXPECT_EQ(terminal.takeScreen(), greeting + "ksl> " + line + "\nksl>");
     terminal.type(key_end);
     EXPECT_EQ(terminal.end(), 0);
-    const std::string line = again ? ".tree # of \"all\"^C" : ".tree # of \"all\"";
-    EXPECT_EQ(terminal.takeScreen(), greeting + "ksl> " + line + "\nksl>\n");
   }
 }
 
+// Also one that is nested in another, and is not recorded as done.
 TEST(Shell, CtrlCStopsALongCommand)
 {
   std::string text;
   for (int i = 0; i < 300000; ++i)
     text += "MARK: m" + std::to_string(i) + "\nEND\n";
   const std::string file = makeFile("long.ksl", text);
-  Terminal terminal({"run", "--library", boxes(), "-e", "> update", file, "--state"});
-  terminal.waitFor(" of 300000 blocks");
-  terminal.type(key_interrupt);
-  EXPECT_EQ(terminal.end(), 130);
-  const std::string screen = terminal.takeScreen();
-  EXPECT_EQ(screen.substr(0, screen.find("\nrolled back")),
-            "error[4] ksl::interrupt: Interrupted. The command is taken back.");
+  const std::string told = "error[4] ksl::interrupt: Interrupted. The command is taken back.\nrolled back ";
+
+  Terminal run({"run", "--library", boxes(), file, "-e", "MARK: never\nEND", "--state"});
+  run.waitFor(" of 300000 blocks");
+  run.type(key_interrupt);
+  EXPECT_EQ(run.end(), 130);
+  EXPECT_EQ(run.takeScreen().substr(0, told.size()), told);
+
+  Terminal shell({"--library", boxes(), "--library", fileTypes()});
+  shell.waitForPrompt("ksl> ");
+  shell.type("> readsession filename=" + file + "\n");
+  shell.waitFor(" of 300000 blocks");
+  shell.type(key_interrupt);
+  shell.waitForPrompt("ksl> ");
+  EXPECT_NE(shell.takeScreen().find("\n" + told), std::string::npos);
+  shell.enter(".history");
+  EXPECT_EQ(shell.takeScreen(), ".history\nNothing to undo or redo.\nksl>");
 }
 
 // Without a terminal the lines are read as they are; errors count.
