@@ -53,7 +53,7 @@ CommandWatch::~CommandWatch()
 
 void CommandWatch::stepped(const orv::Progress* innermost)
 {
-  if (interruptRequested && !m_stopped) {
+  if (interruptRequested) {
     m_stopped = true;
     throw orv::Interrupt("ksl", "interrupt", orv::_("Interrupted. The command is taken back."));
   }
