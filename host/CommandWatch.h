@@ -6,12 +6,11 @@
 #include <chrono>
 #include <csignal>
 #include <cstddef>
-#include <string>
 
 // While it lives, Ctrl-C stops the command under way between two of its steps: the command fails with
 // orv::Interrupt and is taken back. A second Ctrl-C before that is done ends the program, as any signal does.
 // After half a second, what there is to do and what is done stands in one line of standard error, if that is a
-// terminal; the line goes when something else is said there through ErrorPrinter, and at the end. One at a time.
+// terminal; the line goes when reports and traces are written there, and at the end. One at a time.
 class CommandWatch : public orv::ProgressWatcher {
  public:
   CommandWatch();

@@ -54,6 +54,7 @@ void ErrorPrinter::report(const orv::ErrorMsg& error)
 
 void ErrorPrinter::inform(std::string_view text)
 {
+  CommandWatch::eraseLine();
   std::cerr << "inform " << text << '\n';
 }
 

@@ -13,7 +13,7 @@ class PlainLineReader : public LineReader {
   Result read(const std::string& prompt, std::string& line) override
   {
     if (m_interactive)
-      std::cout << prompt << std::flush;
+      std::cerr << prompt << std::flush;  // what is shown may go elsewhere
     if (!std::getline(std::cin, line))
       return Result::end;
     if (!line.empty() && line.back() == '\r')

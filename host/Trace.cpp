@@ -5,6 +5,7 @@
 #include "database/ObjectDB.h"
 #include "command/KSLCoreAPI.h"
 #include "command/KSLUpdateInfo.h"
+#include "CommandWatch.h"
 
 #include <algorithm>
 #include <iostream>
@@ -26,6 +27,7 @@ NotificationTrace::~NotificationTrace()
 
 void NotificationTrace::update(orv::ObserverSubject*, int type)
 {
+  CommandWatch::eraseLine();
   std::cerr << "notify " << type << '\n';
 }
 
@@ -100,6 +102,7 @@ void GraphTrace::calculated(const orv::SchedulerObject& scheduler, double second
   if (!m_printing)
     return;
   tryTo([&] {
+    CommandWatch::eraseLine();
     std::cerr << "calculated " << nameOf(scheduler) << ": "
               << orv::StringUtilities::vectorToString(m_reasons[&scheduler], ", ") << "; "
               << millisecondsText(seconds) << '\n';

@@ -123,8 +123,11 @@ TEST_P(CompletionTest, LineAfterTab)
   terminal.enter("END");
   terminal.enter("CUT: Mid Tail", "ksl:1> ");
   terminal.enter("END");
-  for (const std::string& line : GetParam().block)
-    terminal.enter(line, line.back() == '\\' ? "ksl:1\\> " : "ksl:1> ");
+  int depth = 0;
+  for (const std::string& line : GetParam().block) {
+    depth += line.find(':') != std::string::npos;
+    terminal.enter(line, "ksl:" + std::to_string(depth) + (line.back() == '\\' ? "\\> " : "> "));
+  }
   typeAndDrop(terminal, GetParam().typed);
   const std::string screen = terminal.takeScreen();
   const std::size_t end = screen.find("^C");
@@ -149,6 +152,8 @@ const Completed completions[] = {
     {"OwnCommand", {}, ".tr\t", "ksl> .tree "},
     {"ObjectOfOwnCommand", {}, ".state Mid T\t", "ksl> .state Mid Tail"},
     {"Parameter", {"CUT: new"}, "Domain L\t", "ksl:1> Domain List = "},
+    {"ParameterOfContext", {"CUT: new", "Option = Point and Normal"}, "Po\t", "ksl:1> Point = "},
+    {"ParameterOfNestedBlock", {"CUT: new", "SHOT: s"}, "Outp\t", "ksl:2> Output File = "},
     {"AllowedValue", {"CUT: new"}, "Option = Axis\t", "ksl:1> Option = Axis Plane"},
     {"PresentValue", {"CUT: new"}, "Offset = \t", "ksl:1> Offset = 0 [m]"},
     {"Continued", {"CUT: new", "Option = Axis \\"}, " Pl\t", "ksl:1\\>  Plane"},
@@ -163,6 +168,8 @@ TEST(Shell, CtrlCDropsWhatIsEnteredAndTwiceEnds)
   terminal.enter("BOX: a", "ksl:1> ");
   typeAndDrop(terminal, "Size");
   terminal.enter("BOX: b", "ksl:1> ");
+  terminal.enter("BOX: c", "ksl:2> ");
+  terminal.enter("END", "ksl:1> ");
   terminal.enter(".cancel");
   typeAndDrop(terminal, "BOX: c");
   typeAndDrop(terminal, "");
@@ -171,8 +178,9 @@ TEST(Shell, CtrlCDropsWhatIsEnteredAndTwiceEnds)
   terminal.type(key_interrupt);
   EXPECT_EQ(terminal.end(), 130);
   const std::string hint = "ksl> ^C\nCtrl-C again, Ctrl-D or .quit leaves.\n";
-  EXPECT_EQ(terminal.takeScreen(), greeting + "ksl> BOX: a\nksl:1> Size^C\nksl> BOX: b\nksl:1> .cancel\n"
-                                       + "ksl> BOX: c^C\n" + hint + "ksl> .tree\n" + hint + "ksl> ^C\n");
+  EXPECT_EQ(terminal.takeScreen(),
+            greeting + "ksl> BOX: a\nksl:1> Size^C\nksl> BOX: b\nksl:1> BOX: c\nksl:2> END\nksl:1> .cancel\n"
+                + "ksl> BOX: c^C\n" + hint + "ksl> .tree\n" + hint + "ksl> ^C\n");
 }
 
 TEST(Shell, CtrlDAsksForUnsavedWork)
