@@ -1,11 +1,7 @@
 #include "Completer.h"
 
-#include "platform/ORVError.h"
-#include "platform/ORVKSLParseUtilities.h"
 #include "platform/ORVUtilities.h"
 #include "database/KSLObject.h"
-#include "database/ObjectDB.h"
-#include "database/ObjectFactory.h"
 #include "command/ActionFactory.h"
 #include "CompletionSources.h"
 
@@ -14,7 +10,6 @@
 
 namespace StringUtilities = orv::StringUtilities;
 using orv::KSLObject;
-using orv::ObjectFactory;
 using orv::ParamDefinition;
 
 namespace {
