@@ -11,9 +11,13 @@
 #include "command/KSLCoreAPI.h"
 #include "command/KSLInterface.h"
 #include "actions/DeleteExecutor.h"
+#include "actions/ReadSessionExecutor.h"
+#include "actions/ReadStateExecutor.h"
 #include "actions/RedoExecutor.h"
 #include "actions/UndoExecutor.h"
 #include "actions/UpdateExecutor.h"
+#include "actions/WriteSessionExecutor.h"
+#include "actions/WriteStateExecutor.h"
 #include "bench/Model.h"
 
 #include <memory>
@@ -38,6 +42,10 @@ class LibraryPeer {
     m_factory.registerExecutor("undo", std::make_unique<orv::UndoExecutor>(&m_executive));
     m_factory.registerExecutor("redo", std::make_unique<orv::RedoExecutor>(&m_executive));
     m_factory.registerExecutor("delete", std::make_unique<orv::DeleteExecutor>());
+    m_factory.registerExecutor("savestate", std::make_unique<orv::WriteStateExecutor>());
+    m_factory.registerExecutor("readstate", std::make_unique<orv::ReadStateExecutor>());
+    m_factory.registerExecutor("session", std::make_unique<orv::WriteSessionExecutor>());
+    m_factory.registerExecutor("readsession", std::make_unique<orv::ReadSessionExecutor>());
     m_executive.setActionFactory(&m_factory);
     owner->setExecutive(&m_executive);
   }

@@ -48,6 +48,8 @@ bool environmentNamesLibraries()
 
 }  // namespace
 
+Host* Host::s_current = nullptr;
+
 Host::Data::~Data()
 {
   orv::ObjectDB::destroyInstance();
@@ -72,6 +74,7 @@ Host::Host(const std::vector<std::string>& libraries)
   registerActions();
   m_executive.setActionFactory(&m_actions);
   orv::KSLInterface::instance()->setExecutive(&m_executive);
+  s_current = this;
 }
 
 void Host::initialize(const std::vector<std::string>& libraries)

@@ -18,6 +18,10 @@ class Host {
   explicit Host(const std::vector<std::string>& libraries);
   Host(const Host&) = delete;
   Host& operator=(const Host&) = delete;
+  ~Host() { s_current = nullptr; }
+
+  // The one that lives; null when none does.
+  static Host* current() { return s_current; }
 
   const orv::ActionFactory& actions() const { return m_actions; }
   // State files that were read or written.
@@ -37,6 +41,8 @@ class Host {
 
   void initialize(const std::vector<std::string>& libraries);
   void registerActions();
+
+  static Host* s_current;
 
   Data m_data;
   FileWatcher m_files;

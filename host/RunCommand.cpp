@@ -4,6 +4,7 @@
 #include "command/KSLCoreAPI.h"
 #include "command/KSLUpdateInfo.h"
 #include "FileActions.h"
+#include "Host.h"
 #include "ObjectText.h"
 #include "Trace.h"
 
@@ -63,6 +64,8 @@ bool RunCommand::enterWatched(const Lines& text, GraphTrace* graph) const
     printChanges(*changes);
   if (m_options.timings)
     std::cerr << summaryText(*changes, graph->takeCalculations(), time.count());
+  if (m_options.traceFiles)
+    printFiles(*Host::current());
   return good;
 }
 

@@ -6,6 +6,7 @@
 #include "command/KSLCoreAPI.h"
 #include "command/KSLUpdateInfo.h"
 #include "CommandWatch.h"
+#include "Host.h"
 
 #include <algorithm>
 #include <iostream>
@@ -150,4 +151,14 @@ std::string summaryText(const orv::KSLUpdateInfo& changes, std::size_t calculati
 {
   return orv::_("%d changed, %d recalculated, %s\n", countChanges(changes), calculations,
                 millisecondsText(seconds));
+}
+
+void printFiles(Host& host)
+{
+  for (const std::string& file : host.files().takeUsed())
+    std::cerr << "read or written: " << file << '\n';
+  for (const auto& [file, type] : host.files().takeChanged())
+    std::cerr << "changed by others: " << file << '\n';
+  if (host.hasUnsavedWork())
+    std::cerr << "unsaved work\n";
 }

@@ -62,8 +62,11 @@ void readTrace(const std::string& words, RunCommand::Options& options)
       options.traceChanges = true;
     else if (word == "graph")
       options.traceGraph = true;
+    else if (word == "files")
+      options.traceFiles = true;
     else
-      throw CLI::ValidationError("--trace", "'" + word + "' is none of notify, changes, errors, graph");
+      throw CLI::ValidationError("--trace",
+                                 "'" + word + "' is none of notify, changes, errors, graph, files");
   }
 }
 
@@ -119,7 +122,7 @@ void addWatching(CLI::App& command, RunCommand::Options& options)
   command.add_flag("--state{/}", options.state,
                    "Print the state text of all objects at the end, or of these");
   addOption(command, "--trace", "WORD,...",
-            "Tell on standard error what goes on: notify, changes, errors, graph",
+            "Tell on standard error what goes on: notify, changes, errors, graph, files",
             [&options](const std::string& words) { readTrace(words, options); });
   command.add_flag("--timings", options.timings, "Tell on standard error what each command changed and took");
 }

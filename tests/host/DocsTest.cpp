@@ -1,7 +1,9 @@
 // What the documents show is what happens.
 #include "Process.h"
 
+#include <algorithm>
 #include <gtest/gtest.h>
+#include <regex>
 #include <sstream>
 #include <tuple>
 
@@ -50,6 +52,54 @@ TEST_P(DocsTest, TextsGiveTheStatesShown)
 
 INSTANTIATE_TEST_SUITE_P(Docs, DocsTest, testing::Values("README.md", "docs/language.md"));
 
+std::string blocksOnly(const std::string& stateFile)
+{
+  return stateFile.substr(std::min(stateFile.find("\n\n"), stateFile.size()));
+}
+
+// The state file that is shown is what its commands write, and what loading it and saving again gives.
+TEST(Docs, StateFileIsReadBack)
+{
+  const std::vector<Block> blocks = blocksOf("docs/state-file.md");
+  ASSERT_GE(blocks.size(), 2u);
+  ASSERT_EQ(blocks[0].language + blocks[1].language, "kslqst");
+  const std::string& shown = blocks[1].text;
+  const std::string file = makeFile("work/weather.qst", "old");
+  EXPECT_EQ(ksl({"run", "-e", blocks[0].text}), (Outcome{0, "", ""}));
+  EXPECT_EQ(blocksOnly(readFile(file)), blocksOnly(shown));
+  EXPECT_EQ(ksl({"run", "-e", "> readstate mode=append, filename=" + makeFile("work/shown.qst", shown), "-e",
+                 "> delete /FILE PROCESSING\n> savestate filename=again.qst"}),
+            (Outcome{0, "", ""}));
+  const std::string folder = file.substr(0, file.rfind('/') + 1);
+  EXPECT_EQ(blocksOnly(readFile(folder + "again.qst")), blocksOnly(shown));
+}
+
+// The commands shown are recorded as shown, and play back to the state shown.
+TEST(Docs, SessionFileIsWrittenAndReadAsShown)
+{
+  std::vector<std::string> arguments{"run", "-e", ""};
+  std::string session;
+  std::string state;
+  for (const Block& block : blocksOf("docs/session-file.md")) {
+    if (block.language == "ksl")
+      arguments.insert(arguments.end(), {"-e", block.text});
+    else if (block.language == "session")
+      session = block.text;
+    else if (block.language == "state")
+      state = block.text;
+  }
+  const std::string file = makeFile("recorded.ksl", "");
+  arguments[2] = "> session start, mode=overwrite, filename=" + file;
+  arguments.insert(arguments.end(), {"-e", "> session stop"});
+  EXPECT_EQ(ksl(arguments), (Outcome{0, "", ""}));
+  const std::regex time("ed: [-0-9]+ [:0-9]+");
+  EXPECT_EQ(std::regex_replace(readFile(file), time, "ed:"), std::regex_replace(session, time, "ed:"));
+  for (const std::string& each : {file, makeFile("shown.ksl", session)})
+    EXPECT_EQ(
+        ksl({"run", "-e", "> readsession filename=" + each, "-e", "> delete /FILE PROCESSING", "--state"}),
+        (Outcome{0, state, ""}));
+}
+
 // The C++ and C in the documents are cut from programs that other tests build and run.
 TEST(Docs, CodeIsTheExample)
 {
@@ -57,6 +107,7 @@ TEST(Docs, CodeIsTheExample)
       {"README.md", "cpp", "minimal.cpp"},
       {"docs/embedding.md", "cpp", "minimal.cpp"},
       {"docs/embedding.md", "c", "query.c"},
+      {"docs/session-file.md", "cpp", "replay.cpp"},
   };
   for (const auto& [document, language, program] : cases) {
     const std::string example = readFile(sourceDir() + "/examples/embed/" + program);

@@ -20,8 +20,8 @@
 
 namespace orv {
 
-// Makes every singleton, reads RULES, registers the executors update, undo, redo, getstate, s, delete, savestate,
-// readstate, session, readsession, rs and setViewportView, and ends it all again. One at a time.
+// Makes every singleton, reads RULES, registers the executors update, undo, redo, getstate, s, delete, session,
+// readsession, rs, savestate, readstate and setViewportView, and ends it all again. One at a time.
 class TestSystem {
  public:
   // RULES with at least one type for everything that rules can say; see TestSystem.cpp.

@@ -31,11 +31,7 @@ class ORV_API SessionUpdateStrategy {
   // The mode that the output is run with.
   virtual kslUpdateMode updateMode() = 0;
 
- protected:
-  SessionUpdateStrategy() = default;
-  SessionUpdateStrategy(const SessionUpdateStrategy&) = default;
-  SessionUpdateStrategy& operator=(const SessionUpdateStrategy&) = default;
-  ~SessionUpdateStrategy() = default;  // never deleted by the library
+  virtual ~SessionUpdateStrategy();  // behind the operations, whose places are part of the contract
 };
 
 }  // namespace orv

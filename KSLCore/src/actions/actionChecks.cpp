@@ -41,9 +41,8 @@ std::pair<std::string, std::string> squeezedArgument(const std::string& argument
 {
   const std::size_t equals = argument.find('=');
   if (equals == std::string::npos)
-    throw ksl::invalid(
-        className, "invoke",
-        _("Syntax error: %s parameters should have the format: %s", action, "param=value"));
+    throw ksl::invalid(className, "invoke",
+                       _("Syntax error: %s parameters should have the format: %s", action, "param=value"));
   const std::string_view text(argument);
   return {StringUtilities::removeAllWhitespace(text.substr(0, equals)),
           StringUtilities::removeAllWhitespace(text.substr(equals + 1))};
