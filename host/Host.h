@@ -26,6 +26,7 @@ class Host {
   // The one that lives; null when none does.
   static Host* current() { return s_current; }
 
+  const orv::ActionFactory& actions() const { return m_actions; }
   // State files that were read or written.
   FileWatcher& files() { return m_files; }
   // Objects have changed since everything was last saved to a state file.

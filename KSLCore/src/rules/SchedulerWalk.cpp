@@ -1,6 +1,7 @@
 #include "SchedulerWalk.h"
 
 #include "platform/ORVError.h"
+#include "platform/ORVProgress.h"
 
 #include <chrono>
 #include <cxxabi.h>
@@ -231,6 +232,7 @@ inline void SchedulerObject::Walk::visit(SchedulerObject* scheduler)
 {
   if (!scheduler->m_pending)
     return;
+  Progress::step();
   SchedulerOwner& owner = scheduler->support();
   enter(scheduler);
   owner.createDelayedParamLinks();
