@@ -73,13 +73,14 @@ EditLineReader::EditLineReader(Complete complete, std::string historyFile)
   el_set(m_edit, EL_SIGNAL, 1);  // a window that changes its size; suspending
   el_set(m_edit, EL_HIST, history, m_history);
   el_set(m_edit, EL_EDITOR, "emacs");
-  el_set(m_edit, EL_ADDFN, "ksl-complete", "Completes the word", onTab);
+  // In wide characters: of narrow ones it makes copies that it never frees.
+  el_wset(m_edit, EL_ADDFN, L"ksl-complete", L"Completes the word", onTab);
   el_set(m_edit, EL_BIND, "^I", "ksl-complete", nullptr);
-  el_set(m_edit, EL_ADDFN, "ksl-interrupt", "Drops the line", onInterrupt);
+  el_wset(m_edit, EL_ADDFN, L"ksl-interrupt", L"Drops the line", onInterrupt);
   el_set(m_edit, EL_BIND, "^C", "ksl-interrupt", nullptr);
   // While a line is edited Ctrl-C and Ctrl-Z are keys like others; no signal interrupts the program then.
   el_set(m_edit, EL_SETTY, "-d", "-isig", nullptr);
-  el_set(m_edit, EL_ADDFN, "ksl-suspend", "Suspends the program", onSuspend);
+  el_wset(m_edit, EL_ADDFN, L"ksl-suspend", L"Suspends the program", onSuspend);
   el_set(m_edit, EL_BIND, "^Z", "ksl-suspend", nullptr);
   el_source(m_edit, nullptr);
 }

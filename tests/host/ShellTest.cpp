@@ -38,7 +38,9 @@ TEST(Shell, DefineCompleteFailUndoByNumberQuit)
   terminal.enter(". two", "ksl:1> ");
   terminal.enter("Colour = red", "ksl:1> ");
   terminal.enter("END");
-  terminal.enter("> delete \ta");
+  terminal.type("> delete \t");
+  terminal.waitForPrompt("ksl> > delete ");
+  terminal.enter("a");
   terminal.enter(".history");
   terminal.enter(".undo 2");
   terminal.enter(".tree");
