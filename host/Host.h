@@ -31,6 +31,8 @@ class Host {
   FileWatcher& files() { return m_files; }
   // Objects have changed since everything was last saved to a state file.
   bool hasUnsavedWork() const { return m_stateWatch.hasUnsavedWork(); }
+  // A file holds all there is: a state that was loaded into nothing.
+  void setSaved() { m_stateWatch.setSaved(); }
 
  private:
   // Members end in reverse order: first the command processor, which uses executors, then these, then what

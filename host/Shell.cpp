@@ -80,7 +80,7 @@ void printSteps(const std::vector<std::string>& steps, const char* title, bool n
 int Shell::run(const Options& options)
 {
   bool leftWell = false;
-  const int status = runWithHost(options.input, [&](const Host& host) {
+  const int status = runWithHost(options.input, [&](Host& host) {
     Shell shell(host);
     const orv::ScopeGuard endRecording([] { enterText(endRecordingText()); });
     if (!shell.begin(options))
@@ -91,7 +91,7 @@ int Shell::run(const Options& options)
   return leftWell ? 0 : status;
 }
 
-Shell::Shell(const Host& host) : m_host(host), m_steps(*orv::KSLInterface::instance())
+Shell::Shell(Host& host) : m_host(host), m_steps(*orv::KSLInterface::instance())
 {
   for (const OwnCommand& command : ownCommands())
     m_words.push_back(std::string(command.word) + (command.takesObject ? "@" : ""));
@@ -108,8 +108,11 @@ bool Shell::begin(const Options& options)
 {
   if (!options.record.empty() && !enterText(startRecordingText(options.record)))
     return false;
-  if (!options.load.empty() && !enterText(loadStateText(options.load)))
-    return false;
+  if (!options.load.empty()) {
+    if (!enterText(loadStateText(options.load)))
+      return false;
+    m_host.setSaved();
+  }
   m_steps.follow("> readstate " + options.load);
   if (m_reader->isInteractive())
     std::cout << "ksl " KSL_VERSION ". Tab completes; .help lists the shell's own commands.\n";

@@ -26,7 +26,7 @@ class Shell {
  private:
   struct OwnCommand;
 
-  explicit Shell(const Host& host);
+  explicit Shell(Host& host);
   bool begin(const Options& options);
   void greet() const;
   void loop();
@@ -49,7 +49,7 @@ class Shell {
   void moveInHistory(const std::string& count, const char* action, const char* done,
                      const std::vector<std::string>& (StepNames::*steps)() const);
 
-  const Host& m_host;
+  Host& m_host;
   CommandInput m_input;
   StepNames m_steps;
   GraphTrace m_calculations{false};

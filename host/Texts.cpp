@@ -59,9 +59,9 @@ void flushOutput()
     throw orv::file::error("ksl", "flushOutput", orv::_("Cannot write to standard output."));
 }
 
-void runReported(const TextOptions& options, const std::function<void(const Host&)>& work)
+void runReported(const TextOptions& options, const std::function<void(Host&)>& work)
 {
-  const Host host(options.libraries);
+  Host host(options.libraries);
   orv::KSLCoreAPI* api = orv::KSLCoreAPI::instance();
   api->setExternalKslUpdateMode(options.updateMode);
   api->setValidationEnabled(options.validate);
@@ -99,7 +99,7 @@ int runWithTexts(const TextOptions& options, const std::function<void(const Text
   return runWithHost(options, [&](const Host&) { work(readTexts(options)); });
 }
 
-int runWithHost(const TextOptions& options, const std::function<void(const Host&)>& work)
+int runWithHost(const TextOptions& options, const std::function<void(Host&)>& work)
 {
   ErrorPrinter printer;
   printer.setTracing(options.traceErrors);

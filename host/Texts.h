@@ -27,7 +27,7 @@ using Texts = std::vector<Lines>;
 // work begins, and end the run.
 int runWithTexts(const TextOptions& options, const std::function<void(const Texts&)>& work);
 // The same for work that reads its own texts.
-int runWithHost(const TextOptions& options, const std::function<void(const Host&)>& work);
+int runWithHost(const TextOptions& options, const std::function<void(Host&)>& work);
 
 // Enters a text as one command; one that fails is taken back, which is told. False when an error was reported.
 // Throws orv::Interrupt once Ctrl-C was pressed meanwhile; that, too, was told.

@@ -33,7 +33,9 @@ class ORV_API Progress {
  public:
   // What the total counts, in the plural; a literal.
   Progress(const char* units, std::size_t total) noexcept
-      : m_units(units), m_total(total), m_outer(std::exchange(s_innermost, this))
+      : m_units(units),
+        m_total(total),
+        m_outer(std::exchange(s_innermost, this))
   {}
   ~Progress() { s_innermost = m_outer; }
   Progress(const Progress&) = delete;

@@ -187,16 +187,25 @@ TEST(Shell, CtrlCDropsWhatIsEnteredAndTwiceEnds)
 
 TEST(Shell, CtrlDAsksForUnsavedWork)
 {
-  Terminal terminal({"--library", boxes()});
+  Terminal terminal({});
   terminal.waitForPrompt("ksl> ");
-  terminal.enter("MARK: m", "ksl:1> ");
+  terminal.enter("PALETTE: m", "ksl:1> ");
   terminal.enter("END");
   terminal.type(key_end);
   terminal.waitForPrompt(question);
   terminal.enter("n");
-  terminal.enter("> savestate filename=" + makeFile("saved.qst", {}));
+  const std::string file = makeFile("saved.qst", {});
+  terminal.enter("> savestate filename=" + file);
+  terminal.enter("PALETTE: n", "ksl:1> ");
+  terminal.enter("Ghost = 1", "ksl:1> ");
+  terminal.enter("END");  // fails
   terminal.type(key_end);
   EXPECT_EQ(terminal.end(), 0);
+
+  Terminal loaded({"--load", file});
+  loaded.waitForPrompt("ksl> ");
+  loaded.type(key_end);
+  EXPECT_EQ(loaded.end(), 0);
 }
 
 TEST(Shell, HistoryIsKept)
