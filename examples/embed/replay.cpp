@@ -20,6 +20,8 @@
 #include "actions/DeleteExecutor.h"
 #include "actions/ReadSessionExecutor.h"
 #include "actions/UpdateExecutor.h"
+#include "services/EngineUnitSystemHandler.h"
+#include "services/UnitsKSLObject.h"
 
 #include <iostream>
 #include <iterator>
@@ -75,6 +77,7 @@ void end()
   orv::KSLCoreAPI::destroyInstance();
   orv::ObjectDB::destroyInstance();
   orv::ObjectFactory::destroyInstance();
+  orv::EngineUnitSystemHandler::destroyInstance();
   orv::ErrorProgressReporter::destroyInstance();
 }
 
@@ -87,6 +90,7 @@ void run(const std::string& library, const std::string& session, const std::stri
 
   orv::DataKSLObject::registerBaseType();
   orv::GenericKSLObject::registerBaseType();
+  orv::UnitsKSLObject::registerBaseType();
   orv::KSLInterface* commands = orv::KSLInterface::instance();
   commands->initialize(library, "");
   orv::AdditionalRules rules;

@@ -72,7 +72,9 @@ TEST_P(DocsTest, TextsDoWhatIsShown)
   EXPECT_GT(compared, 0);
 }
 
-INSTANTIATE_TEST_SUITE_P(Docs, DocsTest, testing::Values("README.md", "docs/actions.md", "docs/language.md"));
+INSTANTIATE_TEST_SUITE_P(Docs, DocsTest,
+                         testing::Values("README.md", "docs/actions.md", "docs/language.md",
+                                         "docs/units.md"));
 
 // The commands shown are recorded as shown, and play back to the state shown.
 TEST(Docs, SessionFileIsWrittenAndReadAsShown)
