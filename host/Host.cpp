@@ -13,9 +13,12 @@
 #include "actions/ForceUpdateExecutor.h"
 #include "actions/GetRulesInfoExecutor.h"
 #include "actions/GetStateExecutor.h"
+#include "actions/ReadStateExecutor.h"
 #include "actions/RedoExecutor.h"
 #include "actions/UndoExecutor.h"
 #include "actions/UpdateExecutor.h"
+#include "actions/WriteStateExecutor.h"
+#include "LoadExecutor.h"
 
 #include <cstdlib>
 #include <memory>
@@ -91,5 +94,9 @@ void Host::registerActions()
   m_actions.registerExecutor("fu", std::make_unique<orv::ForceUpdateExecutor>(&m_executive));
   m_actions.registerExecutor("getrulesinfo", std::make_unique<orv::GetRulesInfoExecutor>());
   m_actions.registerExecutor("delete", std::make_unique<orv::DeleteExecutor>());
+  m_actions.registerExecutor("savestate", std::make_unique<orv::WriteStateExecutor>(
+                                              &m_files, m_stateWatch.observer()));
+  m_actions.registerExecutor("readstate", std::make_unique<orv::ReadStateExecutor>(&m_files));
+  m_actions.registerExecutor("load", std::make_unique<LoadExecutor>());
   m_actions.registerExecutor("setViewportView", std::make_unique<ViewExecutor>());
 }

@@ -3,6 +3,8 @@
 
 #include "command/ActionFactory.h"
 #include "command/Executive.h"
+#include "FileWatcher.h"
+#include "StateWatch.h"
 
 #include <string>
 #include <vector>
@@ -16,6 +18,11 @@ class Host {
   explicit Host(const std::vector<std::string>& libraries);
   Host(const Host&) = delete;
   Host& operator=(const Host&) = delete;
+
+  // State files that were read or written.
+  FileWatcher& files() { return m_files; }
+  // Objects have changed since everything was last saved to a state file.
+  bool hasUnsavedWork() const { return m_stateWatch.hasUnsavedWork(); }
 
  private:
   // Members end in reverse order: first the command processor, which uses executors, then these, then what
@@ -31,7 +38,9 @@ class Host {
   void registerActions();
 
   Data m_data;
+  FileWatcher m_files;
   orv::Executive m_executive;
   orv::ActionFactory m_actions;
   Commands m_commands;
+  StateWatch m_stateWatch;
 };

@@ -26,11 +26,12 @@ class ORV_API Preferences {
 class ORV_API FileChangeManager {
  public:
   virtual ~FileChangeManager();
-  // The library read or wrote the file itself.
-  virtual void registerFileChange(const std::string& fileName) = 0;
+  // The library read or wrote the file itself; its content is complete and visible.
+  virtual void registerFileChange(const std::string& fileName, const std::string& type) = 0;
   // Somebody else changed it.
   virtual void registerExternalFileChange(const std::string& fileName, const std::string& type) = 0;
-  virtual void registerFileType(const std::string& fileName, const std::string& type) = 0;
+  // The library is going to read and write files of this type, such as "qst". Told more than once.
+  virtual void registerFileType(const std::string& type) = 0;
 };
 
 }  // namespace orv

@@ -61,10 +61,19 @@ ORV_API std::vector<std::string> readLines(const std::string& fileName);
 // The files of a directory whose names end so, in name order, with the directory's name before theirs. Throws
 // file::error, function "listFiles", "Cannot read directory '%s': %s.".
 ORV_API std::vector<std::string> listFiles(const std::string& directory, std::string_view ending);
+// Makes the text the whole content of a file, so that at every moment, also when the process ends in the middle, the
+// file holds either all that it held or all of the text: a file beside it is written, given to the disk and renamed to
+// the target, which keeps its permissions; links are followed. A directory that lets nobody do that, and what is no
+// regular file, is written directly. Throws file::error, class "ORVFile", function "replace", "Cannot write file '%s':
+// %s."; the file is as it was then, unless it was written directly.
+ORV_API void replace(const std::string& fileName, std::string_view text);
 // The last component, and what stands before it ("." when there is nothing, "/" for a file right below it).
 // Both slashes separate.
 ORV_API std::string getFilename(std::string_view path);
 ORV_API std::string getPath(std::string_view path);
+// The one name of the file that this name leads to: absolute, without links, "." and ".."; what does not exist keeps
+// its name as it is written.
+ORV_API std::string getCanonicalName(const std::string& fileName);
 
 }  // namespace ORVFile
 

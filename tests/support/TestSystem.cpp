@@ -5,10 +5,13 @@
 #include "database/ObjectFactory.h"
 #include "actions/DeleteExecutor.h"
 #include "actions/GetStateExecutor.h"
+#include "actions/ReadStateExecutor.h"
 #include "actions/RedoExecutor.h"
 #include "actions/UndoExecutor.h"
 #include "actions/UpdateExecutor.h"
+#include "actions/WriteStateExecutor.h"
 
+#include <filesystem>
 #include <gtest/gtest.h>
 #include <map>
 #include <set>
@@ -126,9 +129,20 @@ const char* TestSystem::defaultRules()
     Essential Parameter List = Zoom
     Optional Parameter List = Text
   END
+  PARAMETER: Path Stack
+    Default = .
+  END
+  PARAMETER: Session Filename
+  END
+  PARAMETER: Write Session Mode
+  END
   SINGLETON: FILE PROCESSING
     KSLObject Class = DataKSLObject
-    Essential Parameter List = Processing Mode
+    Essential Parameter List = Processing Mode, Path Stack
+  END
+  SINGLETON: SESSION
+    KSLObject Class = DataKSLObject
+    Essential Parameter List = Session Filename, Write Session Mode
   END
 END
 )";
@@ -270,6 +284,8 @@ void TestSystem::registerExecutors()
   m_factory.registerExecutor("getstate", new GetStateExecutor);
   m_factory.registerExecutor("s", new GetStateExecutor);
   m_factory.registerExecutor("delete", new DeleteExecutor);
+  m_factory.registerExecutor("savestate", new WriteStateExecutor(&m_files, &m_stateChanges));
+  m_factory.registerExecutor("readstate", new ReadStateExecutor(&m_files));
   registerAction("setViewportView", [this](const std::vector<std::string>& words) {
     m_viewActions += m_viewActions.empty() ? "" : "; ";
     m_viewActions += ActionExecutor::mergeActionLine(words);
@@ -279,6 +295,23 @@ void TestSystem::registerExecutors()
 void TestSystem::registerAction(const std::string& word, Action action)
 {
   m_factory.registerExecutor(word, new FunctionExecutor(std::move(action)));
+}
+
+void TestSystem::FileLog::registerFileChange(const std::string& fileName, const std::string& type)
+{
+  std::error_code missing;
+  const std::uintmax_t size = std::filesystem::file_size(fileName, missing);
+  add("changed " + fileName + " " + type + " " + (missing ? "missing" : std::to_string(size)));
+}
+
+void TestSystem::FileLog::registerExternalFileChange(const std::string& fileName, const std::string& type)
+{
+  add("changed outside " + fileName + " " + type);
+}
+
+void TestSystem::FileLog::registerFileType(const std::string& type)
+{
+  add("type " + type);
 }
 
 void TestSystem::NotificationLog::update(ObserverSubject*, int type)

@@ -1,6 +1,7 @@
 // A whole system in a small language: text goes in, and what came of it comes out as text.
 #pragma once
 
+#include "platform/ORVApplicationSupport.h"
 #include "platform/ORVError.h"
 #include "platform/ORVKSLAPI.h"
 #include "platform/ORVUtilities.h"
@@ -10,15 +11,17 @@
 #include "command/KSLCoreAPI.h"
 #include "command/KSLInterface.h"
 #include "command/KSLUpdateMode.h"
+#include "actions/StateChangeObserver.h"
 
 #include <functional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace orv {
 
-// Makes every singleton, reads RULES, registers the executors update, undo, redo, getstate, s, delete and
-// setViewportView, and ends it all again. One at a time.
+// Makes every singleton, reads RULES, registers the executors update, undo, redo, getstate, s, delete, savestate,
+// readstate and setViewportView, and ends it all again. One at a time.
 class TestSystem {
  public:
   // RULES with at least one type for everything that rules can say; see TestSystem.cpp.
@@ -60,6 +63,12 @@ class TestSystem {
   // The lines of setViewportView since the last call, with "; " between.
   std::string viewActions();
 
+  // What the state actions told of files since the last call: "type qst", "changed /x/a.qst qst" (with the file's
+  // size, "missing" without one), with "; " between.
+  std::string fileChanges() { return m_files.take(); }
+  // What "> savestate" clears; the test sets it.
+  StateChangeObserver& stateChanges() { return m_stateChanges; }
+
   // "2 (3)": two steps, of which the newest has three changes; "0" for none.
   std::string undoSteps() const;
   std::string redoSteps() const;
@@ -88,6 +97,18 @@ class TestSystem {
     TestSystem* m_owner;
   };
 
+  class FileLog : public FileChangeManager {
+   public:
+    void registerFileChange(const std::string& fileName, const std::string& type) override;
+    void registerExternalFileChange(const std::string& fileName, const std::string& type) override;
+    void registerFileType(const std::string& type) override;
+    std::string take() { return std::exchange(m_text, {}); }
+
+   private:
+    void add(const std::string& entry) { m_text.append(m_text.empty() ? "" : "; ").append(entry); }
+    std::string m_text;
+  };
+
   static std::string steps(const HistoryStack& stack);
   void registerExecutors();
 
@@ -95,6 +116,8 @@ class TestSystem {
   NotificationLog m_log{this};
   std::string m_notifications;
   std::string m_viewActions;
+  FileLog m_files;
+  StateChangeObserver m_stateChanges;
   Executive m_executive;
   ActionFactory m_factory;
 };

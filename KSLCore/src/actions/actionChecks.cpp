@@ -2,6 +2,7 @@
 
 #include "platform/ORVError.h"
 #include "platform/ORVUtilities.h"
+#include "command/KSLCoreAPI.h"
 
 #include <algorithm>
 
@@ -35,12 +36,44 @@ void checkExactly(const std::vector<std::string>& words, const char* action, int
         _("Action '%s' requires %d argument(s). Received %d argument(s).", action, count, received));
 }
 
+std::pair<std::string, std::string> squeezedArgument(const std::string& argument, const char* action,
+                                                     const char* className)
+{
+  const std::size_t equals = argument.find('=');
+  if (equals == std::string::npos)
+    throw ksl::invalid(
+        className, "invoke",
+        _("Syntax error: %s parameters should have the format: %s", action, "param=value"));
+  const std::string_view text(argument);
+  return {StringUtilities::removeAllWhitespace(text.substr(0, equals)),
+          StringUtilities::removeAllWhitespace(text.substr(equals + 1))};
+}
+
+std::string capitalised(std::string text)
+{
+  if (!text.empty() && text.front() >= 'a' && text.front() <= 'z')
+    text.front() = static_cast<char>(text.front() - 'a' + 'A');
+  return text;
+}
+
 std::string namedPath(const std::string& argument)
 {
   const std::string_view text = StringUtilities::unquoted(StringUtilities::trimmed(argument));
   if (text.empty() || text.front() != '/')
     return std::string(text);
   return PathUtils::normalisePathBwdComp(KSLPath(text).getFullPath());
+}
+
+void deleteObjects(const std::vector<std::string>& paths, kslUpdateMode mode)
+{
+  std::string line;
+  for (const std::string& path : paths) {
+    line += line.empty() ? "> delete " : ",";
+    const bool quoted = path.find('#') != std::string::npos;  // or it would begin a comment
+    line.append(quoted ? "\"" : "").append(path).append(quoted ? "\"" : "");
+  }
+  if (!line.empty())
+    KSLCoreAPI::instance()->processKSL(line, mode);
 }
 
 }  // namespace orv

@@ -1,9 +1,12 @@
 // What every executor asks of its word list.
 #pragma once
 
+#include "command/KSLUpdateMode.h"
+
 #include <initializer_list>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace orv {
@@ -20,8 +23,19 @@ void checkAtLeast(const std::vector<std::string>& words, const char* action, int
 void checkExactly(const std::vector<std::string>& words, const char* action, int count,
                   const char* className);
 
+// (name, value) of an argument "name=value", all white space taken out of both: the file actions take arguments so.
+// Throws ksl::invalid, function "invoke", "Syntax error: %s parameters should have the format: %s" with the action and
+// "param=value", when there is no "=".
+std::pair<std::string, std::string> squeezedArgument(const std::string& argument, const char* action,
+                                                     const char* className);
+// The text with its first letter in upper case, as modes are compared.
+std::string capitalised(std::string text);
+
 // The path that an argument names, in today's form: quotes around the whole or around names are taken off. A text
 // without a leading "/" comes back as a name.
 std::string namedPath(const std::string& argument);
+
+// Runs "> delete" for the objects with these paths; nothing for none.
+void deleteObjects(const std::vector<std::string>& paths, kslUpdateMode mode);
 
 }  // namespace orv

@@ -128,4 +128,12 @@ std::string getPath(std::string_view path)
   return std::string(path.substr(0, std::max(slash, std::size_t{1})));
 }
 
+std::string getCanonicalName(const std::string& fileName)
+{
+  std::error_code failure;
+  const std::filesystem::path absolute = std::filesystem::absolute(fileName, failure);
+  const std::filesystem::path canonical = std::filesystem::weakly_canonical(absolute, failure);
+  return (failure ? absolute : canonical).string();
+}
+
 }  // namespace orv::ORVFile

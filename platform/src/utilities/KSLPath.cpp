@@ -37,9 +37,11 @@ const std::string& noText()
 std::string KSLPath::Component::header() const
 {
   std::string out = type + ":";
-  if (singleton)
-    return out;
-  return out + StringUtilities::writtenName(name);
+  if (!singleton)
+    out += StringUtilities::writtenName(name);
+  if (out.back() == '\\')
+    out += ' ';  // at the end of its line it would continue it
+  return out;
 }
 
 bool KSLPath::Component::operator<(const Component& other) const

@@ -1,0 +1,248 @@
+#include "actions/ReadStateExecutor.h"
+
+#include "platform/ORVApplicationSupport.h"
+#include "platform/ORVError.h"
+#include "platform/ORVKSLParseUtilities.h"
+#include "platform/ORVUtilities.h"
+#include "database/ObjectDB.h"
+#include "rules/SchedulerObject.h"
+#include "command/KSLCoreAPI.h"
+#include "command/KSLInterface.h"
+#include "actions/FileProcessingScope.h"
+#include "actions/ORVMPStream.h"
+#include "actions/actionChecks.h"
+#include "actions/fileNames.h"
+
+#include <algorithm>
+#include <map>
+#include <optional>
+
+namespace orv {
+
+namespace {
+
+constexpr const char* className = "ReadStateExecutor";
+constexpr const char* action = "readstate";
+constexpr const char* fileType = "qst";
+constexpr const char* overwriteMode = "Overwrite";
+
+bool isTrue(const std::string& text)
+{
+  bool ok = true;
+  return StringUtilities::isTrue(text, ok);
+}
+
+// The parameters of STATE, or of its type.
+std::map<std::string, std::string> settings(const KSLObject* state)
+{
+  return state ? state->getParams(UnitSystemTypes::asStored, false)
+               : KSLCoreAPI::instance()->getParamsForObjectType("STATE", UnitSystemTypes::asStored);
+}
+
+void requireProcessingObject()
+{
+  if (!ObjectDB::instance()->hasObject(fileProcessingPath))
+    throw ksl::invalid(className, "invoke", _("Cannot find object %s", "FILE PROCESSING"));
+}
+
+bool isAscii(const std::string& line)
+{
+  return std::all_of(line.begin(), line.end(), [](char c) { return static_cast<unsigned char>(c) < 0x80; });
+}
+
+void dropComment(std::string& line)
+{
+  line.resize(StringUtilities::withoutComment(line).size());
+  if (!line.empty() && line.back() == '\\')
+    line += ' ';  // the line is whole: it must not go on when it is read once more
+}
+
+void recordLoad(const std::string& fileName, const std::string& mode, bool loadData)
+{
+  KSLBuilder text;
+  text.beginObject("STATE", "");
+  text.addParam("State Filename", fileName);
+  text.addParam("Read State Mode", mode);
+  text.addParam("Load Data", loadData ? "True" : "False");
+  text.endObject();
+  KSLCoreAPI::instance()->processKSL(text.text(), kslUpdateDefault);
+}
+
+// The objects in whose place the state comes. What is being read is kept in FILE PROCESSING, which must stay.
+void deleteDeletable()
+{
+  std::vector<std::string> paths = ObjectDB::instance()->getAllObjectPathsByCategory("deletable");
+  std::erase(paths, fileProcessingPath);
+  deleteObjects(paths, kslUpdateDefault);
+}
+
+// Reads one header line.
+class HeaderReader : public MiniKSLParser {
+ public:
+  explicit HeaderReader(const std::string& line) : MiniKSLParser({line}) { parse(); }
+  std::string type;
+  std::string name;
+
+ protected:
+  void newObject(const std::string& itsType, const std::string& itsName) override
+  {
+    type = itsType;
+    name = itsName;
+  }
+};
+
+[[noreturn]] void throwDepth(const char* message)
+{
+  throw data::error(className, "loadStateData", message);
+}
+
+}  // namespace
+
+ReadStateExecutor::ReadStateExecutor(FileChangeManager* files, bool catchExceptionsOff)
+    : m_paramNames{"filename", "mode", "load"},
+      m_files(files),
+      m_catchExceptionsOff(catchExceptionsOff)
+{
+  if (m_files)
+    m_files->registerFileType(fileType);
+}
+
+ReadStateExecutor::~ReadStateExecutor() = default;
+
+void ReadStateExecutor::addValidParam(const std::string& name)
+{
+  m_paramNames.insert(StringUtilities::toLower(name));
+}
+
+void ReadStateExecutor::componentProcessing(const std::vector<std::string>&, const std::string&,
+                                            const std::string&)
+{}
+
+// ---------------------------------------------------------------------------------------------------- the action
+
+void ReadStateExecutor::invoke(const std::vector<std::string>& p_action)
+{
+  checkAction(p_action, {action}, className);
+  const bool caught = !m_catchExceptionsOff && SchedulerObject::setCatchExceptions(true);
+  ScopeGuard onFailure([&] {
+    if (!m_catchExceptionsOff)
+      SchedulerObject::setCatchExceptions(caught);
+  });
+  load(p_action);
+  onFailure.dismiss();
+  if (!caught)  // so always when catching is off, whatever was set before; deliberate
+    SchedulerObject::setCatchExceptions(false);
+}
+
+void ReadStateExecutor::load(const std::vector<std::string>& words)
+{
+  FileProcessingScope::createObject(className, "invoke");
+  Request request = readRequest(words);
+  File file{readFile(request), {}};
+  if (emptyInputFile(file.lines)) {
+    ErrorProgressReporter::instance()->reportError(
+        file::error(className, "invoke", _("State file contains no data.")));
+    return;
+  }
+  FileProcessingScope::checkNotInProgress(request.fileName, className, "invoke");
+  file.blocks = findBlocks(file.lines);  // judged before anything is deleted
+  if (m_files)
+    m_files->registerFileChange(request.fileName, fileType);
+  process(request, file);
+  requireProcessingObject();
+}
+
+void ReadStateExecutor::process(const Request& request, const File& file)
+{
+  // Any other mode that STATE may have adds to what is there: deleting needs to be asked for.
+  const bool overwrite = request.mode == overwriteMode;
+  if (overwrite)
+    deleteDeletable();
+  if (request.loadData)
+    loadResults(request, file);
+  requireProcessingObject();
+  const FileProcessingScope scope("State", request.fileName);
+  componentProcessing(file.lines, request.mode, request.fileName);
+  Names loaded;
+  loadStateData(file, loaded);
+  if (overwrite)
+    resetToDefault(loaded);
+  if (request.recorded)
+    recordLoad(request.fileName, request.mode, request.loadData);
+}
+
+ReadStateExecutor::Request ReadStateExecutor::readRequest(const std::vector<std::string>& words) const
+{
+  const KSLObject* state = ObjectDB::instance()->getObjectByPath("/STATE");
+  std::map<std::string, std::string> defaults = settings(state);
+  Request request;
+  request.fileName = StringUtilities::removeWhitespace(defaults["State Filename"]);
+  request.mode = defaults["Read State Mode"];
+  request.loadData = isTrue(defaults["Load Data"]);
+  request.recorded = state != nullptr;
+  for (std::size_t i = 1; i < words.size(); ++i)
+    readArgument(words[i], request);
+  request.mode = capitalised(request.mode);
+  return request;
+}
+
+void ReadStateExecutor::readArgument(const std::string& argument, Request& request) const
+{
+  const auto [name, value] = squeezedArgument(argument, action, className);
+  const std::string key = StringUtilities::toLower(name);
+  if (!m_paramNames.contains(key))
+    throw ksl::invalid(className, "invoke", _("Invalid parameter in %s: '%s'.", action, name));
+  if (key == "filename")
+    request.fileName = fileToRead(std::string_view(argument).substr(argument.find('=') + 1));
+  else if (key == "load")
+    request.loadData = isTrue(value);
+  else if (key == "mode") {
+    request.mode = StringUtilities::toLower(value);
+    if (request.mode != "overwrite" && request.mode != "append")
+      throw data::invalid(className, "invoke", _("Invalid parameter value: '%s'.", value));
+  }
+}
+
+// The lines of the file, whole and without comments. The name becomes that of the file that was found.
+std::vector<std::string> ReadStateExecutor::readFile(Request& request)
+{
+  ORVMPStream stream(request.fileName, ORVStream::Mode::read);
+  request.fileName = stream.getFileName();
+  std::vector<std::string> lines = stream.readLines();
+  stream.close();
+  if (!std::all_of(lines.begin(), lines.end(), isAscii))
+    throw file::error(className, "invoke", _("Non ASCII file: '%s'.", request.fileName));
+  lines = StringUtilities::removeContinuation(std::move(lines));
+  std::for_each(lines.begin(), lines.end(), dropComment);
+  return lines;
+}
+
+bool ReadStateExecutor::emptyInputFile(const std::vector<std::string>& lines)
+{
+  return std::all_of(lines.begin(), lines.end(),
+                     [](const std::string& line) { return StringUtilities::trimmed(line).empty(); });
+}
+
+std::vector<ReadStateExecutor::Block> ReadStateExecutor::findBlocks(const std::vector<std::string>& lines)
+{
+  std::vector<Block> blocks;
+  std::size_t depth = 0;
+  for (std::size_t i = 0; i < lines.size(); ++i) {
+    const int type = MiniKSLParser::determineLineType(lines[i]);
+    if (type == MiniKSLParser::objectLine && depth++ == 0) {
+      HeaderReader header(lines[i]);
+      blocks.push_back({i, i, std::move(header.type), std::move(header.name)});
+    }
+    if (type != MiniKSLParser::endLine)
+      continue;
+    if (depth == 0)
+      throwDepth("Too many END statements in KSL.");
+    if (--depth == 0)
+      blocks.back().last = i;
+  }
+  if (depth != 0)  // cut off
+    throwDepth("Not enough END statements in KSL.");
+  return blocks;
+}
+
+}  // namespace orv

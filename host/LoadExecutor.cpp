@@ -1,0 +1,73 @@
+#include "LoadExecutor.h"
+
+#include "platform/ORVError.h"
+#include "platform/ORVKSLParseUtilities.h"
+#include "platform/ORVUtilities.h"
+#include "database/ObjectDB.h"
+#include "command/KSLCoreAPI.h"
+#include "actions/ORVMPStream.h"
+
+#include <utility>
+
+namespace {
+
+constexpr const char* className = "LoadExecutor";
+
+// Refuses whatever is not a domain, a boundary in one, or a parameter of these.
+class ResultsCheck : public orv::MiniKSLParser {
+ public:
+  ResultsCheck(std::vector<std::string> lines, std::string fileName)
+      : MiniKSLParser(std::move(lines)),
+        m_fileName(std::move(fileName))
+  {}
+
+ protected:
+  void newObject(const std::string& type, const std::string&) override
+  {
+    const bool right = openBlocks().size() == 1 ? type == "DOMAIN" : type == "BOUNDARY";
+    if (!right || openBlocks().size() > 2 || inReplaceMode())
+      refuse();
+  }
+  void newParameter(const std::string&, const std::string&) override
+  {
+    if (openBlocks().empty())
+      refuse();
+  }
+  void otherLine(const std::string&) override { refuse(); }
+
+ private:
+  [[noreturn]] void refuse() const
+  {
+    throw orv::file::error(className, "invoke",
+                           orv::_("Results file '%s' holds '%s', which is no part of a domain.", m_fileName,
+                                  orv::StringUtilities::removeWhitespace(currentLine())));
+  }
+  std::string m_fileName;
+};
+
+std::string resultsFile()
+{
+  const orv::KSLObject* reader = orv::ObjectDB::instance()->getObjectByPath("/DATA READER");
+  std::string name = reader ? reader->getValue("Current Results File") : std::string();
+  if (name.empty())
+    throw orv::data::invalid(className, "invoke",
+                             orv::_("There are no results to load: DATA READER names no file."));
+  return name;
+}
+
+}  // namespace
+
+void LoadExecutor::invoke(const std::vector<std::string>& p_action)
+{
+  if (p_action.empty())
+    throw orv::internal::badParam(className, "invoke", orv::_("Input parameter %s is empty.", "p_action"));
+  if (p_action.front() != "load")
+    throw orv::internal::badParam(
+        className, "invoke", orv::_("Action '%s' cannot be handled by %s.", p_action.front(), className));
+  orv::ORVMPStream stream(resultsFile(), orv::ORVStream::Mode::read);
+  const std::vector<std::string> lines = orv::StringUtilities::removeContinuation(stream.readLines());
+  ResultsCheck(lines, stream.getFileName()).parse();
+  const std::string text = orv::StringUtilities::vectorToString(orv::StringUtilities::indentKSL(lines), '\n');
+  if (!orv::StringUtilities::trimmed(text).empty())
+    orv::KSLCoreAPI::instance()->processKSL(text, orv::kslUpdateDefault);
+}

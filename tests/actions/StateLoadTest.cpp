@@ -1,0 +1,285 @@
+// The action readstate: what becomes of the work at hand, and of what the results define.
+#include "rules/SchedulerObject.h"
+#include "actions/FileProcessingScope.h"
+#include "actions/ReadStateExecutor.h"
+#include "stateRules.h"
+#include "tests/support/Model.h"
+#include "tests/support/thrown.h"
+
+namespace orv {
+namespace {
+
+class StateLoad : public StateFiles {
+ protected:
+  static std::string processing()
+  {
+    const KSLObject* object = ObjectDB::instance()->getObjectByPath("/FILE PROCESSING");
+    return object ? object->getValue("Processing Mode") + " | " + object->getValue("Path Stack") : "-";
+  }
+  // Expects that the load fails with this error and changes nothing.
+  void expectRefused(const std::string& arguments, const std::string& error)
+  {
+    const std::string before = system.state();
+    system.run("> readstate " + arguments);
+    EXPECT_EQ(system.errors(), error) << arguments;
+    EXPECT_EQ(system.state(), before) << arguments;
+    system.expectConsistent();
+  }
+};
+
+TEST_F(StateLoad, Modes)
+{
+  const std::string file = folder.write("a.qst", "A: new\nEND\nA: both\n  x = 2\nEND\n");
+  const std::string name = "filename=" + file;
+  const std::string replaced = "A:new\nEND\nA:both\n  x = 2\nEND\nB:kept\nEND\n";
+  const std::string added = "A:old\nEND\nA:both\n  x = 2\n  y = 1\nEND\nA:new\nEND\nB:kept\nEND\n";
+  const std::string untouched = "A:old\nEND\nA:both\n  x = 1\n  y = 1\nEND\nB:kept\nEND\n";
+  const auto refusal = [](const std::string& text) { return "error[4] ReadStateExecutor::invoke: " + text; };
+  const struct {
+    std::string inState;
+    std::string arguments;
+    std::string after;
+    std::string errors = {};
+    std::string recorded = {};
+  } table[] = {
+      {"", name + ", mode=overwrite", replaced, "", file + " Overwrite False"},
+      {"", name + ", MODE = OverWrite", replaced, "", file + " Overwrite False"},
+      {"", name + ", mode=APPEND, load=yes", added, "", file + " Append True"},
+      {"overwrite", name, replaced, "", file + " Overwrite False"},
+      {"Overwrite", name + ", mode=append", added, "", file + " Append False"},
+      {"", name, added, "", file + "  False"},
+      {"whatever", "", added, "", file + " Whatever False"},
+      {"", name + ", mode=none", untouched, refusal("Invalid parameter value: 'none'.")},
+      {"", name + ", objects=a", untouched, refusal("Invalid parameter in readstate: 'objects'.")},
+      {"", "overwrite", untouched,
+       refusal("Syntax error: readstate parameters should have the format: param=value")},
+      {"", "filename=" + file + "x, mode=overwrite", untouched,
+       "error[4] ORVStream::open: Cannot open file '" + file + "x': No such file or directory."},
+  };
+  for (const auto& row : table) {
+    const std::string label = row.inState + "; " + row.arguments;
+    restart();
+    system.run("A: old\nEND\nA: both\nx = 1\ny = 1\nEND\nB: kept\nEND\nSTATE:\nState Filename = " + file
+              + "\nRead State Mode = " + row.inState + "\nEND");
+    system.run("> readstate " + row.arguments);
+    EXPECT_EQ(system.errors(), row.errors) << label;
+    const auto value = [](const char* param) {
+      return ObjectDB::instance()->getObjectByPath("/STATE")->getValue(param);
+    };
+    if (!row.recorded.empty()) {
+      EXPECT_EQ(value("State Filename") + " " + value("Read State Mode") + " " + value("Load Data"), row.recorded)
+          << label;
+    }
+    system.run("> delete /STATE");
+    EXPECT_EQ(work(), row.after) << label;
+  }
+}
+
+TEST_F(StateLoad, IsOneStepThatRestoresItself)
+{
+  folder.write("a.qst", "A: a\n  x = 2\nEND\nB: b\nEND\n");
+  system.run("A: a\nx = 1\nEND\nA: gone\nEND");
+  const ModelNode before = readDatabase().sorted();  // a deletion taken back may change the order of siblings
+  SchedulerObject::setCatchExceptions(true);
+  load("a.qst", ", mode=overwrite");
+  EXPECT_FALSE(SchedulerObject::setCatchExceptions(false)) << "switched off after a load, whatever it was";
+  const std::string after = system.state();
+  EXPECT_EQ(work(), "A:a\n  x = 2\nEND\nB:b\nEND\n");
+  EXPECT_EQ(processing(), "None | .");
+  system.undo();
+  EXPECT_EQ(readDatabase().sorted(), before);
+  system.redo();
+  EXPECT_EQ(system.state(), after);
+  EXPECT_EQ(system.errors(), "");
+  system.expectConsistent();
+  EXPECT_EQ(system.fileChanges(), "type qst; type qst; changed " + folder / "a.qst" + " qst 26");
+}
+
+TEST_F(StateLoad, AFileThatWasCutOffIsRefused)
+{
+  system.run("A: a\nx = 1\ny = a long value that takes more than one line when it is written to a state file\n"
+             "B: b\nEND\nEND\n");
+  save("whole.qst");
+  const std::string whole = folder.read("whole.qst");
+  std::size_t cut = whole.find("A:a") + 3;
+  for (; cut + 4 <= whole.size(); ++cut) {
+    folder.write("cut.qst", whole.substr(0, cut));
+    expectRefused("mode=overwrite, filename=" + folder / "cut.qst",
+                  "error[4] ReadStateExecutor::loadStateData: Not enough END statements in KSL.");
+  }
+  folder.write("cut.qst", whole + "END\nA: c\n");
+  expectRefused("mode=overwrite, filename=" + folder / "cut.qst",
+                "error[4] ReadStateExecutor::loadStateData: Too many END statements in KSL.");
+}
+
+TEST_F(StateLoad, FilesThatAreRefusedOrSayNothing)
+{
+  system.run("A: a\nEND\n> readstate filename=" + folder.write("some.qst", "B: b\nEND"));
+  const std::string arguments = "mode=overwrite, filename=";
+  expectRefused(arguments + folder.write("bad.qst", "A: b\n  x = \xc3\xa4\nEND\n"),
+                "error[4] ReadStateExecutor::invoke: Non ASCII file: '" + folder / "bad.qst" + "'.");
+  expectRefused(arguments + folder.write("none.qst", "# A: b \\\nEND\n \n  # END\n\n"),
+                "error[4] ReadStateExecutor::invoke: State file contains no data.");
+  expectRefused(arguments + folder.write("wrong.qst", "A: b\nEND\nA: c\n  z = 1\nEND\n"),
+                "error[4] DataKSLObject::setValue: Parameter 'z' is not recognized on object '/A:c'.");
+  const FileProcessingScope scope("State", folder / "some.qst");
+  const std::string again = folder / "./some.qst";
+  load("./some.qst", ", mode=overwrite");
+  EXPECT_EQ(system.errors(), "error[4] ReadStateExecutor::invoke: File '" + again + "' is already being processed.");
+  EXPECT_NE(work().find("A:a"), std::string::npos);
+}
+
+TEST_F(StateLoad, Blocks)
+{
+  const std::string reader = "DATA READER:\n  Current Results File = /no/such/file\nEND\n";
+  const struct {
+    const char* row;
+    std::string before;
+    std::string file;
+    std::string after;
+  } table[] = {
+      {"all are skipped", "B: b\nEND", reader + "BOUNDARY: w\n x = 1\nEND\nFILE PROCESSING:\n"
+                                                "Processing Mode = Session\nEND\n",
+       "B:b\nEND\n"},
+      {"another type of that name", "B: n\nx = 1\nEND\nB: m\nEND", "A: n\nEND", "A:n\nEND\nB:m\nEND\n"},
+      {"two of one name, both meant", "A: n\nEND\nB: n\nEND", "A: n\nx = 1\nEND\nB: n\nx = 2\nEND",
+       "A:n\n  x = 1\nEND\nB:n\n  x = 2\nEND\n"},
+      {"two others of that name", "A: n\nEND\nB: n\nEND", "SYMBOL: n\nEND", "SYMBOL:n\nEND\n"},
+      {"results are adjusted", "BOUNDARY: w\nEND", "BOUNDARY: w\n  Visibility = Off\nEND",
+       "BOUNDARY:w\n  Visibility = Off\nEND\n"},
+      {"named like a result", "BOUNDARY: w\nx = 1\nEND\nB: w\nEND", "A: w\nEND\nA: v\nEND",
+       "A:v\nEND\nB:w\nEND\nBOUNDARY:w\n  x = 1\nEND\n"},
+      {"results named otherwise", "A: w\nEND", "BOUNDARY: w\nEND\nBOUNDARY: v\nEND", "A:w\nEND\n"},
+      {"lines that are no blocks", "A: w\nEND", "x = 1\n> delete /A:w\nB: b\nEND\n> nonsense", "A:w\nEND\nB:b\nEND\n"},
+      {"replaced", "A: w\nx = 1\ny = 1\nEND", "&replace A: w\r\n  x = 2 \\\r\n 3 # old\r\nEND\r\n",
+       "A:w\n  x = 2 3\nEND\n"},
+      {"odd names", "A: \"n#1\"\nEND", "B: \"n#1\" # c\nx = \\ \nEND", "B:\"n#1\"\n  x = \\ \nEND\n"},
+  };
+  for (const auto& row : table) {
+    restart();
+    system.run(row.before);
+    system.run("> readstate mode=append, filename=" + folder.write("a.qst", row.file));
+    EXPECT_EQ(system.errors(), "") << row.row;
+    EXPECT_EQ(work(), row.after) << row.row;
+    system.expectConsistent();
+  }
+}
+
+TEST_F(StateLoad, OverwritingResetsResultsThatAreNotMentioned)
+{
+  const std::string results = "BOUNDARY: a\nx = 1\nDomain List = one\nEND\nBOUNDARY: b\nx = 1\nDomain List = one\nEND\n"
+                              "DOMAIN: d\nx = 1\nVisibility = Off\nShape = Round\nEND\n";
+  folder.write("a.qst", "BOUNDARY: a\n  x = 2\nEND\n");
+  system.run(results);
+  load("a.qst", ", mode=append");
+  const std::string kept = "DOMAIN:d\n  Shape = Round\n  Visibility = Off\n  x = 1\nEND\n";
+  EXPECT_EQ(work(), "BOUNDARY:a\n  Domain List = one\n  x = 2\nEND\nBOUNDARY:b\n  Domain List = one\n  x = 1\nEND\n"
+                        + kept);
+  load("a.qst", ", mode=overwrite");
+  EXPECT_EQ(work(), "BOUNDARY:a\n  Domain List = one\n  x = 2\nEND\n"
+                    "BOUNDARY:b\n  Domain List = one\n  Visibility = Off\nEND\n"
+                    "DOMAIN:d\n  Shape = Round\n  Visibility = On\nEND\n")
+      << "what the results gave stays, and so does a value whose default is not allowed";
+  EXPECT_EQ(system.errors(), "");
+}
+
+TEST_F(StateLoad, ResultsAreLoadedFirst)
+{
+  std::string read;
+  system.registerAction("load", [&](const std::vector<std::string>&) {
+    read = ObjectDB::instance()->getObjectByPath("/DATA READER")->getValue("Current Results File");
+    KSLCoreAPI::instance()->processKSL("BOUNDARY: wall\nx = 1\nEND", kslUpdateDefault);
+  });
+  const std::string there = folder.write("results/run 1.res", "");
+  const std::string local = folder / "run 1.res";
+  const auto reader = [](const std::string& file) { return "DATA READER:\n  Current Results File = " + file + "\nEND\n"; };
+  const std::string wall = "BOUNDARY: wall\n  x = 2\nEND\n";
+  const std::string notFound = "Results file referred to in the state was not found:\n    \n      ";
+  const std::string gone = folder / "gone/run 1.res";
+  const std::string tookLocal = "error[4] ReadStateExecutor::invoke: " + notFound + gone
+                                + "\n    \n    Local results file with the same name was loaded instead:\n    \n      " + local;
+  const struct {
+    const char* row;
+    std::string blocks;
+    bool isLocal;
+    std::string load;
+    std::string read;
+    std::string errors = {};
+  } table[] = {
+      {"there", reader(there), false, "true", there},
+      {"there and beside", reader(there), true, "true", there},
+      {"beside only", reader(gone), true, "true", local, tookLocal},
+      {"not wanted", reader(gone), true, "false", ""},
+      {"no reader", "", true, "true", ""},
+      {"a reader without a file", reader(""), true, "true", ""},
+  };
+  for (const auto& row : table) {
+    system.run("> delete wall, /DATA READER");
+    std::filesystem::remove(local);
+    if (row.isLocal)
+      folder.write("run 1.res", "");
+    read.clear();
+    folder.write("a.qst", row.blocks + wall);
+    load("a.qst", ", load=" + row.load);
+    std::string errors = system.errors();
+    errors.erase(errors.find_last_not_of(" \n") + 1);
+    const auto squeeze = [](const std::string& text) { return StringUtilities::simplifyWhitespace(text); };
+    EXPECT_EQ(squeeze(errors), squeeze(row.errors)) << row.row;
+    EXPECT_EQ(read, row.read) << row.row;
+    const KSLObject* object = ObjectDB::instance()->getObjectByPath("/BOUNDARY:wall");
+    EXPECT_EQ(object ? object->getValue("x") : "-", row.read.empty() ? "-" : "2") << row.row;
+  }
+  std::filesystem::remove(local);
+  folder.write("a.qst", reader(gone));
+  system.run("A: a\nEND");
+  load("a.qst", ", mode=overwrite, load=true");
+  EXPECT_EQ(system.errorList(),
+            std::vector<ErrorMsg>{ErrorMsg("ReadStateExecutor", "invoke",
+                                           "Results file referred to in the state was not found:\n\n  " + gone
+                                               + "\n\nPlease ensure that the file path is correct.\nAlternatively, load "
+                                                 "the results file first, then the\nstate file with 'Load results' "
+                                                 "option turned off.",
+                                           4)});
+  EXPECT_NE(ObjectDB::instance()->getObjectByPath("/A:a"), nullptr);
+}
+
+class Curious : public ReadStateExecutor {
+ public:
+  Curious() : ReadStateExecutor(nullptr, false) { addValidParam("Colour"); }
+  std::string seen;
+
+ protected:
+  void componentProcessing(const std::vector<std::string>& lines, const std::string& mode,
+                           const std::string& fileName) override
+  {
+    seen = std::to_string(lines.size()) + " " + mode + " " + fileName;
+    EXPECT_EQ(processing(), "State | " + fileName.substr(0, fileName.rfind('/')) + ", .");
+    EXPECT_TRUE(SchedulerObject::setCatchExceptions(true));
+  }
+
+ private:
+  static std::string processing()
+  {
+    const KSLObject* object = ObjectDB::instance()->getObjectByPath("/FILE PROCESSING");
+    return object->getValue("Processing Mode") + " | " + object->getValue("Path Stack");
+  }
+};
+
+TEST_F(StateLoad, DerivedOnesSeeTheFileAndTakeArguments)
+{
+  Curious executor;
+  EXPECT_EQ(thrown<internal::badParam>([&] { executor.invoke({}); }),
+            ErrorMsg("ReadStateExecutor", "invoke", "Input parameter p_action is empty.", 4));
+  EXPECT_EQ(thrown<internal::badParam>([&] { executor.invoke({"rs"}); }),
+            ErrorMsg("ReadStateExecutor", "invoke", "Action 'rs' cannot be handled by ReadStateExecutor.", 4));
+  EXPECT_ANY_THROW(executor.invoke({"readstate", "filename=/no/such/file"}));
+  EXPECT_FALSE(SchedulerObject::setCatchExceptions(false)) << "as it was, after a failure";
+  const std::string file = folder.write("a b.qst", "A: a \\\n\nEND");
+  executor.invoke({"readstate", "colour=1", "filename=" + folder / "a b.qst", "mode=append"});
+  EXPECT_EQ(executor.seen, "2 Append " + file);
+  EXPECT_FALSE(SchedulerObject::setCatchExceptions(false));
+  EXPECT_EQ(work(), "A:a\nEND\n");
+}
+
+}  // namespace
+}  // namespace orv

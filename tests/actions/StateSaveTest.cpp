@@ -1,0 +1,282 @@
+// The action savestate: what is written, and what becomes of the file.
+#include "platform/ORVSystem.h"
+#include "actions/WriteStateExecutor.h"
+#include "stateRules.h"
+#include "tests/support/Model.h"
+#include "tests/support/thrown.h"
+
+#include <rapidcheck/gtest.h>
+
+namespace orv {
+namespace {
+
+using StateSave = StateFiles;
+
+TEST_F(StateSave, Modes)
+{
+  const std::string file = folder / "a.qst";
+  const std::string refused = "error[4] WriteStateExecutor::invoke: Overwrite not allowed: " + file;
+  const std::string name = ", filename=" + file;
+  const struct {
+    const char* row;
+    std::string before;  // of the file; "(none)"
+    std::string mode;    // in STATE
+    std::string arguments;
+    std::string errors;
+    std::string after;  // the first line, when it was written "new"
+  } table[] = {
+      {"none, missing", "(none)", "", "mode=none" + name, "", "new"},
+      {"none, there", "old", "", "mode = none" + name, refused, "old"},
+      {"overwrite, missing", "(none)", "", "mode=overwrite" + name, "", "new"},
+      {"overwrite, there", "old", "", "mode=over write" + name, "", "new"},
+      {"nothing said", "old", "", "filename = " + file, "", "new"},
+      {"none in STATE", "old", "None", "filename=" + file, refused, "old"},
+      {"file and mode in STATE", "old", "Overwrite", "", "", "new"},
+      {"the argument wins", "old", "None", "mode=overwrite" + name, "", "new"},
+      {"odd mode in STATE", "old", "append", "filename=" + file,
+       "error[4] WriteStateExecutor::invoke: Invalid parameter value: mode.", "old"},
+      {"odd mode", "old", "", "mode=None" + name,
+       "error[4] WriteStateExecutor::invoke: Invalid parameter value: 'None'.", "old"},
+      {"odd argument", "old", "", "file=" + file,
+       "error[4] WriteStateExecutor::invoke: Invalid parameter in savestate: 'file'.", "old"},
+      {"no value", "old", "", "overwrite" + name,
+       "error[4] WriteStateExecutor::invoke: Syntax error: savestate parameters should have the format: "
+       "param=value",
+       "old"},
+      {"no such status", "old", "", "mode=none, filename=" + file + "/x",
+       "error[4] WriteStateExecutor::invoke: File status error: '" + file + "/x' - Not a directory.", "old"},
+      {"no such directory", "(none)", "", "filename=" + file + "/x",
+       "error[4] ORVFile::replace: Cannot write file '" + file + "/x': No such file or directory.", "(none)"},
+  };
+  for (const auto& row : table) {
+    std::filesystem::remove(file);
+    if (row.before != "(none)")
+      folder.write("a.qst", row.before);
+    system.run("&replace STATE:\nState Filename = " + file + "\nSave State Mode = " + row.mode + "\nEND");
+    system.run("> savestate " + row.arguments);
+    EXPECT_EQ(system.errors(), row.errors) << row.row;
+    const std::string after = folder.read("a.qst");
+    EXPECT_EQ(after.starts_with("# State file created: 2") ? "new" : after, row.after) << row.row;
+  }
+}
+
+const char* const someObjects = R"(A: a
+  x = 1
+  y = "one # two"
+  B: inner
+    x = a text of many words that does not fit on one line, so that it is broken after a blank
+    SYMBOL: hidden
+      B: lost
+      END
+    END
+    A: below
+    END
+  END
+END
+A: a b
+END
+B: a
+END
+SYMBOL: s
+  B: child
+  END
+END
+STATE:
+END
+DATA READER:
+END
+BOUNDARY: wall
+  Visibility = Off
+  Domain List = one
+END
+)";
+
+TEST_F(StateSave, Text)
+{
+  system.run(someObjects);
+  save("a.qst");
+  EXPECT_EQ(system.errors(), "");
+  EXPECT_EQ(body("a.qst"), R"(A:a
+  x = 1
+  y = "one # two"
+  B:inner
+    x = a text of many words that does not fit on one line, so that it is \
+    broken after a blank
+    A:below
+    END
+  END
+END
+A:a b
+END
+B:a
+END
+BOUNDARY:wall
+  Visibility = Off
+END
+)") << "no program types nor their contents, no unused reader, no Domain List, no internal parameter, no default "
+       "that is not allowed";
+}
+
+TEST_F(StateSave, Lists)
+{
+  system.run(someObjects);
+  const std::string below = "A:a\n  B:inner\n    A:below\n    END\n  END\nEND\n";
+  const auto missing = [](const std::string& item) {
+    return "error[4] WriteStateExecutor::writeStateData: Cannot find object " + item
+           + ". No state written for that object.";
+  };
+  const struct {
+    std::string list;
+    std::string body;
+    std::string errors = {};
+  } table[] = {
+      {"object=/A:a/B:inner/A:below", below},
+      {"object=A:a/B:inner/A:below, object=/A:a/B:inner/A:below", below},
+      {"object=/A:a b", "A:a b\nEND\n"},
+      {"object=a b", "A:a b\nEND\n"},
+      {"object=a", "", missing("a")},
+      {"object=/A:z, object=/B:a", "B:a\nEND\n", missing("/A:z")},
+      {"object=/STATE, object=/SYMBOL:s/B:child, object=DATA READER, object=/", ""},
+      {"object=/A:a/B:inner/SYMBOL:hidden/B:lost", ""},
+  };
+  for (const auto& row : table) {
+    save("a.qst", ", " + row.list);
+    EXPECT_EQ(system.errors(), row.errors) << row.list;
+    EXPECT_EQ(body("a.qst"), row.body) << row.list;
+  }
+  save("a.qst", ", object=/A:a/B:inner, object=/B:a, object=/A:a");
+  const std::string once = body("a.qst");
+  save("a.qst", ", object=/B:a, object=/A:a");
+  EXPECT_EQ(once, body("a.qst")) << "a child listed with its parent is written once, inside it";
+  system.run("STATE:\nSave State Objects = /A:a b, \"/B:a\"\nEND");
+  save("a.qst");
+  EXPECT_EQ(body("a.qst"), "A:a b\nEND\nB:a\nEND\n") << "names from STATE keep their blanks";
+}
+
+TEST_F(StateSave, TellsOfTheCompleteFile)
+{
+  EXPECT_EQ(system.fileChanges(), "type qst; type qst");
+  system.run("A: a\nEND\nB: b\nEND");
+  system.stateChanges().update(nullptr, 99);
+  save("a.qst", ", object=/A:a");
+  EXPECT_TRUE(system.stateChanges().isDBStateDirty()) << "only a part was saved";
+  const std::string size = std::to_string(folder.read("a.qst").size());
+  EXPECT_EQ(system.fileChanges(), "changed " + folder / "a.qst" + " qst " + size);
+  save("none/a.qst");
+  EXPECT_TRUE(system.stateChanges().isDBStateDirty()) << "nothing was saved";
+  EXPECT_EQ(system.fileChanges(), "");
+  save("a.qst");
+  EXPECT_FALSE(system.stateChanges().isDBStateDirty());
+}
+
+TEST_F(StateSave, ReplacesWhatTheNameLeadsTo)
+{
+  namespace fs = std::filesystem;
+  system.run("A: a\nEND");
+  folder.write("real.qst", "old");
+  fs::permissions(folder / "real.qst", fs::perms::owner_read | fs::perms::owner_write);
+  fs::create_symlink("real.qst", folder / "link.qst");
+  fs::create_symlink("nowhere.qst", folder / "broken.qst");
+  for (const char* name : {"link.qst", "broken.qst"})
+    save(name);
+  EXPECT_EQ(system.errors(), "");
+  EXPECT_TRUE(fs::is_symlink(folder / "link.qst"));
+  EXPECT_EQ(body("real.qst"), "A:a\nEND\n");
+  EXPECT_EQ(body("nowhere.qst"), "A:a\nEND\n");
+  EXPECT_EQ(fs::status(folder / "real.qst").permissions(), fs::perms::owner_read | fs::perms::owner_write);
+  EXPECT_EQ(std::distance(fs::directory_iterator(folder.path()), fs::directory_iterator()), 4) << "no leftovers";
+}
+
+TEST_F(StateSave, TellsOfValuesThatCannotBeReadBack)
+{
+  system.run("A: a\nx = \"a # b\"\nEND\nB: b\nx = r\xc3\xa9sultat\nEND\nB: c\nEND\nB: d\nEND\nB: e\nEND");
+  const auto set = [](const char* path, const char* value) {
+    ObjectDB::instance()->getObjectByPath(path)->setValue("x", value);
+  };
+  set("/B:c", "a # b");
+  set("/B:d", "a  b");
+  set("/B:e", "a\nb");
+  save("a.qst");
+  std::string expected;
+  for (const char* path : {"/B:b", "/B:c", "/B:d", "/B:e"})
+    expected += std::string(expected.empty() ? "" : "\n")
+                + "warning[8] WriteStateExecutor::validatedParameters: Value of parameter 'x' of object '" + path
+                + "' cannot be read back.";
+  EXPECT_EQ(system.errors(), expected);
+}
+
+class Careful : public WriteStateExecutor {
+ public:
+  Careful() { excludeObject("A", "secret"); }
+};
+
+TEST_F(StateSave, ChecksItsWordsAndWhatDerivedOnesExclude)
+{
+  Careful executor;
+  EXPECT_EQ(thrown<internal::badParam>([&] { executor.invoke({}); }),
+            ErrorMsg("WriteStateExecutor", "invoke", "Input parameter p_action is empty.", 4));
+  EXPECT_EQ(thrown<internal::badParam>([&] { executor.invoke({"readstate"}); }),
+            ErrorMsg("WriteStateExecutor", "invoke",
+                     "Action 'readstate' cannot be handled by WriteStateExecutor.", 4));
+  system.run("A: secret\nEND\nA: open\nA: secret\nEND\nEND\nB: secret\nEND");
+  executor.invoke({"savestate", "filename=" + folder / "a.qst"});
+  EXPECT_EQ(body("a.qst"), "A:open\nEND\nB:secret\nEND\n");
+}
+
+// Texts as values can be: words and quoted pieces between single blanks, backslashes and commas anywhere.
+rc::Gen<std::string> values()
+{
+  const auto word = rc::gen::nonEmpty(
+      rc::gen::container<std::string>(rc::gen::elementOf(std::string("abz01,\\=:>()[]{}/\"%"))));
+  const auto quoted = rc::gen::just(std::string("\"# a \\ b, \""));
+  return rc::gen::map(rc::gen::nonEmpty(rc::gen::container<std::vector<std::string>>(rc::gen::oneOf(word, quoted))), [](auto words) {
+    return StringUtilities::vectorToString(words, ' ');
+  });
+}
+
+RC_GTEST_PROP(StateRoundTrip, LoadingWhatWasSavedGivesTheSameFile, ())
+{
+  const TempFolder folder;
+  std::string first;  // objects in the order of their names: a state has its own
+  {
+    TestSystem system(stateRules);
+    std::vector<std::string> paths{""};
+    const int count = *rc::gen::inRange(1, 12);
+    for (int i = 0; i < count; ++i) {
+      const std::string parent = *rc::gen::elementOf(paths);
+      const std::string type = *rc::gen::element<std::string>("A", "B");
+      const std::string name = *rc::gen::element<std::string>("n", "two words", "\"a#b\"", "c\\") + std::to_string(i);
+      auto [begin, end] = KSLPath(parent + "/" + type + ":" + name).makeKSLPathAndEnd();
+      system.run(begin + "x = " + *values() + " #\ny = " + *values() + " #\n" + end);
+      paths.push_back(KSLPath(parent + "/" + type + ":" + name).getFullPath());
+    }
+    RC_ASSERT(system.errors() == "");
+    system.run("> savestate filename=" + folder / "a.qst");
+    first = readDatabase().sorted().toText();
+    RC_ASSERT(system.errors() == "");
+  }
+  TestSystem system(stateRules);
+  system.run("> readstate mode=append, filename=" + folder / "a.qst");
+  RC_ASSERT(system.errors() == "");
+  system.run("> delete /FILE PROCESSING\n> savestate filename=" + folder / "b.qst");
+  RC_ASSERT(readDatabase().sorted().toText() == first);
+  const auto bodyOf = [&](const char* name) { return folder.read(name).substr(folder.read(name).find("\n\n")); };
+  RC_ASSERT(bodyOf("a.qst") == bodyOf("b.qst"));
+}
+
+TEST_F(StateSave, ALongValueIsUnchanged)
+{
+  std::string value;
+  for (int i = 0; value.size() < 10000; ++i)
+    value += "word" + std::to_string(i % 7) + ", \"a # quoted, piece\" b\\ ";
+  value += "last\\";
+  system.run("A: a\nx = " + value + " #\nEND");
+  save("a.qst");
+  system.run("> delete /A:a");
+  load("a.qst");
+  EXPECT_EQ(system.errors(), "");
+  EXPECT_EQ(ObjectDB::instance()->getObjectByPath("/A:a")->getValue("x"), value);
+}
+
+}  // namespace
+}  // namespace orv
