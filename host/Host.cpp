@@ -1,5 +1,6 @@
 #include "Host.h"
 
+#include "platform/ORVApplicationSupport.h"
 #include "platform/ORVSystem.h"
 #include "platform/ORVUtilities.h"
 #include "database/DataKSLObject.h"
@@ -16,6 +17,9 @@
 #include "actions/RedoExecutor.h"
 #include "actions/UndoExecutor.h"
 #include "actions/UpdateExecutor.h"
+#include "services/EngineUnitSystemHandler.h"
+#include "services/PreferencesExecutorBase.h"
+#include "services/UnitsKSLObject.h"
 
 #include <cstdlib>
 #include <memory>
@@ -27,6 +31,13 @@ namespace {
 class ViewExecutor : public orv::ActionExecutor {
  public:
   void invoke(const std::vector<std::string>&) override {}
+};
+
+// The units are all that this program has to prefer.
+class PreferencesExecutor : public orv::PreferencesExecutorBase {
+ protected:
+  std::vector<std::string> viewerParams() const override { return {}; }
+  void applyViewerPreference(const std::string&, const std::string&) override {}
 };
 
 std::string demoLibrary()
@@ -47,6 +58,8 @@ Host::Data::~Data()
 {
   orv::ObjectDB::destroyInstance();
   orv::ObjectFactory::destroyInstance();
+  orv::EngineUnitSystemHandler::destroyInstance();
+  orv::Preferences::destroyInstance();
 }
 
 Host::Commands::~Commands()
@@ -59,6 +72,8 @@ Host::Host(const std::vector<std::string>& libraries)
 {
   orv::DataKSLObject::registerBaseType();
   orv::GenericKSLObject::registerBaseType();
+  orv::UnitsKSLObject::registerBaseType();
+  orv::EngineUnitSystemHandler::instance();
   initialize(libraries);
   orv::AdditionalRules rules;
   rules.applyObjectRules = true;  // or no parameter would be essential, and states would lack their defaults
@@ -91,5 +106,6 @@ void Host::registerActions()
   m_actions.registerExecutor("fu", std::make_unique<orv::ForceUpdateExecutor>(&m_executive));
   m_actions.registerExecutor("getrulesinfo", std::make_unique<orv::GetRulesInfoExecutor>());
   m_actions.registerExecutor("delete", std::make_unique<orv::DeleteExecutor>());
+  m_actions.registerExecutor("preferences", std::make_unique<PreferencesExecutor>());
   m_actions.registerExecutor("setViewportView", std::make_unique<ViewExecutor>());
 }
