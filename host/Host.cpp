@@ -1,5 +1,6 @@
 #include "Host.h"
 
+#include "platform/ORVApplicationSupport.h"
 #include "platform/ORVSystem.h"
 #include "platform/ORVUtilities.h"
 #include "database/DataKSLObject.h"
@@ -19,6 +20,9 @@
 #include "actions/UpdateExecutor.h"
 #include "actions/WriteStateExecutor.h"
 #include "LoadExecutor.h"
+#include "services/EngineUnitSystemHandler.h"
+#include "services/PreferencesExecutorBase.h"
+#include "services/UnitsKSLObject.h"
 
 #include <cstdlib>
 #include <memory>
@@ -30,6 +34,13 @@ namespace {
 class ViewExecutor : public orv::ActionExecutor {
  public:
   void invoke(const std::vector<std::string>&) override {}
+};
+
+// The units are all that this program has to prefer.
+class PreferencesExecutor : public orv::PreferencesExecutorBase {
+ protected:
+  std::vector<std::string> viewerParams() const override { return {}; }
+  void applyViewerPreference(const std::string&, const std::string&) override {}
 };
 
 std::string demoLibrary()
@@ -50,6 +61,8 @@ Host::Data::~Data()
 {
   orv::ObjectDB::destroyInstance();
   orv::ObjectFactory::destroyInstance();
+  orv::EngineUnitSystemHandler::destroyInstance();
+  orv::Preferences::destroyInstance();
 }
 
 Host::Commands::~Commands()
@@ -62,6 +75,8 @@ Host::Host(const std::vector<std::string>& libraries)
 {
   orv::DataKSLObject::registerBaseType();
   orv::GenericKSLObject::registerBaseType();
+  orv::UnitsKSLObject::registerBaseType();
+  orv::EngineUnitSystemHandler::instance();
   initialize(libraries);
   orv::AdditionalRules rules;
   rules.applyObjectRules = true;  // or no parameter would be essential, and states would lack their defaults
@@ -98,5 +113,6 @@ void Host::registerActions()
                                               &m_files, m_stateWatch.observer()));
   m_actions.registerExecutor("readstate", std::make_unique<orv::ReadStateExecutor>(&m_files));
   m_actions.registerExecutor("load", std::make_unique<LoadExecutor>());
+  m_actions.registerExecutor("preferences", std::make_unique<PreferencesExecutor>());
   m_actions.registerExecutor("setViewportView", std::make_unique<ViewExecutor>());
 }

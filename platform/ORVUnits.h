@@ -22,7 +22,7 @@ class ORV_API UnitDimensions {
   using Exponents = std::array<double, count>;
 
   UnitDimensions() = default;  // dimensionless
-  // Throws data::invalid, class "UnitsConverter", function "parse", "Units '%s' are not recognized.".
+  // Throws data::invalid, class "UnitsConverter", function "parse", UnitsConverter::whyInvalid.
   explicit UnitDimensions(std::string_view units);
   explicit UnitDimensions(const Exponents& exponents) : m_exponents(exponents) {}
 
@@ -53,7 +53,7 @@ class ORV_API Quantity {
 
   // The number in the given units. Empty target units, or a quantity without units: the number as it stands.
   // Throws data::invalid, class "UnitsConverter", function "convertUnits", "Cannot convert units '%s' to
-  // '%s'." or "Units '%s' are not recognized.".
+  // '%s'." or UnitsConverter::whyInvalid.
   double convertTo(const std::string& units) const;
 
   // "2.5 [m]"; the number alone without units.
@@ -66,7 +66,8 @@ class ORV_API Quantity {
 
 // Converts numbers between units. Units are those engineers write: "m s^-1", "kg m^-3", "C" (degrees
 // Celsius), "F", "K", "rev min^-1", "%". "C" and "F" are never coulomb and farad, and beside other units ("W
-// m^-2 C^-1") they are differences. Numbers in units have a decimal point whatever the process locale says.
+// m^-2 C^-1") they are differences. docs/units.md has the names that are taken otherwise than the package
+// behind this takes them, and those that are refused. Numbers in units have a decimal point whatever the process locale says.
 // Not recognized are texts over 255 characters, fractions as exponents, exponents that multiply to more than
 // 4096, and scales that are not linear (logarithms, dates) or shifted by hand ("K @ 273.15"). What was parsed
 // once is kept, up to some thousand texts and pairs, and freed at exit.
@@ -82,6 +83,9 @@ class ORV_API UnitsConverter {
   static void convertUnits(const std::string& from, const std::string& to, double value, double& out,
                            bool difference = false);
   static bool isValid(std::string_view units);
+  // What is wrong with units: "Units '%s' are not recognized.", for a name that would surprise with what to
+  // write instead. Empty for valid ones.
+  static std::string whyInvalid(std::string_view units);
   // Both are valid and of one dimension; a unit and its reciprocal ("s", "Hz") are not.
   static bool areConvertible(const std::string& from, const std::string& to);
 };

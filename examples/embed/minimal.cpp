@@ -17,6 +17,8 @@
 #include "command/KSLInterface.h"
 #include "actions/DeleteExecutor.h"
 #include "actions/UpdateExecutor.h"
+#include "services/EngineUnitSystemHandler.h"
+#include "services/UnitsKSLObject.h"
 
 #include <iostream>
 #include <iterator>
@@ -32,6 +34,7 @@ void end()
   orv::KSLCoreAPI::destroyInstance();
   orv::ObjectDB::destroyInstance();
   orv::ObjectFactory::destroyInstance();
+  orv::EngineUnitSystemHandler::destroyInstance();
   orv::ErrorProgressReporter::destroyInstance();
 }
 
@@ -43,6 +46,7 @@ void run(const std::string& library, const std::string& text)
 
   orv::DataKSLObject::registerBaseType();
   orv::GenericKSLObject::registerBaseType();
+  orv::UnitsKSLObject::registerBaseType();
   orv::KSLInterface* commands = orv::KSLInterface::instance();
   commands->initialize(library, "");
   orv::AdditionalRules rules;

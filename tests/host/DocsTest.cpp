@@ -48,7 +48,22 @@ TEST_P(DocsTest, TextsGiveTheStatesShown)
   EXPECT_GT(compared, 0);
 }
 
-INSTANTIATE_TEST_SUITE_P(Docs, DocsTest, testing::Values("README.md", "docs/language.md"));
+// Each with an error block behind it gives that error.
+TEST(Docs, TextsGiveTheErrorsShown)
+{
+  const std::vector<Block> blocks = blocksOf("docs/units.md");
+  int compared = 0;
+  for (std::size_t i = 2; i < blocks.size(); ++i) {
+    if (blocks[i].language != "error")
+      continue;
+    const Outcome outcome = ksl({"run", "-e", blocks[i - 1].text});
+    EXPECT_EQ(outcome, (Outcome{1, "", blocks[i].text})) << blocks[i].line;
+    ++compared;
+  }
+  EXPECT_GT(compared, 0);
+}
+
+INSTANTIATE_TEST_SUITE_P(Docs, DocsTest, testing::Values("README.md", "docs/language.md", "docs/units.md"));
 
 // The C++ and C in the documents are cut from programs that other tests build and run.
 TEST(Docs, CodeIsTheExample)

@@ -6,6 +6,7 @@
 #include "database/Category.h"
 #include "database/DataKSLObject.h"
 #include "database/ObjectFactory.h"
+#include "services/UnitsKSLObject.h"
 
 #include <cstdlib>
 #include <fstream>
@@ -100,6 +101,7 @@ class KSLRulesTest : public testing::Test {
   {
     ObjectFactory::destroyInstance();
     DataKSLObject::registerBaseType();
+    UnitsKSLObject::registerBaseType();
     ObjectFactory::instance()->registerBaseType("GenericKSLObject", std::make_unique<NotingObject>());
     ObjectFactory::instance()->registerBaseType("Foreign", std::make_unique<ForeignObject>());
     NotingObject::notes.clear();

@@ -5,17 +5,19 @@
 
 namespace orv {
 
-// A view: keeps no objects, so it never goes stale. The empty path is the root. Whatever is unknown reads as
-// empty.
+// A view: keeps no objects, so it never goes stale. Paths are read as the database reads them; the empty path
+// is the root. Whatever is unknown reads as empty: a parameter that is missing must not end an update. Each call
+// is one look-up, plus what it returns.
 class ORV_API KSLCoreTreeAndLeafModel final : public TreeAndLeafReadModel {
  public:
   KSLCoreTreeAndLeafModel() = default;
   ~KSLCoreTreeAndLeafModel() override;
   bool hasObject(const KSLPath& path) const override;
   std::vector<KSLPath> getChildren(const KSLPath& path) const override;  // in child order
-  // All, internal ones included, in name order.
+  // The external ones, in name order.
   std::vector<std::string> getParameterNames(const KSLPath& path) const override;
-  std::string getParameterValue(const KSLPath& path, const std::string& name) const override;  // as stored
+  // As stored; of any parameter, internal ones included.
+  std::string getParameterValue(const KSLPath& path, const std::string& name) const override;
   bool isSingleton(const KSLPath& path) const override;
 };
 

@@ -32,7 +32,7 @@ std::vector<KSLPath> KSLCoreTreeAndLeafModel::getChildren(const KSLPath& path) c
 std::vector<std::string> KSLCoreTreeAndLeafModel::getParameterNames(const KSLPath& path) const
 {
   const KSLObject* object = objectAt(path);
-  return object ? object->getParamNames(allParams) : std::vector<std::string>();
+  return object ? object->getParamNames(externalParams) : std::vector<std::string>();
 }
 
 std::string KSLCoreTreeAndLeafModel::getParameterValue(const KSLPath& path, const std::string& name) const

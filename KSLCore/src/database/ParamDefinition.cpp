@@ -37,6 +37,12 @@ refcnt_ptr<const ParamDefinition::Rules> checkedRules(refcnt_ptr<const ParamDefi
   return rules;
 }
 
+// Percent, say. An angle is none: it is shown in units of angles.
+bool isPureNumber(const std::string& units)
+{
+  return UnitsConverter::isValid(units) && UnitDimensions(units).exponents() == UnitDimensions::Exponents{};
+}
+
 bool fitsFloat(double value)
 {
   return std::fabs(value) <= std::numeric_limits<float>::max();
@@ -135,7 +141,7 @@ std::string ParamDefinition::convertedElement(const std::string& text, const std
       units.empty() ? UnitSystemHandler::current()->getPreferredUnitsFromUnits(quantity->getUnits(), {})
                     : units;
   double value = quantity->getValue();
-  if (!target.empty())
+  if (!target.empty() || isPureNumber(quantity->getUnits()))
     UnitsConverter::convertUnits(quantity->getUnits(), target, quantity->getValue(), value, difference);
   return StringUtilities::toString(value);
 }

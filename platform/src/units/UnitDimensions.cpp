@@ -1,4 +1,3 @@
-#include "platform/ORVError.h"
 #include "UnitsDatabase.h"
 
 #include <algorithm>
@@ -41,7 +40,7 @@ UnitDimensions::UnitDimensions(std::string_view units)
 {
   std::optional<ParsedUnits> parsed = UnitsDatabase::instance().parse(units);
   if (!parsed)
-    throw data::invalid("UnitsConverter", "parse", _("Units '%s' are not recognized.", units));
+    throw data::invalid("UnitsConverter", "parse", notRecognized(units));
   *this = parsed->dimensions;
 }
 

@@ -65,7 +65,7 @@ ParsedUnits parseForConversion(const std::string& units)
 {
   std::optional<ParsedUnits> parsed = UnitsDatabase::instance().parse(units);
   if (!parsed)
-    throw data::invalid("UnitsConverter", "convertUnits", _("Units '%s' are not recognized.", units));
+    throw data::invalid("UnitsConverter", "convertUnits", notRecognized(units));
   return *parsed;
 }
 
@@ -101,6 +101,11 @@ void UnitsConverter::convertUnits(const std::string& from, const std::string& to
 bool UnitsConverter::isValid(std::string_view units)
 {
   return UnitsDatabase::instance().parse(units).has_value();
+}
+
+std::string UnitsConverter::whyInvalid(std::string_view units)
+{
+  return isValid(units) ? std::string() : notRecognized(units);
 }
 
 bool UnitsConverter::areConvertible(const std::string& from, const std::string& to)

@@ -41,9 +41,12 @@ class UnitsDatabase {
   std::map<std::string, ParsedUnits, std::less<>> m_parsed;  // emptied when it is full
 };
 
-// The text of units in the words of the database: "C" and "F" for temperatures, "rev". Nothing when it holds
-// what the database would misread: fractions as exponents ("m^0.5" would pass as a number), exponents that
-// overflow, a NUL.
+// The text of units in the words of the database; UnitNames has the table. Nothing when it holds what the
+// database would misread: names that would surprise, fractions as exponents ("m^0.5" would pass as a number),
+// exponents that overflow, a NUL.
 std::optional<std::string> translateUnits(std::string_view units);
+
+// The message about units that parse() does not take.
+std::string notRecognized(std::string_view units);
 
 }  // namespace orv

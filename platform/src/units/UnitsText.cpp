@@ -1,4 +1,6 @@
+#include "platform/ORVError.h"
 #include "platform/ORVUtilities.h"
+#include "UnitNames.h"
 #include "UnitsDatabase.h"
 
 #include <algorithm>
@@ -29,19 +31,6 @@ bool isShiftWord(std::string_view word)
   return lower == "from" || lower == "since" || lower == "after" || lower == "ref";
 }
 
-// The word in the database's terms. A temperature has its zero point where it stands alone; in a product the
-// database itself takes it as a difference.
-std::string_view translateWord(std::string_view word)
-{
-  if (word == "C")
-    return "degC";
-  if (word == "F")
-    return "degF";
-  if (word == "rev")
-    return "turn";
-  return word;
-}
-
 // Walks over the text once, word by word.
 class Translator {
  public:
@@ -55,6 +44,9 @@ class Translator {
     }
     return std::move(m_out);
   }
+
+  // Of the word that made the text refused; empty when it was something else.
+  std::string_view hint() const { return m_hint; }
 
  private:
   char at(std::size_t pos) const { return pos < m_text.size() ? m_text[pos] : '\0'; }
@@ -120,10 +112,12 @@ class Translator {
     while (isDigit(at(end - 1)))
       --end;
     std::string_view word = m_text.substr(m_pos, end - m_pos);
-    m_out += translateWord(word);
+    const UnitName* name = findUnitName(word);
+    m_out += name ? name->databaseWord : word;
+    m_hint = name ? name->hint : std::string_view();
     m_pos = end;
     m_afterUnit = true;
-    return !isShiftWord(word);
+    return m_hint.empty() && !isShiftWord(word);
   }
 
   // False for zero, which is no scale: the package would leak a word behind it.
@@ -145,6 +139,7 @@ class Translator {
   std::string_view m_text;
   std::size_t m_pos = 0;
   std::string m_out;
+  std::string_view m_hint;
   long m_exponentProduct = 1;
   bool m_afterUnit = false;
 };
@@ -157,6 +152,15 @@ std::optional<std::string> translateUnits(std::string_view units)
   if (units.size() > maxLength || units.find('\0') != std::string_view::npos)
     return std::nullopt;
   return Translator(units).run();
+}
+
+std::string notRecognized(std::string_view units)
+{
+  std::string message = _("Units '%s' are not recognized.", units);
+  Translator translator(StringUtilities::trimmed(units));
+  if (!translator.run() && !translator.hint().empty())
+    message.append(" ").append(translator.hint()).append(".");
+  return message;
 }
 
 }  // namespace orv

@@ -1,0 +1,378 @@
+#include "platform/ORVApplicationSupport.h"
+#include "database/KSLCoreTreeAndLeafModel.h"
+#include "database/ObjectDB.h"
+#include "command/KSLUpdateRecorder.h"
+#include "services/ConvertibleObject.h"
+#include "services/EngineUnitSystemHandler.h"
+#include "services/PreferencesExecutorBase.h"
+#include "services/UnitsKSLObject.h"
+#include "tests/support/TestSystem.h"
+#include "tests/support/thrown.h"
+
+#include <gtest/gtest.h>
+#include <memory>
+
+namespace orv {
+namespace {
+
+const char* const rules = R"(RULES:
+  KSLObjectClasses = DataKSLObject, UnitsKSLObject
+  SINGLETON: UNITS
+    KSLObject Class = UnitsKSLObject
+    Essential Parameter List = Unit System
+    Optional Parameter List = Variable Dimensions, Length, Temperature Difference, Pressure, Mass
+  END
+  OBJECT: PLATE
+    KSLObject Class = DataKSLObject
+    Optional Parameter List = Width, Corner, Heat, Fill, Turn, Value, Variable, Name, Mixed
+    Internal Parameter List = Area
+  END
+  SINGLETON: FILE PROCESSING
+    KSLObject Class = DataKSLObject
+    Optional Parameter List = Processing Mode
+  END
+  PARAMETER: Unit System
+    Default = SI
+  END
+  PARAMETER: Variable Dimensions
+  END
+  PARAMETER: Length
+  END
+  PARAMETER: Temperature Difference
+  END
+  PARAMETER: Pressure
+  END
+  PARAMETER: Mass
+  END
+  PARAMETER: Width
+  END
+  PARAMETER: Corner
+  END
+  PARAMETER: Heat
+  END
+  PARAMETER: Fill
+  END
+  PARAMETER: Turn
+  END
+  PARAMETER: Value
+  END
+  PARAMETER: Variable
+  END
+  PARAMETER: Name
+  END
+  PARAMETER: Mixed
+  END
+  PARAMETER: Area
+  END
+  PARAMETER: Processing Mode
+    Default = None
+  END
+END
+)";
+
+const char* const plate = R"(PLATE: p
+  Width = 3048 [mm]
+  Corner = 0 [ft], 1 [ft], 2 [ft]
+  Heat = 3 [J m kg^-1 C^-1]
+  Fill = 50 [%]
+  Turn = 180 [degree]
+  Variable = Pressure
+  Value = 2 [kPa]
+  Name = 3 [blob]
+  Mixed = 1 [m], 2 [s]
+END
+)";
+
+class ServicesUnits : public testing::Test {
+ protected:
+  ServicesUnits() { EngineUnitSystemHandler::instance(); }
+  ~ServicesUnits() override
+  {
+    m_system.reset();
+    EngineUnitSystemHandler::destroyInstance();
+    Preferences::destroyInstance();
+  }
+
+  TestSystem& system() { return *m_system; }
+  static EngineUnitSystemHandler& handler() { return *EngineUnitSystemHandler::instance(); }
+  static const KSLObject* object(const char* path) { return ObjectDB::instance()->getObjectByPath(path); }
+  static std::string shown(const char* name)
+  {
+    return object("/PLATE:p")->getParams(UnitSystemTypes::preferred, false).at(name);
+  }
+  void choose(const std::string& name) { system().run("UNITS:\n  Unit System = " + name + "\nEND"); }
+
+ private:
+  struct BaseType {
+    BaseType() { UnitsKSLObject::registerBaseType(); }
+  };
+  BaseType m_baseType;
+  std::unique_ptr<TestSystem> m_system = std::make_unique<TestSystem>(rules);
+};
+
+TEST_F(ServicesUnits, ASwitchChangesWhatIsShownAndNoText)
+{
+  system().run(plate);
+  system().run("UNITS:\n  Variable Dimensions = Pressure=M L^-1 T^-2, Ratio=1\nEND");
+  const std::string state = object("/PLATE:p")->getState(allParams);
+  const std::string store = TestSystem::storeText(*system().text());
+  EXPECT_EQ(shown("Width"), "3.048");
+  EXPECT_EQ(shown("Heat"), "3");
+  EXPECT_EQ(shown("Fill"), "0.5") << "without its sign a percentage is a pure number";
+  EXPECT_EQ(shown("Turn"), "3.141592653589793");
+  EXPECT_EQ(shown("Value"), "2000");
+  EXPECT_EQ(shown("Name"), "3 [blob]");
+  choose("English");
+  EXPECT_EQ(shown("Width"), "10");
+  EXPECT_EQ(shown("Corner"), "0,1,2");
+  EXPECT_EQ(shown("Turn"), "180");
+  EXPECT_EQ(shown("Value").substr(0, 8), "0.290075");
+  EXPECT_EQ(object("/PLATE:p")->getParams(UnitSystemTypes::base, false).at("Width"), "3048 [mm]");
+  choose("CGS");
+  EXPECT_EQ(shown("Width"), "304.8");
+  EXPECT_EQ(shown("Value"), "20000");
+  system().run("UNITS:\n  Unit System = Custom\n  Length = inch\n  Pressure = bar\nEND");
+  EXPECT_EQ(shown("Width"), "120");
+  EXPECT_EQ(shown("Value"), "0.02");
+  system().run("PLATE: p\n  Width = 3048 [mm]\nEND");
+  EXPECT_EQ(object("/PLATE:p")->getState(allParams), state);
+  EXPECT_EQ(system().errors(), "");
+  system().run("> delete /UNITS");
+  EXPECT_EQ(TestSystem::storeText(*system().text()), store.substr(0, store.find("UNITS")));
+}
+
+TEST_F(ServicesUnits, UndoDeletionAndFailureBringTheFormerSystemBack)
+{
+  const auto current = [] { return handler().getCurrentUnitSystem(); };
+  choose("English");
+  choose("CGS");
+  system().undo();
+  EXPECT_EQ(current(), "English");
+  system().run("> delete /UNITS");
+  EXPECT_EQ(current(), "SI");
+  system().undo();
+  EXPECT_EQ(current(), "English");
+  system().run("UNITS:\n  Unit System = CGS\nEND\nPLATE: p\n  Nonsense = 1\nEND");
+  EXPECT_NE(system().errors(), "");
+  EXPECT_EQ(current(), "English");
+  system().undo();
+  EXPECT_EQ(current(), "SI") << "the object is gone";
+  EXPECT_EQ(object("/UNITS"), nullptr);
+  system().redo();
+  EXPECT_EQ(current(), "English");
+}
+
+TEST_F(ServicesUnits, ABadTextIsToldAndNothingIsLoaded)
+{
+  choose("English");
+  const std::string state = system().state();
+  const std::tuple<const char*, const char*, const char*> cases[] = {
+      {"Unit System", "Metric", "The unit systems are SI, CGS, English, Custom."},
+      {"Length", "blob", "Units 'blob' are not recognized."},
+      {"Length", "s", "'s' are no units of the quantity 'Length'."},
+      {"Pressure", "pa", "Units 'pa' are not recognized. 'pa' is a trillionth of an are; pascal is 'Pa'."},
+      {"Variable Dimensions", "Speed=M Q", "Units 'M Q' are not recognized."},
+      {"Variable Dimensions", "Speed", "Each item should have the format: name=dimension."},
+  };
+  for (const auto& [name, value, reason] : cases) {
+    system().run(_("UNITS:\n  Mass = g\n  Unit System = Custom\n  %s = %s\nEND", name, value));
+    EXPECT_EQ(
+        system().errorList(),
+        (std::vector<ErrorMsg>{
+            {"UnitsKSLObject", "update",
+             _("Parameter '%s' of object '/UNITS' cannot have value '%s'. %s", name, value, reason), 4}}));
+    EXPECT_EQ(handler().getCurrentUnitSystem(), "English") << name << " = " << value;
+    EXPECT_EQ(system().state(), state);
+    system().expectConsistent();
+  }
+}
+
+TEST_F(ServicesUnits, PreferredUnitsFollowDimensionsAndNames)
+{
+  system().run(
+      "UNITS:\n  Unit System = English\n"
+      "  Variable Dimensions = Torque=N m, Work=M L^2 T^-2, Temperature Difference=K, Heat=K, Spin=rev s^-1, "
+      "Shear=T^-1, Ratio=1, Force=Pa, Odd=kg^2 m^-1\nEND");
+  ASSERT_EQ(system().errors(), "");
+  const std::pair<const char*, const char*> variables[] = {
+      {"Torque", "lbf ft"}, {"Work", "BTU"},        {"Temperature Difference", "F"},
+      {"Heat", "F"},        {"Spin", "rev min^-1"}, {"Ratio", ""},
+      {"Shear", "s^-1"},    {"Force", "psi"},       {"Odd", "lb^2 ft^-1"},
+      {"Unknown", ""}};
+  for (const auto& [name, units] : variables)
+    EXPECT_EQ(handler().getPreferredUnitsForVariable(name), units) << name;
+  const std::tuple<const char*, const char*, const char*> units[] = {
+      {"mm", "", "ft"},          {"N m", "", "BTU"},   {"N m", "Torque", "lbf ft"},
+      {"N m", "Length", "BTU"},  {"%", "", ""},        {"degree", "", "degree"},
+      {"m^0.5", "", "m^0.5"},    {"K^-1", "", "F^-1"}, {"m kg K^-2", "", "lb ft F^-2"},
+      {"blob", "Length", "blob"}};
+  for (const auto& [from, quantity, to] : units) {
+    EXPECT_EQ(handler().getPreferredUnitsFromUnits(from, quantity), to) << from << " " << quantity;
+    EXPECT_TRUE(!UnitsConverter::isValid(from) || UnitsConverter::areConvertible(from, to)) << to;
+  }
+  EXPECT_EQ(handler().getPreferredUnitsForQuantity("Time"), "s");
+  EXPECT_EQ(handler().getPreferredUnitsForQuantity("Nonsense"), "");
+}
+
+TEST_F(ServicesUnits, EveryQuantityHasUnitsOfItsDimensionsInEverySystem)
+{
+  for (const char* name : {"SI", "CGS", "English"}) {
+    choose(name);
+    for (const std::string& quantity : EngineUnitSystemHandler::getQuantityNames())
+      EXPECT_EQ(
+          EngineUnitSystemHandler::whyNoUnitsOf(quantity, handler().getPreferredUnitsForQuantity(quantity)),
+          "")
+          << quantity << " " << name;
+  }
+}
+
+TEST_F(ServicesUnits, ObserversHearOfChangesAlone)
+{
+  struct Counter : Observer {
+    void update(ObserverSubject*, int) override { ++count; }
+    int count = 0;
+  } counter;
+  handler().attach(&counter, EngineUnitSystemHandler::systemChanged);
+  choose("SI");
+  EXPECT_EQ(counter.count, 0);
+  choose("English");
+  system().run("PLATE: p\n  Width = 1 [m]\nEND");
+  system().run("UNITS:\n  Unit System = Nonsense\nEND");
+  EXPECT_EQ(counter.count, 1) << "a refused change is none";
+  system().run("UNITS:\n  Variable Dimensions = Spin=s^-1\nEND");
+  system().run("UNITS:\n  Variable Dimensions = Spin=rad s^-1\nEND");
+  system().run("> delete /UNITS");
+  EXPECT_EQ(counter.count, 4);
+  handler().detach(&counter);
+}
+
+TEST_F(ServicesUnits, ConversionsAreListed)
+{
+  system().run(plate);
+  choose("English");
+  const ConvertibleObject convertible(object("/PLATE:p"));
+  const auto render = [&](UnitSystemTypes::UnitsType type) {
+    std::string text;
+    for (const DataConversionInfo& info : convertible.getConversionInfo(type))
+      text += info.parameter + ": " + info.quantity + " " + info.fromUnits + " -> " + info.toUnits + "\n";
+    return text;
+  };
+  EXPECT_EQ(render(UnitSystemTypes::preferred),
+            "Corner: Length ft -> ft\nFill:  % -> \nHeat:  J m kg^-1 C^-1 -> ft^3 s^-2 F^-1\n"
+            "Turn: Angle degree -> degree\nValue: Pressure kPa -> psi\nWidth: Length mm -> ft\n");
+  EXPECT_EQ(render(UnitSystemTypes::base),
+            "Corner: Length ft -> m\nFill:  % -> \nHeat:  J m kg^-1 C^-1 -> m^3 s^-2 K^-1\n"
+            "Turn: Angle degree -> \nValue: Pressure kPa -> kg m^-1 s^-2\nWidth: Length mm -> m\n");
+}
+
+// ---------------------------------------------------------------------------------------------------- preferences
+
+class ViewerPreferences : public PreferencesExecutorBase {
+ public:
+  explicit ViewerPreferences(std::string* log) : m_log(log) {}
+
+ protected:
+  std::vector<std::string> viewerParams() const override { return {"Background", "Lights"}; }
+  bool isViewerValueAllowed(const std::string& name, const std::string& value) const override
+  {
+    return name != "Lights" || value == "On" || value == "Off";
+  }
+  void applyViewerPreference(const std::string& name, const std::string& value) override
+  {
+    *m_log += name + "=" + value + ";";
+  }
+
+ private:
+  std::string* m_log;
+};
+
+TEST_F(ServicesUnits, PreferencesAreOneUndoableStepAndKept)
+{
+  std::string log;
+  system().actions().registerExecutor("preferences", std::make_unique<ViewerPreferences>(&log));
+  system().run("> preferences Unit System = Custom, Background=dark red, Length Units=mm, Lights=On");
+  EXPECT_EQ(system().errors(), "");
+  EXPECT_EQ(handler().getPreferredUnitsForQuantity("Length"), "mm");
+  EXPECT_EQ(log, "Background=dark red;Lights=On;");
+  EXPECT_EQ(system().undoSteps().substr(0, 1), "1");
+  const Preferences* saved = Preferences::instance();
+  EXPECT_EQ(saved->getValue("Length Units") + saved->getValue("Background"), "mmdark red");
+  system().undo();
+  EXPECT_EQ(handler().getCurrentUnitSystem(), "SI");
+
+  system().run(
+      "FILE PROCESSING:\n  Processing Mode = Session\nEND\n> preferences Unit System=CGS, Lights=Off");
+  EXPECT_EQ(handler().getCurrentUnitSystem(), "CGS");
+  EXPECT_EQ(saved->getValue("Unit System") + saved->getValue("Lights"), "CustomOn")
+      << "somebody else's session is no preference of this user";
+}
+
+TEST_F(ServicesUnits, PreferencesAreCheckedBeforeAnyIsApplied)
+{
+  std::string log;
+  system().actions().registerExecutor("preferences", std::make_unique<ViewerPreferences>(&log));
+  const std::pair<const char*, const char*> cases[] = {
+      {"> preferences", "Action 'preferences' requires at least 1 argument(s). Received 0 argument(s)."},
+      {"> preferences Lights=On, Background",
+       "Syntax error: preferences parameters should have the format: param=value"},
+      {"> preferences Unit System=CGS, Fog=On", "Invalid parameter in preferences: 'Fog'."},
+      {"> preferences Unit System=CGS, Fog Units=m", "Invalid parameter in preferences: 'Fog Units'."},
+      {"> preferences Background=red, Unit System=Metric", "Invalid parameter value: 'Metric'."},
+      {"> preferences Background=red, Length Units=s", "Invalid parameter value: 's'."},
+      {"> preferences Unit System=CGS, Lights=Dim", "Invalid parameter value: 'Dim'."},
+  };
+  for (const auto& [line, message] : cases) {
+    system().run(line);
+    EXPECT_EQ(system().errorList(),
+              (std::vector<ErrorMsg>{{"PreferencesExecutorBase", "invoke", message, 4}}))
+        << line;
+  }
+  EXPECT_EQ(log, "");
+  EXPECT_EQ(handler().getCurrentUnitSystem(), "SI");
+  EXPECT_FALSE(Preferences::instance()->hasValue("Unit System"));
+}
+
+// ------------------------------------------------------------------------------------------------ what stays behind
+
+TEST(ServicesUnitsLifetime, AStartUpLeavesNothingBehind)
+{
+  UnitSystemHandler* const before = UnitSystemHandler::current();
+  for (int start = 0; start < 2; ++start) {
+    UnitsKSLObject::registerBaseType();
+    EngineUnitSystemHandler* const handler = EngineUnitSystemHandler::instance();
+    EXPECT_EQ(UnitSystemHandler::current(), handler);
+    EXPECT_EQ(handler->getCurrentUnitSystem(), "SI");
+    EXPECT_EQ(handler->getSource(), nullptr);
+    {
+      TestSystem system(rules);
+      system.run("UNITS:\n  Unit System = English\nEND");
+      EXPECT_EQ(handler->getCurrentUnitSystem(), "English");
+    }
+    EXPECT_EQ(handler->getCurrentUnitSystem(), "SI") << "the object ended with the database";
+    EngineUnitSystemHandler::destroyInstance();
+    EXPECT_EQ(EngineUnitSystemHandler::existing(), nullptr);
+    EXPECT_EQ(UnitSystemHandler::current(), before);
+  }
+}
+
+TEST_F(ServicesUnits, TheTreeModelShowsExternalParametersAndNeverFails)
+{
+  system().run(plate);
+  const KSLCoreTreeAndLeafModel model;
+  const KSLPath path("PLATE:p/");
+  EXPECT_EQ(model.getParameterNames(path),
+            (std::vector<std::string>{"Corner", "Fill", "Heat", "Mixed", "Name", "Turn", "Value", "Variable",
+                                      "Width"}));
+  choose("English");
+  EXPECT_EQ(model.getParameterValue(path, "Width"), "3048 [mm]");
+  EXPECT_EQ(model.getChildren(KSLPath()), (std::vector<KSLPath>{path, KSLPath("/UNITS")}));
+  EXPECT_TRUE(model.isSingleton(KSLPath("/UNITS")));
+  EXPECT_TRUE(model.hasObject(KSLPath()));
+  system().run("> delete /PLATE:p");
+  EXPECT_FALSE(model.hasObject(path));
+  EXPECT_EQ(model.getParameterValue(path, "Width") + model.getParameterValue(KSLPath("/UNITS"), "none"), "");
+  EXPECT_TRUE(model.getParameterNames(path).empty());
+}
+
+}  // namespace
+}  // namespace orv
