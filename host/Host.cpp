@@ -22,6 +22,8 @@
 #include "LoadExecutor.h"
 #include "services/EngineUnitSystemHandler.h"
 #include "services/PreferencesExecutorBase.h"
+#include "services/ExpressionEvaluatorKSLObject.h"
+#include "services/ExpressionsKSLObject.h"
 #include "services/UnitsKSLObject.h"
 
 #include <cstdlib>
@@ -76,6 +78,8 @@ Host::Host(const std::vector<std::string>& libraries)
   orv::DataKSLObject::registerBaseType();
   orv::GenericKSLObject::registerBaseType();
   orv::UnitsKSLObject::registerBaseType();
+  orv::ExpressionsKSLObject::registerBaseType();
+  orv::ExpressionEvaluatorKSLObject::registerBaseType();
   orv::EngineUnitSystemHandler::instance();
   initialize(libraries);
   orv::AdditionalRules rules;

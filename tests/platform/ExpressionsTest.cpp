@@ -1,10 +1,15 @@
 #include "platform/ORVExpressions.h"
 #include "platform/ORVUtilities.h"
 
+#include <cstdio>
 #include <cstdlib>
 #include <fstream>
 #include <gtest/gtest.h>
+#include <initializer_list>
+#include <optional>
+#include <random>
 #include <rapidcheck/gtest.h>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -278,6 +283,110 @@ TEST(Expressions, PrintingTakesOffWhatIsNotNeeded)
     other.parse();
     EXPECT_FALSE(other.isSameTree(expression)) << text;
   }
+}
+
+// Texts whose dimensions fit: a length, or a pure number.
+class TextMaker {
+ public:
+  explicit TextMaker(unsigned seed) : m_random(seed) {}
+
+  std::string make(int depth, bool length)
+  {
+    const auto other = [&] { return "(" + make(depth - 1, length) + ")"; };
+    const auto number = [&] { return "(" + make(depth - 1, false) + ")"; };
+    const auto any = [&](bool of) { return "(" + make(depth - 1, of) + ")"; };
+    if (depth <= 0)
+      return leaf(length);
+    switch (pick(length ? 6 : 10)) {
+      case 0:
+        return other() + oneOf({" + ", "-"}) + other();
+      case 1:
+        return oneOf({"min", "max", "mod"}) + "(" + other() + ", " + other() + ")";
+      case 2:
+        return "if(" + number() + oneOf({"<", "<=", ">", ">=", "==", "!="}) + number() + ", " + other() + ", "
+               + other() + ")";
+      case 3:
+        return oneOf({"-", "abs"}) + other();
+      case 4:
+        return number() + " * " + other();
+      case 5:
+        return length ? "sqrt(" + other() + " * " + other() + ")" : other() + "^" + other();
+      case 6: {
+        const bool lengths = pick(2) == 0;
+        return any(lengths) + " / " + any(lengths);
+      }
+      case 7: {
+        const bool lengths = pick(2) == 0;
+        return "atan2(" + any(lengths) + ", " + any(lengths) + ")";
+      }
+      case 8:
+        return oneOf({"sin", "cos", "tan", "atan", "tanh", "int", "exp", "cosh", "sinh"}) + other();
+      default:
+        return oneOf({"asin", "acos", "log", "log10", "sqrt"}) + other();
+    }
+  }
+
+ private:
+  std::size_t pick(std::size_t count) { return m_random() % count; }
+  std::string oneOf(std::initializer_list<const char*> words) { return words.begin()[pick(words.size())]; }
+  std::string leaf(bool length)
+  {
+    const std::string digits = StringUtilities::toString(static_cast<double>(pick(400)) / 16);
+    if (length)
+      return digits + oneOf({" [m]", " [cm]"});
+    return pick(4) == 0 ? oneOf({"pi", "e", "30 [degree]"}) : digits;
+  }
+
+  std::mt19937 m_random;
+};
+
+std::vector<std::string> linesFromPython(const std::vector<std::string>& texts)
+{
+  const char* root = std::getenv("KSL_SOURCE_DIR");
+  const std::string input = testing::TempDir() + "expressions.txt";
+  std::ofstream file(input);
+  for (const std::string& text : texts)
+    file << text << '\n';
+  file.close();
+  const std::string command =
+      "python3 '" + std::string(root ? root : ".") + "/tests/tools/evaluate.py' < " + input;
+  FILE* pipe = popen(command.c_str(), "r");
+  std::string output;
+  char buffer[4096];
+  while (const std::size_t count = fread(buffer, 1, sizeof buffer, pipe))
+    output.append(buffer, count);
+  EXPECT_EQ(pclose(pipe), 0);
+  return StringUtilities::stringToVector(output, '\n');
+}
+
+// What another program computes, to rounding; an error is an error there too.
+TEST(Expressions, AgreeWithAnIndependentEvaluator)
+{
+  TextMaker maker(20261121);
+  std::vector<std::string> texts;
+  for (int i = 0; i < 3000; ++i)
+    texts.push_back(maker.make(i % 6, i % 2 == 0));
+  const std::vector<std::string> answers = linesFromPython(texts);
+  ASSERT_GE(answers.size(), texts.size());
+  int errors = 0;
+  for (std::size_t i = 0; i < texts.size(); ++i) {
+    std::optional<ExpressionValue> value;
+    try {
+      value = ExpressionEvaluator::evaluate(texts[i], "");
+    } catch (const data::invalid&) {}
+    ASSERT_EQ(value.has_value(), answers[i] != "error") << texts[i];
+    errors += !value;
+    if (!value)
+      continue;
+    double number = 0;
+    double exponent = 0;
+    double largest = 0;
+    std::istringstream(answers[i]) >> number >> exponent >> largest;
+    ASSERT_NEAR(value->getNumber(), number, 1e-12 * largest) << texts[i];
+    ASSERT_EQ(value->getDimensions().exponents()[1], exponent) << texts[i];
+  }
+  EXPECT_GT(errors, 20);
+  EXPECT_LT(errors, 1500);
 }
 
 TEST(Expressions, NamesThatCanBeUsed)

@@ -28,9 +28,6 @@ class ORV_API ExpressionEvaluatorKSLObject : public GenericKSLObject {
   // processed.
   static void registerBaseType();
 
-  // Evaluates all of them anew: for whoever changed the unit system. Throws the first error of those that are no
-  // previews, and leaves the rest to their next update.
-  static void unitSystemChanged();
   // A name was defined: previews may have waited for it. O(previews that wait).
   static void retryPreviews();
 
@@ -42,6 +39,11 @@ class ORV_API ExpressionEvaluatorKSLObject : public GenericKSLObject {
   void createDelayedParamLinks() override;
 
  private:
+  class UnitSystemWatch;
+
+  // Evaluates all of them anew. Throws the first error of those that are no previews, and leaves the rest to
+  // their next update.
+  static void unitSystemChanged();
   bool isPreview() const { return typeIs("EXPRESSION PREVIEW"); }
   SchedulerObject* evaluatingScheduler() const;
   void evaluate();

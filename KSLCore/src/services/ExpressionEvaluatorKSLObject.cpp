@@ -5,6 +5,7 @@
 #include "platform/ORVUnits.h"
 #include "platform/ORVUtilities.h"
 #include "database/EvaluatingObject.h"
+#include "services/EngineUnitSystemHandler.h"
 
 #include <map>
 #include <memory>
@@ -42,12 +43,37 @@ std::string targetUnits(const KSLObject& object, const ExpressionValue& value)
 
 }  // namespace
 
+// Watches the unit system while there are evaluators.
+class ExpressionEvaluatorKSLObject::UnitSystemWatch : public Observer {
+ public:
+  void update(ObserverSubject*, int) override { unitSystemChanged(); }
+
+  static void begin()
+  {
+    if (EngineUnitSystemHandler* handler = EngineUnitSystemHandler::existing())
+      handler->attach(&watch(), EngineUnitSystemHandler::systemChanged);  // again is nothing new
+  }
+  static void end()
+  {
+    if (EngineUnitSystemHandler* handler = EngineUnitSystemHandler::existing())
+      handler->detach(&watch());
+  }
+
+ private:
+  static UnitSystemWatch& watch()
+  {
+    static UnitSystemWatch instance;
+    return instance;
+  }
+};
+
 ExpressionEvaluatorKSLObject::ExpressionEvaluatorKSLObject() = default;
 
 ExpressionEvaluatorKSLObject::~ExpressionEvaluatorKSLObject()
 {
-  s_objects.erase(m_number);
   s_waiting.erase(m_number);
+  if (s_objects.erase(m_number) > 0 && s_objects.empty())
+    UnitSystemWatch::end();
 }
 
 void ExpressionEvaluatorKSLObject::registerBaseType()
@@ -74,6 +100,7 @@ void ExpressionEvaluatorKSLObject::initialize(const std::string& parentPath, con
   GenericKSLObject::initialize(parentPath, name);
   m_number = ++s_lastNumber;
   s_objects.emplace(m_number, this);
+  UnitSystemWatch::begin();
 }
 
 // ---------------------------------------------------------------------------------------------------- when it runs
