@@ -19,6 +19,7 @@ struct ExpressionFault;
 class ORV_API ExpressionValue {
  public:
   ExpressionValue() = default;
+  explicit ExpressionValue(double pureNumber) : m_quantity(pureNumber), m_number(pureNumber) {}
   ExpressionValue(double number, const UnitDimensions& dimensions);
   // Throws as UnitsConverter does.
   explicit ExpressionValue(Quantity quantity);

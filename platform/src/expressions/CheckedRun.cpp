@@ -119,7 +119,10 @@ class CheckedRun {
   {
     const auto isSane = [](double exponent) { return std::abs(exponent) <= maxExponent; };
     const auto& exponents = operand.dimensions.exponents();
-    if (!std::all_of(exponents.begin(), exponents.end(), isSane))
+    const bool sane = std::all_of(exponents.begin(), exponents.end(), isSane);
+    if (!sane && operand.dimensions.isDimensionless())  // an angle, which may be raised to any power
+      operand.dimensions = {};
+    else if (!sane)
       throw ExpressionFault{position, "the units have too large an exponent"};
     if (operand.fault == Operand::noFault && !std::isfinite(operand.number))
       note(operand, position, "the result is not finite");

@@ -79,13 +79,29 @@ void ExpressionProgram::negateLastLiteral()
   m_literals.back().number = -m_literals.back().number;
 }
 
+ExpressionProgram::PlainStep ExpressionProgram::plainStep(const Step& step) const
+{
+  PlainStep plain{step.code, step.operand, {0}};
+  if (step.code == Code::literal)
+    plain.number = m_literals[step.operand].number;
+  if (step.code != Code::call)
+    return plain;
+  plain.operand = step.function->plain ? 0 : step.operand;
+  if (step.function->plain)
+    plain.function = step.function->plain;
+  else
+    plain.ofAll = step.function->plainOfAll;
+  return plain;
+}
+
 void ExpressionProgram::complete()
 {
+  bool withUnits = false;
   for (Literal& literal : m_literals) {
     literal.base.number = literal.number;
     if (literal.units.empty())
       continue;
-    m_plain = false;
+    withUnits = true;
     literal.base.dimensions = UnitDimensions(literal.units);
     try {
       UnitsConverter::convertUnits(literal.units, literal.base.dimensions.toUnits(), literal.number,
@@ -99,6 +115,11 @@ void ExpressionProgram::complete()
     depth = depth + 1 - argumentCount(step);
     m_depth = std::max(m_depth, depth);
   }
+  if (withUnits)
+    return;
+  m_plainSteps.reserve(m_steps.size());
+  for (const Step& step : m_steps)
+    m_plainSteps.push_back(plainStep(step));
 }
 
 bool ExpressionProgram::isSameTree(const ExpressionProgram& other) const
@@ -127,8 +148,8 @@ ExpressionValue ExpressionProgram::run(std::span<const ExpressionValue* const> v
   if (m_steps.size() == 1 && m_steps.front().code == Code::name)
     return *values.front();
   double plain = 0;
-  if (m_plain && runPlain(values, plain))
-    return {plain, {}};
+  if (!m_plainSteps.empty() && runPlain(values, plain))
+    return ExpressionValue(plain);
   if (m_steps.size() == 1) {
     const Literal& literal = m_literals.front();
     if (!literal.tooLarge)
@@ -201,10 +222,10 @@ bool ExpressionProgram::runPlain(std::span<const ExpressionValue* const> values,
   NumberStack stack(m_depth);
   double* top = stack.bottom();  // behind the last
   double check = 0;              // becomes NaN with the first number that is not finite
-  for (const Step& step : m_steps) {
+  for (const PlainStep& step : m_plainSteps) {
     switch (step.code) {
       case Code::literal:
-        *top++ = m_literals[step.operand].number;
+        *top++ = step.number;
         continue;
       case Code::name: {
         const ExpressionValue& value = *values[step.operand];
@@ -233,11 +254,11 @@ bool ExpressionProgram::runPlain(std::span<const ExpressionValue* const> values,
         top[-1] /= top[0];
         break;
       case Code::call:
-        if (step.function->plain) {
-          top[-1] = step.function->plain(top[-1]);
+        if (step.operand == 0) {
+          top[-1] = step.function(top[-1]);
         } else {
           top -= step.operand;
-          *top = step.function->plainOfAll(top, step.operand);
+          *top = step.ofAll(top, step.operand);
           ++top;
         }
         break;

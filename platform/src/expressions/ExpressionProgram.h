@@ -120,6 +120,18 @@ class ExpressionProgram {
     std::uint32_t add(std::string_view name);
   };
 
+  // What the first machine reads of a step.
+  struct PlainStep {
+    Code code;
+    std::uint32_t operand;  // index of the name; number of arguments, 0 for `function`
+    union {
+      double number;                                // of literals
+      double (*function)(double);                   // of calls with one argument
+      double (*ofAll)(const double*, std::size_t);  // of other calls
+    };
+  };
+
+  PlainStep plainStep(const Step& step) const;
   bool runPlain(std::span<const ExpressionValue* const> values, double& result) const;
   ExpressionOperand runChecked(std::span<const ExpressionValue* const> values) const;
 
@@ -127,8 +139,8 @@ class ExpressionProgram {
   std::vector<Literal> m_literals;
   Names m_names;
   Names m_unknown;
-  std::size_t m_depth = 0;  // of the stack
-  bool m_plain = true;      // no literal has units
+  std::size_t m_depth = 0;              // of the stack
+  std::vector<PlainStep> m_plainSteps;  // none when a literal has units
 };
 
 // How many values a step takes from the stack.
