@@ -10,10 +10,16 @@
 #include "command/Executive.h"
 #include "command/KSLCoreAPI.h"
 #include "command/KSLInterface.h"
+#include "actions/CopyExecutor.h"
 #include "actions/DeleteExecutor.h"
+#include "actions/ReadSessionExecutor.h"
+#include "actions/ReadStateExecutor.h"
 #include "actions/RedoExecutor.h"
+#include "actions/RenameExecutor.h"
 #include "actions/UndoExecutor.h"
 #include "actions/UpdateExecutor.h"
+#include "actions/WriteSessionExecutor.h"
+#include "actions/WriteStateExecutor.h"
 #include "bench/Model.h"
 
 #include <memory>
@@ -38,6 +44,12 @@ class LibraryPeer {
     m_factory.registerExecutor("undo", std::make_unique<orv::UndoExecutor>(&m_executive));
     m_factory.registerExecutor("redo", std::make_unique<orv::RedoExecutor>(&m_executive));
     m_factory.registerExecutor("delete", std::make_unique<orv::DeleteExecutor>());
+    m_factory.registerExecutor("copy", std::make_unique<orv::CopyExecutor>());
+    m_factory.registerExecutor("rename", std::make_unique<orv::RenameExecutor>());
+    m_factory.registerExecutor("session", std::make_unique<orv::WriteSessionExecutor>());
+    m_factory.registerExecutor("readsession", std::make_unique<orv::ReadSessionExecutor>());
+    m_factory.registerExecutor("savestate", std::make_unique<orv::WriteStateExecutor>());
+    m_factory.registerExecutor("readstate", std::make_unique<orv::ReadStateExecutor>());
     m_executive.setActionFactory(&m_factory);
     owner->setExecutive(&m_executive);
   }
@@ -61,6 +73,9 @@ class LibraryPeer {
   void load(const std::string& text) { run(text); }
   void undo() { run("> undo"); }
   void redo() { run("> redo"); }
+  // To a name, in the same place.
+  void copy(const std::string& from, const std::string& to) { run("> copy from=" + from + ", to=" + to); }
+  void rename(const std::string& from, const std::string& to) { run("> rename from=" + from + ", to=" + to); }
   void erase(const std::string& path) { run("> delete " + path); }
   std::string get(const std::string& path, const std::string& name) const
   {

@@ -79,6 +79,11 @@ inline std::vector<std::string> modelRules(int params = paramCount)
   for (const char* type : {"GROUP", "PART"})
     lines.insert(lines.end(), {std::string("OBJECT: ") + type, "KSLObject Class = DataKSLObject",
                                "Category = Geometry", "Optional Parameter List = " + list, "END"});
+  // What the actions that read files keep for themselves.
+  for (const char* param : {"Processing Mode", "Path Stack"})
+    lines.insert(lines.end(), {std::string("PARAMETER: ") + param, "END"});
+  lines.insert(lines.end(), {"SINGLETON: FILE PROCESSING", "KSLObject Class = DataKSLObject",
+                             "Essential Parameter List = Processing Mode, Path Stack", "END"});
   lines.push_back("END");
   return lines;
 }

@@ -4,9 +4,9 @@
 #include "bench/Baselines.h"
 #include "bench/LibraryPeer.h"
 #include "bench/Model.h"
+#include "bench/Stopwatch.h"
 
 #include <benchmark/benchmark.h>
-#include <ctime>
 #include <memory>
 #include <string>
 
@@ -15,28 +15,6 @@ using namespace bench;
 namespace {
 
 constexpr long editCount = 10000;
-
-// Processor time of this process: what others do on the machine does not count.
-class Stopwatch {
- public:
-  double seconds() const { return now() - m_start; }
-
- private:
-  static double now()
-  {
-    timespec time{};
-    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &time);
-    return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
-  }
-  double m_start = now();
-};
-
-// A wrong result makes a figure worthless.
-void require(bool good, const char* what)
-{
-  if (!good)
-    throw std::runtime_error(std::string("wrong result: ") + what);
-}
 
 const std::string& textOf(const Shape& shape)
 {

@@ -10,8 +10,10 @@
 #include "command/Executive.h"
 #include "command/KSLCoreAPI.h"
 #include "command/KSLInterface.h"
+#include "actions/CopyExecutor.h"
 #include "actions/DeleteExecutor.h"
 #include "actions/RedoExecutor.h"
+#include "actions/RenameExecutor.h"
 #include "actions/UndoExecutor.h"
 #include "actions/UpdateExecutor.h"
 
@@ -73,6 +75,8 @@ class System {
     m_factory.registerExecutor("undo", new UndoExecutor(&m_executive));
     m_factory.registerExecutor("redo", new RedoExecutor(&m_executive));
     m_factory.registerExecutor("delete", new DeleteExecutor);
+    m_factory.registerExecutor("copy", new CopyExecutor);
+    m_factory.registerExecutor("rename", new RenameExecutor);
     m_factory.registerExecutor("nest", new NestExecutor);
     owner->getKSLAPI()->loadKSLData(StringUtilities::stringToVector(rules, '\n'));
     AdditionalRules options;

@@ -17,8 +17,10 @@ void FileWatcher::registerFileType(const std::string& type)
 
 void FileWatcher::registerFileChange(const std::string& fileName, const std::string& type)
 {
-  if (m_types.contains(type))
-    m_files[fileName] = {type, stampOf(fileName), false};
+  if (!m_types.contains(type))
+    return;
+  m_files[fileName] = {type, stampOf(fileName), false};
+  m_used.push_back(fileName);
 }
 
 void FileWatcher::registerExternalFileChange(const std::string& fileName, const std::string& type)

@@ -20,6 +20,8 @@ class FileWatcher : public orv::FileChangeManager {
   void registerExternalFileChange(const std::string& fileName, const std::string& type) override;
   void registerFileType(const std::string& type) override;
 
+  // Files that were read or written since the last call, in that order.
+  std::vector<std::string> takeUsed() { return std::exchange(m_used, {}); }
   // (file, type) of each file that others changed, replaced or removed since it was last read, written or asked
   // about here, or that such a change was announced of; in name order. One system call a file.
   std::vector<std::pair<std::string, std::string>> takeChanged();
@@ -43,4 +45,5 @@ class FileWatcher : public orv::FileChangeManager {
 
   std::set<std::string> m_types;
   std::map<std::string, Watched> m_files;
+  std::vector<std::string> m_used;
 };

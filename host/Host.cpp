@@ -10,14 +10,20 @@
 #include "rules/GenericKSLObject.h"
 #include "command/KSLCoreAPI.h"
 #include "command/KSLInterface.h"
+#include "actions/CopyExecutor.h"
+#include "actions/DebugExecutor.h"
 #include "actions/DeleteExecutor.h"
 #include "actions/ForceUpdateExecutor.h"
 #include "actions/GetRulesInfoExecutor.h"
 #include "actions/GetStateExecutor.h"
+#include "actions/NotifyExecutor.h"
+#include "actions/ReadSessionExecutor.h"
 #include "actions/ReadStateExecutor.h"
 #include "actions/RedoExecutor.h"
+#include "actions/RenameExecutor.h"
 #include "actions/UndoExecutor.h"
 #include "actions/UpdateExecutor.h"
+#include "actions/WriteSessionExecutor.h"
 #include "actions/WriteStateExecutor.h"
 #include "LoadExecutor.h"
 #include "services/EngineUnitSystemHandler.h"
@@ -59,6 +65,8 @@ bool environmentNamesLibraries()
 
 }  // namespace
 
+Host* Host::s_current = nullptr;
+
 Host::Data::~Data()
 {
   orv::ObjectDB::destroyInstance();
@@ -89,6 +97,7 @@ Host::Host(const std::vector<std::string>& libraries)
   registerActions();
   m_executive.setActionFactory(&m_actions);
   orv::KSLInterface::instance()->setExecutive(&m_executive);
+  s_current = this;
 }
 
 void Host::initialize(const std::vector<std::string>& libraries)
@@ -112,9 +121,18 @@ void Host::registerActions()
   m_actions.registerExecutor("forceupdate", std::make_unique<orv::ForceUpdateExecutor>(&m_executive));
   m_actions.registerExecutor("fu", std::make_unique<orv::ForceUpdateExecutor>(&m_executive));
   m_actions.registerExecutor("getrulesinfo", std::make_unique<orv::GetRulesInfoExecutor>());
-  m_actions.registerExecutor("delete", std::make_unique<orv::DeleteExecutor>());
-  m_actions.registerExecutor("savestate", std::make_unique<orv::WriteStateExecutor>(
-                                              &m_files, m_stateWatch.observer()));
+  m_actions.registerExecutor("delete", std::make_unique<orv::DeleteExecutor>(&m_protection));
+  m_actions.registerExecutor("copy", std::make_unique<orv::CopyExecutor>(&m_copying));
+  m_actions.registerExecutor("rename",
+                             std::make_unique<orv::RenameExecutor>());  // a renamed object keeps its files
+  m_actions.registerExecutor("notify", std::make_unique<orv::NotifyExecutor>(&m_files));
+  m_actions.registerExecutor("debug", std::make_unique<orv::DebugExecutor>());
+  m_actions.registerExecutor("db", std::make_unique<orv::DebugExecutor>());
+  m_actions.registerExecutor("session", std::make_unique<orv::WriteSessionExecutor>());
+  m_actions.registerExecutor("readsession", std::make_unique<orv::ReadSessionExecutor>());
+  m_actions.registerExecutor("rs", std::make_unique<orv::ReadSessionExecutor>());
+  m_actions.registerExecutor("savestate",
+                             std::make_unique<orv::WriteStateExecutor>(&m_files, m_stateWatch.observer()));
   m_actions.registerExecutor("readstate", std::make_unique<orv::ReadStateExecutor>(&m_files));
   m_actions.registerExecutor("load", std::make_unique<LoadExecutor>());
   m_actions.registerExecutor("preferences", std::make_unique<PreferencesExecutor>());

@@ -3,7 +3,10 @@
 
 #include "command/ActionFactory.h"
 #include "command/Executive.h"
+#include "actions/KSLCopyImpl.h"
+#include "CopiedOutputFiles.h"
 #include "FileWatcher.h"
+#include "ProtectedObjects.h"
 #include "StateWatch.h"
 
 #include <string>
@@ -18,7 +21,12 @@ class Host {
   explicit Host(const std::vector<std::string>& libraries);
   Host(const Host&) = delete;
   Host& operator=(const Host&) = delete;
+  ~Host() { s_current = nullptr; }
 
+  // The one that lives; null when none does.
+  static Host* current() { return s_current; }
+
+  const orv::ActionFactory& actions() const { return m_actions; }
   // State files that were read or written.
   FileWatcher& files() { return m_files; }
   // Objects have changed since everything was last saved to a state file.
@@ -26,7 +34,7 @@ class Host {
 
  private:
   // Members end in reverse order: first the command processor, which uses executors, then these, then what
-  // they work on.
+  // they ask, then what they work on.
   struct Data {
     ~Data();
   };
@@ -37,7 +45,12 @@ class Host {
   void initialize(const std::vector<std::string>& libraries);
   void registerActions();
 
+  static Host* s_current;
+
   Data m_data;
+  ProtectedObjects m_protection;
+  CopiedOutputFiles m_outputFiles;
+  orv::KSLCopyImpl m_copying{&m_outputFiles};
   FileWatcher m_files;
   orv::Executive m_executive;
   orv::ActionFactory m_actions;

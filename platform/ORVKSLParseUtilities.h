@@ -80,8 +80,8 @@ class ORV_API MiniKSLParser {
   bool m_replace = false;
 };
 
-// Writes KSL text, indented by two blanks a level. Values stay on one line: line ends in them become blanks,
-// and one that ends in "\" gets a blank behind it, so that it reads back.
+// Writes KSL text, indented by two blanks a level. Values stay on one line: line ends in them become blanks.
+// A line that ends in "\" gets a blank behind it, so that it reads back.
 class ORV_API KSLBuilder {
  public:
   // A singleton (name empty or equal to the type) gets a header that ends with its colon.
@@ -93,6 +93,7 @@ class ORV_API KSLBuilder {
 
  private:
   void indent();
+  void endLine();
   std::string m_text;
   std::size_t m_depth = 0;
 };

@@ -38,6 +38,8 @@ class ORV_API ORVStream {
   bool readLine(std::string& line);
   // All the lines that are left. Throws as readLine does.
   std::vector<std::string> readLines();
+  // All that is left, as one text; CR LF reads as LF. Throws as readLine does, function "readAll".
+  std::string readAll();
   // Flushes and closes; throws as write does, and is closed then too. Nothing when not open.
   void close();
 
@@ -58,6 +60,8 @@ ORV_API bool isDirectory(const std::string& fileName);
 ORV_API std::string readAll(const std::string& fileName);
 // The whole file as lines, without their ends; CR LF reads as LF. Throws as readAll does.
 ORV_API std::vector<std::string> readLines(const std::string& fileName);
+// True when every byte is a character of ASCII, NUL excepted.
+ORV_API bool isAscii(std::string_view text) noexcept;
 // The files of a directory whose names end so, in name order, with the directory's name before theirs. Throws
 // file::error, function "listFiles", "Cannot read directory '%s': %s.".
 ORV_API std::vector<std::string> listFiles(const std::string& directory, std::string_view ending);

@@ -231,11 +231,11 @@ std::string toString(Int value)
 // what it can.
 ORV_API std::vector<std::string> removeContinuation(std::vector<std::string> lines);
 // Indents a whole line by two blanks a level and wraps it at `width` columns (20 at least), continuation
-// lines at the same level: the exact inverse of joining, for every text. White space at the ends is dropped,
-// runs of it become one blank; breaks stand only at blanks outside double quotes, so a longer word or quoted
-// text stays in one piece, blanks and all (line ends in it become blanks). A text whose last character is "\"
-// gets " \" and an empty line behind it, because a reader would take the backslash for its own. Lines are
-// joined by "\n"; there is one at the end when the text has one there.
+// lines at the same level (what is nested deeply keeps 20 columns, or half of the width): the inverse of joining, for
+// every text, but for white space: at the ends it is dropped, and runs of it become one blank (in quotes only where
+// a line must break). Breaks stand at blanks outside double quotes, and inside words and quotes that are longer than
+// a line. A text whose last character is "\" gets " \" and an empty line behind it, because a reader would take the
+// backslash for its own. Lines are joined by "\n"; there is one at the end when the text has one there.
 ORV_API std::string splitStringToSize(std::string_view text, std::size_t level, std::size_t width);
 // Joins continued lines and indents each by two blanks a level of open blocks; empty lines stay. Each line
 // that comes back is whole: one that ends in "\" has a blank behind it. An END without a block stays at the

@@ -1,12 +1,17 @@
-// The actions update, undo, redo, getstate and delete.
+// All actions but those of files, and but what copy and rename do.
+#include "platform/ORVApplicationSupport.h"
 #include "platform/ORVError.h"
 #include "database/ObjectDB.h"
 #include "database/ObjectFactory.h"
+#include "actions/CopyExecutor.h"
+#include "actions/DebugExecutor.h"
 #include "actions/DeleteExecutor.h"
 #include "actions/DeletionFilterIF.h"
 #include "actions/GetRulesInfoExecutor.h"
 #include "actions/GetStateExecutor.h"
+#include "actions/NotifyExecutor.h"
 #include "actions/RedoExecutor.h"
+#include "actions/RenameExecutor.h"
 #include "actions/UndoExecutor.h"
 #include "actions/UpdateExecutor.h"
 #include "tests/support/TestSystem.h"
@@ -46,10 +51,15 @@ TEST_F(SmallActions, CheckTheirWords)
   GetStateExecutor getState;
   DeleteExecutor deletion;
   GetRulesInfoExecutor getRulesInfo;
+  CopyExecutor copy;
+  RenameExecutor rename;
+  NotifyExecutor notify(nullptr);
+  DebugExecutor debug;
   const std::pair<ActionExecutor*, const char*> all[] = {
-      {&update, "UpdateExecutor"},   {&undo, "UndoExecutor"},
-      {&redo, "RedoExecutor"},       {&getState, "GetStateExecutor"},
-      {&deletion, "DeleteExecutor"}, {&getRulesInfo, "GetRulesInfoExecutor"}};
+      {&update, "UpdateExecutor"},     {&undo, "UndoExecutor"},       {&redo, "RedoExecutor"},
+      {&getState, "GetStateExecutor"}, {&deletion, "DeleteExecutor"}, {&getRulesInfo, "GetRulesInfoExecutor"},
+      {&copy, "CopyExecutor"},         {&rename, "RenameExecutor"},   {&notify, "NotifyExecutor"},
+      {&debug, "DebugExecutor"}};
   for (const auto& [executor, name] : all) {
     ActionExecutor* const one = executor;
     EXPECT_EQ(thrown<internal::badParam>([&] { one->invoke({}); }),
@@ -127,7 +137,6 @@ TEST_F(SmallActions, GetStatePrintsAnObject)
 
 TEST_F(SmallActions, GetRulesInfoPrintsWhatTheRulesSay)
 {
-  system.actions().registerExecutor("getrulesinfo", new GetRulesInfoExecutor);
   system.run(
       "CUT: c d\nCuts = /CUT:e\nCache = 1\nLABEL: l\nEND\nEND\nCUT: e\nOffset = 1 [m]\n"
       "Layers = front, back\nEND\nA: a\nMARK: m\nEND\nEND");
@@ -173,6 +182,64 @@ TEST_F(SmallActions, GetRulesInfoPrintsWhatTheRulesSay)
   GetRulesInfoExecutor executor;
   EXPECT_EQ(thrown<ksl::invalid>([&] { executor.invoke({"getrulesinfo"}); }).getMessage(),
             "Syntax error: getrulesinfo name must be specified.");
+}
+
+TEST_F(SmallActions, NotifyTellsOfFilesThatOthersChanged)
+{
+  class Files : public FileChangeManager {
+   public:
+    std::string told;
+    void registerFileChange(const std::string&, const std::string&) override {}
+    void registerExternalFileChange(const std::string& fileName, const std::string& type) override
+    {
+      told += fileName + "|" + type + ";";
+    }
+    void registerFileType(const std::string&) override {}
+  } files;
+  NotifyExecutor executor(&files);
+  executor.invoke({"notify", "op=filechange", "filename=a b.res", "type = res"});
+  executor.invoke({"notify", "type=x=y", "filename=\"c # d\"", "op=filechange"});
+  executor.invoke({"notify", "op=other", "filename=a", "type=b"});
+  EXPECT_EQ(files.told, "a b.res|res;c # d|x=y;");
+  system.run("> notify op=filechange, filename=a, type=b");  // nobody to tell
+  EXPECT_EQ(system.errors(), "");
+
+  const char* const count = "Did not specify correct number of parameters";
+  const std::pair<Words, const char*> refusals[] = {
+      {{"notify"}, count},
+      {{"notify", "op=filechange", "filename=a"}, count},
+      {{"notify", "op=filechange", "op=filechange", "type=b"}, count},
+      {{"notify", "op=filechange", "filename=a", "type=b", "type=b"}, count},
+      {{"notify", "filechange"}, "Syntax error: notify parameters should have the format: param=value"},
+      {{"notify", "Op=filechange"}, "Invalid parameter in notify: 'Op'."},
+  };
+  for (const auto& [words, message] : refusals)
+    EXPECT_EQ(thrown<ksl::invalid>([&] { executor.invoke(words); }),
+              ErrorMsg("NotifyExecutor", "invoke", message, 4));
+  EXPECT_EQ(thrown<data::invalid>([&] {
+              executor.invoke({"notify", "op=a", "type= "});
+            }),
+            ErrorMsg("NotifyExecutor", "invoke", "Empty 'type' parameter.", 4));
+  EXPECT_EQ(files.told, "a b.res|res;c # d|x=y;");
+}
+
+TEST_F(SmallActions, DebugSwitchesVerboseReports)
+{
+  const auto after = [this](const char* line) {
+    system.run(line);
+    return ErrorProgressReporter::instance()->isVerbose();
+  };
+  EXPECT_TRUE(after("> debug verbose_on"));
+  EXPECT_FALSE(after("> db verbose_off"));
+  EXPECT_TRUE(after("> db verbose_on"));
+  EXPECT_TRUE(after("> debug verbose"));
+  EXPECT_EQ(system.errorList(),
+            std::vector{ErrorMsg("DebugExecutor", "invoke",
+                                 "Option 'verbose' in action 'debug' is not recognized.", 4)});
+  EXPECT_TRUE(after("> db"));
+  EXPECT_EQ(system.errorList(),
+            std::vector{ErrorMsg("ReadSessionExecutor", "invoke",
+                                 "Action 'debug' requires 1 argument(s). Received 0 argument(s).", 4)});
 }
 
 // ------------------------------------------------------------------------------------------------------------- delete

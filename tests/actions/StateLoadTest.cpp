@@ -60,14 +60,15 @@ TEST_F(StateLoad, Modes)
     const std::string label = row.inState + "; " + row.arguments;
     restart();
     system.run("A: old\nEND\nA: both\nx = 1\ny = 1\nEND\nB: kept\nEND\nSTATE:\nState Filename = " + file
-              + "\nRead State Mode = " + row.inState + "\nEND");
+               + "\nRead State Mode = " + row.inState + "\nEND");
     system.run("> readstate " + row.arguments);
     EXPECT_EQ(system.errors(), row.errors) << label;
     const auto value = [](const char* param) {
       return ObjectDB::instance()->getObjectByPath("/STATE")->getValue(param);
     };
     if (!row.recorded.empty()) {
-      EXPECT_EQ(value("State Filename") + " " + value("Read State Mode") + " " + value("Load Data"), row.recorded)
+      EXPECT_EQ(value("State Filename") + " " + value("Read State Mode") + " " + value("Load Data"),
+                row.recorded)
           << label;
     }
     system.run("> delete /STATE");
@@ -97,8 +98,9 @@ TEST_F(StateLoad, IsOneStepThatRestoresItself)
 
 TEST_F(StateLoad, AFileThatWasCutOffIsRefused)
 {
-  system.run("A: a\nx = 1\ny = a long value that takes more than one line when it is written to a state file\n"
-             "B: b\nEND\nEND\n");
+  system.run(
+      "A: a\nx = 1\ny = a long value that takes more than one line when it is written to a state file\n"
+      "B: b\nEND\nEND\n");
   save("whole.qst");
   const std::string whole = folder.read("whole.qst");
   std::size_t cut = whole.find("A:a") + 3;
@@ -125,7 +127,8 @@ TEST_F(StateLoad, FilesThatAreRefusedOrSayNothing)
   const FileProcessingScope scope("State", folder / "some.qst");
   const std::string again = folder / "./some.qst";
   load("./some.qst", ", mode=overwrite");
-  EXPECT_EQ(system.errors(), "error[4] ReadStateExecutor::invoke: File '" + again + "' is already being processed.");
+  EXPECT_EQ(system.errors(),
+            "error[4] ReadStateExecutor::invoke: File '" + again + "' is already being processed.");
   EXPECT_NE(work().find("A:a"), std::string::npos);
 }
 
@@ -138,8 +141,10 @@ TEST_F(StateLoad, Blocks)
     std::string file;
     std::string after;
   } table[] = {
-      {"all are skipped", "B: b\nEND", reader + "BOUNDARY: w\n x = 1\nEND\nFILE PROCESSING:\n"
-                                                "Processing Mode = Session\nEND\n",
+      {"all are skipped", "B: b\nEND",
+       reader
+           + "BOUNDARY: w\n x = 1\nEND\nFILE PROCESSING:\n"
+             "Processing Mode = Session\nEND\n",
        "B:b\nEND\n"},
       {"another type of that name", "B: n\nx = 1\nEND\nB: m\nEND", "A: n\nEND", "A:n\nEND\nB:m\nEND\n"},
       {"two of one name, both meant", "A: n\nEND\nB: n\nEND", "A: n\nx = 1\nEND\nB: n\nx = 2\nEND",
@@ -150,14 +155,18 @@ TEST_F(StateLoad, Blocks)
       {"named like a result", "BOUNDARY: w\nx = 1\nEND\nB: w\nEND", "A: w\nEND\nA: v\nEND",
        "A:v\nEND\nB:w\nEND\nBOUNDARY:w\n  x = 1\nEND\n"},
       {"results named otherwise", "A: w\nEND", "BOUNDARY: w\nEND\nBOUNDARY: v\nEND", "A:w\nEND\n"},
-      {"lines that are no blocks", "A: w\nEND", "x = 1\n> delete /A:w\nB: b\nEND\n> nonsense", "A:w\nEND\nB:b\nEND\n"},
+      {"lines that are no blocks", "A: w\nEND", "x = 1\n> delete /A:w\nB: b\nEND\n> nonsense",
+       "A:w\nEND\nB:b\nEND\n"},
       {"replaced", "A: w\nx = 1\ny = 1\nEND", "&replace A: w\r\n  x = 2 \\\r\n 3 # old\r\nEND\r\n",
        "A:w\n  x = 2 3\nEND\n"},
+      {"a backslash before a comment", "", "A: w\n  x = a\\# c\n  y = 1\nEND",
+       "A:w\n  x = a\\ \n  y = 1\nEND\n"},
       {"odd names", "A: \"n#1\"\nEND", "B: \"n#1\" # c\nx = \\ \nEND", "B:\"n#1\"\n  x = \\ \nEND\n"},
   };
   for (const auto& row : table) {
     restart();
-    system.run(row.before);
+    if (!row.before.empty())
+      system.run(row.before);
     system.run("> readstate mode=append, filename=" + folder.write("a.qst", row.file));
     EXPECT_EQ(system.errors(), "") << row.row;
     EXPECT_EQ(work(), row.after) << row.row;
@@ -167,18 +176,21 @@ TEST_F(StateLoad, Blocks)
 
 TEST_F(StateLoad, OverwritingResetsResultsThatAreNotMentioned)
 {
-  const std::string results = "BOUNDARY: a\nx = 1\nDomain List = one\nEND\nBOUNDARY: b\nx = 1\nDomain List = one\nEND\n"
-                              "DOMAIN: d\nx = 1\nVisibility = Off\nShape = Round\nEND\n";
+  const std::string results =
+      "BOUNDARY: a\nx = 1\nDomain List = one\nEND\nBOUNDARY: b\nx = 1\nDomain List = one\nEND\n"
+      "DOMAIN: d\nx = 1\nVisibility = Off\nShape = Round\nEND\n";
   folder.write("a.qst", "BOUNDARY: a\n  x = 2\nEND\n");
   system.run(results);
   load("a.qst", ", mode=append");
   const std::string kept = "DOMAIN:d\n  Shape = Round\n  Visibility = Off\n  x = 1\nEND\n";
-  EXPECT_EQ(work(), "BOUNDARY:a\n  Domain List = one\n  x = 2\nEND\nBOUNDARY:b\n  Domain List = one\n  x = 1\nEND\n"
-                        + kept);
+  EXPECT_EQ(work(),
+            "BOUNDARY:a\n  Domain List = one\n  x = 2\nEND\nBOUNDARY:b\n  Domain List = one\n  x = 1\nEND\n"
+                + kept);
   load("a.qst", ", mode=overwrite");
-  EXPECT_EQ(work(), "BOUNDARY:a\n  Domain List = one\n  x = 2\nEND\n"
-                    "BOUNDARY:b\n  Domain List = one\n  Visibility = Off\nEND\n"
-                    "DOMAIN:d\n  Shape = Round\n  Visibility = On\nEND\n")
+  EXPECT_EQ(work(),
+            "BOUNDARY:a\n  Domain List = one\n  x = 2\nEND\n"
+            "BOUNDARY:b\n  Domain List = one\n  Visibility = Off\nEND\n"
+            "DOMAIN:d\n  Shape = Round\n  Visibility = On\nEND\n")
       << "what the results gave stays, and so does a value whose default is not allowed";
   EXPECT_EQ(system.errors(), "");
 }
@@ -192,12 +204,15 @@ TEST_F(StateLoad, ResultsAreLoadedFirst)
   });
   const std::string there = folder.write("results/run 1.res", "");
   const std::string local = folder / "run 1.res";
-  const auto reader = [](const std::string& file) { return "DATA READER:\n  Current Results File = " + file + "\nEND\n"; };
+  const auto reader = [](const std::string& file) {
+    return "DATA READER:\n  Current Results File = " + file + "\nEND\n";
+  };
   const std::string wall = "BOUNDARY: wall\n  x = 2\nEND\n";
   const std::string notFound = "Results file referred to in the state was not found:\n    \n      ";
   const std::string gone = folder / "gone/run 1.res";
-  const std::string tookLocal = "error[4] ReadStateExecutor::invoke: " + notFound + gone
-                                + "\n    \n    Local results file with the same name was loaded instead:\n    \n      " + local;
+  const std::string tookLocal =
+      "error[4] ReadStateExecutor::invoke: " + notFound + gone
+      + "\n    \n    Local results file with the same name was loaded instead:\n    \n      " + local;
   const struct {
     const char* row;
     std::string blocks;
@@ -234,12 +249,13 @@ TEST_F(StateLoad, ResultsAreLoadedFirst)
   system.run("A: a\nEND");
   load("a.qst", ", mode=overwrite, load=true");
   EXPECT_EQ(system.errorList(),
-            std::vector<ErrorMsg>{ErrorMsg("ReadStateExecutor", "invoke",
-                                           "Results file referred to in the state was not found:\n\n  " + gone
-                                               + "\n\nPlease ensure that the file path is correct.\nAlternatively, load "
-                                                 "the results file first, then the\nstate file with 'Load results' "
-                                                 "option turned off.",
-                                           4)});
+            std::vector<ErrorMsg>{
+                ErrorMsg("ReadStateExecutor", "invoke",
+                         "Results file referred to in the state was not found:\n\n  " + gone
+                             + "\n\nPlease ensure that the file path is correct.\nAlternatively, load "
+                               "the results file first, then the\nstate file with 'Load results' "
+                               "option turned off.",
+                         4)});
   EXPECT_NE(ObjectDB::instance()->getObjectByPath("/A:a"), nullptr);
 }
 
@@ -270,8 +286,9 @@ TEST_F(StateLoad, DerivedOnesSeeTheFileAndTakeArguments)
   Curious executor;
   EXPECT_EQ(thrown<internal::badParam>([&] { executor.invoke({}); }),
             ErrorMsg("ReadStateExecutor", "invoke", "Input parameter p_action is empty.", 4));
-  EXPECT_EQ(thrown<internal::badParam>([&] { executor.invoke({"rs"}); }),
-            ErrorMsg("ReadStateExecutor", "invoke", "Action 'rs' cannot be handled by ReadStateExecutor.", 4));
+  EXPECT_EQ(
+      thrown<internal::badParam>([&] { executor.invoke({"rs"}); }),
+      ErrorMsg("ReadStateExecutor", "invoke", "Action 'rs' cannot be handled by ReadStateExecutor.", 4));
   EXPECT_ANY_THROW(executor.invoke({"readstate", "filename=/no/such/file"}));
   EXPECT_FALSE(SchedulerObject::setCatchExceptions(false)) << "as it was, after a failure";
   const std::string file = folder.write("a b.qst", "A: a \\\n\nEND");

@@ -113,7 +113,8 @@ END
 BOUNDARY:wall
   Visibility = Off
 END
-)") << "no program types nor their contents, no unused reader, no Domain List, no internal parameter, no default "
+)") << "no program types nor their contents, no unused reader, no Domain List, no internal parameter, no "
+       "default "
        "that is not allowed";
 }
 
@@ -184,7 +185,8 @@ TEST_F(StateSave, ReplacesWhatTheNameLeadsTo)
   EXPECT_EQ(body("real.qst"), "A:a\nEND\n");
   EXPECT_EQ(body("nowhere.qst"), "A:a\nEND\n");
   EXPECT_EQ(fs::status(folder / "real.qst").permissions(), fs::perms::owner_read | fs::perms::owner_write);
-  EXPECT_EQ(std::distance(fs::directory_iterator(folder.path()), fs::directory_iterator()), 4) << "no leftovers";
+  EXPECT_EQ(std::distance(fs::directory_iterator(folder.path()), fs::directory_iterator()), 4)
+      << "no leftovers";
 }
 
 TEST_F(StateSave, TellsOfValuesThatCannotBeReadBack)
@@ -200,8 +202,8 @@ TEST_F(StateSave, TellsOfValuesThatCannotBeReadBack)
   std::string expected;
   for (const char* path : {"/B:b", "/B:c", "/B:d", "/B:e"})
     expected += std::string(expected.empty() ? "" : "\n")
-                + "warning[8] WriteStateExecutor::validatedParameters: Value of parameter 'x' of object '" + path
-                + "' cannot be read back.";
+                + "warning[8] WriteStateExecutor::validatedParameters: Value of parameter 'x' of object '"
+                + path + "' cannot be read back.";
   EXPECT_EQ(system.errors(), expected);
 }
 
@@ -229,9 +231,9 @@ rc::Gen<std::string> values()
   const auto word = rc::gen::nonEmpty(
       rc::gen::container<std::string>(rc::gen::elementOf(std::string("abz01,\\=:>()[]{}/\"%"))));
   const auto quoted = rc::gen::just(std::string("\"# a \\ b, \""));
-  return rc::gen::map(rc::gen::nonEmpty(rc::gen::container<std::vector<std::string>>(rc::gen::oneOf(word, quoted))), [](auto words) {
-    return StringUtilities::vectorToString(words, ' ');
-  });
+  return rc::gen::map(
+      rc::gen::nonEmpty(rc::gen::container<std::vector<std::string>>(rc::gen::oneOf(word, quoted))),
+      [](auto words) { return StringUtilities::vectorToString(words, ' '); });
 }
 
 RC_GTEST_PROP(StateRoundTrip, LoadingWhatWasSavedGivesTheSameFile, ())
@@ -245,7 +247,8 @@ RC_GTEST_PROP(StateRoundTrip, LoadingWhatWasSavedGivesTheSameFile, ())
     for (int i = 0; i < count; ++i) {
       const std::string parent = *rc::gen::elementOf(paths);
       const std::string type = *rc::gen::element<std::string>("A", "B");
-      const std::string name = *rc::gen::element<std::string>("n", "two words", "\"a#b\"", "c\\") + std::to_string(i);
+      const std::string name =
+          *rc::gen::element<std::string>("n", "two words", "\"a#b\"", "c\\") + std::to_string(i);
       auto [begin, end] = KSLPath(parent + "/" + type + ":" + name).makeKSLPathAndEnd();
       system.run(begin + "x = " + *values() + " #\ny = " + *values() + " #\n" + end);
       paths.push_back(KSLPath(parent + "/" + type + ":" + name).getFullPath());
@@ -260,7 +263,9 @@ RC_GTEST_PROP(StateRoundTrip, LoadingWhatWasSavedGivesTheSameFile, ())
   RC_ASSERT(system.errors() == "");
   system.run("> delete /FILE PROCESSING\n> savestate filename=" + folder / "b.qst");
   RC_ASSERT(readDatabase().sorted().toText() == first);
-  const auto bodyOf = [&](const char* name) { return folder.read(name).substr(folder.read(name).find("\n\n")); };
+  const auto bodyOf = [&](const char* name) {
+    return folder.read(name).substr(folder.read(name).find("\n\n"));
+  };
   RC_ASSERT(bodyOf("a.qst") == bodyOf("b.qst"));
 }
 

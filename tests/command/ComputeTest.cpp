@@ -1,4 +1,5 @@
 // What computes, when, and what it depends on: commands in, calculations and values out.
+#include "database/DBChangeNotify.h"
 #include "database/ObjectDB.h"
 #include "database/ObjectFactory.h"
 #include "rules/GenericKSLObject.h"
@@ -48,11 +49,26 @@ const char* const rules = R"(RULES:
     Local Type = Data
     Remote Type = Geometry
   END
+  PARAMETER: Outline
+    Local Type = Geometry
+    Remote Type = Data
+  END
+  PARAMETER: Beside
+    Parameter Type = String List
+    Local Type = Geometry
+    Remote Type = Data
+  END
   OBJECT: NODE
     KSLObject Class = Computing
     Category = deletable
     Scheduler = Data
-    Optional Parameter List = Value, Note, Source, Pick, Inside, Shape
+    Optional Parameter List = Value, Note, Source, Pick, Inside, Shape, Beside
+  END
+  OBJECT: STAGED
+    KSLObject Class = Computing
+    Scheduler = Data, Geometry
+    Scheduler Links = Data, Geometry
+    Optional Parameter List = Source, Outline
   END
   OBJECT: USER
     KSLObject Class = Computing
@@ -103,12 +119,6 @@ class ComputeTest : public ::testing::Test {
     }
   } m_baseType;
   TestSystem m_system{rules};
-
-  ComputeTest()
-  {
-    m_system.actions().registerExecutor("forceupdate", new ForceUpdateExecutor(&m_system.executive()));
-    m_system.actions().registerExecutor("fu", new ForceUpdateExecutor(&m_system.executive()));
-  }
 
   // What one command calculates.
   std::string run(const std::string& text)
@@ -271,6 +281,55 @@ TEST_F(ComputeTest, AReplacedTargetIsLinkedAnew)
   EXPECT_EQ(m_system.errors(), "");
 }
 
+class RefusingObserver : public DBChangeNotify {
+ public:
+  std::string refused;
+  void paramChanged(const KSLObject*, const ParamDefinition*) override {}
+  void paramDeleted(const KSLObject*, const std::string&) override {}
+  void objectAdded(const KSLObject*) override {}
+  void objectDeleteBegin(const KSLObject* object) override
+  {
+    if (object->getPath() == refused)
+      throw data::error("RefusingObserver", "objectDeleteBegin", "no");
+  }
+  void objectDeleteEnd(const std::string&, const KSLObject*) override {}
+};
+
+// Whatever became of the objects before, their deletion finds who refers to them: Beside makes no scheduler
+// links, which would tell.
+TEST_F(ComputeTest, TargetsThatComeBackOrStayKnowWhoRefersToThem)
+{
+  RefusingObserver observer;
+  ObjectDB::instance()->registerChangeNotify(&observer);
+  const auto replace = [](const std::string& header) { return "&replace " + header + "\nEND\n"; };
+  run("GROUP: g\nEND\n" + node("a") + "GROUP: h\n" + node("k") + "END\n"
+      + node("u", "Source = a, /GROUP:h/NODE:k") + node("w", "Beside = /NODE:a, g"));
+  for (const auto& [header, refused] : {std::pair("NODE: a", "/NODE:a"), std::pair("GROUP: g", "/GROUP:g"),
+                                        std::pair("GROUP: h", "/GROUP:h/NODE:k")}) {
+    observer.refused = refused;
+    run(replace(header));
+    EXPECT_EQ(m_system.errors(), "error[4] RefusingObserver::objectDeleteBegin: no");
+  }
+  observer.refused.clear();
+  const auto dependents = [] {
+    std::string text;
+    for (const char* path : {"/NODE:a", "/GROUP:g", "/GROUP:h/NODE:k"})
+      for (const Dependent& dependent : ObjectDB::instance()->getObjectByPath(path)->getDependents())
+        text += dependent.getObjPath() + "." + dependent.getParamName() + " ";
+    return text;
+  };
+  const std::string all = "/NODE:u.Source /NODE:w.Beside /NODE:w.Beside /NODE:u.Source ";
+  EXPECT_EQ(dependents(), all);
+  run(replace("GROUP: g"));
+  EXPECT_EQ(dependents(), all);
+  run(replace("GROUP: g") + node("w", "Beside = x"));
+  EXPECT_EQ(m_system.errorList(), std::vector<ErrorMsg>{missing("x", "Beside")});
+  EXPECT_EQ(dependents(), all);
+  EXPECT_EQ(value("/NODE:w", "Beside"), "/NODE:a, g");
+  EXPECT_EQ(m_system.errors(), "");
+  ObjectDB::instance()->registerChangeNotify(nullptr);
+}
+
 TEST_F(ComputeTest, CirclesAreRefusedUnlessTheyArePassing)
 {
   expectRefused(node("a", "Source = b") + node("b", "Source = a"), cyclic("b", "a"));
@@ -407,6 +466,25 @@ TEST_F(ComputeTest, CalculationsMayChangeObjects)
   EXPECT_EQ(m_system.errors(), "");
 }
 
+// Outline brings every walk from a through b to s, and each refuses the link from a to the stage before.
+TEST_F(ComputeTest, ALinkThatEveryWalkRefusesIsMadeByTheNextCommand)
+{
+  run(node("a") + node("b", "Source = a") + node("c") + "STAGED: s\nOutline = b\nEND\n");
+  Computing::onCalculate = [](Computing& object) {
+    KSLObject* staged = ObjectDB::instance()->getObjectByPath("/STAGED:s");
+    if (!object.nameIs("b") || !staged->getValue("Source").empty())
+      return;
+    ObjectDB::instance()->getObjectByPath("/NODE:c")->setValue("Source", "a, missing");
+    staged->setValue("Source", "a");
+    staged->getSchedulerObject("Data")->update();
+  };
+  EXPECT_EQ(run(node("a", "Value = 1")), "a b s s:Geometry");
+  EXPECT_EQ(parents("/STAGED:s"), "/NODE:b");
+  EXPECT_EQ(run(node("b", "Value = 1")), "b s s:Geometry");
+  EXPECT_EQ(parents("/STAGED:s"), "/NODE:a /NODE:b");
+  EXPECT_EQ(m_system.errors(), "");  // what c misses is for those who update c
+}
+
 TEST_F(ComputeTest, ForcedUpdates)
 {
   run(node("a") + node("b", "Source = a") + "GROUP: g\nEND\nGROUP: b\nEND\n");
@@ -418,6 +496,8 @@ TEST_F(ComputeTest, ForcedUpdates)
             "error[4] ObjectDB::getObjectByName: Object name b is ambiguous.\n"
             "warning[8] Executive::forceUpdate: Object 'x' does not exist. Update ignored.");
   EXPECT_EQ(m_system.notifications(), "0 4 5 16 1");
+  EXPECT_EQ(run("> fu \"a\", \"/NODE: b\", //a:b:c/:, /"), "a b b");
+  EXPECT_EQ(m_system.errorList().size(), 2u);
   ForceUpdateExecutor executor(&m_system.executive());
   EXPECT_EQ(thrown<internal::badParam>([&] { executor.invoke({"update"}); }).getMessage(),
             "Action 'update' cannot be handled by ForceUpdateExecutor.");

@@ -3,6 +3,7 @@
 // one error is reported, and undo and redo are what they were.
 //
 // An executable of its own, because it replaces the allocation functions.
+#include "platform/ORVProgress.h"
 #include "database/DataKSLObject.h"
 #include "database/ObjectDB.h"
 #include "database/ObjectFactory.h"
@@ -22,7 +23,7 @@ namespace orv {
 
 namespace {
 
-enum class FaultKind { allocation, setValue, initialize, update, notification, observer, action };
+enum class FaultKind { allocation, setValue, initialize, update, notification, observer, action, step };
 
 // The one fault that is waiting to happen.
 struct Trap {
@@ -176,6 +177,18 @@ class FragileObserver : public KSLUpdateRecorder {
   }
 };
 
+// Stops work between two of its steps, on request, as people do.
+class FragileWatcher : public ProgressWatcher {
+ public:
+  FragileWatcher() { set(this); }
+  ~FragileWatcher() override { set(nullptr); }
+  void stepped(const Progress*) override
+  {
+    if (trap.strikes(FaultKind::step))
+      throw Interrupt("FaultSweep", "stepped", "stopped");
+  }
+};
+
 struct Scenario {
   const char* name;
   std::vector<const char*> before;  // texts
@@ -218,6 +231,8 @@ const std::vector<Scenario>& scenarios()
       {"define nested", {"A: a\nEND"}, tree},
       {"delete a subtree", {tree}, "> delete /A:a\n"},
       {"delete several", {tree, "A: z\nx = 1\nEND"}, "> delete /A:a/B:b, /S, /A:z\n"},
+      {"copy and rename", {tree}, "> copy from=/A:a, to=copy\n> rename from=/A:copy, to=/A:a/A:in\n"},
+      {"undo a rename", {tree, "> rename from=/A:a, to=b"}, "> undo\n"},
       {"undo a definition", {"S:\nx = 1\nEND", tree}, "> undo\n"},
       {"undo a deletion", {tree, "> delete /A:a, /S"}, "> undo\n"},
       {"redo a definition", {"S:\nx = 1\nEND", tree, "> undo"}, "> redo\n"},
@@ -249,7 +264,7 @@ class Sweep {
   bool step(unsigned long n);
 
  private:
-  struct System : FragileType, FragileObserver, TestSystem {
+  struct System : FragileType, FragileObserver, FragileWatcher, TestSystem {
     System() : TestSystem(rules) { ObjectDB::instance()->registerChangeNotify(this); }
   };
   struct State {
@@ -445,7 +460,8 @@ INSTANTIATE_TEST_SUITE_P(
     testing::Values(KindCase{FaultKind::allocation, "Allocation"}, KindCase{FaultKind::setValue, "SetValue"},
                     KindCase{FaultKind::initialize, "Initialize"}, KindCase{FaultKind::update, "Update"},
                     KindCase{FaultKind::notification, "Notification"},
-                    KindCase{FaultKind::observer, "Observer"}, KindCase{FaultKind::action, "Action"}),
+                    KindCase{FaultKind::observer, "Observer"}, KindCase{FaultKind::action, "Action"},
+                    KindCase{FaultKind::step, "Step"}),
     [](const auto& test) { return std::string(test.param.name); });
 
 }  // namespace orv

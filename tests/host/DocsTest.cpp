@@ -1,7 +1,9 @@
 // What the documents show is what happens.
 #include "Process.h"
 
+#include <algorithm>
 #include <gtest/gtest.h>
+#include <regex>
 #include <sstream>
 #include <tuple>
 
@@ -33,16 +35,38 @@ std::vector<Block> blocksOf(const std::string& document)
 
 class DocsTest : public testing::TestWithParam<const char*> {};
 
-// Each ksl block with a state block behind it, entered as one command, gives that state.
-TEST_P(DocsTest, TextsGiveTheStatesShown)
+bool showsOutcome(const Block& block)
 {
-  const std::vector<Block> blocks = blocksOf(GetParam());
+  return block.language == "state" || block.language == "output" || block.language == "report";
+}
+
+// What the program must do after these commands, as a block shows it.
+Outcome outcomeShown(const Block& block)
+{
+  if (block.language != "report")
+    return {0, block.text, ""};
+  return {block.text.find("error[") == std::string::npos ? 0 : 1, "", block.text};
+}
+
+// Each ksl block is a command. The block behind one, or behind several in a row, shows what comes of them: the state
+// afterwards, what they print, or what they report.
+TEST_P(DocsTest, TextsDoWhatIsShown)
+{
   int compared = 0;
-  for (std::size_t i = 0; i + 1 < blocks.size(); ++i) {
-    if (blocks[i].language != "ksl" || blocks[i + 1].language != "state")
+  std::vector<std::string> commands;
+  for (const Block& block : blocksOf(GetParam())) {
+    if (block.language == "ksl") {
+      commands.insert(commands.end(), {"-e", block.text});
       continue;
-    EXPECT_EQ(ksl({"run", "-e", blocks[i].text, "--state"}), (Outcome{0, blocks[i + 1].text, ""}))
-        << GetParam() << ":" << blocks[i].line;
+    }
+    std::vector<std::string> arguments{"run"};
+    arguments.insert(arguments.end(), commands.begin(), commands.end());
+    commands.clear();
+    if (arguments.size() == 1 || !showsOutcome(block))
+      continue;
+    if (block.language == "state")
+      arguments.push_back("--state");
+    EXPECT_EQ(ksl(arguments), outcomeShown(block)) << GetParam() << ":" << block.line;
     ++compared;
   }
   EXPECT_GT(compared, 0);
@@ -63,7 +87,57 @@ TEST(Docs, TextsGiveTheErrorsShown)
   EXPECT_GT(compared, 0);
 }
 
-INSTANTIATE_TEST_SUITE_P(Docs, DocsTest, testing::Values("README.md", "docs/language.md", "docs/units.md"));
+INSTANTIATE_TEST_SUITE_P(Docs, DocsTest,
+                         testing::Values("README.md", "docs/actions.md", "docs/language.md",
+                                         "docs/units.md"));
+
+// The commands shown are recorded as shown, and play back to the state shown.
+TEST(Docs, SessionFileIsWrittenAndReadAsShown)
+{
+  std::vector<std::string> arguments{"run", "-e", ""};
+  std::string session;
+  std::string state;
+  for (const Block& block : blocksOf("docs/session-file.md")) {
+    if (block.language == "ksl")
+      arguments.insert(arguments.end(), {"-e", block.text});
+    else if (block.language == "session")
+      session = block.text;
+    else if (block.language == "state")
+      state = block.text;
+  }
+  const std::string file = makeFile("recorded.ksl", "");
+  arguments[2] = "> session start, mode=overwrite, filename=" + file;
+  arguments.insert(arguments.end(), {"-e", "> session stop"});
+  EXPECT_EQ(ksl(arguments), (Outcome{0, "", ""}));
+  const std::regex time("ed: [-0-9]+ [:0-9]+");
+  EXPECT_EQ(std::regex_replace(readFile(file), time, "ed:"), std::regex_replace(session, time, "ed:"));
+  for (const std::string& each : {file, makeFile("shown.ksl", session)})
+    EXPECT_EQ(
+        ksl({"run", "-e", "> readsession filename=" + each, "-e", "> delete /FILE PROCESSING", "--state"}),
+        (Outcome{0, state, ""}));
+}
+
+std::string blocksOnly(const std::string& stateFile)
+{
+  return stateFile.substr(std::min(stateFile.find("\n\n"), stateFile.size()));
+}
+
+// The state file that is shown is what its commands write, and what loading it and saving again gives.
+TEST(Docs, StateFileIsReadBack)
+{
+  const std::vector<Block> blocks = blocksOf("docs/state-file.md");
+  ASSERT_GE(blocks.size(), 2u);
+  ASSERT_EQ(blocks[0].language + blocks[1].language, "kslqst");
+  const std::string& shown = blocks[1].text;
+  const std::string file = makeFile("work/weather.qst", "old");
+  EXPECT_EQ(ksl({"run", "-e", blocks[0].text}), (Outcome{0, "", ""}));
+  EXPECT_EQ(blocksOnly(readFile(file)), blocksOnly(shown));
+  EXPECT_EQ(ksl({"run", "-e", "> readstate mode=append, filename=" + makeFile("work/shown.qst", shown), "-e",
+                 "> delete /FILE PROCESSING\n> savestate filename=again.qst"}),
+            (Outcome{0, "", ""}));
+  const std::string folder = file.substr(0, file.rfind('/') + 1);
+  EXPECT_EQ(blocksOnly(readFile(folder + "again.qst")), blocksOnly(shown));
+}
 
 // The C++ and C in the documents are cut from programs that other tests build and run.
 TEST(Docs, CodeIsTheExample)
@@ -72,6 +146,7 @@ TEST(Docs, CodeIsTheExample)
       {"README.md", "cpp", "minimal.cpp"},
       {"docs/embedding.md", "cpp", "minimal.cpp"},
       {"docs/embedding.md", "c", "query.c"},
+      {"docs/session-file.md", "cpp", "replay.cpp"},
   };
   for (const auto& [document, language, program] : cases) {
     const std::string example = readFile(sourceDir() + "/examples/embed/" + program);

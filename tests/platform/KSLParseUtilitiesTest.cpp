@@ -116,7 +116,7 @@ RC_GTEST_PROP(KSLBuilder, WhatIsWrittenReadsBack, ())
   const auto letters = [](const char* set) {
     return rc::gen::container<std::string>(rc::gen::elementOf(std::string(set)));
   };
-  const auto name = "n" + StringUtilities::simplifyWhitespace(*letters("ab #"));
+  const auto name = "n" + StringUtilities::simplifyWhitespace(*letters("ab #\\"));
   const auto value = StringUtilities::simplifyWhitespace(*letters("ab:=\\ "));
   KSLBuilder builder;
   builder.beginObject("A", name);

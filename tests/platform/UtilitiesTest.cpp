@@ -243,11 +243,11 @@ RC_GTEST_PROP(Continuation, JoinsAsTheReaderDoes, ())
 
 RC_GTEST_PROP(Continuation, WrappingIsTheInverseOfJoining, ())
 {
-  const auto word = rc::gen::oneOf(textOf("ab#=:\\\""), rc::gen::just(std::string("\\")),
-                                   rc::gen::just(std::string("\"quoted # text\"")),
-                                   rc::gen::just(std::string(90, 'w')), rc::gen::just(std::string(9, 'v')));
+  const auto word = rc::gen::oneOf(
+      textOf("ab#=:\\\""), rc::gen::just(std::string("\\")), rc::gen::just(std::string("\"quoted # text\"")),
+      rc::gen::just(std::string("\"") + std::string(90, 'w') + " # x\""), rc::gen::just(std::string(9, 'v')));
   const auto text = simplifyWhitespace(vectorToString(*rc::gen::container<Texts>(word), ' '));
-  const auto level = *rc::gen::inRange<std::size_t>(0, 11);
+  const auto level = *rc::gen::inRange<std::size_t>(0, 60);
   const auto width = *rc::gen::inRange<std::size_t>(20, 100);
   const auto lineEnd = *rc::gen::element(std::string(), std::string("\n"));
 
@@ -257,6 +257,9 @@ RC_GTEST_PROP(Continuation, WrappingIsTheInverseOfJoining, ())
   RC_ASSERT(joined.size() == 2U);
   RC_ASSERT(simplifyWhitespace(joined[0]) == text);
   RC_ASSERT(joined[1] == "next");
+  RC_ASSERT(removeContinuation(stringToVector(wrapped, '\n')) == joined);
+  for (const std::string& line : stringToVector(wrapped, '\n'))
+    RC_ASSERT(line.size() <= width);
   // What is written must not be taken for a continued line when it is read a second time.
   RC_ASSERT(!joined[0].ends_with('\\'));
 }
@@ -267,11 +270,14 @@ TEST(Continuation, WrapsAtTheWidth)
   EXPECT_EQ(splitStringToSize("Name = aaaa bbbb ccc", 0, 20), "Name = aaaa bbbb ccc");  // fits to the column
   EXPECT_EQ(splitStringToSize("Name = aaaa bbbb cc dd", 0, 20), "Name = aaaa bbbb \\\ncc dd");
   EXPECT_EQ(splitStringToSize("a \"b c d e f g h i j k\" l\n", 0, 1),
-            "a \\\n\"b c d e f g h i j k\" \\\nl\n");
+            "a \\\n\"b c d e f g h i j \\\nk\" l\n");
   EXPECT_EQ(splitStringToSize("v = \"a\nb\"", 0, 80), "v = \"a b\"");
   EXPECT_EQ(splitStringToSize("v = C:\\", 0, 80) + "\n", "v = C:\\ \\\n\n");
   EXPECT_EQ(splitStringToSize("", 3, 80), "");
-  EXPECT_EQ(splitStringToSize(std::string(10000, 'x'), 0, 80), std::string(10000, 'x'));
+  const std::string word(30, 'x');
+  EXPECT_EQ(splitStringToSize("a " + word, 9, 20),  // ten columns are left
+            std::string(10, ' ') + "a \\\n" + std::string(10, ' ') + "xxxxxxxxx\\\n" + std::string(10, ' ')
+                + "xxxxxxxxx\\\n" + std::string(10, ' ') + "xxxxxxxxx\\\n" + std::string(10, ' ') + "xxx");
 }
 
 TEST(Continuation, IndentKSL)
@@ -357,8 +363,8 @@ TEST(KSLPath, ParentsComeBeforeChildren)
 
 TEST(KSLPath, HeadersAndEnds)
 {
-  EXPECT_THAT(KSLPath("/A:a/S/B:no#1").makeKSLPathAndEnd(),
-              Pair("A:a\n  S:\n    B:\"no#1\"\n", "    END\n  END\nEND\n"));
+  EXPECT_THAT(KSLPath("/A:a\\/S/B:no#1").makeKSLPathAndEnd(),
+              Pair("A:a\\ \n  S:\n    B:\"no#1\"\n", "    END\n  END\nEND\n"));
   EXPECT_THAT(KSLPath().makeKSLPathAndEnd(), Pair("", ""));
 }
 

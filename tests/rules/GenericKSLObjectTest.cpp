@@ -115,6 +115,9 @@ TEST_F(GenericKSLObjectTest, SchedulersOfAnObjectRunAlongTheirLinks)
   EXPECT_EQ(Logging::log, "B C A C A ");
   EXPECT_EQ(thrown<data::invalid>([&] { object->initialize("y"); }),
             error("initialize", "Scheduler object of type 'A' in object 'x' is not null."));
+  SchedulerObject nobodys[2];
+  for (SchedulerObject& parent : nobodys)
+    parent.addChild(object->getSchedulerObject("A"), true);
   EXPECT_TRUE(object->getSchedulerParentObjects().empty());
 
   edit().addSchedulerLink("A", "C");

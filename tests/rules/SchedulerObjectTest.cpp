@@ -504,17 +504,21 @@ TEST(SchedulerObject, NameAndTypeOutliveTheScheduler)
   Owner owner;
   const std::string type = "a type too long to be held in place by a string";
   auto scheduler = std::make_unique<SchedulerObject>("a name too long to be held in place", &owner, type);
+  int nesting = 0;
   owner.onCalculate = [&](const std::string& given) {
+    if (nesting++ == 0) {
+      scheduler->setPending();
+      scheduler->update();
+    }
     scheduler.reset();
     throw std::runtime_error(given);
   };
   scheduler->setPending();
   scheduler->update();
   const std::string name = "a name too long to be held in place";
-  EXPECT_EQ(
-      sink.reported.errors(),
-      std::vector<ErrorMsg>({{"SchedulerObject", "update",
-                              "Operation '" + name + "' failed (system exception: " + type + ").", 4}}));
+  const ErrorMsg error("SchedulerObject", "update",
+                       "Operation '" + name + "' failed (system exception: " + type + ").", 4);
+  EXPECT_EQ(sink.reported.errors(), std::vector<ErrorMsg>({error, error}));
 }
 
 TEST(SchedulerObject, EndlessNestingIsAnErrorNotACrash)

@@ -20,8 +20,8 @@
 
 namespace orv {
 
-// Makes every singleton, reads RULES, registers the executors update, undo, redo, getstate, s, delete, savestate,
-// readstate and setViewportView, and ends it all again. One at a time.
+// Makes every singleton, reads RULES, registers all executors (without a deletion filter and a modifier
+// of copies) and setViewportView, and ends it all again. One at a time.
 class TestSystem {
  public:
   // RULES with at least one type for everything that rules can say; see TestSystem.cpp.

@@ -81,9 +81,9 @@ class ORV_API ReadStateExecutor : public ActionExecutor {
   static std::vector<std::string> readFile(Request& request);
   static bool emptyInputFile(const std::vector<std::string>& lines);
   static std::vector<Block> findBlocks(const std::vector<std::string>& lines);
-  void process(const Request& request, const File& file);
+  void process(const Request& request, File& file);
   static void loadResults(const Request& request, const File& file);
-  static void loadStateData(const File& file, Names& loaded);
+  static void loadStateData(File& file, Names& loaded);  // takes the lines
   static void resetToDefault(const Names& loaded);
   static bool isResDefinedObject(const std::string& type, const std::string& name);
   static bool exactObjectExists(const std::string& type, const std::string& name);

@@ -16,6 +16,8 @@ namespace orv {
 class KSLObject;
 class KSLUpdateInfo;
 class KSLUpdateRecorder;
+class SessionUpdateStrategy;
+class WriteSessionExecutor;
 
 // Observers attach for the notifications of command processing:
 //    0  a text begins (nested ones too)          1  it is done, well or not
@@ -40,6 +42,8 @@ class ORV_API KSLCoreAPI : public ObserverSubject {
   };
 
   static KSLCoreAPI* instance();  // made on first use
+  // Null when there is none: for those that end, which must not make a new one.
+  static KSLCoreAPI* current() noexcept;
   static void destroyInstance();
 
   // Runs a command text; errors inside are reported and recovered from, not thrown. Throws
@@ -47,12 +51,19 @@ class ORV_API KSLCoreAPI : public ObserverSubject {
   // "p_KSLStr" for an empty text.
   void processKSL(const std::string& text, kslUpdateMode mode);
   // Runs lines that the application's user entered, in the external update mode; with kslUpdateAtEnd ">
-  // update" is added. Throws as processKSL.
+  // update" is added. While a session is recorded they are written to its file first, also when they fail then.
+  // Throws as processKSL.
   void externalProcessKSL(const std::vector<std::string>& lines);
+  // Replays a text through a SessionUpdater: what stands between its action lines goes to the strategy, and what that
+  // makes of it is run. Not recorded. Throws as the SessionUpdater does. The strategy stays its caller's.
+  void processKSLWithSessionUpdate(const std::string& text, SessionUpdateStrategy* strategy);
 
   // kslUpdateDefault at start.
   void setExternalKslUpdateMode(kslUpdateMode mode) { m_externalMode = mode; }
   kslUpdateMode getExternalKslUpdateMode() const { return m_externalMode; }
+  // Who records what externalProcessKSL is given; not owned, null for nobody. A WriteSessionExecutor registers itself.
+  void setSessionWriter(WriteSessionExecutor* writer) { m_sessionWriter = writer; }
+  WriteSessionExecutor* getSessionWriter() const { return m_sessionWriter; }
   // Whether object types and parameter names are checked before objects are touched; off at start.
   void setValidationEnabled(bool on);
   // As Executive::forceUpdate.
@@ -139,9 +150,10 @@ class ORV_API KSLCoreAPI : public ObserverSubject {
   void stopRecording();
 
   kslUpdateMode m_externalMode = kslUpdateDefault;
-  std::unique_ptr<KSLUpdateRecorder> m_recorder;  // once made it stays: readers may hold it
-  bool m_recording = false;                       // the recorder observes the database
-  int m_parseCount = 0;                           // processKSL calls under way
+  std::unique_ptr<KSLUpdateRecorder> m_recorder;    // once made it stays: readers may hold it
+  WriteSessionExecutor* m_sessionWriter = nullptr;  // not owned
+  bool m_recording = false;                         // the recorder observes the database
+  int m_parseCount = 0;                             // processKSL calls under way
 };
 
 }  // namespace orv

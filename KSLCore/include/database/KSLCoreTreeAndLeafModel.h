@@ -19,6 +19,9 @@ class ORV_API KSLCoreTreeAndLeafModel final : public TreeAndLeafReadModel {
   // As stored; of any parameter, internal ones included.
   std::string getParameterValue(const KSLPath& path, const std::string& name) const override;
   bool isSingleton(const KSLPath& path) const override;
+  // External parameters in name order, also those that do not belong to the object's present context; an empty one
+  // that was set is told as such. The objects must not change meanwhile.
+  void visitSettings(const KSLPath& path, TreeVisitor& visitor) const override;
 };
 
 }  // namespace orv

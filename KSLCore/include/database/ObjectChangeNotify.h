@@ -10,7 +10,7 @@ namespace orv {
 class KSLObject;
 class ParamDefinition;
 
-// Told after the change. Never owned by what it observes; it must outlive its registration.
+// Told after the change; must not delete the object that it is told of. Never owned by what it observes; it must outlive its registration.
 class ORV_API ObjectChangeNotify {
  public:
   virtual ~ObjectChangeNotify();

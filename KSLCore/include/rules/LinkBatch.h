@@ -33,6 +33,14 @@ class ORV_API LinkBatch {
   // what is marked.
   std::set<std::string> finish();
 
+  // Notes that a target of the object is being deleted: its links are looked at again when the batch ends.
+  // Nothing when none is open.
+  static void noteLostTarget(GenericKSLObject& object);
+
+  // Has the object's links that wait made by the next batch, if they wait until then: its updates may all come
+  // from the walk that refuses them.
+  static void linkInNext(const GenericKSLObject& object) noexcept;
+
   // Null when none is open.
   static LinkBatch* current() noexcept { return s_current; }
 
@@ -44,18 +52,25 @@ class ORV_API LinkBatch {
     bool lostTarget;
   };
 
+  struct Unfinished {
+    std::string path;
+    std::uint64_t serial;  // another object may have come to the path
+  };
+
   // The note of the object, made when there is none.
   static Note& noteOf(GenericKSLObject& object);
   static void forget(const GenericKSLObject& object) noexcept;
   void close() noexcept;
+  static bool waits(const GenericKSLObject& object) noexcept;
   static void noteUnfinished();
   void keepUnfinished() noexcept;
   void markNoted() noexcept;
 
   static LinkBatch* s_current;
   static std::vector<Note> s_notes;  // of all batches, those of inner ones behind those of outer ones
-  // Objects that waited when a batch failed: taking its changes back need not touch them.
-  static std::vector<std::string> s_unfinished;
+  // Objects that the next batch links. Those that waited when a batch failed are among them: taking its
+  // changes back need not touch them.
+  static std::vector<Unfinished> s_unfinished;
 
   LinkBatch* m_outer;
   std::size_t m_first;  // of this batch's notes

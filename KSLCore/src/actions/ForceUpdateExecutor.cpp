@@ -5,6 +5,9 @@
 #include "command/Executive.h"
 #include "actions/actionChecks.h"
 
+#include <algorithm>
+#include <iterator>
+
 namespace orv {
 
 ForceUpdateExecutor::~ForceUpdateExecutor() = default;
@@ -15,7 +18,8 @@ void ForceUpdateExecutor::invoke(const std::vector<std::string>& words)
   checkAtLeast(words, "forceupdate", 1, "ForceUpdateExecutor");
   if (!assertThat(m_executive != nullptr, "m_executive", "KSLCore/src/ForceUpdateExecutor"))
     throw internal::error("ForceUpdateExecutor", "invoke", _("Pointer to Executive not set."));
-  const std::vector<std::string> objects(words.begin() + 1, words.end());
+  std::vector<std::string> objects;
+  std::transform(words.begin() + 1, words.end(), std::back_inserter(objects), namedPath);
   m_executive->forceUpdate(StringUtilities::stringToVector(
       PathUtils::normalisePathsBwdComp(StringUtilities::vectorToString(objects, ',')), ','));
 }

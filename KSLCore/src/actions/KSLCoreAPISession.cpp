@@ -1,6 +1,8 @@
 // The operations of the core API that know of session files.
 #include "platform/ORVUtilities.h"
 #include "command/KSLCoreAPI.h"
+#include "actions/SessionUpdater.h"
+#include "actions/WriteSessionExecutor.h"
 
 namespace orv {
 
@@ -12,7 +14,14 @@ void KSLCoreAPI::externalProcessKSL(const std::vector<std::string>& lines)
       text += StringUtilities::trimmed(text).ends_with('\\') ? "\n\n" : "\n";
     text += "> update\n";
   }
+  if (m_sessionWriter && !text.empty())
+    m_sessionWriter->writeSessionKSL(text);
   processKSL(text, m_externalMode);
+}
+
+void KSLCoreAPI::processKSLWithSessionUpdate(const std::string& text, SessionUpdateStrategy* strategy)
+{
+  SessionUpdater(strategy).processKSL(text);
 }
 
 }  // namespace orv

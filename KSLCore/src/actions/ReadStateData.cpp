@@ -15,6 +15,7 @@
 
 #include <algorithm>
 #include <map>
+#include <numeric>
 
 namespace orv {
 
@@ -66,16 +67,17 @@ void findResults(Lines& block, const std::string& stateFile)
   if (!isFile(local))
     throw data::invalid(
         className, "invoke",
-        _("Results file referred to in the state was not found:\n\n  %s\n\nPlease ensure that the file path is "
+        _("Results file referred to in the state was not found:\n\n  %s\n\nPlease ensure that the file path "
+          "is "
           "correct.\nAlternatively, load the results file first, then the\nstate file with 'Load results' "
           "option turned off.",
           named));
   setResultsFile(block, local);
-  ErrorProgressReporter::instance()->reportError(
-      data::invalid(className, "invoke",
-                    _("Results file referred to in the state was not found:\n\n  %s\n\nLocal results file with "
-                      "the same name was loaded instead:\n\n  %s\n",
-                      named, local)));
+  ErrorProgressReporter::instance()->reportError(data::invalid(
+      className, "invoke",
+      _("Results file referred to in the state was not found:\n\n  %s\n\nLocal results file with "
+        "the same name was loaded instead:\n\n  %s\n",
+        named, local)));
 }
 
 std::vector<KSLObject*> topObjectsNamed(const std::string& name)
@@ -128,7 +130,8 @@ bool ReadStateExecutor::isResDefinedObject(const std::string& type, const std::s
 bool ReadStateExecutor::exactObjectExists(const std::string& type, const std::string& name)
 {
   const std::vector<KSLObject*> objects = topObjectsNamed(name);
-  return std::any_of(objects.begin(), objects.end(), [&](const KSLObject* object) { return object->typeIs(type); });
+  return std::any_of(objects.begin(), objects.end(),
+                     [&](const KSLObject* object) { return object->typeIs(type); });
 }
 
 bool ReadStateExecutor::objectNameExists(const std::string&, const std::string& name)
@@ -158,9 +161,12 @@ bool ReadStateExecutor::isKept(const Block& block, Names& loaded, std::set<std::
   return true;
 }
 
-void ReadStateExecutor::loadStateData(const File& file, Names& loaded)
+void ReadStateExecutor::loadStateData(File& file, Names& loaded)
 {
   std::string text;
+  text.reserve(
+      std::accumulate(file.lines.begin(), file.lines.end(), std::size_t{0},
+                      [](std::size_t sum, const std::string& line) { return sum + line.size() + 1; }));
   std::set<std::string> replaced;
   for (const Block& block : file.blocks) {
     if (!isKept(block, loaded, replaced))
@@ -168,6 +174,7 @@ void ReadStateExecutor::loadStateData(const File& file, Names& loaded)
     for (std::size_t i = block.first; i <= block.last; ++i)
       text.append(file.lines[i]) += '\n';
   }
+  file.lines = {};  // the memory is needed now
   deleteObjects({replaced.begin(), replaced.end()}, kslUpdateAtEnd);
   if (text.empty())
     return;

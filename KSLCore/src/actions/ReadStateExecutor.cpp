@@ -10,8 +10,10 @@
 #include "command/KSLInterface.h"
 #include "actions/FileProcessingScope.h"
 #include "actions/ORVMPStream.h"
+#include "actions/ReadableText.h"
 #include "actions/actionChecks.h"
 #include "actions/fileNames.h"
+#include "actions/linesOf.h"
 
 #include <algorithm>
 #include <map>
@@ -45,11 +47,6 @@ void requireProcessingObject()
     throw ksl::invalid(className, "invoke", _("Cannot find object %s", "FILE PROCESSING"));
 }
 
-bool isAscii(const std::string& line)
-{
-  return std::all_of(line.begin(), line.end(), [](char c) { return static_cast<unsigned char>(c) < 0x80; });
-}
-
 void dropComment(std::string& line)
 {
   line.resize(StringUtilities::withoutComment(line).size());
@@ -59,6 +56,7 @@ void dropComment(std::string& line)
 
 void recordLoad(const std::string& fileName, const std::string& mode, bool loadData)
 {
+  reportUnreadable(className, "invoke", "/STATE", "State Filename", fileName);
   KSLBuilder text;
   text.beginObject("STATE", "");
   text.addParam("State Filename", fileName);
@@ -152,7 +150,7 @@ void ReadStateExecutor::load(const std::vector<std::string>& words)
   requireProcessingObject();
 }
 
-void ReadStateExecutor::process(const Request& request, const File& file)
+void ReadStateExecutor::process(const Request& request, File& file)
 {
   // Any other mode that STATE may have adds to what is there: deleting needs to be asked for.
   const bool overwrite = request.mode == overwriteMode;
@@ -208,11 +206,11 @@ std::vector<std::string> ReadStateExecutor::readFile(Request& request)
 {
   ORVMPStream stream(request.fileName, ORVStream::Mode::read);
   request.fileName = stream.getFileName();
-  std::vector<std::string> lines = stream.readLines();
+  const std::string text = stream.readAll();
   stream.close();
-  if (!std::all_of(lines.begin(), lines.end(), isAscii))
+  if (!ORVFile::isAscii(text))
     throw file::error(className, "invoke", _("Non ASCII file: '%s'.", request.fileName));
-  lines = StringUtilities::removeContinuation(std::move(lines));
+  std::vector<std::string> lines = StringUtilities::removeContinuation(linesOf(text));
   std::for_each(lines.begin(), lines.end(), dropComment);
   return lines;
 }

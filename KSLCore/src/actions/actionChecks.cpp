@@ -9,12 +9,12 @@
 namespace orv {
 
 void checkAction(const std::vector<std::string>& words, std::initializer_list<std::string_view> names,
-                 const char* className)
+                 const char* className, const char* function)
 {
   if (words.empty())
-    throw internal::badParam(className, "invoke", _("Input parameter %s is empty.", "p_action"));
+    throw internal::badParam(className, function, _("Input parameter %s is empty.", "p_action"));
   if (std::find(names.begin(), names.end(), words.front()) == names.end())
-    throw internal::badParam(className, "invoke",
+    throw internal::badParam(className, function,
                              _("Action '%s' cannot be handled by %s.", words.front(), className));
 }
 
@@ -41,9 +41,8 @@ std::pair<std::string, std::string> squeezedArgument(const std::string& argument
 {
   const std::size_t equals = argument.find('=');
   if (equals == std::string::npos)
-    throw ksl::invalid(
-        className, "invoke",
-        _("Syntax error: %s parameters should have the format: %s", action, "param=value"));
+    throw ksl::invalid(className, "invoke",
+                       _("Syntax error: %s parameters should have the format: %s", action, "param=value"));
   const std::string_view text(argument);
   return {StringUtilities::removeAllWhitespace(text.substr(0, equals)),
           StringUtilities::removeAllWhitespace(text.substr(equals + 1))};

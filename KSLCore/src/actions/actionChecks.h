@@ -11,10 +11,10 @@
 
 namespace orv {
 
-// Throws internal::badParam, function "invoke" of the given class: "Input parameter %s is empty." with
+// Throws internal::badParam of the given class and function: "Input parameter %s is empty." with
 // "p_action" for no words, "Action '%s' cannot be handled by %s." for a first word that is none of `names`.
 void checkAction(const std::vector<std::string>& words, std::initializer_list<std::string_view> names,
-                 const char* className);
+                 const char* className, const char* function = "invoke");
 
 // Throws ksl::invalid: "Action '%s' requires at least %d argument(s). Received %d argument(s).".
 void checkAtLeast(const std::vector<std::string>& words, const char* action, int count,

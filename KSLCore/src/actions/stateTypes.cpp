@@ -1,8 +1,5 @@
 #include "actions/stateTypes.h"
 
-#include <algorithm>
-#include <map>
-
 namespace orv {
 
 bool isNeverSaved(std::string_view type)
@@ -50,12 +47,9 @@ bool isResultsDefined(std::string_view type)
 
 bool isSavedParam(std::string_view type, std::string_view param)
 {
-  static const std::multimap<std::string, std::string, std::less<>> unsaved{
-      {"BOUNDARY", "Domain List"},           {"COMPOSITE", "Domain List"},
-      {"COMPOSITE INTER BLOCK", "Domain List"}, {"COMPOSITE PERIODIC", "Domain List"},
-      {"PRIMITIVE2D", "Domain List"},        {"PRIMITIVE3D", "Domain List"}};
-  const auto [first, last] = unsaved.equal_range(type);
-  return std::none_of(first, last, [param](const auto& entry) { return entry.second == param; });
+  static const std::set<std::string, std::less<>> types{
+      "BOUNDARY", "COMPOSITE", "COMPOSITE INTER BLOCK", "COMPOSITE PERIODIC", "PRIMITIVE2D", "PRIMITIVE3D"};
+  return param != "Domain List" || !types.contains(type);
 }
 
 }  // namespace orv

@@ -33,29 +33,55 @@ bool CommandLines::isActionLine(std::string_view line)
   return !statement.empty() && statement.front() == '>';
 }
 
-KSLLines CommandLines::parse(std::string_view text)
+void CommandLines::begin(std::string_view text)
 {
   m_rest = text;
   m_atEnd = text.empty();
   const auto lineCount = static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n'));
   m_lines.reserve(text.size() + 2 * updateLine.size(), lineCount + 2);
-  std::string_view raw;
-  while (takeLine(raw)) {
-    if (continues(raw))
-      joinContinuation(raw, m_lines.begin());
-    else
-      StringUtilities::appendSimplified(m_lines.begin(), raw);
-    endLine();
-  }
+}
+
+KSLLines CommandLines::parse(std::string_view text)
+{
+  begin(text);
+  while (readLine()) {}
   if (!m_lines.empty())
     finish();
   return std::move(m_lines);
+}
+
+std::size_t CommandLines::sourceLine(std::string_view text, std::size_t index)
+{
+  begin(text);
+  std::size_t last = 0;  // of the lines that count
+  for (std::size_t before = 0; m_lines.size() <= index; before = m_lines.size()) {
+    const std::size_t first = m_taken + 1;
+    if (!readLine())
+      return index == m_lines.size() ? last : 0;  // the update at the end
+    if (m_lines.size() > before)
+      last = first;
+  }
+  return last;
+}
+
+bool CommandLines::readLine()
+{
+  std::string_view raw;
+  if (!takeLine(raw))
+    return false;
+  if (continues(raw))
+    joinContinuation(raw, m_lines.begin());
+  else
+    StringUtilities::appendSimplified(m_lines.begin(), raw);
+  endLine();
+  return true;
 }
 
 bool CommandLines::takeLine(std::string_view& line)
 {
   if (m_atEnd)
     return false;
+  ++m_taken;
   const std::size_t end = m_rest.find('\n');
   line = m_rest.substr(0, end);
   m_atEnd = end == std::string_view::npos;

@@ -29,10 +29,17 @@ class CommandLines {
   // KSL." or "Too many END statements in KSL.", judged by the final count and in the default mode only.
   KSLLines parse(std::string_view text);
 
+  // Which line of the text, counted from 1, the line with this index comes from that parse() gives; of an update that
+  // was put in, the line that asks for it. 0 when there is none. REQUIRES: nothing was parsed with this object.
+  std::size_t sourceLine(std::string_view text, std::size_t index);
+
   // True when the line, its comment ignored, begins with ">".
   static bool isActionLine(std::string_view line);
 
  private:
+  void begin(std::string_view text);
+  // Appends the next whole line to the lines; false behind the last.
+  bool readLine();
   // The next line of the text, without its end; false after the last.
   bool takeLine(std::string_view& line);
   // Appends the line with those that continue it, white space simplified.
@@ -48,6 +55,7 @@ class CommandLines {
   kslUpdateMode m_mode;
   std::string_view m_rest;
   bool m_atEnd = true;
+  std::size_t m_taken = 0;  // lines of the text
   long m_depth = 0;
   KSLLines m_lines;
 };

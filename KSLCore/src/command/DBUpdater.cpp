@@ -3,8 +3,63 @@
 #include "platform/ORVUtilities.h"
 #include "database/ObjectDB.h"
 #include "database/ObjectFactory.h"
+#include "rules/GenericKSLObject.h"
+#include "rules/LinkBatch.h"
+
+#include <set>
+#include <utility>
+#include <vector>
 
 namespace orv {
+
+namespace {
+
+// Who refers to the objects of a tree that is being deleted.
+class TreeDependents {
+ public:
+  explicit TreeDependents(const KSLObject& top)
+  {
+    std::vector<const KSLObject*> waiting{&top};
+    while (!waiting.empty()) {
+      const KSLObject* object = waiting.back();
+      waiting.pop_back();
+      if (!object->getDependents().empty())
+        m_of.emplace_back(object->getPath(), object->getDependents());
+      object->forEachChild([&waiting](const KSLObject* child) { waiting.push_back(child); });
+    }
+  }
+
+  // What comes back at a path, in the same batch or when it is taken back, has to be referred to anew.
+  void tellOfLoss(const ObjectDB& database) const
+  {
+    for (const auto& [path, dependents] : m_of) {
+      for (const Dependent& dependent : dependents) {
+        auto* holder = dynamic_cast<GenericKSLObject*>(database.getObjectByPath(dependent.getObjPath()));
+        if (holder)
+          LinkBatch::noteLostTarget(*holder);
+      }
+    }
+  }
+
+  // To the objects that a failing deletion has left.
+  void giveBack(const ObjectDB& database) const
+  {
+    for (const auto& [path, dependents] : m_of) {
+      KSLObject* object = database.getObjectByPath(path);
+      for (const Dependent& dependent : dependents) {
+        KSLObject* holder = object ? database.getObjectByPath(dependent.getObjPath()) : nullptr;
+        const ParamDefinition* param = holder ? holder->lookUpParam(dependent.getParamName()) : nullptr;
+        if (param)
+          object->addDependent(holder, param);
+      }
+    }
+  }
+
+ private:
+  std::vector<std::pair<std::string, std::set<Dependent>>> m_of;  // by path
+};
+
+}  // namespace
 
 DBUpdater::~DBUpdater() = default;
 
@@ -45,8 +100,12 @@ void ObjectDBUpdater::deleteObject(const std::string& path)
   if (!object)
     return;
   object->addToDependentUpdates(m_dependents);
+  const TreeDependents dependents(*object);
+  dependents.tellOfLoss(*m_database);
+  ScopeGuard undo([&] { dependents.giveBack(*m_database); });
   object->deleteAllDependent();
   m_database->deleteObject(path);
+  undo.dismiss();
 }
 
 void ObjectDBUpdater::setParam(const std::string& path, const std::string& name, const std::string& value)

@@ -20,6 +20,11 @@ KSLCoreAPI* KSLCoreAPI::instance()
   return theInstance;
 }
 
+KSLCoreAPI* KSLCoreAPI::current() noexcept
+{
+  return theInstance;
+}
+
 void KSLCoreAPI::destroyInstance()
 {
   delete std::exchange(theInstance, nullptr);

@@ -32,15 +32,42 @@ namespace {
 constexpr const char* source = "KSLCore/src/KSLInterface";
 constexpr std::size_t usualNesting = 64;  // parses within parses that need no memory of their own
 
+// Tells, in verbose mode, which line of a text the n-th action came from: long texts, such as recorded sessions, are
+// mended by taking a line out.
+void tellFailedLine(std::string_view text, kslUpdateMode mode, std::size_t n)
+{
+  ErrorProgressReporter* reporter = ErrorProgressReporter::instance();
+  if (!reporter->isVerbose())
+    return;
+  const KSLLines lines = CommandLines(mode).parse(text);
+  std::size_t index = 0;
+  for (; index < lines.size(); ++index)
+    if (CommandLines::isActionLine(lines[index]) && --n == 0)
+      break;
+  if (index < lines.size())
+    reporter->inform(
+        _("Line %d of the text failed: '%s'.", CommandLines(mode).sourceLine(text, index), lines[index]));
+}
+
 }  // namespace
 
-// Hands the store's action lines to the Executive, and keeps the first failure of a parse.
+// Hands the store's action lines to the Executive, and keeps the first failure of a parse. Knows how far the load under
+// way has come.
 class KSLInterface::ActionHandler final : public KSLActionHandler {
  public:
+  struct Progress {
+    std::size_t actions = 0;  // begun
+    bool failed = false;      // the last of them
+  };
+
   explicit ActionHandler(KSLInterface* owner) : m_owner(owner) {}
+
+  // Of the load under way; loads nest in an action.
+  Progress progress;
 
   bool handleAction(const std::string& action, const std::vector<std::string>& args) override
   {
+    ++progress.actions;
     try {
       std::string line = action;
       if (!args.empty())
@@ -49,6 +76,7 @@ class KSLInterface::ActionHandler final : public KSLActionHandler {
       return true;
     } catch (...) {
       m_owner->notePendingError("invoke");
+      progress.failed = true;
       return false;
     }
   }
@@ -270,7 +298,15 @@ void KSLInterface::doParseKSL(const std::string& text, kslUpdateMode mode)
   }
   if (rewrite)
     updateForBackwardCompatibility(lines, mode);
+  const auto outer = std::exchange(m_actionHandler->progress, {});
+  const ScopeGuard leave([&] { m_actionHandler->progress = outer; });
+  ScopeGuard tell([&] {
+    const ActionHandler::Progress& progress = m_actionHandler->progress;
+    if (progress.failed && !(rewrite && m_backFunctor))  // whose lines are others
+      tellFailedLine(text, m_modeStack.back(), progress.actions);
+  });
   processKSL(lines);
+  tell.dismiss();
   if (m_entryCount == 1)
     KSLCoreAPI::instance()->notify(KSLCoreAPI::outermostProcessed);
 }

@@ -1,7 +1,9 @@
 #include "database/KSLCoreTreeAndLeafModel.h"
 
 #include "database/KSLObject.h"
+#include "database/KSLStateLogger.h"
 #include "database/ObjectDB.h"
+#include "database/StateTraversal.h"
 
 namespace orv {
 
@@ -11,6 +13,24 @@ const KSLObject* objectAt(const KSLPath& path)
 {
   return ObjectDB::instance()->getObjectByPath(path.getFullPath());
 }
+
+// Tells of objects as a reader of any tree knows them.
+class SettingsLogger final : public KSLStateLogger {
+ public:
+  explicit SettingsLogger(TreeVisitor& visitor) : m_visitor(visitor) {}
+  void objectBegin(const KSLObject* object) override
+  {
+    m_visitor.beginObject(object->getPath(), object->getType(), object->getName());
+  }
+  void parameter(const KSLObject* object, const ParamDefinition* param) override
+  {
+    m_visitor.parameter(object->getPath(), param->getName(), param->getValue());
+  }
+  void objectEnd(const KSLObject*) override { m_visitor.endObject(); }
+
+ private:
+  TreeVisitor& m_visitor;
+};
 
 }  // namespace
 
@@ -46,6 +66,15 @@ bool KSLCoreTreeAndLeafModel::isSingleton(const KSLPath& path) const
 {
   const KSLObject* object = objectAt(path);
   return object && object->isSingleton();
+}
+
+void KSLCoreTreeAndLeafModel::visitSettings(const KSLPath& path, TreeVisitor& visitor) const
+{
+  const KSLObject* object = objectAt(path);
+  if (!object)
+    return;
+  SettingsLogger logger(visitor);
+  StateTraversal::ofSettings(logger).run(*object);
 }
 
 }  // namespace orv

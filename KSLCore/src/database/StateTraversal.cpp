@@ -49,6 +49,13 @@ bool ParamInclusion::includes(const ParamDefinition& param) const
   return isListed(param) && (param.hasBeenSet() || isEssential(param));
 }
 
+StateTraversal StateTraversal::ofSettings(KSLStateLogger& logger)
+{
+  StateTraversal traversal(externalParams, false, logger);
+  traversal.m_settingsOnly = true;
+  return traversal;
+}
+
 void StateTraversal::run(const KSLObject& top)
 {
   if (dynamic_cast<const RootKSLObject*>(&top))
@@ -68,13 +75,23 @@ void StateTraversal::run(const KSLObject& top)
 void StateTraversal::enter(const KSLObject& object)
 {
   m_logger.objectBegin(&object);
+  tellParameters(object);
+  m_pending.push_back({&object, true});
+  pushChildren(object);
+}
+
+void StateTraversal::tellParameters(const KSLObject& object) const
+{
+  if (m_settingsOnly)
+    return object.forEachParam([&](const ParamDefinition& param) {
+      if (param.hasBeenSet() && !param.isInternal())
+        m_logger.parameter(&object, &param);
+    });
   const ParamInclusion inclusion(object, m_filter, m_strip);
   object.forEachParam([&](const ParamDefinition& param) {
     if (inclusion.includes(param))
       m_logger.parameter(&object, &param);
   });
-  m_pending.push_back({&object, true});
-  pushChildren(object);
 }
 
 void StateTraversal::pushChildren(const KSLObject& object)

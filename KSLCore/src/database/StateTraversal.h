@@ -41,6 +41,9 @@ class StateTraversal {
         m_strip(strip),
         m_logger(logger)
   {}
+  // Of the external parameters that were set, whatever the context: what makes one object of a type differ from the
+  // others, and shows again when the context does.
+  static StateTraversal ofSettings(KSLStateLogger& logger);
   void run(const KSLObject& top);
 
  private:
@@ -49,10 +52,12 @@ class StateTraversal {
     bool leaving;
   };
   void enter(const KSLObject& object);
+  void tellParameters(const KSLObject& object) const;
   void pushChildren(const KSLObject& object);
 
   ParamFilter m_filter;
   bool m_strip;
+  bool m_settingsOnly = false;
   KSLStateLogger& m_logger;
   std::vector<Visit> m_pending;  // the next one last
 };

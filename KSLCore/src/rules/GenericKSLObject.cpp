@@ -336,8 +336,9 @@ std::vector<KSLObject*> GenericKSLObject::getSchedulerParentObjects() const
   std::vector<KSLObject*> objects;
   for (const SchedulerObject& scheduler : m_schedulers) {
     for (const LinkMap::Entry& edge : scheduler.getParents()) {
-      if (edge.first->getKSLObject() != this)
-        objects.push_back(edge.first->getKSLObject());
+      KSLObject* object = edge.first->getKSLObject();
+      if (object && object != this)
+        objects.push_back(object);
     }
   }
   std::sort(objects.begin(), objects.end(), isObjectBefore);

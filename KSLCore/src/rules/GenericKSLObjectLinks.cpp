@@ -292,7 +292,7 @@ void GenericKSLObject::createDelayedParamLinks()
 {
   if (!m_links || !m_links->waits())
     return;
-  const bool lost = m_links->dropGone();
+  const bool lost = m_links->dropGone(*this);
   const std::vector<std::string> names = m_links->delayed();
   for (const std::string& name : names) {
     const ParamDefinition* param = lookUpParam(name);
@@ -303,12 +303,12 @@ void GenericKSLObject::createDelayedParamLinks()
   }
 }
 
-// True when the links changed.
+// True when the links changed, which a walk that goes on refusing one does not.
 bool GenericKSLObject::relink(const ParamDefinition& param)
 {
   LinkChange change(*this, param, makeParentLinks(param, param.getValue(), Judgement::final));
   change.commit();
-  return !change.isIdle();
+  return change.hasChanged();
 }
 
 // ------------------------------------------------------------------------------------------------------------ end

@@ -9,7 +9,7 @@ namespace orv {
 
 LinkBatch* LinkBatch::s_current = nullptr;
 std::vector<LinkBatch::Note> LinkBatch::s_notes;
-std::vector<std::string> LinkBatch::s_unfinished;
+std::vector<LinkBatch::Unfinished> LinkBatch::s_unfinished;
 
 LinkBatch::LinkBatch() : m_outer(s_current), m_first(s_notes.size())
 {
@@ -28,6 +28,19 @@ LinkBatch::Note& LinkBatch::noteOf(GenericKSLObject& object)
     object.m_batchPlace = static_cast<std::uint32_t>(s_notes.size());
   }
   return s_notes[object.m_batchPlace - 1];
+}
+
+void LinkBatch::noteLostTarget(GenericKSLObject& object)
+{
+  if (s_current)
+    object.noteTargetGone();
+}
+
+void LinkBatch::linkInNext(const GenericKSLObject& object) noexcept
+{
+  try {
+    s_unfinished.push_back({object.getPath(), object.m_serial});
+  } catch (...) {}  // it is linked when it is next updated by itself
 }
 
 void LinkBatch::forget(const GenericKSLObject& object) noexcept
@@ -52,25 +65,29 @@ std::set<std::string> LinkBatch::finish()
   return paths;
 }
 
+bool LinkBatch::waits(const GenericKSLObject& object) noexcept
+{
+  return object.m_links && object.m_links->waits();
+}
+
 void LinkBatch::noteUnfinished()
 {
-  std::vector<std::string> paths;
-  paths.swap(s_unfinished);
-  for (const std::string& path : paths) {
-    if (auto* object = dynamic_cast<GenericKSLObject*>(ObjectDB::instance()->getObjectByPath(path)))
+  std::vector<Unfinished> unfinished;
+  unfinished.swap(s_unfinished);
+  for (const auto& [path, serial] : unfinished) {
+    auto* object = dynamic_cast<GenericKSLObject*>(ObjectDB::instance()->getObjectByPath(path));
+    if (object && object->m_serial == serial && waits(*object))
       noteOf(*object).lostTarget = true;
   }
 }
 
 void LinkBatch::keepUnfinished() noexcept
 {
-  try {
-    for (std::size_t i = m_first; i < s_notes.size(); ++i) {
-      const GenericKSLObject* object = s_notes[i].object;
-      if (object && object->m_links && object->m_links->waits())
-        s_unfinished.push_back(object->getPath());
-    }
-  } catch (...) {}  // they are linked when they are next updated
+  for (std::size_t i = m_first; i < s_notes.size(); ++i) {
+    const GenericKSLObject* object = s_notes[i].object;
+    if (object && waits(*object))
+      linkInNext(*object);
+  }
 }
 
 void LinkBatch::close() noexcept
@@ -91,9 +108,10 @@ void LinkBatch::markNoted() noexcept
     if (!object)
       continue;
     object->m_batchPlace = 0;
-    for (std::size_t bit = 0; bit < object->m_schedulers.size() && s_notes[i].toMark >> bit != 0; ++bit) {
-      if (s_notes[i].toMark >> bit & 1)
-        object->m_schedulers[bit].setPending();
+    std::uint64_t toMark = s_notes[i].toMark;
+    for (std::size_t place = 0; toMark != 0; ++place, toMark >>= 1) {
+      if (toMark & 1)
+        object->m_schedulers[place].setPending();
     }
   }
   s_notes.resize(m_first);

@@ -2,6 +2,7 @@
 
 #include "platform/ORVException.h"
 #include "database/ObjectDB.h"
+#include "rules/LinkBatch.h"
 
 #include <algorithm>
 #include <functional>
@@ -62,14 +63,18 @@ void ReferenceLinks::replace(const ParamDefinition& param, std::vector<Link>& li
     m_params.erase(place);
 }
 
-bool ReferenceLinks::dropGone()
+bool ReferenceLinks::dropGone(const GenericKSLObject& object)
 {
   if (!m_targetsGone)
     return false;
   bool any = false;
   for (std::size_t i = m_params.size(); i-- > 0;) {
     std::vector<Link>& links = m_params[i].links;
-    const auto isGone = [](const Link& link) { return !targetOf(link); };
+    const Dependent dependent(object.getPath(), m_params[i].rules->name);
+    const auto isGone = [&dependent](const Link& link) {
+      const KSLObject* target = targetOf(link);  // one without a serial number may be a later one
+      return !target || (link.serial == 0 && !target->getDependents().contains(dependent));
+    };
     if (std::none_of(links.begin(), links.end(), isGone))
       continue;
     any = true;
@@ -141,7 +146,8 @@ LinkChange::LinkChange(GenericKSLObject& object, const ParamDefinition& param,
     : m_object(object),
       m_param(param),
       m_targets(std::move(targets)),
-      m_child(object.findSchedulerObject(param.getLocalType()))
+      m_child(object.findSchedulerObject(param.getLocalType())),
+      m_misses(m_targets.waits)
 {
   m_idle = isAsRecorded();
   try {
@@ -220,8 +226,11 @@ bool LinkChange::linkSchedulers(SchedulerObject& parent)
   } catch (const ksl::cyclicRef&) {
     if (m_targets.judgement != GenericKSLObject::Judgement::later)
       throw;
+    m_targets.waits = true;
+    return false;
   }
   const bool linked = parent.getChildren().count(m_child) != before;
+  m_dropped = m_dropped || !linked;
   m_targets.waits = m_targets.waits || !linked;
   return linked;
 }
@@ -245,6 +254,9 @@ void LinkChange::commit() noexcept
     markLocalVariable();
   if (m_idle)
     return;
+  if (m_dropped && !m_misses)  // what is missing must not fail a command that does not touch this object
+    LinkBatch::linkInNext(m_object);
+  m_changed = m_links != m_object.m_links->find(m_param.getName())->links;
   m_object.m_links->replace(m_param, m_links);  // m_links are the old ones now
   const auto isBefore = [](const auto& a, const auto& b) { return std::less<>()(a.object, b.object); };
   std::sort(m_targets.list.begin(), m_targets.list.end(), isBefore);

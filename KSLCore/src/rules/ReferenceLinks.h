@@ -52,6 +52,8 @@ class ReferenceLinks {
     std::uint64_t serial;  // 0 for an object that has no schedulers
     SharedText scheduler;  // of the target; empty: the one that the parameter's rules name
     bool scheduled;        // the schedulers were linked
+
+    bool operator==(const Link&) const = default;
   };
   // An expression in the parameter `user` uses the object's own parameter `used`.
   struct LocalUse {
@@ -88,8 +90,8 @@ class ReferenceLinks {
   }
   bool isForgiven(const std::string& param) const;
   void endForgiveness(const std::string& param) noexcept;
-  // Drops the links whose targets are gone; their parameters wait. True when there were any.
-  bool dropGone();
+  // Drops the links of the object whose targets are gone; their parameters wait. True when there were any.
+  bool dropGone(const GenericKSLObject& object);
 
   // The object that a link leads to; null when it is gone or the database ends.
   static KSLObject* targetOf(const Link& link);
@@ -124,8 +126,8 @@ class LinkChange {
   LinkChange& operator=(const LinkChange&) = delete;
 
   void commit() noexcept;
-  // True when the right objects were linked already.
-  bool isIdle() const { return m_idle; }
+  // Once committed: true when other links stand now than before.
+  bool hasChanged() const { return m_changed; }
 
  private:
   using Link = ReferenceLinks::Link;
@@ -142,11 +144,14 @@ class LinkChange {
   const ParamDefinition& m_param;
   GenericKSLObject::Targets m_targets;
   SchedulerObject* m_child;                           // null when there is nothing to link
+  const bool m_misses;                                // a target is not there, or not fit
   std::vector<Link> m_links;                          // the new ones
   std::vector<bool> m_newDependent;                   // for each: the target did not know of the parameter
   std::vector<ReferenceLinks::LocalUse> m_localUses;  // of the object; the present ones once committed
   bool m_newlyDelayed = false;
-  bool m_idle = false;
+  bool m_idle = false;     // the right objects were linked already
+  bool m_dropped = false;  // a scheduler was updating its children, and took no new one
+  bool m_changed = false;
   bool m_committed = false;
 };
 

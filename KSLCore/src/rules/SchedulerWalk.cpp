@@ -1,6 +1,7 @@
 #include "SchedulerWalk.h"
 
 #include "platform/ORVError.h"
+#include "platform/ORVProgress.h"
 
 #include <chrono>
 #include <cxxabi.h>
@@ -99,8 +100,12 @@ void SchedulerObject::Walk::forget(SchedulerObject& scheduler) noexcept
     place = frame.outer;
   }
   for (Calculation* it = s_calculation; it; it = it->outer) {
-    if (it->scheduler == &scheduler)
-      *it = {nullptr, it->outer, std::move(scheduler.m_name)};
+    if (it->scheduler != &scheduler)
+      continue;
+    it->scheduler = nullptr;
+    try {
+      it->lostName = scheduler.m_name;  // nested calculations of one scheduler need it each
+    } catch (...) {}                    // without memory the failure is told without the name
   }
 }
 
@@ -227,6 +232,7 @@ inline void SchedulerObject::Walk::visit(SchedulerObject* scheduler)
 {
   if (!scheduler->m_pending)
     return;
+  Progress::step();
   SchedulerOwner& owner = scheduler->support();
   enter(scheduler);
   owner.createDelayedParamLinks();

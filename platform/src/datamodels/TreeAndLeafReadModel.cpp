@@ -2,6 +2,7 @@
 
 namespace orv {
 
+TreeVisitor::~TreeVisitor() = default;
 TreeAndLeafReadModel::~TreeAndLeafReadModel() = default;
 
 }  // namespace orv

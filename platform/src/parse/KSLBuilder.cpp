@@ -18,13 +18,19 @@ void KSLBuilder::indent()
   m_text.append(2 * m_depth, ' ');
 }
 
+// A line that ends in a backslash would go on in the next one; with a blank behind it, it does not.
+void KSLBuilder::endLine()
+{
+  m_text += m_text.back() == '\\' ? " \n" : "\n";
+}
+
 void KSLBuilder::beginObject(std::string_view type, std::string_view name)
 {
   KSLPath path;
   path.push(type, name);
   indent();
   m_text += path[0].header();
-  m_text += '\n';
+  endLine();
   ++m_depth;
 }
 
@@ -37,10 +43,8 @@ void KSLBuilder::addParam(std::string_view name, std::string_view value)
   if (!value.empty()) {
     m_text += ' ';
     appendOnOneLine(m_text, value);
-    if (value.back() == '\\')
-      m_text += ' ';
   }
-  m_text += '\n';
+  endLine();
 }
 
 void KSLBuilder::endObject()
@@ -57,7 +61,7 @@ void KSLBuilder::addAction(std::string_view action)
   indent();
   m_text += "> ";
   appendOnOneLine(m_text, StringUtilities::trimmed(action));
-  m_text += '\n';
+  endLine();
 }
 
 }  // namespace orv

@@ -1,11 +1,28 @@
 #include "platform/ORVError.h"
 #include "platform/ORVSystem.h"
+#include "lineEnds.h"
 
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <filesystem>
 #include <memory>
+
+namespace orv {
+
+void dropCarriageReturns(std::string& text)
+{
+  std::size_t read = text.find("\r\n");
+  if (read == std::string::npos)
+    return;
+  std::size_t written = read;
+  for (; read < text.size(); ++read)
+    if (text[read] != '\r' || read + 1 == text.size() || text[read + 1] != '\n')
+      text[written++] = text[read];
+  text.resize(written);
+}
+
+}  // namespace orv
 
 namespace orv::ORVFile {
 
@@ -19,18 +36,6 @@ struct Closer {
 {
   const std::string reason = Error::getSystemError();
   throw file::error("ORVFile", "readAll", _("Cannot read file '%s': %s.", fileName, reason));
-}
-
-void dropCarriageReturns(std::string& text)
-{
-  std::size_t read = text.find("\r\n");
-  if (read == std::string::npos)
-    return;
-  std::size_t written = read;
-  for (; read < text.size(); ++read)
-    if (text[read] != '\r' || read + 1 == text.size() || text[read + 1] != '\n')
-      text[written++] = text[read];
-  text.resize(written);
 }
 
 bool endsWith(std::string_view text, std::string_view ending)
@@ -92,6 +97,14 @@ std::vector<std::string> readLines(const std::string& fileName)
     start = end + 1;
   }
   return lines;
+}
+
+bool isAscii(std::string_view text) noexcept
+{
+  unsigned char seen = 0;  // all bits of all characters: no branch in the loop
+  for (const char c : text)
+    seen |= static_cast<unsigned char>(c);
+  return seen < 0x80 && text.find('\0') == std::string_view::npos;
 }
 
 std::vector<std::string> listFiles(const std::string& directory, std::string_view ending)

@@ -1,6 +1,8 @@
 #include "platform/ORVError.h"
 #include "platform/ORVSystem.h"
+#include "lineEnds.h"
 
+#include <algorithm>
 #include <cerrno>
 
 namespace orv {
@@ -91,6 +93,24 @@ std::vector<std::string> ORVStream::readLines()
   for (std::string line; readLine(line);)
     lines.push_back(std::move(line));
   return lines;
+}
+
+std::string ORVStream::readAll()
+{
+  errno = isOpen() ? 0 : EBADF;
+  constexpr std::size_t step = std::size_t{1} << 16;
+  std::string text;
+  std::size_t size = 0;
+  while (m_stream && isOpen()) {
+    text.resize(size + std::max(step, size));  // doubles, so that growing costs no more than reading
+    m_stream.read(text.data() + size, static_cast<std::streamsize>(text.size() - size));
+    size += static_cast<std::size_t>(m_stream.gcount());
+  }
+  if (m_stream.bad() || !isOpen())
+    throwFailure("readAll", "Cannot read file '%s': %s.", m_fileName);
+  text.resize(size);
+  dropCarriageReturns(text);
+  return text;
 }
 
 void ORVStream::close()

@@ -64,8 +64,8 @@ class Descriptor {
 };
 
 struct Target {
-  std::string name;        // links resolved
-  bool regular = true;     // or not there, and not a link to nowhere either
+  std::string name;     // links resolved
+  bool regular = true;  // or not there, and not a link to nowhere either
   bool exists = false;
   mode_t permissions = 0;  // of one that exists
 };

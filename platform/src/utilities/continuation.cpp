@@ -76,26 +76,22 @@ class Words {
 // Writes the words of one line into as many as it takes.
 class Wrapper {
  public:
-  Wrapper(std::size_t indent, std::size_t width) : m_indent(indent), m_width(width) {}
+  Wrapper(std::size_t indent, std::size_t width)
+      : m_indent(std::min(indent, width - std::min(narrowest, width / 2))),
+        m_width(width)
+  {}
 
   void add(std::string_view word, bool last)
   {
-    const std::size_t mark = last ? 0 : 2;  // room for the " \" of a line that goes on
-    const bool first = m_column == 0;
-    if (!first && m_column + 1 + word.size() + mark > m_width) {
-      m_out += " \\\n";
-      m_column = 0;
-    }
-    if (m_column == 0) {
-      m_out.append(m_indent, ' ');
-      m_column = m_indent;
-    } else {
-      m_out += ' ';
-      ++m_column;
-    }
-    for (const char c : word)
-      m_out += isSpace(c) ? ' ' : c;  // a quoted line end would end the line
-    m_column += word.size();
+    // Room for the " \" of a line that goes on, also behind a last backslash.
+    const std::size_t mark = last && word.back() != '\\' ? 0 : 2;
+    if (m_column != 0 && m_column + 1 + word.size() + mark > m_width)
+      breakLine(" \\\n");
+    beginWord();
+    if (m_column + word.size() + mark > m_width)
+      addInPieces(simplifyWhitespace(word), mark);  // what a reader does to blanks in later lines
+    else
+      append(word);
   }
 
   std::string take()
@@ -107,6 +103,43 @@ class Wrapper {
   }
 
  private:
+  void breakLine(const char* mark)
+  {
+    m_out += mark;
+    m_column = 0;
+  }
+
+  void beginWord()
+  {
+    const bool first = m_column == 0;
+    m_out.append(first ? m_indent : 1, ' ');
+    m_column += first ? m_indent : 1;
+  }
+
+  void append(std::string_view text)
+  {
+    for (const char c : text)
+      m_out += isSpace(c) ? ' ' : c;  // a quoted line end would end the line
+    m_column += text.size();
+  }
+
+  // A word that is longer than a line, with single blanks. A piece never begins with one: readers drop those.
+  void addInPieces(std::string_view word, std::size_t mark)
+  {
+    while (m_column + word.size() + mark > m_width) {
+      const std::size_t room = m_width - m_column - 1;  // its last place is for the "\"
+      const std::size_t blank = word.substr(0, room).rfind(' ');
+      std::size_t size = blank != std::string_view::npos ? blank + 1 : std::min(room, word.size() - 1);
+      if (word[size] == ' ')
+        --size;
+      append(word.substr(0, size));
+      word.remove_prefix(size);
+      breakLine("\\\n");
+      beginWord();
+    }
+    append(word);
+  }
+
   std::size_t m_indent;
   std::size_t m_width;
   std::size_t m_column = 0;  // 0 before the first word of a line

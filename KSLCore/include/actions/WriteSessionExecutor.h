@@ -1,0 +1,86 @@
+// The action "session": records what is entered in a session file.
+#pragma once
+
+#include "platform/ORVSystem.h"
+#include "command/ActionExecutor.h"
+
+#include <set>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace orv {
+
+class KSLObject;
+
+//   > session start, filename=FILE, mode=none|overwrite|append
+//   > session stop | stopsilently
+//
+// While a session is recorded, every text that is entered from outside (KSLCoreAPI::externalProcessKSL) is written to
+// the file before it runs, so one that fails is there too. docs/session-file.md describes the file, and ReadSession-
+// Executor plays it back. Settings that are not given come from the object SESSION when there is one, and the start of
+// a recording shows them there. White space in a file name of the action line is dropped; the names of SESSION are
+// taken as they stand.
+//
+// Two states: idle, and recording from a start that succeeded until a stop, terminateSession or a failing write. The
+// destructor writes nothing more: a file is ended by a stop.
+class ORV_API WriteSessionExecutor : public ActionExecutor {
+ public:
+  // Registers itself with the core API as the session writer.
+  WriteSessionExecutor();
+  // Unregisters itself when it still is the one.
+  ~WriteSessionExecutor() override;
+
+  // Fails before anything is changed but for a start whose SESSION text fails, after the file was opened. Function
+  // "invoke": internal::badParam for the words as every action; ksl::invalid
+  //   "Must specify START or STOP session."
+  //   "%s duplicately specified." with "'start'" or "'stop'"     "Cannot START & STOP session at same time."
+  //   "%s already in progress." "%s is not in progress." with "Session write"
+  //   "Syntax error: %s parameters should have the format: %s"   "Invalid parameter in %s: '%s'."
+  //   "STOP session cannot take other parameters."               "Invalid parameter value: %s." (of SESSION)
+  // data::invalid "Invalid parameter value: '%s'." for a mode of the line; file::error "Overwrite not allowed: %s" in
+  // mode none, "File status error: '%s' - %s." when the file cannot be asked for; and what ORVStream throws.
+  void invoke(const std::vector<std::string>& words) override;
+
+  // Writes one text that was entered; nothing when idle or when the text names "AutoSaveState.qst". Lines that control
+  // sessions, or legends that come by themselves ("> autolegend"), are left out. On disk when it returns. Throws nothing
+  // but for lack of memory: a file that cannot be written any more is reported once, and the recording ends. What could
+  // not be read back, text outside ASCII, is reported as data::invalid of type 8 and written all the same; in comments
+  // it is replaced by "?". Linear in the text.
+  void writeSessionKSL(const std::string& text);
+
+  // Ends a recording as "stop" does, when there is one; a failure is reported.
+  void terminateSession();
+  bool isRecording() const { return m_inProgress; }
+
+  // Text behind the head of every file that is started afterwards, for the whole process; empty at start.
+  static void setFilePreamble(const std::string& preamble) { m_preamble = preamble; }
+
+ private:
+  struct Request {
+    bool start = false;
+    bool stop = false;
+    bool other = false;
+    std::string fileName;
+    std::string mode;
+  };
+
+  void readWord(const std::string& word, Request& request) const;
+  void requestStart(Request& request) const;
+  void requestStop(Request& request, bool silently) const;
+  void readParameter(const std::string& word, Request& request) const;
+  void start(Request request, const KSLObject* settings);
+  void openFile(Request& request);
+  void writeHeader();
+  void stop();
+  void abandon(const file::error& error) noexcept;
+
+  static std::string m_preamble;
+
+  const std::set<std::string> m_parameters;
+  const std::set<std::string> m_modes;
+  ORVStream m_stream;
+  bool m_inProgress = false;
+};
+
+}  // namespace orv

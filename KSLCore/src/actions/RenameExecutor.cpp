@@ -1,0 +1,47 @@
+#include "actions/RenameExecutor.h"
+
+#include "platform/ORVError.h"
+#include "database/KSLCoreTreeAndLeafModel.h"
+#include "command/KSLCoreAPI.h"
+#include "actions/KSLCopyImpl.h"
+#include "actions/actionChecks.h"
+
+namespace orv {
+
+namespace {
+
+constexpr const char* className = "RenameExecutor";
+
+// A rename that leaves both would be a copy that nobody asked for.
+void checkGone(const TreeAndLeafReadModel& model, const KSLCopyImpl::Paths& paths)
+{
+  if (model.hasObject(KSLPath(paths.from)) && model.hasObject(KSLPath(paths.to)))
+    throw data::invalid(className, "invoke",
+                        _("Object '%s' cannot be renamed because it must not be deleted.", paths.from));
+}
+
+}  // namespace
+
+RenameExecutor::RenameExecutor() : RenameExecutor(nullptr) {}
+
+RenameExecutor::RenameExecutor(KSLCopyImpl* impl)
+    : m_own(impl ? nullptr : new KSLCopyImpl),
+      m_impl(impl ? impl : m_own.get())
+{}
+
+RenameExecutor::~RenameExecutor() = default;
+
+void RenameExecutor::invoke(const std::vector<std::string>& words)
+{
+  checkAction(words, {KSLCopyImpl::renameAction}, className);
+  if (words.size() != 3)
+    throw ksl::invalid(className, "invoke", _("Did not specify correct number of parameters"));
+  const refcnt_ptr<TreeAndLeafReadModel> model(new KSLCoreTreeAndLeafModel);
+  const std::string text = m_impl->obtainRenameKSL(*model, words);
+  if (text.empty())
+    return;
+  KSLCoreAPI::instance()->processKSL(text, kslUpdateDefault);
+  checkGone(*model, m_impl->obtainPaths(words));
+}
+
+}  // namespace orv

@@ -1,0 +1,7 @@
+#include "command/SessionUpdateStrategy.h"
+
+namespace orv {
+
+SessionUpdateStrategy::~SessionUpdateStrategy() = default;
+
+}  // namespace orv

@@ -1,0 +1,303 @@
+// The actions copy and rename.
+#include "database/KSLCoreTreeAndLeafModel.h"
+#include "database/ObjectDB.h"
+#include "rules/GenericKSLObject.h"
+#include "actions/CopiedKSLModifer.h"
+#include "actions/CopyExecutor.h"
+#include "actions/DeleteExecutor.h"
+#include "actions/DeletionFilterIF.h"
+#include "actions/KSLCopyImpl.h"
+#include "actions/RenameExecutor.h"
+#include "actions/UpdateExecutor.h"
+#include "tests/support/TestSystem.h"
+#include "tests/support/thrown.h"
+
+#include <gtest/gtest.h>
+#include <rapidcheck.h>
+#include <string>
+#include <vector>
+
+namespace orv {
+namespace {
+
+using Words = std::vector<std::string>;
+
+class CopyRename : public testing::Test {
+ protected:
+  std::string value(const std::string& path, const std::string& name = "x") const
+  {
+    return ObjectDB::instance()->getObjectByPath(path)->getValue(name);
+  }
+  // Enters the action, goes back and forth, and tells the state after it. It is one step.
+  std::string after(const std::string& action)
+  {
+    const std::string before = system.fullState();
+    const std::size_t steps = system.interface()->getUndoStack().size();
+    system.run(action);
+    const std::string state = system.state();
+    const std::string full = system.fullState();
+    EXPECT_EQ(system.errors(), "");
+    if (full == before)
+      return state;
+    EXPECT_EQ(system.interface()->getUndoStack().size(), steps + 1);
+    system.undo();
+    EXPECT_EQ(system.fullState(), before);
+    system.redo();
+    EXPECT_EQ(system.fullState(), full);
+    system.expectConsistent();
+    return state;
+  }
+  TestSystem system;
+};
+
+TEST_F(CopyRename, RefusesBadWordsBeforeAnyChange)
+{
+  system.run("A: a\nB: b\nEND\nEND\nA: c\nEND\nVIEW:\nEND\nB: b\nEND");
+  const std::string before = system.fullState();
+  struct Case {
+    const char* action;
+    const char* function;
+    const char* message;
+  };
+  const Case cases[] = {
+      {"copy", "parseParams", "Action 'copy' needs a 'from' parameter and a 'to' parameter."},
+      {"copy from=/A:a to=b", "parseParams", "Action 'copy' needs a 'from' parameter and a 'to' parameter."},
+      {"rename from=/A:a, to=\"\"", "parseParams",
+       "Action 'rename' needs a 'from' parameter and a 'to' parameter."},
+      {"copy from=/A:a, To=b=c", "parseParams", "Action 'copy' is provided with a bad parameter 'To=b=c'."},
+      {"copy from=/A:a, to=b,", "parseParams", "Action 'copy' is provided with a bad parameter ''."},
+      {"copy from=A:a, to=b", "normalisePaths",
+       "Copy action has a 'from' parameter that is not a path: 'A:a'."},
+      {"copy from=/A:a, to=b/B:c", "normalisePaths",
+       "Copy action has a 'to' parameter that is not a path: 'b/B:c'."},
+      {"copy from=/VIEW, to=b", "normalisePaths",
+       "Attempt to copy from singleton to named object (copy from '/VIEW' to 'b')."},
+      {"copy from=/VIEW, to=/A:b", "normalisePaths",
+       "Attempt to copy from singleton to named object or vice versa (copy from '/VIEW' to '/A:b')."},
+      {"copy from=/A:a, to=/A:c/VIEW", "normalisePaths",
+       "Attempt to copy from singleton to named object or vice versa (copy from '/A:a' to '/A:c/VIEW')."},
+      {"copy from=/A:a, to=/B:a", "normalisePaths",
+       "Attempt to copy an object to an object of different type (copy from '/A:a' to '/B:a')."},
+      {"copy from=/, to=/VIEW", "normalisePaths",
+       "Attempt to copy an object to an object of different type (copy from '/' to '/VIEW')."},
+      {"rename from=/A:a/, to=/A:a/B:b/A:d", "normalisePaths",
+       "Attempt to rename object '/A:a' into itself (rename to '/A:a/B:b/A:d')."},
+      {"copy from=/A:d, to=e", "performCopy", "Attempt to copy nonexistent object '/A:d' failed."},
+      {"rename from=/A:a, to=c", "performCopy", "Attempt to copy to existing object '/A:c' failed."},
+      {"rename from=/B:b, to=/A:a/B:b", "performCopy",
+       "Attempt to copy to existing object '/A:a/B:b' failed."},
+  };
+  for (const Case& bad : cases) {
+    system.run(std::string("> ") + bad.action);
+    EXPECT_EQ(system.errorList(), std::vector{ErrorMsg("KSLCopyImpl", bad.function, bad.message, 4)})
+        << bad.action;
+    EXPECT_EQ(system.fullState(), before) << bad.action;
+    EXPECT_EQ(system.undoSteps().front(), '1') << bad.action;
+  }
+  RenameExecutor rename;
+  for (const Words& words : {Words{"rename"}, Words{"rename", "from=/A:a", "to=d", "to=e"}})
+    EXPECT_EQ(thrown<ksl::invalid>([&] { rename.invoke(words); }),
+              ErrorMsg("RenameExecutor", "invoke", "Did not specify correct number of parameters", 4));
+  EXPECT_EQ(thrown<ksl::invalid>([] {
+              KSLCopyImpl().obtainPaths({"move", "from=/A:a", "to=d"});
+            }).getMessage(),
+            "Action 'move' is not supported.");
+}
+
+TEST_F(CopyRename, CopiesWhatWasSetAndAllInside)
+{
+  const std::string cut =
+      "  Colour = red\n  Offset = 2 [mm]\n  Option = Plane\n  LABEL:l\n    Text = hello\n  END\n  MARK:m\n  "
+      "END\nEND\n";
+  system.run(
+      "CUT: a\nColour = red\nOffset = 2 [mm]\nOption = Plane\nRadius = 3 [m]\nCache = 1\n"
+      "LABEL: l\nText = hello\nEND\nMARK: m\nEND\nEND\nVIEW:\nText = t\nEND");
+  EXPECT_EQ(after("> copy from=/CUT:a, to=b"),
+            "CUT:a\n" + cut + "CUT:b\n" + cut + "VIEW:\n  Text = t\n  Zoom = 1\nEND\n");
+  EXPECT_EQ(value("/CUT:b", "Radius"), "3 [m]") << "hidden in this context";
+  EXPECT_EQ(value("/CUT:b", "Cache"), "") << "internal";
+  system.run("> delete /CUT:a, /CUT:b");
+  EXPECT_EQ(after("> copy to = /A:new/B:b/VIEW , from = /VIEW/"),
+            "A:new\n  B:b\n    VIEW:\n      Text = t\n      Zoom = 1\n    END\n  END\nEND\n"
+            "VIEW:\n  Text = t\n  Zoom = 1\nEND\n")
+      << "what is above the copy comes into being";
+  EXPECT_EQ(after("> rename from=/VIEW, to=/A:new/VIEW"),
+            "A:new\n  B:b\n    VIEW:\n      Text = t\n      Zoom = 1\n    END\n  END\n"
+            "  VIEW:\n    Text = t\n    Zoom = 1\n  END\nEND\n");
+}
+
+TEST_F(CopyRename, TakesOddNamesAndPlaces)
+{
+  system.run("A: a\nx = 1\ny = 2\ny =\nB: b\nEND\nEND");
+  const std::string a = "A:a\n  x = 1\n  B:b\n  END\nEND\n";
+  EXPECT_EQ(after("> copy from=/A:a, to=a"), a) << "to itself";
+  EXPECT_EQ(after("> rename from=/A:a, to=\"/A:a/\""), a) << "to itself";
+  const std::string inside =
+      "A:a\n  x = 1\n  B:b\n    A:a\n      x = 1\n      B:b\n      END\n    END\n  END\nEND\n";
+  EXPECT_EQ(after("> copy from=/A:a, to=/A:a/B:b/A:a"), inside) << "into itself";
+  system.undo();
+  const std::pair<const char*, const char*> renamings[] = {{"\"no # one\"", "A:\"no # one\""},
+                                                           {"/A:x y", "A:x y"},
+                                                           {"A", "A:A"},
+                                                           {"b:c", "A:b:c"},
+                                                           {"end\\ ", "A:end\\ "}};
+  std::string from = "/A:a";
+  for (const auto& [to, header] : renamings) {
+    EXPECT_EQ(after("> rename from=\"" + from + "\", to=" + to), header + std::string("\n") + a.substr(4))
+        << to;
+    from = ObjectDB::instance()->getAllObjectPaths().front();
+  }
+  EXPECT_EQ(after("A: end\nEND\n> rename from=/A:end\\, to=/A:last"), "A:end\nEND\nA:last\n" + a.substr(4))
+      << "the name that ends in a backslash, not the other";
+}
+
+TEST_F(CopyRename, LongValuesComeThroughUnchanged)
+{
+  std::string text;
+  while (text.size() < 10000)
+    text += "a, b \"c # d\" [e = f], ";
+  text += "\\";
+  system.run("A: a\nx = " + text + " \nEND");
+  ASSERT_EQ(value("/A:a"), text);
+  after("> copy from=/A:a, to=b");
+  after("> rename from=/A:b, to=c");
+  EXPECT_EQ(value("/A:c"), text);
+}
+
+TEST_F(CopyRename, AnyValueOfATextIsCopied)
+{
+  EXPECT_TRUE(rc::check([this] {
+    const auto text = *rc::gen::container<std::string>(rc::gen::elementOf(std::string(" ab\\\"#,=:>[({/&")));
+    system.run("A: a\nx = 0\nx = " + text + " \nEND\n> copy from=/A:a, to=b");
+    RC_ASSERT(system.errors() == "");
+    RC_ASSERT(value("/A:b") == value("/A:a"));
+    RC_ASSERT(system.inconsistencies() == "");
+    system.run("> delete /A:a, /A:b");
+  }));
+}
+
+TEST_F(CopyRename, WarnsOfValuesThatNoLineHolds)
+{
+  for (const char* text : {"a # b", "a  b", "a\tb", " a"}) {
+    system.run("A: a\ny = 1\nEND");
+    ObjectDB::instance()->getObjectByPath("/A:a")->setValue("x", text);
+    system.run("> copy from=/A:a, to=b");
+    EXPECT_EQ(system.errorList(),
+              std::vector{ErrorMsg("KSLCopyImpl", "performCopy",
+                                   "Value of parameter 'x' of object '/A:a' cannot be read back.", 8)})
+        << text;
+    EXPECT_EQ(value("/A:b").front(), 'a');
+    system.run("> delete /A:a, /A:b");
+  }
+}
+
+class Modifier : public CopiedKSLModifer {
+ public:
+  std::string seen;
+  bool refuse = false;
+  Words modifyLines(Words lines, const std::string& newName, const std::string& oldName,
+                    const std::string& type) override
+  {
+    if (refuse)
+      throw data::invalid("Modifier", "modifyLines", "no");
+    seen += newName + "|" + oldName + "|" + type + "|" + StringUtilities::vectorToString(lines, '|');
+    for (std::string& line : lines) {
+      if (line == "  x = 1")
+        line = "  x = 2";
+    }
+    return lines;
+  }
+};
+
+TEST_F(CopyRename, LetsTheApplicationModifyTheLines)
+{
+  Modifier modifier;
+  KSLCopyImpl impl(&modifier);
+  CopyExecutor copy(&impl);
+  system.registerAction("shared", [&copy](Words words) {
+    words.front() = "copy";
+    copy.invoke(words);
+  });
+  system.run("A: a\nx = 1\nB: b\nx = 1\nEND\nEND");
+  EXPECT_EQ(after("> shared from=/A:a/B:b, to=c"),
+            "A:a\n  x = 1\n  B:b\n    x = 1\n  END\n  B:c\n    x = 2\n  END\nEND\n");
+  EXPECT_EQ(modifier.seen, "c|b|B|B:c|  x = 1|END");
+  modifier.refuse = true;
+  const std::string before = system.state();
+  system.run("> shared from=/A:a, to=c");
+  EXPECT_EQ(system.errors() + "\n" + system.state(), "error[4] Modifier::modifyLines: no\n" + before);
+}
+
+TEST_F(CopyRename, ARenameThatMayNotDeleteIsTakenBack)
+{
+  class KeepAll : public DeletionFilterIF {
+   public:
+    void filter(Words& paths) override { paths.clear(); }
+  } keepAll;
+  ActionFactory guarded;
+  guarded.registerExecutor("update", new UpdateExecutor(&system.executive()));
+  guarded.registerExecutor("delete", new DeleteExecutor(&keepAll));
+  guarded.registerExecutor("rename", new RenameExecutor);
+  system.run("A: a\nx = 1\nEND");
+  system.executive().setActionFactory(&guarded);
+  system.run("> rename from=/A:a, to=b");
+  EXPECT_EQ(system.errorList(),
+            std::vector{ErrorMsg("RenameExecutor", "invoke",
+                                 "Object '/A:a' cannot be renamed because it must not be deleted.", 4)});
+  EXPECT_EQ(system.state(), "A:a\n  x = 1\nEND\n");
+  system.expectConsistent();
+  system.executive().setActionFactory(&system.actions());
+}
+
+// Outside any text each submission is a command of its own.
+TEST_F(CopyRename, ExecutorsWorkOutsideATextToo)
+{
+  system.run("A: a\nx = 1\nEND");
+  system.actions().getExecutor("copy")->invoke({"copy", "from=/A:a", "to=b"});
+  system.actions().getExecutor("rename")->invoke({"rename", "from=/A:b", "to=c"});
+  EXPECT_EQ(system.state(), "A:a\n  x = 1\nEND\nA:c\n  x = 1\nEND\n");
+  EXPECT_EQ(system.undoSteps().front(), '3');
+  EXPECT_EQ(system.errors(), "");
+}
+
+TEST(RenameReferences, GoAsByADeletionAndComeBackWithOneUndo)
+{
+  GenericKSLObject::registerBaseType();
+  TestSystem system(R"(RULES:
+  KSLObjectClasses = GenericKSLObject
+  SchedulerTypes = Data
+  PARAMETER: Source
+    Parameter Type = String List
+    Local Type = Data
+    Remote Type = Data
+  END
+  OBJECT: NODE
+    KSLObject Class = GenericKSLObject
+    Scheduler = Data
+    Optional Parameter List = Source
+  END
+END)");
+  system.run(
+      "NODE: a\nNODE: in\nEND\nEND\nNODE: b\nEND\nNODE: user\nSource = /NODE:a, /NODE:b, "
+      "/NODE:a/NODE:in\nEND");
+  const std::string before = system.fullState();
+  system.run("> rename from=/NODE:a, to=c");
+  EXPECT_EQ(system.state(),
+            "NODE:b\nEND\nNODE:user\n  Source = /NODE:b\nEND\nNODE:c\n  NODE:in\n  END\nEND\n");
+  EXPECT_EQ(system.undoSteps().front(), '2');
+  system.expectConsistent();
+  system.undo();
+  EXPECT_EQ(system.errors(), "");
+  system.expectConsistent();
+  system.run("NODE: new\nSource = /NODE:a\nEND");  // the references count again
+  system.run("> delete /NODE:a");
+  EXPECT_EQ(system.state(), "NODE:b\nEND\nNODE:user\n  Source = /NODE:b\nEND\nNODE:new\nEND\n");
+  system.undo();
+  system.undo();
+  EXPECT_EQ(system.errors() + before.substr(0, 5), "NODE:");
+  EXPECT_EQ(ObjectDB::instance()->getObjectByPath("/NODE:user")->getValue("Source"),
+            "/NODE:a, /NODE:b, /NODE:a/NODE:in");
+}
+
+}  // namespace
+}  // namespace orv

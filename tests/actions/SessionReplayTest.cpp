@@ -1,0 +1,321 @@
+// The replay of sessions.
+#include "platform/ORVSystem.h"
+#include "rules/SchedulerObject.h"
+#include "actions/ReadSessionExecutor.h"
+#include "SessionFixture.h"
+#include "tests/support/thrown.h"
+
+#include <rapidcheck/gtest.h>
+
+namespace orv {
+namespace {
+
+class SessionReplay : public SessionTest {
+ protected:
+  void replay(const std::string& name) { enter("> readsession filename=" + (folder / name)); }
+};
+
+TEST_F(SessionReplay, ArgumentsAndFiles)
+{
+  folder.write("good.ksl", "A: a\r\nx = 1 \\\r\n  2\r\nEND\r\n");
+  folder.write("run 1.ksl", "A: b\nEND\n");
+  folder.write("empty.ksl", "");
+  folder.write("foreign.ksl", "A: a\nx = caf\xC3\xA9\nEND\n");
+  const std::string good = "A:a\n  x = 1 2\nEND\n";
+  const std::string at = "filename=" + folder.path();
+  const std::string error = "error[4] ReadSessionExecutor::";
+  struct Row {
+    std::string line;
+    std::string work;
+    std::string errors;
+  };
+  const Row rows[] = {
+      {"readsession " + at + "good.ksl", good, ""},
+      {"rs filename=none, file name = " + folder.path() + "good.ksl", good, ""},
+      {"rs " + at + "run 1.ksl", "A:b\nEND\n", ""},
+      {"rs " + at + "good.ksl # note", good, ""},
+      {"rs", "", error + "readFileContents: No Filename Specified"},
+      {"rs filename=", "", error + "readFileContents: No Filename Specified"},
+      {"rs good.ksl", "",
+       error + "processParams: Syntax error: readsession parameters should have the format: param=value"},
+      {"rs " + at + "good.ksl, mode=none", "",
+       error + "processParams: Invalid parameter in readsession: 'mode'."},
+      {"rs " + at + "foreign.ksl", "",
+       error + "readFileContents: Non ASCII file: '" + (folder / "foreign.ksl") + "'."},
+      {"rs " + at + "empty.ksl", "", "error[4] ReadStateExecutor::invoke: Session file contains no data."},
+      {"rs " + at + "none", "",
+       "error[4] ORVStream::open: Cannot open file '" + (folder / "none") + "': No such file or directory."},
+      {"rs " + at, "",
+       "error[4] ORVStream::readAll: Cannot read file '" + folder.path() + "': Is a directory."},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.line);
+    startAfresh();
+    enter("> " + row.line);
+    EXPECT_EQ(system->errors(), row.errors);
+    EXPECT_EQ(work(), row.work);
+  }
+  ReadSessionExecutor executor;
+  EXPECT_EQ(thrown<internal::badParam>([&] { executor.invoke({}); }),
+            ErrorMsg("ReadSessionExecutor", "validateAction", "Input parameter p_action is empty.", 4));
+  EXPECT_EQ(thrown<internal::badParam>([&] { executor.invoke({"RS"}); }).getMessage(),
+            "Action 'RS' cannot be handled by ReadSessionExecutor.");
+}
+
+TEST_F(SessionReplay, TheSettingsNameTheFileAndAreTold)
+{
+  folder.write("one.ksl", "A: one\nEND\n");
+  folder.write("two.ksl", "A: two\nEND\n");
+  enter("SESSION:\nSession Filename = " + (folder / "one.ksl") + "\nWrite Session Mode = Overwrite\nEND");
+  enter("> rs");
+  replay("two.ksl");
+  enter("> rs");
+  EXPECT_EQ(system->errors(), "");
+  EXPECT_EQ(ObjectDB::instance()->getObjectByPath("/SESSION")->getValue("Session Filename"),
+            folder / "two.ksl");
+  EXPECT_EQ(work(), "A:one\nEND\nA:two\nEND\n");
+}
+
+TEST_F(SessionReplay, FilesNameOthersThatMovedWithThem)
+{
+  folder.write("a/outer.ksl", "> rs filename=/gone/b.ksl\n> rs filename=" + (folder / "b/inner.ksl") + "\n");
+  folder.write("a/b.ksl", "A: a\nEND\n");
+  folder.write("b/inner.ksl", "> rs filename=/gone/b.ksl\n");
+  folder.write("b/b.ksl", "A: b\nEND\n");
+  replay("a/outer.ksl");
+  const auto notice = [this](const char* file) {
+    return "warning[8] ORVMPStream::open: File /gone/b.ksl not found.\n    -> Used local file "
+           + (folder / file) + " instead.";
+  };
+  EXPECT_EQ(system->errors(), notice("a/b.ksl") + "\n" + notice("b/b.ksl"));
+  EXPECT_EQ(work(), "A:a\nEND\nA:b\nEND\n");
+  EXPECT_EQ(system->undoSteps().substr(0, 1), "2") << "one step, and that of the look";
+}
+
+TEST_F(SessionReplay, AFileIsNotReplayedWithinItself)
+{
+  folder.write("self.ksl", "A: a\nEND\n> rs filename=" + (folder / "self.ksl") + "\n");
+  folder.write("a.ksl", "A: a\nEND\n> rs filename=" + (folder / "b.ksl") + "\n");
+  folder.write("b.ksl", "> rs filename=/gone/a.ksl\n");
+  const std::string before = system->state();
+  for (const char* name : {"self.ksl", "a.ksl"}) {
+    startAfresh();
+    replay(name);
+    const auto errors = system->errorList();
+    ASSERT_FALSE(errors.empty());
+    EXPECT_EQ(errors.back(), ErrorMsg("ReadSessionExecutor", "invoke",
+                                      "File '" + (folder / name) + "' is already being processed.", 4));
+    EXPECT_EQ(system->state(), "");
+    EXPECT_EQ(system->undoSteps(), "0");
+  }
+  startAfresh();
+  enter("SESSION:\nEND");
+  enter("> session start, filename=" + (folder / "s.ksl"));
+  enter("A: a\nEND");
+  enter("> readsession");  // reads the line that it was written as
+  EXPECT_EQ(system->errorList().size(), 1U);
+  EXPECT_EQ(work(), "A:a\nEND\n");
+}
+
+TEST_F(SessionReplay, IsRecordedAsItsOneLine)
+{
+  folder.write("a.ksl", "A: a\nEND\n> rs filename=" + (folder / "b.ksl") + "\n");
+  folder.write("b.ksl", "A: b\nEND\n");
+  enter("> session start, filename=" + (folder / "s.ksl"));
+  enter("> rs filename=a.ksl, \\\n" + std::string("filename=") + (folder / "a.ksl"));
+  enter("> session stop");
+  EXPECT_EQ(system->errors(), "");
+  EXPECT_EQ(work(), "A:a\nEND\nA:b\nEND\n");
+  const std::string recorded = contents();
+  startAfresh();
+  replay("s.ksl");
+  EXPECT_EQ(system->errors(), "");
+  EXPECT_EQ(work(), "A:a\nEND\nA:b\nEND\n");
+  EXPECT_EQ(contents(), recorded);
+}
+
+TEST_F(SessionReplay, AJournalWithAnUndoIsRefusedWhole)
+{
+  const std::string start = "> session start, mode=overwrite, filename=" + (folder / "s.ksl");
+  for (const char* extra : {"> undo", "> undo\n> redo", "A: a\nx = \"1\nEND\nfault"}) {
+    startAfresh();
+    enter(start);
+    enter("A: a\nEND");
+    enter("A: a\nx = 1\nEND");
+    enter(extra);
+    enter("> session stop");
+    startAfresh();
+    enter("A: old\nEND\nFILE PROCESSING:\nEND");
+    const std::string state = system->fullState();
+    const std::string store = system->store();
+    const std::string steps = system->undoSteps();
+    system->errors();
+    replay("s.ksl");
+    EXPECT_EQ(system->errorList().size(), 1U) << extra;
+    EXPECT_EQ(system->fullState(), state);
+    EXPECT_EQ(system->store(), store);
+    EXPECT_EQ(system->undoSteps(), steps);
+    enter("> undo");
+    EXPECT_EQ(system->errors(), "") << "undo is allowed again";
+    EXPECT_EQ(system->state(), "");
+  }
+}
+
+// So that the line can be edited out.
+TEST_F(SessionReplay, VerboseModeTellsWhereAFileFailed)
+{
+  class Listener : public ErrorSink {
+   public:
+    std::string text;
+    void report(const ErrorMsg& error) override { text += toText(error) + "\n"; }
+    void inform(std::string_view line) override { text.append(line).append("\n"); }
+  } listener;
+  struct Row {
+    const char* text;
+    const char* line;  // null when it is not known: the error names it
+  };
+  const Row rows[] = {
+      {"# head\n\nA: a\nx = 1 \\\n 2\nEND\n>nothing \\\n  b\nA: b\nEND",
+       "Line 7 of the text failed: '> nothing b'."},
+      {"A: a\nEND\n\nCUT: c\n  Colour = pink\nEND\n\n> update\n", "Line 6 of the text failed: '> update'."},
+      {"CUT: c\n  Colour = pink\n>update\nEND\n", "Line 3 of the text failed: '> update'."},
+      {"> update\nx = 1\n", nullptr},
+  };
+  ErrorProgressReporter* reporter = ErrorProgressReporter::instance();
+  ErrorSink* former = reporter->setSink(&listener);
+  reporter->setVerbose(true);
+  for (const Row& row : rows) {
+    listener.text.clear();
+    replay(std::filesystem::path(folder.write("s.ksl", row.text)).filename());
+    const std::string before = row.line ? row.line + std::string("\n") : "";
+    const std::string told = before + "The session file '" + (folder / "s.ksl") + "' was being replayed.\nLine 1 of the "
+                             "text failed: '> readsession filename=" + (folder / "s.ksl") + "'.\nerror[";
+    EXPECT_EQ(listener.text.substr(0, told.size()), told) << listener.text;
+  }
+  reporter->setVerbose(false);
+  reporter->setSink(former);
+}
+
+TEST_F(SessionReplay, TheSwitchForExceptionsInCalculations)
+{
+  folder.write("good.ksl", "A: a\nEND\n");
+  folder.write("bad.ksl", "A: b\nEND\n> nothing\n");
+  struct Row {
+    bool flag;
+    bool before;
+    const char* file;
+    bool during;
+    bool after;
+  };
+  const Row rows[] = {
+      {true, false, "good.ksl", false, false}, {true, true, "good.ksl", true, false},
+      {true, false, "bad.ksl", false, false},  {true, true, "bad.ksl", true, true},
+      {false, false, "good.ksl", true, false}, {false, true, "good.ksl", true, true},
+      {false, false, "bad.ksl", true, true},   {false, true, "bad.ksl", true, true},
+  };
+  const Row* row = nullptr;
+  system->registerAction("replay", [&](const std::vector<std::string>&) {
+    ReadSessionExecutor(nullptr, row->flag).invoke({"rs", "filename=" + (folder / row->file)});
+  });
+  const auto isCaught = [] {
+    const bool caught = SchedulerObject::setCatchExceptions(false);
+    SchedulerObject::setCatchExceptions(caught);
+    return caught;
+  };
+  for (const Row& each : rows) {
+    row = &each;
+    bool during = false;
+    SchedulerObject::setCatchExceptions(each.before);
+    system->onNotification = [&](int type) {
+      const KSLObject* object = ObjectDB::instance()->getObjectByPath("/FILE PROCESSING");
+      if (type == KSLCoreAPI::updateBegin && object && object->getValue("Processing Mode") == "Session")
+        during = isCaught();
+    };
+    enter("> replay");
+    EXPECT_EQ(during, each.during) << each.flag << each.before << each.file;
+    EXPECT_EQ(isCaught(), each.after) << each.flag << each.before << each.file;
+    enter("> delete /A:a");
+  }
+  SchedulerObject::setCatchExceptions(false);
+}
+
+// -------------------------------------------------------------------------------------------- record, then replay
+
+std::string anyValue()
+{
+  const auto piece = rc::gen::element<std::string>(" ", ",", "\"", "\"a # b\"", "\\", "=", ":", "> x", "word",
+                                                   "END", std::string(85, 'w'), "\\ ");
+  return StringUtilities::vectorToString(*rc::gen::container<std::vector<std::string>>(piece),
+                                         *rc::gen::element('.', ' '));
+}
+
+std::string anyCommand()
+{
+  const std::string name = *rc::gen::element<std::string>("a", "b", "c c");
+  const std::string value = anyValue();
+  switch (*rc::gen::inRange(0, 6)) {
+    case 0:
+      return "A: " + name + "\n  x = " + value + " \n  y = \\\n second \\\n" + value + " .\nEND # " + value
+             + " ";
+    case 1:
+      return "A: " + name + "\nB: " + name + "\nz = " + value + " \nEND\nEND\n>delete /A:" + name + "/B:a";
+    case 2:
+      return "> delete /A:" + name;
+    case 3:
+      return "&replace A: " + name + "\r\n x = 1 \\\r\n 2\r\nEND";
+    case 4:
+      return "# " + value + " \n\n> update\n> session stopsilently, x=\\";
+    default:
+      return "VIEW:\nText = " + value + " \nEND\nVIEW:\nLABEL: " + name + "\nEND\nEND";
+  }
+}
+
+TEST_F(SessionReplay, GivesTheStateThatWasRecorded)
+{
+  rc::check([this] {
+    const int mode = *rc::gen::inRange(0, 2);
+    startAfresh();
+    KSLCoreAPI::instance()->setExternalKslUpdateMode(static_cast<kslUpdateMode>(mode));
+    enter("> session start, mode=overwrite, filename=" + (folder / "s.ksl"));
+    for (int count = *rc::gen::inRange(0, 12); count > 0; --count) {
+      const std::string command = anyCommand();
+      if (command.find("stopsilently") == std::string::npos)
+        enter(command);
+      else  // not run: it would end the recording
+        KSLCoreAPI::instance()->getSessionWriter()->writeSessionKSL(command);
+    }
+    const std::string errors = system->errors();
+    enter("> session stop");
+    const std::string state = work();
+    const std::string store = system->store();
+    RC_PRE(errors.empty());
+    startAfresh();
+    replay("s.ksl");
+    RC_ASSERT(system->errors() == "");
+    RC_ASSERT(work() == state);
+    RC_ASSERT(system->store() == store);
+    std::istringstream file(contents());
+    for (std::string line; std::getline(file, line);)
+      RC_ASSERT(line.size() <= 80U);
+  });
+}
+
+TEST_F(SessionReplay, ALongValueComesBack)
+{
+  std::string value = "\"a # b, c\" start";
+  for (int i = 0; value.size() < 9990; ++i)
+    value += i % 7 ? " word," + std::to_string(i)
+                   : " \"quo#ted,  text\"\\" + std::string(static_cast<std::size_t>(i % 100), 'x');
+  value = StringUtilities::simplifyWhitespace(value + "\\");
+  enter("> session start, filename=" + (folder / "s.ksl"));
+  enter("A: a\nx = " + value + " \nEND\nA: a\ny = 1\nEND");
+  enter("> session stop");
+  startAfresh();
+  replay("s.ksl");
+  EXPECT_EQ(system->errors(), "");
+  EXPECT_EQ(ObjectDB::instance()->getObjectByPath("/A:a")->getValue("x"), value);
+  EXPECT_EQ(ObjectDB::instance()->getObjectByPath("/A:a")->getValue("y"), "1");
+}
+
+}  // namespace
+}  // namespace orv

@@ -1,0 +1,279 @@
+// The recording of sessions.
+#include "SessionFixture.h"
+
+#include <csignal>
+#include <fstream>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace orv {
+namespace {
+
+// Every way to open the file: what it held, what the settings and the line say, and what it holds then.
+TEST_F(SessionTest, Modes)
+{
+  const std::string body = "A: a\nEND\n\n\n";  // the stop is left out, the line end behind its text is not
+  const std::string made = head + body + foot;
+  const std::string refused = "error[4] WriteSessionExecutor::invoke: Overwrite not allowed: FILE";
+  struct Row {
+    const char* setting;  // in SESSION; null without one
+    const char* argument;
+    const char* before;  // null for no file
+    std::string after;
+    std::string errors;
+    const char* settingAfter;
+  };
+  const std::string none = "(none)";
+  const Row rows[] = {
+      {nullptr, "", nullptr, made, "", ""},
+      {nullptr, "", "old\n", "old\n", refused, ""},
+      {nullptr, ", mode=none", nullptr, made, "", ""},
+      {nullptr, ", mode=none", "old\n", "old\n", refused, ""},
+      {nullptr, ", mode=overwrite", nullptr, made, "", ""},
+      {nullptr, ", mode = over write", "old\n", made, "", ""},
+      {nullptr, ", mode=append", nullptr, made, "", ""},
+      {nullptr, ", mode=append", "old\n", "old\n" + made, "", ""},
+      {nullptr, ", mode=Append", "old\n", "old\n",
+       "error[4] WriteSessionExecutor::invoke: Invalid parameter value: 'Append'.", ""},
+      {"", "", nullptr, made, "", "None"},
+      {"None", "", "old\n", "old\n", refused, "None"},
+      {"None", ", mode=append", "old\n", "old\n" + made, "", "Append"},
+      {"Overwrite", "", "old\n", made, "", "Overwrite"},
+      {"overwrite", "", "old\n", made, "", "Overwrite"},
+      {"Append", "", "old\n", "old\n" + made, "", "Append"},
+      {"Append", ", mode=none", nullptr, made, "", "None"},
+      {"Wild", "", "old\n", "old\n", "error[4] WriteSessionExecutor::invoke: Invalid parameter value: mode.",
+       "Wild"},
+      {"Wild", "", nullptr, none, "error[4] WriteSessionExecutor::invoke: Invalid parameter value: mode.",
+       "Wild"},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(std::string(row.setting ? row.setting : "-") + row.argument
+                 + (row.before ? " old" : " new"));
+    startAfresh();
+    const std::string file = folder / "s.ksl";
+    std::filesystem::remove(file);
+    if (row.before)
+      folder.write("s.ksl", row.before);
+    if (row.setting)
+      enter("SESSION:\nSession Filename = other\nWrite Session Mode = " + std::string(row.setting) + "\nEND");
+    enter("> session start, filename=" + file + row.argument);
+    EXPECT_EQ(system->errors(),
+              row.errors.empty() ? "" : std::regex_replace(row.errors, std::regex("FILE"), file));
+    EXPECT_EQ(isRecording(), row.errors.empty());
+    enter("A: a\nEND");
+    enter("> session stopsilently");
+    EXPECT_EQ(contents(), row.after);
+    EXPECT_EQ(system->errors(), "");
+    if (const KSLObject* session = ObjectDB::instance()->getObjectByPath("/SESSION")) {
+      EXPECT_EQ(session->getValue("Write Session Mode"), row.settingAfter);
+      EXPECT_EQ(session->getValue("Session Filename"), row.errors.empty() ? file : "other");
+    }
+  }
+}
+
+TEST_F(SessionTest, RefusalsChangeNothing)
+{
+  const std::string file = folder.write("file.txt", "text");
+  const std::string twice = "Cannot START & STOP session at same time.";
+  const std::string syntax = "Syntax error: session parameters should have the format: param=value";
+  struct Row {
+    bool recording;
+    std::string line;
+    std::string message;  // empty for none
+  };
+  const Row rows[] = {
+      {false, "> session", "Must specify START or STOP session."},
+      {false, "> session filename=x", "Must specify START or STOP session."},
+      {false, "> session start, start", "'start' duplicately specified."},
+      {false, "> session start, stopsilently", twice},
+      {false, "> session stopsilently, start", twice},
+      {false, "> session stopsilently, stop", "'stop' duplicately specified."},
+      {false, "> session stop", "Session write is not in progress."},
+      {false, "> session stopsilently, filename=x", ""},
+      {false, "> session start, Filename=x", "Invalid parameter in session: 'Filename'."},
+      {false, "> session start, START", syntax},
+      {false, "> session start,", syntax},
+      {false, "> session start, filename=" + file + "/x",
+       "File status error: 'Bad Status' - " + file + "/x."},
+      {false, "> session start, filename=" + (folder / "none/x"),
+       "Cannot open file '" + (folder / "none/x") + "': No such file or directory."},
+      {false, "> session start", "Cannot open file '': No such file or directory."},
+      {false, "> session start, mode=append, filename=/dev/full",
+       "Cannot write file '/dev/full': No space left on device."},
+      {true, "> session start", "Session write already in progress."},
+      {true, "> session stop, start", twice},
+      {true, "> session stop, stopsilently", "'stop' duplicately specified."},
+      {true, "> session stop, filename=x", "STOP session cannot take other parameters."},
+      {true, "> session stopsilently, mode=none", "STOP session cannot take other parameters."},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.line);
+    startAfresh();
+    if (row.recording)
+      enter("> session start, mode=overwrite, filename=" + (folder / "s.ksl"));
+    enter(row.line);
+    const auto errors = system->errorList();
+    ASSERT_EQ(errors.size(), row.message.empty() ? 0U : 1U);
+    EXPECT_EQ(errors.empty() ? "" : errors[0].getMessage(), row.message);
+    EXPECT_EQ(isRecording(), row.recording);
+    EXPECT_EQ(contents(), row.recording ? std::string(head) + "\n" : "(none)");
+  }
+}
+
+TEST_F(SessionTest, WritesWholeLinesIndentedAndWrapped)
+{
+  WriteSessionExecutor::setFilePreamble("# made by a test");
+  enter("> session start, filename=" + (folder / "s.ksl"));
+  WriteSessionExecutor::setFilePreamble("");
+  enter("A: a # note\nx = one \\\r\n   two\r\nB: b\n\nEND\nEND\n> delete /A:a");
+  enter("> session start, \\\nfilename=x");  // the second line goes with the first
+  enter(
+      "> autolegend on\n>autolegend\n>autolegends\n> autolegendary\n>session\n> session# c\n  > session "
+      "stop, \\\nx=1\n> "
+      "sessions");
+  enter("A: a\nx = AutoSaveState.qst\nEND");
+  enter("A: a\nx = 1 \\\n> session stop\ny = C:\\ \nEND");
+  enter("A: a\nx = " + std::string(60, 'v') + " and " + std::string(12, 'w') + "\nEND");
+  KSLCoreAPI::instance()->setExternalKslUpdateMode(kslUpdateAtEnd);
+  enter("A: b\nEND");
+  KSLCoreAPI::instance()->getSessionWriter()->terminateSession();
+  KSLCoreAPI::instance()->getSessionWriter()->terminateSession();
+  enter("A: c\nEND");
+  const std::string start = "# Session file started: TIME\n# libORVKSLCore 1.0.0\n\n# made by a test\n";
+  EXPECT_EQ(contents(), start
+                            + "A: a # note\n  x = one two\n  B: b\n\n  END\nEND\n> delete /A:a\n\n"
+                              "\n"
+                              ">autolegends\n> sessions\n\n"
+                              "A: a\n  x = 1 > session stop\n  y = C:\\ \\\n\nEND\n\n"
+                              "A: a\n  x = "
+                            + std::string(60, 'v') + " and \\\n  " + std::string(12, 'w')
+                            + "\nEND\n\nA: b\nEND\n> update\n\n" + foot);
+}
+
+TEST_F(SessionTest, WhatCannotBeReadBackIsToldAtOnce)
+{
+  enter("SESSION:\nEND");
+  enter("> session start, filename=" + (folder / "s.ksl"));
+  EXPECT_EQ(system->errors(), "");
+  enter("A: a # caf\xC3\xA9\nB: b\nx = caf\xC3\xA9 # caf\xC3\xA9\nEND\ny = 1\nEND\n> nothing \xC3\xA9");
+  const std::string before = "warning[8] WriteSessionExecutor::writeSessionKSL: ";
+  const std::string errors = system->errors();
+  EXPECT_EQ(errors.substr(0, errors.rfind('\n')),
+            before + "Value of parameter 'x' of object '/A:a/B:b' cannot be read back.\n" + before
+                + "Line '> nothing \xC3\xA9' cannot be read back.");
+  EXPECT_EQ(contents(),
+            head
+                + std::string("A: a # caf??\n  B: b\n    x = caf\xC3\xA9 # caf??\n  END\n  y = 1\nEND\n"
+                              "> nothing \xC3\xA9\n\n"));
+  startAfresh();
+  enter("SESSION:\nEND");
+  enter("> session start, filename=" + (folder / "caf\xC3\xA9"));
+  EXPECT_EQ(system->errors().find(
+                "warning[8] WriteSessionExecutor::invoke: Value of parameter 'Session Filename' of "
+                "object '/SESSION' cannot be read back."),
+            0U);
+}
+
+// The settings refuse the mode: the file was opened by then.
+TEST_F(SessionTest, AStartThatFailsLateLeavesNoFile)
+{
+  enter("SESSION:\nEND");
+  bool fails = true;
+  system->onNotification = [&fails](int type) {
+    if (type == KSLCoreAPI::updateBegin && std::exchange(fails, false))
+      throw data::error("Host", "update", "no");
+  };
+  const std::string line = "> session start, filename=" + (folder / "s.ksl");
+  enter(line);
+  EXPECT_EQ(system->errors(), "error[4] Host::update: no");
+  EXPECT_FALSE(isRecording());
+  EXPECT_EQ(contents(), "(none)");
+  enter(line);
+  EXPECT_EQ(system->errors(), "");
+  EXPECT_TRUE(isRecording());
+}
+
+TEST_F(SessionTest, TheWriterUnregistersItself)
+{
+  KSLCoreAPI* api = KSLCoreAPI::instance();
+  WriteSessionExecutor* first = api->getSessionWriter();
+  {
+    WriteSessionExecutor second;
+    EXPECT_EQ(api->getSessionWriter(), &second);
+  }
+  EXPECT_EQ(api->getSessionWriter(), nullptr);
+  api->setSessionWriter(first);
+  {
+    WriteSessionExecutor third;
+    api->setSessionWriter(first);
+  }
+  EXPECT_EQ(api->getSessionWriter(), first);
+  auto last = std::make_unique<WriteSessionExecutor>();
+  system.reset();
+  last.reset();
+  EXPECT_EQ(KSLCoreAPI::current(), nullptr) << "not made again";
+}
+
+// A file that may not grow stands for a disk that is full.
+TEST_F(SessionTest, AFullDiskIsToldOnceAndEndsTheRecording)
+{
+  const std::string line = "> session start, mode=append, filename=" + (folder / "s.ksl");
+  enter(line);
+  enter("A: a\nEND");
+  const std::string complete = contents();
+  rlimit former{};
+  getrlimit(RLIMIT_FSIZE, &former);
+  const auto handler = std::signal(SIGXFSZ, SIG_IGN);
+  rlimit limit = former;
+  limit.rlim_cur = std::filesystem::file_size(folder / "s.ksl");
+  setrlimit(RLIMIT_FSIZE, &limit);
+  enter("A: b\nEND");
+  enter("A: c\nEND");
+  setrlimit(RLIMIT_FSIZE, &former);
+  std::signal(SIGXFSZ, handler);
+  EXPECT_EQ(system->errorList(),
+            std::vector{ErrorMsg("ORVStream", "write",
+                                 "Cannot write file '" + (folder / "s.ksl") + "': File too large.", 4)});
+  EXPECT_FALSE(isRecording());
+  EXPECT_EQ(system->state(), "A:a\nEND\nA:b\nEND\nA:c\nEND\n") << "no command is lost";
+  EXPECT_EQ(contents(), complete);
+  enter(line);
+  enter("A: d\nEND");
+  EXPECT_EQ(contents(), complete + head + "A: d\nEND\n\n");
+}
+
+TEST_F(SessionTest, AKilledProcessLeavesEveryCommandWhole)
+{
+  system->registerAction("die", [](const std::vector<std::string>&) { kill(getpid(), SIGKILL); });
+  const std::string longValue(20000, 'v');
+  const std::string last = "A: c\n  B: c\n  END\nEND\n> die\n\n";
+  const pid_t child = fork();
+  if (child == 0) {
+    enter("> session start, filename=" + (folder / "s.ksl"));
+    enter("A: a\nx = " + longValue + "\nEND");
+    enter("A: b\nEND\n> delete /A:none\nA: a\ny = 1\nEND");
+    enter("A: c\nB: c\nEND\nEND\n> die");
+    _exit(0);
+  }
+  int status = 0;
+  waitpid(child, &status, 0);
+  ASSERT_TRUE(WIFSIGNALED(status));
+  const std::string file = contents();
+  ASSERT_TRUE(file.ends_with(last));
+  const std::string whole = file.substr(0, file.size() - last.size());
+
+  folder.write("cut.ksl", whole);
+  enter("> readsession filename=" + (folder / "cut.ksl"));
+  EXPECT_EQ(system->errors(), "");
+  EXPECT_EQ(work(), "A:a\n  x = " + longValue + "\n  y = 1\nEND\nA:b\nEND\n");
+  startAfresh();
+  folder.write("cut.ksl", whole + last.substr(0, last.find("  END")));
+  enter("> readsession filename=" + (folder / "cut.ksl"));
+  EXPECT_EQ(system->errors(), "error[4] KSLInterface::preParseKSL: Not enough END statements in KSL.");
+  EXPECT_EQ(system->state(), "");
+}
+
+}  // namespace
+}  // namespace orv
