@@ -25,12 +25,12 @@
 #include "actions/UpdateExecutor.h"
 #include "actions/WriteSessionExecutor.h"
 #include "actions/WriteStateExecutor.h"
-#include "LoadExecutor.h"
 #include "services/EngineUnitSystemHandler.h"
-#include "services/PreferencesExecutorBase.h"
 #include "services/ExpressionEvaluatorKSLObject.h"
 #include "services/ExpressionsKSLObject.h"
+#include "services/PreferencesExecutorBase.h"
 #include "services/UnitsKSLObject.h"
+#include "LoadExecutor.h"
 
 #include <cstdlib>
 #include <memory>
