@@ -3,6 +3,7 @@
 #include "platform/ORVError.h"
 #include "platform/ORVExpressions.h"
 #include "platform/ORVUnits.h"
+#include "FileActions.h"
 #include "Texts.h"
 
 #include <iostream>
@@ -47,15 +48,12 @@ int EvalCommand::run(const Options& options)
 {
   TextOptions input;
   input.libraries = options.libraries;
-  if (!options.state.empty())
-    input.texts.push_back("> readstate filename=\"" + options.state + "\"");
   // Without its expressions there is no value, and one error is enough.
-  return runWithTexts(input, [&options](const Texts& texts) {
+  return runWithTexts(input, [&options](const Texts&) {
     const ErrorWatch errors;
-    for (const Lines& text : texts)
-      enterText(text);
-    if (errors.hasFailed())
-      return;
-    std::cout << evaluate(options).toString() << '\n';
+    if (!options.state.empty())
+      enterText(loadStateText(options.state));
+    if (!errors.hasFailed())
+      std::cout << evaluate(options).toString() << '\n';
   });
 }

@@ -167,8 +167,7 @@ CLI::App* addEval(CLI::App& app, EvalCommand::Options& options)
       ->type_name("");
   addOption(*eval, "--in", "UNIT", "Show the result in these units",
             [&options](const std::string& units) { options.units = units; });
-  addOption(*eval, "--load", "FILE", "Load this state first, for its named expressions",
-            [&options](const std::string& file) { options.state = file; });
+  addLoad(*eval, options.state);
   return eval;
 }
 

@@ -22,7 +22,7 @@ TEST(Eval, ComputesOneExpression)
 
 TEST(Eval, KnowsTheNamesOfAState)
 {
-  const std::string state = makeFile("a b.qst", "EXPRESSIONS:\n  Head = 2 [m]\n  Total = 3 * Head\nEND\n");
+  const std::string state = makeFile("heads.qst", "EXPRESSIONS:\n  Head = 2 [m]\n  Total = 3 * Head\nEND\n");
   EXPECT_EQ(ksl({"eval", "Total + Head", "--load", state}), (Outcome{0, "8 [m]\n", ""}));
   EXPECT_EQ(ksl({"eval", "Total + Foot", "--load", state}).status, 1);
   const Outcome missing = ksl({"eval", "Head", "--load", state + "x"});
