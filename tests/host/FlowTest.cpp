@@ -5,6 +5,8 @@
 #include "database/ObjectDB.h"
 #include "rules/GenericKSLObject.h"
 #include "rules/SchedulerObject.h"
+#include "services/EngineUnitSystemHandler.h"
+#include "services/UnitsKSLObject.h"
 #include "Process.h"
 #include "tests/support/TestSystem.h"
 
@@ -100,7 +102,12 @@ class FlowTest : public testing::Test {
   }
 
   struct Classes {
-    Classes() { orv::GenericKSLObject::registerBaseType(); }
+    Classes()
+    {
+      orv::GenericKSLObject::registerBaseType();
+      orv::UnitsKSLObject::registerBaseType();
+    }
+    ~Classes() { orv::EngineUnitSystemHandler::destroyInstance(); }
   };
   Classes classes;  // before the rules that name them
   orv::TestSystem system{demoRules()};
