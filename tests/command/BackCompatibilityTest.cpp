@@ -16,6 +16,7 @@ RenamingBackCompatibilityFunctor makeTable()
   table.renameParameter("SLICE", "Distance", "CUT", "Offset");
   table.renameValue("SLICE", "Distance", "near", "1 [mm]");
   table.renameValue("CUT", "Location", "/OLD CUT:main", "Main");
+  table.renameValue("CUT", "Location", "/CUT:side", "Side");
   table.dropParameter("OLD CUT", "Speed");
   table.renameValue("CUT", "Option", "Flat", "Plane");
   table.renameType("PAINTER", "BRUSH");
@@ -40,6 +41,7 @@ TEST(RenamingBackCompatibility, RewritesWhatTheTableNames)
       "Option=Flat",
       "Offset =",
       "Location = /OLD CUT:main",
+      "Location = /OLD CUT:side",
       "Locations = /OLD CUT:a b/PAINTER:c, x/PAINTER:d, \"/OLD CUT:e\", \"see /OLD CUT:e\"",
       "END",
       "Speed = /OLD CUT:f # /OLD CUT:f",
@@ -56,6 +58,7 @@ TEST(RenamingBackCompatibility, RewritesWhatTheTableNames)
                                    "Option=Plane",
                                    "Offset =",
                                    "Location = Main",
+                                   "Location = Side",
                                    "Locations = /CUT:a b/BRUSH:c, x/BRUSH:d, \"/CUT:e\", \"see /OLD CUT:e\"",
                                    "END",
                                    "Speed = /CUT:f # /OLD CUT:f",
@@ -73,9 +76,9 @@ RC_GTEST_PROP(RenamingBackCompatibility, TwiceIsOnceAndTextsOfTodayStand, ())
   const auto line = rc::gen::map(
       rc::gen::container<std::vector<std::string>>(piece),
       [](const std::vector<std::string>& pieces) { return StringUtilities::vectorToString(pieces, ""); });
-  const auto lines = *rc::gen::container<std::vector<std::string>>(
-      rc::gen::oneOf(line, rc::gen::element<std::string>("OLD CUT: a", "SLICE: a", "END", "Dist = near",
-                                                         "Distance = near", "Location = /OLD CUT:main")));
+  const auto lines = *rc::gen::container<std::vector<std::string>>(rc::gen::oneOf(
+      line, rc::gen::element<std::string>("OLD CUT: a", "SLICE: a", "END", "Dist = near", "Distance = near",
+                                          "Location = /OLD CUT:main", "Location = /OLD CUT:side")));
   const std::vector<std::string> once = rewritten(lines);
   RC_ASSERT(rewritten(once) == once);
 }

@@ -5,6 +5,10 @@
 #include "database/ObjectDB.h"
 #include "rules/GenericKSLObject.h"
 #include "rules/SchedulerObject.h"
+#include "services/EngineUnitSystemHandler.h"
+#include "services/ExpressionEvaluatorKSLObject.h"
+#include "services/ExpressionsKSLObject.h"
+#include "services/UnitsKSLObject.h"
 #include "Process.h"
 #include "tests/support/TestSystem.h"
 
@@ -100,7 +104,14 @@ class FlowTest : public testing::Test {
   }
 
   struct Classes {
-    Classes() { orv::GenericKSLObject::registerBaseType(); }
+    Classes()
+    {
+      orv::GenericKSLObject::registerBaseType();
+      orv::UnitsKSLObject::registerBaseType();
+      orv::ExpressionsKSLObject::registerBaseType();
+      orv::ExpressionEvaluatorKSLObject::registerBaseType();
+    }
+    ~Classes() { orv::EngineUnitSystemHandler::destroyInstance(); }
   };
   Classes classes;  // before the rules that name them
   orv::TestSystem system{demoRules()};

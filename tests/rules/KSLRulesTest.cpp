@@ -6,6 +6,8 @@
 #include "database/Category.h"
 #include "database/DataKSLObject.h"
 #include "database/ObjectFactory.h"
+#include "services/ExpressionEvaluatorKSLObject.h"
+#include "services/ExpressionsKSLObject.h"
 #include "services/UnitsKSLObject.h"
 
 #include <cstdlib>
@@ -102,6 +104,8 @@ class KSLRulesTest : public testing::Test {
     ObjectFactory::destroyInstance();
     DataKSLObject::registerBaseType();
     UnitsKSLObject::registerBaseType();
+    ExpressionsKSLObject::registerBaseType();
+    ExpressionEvaluatorKSLObject::registerBaseType();
     ObjectFactory::instance()->registerBaseType("GenericKSLObject", std::make_unique<NotingObject>());
     ObjectFactory::instance()->registerBaseType("Foreign", std::make_unique<ForeignObject>());
     NotingObject::notes.clear();

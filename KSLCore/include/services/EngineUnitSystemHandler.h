@@ -50,7 +50,7 @@ class ORV_API EngineUnitSystemHandler final : public UnitSystemHandler, public O
 
   const std::string& getCurrentUnitSystem() const { return m_settings.system; }
 
-  // O(log quantities). Empty for an unknown one.
+  // Empty for an unknown one.
   std::string getPreferredUnitsForQuantity(const std::string& quantity) const override;
   // Empty for a variable whose dimensions nobody gave, and for a pure number: values are left alone then.
   // The name of a variable that is also one of a quantity settles which one of equal dimension it is.

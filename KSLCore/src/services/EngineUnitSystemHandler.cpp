@@ -271,8 +271,10 @@ void EngineUnitSystemHandler::load(Settings settings, const KSLObject* source)
 
 void EngineUnitSystemHandler::release(const KSLObject* source)
 {
-  if (source && source == m_source)
-    load({}, nullptr);
+  if (!source || source != m_source)
+    return;
+  m_source = nullptr;  // first: it ends, whatever fails below
+  load({}, nullptr);
 }
 
 }  // namespace orv

@@ -77,7 +77,7 @@ bool isProcessingFile()
 {
   const KSLObject* processing = ObjectDB::instance()->getObjectByPath("/FILE PROCESSING");
   const ParamDefinition* mode = processing ? processing->lookUpParam("Processing Mode") : nullptr;
-  return mode && mode->getValue() != "None";
+  return mode && !mode->getValue().empty() && mode->getValue() != "None";
 }
 
 void keep(const std::vector<NameValue>& preferences)
