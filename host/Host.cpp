@@ -26,6 +26,8 @@
 #include "actions/WriteSessionExecutor.h"
 #include "actions/WriteStateExecutor.h"
 #include "services/EngineUnitSystemHandler.h"
+#include "services/ExpressionEvaluatorKSLObject.h"
+#include "services/ExpressionsKSLObject.h"
 #include "services/PreferencesExecutorBase.h"
 #include "services/UnitsKSLObject.h"
 #include "LoadExecutor.h"
@@ -84,6 +86,8 @@ Host::Host(const std::vector<std::string>& libraries)
   orv::DataKSLObject::registerBaseType();
   orv::GenericKSLObject::registerBaseType();
   orv::UnitsKSLObject::registerBaseType();
+  orv::ExpressionsKSLObject::registerBaseType();
+  orv::ExpressionEvaluatorKSLObject::registerBaseType();
   orv::EngineUnitSystemHandler::instance();
   initialize(libraries);
   orv::AdditionalRules rules;

@@ -1,5 +1,6 @@
-// ksl, the command-line host: reads the command line and leaves the rest to RunCommand, GraphCommand and Shell.
+// ksl, the command-line host: reads the command line and leaves the rest to the subcommands.
 #include "platform/ORVUtilities.h"
+#include "EvalCommand.h"
 #include "FileActions.h"
 #include "GraphCommand.h"
 #include "RunCommand.h"
@@ -158,6 +159,18 @@ CLI::App* addGraph(CLI::App& app, GraphCommand::Options& options)
   return graph;
 }
 
+CLI::App* addEval(CLI::App& app, EvalCommand::Options& options)
+{
+  CLI::App* eval = app.add_subcommand("eval", "Compute an expression; one that begins with - goes behind --");
+  eval->add_option("EXPR", options.expression, "Numbers with [units], names, functions; docs/expressions.md")
+      ->required()
+      ->type_name("");
+  addOption(*eval, "--in", "UNIT", "Show the result in these units",
+            [&options](const std::string& units) { options.units = units; });
+  addLoad(*eval, options.state);
+  return eval;
+}
+
 }  // namespace
 
 int main(int argc, char** argv)
@@ -179,11 +192,15 @@ int main(int argc, char** argv)
   addRun(app, runOptions);
   addReplay(app, runOptions);
   const CLI::App* graph = addGraph(app, graphOptions);
+  EvalCommand::Options evalOptions;
+  const CLI::App* eval = addEval(app, evalOptions);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
     return app.exit(error) == 0 ? 0 : wrongUsage;
   }
+  if (eval->parsed())
+    return EvalCommand::run(evalOptions);
   if (app.get_subcommands().empty())
     return Shell::run(shellOptions);
   return graph->parsed() ? GraphCommand::run(graphOptions) : RunCommand(std::move(runOptions)).run();

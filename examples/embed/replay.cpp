@@ -21,6 +21,8 @@
 #include "actions/ReadSessionExecutor.h"
 #include "actions/UpdateExecutor.h"
 #include "services/EngineUnitSystemHandler.h"
+#include "services/ExpressionEvaluatorKSLObject.h"
+#include "services/ExpressionsKSLObject.h"
 #include "services/UnitsKSLObject.h"
 
 #include <iostream>
@@ -91,6 +93,8 @@ void run(const std::string& library, const std::string& session, const std::stri
   orv::DataKSLObject::registerBaseType();
   orv::GenericKSLObject::registerBaseType();
   orv::UnitsKSLObject::registerBaseType();
+  orv::ExpressionsKSLObject::registerBaseType();
+  orv::ExpressionEvaluatorKSLObject::registerBaseType();
   orv::KSLInterface* commands = orv::KSLInterface::instance();
   commands->initialize(library, "");
   orv::AdditionalRules rules;

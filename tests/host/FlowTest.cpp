@@ -6,6 +6,8 @@
 #include "rules/GenericKSLObject.h"
 #include "rules/SchedulerObject.h"
 #include "services/EngineUnitSystemHandler.h"
+#include "services/ExpressionEvaluatorKSLObject.h"
+#include "services/ExpressionsKSLObject.h"
 #include "services/UnitsKSLObject.h"
 #include "Process.h"
 #include "tests/support/TestSystem.h"
@@ -106,6 +108,8 @@ class FlowTest : public testing::Test {
     {
       orv::GenericKSLObject::registerBaseType();
       orv::UnitsKSLObject::registerBaseType();
+      orv::ExpressionsKSLObject::registerBaseType();
+      orv::ExpressionEvaluatorKSLObject::registerBaseType();
     }
     ~Classes() { orv::EngineUnitSystemHandler::destroyInstance(); }
   };

@@ -249,7 +249,7 @@ TEST(Run, ExamplesReadBackFromTheirState)
 {
   Arguments arguments{"run"};
   for (const char* name : {"01-cylinder-study", "02-palettes-and-lamps", "03-probe-sweep", "04-flow-picture",
-                           "05-slices", "06-units"})
+                           "05-slices", "06-units", "07-expressions"})
     arguments.push_back(sourceDir() + "/examples/" + name + ".ksl");
   arguments.push_back("--state");
   const Outcome first = ksl(arguments);

@@ -1,22 +1,29 @@
 #include "platform/ORVExpressions.h"
+#include "platform/ORVUtilities.h"
 
-#include <charconv>
-#include <cmath>
+#include <cstdio>
 #include <cstdlib>
 #include <fstream>
 #include <gtest/gtest.h>
+#include <initializer_list>
+#include <optional>
+#include <random>
 #include <rapidcheck/gtest.h>
+#include <sstream>
 #include <string>
 #include <vector>
 
 namespace orv {
 namespace {
 
-// "value [units]", or "@column reason" of the error.
+// "value [units]", or "@column reason" of the error, or the whole message about a name.
 std::string evaluate(const std::string& text)
 {
   try {
     return ExpressionEvaluator::evalSingleValue(text, "").toString();
+  } catch (const data::notFound& error) {
+    EXPECT_EQ(error.getClassName() + "::" + error.getFunction(), "ExpressionEvaluator::evalSingleValue");
+    return error.getMessage();
   } catch (const data::invalid& error) {
     EXPECT_EQ(error.getClassName(), "ExpressionEvaluator");
     EXPECT_EQ(error.getFunction(), "evalSingleValue");
@@ -95,6 +102,12 @@ TEST(Expressions, Values)
       {"sinh(0) + cosh(0) + tanh(0)", "1"},
       {"log(exp(2))", "2"},
       {"floor(-1.5) * 100 + ceil(-1.5) * 10 + int(1.9)", "-209"},
+      {"1 + 1 < 3", "1"},
+      {"(1 <= 1) + (1 > 1) + (2 >= 1) + (1 [m] == 100 [cm]) + (1 != 1)", "3"},
+      {"if(1 [m] < 20 [cm], 1 [s], 2 [s])", "2 [s]"},
+      {"if(0, 1 / 0, 5) + if(1, 6, sqrt(-1) * 2 + 1e308 * 10)", "11"},
+      {"if(0, 1 [m] / 0, if(1, 2 [m], log(-1) * 3 [m]))", "2 [m]"},
+      {"if(1, 2 [m], (1 [m]) ^ 2 / 0 / 1 [m])", "2 [m]"},
   });
 }
 
@@ -115,10 +128,23 @@ TEST(Expressions, Errors)
       {"1 , 5", "@3 syntax error at ','."},
       {"\xC2\xB5 + 1", "@1 syntax error at '\xC2\xB5'."},
       {"1 [\xC2\xB5m] + \xC2\xB5", "@10 syntax error at '\xC2\xB5'."},
-      {"nan", "@1 unknown name 'nan'."},
-      {"1 + inf", "@5 unknown name 'inf'."},
-      {"Pi", "@1 unknown name 'Pi'."},
-      {"pi(1)", "@1 unknown function 'pi'."},
+      {"nan", "Expression 'nan' depends on a variable 'nan' which does not exist."},
+      {"1 + inf + Pi", "Expression '1 + inf + Pi' depends on a variable 'inf' which does not exist."},
+      {"pi(1)", "Expression 'pi(1)' depends on a function 'pi' which does not exist."},
+      {"1 + Flow Ratio.2_a (1, 2)",
+       "Expression '1 + Flow Ratio.2_a (1, 2)' depends on a function 'Flow Ratio.2_a' which does not exist."},
+      {"Flow  Ratio", "@7 syntax error at 'Ratio'."},
+      {"_a", "@1 syntax error at '_'."},
+      {"1 < 2 < 3", "@7 a comparison of a comparison needs parentheses."},
+      {"1 = 2", "@3 syntax error at '='."},
+      {"1 <", "@4 syntax error, the text ends too early."},
+      {"if(1, 2)", "@1 function 'if' takes 3 argument(s), not 2."},
+      {"if(1, 2 [m], 3 [s] / 0)", "@1 function 'if' cannot take 'm' together with 's'."},
+      {"if(1 [m], 2, 3)", "@1 function 'if' needs a pure number, not 'm'."},
+      {"if(1 / 0, 2, 3)", "@6 division by zero."},
+      {"if(1, 2 + 1 / 0, 3) + 1", "@13 division by zero."},
+      {"1 [m] < 2 [s]", "@7 cannot compare 'm' with 's'."},
+      {"if(1, 2, (1 [m]) ^ (1 / 0))", "@23 division by zero."},
       {"sin", "@1 function 'sin' needs arguments in parentheses."},
       {"1 + sin()", "@5 function 'sin' takes 1 argument(s), not 0."},
       {"mod(1, 2, 3)", "@1 function 'mod' takes 2 argument(s), not 3."},
@@ -178,13 +204,13 @@ TEST(Expressions, NestAsDeepAsAllowed)
   auto signs = [](int n) { return repeat("-", n) + "1"; };
   auto powers = [](int n) { return "1" + repeat("^1", n); };
   for (std::string (*make)(int) : {+groups, +calls, +signs, +powers}) {
-    EXPECT_EQ(evaluate(make(256)), "1");
-    for (int depth : {257, 100000}) {
+    EXPECT_EQ(evaluate(make(1000)), "1");
+    for (int depth : {1001, 100000}) {
       std::string error = evaluate(make(depth));
-      EXPECT_EQ(error.substr(error.find(' ')), " nested more than 256 deep.");
+      EXPECT_EQ(error.substr(error.find(' ')), " nested more than 1000 deep.");
     }
   }
-  EXPECT_EQ(evaluate(repeat("(-1)+", 1000) + "1000"), "0") << "levels that are closed do not count";
+  EXPECT_EQ(evaluate(repeat("(-1)+", 3000) + "3000"), "0") << "levels that are closed do not count";
 }
 
 TEST(Expressions, LongTextsAreFlat)
@@ -194,59 +220,182 @@ TEST(Expressions, LongTextsAreFlat)
   EXPECT_EQ(evaluate("max(0" + repeat(",2,1", 100000) + ")"), "2");
 }
 
-// An expression, its value computed beside it, and how tight its outermost operator binds.
-struct Tree {
-  enum Binding { sum, product, sign, power, primary };
-  std::string text;
-  double value;
-  Binding binding;
+// What a person may type, in the grammar's own words: each choice ends after a few levels.
+std::string randomText(int depth)
+{
+  const auto deeper = [depth] { return randomText(depth - 1); };
+  const auto blank = [] { return *rc::gen::inRange(0, 3) == 0 ? " " : ""; };
+  switch (depth <= 0 ? *rc::gen::inRange(0, 3) : *rc::gen::inRange(0, 9)) {
+    case 0:
+      return StringUtilities::toString(*rc::gen::inRange(0, 400) / 8.0);
+    case 1:
+      return StringUtilities::toString(*rc::gen::inRange(1, 40))
+             + *rc::gen::element<std::string>(" [m]", "[cm]", " [C]", "[ ]", " [degree]");
+    case 2:
+      return *rc::gen::element<std::string>("a", "Flow Ratio", "b_1.x", "pi", "e");
+    case 3:
+      return "(" + deeper() + blank() + ")";
+    case 4:
+      return *rc::gen::element<std::string>("-", "+", "--") + blank() + deeper();
+    case 5:
+      return *rc::gen::element<std::string>("sqrt", "nothing") + "(" + deeper() + ")";
+    case 6:
+      return *rc::gen::element<std::string>("min", "atan2", "no such") + "(" + deeper() + "," + deeper()
+             + ")";
+    case 7:
+      return "(" + deeper() + ")" + *rc::gen::element<std::string>("<", "<=", ">", " >=", "==", "!=") + "("
+             + deeper() + ")";
+    default:
+      return deeper() + blank() + *rc::gen::element<std::string>("+", "-", "*", "/", "^", "^-") + blank()
+             + deeper();
+  }
+}
 
-  std::string atLeast(Binding wanted) const { return binding < wanted ? "(" + text + ")" : text; }
+RC_GTEST_PROP(Expressions, PrintedTextIsTheSameTree, ())
+{
+  ExpressionDef expression(randomText(*rc::gen::inRange(1, 7)));
+  RC_LOG() << expression.getText();
+  try {
+    expression.parse();
+  } catch (const data::invalid&) {
+    RC_DISCARD("a comparison beside a comparison");
+  }
+  ExpressionDef printed(expression.print());
+  RC_LOG() << " printed as " << printed.getText();
+  printed.parse();
+  RC_ASSERT(printed.isSameTree(expression));
+  RC_ASSERT(printed.print() == printed.getText());
+}
+
+TEST(Expressions, PrintingTakesOffWhatIsNotNeeded)
+{
+  const std::pair<const char*, const char*> rows[] = {
+      {"((1)+(2*(3)))-(4-5)", "1 + 2 * 3 - (4 - 5)"},
+      {"(2^3)^2^-(2)", "(2^3)^2^-(2)"},
+      {"(-2)^2 * -(20 [C]) - -3", "(-2)^2 * -(20 [C]) - -3"},
+      {"if((a<b)==(c>1), max(a,(b)), Flow Ratio)", "if((a < b) == (c > 1), max(a, b), Flow Ratio)"},
+  };
+  for (const auto& [text, expected] : rows) {
+    ExpressionDef expression(text);
+    expression.parse();
+    EXPECT_EQ(expression.print(), expected);
+    ExpressionDef other("(" + std::string(expected) + ") + 0");
+    other.parse();
+    EXPECT_FALSE(other.isSameTree(expression)) << text;
+  }
+}
+
+// Texts whose dimensions fit: a length, or a pure number.
+class TextMaker {
+ public:
+  explicit TextMaker(unsigned seed) : m_random(seed) {}
+
+  std::string make(int depth, bool length)
+  {
+    const auto other = [&] { return "(" + make(depth - 1, length) + ")"; };
+    const auto number = [&] { return "(" + make(depth - 1, false) + ")"; };
+    const auto any = [&](bool of) { return "(" + make(depth - 1, of) + ")"; };
+    if (depth <= 0)
+      return leaf(length);
+    switch (pick(length ? 6 : 10)) {
+      case 0:
+        return other() + oneOf({" + ", "-"}) + other();
+      case 1:
+        return oneOf({"min", "max", "mod"}) + "(" + other() + ", " + other() + ")";
+      case 2:
+        return "if(" + number() + oneOf({"<", "<=", ">", ">=", "==", "!="}) + number() + ", " + other() + ", "
+               + other() + ")";
+      case 3:
+        return oneOf({"-", "abs"}) + other();
+      case 4:
+        return number() + " * " + other();
+      case 5:
+        return length ? "sqrt(" + other() + " * " + other() + ")" : other() + "^" + other();
+      case 6: {
+        const bool lengths = pick(2) == 0;
+        return any(lengths) + " / " + any(lengths);
+      }
+      case 7: {
+        const bool lengths = pick(2) == 0;
+        return "atan2(" + any(lengths) + ", " + any(lengths) + ")";
+      }
+      case 8:
+        return oneOf({"sin", "cos", "tan", "atan", "tanh", "int", "exp", "cosh", "sinh"}) + other();
+      default:
+        return oneOf({"asin", "acos", "log", "log10", "sqrt"}) + other();
+    }
+  }
+
+ private:
+  std::size_t pick(std::size_t count) { return m_random() % count; }
+  std::string oneOf(std::initializer_list<const char*> words) { return words.begin()[pick(words.size())]; }
+  std::string leaf(bool length)
+  {
+    const std::string digits = StringUtilities::toString(static_cast<double>(pick(400)) / 16);
+    if (length)
+      return digits + oneOf({" [m]", " [cm]"});
+    return pick(4) == 0 ? oneOf({"pi", "e", "30 [degree]"}) : digits;
+  }
+
+  std::mt19937 m_random;
 };
 
-Tree makeNumber(int eighths)
+std::vector<std::string> linesFromPython(const std::vector<std::string>& texts)
 {
-  char digits[32];
-  auto end = std::to_chars(digits, digits + sizeof digits, eighths / 8.0).ptr;
-  return {std::string(digits, end), eighths / 8.0, Tree::primary};
+  const char* root = std::getenv("KSL_SOURCE_DIR");
+  const std::string input = testing::TempDir() + "expressions.txt";
+  std::ofstream file(input);
+  for (const std::string& text : texts)
+    file << text << '\n';
+  file.close();
+  const std::string command =
+      "python3 '" + std::string(root ? root : ".") + "/tests/tools/evaluate.py' < " + input;
+  FILE* pipe = popen(command.c_str(), "r");
+  std::string output;
+  char buffer[4096];
+  while (const std::size_t count = fread(buffer, 1, sizeof buffer, pipe))
+    output.append(buffer, count);
+  EXPECT_EQ(pclose(pipe), 0);
+  return StringUtilities::stringToVector(output, '\n');
 }
 
-Tree combine(int op, const Tree& a, const Tree& b)
+// What another program computes, to rounding; an error is an error there too.
+TEST(Expressions, AgreeWithAnIndependentEvaluator)
 {
-  switch (op) {
-    case 0:
-      return {a.text + "+" + b.atLeast(Tree::product), a.value + b.value, Tree::sum};
-    case 1:
-      return {a.text + "-" + b.atLeast(Tree::product), a.value - b.value, Tree::sum};
-    case 2:
-      return {a.atLeast(Tree::product) + "*" + b.atLeast(Tree::sign), a.value * b.value, Tree::product};
-    case 3:
-      return {a.atLeast(Tree::product) + " / " + b.atLeast(Tree::sign), a.value / b.value, Tree::product};
-    case 4:
-      return {a.atLeast(Tree::primary) + "^" + b.atLeast(Tree::sign), std::pow(a.value, b.value),
-              Tree::power};
-    case 5:
-      return {"-" + a.atLeast(Tree::sign), -a.value, Tree::sign};
-    default:
-      return {"min(" + a.text + "," + b.text + ")", std::min(a.value, b.value), Tree::primary};
+  TextMaker maker(20261121);
+  std::vector<std::string> texts;
+  for (int i = 0; i < 3000; ++i)
+    texts.push_back(maker.make(i % 6, i % 2 == 0));
+  const std::vector<std::string> answers = linesFromPython(texts);
+  ASSERT_GE(answers.size(), texts.size());
+  int errors = 0;
+  for (std::size_t i = 0; i < texts.size(); ++i) {
+    std::optional<ExpressionValue> value;
+    try {
+      value = ExpressionEvaluator::evaluate(texts[i], "");
+    } catch (const data::invalid&) {}
+    ASSERT_EQ(value.has_value(), answers[i] != "error") << texts[i];
+    errors += !value;
+    if (!value)
+      continue;
+    double number = 0;
+    double exponent = 0;
+    double largest = 0;
+    std::istringstream(answers[i]) >> number >> exponent >> largest;
+    ASSERT_NEAR(value->getNumber(), number, 1e-12 * largest) << texts[i];
+    ASSERT_EQ(value->getDimensions().exponents()[1], exponent) << texts[i];
   }
+  EXPECT_GT(errors, 20);
+  EXPECT_LT(errors, 1500);
 }
 
-RC_GTEST_PROP(Expressions, EqualDirectComputation, ())
+TEST(Expressions, NamesThatCanBeUsed)
 {
-  std::vector<Tree> trees;
-  for (int i = *rc::gen::inRange(2, 20); i > 0; --i)
-    trees.push_back(makeNumber(*rc::gen::inRange(0, 100)));
-  while (trees.size() > 1) {
-    std::size_t at = *rc::gen::inRange<std::size_t>(0, trees.size() - 1);
-    Tree joined = combine(*rc::gen::inRange(0, 7), trees[at], trees[at + 1]);
-    if (!std::isfinite(joined.value))  // errors, which have a test of their own
-      joined = trees[at];
-    trees[at] = joined;
-    trees.erase(trees.begin() + static_cast<std::ptrdiff_t>(at) + 1);
-  }
-  RC_LOG() << trees[0].text;
-  RC_ASSERT(ExpressionEvaluator::evalSingleValue(trees[0].text, "").getValue() == trees[0].value);
+  for (const char* name : {"a", "Flow Ratio", "x.1_b 2", "Pi", "maximum"})
+    EXPECT_TRUE(ExpressionDef::isName(name)) << name;
+  for (const char* name :
+       {"", " a", "a ", "a  b", "1a", "_a", "a-b", "a\tb", "pi", "e", "max", "if", "[m]", "[", "a[m]"})
+    EXPECT_FALSE(ExpressionDef::isName(name)) << name;
 }
 
 }  // namespace

@@ -6,6 +6,8 @@
 #include "database/Category.h"
 #include "database/DataKSLObject.h"
 #include "database/ObjectFactory.h"
+#include "services/ExpressionEvaluatorKSLObject.h"
+#include "services/ExpressionsKSLObject.h"
 #include "services/UnitsKSLObject.h"
 
 #include <cstdlib>
@@ -102,6 +104,8 @@ class KSLRulesTest : public testing::Test {
     ObjectFactory::destroyInstance();
     DataKSLObject::registerBaseType();
     UnitsKSLObject::registerBaseType();
+    ExpressionsKSLObject::registerBaseType();
+    ExpressionEvaluatorKSLObject::registerBaseType();
     ObjectFactory::instance()->registerBaseType("GenericKSLObject", std::make_unique<NotingObject>());
     ObjectFactory::instance()->registerBaseType("Foreign", std::make_unique<ForeignObject>());
     NotingObject::notes.clear();
@@ -442,10 +446,12 @@ TEST_F(KSLRulesTest, TheDemoLibraryHoldsWhatTheActionsRelyOn)
                                                 {"Save State Mode", "Overwrite"},
                                                 {"Save State Objects", ""},
                                                 {"State Filename", ""}}));
-  EXPECT_EQ(factory.getTypesByCategory("deletable"),
-            (std::vector<std::string>{"ARROW", "BAND", "CAPTION", "CUT", "LAMP", "LEVEL SURFACE", "PALETTE",
-                                      "PROBE", "SHOT", "STREAMLINES"}));
-  EXPECT_EQ(factory.getTypesByCategory("application-object"), std::vector<std::string>{"SELECTION FRAME"});
+  EXPECT_EQ(
+      factory.getTypesByCategory("deletable"),
+      (std::vector<std::string>{"ARROW", "BAND", "CAPTION", "CUT", "EXPRESSION EVALUATOR", "EXPRESSIONS",
+                                "LAMP", "LEVEL SURFACE", "PALETTE", "PROBE", "SHOT", "STREAMLINES"}));
+  EXPECT_EQ(factory.getTypesByCategory("application-object"),
+            (std::vector<std::string>{"EXPRESSION PREVIEW", "SELECTION FRAME"}));
 }
 
 }  // namespace

@@ -188,12 +188,12 @@ TEST_F(ReferenceTest, BatchesJudgeAtTheirEnd)
 // Every word is a name: of a variable, with "@" of a location, with "()" of a function.
 class WordNames : public ExpressionNames {
  public:
-  Uses namesIn(const ExpressionDef& expression) const override
+  Uses namesIn(const KSLObject&, const ParamDefinition&, const std::string& text) const override
   {
     Uses uses;
-    for (const std::string& word : StringUtilities::stringToVector(expression.getText(), ' ')) {
+    for (const std::string& word : StringUtilities::stringToVector(text, ' ')) {
       if (word == "local")
-        uses.localVariable = true;
+        uses.locals.push_back(word);
       else if (word.front() == '@')
         uses.locations.push_back(word.substr(1));
       else if (word.back() == ')')

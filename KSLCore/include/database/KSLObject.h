@@ -160,17 +160,18 @@ class ORV_API KSLObject {
   std::map<std::string, std::string> getInternalParams(UnitSystemTypes::UnitsType units,
                                                        bool difference) const;
 
-  // Reads of a parameter; throw as getParam and as the reads of ParamDefinition, and take no memory.
+  // Reads of a parameter; throw as getParam and as the reads of ParamDefinition, and take no memory. In
+  // expressions, names may stand for other parameters of this object.
   const std::string& getValue(const std::string& name) const { return readParam(name).getValue(); }
-  int getIntValue(const std::string& name) const { return readParam(name).getIntValue(); }
-  float getFloatValue(const std::string& name) const { return readParam(name).getFloatValue(); }
+  int getIntValue(const std::string& name) const;
+  float getFloatValue(const std::string& name) const;
   float getFloatValue(const std::string& name, const std::string& units) const;
-  Quantity getQuantityValue(const std::string& name) const { return readParam(name).getQuantityValue(); }
+  Quantity getQuantityValue(const std::string& name) const;
   TripletBase<float> getTripletValue(const std::string& name) const;
   TripletBase<float> getTripletValue(const std::string& name, const std::string& units) const;
   bool getBoolValue(const std::string& name) const { return readParam(name).getBoolValue(); }
-  std::vector<int> getIntArray(const std::string& name) const { return readParam(name).getIntArray(); }
-  std::vector<float> getFloatArray(const std::string& name) const { return readParam(name).getFloatArray(); }
+  std::vector<int> getIntArray(const std::string& name) const;
+  std::vector<float> getFloatArray(const std::string& name) const;
   std::vector<float> getFloatArray(const std::string& name, const std::string& units) const;
 
   // ---- Observation

@@ -2,7 +2,6 @@
 #pragma once
 
 #include "platform/ORVExport.h"
-#include "platform/ORVExpressions.h"
 
 #include <string>
 #include <vector>
@@ -10,27 +9,36 @@
 namespace orv {
 
 class KSLObject;
+class ParamDefinition;
 
 // Tells objects that compute which names an expression uses and what they stand for. The expressions service
-// implements and installs it; until then parameters of the type "Expression" depend on nothing.
+// implements and installs it; until then expressions depend on nothing.
 class ORV_API ExpressionNames {
  public:
   struct Uses {
     std::vector<std::string> variables;
     std::vector<std::string> locations;
     std::vector<std::string> functions;
-    bool localVariable = false;  // the expression uses a variable of its own object
+    // Other parameters of the object itself that stand in, directly or in one another's texts; what their texts
+    // use is in the lists above.
+    std::vector<std::string> locals;
   };
   // What a variable's name stands for.
   struct Variable {
     KSLObject* object = nullptr;  // null when there is none of that name
     bool isVariable = false;      // the object is of a kind that can be used as a variable
+    // The object's scheduler that a change of the variable marks; empty for the one that the parameter's rules
+    // name.
+    std::string scheduler = {};
+    bool marks = true;  // false: a change marks nothing, so there is nothing to link to
   };
 
   virtual ~ExpressionNames();
 
-  // The names in an expression, in the order of first appearance.
-  virtual Uses namesIn(const ExpressionDef& expression) const = 0;
+  // The names in a text, each once, in the order of first appearance; none of a text that cannot be read. The
+  // parameter of the object is where the text stands or is about to; it may still hold another.
+  virtual Uses namesIn(const KSLObject& object, const ParamDefinition& param,
+                       const std::string& text) const = 0;
   // What a name stands for, seen from the object that holds the expression. Locations and functions are null
   // when there are none of that name.
   virtual Variable findVariable(const KSLObject& from, const std::string& name) const = 0;

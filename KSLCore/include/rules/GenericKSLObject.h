@@ -31,7 +31,9 @@ struct SchedulerTypes;
 // changes, else at the next update; it is an error if it does not exist then, unless the whole text is the
 // parameter's default, which waits for as long as it takes.
 //
-// A parameter of the type "Expression" refers to what its expression uses; see ExpressionNames.
+// Expressions. A parameter of the type "Expression", and an external one of the types "Real", "Real Triplet", "Real
+// List", "Integer", "Integer List" and "Quantity" that has no Remote Type, refers to what its text uses; see
+// ExpressionNames. Where it uses another parameter of the same object, setting that one marks both.
 //
 // Setting a parameter marks the scheduler of its Local Type, and what is downstream, as pending. What
 // calculations set is recomputed rather than undone: keep such parameters internal.
@@ -118,6 +120,11 @@ class ORV_API GenericKSLObject : public DataKSLObject, public SchedulerOwner {
   // classes call it in their clone().
   virtual void copyInternals(GenericKSLObject* target) const;
 
+  // To be called while a scheduler ends that is not among getSchedulers(): those that it leads to are told.
+  void tellTargetGone(const SchedulerObject& scheduler) const;
+  // A line of getSchedulerInfo().
+  static std::string schedulerInfo(const SchedulerObject& scheduler);
+
  private:
   friend class LinkBatch;
   friend class LinkChange;
@@ -133,10 +140,14 @@ class ORV_API GenericKSLObject : public DataKSLObject, public SchedulerOwner {
   SchedulerTypes& writableTypes();
   void setLocalPending(const ParamDefinition& param);
 
+  // Whether a text may ask for links, or the one before has.
+  bool mayLink(const ParamDefinition& param, const std::string& text) const;
+  void wakeLocalUsers(const std::string& used);
   // Finds what a text refers to.
   Targets makeParentLinks(const ParamDefinition& param, const std::string& text, Judgement judgement) const;
   void findReferences(const ParamDefinition& param, const std::string& text, Targets& targets) const;
-  void addTarget(const ParamDefinition& param, KSLObject* target, Targets& targets) const;
+  void addTarget(const ParamDefinition& param, KSLObject* target, Targets& targets,
+                 const std::string& scheduler = {}, bool marks = true) const;
   void makeVariableLinks(const ParamDefinition& param, const std::string& text, Targets& targets) const;
   void makeLocatorLinks(const ParamDefinition& param, const std::string& text, Targets& targets) const;
   bool relink(const ParamDefinition& param);

@@ -76,7 +76,8 @@ void reportOne(const KSLObject& top, const Dependent& dependent, DependentUpdate
 {
   const KSLObject* holder = ObjectDB::instance()->getObjectByPath(dependent.getObjPath());
   const ParamDefinition* param = holder ? holder->lookUpParam(dependent.getParamName()) : nullptr;
-  if (!param || param->typeIs("Expression"))  // an expression does not survive without one of its names
+  // An expression does not survive without one of its names; any other parameter here is a reference.
+  if (!param || param->typeIs("Expression") || param->getRemoteType().empty())
     return;
   updates.setGoing(top.getPath(), dependent.getObjPath(), *param,
                    [&] { return referencesOf(top, *holder, *param); });

@@ -3,6 +3,7 @@
 #include "platform/ORVError.h"
 #include "platform/ORVException.h"
 #include "database/DependentReferences.h"
+#include "database/EvaluatingObject.h"
 #include "database/NullParentChildInfo.h"
 #include "database/ObjectChangeNotify.h"
 #include "database/ObjectDB.h"
@@ -368,24 +369,55 @@ std::map<std::string, std::string> KSLObject::getInternalParams(UnitSystemTypes:
   return PreferredUnits::valuesOf(*this, internalParams, units, difference);
 }
 
+int KSLObject::getIntValue(const std::string& name) const
+{
+  const EvaluatingObject scope(this);
+  return readParam(name).getIntValue();
+}
+
+std::vector<int> KSLObject::getIntArray(const std::string& name) const
+{
+  const EvaluatingObject scope(this);
+  return readParam(name).getIntArray();
+}
+
+Quantity KSLObject::getQuantityValue(const std::string& name) const
+{
+  const EvaluatingObject scope(this);
+  return readParam(name).getQuantityValue();
+}
+
+float KSLObject::getFloatValue(const std::string& name) const
+{
+  return getFloatValue(name, {});
+}
+
 float KSLObject::getFloatValue(const std::string& name, const std::string& units) const
 {
+  const EvaluatingObject scope(this);
   return readParam(name).getFloatValue(units);
 }
 
-TripletBase<float> KSLObject::getTripletValue(const std::string& name) const
+std::vector<float> KSLObject::getFloatArray(const std::string& name) const
 {
-  return readParam(name).getTripletValue();
-}
-
-TripletBase<float> KSLObject::getTripletValue(const std::string& name, const std::string& units) const
-{
-  return readParam(name).getTripletValue(units);
+  return getFloatArray(name, {});
 }
 
 std::vector<float> KSLObject::getFloatArray(const std::string& name, const std::string& units) const
 {
+  const EvaluatingObject scope(this);
   return readParam(name).getFloatArray(units);
+}
+
+TripletBase<float> KSLObject::getTripletValue(const std::string& name) const
+{
+  return getTripletValue(name, {});
+}
+
+TripletBase<float> KSLObject::getTripletValue(const std::string& name, const std::string& units) const
+{
+  const EvaluatingObject scope(this);
+  return readParam(name).getTripletValue(units);
 }
 
 void KSLObject::copyInternals(KSLObject* target) const

@@ -315,14 +315,19 @@ void writeList(std::ostream& out, const char* name, const std::vector<std::strin
 
 }  // namespace
 
+std::string GenericKSLObject::schedulerInfo(const SchedulerObject& scheduler)
+{
+  std::string text = "  " + scheduler.getType();
+  text.append(scheduler.isPending() ? ": pending" : ": clean");
+  text.append("; parents: ").append(edgesText(scheduler.getParents()));
+  return text.append("; children: ").append(edgesText(scheduler.getChildren())).append("\n");
+}
+
 std::string GenericKSLObject::getSchedulerInfo() const
 {
   std::string text = DataKSLObject::getSchedulerInfo();
-  for (const SchedulerObject& scheduler : m_schedulers) {
-    text.append("  ").append(scheduler.getType()).append(scheduler.isPending() ? ": pending" : ": clean");
-    text.append("; parents: ").append(edgesText(scheduler.getParents()));
-    text.append("; children: ").append(edgesText(scheduler.getChildren())).append("\n");
-  }
+  for (const SchedulerObject& scheduler : m_schedulers)
+    text += schedulerInfo(scheduler);
   return text;
 }
 

@@ -13,7 +13,10 @@
 #include "rules/ReferenceLinks.h"
 
 #include <algorithm>
-#include <unordered_set>
+#include <cctype>
+#include <iterator>
+#include <set>
+#include <string_view>
 #include <utility>
 
 namespace orv {
@@ -24,23 +27,39 @@ constexpr const char* className = "GenericKSLObject";
 
 const ExpressionNames* s_expressionNames = nullptr;
 
+constexpr std::string_view numberTypes[] = {"Real",    "Real Triplet", "Real List",
+                                            "Integer", "Integer List", "Quantity"};
+
+bool isNumber(const ParamDefinition& param)
+{
+  return !param.isInternal() && param.getRemoteType().empty()
+         && std::find(std::begin(numberTypes), std::end(numberTypes), param.getType())
+                != std::end(numberTypes);
+}
+
+// Who is of no such type refers to objects, if to anything.
 bool isExpression(const ParamDefinition& param)
 {
-  return param.typeIs("Expression");
+  return param.typeIs("Expression") || isNumber(param);
 }
 
-// True when the text of the parameter may ask for links.
-bool mayLink(const ParamDefinition& param)
+bool isLetter(char c)
 {
-  return isExpression(param) ? s_expressionNames != nullptr : !param.getRemoteType().empty();
+  return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
 }
 
-void dropDoubles(std::vector<KSLObject*>& objects)
+// False only for texts that are surely numbers, with units or without: most are, and cost no more than this.
+bool mayHoldNames(std::string_view text)
 {
-  if (objects.size() < 2)
-    return;
-  std::unordered_set<const KSLObject*> seen;
-  std::erase_if(objects, [&seen](const KSLObject* object) { return !seen.insert(object).second; });
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    if (text[i] == '[')
+      i = std::min(text.find(']', i), text.size() - 1);
+    const bool isExponent = (text[i] | 0x20) == 'e' && i > 0
+                            && (text[i - 1] == '.' || std::isdigit(static_cast<unsigned char>(text[i - 1])));
+    if (isLetter(text[i]) && !isExponent)
+      return true;
+  }
+  return false;
 }
 
 }  // namespace
@@ -61,6 +80,29 @@ const ExpressionNames* ExpressionNames::install(const ExpressionNames* names) no
 
 // --------------------------------------------------------------------------------------------------------- setting
 
+bool GenericKSLObject::mayLink(const ParamDefinition& param, const std::string& text) const
+{
+  if (!param.getRemoteType().empty() && !param.typeIs("Expression"))
+    return true;
+  if (!s_expressionNames || !isExpression(param))
+    return false;
+  return param.typeIs("Expression") || mayHoldNames(text) || (m_links && m_links->knows(param.getName()));
+}
+
+// What stands for the parameter elsewhere in this object is computed from it, and depends on what it uses.
+void GenericKSLObject::wakeLocalUsers(const std::string& used)
+{
+  if (!m_links)
+    return;
+  for (const ReferenceLinks::LocalUse& use : m_links->localUses()) {
+    const ParamDefinition* user = use.used == used ? lookUpParam(use.user) : nullptr;
+    if (!user)
+      continue;
+    m_links->delay(use.user);
+    setLocalPending(*user);
+  }
+}
+
 // What can fail comes before the value is stored.
 std::string GenericKSLObject::setValueInternal(ParamDefinition* param, const std::string& value)
 {
@@ -70,7 +112,7 @@ std::string GenericKSLObject::setValueInternal(ParamDefinition* param, const std
   if (inBatch)
     LinkBatch::noteOf(*this);
   std::string old;
-  if (mayLink(*param)) {
+  if (mayLink(*param, value)) {
     LinkChange change(*this, *param,
                       makeParentLinks(*param, value, inBatch ? Judgement::later : Judgement::atOnce));
     old = DataKSLObject::setValueInternal(param, value);
@@ -81,6 +123,7 @@ std::string GenericKSLObject::setValueInternal(ParamDefinition* param, const std
     old = DataKSLObject::setValueInternal(param, value);
   }
   setLocalPending(*param);
+  wakeLocalUsers(param->getName());
   return old;
 }
 
@@ -88,7 +131,7 @@ std::string GenericKSLObject::setValueWithoutPending(const std::string& name, co
 {
   std::string old = DataKSLObject::setValueWithoutPending(name, value);
   const ParamDefinition* param = lookUpParam(name);
-  if (param && mayLink(*param) && !getName().empty())
+  if (param && mayLink(*param, value) && !getName().empty())
     links().delay(name);
   return old;
 }
@@ -102,14 +145,26 @@ GenericKSLObject::Targets GenericKSLObject::makeParentLinks(const ParamDefinitio
   Targets targets;
   targets.judgement = judgement;
   targets.mayMiss = text == param.getDefaultValue() || (m_links && m_links->isForgiven(param.getName()));
-  if (isExpression(param)) {
+  if (isExpression(param) && param.getAllowedValues().contains(text)) {
+    // a keyword names nothing
+  } else if (isExpression(param)) {
     makeVariableLinks(param, text, targets);
     makeLocatorLinks(param, text, targets);
   } else {
     findReferences(param, text, targets);
   }
-  dropDoubles(targets.objects);
+  targets.dropDoubles();
   return targets;
+}
+
+void GenericKSLObject::Targets::dropDoubles()
+{
+  if (list.size() < 2)
+    return;
+  std::set<std::pair<const KSLObject*, std::string>> seen;
+  std::erase_if(list, [&seen](const Target& target) {
+    return !seen.emplace(target.object, target.scheduler.str()).second;
+  });
 }
 
 template <class MakeError>
@@ -122,18 +177,20 @@ void GenericKSLObject::Targets::refuse(bool missing, MakeError makeError)
   waits = true;
 }
 
-void GenericKSLObject::addTarget(const ParamDefinition& param, KSLObject* target, Targets& targets) const
+void GenericKSLObject::addTarget(const ParamDefinition& param, KSLObject* target, Targets& targets,
+                                 const std::string& scheduler, bool marks) const
 {
   const std::string& type = ReferenceLinks::remoteTypeOf(*param.getRules());
   const auto* computing = dynamic_cast<const GenericKSLObject*>(target);
-  if (findSchedulerObject(param.getLocalType()) && (!computing || !computing->findSchedulerObject(type)))
+  if (scheduler.empty() && marks && findSchedulerObject(param.getLocalType())
+      && (!computing || !computing->findSchedulerObject(type)))
     return targets.refuse(false, [&] {
       return data::invalid(className, "makeParentLinks",
                            _("Cannot connect parameter %s to object %s(it does not have Scheduler type %s).",
                              param.getName(), target->getPath(), type));
     });
   if (!target->getPath().empty())  // the root keeps no dependents
-    targets.objects.push_back(target);
+    targets.list.push_back({target, SharedText(scheduler), marks});
 }
 
 void GenericKSLObject::findReferences(const ParamDefinition& param, const std::string& text,
@@ -170,13 +227,13 @@ void GenericKSLObject::makeVariableLinks(const ParamDefinition& param, const std
     targets.refuse(true,
                    [&] { return data::notFound(className, "makeVariableLinks", _(format, text, name)); });
   };
-  const ExpressionNames::Uses uses = names.namesIn(ExpressionDef(text));
+  ExpressionNames::Uses uses = names.namesIn(*this, param, text);
   for (const std::string& name : uses.variables) {
     const ExpressionNames::Variable variable = names.findVariable(*this, name);
     if (!variable.object)
       missing("Expression '%s' depends on a variable '%s' which does not exist.", name);
     else if (variable.isVariable)
-      addTarget(param, variable.object, targets);
+      addTarget(param, variable.object, targets, variable.scheduler, variable.marks);
     else
       targets.refuse(false, [&] {
         return data::invalid(className, "makeVariableLinks",
@@ -189,13 +246,13 @@ void GenericKSLObject::makeVariableLinks(const ParamDefinition& param, const std
     else
       missing("Expression '%s' depends on a function '%s' which does not exist.", name);
   }
-  targets.localVariable = uses.localVariable;
+  targets.locals = std::move(uses.locals);
 }
 
 void GenericKSLObject::makeLocatorLinks(const ParamDefinition& param, const std::string& text,
                                         Targets& targets) const
 {
-  for (const std::string& name : s_expressionNames->namesIn(ExpressionDef(text)).locations) {
+  for (const std::string& name : s_expressionNames->namesIn(*this, param, text).locations) {
     if (KSLObject* location = s_expressionNames->findLocation(*this, name)) {
       addTarget(param, location, targets);
       continue;
@@ -226,7 +283,7 @@ const std::vector<std::string>& GenericKSLObject::getDelayedParams() const
 void GenericKSLObject::delayDefaults()
 {
   forEachParam([this](const ParamDefinition& param) {
-    if (mayLink(param) && !param.getValue().empty())
+    if (!param.getValue().empty() && mayLink(param, param.getValue()))
       links().delay(param.getName());
   });
 }
@@ -268,14 +325,18 @@ void GenericKSLObject::forgetLinks()
 
 void GenericKSLObject::tellTargetGone() const
 {
+  for (const SchedulerObject& scheduler : m_schedulers)
+    tellTargetGone(scheduler);
+}
+
+void GenericKSLObject::tellTargetGone(const SchedulerObject& scheduler) const
+{
   if (!ObjectDB::current())
     return;
-  for (const SchedulerObject& scheduler : m_schedulers) {
-    for (const LinkMap::Entry& edge : scheduler.getChildren()) {
-      auto* dependent = dynamic_cast<GenericKSLObject*>(edge.first->getKSLObject());
-      if (dependent && dependent != this)
-        dependent->noteTargetGone();
-    }
+  for (const LinkMap::Entry& edge : scheduler.getChildren()) {
+    auto* dependent = dynamic_cast<GenericKSLObject*>(edge.first->getKSLObject());
+    if (dependent && dependent != this)
+      dependent->noteTargetGone();
   }
 }
 

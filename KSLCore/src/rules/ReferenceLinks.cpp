@@ -5,6 +5,7 @@
 #include "rules/LinkBatch.h"
 
 #include <algorithm>
+#include <functional>
 #include <utility>
 
 namespace orv {
@@ -22,6 +23,13 @@ ReferenceLinks::OfParam* ReferenceLinks::find(const std::string& param)
 {
   const auto found = at(param);
   return found != m_params.end() && found->rules->name == param ? &*found : nullptr;
+}
+
+bool ReferenceLinks::knows(const std::string& param)
+{
+  return find(param) || std::binary_search(m_delayed.begin(), m_delayed.end(), param)
+         || std::any_of(m_localUses.begin(), m_localUses.end(),
+                        [&param](const LocalUse& use) { return use.user == param; });
 }
 
 bool ReferenceLinks::delay(const std::string& param)
@@ -110,17 +118,21 @@ const std::string& ReferenceLinks::remoteTypeOf(const ParamDefinition::Rules& ru
   return rules.remoteType.empty() ? rules.localType : rules.remoteType;
 }
 
+SchedulerObject* ReferenceLinks::schedulerOf(KSLObject& target, const ParamDefinition::Rules& rules,
+                                             const SharedText& type)
+{
+  return type.empty() ? static_cast<GenericKSLObject&>(target).findSchedulerObject(remoteTypeOf(rules))
+                      : target.getSchedulerObject(type.str());
+}
+
 void ReferenceLinks::end(GenericKSLObject& object, const ParamDefinition::Rules& rules, const Link& link,
                          bool dependentStays)
 {
   KSLObject* target = targetOf(link);
   if (!target)
     return;
-  if (link.scheduled) {
-    SchedulerObject* parent =
-        static_cast<GenericKSLObject*>(target)->findSchedulerObject(remoteTypeOf(rules));
-    parent->deleteChild(object.findSchedulerObject(rules.localType));
-  }
+  if (link.scheduled)
+    schedulerOf(*target, rules, link.scheduler)->deleteChild(object.findSchedulerObject(rules.localType));
   if (dependentStays)
     return;
   if (const ParamDefinition* param = object.lookUpParam(rules.name))
@@ -157,38 +169,52 @@ bool LinkChange::isAsRecorded() const
   const ReferenceLinks::OfParam* known =
       m_object.m_links ? m_object.m_links->find(m_param.getName()) : nullptr;
   if (!known)
-    return m_targets.objects.empty();
-  const auto isSame = [this](const Link& link, const KSLObject* target) {
-    return link.path == target->getPath() && link.serial == ReferenceLinks::serialOf(*target)
-           && link.scheduled == (m_child != nullptr);
+    return m_targets.list.empty();
+  const auto isSame = [this](const Link& link, const GenericKSLObject::Targets::Target& target) {
+    return link.path == target.object->getPath() && link.serial == ReferenceLinks::serialOf(*target.object)
+           && link.scheduler == target.scheduler.str() && link.scheduled == (m_child && target.marks);
   };
-  return std::equal(known->links.begin(), known->links.end(), m_targets.objects.begin(),
-                    m_targets.objects.end(), isSame);
+  return std::equal(known->links.begin(), known->links.end(), m_targets.list.begin(), m_targets.list.end(),
+                    isSame);
 }
 
 void LinkChange::make()
 {
   if (!m_idle) {
     m_object.links().prepare(m_param);
-    m_links.reserve(m_targets.objects.size());
-    m_newDependent.reserve(m_targets.objects.size());
-    for (KSLObject* target : m_targets.objects)
-      makeLink(*target);
+    m_links.reserve(m_targets.list.size());
+    m_newDependent.reserve(m_targets.list.size());
+    for (const GenericKSLObject::Targets::Target& target : m_targets.list)
+      makeLink(target);
   }
+  noteLocals();
   if (m_targets.waits)
     m_newlyDelayed = m_object.links().delay(m_param.getName());
 }
 
-void LinkChange::makeLink(KSLObject& target)
+void LinkChange::makeLink(const GenericKSLObject::Targets::Target& to)
 {
-  m_links.push_back({target.getPath(), ReferenceLinks::serialOf(target), false});
+  KSLObject& target = *to.object;
+  m_links.push_back({target.getPath(), ReferenceLinks::serialOf(target), to.scheduler, false});
   m_newDependent.push_back(false);
   const std::size_t before = target.getDependents().size();
   target.addDependent(&m_object, &m_param);
   m_newDependent.back() = target.getDependents().size() != before;
-  if (m_child)
-    m_links.back().scheduled = linkSchedulers(*static_cast<GenericKSLObject&>(target).findSchedulerObject(
-        ReferenceLinks::remoteTypeOf(*m_param.getRules())));
+  if (m_child && to.marks)
+    m_links.back().scheduled =
+        linkSchedulers(*ReferenceLinks::schedulerOf(target, *m_param.getRules(), to.scheduler));
+}
+
+void LinkChange::noteLocals()
+{
+  const std::string& name = m_param.getName();
+  if (m_object.m_links)
+    m_localUses = m_object.m_links->localUses();
+  std::erase_if(m_localUses, [&name](const auto& use) { return use.user == name; });
+  for (std::string& local : m_targets.locals)
+    m_localUses.push_back({std::move(local), name});
+  if (!m_localUses.empty())
+    m_object.links();  // so that there is a place for them
 }
 
 // A scheduler that updates its children takes no new ones; such a link is made by a later update.
@@ -222,7 +248,9 @@ void LinkChange::commit() noexcept
   m_committed = true;
   if (!m_targets.waits && m_object.m_links)
     m_object.m_links->settle(m_param.getName());
-  if (m_targets.localVariable)
+  if (m_object.m_links)
+    m_object.m_links->localUses().swap(m_localUses);
+  if (!m_targets.locals.empty())
     markLocalVariable();
   if (m_idle)
     return;
@@ -230,10 +258,12 @@ void LinkChange::commit() noexcept
     LinkBatch::linkInNext(m_object);
   m_changed = m_links != m_object.m_links->find(m_param.getName())->links;
   m_object.m_links->replace(m_param, m_links);  // m_links are the old ones now
-  std::sort(m_targets.objects.begin(), m_targets.objects.end());
+  const auto isBefore = [](const auto& a, const auto& b) { return std::less<>()(a.object, b.object); };
+  std::sort(m_targets.list.begin(), m_targets.list.end(), isBefore);
   for (const Link& link : m_links)
-    end(link, std::binary_search(m_targets.objects.begin(), m_targets.objects.end(),
-                                 ReferenceLinks::targetOf(link)));
+    end(link, std::binary_search(m_targets.list.begin(), m_targets.list.end(),
+                                 GenericKSLObject::Targets::Target{ReferenceLinks::targetOf(link), {}, true},
+                                 isBefore));
 }
 
 // The category may not be registered.

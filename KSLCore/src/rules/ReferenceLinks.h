@@ -20,14 +20,24 @@ enum class GenericKSLObject::Judgement {
   final    // every fault is an error, except a missing one in a default value
 };
 
-// What a text refers to: distinct objects in the order of the text.
+// What a text refers to, each once, in the order of the text.
 struct GenericKSLObject::Targets {
-  std::vector<KSLObject*> objects;
+  struct Target {
+    KSLObject* object;
+    SharedText scheduler;  // of the object; empty: the one that the parameter's rules name
+    bool marks;            // false: there is no scheduler to link to
+    bool operator==(const Target& other) const
+    {
+      return object == other.object && scheduler == other.scheduler.str() && marks == other.marks;
+    }
+  };
+  std::vector<Target> list;
+  std::vector<std::string> locals;  // other parameters of the object that an expression uses
   Judgement judgement = Judgement::atOnce;
   bool mayMiss = false;  // a missing target is no error: the text is the default, or the target was deleted
   bool waits = false;    // something is missing, or was refused for now
-  bool localVariable = false;  // an expression that uses a variable of its own object
 
+  void dropDoubles();
   // Notes a fault: the parameter waits, or the error is thrown.
   template <class MakeError>
   void refuse(bool missing, MakeError makeError);
@@ -40,9 +50,15 @@ class ReferenceLinks {
   struct Link {
     std::string path;
     std::uint64_t serial;  // 0 for an object that has no schedulers
+    SharedText scheduler;  // of the target; empty: the one that the parameter's rules name
     bool scheduled;        // the schedulers were linked
 
     bool operator==(const Link&) const = default;
+  };
+  // An expression in the parameter `user` uses the object's own parameter `used`.
+  struct LocalUse {
+    std::string used;
+    std::string user;
   };
   struct OfParam {
     refcnt_ptr<const ParamDefinition::Rules> rules;
@@ -57,11 +73,14 @@ class ReferenceLinks {
 
   // Null when the parameter has made none.
   OfParam* find(const std::string& param);
+  // Whether the parameter has made any, or uses others of the object, or waits.
+  bool knows(const std::string& param);
   // Room for a parameter's links, so that `replace` needs none.
   void prepare(const ParamDefinition& param);
   void replace(const ParamDefinition& param, std::vector<Link>& links) noexcept;
 
   const std::vector<OfParam>& params() const { return m_params; }
+  std::vector<LocalUse>& localUses() { return m_localUses; }
   // `behind` the back of the changes: a calculation deleted a target. What names it then waits without an error
   // until it is set again, for no command could mend it.
   void noteTargetGone(bool behind)
@@ -79,6 +98,9 @@ class ReferenceLinks {
   static std::uint64_t serialOf(const KSLObject& object);
   // Of the schedulers that a parameter links from.
   static const std::string& remoteTypeOf(const ParamDefinition::Rules& rules);
+  // Where a link begins. REQUIRES: the scheduler is there.
+  static SchedulerObject* schedulerOf(KSLObject& target, const ParamDefinition::Rules& rules,
+                                      const SharedText& type);
   // Ends a link of the object; nothing when its target is gone.
   static void end(GenericKSLObject& object, const ParamDefinition::Rules& rules, const Link& link,
                   bool dependentStays);
@@ -89,6 +111,7 @@ class ReferenceLinks {
   std::vector<OfParam> m_params;        // sorted by name
   std::vector<std::string> m_delayed;   // sorted
   std::vector<std::string> m_forgiven;  // a few
+  std::vector<LocalUse> m_localUses;    // a few
   bool m_targetsGone = false;
   bool m_goneBehind = false;
 };
@@ -110,8 +133,9 @@ class LinkChange {
   using Link = ReferenceLinks::Link;
   bool isAsRecorded() const;
   void make();
-  void makeLink(KSLObject& target);
+  void makeLink(const GenericKSLObject::Targets::Target& target);
   bool linkSchedulers(SchedulerObject& parent);
+  void noteLocals();
   void takeBack() noexcept;
   void markLocalVariable() noexcept;
   void end(const Link& link, bool dependentStays) noexcept;
@@ -119,10 +143,11 @@ class LinkChange {
   GenericKSLObject& m_object;
   const ParamDefinition& m_param;
   GenericKSLObject::Targets m_targets;
-  SchedulerObject* m_child;          // null when there is nothing to link
-  const bool m_misses;               // a target is not there, or not fit
-  std::vector<Link> m_links;         // the new ones
-  std::vector<bool> m_newDependent;  // for each: the target did not know of the parameter
+  SchedulerObject* m_child;                           // null when there is nothing to link
+  const bool m_misses;                                // a target is not there, or not fit
+  std::vector<Link> m_links;                          // the new ones
+  std::vector<bool> m_newDependent;                   // for each: the target did not know of the parameter
+  std::vector<ReferenceLinks::LocalUse> m_localUses;  // of the object; the present ones once committed
   bool m_newlyDelayed = false;
   bool m_idle = false;     // the right objects were linked already
   bool m_dropped = false;  // a scheduler was updating its children, and took no new one

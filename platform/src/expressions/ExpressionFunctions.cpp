@@ -8,9 +8,9 @@ namespace orv {
 
 namespace {
 
-using Value = ExpressionValue;
+using Value = ExpressionOperand;
 using Function = ExpressionFunction;
-using Arguments = std::span<const ExpressionValue>;
+using Arguments = std::span<const ExpressionOperand>;
 
 double pureNumber(const Function& self, const Value& value)
 {
@@ -39,7 +39,7 @@ Value computeArc(const Function& self, Arguments arguments)
 {
   double number = pureNumber(self, arguments[0]);
   if (number < -1 || number > 1)
-    throw ExpressionRefusal{_("function '%s' needs a number from -1 to 1", self.name)};
+    throw ExpressionUndefined{_("function '%s' needs a number from -1 to 1", self.name)};
   return {self.plain(number), {}};
 }
 
@@ -47,17 +47,18 @@ Value computeLogarithm(const Function& self, Arguments arguments)
 {
   double number = pureNumber(self, arguments[0]);
   if (number < 0)
-    throw ExpressionRefusal{"logarithm of a negative number"};
+    throw ExpressionUndefined{"logarithm of a negative number"};
   if (number == 0)
-    throw ExpressionRefusal{"logarithm of zero"};
+    throw ExpressionUndefined{"logarithm of zero"};
   return {self.plain(number), {}};
 }
 
 Value computeRoot(const Function&, Arguments arguments)
 {
+  const UnitDimensions dimensions = arguments[0].dimensions.power(0.5);
   if (arguments[0].number < 0)
-    throw ExpressionRefusal{"square root of a negative number"};
-  return {std::sqrt(arguments[0].number), arguments[0].dimensions.power(0.5)};
+    throw ExpressionUndefined{"square root of a negative number", dimensions};
+  return {std::sqrt(arguments[0].number), dimensions};
 }
 
 Value computeAbs(const Function&, Arguments arguments)
@@ -87,7 +88,7 @@ Value computeMod(const Function& self, Arguments arguments)
 {
   requireEqualDimensions(self, arguments);
   if (arguments[1].number == 0)
-    throw ExpressionRefusal{"division by zero"};
+    throw ExpressionUndefined{"division by zero", arguments[0].dimensions};
   return {std::fmod(arguments[0].number, arguments[1].number), arguments[0].dimensions};
 }
 
@@ -97,8 +98,42 @@ Value computeAtan2(const Function& self, Arguments arguments)
   return {std::atan2(arguments[0].number, arguments[1].number), {}};
 }
 
-using std::acos, std::asin, std::atan, std::ceil, std::cos, std::cosh, std::exp, std::floor, std::log,
-    std::log10, std::sin, std::sinh, std::tan, std::tanh, std::trunc;
+// Both branches are computed, so that their dimensions are checked; what is undefined in the one not chosen does
+// not matter.
+Value computeIf(const Function& self, Arguments arguments)
+{
+  const double condition = pureNumber(self, arguments[0]);
+  requireEqualDimensions(self, arguments.subspan(1));
+  return arguments[condition != 0 ? 1 : 2];
+}
+
+double plainMin(const double* arguments, std::size_t count)
+{
+  return *std::min_element(arguments, arguments + count);
+}
+
+double plainMax(const double* arguments, std::size_t count)
+{
+  return *std::max_element(arguments, arguments + count);
+}
+
+double plainMod(const double* arguments, std::size_t)
+{
+  return std::fmod(arguments[0], arguments[1]);
+}
+
+double plainAtan2(const double* arguments, std::size_t)
+{
+  return std::atan2(arguments[0], arguments[1]);
+}
+
+double plainIf(const double* arguments, std::size_t)
+{
+  return arguments[arguments[0] != 0 ? 1 : 2];
+}
+
+using std::acos, std::asin, std::atan, std::ceil, std::cos, std::cosh, std::exp, std::fabs, std::floor,
+    std::log, std::log10, std::sin, std::sinh, std::tan, std::tanh, std::trunc;
 
 constexpr Function functions[] = {
     {"sin", 1, 1, computePlain, sin},
@@ -107,18 +142,19 @@ constexpr Function functions[] = {
     {"asin", 1, 1, computeArc, asin},
     {"acos", 1, 1, computeArc, acos},
     {"atan", 1, 1, computePlain, atan},
-    {"atan2", 2, 2, computeAtan2},
+    {"atan2", 2, 2, computeAtan2, nullptr, plainAtan2},
     {"sinh", 1, 1, computePlain, sinh},
     {"cosh", 1, 1, computePlain, cosh},
     {"tanh", 1, 1, computePlain, tanh},
     {"exp", 1, 1, computePlain, exp},
     {"log", 1, 1, computeLogarithm, log},
     {"log10", 1, 1, computeLogarithm, log10},
-    {"sqrt", 1, 1, computeRoot},
-    {"abs", 1, 1, computeAbs},
-    {"min", 1, Function::any, computeMin},
-    {"max", 1, Function::any, computeMax},
-    {"mod", 2, 2, computeMod},
+    {"sqrt", 1, 1, computeRoot, sqrt},
+    {"abs", 1, 1, computeAbs, fabs},
+    {"min", 1, Function::any, computeMin, nullptr, plainMin},
+    {"max", 1, Function::any, computeMax, nullptr, plainMax},
+    {"mod", 2, 2, computeMod, nullptr, plainMod},
+    {"if", 3, 3, computeIf, nullptr, plainIf},
     {"int", 1, 1, computePlain, trunc},
     {"floor", 1, 1, computePlain, floor},
     {"ceil", 1, 1, computePlain, ceil},

@@ -21,7 +21,12 @@ bool isHexDigit(char c)
 
 bool isLetter(char c)
 {
-  return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_';
+  return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
+}
+
+bool isNameCharacter(char c)
+{
+  return isLetter(c) || isDigit(c) || c == '_' || c == '.';
 }
 
 bool isContinuationByte(char c)
@@ -111,7 +116,7 @@ ExpressionToken ExpressionLexer::takeUnits()
 ExpressionToken ExpressionLexer::takeName()
 {
   std::size_t end = m_pos;
-  while (isLetter(at(end)) || isDigit(at(end)))
+  while (isNameCharacter(at(end)) || (at(end) == ' ' && isNameCharacter(at(end + 1))))
     ++end;
   return take(ExpressionToken::name, end - m_pos);
 }
@@ -119,6 +124,8 @@ ExpressionToken ExpressionLexer::takeName()
 // A character of several bytes stays whole, for the message that refuses it.
 ExpressionToken ExpressionLexer::takeSymbol()
 {
+  if (at(m_pos + 1) == '=' && std::string_view("<>=!").find(at(m_pos)) != std::string_view::npos)
+    return take(ExpressionToken::symbol, 2);
   std::size_t end = m_pos + 1;
   while (isContinuationByte(at(end)))
     ++end;

@@ -21,13 +21,15 @@ struct ExpressionToken {
   std::string_view text;  // of units: what stands between the brackets, trimmed
   double value = 0;       // of numbers
 
-  bool isSymbol(char c) const { return kind == symbol && text.front() == c; }
+  bool isSymbol(char c) const { return kind == symbol && text.size() == 1 && text.front() == c; }
 };
 
-//   number = digits [ "." digits ] [ "e" [ sign ] digits ] | "." digits … | "0x" hexdigits [ "." … ] [ "p" …
-//   ] units  = "[" anything but "]" "]" name   = letter { letter | digit }        ("_" is a letter) symbol =
-//   any other character
-// White space separates words. Numbers have a decimal point whatever the process locale says.
+//   number = digits [ "." digits ] [ "e" [ sign ] digits ] | "." digits … | "0x" hexdigits [ "." … ] [ "p" … ]
+//   units  = "[" anything but "]" "]"
+//   name   = letter { [ " " ] ( letter | digit | "_" | "." ) }
+//   symbol = "<=" | ">=" | "==" | "!=" | any other character
+// White space separates words; one blank within a name belongs to it. Numbers have a decimal point whatever the
+// process locale says.
 class ExpressionLexer {
  public:
   // The text must outlive the lexer and its tokens.

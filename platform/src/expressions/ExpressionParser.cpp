@@ -11,25 +11,46 @@ namespace {
 
 using Code = ExpressionProgram::Code;
 
+constexpr int loosest = 0;
+constexpr int comparisonLevel = 0;
+constexpr int signLevel = 3;
+constexpr int powerLevel = 4;
+
 struct BinaryOperator {
-  char symbol;
-  std::size_t level;  // of binding, loosest first
   Code code;
+  int level;
 };
 
-constexpr BinaryOperator binaryOperators[] = {
-    {'+', 0, Code::add},
-    {'-', 0, Code::subtract},
-    {'*', 1, Code::multiply},
-    {'/', 1, Code::divide},
-};
-constexpr std::size_t binaryLevels = 2;
-
-std::optional<Code> binaryCode(const ExpressionToken& token, std::size_t level)
+std::optional<BinaryOperator> binaryOperator(const ExpressionToken& token)
 {
-  for (const BinaryOperator& op : binaryOperators) {
-    if (op.level == level && token.isSymbol(op.symbol))
-      return op.code;
+  if (token.kind != ExpressionToken::symbol)
+    return std::nullopt;
+  const bool withEquals = token.text.size() == 2 && token.text[1] == '=';
+  if (token.text.size() != 1 && !withEquals)
+    return std::nullopt;
+  switch (token.text.front()) {
+    case '+':
+      return BinaryOperator{Code::add, 1};
+    case '-':
+      return BinaryOperator{Code::subtract, 1};
+    case '*':
+      return BinaryOperator{Code::multiply, 2};
+    case '/':
+      return BinaryOperator{Code::divide, 2};
+    case '^':
+      return BinaryOperator{Code::power, powerLevel};
+    case '<':
+      return BinaryOperator{withEquals ? Code::lessOrEqual : Code::less, comparisonLevel};
+    case '>':
+      return BinaryOperator{withEquals ? Code::greaterOrEqual : Code::greater, comparisonLevel};
+    case '=':
+      if (withEquals)
+        return BinaryOperator{Code::equal, comparisonLevel};
+      break;
+    case '!':
+      if (withEquals)
+        return BinaryOperator{Code::notEqual, comparisonLevel};
+      break;
   }
   return std::nullopt;
 }
@@ -53,28 +74,14 @@ std::string argumentFault(const ExpressionFunction& function, std::size_t count)
 
 }  // namespace
 
-class ExpressionParser::Nesting {
- public:
-  explicit Nesting(ExpressionParser& parser) : m_parser(parser)
-  {
-    if (m_parser.m_nesting == maxNesting)
-      throw ExpressionFault{m_parser.m_token.position, _("nested more than %d deep", maxNesting)};
-    ++m_parser.m_nesting;
-  }
-  ~Nesting() { --m_parser.m_nesting; }
-  Nesting(const Nesting&) = delete;
-  Nesting& operator=(const Nesting&) = delete;
-
- private:
-  ExpressionParser& m_parser;
-};
-
 ExpressionProgram ExpressionParser::parse()
 {
   advance();
-  parseExpression();
-  if (m_token.kind != ExpressionToken::end)
-    failUnexpected();
+  bool operandNext = true;
+  while (operandNext || m_token.kind != ExpressionToken::end)
+    operandNext = operandNext ? readOperand() : readOperator();
+  finish();
+  m_program.complete();
   return std::move(m_program);
 }
 
@@ -93,128 +100,164 @@ void ExpressionParser::failUnexpected() const
   throw ExpressionFault{m_token.position, _("syntax error at '%s'", m_token.text)};
 }
 
-void ExpressionParser::expectSymbol(char symbol)
+// --------------------------------------------------------------------------------------------- what is open
+
+bool ExpressionParser::nests(const Open& open) const
 {
-  if (m_token.kind == ExpressionToken::end)
-    throw ExpressionFault{m_token.position, _("syntax error, '%c' is missing", symbol)};
-  if (!m_token.isSymbol(symbol))
-    failUnexpected();
-  advance();
+  return open.kind != Kind::binary || open.code == Code::power;
 }
 
-void ExpressionParser::parseBinary(std::size_t level)
+void ExpressionParser::push(const Open& open)
 {
-  if (level == binaryLevels) {
-    parseSigned();
-    return;
+  if (nests(open) && ++m_nesting > maxNesting)
+    throw ExpressionFault{open.position, _("nested more than %d deep", maxNesting)};
+  m_open.push_back(open);
+}
+
+ExpressionParser::Open ExpressionParser::pop()
+{
+  const Open open = m_open.back();
+  m_open.pop_back();
+  m_nesting -= nests(open);
+  return open;
+}
+
+void ExpressionParser::reduce(int level)
+{
+  while (!m_open.empty() && m_open.back().level >= level) {
+    const Open open = pop();
+    if (open.code != Code::literal)
+      m_program.addStep({open.code, open.position});
   }
-  parseBinary(level + 1);
-  while (std::optional<Code> code = binaryCode(m_token, level)) {
-    std::size_t position = m_token.position;
-    advance();
-    parseBinary(level + 1);
-    m_program.addStep({*code, position});
-  }
 }
 
-bool ExpressionParser::parseSigned()
+void ExpressionParser::finish()
 {
-  bool negative = m_token.isSymbol('-');
-  if (!negative && !m_token.isSymbol('+'))
-    return parsePower();
-  Nesting nesting(*this);
-  std::size_t position = m_token.position;
-  advance();
-  bool onlyNumber = parseSigned();
-  if (negative && onlyNumber)
-    m_program.negateLastLiteral();
-  else if (negative)
-    m_program.addStep({Code::negate, position});
-  return onlyNumber;
+  reduce(loosest);
+  if (!m_open.empty())
+    throw ExpressionFault{m_token.position, _("syntax error, '%c' is missing", ')')};
 }
 
-bool ExpressionParser::parsePower()
-{
-  bool onlyNumber = parsePrimary();
-  if (!m_token.isSymbol('^'))
-    return onlyNumber;
-  Nesting nesting(*this);
-  std::size_t position = m_token.position;
-  advance();
-  parseSigned();
-  m_program.addStep({Code::power, position});
-  return false;
-}
+// ------------------------------------------------------------------------------------------------- operands
 
-bool ExpressionParser::parsePrimary()
+bool ExpressionParser::readOperand()
 {
   if (m_token.kind == ExpressionToken::number) {
-    parseNumber();
-    return true;
+    readNumber();
+    return false;
   }
   if (m_token.kind == ExpressionToken::name)
-    parseName();
-  else if (m_token.isSymbol('('))
-    parseGroup();
+    return readName();
+  if (m_token.isSymbol('('))
+    push({Kind::group, Code::literal, loosest - 1, m_token.position});
+  else if (m_token.isSymbol('-'))
+    push({Kind::sign, Code::negate, signLevel, m_token.position});
+  else if (m_token.isSymbol('+'))
+    push({Kind::sign, Code::literal, signLevel, m_token.position});
   else
     failUnexpected();
+  advance();
+  return true;
+}
+
+void ExpressionParser::readNumber()
+{
+  const ExpressionToken number = m_token;
+  advance();
+  if (m_token.kind == ExpressionToken::units) {
+    if (!UnitsConverter::isValid(m_token.text))
+      throw ExpressionFault{m_token.position, _("unknown units '%s'", m_token.text)};
+    m_program.addLiteral(number.position, number.value, m_token.text);
+    advance();
+  } else {
+    m_program.addLiteral(number.position, number.value, {});
+  }
+  if (m_token.isSymbol('^'))
+    return;
+  while (!m_open.empty() && m_open.back().kind == Kind::sign) {
+    if (pop().code == Code::negate)
+      m_program.negateLastLiteral();
+  }
+}
+
+bool ExpressionParser::readName()
+{
+  const ExpressionToken name = m_token;
+  advance();
+  if (m_token.isSymbol('('))
+    return openCall(name);
+  if (const std::optional<double> value = constantValue(name.text))
+    m_program.addLiteral(name.position, *value, {});
+  else if (findExpressionFunction(name.text))
+    throw ExpressionFault{name.position, _("function '%s' needs arguments in parentheses", name.text)};
+  else
+    m_program.addName(name.position, name.text);
   return false;
 }
 
-void ExpressionParser::parseNumber()
-{
-  ExpressionToken number = m_token;
-  advance();
-  if (m_token.kind != ExpressionToken::units) {
-    m_program.addLiteral(number.position, number.value, {});
-    return;
-  }
-  if (!UnitsConverter::isValid(m_token.text))
-    throw ExpressionFault{m_token.position, _("unknown units '%s'", m_token.text)};
-  m_program.addLiteral(number.position, number.value, m_token.text);
-  advance();
-}
-
-void ExpressionParser::parseName()
-{
-  ExpressionToken name = m_token;
-  advance();
-  if (m_token.isSymbol('('))
-    return parseCall(name);
-  std::optional<double> value = constantValue(name.text);
-  if (value)
-    return m_program.addLiteral(name.position, *value, {});
-  if (findExpressionFunction(name.text))
-    throw ExpressionFault{name.position, _("function '%s' needs arguments in parentheses", name.text)};
-  throw ExpressionFault{name.position, _("unknown name '%s'", name.text)};
-}
-
-void ExpressionParser::parseCall(const ExpressionToken& name)
+bool ExpressionParser::openCall(const ExpressionToken& name)
 {
   const ExpressionFunction* function = findExpressionFunction(name.text);
-  if (!function)
-    throw ExpressionFault{name.position, _("unknown function '%s'", name.text)};
-  Nesting nesting(*this);
-  std::size_t count = 0;
-  do {
-    advance();
-    if (count == 0 && m_token.isSymbol(')'))
-      break;
-    parseExpression();
-    ++count;
-  } while (m_token.isSymbol(','));
-  expectSymbol(')');
-  if (count < function->minArguments || count > function->maxArguments)
-    throw ExpressionFault{name.position, argumentFault(*function, count)};
-  m_program.addStep({Code::call, name.position, count, function});
+  push({Kind::call, Code::call, loosest - 1, name.position, 0, function, name.text});
+  advance();
+  if (!m_token.isSymbol(')'))
+    return true;
+  advance();
+  closeCall(pop());
+  return false;
 }
 
-void ExpressionParser::parseGroup()
+// ------------------------------------------------------------------------------------------------ operators
+
+bool ExpressionParser::readOperator()
 {
-  Nesting nesting(*this);
+  if (m_token.isSymbol(')'))
+    return closeParenthesis();
+  if (m_token.isSymbol(','))
+    return nextArgument();
+  const std::optional<BinaryOperator> op = binaryOperator(m_token);
+  if (!op)
+    failUnexpected();
+  const bool rightAssociative = op->level == powerLevel;
+  reduce(rightAssociative ? powerLevel + 1 : std::max(op->level, comparisonLevel + 1));
+  if (op->level == comparisonLevel && !m_open.empty() && m_open.back().level == comparisonLevel)
+    throw ExpressionFault{m_token.position, "a comparison of a comparison needs parentheses"};
+  push({Kind::binary, op->code, op->level, m_token.position});
   advance();
-  parseExpression();
-  expectSymbol(')');
+  return true;
+}
+
+bool ExpressionParser::closeParenthesis()
+{
+  reduce(loosest);
+  if (m_open.empty())
+    failUnexpected();
+  Open open = pop();
+  advance();
+  if (open.kind == Kind::call) {
+    ++open.arguments;
+    closeCall(open);
+  }
+  return false;
+}
+
+bool ExpressionParser::nextArgument()
+{
+  reduce(loosest);
+  if (m_open.empty() || m_open.back().kind != Kind::call)
+    failUnexpected();
+  ++m_open.back().arguments;
+  advance();
+  return true;
+}
+
+void ExpressionParser::closeCall(const Open& call)
+{
+  if (!call.function)
+    return m_program.addUnknownCall(call.position, call.name, call.arguments);
+  if (call.arguments < call.function->minArguments || call.arguments > call.function->maxArguments)
+    throw ExpressionFault{call.position, argumentFault(*call.function, call.arguments)};
+  m_program.addStep({Code::call, call.position, call.arguments, call.function});
 }
 
 }  // namespace orv

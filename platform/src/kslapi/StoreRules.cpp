@@ -2,6 +2,7 @@
 
 #include "platform/ORVUtilities.h"
 
+#include <algorithm>
 #include <array>
 
 namespace orv::store {
@@ -23,6 +24,14 @@ void addListed(const Node* node, std::set<std::string, std::less<>>& out)
         out.emplace(StringUtilities::unquoted(item));
     }
   }
+}
+
+// Objects of this class take parameters of any name: each is an expression.
+bool takesAnyParam(const Node* definition)
+{
+  return std::any_of(definition->params.begin(), definition->params.end(), [](const Param& param) {
+    return param.name.str() == "KSLObject Class" && param.value.str() == "ExpressionsKSLObject";
+  });
 }
 
 }  // namespace
@@ -78,9 +87,10 @@ bool Rules::listsParam(std::string_view typeName, std::string_view param) const
     addListed(node, type->params);
     for (const Node* child = node->firstChild; child; child = child->next)
       addListed(child, type->params);
+    type->takesAny = takesAnyParam(node);
     type->hasParams = true;
   }
-  return type->params.find(param) != type->params.end();
+  return type->takesAny || type->params.find(param) != type->params.end();
 }
 
 void Rules::appendComponent(std::string& path, std::string_view type, std::string_view name) const

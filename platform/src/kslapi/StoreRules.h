@@ -36,6 +36,7 @@ class Rules {
   struct Type {
     Kind kind = Kind::unknown;
     bool hasParams = false;  // params is filled
+    bool takesAny = false;
     std::set<std::string, std::less<>> params;
   };
   Type* findType(std::string_view name) const;  // null for a type that nobody defined

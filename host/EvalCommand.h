@@ -1,0 +1,18 @@
+// "ksl eval": computes one expression.
+#pragma once
+
+#include <string>
+#include <vector>
+
+class EvalCommand {
+ public:
+  struct Options {
+    std::string expression;
+    std::string units;  // to show the result in; empty: as the expression gives it
+    std::string state;  // a state file whose expressions can be used; empty: none
+    std::vector<std::string> libraries;
+  };
+
+  // Prints the value as "NUMBER [UNITS]". Returns the exit status: 0, or 1 when an error was reported.
+  static int run(const Options& options);
+};

@@ -1,0 +1,154 @@
+#include "platform/ORVError.h"
+#include "platform/ORVExpressions.h"
+#include "ExpressionParser.h"
+#include "ExpressionProgram.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace orv {
+
+namespace {
+
+constexpr const char* className = "ExpressionEvaluator";
+constexpr const char* function = "evalSingleValue";
+
+ExpressionResolver* s_resolver = nullptr;
+
+// In characters, from 1.
+std::size_t columnOf(std::string_view text, std::size_t position)
+{
+  auto isCharacterStart = [](char c) { return (static_cast<unsigned char>(c) & 0xC0) != 0x80; };
+  std::string_view before = text.substr(0, position);
+  return static_cast<std::size_t>(std::count_if(before.begin(), before.end(), isCharacterStart)) + 1;
+}
+
+data::invalid makeError(const std::string& text, const std::string& parameter, const ExpressionFault& fault)
+{
+  std::string where = parameter.empty() ? std::string() : _(" for parameter '%s'", parameter);
+  return data::invalid(className, function,
+                       _("Cannot evaluate '%s'%s at column %d: %s.", text, where,
+                         columnOf(text, fault.position), fault.reason));
+}
+
+}  // namespace
+
+// ----------------------------------------------------------------------------------------------------- values
+
+ExpressionValue::ExpressionValue(double number, const UnitDimensions& dimensions)
+    : m_quantity(number, dimensions.toUnits()),
+      m_number(number),
+      m_dimensions(dimensions),
+      m_plain(!m_quantity.hasUnits())
+{}
+
+ExpressionValue::ExpressionValue(Quantity quantity)
+    : m_quantity(std::move(quantity)),
+      m_number(m_quantity.getValue()),
+      m_plain(!m_quantity.hasUnits())
+{
+  if (m_plain)
+    return;
+  m_dimensions = UnitDimensions(m_quantity.getUnits());
+  UnitsConverter::convertUnits(m_quantity.getUnits(), m_dimensions.toUnits(), m_quantity.getValue(),
+                               m_number);
+}
+
+// ------------------------------------------------------------------------------------------------ expressions
+
+void ExpressionDef::parse(const std::string& parameterName)
+{
+  if (m_program)
+    return;
+  try {
+    m_program = std::make_shared<const ExpressionProgram>(ExpressionParser(m_text).parse());
+  } catch (const ExpressionFault& fault) {
+    throw makeError(m_text, parameterName, fault);
+  }
+}
+
+const std::vector<std::string>& ExpressionDef::getNames() const
+{
+  return m_program->names();
+}
+
+const std::vector<std::string>& ExpressionDef::getUnknownFunctions() const
+{
+  return m_program->unknownFunctions();
+}
+
+std::string ExpressionDef::print() const
+{
+  return m_program->print();
+}
+
+bool ExpressionDef::isSameTree(const ExpressionDef& other) const
+{
+  return m_program->isSameTree(*other.m_program);
+}
+
+ExpressionValue ExpressionDef::evaluate(std::span<const ExpressionValue* const> values,
+                                        const std::string& parameterName) const
+{
+  if (!m_program->unknownFunctions().empty())
+    throw data::notFound(className, function,
+                         _("Expression '%s' depends on a function '%s' which does not exist.", m_text,
+                           m_program->unknownFunctions().front()));
+  try {
+    return m_program->run(values);
+  } catch (const ExpressionFault& fault) {
+    throw makeError(m_text, parameterName, fault);
+  }
+}
+
+bool ExpressionDef::isName(std::string_view text)
+{
+  ExpressionLexer lexer(text);
+  try {
+    const ExpressionToken token = lexer.next();
+    return token.kind == ExpressionToken::name && token.text == text && text != "pi" && text != "e"
+           && !findExpressionFunction(text);
+  } catch (const ExpressionFault&) {
+    return false;
+  }
+}
+
+// -------------------------------------------------------------------------------------------------- evaluating
+
+ExpressionResolver::~ExpressionResolver() = default;
+
+ExpressionResolver* ExpressionResolver::installed() noexcept
+{
+  return s_resolver;
+}
+
+ExpressionResolver* ExpressionResolver::install(ExpressionResolver* resolver) noexcept
+{
+  return std::exchange(s_resolver, resolver);
+}
+
+ExpressionValue ExpressionEvaluator::evaluate(const std::string& text, const std::string& parameterName)
+{
+  ExpressionDef expression(text);
+  expression.parse(parameterName);
+  std::vector<ExpressionValue> values;
+  for (const std::string& name : expression.getNames()) {
+    std::optional<ExpressionValue> value =
+        s_resolver ? s_resolver->valueOf(name, expression, parameterName) : std::nullopt;
+    if (!value)
+      throw data::notFound(className, function,
+                           _("Expression '%s' depends on a variable '%s' which does not exist.", text, name));
+    values.push_back(std::move(*value));
+  }
+  std::vector<const ExpressionValue*> pointers;
+  for (const ExpressionValue& value : values)
+    pointers.push_back(&value);
+  return expression.evaluate(pointers, parameterName);
+}
+
+Quantity ExpressionEvaluator::evalSingleValue(const std::string& text, const std::string& parameterName)
+{
+  return evaluate(text, parameterName).getQuantity();
+}
+
+}  // namespace orv

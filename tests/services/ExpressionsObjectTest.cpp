@@ -1,0 +1,351 @@
+#include "rules/ExpressionNames.h"
+#include "ExpressionSystem.h"
+#include "tests/support/thrown.h"
+
+#include <gtest/gtest.h>
+#include <rapidcheck/gtest.h>
+#include <set>
+
+namespace orv::test {
+namespace {
+
+using Counts = ExpressionsKSLObject::Counts;
+
+std::string evaluated(const std::string& name)
+{
+  try {
+    return ExpressionSystem::expressions().evaluate(name).toString();
+  } catch (const Error& error) {
+    return error.getMessage();
+  }
+}
+
+TEST(ExpressionsObject, EvaluatorFollowsWhatItUses)
+{
+  ExpressionSystem system;
+  EXPECT_EQ(system.define("Head = 2 [m] + 50 [cm]"), "");
+  EXPECT_EQ(
+      system.run("EXPRESSION EVALUATOR: e\nEvaluated Expression = Head * 2\nEND\n"
+                 "EXPRESSION EVALUATOR: other\nEvaluated Expression = 2 * 3\nUser Units = degree\nEND\n"),
+      "");
+  EXPECT_EQ(system.result("/EXPRESSION EVALUATOR:e"), "5 [m]");
+  EXPECT_EQ(system.result("/EXPRESSION EVALUATOR:other"), "343.77467707849394 [degree]");
+  EXPECT_EQ(system.define("Head = 10 [cm]"), "");
+  EXPECT_EQ(system.result("/EXPRESSION EVALUATOR:e"), "0.2 [m]");
+  system->undo();
+  EXPECT_EQ(system.result("/EXPRESSION EVALUATOR:e"), "5 [m]");
+  EXPECT_EQ(system.run("EXPRESSION EVALUATOR: e\nUser Units = mm\nEND\n"), "");
+  EXPECT_EQ(system.result("/EXPRESSION EVALUATOR:e"), "5000 [mm]");
+  EXPECT_EQ(system.run("EXPRESSION EVALUATOR: e\nEvaluated Expression =\nEND\n"), "");
+  EXPECT_EQ(system.result("/EXPRESSION EVALUATOR:e"), "");
+}
+
+// An evaluator's error takes the whole block back; a preview keeps the error as its result, also while a name is
+// missing, and gets well by itself.
+TEST(ExpressionsObject, ErrorsRollBackAndPreviewsShowThem)
+{
+  ExpressionSystem system;
+  system.define("a = 6\nb = a / 2");
+  system.run(
+      "EXPRESSION EVALUATOR: e\nEvaluated Expression = 1 [m] / b\nEND\n"
+      "EXPRESSION PREVIEW: p\nEvaluated Expression = c + 1 [s]\nEND\n");
+  const std::string before = system->fullState();
+  EXPECT_EQ(system.result("/EXPRESSION PREVIEW:p"),
+            "Expression 'c + 1 [s]' depends on a variable 'c' which does not exist. [Error]");
+  EXPECT_EQ(
+      system.define("a = 0"),
+      "error[4] ExpressionEvaluator::evalSingleValue: Cannot evaluate '1 [m] / b' for parameter 'Evaluated "
+      "Expression' at column 7: division by zero.");
+  EXPECT_EQ(system->fullState(), before);
+  EXPECT_EQ(system.result("/EXPRESSION EVALUATOR:e"), "0.3333333333333333 [m]");
+  EXPECT_EQ(system.run("EXPRESSION EVALUATOR: f\nEvaluated Expression = a + missing\nEND\n"),
+            "error[4] GenericKSLObject::makeVariableLinks: Expression 'a + missing' depends on a variable "
+            "'missing' which "
+            "does not exist.");
+  EXPECT_EQ(system->fullState(), before);
+  EXPECT_EQ(system.define("c = 59 [s]"), "");
+  EXPECT_EQ(system.result("/EXPRESSION PREVIEW:p"), "60 [s]");
+  EXPECT_EQ(system.define("c = 59 [m]"), "");
+  EXPECT_EQ(
+      system.result("/EXPRESSION PREVIEW:p"),
+      "Cannot evaluate 'c + 1 [s]' for parameter 'Evaluated Expression' at column 3: cannot add 'm' and 's'. "
+      "[Error]");
+}
+
+struct Refusal {
+  std::string lines;
+  std::string error;
+};
+
+// Each is refused when it is set, and leaves the object, its cache and its links as they were.
+TEST(ExpressionsObject, RefusedTextsChangeNothing)
+{
+  ExpressionSystem system;
+  system.define("a = 1\nb = a + 1\nc = b + later");
+  const std::string before = system->fullState() + ExpressionSystem::expressions().getSchedulerInfo();
+  const std::string tried = "Cannot evaluate ";
+  const Refusal rows[] = {
+      {"a = 1 +", tried + "'1 +' for parameter 'a' at column 4: syntax error, the text ends too early."},
+      {"d = 2 [blob]", tried + "'2 [blob]' for parameter 'd' at column 3: unknown units 'blob'."},
+      {"d = " + std::string(1001, '(') + "1" + std::string(1001, ')'), ""},
+      {"a = nope(2)", "Expression 'nope(2)' depends on a function 'nope' which does not exist."},
+      {"a = a", "Tried to make object /EXPRESSIONS (a) reference itself."},
+      {"a = c",
+       "Attempt to create a cyclic dependency between object /EXPRESSIONS (c) and object /EXPRESSIONS (a)."},
+      {"later = 2 * b + c",
+       "Attempt to create a cyclic dependency between object /EXPRESSIONS (c) and object /EXPRESSIONS "
+       "(later)."},
+      {"pi = 3", "'pi' is not a name that expressions can use."},
+      {"a-b = 3", "'a-b' is not a name that expressions can use."},
+  };
+  for (const Refusal& row : rows) {
+    const std::string error = system.define(row.lines);
+    EXPECT_NE(error, "") << row.lines;
+    EXPECT_EQ(error.substr(error.find(": ") + 2).find(row.error), 0u) << error;
+    EXPECT_EQ(system->fullState() + ExpressionSystem::expressions().getSchedulerInfo(), before) << row.lines;
+  }
+  EXPECT_EQ(system.define("later = 5"), "");
+  EXPECT_EQ(evaluated("c"), "7");
+}
+
+TEST(ExpressionsObject, OnlyUsersAreComputedAgain)
+{
+  ExpressionSystem system;
+  system.define("a = 1\nb = a + 1\nc = b + a\nd = 7");
+  ExpressionsKSLObject& object = ExpressionSystem::expressions();
+  EXPECT_EQ(evaluated("c") + evaluated("d"), "37");
+  EXPECT_EQ(object.getCacheCounts(), (Counts{1, 4})) << "a is asked for twice";
+  EXPECT_EQ(evaluated("c"), "3");
+  EXPECT_EQ(object.getCacheCounts(), (Counts{2, 4}));
+  EXPECT_EQ(object.getDependents("a"), (std::vector<std::string>{"b", "c"}));
+  system.define("b = 10");
+  EXPECT_EQ(evaluated("c") + evaluated("d"), "117");
+  EXPECT_EQ(object.getCacheCounts(), (Counts{4, 6})) << "b and c, not a and d";
+  EXPECT_EQ(object.getDependents("a"), std::vector<std::string>{"c"});
+  object.clearCache();
+  EXPECT_EQ(object.getCacheCounts(), Counts{});
+  EXPECT_EQ(evaluated("c"), "11");
+}
+
+// The first assignment adds a parameter; its undo unsets it, and state texts no longer have it.
+TEST(ExpressionsObject, NamesComeAndGo)
+{
+  ExpressionSystem system;
+  system.define("b = a * 2");
+  EXPECT_EQ(evaluated("b"), "Expression 'a * 2' depends on a variable 'a' which does not exist.");
+  system.define("a = 4 [m]");
+  EXPECT_EQ(evaluated("b"), "8 [m]");
+  system->undo();
+  EXPECT_EQ(evaluated("b"), "Expression 'a * 2' depends on a variable 'a' which does not exist.");
+  EXPECT_EQ(system->state(), "EXPRESSIONS:\n  b = a * 2\nEND\n");
+  EXPECT_EQ(thrown<data::notFound>([] { ExpressionSystem::expressions().evaluate("a"); }).getMessage(),
+            "Expression 'a' does not exist.");
+  system->redo();
+  EXPECT_EQ(system->state(), "EXPRESSIONS:\n  a = 4 [m]\n  b = a * 2\nEND\n");
+  EXPECT_EQ(system.define("a ="), "");
+  EXPECT_FALSE(ExpressionSystem::expressions().hasExpression("a"));
+  EXPECT_EQ(system->errors() + system->inconsistencies(), "");
+}
+
+TEST(ExpressionsObject, ResultsKeepUnitsOnlyAsWritten)
+{
+  ExpressionSystem system;
+  system.define(
+      "T = 20 [C]\nU = T\nV = T + 1 [K]\nroot = sqrt(2 [m])\nsquare = root^2 * 100\n"
+      "Flow Ratio = if(U > 0 [C], 3, 1 / 0)");
+  EXPECT_EQ(evaluated("U"), "20 [C]");
+  EXPECT_EQ(evaluated("V"), "294.15 [K]");
+  EXPECT_EQ(evaluated("square"), "200.00000000000006 [m]");
+  EXPECT_EQ(evaluated("Flow Ratio"), "3");
+}
+
+// ------------------------------------------------------------------------------------------------------- objects
+
+TEST(ExpressionsObject, UsersOfANameAreRecalculatedOnce)
+{
+  ExpressionSystem system;
+  system.define("a = 1 [m]\nb = a + a\nunused = 3");
+  EXPECT_EQ(system.run("WING: w\nLength = 0.5 * b + 2 [mm]\nWidth = 3 * a\nTip = a, max(a, b), 1 [m]\nEND\n"
+                       "WING: v\nLength = 4 [m]\nEND\nPLAIN: p\nLength = b\nEND\n"),
+            "");
+  EXPECT_FLOAT_EQ(system.at("/WING:w")->getFloatValue("Length"), 1.002f);
+  EXPECT_FLOAT_EQ(system.at("/WING:w")->getTripletValue("Tip", "cm").y, 200);
+  EXPECT_EQ(system.define("a = 2 [m]"), "");
+  EXPECT_EQ(system.recalculated(), "WING:w 1");
+  EXPECT_FLOAT_EQ(system.at("/PLAIN:p")->getFloatValue("Length", "mm"), 4000);
+  EXPECT_EQ(system.define("unused = 5"), "");
+  EXPECT_EQ(system.recalculated(), "");
+  system.run("WING: w\nLength = 1 [m]\nWidth = 1 [m]\nTip = 0, 0, 0\nEND\n");
+  system.define("a = 3 [m]");
+  EXPECT_EQ(system.recalculated(), "");
+}
+
+TEST(ExpressionsObject, ForwardReferencesAndDeletion)
+{
+  ExpressionSystem system;
+  EXPECT_EQ(system.run("WING: w\nLength = 2 * late\nEND\nWING: x\nLength = 1 [m]\nEND\n"),
+            "error[4] GenericKSLObject::makeVariableLinks: Expression '2 * late' depends on a variable "
+            "'late' which does "
+            "not exist.");
+  system->run("WING: w\nLength = 2 * late\nEND\nEXPRESSIONS:\nlate = early + 1 [m]\nearly = 1 [m]\nEND\n",
+              kslUpdateAtEnd);
+  EXPECT_EQ(system->errors(), "");
+  EXPECT_FLOAT_EQ(system.at("/WING:w")->getFloatValue("Length"), 4);
+  const std::string state = system->state();
+  EXPECT_EQ(system.run("> delete EXPRESSIONS\n"),
+            "error[4] GenericKSLObject::makeVariableLinks: Expression '2 * late' depends on a variable "
+            "'late' which does "
+            "not exist.");
+  EXPECT_EQ(system->state(), state);
+  EXPECT_EQ(system.define("early = 2 [m]"), "");
+  EXPECT_EQ(system.recalculated(), "WING:w 1") << "linked again";
+  EXPECT_EQ(system.run("> delete /WING:w\n> delete EXPRESSIONS\n"), "");
+  EXPECT_EQ(ExpressionResolver::installed(), nullptr);
+  system->undo();
+  EXPECT_EQ(system->state(),
+            state.substr(0, state.find("early")) + "early = 2 [m]" + state.substr(state.find("early") + 13));
+  system.define("early = 3 [m]");
+  EXPECT_EQ(system.recalculated(), "WING:w 1");
+}
+
+TEST(ExpressionsObject, OwnParametersComeFirst)
+{
+  ExpressionSystem system;
+  system.define("Length = 100 [m]\nbase = 1 [m]");
+  EXPECT_EQ(system.run("WING: w\nWidth = 2 * Length\nLength = Length + base\nEND\n"), "");
+  const KSLObject& wing = *system.at("/WING:w");
+  EXPECT_FLOAT_EQ(wing.getFloatValue("Length"), 101) << "itself is not meant";
+  EXPECT_FLOAT_EQ(wing.getFloatValue("Width"), 202);
+  EXPECT_EQ(thrown<data::invalid>([&] { wing.getParam("Width")->getFloatValue("s"); }).getMessage(),
+            "Cannot convert units 'm' to 's'.")
+      << "200 m: read by itself, the parameter knows no object";
+  EXPECT_TRUE(wing.isA("has-local-variable"));
+  system.define("base = 2 [m]");
+  EXPECT_EQ(system.recalculated(), "WING:w 1");
+  system.run("WING: w\nLength = Width\nEND\n");
+  EXPECT_EQ(thrown<ksl::cyclicRef>([&] { wing.getFloatValue("Width"); }).getMessage(),
+            "Tried to make object /WING:w (Length) reference itself.");
+}
+
+TEST(ExpressionsObject, ObjectsAsVariables)
+{
+  ExpressionSystem system;
+  system.define("twice = 2 * inlet");
+  EXPECT_EQ(
+      system.run("GAUGE: inlet\nValue = 3 [m]\nEND\nWING: w\nLength = twice\nWidth = inlet + 1 [m]\nEND\n"),
+      "");
+  EXPECT_FLOAT_EQ(system.at("/WING:w")->getFloatValue("Length"), 6);
+  EXPECT_EQ(system.run("GAUGE: inlet\nValue = 4 [m]\nEND\n"), "");
+  EXPECT_EQ(system.recalculated(), "WING:w 1");
+  EXPECT_FLOAT_EQ(system.at("/WING:w")->getFloatValue("Length"), 8);
+  EXPECT_FLOAT_EQ(system.at("/WING:w")->getFloatValue("Width"), 5);
+  EXPECT_EQ(system.run("PLAIN: box\nLength = 1\nEND\nWING: w\nWidth = 2 * box\nEND\n"),
+            "error[4] GenericKSLObject::makeVariableLinks: Expression '2 * box' tries to use object 'box' as "
+            "a variable.");
+  EXPECT_EQ(system.define("b = 2 * box"), "");
+  system.run("PLAIN: box\nLength = 1\nEND\n");
+  EXPECT_EQ(evaluated("b"), "Expression '2 * box' tries to use object 'box' as a variable.");
+  // Round through an object.
+  EXPECT_NE(system.run("GAUGE: inlet\nValue = twice\nEND\n"), "");
+  EXPECT_EQ(system.run("WING: w\nLength = 1 [m]\nWidth = 1 [m]\nEND\n"), "");
+}
+
+TEST(ExpressionsObject, AnywhereInTheTreeAndTwiceInOneProcess)
+{
+  for (int start = 0; start < 2; ++start) {
+    ExpressionSystem system;
+    EXPECT_EQ(ExpressionsKSLObject::current(), nullptr);
+    EXPECT_EQ(system.run("LIBRARY:\nEXPRESSIONS:\na = 2\nEND\nEND\nWING: w\nLength = a * 3\nEND\n"), "");
+    EXPECT_FLOAT_EQ(system.at("/WING:w")->getFloatValue("Length"), 6);
+  }
+  EXPECT_EQ(ExpressionNames::installed(), nullptr);
+  EXPECT_EQ(ExpressionResolver::installed(), nullptr);
+}
+
+// A thousand expressions in a chain, and a thousand objects that use the last.
+TEST(ExpressionsObject, LongChainOnce)
+{
+  constexpr int size = 1000;
+  ExpressionSystem system;
+  std::string text = "EXPRESSIONS:\nx0 = 1 [m]\nunused = 1\n";
+  for (int i = 1; i < size; ++i)
+    text += "x" + std::to_string(i) + " = x" + std::to_string(i - 1) + " + 1 [mm]\n";
+  text += "END\n";
+  for (int i = 0; i < size; ++i)
+    text += "WING: w" + std::to_string(i) + "\nLength = 2 * x999\nEND\n";
+  system->run(text, kslUpdateAtEnd);
+  ASSERT_EQ(system->errors(), "");
+  EXPECT_FLOAT_EQ(system.at("/WING:w7")->getFloatValue("Length"), 2 * 1.999f);
+  ExpressionSystem::expressions().clearCache();
+  EXPECT_EQ(system.define("x0 = 2 [m]"), "");
+  EXPECT_EQ(CountingObject::counts().size(), static_cast<std::size_t>(size));
+  for (const auto& [path, count] : CountingObject::counts())
+    EXPECT_EQ(count, 1) << path;
+  EXPECT_FLOAT_EQ(system.at("/WING:w999")->getFloatValue("Length"), 2 * 2.999f);
+  EXPECT_EQ(ExpressionSystem::expressions().getCacheCounts(), (Counts{0, size}));
+  EXPECT_EQ(system.define("unused = 2"), "");
+  EXPECT_EQ(system.recalculated(), "");
+}
+
+// Random definitions against a table that knows nothing of caches: values, users and refusals agree.
+RC_GTEST_PROP(ExpressionsObject, AgreesWithATableOfTexts, ())
+{
+  ExpressionSystem system;
+  system.define("n0 = 1");
+  struct Row {
+    int base = 0;
+    std::vector<int> uses;
+    bool defined = false;
+  };
+  constexpr int size = 6;
+  std::vector<Row> table(size);
+  table[0] = {1, {}, true};
+  const std::function<bool(int, int)> reaches = [&](int from, int to) {
+    return from == to || std::any_of(table[from].uses.begin(), table[from].uses.end(), [&](int used) {
+             return reaches(used, to);
+           });
+  };
+  const std::function<int(int)> value = [&](int at) {  // -1: something is missing
+    int sum = table[at].defined ? table[at].base : -1;
+    for (const int used : table[at].uses) {
+      const int part = value(used);
+      sum = sum < 0 || part < 0 ? -1 : sum + part;
+    }
+    return sum;
+  };
+  for (int step = *rc::gen::inRange(1, 25); step > 0; --step) {
+    const int at = *rc::gen::inRange(0, size);
+    Row row{*rc::gen::inRange(0, 9), *rc::gen::container<std::vector<int>>(rc::gen::inRange(0, size)), true};
+    std::sort(row.uses.begin(), row.uses.end());
+    row.uses.erase(std::unique(row.uses.begin(), row.uses.end()), row.uses.end());
+    if (*rc::gen::inRange(0, 5) == 0)
+      row = {};
+    std::string text = row.defined ? std::to_string(row.base) : "";
+    for (const int used : row.uses)
+      text += " + n" + std::to_string(used);
+    const bool cyclic =
+        std::any_of(row.uses.begin(), row.uses.end(), [&](int used) { return reaches(used, at); });
+    const std::string error = system.define("n" + std::to_string(at) + " = " + text);
+    RC_ASSERT(error.empty() == !cyclic);
+    if (!cyclic)
+      table[at] = row;
+    for (int i = 0; i < size; ++i) {
+      if (!table[i].defined)
+        continue;
+      const std::string shown = evaluated("n" + std::to_string(i));
+      const int wanted = value(i);
+      if (wanted < 0)
+        RC_ASSERT(shown.find("does not exist") != std::string::npos);
+      else
+        RC_ASSERT(shown == std::to_string(wanted));
+      std::vector<std::string> users;
+      for (int user = 0; user < size; ++user)
+        if (user != i && reaches(user, i))
+          users.push_back("n" + std::to_string(user));
+      RC_ASSERT(ExpressionSystem::expressions().getDependents("n" + std::to_string(i)) == users);
+    }
+  }
+}
+
+}  // namespace
+}  // namespace orv::test
