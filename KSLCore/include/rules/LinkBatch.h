@@ -40,22 +40,28 @@ class ORV_API LinkBatch {
   friend class GenericKSLObject;
   struct Note {
     GenericKSLObject* object;  // null when it has ended
-    std::uint64_t toMark;      // its schedulers, a bit each
-    bool lostTarget;
+    std::uint64_t toMark = 0;  // its schedulers, a bit each
+    std::uint64_t newest = 0;  // of these the one that the last set added
+    bool lostTarget = false;
   };
 
   // The note of the object, made when there is none.
   static Note& noteOf(GenericKSLObject& object);
+  // The object waits, and the changes may not name it: the batch that is open links it, else the next one.
+  static void noteWaiting(GenericKSLObject& object) noexcept;
   static void forget(const GenericKSLObject& object) noexcept;
   void close() noexcept;
   static void noteUnfinished();
+  static void noteAllWaiting();
   void keepUnfinished() noexcept;
   void markNoted() noexcept;
 
   static LinkBatch* s_current;
   static std::vector<Note> s_notes;  // of all batches, those of inner ones behind those of outer ones
-  // Objects that waited when a batch failed: taking its changes back need not touch them.
+  // Objects that waited or were to be marked when a batch failed: taking its changes back need not touch them.
   static std::vector<std::string> s_unfinished;
+  // There was no memory to list one of them: all objects have to be asked.
+  static bool s_unlisted;
 
   LinkBatch* m_outer;
   std::size_t m_first;  // of this batch's notes

@@ -4,7 +4,55 @@
 #include "database/ObjectDB.h"
 #include "database/ObjectFactory.h"
 
+#include <utility>
+#include <vector>
+
 namespace orv {
+
+namespace {
+
+// Who refers to the objects of a tree. Unless told to forget it puts that back, for the objects that are still there.
+class DependentsOfTree {
+ public:
+  explicit DependentsOfTree(const KSLObject& top)
+  {
+    std::vector<const KSLObject*> waiting{&top};
+    while (!waiting.empty()) {
+      const KSLObject* object = waiting.back();
+      waiting.pop_back();
+      if (!object->getDependents().empty())
+        m_known.emplace_back(object->getPath(), object->getDependents());
+      object->forEachChild([&waiting](const KSLObject* child) { waiting.push_back(child); });
+    }
+  }
+  ~DependentsOfTree()
+  {
+    for (const auto& [path, dependents] : m_known) {
+      for (const Dependent& dependent : dependents)
+        putBack(path, dependent);
+    }
+  }
+  DependentsOfTree(const DependentsOfTree&) = delete;
+  DependentsOfTree& operator=(const DependentsOfTree&) = delete;
+
+  void forget() noexcept { m_known.clear(); }
+
+ private:
+  static void putBack(const std::string& path, const Dependent& dependent) noexcept
+  {
+    KSLObject* object = ObjectDB::instance()->getObjectByPath(path);
+    KSLObject* holder = ObjectDB::instance()->getObjectByPath(dependent.getObjPath());
+    const ParamDefinition* param = holder ? holder->lookUpParam(dependent.getParamName()) : nullptr;
+    try {
+      if (object && param)
+        object->addDependent(holder, param);
+    } catch (...) {}  // no memory left even for this
+  }
+
+  std::vector<std::pair<std::string, DependentSet>> m_known;
+};
+
+}  // namespace
 
 DBUpdater::~DBUpdater() = default;
 
@@ -45,8 +93,10 @@ void ObjectDBUpdater::deleteObject(const std::string& path)
   if (!object)
     return;
   object->addToDependentUpdates(m_dependents);
+  DependentsOfTree dependents(*object);
   object->deleteAllDependent();
   m_database->deleteObject(path);
+  dependents.forget();
 }
 
 void ObjectDBUpdater::setParam(const std::string& path, const std::string& name, const std::string& value)

@@ -10,6 +10,7 @@ namespace orv {
 LinkBatch* LinkBatch::s_current = nullptr;
 std::vector<LinkBatch::Note> LinkBatch::s_notes;
 std::vector<std::string> LinkBatch::s_unfinished;
+bool LinkBatch::s_unlisted = false;
 
 LinkBatch::LinkBatch() : m_outer(s_current), m_first(s_notes.size())
 {
@@ -24,7 +25,7 @@ LinkBatch::~LinkBatch()
 LinkBatch::Note& LinkBatch::noteOf(GenericKSLObject& object)
 {
   if (object.m_batchPlace == 0) {
-    s_notes.push_back({&object, 0, false});
+    s_notes.push_back({.object = &object});
     object.m_batchPlace = static_cast<std::uint32_t>(s_notes.size());
   }
   return s_notes[object.m_batchPlace - 1];
@@ -52,13 +53,43 @@ std::set<std::string> LinkBatch::finish()
   return paths;
 }
 
+void LinkBatch::noteWaiting(GenericKSLObject& object) noexcept
+{
+  try {
+    if (!s_current)
+      s_unfinished.push_back(object.getPath());
+    else
+      noteOf(object).lostTarget = true;
+  } catch (...) {
+    s_unlisted = true;
+  }
+}
+
 void LinkBatch::noteUnfinished()
 {
-  std::vector<std::string> paths;
-  paths.swap(s_unfinished);
-  for (const std::string& path : paths) {
-    if (auto* object = dynamic_cast<GenericKSLObject*>(ObjectDB::instance()->getObjectByPath(path)))
+  if (s_unlisted)
+    noteAllWaiting();
+  s_unlisted = false;
+  for (; !s_unfinished.empty(); s_unfinished.pop_back()) {
+    if (auto* object =
+            dynamic_cast<GenericKSLObject*>(ObjectDB::instance()->getObjectByPath(s_unfinished.back())))
       noteOf(*object).lostTarget = true;
+  }
+}
+
+// Linear in the model.
+void LinkBatch::noteAllWaiting()
+{
+  std::vector<KSLObject*> toAsk;
+  const auto ask = [&toAsk](KSLObject* child) { toAsk.push_back(child); };
+  ObjectDB::instance()->getObjectByPath({})->forEachChild(ask);
+  while (!toAsk.empty()) {
+    KSLObject* object = toAsk.back();
+    toAsk.pop_back();
+    object->forEachChild(ask);
+    auto* computing = dynamic_cast<GenericKSLObject*>(object);
+    if (computing && (computing->isAnyPending() || (computing->m_links && computing->m_links->waits())))
+      noteOf(*computing).lostTarget = true;
   }
 }
 
@@ -67,10 +98,12 @@ void LinkBatch::keepUnfinished() noexcept
   try {
     for (std::size_t i = m_first; i < s_notes.size(); ++i) {
       const GenericKSLObject* object = s_notes[i].object;
-      if (object && object->m_links && object->m_links->waits())
+      if (object && (s_notes[i].toMark != 0 || (object->m_links && object->m_links->waits())))
         s_unfinished.push_back(object->getPath());
     }
-  } catch (...) {}  // they are linked when they are next updated
+  } catch (...) {
+    s_unlisted = true;
+  }
 }
 
 void LinkBatch::close() noexcept
