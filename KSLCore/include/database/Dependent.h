@@ -35,6 +35,7 @@ class ORV_API Dependent {
   struct Key {
     std::string_view objPath;
     std::string_view paramName;
+    // NOLINTNEXTLINE(modernize-use-nullptr): there is no pointer
     auto operator<=>(const Key&) const = default;
   };
   friend std::strong_ordering operator<=>(const Dependent& dependent, const Key& key)

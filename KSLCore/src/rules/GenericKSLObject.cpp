@@ -30,7 +30,8 @@ template <class Step>
 void runEnding(Step step) noexcept
 {
   const auto report = [](std::string text) {
-    ErrorProgressReporter::instance()->reportError(internal::error(className, "~GenericKSLObject", text));
+    ErrorProgressReporter::instance()->reportError(
+        internal::error(className, "~GenericKSLObject", std::move(text)));
   };
   constexpr const char* operation = "~GenericKSLObject";
   try {
@@ -293,7 +294,8 @@ void GenericKSLObject::calculate(const std::string& schedulerType)
                          _("Calculate function '%s' in library '%s' for object type '%s' was not found.",
                            function.name, function.library, getType()));
   }
-  const std::string type = schedulerType;  // the caller's may end with the object
+  // NOLINTNEXTLINE(performance-unnecessary-copy-initialization): the caller's may end with the object
+  const std::string type = schedulerType;
   instance->calculate(this, type);
 }
 
