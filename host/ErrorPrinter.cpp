@@ -1,5 +1,7 @@
 #include "ErrorPrinter.h"
 
+#include "CommandWatch.h"
+
 #include <cstdlib>
 #include <iostream>
 #include <string>
@@ -42,6 +44,7 @@ void ErrorPrinter::report(const orv::ErrorMsg& error)
 {
   if (!isWarning(error))
     ++m_errors;
+  CommandWatch::eraseLine();
   const std::string text = toText(error);
   std::cerr << (m_coloured ? coloured(text, isWarning(error)) : text) << '\n';
   if (m_tracing)
@@ -51,6 +54,7 @@ void ErrorPrinter::report(const orv::ErrorMsg& error)
 
 void ErrorPrinter::inform(std::string_view text)
 {
+  CommandWatch::eraseLine();
   std::cerr << "inform " << text << '\n';
 }
 

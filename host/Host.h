@@ -26,10 +26,13 @@ class Host {
   // The one that lives; null when none does.
   static Host* current() { return s_current; }
 
+  const orv::ActionFactory& actions() const { return m_actions; }
   // State files that were read or written.
   FileWatcher& files() { return m_files; }
   // Objects have changed since everything was last saved to a state file.
   bool hasUnsavedWork() const { return m_stateWatch.hasUnsavedWork(); }
+  // A file holds all there is: a state that was loaded into nothing.
+  void setSaved() { m_stateWatch.setSaved(); }
 
  private:
   // Members end in reverse order: first the command processor, which uses executors, then these, then what

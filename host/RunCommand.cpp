@@ -1,35 +1,17 @@
 #include "RunCommand.h"
 
-#include "platform/ORVError.h"
 #include "platform/ORVUtilities.h"
-#include "database/ObjectDB.h"
 #include "command/KSLCoreAPI.h"
 #include "command/KSLUpdateInfo.h"
+#include "FileActions.h"
 #include "Host.h"
+#include "ObjectText.h"
 #include "Trace.h"
 
 #include <chrono>
 #include <iostream>
 #include <optional>
 #include <utility>
-
-namespace {
-
-// As "> getstate" finds objects, and with its warning.
-const orv::KSLObject* findObject(const std::string& pathOrName)
-{
-  const std::string text =
-      orv::PathUtils::normalisePathBwdComp(orv::StringUtilities::removeWhitespace(pathOrName));
-  const orv::ObjectDB* database = orv::ObjectDB::instance();
-  const bool isPath = !text.empty() && text.front() == '/';
-  const orv::KSLObject* object = isPath ? database->getObjectByPath(text) : database->getObjectByName(text);
-  if (!object)
-    orv::ErrorProgressReporter::instance()->reportError(orv::data::notFound(
-        "ObjectDB", "getState", orv::_("Object '%s' does not exist.", text), orv::errorType::warning));
-  return object;
-}
-
-}  // namespace
 
 RunCommand::RunCommand(Options options) : m_options(std::move(options)) {}
 
@@ -51,32 +33,46 @@ void RunCommand::enter(const Texts& texts) const
     graph.emplace(m_options.traceGraph);
   if (m_options.traceChanges || m_options.timings)
     orv::KSLCoreAPI::instance()->recordKSLChanges(true);
+  GraphTrace* const trace = graph ? &*graph : nullptr;
+  const auto enterFile = [&](const std::string& file, Lines (*text)(const std::string&)) {
+    return file.empty() || enterWatched(text(file), trace);
+  };
+
+  // What follows would not be what was asked for without these.
+  if (!enterFile(m_options.record, startRecordingText))
+    return;
+  const orv::ScopeGuard endRecording([this] {
+    if (!m_options.record.empty())
+      enterText(endRecordingText());
+  });
+  if (!enterFile(m_options.load, loadStateText))
+    return;
+  enterFile(m_options.replay, replayText);
   for (const Lines& text : texts)
-    enterWatched(text, graph ? &*graph : nullptr);
+    enterWatched(text, trace);
+  enterFile(m_options.save, saveStateText);
 }
 
-void RunCommand::enterWatched(const Lines& text, GraphTrace* graph) const
+bool RunCommand::enterWatched(const Lines& text, GraphTrace* graph) const
 {
   using Clock = std::chrono::steady_clock;
   const Clock::time_point start = Clock::now();
-  enterText(text);
+  const bool good = enterText(text);
   const std::chrono::duration<double> time = Clock::now() - start;
   const orv::KSLUpdateInfo* changes = orv::KSLCoreAPI::instance()->getUpdateInfo();
   if (m_options.traceChanges)
     printChanges(*changes);
   if (m_options.timings)
-    std::cerr << orv::_("%d changed, %d recalculated, %s\n", countChanges(*changes),
-                        graph->takeCalculations(), millisecondsText(time.count()));
+    std::cerr << summaryText(*changes, graph->takeCalculations(), time.count());
   if (m_options.traceFiles)
     printFiles(*Host::current());
+  return good;
 }
 
 void RunCommand::printState() const
 {
   std::string text;
   for (const std::string& list : m_options.state)
-    for (const std::string& item : orv::StringUtilities::stringToVector(list, ','))
-      if (const orv::KSLObject* object = findObject(item))
-        object->appendState(text, orv::externalParams);
+    text += stateText(list);
   std::cout << text;
 }

@@ -1,4 +1,4 @@
-// "ksl run": enters texts and shows what became of them.
+// "ksl run" and "ksl replay": enters texts and shows what became of them.
 #pragma once
 
 #include "Texts.h"
@@ -17,18 +17,25 @@ class RunCommand {
     bool traceGraph = false;
     bool traceFiles = false;
     bool timings = false;
+    // Files, empty for none: the texts are recorded in a session file; a state is loaded before them and one is saved
+    // after them; a session is replayed in their place.
+    std::string record;
+    std::string load;
+    std::string save;
+    std::string replay;
     // Lists of paths or names of the objects to print at the end; "/" for all.
     std::vector<std::string> state;
   };
 
   explicit RunCommand(Options options);
 
-  // As runWithTexts; a text that fails is taken back, and the next is entered.
+  // As runWithTexts; a text that fails is taken back, and the next is entered. Nothing is when the recording or the
+  // loading fails.
   int run();
 
  private:
   void enter(const Texts& texts) const;
-  void enterWatched(const Lines& text, GraphTrace* graph) const;
+  bool enterWatched(const Lines& text, GraphTrace* graph) const;
   void printState() const;
 
   Options m_options;

@@ -3,9 +3,9 @@
 
 #include "actions/StateChangeObserver.h"
 
-// Hears of every update that changes objects, undo and redo included; "> savestate" of everything ends the worry. It
-// errs to the safe side: a command that failed and was taken back counts, and so does a state that was just loaded.
-// Changes that are made without an update (in the update mode no-action) go unnoticed. Attached while it lives.
+// Hears of every update that changes objects, undo and redo included; "> savestate" of everything ends the worry. A
+// command that is taken back leaves things as they were. Changes that are made without an update (in the update mode
+// no-action) go unnoticed. Attached while it lives.
 class StateWatch {
  public:
   StateWatch();
@@ -13,10 +13,25 @@ class StateWatch {
   StateWatch(const StateWatch&) = delete;
   StateWatch& operator=(const StateWatch&) = delete;
 
-  bool hasUnsavedWork() const { return m_observer.isDBStateDirty(); }
+  bool hasUnsavedWork() const { return m_changes.isDBStateDirty(); }
+  // A file holds everything, as after a load into nothing.
+  void setSaved() { m_changes.setDBStateDirty(false); }
   // For "> savestate".
-  orv::StateChangeObserver* observer() { return &m_observer; }
+  orv::StateChangeObserver* observer() { return &m_changes; }
 
  private:
-  orv::StateChangeObserver m_observer;
+  // Remembers what was when the outermost text began, and says so again when its changes have been taken back.
+  class Recovery : public orv::Observer {
+   public:
+    explicit Recovery(orv::StateChangeObserver& changes) : m_changes(changes) {}
+    void update(orv::ObserverSubject* subject, int type) override;
+
+   private:
+    orv::StateChangeObserver& m_changes;
+    int m_depth = 0;
+    bool m_before = false;
+  };
+
+  orv::StateChangeObserver m_changes;
+  Recovery m_recovery{m_changes};
 };

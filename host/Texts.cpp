@@ -5,6 +5,7 @@
 #include "platform/ORVUtilities.h"
 #include "command/KSLCoreAPI.h"
 #include "command/KSLInterface.h"
+#include "CommandWatch.h"
 #include "ErrorPrinter.h"
 #include "Host.h"
 
@@ -58,25 +59,55 @@ void flushOutput()
     throw orv::file::error("ksl", "flushOutput", orv::_("Cannot write to standard output."));
 }
 
-void runReported(const TextOptions& options, const std::function<void(const Texts&)>& work)
+void runReported(const TextOptions& options, const std::function<void(Host&)>& work)
 {
-  const Host host(options.libraries);
+  Host host(options.libraries);
   orv::KSLCoreAPI* api = orv::KSLCoreAPI::instance();
   api->setExternalKslUpdateMode(options.updateMode);
   api->setValidationEnabled(options.validate);
-  work(readTexts(options));
+  work(host);
   flushOutput();
 }
+
+constexpr int interrupted = 130;  // as shells tell that a program ended by SIGINT
+
+// Counts the errors that pass on their way to the sink before.
+class ErrorCounter : public orv::ErrorSink {
+ public:
+  ErrorCounter() : m_next(orv::ErrorProgressReporter::instance()->setSink(this)) {}
+  ~ErrorCounter() override { orv::ErrorProgressReporter::instance()->setSink(m_next); }
+  ErrorCounter(const ErrorCounter&) = delete;
+  ErrorCounter& operator=(const ErrorCounter&) = delete;
+
+  void report(const orv::ErrorMsg& error) override
+  {
+    m_count += error.getType() != orv::errorType::warning;
+    m_next->report(error);
+  }
+  void inform(std::string_view text) override { m_next->inform(text); }
+  std::size_t count() const { return m_count; }
+
+ private:
+  orv::ErrorSink* m_next;
+  std::size_t m_count = 0;
+};
 
 }  // namespace
 
 int runWithTexts(const TextOptions& options, const std::function<void(const Texts&)>& work)
+{
+  return runWithHost(options, [&](const Host&) { work(readTexts(options)); });
+}
+
+int runWithHost(const TextOptions& options, const std::function<void(Host&)>& work)
 {
   ErrorPrinter printer;
   printer.setTracing(options.traceErrors);
   orv::ErrorProgressReporter* reporter = orv::ErrorProgressReporter::instance();
   try {
     runReported(options, work);
+  } catch (const orv::Interrupt&) {
+    return interrupted;
   } catch (const orv::Error& error) {
     reporter->reportError(error);
   } catch (const std::exception& exception) {
@@ -85,9 +116,18 @@ int runWithTexts(const TextOptions& options, const std::function<void(const Text
   return printer.errorCount() > 0 ? 1 : 0;
 }
 
-void enterText(const Lines& text)
+bool enterText(const Lines& text)
 {
+  const ErrorCounter errors;
+  CommandWatch watch;
   orv::KSLCoreAPI::instance()->externalProcessKSL(text);
+  CommandWatch::eraseLine();
   if (const std::size_t changes = orv::KSLInterface::instance()->getLastRecoverySize())
     std::cerr << "rolled back " << changes << " changes\n";
+  if (CommandWatch::requested()) {
+    if (!watch.stopped())
+      std::cerr << "interrupted when the command was done\n";
+    throw orv::Interrupt("ksl", "enterText", orv::_("Interrupted."));
+  }
+  return errors.count() == 0;
 }

@@ -7,6 +7,8 @@
 #include <string>
 #include <vector>
 
+class Host;
+
 struct TextOptions {
   std::vector<std::string> files;  // "-" is standard input
   std::vector<std::string> texts;  // entered after the files
@@ -20,9 +22,13 @@ using Lines = std::vector<std::string>;
 using Texts = std::vector<Lines>;
 
 // Brings the library up, reads all texts and gives them to `work`, which is to enter them. What work leaves on
-// std::cout is written. Returns the exit status: 0, or 1 when an error was reported. Faulty RULES, and files
-// that cannot be read, are reported before work begins, and end the run.
+// std::cout is written. Returns the exit status: 0, or 1 when an error was reported, or 130 when Ctrl-C stopped
+// the work (what enterText throws then may pass). Faulty RULES, and files that cannot be read, are reported before
+// work begins, and end the run.
 int runWithTexts(const TextOptions& options, const std::function<void(const Texts&)>& work);
+// The same for work that reads its own texts.
+int runWithHost(const TextOptions& options, const std::function<void(Host&)>& work);
 
-// Enters a text as one command; one that fails is taken back, which is told.
-void enterText(const Lines& text);
+// Enters a text as one command; one that fails is taken back, which is told. False when an error was reported.
+// Throws orv::Interrupt once Ctrl-C was pressed meanwhile; that, too, was told.
+bool enterText(const Lines& text);

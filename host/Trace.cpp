@@ -5,6 +5,7 @@
 #include "database/ObjectDB.h"
 #include "command/KSLCoreAPI.h"
 #include "command/KSLUpdateInfo.h"
+#include "CommandWatch.h"
 #include "Host.h"
 
 #include <algorithm>
@@ -27,6 +28,7 @@ NotificationTrace::~NotificationTrace()
 
 void NotificationTrace::update(orv::ObserverSubject*, int type)
 {
+  CommandWatch::eraseLine();
   std::cerr << "notify " << type << '\n';
 }
 
@@ -101,6 +103,7 @@ void GraphTrace::calculated(const orv::SchedulerObject& scheduler, double second
   if (!m_printing)
     return;
   tryTo([&] {
+    CommandWatch::eraseLine();
     std::cerr << "calculated " << nameOf(scheduler) << ": "
               << orv::StringUtilities::vectorToString(m_reasons[&scheduler], ", ") << "; "
               << millisecondsText(seconds) << '\n';
@@ -142,6 +145,12 @@ std::size_t countChanges(const orv::KSLUpdateInfo& changes)
       count += std::max<std::size_t>(parameters.size(), 1);
   }
   return count;
+}
+
+std::string summaryText(const orv::KSLUpdateInfo& changes, std::size_t calculations, double seconds)
+{
+  return orv::_("%d changed, %d recalculated, %s\n", countChanges(changes), calculations,
+                millisecondsText(seconds));
 }
 
 void printFiles(Host& host)

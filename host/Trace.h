@@ -59,6 +59,8 @@ class GraphTrace : public orv::SchedulerTrace {
 void printChanges(const orv::KSLUpdateInfo& changes);
 // The number of lines that printChanges writes, and one for each new object without parameters.
 std::size_t countChanges(const orv::KSLUpdateInfo& changes);
+// "N changed, N recalculated, N ms", and a line end: what a command did, and how long it took.
+std::string summaryText(const orv::KSLUpdateInfo& changes, std::size_t calculations, double seconds);
 
 // The files that were read or written since the last call ("read or written: FILE"), those that others changed
 // meanwhile ("changed by others: FILE"), and "unsaved work" when there is some.

@@ -1,7 +1,9 @@
-// ksl, the command-line host: reads the command line and leaves the rest to RunCommand and GraphCommand.
+// ksl, the command-line host: reads the command line and leaves the rest to RunCommand, GraphCommand and Shell.
 #include "platform/ORVUtilities.h"
+#include "FileActions.h"
 #include "GraphCommand.h"
 #include "RunCommand.h"
+#include "Shell.h"
 
 #include <CLI/CLI.hpp>
 #include <memory>
@@ -68,20 +70,61 @@ void readTrace(const std::string& words, RunCommand::Options& options)
   }
 }
 
-// What is entered, and how; the same for all subcommands.
+// A file that an action line is to name.
+void addFile(CLI::App& app, const char* name, const char* help, bool written, std::string& file)
+{
+  const auto take = [=, &file](const std::string& value) {
+    const std::string problem = fileNameProblem(value, written);
+    if (!problem.empty())
+      throw CLI::ValidationError(name, "a file name here " + problem);
+    file = value;
+  };
+  addOption(app, name, "FILE", help, take);
+}
+
+void addRules(CLI::App& command, TextOptions& options)
+{
+  addOption(command, "--library", "PATH",
+            "Read definitions from this file or directory in place of the built-in ones; may be repeated",
+            [&options](const std::string& path) { readLibrary(path, options); });
+  command.add_flag("--validate", options.validate,
+                   "Check types and parameter names before anything is changed");
+}
+
+void addLoad(CLI::App& command, std::string& file)
+{
+  addFile(command, "--load", "Load this state file first", false, file);
+}
+
+void addRecord(CLI::App& command, std::string& file)
+{
+  addFile(command, "--record", "Record what is entered in this session file, which must not exist", true,
+          file);
+}
+
+// What is entered, and how.
 void addTexts(CLI::App& command, TextOptions& options)
 {
   command.add_option("FILE", options.files, "Files to enter, in order; - is standard input")->type_name("");
   addOption(command, "-e", "TEXT", "Enter this text after the files; may be repeated",
             [&options](const std::string& text) { options.texts.push_back(text); });
-  addOption(command, "--library", "PATH",
-            "Read definitions from this file or directory in place of the built-in ones; may be repeated",
-            [&options](const std::string& path) { readLibrary(path, options); });
   addOption(command, "--update-mode", "MODE",
             "When definitions take effect: at-end, default (after each block), no-action",
             [&options](const std::string& word) { readUpdateMode(word, options); });
-  command.add_flag("--validate", options.validate,
-                   "Check types and parameter names before anything is changed");
+  addRules(command, options);
+}
+
+// What is seen of it.
+void addWatching(CLI::App& command, RunCommand::Options& options)
+{
+  addFile(command, "--save", "Save the state in this file at the end", true, options.save);
+  // A flag, whose value needs a "=": it must not take a file that follows for its value.
+  command.add_flag("--state{/}", options.state,
+                   "Print the state text of all objects at the end, or of these");
+  addOption(command, "--trace", "WORD,...",
+            "Tell on standard error what goes on: notify, changes, errors, graph, files",
+            [&options](const std::string& words) { readTrace(words, options); });
+  command.add_flag("--timings", options.timings, "Tell on standard error what each command changed and took");
 }
 
 void addRun(CLI::App& app, RunCommand::Options& options)
@@ -89,12 +132,20 @@ void addRun(CLI::App& app, RunCommand::Options& options)
   CLI::App* run =
       app.add_subcommand("run", "Enter KSL texts, each as one command, and show what becomes of them");
   addTexts(*run, options.input);
-  // A flag, whose value needs a "=": it must not take a file that follows for its value.
-  run->add_flag("--state{/}", options.state, "Print the state text of all objects at the end, or of these");
-  addOption(*run, "--trace", "WORD,...",
-            "Tell on standard error what goes on: notify, changes, errors, graph, files",
-            [&options](const std::string& words) { readTrace(words, options); });
-  run->add_flag("--timings", options.timings, "Tell on standard error what each command changed and took");
+  addLoad(*run, options.load);
+  addRecord(*run, options.record);
+  addWatching(*run, options);
+}
+
+void addReplay(CLI::App& app, RunCommand::Options& options)
+{
+  CLI::App* replay =
+      app.add_subcommand("replay", "Enter a session file as one command, and show what becomes of it");
+  addRules(*replay, options.input);
+  addLoad(*replay, options.load);
+  addFile(*replay, "FILE", "The session file", false, options.replay);
+  replay->get_option("FILE")->required()->type_name("");
+  addWatching(*replay, options);
 }
 
 CLI::App* addGraph(CLI::App& app, GraphCommand::Options& options)
@@ -111,18 +162,29 @@ CLI::App* addGraph(CLI::App& app, GraphCommand::Options& options)
 
 int main(int argc, char** argv)
 {
-  CLI::App app("Defines and changes objects of a flow post-processor with KSL texts.", "ksl");
+  CLI::App app(
+      "Defines and changes objects of a flow post-processor with KSL texts. Without a subcommand, as they "
+      "are "
+      "typed.",
+      "ksl");
   app.set_version_flag("--version", "ksl " KSL_VERSION);
-  app.require_subcommand(1);
+  app.require_subcommand(0, 1);
   app.formatter(std::make_shared<HelpFormatter>());
+  Shell::Options shellOptions;
   RunCommand::Options runOptions;
   GraphCommand::Options graphOptions;
+  addRules(app, shellOptions.input);
+  addLoad(app, shellOptions.load);
+  addRecord(app, shellOptions.record);
   addRun(app, runOptions);
+  addReplay(app, runOptions);
   const CLI::App* graph = addGraph(app, graphOptions);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
     return app.exit(error) == 0 ? 0 : wrongUsage;
   }
+  if (app.get_subcommands().empty())
+    return Shell::run(shellOptions);
   return graph->parsed() ? GraphCommand::run(graphOptions) : RunCommand(std::move(runOptions)).run();
 }

@@ -44,10 +44,12 @@ class LoggingStrategy : public SessionUpdateStrategy {
 class SessionUpdaterTest : public SessionTest {
  protected:
   static constexpr const char* session =
-      "&replace A: a # new\n  y = one two\\ \n  z = one \\\n   two\n  B: c\n  END\nEND\n> delete /C:b\nVIEW:\nText = "
+      "&replace A: a # new\n  y = one two\\ \n  z = one \\\n   two\n  B: c\n  END\nEND\n> delete "
+      "/C:b\nVIEW:\nText = "
       "t\nEND\r\n";
   static constexpr const char* rest =
-      "text A: a|y = one two\\|z = one two|B: c|END|END\naction delete /C:b\nprepare with a\ntext VIEW:|Text = t|END\n";
+      "text A: a|y = one two\\|z = one two|B: c|END|END\naction delete /C:b\nprepare with a\ntext VIEW:|Text "
+      "= t|END\n";
   static constexpr const char* result =
       "A:a\n  y = one two\\ \n  z = one two\n  B:c\n  END\nEND\nVIEW:\n  Text = t\n  Zoom = 1\nEND\n";
 

@@ -159,11 +159,14 @@ TEST_F(StateLoad, Blocks)
        "A:w\nEND\nB:b\nEND\n"},
       {"replaced", "A: w\nx = 1\ny = 1\nEND", "&replace A: w\r\n  x = 2 \\\r\n 3 # old\r\nEND\r\n",
        "A:w\n  x = 2 3\nEND\n"},
+      {"a backslash before a comment", "", "A: w\n  x = a\\# c\n  y = 1\nEND",
+       "A:w\n  x = a\\ \n  y = 1\nEND\n"},
       {"odd names", "A: \"n#1\"\nEND", "B: \"n#1\" # c\nx = \\ \nEND", "B:\"n#1\"\n  x = \\ \nEND\n"},
   };
   for (const auto& row : table) {
     restart();
-    system.run(row.before);
+    if (!row.before.empty())
+      system.run(row.before);
     system.run("> readstate mode=append, filename=" + folder.write("a.qst", row.file));
     EXPECT_EQ(system.errors(), "") << row.row;
     EXPECT_EQ(work(), row.after) << row.row;

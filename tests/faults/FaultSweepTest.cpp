@@ -1,6 +1,7 @@
 // Makes the n-th occasion of a fault fail, n = 1, 2, … until the command gets by without meeting it. Wherever the fault
 // strikes, either the command stands and nothing is reported (what ends things must not fail), or nothing has happened,
 // one error is reported, and undo and redo are what they were.
+#include "platform/ORVProgress.h"
 #include "database/DataKSLObject.h"
 #include "database/ObjectDB.h"
 #include "database/ObjectFactory.h"
@@ -99,6 +100,18 @@ class FragileObserver : public KSLUpdateRecorder {
   }
 };
 
+// Stops work between two of its steps, on request, as people do.
+class FragileWatcher : public ProgressWatcher {
+ public:
+  FragileWatcher() { set(this); }
+  ~FragileWatcher() override { set(nullptr); }
+  void stepped(const Progress*) override
+  {
+    if (trap.strikes(FaultKind::step))
+      throw Interrupt("FaultSweep", "stepped", "stopped");
+  }
+};
+
 struct Scenario {
   const char* name;
   std::vector<const char*> before;  // texts
@@ -174,7 +187,7 @@ class Sweep {
   bool step(unsigned long n);
 
  private:
-  struct System : FragileType, FragileObserver, TestSystem {
+  struct System : FragileType, FragileObserver, FragileWatcher, TestSystem {
     System() : TestSystem(rules) { ObjectDB::instance()->registerChangeNotify(this); }
   };
   struct State {
@@ -370,7 +383,8 @@ INSTANTIATE_TEST_SUITE_P(
     testing::Values(KindCase{FaultKind::allocation, "Allocation"}, KindCase{FaultKind::setValue, "SetValue"},
                     KindCase{FaultKind::initialize, "Initialize"}, KindCase{FaultKind::update, "Update"},
                     KindCase{FaultKind::notification, "Notification"},
-                    KindCase{FaultKind::observer, "Observer"}, KindCase{FaultKind::action, "Action"}),
+                    KindCase{FaultKind::observer, "Observer"}, KindCase{FaultKind::action, "Action"},
+                    KindCase{FaultKind::step, "Step"}),
     [](const auto& test) { return std::string(test.param.name); });
 
 }  // namespace orv

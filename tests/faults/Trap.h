@@ -13,7 +13,8 @@ enum class FaultKind {
   action,
   calculation,
   link,
-  load
+  load,
+  step
 };
 
 struct Trap {

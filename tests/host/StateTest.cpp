@@ -11,7 +11,10 @@ std::string resultsFile()
   return sourceDir() + "/examples/cylinder.res";
 }
 
-const std::string reader = "DATA READER:\nCurrent Results File = " + resultsFile() + "\nEND\n> load\n";
+std::string reader()
+{
+  return "DATA READER:\nCurrent Results File = " + resultsFile() + "\nEND\n> load\n";
+}
 
 std::string blocksOnly(const std::string& stateFile)
 {
@@ -47,7 +50,7 @@ TEST(State, OutlivesProcesses)
 
 TEST(State, ResultsAreMadeByTheReader)
 {
-  const Outcome outcome = ksl({"run", "-e", reader, "--state=/DOMAIN:Wind Tunnel"});
+  const Outcome outcome = ksl({"run", "-e", reader(), "--state=/DOMAIN:Wind Tunnel"});
   EXPECT_EQ(outcome.status, 0) << outcome.err;
   EXPECT_TRUE(outcome.out.starts_with("DOMAIN:Wind Tunnel\n  Fluid = Air\n")) << outcome.out;
   EXPECT_NE(outcome.out.find("  BOUNDARY:Inflow\n"), std::string::npos) << outcome.out;

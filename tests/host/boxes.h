@@ -42,3 +42,19 @@ inline std::string boxes()
 END
 )");
 }
+
+// What reading files needs beside any other library.
+inline std::string fileTypes()
+{
+  return makeFile("files.ksl", R"(RULES:
+  SINGLETON: FILE PROCESSING
+    KSLObject Class = DataKSLObject
+    Essential Parameter List = Processing Mode, Path Stack
+  END
+  PARAMETER: Processing Mode
+  END
+  PARAMETER: Path Stack
+  END
+END
+)");
+}

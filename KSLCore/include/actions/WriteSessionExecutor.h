@@ -73,7 +73,6 @@ class ORV_API WriteSessionExecutor : public ActionExecutor {
   void openFile(Request& request);
   void writeHeader();
   void stop();
-  static std::string blockText(const std::vector<std::string>& lines);
   void abandon(const file::error& error) noexcept;
 
   static std::string m_preamble;

@@ -27,7 +27,7 @@ class StateChangeObserver;
 // allow, and the "Domain List" of what the results define.
 //
 // The text is made in memory and replaces the file in one step (ORVFile::replace): the old state or the new one,
-// whole. Linear in the text; a list of n objects costs n log n.
+// whole. Linear in the text; a list of n objects costs n.
 class ORV_API WriteStateExecutor : public ActionExecutor {
  public:
   // Both may be null, are not owned and outlive the executor. The manager is told the file type "qst" now and each

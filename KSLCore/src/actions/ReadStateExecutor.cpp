@@ -10,8 +10,10 @@
 #include "command/KSLInterface.h"
 #include "actions/FileProcessingScope.h"
 #include "actions/ORVMPStream.h"
+#include "actions/ReadableText.h"
 #include "actions/actionChecks.h"
 #include "actions/fileNames.h"
+#include "actions/linesOf.h"
 
 #include <algorithm>
 #include <map>
@@ -45,14 +47,6 @@ void requireProcessingObject()
     throw ksl::invalid(className, "invoke", _("Cannot find object %s", "FILE PROCESSING"));
 }
 
-bool isAscii(const std::string& line)
-{
-  unsigned char bits = 0;
-  for (const char c : line)
-    bits |= static_cast<unsigned char>(c);
-  return bits < 0x80;
-}
-
 void dropComment(std::string& line)
 {
   line.resize(StringUtilities::withoutComment(line).size());
@@ -62,6 +56,7 @@ void dropComment(std::string& line)
 
 void recordLoad(const std::string& fileName, const std::string& mode, bool loadData)
 {
+  reportUnreadable(className, "invoke", "/STATE", "State Filename", fileName);
   KSLBuilder text;
   text.beginObject("STATE", "");
   text.addParam("State Filename", fileName);
@@ -211,11 +206,11 @@ std::vector<std::string> ReadStateExecutor::readFile(Request& request)
 {
   ORVMPStream stream(request.fileName, ORVStream::Mode::read);
   request.fileName = stream.getFileName();
-  std::vector<std::string> lines = stream.readLines();
+  const std::string text = stream.readAll();
   stream.close();
-  if (!std::all_of(lines.begin(), lines.end(), isAscii))
+  if (!ORVFile::isAscii(text))
     throw file::error(className, "invoke", _("Non ASCII file: '%s'.", request.fileName));
-  lines = StringUtilities::removeContinuation(std::move(lines));
+  std::vector<std::string> lines = StringUtilities::removeContinuation(linesOf(text));
   std::for_each(lines.begin(), lines.end(), dropComment);
   return lines;
 }

@@ -71,7 +71,14 @@ class LineChecker {
 
 bool isReadable(std::string_view value) noexcept
 {
-  return StringUtilities::withoutComment(value).size() == value.size() && ORVFile::isAscii(value);
+  bool afterSpace = true;  // at the beginning, where no blank may stand either
+  for (const char c : value) {
+    const bool space = StringUtilities::isSpace(c);
+    if (c == '\0' || static_cast<unsigned char>(c) >= 0x80 || (space && (afterSpace || c != ' ')))
+      return false;
+    afterSpace = space;
+  }
+  return (value.empty() || !afterSpace) && StringUtilities::withoutComment(value).size() == value.size();
 }
 
 void reportUnreadable(const char* className, const char* function, const std::string& object,

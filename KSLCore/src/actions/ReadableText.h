@@ -7,8 +7,8 @@
 
 namespace orv {
 
-// False for a value with a "#" outside double quotes, which readers take for a comment, and for one outside ASCII,
-// which they refuse.
+// False for a value with a "#" outside double quotes, which readers take for a comment, for one outside ASCII, which
+// they refuse, and for one with white space other than single blanks between words, which they simplify.
 bool isReadable(std::string_view value) noexcept;
 
 // Reports data::invalid of type 8, "Value of parameter '%s' of object '%s' cannot be read back.", when it is not.

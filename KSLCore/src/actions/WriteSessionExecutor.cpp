@@ -6,10 +6,10 @@
 #include "database/ObjectDB.h"
 #include "command/KSLCoreAPI.h"
 #include "actions/ReadableText.h"
+#include "actions/SessionBlock.h"
 #include "actions/actionChecks.h"
 #include "actions/linesOf.h"
 
-#include <array>
 #include <cerrno>
 #include <cstdio>
 #include <sstream>
@@ -24,7 +24,6 @@ constexpr const char* sessionPath = "/SESSION";
 constexpr const char* fileNameParam = "Session Filename";
 constexpr const char* modeParam = "Write Session Mode";
 constexpr const char* version = "libORVKSLCore " ORV_VERSION;
-constexpr std::size_t lineWidth = 80;
 
 ksl::invalid refusal(std::string message)
 {
@@ -48,18 +47,10 @@ void requireMissing(const std::string& fileName)
     throw file::error(className, "invoke", _("File status error: '%s' - %s.", "Bad Status", fileName));
 }
 
-// Session control, and what comes by itself: a replay must not do it again.
-bool isLeftOut(const std::string& line)
+std::string readableText(const std::string& text)
 {
-  const std::string key = StringUtilities::simplifyWhitespace(line);
-  constexpr std::array prefixes{"> session ", ">session ", "> autolegend"};
-  for (const char* prefix : prefixes)
-    if (key.starts_with(prefix))
-      return true;
-  if (!key.starts_with('>'))
-    return false;
-  const auto words = ActionExecutor::splitActionLine(StringUtilities::removeComment(key).substr(1));
-  return !words.empty() && (words.front() == "session" || words.front() == "autolegend");
+  return StringUtilities::vectorToString(
+      readableLines(StringUtilities::indentKSL(linesOf(text)), className, "writeSessionKSL"), '\n');
 }
 
 std::string timeText()
@@ -234,28 +225,13 @@ void WriteSessionExecutor::writeSessionKSL(const std::string& text)
 {
   if (!m_inProgress || text.find("AutoSaveState.qst") != std::string::npos)
     return;
-  const std::string block = blockText(StringUtilities::indentKSL(linesOf(text)));
+  const std::string block = SessionBlock().write(ORVFile::isAscii(text) ? text : readableText(text));
   try {
     m_stream.write(block);
     m_stream.flush();
   } catch (const file::error& error) {
     abandon(error);
   }
-}
-
-std::string WriteSessionExecutor::blockText(const std::vector<std::string>& lines)
-{
-  std::string block;
-  for (const std::string& line : readableLines(lines, className, "writeSessionKSL")) {
-    if (isLeftOut(line))
-      continue;
-    const std::size_t blanks = line.find_first_not_of(' ');
-    const std::size_t level = blanks == std::string::npos ? 0 : blanks / 2;
-    block += StringUtilities::splitStringToSize(line, level, lineWidth);
-    block += '\n';
-  }
-  block += '\n';
-  return block;
 }
 
 // Hours of work would go on unrecorded; nobody is kept from going on with it.

@@ -5,11 +5,11 @@
 #include "platform/ORVSystem.h"
 #include "platform/ORVUtilities.h"
 #include "database/ObjectDB.h"
+#include "actions/ReadableText.h"
 #include "actions/StateChangeObserver.h"
 #include "actions/actionChecks.h"
 #include "actions/listedObjects.h"
 #include "actions/stateTypes.h"
-#include "actions/valueText.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -53,24 +53,28 @@ bool isSaved(const ParamDefinition& param, const std::string& type)
 }
 
 // The line of a parameter. Most fit as they are; they are not taken apart first.
-void appendLine(const ParamDefinition& param, std::size_t depth, bool isPlain, std::string& out)
+void appendLine(const KSLObject& object, const ParamDefinition& param, std::size_t depth, std::string& out)
 {
   const std::string& name = param.getName();
   const std::string& value = param.getValue();
+  const bool readable = isReadable(value);
+  if (!readable)
+    reportUnreadable(className, "validatedParameters", object.getPath(), name, value);
   constexpr std::string_view equals = " = ";
+  constexpr std::size_t deepest = 60;  // columns; beyond, lines are not indented further
   const std::size_t indent = indentStep * depth;
-  if (isPlain && value.back() != '\\' && indent + name.size() + equals.size() + value.size() <= width) {
+  if (readable && value.back() != '\\' && indent <= deepest
+      && indent + name.size() + equals.size() + value.size() <= width)
     out.append(indent, ' ').append(name).append(equals).append(value) += '\n';
-    return;
-  }
-  out += StringUtilities::splitStringToSize(name + " = " + value + "\n", depth, width);
+  else
+    out += StringUtilities::splitStringToSize(name + " = " + value + "\n", depth, width);
 }
 
 void appendParameters(const KSLObject& object, std::size_t depth, std::string& out)
 {
   object.forEachParam([&](const ParamDefinition& param) {
     if (isSaved(param, object.getType()))
-      appendLine(param, depth, reportUnlessReadable(className, "validatedParameters", object, param), out);
+      appendLine(object, param, depth, out);
   });
 }
 
@@ -87,20 +91,6 @@ std::vector<const KSLObject*> topObjects()
   std::sort(objects.begin(), objects.end(),
             [](const KSLObject* a, const KSLObject* b) { return a->getPath() < b->getPath(); });
   return objects;
-}
-
-// Objects that lie in one another, or come twice, are written once. The root is no object to be written, and must not
-// stand for all that is below it.
-std::vector<const KSLObject*> outermost(const std::vector<const KSLObject*>& objects)
-{
-  std::vector<std::string> paths;
-  for (const KSLObject* object : objects)
-    if (!object->getPath().empty())
-      paths.push_back(object->getPath());
-  std::vector<const KSLObject*> kept;
-  for (const std::string& path : PathUtils::filterChildPaths(paths))
-    kept.push_back(ObjectDB::instance()->getObjectByPath(path));
-  return kept;
 }
 
 void reportMissing(const std::string& item)
@@ -135,9 +125,8 @@ void WriteStateExecutor::invoke(const std::vector<std::string>& p_action)
   checkTarget(request);
   const bool everything = StringUtilities::trimmed(request.objects).empty();
   std::string text = header();
-  writeStateData(
-      everything ? topObjects() : outermost(listedObjects(request.objects, request.typed, reportMissing)),
-      text);
+  writeStateData(everything ? topObjects() : listedObjects(request.objects, request.typed, reportMissing),
+                 text);
   ORVFile::replace(request.fileName, text);
   if (m_files)  // now that the file is complete: a manager may read it at once
     m_files->registerFileChange(request.fileName, fileType);
@@ -201,13 +190,16 @@ void WriteStateExecutor::checkTarget(const Request& request)
 
 void WriteStateExecutor::writeStateData(const std::vector<const KSLObject*>& objects, std::string& out) const
 {
+  // All are taken for written from the start: whatever their order, each is written once, inside the outermost, or not
+  // at all when that one is not.
   Paths written;
-  for (const KSLObject* object : objects) {
-    if (parentAlreadyWritten(object->getPath(), written))
-      continue;
-    writeOneObject(*object, out);
-    // Also when it was not written: its contents would bring it back.
-    written.insert(object->getPath());
+  std::vector<const KSLObject*> distinct;
+  for (const KSLObject* object : objects)
+    if (written.insert(object->getPath()).second)
+      distinct.push_back(object);
+  for (const KSLObject* object : distinct) {
+    if (!parentAlreadyWritten(object->getPath(), written))
+      writeOneObject(*object, out);
   }
 }
 
@@ -234,6 +226,9 @@ bool WriteStateExecutor::isWritten(const KSLObject& object) const
 
 void WriteStateExecutor::writeOneObject(const KSLObject& object, std::string& out) const
 {
+  if (object.getPath()
+          .empty())  // the root is no object to be written, and does not stand for what is below it
+    return;
   for (const KSLObject* place = &object; place && !place->getPath().empty(); place = place->getParentObject())
     if (!isWritten(*place))
       return;

@@ -4,6 +4,7 @@
 
 #include "platform/ORVError.h"
 #include "platform/ORVKSLAPI.h"
+#include "platform/ORVProgress.h"
 #include "platform/ORVUtilities.h"
 #include "database/DependentUpdates.h"
 #include "database/KSLCoreTreeAndLeafModel.h"
@@ -124,7 +125,8 @@ void Executive::updateChangedObjects(ObjectDB* database)
     KSLCoreAPI::instance()->notify(KSLCoreAPI::updateEnd);
   });
   KSLCoreAPI::instance()->notify(KSLCoreAPI::updateBegin);
-  while (!m_pendingUpdates.empty()) {
+  Progress progress("objects", m_pendingUpdates.size());
+  for (std::size_t done = 0; !m_pendingUpdates.empty(); progress.advance(++done)) {
     const std::string path = std::move(m_pendingUpdates.front());
     m_pendingUpdates.pop_front();
     if (KSLObject* object = database->getObjectByPath(path))

@@ -12,6 +12,7 @@
 // Recovery replays the inverses of all that the failed parse did, in whatever mode: m_parseSteps names them
 // in the order in which they were recorded. The stacks alone would not do. Undo and redo move lists about,
 // and what a parse did and undid itself must not be done again by its recovery.
+#include "platform/ORVProgress.h"
 #include "platform/ORVUtilities.h"
 #include "command/Executive.h"
 #include "command/KSLCoreAPI.h"
@@ -169,6 +170,7 @@ void KSLInterface::getRecoveryChanges(KSLChangeList& changes)
 void KSLInterface::attemptErrorRecovery()
 {
   const bool failedUndo = m_undoMode == UNDO;
+  const ScopeGuard watchAgain([watcher = ProgressWatcher::set(nullptr)] { ProgressWatcher::set(watcher); });
   notifyOfRecovery(failedUndo ? KSLCoreAPI::redoRecoveryBegin : KSLCoreAPI::recoveryBegin);
   parseHistory(failedUndo ? ERROR_RECOVERY_REDO : ERROR_RECOVERY);
   notifyOfRecovery(failedUndo ? KSLCoreAPI::redoRecoveryEnd : KSLCoreAPI::recoveryEnd);

@@ -1,6 +1,7 @@
 #include "command/UpdateProcessor.h"
 
 #include "platform/ORVException.h"
+#include "platform/ORVProgress.h"
 #include "platform/ORVUtilities.h"
 #include "command/DBUpdater.h"
 
@@ -18,6 +19,8 @@ void UpdateProcessor::process(const KSLChangeList& changes)
   m_deletedTop.clear();
   m_room = changes.size();
   const ScopeGuard giveBack([this] { m_history->unreserve(m_room); });
+  Progress progress("changes", changes.size());
+  m_progress = &progress;
   try {
     changes.process(KSLChangeList::Direction::forward, this);
   } catch (...) {
@@ -29,7 +32,7 @@ void UpdateProcessor::process(const KSLChangeList& changes)
 // All that may fail comes before the change or is the change itself.
 void UpdateProcessor::visit(const KSLChange& change)
 {
-  ++m_visited;
+  m_progress->advance(m_visited++);
   KSLChange inverse = change.inverse();
   const bool wanted = m_history->adjust(inverse);
   KSLChangeProcessor::visit(change);

@@ -10,6 +10,7 @@
 namespace orv {
 
 class DBUpdater;
+class Progress;
 
 // The inverse of a change is recorded once the change is made, so that the history holds exactly what was
 // applied.
@@ -50,12 +51,13 @@ class UpdateProcessor : public KSLChangeProcessor {
   void record(KSLChange&& inverse);
   void recordFailedDeletion(const KSLChangeList& changes);
 
-  DBUpdater* m_updater;       // not owned
-  KSLChangeList* m_history;   // not owned
-  std::string m_lastChanged;  // noted already, or not there
-  std::string m_deletedTop;   // deleted last; its contents may still be to come in the list
-  std::size_t m_visited = 0;  // changes of the list under way
-  std::size_t m_room = 0;     // made in the history for them and not used yet
+  DBUpdater* m_updater;            // not owned
+  KSLChangeList* m_history;        // not owned
+  std::string m_lastChanged;       // noted already, or not there
+  std::string m_deletedTop;        // deleted last; its contents may still be to come in the list
+  std::size_t m_visited = 0;       // changes of the list under way
+  Progress* m_progress = nullptr;  // of that list; good while it is processed
+  std::size_t m_room = 0;          // made in the history for them and not used yet
   std::set<std::string> m_changed;
   std::vector<Waiting> m_waiting;  // in the order reported
 };

@@ -1,6 +1,7 @@
 #include "SchedulerWalk.h"
 
 #include "platform/ORVError.h"
+#include "platform/ORVProgress.h"
 
 #include <chrono>
 #include <cxxabi.h>
@@ -234,6 +235,7 @@ inline void SchedulerObject::Walk::visit(SchedulerObject* scheduler)
 {
   if (!scheduler->isPending())
     return;
+  Progress::step();
   SchedulerOwner& owner = scheduler->support();
   enter(scheduler);
   owner.createDelayedParamLinks();

@@ -1,4 +1,5 @@
 #include "platform/ORVError.h"
+#include "platform/ORVProgress.h"
 #include "platform/ORVUtilities.h"
 #include "StoreImpl.h"
 #include "StoreLoader.h"
@@ -71,13 +72,29 @@ std::vector<std::string> KSLLines::copy() const
 
 namespace {
 
+constexpr std::string_view blockEnd = "END";
+
+// As their lines stand when they were joined; counted for those who watch.
+template <class Lines>
+std::size_t countBlocks(const Lines& lines)
+{
+  std::size_t blocks = 0;
+  for (std::size_t i = 0; ProgressWatcher::get() && i < lines.size(); ++i)
+    blocks += lines[i] == blockEnd;
+  return blocks;
+}
+
 template <class Lines>
 void load(KSLAPI::Impl& store, const Lines& lines)
 {
   store::Loader loader(store, store.actionHandler);
+  Progress progress("blocks", countBlocks(lines));
+  std::size_t blocks = 0;
   for (std::size_t i = 0; i < lines.size(); ++i) {
     if (!loader.readLine(lines[i]))
       return;
+    if (lines[i] == blockEnd)
+      progress.advance(++blocks);
   }
 }
 

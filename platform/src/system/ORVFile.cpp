@@ -101,7 +101,10 @@ std::vector<std::string> readLines(const std::string& fileName)
 
 bool isAscii(std::string_view text) noexcept
 {
-  return std::all_of(text.begin(), text.end(), [](char c) { return static_cast<signed char>(c) > 0; });
+  unsigned char seen = 0;  // all bits of all characters: no branch in the loop
+  for (const char c : text)
+    seen |= static_cast<unsigned char>(c);
+  return seen < 0x80 && text.find('\0') == std::string_view::npos;
 }
 
 std::vector<std::string> listFiles(const std::string& directory, std::string_view ending)

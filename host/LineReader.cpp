@@ -1,0 +1,63 @@
+#include "LineReader.h"
+
+#include "EditLineReader.h"
+
+#include <cstdlib>
+#include <iostream>
+#include <unistd.h>
+
+namespace {
+
+class PlainLineReader : public LineReader {
+ public:
+  Result read(const std::string& prompt, std::string& line) override
+  {
+    if (m_interactive)
+      std::cerr << prompt << std::flush;  // what is shown may go elsewhere
+    if (!std::getline(std::cin, line))
+      return Result::end;
+    if (!line.empty() && line.back() == '\r')
+      line.pop_back();
+    return Result::line;
+  }
+  void remember(const std::string&) override {}
+  bool isInteractive() const override { return m_interactive; }
+
+ private:
+  bool m_interactive = isatty(STDIN_FILENO);
+};
+
+// The value of an environment variable; empty when there is none.
+std::string valueOf(const char* variable)
+{
+  const char* value = std::getenv(variable);
+  return value ? value : "";
+}
+
+}  // namespace
+
+std::unique_ptr<LineReader> makeLineReader(Complete complete, const std::string& historyFile)
+{
+#ifdef KSL_HAVE_LIBEDIT
+  if (isatty(STDIN_FILENO) && isatty(STDOUT_FILENO))
+    return std::make_unique<EditLineReader>(std::move(complete), historyFile);
+#else
+  static_cast<void>(complete);
+  static_cast<void>(historyFile);
+#endif
+  return std::make_unique<PlainLineReader>();
+}
+
+std::string historyFileName()
+{
+  if (std::getenv("KSL_HISTORY"))
+    return valueOf("KSL_HISTORY");
+  std::string states = valueOf("XDG_STATE_HOME");
+  if (states.empty() || states.front() != '/') {  // a relative one is to be ignored
+    const std::string home = valueOf("HOME");
+    if (home.empty())
+      return {};
+    states = home + "/.local/state";
+  }
+  return states + "/ksl/history";
+}

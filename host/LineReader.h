@@ -1,0 +1,36 @@
+// Lines that a person types, or that come from a file in the place of one.
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+// What may stand from `start` on in place of what stands there.
+struct Completions {
+  std::size_t start = 0;
+  std::vector<std::string> texts;  // in order, each once
+};
+using Complete = std::function<Completions(std::string_view beforeCursor)>;
+
+class LineReader {
+ public:
+  enum class Result { line, interrupted, end };
+
+  virtual ~LineReader() = default;
+  // Reads a line, without its end; interrupted when Ctrl-C dropped what there was of it.
+  virtual Result read(const std::string& prompt, std::string& line) = 0;
+  // Puts the line in the history, and that in its file.
+  virtual void remember(const std::string& line) = 0;
+  virtual bool isInteractive() const = 0;
+};
+
+// For standard input: with editing, completion and a history when that and standard output are terminals and the
+// library for it was there when ksl was built; else plain. The history is kept in `historyFile`, without a name
+// only for as long as the reader lives.
+std::unique_ptr<LineReader> makeLineReader(Complete complete, const std::string& historyFile);
+
+// $KSL_HISTORY, which may be empty; else ksl/history in the user's directory of states ($XDG_STATE_HOME, else
+// ~/.local/state), else empty.
+std::string historyFileName();

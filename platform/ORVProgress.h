@@ -1,0 +1,71 @@
+// The progress library: how far long work has come, and the place where a host can stop it.
+#pragma once
+
+#include "platform/ORVExport.h"
+
+#include <cstddef>
+#include <utility>
+
+namespace orv {
+
+class Progress;
+
+// Is told between two steps of work, very often: it should ask for no clock each time. What it throws ends the
+// work and fails the command, which is taken back: a host that lets its users stop throws orv::Interrupt. It must
+// submit no text. Nothing is told while a failed command is taken back, so that nobody can stop that half-way.
+class ORV_API ProgressWatcher {
+ public:
+  virtual ~ProgressWatcher();
+  // The innermost work under way, null when its extent is not known.
+  virtual void stepped(const Progress* innermost) = 0;
+
+  // Not owned; null, as at start, tells nobody. Returns the previous one.
+  static ProgressWatcher* set(ProgressWatcher* watcher) noexcept { return std::exchange(s_watcher, watcher); }
+  static ProgressWatcher* get() noexcept { return s_watcher; }
+
+ private:
+  static ProgressWatcher* s_watcher;
+};
+
+// One piece of work, for as long as the object lives; pieces are nested as their scopes are. Calculations that
+// take long make one, too. Not for several threads. Costs next to nothing while nobody watches.
+class ORV_API Progress {
+ public:
+  // What the total counts, in the plural; a literal.
+  Progress(const char* units, std::size_t total) noexcept
+      : m_units(units),
+        m_total(total),
+        m_outer(std::exchange(s_innermost, this))
+  {}
+  ~Progress() { s_innermost = m_outer; }
+  Progress(const Progress&) = delete;
+  Progress& operator=(const Progress&) = delete;
+
+  // Tells that so many are done; throws what the watcher throws.
+  void advance(std::size_t done)
+  {
+    m_done = done;
+    step();
+  }
+  // Between two steps that nobody counts.
+  static void step()
+  {
+    if (ProgressWatcher* watcher = ProgressWatcher::get())
+      watcher->stepped(s_innermost);
+  }
+
+  const char* units() const { return m_units; }
+  std::size_t total() const { return m_total; }
+  std::size_t done() const { return m_done; }
+  const Progress* outer() const { return m_outer; }  // null for the outermost
+
+ private:
+  static Progress* s_innermost;
+
+  const char* m_units;
+  std::size_t m_total;
+  std::size_t m_done = 0;
+  Progress* m_outer;
+};
+
+}  // namespace orv

@@ -1,0 +1,270 @@
+// The shell, on a terminal and without one.
+#include "Terminal.h"
+#include "boxes.h"
+
+#include <filesystem>
+#include <gtest/gtest.h>
+
+namespace {
+
+using Arguments = std::vector<std::string>;
+
+const std::string greeting = "ksl 1.0.0. Tab completes; .help lists the shell's own commands.\n";
+const std::string question = "There is unsaved work. Leave all the same? [y/N] ";
+const std::string key_interrupt = "\x03";
+const std::string key_end = "\x04";
+const std::string key_previous = "\x10";
+
+// Types keys whose effect on the line is to be seen, then drops the line.
+void typeAndDrop(Terminal& terminal, const std::string& keys, const std::string& prompt = "ksl> ")
+{
+  terminal.type(keys + key_interrupt);
+  terminal.waitFor("^C");
+  terminal.waitForPrompt(prompt);
+}
+
+TEST(Shell, DefineCompleteFailUndoByNumberQuit)
+{
+  Terminal terminal({"--library", boxes()});
+  terminal.waitForPrompt("ksl> ");
+  terminal.enter("bo\ta", "ksl:1> ");
+  terminal.enter("Si\t2", "ksl:1> ");
+  terminal.enter("E\t");
+  terminal.enter("BOX: b", "ksl:1> ");
+  terminal.enter("  On = \t # the only one", "ksl:1> ");
+  terminal.enter("END");
+  terminal.enter("NOTE: n", "ksl:1> ");
+  terminal.enter("Text = one\\", "ksl:1\\> ");
+  terminal.enter(". two", "ksl:1> ");
+  terminal.enter("Colour = red", "ksl:1> ");
+  terminal.enter("END");
+  terminal.type("> delete \t");
+  terminal.waitForPrompt("ksl> > delete ");
+  terminal.enter("a");
+  terminal.enter(".history");
+  terminal.enter(".undo 2");
+  terminal.enter(".tree");
+  terminal.enter(".redo");
+  terminal.enter(".history");
+  terminal.enter(".undo 3");
+  terminal.enter(".state b");
+  terminal.type(".quit\n");
+  terminal.waitForPrompt(question);
+  terminal.type("yes\n");
+  EXPECT_EQ(terminal.end(), 0);
+  EXPECT_EQ(terminal.takeScreen(), greeting + R"(ksl> BOX: a
+ksl:1> Size = 2
+ksl:1> END
+3 changed, 2 recalculated, N ms
+ksl> BOX: b
+ksl:1>   On = a # the only one
+ksl:1> END
+3 changed, 2 recalculated, N ms
+ksl> NOTE: n
+ksl:1> Text = one\
+ksl:1\> . two
+ksl:1> Colour = red
+ksl:1> END
+error[4] DataKSLObject::setValue: Parameter 'Colour' is not recognized on object '/NOTE:n'.
+rolled back 2 changes
+ksl> > delete
+a  b
+
+ksl> > delete a
+2 changed, 2 recalculated, N ms
+ksl> .history
+To be undone, the last one first to go:
+    3  BOX: a
+    2  BOX: b
+    1  > delete a
+ksl> .undo 2
+undone: > delete a
+4 changed, 4 recalculated, N ms
+undone: BOX: b
+3 changed, 0 recalculated, N ms
+ksl> .tree
+BOX:a
+ksl> .redo
+redone: BOX: b
+3 changed, 2 recalculated, N ms
+ksl> .history
+To be undone, the last one first to go:
+    2  BOX: a
+    1  BOX: b
+To be redone, the first one first:
+    1  > delete a
+ksl> .undo 3
+error[4] ksl::shell: There are only 2 steps to undo. .history lists them.
+ksl> .state b
+BOX:b
+  On = a
+  Size = 1
+END
+ksl> .quit
+There is unsaved work. Leave all the same? [y/N] yes
+)");
+}
+
+// What becomes of a line when Tab is typed behind it. `block` is entered before.
+struct Completed {
+  const char* name;
+  Arguments block;
+  std::string typed;
+  std::string seen;  // behind the prompt; a second Tab lists, when there are several
+  friend void PrintTo(const Completed& completed, std::ostream* out) { *out << completed.name; }
+};
+
+class CompletionTest : public testing::TestWithParam<Completed> {};
+
+TEST_P(CompletionTest, LineAfterTab)
+{
+  makeFile("work/completion-of-files.qst", {});
+  Terminal terminal({});
+  terminal.waitForPrompt("ksl> ");
+  terminal.enter("CUT: Mid Span", "ksl:1> ");
+  terminal.enter("END");
+  terminal.enter("CUT: Mid Tail", "ksl:1> ");
+  terminal.enter("END");
+  int depth = 0;
+  for (const std::string& line : GetParam().block) {
+    depth += line.find(':') != std::string::npos;
+    terminal.enter(line, "ksl:" + std::to_string(depth) + (line.back() == '\\' ? "\\> " : "> "));
+  }
+  typeAndDrop(terminal, GetParam().typed);
+  const std::string screen = terminal.takeScreen();
+  const std::size_t end = screen.find("^C");
+  const std::size_t begin = screen.rfind('\n', end) + 1;
+  EXPECT_EQ(screen.substr(begin, end - begin), GetParam().seen);
+}
+
+const Completed completions[] = {
+    {"Type", {}, "LEV\t", "ksl> LEVEL SURFACE: "},
+    {"TypeInSmallLetters", {}, "lev\t", "ksl> LEVEL SURFACE: "},
+    {"SingletonType", {}, "SES\t", "ksl> SESSION:"},
+    {"NameAsFarAsSure", {}, "CUT: \t", "ksl> CUT: Mid "},
+    {"NameWithBlanks", {}, "CUT: Mid S\t", "ksl> CUT: Mid Span"},
+    {"Action", {}, ">getst\t", "ksl> >getstate "},
+    {"ObjectOfAction", {}, "> delete Mid Span, Mid T\t", "ksl> > delete Mid Span, Mid Tail"},
+    {"PathOfAction", {}, "> s /CUT:Mid S\t", "ksl> > s /CUT:Mid Span"},
+    {"WordOfAction", {}, "> savestate mode=over\t", "ksl> > savestate mode=overwrite"},
+    {"FileOfAction",
+     {},
+     "> readstate filename=completion-of-\t",
+     "ksl> > readstate filename=completion-of-files.qst"},
+    {"OwnCommand", {}, ".tr\t", "ksl> .tree "},
+    {"ObjectOfOwnCommand", {}, ".state Mid T\t", "ksl> .state Mid Tail"},
+    {"Parameter", {"CUT: new"}, "Domain L\t", "ksl:1> Domain List = "},
+    {"ParameterOfContext", {"CUT: new", "Option = Point and Normal"}, "Po\t", "ksl:1> Point = "},
+    {"ParameterOfNestedBlock", {"CUT: new", "SHOT: s"}, "Outp\t", "ksl:2> Output File = "},
+    {"AllowedValue", {"CUT: new"}, "Option = Axis\t", "ksl:1> Option = Axis Plane"},
+    {"PresentValue", {"CUT: new"}, "Offset = \t", "ksl:1> Offset = 0 [m]"},
+    {"Continued", {"CUT: new", "Option = Axis \\"}, " Pl\t", "ksl:1\\>  Plane"},
+};
+INSTANTIATE_TEST_SUITE_P(Lines, CompletionTest, testing::ValuesIn(completions),
+                         [](const auto& tested) { return tested.param.name; });
+
+TEST(Shell, CtrlCDropsWhatIsEnteredAndTwiceEnds)
+{
+  Terminal terminal({"--library", boxes()});
+  terminal.waitForPrompt("ksl> ");
+  terminal.enter("BOX: a", "ksl:1> ");
+  typeAndDrop(terminal, "Size");
+  terminal.enter("BOX: b", "ksl:1> ");
+  terminal.enter("BOX: c", "ksl:2> ");
+  terminal.enter("END", "ksl:1> ");
+  terminal.enter(".cancel");
+  typeAndDrop(terminal, "BOX: c");
+  typeAndDrop(terminal, "");
+  terminal.enter(".tree");
+  typeAndDrop(terminal, "");
+  terminal.type(key_interrupt);
+  EXPECT_EQ(terminal.end(), 130);
+  const std::string hint = "ksl> ^C\nCtrl-C again, Ctrl-D or .quit leaves.\n";
+  EXPECT_EQ(terminal.takeScreen(),
+            greeting + "ksl> BOX: a\nksl:1> Size^C\nksl> BOX: b\nksl:1> BOX: c\nksl:2> END\nksl:1> .cancel\n"
+                + "ksl> BOX: c^C\n" + hint + "ksl> .tree\n" + hint + "ksl> ^C\n");
+}
+
+TEST(Shell, CtrlDAsksForUnsavedWork)
+{
+  Terminal terminal({});
+  terminal.waitForPrompt("ksl> ");
+  terminal.enter("PALETTE: m", "ksl:1> ");
+  terminal.enter("END");
+  terminal.type(key_end);
+  terminal.waitForPrompt(question);
+  terminal.enter("n");
+  const std::string file = makeFile("saved.qst", {});
+  terminal.enter("> savestate filename=" + file);
+  terminal.enter("PALETTE: n", "ksl:1> ");
+  terminal.enter("Ghost = 1", "ksl:1> ");
+  terminal.enter("END");  // fails
+  terminal.type(key_end);
+  EXPECT_EQ(terminal.end(), 0);
+
+  Terminal loaded({"--load", file});
+  loaded.waitForPrompt("ksl> ");
+  loaded.type(key_end);
+  EXPECT_EQ(loaded.end(), 0);
+}
+
+TEST(Shell, HistoryIsKept)
+{
+  namespace fs = std::filesystem;
+  const std::string states = fs::path(makeFile("states/here", {})).parent_path();
+  for (const bool again : {false, true}) {
+    Terminal terminal({"--library", boxes()}, {{"XDG_STATE_HOME", states + "/of a user"}});
+    terminal.waitForPrompt("ksl> ");
+    if (again)
+      typeAndDrop(terminal, key_previous);
+    else
+      terminal.enter(".tree # of \"all\"");
+    const std::string line = again ? ".tree # of \"all\"^C" : ".tree # of \"all\"";
+    EXPECT_EQ(terminal.takeScreen(), greeting + "ksl> " + line + "\nksl>");
+    terminal.type(key_end);
+    EXPECT_EQ(terminal.end(), 0);
+  }
+}
+
+// Also one that is nested in another, and is not recorded as done.
+TEST(Shell, CtrlCStopsALongCommand)
+{
+  std::string text;
+  for (int i = 0; i < 300000; ++i)
+    text += "MARK: m" + std::to_string(i) + "\nEND\n";
+  const std::string file = makeFile("long.ksl", text);
+  const std::string told = "error[4] ksl::interrupt: Interrupted. The command is taken back.\nrolled back ";
+
+  Terminal run({"run", "--library", boxes(), file, "-e", "MARK: never\nEND", "--state"});
+  run.waitFor(" of 300000 blocks");
+  run.type(key_interrupt);
+  EXPECT_EQ(run.end(), 130);
+  EXPECT_EQ(run.takeScreen().substr(0, told.size()), told);
+
+  Terminal shell({"--library", boxes(), "--library", fileTypes()});
+  shell.waitForPrompt("ksl> ");
+  shell.type("> readsession filename=" + file + "\n");
+  shell.waitFor(" of 300000 blocks");
+  shell.type(key_interrupt);
+  shell.waitForPrompt("ksl> ");
+  EXPECT_NE(shell.takeScreen().find("\n" + told), std::string::npos);
+  shell.enter(".history");
+  EXPECT_EQ(shell.takeScreen(), ".history\nNothing to undo or redo.\nksl>");
+}
+
+// Without a terminal the lines are read as they are; errors count.
+TEST(Shell, ReadsLinesThatNobodyTypes)
+{
+  const auto text = [](const std::string& err) { return Outcome{1, "", err}; };
+  EXPECT_EQ(ksl({"--library", boxes()}, "MARK: a\r\nEND\n.tree\n.quit\nnever read\n").out, "MARK:a\n");
+  EXPECT_EQ(ksl({"--library", boxes()}, "\n# nothing\n").status, 0);
+  EXPECT_EQ(ksl({"--library", boxes()}, "MARK: a\n"),
+            text("error[4] KSLInterface::preParseKSL: Not enough END statements in KSL.\n"));
+  EXPECT_EQ(ksl({"--library", boxes()}, ".undo\n.undo x\n.tre\n.help me\n.cancel"),
+            text("error[4] ksl::shell: Nothing to undo.\nerror[4] ksl::shell: 'x' is no number of steps.\n"
+                 "error[4] ksl::shell: There is no command '.tre'. .help lists those that there are.\n"
+                 "error[4] ksl::shell: .help takes no argument.\n"
+                 "error[4] ksl::shell: No block is being entered.\n"));
+}
+
+}  // namespace
