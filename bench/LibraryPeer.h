@@ -6,6 +6,7 @@
 #include "database/ObjectDB.h"
 #include "database/ObjectFactory.h"
 #include "rules/AdditionalRules.h"
+#include "rules/GenericKSLObject.h"
 #include "command/ActionFactory.h"
 #include "command/Executive.h"
 #include "command/KSLCoreAPI.h"
@@ -31,12 +32,14 @@ namespace bench {
 
 class LibraryPeer {
  public:
-  explicit LibraryPeer(int params = paramCount)
+  explicit LibraryPeer(int params = paramCount) : LibraryPeer(modelRules(params)) {}
+  explicit LibraryPeer(const std::vector<std::string>& rulesText)
   {
     orv::ErrorProgressReporter::instance()->setSink(&m_errors);
     orv::DataKSLObject::registerBaseType();
+    orv::GenericKSLObject::registerBaseType();
     orv::KSLInterface* owner = orv::KSLInterface::instance();
-    owner->getKSLAPI()->loadKSLData(modelRules(params));
+    owner->getKSLAPI()->loadKSLData(rulesText);
     orv::AdditionalRules rules;
     rules.applyObjectRules = true;
     owner->processRules(rules);
@@ -64,13 +67,15 @@ class LibraryPeer {
   LibraryPeer(const LibraryPeer&) = delete;
   LibraryPeer& operator=(const LibraryPeer&) = delete;
 
-  void run(const std::string& text)
+  void run(const std::string& text, orv::kslUpdateMode mode = orv::kslUpdateDefault)
   {
-    orv::KSLCoreAPI::instance()->processKSL(text, orv::kslUpdateDefault);
+    orv::KSLCoreAPI::instance()->processKSL(text, mode);
     if (!m_errors.errors().empty())
       throw std::runtime_error(orv::toText(m_errors.errors().front()));
   }
   void load(const std::string& text) { run(text); }
+  // All blocks are read before anything is done, so that what comes first may name what comes last.
+  void define(const std::string& text) { run(text, orv::kslUpdateAtEnd); }
   void undo() { run("> undo"); }
   void redo() { run("> redo"); }
   // To a name, in the same place.

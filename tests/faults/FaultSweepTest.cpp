@@ -1,8 +1,6 @@
 // Makes the n-th occasion of a fault fail, n = 1, 2, … until the command gets by without meeting it. Wherever the fault
 // strikes, either the command stands and nothing is reported (what ends things must not fail), or nothing has happened,
 // one error is reported, and undo and redo are what they were.
-//
-// An executable of its own, because it replaces the allocation functions.
 #include "platform/ORVProgress.h"
 #include "database/DataKSLObject.h"
 #include "database/ObjectDB.h"
@@ -10,10 +8,10 @@
 #include "database/PrototypeEditor.h"
 #include "command/KSLCoreC.h"
 #include "command/KSLUpdateRecorder.h"
+#include "tests/faults/Trap.h"
 #include "tests/support/Model.h"
 #include "tests/support/TestSystem.h"
 
-#include <cstdlib>
 #include <gtest/gtest.h>
 #include <new>
 #include <ostream>
@@ -22,81 +20,6 @@
 namespace orv {
 
 namespace {
-
-enum class FaultKind { allocation, setValue, initialize, update, notification, observer, action, step };
-
-// The one fault that is waiting to happen.
-struct Trap {
-  FaultKind kind = FaultKind::allocation;
-  unsigned long left = 0;  // occasions until it happens; 0 is disarmed
-
-  bool strikes(FaultKind occasion) { return left > 0 && kind == occasion && --left == 0; }
-};
-Trap trap;
-
-}  // namespace
-
-}  // namespace orv
-
-// All forms but the aligned ones, which pair up among themselves: sanitizers bring each of these too, and must not see
-// one of theirs released by one of ours.
-
-void* operator new(std::size_t size, const std::nothrow_t&) noexcept
-{
-  return orv::trap.strikes(orv::FaultKind::allocation) ? nullptr : std::malloc(size ? size : 1);
-}
-
-void* operator new(std::size_t size)
-{
-  if (void* memory = operator new(size, std::nothrow))
-    return memory;
-  throw std::bad_alloc();
-}
-
-void* operator new[](std::size_t size)
-{
-  return operator new(size);
-}
-
-void* operator new[](std::size_t size, const std::nothrow_t&) noexcept
-{
-  return operator new(size, std::nothrow);
-}
-
-// GCC takes the free of a replaced allocation for a mismatch when it sees both at once.
-#if defined(__GNUC__) && !defined(__clang__)
-#pragma GCC diagnostic ignored "-Wmismatched-new-delete"
-#endif
-
-void operator delete(void* memory) noexcept
-{
-  std::free(memory);
-}
-
-void operator delete(void* memory, std::size_t) noexcept
-{
-  std::free(memory);
-}
-
-void operator delete[](void* memory) noexcept
-{
-  std::free(memory);
-}
-
-void operator delete[](void* memory, std::size_t) noexcept
-{
-  std::free(memory);
-}
-
-namespace orv {
-
-namespace {
-
-void failAt(FaultKind occasion)
-{
-  if (trap.strikes(occasion))
-    throw std::runtime_error("the trap");
-}
 
 // An object that fails on request.
 class FragileObject : public DataKSLObject {

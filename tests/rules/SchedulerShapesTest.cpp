@@ -66,7 +66,7 @@ Edges chain(int size)
 void* runShapes(void*)
 {
   constexpr int hub = 100000;
-  constexpr int rungs = 10000;
+  constexpr int rungs = 100000;
   constexpr int longest = 1000000;
   Edges ladder;
   for (int i = 0; i < 3 * rungs; i += 3) {

@@ -40,6 +40,8 @@ class ORV_API Executive {
   // otherwise. Failures pass on; what was applied until then stands in `history`. Linear in the changes and
   // what they touch.
   void update(const KSLChangeList& changes, KSLChangeList* history, KSLAPI* store);
+  // The same for changes that come from a history list.
+  void replay(const KSLChangeList& changes, KSLChangeList* history, KSLAPI* store);
   // Sets parameters of objects that exist, without marking or recomputing anything; creates and deletes
   // nothing. The inverses of all changes are recorded all the same. The store is not used.
   void updateNoAction(const KSLChangeList& changes, KSLChangeList* history, KSLAPI* store);
@@ -64,6 +66,7 @@ class ORV_API Executive {
 
   std::deque<std::string> m_pendingUpdates;   // paths of the objects whose update is due
   bool m_updating = false;                    // the queue is being drained
+  bool m_replays = false;                     // the update that comes next replays history
   KSLChangeList* m_currentHistory = nullptr;  // of the outermost update under way; not owned
   int m_depth = 0;                            // updates under way
   ActionFactory* m_actionFactory = nullptr;   // not owned

@@ -4,7 +4,10 @@
 #include "platform/ORVExport.h"
 
 #include <compare>
+#include <functional>
+#include <set>
 #include <string>
+#include <string_view>
 #include <utility>
 
 namespace orv {
@@ -28,9 +31,23 @@ class ORV_API Dependent {
 
   auto operator<=>(const Dependent&) const = default;
 
+  // What is sought in a set, without a copy of the texts: forgetting a dependent must not take memory.
+  struct Key {
+    std::string_view objPath;
+    std::string_view paramName;
+    // NOLINTNEXTLINE(modernize-use-nullptr): there is no pointer
+    auto operator<=>(const Key&) const = default;
+  };
+  friend std::strong_ordering operator<=>(const Dependent& dependent, const Key& key)
+  {
+    return Key{dependent.m_objPath, dependent.m_paramName} <=> key;
+  }
+
  private:
   std::string m_objPath;
   std::string m_paramName;
 };
+
+using DependentSet = std::set<Dependent, std::less<>>;
 
 }  // namespace orv

@@ -193,7 +193,7 @@ class ORV_API KSLObject {
   // references; or its default, when it may not be empty. Parameters of objects below it, and expressions, are
   // left as they are.
   void addToDependentUpdates(DependentUpdates* updates) const;
-  const std::set<Dependent>& getDependents() const;
+  const DependentSet& getDependents() const;
 
   // ---- Rules, tree, flags
 
@@ -230,6 +230,9 @@ class ORV_API KSLObject {
   void removeAllParameters();
   // All at once, told to nobody. Destructors of classes that fill objects call it.
   void freeParameters() noexcept;
+  // A parameter that was set and had to be taken back behind setValue has its former text again. Nothing here;
+  // a class that derives something from texts brings it in line.
+  virtual void valueRestored(const ParamDefinition& param) noexcept;
   // Null when absent. The writable form gives the object a definition of its own: use it to write only.
   const ParamDefinition* findParam(std::string_view name) const { return m_params.find(name); }
   ParamDefinition* findParam(std::string_view name);
@@ -251,7 +254,7 @@ class ORV_API KSLObject {
   static PathFunction m_pathNormaliseFun;  // null is the identity
 
   Category m_category;
-  std::unique_ptr<std::set<Dependent>> m_dependents;  // null without any
+  std::unique_ptr<DependentSet> m_dependents;  // null without any
   std::string m_name;
   SharedText m_type;  // shared with the prototype
   std::string m_path;

@@ -105,6 +105,8 @@ class ORV_API GenericKSLObject : public DataKSLObject, public SchedulerOwner {
   //   data::invalid  "Expression '%s' tries to use object '%s' as a variable.", function "makeVariableLinks"
   // O(text · log of the targets' links), and what is downstream the first time it is marked.
   std::string setValueInternal(ParamDefinition* param, const std::string& value) override;
+  // Links what the text names; what cannot be linked now waits. A batch marks nothing for what was taken back.
+  void valueRestored(const ParamDefinition& param) noexcept override;
 
   // data::duplicate, function "addSchedulerObject", "Duplicate data: Scheduler type '%s' already exists.".
   void addScheduler(const std::string& schedulerType) override;
@@ -121,7 +123,7 @@ class ORV_API GenericKSLObject : public DataKSLObject, public SchedulerOwner {
   virtual void copyInternals(GenericKSLObject* target) const;
 
   // To be called while a scheduler ends that is not among getSchedulers(): those that it leads to are told.
-  void tellTargetGone(const SchedulerObject& scheduler) const;
+  void tellTargetGone(const SchedulerObject& scheduler) const noexcept;
   // A line of getSchedulerInfo().
   static std::string schedulerInfo(const SchedulerObject& scheduler);
 
@@ -137,8 +139,10 @@ class ORV_API GenericKSLObject : public DataKSLObject, public SchedulerOwner {
   void makeSchedulers();
   void joinSchedulers();
   void delayDefaults();
+  void delayLinkable();
   SchedulerTypes& writableTypes();
   void setLocalPending(const ParamDefinition& param);
+  bool isAnyPending() const noexcept;
 
   // Whether a text may ask for links, or the one before has.
   bool mayLink(const ParamDefinition& param, const std::string& text) const;
@@ -153,8 +157,8 @@ class ORV_API GenericKSLObject : public DataKSLObject, public SchedulerOwner {
   bool relink(const ParamDefinition& param);
   ReferenceLinks& links();
   void forgetLinks();
-  void tellTargetGone() const;
-  void noteTargetGone();
+  void tellTargetGone() const noexcept;
+  void noteTargetGone() noexcept;
 
   refcnt_ptr<SchedulerTypes> m_types;  // null without any; shared with the prototype
   std::vector<SchedulerObject>

@@ -35,7 +35,7 @@ class ORV_API LinkBatch {
 
   // Notes that a target of the object is being deleted: its links are looked at again when the batch ends.
   // Nothing when none is open.
-  static void noteLostTarget(GenericKSLObject& object);
+  static void noteLostTarget(GenericKSLObject& object) noexcept;
 
   // Has the object's links that wait made by the next batch, if they wait until then: its updates may all come
   // from the walk that refuses them.
@@ -48,8 +48,9 @@ class ORV_API LinkBatch {
   friend class GenericKSLObject;
   struct Note {
     GenericKSLObject* object;  // null when it has ended
-    std::uint64_t toMark;      // its schedulers, a bit each
-    bool lostTarget;
+    std::uint64_t toMark = 0;  // its schedulers, a bit each
+    std::uint64_t newest = 0;  // of these the one that the last set added
+    bool lostTarget = false;
   };
 
   struct Unfinished {
@@ -59,18 +60,23 @@ class ORV_API LinkBatch {
 
   // The note of the object, made when there is none.
   static Note& noteOf(GenericKSLObject& object);
+  // The object waits, and the changes may not name it: the batch that is open links it, else the next one.
+  static void noteWaiting(GenericKSLObject& object) noexcept;
   static void forget(const GenericKSLObject& object) noexcept;
   void close() noexcept;
-  static bool waits(const GenericKSLObject& object) noexcept;
+  static bool isUnfinished(const GenericKSLObject& object) noexcept;
   static void noteUnfinished();
+  static void noteAllWaiting();
   void keepUnfinished() noexcept;
   void markNoted() noexcept;
 
   static LinkBatch* s_current;
   static std::vector<Note> s_notes;  // of all batches, those of inner ones behind those of outer ones
-  // Objects that the next batch links. Those that waited when a batch failed are among them: taking its
-  // changes back need not touch them.
+  // Objects that the next batch looks at. Those that waited or were to be marked when a batch failed are among
+  // them: taking its changes back need not touch them.
   static std::vector<Unfinished> s_unfinished;
+  // There was no memory to list one of them: all objects have to be asked.
+  static bool s_unlisted;
 
   LinkBatch* m_outer;
   std::size_t m_first;  // of this batch's notes

@@ -65,7 +65,7 @@ class ORV_API SchedulerObject {
   const std::string& getType() const { return m_type.str(); }
   KSLObject* getKSLObject() const { return m_owner; }
   std::string getPath() const;  // the owner's; empty without one
-  bool isPending() const { return m_pending; }
+  bool isPending() const { return (m_state & pending) != 0; }
   // In ascending order of the pointers, with the number of links to each.
   const LinkMap& getChildren() const { return m_children; }
   const LinkMap& getParents() const { return m_parents; }
@@ -111,11 +111,13 @@ class ORV_API SchedulerObject {
  private:
   // INVARIANTS, between any two statements that others can see:
   //  1. An edge stands in the parent's children and in the child's parents, with equal counts.
-  //  2. m_pendingParents is the number of parents that are pending.
+  //  2. m_state holds, above its lowest bit, the number of parents that are pending.
   //  3. A scheduler whose m_marked is the present s_marking is pending, and so is all that lies below it, each
   //     with that m_marked. (Clearing one of them, or linking one that is not among them, begins a new marking.)
   class Walk;
   class Search;
+  static constexpr std::uint32_t pending = 1;
+  static constexpr std::uint32_t onePendingParent = 2;
 
   static bool addLink(LinkMap& map, SchedulerObject* other) { return map.add(other); }
   static bool deleteLink(LinkMap& map, SchedulerObject* other) { return map.remove(other); }
@@ -123,6 +125,8 @@ class ORV_API SchedulerObject {
   // Whether an edge from this scheduler to the target would close a cycle.
   bool checkCyclic(SchedulerObject* target);
   void link(SchedulerObject* child);
+  // What a parent adds to the state of its children.
+  std::uint32_t shareOfChild() const noexcept { return (m_state & pending) * onePendingParent; }
   void clearPending() noexcept;
   bool isReady() const noexcept;
   bool isUpdatingChildren() const noexcept;
@@ -138,8 +142,9 @@ class ORV_API SchedulerObject {
   std::uint64_t m_marked = 0;         // the marking that came by last
   SchedulerObject* m_next = nullptr;  // in the list of those that a marking or a search has yet to visit
   LinkMap m_children;
-  std::uint32_t m_pendingParents : 31 = 0;
-  std::uint32_t m_pending : 1 = 0;
+  // Bit 0: pending; the rest counts. (One word that is always written as a whole: a byte that is written and then
+  // read with its neighbours makes processors wait.)
+  std::uint32_t m_state = 0;
   // The innermost place in the stack of updates, counted from 1, if what stands there is this scheduler.
   std::uint32_t m_frame = 0;
   SchedulerOwner* m_support = nullptr;  // the owner, once asked for

@@ -6,7 +6,6 @@
 #include "rules/GenericKSLObject.h"
 #include "rules/LinkBatch.h"
 
-#include <set>
 #include <utility>
 #include <vector>
 
@@ -14,49 +13,59 @@ namespace orv {
 
 namespace {
 
-// Who refers to the objects of a tree that is being deleted.
-class TreeDependents {
+// Who refers to the objects of a tree that is being deleted. Unless told to forget it puts that back, for the
+// objects that are still there.
+class DependentsOfTree {
  public:
-  explicit TreeDependents(const KSLObject& top)
+  DependentsOfTree(const ObjectDB& database, const KSLObject& top) : m_database(database)
   {
     std::vector<const KSLObject*> waiting{&top};
     while (!waiting.empty()) {
       const KSLObject* object = waiting.back();
       waiting.pop_back();
       if (!object->getDependents().empty())
-        m_of.emplace_back(object->getPath(), object->getDependents());
+        m_known.emplace_back(object->getPath(), object->getDependents());
       object->forEachChild([&waiting](const KSLObject* child) { waiting.push_back(child); });
     }
   }
+  ~DependentsOfTree()
+  {
+    for (const auto& [path, dependents] : m_known) {
+      for (const Dependent& dependent : dependents)
+        putBack(path, dependent);
+    }
+  }
+  DependentsOfTree(const DependentsOfTree&) = delete;
+  DependentsOfTree& operator=(const DependentsOfTree&) = delete;
 
   // What comes back at a path, in the same batch or when it is taken back, has to be referred to anew.
-  void tellOfLoss(const ObjectDB& database) const
+  void tellOfLoss() const
   {
-    for (const auto& [path, dependents] : m_of) {
+    for (const auto& [path, dependents] : m_known) {
       for (const Dependent& dependent : dependents) {
-        auto* holder = dynamic_cast<GenericKSLObject*>(database.getObjectByPath(dependent.getObjPath()));
-        if (holder)
-          LinkBatch::noteLostTarget(*holder);
+        KSLObject* holder = m_database.getObjectByPath(dependent.getObjPath());
+        if (auto* computing = dynamic_cast<GenericKSLObject*>(holder))
+          LinkBatch::noteLostTarget(*computing);
       }
     }
   }
 
-  // To the objects that a failing deletion has left.
-  void giveBack(const ObjectDB& database) const
-  {
-    for (const auto& [path, dependents] : m_of) {
-      KSLObject* object = database.getObjectByPath(path);
-      for (const Dependent& dependent : dependents) {
-        KSLObject* holder = object ? database.getObjectByPath(dependent.getObjPath()) : nullptr;
-        const ParamDefinition* param = holder ? holder->lookUpParam(dependent.getParamName()) : nullptr;
-        if (param)
-          object->addDependent(holder, param);
-      }
-    }
-  }
+  void forget() noexcept { m_known.clear(); }
 
  private:
-  std::vector<std::pair<std::string, std::set<Dependent>>> m_of;  // by path
+  void putBack(const std::string& path, const Dependent& dependent) const noexcept
+  {
+    try {
+      KSLObject* object = m_database.getObjectByPath(path);
+      KSLObject* holder = m_database.getObjectByPath(dependent.getObjPath());
+      const ParamDefinition* param = holder ? holder->lookUpParam(dependent.getParamName()) : nullptr;
+      if (object && param)
+        object->addDependent(holder, param);
+    } catch (...) {}  // no memory left even for this
+  }
+
+  const ObjectDB& m_database;
+  std::vector<std::pair<std::string, DependentSet>> m_known;  // by path
 };
 
 }  // namespace
@@ -100,12 +109,11 @@ void ObjectDBUpdater::deleteObject(const std::string& path)
   if (!object)
     return;
   object->addToDependentUpdates(m_dependents);
-  const TreeDependents dependents(*object);
-  dependents.tellOfLoss(*m_database);
-  ScopeGuard undo([&] { dependents.giveBack(*m_database); });
+  DependentsOfTree dependents(*m_database, *object);
+  dependents.tellOfLoss();
   object->deleteAllDependent();
   m_database->deleteObject(path);
-  undo.dismiss();
+  dependents.forget();
 }
 
 void ObjectDBUpdater::setParam(const std::string& path, const std::string& name, const std::string& value)

@@ -17,6 +17,8 @@
 #include "command/KSLCoreAPI.h"
 #include "command/UpdateProcessor.h"
 
+#include <utility>
+
 namespace orv {
 
 namespace {
@@ -62,11 +64,20 @@ void Executive::update(const KSLChangeList& changes, KSLChangeList* history, KSL
   applyUpdate(changes, history, store);
 }
 
+void Executive::replay(const KSLChangeList& changes, KSLChangeList* history, KSLAPI* store)
+{
+  const ScopeGuard end([this] { m_replays = false; });
+  m_replays = true;
+  update(changes, history, store);
+}
+
 void Executive::applyUpdate(const KSLChangeList& changes, KSLChangeList* history, KSLAPI* store)
 {
   const bool queueWasEmpty = m_pendingUpdates.empty();
   ObjectDB* database = ObjectDB::instance();
   DependentUpdates dependents;
+  if (std::exchange(m_replays, false))  // what is submitted from within is a change of its own
+    dependents.keepDefaults();
   ObjectDBUpdater updater(database, &dependents);
   UpdateProcessor processor(&updater, history);
   LinkBatch links;  // references are judged when all changes are made

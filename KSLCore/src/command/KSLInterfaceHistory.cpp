@@ -122,7 +122,7 @@ void KSLInterface::replayHistory(UndoMode mode)
   if (changes.empty())
     return;  // an open, empty list would hide the steps below it
   Application application(this);
-  executive().update(changes, application.list(), m_kslapi.get());
+  executive().replay(changes, application.list(), m_kslapi.get());
   application.commit();
 }
 

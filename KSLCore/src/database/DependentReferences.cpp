@@ -9,7 +9,6 @@
 #include "database/ReferenceResolver.h"
 
 #include <algorithm>
-#include <set>
 #include <string>
 #include <vector>
 
@@ -18,9 +17,9 @@ namespace orv {
 namespace {
 
 // Who refers to the object or to anything below it. Who goes with it has nothing to rewrite.
-std::set<Dependent> dependentsOfTree(const KSLObject& top)
+DependentSet dependentsOfTree(const KSLObject& top)
 {
-  std::set<Dependent> dependents;
+  DependentSet dependents;
   std::vector<const KSLObject*> waiting{&top};
   while (!waiting.empty()) {
     const KSLObject* object = waiting.back();

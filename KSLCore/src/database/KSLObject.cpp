@@ -312,11 +312,15 @@ void KSLObject::unsetParam(const std::string& name)
     if (ParamDefinition* now = findParam(name))
       now->unset();
   } catch (...) {
-    if (ParamDefinition* now = m_params.findOwn(name))
+    if (ParamDefinition* now = m_params.findOwn(name)) {
       now->restore(std::move(before));
+      valueRestored(*now);
+    }
     throw;
   }
 }
+
+void KSLObject::valueRestored(const ParamDefinition&) noexcept {}
 
 bool KSLObject::isParamChanged(const std::string& name) const
 {
@@ -483,7 +487,7 @@ void KSLObject::addDependent(KSLObject* object, const ParamDefinition* param)
   requirePointer(object, "addDependent", "p_object");
   requirePointer(param, "addDependent", "p_param");
   if (!m_dependents)
-    m_dependents = std::make_unique<std::set<Dependent>>();
+    m_dependents = std::make_unique<DependentSet>();
   m_dependents->emplace(object, param);
 }
 
@@ -493,7 +497,9 @@ void KSLObject::delDependent(KSLObject* object, const ParamDefinition* param)
   requirePointer(param, "delDependent", "p_param");
   if (!m_dependents)
     return;
-  m_dependents->erase(Dependent(object, param));
+  const auto found = m_dependents->find(Dependent::Key{object->getPath(), param->getName()});
+  if (found != m_dependents->end())
+    m_dependents->erase(found);
   if (m_dependents->empty())
     m_dependents.reset();
 }
@@ -509,9 +515,9 @@ void KSLObject::deleteAllDependent()
   }
 }
 
-const std::set<Dependent>& KSLObject::getDependents() const
+const DependentSet& KSLObject::getDependents() const
 {
-  static const std::set<Dependent> none;
+  static const DependentSet none;
   return m_dependents ? *m_dependents : none;
 }
 

@@ -30,7 +30,8 @@ template <class Step>
 void runEnding(Step step) noexcept
 {
   const auto report = [](std::string text) {
-    ErrorProgressReporter::instance()->reportError(internal::error(className, "~GenericKSLObject", text));
+    ErrorProgressReporter::instance()->reportError(
+        internal::error(className, "~GenericKSLObject", std::move(text)));
   };
   constexpr const char* operation = "~GenericKSLObject";
   try {
@@ -150,7 +151,7 @@ GenericKSLObject::~GenericKSLObject()
   ActiveUpdate::forget(this);
   if (m_batchPlace != 0)
     LinkBatch::forget(*this);
-  runEnding([this] { tellTargetGone(); });
+  tellTargetGone();
   runEnding([this] { forgetLinks(); });
   runEnding([this] { removeAllParameters(); });
 }
@@ -253,10 +254,19 @@ void GenericKSLObject::setLocalPending(const ParamDefinition& param)
   if (SchedulerTrace* trace = SchedulerObject::getTrace())
     trace->parameterSet(*scheduler, param.getName());
   const auto index = static_cast<std::size_t>(scheduler - m_schedulers.data());
-  if (LinkBatch::current() && index < 64)
-    LinkBatch::noteOf(*this).toMark |= std::uint64_t(1) << index;
-  else
+  if (LinkBatch::current() && index < 64) {
+    LinkBatch::Note& note = LinkBatch::noteOf(*this);
+    note.newest = (std::uint64_t(1) << index) & ~note.toMark;
+    note.toMark |= note.newest;
+  } else {
     scheduler->setPending();
+  }
+}
+
+bool GenericKSLObject::isAnyPending() const noexcept
+{
+  return std::any_of(m_schedulers.begin(), m_schedulers.end(),
+                     [](const SchedulerObject& scheduler) { return scheduler.isPending(); });
 }
 
 void GenericKSLObject::update()
@@ -284,7 +294,8 @@ void GenericKSLObject::calculate(const std::string& schedulerType)
                          _("Calculate function '%s' in library '%s' for object type '%s' was not found.",
                            function.name, function.library, getType()));
   }
-  const std::string type = schedulerType;  // the caller's may end with the object
+  // NOLINTNEXTLINE(performance-unnecessary-copy-initialization): the caller's may end with the object
+  const std::string type = schedulerType;
   instance->calculate(this, type);
 }
 

@@ -117,8 +117,6 @@ std::string GenericKSLObject::setValueInternal(ParamDefinition* param, const std
                       makeParentLinks(*param, value, inBatch ? Judgement::later : Judgement::atOnce));
     old = DataKSLObject::setValueInternal(param, value);
     change.commit();
-    if (m_links)
-      m_links->endForgiveness(param->getName());
   } else {
     old = DataKSLObject::setValueInternal(param, value);
   }
@@ -129,11 +127,32 @@ std::string GenericKSLObject::setValueInternal(ParamDefinition* param, const std
 
 std::string GenericKSLObject::setValueWithoutPending(const std::string& name, const std::string& value)
 {
-  std::string old = DataKSLObject::setValueWithoutPending(name, value);
   const ParamDefinition* param = lookUpParam(name);
-  if (param && mayLink(*param, value) && !getName().empty())
-    links().delay(name);
+  const bool delays = param && mayLink(*param, value) && !getName().empty() && links().delay(name);
+  ScopeGuard undo([&] { m_links->settle(name); });
+  if (!delays)
+    undo.dismiss();
+  std::string old = DataKSLObject::setValueWithoutPending(name, value);
+  undo.dismiss();
   return old;
+}
+
+void GenericKSLObject::valueRestored(const ParamDefinition& param) noexcept
+{
+  if (LinkBatch::current() && m_batchPlace != 0) {
+    LinkBatch::Note& note = LinkBatch::noteOf(*this);
+    note.toMark &= ~std::exchange(note.newest, 0);
+  }
+  if (!m_links || !mayLink(param, param.getValue()))  // neither text made links
+    return;
+  try {
+    LinkChange change(*this, param, makeParentLinks(param, param.getValue(), Judgement::later));
+    change.commit();
+  } catch (...) {
+    m_links->setInDoubt(true);
+  }
+  if (m_links->waits())
+    LinkBatch::noteWaiting(*this);
 }
 
 // --------------------------------------------------------------------------------------------------------- finding
@@ -144,7 +163,8 @@ GenericKSLObject::Targets GenericKSLObject::makeParentLinks(const ParamDefinitio
 {
   Targets targets;
   targets.judgement = judgement;
-  targets.mayMiss = text == param.getDefaultValue() || (m_links && m_links->isForgiven(param.getName()));
+  targets.mayMiss =
+      text == param.getDefaultValue() || (m_links && m_links->isForgiven(param.getName(), text));
   if (isExpression(param) && param.getAllowedValues().contains(text)) {
     // a keyword names nothing
   } else if (isExpression(param)) {
@@ -288,19 +308,32 @@ void GenericKSLObject::delayDefaults()
   });
 }
 
+void GenericKSLObject::delayLinkable()
+{
+  forEachParam([this](const ParamDefinition& param) {
+    if (mayLink(param, param.getValue()))
+      links().delay(param.getName());
+  });
+  m_links->setInDoubt(false);
+}
+
 void GenericKSLObject::createDelayedParamLinks()
 {
   if (!m_links || !m_links->waits())
     return;
-  const bool lost = m_links->dropGone(*this);
+  if (m_links->isInDoubt())
+    delayLinkable();
+  m_links->dropGone(*this);
   const std::vector<std::string> names = m_links->delayed();
   for (const std::string& name : names) {
     const ParamDefinition* param = lookUpParam(name);
     if (!param)
       m_links->settle(name);
-    else if (relink(*param) || lost)  // a scheduler with other parents than before is not up to date
+    else if (relink(*param)
+             || m_links->hasLost())  // a scheduler with other parents than before is not up to date
       setLocalPending(*param);
   }
+  m_links->endLoss();
 }
 
 // True when the links changed, which a walk that goes on refusing one does not.
@@ -323,13 +356,13 @@ void GenericKSLObject::forgetLinks()
   }
 }
 
-void GenericKSLObject::tellTargetGone() const
+void GenericKSLObject::tellTargetGone() const noexcept
 {
   for (const SchedulerObject& scheduler : m_schedulers)
     tellTargetGone(scheduler);
 }
 
-void GenericKSLObject::tellTargetGone(const SchedulerObject& scheduler) const
+void GenericKSLObject::tellTargetGone(const SchedulerObject& scheduler) const noexcept
 {
   if (!ObjectDB::current())
     return;
@@ -340,13 +373,13 @@ void GenericKSLObject::tellTargetGone(const SchedulerObject& scheduler) const
   }
 }
 
-void GenericKSLObject::noteTargetGone()
+void GenericKSLObject::noteTargetGone() noexcept
 {
   if (!m_links)
     return;
   m_links->noteTargetGone(!LinkBatch::current());
   if (LinkBatch::current())
-    LinkBatch::noteOf(*this).lostTarget = true;
+    LinkBatch::noteWaiting(*this);
 }
 
 }  // namespace orv

@@ -10,6 +10,7 @@ namespace orv {
 LinkBatch* LinkBatch::s_current = nullptr;
 std::vector<LinkBatch::Note> LinkBatch::s_notes;
 std::vector<LinkBatch::Unfinished> LinkBatch::s_unfinished;
+bool LinkBatch::s_unlisted = false;
 
 LinkBatch::LinkBatch() : m_outer(s_current), m_first(s_notes.size())
 {
@@ -24,13 +25,13 @@ LinkBatch::~LinkBatch()
 LinkBatch::Note& LinkBatch::noteOf(GenericKSLObject& object)
 {
   if (object.m_batchPlace == 0) {
-    s_notes.push_back({&object, 0, false});
+    s_notes.push_back({.object = &object});
     object.m_batchPlace = static_cast<std::uint32_t>(s_notes.size());
   }
   return s_notes[object.m_batchPlace - 1];
 }
 
-void LinkBatch::noteLostTarget(GenericKSLObject& object)
+void LinkBatch::noteLostTarget(GenericKSLObject& object) noexcept
 {
   if (s_current)
     object.noteTargetGone();
@@ -40,7 +41,9 @@ void LinkBatch::linkInNext(const GenericKSLObject& object) noexcept
 {
   try {
     s_unfinished.push_back({object.getPath(), object.m_serial});
-  } catch (...) {}  // it is linked when it is next updated by itself
+  } catch (...) {
+    s_unlisted = true;
+  }
 }
 
 void LinkBatch::forget(const GenericKSLObject& object) noexcept
@@ -65,28 +68,57 @@ std::set<std::string> LinkBatch::finish()
   return paths;
 }
 
-bool LinkBatch::waits(const GenericKSLObject& object) noexcept
+void LinkBatch::noteWaiting(GenericKSLObject& object) noexcept
 {
-  return object.m_links && object.m_links->waits();
+  if (!s_current)
+    return linkInNext(object);
+  try {
+    noteOf(object).lostTarget = true;
+  } catch (...) {
+    s_unlisted = true;
+  }
+}
+
+bool LinkBatch::isUnfinished(const GenericKSLObject& object) noexcept
+{
+  return object.isAnyPending() || (object.m_links && object.m_links->waits());
 }
 
 void LinkBatch::noteUnfinished()
 {
-  std::vector<Unfinished> unfinished;
-  unfinished.swap(s_unfinished);
-  for (const auto& [path, serial] : unfinished) {
+  if (s_unlisted)
+    noteAllWaiting();
+  s_unlisted = false;
+  for (const auto& [path, serial] : s_unfinished) {
     auto* object = dynamic_cast<GenericKSLObject*>(ObjectDB::instance()->getObjectByPath(path));
-    if (object && object->m_serial == serial && waits(*object))
+    if (object && object->m_serial == serial && isUnfinished(*object))
       noteOf(*object).lostTarget = true;
+  }
+  s_unfinished.clear();
+}
+
+// Linear in the model.
+void LinkBatch::noteAllWaiting()
+{
+  std::vector<KSLObject*> toAsk;
+  const auto ask = [&toAsk](KSLObject* child) { toAsk.push_back(child); };
+  ObjectDB::instance()->getObjectByPath({})->forEachChild(ask);
+  while (!toAsk.empty()) {
+    KSLObject* object = toAsk.back();
+    toAsk.pop_back();
+    object->forEachChild(ask);
+    auto* computing = dynamic_cast<GenericKSLObject*>(object);
+    if (computing && isUnfinished(*computing))
+      noteOf(*computing).lostTarget = true;
   }
 }
 
 void LinkBatch::keepUnfinished() noexcept
 {
   for (std::size_t i = m_first; i < s_notes.size(); ++i) {
-    const GenericKSLObject* object = s_notes[i].object;
-    if (object && waits(*object))
-      linkInNext(*object);
+    const Note& note = s_notes[i];
+    if (note.object && (note.toMark != 0 || isUnfinished(*note.object)))
+      linkInNext(*note.object);
   }
 }
 

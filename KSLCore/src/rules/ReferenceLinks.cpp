@@ -63,41 +63,51 @@ void ReferenceLinks::replace(const ParamDefinition& param, std::vector<Link>& li
     m_params.erase(place);
 }
 
-bool ReferenceLinks::dropGone(const GenericKSLObject& object)
+// What may fail comes first: half of it must not be forgotten.
+void ReferenceLinks::dropGone(const GenericKSLObject& object)
 {
   if (!m_targetsGone)
-    return false;
-  bool any = false;
-  for (std::size_t i = m_params.size(); i-- > 0;) {
-    std::vector<Link>& links = m_params[i].links;
-    const Dependent dependent(object.getPath(), m_params[i].rules->name);
-    const auto isGone = [&dependent](const Link& link) {
+    return;
+  const auto isGoneOf = [&object](const OfParam& param) {
+    return [key = Dependent::Key{object.getPath(), param.rules->name}](const Link& link) {
       const KSLObject* target = targetOf(link);  // one without a serial number may be a later one
-      return !target || (link.serial == 0 && !target->getDependents().contains(dependent));
+      return !target || (link.serial == 0 && !target->getDependents().contains(key));
     };
-    if (std::none_of(links.begin(), links.end(), isGone))
+  };
+  for (const OfParam& param : m_params) {
+    if (std::none_of(param.links.begin(), param.links.end(), isGoneOf(param)))
       continue;
-    any = true;
-    delay(m_params[i].rules->name);
-    if (m_goneBehind && !isForgiven(m_params[i].rules->name))
-      m_forgiven.push_back(m_params[i].rules->name);
-    std::erase_if(links, isGone);
-    if (links.empty())
-      m_params.erase(m_params.begin() + static_cast<std::ptrdiff_t>(i));
+    delay(param.rules->name);
+    const ParamDefinition* holder = object.lookUpParam(param.rules->name);
+    if (m_goneBehind && holder)
+      forgive(*holder);
   }
+  for (OfParam& param : m_params)
+    m_lost = std::erase_if(param.links, isGoneOf(param)) != 0 || m_lost;
+  std::erase_if(m_params, [](const OfParam& param) { return param.links.empty(); });
   m_targetsGone = false;
   m_goneBehind = false;
-  return any;
 }
 
-bool ReferenceLinks::isForgiven(const std::string& param) const
+void ReferenceLinks::forgive(const ParamDefinition& param)
 {
-  return std::find(m_forgiven.begin(), m_forgiven.end(), param) != m_forgiven.end();
+  if (isForgiven(param.getName(), param.getValue()))
+    return;
+  m_forgiven.reserve(m_forgiven.size() + 1);
+  std::pair<std::string, std::string> entry(param.getName(), param.getValue());
+  std::erase_if(m_forgiven, [&entry](const auto& known) { return known.first == entry.first; });
+  m_forgiven.push_back(std::move(entry));
 }
 
-void ReferenceLinks::endForgiveness(const std::string& param) noexcept
+bool ReferenceLinks::isForgiven(const std::string& param, const std::string& text) const
 {
-  std::erase(m_forgiven, param);
+  return std::any_of(m_forgiven.begin(), m_forgiven.end(),
+                     [&](const auto& known) { return known.first == param && known.second == text; });
+}
+
+void ReferenceLinks::endForgiveness(const std::string& param, const std::string& text) noexcept
+{
+  std::erase_if(m_forgiven, [&](const auto& known) { return known.first == param && known.second == text; });
 }
 
 KSLObject* ReferenceLinks::targetOf(const Link& link)
@@ -246,8 +256,10 @@ void LinkChange::takeBack() noexcept
 void LinkChange::commit() noexcept
 {
   m_committed = true;
-  if (!m_targets.waits && m_object.m_links)
+  if (!m_targets.waits && m_object.m_links) {
     m_object.m_links->settle(m_param.getName());
+    m_object.m_links->endForgiveness(m_param.getName(), m_param.getValue());
+  }
   if (m_object.m_links)
     m_object.m_links->localUses().swap(m_localUses);
   if (!m_targets.locals.empty())

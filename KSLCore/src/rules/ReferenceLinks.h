@@ -9,6 +9,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace orv {
@@ -65,7 +66,10 @@ class ReferenceLinks {
     std::vector<Link> links;
   };
 
-  bool waits() const { return m_targetsGone || !m_delayed.empty(); }
+  bool waits() const { return m_targetsGone || m_inDoubt || m_lost || !m_delayed.empty(); }
+  // Nobody knows which parameters have the links that they ask for: all are to be asked.
+  void setInDoubt(bool inDoubt) noexcept { m_inDoubt = inDoubt; }
+  bool isInDoubt() const noexcept { return m_inDoubt; }
 
   const std::vector<std::string>& delayed() const { return m_delayed; }
   bool delay(const std::string& param);  // false when it was delayed already
@@ -88,10 +92,14 @@ class ReferenceLinks {
     m_targetsGone = true;
     m_goneBehind = m_goneBehind || behind;
   }
-  bool isForgiven(const std::string& param) const;
-  void endForgiveness(const std::string& param) noexcept;
-  // Drops the links of the object whose targets are gone; their parameters wait. True when there were any.
-  bool dropGone(const GenericKSLObject& object);
+  // Forgiven is a text rather than a parameter: a command that failed puts the text back.
+  bool isForgiven(const std::string& param, const std::string& text) const;
+  void endForgiveness(const std::string& param, const std::string& text) noexcept;
+  // Drops the links of an object whose targets are gone; their parameters wait.
+  void dropGone(const GenericKSLObject& object);
+  // Whether links were dropped since this was last ended.
+  bool hasLost() const noexcept { return m_lost; }
+  void endLoss() noexcept { m_lost = false; }
 
   // The object that a link leads to; null when it is gone or the database ends.
   static KSLObject* targetOf(const Link& link);
@@ -107,13 +115,16 @@ class ReferenceLinks {
 
  private:
   std::vector<OfParam>::iterator at(std::string_view param);
+  void forgive(const ParamDefinition& param);
 
-  std::vector<OfParam> m_params;        // sorted by name
-  std::vector<std::string> m_delayed;   // sorted
-  std::vector<std::string> m_forgiven;  // a few
-  std::vector<LocalUse> m_localUses;    // a few
+  std::vector<OfParam> m_params;                                // sorted by name
+  std::vector<std::string> m_delayed;                           // sorted
+  std::vector<std::pair<std::string, std::string>> m_forgiven;  // parameter and text, a few
+  std::vector<LocalUse> m_localUses;                            // a few
   bool m_targetsGone = false;
   bool m_goneBehind = false;
+  bool m_lost = false;
+  bool m_inDoubt = false;
 };
 
 // Replaces the links of one parameter: makes the new ones when constructed and ends the old ones when committed;

@@ -35,7 +35,7 @@ SchedulerObject::SchedulerObject(const std::string& name, KSLObject* owner, Shar
 {}
 
 SchedulerObject::SchedulerObject(const SchedulerObject& other)
-    : m_pending(other.m_pending),
+    : m_state(other.m_state & pending),
       m_type(other.m_type),
       m_owner(other.m_owner),
       m_name(other.m_name)
@@ -46,7 +46,7 @@ SchedulerObject::~SchedulerObject()
   Walk::forget(*this);
   for (const LinkMap::Entry& edge : m_children) {
     destroyLink(edge.first->m_parents, this);
-    edge.first->m_pendingParents -= m_pending;
+    edge.first->m_state -= shareOfChild();
   }
   for (const LinkMap::Entry& edge : m_parents)
     destroyLink(edge.first->m_children, this);
@@ -96,7 +96,7 @@ void SchedulerObject::link(SchedulerObject* child)
   }
   if (!isNew)
     return;
-  child->m_pendingParents += m_pending;
+  child->m_state += shareOfChild();
   if (m_marked == s_marking && child->m_marked != s_marking)
     ++s_marking;
 }
@@ -107,7 +107,7 @@ void SchedulerObject::deleteChild(SchedulerObject* child) noexcept
     return;
   deleteLink(child->m_parents, this);
   if (deleteLink(m_children, child))
-    child->m_pendingParents -= m_pending;
+    child->m_state -= shareOfChild();
 }
 
 bool SchedulerObject::checkCyclic(SchedulerObject* target)
@@ -132,25 +132,26 @@ void SchedulerObject::setPending() noexcept
   const std::uint64_t marking = s_marking;
   if (m_marked == marking)
     return;
-  if (s_trace && !m_pending)
+  if (s_trace && !isPending())
     s_trace->marked(*this, nullptr);
   m_marked = marking;
   m_next = nullptr;
   SchedulerObject* waiting = this;
   while (waiting) {
     SchedulerObject* scheduler = std::exchange(waiting, waiting->m_next);
-    const bool wasClean = !scheduler->m_pending;
-    scheduler->m_pending = true;
+    const std::uint32_t share =
+        onePendingParent - scheduler->shareOfChild();  // none when it was pending already
+    scheduler->m_state |= pending;
     for (const LinkMap::Entry& edge : scheduler->m_children) {
       SchedulerObject* child = edge.first;
-      child->m_pendingParents += wasClean;
+      child->m_state += share;
       if (child->m_marked == marking)
         continue;
-      if (s_trace && !child->m_pending)
+      if (s_trace && !child->isPending())
         s_trace->marked(*child, scheduler);
       child->m_marked = marking;
       if (child->m_children.empty()) {
-        child->m_pending = true;
+        child->m_state |= pending;
         continue;
       }
       child->m_next = waiting;

@@ -22,10 +22,13 @@ constexpr std::size_t keptFrames = 32768;
 constexpr const char* className = "SchedulerObject";
 
 struct Frame {
-  SchedulerObject* scheduler;         // null when it was destroyed
-  LinkMap::Cursor cursor;             // the child visited last
-  std::uint32_t outer : 31;           // the scheduler's place in the stack before this one; 0 without
-  std::uint32_t propagating : 1 = 0;  // it is calculated, its children are next
+  Frame(SchedulerObject* entered, std::uint32_t outerPlace) noexcept : scheduler(entered), outer(outerPlace)
+  {}
+
+  SchedulerObject* scheduler;  // null when it was destroyed
+  LinkMap::Cursor cursor;      // the child visited last
+  std::uint32_t outer;         // the scheduler's place in the stack before this one; 0 without
+  bool propagating = false;    // it is calculated, its children are next
 };
 
 // A calculation that is under way. The name is needed after the scheduler may have gone.
@@ -69,7 +72,7 @@ inline std::uint32_t SchedulerObject::Walk::innermost(const SchedulerObject& sch
 
 inline void SchedulerObject::Walk::enter(SchedulerObject* scheduler)
 {
-  s_frames.push_back({scheduler, {}, innermost(*scheduler)});
+  s_frames.emplace_back(scheduler, innermost(*scheduler));
   scheduler->m_frame = static_cast<std::uint32_t>(s_frames.size());
 }
 
@@ -143,10 +146,10 @@ bool SchedulerObject::Walk::countIsRight(const SchedulerObject& scheduler)
 {
   if (scheduler.m_parents.size() > 64)
     return true;
-  std::uint32_t pending = 0;
+  std::uint32_t counted = 0;
   for (const auto& [parent, links] : scheduler.m_parents)
-    pending += parent->m_pending && parent->m_children.count(&scheduler) == links;
-  return pending == scheduler.m_pendingParents;
+    counted += parent->isPending() && parent->m_children.count(&scheduler) == links;
+  return counted == scheduler.m_state / onePendingParent;
 }
 #endif
 
@@ -230,7 +233,7 @@ inline SchedulerObject::Walk::~Walk()
 
 inline void SchedulerObject::Walk::visit(SchedulerObject* scheduler)
 {
-  if (!scheduler->m_pending)
+  if (!scheduler->isPending())
     return;
   Progress::step();
   SchedulerOwner& owner = scheduler->support();
@@ -257,7 +260,7 @@ inline void SchedulerObject::Walk::run(SchedulerObject* start)
 
 void SchedulerObject::update()
 {
-  if (m_pending)
+  if (isPending())
     Walk(*this).run(this);
 }
 

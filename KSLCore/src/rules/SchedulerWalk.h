@@ -67,19 +67,19 @@ class SchedulerObject::Search {
 
 inline void SchedulerObject::clearPending() noexcept
 {
-  if (!m_pending)
+  if (!isPending())
     return;
-  m_pending = false;
+  m_state &= ~pending;
   if (m_marked == s_marking)
     ++s_marking;
   for (const LinkMap::Entry& edge : m_children)
-    --edge.first->m_pendingParents;
+    edge.first->m_state -= onePendingParent;
 }
 
 // Whether it is this scheduler's turn. It may have been calculated while its delayed links were made.
 inline bool SchedulerObject::isReady() const noexcept
 {
-  return m_pending && m_pendingParents == 0;
+  return m_state == pending;
 }
 
 }  // namespace orv
