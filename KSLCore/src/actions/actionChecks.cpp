@@ -66,13 +66,19 @@ std::string namedPath(const std::string& argument)
 void deleteObjects(const std::vector<std::string>& paths, kslUpdateMode mode)
 {
   std::string line;
+  std::string odd;  // paths with quotes of their own, which would mix with those of their neighbours
   for (const std::string& path : paths) {
+    if (path.find('"') != std::string::npos) {
+      odd.append("> delete ").append(path) += " \n";  // the blank: a last backslash is no continuation
+      continue;
+    }
     line += line.empty() ? "> delete " : ",";
-    const bool quoted = path.find('#') != std::string::npos;  // or it would begin a comment
-    line.append(quoted ? "\"" : "").append(path).append(quoted ? "\"" : "");
+    line += StringUtilities::writtenName(path);
   }
   if (!line.empty())
-    KSLCoreAPI::instance()->processKSL(line, mode);
+    line += " \n";
+  if (!paths.empty())
+    KSLCoreAPI::instance()->processKSL(line + odd, mode);
 }
 
 }  // namespace orv
