@@ -111,7 +111,7 @@ std::map<std::string, std::string> savedDefaults(const std::string& type)
 void ReadStateExecutor::appendBlock(const File& file, const Block& block, std::string& text)
 {
   for (std::size_t i = block.first; i <= block.last; ++i)
-    if (MiniKSLParser::determineLineType(file.lines[i]) != MiniKSLParser::actionLine)
+    if (!StringUtilities::trimmed(file.lines[i]).starts_with('>'))
       text.append(file.lines[i]) += '\n';
 }
 
