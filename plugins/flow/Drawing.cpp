@@ -114,9 +114,9 @@ class ArrowColours {
     m_variable = &findVariable(arrow.getValue(mode == "Variable" ? "Colour Variable" : "Variable"));
     m_palette = readPalette(source(arrow, "PALETTE"));
     m_range = field.range(*m_variable);
-    if (arrow.lookUpParam("Min")->hasBeenSet())
+    if (!arrow.getValue("Min").empty())
       m_range.first = number(arrow, "Min", m_variable->units);
-    if (arrow.lookUpParam("Max")->hasBeenSet())
+    if (!arrow.getValue("Max").empty())
       m_range.second = number(arrow, "Max", m_variable->units);
   }
 

@@ -123,9 +123,8 @@ void drawCaption(const KSLObject& caption, const Canvas& canvas)
   if (place.size() != 2 || text.empty())
     return;
   const Pixel at{place[0] * canvas.camera.width(), (1 - place[1]) * canvas.camera.height()};
-  const std::string colour =
-      caption.lookUpParam("Colour")->hasBeenSet() ? toHex(colourOf(caption, "Colour")) : ink;
-  canvas.svg.text(at, text, number(caption, "Text Height", ""), colour, Align::middle, "#ffffff", true);
+  canvas.svg.text(at, text, number(caption, "Text Height", ""), toHex(colourOf(caption, "Colour")),
+                  Align::middle, "#ffffff", true);
 }
 
 void drawScaleBar(const Canvas& canvas)

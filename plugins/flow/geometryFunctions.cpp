@@ -127,7 +127,7 @@ void probeFlow(KSLObject& object)
   setResult(object, "Positions", positions);
   setResult(object, "Results", values);
   const std::string& fileName = object.getValue("Output File");
-  if (field && object.lookUpParam("Output File")->hasBeenSet() && !fileName.empty())
+  if (field && !fileName.empty())
     writeTable(std::string(orv::StringUtilities::unquoted(fileName)), variables, positions, values);
 }
 

@@ -95,7 +95,7 @@ std::string pictureOf(const KSLObject& shot)
 void takePicture(KSLObject& shot)
 {
   const std::string& fileName = shot.getValue("Output File");
-  if (shot.lookUpParam("Output File")->hasBeenSet() && !fileName.empty())
+  if (!fileName.empty())
     writeWhole(std::string(orv::StringUtilities::unquoted(fileName)), pictureOf(shot));
 }
 

@@ -16,13 +16,17 @@ class StateLoad : public StateFiles {
     const KSLObject* object = ObjectDB::instance()->getObjectByPath("/FILE PROCESSING");
     return object ? object->getValue("Processing Mode") + " | " + object->getValue("Path Stack") : "-";
   }
+  std::string everything() const
+  {
+    return processing() + "\n" + system.undoSteps() + " " + system.redoSteps() + "\n" + system.fullState();
+  }
   // Expects that the load fails with this error and changes nothing.
   void expectRefused(const std::string& arguments, const std::string& error)
   {
-    const std::string before = system.state();
+    const std::string before = everything();
     system.run("> readstate " + arguments);
     EXPECT_EQ(system.errors(), error) << arguments;
-    EXPECT_EQ(system.state(), before) << arguments;
+    EXPECT_EQ(everything(), before) << arguments;
     system.expectConsistent();
   }
 };
@@ -157,6 +161,10 @@ TEST_F(StateLoad, Blocks)
       {"results named otherwise", "A: w\nEND", "BOUNDARY: w\nEND\nBOUNDARY: v\nEND", "A:w\nEND\n"},
       {"lines that are no blocks", "A: w\nEND", "x = 1\n> delete /A:w\nB: b\nEND\n> nonsense",
        "A:w\nEND\nB:b\nEND\n"},
+      {"actions in blocks", "A: w\nEND", "A: v\n  > delete /A:w\n  B: b\n  >nonsense\n  END\nEND",
+       "A:w\nEND\nA:v\n  B:b\n  END\nEND\n"},
+      {"named like the loader's own", "B: b\nEND", "A: FILE PROCESSING\nEND",
+       "A:FILE PROCESSING\nEND\nB:b\nEND\n"},
       {"replaced", "A: w\nx = 1\ny = 1\nEND", "&replace A: w\r\n  x = 2 \\\r\n 3 # old\r\nEND\r\n",
        "A:w\n  x = 2 3\nEND\n"},
       {"a backslash before a comment", "", "A: w\n  x = a\\# c\n  y = 1\nEND",
@@ -174,15 +182,15 @@ TEST_F(StateLoad, Blocks)
   }
 }
 
-// The last path of the line that deletes them must come through as it is.
-TEST_F(StateLoad, OverwritingDeletesWhateverItsName)
+TEST_F(StateLoad, OverwritingDeletesObjectsWithOddNames)
 {
-  folder.write("b.qst", "B: b\nEND\n");
-  for (const char* name : {"end\\ ", "\"no # one\"", "5\" pipe"}) {
-    system.run("A: " + std::string(name) + "\nEND\n");
-    load("b.qst", ", mode=overwrite");
-    EXPECT_EQ(work() + system.errors(), "B:b\nEND\n") << name;
-  }
+  folder.write("a.qst", "A: new\nEND\n");
+  system.run(
+      "A: 5\" pipe\nEND\nA: end\\ \nEND\n"
+      "A: a\nEND\nA: x\"y\nEND\nA: \"n#1\"\nEND\nA: u\"v#w\"\nA: z\nEND\nEND\nA: v\\ #\nEND\nA: \"\\ #\nEND");
+  load("a.qst", ", mode=overwrite");
+  EXPECT_EQ(system.errors(), "");
+  EXPECT_EQ(work(), "A:new\nEND\n");
 }
 
 TEST_F(StateLoad, OverwritingResetsResultsThatAreNotMentioned)

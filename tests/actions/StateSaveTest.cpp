@@ -191,7 +191,9 @@ TEST_F(StateSave, ReplacesWhatTheNameLeadsTo)
 
 TEST_F(StateSave, TellsOfValuesThatCannotBeReadBack)
 {
-  system.run("A: a\nx = \"a # b\"\nEND\nB: b\nx = r\xc3\xa9sultat\nEND\nB: c\nEND\nB: d\nEND\nB: e\nEND");
+  system.run(
+      "A: a\nx = \"a # b\"\nEND\nB: b\nx = r\xc3\xa9sultat\nEND\nB: c\nEND\nB: d\nEND\nB: e\nEND\nB: "
+      "z\xc3\xa4\nB: in\nEND\nEND");
   const auto set = [](const char* path, const char* value) {
     ObjectDB::instance()->getObjectByPath(path)->setValue("x", value);
   };
@@ -204,7 +206,11 @@ TEST_F(StateSave, TellsOfValuesThatCannotBeReadBack)
     expected += std::string(expected.empty() ? "" : "\n")
                 + "warning[8] WriteStateExecutor::validatedParameters: Value of parameter 'x' of object '"
                 + path + "' cannot be read back.";
-  EXPECT_EQ(system.errors(), expected);
+  const std::string line =
+      "warning[8] WriteStateExecutor::writeOneObject: Line 'B:z\xc3\xa4' cannot be read back.";
+  EXPECT_EQ(system.errors(), expected + "\n" + line);
+  save("a.qst", ", object=/B:z\xc3\xa4/B:in");
+  EXPECT_EQ(system.errors(), line);
 }
 
 class Careful : public WriteStateExecutor {

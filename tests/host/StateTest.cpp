@@ -27,20 +27,30 @@ std::string without(std::string text, const std::string& part)
   return place == std::string::npos ? text : text.erase(place, part.size());
 }
 
-// An example saved; that loaded in a new process and saved; that loaded in a third and saved.
+// Examples saved; that loaded in a new process and saved; that loaded in a third and saved. Each paints the same
+// picture, and no other.
 TEST(State, OutlivesProcesses)
 {
-  const std::string work = sourceDir() + "/examples/01-cylinder-study.ksl";
+  const std::string examples = sourceDir() + "/examples/";
   const std::string first = makeFile("work/first.qst", "");
   const std::string second = makeFile("work/second.qst", "");
   const std::string third = makeFile("work/third.qst", "");
   const std::string ownResults =
       "DATA READER:\nCurrent Results File = " + resultsFile() + "\nEND\n> savestate filename=first.qst";
-  EXPECT_EQ(ksl({"run", work, "-e", ownResults}), (Outcome{0, "", ""}));
+  EXPECT_EQ(ksl({"run", examples + "01-cylinder-study.ksl", examples + "02-palettes-and-lamps.ksl", "-e",
+                 ownResults}),
+            (Outcome{0, "", ""}));
+  const std::string folder = first.substr(0, first.rfind('/') + 1);
+  const std::string picture = readFile(folder + "cylinder.svg");
+  EXPECT_TRUE(picture.starts_with("<"));
   for (const char* step :
        {"> readstate mode=overwrite, load=true, filename=first.qst\n> savestate filename=second.qst",
-        "> readstate mode=overwrite, load=true, filename=second.qst\n> savestate filename=third.qst"})
+        "> readstate mode=overwrite, load=true, filename=second.qst\n> savestate filename=third.qst"}) {
+    std::filesystem::remove(folder + "cylinder.svg");
     EXPECT_EQ(ksl({"run", "-e", step}), (Outcome{0, "", ""}));
+    EXPECT_EQ(readFile(folder + "cylinder.svg"), picture);
+    EXPECT_FALSE(std::filesystem::exists(folder + "shot.svg"));
+  }
   EXPECT_NE(readFile(first).find("BOUNDARY:Cylinder\n    Boundary Type = Wall"), std::string::npos);
   EXPECT_EQ(blocksOnly(readFile(second)), blocksOnly(readFile(third)));
   EXPECT_EQ(without(blocksOnly(readFile(second)),

@@ -22,8 +22,8 @@ class FileChangeManager;
 // Objects of the types that the results define (BOUNDARY, DOMAIN …) are adjusted where they exist and passed over in
 // silence where they do not. In place of the work at hand, those at the top level that the state does not mention go
 // back to their defaults, and boundaries and subdomains become invisible. Any other block replaces top-level objects
-// of its name but another type; a block named like an object of the results is passed over. Lines outside blocks, and
-// FILE PROCESSING, are not read.
+// of its name but another type; a block named like an object of the results is passed over. Actions, other lines outside
+// blocks, and FILE PROCESSING are not read.
 //
 // A state is one block of text to the command processor: all of it is loaded, or nothing happened. Linear in the
 // file, plus what the changes touch.
@@ -82,6 +82,7 @@ class ORV_API ReadStateExecutor : public ActionExecutor {
   static bool emptyInputFile(const std::vector<std::string>& lines);
   static std::vector<Block> findBlocks(const std::vector<std::string>& lines);
   void process(const Request& request, File& file);
+  static void appendBlock(const File& file, const Block& block, std::string& text);
   static void loadResults(const Request& request, const File& file);
   static void loadStateData(File& file, Names& loaded);  // takes the lines
   static void resetToDefault(const Names& loaded);

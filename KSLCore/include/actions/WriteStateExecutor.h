@@ -47,7 +47,8 @@ class ORV_API WriteStateExecutor : public ActionExecutor {
   // "writeStateData", data::invalid "Cannot find object %s. No state written for that object.", and skipped; a
   // value that KSL text cannot carry ("#" outside quotes, characters that are not ASCII, white space other than single
   // blanks) is reported as data::invalid of type 8, "Value of parameter '%s' of object '%s' cannot be read back.",
-  // function "validatedParameters", and written as it is.
+  // function "validatedParameters", and written as it is. So is an object whose name is not ASCII: "Line '%s' cannot be
+  // read back.", function "writeOneObject".
   void invoke(const std::vector<std::string>& p_action) override;
 
  protected:

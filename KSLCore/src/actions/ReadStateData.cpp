@@ -11,6 +11,8 @@
 #include "command/KSLInterface.h"
 #include "actions/ReadStateExecutor.h"
 #include "actions/actionChecks.h"
+#include "actions/fileNames.h"
+#include "actions/linesOf.h"
 #include "actions/stateTypes.h"
 
 #include <algorithm>
@@ -105,16 +107,23 @@ std::map<std::string, std::string> savedDefaults(const std::string& type)
 
 }  // namespace
 
+// Adds the lines of a block. A state is data: an action in it is passed over, inside blocks as between them.
+void ReadStateExecutor::appendBlock(const File& file, const Block& block, std::string& text)
+{
+  for (std::size_t i = block.first; i <= block.last; ++i)
+    if (!StringUtilities::trimmed(file.lines[i]).starts_with('>'))
+      text.append(file.lines[i]) += '\n';
+}
+
 void ReadStateExecutor::loadResults(const Request& request, const File& file)
 {
   const auto found = std::find_if(file.blocks.begin(), file.blocks.end(),
                                   [](const Block& block) { return block.type == readerType; });
   if (found == file.blocks.end())
     return;
-  const auto lines = file.lines.begin();
-  const Lines text(lines + static_cast<std::ptrdiff_t>(found->first),
-                   lines + static_cast<std::ptrdiff_t>(found->last) + 1);
-  Lines block = ObjectKSLParser(text).parseForObject(readerType);
+  std::string text;
+  appendBlock(file, *found, text);
+  Lines block = ObjectKSLParser(linesOf(text)).parseForObject(readerType);
   if (resultsFile(block).empty())  // a state of work that has no results
     return;
   findResults(block, request.fileName);
@@ -157,7 +166,8 @@ bool ReadStateExecutor::isKept(const Block& block, Names& loaded, std::set<std::
     if (isResDefinedObject(other->getType(), block.name))
       return false;
   for (const KSLObject* other : others)
-    replaced.insert(other->getPath());
+    if (!other->pathIs(fileProcessingPath))  // the loader's own
+      replaced.insert(other->getPath());
   return true;
 }
 
@@ -169,10 +179,8 @@ void ReadStateExecutor::loadStateData(File& file, Names& loaded)
                       [](std::size_t sum, const std::string& line) { return sum + line.size() + 1; }));
   std::set<std::string> replaced;
   for (const Block& block : file.blocks) {
-    if (!isKept(block, loaded, replaced))
-      continue;
-    for (std::size_t i = block.first; i <= block.last; ++i)
-      text.append(file.lines[i]) += '\n';
+    if (isKept(block, loaded, replaced))
+      appendBlock(file, block, text);
   }
   file.lines = {};  // the memory is needed now
   deleteObjects({replaced.begin(), replaced.end()}, kslUpdateAtEnd);

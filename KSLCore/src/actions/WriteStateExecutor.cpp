@@ -83,6 +83,25 @@ std::string headerOf(const KSLObject& object)
   return KSLPath::Component{object.getType(), object.getName(), object.isSingleton()}.header();
 }
 
+// Readers refuse the whole file for one name that is not ASCII; better known while the object is there.
+void reportUnreadableName(const KSLObject* object)
+{
+  if (!ORVFile::isAscii(object->getName()))
+    ErrorProgressReporter::instance()->reportError(
+        data::invalid(className, "writeOneObject", _("Line '%s' cannot be read back.", headerOf(*object)),
+                      errorType::warning));
+}
+
+// The objects that it is in, innermost first.
+std::vector<const KSLObject*> placesOf(const KSLObject& object)
+{
+  std::vector<const KSLObject*> places;
+  for (const KSLObject* place = object.getParentObject(); place && !place->getPath().empty();
+       place = place->getParentObject())
+    places.push_back(place);
+  return places;
+}
+
 // All top-level objects, in the order in which the database lists its paths: what is below one is written with it.
 std::vector<const KSLObject*> topObjects()
 {
@@ -226,12 +245,14 @@ bool WriteStateExecutor::isWritten(const KSLObject& object) const
 
 void WriteStateExecutor::writeOneObject(const KSLObject& object, std::string& out) const
 {
-  if (object.getPath()
-          .empty())  // the root is no object to be written, and does not stand for what is below it
+  if (object.getPath().empty())
+    return;  // the root is no object to be written, and does not stand for what is below it
+  const std::vector<const KSLObject*> places = placesOf(object);
+  if (!isWritten(object) || !std::all_of(places.begin(), places.end(), [this](const KSLObject* place) {
+        return isWritten(*place);
+      }))
     return;
-  for (const KSLObject* place = &object; place && !place->getPath().empty(); place = place->getParentObject())
-    if (!isWritten(*place))
-      return;
+  std::for_each(places.begin(), places.end(), reportUnreadableName);
   const KSLPath path(object.getPath());
   const auto [headers, ends] = path.makeKSLPathAndEnd(indentStep);
   out += headers;
@@ -254,6 +275,7 @@ void WriteStateExecutor::validatedParameters(const KSLObject& top, std::size_t d
       out.append(indentStep * visit.depth, ' ') += "END\n";
       continue;
     }
+    reportUnreadableName(visit.object);
     if (visit.object != &top) {
       out.append(indentStep * (visit.depth - 1), ' ') += headerOf(*visit.object);
       out += '\n';

@@ -68,11 +68,16 @@ void deleteObjects(const std::vector<std::string>& paths, kslUpdateMode mode)
 {
   if (paths.empty())
     return;
-  std::string action;
-  for (const std::string& path : paths)
-    action.append(action.empty() ? "delete " : ",").append(StringUtilities::writtenName(path));
   KSLBuilder text;
-  text.addAction(action);
+  std::string action;
+  for (const std::string& path : paths) {
+    if (path.find('"') != std::string::npos)  // its quotes would mix with those of its neighbours
+      text.addAction("delete " + path);
+    else
+      action.append(action.empty() ? "delete " : ",").append(StringUtilities::writtenName(path));
+  }
+  if (!action.empty())
+    text.addAction(action);
   KSLCoreAPI::instance()->processKSL(text.text(), mode);
 }
 
