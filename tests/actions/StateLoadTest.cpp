@@ -174,6 +174,17 @@ TEST_F(StateLoad, Blocks)
   }
 }
 
+// The last path of the line that deletes them must come through as it is.
+TEST_F(StateLoad, OverwritingDeletesWhateverItsName)
+{
+  folder.write("b.qst", "B: b\nEND\n");
+  for (const char* name : {"end\\ ", "\"no # one\"", "5\" pipe"}) {
+    system.run("A: " + std::string(name) + "\nEND\n");
+    load("b.qst", ", mode=overwrite");
+    EXPECT_EQ(work() + system.errors(), "B:b\nEND\n") << name;
+  }
+}
+
 TEST_F(StateLoad, OverwritingResetsResultsThatAreNotMentioned)
 {
   const std::string results =

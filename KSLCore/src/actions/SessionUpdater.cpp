@@ -95,7 +95,7 @@ std::vector<std::string> SessionUpdater::deleteReplaced() const
     return {};
   }
   for (std::string& path : paths)
-    path = "> delete \"" + path + "\"";  // quoted: a name may hold a "#"
+    path = "> delete " + StringUtilities::writtenName(path);
   return paths;
 }
 

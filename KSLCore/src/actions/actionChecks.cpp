@@ -1,6 +1,7 @@
 #include "actions/actionChecks.h"
 
 #include "platform/ORVError.h"
+#include "platform/ORVKSLParseUtilities.h"
 #include "platform/ORVUtilities.h"
 #include "command/KSLCoreAPI.h"
 
@@ -65,14 +66,14 @@ std::string namedPath(const std::string& argument)
 
 void deleteObjects(const std::vector<std::string>& paths, kslUpdateMode mode)
 {
-  std::string line;
-  for (const std::string& path : paths) {
-    line += line.empty() ? "> delete " : ",";
-    const bool quoted = path.find('#') != std::string::npos;  // or it would begin a comment
-    line.append(quoted ? "\"" : "").append(path).append(quoted ? "\"" : "");
-  }
-  if (!line.empty())
-    KSLCoreAPI::instance()->processKSL(line, mode);
+  if (paths.empty())
+    return;
+  std::string action;
+  for (const std::string& path : paths)
+    action.append(action.empty() ? "delete " : ",").append(StringUtilities::writtenName(path));
+  KSLBuilder text;
+  text.addAction(action);
+  KSLCoreAPI::instance()->processKSL(text.text(), mode);
 }
 
 }  // namespace orv
