@@ -99,6 +99,7 @@ TEST_F(SessionFiles, AFileThatMovedIsFoundBesideTheOneThatNamesIt)
   folder.write("outer/data.txt", "outer");
   folder.write("inner/data.txt", "inner");
   folder.write("outer/only.txt", "only");
+  std::filesystem::create_directories(folder / "inner/only.txt");  // no file
   const std::string gone = folder / "gone/data.txt";
   const std::string local = folder / "inner/data.txt";
   const auto failure = thrown<file::error>([&] { ORVMPStream(gone, Mode::read); });

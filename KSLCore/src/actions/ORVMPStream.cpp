@@ -23,8 +23,9 @@ std::vector<std::string> localCandidates(const std::string& fileName)
   for (const std::string& entry :
        StringUtilities::stringToVector(processing->getValue(pathStackParam), ',')) {
     const std::string directory = StringUtilities::removeWhitespace(entry);
-    if (!directory.empty())
-      candidates.push_back(directory + "/" + baseName);
+    std::string candidate = directory + "/" + baseName;
+    if (!directory.empty() && !ORVFile::isDirectory(candidate))
+      candidates.push_back(std::move(candidate));
   }
   return candidates;
 }
@@ -49,14 +50,16 @@ ORVMPStream::~ORVMPStream() = default;
 
 void ORVMPStream::open(const std::string& fileName, Mode mode)
 {
-  if (mode == Mode::read && !tryOpen(fileName, mode)) {
-    for (const std::string& candidate : localCandidates(fileName))
-      if (tryOpen(candidate, mode))
-        return reportUse("open", fileName, candidate);
-  }
+  std::vector<std::string> candidates;
+  if (mode == Mode::read)
+    candidates = localCandidates(fileName);
+  if (!candidates.empty() && tryOpen(fileName, mode))
+    return;
+  for (const std::string& candidate : candidates)
+    if (tryOpen(candidate, mode))
+      return reportUse("open", fileName, candidate);
   // Again when nothing was found, so that the caller hears why the file that it named did not open.
-  if (mode != Mode::read || !isOpen())
-    ORVStream::open(fileName, mode);
+  ORVStream::open(fileName, mode);
 }
 
 bool ORVMPStream::tryOpen(const std::string& fileName, Mode mode)
