@@ -246,6 +246,13 @@ TEST_F(SmallActions, DebugSwitchesVerboseReports)
 
 class Deletion : public SmallActions {
  protected:
+  static std::string paths()
+  {
+    std::string text;
+    for (const std::string& path : ObjectDB::instance()->getAllObjectPaths())
+      text += path + " ";
+    return text;
+  }
   // Deletes in a fresh tree and tells the paths that are left.
   std::string left(const std::string& arguments)
   {
@@ -253,12 +260,17 @@ class Deletion : public SmallActions {
         "&replace A: a\nx = 1\nB: b\nC: c\nEND\nEND\nB: d\nEND\nEND\n&replace A: e f\nEND\n"
         "&replace VIEW:\nEND\n&replace CUT: a\nOption = Plane\nEND");
     EXPECT_EQ(system.errors(), "");
+    const std::string before = paths();
     system.run("> delete " + arguments);
     system.expectConsistent();
-    std::string paths;
-    for (const std::string& path : ObjectDB::instance()->getAllObjectPaths())
-      paths += path + " ";
-    return paths;
+    const std::string after = paths();
+    if (after != before) {
+      system.undo();
+      EXPECT_EQ(paths(), before);
+      system.redo();
+      EXPECT_EQ(paths(), after);
+    }
+    return after;
   }
 };
 
