@@ -189,6 +189,8 @@ TEST_F(CopyRename, WarnsOfValuesThatNoLineHolds)
     EXPECT_EQ(value("/A:b").front(), 'a');
     system.run("> delete /A:a, /A:b");
   }
+  system.run("A: a\nx = caf\xC3\xA9\nEND\n> copy from=/A:a, to=b");
+  EXPECT_EQ(value("/A:b") + system.errors(), "caf\xC3\xA9") << "only files cannot hold it";
 }
 
 class Modifier : public CopiedKSLModifer {

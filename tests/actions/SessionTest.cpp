@@ -170,10 +170,16 @@ TEST_F(SessionTest, WhatCannotBeReadBackIsToldAtOnce)
   startAfresh();
   enter("SESSION:\nEND");
   enter("> session start, filename=" + (folder / "caf\xC3\xA9"));
-  EXPECT_EQ(system->errors().find(
-                "warning[8] WriteSessionExecutor::invoke: Value of parameter 'Session Filename' of "
-                "object '/SESSION' cannot be read back."),
-            0U);
+  EXPECT_EQ(system->errors(), "") << "the settings are in no file";
+  enter("> session start, filename=caf\xC3\xA9");
+  EXPECT_EQ(system->errors(), "error[4] WriteSessionExecutor::invoke: Session write already in progress.")
+      << "nor is this line";
+  enter("> session stop");
+  ObjectDB::instance()->getObjectByPath("/SESSION")->setValue("Session Filename", folder / "a # b");
+  enter("> session start");
+  EXPECT_EQ(system->errors(),
+            "warning[8] WriteSessionExecutor::invoke: Value of parameter 'Session Filename' of object "
+            "'/SESSION' cannot be read back.");
 }
 
 // The settings refuse the mode: the file was opened by then.

@@ -4,6 +4,7 @@
 #include "platform/ORVError.h"
 #include "platform/ORVKSLParseUtilities.h"
 #include "actions/CopiedKSLModifer.h"
+#include "actions/ReadableText.h"
 
 namespace orv {
 
@@ -14,20 +15,6 @@ constexpr const char* className = "KSLCopyImpl";
 bool isPath(std::string_view text)
 {
   return !text.empty() && text.front() == '/';
-}
-
-// What reading a line gives back as it was: comments are cut off, and white space is simplified.
-bool readsBack(std::string_view value)
-{
-  if (StringUtilities::withoutComment(value).size() != value.size())
-    return false;
-  char before = ' ';
-  for (const char c : value) {
-    if (StringUtilities::isSpace(c) && (c != ' ' || before == ' '))
-      return false;
-    before = c;
-  }
-  return before != ' ';
 }
 
 // Writes a subtree as a block, under another name.
@@ -44,10 +31,7 @@ class BlockWriter final : public TreeVisitor {
   {
     if (value.empty())
       return;
-    if (!readsBack(value))
-      ErrorProgressReporter::instance()->reportError(data::invalid(
-          className, "performCopy",
-          _("Value of parameter '%s' of object '%s' cannot be read back.", name, path), errorType::warning));
+    reportUnreadable(className, "performCopy", path, name, value, Carrier::text);
     m_builder.addParam(name, value);
   }
   void endObject() override { m_builder.endObject(); }

@@ -38,7 +38,7 @@ void showFileName(const std::string& fileName)
   text.beginObject("SESSION", "");
   text.addParam(fileNameParam, fileName);
   text.endObject();
-  reportUnreadable(className, "readFileContents", sessionPath, fileNameParam, fileName);
+  reportUnreadable(className, "readFileContents", sessionPath, fileNameParam, fileName, Carrier::text);
   KSLCoreAPI::instance()->processKSL(text.text(), kslUpdateDefault);
 }
 

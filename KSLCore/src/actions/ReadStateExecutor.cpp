@@ -56,7 +56,7 @@ void dropComment(std::string& line)
 
 void recordLoad(const std::string& fileName, const std::string& mode, bool loadData)
 {
-  reportUnreadable(className, "invoke", "/STATE", "State Filename", fileName);
+  reportUnreadable(className, "invoke", "/STATE", "State Filename", fileName, Carrier::text);
   KSLBuilder text;
   text.beginObject("STATE", "");
   text.addParam("State Filename", fileName);

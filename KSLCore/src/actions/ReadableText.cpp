@@ -69,12 +69,14 @@ class LineChecker {
 
 }  // namespace
 
-bool isReadable(std::string_view value) noexcept
+bool isReadable(std::string_view value, Carrier carrier) noexcept
 {
+  if (carrier == Carrier::file && !ORVFile::isAscii(value))
+    return false;
   bool afterSpace = true;  // at the beginning, where no blank may stand either
   for (const char c : value) {
     const bool space = StringUtilities::isSpace(c);
-    if (c == '\0' || static_cast<unsigned char>(c) >= 0x80 || (space && (afterSpace || c != ' ')))
+    if (space && (afterSpace || c != ' '))
       return false;
     afterSpace = space;
   }
@@ -82,9 +84,9 @@ bool isReadable(std::string_view value) noexcept
 }
 
 void reportUnreadable(const char* className, const char* function, const std::string& object,
-                      const std::string& parameter, std::string_view value)
+                      const std::string& parameter, std::string_view value, Carrier carrier)
 {
-  if (!isReadable(value))
+  if (!isReadable(value, carrier))
     ErrorProgressReporter::instance()->reportError(unreadableValue(className, function, parameter, object));
 }
 

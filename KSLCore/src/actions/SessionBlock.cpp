@@ -13,18 +13,6 @@ namespace {
 
 constexpr std::size_t lineWidth = 80;
 
-// Session control, and what comes by itself: a replay must not do it again.
-bool isLeftOut(std::string_view line)
-{
-  const std::string key = StringUtilities::simplifyWhitespace(line);
-  constexpr std::array prefixes{"> session ", ">session ", "> autolegend"};
-  for (const char* prefix : prefixes)
-    if (key.starts_with(prefix))
-      return true;
-  const auto words = ActionExecutor::splitActionLine(StringUtilities::removeComment(key).substr(1));
-  return !words.empty() && (words.front() == "session" || words.front() == "autolegend");
-}
-
 // True for a text that wrapping would leave as it is, but for its length.
 bool isPlain(std::string_view text)
 {
@@ -35,6 +23,19 @@ bool isPlain(std::string_view text)
 }
 
 }  // namespace
+
+bool SessionBlock::isLeftOut(std::string_view line)
+{
+  const std::string key = StringUtilities::simplifyWhitespace(line);
+  if (!key.starts_with('>'))
+    return false;
+  constexpr std::array prefixes{"> session ", ">session ", "> autolegend"};
+  for (const char* prefix : prefixes)
+    if (key.starts_with(prefix))
+      return true;
+  const auto words = ActionExecutor::splitActionLine(StringUtilities::removeComment(key).substr(1));
+  return !words.empty() && (words.front() == "session" || words.front() == "autolegend");
+}
 
 std::string SessionBlock::write(std::string_view text)
 {

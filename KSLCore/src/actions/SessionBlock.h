@@ -12,6 +12,9 @@ namespace orv {
 // recording costs little beside running.
 class SessionBlock {
  public:
+  // Whether a line is session control, or what comes by itself: a replay must not do it again.
+  static bool isLeftOut(std::string_view line);
+
   // The lines of the text, each with its end, and an empty line.
   std::string write(std::string_view text);
 

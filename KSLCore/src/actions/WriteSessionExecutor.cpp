@@ -49,8 +49,9 @@ void requireMissing(const std::string& fileName)
 
 std::string readableText(const std::string& text)
 {
-  return StringUtilities::vectorToString(
-      readableLines(StringUtilities::indentKSL(linesOf(text)), className, "writeSessionKSL"), '\n');
+  std::vector<std::string> lines = StringUtilities::indentKSL(linesOf(text));
+  std::erase_if(lines, SessionBlock::isLeftOut);
+  return StringUtilities::vectorToString(readableLines(std::move(lines), className, "writeSessionKSL"), '\n');
 }
 
 std::string timeText()
@@ -169,7 +170,7 @@ void WriteSessionExecutor::start(Request request, const KSLObject* settings)
     text.addParam(fileNameParam, request.fileName);
     text.addParam(modeParam, request.mode);
     text.endObject();
-    reportUnreadable(className, "invoke", sessionPath, fileNameParam, request.fileName);
+    reportUnreadable(className, "invoke", sessionPath, fileNameParam, request.fileName, Carrier::text);
     KSLCoreAPI::instance()->processKSL(text.text(), kslUpdateDefault);
   }
   writeHeader();

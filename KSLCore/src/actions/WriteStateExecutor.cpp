@@ -57,9 +57,9 @@ void appendLine(const KSLObject& object, const ParamDefinition& param, std::size
 {
   const std::string& name = param.getName();
   const std::string& value = param.getValue();
-  const bool readable = isReadable(value);
+  const bool readable = isReadable(value, Carrier::file);
   if (!readable)
-    reportUnreadable(className, "validatedParameters", object.getPath(), name, value);
+    reportUnreadable(className, "validatedParameters", object.getPath(), name, value, Carrier::file);
   constexpr std::string_view equals = " = ";
   constexpr std::size_t deepest = 60;  // columns; beyond, lines are not indented further
   const std::size_t indent = indentStep * depth;
