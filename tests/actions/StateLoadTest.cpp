@@ -174,6 +174,17 @@ TEST_F(StateLoad, Blocks)
   }
 }
 
+TEST_F(StateLoad, ANameInQuotesMayHoldAHash)
+{
+  const std::string file = "\"" + folder / "a#1.qst" + "\"";
+  system.run("STATE:\nEND\nA: a\nEND\n> savestate filename=" + file);
+  EXPECT_EQ(body("a#1.qst"), "A:a\nEND\n");
+  system.run("> delete /A:a\n> readstate mode=append, filename=" + file + "\n> delete /A:a\n> readstate");
+  EXPECT_NE(ObjectDB::instance()->getObjectByPath("/A:a"), nullptr);
+  system.run("> delete /A:a, /FILE PROCESSING\n> savestate");
+  EXPECT_EQ(body("a#1.qst") + system.errors(), "");
+}
+
 // The last path of the line that deletes them must come through as it is.
 TEST_F(StateLoad, OverwritingDeletesWhateverItsName)
 {
