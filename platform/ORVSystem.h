@@ -29,9 +29,10 @@ class ORV_API ORVStream {
   // The file opened last, as it was named.
   const std::string& getFileName() const { return m_fileName; }
 
-  // Throws file::error, function "write", "Cannot write file '%s': %s.".
+  // Hands the text to the system at once, so better whole texts than letters. Throws file::error, function "write",
+  // "Cannot write file '%s': %s."; the file holds a part of the text then, or nothing of it.
   void write(std::string_view text);
-  // Hands everything written to the system. Throws as write does.
+  // Throws as write does, also when an earlier write has failed.
   void flush();
   // The next line without its end (a CR before it is dropped); false at the end of the file.
   // Throws file::error, function "readLine", "Cannot read file '%s': %s.".

@@ -19,6 +19,7 @@ TEST_F(SessionReplay, ArgumentsAndFiles)
 {
   folder.write("good.ksl", "A: a\r\nx = 1 \\\r\n  2\r\nEND\r\n");
   folder.write("run 1.ksl", "A: b\nEND\n");
+  folder.write("#2.ksl", "A: b\nEND\n");
   folder.write("empty.ksl", "");
   folder.write("foreign.ksl", "A: a\nx = caf\xC3\xA9\nEND\n");
   const std::string good = "A:a\n  x = 1 2\nEND\n";
@@ -34,6 +35,8 @@ TEST_F(SessionReplay, ArgumentsAndFiles)
       {"rs filename=none, file name = " + folder.path() + "good.ksl", good, ""},
       {"rs " + at + "run 1.ksl", "A:b\nEND\n", ""},
       {"rs " + at + "good.ksl # note", good, ""},
+      {"rs filename=\"" + folder.path() + "run 1.ksl\"", "A:b\nEND\n", ""},
+      {"rs filename=\"" + folder.path() + "#2.ksl\"", "A:b\nEND\n", ""},
       {"rs", "", error + "readFileContents: No Filename Specified"},
       {"rs filename=", "", error + "readFileContents: No Filename Specified"},
       {"rs good.ksl", "",

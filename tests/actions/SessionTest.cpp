@@ -175,8 +175,15 @@ TEST_F(SessionTest, WhatCannotBeReadBackIsToldAtOnce)
   EXPECT_EQ(system->errors(), "error[4] WriteSessionExecutor::invoke: Session write already in progress.")
       << "nor is this line";
   enter("> session stop");
-  ObjectDB::instance()->getObjectByPath("/SESSION")->setValue("Session Filename", folder / "a # b");
-  enter("> session start");
+  enter("> session start, filename=\"" + (folder / "a#b") + "\"");
+  EXPECT_EQ(system->errors(), "");
+  enter("> session stop\n> session start, mode=append");
+  EXPECT_EQ(system->errors(), "");
+  EXPECT_EQ(contents("a#b"), head + std::string("\n") + foot + head)
+      << "the name comes back from the settings";
+  enter("> session stop");
+  ObjectDB::instance()->getObjectByPath("/SESSION")->setValue("Session Filename", folder / "a  b");
+  enter("> session start, mode=none");
   EXPECT_EQ(system->errors(),
             "warning[8] WriteSessionExecutor::invoke: Value of parameter 'Session Filename' of object "
             "'/SESSION' cannot be read back.");

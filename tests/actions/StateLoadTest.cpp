@@ -191,6 +191,15 @@ TEST_F(StateLoad, OverwritingDeletesObjectsWithOddNames)
   load("a.qst", ", mode=overwrite");
   EXPECT_EQ(system.errors(), "");
   EXPECT_EQ(work(), "A:new\nEND\n");
+TEST_F(StateLoad, ANameInQuotesMayHoldAHash)
+{
+  const std::string file = "\"" + folder / "a#1.qst" + "\"";
+  system.run("STATE:\nEND\nA: a\nEND\n> savestate filename=" + file);
+  EXPECT_EQ(body("a#1.qst"), "A:a\nEND\n");
+  system.run("> delete /A:a\n> readstate mode=append, filename=" + file + "\n> delete /A:a\n> readstate");
+  EXPECT_NE(ObjectDB::instance()->getObjectByPath("/A:a"), nullptr);
+  system.run("> delete /A:a, /FILE PROCESSING\n> savestate");
+  EXPECT_EQ(body("a#1.qst") + system.errors(), "");
 }
 
 TEST_F(StateLoad, OverwritingResetsResultsThatAreNotMentioned)

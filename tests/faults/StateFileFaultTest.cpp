@@ -1,15 +1,19 @@
-// Makes the n-th operation on a file fail while a state is saved or loaded, n = 1, 2, … until none fails. A save that
-// fails leaves the old file, whole, and nothing beside it; a load that fails changes nothing.
+// Makes the n-th operation on a file fail while a state is saved or loaded, or a session recorded or replayed, n = 1, 2,
+// … until none fails. A save that fails leaves the old file, whole, and nothing beside it; a load that fails changes
+// nothing, and no more does a replay; a recording that fails ends, and keeps what it has.
 //
 // The operations are those of the C library, replaced here for the whole executable.
 #include "database/ObjectDB.h"
+#include "actions/WriteSessionExecutor.h"
 #include "tests/actions/stateRules.h"
 
 #include <cerrno>
 #include <csignal>
 #include <cstdarg>
+#include <cstdio>
 #include <dlfcn.h>
 #include <fcntl.h>
+#include <sys/uio.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -72,6 +76,37 @@ REPLACED ssize_t write(int file, const void* data, std::size_t size)
   orv::fileTrap.left = 1;  // the disk is full now
   orv::fileTrap.halfway = false;
   return real(file, data, size / 2);
+}
+
+REPLACED ssize_t writev(int file, const iovec* parts, int count)
+{
+  while (count > 1 && parts->iov_len == 0) {
+    ++parts;
+    --count;
+  }
+  return write(file, parts->iov_base, parts->iov_len);  // the first part: the rest is asked for again
+}
+
+REPLACED std::FILE* fopen64(const char* name, const char* mode)
+{
+  static auto* const real = orv::next<std::FILE*(const char*, const char*)>("fopen64");
+  return orv::fileTrap.strikes() ? nullptr : real(name, mode);
+}
+
+REPLACED std::FILE* fopen(const char* name, const char* mode)
+{
+  static auto* const real = orv::next<std::FILE*(const char*, const char*)>("fopen");
+  return orv::fileTrap.strikes() ? nullptr : real(name, mode);
+}
+
+REPLACED int fclose(std::FILE* file)
+{
+  static auto* const real = orv::next<int(std::FILE*)>("fclose");
+  const bool fails = orv::fileTrap.strikes();
+  const int reason = errno;
+  const int result = real(file);
+  errno = fails ? reason : errno;
+  return fails ? EOF : result;
 }
 
 REPLACED int fchmod(int file, mode_t mode) noexcept
@@ -183,6 +218,40 @@ TEST_F(StateFileFaults, ADirectoryThatRefusesIsPassedBy)
   }
 }
 
+TEST_F(StateFileFaults, ARecordingThatCannotBeWrittenEnds)
+{
+  const auto enter = [](const std::string& text) { KSLCoreAPI::instance()->externalProcessKSL({text}); };
+  // Its blocks, without the head and what there is of the foot: they hold times.
+  const auto blocks = [this] {
+    const std::string text = folder.read("s.ksl");
+    const std::size_t begin = std::min(text.find("\n\n\n"), text.size());
+    return text.substr(begin, text.find("# ", begin) - begin);
+  };
+  const std::string large = "A: a\n  x = " + std::string(5000, 'x') + "\nEND";
+  const std::string start = "> session start, mode=overwrite, filename=" + folder / "s.ksl";
+  const std::string commands[] = {start, large, "A: b\nEND", "> session stopsilently"};
+  std::string whole;
+  unsigned long met = 0;
+  for (const bool halfway : {false, true}) {
+    unsigned long n = 0;  // fails nowhere
+    do {
+      system.run("> delete /A:a, /A:b");
+      std::filesystem::remove(folder / "s.ksl");
+      fileTrap = {n, EIO, halfway};
+      for (const std::string& command : commands)
+        enter(command);
+      fileTrap.left = 0;
+      whole = n == 0 ? blocks() : whole;
+      met += fileTrap.sprung;
+      EXPECT_EQ(system.errorList().size(), fileTrap.sprung ? 1u : 0u) << n;
+      EXPECT_EQ(ObjectDB::instance()->size(), 2u) << "no work is lost, " << n;
+      EXPECT_FALSE(KSLCoreAPI::instance()->getSessionWriter()->isRecording()) << n;
+      EXPECT_TRUE(whole.starts_with(blocks())) << n;
+    } while (n++ == 0 || fileTrap.sprung);
+  }
+  EXPECT_GE(met, 10u) << "open; write the head, two commands, the end of the last and the foot; close";
+}
+
 TEST_F(StateFileFaults, ALoadThatCannotReadChangesNothing)
 {
   std::string text;
@@ -190,16 +259,18 @@ TEST_F(StateFileFaults, ALoadThatCannotReadChangesNothing)
     text += "A: a" + std::to_string(i) + "\nEND\n";
   folder.write("a.qst", text);
   system.run("A: old\nEND\n");
-  const std::string load = "> readstate mode=overwrite, filename=" + folder / "a.qst";
-  unsigned long n = 1;
-  for (; runWith({n}, load); ++n) {
-    const std::string error = system.errors();
-    EXPECT_TRUE(error.starts_with("error[4] ORVStream::")) << error;
-    EXPECT_EQ(system.state(), "A:old\nEND\n") << n;
+  for (const char* action : {"> readstate mode=overwrite", "> readsession"}) {
+    const std::string load = action + std::string(", filename=") + folder / "a.qst";
+    unsigned long n = 1;
+    for (; runWith({n}, load); ++n) {
+      const std::string error = system.errors();
+      EXPECT_TRUE(error.starts_with("error[4] ORVStream::")) << error;
+      EXPECT_EQ(system.state(), "A:old\nEND\n") << n;
+    }
+    EXPECT_GT(n, 3u) << "open, read, close";
+    EXPECT_EQ(system.errors(), "");
+    system.undo();
   }
-  EXPECT_GT(n, 2u);
-  EXPECT_EQ(system.errors(), "");
-  EXPECT_EQ(ObjectDB::instance()->size(), 3001u);
 }
 
 }  // namespace

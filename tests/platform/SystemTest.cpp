@@ -95,20 +95,14 @@ TEST(ORVStream, FullDiskIsTold)
 {
   const ErrorMsg full("ORVStream", "write",
                       "Cannot write file '/dev/full': " + Error::getSystemError(ENOSPC) + ".", 4);
-  const auto opened = [](ORVStream& stream) -> ORVStream& {
-    stream.open("/dev/full", Mode::write);
-    return stream;
-  };
   ORVStream stream;
-  EXPECT_EQ(failureOf([&] { opened(stream).write(std::string(1000000, 'x')); }), full);
-  EXPECT_EQ(failureOf([&] { stream.close(); }).getFunction(), "write");
-  EXPECT_FALSE(stream.isOpen());
-  opened(stream).write("x");
-  EXPECT_EQ(failureOf([&] { stream.flush(); }), full);
-  failureOf([&] { stream.close(); });
-  opened(stream).write("x");
-  EXPECT_EQ(failureOf([&] { stream.close(); }), full);
-  EXPECT_FALSE(stream.isOpen());
+  for (const std::size_t size : {1000000u, 1u}) {
+    stream.open("/dev/full", Mode::write);
+    EXPECT_EQ(failureOf([&] { stream.write(std::string(size, 'x')); }), full) << "at once";
+    EXPECT_EQ(failureOf([&] { stream.flush(); }).getFunction(), "write");
+    EXPECT_EQ(failureOf([&] { stream.close(); }).getFunction(), "write");
+    EXPECT_FALSE(stream.isOpen());
+  }
 }
 
 TEST_F(SystemTest, ListsFilesInNameOrder)

@@ -19,7 +19,7 @@ class SessionUpdateStrategy;
 // object SESSION, which is told the name of every file that is read. Files that the text names are also looked for
 // beside it, and so is the file itself when another one is being read (ORVMPStream). Undo is refused meanwhile.
 //
-// White space in the file name is dropped, unless only the name as typed leads to a file.
+// White space in the file name is dropped, unless only the name as typed leads to a file; quotes around it are taken off.
 class ORV_API ReadSessionExecutor : public ActionExecutor {
  public:
   // With a strategy the text is replayed through a SessionUpdater; it is not owned and may be null. With

@@ -19,8 +19,8 @@ class KSLObject;
 // While a session is recorded, every text that is entered from outside (KSLCoreAPI::externalProcessKSL) is written to
 // the file before it runs, so one that fails is there too. docs/session-file.md describes the file, and ReadSession-
 // Executor plays it back. Settings that are not given come from the object SESSION when there is one, and the start of
-// a recording shows them there. White space in a file name of the action line is dropped; the names of SESSION are
-// taken as they stand.
+// a recording shows them there. White space in a file name of the action line is dropped; the name of SESSION is
+// taken as it stands. Quotes around either are taken off, so that it may hold a "#".
 //
 // Two states: idle, and recording from a start that succeeded until a stop, terminateSession or a failing write. The
 // destructor writes nothing more: a file is ended by a stop.

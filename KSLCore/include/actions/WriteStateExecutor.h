@@ -20,7 +20,7 @@ class StateChangeObserver;
 // with everything below them, to a state file; "> readstate" reads it back. The object STATE, when there is one, gives
 // what the line does not: "State Filename", "Save State Mode" (overwrite, when it is empty) and "Save State Objects".
 // White space in the arguments is dropped, so objects are found without it too; names from STATE are taken as
-// they are, which is the way to file names with blanks.
+// they are, which is the way to file names with blanks. Quotes around a file name are taken off.
 //
 // Never written are objects of program types (RULES, STATE, SESSION, SYMBOL …) with all below them, a DATA READER
 // without a results file, internal parameters, empty values, values that a parameter was never given and does not

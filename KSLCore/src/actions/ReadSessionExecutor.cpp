@@ -34,11 +34,12 @@ std::string defaultFileName()
 
 void showFileName(const std::string& fileName)
 {
+  const std::string shown = StringUtilities::writtenName(fileName);
   KSLBuilder text;
   text.beginObject("SESSION", "");
-  text.addParam(fileNameParam, fileName);
+  text.addParam(fileNameParam, shown);
   text.endObject();
-  reportUnreadable(className, "readFileContents", sessionPath, fileNameParam, fileName, Carrier::text);
+  reportUnreadable(className, "readFileContents", sessionPath, fileNameParam, shown, Carrier::text);
   KSLCoreAPI::instance()->processKSL(text.text(), kslUpdateDefault);
 }
 
@@ -98,7 +99,7 @@ ReadSessionExecutor::Params ReadSessionExecutor::processParams(const std::vector
 std::string ReadSessionExecutor::readFileContents(const Params& params, std::string& fileName)
 {
   const auto named = params.find("filename");
-  fileName = named == params.end() ? defaultFileName() : fileToRead(named->second);
+  fileName = named == params.end() ? asFileName(defaultFileName()) : fileToRead(named->second);
   if (fileName.empty())
     throw ksl::invalid(className, "readFileContents", _("No Filename Specified"));
   ORVMPStream stream(fileName, ORVStream::Mode::read);

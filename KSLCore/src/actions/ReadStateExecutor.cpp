@@ -56,10 +56,11 @@ void dropComment(std::string& line)
 
 void recordLoad(const std::string& fileName, const std::string& mode, bool loadData)
 {
-  reportUnreadable(className, "invoke", "/STATE", "State Filename", fileName, Carrier::text);
+  const std::string shown = StringUtilities::writtenName(fileName);
+  reportUnreadable(className, "invoke", "/STATE", "State Filename", shown, Carrier::text);
   KSLBuilder text;
   text.beginObject("STATE", "");
-  text.addParam("State Filename", fileName);
+  text.addParam("State Filename", shown);
   text.addParam("Read State Mode", mode);
   text.addParam("Load Data", loadData ? "True" : "False");
   text.endObject();
@@ -174,7 +175,7 @@ ReadStateExecutor::Request ReadStateExecutor::readRequest(const std::vector<std:
   const KSLObject* state = ObjectDB::instance()->getObjectByPath("/STATE");
   std::map<std::string, std::string> defaults = settings(state);
   Request request;
-  request.fileName = StringUtilities::removeWhitespace(defaults["State Filename"]);
+  request.fileName = asFileName(defaults["State Filename"]);
   request.mode = defaults["Read State Mode"];
   request.loadData = isTrue(defaults["Load Data"]);
   request.recorded = state != nullptr;

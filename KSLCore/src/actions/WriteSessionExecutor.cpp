@@ -8,6 +8,7 @@
 #include "actions/ReadableText.h"
 #include "actions/SessionBlock.h"
 #include "actions/actionChecks.h"
+#include "actions/fileNames.h"
 #include "actions/linesOf.h"
 
 #include <cerrno>
@@ -86,7 +87,7 @@ void WriteSessionExecutor::invoke(const std::vector<std::string>& words)
   checkAction(words, {"session"}, className);
   const KSLObject* settings = ObjectDB::instance()->getObjectByPath(sessionPath);
   Request request;
-  request.fileName = setting(settings, fileNameParam);
+  request.fileName = asFileName(setting(settings, fileNameParam));
   request.mode = setting(settings, modeParam);
   for (std::size_t i = 1; i < words.size(); ++i)
     readWord(words[i], request);
@@ -137,11 +138,7 @@ void WriteSessionExecutor::requestStop(Request& request, bool silently) const
 void WriteSessionExecutor::readParameter(const std::string& word, Request& request) const
 {
   request.other = true;
-  const std::size_t equals = word.find('=');
-  if (equals == std::string::npos)
-    throw refusal(_("Syntax error: %s parameters should have the format: %s", "session", "param=value"));
-  const std::string name = StringUtilities::removeAllWhitespace(word.substr(0, equals));
-  std::string value = StringUtilities::removeAllWhitespace(word.substr(equals + 1));
+  auto [name, value] = squeezedArgument(word, "session", className);
   if (m_parameters.count(name) == 0)
     throw refusal(_("Invalid parameter in %s: '%s'.", "session", name));
   if (name == "filename") {
@@ -165,12 +162,13 @@ void WriteSessionExecutor::start(Request request, const KSLObject* settings)
     m_stream.close();
   });
   if (settings) {
+    const std::string shown = StringUtilities::writtenName(request.fileName);
     KSLBuilder text;
     text.beginObject("SESSION", "");
-    text.addParam(fileNameParam, request.fileName);
+    text.addParam(fileNameParam, shown);
     text.addParam(modeParam, request.mode);
     text.endObject();
-    reportUnreadable(className, "invoke", sessionPath, fileNameParam, request.fileName, Carrier::text);
+    reportUnreadable(className, "invoke", sessionPath, fileNameParam, shown, Carrier::text);
     KSLCoreAPI::instance()->processKSL(text.text(), kslUpdateDefault);
   }
   writeHeader();

@@ -8,6 +8,7 @@
 #include "actions/ReadableText.h"
 #include "actions/StateChangeObserver.h"
 #include "actions/actionChecks.h"
+#include "actions/fileNames.h"
 #include "actions/listedObjects.h"
 #include "actions/stateTypes.h"
 
@@ -157,7 +158,7 @@ WriteStateExecutor::Request WriteStateExecutor::readRequest(const std::vector<st
 {
   Request request;
   if (const KSLObject* state = ObjectDB::instance()->getObjectByPath("/STATE")) {
-    request.fileName = textOf(*state, "State Filename");
+    request.fileName = asFileName(textOf(*state, "State Filename"));
     request.mode = textOf(*state, "Save State Mode");
     request.objects = textOf(*state, "Save State Objects");
   }

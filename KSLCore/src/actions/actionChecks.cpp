@@ -45,8 +45,9 @@ std::pair<std::string, std::string> squeezedArgument(const std::string& argument
     throw ksl::invalid(className, "invoke",
                        _("Syntax error: %s parameters should have the format: %s", action, "param=value"));
   const std::string_view text(argument);
+  const std::string value = StringUtilities::removeAllWhitespace(text.substr(equals + 1));
   return {StringUtilities::removeAllWhitespace(text.substr(0, equals)),
-          StringUtilities::removeAllWhitespace(text.substr(equals + 1))};
+          std::string(StringUtilities::unquoted(value))};
 }
 
 std::string capitalised(std::string text)

@@ -23,7 +23,8 @@ void checkAtLeast(const std::vector<std::string>& words, const char* action, int
 void checkExactly(const std::vector<std::string>& words, const char* action, int count,
                   const char* className);
 
-// (name, value) of an argument "name=value", all white space taken out of both: the file actions take arguments so.
+// (name, value) of an argument "name=value", all white space taken out of both, and quotes off around the value: the
+// file actions take arguments so.
 // Throws ksl::invalid, function "invoke", "Syntax error: %s parameters should have the format: %s" with the action and
 // "param=value", when there is no "=".
 std::pair<std::string, std::string> squeezedArgument(const std::string& argument, const char* action,

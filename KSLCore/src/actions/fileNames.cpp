@@ -15,10 +15,15 @@ bool isFound(const std::string& name)
 
 }  // namespace
 
+std::string asFileName(std::string_view text)
+{
+  return std::string(StringUtilities::trimmed(StringUtilities::unquoted(StringUtilities::trimmed(text))));
+}
+
 std::string fileToRead(std::string_view argument)
 {
-  std::string squeezed = StringUtilities::removeAllWhitespace(argument);
-  std::string typed = StringUtilities::removeWhitespace(argument);
+  std::string typed = asFileName(argument);
+  std::string squeezed = StringUtilities::removeAllWhitespace(typed);
   return squeezed != typed && !isFound(squeezed) && isFound(typed) ? typed : squeezed;
 }
 

@@ -44,7 +44,10 @@ void ORVStream::failWrite()
 void ORVStream::open(const std::string& fileName, Mode mode)
 {
   close();
-  m_stream.clear();
+  m_stream = std::fstream();
+  // What is written goes to the system at once: nothing stays behind a failure, to be written a second time on closing.
+  if (mode != Mode::read)
+    m_stream.rdbuf()->pubsetbuf(nullptr, 0);
   errno = 0;
   m_stream.open(fileName, openMode(mode));
   if (!m_stream.is_open())
