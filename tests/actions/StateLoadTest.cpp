@@ -191,6 +191,8 @@ TEST_F(StateLoad, OverwritingDeletesObjectsWithOddNames)
   load("a.qst", ", mode=overwrite");
   EXPECT_EQ(system.errors(), "");
   EXPECT_EQ(work(), "A:new\nEND\n");
+}
+
 TEST_F(StateLoad, ANameInQuotesMayHoldAHash)
 {
   const std::string file = "\"" + folder / "a#1.qst" + "\"";

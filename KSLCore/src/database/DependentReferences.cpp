@@ -9,12 +9,24 @@
 #include "database/ReferenceResolver.h"
 
 #include <algorithm>
+#include <iterator>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace orv {
 
 namespace {
+
+constexpr std::string_view numberTypes[] = {"Real",    "Real Triplet", "Real List",
+                                            "Integer", "Integer List", "Quantity"};
+
+bool isNumber(const ParamDefinition& param)
+{
+  return !param.isInternal() && param.getRemoteType().empty()
+         && std::find(std::begin(numberTypes), std::end(numberTypes), param.getType())
+                != std::end(numberTypes);
+}
 
 // Who refers to the object or to anything below it. Who goes with it has nothing to rewrite.
 DependentSet dependentsOfTree(const KSLObject& top)
@@ -75,8 +87,7 @@ void reportOne(const KSLObject& top, const Dependent& dependent, DependentUpdate
 {
   const KSLObject* holder = ObjectDB::instance()->getObjectByPath(dependent.getObjPath());
   const ParamDefinition* param = holder ? holder->lookUpParam(dependent.getParamName()) : nullptr;
-  // An expression does not survive without one of its names; any other parameter here is a reference.
-  if (!param || param->typeIs("Expression") || param->getRemoteType().empty())
+  if (!param || DependentReferences::isExpression(*param))  // it does not survive without one of its names
     return;
   updates.setGoing(top.getPath(), dependent.getObjPath(), *param,
                    [&] { return referencesOf(top, *holder, *param); });
@@ -91,6 +102,11 @@ void DependentReferences::report(const KSLObject& object, DependentUpdates* upda
                                 _("Input parameter %s is a null pointer.", "p_updates"));
   for (const Dependent& dependent : dependentsOfTree(object))
     reportOne(object, dependent, *updates);
+}
+
+bool DependentReferences::isExpression(const ParamDefinition& param)
+{
+  return param.typeIs("Expression") || isNumber(param);
 }
 
 }  // namespace orv

@@ -5,6 +5,7 @@
 #include "platform/ORVError.h"
 #include "platform/ORVException.h"
 #include "database/Category.h"
+#include "database/DependentReferences.h"
 #include "database/ObjectDB.h"
 #include "database/ReferenceResolver.h"
 #include "rules/ExpressionNames.h"
@@ -26,22 +27,6 @@ namespace {
 constexpr const char* className = "GenericKSLObject";
 
 const ExpressionNames* s_expressionNames = nullptr;
-
-constexpr std::string_view numberTypes[] = {"Real",    "Real Triplet", "Real List",
-                                            "Integer", "Integer List", "Quantity"};
-
-bool isNumber(const ParamDefinition& param)
-{
-  return !param.isInternal() && param.getRemoteType().empty()
-         && std::find(std::begin(numberTypes), std::end(numberTypes), param.getType())
-                != std::end(numberTypes);
-}
-
-// Who is of no such type refers to objects, if to anything.
-bool isExpression(const ParamDefinition& param)
-{
-  return param.typeIs("Expression") || isNumber(param);
-}
 
 bool isLetter(char c)
 {
@@ -84,7 +69,7 @@ bool GenericKSLObject::mayLink(const ParamDefinition& param, const std::string& 
 {
   if (!param.getRemoteType().empty() && !param.typeIs("Expression"))
     return true;
-  if (!s_expressionNames || !isExpression(param))
+  if (!s_expressionNames || !DependentReferences::isExpression(param))
     return false;
   return param.typeIs("Expression") || mayHoldNames(text) || (m_links && m_links->knows(param.getName()));
 }
@@ -165,9 +150,9 @@ GenericKSLObject::Targets GenericKSLObject::makeParentLinks(const ParamDefinitio
   targets.judgement = judgement;
   targets.mayMiss =
       text == param.getDefaultValue() || (m_links && m_links->isForgiven(param.getName(), text));
-  if (isExpression(param) && param.getAllowedValues().contains(text)) {
+  if (DependentReferences::isExpression(param) && param.getAllowedValues().contains(text)) {
     // a keyword names nothing
-  } else if (isExpression(param)) {
+  } else if (DependentReferences::isExpression(param)) {
     makeVariableLinks(param, text, targets);
     makeLocatorLinks(param, text, targets);
   } else {
