@@ -25,10 +25,7 @@ ALLOWED = {
 }
 
 # {(file, include as written): reason}
-EXCEPTIONS = {
-    ("KSLCore/src/services/PreferencesExecutorBase.cpp", "actions/actionChecks.h"):
-        "an executor of its own layer, and all executors word their complaints alike",
-}
+EXCEPTIONS = {}
 
 # Where a quoted include is looked for, besides the including file's own folder.
 SEARCH = ("", "KSLCore/include", "KSLCore/src")
@@ -118,10 +115,8 @@ def check(root, exceptions):
 
 def main():
     parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
-    ours = os.path.dirname(os.path.dirname(os.path.abspath(__file__)))
-    parser.add_argument("--root", default=ours)
-    root = parser.parse_args().root
-    messages = check(root, EXCEPTIONS if root == ours else {})
+    parser.add_argument("--root", default=os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
+    messages = check(parser.parse_args().root, EXCEPTIONS)
     print("\n".join(messages), file=sys.stderr, end="\n" if messages else "")
     return 1 if messages else 0
 

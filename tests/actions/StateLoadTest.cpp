@@ -2,6 +2,7 @@
 #include "rules/SchedulerObject.h"
 #include "actions/FileProcessingScope.h"
 #include "actions/ReadStateExecutor.h"
+#include "services/StateConverterIF.h"
 #include "stateRules.h"
 #include "tests/support/Model.h"
 #include "tests/support/thrown.h"
@@ -289,18 +290,32 @@ TEST_F(StateLoad, ResultsAreLoadedFirst)
   EXPECT_NE(ObjectDB::instance()->getObjectByPath("/A:a"), nullptr);
 }
 
-class Curious : public ReadStateExecutor {
+// Of version 1, where an A was an OLD in a box of its own.
+class Unboxing : public StateConverterIF {
  public:
-  Curious() : ReadStateExecutor(nullptr, false) { addValidParam("Colour"); }
+  bool convert(std::vector<std::string>& lines, const std::string& versionLine) override
+  {
+    return versionLine == "# version 1" && std::erase_if(lines, [](std::string& line) {
+                                             if (line == "OLD: a")
+                                               line = "A: a";
+                                             return line == "BOX:" || line == "  END";
+                                           }) != 0;
+  }
+};
+
+class Converting : public ReadStateExecutor {
+ public:
+  Converting() : ReadStateExecutor(nullptr, false) { addValidParam("Colour"); }
   std::string seen;
 
  protected:
-  void componentProcessing(const std::vector<std::string>& lines, const std::string& mode,
+  bool componentProcessing(std::vector<std::string>& lines, const std::string& versionLine,
                            const std::string& fileName) override
   {
-    seen = std::to_string(lines.size()) + " " + mode + " " + fileName;
+    seen = versionLine + "|" + fileName;
     EXPECT_EQ(processing(), "State | " + fileName.substr(0, fileName.rfind('/')) + ", .");
     EXPECT_TRUE(SchedulerObject::setCatchExceptions(true));
+    return Unboxing().convert(lines, versionLine);
   }
 
  private:
@@ -311,9 +326,9 @@ class Curious : public ReadStateExecutor {
   }
 };
 
-TEST_F(StateLoad, DerivedOnesSeeTheFileAndTakeArguments)
+TEST_F(StateLoad, DerivedOnesConvertTheFileAndTakeArguments)
 {
-  Curious executor;
+  Converting executor;
   EXPECT_EQ(thrown<internal::badParam>([&] { executor.invoke({}); }),
             ErrorMsg("ReadStateExecutor", "invoke", "Input parameter p_action is empty.", 4));
   EXPECT_EQ(
@@ -321,9 +336,9 @@ TEST_F(StateLoad, DerivedOnesSeeTheFileAndTakeArguments)
       ErrorMsg("ReadStateExecutor", "invoke", "Action 'rs' cannot be handled by ReadStateExecutor.", 4));
   EXPECT_ANY_THROW(executor.invoke({"readstate", "filename=/no/such/file"}));
   EXPECT_FALSE(SchedulerObject::setCatchExceptions(false)) << "as it was, after a failure";
-  const std::string file = folder.write("a b.qst", "A: a \\\n\nEND");
+  const std::string file = folder.write("a b.qst", "#\n# version 1\nBOX:\nOLD: a\n  END\nEND");
   executor.invoke({"readstate", "colour=1", "filename=" + folder / "a b.qst", "mode=append"});
-  EXPECT_EQ(executor.seen, "2 Append " + file);
+  EXPECT_EQ(executor.seen, "# version 1|" + file);
   EXPECT_FALSE(SchedulerObject::setCatchExceptions(false));
   EXPECT_EQ(work(), "A:a\nEND\n");
 }

@@ -48,9 +48,10 @@ class ORV_API ReadStateExecutor : public ActionExecutor {
   void invoke(const std::vector<std::string>& p_action) override;
 
  protected:
-  // Called with the lines of the file, joined and without comments, the mode and the file's name, before its blocks
-  // are entered. Does nothing here.
-  virtual void componentProcessing(const std::vector<std::string>& lines, const std::string& mode,
+  // Called before the blocks of the file are entered, with its lines, joined and without comments, the line that names
+  // the version of its writer (a comment, the second of a file that was saved; empty when there is none), and its name.
+  // True when it changed the lines; these are then judged as those of the file were. Here it does nothing.
+  virtual bool componentProcessing(std::vector<std::string>& lines, const std::string& versionLine,
                                    const std::string& fileName);
   // An argument that a derived executor understands; names are compared in lower case.
   void addValidParam(const std::string& name);
@@ -70,6 +71,7 @@ class ORV_API ReadStateExecutor : public ActionExecutor {
     std::string name;
   };
   struct File {
+    std::string versionLine;
     std::vector<std::string> lines;
     std::vector<Block> blocks;
   };
@@ -78,7 +80,7 @@ class ORV_API ReadStateExecutor : public ActionExecutor {
   void load(const std::vector<std::string>& words);
   Request readRequest(const std::vector<std::string>& words) const;
   void readArgument(const std::string& argument, Request& request) const;
-  static std::vector<std::string> readFile(Request& request);
+  static File readFile(Request& request);
   static bool emptyInputFile(const std::vector<std::string>& lines);
   static std::vector<Block> findBlocks(const std::vector<std::string>& lines);
   void process(const Request& request, File& file);

@@ -2,8 +2,8 @@
 
 #include "database/KSLCoreTreeAndLeafModel.h"
 #include "command/KSLCoreAPI.h"
+#include "command/actionChecks.h"
 #include "actions/KSLCopyImpl.h"
-#include "actions/actionChecks.h"
 
 namespace orv {
 

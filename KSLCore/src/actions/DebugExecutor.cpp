@@ -1,7 +1,7 @@
 #include "actions/DebugExecutor.h"
 
 #include "platform/ORVError.h"
-#include "actions/actionChecks.h"
+#include "command/actionChecks.h"
 
 namespace orv {
 

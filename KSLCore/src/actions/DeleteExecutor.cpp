@@ -7,8 +7,8 @@
 #include "command/Executive.h"
 #include "command/KSLCoreAPI.h"
 #include "command/KSLInterface.h"
+#include "command/actionChecks.h"
 #include "actions/DeletionFilterIF.h"
-#include "actions/actionChecks.h"
 
 namespace orv {
 

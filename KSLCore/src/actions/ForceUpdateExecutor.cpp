@@ -3,7 +3,7 @@
 #include "platform/ORVError.h"
 #include "platform/ORVUtilities.h"
 #include "command/Executive.h"
-#include "actions/actionChecks.h"
+#include "command/actionChecks.h"
 
 #include <algorithm>
 #include <iterator>

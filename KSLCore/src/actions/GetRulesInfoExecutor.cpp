@@ -5,7 +5,7 @@
 #include "database/KSLObject.h"
 #include "database/ObjectFactory.h"
 #include "command/KSLCoreAPI.h"
-#include "actions/actionChecks.h"
+#include "command/actionChecks.h"
 
 #include <iostream>
 

@@ -3,7 +3,7 @@
 #include "platform/ORVApplicationSupport.h"
 #include "platform/ORVError.h"
 #include "platform/ORVUtilities.h"
-#include "actions/actionChecks.h"
+#include "command/actionChecks.h"
 
 #include <map>
 

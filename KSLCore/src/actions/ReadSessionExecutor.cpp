@@ -7,10 +7,10 @@
 #include "rules/SchedulerObject.h"
 #include "command/KSLCoreAPI.h"
 #include "command/KSLInterface.h"
+#include "command/actionChecks.h"
 #include "actions/FileProcessingScope.h"
 #include "actions/ORVMPStream.h"
 #include "actions/ReadableText.h"
-#include "actions/actionChecks.h"
 #include "actions/fileNames.h"
 
 namespace orv {

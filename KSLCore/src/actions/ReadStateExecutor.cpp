@@ -8,10 +8,10 @@
 #include "rules/SchedulerObject.h"
 #include "command/KSLCoreAPI.h"
 #include "command/KSLInterface.h"
+#include "command/actionChecks.h"
 #include "actions/FileProcessingScope.h"
 #include "actions/ORVMPStream.h"
 #include "actions/ReadableText.h"
-#include "actions/actionChecks.h"
 #include "actions/fileNames.h"
 #include "actions/linesOf.h"
 
@@ -113,9 +113,10 @@ void ReadStateExecutor::addValidParam(const std::string& name)
   m_paramNames.insert(StringUtilities::toLower(name));
 }
 
-void ReadStateExecutor::componentProcessing(const std::vector<std::string>&, const std::string&,
-                                            const std::string&)
-{}
+bool ReadStateExecutor::componentProcessing(std::vector<std::string>&, const std::string&, const std::string&)
+{
+  return false;
+}
 
 // ---------------------------------------------------------------------------------------------------- the action
 
@@ -137,7 +138,7 @@ void ReadStateExecutor::load(const std::vector<std::string>& words)
 {
   FileProcessingScope::createObject(className, "invoke");
   Request request = readRequest(words);
-  File file{readFile(request), {}};
+  File file = readFile(request);
   if (emptyInputFile(file.lines)) {
     ErrorProgressReporter::instance()->reportError(
         file::error(className, "invoke", _("State file contains no data.")));
@@ -161,7 +162,8 @@ void ReadStateExecutor::process(const Request& request, File& file)
     loadResults(request, file);
   requireProcessingObject();
   const FileProcessingScope scope("State", request.fileName);
-  componentProcessing(file.lines, request.mode, request.fileName);
+  if (componentProcessing(file.lines, file.versionLine, request.fileName))
+    file.blocks = findBlocks(file.lines);
   Names loaded;
   loadStateData(file, loaded);
   if (overwrite)
@@ -202,8 +204,8 @@ void ReadStateExecutor::readArgument(const std::string& argument, Request& reque
   }
 }
 
-// The lines of the file, whole and without comments. The name becomes that of the file that was found.
-std::vector<std::string> ReadStateExecutor::readFile(Request& request)
+// Lines are whole and without comments. The name becomes that of the file that was found.
+ReadStateExecutor::File ReadStateExecutor::readFile(Request& request)
 {
   ORVMPStream stream(request.fileName, ORVStream::Mode::read);
   request.fileName = stream.getFileName();
@@ -211,9 +213,12 @@ std::vector<std::string> ReadStateExecutor::readFile(Request& request)
   stream.close();
   if (!ORVFile::isAscii(text))
     throw file::error(className, "invoke", _("Non ASCII file: '%s'.", request.fileName));
-  std::vector<std::string> lines = StringUtilities::removeContinuation(linesOf(text));
-  std::for_each(lines.begin(), lines.end(), dropComment);
-  return lines;
+  File file;
+  file.lines = StringUtilities::removeContinuation(linesOf(text));
+  if (file.lines.size() > 1 && file.lines[1].starts_with('#'))
+    file.versionLine = file.lines[1];
+  std::for_each(file.lines.begin(), file.lines.end(), dropComment);
+  return file;
 }
 
 bool ReadStateExecutor::emptyInputFile(const std::vector<std::string>& lines)

@@ -1,7 +1,7 @@
 #include "actions/RedoExecutor.h"
 
 #include "command/KSLInterface.h"
-#include "actions/actionChecks.h"
+#include "command/actionChecks.h"
 
 namespace orv {
 

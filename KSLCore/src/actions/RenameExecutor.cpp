@@ -3,8 +3,8 @@
 #include "platform/ORVError.h"
 #include "database/KSLCoreTreeAndLeafModel.h"
 #include "command/KSLCoreAPI.h"
+#include "command/actionChecks.h"
 #include "actions/KSLCopyImpl.h"
-#include "actions/actionChecks.h"
 
 namespace orv {
 

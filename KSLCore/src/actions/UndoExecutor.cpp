@@ -3,7 +3,7 @@
 #include "platform/ORVError.h"
 #include "database/ObjectDB.h"
 #include "command/KSLInterface.h"
-#include "actions/actionChecks.h"
+#include "command/actionChecks.h"
 
 namespace orv {
 

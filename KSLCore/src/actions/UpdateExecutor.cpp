@@ -3,7 +3,7 @@
 #include "platform/ORVError.h"
 #include "command/Executive.h"
 #include "command/KSLInterface.h"
-#include "actions/actionChecks.h"
+#include "command/actionChecks.h"
 
 #include <algorithm>
 

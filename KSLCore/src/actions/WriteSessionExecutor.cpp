@@ -5,9 +5,9 @@
 #include "platform/ORVUtilities.h"
 #include "database/ObjectDB.h"
 #include "command/KSLCoreAPI.h"
+#include "command/actionChecks.h"
 #include "actions/ReadableText.h"
 #include "actions/SessionBlock.h"
-#include "actions/actionChecks.h"
 #include "actions/fileNames.h"
 #include "actions/linesOf.h"
 

@@ -2,7 +2,7 @@
 
 #include "platform/ORVUtilities.h"
 #include "database/ObjectDB.h"
-#include "actions/actionChecks.h"
+#include "command/actionChecks.h"
 
 #include <unordered_map>
 

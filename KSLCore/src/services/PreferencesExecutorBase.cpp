@@ -5,7 +5,7 @@
 #include "platform/ORVException.h"
 #include "database/ObjectDB.h"
 #include "command/KSLCoreAPI.h"
-#include "actions/actionChecks.h"
+#include "command/actionChecks.h"
 #include "services/EngineUnitSystemHandler.h"
 #include "services/UnitsKSLObject.h"
 

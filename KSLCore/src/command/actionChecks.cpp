@@ -1,4 +1,4 @@
-#include "actions/actionChecks.h"
+#include "command/actionChecks.h"
 
 #include "platform/ORVError.h"
 #include "platform/ORVKSLParseUtilities.h"
