@@ -4,6 +4,7 @@
 #include "tests/support/TestSystem.h"
 #include "tests/support/thrown.h"
 
+#include <algorithm>
 #include <functional>
 #include <gtest/gtest.h>
 #include <string>
@@ -96,6 +97,9 @@ TEST_F(CoreQueries, ObjectsByWhatTheyAre)
             "/A:k/A:new /A:new");
   EXPECT_FALSE(api->hasObject("/A:new")) << "not in the database yet";
   EXPECT_EQ(api->getCategories(), (std::vector<std::string>{"deletable", "staging"}));
+  const std::vector<std::string> params = api->getParamTypes();
+  EXPECT_TRUE(std::is_sorted(params.begin(), params.end()));
+  EXPECT_TRUE(std::binary_search(params.begin(), params.end(), "Radius"));
 }
 
 TEST_F(CoreQueries, Parameters)

@@ -499,6 +499,17 @@ TEST_F(KSLObjectTest, DeletedObjectsLeaveTheListsThatNameThem)
   EXPECT_TRUE(a->getDependents().empty());
 }
 
+TEST_F(KSLObjectTest, HasDataUntilItSaysNoAndNoExtent)
+{
+  KSLObject* const object = add("", "A", "a");
+  TripletBase<float> low{1, 2, 3};
+  TripletBase<float> high = low;
+  EXPECT_TRUE(object->hasValidData());
+  EXPECT_FALSE(object->getBoundingBox(low, high));
+  object->setValidData(false);
+  EXPECT_FALSE(object->hasValidData());
+}
+
 TEST_F(KSLObjectTest, RootIsOnlyAPlace)
 {
   KSLObject* const root = db().getRoot();
