@@ -250,6 +250,56 @@ TEST(ExpressionsObject, ObjectsAsVariables)
   EXPECT_EQ(system.run("WING: w\nLength = 1 [m]\nWidth = 1 [m]\nEND\n"), "");
 }
 
+// A variable may come, go and come back after the expression that uses it, which may stop using it.
+TEST(ExpressionsObject, VariablesComeAndGo)
+{
+  ExpressionSystem system;
+  const auto setInlet = [&](const std::string& value) {
+    const std::string error = system.run("GAUGE: inlet\nValue = " + value + "\nEND\n");
+    return error + system.recalculated();
+  };
+  system.define("twice = 2 * inlet");
+  system.run(
+      "WING: w\nLength = twice\nEND\nEXPRESSION PREVIEW: through\nEvaluated Expression = twice\nEND\n"
+      "EXPRESSION PREVIEW: direct\nEvaluated Expression = 3 * inlet\nEND\n");
+  EXPECT_EQ(setInlet("3 [m]"), "WING:w 1");
+  EXPECT_EQ(system.result("/EXPRESSION PREVIEW:through") + system.result("/EXPRESSION PREVIEW:direct"),
+            "6 [m]9 [m]");
+  EXPECT_EQ(setInlet("4 [m]"), "WING:w 1");
+  system.run("> delete /EXPRESSION PREVIEW:direct\n> delete /GAUGE:inlet\n");
+  system->undo();
+  EXPECT_EQ(setInlet("5 [m]"), "WING:w 1");
+  system.define("twice = 1 [m]");
+  EXPECT_EQ(setInlet("6 [m]"), "") << "twice has no use for it";
+  EXPECT_EQ(setInlet("twice"), "") << "no circle";
+}
+
+// An expression takes the place of a variable of its name, for those that use it now too, and gives it back.
+TEST(ExpressionsObject, NamesChangeTheirMeaning)
+{
+  ExpressionSystem system;
+  system.define("twice = 2 * inlet");
+  system.run(
+      "GAUGE: inlet\nValue = 3 [m]\nEND\nWING: w\nLength = twice\nEND\nWING: v\nLength = inlet\nEND\n");
+  const auto usedByBoth = [&](bool expression) {
+    system.define("inlet = 6 [m]");
+    const bool follow = system.recalculated() == "WING:v 1, WING:w 1";
+    if (!expression)
+      system->undo();
+    system.run("GAUGE: inlet\nValue = 5 [m]\nEND\nGAUGE: inlet\nValue = 4 [m]\nEND\n");
+    EXPECT_EQ(system.recalculated(), expression ? "" : "WING:v 2, WING:w 2");
+    EXPECT_FLOAT_EQ(system.at("/WING:v")->getFloatValue("Length"), expression ? 6 : 4);
+    EXPECT_FLOAT_EQ(system.at("/WING:w")->getFloatValue("Length"), expression ? 12 : 8);
+    return follow;
+  };
+  EXPECT_TRUE(usedByBoth(false));
+  system.define("inlet = 7 [m]");
+  EXPECT_TRUE(usedByBoth(true));
+  system.define("inlet =");
+  EXPECT_EQ(system.recalculated(), "WING:v 1, WING:w 1");
+  EXPECT_TRUE(usedByBoth(false));
+}
+
 TEST(ExpressionsObject, AnywhereInTheTreeAndTwiceInOneProcess)
 {
   for (int start = 0; start < 2; ++start) {

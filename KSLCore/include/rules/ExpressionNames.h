@@ -45,6 +45,9 @@ class ORV_API ExpressionNames {
   virtual KSLObject* findLocation(const KSLObject& from, const std::string& name) const = 0;
   virtual KSLObject* findFunction(const KSLObject& from, const std::string& name) const = 0;
 
+  // An object of the category "variable" was made; the database gets it next.
+  virtual void variableMade() const {}
+
   // Null when none is installed.
   static const ExpressionNames* installed() noexcept;
   // Not owned; null takes it away. Returns the one before.

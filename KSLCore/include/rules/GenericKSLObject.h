@@ -124,6 +124,10 @@ class ORV_API GenericKSLObject : public DataKSLObject, public SchedulerOwner {
 
   // To be called while a scheduler ends that is not among getSchedulers(): those that it leads to are told.
   void tellTargetGone(const SchedulerObject& scheduler) const noexcept;
+  // To be called when names may stand for something else: the batch that is open has this object's links made
+  // again, or those of all that the scheduler leads to, where they ask for others now.
+  void askForLinks() noexcept;
+  void askForLinksBelow(const SchedulerObject& scheduler) const noexcept;
   // A line of getSchedulerInfo().
   static std::string schedulerInfo(const SchedulerObject& scheduler);
 

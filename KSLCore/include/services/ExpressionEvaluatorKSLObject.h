@@ -14,8 +14,10 @@ namespace orv {
 // it has a value, else those that the unit system prefers for the dimension, else those of the value; a pure number
 // has none. The number reads back as the same double. Own parameters are no variables here.
 //
-// An error empties both results and is thrown. A preview never throws it: its text becomes the result, and its
-// units are "Error". Names that are missing are waited for then.
+// An error empties both results and is thrown: what ExpressionEvaluator throws, or data::invalid, class
+// "ExpressionEvaluatorKSLObject", function "evaluate", "Cannot show expression '%s' of object '%s' in units '%s'.
+// %s" (the reason). A preview never throws it: its text becomes the result, and its units are "Error". Names that
+// are missing are waited for then.
 //
 // RULES give the type a scheduler, and name it as the Local Type of "Evaluated Expression", whose type is
 // "Expression"; without a scheduler the expression is evaluated by every update of the object.
@@ -30,6 +32,8 @@ class ORV_API ExpressionEvaluatorKSLObject : public GenericKSLObject {
 
   // A name was defined: previews may have waited for it. O(previews that wait).
   static void retryPreviews();
+  // The same, once the changes that are being made stand.
+  static void linkPreviews() noexcept;
 
   void calculate(const std::string& schedulerType) override;
   void update() override;

@@ -40,6 +40,8 @@ class ORV_API ExpressionsKSLObject : public GenericKSLObject {
   static void registerBaseType();
   // The one whose names count; null when there is none. Not owned.
   static ExpressionsKSLObject* current() noexcept;
+  // Has expressions linked to objects that are variables, once the changes that are being made stand.
+  static void linkToVariables() noexcept;
 
   // ---- The expressions
 
@@ -96,6 +98,7 @@ class ORV_API ExpressionsKSLObject : public GenericKSLObject {
 
   void addExpression(const std::string& name, const std::string& value);
   void mark(const std::string& name);
+  void changeMeaning(const std::string& name);
   std::vector<SchedulerObject*> takeWaiting();
 
   std::unique_ptr<ExpressionCache> m_cache;

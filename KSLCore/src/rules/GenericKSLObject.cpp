@@ -3,6 +3,7 @@
 #include "platform/ORVDynamicLoader.h"
 #include "platform/ORVError.h"
 #include "platform/ORVException.h"
+#include "rules/ExpressionNames.h"
 #include "rules/LinkBatch.h"
 #include "rules/ReferenceLinks.h"
 #include "rules/SchedulerTypes.h"
@@ -190,6 +191,8 @@ void GenericKSLObject::initialize(const std::string& parentPath, const std::stri
   delayDefaults();
   setPending();
   undo.dismiss();
+  if (const ExpressionNames* names = ExpressionNames::installed(); names && isA("variable"))
+    names->variableMade();
 }
 
 void GenericKSLObject::initialize(const std::string& name)

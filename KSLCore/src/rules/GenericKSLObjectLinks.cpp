@@ -367,4 +367,20 @@ void GenericKSLObject::noteTargetGone() noexcept
     LinkBatch::noteWaiting(*this);
 }
 
+void GenericKSLObject::askForLinks() noexcept
+{
+  if (m_links)
+    m_links->setInDoubt(true);
+  LinkBatch::noteWaiting(*this);
+}
+
+void GenericKSLObject::askForLinksBelow(const SchedulerObject& scheduler) const noexcept
+{
+  for (const LinkMap::Entry& edge : scheduler.getChildren()) {
+    auto* dependent = dynamic_cast<GenericKSLObject*>(edge.first->getKSLObject());
+    if (dependent && dependent != this)
+      dependent->askForLinks();
+  }
+}
+
 }  // namespace orv

@@ -105,7 +105,7 @@ void ExpressionCache::clear()
   m_counts = {};
 }
 
-void ExpressionCache::joinMissing()
+void ExpressionCache::joinMissing(const Mark& mark)
 {
   std::vector<std::pair<std::string, std::string>> unjoined;
   unjoined.swap(m_unjoined);
@@ -117,13 +117,14 @@ void ExpressionCache::joinMissing()
       continue;
     used->scheduler->addChild(user->scheduler.get(), true);
     if (used->scheduler->getChildren().contains(user->scheduler.get()))
-      user->scheduler->setPending();
+      mark(*user->scheduler);
     else
       m_unjoined.emplace_back(userName, usedName);
   }
 }
 
-bool ExpressionCache::joinOutside(const std::function<SchedulerObject*(const std::string& name)>& schedulerOf)
+bool ExpressionCache::joinOutside(const std::function<SchedulerObject*(const std::string& name)>& schedulerOf,
+                                  const Mark& mark)
 {
   bool complete = true;
   for (const Entry* used : m_missing) {
@@ -132,11 +133,23 @@ bool ExpressionCache::joinOutside(const std::function<SchedulerObject*(const std
       if (!parent || !user->scheduler || parent->getChildren().contains(user->scheduler.get()))
         continue;
       parent->addChild(user->scheduler.get(), true);
-      user->scheduler->setPending();
+      mark(*user->scheduler);
       complete = complete && parent->getChildren().contains(user->scheduler.get());
     }
   }
   return complete;
+}
+
+// Ends what joinOutside has made for an entry; what is still used is joined again.
+void ExpressionCache::partOutside(const Entry& user) noexcept
+{
+  if (!user.scheduler)
+    return;
+  const LinkMap& parents = user.scheduler->getParents();
+  const auto isOutside = [this](const LinkMap::Entry& edge) { return edge.first->getKSLObject() != m_owner; };
+  for (auto edge = std::find_if(parents.begin(), parents.end(), isOutside); edge != parents.end();
+       edge = std::find_if(parents.begin(), parents.end(), isOutside))
+    edge->first->deleteChild(user.scheduler.get());
 }
 
 ExpressionCache::Change::Change(ExpressionCache& cache, const std::string& name, ExpressionDef expression)
@@ -220,9 +233,14 @@ void ExpressionCache::Change::commit() noexcept
   m_committed = true;
   m_entry.uses.swap(m_uses);  // m_uses are the former ones now
   std::swap(m_entry.expression, m_expression);
-  m_entry.defined = !m_entry.expression.getText().empty();
+  const bool wasDefined = std::exchange(m_entry.defined, !m_entry.expression.getText().empty());
   if (m_entry.defined)
     m_cache.m_missing.erase(&m_entry);
+  if (m_entry.defined && !wasDefined)
+    for (const Entry* user : m_entry.users)  // an object of this name may have stood for it
+      m_cache.partOutside(*user);
+  if (std::any_of(m_uses.begin(), m_uses.end(), [](const Entry* used) { return !used->defined; }))
+    m_cache.partOutside(m_entry);
   invalidate(m_entry);
   ++m_cache.m_version;
   for (Entry* used : m_uses) {

@@ -61,11 +61,13 @@ class ExpressionCache {
   void clear();
   const ExpressionsKSLObject::Counts& counts() const { return m_counts; }
 
-  // Links that a walk of the graph refused.
-  void joinMissing();
+  // Links that a walk of the graph refused. Tells, as below, of each scheduler that is out of date with it.
+  using Mark = std::function<void(SchedulerObject& user)>;
+  void joinMissing(const Mark& mark);
   // Links what is used, but no expression here, to the scheduler that the function knows for its name (or null).
   // False when some link was refused by a walk of the graph.
-  bool joinOutside(const std::function<SchedulerObject*(const std::string& name)>& schedulerOf);
+  bool joinOutside(const std::function<SchedulerObject*(const std::string& name)>& schedulerOf,
+                   const Mark& mark);
   // Changes whenever an expression does.
   std::uint64_t version() const { return m_version; }
 
@@ -81,6 +83,7 @@ class ExpressionCache {
   Entry& use(const std::string& name);
   void drop(Entry& entry) noexcept;
   static void invalidate(Entry& start) noexcept;
+  void partOutside(const Entry& user) noexcept;
   bool isReady(const Entry& entry) const { return entry.valid || entry.computedIn == m_evaluation; }
   void bringUpToDate(Entry& entry);
   void compute(Entry& entry);

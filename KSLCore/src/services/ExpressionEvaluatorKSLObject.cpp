@@ -1,5 +1,6 @@
 #include "services/ExpressionEvaluatorKSLObject.h"
 
+#include "platform/ORVError.h"
 #include "platform/ORVException.h"
 #include "platform/ORVExpressions.h"
 #include "platform/ORVUnits.h"
@@ -162,6 +163,12 @@ void ExpressionEvaluatorKSLObject::retryPreviews()
     s_objects.at(number)->createDelayedParamLinks();
 }
 
+void ExpressionEvaluatorKSLObject::linkPreviews() noexcept
+{
+  for (const std::uint64_t number : s_waiting)
+    s_objects.at(number)->askForLinks();
+}
+
 // -------------------------------------------------------------------------------------------------- what it shows
 
 void ExpressionEvaluatorKSLObject::evaluate()
@@ -187,11 +194,17 @@ void ExpressionEvaluatorKSLObject::showValue(const std::string& text)
   const ExpressionValue value = ExpressionEvaluator::evaluate(text, textParameter);
   const std::string units = targetUnits(*this, value);
   const std::string& own = value.getQuantity().getUnits();
-  double number = value.getQuantity().getValue();
   if (units != own && units.empty())
-    number = value.getNumber();
-  else if (units != own)
-    UnitsConverter::convertUnits(own, units, value.getQuantity().getValue(), number);
+    return show(StringUtilities::toString(value.getNumber()), {});
+  double number = value.getQuantity().getValue();
+  try {
+    if (units != own)
+      UnitsConverter::convertUnits(own, units, value.getQuantity().getValue(), number);
+  } catch (const data::invalid& error) {
+    throw data::invalid(className, "evaluate",
+                        _("Cannot show expression '%s' of object '%s' in units '%s'. %s", text, getPath(),
+                          units, error.getMessage()));
+  }
   show(StringUtilities::toString(number), units);
 }
 

@@ -93,6 +93,12 @@ ExpressionsKSLObject* ExpressionsKSLObject::current() noexcept
   return s_objects.empty() ? nullptr : s_objects.front();
 }
 
+void ExpressionsKSLObject::linkToVariables() noexcept
+{
+  for (ExpressionsKSLObject* object : s_objects)
+    object->askForLinks();
+}
+
 KSLObject* ExpressionsKSLObject::clone() const
 {
   auto copy = std::make_unique<ExpressionsKSLObject>();
@@ -187,7 +193,10 @@ std::string ExpressionsKSLObject::setValueInternal(ParamDefinition* param, const
   const std::string name = param->getName();
   ExpressionCache::Change change(*m_cache, name, parsed(name, value));
   std::string old = DataKSLObject::setValueInternal(param, value);
+  const bool was = hasExpression(name);
   change.commit();
+  if (hasExpression(name) != was)
+    changeMeaning(name);
   mark(name);
   return old;
 }
@@ -202,6 +211,20 @@ void ExpressionsKSLObject::addExpression(const std::string& name, const std::str
   ExpressionCache::Change change(*m_cache, name, parsed(name, value));
   addParameter(std::move(param));
   change.commit();
+  if (!value.empty())
+    changeMeaning(name);
+}
+
+// An expression comes before an object of its name. Those that used the one use the other now.
+void ExpressionsKSLObject::changeMeaning(const std::string& name)
+{
+  if (!ObjectDB::current())
+    return;
+  const ExpressionNames::Variable variable = VariableNames::findObject(*this, name);
+  if (!variable.isVariable || !variable.marks)
+    return;
+  askForLinksBelow(*variable.object->getSchedulerObject(variable.scheduler));
+  askForLinksBelow(*m_cache->find(name)->scheduler);
 }
 
 void ExpressionsKSLObject::mark(const std::string& name)
@@ -267,7 +290,11 @@ void ExpressionsKSLObject::update()
 // may come and go.
 void ExpressionsKSLObject::createDelayedParamLinks()
 {
-  m_cache->joinMissing();
+  const auto mark = [this](SchedulerObject& scheduler) {
+    scheduler.setPending();
+    m_marked.push_back(&scheduler);
+  };
+  m_cache->joinMissing(mark);
   const ObjectDB* database = ObjectDB::current();
   if (!database)
     return;
@@ -279,7 +306,7 @@ void ExpressionsKSLObject::createDelayedParamLinks()
     const bool marks = variable.isVariable && variable.marks;
     return marks ? variable.object->getSchedulerObject(variable.scheduler) : nullptr;
   };
-  if (m_cache->joinOutside(schedulerOf))
+  if (m_cache->joinOutside(schedulerOf, mark))
     m_joinedAt = now;
 }
 

@@ -190,6 +190,12 @@ KSLObject* VariableNames::findFunction(const KSLObject&, const std::string&) con
   return nullptr;
 }
 
+void VariableNames::variableMade() const
+{
+  ExpressionsKSLObject::linkToVariables();
+  ExpressionEvaluatorKSLObject::linkPreviews();
+}
+
 // -------------------------------------------------------------------------------------------------------- values
 
 ExpressionValue VariableNames::localValue(const KSLObject& object, const std::string& name)

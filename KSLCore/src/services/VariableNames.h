@@ -24,6 +24,8 @@ class VariableNames : public ExpressionNames {
   // There are no locations and no functions besides those of the language.
   KSLObject* findLocation(const KSLObject& from, const std::string& name) const override;
   KSLObject* findFunction(const KSLObject& from, const std::string& name) const override;
+  // Expressions and previews may have waited for it.
+  void variableMade() const override;
 
   // Whether a name in the text of one of the object's parameters stands for another of its parameters: never for
   // the parameter itself, so that "Chord = Chord" takes the value of an expression of that name.
