@@ -86,7 +86,7 @@ TEST(ExpressionsObject, RefusedTextsChangeNothing)
   const std::string tried = "Cannot evaluate ";
   const Refusal rows[] = {
       {"a = 1 +", tried + "'1 +' for parameter 'a' at column 4: syntax error, the text ends too early."},
-      {"d = 2 [blob]", tried + "'2 [blob]' for parameter 'd' at column 3: unknown units 'blob'."},
+      {"d = 2 [blob]", tried + "'2 [blob]' for parameter 'd' at column 3: Units 'blob' are not recognized."},
       {"d = " + std::string(1001, '(') + "1" + std::string(1001, ')'), ""},
       {"a = nope(2)", "Expression 'nope(2)' depends on a function 'nope' which does not exist."},
       {"a = a", "Tried to make object /EXPRESSIONS (a) reference itself."},
@@ -248,6 +248,26 @@ TEST(ExpressionsObject, ObjectsAsVariables)
   // Round through an object.
   EXPECT_NE(system.run("GAUGE: inlet\nValue = twice\nEND\n"), "");
   EXPECT_EQ(system.run("WING: w\nLength = 1 [m]\nWidth = 1 [m]\nEND\n"), "");
+}
+
+// An expression that objects use is not given up; what its other users lack, they tell when they are evaluated.
+TEST(ExpressionsObject, UsedNamesStay)
+{
+  ExpressionSystem system;
+  system.define("a = 1 [m]\nb = 2 * a");
+  system.run("WING: w\nLength = a\nEND\nEXPRESSION PREVIEW: p\nEvaluated Expression = a\nEND\n");
+  EXPECT_EQ(
+      system.define("a ="),
+      "error[4] GenericKSLObject::makeVariableLinks: Expression 'a' depends on a variable 'a' which does "
+      "not exist.");
+  EXPECT_EQ(evaluated("b"), "2 [m]");
+  system.run("WING: w\nLength = b\nEND\n");
+  EXPECT_EQ(system.define("a ="), "");
+  EXPECT_EQ(system.result("/EXPRESSION PREVIEW:p"),
+            "Expression 'a' depends on a variable 'a' which does not exist. [Error]");
+  EXPECT_EQ(system.define("a = 2 [m]"), "");
+  EXPECT_EQ(system.recalculated(), "WING:w 1");
+  EXPECT_EQ(system.result("/EXPRESSION PREVIEW:p"), "2 [m]");
 }
 
 // A variable may come, go and come back after the expression that uses it, which may stop using it.

@@ -26,7 +26,8 @@ class VariableNames;
 //
 // Each name has a SchedulerObject of its own, whose type is the name: below those of the names that it uses, and
 // above those of the objects that use it. Setting a name marks that one. The empty text means that there is no
-// such expression; who uses it finds out when it is evaluated.
+// such expression: objects that use it are as much at fault as with a name that never was, other expressions only
+// when they are evaluated.
 //
 // Failures are of class "ExpressionsKSLObject" and type 4 unless stated otherwise; a failed call changes
 // nothing.

@@ -215,16 +215,17 @@ void ExpressionsKSLObject::addExpression(const std::string& name, const std::str
     changeMeaning(name);
 }
 
-// An expression comes before an object of its name. Those that used the one use the other now.
+// An expression comes before an object of its name: those that used the one use the other now, or nothing.
 void ExpressionsKSLObject::changeMeaning(const std::string& name)
 {
   if (!ObjectDB::current())
     return;
+  if (!hasExpression(name))
+    askForLinksBelow(*m_cache->find(name)->scheduler);
   const ExpressionNames::Variable variable = VariableNames::findObject(*this, name);
   if (!variable.isVariable || !variable.marks)
     return;
   askForLinksBelow(*variable.object->getSchedulerObject(variable.scheduler));
-  askForLinksBelow(*m_cache->find(name)->scheduler);
 }
 
 void ExpressionsKSLObject::mark(const std::string& name)
