@@ -4,6 +4,8 @@
 
 #include <numbers>
 #include <optional>
+#include <string>
+#include <utility>
 
 namespace orv {
 
@@ -165,8 +167,10 @@ void ExpressionParser::readNumber()
   const ExpressionToken number = m_token;
   advance();
   if (m_token.kind == ExpressionToken::units) {
-    if (!UnitsConverter::isValid(m_token.text))
-      throw ExpressionFault{m_token.position, _("unknown units '%s'", m_token.text)};
+    if (std::string reason = UnitsConverter::whyInvalid(m_token.text); !reason.empty()) {
+      reason.pop_back();  // its full stop: the message brings one
+      throw ExpressionFault{m_token.position, std::move(reason)};
+    }
     m_program.addLiteral(number.position, number.value, m_token.text);
     advance();
   } else {
