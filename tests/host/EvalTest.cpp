@@ -1,6 +1,7 @@
 // "ksl eval", and what the page about expressions shows of objects.
 #include "Process.h"
 
+#include <filesystem>
 #include <gtest/gtest.h>
 #include <sstream>
 
@@ -35,6 +36,43 @@ TEST(Eval, NamesAreNoFaultOfValidation)
 {
   const std::string text = "EXPRESSIONS:\n  Head = 2 [m]\nEND\n";
   EXPECT_EQ(ksl({"run", "--validate", "-e", text, "--state"}), (Outcome{0, text, ""}));
+}
+
+// A recorded session, a saved state and a copy say the same as what was entered; evaluators are not saved, and the
+// choice of units is recorded once.
+TEST(Eval, ExpressionsTravel)
+{
+  const std::string state = makeFile("travel.qst", "");
+  const std::string session = makeFile("travel.ksl", "");
+  const std::string names = "EXPRESSIONS:\n  Fast = 2 * Limit\n  Limit = 10 [m s^-1]\nEND\n";
+  const std::string evaluator = "EXPRESSION EVALUATOR:e\n  Evaluated Expression = Fast\nEND\n";
+  const std::string wall =
+      "DOMAIN:d\n  BOUNDARY:b\n    Boundary Type = Inlet\n    Inlet Speed = Fast\n  END\nEND\n";
+  const std::string shown = "/EXPRESSIONS,/EXPRESSION EVALUATOR:e,/DOMAIN:d";
+  const Outcome entered =
+      ksl({"run", "-e", "> session start, mode=overwrite, filename=" + session, "-e",
+           names + evaluator + wall, "-e", "> preferences Unit System=CGS", "-e",
+           "> savestate mode=overwrite, filename=" + state, "-e", "> session stop", "--state=" + shown});
+  EXPECT_EQ(entered.err, "");
+  EXPECT_TRUE(entered.out.starts_with(names + evaluator)) << entered.out;
+  const std::string saved = readFile(state);
+  EXPECT_NE(saved.find(names), std::string::npos) << saved;
+  EXPECT_EQ(saved.find("EVALUATOR"), std::string::npos) << saved;
+  EXPECT_EQ(readFile(session).find("UNITS"), std::string::npos) << "the action alone";
+
+  const std::string change = "EXPRESSIONS:\n  Limit = 3 [m s^-1]\nEND\n";
+  const auto resultAfter = [&](const std::string& command, const std::string& more) {
+    const Outcome outcome =
+        ksl({"run", "-e", command, "-e", more, "-e", "> copy from=/EXPRESSION EVALUATOR:e, to=f", "-e",
+             change, "-e", "> getstate /EXPRESSION EVALUATOR:f"});
+    const std::size_t place = outcome.out.find("Result = ");
+    return outcome.err + outcome.out.substr(place, outcome.out.find("END") - place);
+  };
+  const std::string inCGS = "Result = 600\n  Result Units = cm s^-1\n";
+  std::filesystem::remove(state);  // the session saves it again
+  EXPECT_EQ(ksl({"run", "-e", "> readsession filename=" + session, "--state=" + shown}), entered);
+  EXPECT_EQ(resultAfter("> readsession filename=" + session, ""), inCGS);
+  EXPECT_EQ(resultAfter("> readstate mode=overwrite, filename=" + state, evaluator), inCGS);
 }
 
 // The block of the page, and for each object in the table behind it what it shows.
