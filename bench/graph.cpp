@@ -11,39 +11,25 @@
 #include "rules/SchedulerObject.h"
 #include "bench/LibraryPeer.h"
 #include "bench/Model.h"
+#include "bench/Stopwatch.h"
 
 #include <benchmark/benchmark.h>
 #include <memory>
 #include <random>
 #include <stdexcept>
 #include <string>
-#include <time.h>
 #include <utility>
 #include <vector>
 
 namespace {
 
+using bench::Stopwatch;
 using Edges = std::vector<std::pair<std::uint32_t, std::uint32_t>>;  // in order of creation
 
 struct Shape {
   std::uint32_t size;
   std::uint32_t roots;  // the first ones
   Edges edges;
-};
-
-// Of processor time: other programs may run.
-class Stopwatch {
- public:
-  double seconds() const { return now() - m_start; }
-
- private:
-  static double now()
-  {
-    timespec time{};
-    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &time);
-    return static_cast<double>(time.tv_sec) + 1e-9 * static_cast<double>(time.tv_nsec);
-  }
-  double m_start = now();
 };
 
 long calculations = 0;
