@@ -112,8 +112,8 @@ bool Shell::begin(const Options& options)
     if (!enterText(loadStateText(options.load)))
       return false;
     m_host.setSaved();
+    m_steps.follow("> readstate " + options.load);
   }
-  m_steps.follow("> readstate " + options.load);
   if (m_reader->isInteractive())
     std::cout << "ksl " KSL_VERSION ". Tab completes; .help lists the shell's own commands.\n";
   return true;

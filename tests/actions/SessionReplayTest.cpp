@@ -130,6 +130,9 @@ TEST_F(SessionReplay, IsRecordedAsItsOneLine)
   EXPECT_EQ(system->errors(), "");
   EXPECT_EQ(work(), "A:a\nEND\nA:b\nEND\n");
   const std::string recorded = contents();
+  EXPECT_EQ(recorded.find("A: "), std::string::npos)
+      << "what the replayed files hold is not recorded: " << recorded;
+  EXPECT_EQ(recorded.find("> rs"), recorded.rfind("> rs")) << recorded;
   startAfresh();
   replay("s.ksl");
   EXPECT_EQ(system->errors(), "");

@@ -87,6 +87,7 @@ TEST_F(SessionTest, RefusalsChangeNothing)
       {false, "> session", "Must specify START or STOP session."},
       {false, "> session filename=x", "Must specify START or STOP session."},
       {false, "> session start, start", "'start' duplicately specified."},
+      {false, "> session start, stop", twice},
       {false, "> session start, stopsilently", twice},
       {false, "> session stopsilently, start", twice},
       {false, "> session stopsilently, stop", "'stop' duplicately specified."},

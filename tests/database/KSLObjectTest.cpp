@@ -499,6 +499,37 @@ TEST_F(KSLObjectTest, DeletedObjectsLeaveTheListsThatNameThem)
   EXPECT_TRUE(a->getDependents().empty());
 }
 
+TEST_F(KSLObjectTest, ReportsKeepWhatAllOfThemNameAndReadTheModelOnce)
+{
+  class Model : public TreeAndLeafReadModel {
+   public:
+    mutable int reads = 0;
+    bool hasObject(const KSLPath&) const override { return ++reads > 0; }
+    std::vector<KSLPath> getChildren(const KSLPath&) const override { return {}; }
+    std::vector<std::string> getParameterNames(const KSLPath&) const override { return {}; }
+    std::string getParameterValue(const KSLPath&, const std::string&) const override
+    {
+      ++reads;
+      return "a,b";
+    }
+    bool isSingleton(const KSLPath&) const override { return false; }
+    void visitSettings(const KSLPath&, TreeVisitor&) const override {}
+  };
+  const Model model;
+  DependentUpdates updates;
+  updates.setModifiedParam("/U:u", "Disjoint", "a", false);
+  updates.setModifiedParam("/U:u", "Disjoint", "b", false);
+  updates.setModifiedParam("/U:u", "Equal", "a,b", false);
+  const KSLChangeList* changes = updates.getExternalChanges(&model);
+  ASSERT_EQ(changes->size(), 1U);
+  EXPECT_EQ((*changes)[0].name.str() + "=" + (*changes)[0].value.str(), "Disjoint=");
+  const int reads = model.reads;
+  EXPECT_GT(reads, 0);
+  updates.getInternalChanges(&model);
+  EXPECT_EQ(updates.getExternalChanges(&model)->size(), 1U);
+  EXPECT_EQ(model.reads, reads);
+}
+
 TEST_F(KSLObjectTest, HasDataUntilItSaysNoAndNoExtent)
 {
   KSLObject* const object = add("", "A", "a");

@@ -227,6 +227,28 @@ TEST(ExpressionsObject, OwnParametersComeFirst)
             "Tried to make object /WING:w (Length) reference itself.");
 }
 
+// Length has no scheduler of its own here: Width stands for what Length uses.
+TEST(ExpressionsObject, UsersOfOwnParametersFollowWhatIsSetAside)
+{
+  std::string rules = expressionRules;
+  const std::string localType = "    Local Type = S\n";
+  rules.erase(rules.find(localType, rules.find("PARAMETER: Length")), localType.size());
+  ExpressionSystem system(rules);
+  system.define("x = 1 [m]\ny = 2 [m]");
+  EXPECT_EQ(system.run("WING: w\nWidth = 2 * Length\nLength = x\nEND\n"), "");
+  system.at("/WING:w")->setValueWithoutPending("Length", "y");
+  EXPECT_EQ(system.run("WING: w\nNote = n\nEND\n"), "");
+  system.define("y = 3 [m]");
+  EXPECT_EQ(system.recalculated(), "WING:w 1");
+  system.define("x = 3 [m]");
+  EXPECT_EQ(system.recalculated(), "");
+
+  system.at("/WING:w")->setValueWithoutPending("Width", "2 * z");
+  const ExpressionNames* names = ExpressionNames::install(nullptr);
+  system.at("/WING:w")->update();  // nobody knows names any more
+  ExpressionNames::install(names);
+}
+
 TEST(ExpressionsObject, ObjectsAsVariables)
 {
   ExpressionSystem system;

@@ -50,7 +50,8 @@ class ORV_API ReadStateExecutor : public ActionExecutor {
  protected:
   // Called before the blocks of the file are entered, with its lines, joined and without comments, the line that names
   // the version of its writer (a comment, the second of a file that was saved; empty when there is none), and its name.
-  // True when it changed the lines; these are then judged as those of the file were. Here it does nothing.
+  // True when it changed the lines; these are then judged as those of the file were, so that what is wrong with their END
+  // statements fails the load. Here it does nothing.
   virtual bool componentProcessing(std::vector<std::string>& lines, const std::string& versionLine,
                                    const std::string& fileName);
   // An argument that a derived executor understands; names are compared in lower case.

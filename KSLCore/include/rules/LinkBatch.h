@@ -49,7 +49,7 @@ class ORV_API LinkBatch {
   struct Note {
     GenericKSLObject* object;  // null when it has ended
     std::uint64_t toMark = 0;  // its schedulers, a bit each
-    std::uint64_t newest = 0;  // of these the one that the last set added
+    std::uint64_t newest = 0;  // of these what the last set added
     bool lostTarget = false;
   };
 

@@ -94,14 +94,14 @@ std::map<std::string, std::string> savedDefaults(const std::string& type)
   const KSLObject* prototype = ObjectFactory::instance()->findPrototype(type);
   std::map<std::string, std::string> params =
       KSLCoreAPI::instance()->getParamsForObjectType(type, UnitSystemTypes::asStored);
-  std::erase_if(params, [&](const auto& param) {
-    const ParamDefinition* definition = prototype->lookUpParam(param.first);
-    return !isSavedParam(type, param.first) || !definition || !definition->isAllowedValue(param.second);
-  });
   // What the state does not mention is not to be seen.
   const auto visibility = params.find("Visibility");
   if (visibility != params.end() && (type == "BOUNDARY" || type == "SUBDOMAIN"))
     visibility->second = "Off";
+  std::erase_if(params, [&](const auto& param) {
+    const ParamDefinition* definition = prototype->lookUpParam(param.first);
+    return !isSavedParam(type, param.first) || !definition || !definition->isAllowedValue(param.second);
+  });
   return params;
 }
 

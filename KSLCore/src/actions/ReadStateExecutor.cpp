@@ -162,7 +162,8 @@ void ReadStateExecutor::process(const Request& request, File& file)
     loadResults(request, file);
   requireProcessingObject();
   const FileProcessingScope scope("State", request.fileName);
-  if (componentProcessing(file.lines, file.versionLine, request.fileName))
+  const std::size_t before = file.lines.size();
+  if (componentProcessing(file.lines, file.versionLine, request.fileName) || file.lines.size() != before)
     file.blocks = findBlocks(file.lines);
   Names loaded;
   loadStateData(file, loaded);

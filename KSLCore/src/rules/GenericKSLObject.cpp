@@ -259,8 +259,9 @@ void GenericKSLObject::setLocalPending(const ParamDefinition& param)
   const auto index = static_cast<std::size_t>(scheduler - m_schedulers.data());
   if (LinkBatch::current() && index < 64) {
     LinkBatch::Note& note = LinkBatch::noteOf(*this);
-    note.newest = (std::uint64_t(1) << index) & ~note.toMark;
-    note.toMark |= note.newest;
+    const std::uint64_t mark = std::uint64_t(1) << index;
+    note.newest |= mark & ~note.toMark;
+    note.toMark |= mark;
   } else {
     scheduler->setPending();
   }

@@ -16,6 +16,7 @@
 #include <algorithm>
 #include <cctype>
 #include <iterator>
+#include <new>
 #include <set>
 #include <string_view>
 #include <utility>
@@ -83,7 +84,11 @@ void GenericKSLObject::wakeLocalUsers(const std::string& used)
     const ParamDefinition* user = use.used == used ? lookUpParam(use.user) : nullptr;
     if (!user)
       continue;
-    m_links->delay(use.user);
+    try {
+      m_links->delay(use.user);
+    } catch (const std::bad_alloc&) {
+      m_links->setInDoubt(true);  // the value is stored: all parameters are asked then
+    }
     setLocalPending(*user);
   }
 }
@@ -95,7 +100,7 @@ std::string GenericKSLObject::setValueInternal(ParamDefinition* param, const std
     return DataKSLObject::setValueInternal(param, value);
   const bool inBatch = LinkBatch::current() != nullptr;
   if (inBatch)
-    LinkBatch::noteOf(*this);
+    LinkBatch::noteOf(*this).newest = 0;
   std::string old;
   if (mayLink(*param, value)) {
     LinkChange change(*this, *param,
@@ -117,6 +122,10 @@ std::string GenericKSLObject::setValueWithoutPending(const std::string& name, co
   ScopeGuard undo([&] { m_links->settle(name); });
   if (!delays)
     undo.dismiss();
+  if (m_links)
+    for (const ReferenceLinks::LocalUse& use : m_links->localUses())
+      if (use.used == name)  // what it is computed from changes, too
+        m_links->delay(use.user);
   std::string old = DataKSLObject::setValueWithoutPending(name, value);
   undo.dismiss();
   return old;
@@ -150,8 +159,9 @@ GenericKSLObject::Targets GenericKSLObject::makeParentLinks(const ParamDefinitio
   targets.judgement = judgement;
   targets.mayMiss =
       text == param.getDefaultValue() || (m_links && m_links->isForgiven(param.getName(), text));
-  if (DependentReferences::isExpression(param) && param.getAllowedValues().contains(text)) {
-    // a keyword names nothing
+  if (DependentReferences::isExpression(param)
+      && (!s_expressionNames || param.getAllowedValues().contains(text))) {
+    // a keyword names nothing, and without a service nothing is a name
   } else if (DependentReferences::isExpression(param)) {
     makeVariableLinks(param, text, targets);
     makeLocatorLinks(param, text, targets);
