@@ -48,15 +48,16 @@ class LayersTest(Tree):
 
     # Rows include columns; + is right.
     WHO_SEES_WHOM = """
-                  platform database rules command actions services
-        platform      +       -       -      -       -       -
-        database      +       +       -      -       -       -
-        rules         +       +       +      -       -       -
-        command       +       +       +      +       -       -
-        actions       +       +       +      +       +       -
-        services      +       +       +      +       -       +
-        host          +       +       +      +       +       +
-        plugins       +       +       +      -       -       -
+                  platform database rules command actions services session
+        platform      +       -       -      -       -       -       -
+        database      +       +       -      -       -       -       -
+        rules         +       +       +      -       -       -       -
+        command       +       +       +      +       -       -       -
+        actions       +       +       +      +       +       -       -
+        services      +       +       +      +       -       +       -
+        session       +       +       +      +       +       +       +
+        host          +       +       +      +       +       +       +
+        plugins       +       +       +      -       -       -       -
     """
     FILE = {"platform": "platform/ORVError.h", "host": "host/main.cpp", "plugins": "plugins/demo/d.cpp"}
 
