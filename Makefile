@@ -3,11 +3,13 @@ SHELL = bash
 .SHELLFLAGS = -e -o pipefail -c
 JOBS ?= $(shell nproc)
 FUZZ_SECONDS ?= 30
+MUTANTS ?= 60
+SEED ?= 1
 BENCH_ARGS ?=
 EXAMPLES = $(sort $(wildcard examples/*.ksl))
 CXX_FILES = git ls-files -z '*.h' '*.c' '*.cpp'
 
-.PHONY: build run test sanitize check layers headers format-check tidy format bench fuzz clean help
+.PHONY: build run test sanitize check layers share headers format-check tidy format mutate bench fuzz clean help
 
 build:         ## build the release preset; the host is build/release/bin/ksl
 	@tools/setup.sh run
@@ -45,10 +47,13 @@ sanitize:      ## the same tests under the address and undefined behaviour sanit
 	@$(MAKE) --no-print-directory build-asan
 	ctest --preset asan
 
-check: format-check layers headers tidy  ## format, layers, header self-containment, clang-tidy
+check: format-check layers share headers tidy  ## format, layers, share of tests, header self-containment, clang-tidy
 
 layers:
 	python3 tools/check_layers.py
+
+share:
+	python3 tools/count_lines.py --limit $$(sed -n 's/.*count_lines.py --limit \([0-9]*\).*/\1/p' CMakeLists.txt)
 
 headers:
 	python3 tools/check_headers.py
@@ -67,6 +72,10 @@ tidy:
 format:        ## format all tracked C and C++ files
 	@tools/setup.sh check
 	$(CXX_FILES) | xargs -0r clang-format -i
+
+mutate:        ## faults put into the sources, and which no test notices (MUTANTS=… SEED=… FILES=…)
+	@tools/setup.sh mutate
+	python3 tools/mutate.py --mutants $(MUTANTS) --seed $(SEED) --jobs $(JOBS) $(FILES)
 
 bench:         ## build and run the benchmarks (BENCH_ARGS=…)
 	@tools/setup.sh bench
