@@ -10,7 +10,7 @@ for group in "${@:-run}"; do
     run) packages="$packages $build" ;;
     test) packages="$packages $build libgtest-dev libgmock-dev librapidcheck-dev python3 udunits-bin" ;;
     check) packages="$packages $build libgtest-dev libgmock-dev librapidcheck-dev python3 udunits-bin git clang-format clang-tidy" ;;
-    bench) packages="$packages $build libbenchmark-dev libmuparser-dev" ;;
+    bench) packages="$packages $build libbenchmark-dev libmuparser-dev valgrind python3" ;;
     fuzz) packages="$packages $build clang libclang-rt-14-dev" ;;
     *) echo "setup.sh: unknown group '$group' (run, test, check, bench, fuzz)" >&2; exit 2 ;;
   esac
