@@ -9,7 +9,8 @@ BENCH_ARGS ?=
 EXAMPLES = $(sort $(wildcard examples/*.ksl))
 CXX_FILES = git ls-files -z '*.h' '*.c' '*.cpp'
 
-.PHONY: build run test sanitize check layers share headers format-check tidy format mutate bench fuzz clean help
+.PHONY: build run test sanitize check layers share headers format-check tidy format mutate bench bench-count fuzz \
+  clean help
 
 build:         ## build the release preset; the host is build/release/bin/ksl
 	@tools/setup.sh run
@@ -82,6 +83,11 @@ bench:         ## build and run the benchmarks (BENCH_ARGS=…)
 	cmake --preset release >/dev/null
 	cmake --build --preset release -j$(JOBS) --target bench
 	for b in build/release/bin/bench_*; do echo "$$b"; $$b $(BENCH_ARGS); done
+
+bench-count:   ## count the instructions of each kind of work; fails 3 % above the figures that are kept
+	@tools/setup.sh bench
+	@$(MAKE) --no-print-directory build-release TARGETS='--target bench_counts'
+	python3 tools/bench_count.py
 
 fuzz:          ## build and run each fuzzer for FUZZ_SECONDS (30)
 	@tools/setup.sh fuzz

@@ -11,7 +11,7 @@ for group in "${@:-run}"; do
     test) packages="$packages $build libgtest-dev libgmock-dev librapidcheck-dev python3 udunits-bin" ;;
     check) packages="$packages $build libgtest-dev libgmock-dev librapidcheck-dev python3 udunits-bin git clang-format clang-tidy" ;;
     mutate) packages="$packages $build libgtest-dev libgmock-dev librapidcheck-dev python3 udunits-bin git ccache" ;;
-    bench) packages="$packages $build libbenchmark-dev libmuparser-dev" ;;
+    bench) packages="$packages $build libbenchmark-dev libmuparser-dev valgrind python3" ;;
     fuzz) packages="$packages $build clang libclang-rt-14-dev" ;;
     *) echo "setup.sh: unknown group '$group' (run, test, check, mutate, bench, fuzz)" >&2; exit 2 ;;
   esac
