@@ -143,6 +143,8 @@ bool Cut::isSet(std::vector<int>&& list) const
   else
     reset(list, false);
   list.reserve(8);
+  report(text,
+         m_log.take());
   return m_set;
 }
 '''
@@ -156,7 +158,7 @@ bool Cut::isSet(std::vector<int>&& list) const
         12: ;
         12: list.front() = m_count + 1;
         14: ;
-        16: return !(m_set);
+        18: return !(m_set);
     """
 
     def test_faults_of_a_source(self):
