@@ -114,17 +114,17 @@ def all_mutants(root, files, seed):
     return [mutant for _, mutant in sorted(found)]
 
 
-def read_list(path):
-    """(file, before, after) of each entry: a line with the file, '- before', '+ after'; more lines say why."""
-    return re.findall(r"^([^\s#:]+)(?::\d+)?\n- (.*)\n\+ ?(.*)$", path.read_text(encoding="utf-8"), re.M)
-
-
-def find_named(root, file, before, after):
-    lines = (root / file).read_text(encoding="utf-8").split("\n")
-    places = [number for number, line in enumerate(lines, 1) if line.strip() == before]
-    if len(places) != 1:
-        sys.exit(f"mutate.py: {file} has {len(places)} lines '{before}'")
-    return Mutant(file, places[0], before, after)
+def read_list(root, path):
+    """The mutants of a list: 'file:line', '- before', '+ after'; of equal lines the one nearest to the number is meant."""
+    text, found = path.read_text(encoding="utf-8"), []
+    for file, number, before, after in re.findall(r"^([^\s#:]+)(?::(\d+))?\n- (.*)\n\+ ?(.*)$", text, re.M):
+        lines = enumerate((root / file).read_text(encoding="utf-8").split("\n"), 1)
+        places = [place for place, line in lines if line.strip() == before]
+        if places:
+            found.append(Mutant(file, min(places, key=lambda place: abs(place - int(number or 0))), before, after))
+        else:
+            print(f"mutate.py: {path.name}: {file} has no line '{before}'", file=sys.stderr)
+    return found
 
 
 def tracked(root):
@@ -267,7 +267,7 @@ class Run:
 
 
 def report(results, equivalents):
-    counted = [mutant for mutant in results if (mutant.file, mutant.before, mutant.after) not in equivalents]
+    counted = [mutant for mutant in results if mutant not in equivalents]
     survived = sorted(mutant for mutant in counted if results[mutant] == "survived")
     print("\nSurvived:\n" if survived else "")
     for mutant in survived:
@@ -288,11 +288,11 @@ def main():
     arguments = parser.parse_args()
     root = arguments.root.resolve()
     signal.signal(signal.SIGINT, signal.SIG_DFL)  # the log has all results, and the copies are mended when next used
-    candidates = ([find_named(root, *entry) for entry in read_list(arguments.only)] if arguments.only else
+    candidates = (read_list(root, arguments.only) if arguments.only else
                   all_mutants(root, arguments.files, arguments.seed))
     run = Run(root, arguments.jobs)
     tried = run.try_out(candidates, len(candidates) if arguments.only else arguments.mutants)
-    report({mutant: run.results[mutant] for mutant in tried}, read_list(HOME / "equivalent_mutants.txt"))
+    report({mutant: run.results[mutant] for mutant in tried}, read_list(root, HOME / "equivalent_mutants.txt"))
 
 
 if __name__ == "__main__":
