@@ -115,7 +115,7 @@ def all_mutants(root, files, seed):
 
 
 def read_list(root, path):
-    """The mutants of a list: 'file:line', '- before', '+ after'; of equal lines the one nearest to the number is meant."""
+    """The mutants of a list: 'file:line', '- before', '+ after'; of equal lines the one nearest to the number."""
     text, found = path.read_text(encoding="utf-8"), []
     for file, number, before, after in re.findall(r"^([^\s#:]+)(?::(\d+))?\n- (.*)\n\+ ?(.*)$", text, re.M):
         lines = enumerate((root / file).read_text(encoding="utf-8").split("\n"), 1)
