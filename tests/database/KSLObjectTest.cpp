@@ -438,18 +438,6 @@ TEST_F(KSLObjectTest, DeletedObjectsLeaveTheListsThatNameThem)
   EXPECT_EQ(TestSystem::render(*updates.getInternalChanges(&model)), "change /U:u Other = a,c (/B:b)\n");
   a->delDependent(user, user->getParam("List"));
 
-  auto rules = std::make_unique<ParamDefinition::Rules>();
-  rules->name = "Remote";
-  rules->defaultValue = "a,b";
-  rules->remotePath = "/B:b";
-  PrototypeEditor(*static_cast<DataKSLObject*>(user))
-      .addParameter(
-          std::make_unique<ParamDefinition>(refcnt_ptr<const ParamDefinition::Rules>(rules.release())));
-  KSLObject* const inner = db().getObjectByPath("/B:b/A:a");
-  inner->addDependent(user, user->getParam("Remote"));
-  DependentUpdates more;
-  inner->addToDependentUpdates(&more);
-  EXPECT_EQ(TestSystem::render(*more.getExternalChanges(&model)), "change /U:u Remote = b (a,b)\n");
   EXPECT_TRUE(a->getDependents().empty());
 }
 

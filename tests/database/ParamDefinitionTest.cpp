@@ -260,28 +260,11 @@ TEST(ParamDefinition, AllowsListedValuesOnly)
   EXPECT_THAT(list.getAllowedValues(), ElementsAre("A", "B"));
 }
 
-TEST(ParamDefinition, RulesAreSharedAndExtraOnesLookedUpByKind)
+TEST(ParamDefinition, NeedsRulesAndSplitsPairs)
 {
-  auto* rules = new ParamDefinition::Rules;
-  rules->defaultValue = "default";
-  ParamDefinition param{refcnt_ptr<const ParamDefinition::Rules>(rules)};
-  rules->extraStrings["s"] = "text";
-  rules->extraLists["l"] = {"x", "y"};
-  EXPECT_TRUE(param.hasExtraRule("s", ParamDefinition::textRule)
-              && !param.hasExtraRule("s", ParamDefinition::listRule));
-  EXPECT_TRUE(param.hasExtraRule("l", ParamDefinition::listRule)
-              && !param.hasExtraRule("l", ParamDefinition::textRule));
-  EXPECT_EQ(param.getExtraRulesString("s") + param.getExtraRulesString("l"), "text");
-  EXPECT_EQ(param.getExtraRulesStrList("l").size() + param.getExtraRulesStrList("s").size(), 2U);
-  param.setValue("other");
-  EXPECT_EQ(ParamDefinition(param.getRules()).getValue(), "default");
   EXPECT_EQ(
       thrown<internal::nullPointer>([] { ParamDefinition(refcnt_ptr<const ParamDefinition::Rules>()); }),
       invalid("ParamDefinition", "Input parameter p_rules is a null pointer."));
-}
-
-TEST(ParamDefinition, NameValueMapKeepsTheFirst)
-{
   EXPECT_THAT(ParamDefinition::createNameValueMap({"b = 1=2", "a", "b = 3"}),
               ElementsAre(std::pair("a", ""), std::pair("b", "1=2")));
 }

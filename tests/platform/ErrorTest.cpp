@@ -1,4 +1,3 @@
-#include "platform/ORVApplicationSupport.h"
 #include "platform/ORVError.h"
 #include "platform/ORVException.h"
 
@@ -130,16 +129,6 @@ TEST(Exception, BrokenAssumptionIsToldAndTheProgramGoesOn)
   reportAssertion("text", "source");
   EXPECT_EQ(testing::internal::GetCapturedStderr(), "Assertion failed: text (source)\n");
   setAssertionHandler(before);
-}
-
-TEST(Preferences, LastAsLongAsTheInstance)
-{
-  Preferences::instance()->setValue("Units", "");
-  EXPECT_EQ(Preferences::instance()->getValue("Units", "SI"), "");  // an empty value is a value
-  EXPECT_EQ(Preferences::instance()->getValue("Viewer", "none"), "none");
-  Preferences::destroyInstance();
-  EXPECT_FALSE(Preferences::instance()->hasValue("Units"));
-  Preferences::destroyInstance();
 }
 
 }  // namespace

@@ -222,7 +222,7 @@ class StoreCheck {
         const Texts headers = anObject();
         std::string path;
         for (const std::string& header : headers)
-          path += "/" + header.substr(0, 2) + header.substr(3);
+          path += component(header);
         store.deleteObj(path);
         model.remove(headers);
         break;
@@ -243,9 +243,23 @@ class StoreCheck {
         load();
     }
     RC_ASSERT(store.getExpandedKSL() == model.lines());
+    requireFound(model, "");
   }
 
  private:
+  static std::string component(const std::string& header)
+  {
+    return "/" + header.substr(0, 2) + header.substr(3);
+  }
+  void requireFound(const Entry& in, const std::string& path) const
+  {
+    for (const Entry& entry : in.inside) {
+      if (!entry.isObject())
+        continue;
+      RC_ASSERT(store.doesPathExist(path + component(entry.line)));
+      requireFound(entry, path + component(entry.line));
+    }
+  }
   static Texts anObject()
   {
     const auto header = rc::gen::element<std::string>("A: a", "A: b", "B: a");

@@ -177,23 +177,6 @@ TEST(Quantity, ConvertsAndPrints)
   EXPECT_EQ(Quantity(0.1).toString(), "0.1");
 }
 
-TEST(UnitSystemHandler, IsSetAndRestored)
-{
-  struct Imperial : UnitSystemHandler {
-    std::string getPreferredUnitsFromUnits(const std::string&, const std::string&) const override
-    {
-      return "ft";
-    }
-  } imperial;
-  UnitSystemHandler* base = UnitSystemHandler::current();
-  ASSERT_NE(base, nullptr);
-  EXPECT_EQ(base->getPreferredUnitsFromUnits("m", ""), "");
-  EXPECT_EQ(UnitSystemHandler::setCurrent(&imperial), base);
-  EXPECT_EQ(UnitSystemHandler::current()->getPreferredUnitsFromUnits("m", ""), "ft");
-  EXPECT_EQ(UnitSystemHandler::setCurrent(nullptr), &imperial);
-  EXPECT_EQ(UnitSystemHandler::current(), base);
-}
-
 // In a process of its own, where nothing is loaded yet.
 void convertWithoutDatabase()
 {

@@ -383,10 +383,6 @@ TEST_F(KSLRulesTest, TheDemoLibraryHoldsWhatTheActionsRelyOn)
                                                 {"Save State Mode", "Overwrite"},
                                                 {"Save State Objects", ""},
                                                 {"State Filename", ""}}));
-  EXPECT_EQ(
-      factory.getTypesByCategory("deletable"),
-      (std::vector<std::string>{"ARROW", "BAND", "CAPTION", "CUT", "EXPRESSION EVALUATOR", "EXPRESSIONS",
-                                "LAMP", "LEVEL SURFACE", "PALETTE", "PROBE", "SHOT", "STREAMLINES"}));
   EXPECT_EQ(factory.getTypesByCategory("application-object"),
             (std::vector<std::string>{"EXPRESSION PREVIEW", "SELECTION FRAME"}));
 }
