@@ -1,4 +1,4 @@
-// The graph of schedulers: against a model that follows its recursive definition, and in large shapes.
+// The graph of schedulers, against a model that follows its recursive definition.
 #include "rules/SchedulerObject.h"
 
 #include "platform/ORVError.h"
@@ -13,8 +13,6 @@
 #include <map>
 #include <memory>
 #include <new>
-#include <pthread.h>
-#include <random>
 #include <rapidcheck.h>
 #include <set>
 #include <stdexcept>
@@ -556,85 +554,6 @@ TEST(SchedulerObject, TraceTellsWhatWasMarkedByWhomAndWhatWasCalculated)
   EXPECT_EQ(SchedulerObject::setTrace(nullptr), &trace);
   a.setPending();
   EXPECT_EQ(trace.told, "a< =a =b =c ");
-}
-
-// --------------------------------------------------------------------------------------------- large shapes
-
-// Links in the order given, marks and updates the roots twice, which must calculate everything once each time.
-// Then half the edges go, half the schedulers in order of creation, and the rest.
-void runShape(const char* shape, int size, const Edges& edges, const std::vector<int>& roots)
-{
-  SCOPED_TRACE(shape);
-  Owner owner;
-  long calculated = 0;
-  owner.onCalculate = [&calculated](const std::string&) { ++calculated; };
-  std::vector<std::unique_ptr<SchedulerObject>> all;
-  for (int i = 0; i < size; ++i)
-    all.push_back(std::make_unique<SchedulerObject>("", &owner, "T"));
-  for (const auto& [from, to] : edges)
-    all[from]->addChild(all[to].get(), true);
-  for (const auto& [from, to] : edges)
-    ASSERT_TRUE(all[from]->getChildren().contains(all[to].get()));
-  for (int round = 1; round <= 2; ++round) {
-    for (int root : roots)
-      all[root]->setPending();
-    ASSERT_EQ(std::count_if(all.begin(), all.end(), [](const auto& one) { return one->isPending(); }), size);
-    for (int root : roots)
-      all[root]->update();
-    ASSERT_EQ(calculated, static_cast<long>(round) * size);
-  }
-  for (std::size_t i = 0; i < edges.size(); i += 2) {
-    all[edges[i].first]->deleteChild(all[edges[i].second].get());
-    ASSERT_FALSE(all[edges[i].second]->getParents().contains(all[edges[i].first].get()));
-  }
-  all.erase(all.begin(), all.begin() + size / 2);
-  for (const auto& one : all) {
-    for (const auto& edge : one->getParents())
-      ASSERT_EQ(edge.first->getChildren().count(one.get()), 1);
-  }
-}
-
-void* runShapes(void*)
-{
-  constexpr int size = 100000;
-  constexpr int longest = 1000000;
-  Edges ladder;
-  Edges chain;
-  Edges fanOut;
-  Edges fanIn;
-  std::vector<int> parents;
-  for (int i = 1; i < longest; ++i)
-    chain.emplace_back(i - 1, i);
-  Edges shuffled(chain.begin(), chain.begin() + size - 1);
-  for (int i = 1; i <= size; ++i) {
-    for (int side : {1, 2}) {
-      ladder.emplace_back(3 * (i - 1), 3 * (i - 1) + side);
-      ladder.emplace_back(3 * (i - 1) + side, 3 * i);
-    }
-    fanOut.emplace_back(0, i);
-    fanIn.emplace_back(i, 0);
-    parents.push_back(i);
-  }
-  std::mt19937 random(7);
-  for (Edges* edges : {&shuffled, &fanOut, &fanIn})
-    std::shuffle(edges->begin(), edges->end(), random);
-  runShape("ladder of diamonds", 3 * size + 1, ladder, {0});
-  runShape("chain", longest, chain, {0});
-  runShape("chain linked anywhere", size, shuffled, {0});
-  runShape("many children", size + 1, fanOut, {0});
-  runShape("many parents", size + 1, fanIn, parents);
-  return nullptr;
-}
-
-TEST(SchedulerShapes, LargeShapesCostWhatTheyHoldAndASmallStack)
-{
-  pthread_attr_t small;
-  pthread_attr_init(&small);
-  ASSERT_EQ(pthread_attr_setstacksize(&small, 256 * 1024), 0);
-  pthread_t thread;
-  ASSERT_EQ(pthread_create(&thread, &small, runShapes, nullptr), 0);
-  pthread_join(thread, nullptr);
-  pthread_attr_destroy(&small);
 }
 
 }  // namespace
