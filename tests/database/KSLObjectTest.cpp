@@ -454,17 +454,5 @@ TEST_F(KSLObjectTest, ReportsKeepWhatAllOfThemNameAndReadTheModelOnce)
   EXPECT_TRUE(updates.getInternalChanges(nullptr)->empty());
 }
 
-TEST_F(KSLObjectTest, RootIsOnlyAPlace)
-{
-  KSLObject* const root = db().getRoot();
-  const auto refused = [](const char* function) {
-    return ErrorMsg("RootKSLObject", function, "This function should never be called for this object.", 4);
-  };
-  EXPECT_EQ(errorOf([=] { root->setValue("a", "b"); }), refused("setValue"));
-  EXPECT_EQ(errorOf([=] { root->getSchedulerObject("S"); }).getMessage(),
-            "This function should never be called for this object. (Scheduler type requested: 'S'.)");
-  EXPECT_TRUE(root->getParams(UnitSystemTypes::preferred, false).empty());
-}
-
 }  // namespace
 }  // namespace orv::test
