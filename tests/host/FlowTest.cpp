@@ -16,6 +16,7 @@
 #include <gtest/gtest.h>
 #include <numbers>
 #include <set>
+#include <stdexcept>
 
 namespace {
 
@@ -55,6 +56,8 @@ class FlowTest : public testing::Test {
   static std::vector<double> numbers(const std::string& path, const std::string& name)
   {
     const orv::KSLObject* object = orv::ObjectDB::instance()->getObjectByPath(path);
+    if (!object)
+      throw std::runtime_error("no " + path);
     std::vector<double> values;
     for (const std::string& item : object->lookUpParam(name)->splitValue())
       values.push_back(std::stod(item));
@@ -153,7 +156,7 @@ TEST_F(FlowTest, ObjectsFindWhatTheFormulasSay)
   }
   system.run(
       "PALETTE: Two\nOption = Steps\nColour Steps = black, white\nEND\n"
-      "BAND: b\nLocation = b\nPalette = Two\nBand Count = 3\nEND\n");
+      "BAND: b\nLocation = /CUT:b\nPalette = Two\nBand Count = 3\nEND\n");
   EXPECT_EQ(orv::ObjectDB::instance()->getObjectByPath("/BAND:b")->getValue("Band Colours"),
             "#000000, #808080, #ffffff");
 }
