@@ -3,7 +3,6 @@
 #include "rules/SchedulerObject.h"
 #include "actions/ReadSessionExecutor.h"
 #include "SessionFixture.h"
-#include "tests/support/thrown.h"
 
 #include <rapidcheck/gtest.h>
 
@@ -37,12 +36,6 @@ TEST_F(SessionReplay, ArgumentsAndFiles)
       {"rs " + at + "good.ksl # note", good, ""},
       {"rs filename=\"" + folder.path() + "run 1.ksl\"", "A:b\nEND\n", ""},
       {"rs filename=\"" + folder.path() + "#2.ksl\"", "A:b\nEND\n", ""},
-      {"rs", "", error + "readFileContents: No Filename Specified"},
-      {"rs filename=", "", error + "readFileContents: No Filename Specified"},
-      {"rs good.ksl", "",
-       error + "processParams: Syntax error: readsession parameters should have the format: param=value"},
-      {"rs " + at + "good.ksl, mode=none", "",
-       error + "processParams: Invalid parameter in readsession: 'mode'."},
       {"rs " + at + "foreign.ksl", "",
        error + "readFileContents: Non ASCII file: '" + (folder / "foreign.ksl") + "'."},
       {"rs " + at + "empty.ksl", "", "error[4] ReadStateExecutor::invoke: Session file contains no data."},
@@ -58,11 +51,6 @@ TEST_F(SessionReplay, ArgumentsAndFiles)
     EXPECT_EQ(system->errors(), row.errors);
     EXPECT_EQ(work(), row.work);
   }
-  ReadSessionExecutor executor;
-  EXPECT_EQ(thrown<internal::badParam>([&] { executor.invoke({}); }),
-            ErrorMsg("ReadSessionExecutor", "validateAction", "Input parameter p_action is empty.", 4));
-  EXPECT_EQ(thrown<internal::badParam>([&] { executor.invoke({"RS"}); }).getMessage(),
-            "Action 'RS' cannot be handled by ReadSessionExecutor.");
 }
 
 TEST_F(SessionReplay, TheSettingsNameTheFileAndAreTold)
@@ -304,23 +292,6 @@ TEST_F(SessionReplay, GivesTheStateThatWasRecorded)
     for (std::string line; std::getline(file, line);)
       RC_ASSERT(line.size() <= 80U);
   });
-}
-
-TEST_F(SessionReplay, ALongValueComesBack)
-{
-  std::string value = "\"a # b, c\" start";
-  for (int i = 0; value.size() < 9990; ++i)
-    value += i % 7 ? " word," + std::to_string(i)
-                   : " \"quo#ted,  text\"\\" + std::string(static_cast<std::size_t>(i % 100), 'x');
-  value = StringUtilities::simplifyWhitespace(value + "\\");
-  enter("> session start, filename=" + (folder / "s.ksl"));
-  enter("A: a\nx = " + value + " \nEND\nA: a\ny = 1\nEND");
-  enter("> session stop");
-  startAfresh();
-  replay("s.ksl");
-  EXPECT_EQ(system->errors(), "");
-  EXPECT_EQ(ObjectDB::instance()->getObjectByPath("/A:a")->getValue("x"), value);
-  EXPECT_EQ(ObjectDB::instance()->getObjectByPath("/A:a")->getValue("y"), "1");
 }
 
 }  // namespace

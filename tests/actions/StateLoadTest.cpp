@@ -5,7 +5,6 @@
 #include "services/StateConverterIF.h"
 #include "stateRules.h"
 #include "tests/support/Model.h"
-#include "tests/support/thrown.h"
 
 namespace orv {
 namespace {
@@ -329,11 +328,6 @@ class Converting : public ReadStateExecutor {
 TEST_F(StateLoad, DerivedOnesConvertTheFileAndTakeArguments)
 {
   Converting executor;
-  EXPECT_EQ(thrown<internal::badParam>([&] { executor.invoke({}); }),
-            ErrorMsg("ReadStateExecutor", "invoke", "Input parameter p_action is empty.", 4));
-  EXPECT_EQ(
-      thrown<internal::badParam>([&] { executor.invoke({"rs"}); }),
-      ErrorMsg("ReadStateExecutor", "invoke", "Action 'rs' cannot be handled by ReadStateExecutor.", 4));
   EXPECT_ANY_THROW(executor.invoke({"readstate", "filename=/no/such/file"}));
   EXPECT_FALSE(SchedulerObject::setCatchExceptions(false)) << "as it was, after a failure";
   const std::string file = folder.write("a b.qst", "#\n# version 1\nBOX:\nOLD: a\n  END\nEND");
