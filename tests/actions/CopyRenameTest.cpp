@@ -214,23 +214,16 @@ END)");
   system.run(
       "NODE: a\nNODE: in\nEND\nEND\nNODE: b\nEND\nNODE: user\nSource = /NODE:a, /NODE:b, "
       "/NODE:a/NODE:in\nEND");
-  const std::string before = system.fullState();
   system.run("> rename from=/NODE:a, to=c");
   EXPECT_EQ(system.state(),
             "NODE:b\nEND\nNODE:user\n  Source = /NODE:b\nEND\nNODE:c\n  NODE:in\n  END\nEND\n");
-  EXPECT_EQ(system.undoSteps().front(), '2');
   system.expectConsistent();
   system.undo();
   EXPECT_EQ(system.errors(), "");
-  system.expectConsistent();
-  system.run("NODE: new\nSource = /NODE:a\nEND");  // the references count again
-  system.run("> delete /NODE:a");
-  EXPECT_EQ(system.state(), "NODE:b\nEND\nNODE:user\n  Source = /NODE:b\nEND\nNODE:new\nEND\n");
-  system.undo();
-  system.undo();
-  EXPECT_EQ(system.errors() + before.substr(0, 5), "NODE:");
   EXPECT_EQ(ObjectDB::instance()->getObjectByPath("/NODE:user")->getValue("Source"),
             "/NODE:a, /NODE:b, /NODE:a/NODE:in");
+  system.run("NODE: new\nSource = /NODE:a\nEND\n> delete /NODE:a");  // the references count again
+  EXPECT_EQ(system.state(), "NODE:b\nEND\nNODE:user\n  Source = /NODE:b\nEND\nNODE:new\nEND\n");
 }
 
 }  // namespace

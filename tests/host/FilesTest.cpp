@@ -121,17 +121,18 @@ TEST(Files, FilesAndUnsavedWorkAreWatched)
 {
   const std::string file = makeFile("work/w.qst", "old");
   std::filesystem::create_symlink("w.qst", workFolder() + "link.qst");
-  const Outcome outcome =
-      ksl({"run", "--trace", "files", "-e", "> savestate filename=w.qst", "-e", "CUT: a\nEND", "-e",
-           "> savestate filename=link.qst, object=/CUT:a", "-e", "> savestate filename=link.qst", "-e",
-           "> undo", "-e", "> redo\n> savestate filename=w.qst"});
+  const Outcome outcome = ksl(
+      {"run", "--trace", "files", "-e", "> savestate filename=w.qst", "-e", "CUT: a\nEND", "-e",
+       "> savestate filename=link.qst, object=/CUT:a", "-e", "> savestate filename=link.qst", "-e", "> undo",
+       "-e", "> redo\n> savestate filename=w.qst", "-e", "> notify op=filechange, filename=w.qst, type=qst"});
   EXPECT_EQ(outcome.err,
             "read or written: w.qst\n"
             "unsaved work\n"
             "read or written: link.qst\nchanged by others: w.qst\nunsaved work\n"
             "read or written: link.qst\nchanged by others: w.qst\n"
             "unsaved work\n"
-            "read or written: w.qst\nchanged by others: link.qst\n");
+            "read or written: w.qst\nchanged by others: link.qst\n"
+            "changed by others: w.qst\n");
 }
 
 TEST(Files, ACopyWritesAFileOfItsOwn)

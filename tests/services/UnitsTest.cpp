@@ -202,14 +202,16 @@ TEST_F(ServicesUnits, PreferredUnitsFollowDimensionsAndNames)
   for (const auto& [name, units] : variables)
     EXPECT_EQ(handler().getPreferredUnitsForVariable(name), units) << name;
   const std::tuple<const char*, const char*, const char*> units[] = {
-      {"mm", "", "ft"},           {"N m", "", "BTU"},     {"N m", "Torque", "lbf ft"},
-      {"N m", "Length", "BTU"},   {"%", "", ""},          {"degree", "", "degree"},
-      {"m^0.5", "", "m^0.5"},     {"K^-1", "", "F^-1"},   {"m kg K^-2", "", "lb ft F^-2"},
-      {"blob", "Length", "blob"}, {"m degree", "", "ft"}, {"N m^-1 degree", "", "lb s^-2"}};
+      {"mm", "", "ft"},           {"N m", "", "BTU"},      {"N m", "Torque", "lbf ft"},
+      {"N m", "Length", "BTU"},   {"%", "", ""},           {"degree", "", "degree"},
+      {"m^0.5", "", "m^0.5"},     {"K^-1", "", "F^-1"},    {"m kg K^-2", "", "lb ft F^-2"},
+      {"blob", "Length", "blob"}, {"J degree", "", "BTU"}, {"N m^-1 degree", "", "lb s^-2"}};
   for (const auto& [from, quantity, to] : units) {
     EXPECT_EQ(handler().getPreferredUnitsFromUnits(from, quantity), to) << from << " " << quantity;
     EXPECT_TRUE(!UnitsConverter::isValid(from) || UnitsConverter::areConvertible(from, to)) << to;
   }
+  system().run("UNITS:\n  Unit System = Custom\n  Length = 2 m\nEND");
+  EXPECT_EQ(handler().getPreferredUnitsFromUnits("m kg K^-2", ""), "kg (2 m) K^-2");
   EXPECT_EQ(handler().getPreferredUnitsForQuantity("Time"), "s");
   EXPECT_EQ(handler().getPreferredUnitsForQuantity("Nonsense"), "");
 }
