@@ -231,6 +231,8 @@ TEST_F(CommandText, TheFirstFailureIsTheOneReported)
             "error[4] DataKSLObject::setValue: Parameter 'q' is not recognized on object '/A:b'.");
   EXPECT_EQ(later, 0);
   EXPECT_EQ(system.state() + system.store(), "");
+  system.run(">");
+  EXPECT_EQ(system.errors(), "error[4] Executive::doAction: Empty action line.");
   system.run("> foo%s%n");
   EXPECT_EQ(system.errors(), "error[32] ActionFactory::getExecutor: Action foo%s%n is not recognized.");
   system.interface()->setExecutive(nullptr);

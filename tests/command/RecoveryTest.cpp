@@ -1,9 +1,9 @@
 // What a failed text leaves behind: nothing.
+#include "tests/support/Model.h"
 #include "tests/support/TestSystem.h"
 #include "tests/support/thrown.h"
 
 #include <gtest/gtest.h>
-#include <set>
 #include <string>
 #include <vector>
 
@@ -38,21 +38,8 @@ class Recovery : public testing::Test {
     before = everything();
     unorderedBefore = unordered();
   }
-  // Objects with their parameters, each told with its path.
-  std::set<std::string> unordered() const
-  {
-    std::set<std::string> entries;
-    std::string path;
-    for (const std::string& line : StringUtilities::stringToVector(contents(), '\n')) {
-      const std::string text = StringUtilities::removeWhitespace(line);
-      if (text == "END")
-        path.erase(path.rfind('/'));
-      else if (text.find(':') < text.find('='))
-        path += "/" + text;
-      entries.insert(path + "|" + text);
-    }
-    return entries;
-  }
+  // Deleted objects come back behind their siblings.
+  static std::string unordered() { return readDatabase().sorted().toText(); }
   std::string contents() const { return system.fullState() + "-----\n" + system.store(); }
   std::string everything() const { return contents() + system.undoSteps() + " " + system.redoSteps(); }
   // Makes the next updates of objects fail, as often as given.
@@ -81,7 +68,7 @@ class Recovery : public testing::Test {
   TestSystem system;
   std::string nested;
   std::string before;
-  std::set<std::string> unorderedBefore;
+  std::string unorderedBefore;
 };
 
 const char* const noUpdate =
@@ -142,7 +129,6 @@ TEST_F(Recovery, OfAFailedText)
   expectSound();
 }
 
-// Deleted objects come back behind their siblings: order does not count.
 TEST_F(Recovery, OfAFailedTextThatDeletes)
 {
   const Case cases[] = {
