@@ -161,6 +161,9 @@ TEST_F(CommandText, CompatibilityIsSwitchedForOneTextOrForGood)
   watcher.rewrite = [](std::vector<std::string>& lines) { lines = {"A: rewritten", "END", "> update"}; };
   EXPECT_TRUE(rewritten());
   EXPECT_EQ(system.state(), "A:rewritten\nEND\n");
+  watcher.rewrite = [](std::vector<std::string>& lines) { lines = {"A: lost", "END"}; };
+  EXPECT_TRUE(rewritten());
+  EXPECT_EQ(system.store(), "A: rewritten\nEND\n") << "what no update takes is not kept";
 }
 
 // ---------------------------------------------------------------------------------------------------------- failures

@@ -81,16 +81,20 @@ class FragileRecorder : public KSLUpdateRecorder {
   }
 };
 
-// Stops work between two of its steps, as people do.
+// Stops work between two of its steps, as people do, and all that follows until the trap is taken away.
 class FragileWatcher : public ProgressWatcher {
  public:
   FragileWatcher() { set(this); }
   ~FragileWatcher() override { set(nullptr); }
   void stepped(const Progress*) override
   {
-    if (trap.strikes(FaultKind::step))
+    m_stopped = trap.strikes(FaultKind::step) || m_stopped;
+    if (m_stopped && trap.kind == FaultKind::step)
       throw Interrupt("FaultSweep", "stepped", "stopped");
   }
+
+ private:
+  bool m_stopped = false;
 };
 
 struct SweepSystem : FragileType, FragileRecorder, FragileWatcher, TestSystem {
