@@ -71,7 +71,9 @@ TEST_F(History, OfADefinitionAndItsDeletion)
   EXPECT_EQ(system.undoSteps(), "2 (9)");
 
   const std::string a = "A:a\n" + defined.state.substr(4, defined.state.find("A:k") - 4);
-  EXPECT_EQ(after("> undo").state, deleted.state + a) << "last among its siblings, inside as it was";
+  const Stop undone = after("> undo");
+  EXPECT_EQ(undone.state, deleted.state + a) << "last among its siblings, inside as it was";
+  EXPECT_EQ(undone.store, deleted.store + defined.store.substr(0, defined.store.find("A: k")));
   EXPECT_EQ(after("> undo"), nothing);
   EXPECT_EQ(system.undoSteps() + system.redoSteps(), "02 (11)");
   EXPECT_EQ(after("> redo"), defined);
