@@ -3,26 +3,8 @@
 #include "database/DataKSLObject.h"
 #include "database/ObjectDB.h"
 #include "database/ObjectFactory.h"
-<<<<<<< HEAD
 #include "session/Registration.h"
-=======
-#include "actions/CopyExecutor.h"
-#include "actions/DebugExecutor.h"
-#include "actions/DeleteExecutor.h"
-#include "actions/ForceUpdateExecutor.h"
-#include "actions/GetRulesInfoExecutor.h"
-#include "actions/GetStateExecutor.h"
-#include "actions/NotifyExecutor.h"
-#include "actions/ReadSessionExecutor.h"
-#include "actions/ReadStateExecutor.h"
-#include "actions/RedoExecutor.h"
-#include "actions/RenameExecutor.h"
-#include "actions/UndoExecutor.h"
-#include "actions/UpdateExecutor.h"
-#include "actions/WriteSessionExecutor.h"
-#include "actions/WriteStateExecutor.h"
 #include "tests/support/Model.h"
->>>>>>> cutB
 
 #include <filesystem>
 #include <gtest/gtest.h>
