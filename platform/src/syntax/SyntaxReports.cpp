@@ -1,0 +1,241 @@
+// What is wrong with a text, and what explains a count of END that is off.
+#include "platform/ORVError.h"
+#include "platform/ORVKSLParseUtilities.h"
+#include "platform/ORVSyntax.h"
+#include "platform/ORVUtilities.h"
+#include "platform/src/parse/lexical.h"
+#include "StatementText.h"
+
+#include <algorithm>
+
+namespace orv {
+
+using StringUtilities::trimmed;
+using Index = SyntaxTree::Index;
+using Kind = SyntaxTree::Kind;
+using Node = SyntaxTree::Node;
+using Reason = SyntaxNote::Reason;
+using Report = SyntaxTree::Report;
+
+namespace {
+
+// Where the statement itself stands on its first line, and on no more than that.
+template <class Item>
+void point(const SyntaxTree& tree, Index index, Item& item)
+{
+  const Node node = tree[index];
+  const std::string_view line = lexical::lineAt(tree.text(), node.offset).text;
+  std::string_view said = trimmed(StringUtilities::withoutComment(line));
+  if (said.empty())
+    said = line;
+  item.node = index;
+  item.offset = static_cast<std::size_t>(said.data() - tree.text().data());
+  item.size = said.size();
+}
+
+std::string badNameMessage(const SyntaxTree::Statement& header, bool inRules)
+{
+  char character = lexical::forbiddenCharacter(header.first, inRules);
+  const std::string_view name = character ? header.first : header.rest;
+  if (!character)
+    character = lexical::forbiddenCharacter(name, inRules);
+  return _("Object name '%s' must not contain '%s'.", name, std::string_view(&character, 1));
+}
+
+void reportNode(const SyntaxTree& tree, Index index, bool inRules, std::vector<Report>& out)
+{
+  const Node node = tree[index];
+  std::string room;
+  const SyntaxTree::Statement statement = tree.read(index, room);
+  Report report{};
+  point(tree, index, report);
+  const auto add = [&](std::string message) {
+    out.push_back(report);
+    out.back().message = std::move(message);
+  };
+  if (node.faults & (SyntaxTree::noStatement | SyntaxTree::outsideBlock))
+    add(_("Syntax error in KSL line: '%s'.", trimmed(room)));
+  if (node.faults & SyntaxTree::badName)
+    add(badNameMessage(statement, inRules));
+  if (node.faults & SyntaxTree::notAllowed)
+    add(_("Action line in KSL library: '%s'.", StringUtilities::simplifyWhitespace(room)));
+}
+
+}  // namespace
+
+std::vector<Report> SyntaxTree::reports() const
+{
+  std::vector<Report> out;
+  if (!isFaulty())
+    return out;
+  bool surplus = m_depth < 0;
+  for (Index i = 0; m_reading == Reading::library && !surplus && i < size(); ++i)
+    surplus = (m_records[i].faults & surplusEnd) != 0;
+  if (surplus)
+    out.push_back({none, m_text.size(), 0, _("Too many END statements in KSL.")});
+  else if (m_depth > 0)
+    out.push_back({none, m_text.size(), 0, _("Not enough END statements in KSL.")});
+  std::string room;
+  for (Index top = firstChild(none); top != none; top = next(top)) {
+    const bool rules = m_records[top].kind == Kind::header && read(top, room).first == "RULES";
+    for (Index i = top; i <= m_records[top].last; ++i)
+      if (m_records[i].faults)
+        reportNode(*this, i, rules && i != top, out);
+  }
+  return out;
+}
+
+// ---------------------------------------------------------------------------------------------------- explanations
+
+namespace {
+
+class Explainer {
+ public:
+  Explainer(const SyntaxTree& tree, const std::function<bool(std::string_view)>& isType)
+      : m_tree(tree),
+        m_isType(isType)
+  {}
+
+  std::vector<SyntaxNote> explain()
+  {
+    noteFirst([this](Index index) { return noteNoStatement(index); });
+    if (m_isType)
+      noteFirst([this](Index index) { return noteUnknownType(index); });
+    noteFirst([this](Index index) { return noteSwallowed(index); });
+    for (Index i = 0; i < m_tree.size(); ++i)
+      if (m_tree[i].faults & SyntaxTree::leftOpen)
+        noteLeftOpen(i);
+    for (Index i = 0; i < m_tree.size(); ++i)
+      if (m_tree[i].faults & SyntaxTree::surplusEnd)
+        add(Reason::surplusEnd, i, _("This END closes nothing."));
+    // Where there are too many END, those come before the blocks that indentation alone calls open.
+    const Reason unlikely = m_tree.missingEnds() < 0 ? Reason::leftOpen : Reason::surplusEnd;
+    std::stable_partition(m_notes.begin(), m_notes.end(),
+                          [=](const SyntaxNote& note) { return note.reason != unlikely; });
+    return std::move(m_notes);
+  }
+
+ private:
+  template <class Try>
+  void noteFirst(Try tryOne)
+  {
+    for (Index i = 0; i < m_tree.size(); ++i)
+      if (tryOne(i))
+        return;
+  }
+
+  SyntaxNote& add(Reason reason, Index index, std::string message)
+  {
+    SyntaxNote note{};
+    note.reason = reason;
+    note.next = SyntaxTree::none;
+    note.message = std::move(message);
+    point(m_tree, index, note);
+    m_notes.push_back(std::move(note));
+    return m_notes.back();
+  }
+
+  bool noteNoStatement(Index index)
+  {
+    if (!(m_tree[index].faults & SyntaxTree::noStatement))
+      return false;
+    const std::string_view text = m_tree.read(index, m_room).text;
+    const bool likeEnd = StringUtilities::toLower(text.substr(0, 3)) == "end";
+    add(Reason::noStatement, index,
+        likeEnd ? _("'%s' is no statement; END stands alone and in capitals.", text)
+                : _("'%s' is no statement.", text));
+    return true;
+  }
+
+  bool noteUnknownType(Index index)
+  {
+    if (m_tree[index].kind != Kind::header)
+      return false;
+    const std::string_view type = m_tree.read(index, m_room).first;
+    if (m_isType(type))
+      return false;
+    add(Reason::unknownType, index, _("No type '%s' is defined, and this line begins a block.", type));
+    return true;
+  }
+
+  // A line that says END or begins a block, and one that stands no further right than the line that it continues.
+  bool noteSwallowed(Index index)
+  {
+    const Node node = m_tree[index];
+    if (node.lines < 2)
+      return false;
+    const std::string_view text = m_tree.text();
+    lexical::TextLine line = lexical::lineAt(text, node.offset);
+    const std::size_t indent = blanksBefore(line.text);
+    for (std::size_t i = 1; i < node.lines && line.next < text.size(); ++i) {
+      line = lexical::lineAt(text, line.next);
+      const int type = MiniKSLParser::determineLineType(line.text);
+      const bool left = type != MiniKSLParser::emptyLine && type != MiniKSLParser::otherLineType
+                        && blanksBefore(line.text) <= indent;
+      if (type != MiniKSLParser::endLine && !left)
+        continue;
+      SyntaxNote& note = add(Reason::swallowed, index,
+                             _("'%s' belongs to the line above it, which ends in '\\'.", trimmed(line.text)));
+      note.offset = static_cast<std::size_t>(trimmed(line.text).data() - text.data());
+      note.size = trimmed(line.text).size();
+      return true;
+    }
+    return false;
+  }
+
+  static std::size_t blanksBefore(std::string_view line)
+  {
+    return static_cast<std::size_t>(std::find_if_not(line.begin(), line.end(), StringUtilities::isSpace)
+                                    - line.begin());
+  }
+
+  // Without indentation to go by, everything behind the forgotten END is in the block. A block in one of its own type is
+  // then the likeliest to have been meant to stand behind it.
+  Index twin(Index header)
+  {
+    std::string type;
+    for (Index i = header + 1; i <= m_tree[header].last; ++i) {
+      if (m_tree[i].kind != Kind::header)
+        continue;
+      const Index parent = m_tree[i].parent;
+      type = m_tree.read(parent, m_room).first;
+      if (m_tree.read(i, m_room).first == type
+          && blanksBefore(m_tree.source(i)) <= blanksBefore(m_tree.source(parent)))
+        return i;
+    }
+    return SyntaxTree::none;
+  }
+
+  void noteLeftOpen(Index header)
+  {
+    const bool toTheEnd = m_tree[header].last + 1 == m_tree.size();
+    const Index same = toTheEnd && !m_lookedForTwin ? twin(header) : SyntaxTree::none;
+    m_lookedForTwin = m_lookedForTwin || toTheEnd;
+    const Index open = same == SyntaxTree::none ? header : m_tree[same].parent;
+    std::string text(m_tree.read(open, m_room).text);
+    SyntaxNote& note = add(Reason::leftOpen, open, _("'%s' has no END.", text));
+    note.next = same;
+    for (Index i = m_tree[header].last + 1; note.next == SyntaxTree::none && i < m_tree.size(); ++i)
+      if (m_tree[i].kind != Kind::blank && m_tree[i].kind != Kind::comment)
+        note.next = i;
+  }
+
+  const SyntaxTree& m_tree;
+  const std::function<bool(std::string_view)>& m_isType;
+  std::vector<SyntaxNote> m_notes;
+  bool m_lookedForTwin = false;  // once: it looks at the whole block
+  std::string m_room;
+};
+
+}  // namespace
+
+std::vector<SyntaxNote> explainEnds(const SyntaxTree& tree,
+                                    const std::function<bool(std::string_view)>& isType)
+{
+  bool off = tree.missingEnds() != 0;
+  for (Index i = 0; !off && i < tree.size(); ++i)
+    off = (tree[i].faults & (SyntaxTree::surplusEnd | SyntaxTree::leftOpen)) != 0;
+  return off ? Explainer(tree, isType).explain() : std::vector<SyntaxNote>{};
+}
+
+}  // namespace orv
