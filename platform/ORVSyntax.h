@@ -191,6 +191,7 @@ struct SyntaxNote {
     unknownType,  // a header whose type nobody knows: a parameter with a ":", most likely
     swallowed,    // a line that belongs to the one above, which ends in a backslash
     leftOpen,     // a header without END; `next` is where the block after it begins
+    noHeader,     // where the header of a block is missing; `next` is its END
     surplusEnd
   };
   Reason reason;
@@ -202,7 +203,7 @@ struct SyntaxNote {
 };
 
 // What explains a count of END that is off, the likeliest first: lines that are no statements, types that nobody knows,
-// swallowed lines, blocks that were left open, surplus END. Empty when the count is good. `isType` says whether the
+// swallowed lines, blocks that were left open or never begun, surplus END. Empty when the count is good. `isType` says whether the
 // rules define a type; without it all types are good. Linear in the text.
 ORV_API std::vector<SyntaxNote> explainEnds(const SyntaxTree& tree,
                                             const std::function<bool(std::string_view)>& isType = {});

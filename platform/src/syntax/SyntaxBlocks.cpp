@@ -115,8 +115,11 @@ void SyntaxBlocks::place(Index index)
     case Kind::error:
       return placeError(index);
     case Kind::header:
-    case Kind::action:
       leaveOpen(index, indent);
+      break;
+    case Kind::action:
+      if (!standsOverMore(index))
+        leaveOpen(index, indent);
       break;
     case Kind::parameter:
       // Parameters are never at the top level: one that stands too far left for that is only badly indented.
@@ -167,20 +170,20 @@ void SyntaxBlocks::placeError(Index index)
   record.parent = top();
   if ((record.traits & traitLikeEnd) && !m_open.empty() && m_open.back().indent == record.indent)
     return close(index, true);
-  if (!opensBlock(index))
-    return;
+  if (!standsOverMore(index))
+    return;  // else it was meant to be a header
   leaveOpen(index, record.indent);
   record.parent = top();
   open(index);
 }
 
-// What stands further right belongs to it: it was meant to be a header.
-bool SyntaxBlocks::opensBlock(Index error) const
+// What comes next stands further right.
+bool SyntaxBlocks::standsOverMore(Index index) const
 {
-  Index next = error + 1;
+  Index next = index + 1;
   while (next < m_size && saysNothing(m_records[next].kind))
     ++next;
-  return next < m_size && m_records[next].indent > m_records[error].indent;
+  return next < m_size && m_records[next].indent > m_records[index].indent;
 }
 
 void SyntaxBlocks::open(Index header)

@@ -46,7 +46,7 @@ class SyntaxBlocks {
   void leaveOpen(Index by, long indent);
   void open(Index header);
   void close(Index last, bool closed);
-  bool opensBlock(Index error) const;
+  bool standsOverMore(Index index) const;
   Index top() const { return m_open.empty() ? SyntaxTree::none : m_open.back().header; }
   void judge();
   std::uint8_t faultsOf(const Record& record, bool inRules) const;

@@ -7,6 +7,7 @@
 #include "StatementText.h"
 
 #include <algorithm>
+#include <map>
 
 namespace orv {
 
@@ -102,16 +103,21 @@ class Explainer {
     if (m_isType)
       noteFirst([this](Index index) { return noteUnknownType(index); });
     noteFirst([this](Index index) { return noteSwallowed(index); });
+    const bool clear = !m_notes.empty();
     for (Index i = 0; i < m_tree.size(); ++i)
       if (m_tree[i].faults & SyntaxTree::leftOpen)
-        noteLeftOpen(i);
+        noteLeftOpen(i, SyntaxTree::none);
     for (Index i = 0; i < m_tree.size(); ++i)
       if (m_tree[i].faults & SyntaxTree::surplusEnd)
-        add(Reason::surplusEnd, i, _("This END closes nothing."));
+        noteSurplus(i);
+    if (!clear && !isIndented())
+      noteFirstMisplaced();
     // Where there are too many END, those come before the blocks that indentation alone calls open.
-    const Reason unlikely = m_tree.missingEnds() < 0 ? Reason::leftOpen : Reason::surplusEnd;
-    std::stable_partition(m_notes.begin(), m_notes.end(),
-                          [=](const SyntaxNote& note) { return note.reason != unlikely; });
+    const bool tooMany = m_tree.missingEnds() < 0;
+    std::stable_partition(m_notes.begin(), m_notes.end(), [=](const SyntaxNote& note) {
+      const bool surplus = note.reason == Reason::surplusEnd || note.reason == Reason::noHeader;
+      return tooMany ? note.reason != Reason::leftOpen : !surplus;
+    });
     return std::move(m_notes);
   }
 
@@ -189,41 +195,96 @@ class Explainer {
                                     - line.begin());
   }
 
-  // Without indentation to go by, everything behind the forgotten END is in the block. A block in one of its own type is
-  // then the likeliest to have been meant to stand behind it.
-  Index twin(Index header)
+  // Where nobody indents, END alone says what is in what, and all goes wrong behind the damage. The first block that is
+  // deeper, or less deep, than the blocks of its type before it tells where that is.
+  void noteFirstMisplaced()
   {
-    std::string type;
-    for (Index i = header + 1; i <= m_tree[header].last; ++i) {
-      if (m_tree[i].kind != Kind::header)
+    std::map<std::string, std::size_t, std::less<>> depthOfType;
+    std::vector<std::size_t> depths(m_tree.size());
+    Index lastEnd = SyntaxTree::none;
+    for (Index i = 0; i < m_tree.size(); ++i) {
+      const Node node = m_tree[i];
+      depths[i] = node.parent == SyntaxTree::none ? 0 : depths[node.parent] + 1;
+      if (node.kind == Kind::end)
+        lastEnd = i;
+      std::size_t usual = depths[i] + (node.kind == Kind::parameter && depths[i] == 0 ? 1 : 0);
+      if (node.kind == Kind::header)
+        usual = depthOfType.emplace(m_tree.read(i, m_room).first, depths[i]).first->second;
+      if (usual == depths[i])
         continue;
-      const Index parent = m_tree[i].parent;
-      type = m_tree.read(parent, m_room).first;
-      if (m_tree.read(i, m_room).first == type
-          && blanksBefore(m_tree.source(i)) <= blanksBefore(m_tree.source(parent)))
-        return i;
+      if (usual < depths[i])
+        noteLeftOpen(ancestor(i, depths[i] - usual), i);
+      else if (lastEnd != SyntaxTree::none)
+        add(Reason::surplusEnd, lastEnd, _("This END closes more than it should, or nothing."));
+      std::rotate(m_notes.begin(), m_notes.end() - 1, m_notes.end());
+      return;
     }
-    return SyntaxTree::none;
   }
 
-  void noteLeftOpen(Index header)
+  Index ancestor(Index index, std::size_t levels) const
   {
-    const bool toTheEnd = m_tree[header].last + 1 == m_tree.size();
-    const Index same = toTheEnd && !m_lookedForTwin ? twin(header) : SyntaxTree::none;
-    m_lookedForTwin = m_lookedForTwin || toTheEnd;
-    const Index open = same == SyntaxTree::none ? header : m_tree[same].parent;
-    std::string text(m_tree.read(open, m_room).text);
-    SyntaxNote& note = add(Reason::leftOpen, open, _("'%s' has no END.", text));
-    note.next = same;
-    for (Index i = m_tree[header].last + 1; note.next == SyntaxTree::none && i < m_tree.size(); ++i)
-      if (m_tree[i].kind != Kind::blank && m_tree[i].kind != Kind::comment)
-        note.next = i;
+    for (; levels > 0; --levels)
+      index = m_tree[index].parent;
+    return index;
+  }
+
+  bool isIndented() const
+  {
+    for (Index i = 0; i < m_tree.size(); ++i)
+      if (m_tree[i].kind != Kind::blank && blanksBefore(m_tree.source(i)) > 0)
+        return true;
+    return false;
+  }
+
+  // Where what comes behind it begins, is found when it is not given.
+  void noteLeftOpen(Index header, Index next)
+  {
+    std::string text(m_tree.read(header, m_room).text);
+    SyntaxNote& note = add(Reason::leftOpen, header, _("'%s' has no END.", text));
+    note.next = next != SyntaxTree::none ? next : m_tree[header].last + 1;
+    while (note.next < m_tree.size() && saysNothing(note.next))
+      ++note.next;
+    if (note.next >= m_tree.size())
+      note.next = SyntaxTree::none;
+  }
+
+  bool saysNothing(Index index) const
+  {
+    return m_tree[index].kind == Kind::blank || m_tree[index].kind == Kind::comment;
+  }
+
+  // Where statements before the END stand further right than it, they are a block whose header is missing: what stands
+  // before them was meant to be it, if it stands where the END does.
+  void noteSurplus(Index end)
+  {
+    const std::size_t indent = blanksBefore(m_tree.source(end));
+    Index first = end;
+    Index before = end;  // the first of them is behind this
+    while (before > 0) {
+      --before;
+      if (m_tree[before].kind == Kind::blank)
+        continue;
+      if (blanksBefore(m_tree.source(before)) <= indent)
+        break;
+      first = before;
+    }
+    if (first == end) {
+      add(Reason::surplusEnd, end, _("This END closes nothing."));
+      return;
+    }
+    const Kind kind = m_tree[before].kind;
+    const bool meant = before < first && blanksBefore(m_tree.source(before)) == indent
+                       && (kind == Kind::parameter || kind == Kind::comment);
+    SyntaxNote& note = add(
+        Reason::noHeader, meant ? before : first,
+        meant ? _("This is no header, and the END in line %d closes nothing.", m_tree[end].line)
+              : _("No header stands before this, and the END in line %d closes nothing.", m_tree[end].line));
+    note.next = end;
   }
 
   const SyntaxTree& m_tree;
   const std::function<bool(std::string_view)>& m_isType;
   std::vector<SyntaxNote> m_notes;
-  bool m_lookedForTwin = false;  // once: it looks at the whole block
   std::string m_room;
 };
 
