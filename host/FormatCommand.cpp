@@ -6,6 +6,7 @@
 #include "platform/ORVSystem.h"
 #include "StatementDiff.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <iostream>
 #include <memory>
@@ -83,9 +84,14 @@ class FileFormatter {
       print(report.offset, "error[4]", report.message);
     for (const orv::SyntaxNote& note : orv::explainEnds(m_tree)) {
       print(note.offset, "note", note.message);
-      if (note.next != SyntaxTree::none)
-        print(m_tree[note.next].offset, "note", "The next one begins here.");
+      if (note.reason == orv::SyntaxNote::Reason::leftOpen && note.next != SyntaxTree::none)
+        print(beginOf(note.next), "note", "The next one begins here.");
     }
+  }
+
+  std::size_t beginOf(SyntaxTree::Index index) const
+  {
+    return m_tree[index].offset + std::min(m_tree.source(index).find_first_not_of(" \t"), m_tree[index].size);
   }
 
   void print(std::size_t offset, const char* head, const std::string& message) const
