@@ -15,6 +15,10 @@ namespace {
 
 using orv::SyntaxTree;
 
+// Of a file: who sees so many mends some before reading more. Causes come with the likeliest first.
+constexpr std::size_t mostReports = 20;
+constexpr std::size_t mostCauses = 5;
+
 struct Closer {
   void operator()(std::FILE* file) const
   {
@@ -80,12 +84,22 @@ class FileFormatter {
 
   void report() const
   {
-    for (const SyntaxTree::Report& report : m_tree.reports())
-      print(report.offset, "error[4]", report.message);
-    for (const orv::SyntaxNote& note : orv::explainEnds(m_tree)) {
-      print(note.offset, "note", note.message);
-      if (note.reason == orv::SyntaxNote::Reason::leftOpen && note.next != SyntaxTree::none)
-        print(beginOf(note.next), "note", "The next one begins here.");
+    const std::vector<SyntaxTree::Report> reports = m_tree.reports();
+    const std::size_t shown = std::min<std::size_t>(reports.size(), mostReports);
+    for (std::size_t i = 0; i < shown; ++i)
+      print(reports[i].offset, "error[4]", reports[i].message);
+    if (shown < reports.size())
+      std::cerr << shownName() << ": " << reports.size() - shown << " more errors\n";
+    reportCauses();
+  }
+
+  void reportCauses() const
+  {
+    const std::vector<orv::SyntaxNote> notes = orv::explainEnds(m_tree);
+    for (std::size_t i = 0; i < std::min(notes.size(), mostCauses); ++i) {
+      print(notes[i].offset, "note", notes[i].message);
+      if (notes[i].reason == orv::SyntaxNote::Reason::leftOpen && notes[i].next != SyntaxTree::none)
+        print(beginOf(notes[i].next), "note", "The next one begins here.");
     }
   }
 

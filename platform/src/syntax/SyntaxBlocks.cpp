@@ -57,7 +57,9 @@ void SyntaxBlocks::learnStyle()
   std::size_t deeper = 0;
   std::size_t contents = 0;
   long deepEnds = 0;
+  long shift = 0;
   Index header = SyntaxTree::none;  // of a block that has only parameters so far
+  Index last = 0;                   // statement
   bool first = false;
   for (Index i = 0; i < m_size; ++i) {
     const Record& record = m_records[i];
@@ -68,8 +70,13 @@ void SyntaxBlocks::learnStyle()
       ++contents;
       deeper += record.indent > m_records[header].indent;
     }
-    if (header != SyntaxTree::none && !first && isEnd)
-      deepEnds += record.indent > m_records[header].indent ? 1 : -1;
+    if (header != SyntaxTree::none && !first && isEnd) {
+      const bool aligned = record.indent == m_records[header].indent;
+      const bool deep = !aligned && record.indent == m_records[last].indent;
+      deepEnds += deep ? 1 : aligned ? -1 : 0;
+      shift = deep ? record.indent - m_records[header].indent : shift;
+    }
+    last = i;
     first = record.kind == Kind::header;
     if (first)
       header = i;
@@ -77,7 +84,7 @@ void SyntaxBlocks::learnStyle()
       header = SyntaxTree::none;
   }
   m_indented = contents > 0 && deeper * 10 >= contents * 8;
-  m_deepEnds = deepEnds > 0;
+  m_endShift = deepEnds > 0 ? shift : 0;
 }
 
 void SyntaxBlocks::matchByEnds()
@@ -149,12 +156,11 @@ void SyntaxBlocks::leaveOpen(Index by, long indent)
 void SyntaxBlocks::placeEnd(Index index)
 {
   Record& record = m_records[index];
-  const long indent = record.indent;
+  const long indent = record.indent - m_endShift;
   // How many of the open blocks stand far enough left; columns grow from block to block.
-  const auto right = std::partition_point(m_open.begin(), m_open.end(), [&](const Open& block) {
-    return m_deepEnds ? block.indent < indent : block.indent <= indent;
-  });
-  const bool suits = right != m_open.begin() && (m_deepEnds || (right - 1)->indent == indent);
+  const auto right = std::partition_point(m_open.begin(), m_open.end(),
+                                          [&](const Open& block) { return block.indent <= indent; });
+  const bool suits = right != m_open.begin() && (right - 1)->indent == indent;
   record.parent = top();
   if (!suits && (m_open.empty() || m_open.back().indent < indent))
     return;  // closes nothing

@@ -60,7 +60,7 @@ class SyntaxBlocks {
   bool m_surplus = false;
   bool m_content = false;   // the reader is, with the count of END
   bool m_indented = false;  // what is in a block stands further right than its header
-  bool m_deepEnds = false;  // END stands where the contents do
+  long m_endShift = 0;      // how much further right END stands than its header
   bool m_faulty = false;
 };
 

@@ -104,6 +104,7 @@ class Explainer {
       noteFirst([this](Index index) { return noteUnknownType(index); });
     noteFirst([this](Index index) { return noteSwallowed(index); });
     const bool clear = !m_notes.empty();
+    m_endShift = endShift();
     for (Index i = 0; i < m_tree.size(); ++i)
       if (m_tree[i].faults & SyntaxTree::leftOpen)
         noteLeftOpen(i, SyntaxTree::none);
@@ -164,7 +165,8 @@ class Explainer {
     return true;
   }
 
-  // A line that says END or begins a block, and one that stands no further right than the line that it continues.
+  // A line that says END, and any other statement that stands no further right than the line that it continues, or is
+  // continued in a comment.
   bool noteSwallowed(Index index)
   {
     const Node node = m_tree[index];
@@ -173,12 +175,13 @@ class Explainer {
     const std::string_view text = m_tree.text();
     lexical::TextLine line = lexical::lineAt(text, node.offset);
     const std::size_t indent = blanksBefore(line.text);
+    const bool inComment = StringUtilities::withoutComment(line.text).size() < line.text.size();
     for (std::size_t i = 1; i < node.lines && line.next < text.size(); ++i) {
       line = lexical::lineAt(text, line.next);
       const int type = MiniKSLParser::determineLineType(line.text);
-      const bool left = type != MiniKSLParser::emptyLine && type != MiniKSLParser::otherLineType
-                        && blanksBefore(line.text) <= indent;
-      if (type != MiniKSLParser::endLine && !left)
+      const bool statement = type != MiniKSLParser::emptyLine && type != MiniKSLParser::otherLineType;
+      const bool odd = type == MiniKSLParser::endLine || inComment || blanksBefore(line.text) <= indent;
+      if (!statement || !odd)
         continue;
       SyntaxNote& note = add(Reason::swallowed, index,
                              _("'%s' belongs to the line above it, which ends in '\\'.", trimmed(line.text)));
@@ -253,18 +256,34 @@ class Explainer {
     return m_tree[index].kind == Kind::blank || m_tree[index].kind == Kind::comment;
   }
 
+  // How much further right END stands than its header here.
+  std::size_t endShift() const
+  {
+    for (Index i = 0; i < m_tree.size(); ++i) {
+      const Node node = m_tree[i];
+      if (node.kind != Kind::header || !node.closed)
+        continue;
+      const std::size_t header = blanksBefore(m_tree.source(i));
+      const std::size_t end = blanksBefore(m_tree.source(node.last));
+      return end > header ? end - header : 0;
+    }
+    return 0;
+  }
+
   // Where statements before the END stand further right than it, they are a block whose header is missing: what stands
   // before them was meant to be it, if it stands where the END does.
   void noteSurplus(Index end)
   {
-    const std::size_t indent = blanksBefore(m_tree.source(end));
+    const std::size_t blanks = blanksBefore(m_tree.source(end));
+    const std::size_t indent = blanks - std::min(blanks, m_endShift);
     Index first = end;
     Index before = end;  // the first of them is behind this
     while (before > 0) {
       --before;
       if (m_tree[before].kind == Kind::blank)
         continue;
-      if (blanksBefore(m_tree.source(before)) <= indent)
+      const std::size_t shift = m_tree[before].kind == Kind::end ? m_endShift : 0;
+      if (blanksBefore(m_tree.source(before)) <= indent + shift)
         break;
       first = before;
     }
@@ -285,6 +304,7 @@ class Explainer {
   const SyntaxTree& m_tree;
   const std::function<bool(std::string_view)>& m_isType;
   std::vector<SyntaxNote> m_notes;
+  std::size_t m_endShift = 0;
   std::string m_room;
 };
 
