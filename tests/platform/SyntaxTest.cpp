@@ -339,7 +339,10 @@ RC_GTEST_PROP(SyntaxTree, AnEditGivesTheTreeOfTheNewText, ())
       offset = before[before.at(offset)].offset;
     const std::size_t removed =
         *rc::gen::inRange<std::size_t>(0, std::min<std::size_t>(size - offset, 9) + 1);
-    const std::string inserted = *rc::gen::oneOf(rc::gen::just(std::string()), anyText());
+    // Often a line that is there already, as people copy them.
+    const std::string copied(before.size() > 0 ? before.source(before.at(offset)) : "");
+    const std::string inserted =
+        *rc::gen::oneOf(rc::gen::just(copied), rc::gen::just(std::string()), anyText());
     tree.edit(offset, removed, inserted);
     const SyntaxTree fresh(std::string(before.text()).replace(offset, removed, inserted));
     RC_ASSERT(tree.text() == fresh.text());

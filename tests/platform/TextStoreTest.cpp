@@ -379,7 +379,7 @@ TEST_F(Libraries, LeaveTheStoreAloneWhenOneIsBad)
   const file::error* const unreadable = nullptr;
   std::string file = dir + "/none";
   expect(file, "Cannot read KSL library '" + file + "': No such file or directory.", unreadable);
-  file = write("act.ksl", "A: b\nEND\n\n  >delete   /A:a # x\n");
+  file = write("act.ksl", "A: b\nEND\n\n\\\n  >delete   /A:a # x\n");
   expect(file, "Action line in KSL library '" + file + "', line 4: '>delete /A:a # x'.", invalid);
   file = write("open.ksl", "A: b\nB: c\nEND\n");
   expect(file, "Not enough END statements in KSL library '" + file + "'.", invalid);

@@ -60,7 +60,7 @@ void refuseActions(const std::string& file, const std::vector<std::string>& line
     if (MiniKSLParser::determineLineType(line) == MiniKSLParser::actionLine)
       throw ksl::invalid("KSLAPI", function,
                          _("Action line in KSL library '%s', line %d: '%s'.", file, i + 1,
-                           StringUtilities::simplifyWhitespace(lines[i])));
+                           StringUtilities::simplifyWhitespace(line)));
   }
 }
 
