@@ -148,9 +148,13 @@ class Explainer {
       return false;
     const std::string_view text = m_tree.read(index, m_room).text;
     const bool likeEnd = StringUtilities::toLower(text.substr(0, 3)) == "end";
-    add(Reason::noStatement, index,
-        likeEnd ? _("'%s' is no statement; END stands alone and in capitals.", text)
-                : _("'%s' is no statement.", text));
+    if (likeEnd)
+      add(Reason::noStatement, index, _("'%s' is no statement; END stands alone and in capitals.", text));
+    else if (text.find('=') != std::string_view::npos && text.find(':') < text.find('='))
+      add(Reason::noStatement, index,
+          _("'%s' is no statement: a header has no '=', and no name a ':'.", text));
+    else
+      add(Reason::noStatement, index, _("'%s' is no statement.", text));
     return true;
   }
 
