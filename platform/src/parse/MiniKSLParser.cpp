@@ -1,20 +1,10 @@
 #include "platform/ORVKSLParseUtilities.h"
 #include "platform/ORVUtilities.h"
+#include "lexical.h"
 
 namespace orv {
 
 namespace {
-
-// "&replace" and a blank before a header.
-bool takeReplaceDirective(std::string_view& header) noexcept
-{
-  constexpr std::string_view word = "&replace";
-  const bool found = header.size() > word.size() && header.substr(0, word.size()) == word
-                     && StringUtilities::isSpace(header[word.size()]);
-  if (found)
-    header.remove_prefix(word.size());
-  return found;
-}
 
 // What counts of a line.
 std::string_view contents(std::string_view line) noexcept
@@ -71,7 +61,7 @@ void MiniKSLParser::parse()
 
 void MiniKSLParser::beginBlock(std::string_view header)
 {
-  m_replace = takeReplaceDirective(header);
+  m_replace = lexical::takeReplaceWord(header);
   m_blocks.push_back(StringUtilities::splitObjectTypeAndName(header));
   const Block block = m_blocks.back();
   newObject(block.first, block.second);
