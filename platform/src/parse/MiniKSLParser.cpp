@@ -32,15 +32,14 @@ MiniKSLParser::Line MiniKSLParser::scan(std::string_view line)
     return {actionLine, text, 0};
   if (text == "END")
     return {endLine, text, 0};
-  std::size_t mark = 0;
-  while (mark < text.size() && text[mark] != ':' && text[mark] != '=')
-    ++mark;
-  if (mark == text.size())
-    return {otherLineType, text, mark};
-  if (text[mark] == '=')
-    return {parameterLine, text, mark};
-  const bool isHeader = text.find('=', mark) == std::string_view::npos;
-  return {isHeader ? objectLine : otherLineType, text, mark};
+  // The first of "=" and ":" decides, and both are sought by what the processor has for it.
+  const std::size_t equals = text.find('=');
+  const std::size_t colon = text.substr(0, equals).find(':');
+  if (colon != std::string_view::npos)
+    return {equals == std::string_view::npos ? objectLine : otherLineType, text, colon};
+  if (equals != std::string_view::npos)
+    return {parameterLine, text, equals};
+  return {otherLineType, text, text.size()};
 }
 
 void MiniKSLParser::parse()
