@@ -54,8 +54,6 @@ TEST_P(LinkMapSizes, HoldsWhatAMapHolds)
       act(key(random() % size), random() % 5);
     ASSERT_EQ(pairsOf(map), Pairs(model.begin(), model.end()));
     ASSERT_EQ(map.size(), model.size());
-    for (unsigned i = 0; i < size; ++i)
-      ASSERT_EQ(map.count(key(i)), model.count(key(i)) != 0 ? model[key(i)] : 0);
   }
   // A pass during which neighbours come and go, to the last.
   LinkMap::Cursor cursor;
@@ -78,7 +76,7 @@ TEST_P(LinkMapSizes, HoldsWhatAMapHolds)
 }
 
 INSTANTIATE_TEST_SUITE_P(Sizes, LinkMapSizes,
-                         testing::Combine(testing::Values(1u, 2u, 9u, 64u, 65u, 129u, 5000u),
+                         testing::Combine(testing::Values(2u, 9u, 64u, 65u, 129u, 5000u),
                                           testing::Values(Order::ascending, Order::descending,
                                                           Order::random)));
 
