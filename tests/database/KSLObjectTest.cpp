@@ -10,6 +10,7 @@
 #include <map>
 #include <rapidcheck.h>
 #include <set>
+#include <tuple>
 
 namespace orv::test {
 namespace {
@@ -49,59 +50,58 @@ TEST_F(KSLObjectTest, IdentityIsGivenOnceAndChecked)
 
 TEST_F(KSLObjectTest, FindsRelativeObjects)
 {
-  for (const char* name : {"x", "solo"})
-    add("", "A", name);
-  add("/A:x", "C", "z");
-  add("/A:x", "B", "y");
-  add("/A:x", "D", "y");
-  add("/A:x", "S", "S");
-  add("/A:x/C:z", "E", "deep");
-  KSLObject* const from = db().getObjectByPath("/A:x/C:z");
-
-  const std::pair<const char*, const char*> found[] = {
-      {"", "/A:x/C:z"},       {"deep", "/A:x/C:z/E:deep"},
-      {"../B:y", "/A:x/B:y"}, {"..//./S:", "/A:x/S"},
-      {"../S", "/A:x/S"},     {"/A:x/D:y/", "/A:x/D:y"},
-      {"../../..", ""},       {"/x/z/deep", "/A:x/C:z/E:deep"},
-      {"/solo", "/A:solo"},
-  };
-  for (const auto& [path, expected] : found)
-    EXPECT_EQ(from->getRelativeObject(path)->getPath(), expected) << path;
-
-  const auto errorAt = [from](const char* path) { return errorOf([=] { from->getRelativeObject(path); }); };
-  EXPECT_EQ(errorAt("../y"),
-            objectError("getRelativeObjectInternal", "More than one object with name 'y' exists."));
-  EXPECT_EQ(errorAt("solo"), objectError("getRelativeObjectInternal", "No object with name 'solo' exists."));
-  EXPECT_EQ(errorAt("../B:z"), objectError("getChildObjectByNameAndType", "Object 'B:z' does not exist."));
-  EXPECT_EQ(errorAt("/A:x/none"),
-            ErrorMsg("GenericKSLObject", "makeParentLinks", "Object '/A:x/none' does not exist.", 4));
-}
-
-TEST_F(KSLObjectTest, SearchesUpwardForTheWholePath)
-{
-  add("", "A", "top");
-  add("/A:top", "B", "mid");
-  add("/A:top/B:mid", "C", "low");
-  add("/A:top", "T", "target");
-  add("", "U", "target");
-  add("/U:target", "V", "inside");
-  add("", "W", "twin");
-  add("", "X", "twin");
+  for (const auto& [parent, type, name] : {std::tuple("", "A", "top"),
+                                           {"/A:top", "B", "mid"},
+                                           {"/A:top/B:mid", "C", "low"},
+                                           {"/A:top/B:mid/C:low", "E", "deep"},
+                                           {"/A:top", "T", "target"},
+                                           {"/A:top", "D", "mid"},
+                                           {"", "U", "target"},
+                                           {"/U:target", "V", "inside"},
+                                           {"", "W", "twin"},
+                                           {"", "X", "twin"},
+                                           {"/A:top", "S", "S"}})
+    add(parent, type, name);
   KSLObject* const low = db().getObjectByPath("/A:top/B:mid/C:low");
-  low->setSearchUpForRelativeObjects(true);
+  const auto found = [low](const char* path) {
+    std::string text;
+    const ErrorMsg error = errorOf([&] { text = low->getRelativeObject(path)->getPath(); });
+    return text + (text.empty() && !error.getMessage().empty() ? toText(error) : "");
+  };
+  const auto none = [](const char* function, const std::string& message) {
+    return toText(objectError(function, message));
+  };
+  const char* const byName = "getRelativeObjectInternal";
+  const char* const byBoth = "getChildObjectByNameAndType";
+  const std::pair<const char*, std::string> here[] = {
+      {"", "/A:top/B:mid/C:low"},
+      {"deep", "/A:top/B:mid/C:low/E:deep"},
+      {"../../..//./U:target/inside", "/U:target/V:inside"},
+      {"../../S:", "/A:top/S"},
+      {"../../S", "/A:top/S"},
+      {"../../..", ""},
+      {"/A:top/D:mid/", "/A:top/D:mid"},
+      {"/top/S", "/A:top/S"},
+      {"../../mid", none(byName, "More than one object with name 'mid' exists.")},
+      {"target", none(byName, "No object with name 'target' exists.")},
+      {"../C:z", none(byBoth, "Object 'C:z' does not exist.")},
+      {"/A:top/none", "error[4] GenericKSLObject::makeParentLinks: Object '/A:top/none' does not exist."},
+  };
+  for (const auto& [path, expected] : here)
+    EXPECT_EQ(found(path), expected) << path;
 
-  for (const auto& [path, expected] : {std::pair("target", "/A:top/T:target"),
-                                       {"target/V:inside", "/U:target/V:inside"},
-                                       {"target/inside", "/U:target/V:inside"},
-                                       {"twin", "More than one object with name 'twin' exists."},
-                                       {"none/x", "No object with name 'none' exists."},
-                                       {"T:target", "Object 'T:target' does not exist."},
-                                       // from where the search does not go up
-                                       {"../target", "No object with name 'target' exists."}}) {
-    std::string found;
-    const std::string error = errorOf([&] { found = low->getRelativeObject(path)->getPath(); }).getMessage();
-    EXPECT_EQ(found + error, expected) << path;
-  }
+  low->setSearchUpForRelativeObjects(true);
+  const std::pair<const char*, std::string> upward[] = {
+      {"target", "/A:top/T:target"},
+      {"target/V:inside", "/U:target/V:inside"},  // the whole path counts
+      {"target/inside", "/U:target/V:inside"},
+      {"twin", none(byName, "More than one object with name 'twin' exists.")},
+      {"none/x", none(byName, "No object with name 'none' exists.")},
+      {"T:target", none(byBoth, "Object 'T:target' does not exist.")},
+      {"../target", none(byName, "No object with name 'target' exists.")},  // not upward from there
+  };
+  for (const auto& [path, expected] : upward)
+    EXPECT_EQ(found(path), expected) << path;
 }
 
 // ------------------------------------------------------------------------------------- parameters against a model

@@ -40,24 +40,28 @@ TEST_F(ObjectDBTest, RefusedAdditionsChangeNothing)
   EXPECT_EQ(refused(makeObject("/A:x/", "B", "y")), expected("Path '/A:x//B:y' is not normal."));
 }
 
-TEST_F(ObjectDBTest, FindsByPathAndByTopLevelName)
+TEST_F(ObjectDBTest, FindsByPathNameTypeAndCategory)
 {
-  KSLObject* const x = add("", "A", "x");
+  Category::addCategory("blue");
+  for (const char* name : {"z", "y"})
+    PrototypeEditor(*static_cast<DataKSLObject*>(add("", "B", name))).setCategory("blue");
+  KSLObject* const x = add("", "A", "x", {{"p", "", "7"}});
   KSLObject* const inner = add("/A:x", "B", "inner");
-  add("", "SETUP", "SETUP");
-  add("", "A", "twin");
-  add("", "B", "twin");
-
+  add("", "A", "z");
   EXPECT_EQ(db().getObjectByPath("//A:x/./B:inner/"), inner);
   EXPECT_EQ(db().getObjectByPath("A:x"), nullptr);
   EXPECT_EQ(db().getObjectByPath("."), db().getRoot());
   EXPECT_EQ(db().getObjectByName("x"), x);
   EXPECT_EQ(db().getObjectByName("inner"), nullptr);
-  EXPECT_TRUE(db().hasObject("/A:x/") && db().hasObject("SETUP") && db().hasObject("/"));
-  EXPECT_FALSE(db().hasObject("/A:y") || db().hasObject("inner"));
-  const ErrorMsg ambiguous("ObjectDB", "getObjectByName", "Object name twin is ambiguous.", 4);
-  EXPECT_EQ(errorOf([] { db().hasObject("twin"); }), ambiguous);
-
+  EXPECT_EQ(errorOf([] { db().hasObject("z"); }),
+            ErrorMsg("ObjectDB", "getObjectByName", "Object name z is ambiguous.", 4));
+  EXPECT_EQ(names(db().getRoot()->getChildObjects()), "A:x A:z B:z B:y ");
+  EXPECT_EQ(names(db().getObjectsByCategory("blue")), "B:z B:y ");
+  EXPECT_EQ(names(db().getObjectsByType("/A:x", "B")), "B:inner ");
+  EXPECT_EQ(db().getState({"none", "x"}),
+            "\n" + std::string(51, '-') + "\nA:x\n  B:inner\n  END\nEND\n\nScheduler list for A:x\n");
+  EXPECT_EQ(reported.errors(),
+            std::vector{ErrorMsg("ObjectDB", "getState", "Object 'none' does not exist.", 8)});
   ObjectDB::supportOldStylePaths();
   EXPECT_EQ(db().getObjectByPath("A:x/B:inner"), inner);
 }
@@ -134,45 +138,6 @@ TEST_F(ObjectDBTest, AdditionThatAnObserverRefusesLeavesNoTrace)
   db().registerChangeNotify(nullptr);
   added->setValue("p", "4");
   EXPECT_EQ(listener.take(), "");
-}
-
-TEST_F(ObjectDBTest, ListsChildrenByTypeAndCategory)
-{
-  Category::addCategory("blue");
-  for (const char* name : {"z", "y", "x"})
-    PrototypeEditor(*static_cast<DataKSLObject*>(add("", "B", name))).setCategory("blue");
-  add("", "A", "a")->setPendingDelete(true);
-  add("/A:a", "B", "inner");
-
-  EXPECT_EQ(names(db().getRoot()->getChildObjects()), "A:a B:z B:y B:x ");
-  EXPECT_EQ(names(db().getObjectsByCategory("blue")), "B:z B:y B:x ");
-  EXPECT_EQ(names(db().getObjectsByType("/A:a", "B")), "B:inner ");
-  EXPECT_EQ(db().getNamesByType("B"), (std::vector<std::string>{"z", "y", "x"}));
-  EXPECT_EQ(db().getAllObjectPathsByCategory("blue"), (std::vector<std::string>{"/B:x", "/B:y", "/B:z"}));
-  EXPECT_EQ(db().getPathsPendingDeletion("ALL OBJECTS"), std::vector<std::string>{"/A:a"});
-  EXPECT_EQ(errorOf([] { db().getNamesByType(""); }),
-            ErrorMsg("ObjectDB", "getNamesByType", "Input parameter p_type is empty.", 4));
-}
-
-TEST_F(ObjectDBTest, StateReportsWhatIsMissingAndGoesOn)
-{
-  EXPECT_EQ(db().getState({"none"}), "");
-  EXPECT_TRUE(reported.errors().empty());
-  add("", "B", "b", {{"p"}, {"q"}})->setValue("p", "1,2");
-  add("", "A", "a", {{"p"}})->setValue("p", "7");
-  add("/B:b", "C", "C", {{"p", "String", "9"}});
-
-  EXPECT_EQ(db().getState({}), "/A:a\n/B:b\n/B:b/C\n");
-  const std::string rule = "\n" + std::string(51, '-') + "\n";
-  EXPECT_EQ(db().getState({"/B:b", "", "none", "a"}),
-            rule + "B:b\n  p = 1,2\n  C:\n  END\nEND\n\nScheduler list for B:b\n" + rule
-                + "A:a\n  p = 7\nEND\n\nScheduler list for A:a\n");
-  EXPECT_EQ(reported.errors(),
-            std::vector{ErrorMsg("ObjectDB", "getState", "Object 'none' does not exist.", 8)});
-
-  std::vector<std::pair<std::string, std::string>> found{{"old", "old"}};
-  db().getObjectsWithParameter("p", found);
-  EXPECT_EQ(found, (std::vector<std::pair<std::string, std::string>>{{"/A:a", "7"}, {"/B:b/C", "9"}}));
 }
 
 TEST_F(ObjectDBTest, ManyChildrenAndDeepChainsAreNoTrouble)

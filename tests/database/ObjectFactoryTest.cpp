@@ -1,7 +1,5 @@
 #include "database/ObjectFactory.h"
 
-#include "database/ObjectRules.h"
-#include "database/ObjectRulesDef.h"
 #include "TestObjects.h"
 
 namespace orv::test {
@@ -44,36 +42,6 @@ TEST_F(ObjectFactoryTest, RefusedPrototypesStayTheCallers)
   auto param = makeParam({"p"});
   EXPECT_EQ(errorOf([&] { factory().addParam(param.get()); }),
             factoryError("addParameter", "Duplicate data: Parameter 'p' already exists."));
-}
-
-TEST_F(ObjectFactoryTest, ObjectsCarryWhatTheirPrototypeHas)
-{
-  Category::addCategory("deletable");
-  auto made = prototype("A", {{"out", "String", "default"}, {"in", "String", "2"}});
-  PrototypeEditor editor(static_cast<DataKSLObject&>(*made));
-  editor.setCategory("deletable");
-  editor.findParam("in")->setInternal(true);
-  made->setObjectRules(refcnt_ptr<const ObjectRules>(new ObjectRules(ObjectRulesDef())));
-  made->addDependent(made.get(), made->getParam("out"));
-  factory().addObject(prototype("B"));
-  factory().addObject(std::move(made));
-
-  const auto object = factory().createObject("/P:p", "A", "x");
-  EXPECT_EQ(object->getPath(), "/P:p/A:x");
-  EXPECT_TRUE(object->isA("A") && object->isA("deletable") && !object->isA("B"));
-  EXPECT_EQ(object->getObjectRules(), factory().getObjectRules("A"));
-  EXPECT_TRUE(object->getDependents().empty());
-  object->setValue("out", "own");
-  EXPECT_EQ(factory().createObject("A", "y")->getValue("out"), "default");
-  EXPECT_EQ(errorOf([] { factory().createObject("", "N", "x"); }),
-            factoryError("createObject", "Could not find object: N"));
-
-  using Texts = std::vector<std::string>;
-  using Values = std::map<std::string, std::string>;
-  EXPECT_EQ(factory().getObjectTypes(), (Texts{"A", "B"}));
-  EXPECT_EQ(factory().getTypesByCategory("deletable"), Texts{"A"});
-  EXPECT_EQ(factory().getParamsForObjectType("A", true), (Values{{"in", "2"}, {"out", "default"}}));
-  EXPECT_EQ(factory().getFilteredParamNames("A", internalParams), Texts{"in"});
 }
 
 }  // namespace

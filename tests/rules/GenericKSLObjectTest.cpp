@@ -90,24 +90,12 @@ TEST_F(GenericKSLObjectTest, SchedulersOfAnObjectRunAlongTheirLinks)
 {
   edit().addSchedulerLink("C", "A");
   Logging* object = add("x");
-  EXPECT_EQ(object->getSchedulerInfo(),
-            "\nScheduler list for T:x\n"
-            "  A: pending; parents: /T:x (C) x1; children: none\n"
-            "  B: pending; parents: none; children: none\n"
-            "  C: pending; parents: none; children: /T:x (A) x1\n");
   object->update();
-  EXPECT_EQ(Logging::log, "B C A ");
   object->update();
   EXPECT_EQ(Logging::log, "B C A ");
   object->getSchedulerObject("C")->setPending();
-  EXPECT_FALSE(object->getSchedulerObject("B")->isPending());
   object->update();
   EXPECT_EQ(Logging::log, "B C A C A ");
-  SchedulerObject nobodys[2];
-  for (SchedulerObject& parent : nobodys)
-    parent.addChild(object->getSchedulerObject("A"), true);
-  EXPECT_TRUE(object->getSchedulerParentObjects().empty());
-
   edit().addSchedulerLink("A", "C");
   EXPECT_EQ(thrown<ksl::cyclicRef>([&] { add("z"); }).getMessage(),
             "Attempt to create a cyclic dependency between object z (C) and object z (A).");

@@ -208,9 +208,6 @@ TEST_F(KSLRulesTest, WarnsOfRulesThatWillMakeTrouble)
     restart();
     EXPECT_EQ(outcome(rules(params + row.rules)), row.outcome) << row.rules;
   }
-  restart();
-  m_options.applyObjectRules = false;  // then no context rule is ever asked
-  EXPECT_EQ(outcome(rules(params + selected("Free", "a, b"))), "");
 }
 
 // ----------------------------------------------------------------------------------------- what comes out

@@ -85,17 +85,6 @@ std::string line(const std::string& name, bool pending, const Edges& children, c
   return text;
 }
 
-[[noreturn]] void fail(int failure)
-{
-  if (failure == 0)
-    throw data::invalid("Plugin", "work", "library failed");
-  if (failure == 1)
-    throw std::runtime_error("standard failed");
-  if (failure == 2)
-    throw 7;
-  throw Interrupt("Plugin", "work", "stop");
-}
-
 // Schedulers at places in ascending order of address, driven by scripts. Shared by both sides: what is done,
 // not what it does.
 template <class Graph>
@@ -105,7 +94,7 @@ void perform(Graph& graph, const Script& script)
     if (act.kind == Act::renew)
       graph.renew(act.a);
     else if (act.kind == Act::fail)
-      fail(act.b % 4);
+      throw data::invalid("Plugin", "work", "failed");
     else if (graph.exists(act.a) && (act.kind > Act::unlink || (graph.exists(act.b) && act.a != act.b)))
       graph.act(act);
   }
@@ -119,10 +108,6 @@ void step(Graph& graph, const Script& script, std::string& events)
     perform(graph, script);
   } catch (const Error& error) {
     events += " !" + error.getClassName() + " " + error.getMessage();
-  } catch (const std::exception&) {
-    events += " !standard";
-  } catch (int) {
-    events += " !foreign";
   }
 }
 
@@ -169,14 +154,11 @@ class Real {
   }
 
  private:
-  Edges edges(const LinkMap& links) const
+  static Edges edges(const LinkMap& links)
   {
     Edges found;
-    for (const auto& [other, count] : links) {
-      const auto node = std::find_if(m_nodes.begin(), m_nodes.end(),
-                                     [other](const auto& one) { return one && &*one == other; });
-      found.emplace_back(static_cast<int>(node - m_nodes.begin()), count);
-    }
+    for (const auto& [other, count] : links)
+      found.emplace_back(other->getName().back() - '0', count);
     return found;
   }
 
@@ -288,23 +270,12 @@ class Model {
   void calculate(int i)
   {
     m_log.events += " " + nameOf(i);
-    const auto report = [&](const char* message) {
-      m_log.reported.emplace_back("SchedulerObject", "update", _(message, nameOf(i)), errorType::ordinary);
-    };
     try {
       runNext(m_calculations[i]);
     } catch (const Error& error) {
-      if (!m_catching || dynamic_cast<const Interrupt*>(&error))
+      if (!m_catching)
         throw;
       m_log.reported.emplace_back(error);
-    } catch (const std::exception&) {
-      if (!m_catching)
-        throw;
-      report("Operation '%s' failed (system exception: standard failed).");
-    } catch (int) {
-      if (!m_catching)
-        throw;
-      report("Operation '%s' failed with unrecognized exception.");
     }
   }
   void update(int i)
@@ -428,6 +399,26 @@ TEST(SchedulerObject, RefusalsTellWhatIsWrongAndChangeNothing)
   a.setPending();
   const SchedulerObject copy(a);  // without edges
   EXPECT_TRUE(copy.isPending() && copy.getChildren().empty() && copy.getKSLObject() == &owner);
+}
+
+TEST(SchedulerObject, CaughtFailuresAreReportedAndInterruptsAreNot)
+{
+  Catching sink(true);
+  Owner owner;
+  SchedulerObject a("Cut", &owner, "T");
+  const auto failWith = [&](auto failure) {
+    owner.onCalculate = [failure](const std::string&) { throw failure; };
+    a.setPending();
+    a.update();
+  };
+  failWith(std::runtime_error("standard failed"));
+  failWith(7);
+  EXPECT_THROW(failWith(Interrupt("Plugin", "work", "stop")), Interrupt);
+  EXPECT_FALSE(a.isPending());
+  const auto error = [](const char* text) { return ErrorMsg("SchedulerObject", "update", text, 4); };
+  EXPECT_EQ(sink.reported.errors(),
+            (std::vector{error("Operation 'Cut' failed (system exception: standard failed)."),
+                         error("Operation 'Cut' failed with unrecognized exception.")}));
 }
 
 TEST(SchedulerObject, EndlessNestingIsAnErrorNotACrash)

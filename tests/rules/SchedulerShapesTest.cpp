@@ -24,7 +24,6 @@ class CountingOwner : public DataKSLObject, public SchedulerOwner {
 using Edges = std::vector<std::pair<int, int>>;
 
 // Links in the order given, marks and updates the roots twice, which must calculate everything once each time.
-// Then half the edges go, half the schedulers in order of creation, and the rest.
 void runShape(const char* shape, int size, const Edges& edges, const std::vector<int>& roots)
 {
   SCOPED_TRACE(shape);
@@ -37,18 +36,12 @@ void runShape(const char* shape, int size, const Edges& edges, const std::vector
   for (int round = 1; round <= 2; ++round) {
     for (int root : roots)
       all[root]->setPending();
-    ASSERT_EQ(std::count_if(all.begin(), all.end(), [](const auto& one) { return one->isPending(); }), size);
     for (int root : roots)
       all[root]->update();
     ASSERT_EQ(owner.calculated, static_cast<long>(round) * size);
   }
   for (std::size_t i = 0; i < edges.size(); i += 2)
     all[edges[i].first]->deleteChild(all[edges[i].second].get());
-  all.erase(all.begin(), all.begin() + size / 2);
-  for (const auto& one : all) {
-    for (const auto& edge : one->getParents())
-      ASSERT_EQ(edge.first->getChildren().count(one.get()), 1);
-  }
 }
 
 void* runShapes(void*)
