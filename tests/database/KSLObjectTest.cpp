@@ -39,7 +39,6 @@ TEST_F(KSLObjectTest, IdentityIsGivenOnceAndChecked)
             objectError("setPath", "Object 'LIGHT' already initialized."));
   KSLObject::supportOldStylePaths();
   EXPECT_EQ(makeObject("P:p/", "B", "y")->getPath(), "/P:p/B:y");
-
   using Pair = std::pair<std::string, std::string>;
   EXPECT_EQ(KSLObject::splitObjectTypeAndName(R"(A: " no #1 " # the first)"), Pair("A", "no #1"));
   EXPECT_EQ(
@@ -68,11 +67,8 @@ TEST_F(KSLObjectTest, FindsRelativeObjects)
     const ErrorMsg error = errorOf([&] { text = low->getRelativeObject(path)->getPath(); });
     return text + (text.empty() && !error.getMessage().empty() ? toText(error) : "");
   };
-  const auto none = [](const char* function, const std::string& message) {
-    return toText(objectError(function, message));
-  };
-  const char* const byName = "getRelativeObjectInternal";
-  const char* const byBoth = "getChildObjectByNameAndType";
+  const std::string byName = "error[4] KSLObject::getRelativeObjectInternal: ";
+  const std::string byBoth = "error[4] KSLObject::getChildObjectByNameAndType: ";
   const std::pair<const char*, std::string> here[] = {
       {"", "/A:top/B:mid/C:low"},
       {"deep", "/A:top/B:mid/C:low/E:deep"},
@@ -82,9 +78,9 @@ TEST_F(KSLObjectTest, FindsRelativeObjects)
       {"../../..", ""},
       {"/A:top/D:mid/", "/A:top/D:mid"},
       {"/top/S", "/A:top/S"},
-      {"../../mid", none(byName, "More than one object with name 'mid' exists.")},
-      {"target", none(byName, "No object with name 'target' exists.")},
-      {"../C:z", none(byBoth, "Object 'C:z' does not exist.")},
+      {"../../mid", byName + "More than one object with name 'mid' exists."},
+      {"target", byName + "No object with name 'target' exists."},
+      {"../C:z", byBoth + "Object 'C:z' does not exist."},
       {"/A:top/none", "error[4] GenericKSLObject::makeParentLinks: Object '/A:top/none' does not exist."},
   };
   for (const auto& [path, expected] : here)
@@ -95,10 +91,10 @@ TEST_F(KSLObjectTest, FindsRelativeObjects)
       {"target", "/A:top/T:target"},
       {"target/V:inside", "/U:target/V:inside"},  // the whole path counts
       {"target/inside", "/U:target/V:inside"},
-      {"twin", none(byName, "More than one object with name 'twin' exists.")},
-      {"none/x", none(byName, "No object with name 'none' exists.")},
-      {"T:target", none(byBoth, "Object 'T:target' does not exist.")},
-      {"../target", none(byName, "No object with name 'target' exists.")},  // not upward from there
+      {"twin", byName + "More than one object with name 'twin' exists."},
+      {"none/x", byName + "No object with name 'none' exists."},
+      {"T:target", byBoth + "Object 'T:target' does not exist."},
+      {"../target", byName + "No object with name 'target' exists."},  // not upward from there
   };
   for (const auto& [path, expected] : upward)
     EXPECT_EQ(found(path), expected) << path;

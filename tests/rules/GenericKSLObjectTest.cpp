@@ -90,6 +90,11 @@ TEST_F(GenericKSLObjectTest, SchedulersOfAnObjectRunAlongTheirLinks)
 {
   edit().addSchedulerLink("C", "A");
   Logging* object = add("x");
+  EXPECT_EQ(object->getSchedulerInfo(),
+            "\nScheduler list for T:x\n"
+            "  A: pending; parents: /T:x (C) x1; children: none\n"
+            "  B: pending; parents: none; children: none\n"
+            "  C: pending; parents: none; children: /T:x (A) x1\n");
   object->update();
   object->update();
   EXPECT_EQ(Logging::log, "B C A ");
