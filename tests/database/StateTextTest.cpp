@@ -59,22 +59,5 @@ TEST_F(StateTextTest, WritesEssentialAndSetParametersOfTheContext)
   EXPECT_EQ(object->getState(externalParams), "A:x\n  app = 9\n  may = 9\n  must = 9\nEND\n");
 }
 
-TEST_F(StateTextTest, NestsChildrenAndStripsThoseOfTheApplication)
-{
-  Category::addCategory("application-object");
-  auto* const top = add("", "TOP", "TOP", {{"p"}});
-  top->setValue("p", "a, b");
-  add("/TOP", "Z", "late");
-  auto* const hidden = static_cast<DataKSLObject*>(add("/TOP", "A", "hidden"));
-  PrototypeEditor(*hidden).setCategory("application-object");
-  add("/TOP/A:hidden", "B", "inner");
-  add("/TOP/Z:late", "S", "S", {{"q", "", "default"}});
-
-  const std::string shown = "  Z:late\n    S:\n    END\n  END\nEND\n";
-  EXPECT_EQ(top->getState(allParams), "TOP:\n  p = a, b\n  A:hidden\n    B:inner\n    END\n  END\n" + shown);
-  EXPECT_EQ(top->getAppStrippedState(), "TOP:\n  p = a, b\n" + shown);
-  EXPECT_EQ(db().getRoot()->getState(allParams), top->getState(allParams));
-}
-
 }  // namespace
 }  // namespace orv::test

@@ -170,64 +170,6 @@ TEST(Continuation, WrapsAtTheWidthAndIndents)
                           "END", "# C: c", "v = \\ ", "w = 1"));
 }
 
-// ------------------------------------------------------------------------------------------------ lines of KSL
-
-class Tracer : public MiniKSLParser {
- public:
-  using MiniKSLParser::MiniKSLParser;
-  Texts trace;
-
- protected:
-  void newObject(const std::string& type, const std::string& name) override
-  {
-    add(inReplaceMode() ? "replace" : "new", type + "," + name);
-  }
-  void newParameter(const std::string& name, const std::string& value) override
-  {
-    add("param", name + "," + value);
-  }
-  void endObject() override { add("end", openBlocks().back().second); }
-  void otherLine(const std::string& line) override { add("other", line); }
-
- private:
-  void add(const std::string& what, const std::string& text)
-  {
-    trace.push_back(std::to_string(currentIndex()) + " " + std::to_string(openBlocks().size()) + " " + what
-                    + " " + text);
-  }
-};
-
-TEST(MiniKSLParser, CallsBackForEachLine)
-{
-  Tracer parser({"END", "A: a # c", "  &replace B: \"b b\"", "# C: c", "", "p = 1, 2 # two", "END", "  > act",
-                 "D:", "END", "END", "q =", "A:b = c"});
-  for (int round = 0; round < 2; ++round) {
-    parser.trace.clear();
-    parser.parse();
-    EXPECT_THAT(parser.trace,
-                ElementsAre("0 0 other END", "1 1 new A,a", "2 2 replace B,b b", "5 2 param p,1, 2",
-                            "6 2 end b b", "7 1 other   > act", "8 2 new D,D", "9 2 end D", "10 1 end a",
-                            "11 0 param q,", "12 0 other A:b = c"));
-  }
-}
-
-RC_GTEST_PROP(KSLBuilder, WhatIsWrittenReadsBack, ())
-{
-  const auto name = "n" + simplifyWhitespace(*textOf("ab #\\"));
-  const auto value = simplifyWhitespace(*textOf("ab:=\\ "));
-  KSLBuilder builder;
-  builder.beginObject("A", name);
-  builder.addParam("p", value);
-  builder.beginObject("S", "S");
-  builder.endObject();
-  builder.endObject();
-  Tracer reader(removeContinuation(stringToVector(builder.text(), '\n')));
-  reader.parse();
-  RC_ASSERT(
-      reader.trace
-      == (Texts{"0 1 new A," + name, "1 1 param p," + value, "2 2 new S,S", "3 2 end S", "4 1 end " + name}));
-}
-
 // ---------------------------------------------------------------------------------------------------- paths
 
 RC_GTEST_PROP(PathUtils, FilterKeepsWhatHasNoAncestorInTheList, ())
