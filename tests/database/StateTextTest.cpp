@@ -7,37 +7,32 @@
 namespace orv::test {
 namespace {
 
-// An object whose rules know the contexts "near" and "far", chosen by the parameter "Mode".
-class StateTextTest : public DatabaseTest {
- protected:
-  StateTextTest() : object(makeObject("", "A", "x", {}))
-  {
-    ObjectRulesDef def;
-    def.setContextRuleName("Mode");
-    def.setAllowedOptions({"near", "far"});
-    def.addEssentialParams({"Mode", "must"});
-    def.addOptionalParams({"may", "app", "empty"});
-    def.addEssentialParams("near", {"near must"});
-    def.addOptionalParams("far", {"far may"});
-    object->setObjectRules(refcnt_ptr<const ObjectRules>(new ObjectRules(def)));
-    for (const ParamSpec& spec : {ParamSpec{"Mode", "", "near"},
+class StateTextTest : public DatabaseTest {};
+
+// The object's rules know the contexts "near" and "far", chosen by the parameter "Mode".
+TEST_F(StateTextTest, WritesEssentialAndSetParametersOfTheContext)
+{
+  ObjectRulesDef def;
+  def.setContextRuleName("Mode");
+  def.setAllowedOptions({"near", "far"});
+  def.addEssentialParams({"Mode", "must"});
+  def.addOptionalParams({"may", "app", "empty"});
+  def.addEssentialParams("near", {"near must"});
+  def.addOptionalParams("far", {"far may"});
+  const auto object = makeObject("", "A", "x",
+                                 {{"Mode", "", "near"},
                                   {"must", "", "1"},
                                   {"may", "", "2"},
                                   {"near must", "", "3"},
                                   {"far may", "", "4"},
                                   {"unlisted", "", "5"},
                                   {"empty", "", ""},
-                                  {"secret", "", "6"}})
-      PrototypeEditor(*object).addParameter(makeParam(spec));
-    PrototypeEditor(*object).addParameter(
-        std::make_unique<ParamDefinition>("app", "", "", "", "7", "application-param"));
-    PrototypeEditor(*object).findParam("secret")->setInternal(true);
-  }
-  std::unique_ptr<DataKSLObject> object;
-};
+                                  {"secret", "", "6"}});
+  object->setObjectRules(refcnt_ptr<const ObjectRules>(new ObjectRules(def)));
+  PrototypeEditor(*object).addParameter(
+      std::make_unique<ParamDefinition>("app", "", "", "", "7", "application-param"));
+  PrototypeEditor(*object).findParam("secret")->setInternal(true);
 
-TEST_F(StateTextTest, WritesEssentialAndSetParametersOfTheContext)
-{
   EXPECT_EQ(object->getState(allParams), "A:x\n  Mode = near\n  must = 1\n  near must = 3\nEND\n");
   for (const char* name : {"must", "may", "near must", "far may", "unlisted", "secret", "app"})
     object->setValue(name, "9");

@@ -4,7 +4,6 @@
 #include <cstdint>
 #include <gtest/gtest.h>
 #include <limits>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
