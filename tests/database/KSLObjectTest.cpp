@@ -307,6 +307,7 @@ TEST_F(KSLObjectTest, DeletedObjectsLeaveTheListsThatNameThem)
   a->addDependent(user, user->getParam("List"));
   b->addDependent(user, user->getParam("List"));
   b->addDependent(user, user->getParam("Other"));
+  const KSLCoreTreeAndLeafModel model;
   DependentUpdates updates;
   a->addToDependentUpdates(&updates);
   b->addToDependentUpdates(&updates);
@@ -314,10 +315,10 @@ TEST_F(KSLObjectTest, DeletedObjectsLeaveTheListsThatNameThem)
   updates.setModifiedParam("/U:none", "List", "x", false);
   updates.setModifiedParam("/U:u", "Other", "c,a", true);
   updates.setModifiedParam("/U:u", "Other", "a,b,c", true);
+  updates.getExternalChanges(&model);  // made again after what follows
   for (const char* left : {"x", "y"})  // nothing is named by both
     updates.setModifiedParam("/U:u", "Disjoint", left, false);
 
-  const KSLCoreTreeAndLeafModel model;
   EXPECT_EQ(TestSystem::render(*updates.getExternalChanges(&model)),
             "change /U:u Disjoint =  (x,y)\nchange /U:u List = gone (/A:a, a , /B:b/A:a,b, gone)\n"
             "change /U:u Other =  (/B:b)\n");

@@ -78,6 +78,7 @@ TEST(StringUtilities, ListsAndPairs)
       {R"(f("),", 2), d)", {R"(f("),", 2))", "d"}},
       {R"(5", 6)", {R"(5")", "6"}},     // never closed
       {"(a[1,b),c", {"(a[1,b)", "c"}},  // the inner one is never closed, the outer one is
+      {"{a],b},c", {"{a],b}", "c"}},    // never opened
       {"[(a,b],c),d", {"[(a,b]", "c)", "d"}},
   };
   for (const auto& [text, items] : cases)
@@ -164,7 +165,7 @@ TEST(Continuation, WrapsAtTheWidthAndIndents)
   const std::string part = margin + "xxxxxxxxx\\\n";
   EXPECT_EQ(splitStringToSize("a " + std::string(30, 'x'), 9, 20),
             margin + "a \\\n" + part + part + part + margin + "xxx");
-  EXPECT_THAT(indentKSL({"A: a  # b = c", "B:", "x = 1 \\", "y: z", "", "  END # B", "> act A:a", "END",
+  EXPECT_THAT(indentKSL({"A: a  # b = c", "B:", "x = 1 \\", "y: z", "  ", "  END # B", "> act A:a", "END",
                          "END", "# C: c", "v = \\ ", "w = 1"}),
               ElementsAre("A: a  # b = c", "  B:", "    x = 1 y: z", "", "  END # B", "  > act A:a", "END",
                           "END", "# C: c", "v = \\ ", "w = 1"));
