@@ -85,8 +85,7 @@ std::string line(const std::string& name, bool pending, const Edges& children, c
   return text;
 }
 
-// Schedulers at places in ascending order of address, driven by scripts. Shared by both sides: what is done,
-// not what it does.
+// Schedulers at places, driven by scripts. Shared by both sides: what is done, not what it does.
 template <class Graph>
 void perform(Graph& graph, const Script& script)
 {
@@ -157,8 +156,8 @@ class Real {
   static Edges edges(const LinkMap& links)
   {
     Edges found;
-    for (const auto& [other, count] : links)
-      found.emplace_back(other->getName().back() - '0', count);
+    for (const LinkMap::Entry& edge : links)
+      found.emplace_back(edge.first->getName().back() - '0', static_cast<int>(edge.second));
     return found;
   }
 
@@ -185,6 +184,7 @@ class Model {
   {
     destroy(i);
     m_nodes[i] = std::make_shared<Node>();
+    m_nodes[i]->id = {++m_made, i};
   }
   void act(const Act& act)
   {
@@ -196,10 +196,11 @@ class Model {
                                  + " (T) and object " + nameOf(act.b) + " (T).");
       }
       if (!node.updating)
-        ++node.children[act.b];
+        ++node.children[m_nodes[act.b]->id];
     } else if (act.kind == Act::unlink) {
-      if (node.children.count(act.b) != 0 && --node.children[act.b] == 0)
-        node.children.erase(act.b);
+      const auto edge = node.children.find(m_nodes[act.b]->id);
+      if (edge != node.children.end() && --edge->second == 0)
+        node.children.erase(edge);
     } else if (act.kind == Act::mark) {
       for (int i : below(act.a))
         m_nodes[i]->pending = true;
@@ -215,30 +216,38 @@ class Model {
     for (int i = 0; i < places; ++i) {
       if (!m_nodes[i])
         continue;
-      Edges parents;
-      for (int j = 0; j < places; ++j) {
-        if (m_nodes[j] && m_nodes[j]->children.count(i) != 0)
-          parents.emplace_back(j, m_nodes[j]->children.at(i));
+      std::map<Id, int> parents;
+      for (const auto& node : m_nodes) {
+        if (node && node->children.count(m_nodes[i]->id) != 0)
+          parents[node->id] = node->children.at(m_nodes[i]->id);
       }
-      const auto& children = m_nodes[i]->children;
-      text += line(nameOf(i), m_nodes[i]->pending, Edges(children.begin(), children.end()), parents);
+      text += line(nameOf(i), m_nodes[i]->pending, edges(m_nodes[i]->children), edges(parents));
     }
     return text;
   }
 
  private:
+  using Id = std::pair<int, int>;  // how many were made by then, and the place
   struct Node {
+    Id id;
     bool pending = false;
     bool updating = false;
-    std::map<int, int> children;
+    std::map<Id, int> children;
   };
 
+  static Edges edges(const std::map<Id, int>& links)
+  {
+    Edges found;
+    for (const auto& [id, count] : links)
+      found.emplace_back(id.second, count);
+    return found;
+  }
   void destroy(int i)
   {
-    m_nodes[i].reset();
+    const std::shared_ptr<Node> gone = std::exchange(m_nodes[i], nullptr);
     for (const auto& node : m_nodes) {
-      if (node)
-        node->children.erase(i);
+      if (gone && node)
+        node->children.erase(gone->id);
     }
   }
   std::set<int> below(int start) const
@@ -248,15 +257,15 @@ class Model {
       before = reached.size();
       for (int i : std::set<int>(reached)) {
         for (const auto& edge : m_nodes[i]->children)
-          reached.insert(edge.first);
+          reached.insert(edge.first.second);
       }
     }
     return reached;
   }
   bool parentPending(int i) const
   {
-    return std::any_of(m_nodes.begin(), m_nodes.end(), [i](const auto& node) {
-      return node && node->pending && node->children.count(i) != 0;
+    return std::any_of(m_nodes.begin(), m_nodes.end(), [id = m_nodes[i]->id](const auto& node) {
+      return node && node->pending && node->children.count(id) != 0;
     });
   }
   void runNext(std::vector<Script>& scripts)
@@ -294,15 +303,16 @@ class Model {
     }
     const bool before = std::exchange(node->updating, true);
     const ScopeGuard after([&] { node->updating = before; });
-    for (int last = -1; !gone();) {
+    for (Id last; !gone();) {
       const auto next = node->children.upper_bound(last);
       if (next == node->children.end())
         break;
       last = next->first;
-      update(last);
+      update(last.second);
     }
   }
 
+  int m_made = 0;
   std::array<std::shared_ptr<Node>, places> m_nodes;
   Scripts m_calculations;
   Scripts m_delayed;
