@@ -1,5 +1,5 @@
+#include "platform/ORVUtilities.h"
 #include "command/RenamingBackCompatibilityFunctor.h"
-#include "tests/support/TestSystem.h"
 #include "tests/support/thrown.h"
 
 #include <gtest/gtest.h>
@@ -81,18 +81,6 @@ RC_GTEST_PROP(RenamingBackCompatibility, TwiceIsOnceAndTextsOfTodayStand, ())
                                           "Location = /OLD CUT:main", "Location = /OLD CUT:side")));
   const std::vector<std::string> once = rewritten(lines);
   RC_ASSERT(rewritten(once) == once);
-}
-
-TEST(RenamingBackCompatibility, TextsOfOldVersionsRunThroughTheSystem)
-{
-  RenamingBackCompatibilityFunctor table = makeTable();
-  TestSystem system;
-  system.interface()->setBackFunctor(&table);
-  system.run("OLD CUT: a\nDist = near\nSpeed = 3\nEND\nOLD CUT: b\nEND\n> delete /OLD CUT:b");
-  EXPECT_EQ(system.errors(), "");
-  EXPECT_NE(system.state().find("CUT:a"), std::string::npos);
-  EXPECT_NE(system.state().find("Offset = 1 [mm]"), std::string::npos);
-  EXPECT_EQ(system.state().find("CUT:b"), std::string::npos);
 }
 
 TEST(RenamingBackCompatibility, RefusesTablesWithoutAnEnd)
