@@ -91,8 +91,6 @@ TEST(RenamingBackCompatibility, RefusesTablesWithoutAnEnd)
   };
   EXPECT_EQ(thrown<data::invalid>([&] { table.renameType("CUT", "OLD CUT"); }),
             error("renameType", "Renaming 'CUT' to 'OLD CUT' leads back to 'CUT'."));
-  EXPECT_EQ(thrown<data::invalid>([&] { table.renameType("PAINTER", "PEN"); }),
-            error("renameType", "'PAINTER' is already renamed to 'BRUSH'."));
   EXPECT_EQ(thrown<data::invalid>([&] { table.renameParameter("OLD CUT", "Speed", "SLICE", "Pace"); }),
             error("renameParameter", "'Speed' is already renamed to ''."));
   EXPECT_EQ(thrown<data::invalid>([&] { table.renameParameter("SLICE", "a", "OLD CUT", "b"); }).getMessage(),

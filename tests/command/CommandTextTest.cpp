@@ -160,23 +160,22 @@ TEST_F(CommandText, WhateverIsThrownIsReportedOnce)
   };
   std::function<void()> raise;
   system.registerAction("raise", [&](const auto&) { raise(); });
-  const auto expect = [&](const ErrorMsg& error, const char* place) {
-    const ErrorMsg full(error.getClassName(), error.getFunction().empty() ? place : error.getFunction(),
-                        error.getMessage(), error.getType());
-    EXPECT_EQ(system.errorList(), std::vector{full});
-    EXPECT_EQ(system.state() + system.store(), "");
-  };
   for (const Case& entry : cases) {
     SCOPED_TRACE(entry.error.getMessage());
+    const auto expect = [&](const char* place) {
+      const bool named = !entry.error.getFunction().empty();
+      const ErrorMsg full(entry.error.getClassName(), named ? entry.error.getFunction() : place,
+                          entry.error.getMessage(), entry.error.getType());
+      EXPECT_EQ(system.errorList(), std::vector{full});
+      EXPECT_EQ(system.state() + system.store(), "");
+    };
     raise = entry.raise;
-    system.run("A: a\nx = 1\nEND\n>raise\n>raise");
-    expect(entry.error, "invoke");
     nested = "A: b\nEND\n>raise";
-    system.run(">nest\n>fail");
-    expect(entry.error, "invoke");
+    system.run("A: a\nx = 1\nEND\n>nest\n>fail");
+    expect("invoke");
     watcher.rewrite = [&](auto&) { raise(); };
     system.run("A: a\nx = 1\nEND");
-    expect(entry.error, "parseKSL");
+    expect("parseKSL");
     watcher.rewrite = nullptr;
   }
 }

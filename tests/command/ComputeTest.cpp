@@ -215,8 +215,6 @@ TEST_F(ComputeTest, DefaultsThatNameObjectsWaitAndKeywordsNameNone)
 {
   EXPECT_EQ(run("USER: u\nEND\n" + node("k")), "k u");
   EXPECT_EQ(m_system.errors(), "");
-  run(node("main"));
-  EXPECT_EQ(run("USER: u\nMain = main\nEND\n"), "u");  // as the default says
   expectRefused("USER: u\nMain = other\nEND\n", missing("other", "Main"));
 
   EXPECT_EQ(run(node("p") + node("k", "Pick = p")), "p k");
@@ -224,8 +222,6 @@ TEST_F(ComputeTest, DefaultsThatNameObjectsWaitAndKeywordsNameNone)
   EXPECT_EQ(value("/NODE:k", "Pick"), "None");  // which may not be empty
   EXPECT_EQ(undo(), "p k");
   EXPECT_EQ(value("/NODE:k", "Pick") + parents("/NODE:k"), "p/NODE:p");
-  run("> delete /NODE:main");
-  EXPECT_EQ(value("/USER:u", "Main"), "");
   EXPECT_EQ(m_system.errors(), "");
 }
 

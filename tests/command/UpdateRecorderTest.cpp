@@ -39,11 +39,6 @@ class UpdateRecorder : public testing::Test {
     api->recordKSLChanges(true);
     system.run("A: k\nx = 0\nB: m\ny = 1\nC: n\nEND\nEND\nEND\nA: l\nEND");
   }
-  std::string told(const char* text)
-  {
-    system.run(text);
-    return render(api->getUpdateInfo());
-  }
   TestSystem system;
   KSLCoreAPI* api = KSLCoreAPI::instance();
 };
@@ -61,8 +56,10 @@ TEST_F(UpdateRecorder, ItemsOfEachCommand)
        "1 /CUT:c Cache=7*! Colour=green Cuts= Layers=front Normal=0, 0, 1 Offset=0 [mm] Option=Plane "
        "Radius=1 [m] Visible=True\n"},
   };
-  for (const auto& [text, items] : cases)
-    EXPECT_EQ(told(text), items) << text;
+  for (const auto& [text, items] : cases) {
+    system.run(text);
+    EXPECT_EQ(render(api->getUpdateInfo()), items) << text;
+  }
   system.errorList();
 }
 
@@ -112,10 +109,9 @@ class Mirror {
   void follow(const KSLUpdateInfo* info)
   {
     const auto [first, end] = info->getUpdates();
-    for (auto item = first; item != end; ++item) {
+    for (auto item = first; item != end; ++item)
       for (const auto& [path, values] : item->objects)
         apply(item->type, path, values);
-    }
   }
   using Objects = std::map<std::string, KSLUpdateInfo::ParamValues>;
   Objects objects;
