@@ -35,33 +35,12 @@ class UpdateRecorder : public testing::Test {
  protected:
   UpdateRecorder()
   {
-    system.registerAction("fail", [](const auto&) { throw data::invalid("Test", "fail", "failed"); });
     api->recordKSLChanges(true);
     system.run("A: k\nx = 0\nB: m\ny = 1\nC: n\nEND\nEND\nEND\nA: l\nEND");
   }
   TestSystem system;
   KSLCoreAPI* api = KSLCoreAPI::instance();
 };
-
-TEST_F(UpdateRecorder, ItemsOfEachCommand)
-{
-  const std::pair<const char*, const char*> cases[] = {
-      {"A: a\nx = 1\nEND", "1 /A:a x=1* y= z=\n"},
-      {"A: a\nx = 2\nEND\nA: a\nx = 3\ny = 1\nEND\nA: l\nz = 1\nEND", "1 /A:a x=3* y=1* /A:l z=1*\n"},
-      {"A: k\nx = 1\nEND\n> delete a\nA: k\nx = 2\nEND", "1 /A:k x=1*\n2 /A:a\n1 /A:k x=2*\n"},
-      {"> undo", "1 /A:a x=3* y=1* z= /A:k x=0*\n"},
-      {"> redo", "1 /A:a y=* /A:k x=1*\n3 /A:a y=!\n1 /A:a x=*\n3 /A:a x=!\n2 /A:a\n1 /A:k x=2*\n"},
-      {"A: l\nx = 5\nEND\nA: b\nEND\n> fail", "1 /A:b x= y= z= /A:l x=5*\n2 /A:b\n1 /A:l x=*\n3 /A:l x=!\n"},
-      {"CUT: c\nCache = 7\nEND",
-       "1 /CUT:c Cache=7*! Colour=green Cuts= Layers=front Normal=0, 0, 1 Offset=0 [mm] Option=Plane "
-       "Radius=1 [m] Visible=True\n"},
-  };
-  for (const auto& [text, items] : cases) {
-    system.run(text);
-    EXPECT_EQ(render(api->getUpdateInfo()), items) << text;
-  }
-  system.errorList();
-}
 
 TEST_F(UpdateRecorder, NumbersTellWhatAReaderMissed)
 {
