@@ -183,17 +183,6 @@ TEST_F(CopyRename, ARenameThatMayNotDeleteIsTakenBack)
   system.executive().setActionFactory(&system.actions());
 }
 
-// Outside any text each submission is a command of its own.
-TEST_F(CopyRename, ExecutorsWorkOutsideATextToo)
-{
-  system.run("A: a\nx = 1\nEND");
-  system.actions().getExecutor("copy")->invoke({"copy", "from=/A:a", "to=b"});
-  system.actions().getExecutor("rename")->invoke({"rename", "from=/A:b", "to=c"});
-  EXPECT_EQ(system.state(), "A:a\n  x = 1\nEND\nA:c\n  x = 1\nEND\n");
-  EXPECT_EQ(system.undoSteps().front(), '3');
-  EXPECT_EQ(system.errors(), "");
-}
-
 TEST(RenameReferences, GoAsByADeletionAndComeBackWithOneUndo)
 {
   GenericKSLObject::registerBaseType();

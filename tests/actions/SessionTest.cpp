@@ -25,7 +25,6 @@ TEST_F(SessionTest, Modes)
   };
   const Row rows[] = {
       {nullptr, "", "old\n", "old\n", refused, ""},
-      {nullptr, ", mode=none", nullptr, made, "", ""},
       {nullptr, ", mode = over write", "old\n", made, "", ""},
       {nullptr, ", mode=Append", "old\n", "old\n",
        "error[4] WriteSessionExecutor::invoke: Invalid parameter value: 'Append'.", ""},
@@ -75,8 +74,6 @@ TEST_F(SessionTest, RefusalsChangeNothing)
       {false, "> session", "Must specify START or STOP session."},
       {false, "> session start, start", "'start' duplicately specified."},
       {false, "> session start, stop", twice},
-      {false, "> session stopsilently, start", twice},
-      {false, "> session stopsilently, stop", "'stop' duplicately specified."},
       {false, "> session stop", "Session write is not in progress."},
       {false, "> session stopsilently, filename=x", ""},
       {false, "> session start, Filename=x", "Invalid parameter in session: 'Filename'."},
@@ -183,23 +180,6 @@ TEST_F(SessionTest, AStartThatFailsLateLeavesNoFile)
   enter(line);
   EXPECT_EQ(system->errors(), "");
   EXPECT_TRUE(isRecording());
-}
-
-TEST_F(SessionTest, TheWriterUnregistersItself)
-{
-  KSLCoreAPI* api = KSLCoreAPI::instance();
-  WriteSessionExecutor* first = api->getSessionWriter();
-  {
-    WriteSessionExecutor second;
-    EXPECT_EQ(api->getSessionWriter(), &second);
-    WriteSessionExecutor third;
-    api->setSessionWriter(first);
-  }
-  EXPECT_EQ(api->getSessionWriter(), first) << "not theirs to take away";
-  auto last = std::make_unique<WriteSessionExecutor>();
-  system.reset();
-  last.reset();
-  EXPECT_EQ(KSLCoreAPI::current(), nullptr) << "not made again";
 }
 
 TEST_F(SessionTest, AKilledProcessLeavesEveryCommandWhole)

@@ -149,12 +149,10 @@ TEST_F(StateLoad, Blocks)
       {"another type of that name", "B: n\nx = 1\nEND\nB: m\nEND", "A: n\nEND", "A:n\nEND\nB:m\nEND\n"},
       {"two of one name, both meant", "A: n\nEND\nB: n\nEND", "A: n\nx = 1\nEND\nB: n\nx = 2\nEND",
        "A:n\n  x = 1\nEND\nB:n\n  x = 2\nEND\n"},
-      {"two others of that name", "A: n\nEND\nB: n\nEND", "SYMBOL: n\nEND", "SYMBOL:n\nEND\n"},
       {"results are adjusted", "BOUNDARY: w\nEND", "BOUNDARY: w\n  Visibility = Off\nEND",
        "BOUNDARY:w\n  Visibility = Off\nEND\n"},
       {"named like a result", "BOUNDARY: w\nx = 1\nEND\nB: w\nEND", "A: w\nEND\nA: v\nEND",
        "A:v\nEND\nB:w\nEND\nBOUNDARY:w\n  x = 1\nEND\n"},
-      {"results named otherwise", "A: w\nEND", "BOUNDARY: w\nEND\nBOUNDARY: v\nEND", "A:w\nEND\n"},
       {"lines that are no blocks", "A: w\nEND", "x = 1\n> delete /A:w\nB: b\nEND\n> nonsense",
        "A:w\nEND\nB:b\nEND\n"},
       {"actions in blocks", "A: w\nEND", "A: v\n  > delete /A:w\n  B: b\n  >nonsense\n  END\nEND",
@@ -176,23 +174,6 @@ TEST_F(StateLoad, Blocks)
     EXPECT_EQ(work(), row.after) << row.row;
     system.expectConsistent();
   }
-}
-
-TEST_F(StateLoad, OddNamesOfObjectsAndFiles)
-{
-  const std::string file = "\"" + folder / "a#1.qst" + "\"";
-  system.run("STATE:\nEND\nA: new\nEND\n> savestate filename=" + file);
-  EXPECT_EQ(body("a#1.qst"), "A:new\nEND\n");
-  system.run(
-      "> delete /A:new\nA: 5\" pipe\nEND\nA: end\\ \nEND\n"
-      "A: a\nEND\nA: x\"y\nEND\nA: \"n#1\"\nEND\nA: u\"v#w\"\nA: z\nEND\nEND\nA: v\\ #\nEND\nA: \"\\ #\nEND");
-  system.run("> readstate mode=overwrite, filename=" + file);
-  EXPECT_NE(work().find("A:new\nEND\n"), std::string::npos);
-  EXPECT_EQ(ObjectDB::instance()->getObjectsByType("A").size(), 1U) << "all others went";
-  system.run("> delete /A:new\n> readstate");  // the name is that in STATE
-  EXPECT_NE(ObjectDB::instance()->getObjectByPath("/A:new"), nullptr);
-  system.run("> delete /A:new, /FILE PROCESSING\n> savestate");
-  EXPECT_EQ(body("a#1.qst") + system.errors(), "");
 }
 
 TEST_F(StateLoad, OverwritingResetsResultsThatAreNotMentioned)
@@ -243,11 +224,9 @@ TEST_F(StateLoad, ResultsAreLoadedFirst)
     std::string errors = {};
   } table[] = {
       {"there", reader(there), false, "true", there},
-      {"there and beside", reader(there), true, "true", there},
       {"beside only", reader(gone), true, "true", local, tookLocal},
       {"not wanted", reader(gone), true, "false", ""},
       {"no reader", "", true, "true", ""},
-      {"a reader without a file", reader(""), true, "true", ""},
   };
   for (const auto& row : table) {
     system.run("> delete wall, /DATA READER");
