@@ -108,23 +108,6 @@ TEST_F(CopyRename, AnyValueOfATextIsCopied)
   }));
 }
 
-TEST_F(CopyRename, WarnsOfValuesThatNoLineHolds)
-{
-  for (const char* text : {"a # b", "a  b", "a\tb", " a"}) {
-    system.run("A: a\ny = 1\nEND");
-    ObjectDB::instance()->getObjectByPath("/A:a")->setValue("x", text);
-    system.run("> copy from=/A:a, to=b");
-    EXPECT_EQ(system.errorList(),
-              std::vector{ErrorMsg("KSLCopyImpl", "performCopy",
-                                   "Value of parameter 'x' of object '/A:a' cannot be read back.", 8)})
-        << text;
-    EXPECT_EQ(value("/A:b").front(), 'a');
-    system.run("> delete /A:a, /A:b");
-  }
-  system.run("A: a\nx = caf\xC3\xA9\nEND\n> copy from=/A:a, to=b");
-  EXPECT_EQ(value("/A:b") + system.errors(), "caf\xC3\xA9") << "only files cannot hold it";
-}
-
 class Modifier : public CopiedKSLModifer {
  public:
   std::string seen;

@@ -48,20 +48,6 @@ TEST_F(SessionReplay, ArgumentsAndFiles)
   }
 }
 
-TEST_F(SessionReplay, TheSettingsNameTheFileAndAreTold)
-{
-  folder.write("one.ksl", "A: one\nEND\n");
-  folder.write("two.ksl", "A: two\nEND\n");
-  enter("SESSION:\nSession Filename = " + (folder / "one.ksl") + "\nWrite Session Mode = Overwrite\nEND");
-  enter("> rs");
-  replay("two.ksl");
-  enter("> rs");
-  EXPECT_EQ(system->errors(), "");
-  EXPECT_EQ(ObjectDB::instance()->getObjectByPath("/SESSION")->getValue("Session Filename"),
-            folder / "two.ksl");
-  EXPECT_EQ(work(), "A:one\nEND\nA:two\nEND\n");
-}
-
 TEST_F(SessionReplay, AFileIsNotReplayedWithinItself)
 {
   folder.write("a.ksl", "A: a\nEND\n> rs filename=" + (folder / "b.ksl") + "\n");

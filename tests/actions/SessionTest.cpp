@@ -182,6 +182,17 @@ TEST_F(SessionTest, AStartThatFailsLateLeavesNoFile)
   EXPECT_TRUE(isRecording());
 }
 
+TEST_F(SessionTest, TheWriterUnregistersItself)
+{
+  WriteSessionExecutor* const first = KSLCoreAPI::instance()->getSessionWriter();
+  {
+    WriteSessionExecutor second;
+    WriteSessionExecutor third;
+    KSLCoreAPI::instance()->setSessionWriter(first);
+  }
+  EXPECT_EQ(KSLCoreAPI::instance()->getSessionWriter(), first) << "not theirs to take away";
+}
+
 TEST_F(SessionTest, AKilledProcessLeavesEveryCommandWhole)
 {
   system->registerAction("die", [](const std::vector<std::string>&) { kill(getpid(), SIGKILL); });
