@@ -73,7 +73,6 @@ TEST_F(SmallActions, BadArgumentsAreRefusedBeforeAnyChange)
   const std::string copy = "KSLCopyImpl::parseParams: Action 'copy' ";
   const std::string paths = "KSLCopyImpl::normalisePaths: ";
   const std::string perform = "KSLCopyImpl::performCopy: ";
-  const std::string rename = "RenameExecutor::invoke: Did not specify correct number of parameters";
   const std::string read = "ReadSessionExecutor::";
   const std::pair<const char*, std::string> rows[] = {
       {"getstate",
@@ -91,7 +90,6 @@ TEST_F(SmallActions, BadArgumentsAreRefusedBeforeAnyChange)
       {"getrulesinfo name=/A:a, type=rule",
        rules + "Syntax error: getrulesinfo type can be object or parameter."},
       {"getrulesinfo name=b", rules + "getrulesinfo: object b does not exist."},
-      {"notify", count},
       {"notify op=filechange, op=filechange, type=b", count},
       {"notify filechange", notify + "Syntax error: notify parameters should have the format: param=value"},
       {"notify Op=filechange", notify + "Invalid parameter in notify: 'Op'."},
@@ -115,7 +113,8 @@ TEST_F(SmallActions, BadArgumentsAreRefusedBeforeAnyChange)
        paths + "Attempt to rename object '/A:a' into itself (rename to '/A:a/B:b/A:d')."},
       {"copy from=/A:d, to=e", perform + "Attempt to copy nonexistent object '/A:d' failed."},
       {"rename from=/A:a, to=c", perform + "Attempt to copy to existing object '/A:c' failed."},
-      {"rename from=/A:a, to=d, to=e", rename},
+      {"rename from=/A:a, to=d, to=e",
+       "RenameExecutor::invoke: Did not specify correct number of parameters"},
   };
   for (const auto& [line, error] : rows) {
     EXPECT_EQ(printed(std::string("> ") + line), "");
@@ -183,22 +182,11 @@ TEST_F(SmallActions, GetRulesInfoPrintsWhatTheRulesSay)
 
 TEST_F(SmallActions, NotifyTellsOfFilesThatOthersChanged)
 {
-  class Files : public FileChangeManager {
-   public:
-    std::string told;
-    void registerFileChange(const std::string&, const std::string&) override {}
-    void registerExternalFileChange(const std::string& fileName, const std::string& type) override
-    {
-      told += fileName + "|" + type + ";";
-    }
-    void registerFileType(const std::string&) override {}
-  } files;
-  NotifyExecutor executor(&files);
-  executor.invoke({"notify", "op=filechange", "filename=a b.res", "type = res"});
-  executor.invoke({"notify", "type=x=y", "filename=\"c # d\"", "op=filechange"});
-  executor.invoke({"notify", "op=other", "filename=a", "type=b"});
-  EXPECT_EQ(files.told, "a b.res|res;c # d|x=y;");
-  system.run("> notify op=filechange, filename=a, type=b");  // nobody to tell
+  system.fileChanges();
+  system.run("> notify op=filechange, filename=a b.res, type = res");
+  system.run("> notify type=x=y, filename=\"c # d\", op=filechange\n> notify op=other, filename=a, type=b");
+  EXPECT_EQ(system.fileChanges(), "changed outside a b.res res; changed outside c # d x=y");
+  NotifyExecutor(nullptr).invoke({"notify", "op=filechange", "filename=a", "type=b"});  // nobody to tell
   EXPECT_EQ(system.errors(), "");
 }
 
@@ -261,10 +249,8 @@ TEST_F(Deletion, AsksTheFilterBeforeChildrenFallTogether)
     std::string seen;
     void filter(std::vector<std::string>& paths) override
     {
-      for (const std::string& path : paths)
-        seen += path + " ";
-      paths.erase(std::remove(paths.begin(), paths.end(), "/A:a/B:b"), paths.end());
-      paths.erase(std::remove(paths.begin(), paths.end(), "/VIEW"), paths.end());
+      seen = StringUtilities::vectorToString(paths, ' ');
+      std::erase_if(paths, [](const std::string& path) { return path == "/A:a/B:b" || path == "/VIEW"; });
     }
   } filter;
   DeleteExecutor executor(&filter);
@@ -274,7 +260,7 @@ TEST_F(Deletion, AsksTheFilterBeforeChildrenFallTogether)
   });
   left("nobody");
   system.run("> guarded /A:a/B:b, VIEW");
-  EXPECT_EQ(filter.seen, "/A:a/B:b /VIEW ");
+  EXPECT_EQ(filter.seen, "/A:a/B:b /VIEW");
   EXPECT_EQ(system.undoSteps().front(), '1');
   system.run("> guarded /A:a/B:b, /A:a");
   EXPECT_EQ(system.state().find("A:a"), std::string::npos) << "a protected child goes with its parent";

@@ -148,8 +148,6 @@ TEST_F(StateLoad, Blocks)
              "Processing Mode = Session\nEND\n",
        "B:b\nEND\n"},
       {"another type of that name", "B: n\nx = 1\nEND\nB: m\nEND", "A: n\nEND", "A:n\nEND\nB:m\nEND\n"},
-      {"two of one name, both meant", "A: n\nEND\nB: n\nEND", "A: n\nx = 1\nEND\nB: n\nx = 2\nEND",
-       "A:n\n  x = 1\nEND\nB:n\n  x = 2\nEND\n"},
       {"results are adjusted", "BOUNDARY: w\nEND", "BOUNDARY: w\n  Visibility = Off\nEND",
        "BOUNDARY:w\n  Visibility = Off\nEND\n"},
       {"named like a result", "BOUNDARY: w\nx = 1\nEND\nB: w\nEND", "A: w\nEND\nA: v\nEND",
@@ -164,7 +162,6 @@ TEST_F(StateLoad, Blocks)
        "A:w\n  x = 2 3\nEND\n"},
       {"a backslash before a comment", "", "A: w\n  x = a\\# c\n  y = 1\nEND",
        "A:w\n  x = a\\ \n  y = 1\nEND\n"},
-      {"odd names", "A: \"n#1\"\nEND", "B: \"n#1\" # c\nx = \\ \nEND", "B:\"n#1\"\n  x = \\ \nEND\n"},
   };
   for (const auto& row : table) {
     restart();

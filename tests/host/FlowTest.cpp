@@ -1,9 +1,7 @@
-// The demo's calculations: what they find is what the formulas say, and only what depends on a change is found
-// anew.
+// The demo's calculations: what they find is what the formulas say.
 #include "database/KSLObject.h"
 #include "database/ObjectDB.h"
 #include "rules/GenericKSLObject.h"
-#include "rules/SchedulerObject.h"
 #include "services/EngineUnitSystemHandler.h"
 #include "services/ExpressionEvaluatorKSLObject.h"
 #include "services/ExpressionsKSLObject.h"
@@ -14,6 +12,7 @@
 #include <cmath>
 #include <filesystem>
 #include <gtest/gtest.h>
+#include <numbers>
 #include <set>
 #include <stdexcept>
 
@@ -139,20 +138,6 @@ TEST_F(FlowTest, ObjectsFindWhatTheFormulasSay)
             "#000000, #808080, #ffffff");
 }
 
-// ------------------------------------------------------------------------------------------------- what follows
-
-class Calculated : public orv::SchedulerTrace {
- public:
-  Calculated() { orv::SchedulerObject::setTrace(this); }
-  ~Calculated() override { orv::SchedulerObject::setTrace(nullptr); }
-  void marked(const orv::SchedulerObject&, const orv::SchedulerObject*) noexcept override {}
-  void calculated(const orv::SchedulerObject& scheduler, double) noexcept override
-  {
-    all.insert(scheduler.getPath() + " " + scheduler.getType());
-  }
-  std::multiset<std::string> all;
-};
-
 class PictureTest : public FlowTest {
  protected:
   PictureTest()
@@ -163,28 +148,9 @@ class PictureTest : public FlowTest {
         "PROBE: P\nPoint = -0.5 [m], 0 [m], 0 [m]\nLabel = \"<&\xff>\"\nEND\n"
         "SHOT: S\nProjection = Parallel\nPicture List = B, A, P\nOutput File = "
         + file + "\nCAPTION: Title\nText = T\nEND\nEND\n");
-    calculated.all.clear();
   }
-  using Set = std::multiset<std::string>;
-
   const std::string file = makeFile("picture/shot.svg", "");
-  Calculated calculated;
 };
-
-TEST_F(PictureTest, OnlyWhatDependsOnAChangeIsCalculated)
-{
-  const auto after = [this](const std::string& text) {
-    system.run(text);
-    return std::exchange(calculated.all, {});
-  };
-  EXPECT_EQ(after("CUT: Other\nOffset = 1 [m]\nEND\n"), (Set{"/CUT:Other Geometry", "/CUT:Other Picture"}));
-  EXPECT_EQ(after("CUT: Mid\nOffset = 10 [cm]\nEND\n"),
-            (Set{"/CUT:Mid Geometry", "/CUT:Mid Picture", "/BAND:B Colour", "/BAND:B Picture",
-                 "/ARROW:A Colour", "/ARROW:A Picture", "/SHOT:S Picture"}));
-  EXPECT_EQ(after("BAND: B\nTransparency = 0.5\nEND\n"), (Set{"/BAND:B Picture", "/SHOT:S Picture"}));
-  EXPECT_EQ(after("CUT: Mid\nSelected = On\nEND\n"), Set{});
-  EXPECT_EQ(readFile(file).find("nan"), std::string::npos);
-}
 
 TEST_F(PictureTest, UndoGivesThePictureBack)
 {
