@@ -102,6 +102,25 @@ TEST(ExpressionsObject, RefusedTextsChangeNothing)
 
 // ------------------------------------------------------------------------------------------------------- objects
 
+TEST(ExpressionsObject, OnlyUsersAreComputedAgain)
+{
+  ExpressionSystem system;
+  system.define("a = 1\nb = a + 1\nc = b + a\nd = 7");
+  ExpressionsKSLObject& object = ExpressionSystem::expressions();
+  EXPECT_EQ(evaluated("c") + evaluated("d"), "37");
+  EXPECT_EQ(object.getCacheCounts(), (Counts{1, 4})) << "a is asked for twice";
+  EXPECT_EQ(evaluated("c"), "3");
+  EXPECT_EQ(object.getCacheCounts(), (Counts{2, 4}));
+  EXPECT_EQ(object.getDependents("a"), (std::vector<std::string>{"b", "c"}));
+  system.define("b = 10");
+  EXPECT_EQ(evaluated("c") + evaluated("d"), "117");
+  EXPECT_EQ(object.getCacheCounts(), (Counts{4, 6})) << "b and c, not a and d";
+  EXPECT_EQ(object.getDependents("a"), std::vector<std::string>{"c"});
+  object.clearCache();
+  EXPECT_EQ(object.getCacheCounts(), Counts{});
+  EXPECT_EQ(evaluated("c"), "11");
+}
+
 TEST(ExpressionsObject, UsersOfANameAreRecalculatedOnce)
 {
   ExpressionSystem system;
@@ -170,6 +189,26 @@ TEST(ExpressionsObject, UsedNamesStay)
             "Expression 'a' depends on a variable 'a' which does not exist. [Error]");
   EXPECT_EQ(system.after("a = 2 [m]"), "WING:w 1");
   EXPECT_EQ(system.result("/EXPRESSION PREVIEW:p"), "2 [m]");
+}
+
+// A variable may come, go and come back after the expression that uses it, which may stop using it.
+TEST(ExpressionsObject, VariablesComeAndGo)
+{
+  ExpressionSystem system;
+  system.define("twice = 2 * inlet");
+  system.run(
+      "WING: w\nLength = twice\nEND\nEXPRESSION PREVIEW: through\nEvaluated Expression = twice\nEND\n"
+      "EXPRESSION PREVIEW: direct\nEvaluated Expression = 3 * inlet\nEND\n");
+  EXPECT_EQ(system.inlet("3 [m]"), "WING:w 1");
+  EXPECT_EQ(system.result("/EXPRESSION PREVIEW:through") + system.result("/EXPRESSION PREVIEW:direct"),
+            "6 [m]9 [m]");
+  EXPECT_EQ(system.inlet("4 [m]"), "WING:w 1");
+  system.run("> delete /EXPRESSION PREVIEW:direct\n> delete /GAUGE:inlet\n");
+  system->undo();
+  EXPECT_EQ(system.inlet("5 [m]"), "WING:w 1");
+  system.define("twice = 1 [m]");
+  EXPECT_EQ(system.inlet("6 [m]"), "") << "twice has no use for it";
+  EXPECT_EQ(system.inlet("twice"), "") << "no circle";
 }
 
 // An expression takes the place of a variable of its name, for those that use it now too, and gives it back.

@@ -125,6 +125,18 @@ TEST_F(ServicesUnits, UndoDeletionAndFailureBringTheFormerSystemBack)
   EXPECT_EQ(current(), "English");
 }
 
+// A second one, in another object: the last that was heard counts, and no other that goes.
+TEST_F(ServicesUnits, OneOfTwoCounts)
+{
+  choose("English");
+  system().run("PLATE: p\nUNITS:\nUnit System = CGS\nEND\nEND");
+  system().actions().registerExecutor("preferences", std::make_unique<ViewerPreferences>(nullptr));
+  system().run("> preferences Length Units=mm\n> delete /UNITS");
+  EXPECT_EQ(object("/PLATE:p/UNITS")->getValue("Length"), "mm");
+  EXPECT_EQ(handler().getCurrentUnitSystem(), "CGS");
+  EXPECT_EQ(system().errors(), "");
+}
+
 TEST_F(ServicesUnits, ABadTextIsToldAndNothingIsLoaded)
 {
   choose("English");
@@ -172,6 +184,19 @@ TEST_F(ServicesUnits, PreferredUnitsFollowDimensionsAndNames)
   EXPECT_EQ(handler().getPreferredUnitsFromUnits("m kg K^-2", ""), "kg (2 m) K^-2");
   EXPECT_EQ(handler().getPreferredUnitsForQuantity("Time"), "s");
   EXPECT_EQ(handler().getPreferredUnitsForQuantity("Nonsense"), "");
+}
+
+TEST_F(ServicesUnits, ObserversHearOfChangesAlone)
+{
+  struct Counter : Observer {
+    void update(ObserverSubject*, int) override { ++count; }
+    int count = 0;
+  } counter;
+  handler().attach(&counter, EngineUnitSystemHandler::systemChanged);
+  for (const char* name : {"SI", "English", "English", "Nonsense"})
+    choose(name);
+  EXPECT_EQ(counter.count, 1) << "a refused change is none";
+  handler().detach(&counter);
 }
 
 TEST_F(ServicesUnits, ConversionsAreListed)
