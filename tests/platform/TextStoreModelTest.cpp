@@ -41,7 +41,7 @@ RC_GTEST_PROP(ChangeList, IsAVector, ())
   const int steps = *rc::gen::inRange(1, 30);
   for (int step = 0; step < steps; ++step) {
     const auto size = static_cast<int>(model.size());
-    switch (*rc::gen::inRange(0, 7)) {
+    switch (*rc::gen::inRange(0, 6)) {
       case 0:
       case 1:
         for (int i = *rc::gen::inRange(0, 3000); i > 0; --i) {
@@ -55,17 +55,11 @@ RC_GTEST_PROP(ChangeList, IsAVector, ())
         model.resize(std::min(left, model.size()));
         break;
       }
-      case 3: {
-        const int count = *rc::gen::inRange(0, size + 3);
-        list.dropFront(static_cast<std::size_t>(count));
-        model.erase(model.begin(), model.begin() + std::min(count, size));
-        break;
-      }
-      case 4:
+      case 3:
         list.swapChanges(other);
         model.swap(otherModel);
         break;
-      case 5:
+      case 4:
         list = KSLChangeList(list);
         break;
       default: {

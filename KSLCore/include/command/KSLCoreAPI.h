@@ -3,6 +3,7 @@
 
 #include "platform/ORVUnits.h"
 #include "platform/ORVUtilities.h"
+#include "command/CommandNotifier.h"
 #include "command/KSLUpdateMode.h"
 
 #include <map>
@@ -29,17 +30,8 @@ class WriteSessionExecutor;
 // others it is swallowed.
 class ORV_API KSLCoreAPI : public ObserverSubject {
  public:
-  enum Notification {
-    parseBegin = 0,
-    parseEnd = 1,
-    updateBegin = 4,
-    updateEnd = 5,
-    recoveryBegin = 12,
-    recoveryEnd = 13,
-    redoRecoveryBegin = 14,
-    redoRecoveryEnd = 15,
-    outermostProcessed = 16
-  };
+  using Notification = CommandNotifier::Notification;
+  using enum CommandNotifier::Notification;
 
   static KSLCoreAPI* instance();  // made on first use
   // Null when there is none: for those that end, which must not make a new one.

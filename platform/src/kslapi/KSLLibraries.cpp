@@ -13,6 +13,7 @@ namespace {
 
 constexpr const char* function = "readNamedLibraries";
 constexpr std::string_view libraryEnding = ".ksl";
+constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
 
 void addFiles(const std::string& place, std::vector<std::string>& files)
 {
@@ -27,7 +28,10 @@ void addFiles(const std::string& place, std::vector<std::string>& files)
 std::vector<std::string> readLibrary(const std::string& file)
 {
   try {
-    return ORVFile::readLines(file);
+    std::vector<std::string> lines = ORVFile::readLines(file);
+    if (!lines.empty() && lines.front().starts_with(byteOrderMark))
+      lines.front().erase(0, byteOrderMark.size());
+    return lines;
   } catch (const file::error& error) {
     // The file library's message ends in the system's reason, after the last ": ".
     const std::string& text = error.getMessage();
@@ -44,20 +48,30 @@ bool continues(std::string_view line)
   return !line.empty() && line.back() == '\\';
 }
 
-// A library defines; nobody is there yet to act. A line that continues another one is a part of that.
-void refuseActions(const std::string& file, const std::vector<std::string>& lines)
+// Where the whole lines begin that continued ones make, each by the index of its first.
+std::vector<std::size_t> beginnings(const std::vector<std::string>& lines)
 {
+  std::vector<std::size_t> starts;
   bool continued = false;
   for (std::size_t i = 0; i < lines.size(); ++i) {
-    if (!continued && MiniKSLParser::determineLineType(lines[i]) == MiniKSLParser::actionLine)
+    if (!continued)
+      starts.push_back(i);
+    continued = continues(continued ? StringUtilities::trimmed(lines[i]) : std::string_view(lines[i]));
+  }
+  return starts;
+}
+
+// A library defines; nobody is there yet to act.
+void refuseActions(const std::string& file, const std::vector<std::string>& lines)
+{
+  for (const std::size_t i : beginnings(lines))
+    if (MiniKSLParser::determineLineType(lines[i]) == MiniKSLParser::actionLine)
       throw ksl::invalid("KSLAPI", function,
                          _("Action line in KSL library '%s', line %d: '%s'.", file, i + 1,
                            StringUtilities::simplifyWhitespace(lines[i])));
-    continued = continues(continued ? StringUtilities::trimmed(lines[i]) : std::string_view(lines[i]));
-  }
 }
 
-void readLibraryLine(store::Loader& loader, const std::string& file, const std::string& line)
+void readLibraryLine(store::Loader& loader, const std::string& file, const std::string& line, std::size_t number)
 {
   if (loader.depth() == 0 && MiniKSLParser::determineLineType(line) == MiniKSLParser::endLine)
     throw ksl::invalid("KSLAPI", function, _("Too many END statements in KSL library '%s'.", file));
@@ -66,13 +80,20 @@ void readLibraryLine(store::Loader& loader, const std::string& file, const std::
   } catch (const ksl::invalid& error) {
     throw ksl::invalid(error.getClassName(), function, _("%s (KSL library '%s')", error.getMessage(), file));
   }
+  // The text store alone would know of it, and no command could reach it.
+  if (loader.depth() == 1 && !store::isRulesPath(loader.topPath()))
+    throw ksl::invalid("KSLAPI", function,
+                       _("Object '%s' in KSL library '%s', line %d, is no definition.", loader.topPath(), file,
+                         number));
 }
 
 void loadLibrary(KSLAPI::Impl& store, const std::string& file, const std::vector<std::string>& lines)
 {
-  store::Loader loader(store, nullptr);
-  for (const std::string& line : StringUtilities::removeContinuation(lines))
-    readLibraryLine(loader, file, line);
+  store::Loader loader(store, nullptr, true);
+  const std::vector<std::size_t> starts = beginnings(lines);
+  const std::vector<std::string> whole = StringUtilities::removeContinuation(lines);
+  for (std::size_t i = 0; i < whole.size(); ++i)
+    readLibraryLine(loader, file, whole[i], starts[i] + 1);
   if (loader.depth() > 0)
     throw ksl::invalid("KSLAPI", function, _("Not enough END statements in KSL library '%s'.", file));
 }

@@ -11,6 +11,7 @@ using StringUtilities::trimmed;
 using StringUtilities::unquoted;
 
 constexpr std::string_view replaceWord = "&replace";
+constexpr std::string_view rulesType = "RULES";
 
 // Trimmed, outside and inside of quotes around it.
 std::string_view bareName(std::string_view text)
@@ -81,6 +82,9 @@ void Loader::readHeader(std::string_view line, std::string_view statement)
   const std::string_view name = bareName(statement.substr(colon + 1));
   if (type.empty())
     syntaxError(line);
+  if (m_open.empty() && !m_mayDefine && type == rulesType)
+    throw ksl::invalid("KSLAPI", "loadKSLData",
+                       _("Object type '%s' cannot be changed by a command.", type));
   const bool inRules = !m_open.empty() && isRulesPath(m_open.front().path.str());
   checkName(type, inRules);
   checkName(name, inRules);
@@ -100,11 +104,9 @@ void Loader::openBlock(std::string_view type, std::string_view name, bool replac
   }
   if (!node)
     node = m_store.makeNode(parent, SharedText(std::string_view(m_path)), KSLAPI::Impl::Record::yes);
-  m_open.push_back({node->path, node});
-  if (!replace || !m_store.replaceHandler)
-    return;
-  m_store.replaceHandler->objectReplaced(m_path);
-  forgetNodes();
+  m_open.push_back({node->path, m_removals == m_store.tree.removals() ? node : nullptr});
+  if (replace && m_store.replaceHandler)
+    m_store.replaceHandler->objectReplaced(m_path);
 }
 
 void Loader::readParam(std::string_view line, std::string_view statement, std::size_t equals)
@@ -126,15 +128,12 @@ bool Loader::runAction(std::string_view statement)
 {
   if (!m_handler)
     return true;
-  const std::string action(trimmed(statement.substr(1)));
-  const bool good = m_handler->handleAction(action, {});
-  forgetNodes();
-  return good;
+  return m_handler->handleAction(std::string(trimmed(statement.substr(1))), {});
 }
 
-// Handlers may have changed anything.
 void Loader::forgetNodes()
 {
+  m_removals = m_store.tree.removals();
   for (Block& block : m_open)
     block.node = nullptr;
 }
@@ -143,6 +142,8 @@ Node* Loader::openNode()
 {
   if (m_open.empty())
     return m_store.tree.root();
+  if (m_removals != m_store.tree.removals())
+    forgetNodes();
   Block& block = m_open.back();
   if (!block.node)
     block.node = m_store.ensureNode(block.path, KSLAPI::Impl::Record::yes);
