@@ -260,19 +260,20 @@ TEST(TextStore, IsReadAgainFromItsActions)
 TEST(Libraries, AreReadInOrder)
 {
   const TempFolder folder;
-  folder.write("one/b.ksl", "A: b\r\nx = 1 \\\r\n  + 2\r\nEND\r\n");
-  folder.write("one/a.ksl", "A: a\nEND");
+  folder.write("one/b.ksl", "RULES:\r\nb = 1 \\\r\n  + 2\r\nEND\r\n");
+  folder.write("one/a.ksl", "\xEF\xBB\xBFRULES:\na =\nEND");
   folder.write("one/c.txt", "not read");
   folder.write("two/a.ksl", "# nothing here\n");
-  const std::string lone = folder.write("two/lone", "A: lone\nEND\n");
+  const std::string lone = folder.write("two/lone", "RULES:\nlone =\nEND\n");
   Store store;
   store.readNamedLibraries(lone + " , " + folder / "one,", "");
-  EXPECT_EQ(store.text(), "A: lone\nEND\nA: a\nEND\nA: b\n  x = 1 + 2\nEND\n");
+  const std::vector<std::string> all{"RULES:", "lone = ", "a = ", "b = 1 + 2", "END"};
+  EXPECT_EQ(store.getExpandedKSL(), all);
   store.undo();
   setenv("ORV_KSL_LIBRARY_PATH", (folder / "two:" + folder / "one").c_str(), 1);
   store.readLibraries();
   unsetenv("ORV_KSL_LIBRARY_PATH");
-  EXPECT_EQ(store.text(), "A: a\nEND\nA: b\n  x = 1 + 2\nEND\n");
+  EXPECT_EQ(store.getExpandedKSL(), (std::vector<std::string>{"RULES:", "a = ", "b = 1 + 2", "END"}));
 }
 
 TEST(Libraries, LeaveTheStoreAloneWhenOneIsBad)
@@ -282,7 +283,7 @@ TEST(Libraries, LeaveTheStoreAloneWhenOneIsBad)
   store.load("K: k\nEND");
   store.recordChanges();
   store.load("K: k\ny = 1\nEND");
-  const std::string good = folder.write("a.ksl", "K: k\nx = 1\nEND\nA: a\nEND");
+  const std::string good = folder.write("a.ksl", "RULES:\nx = 1\nEND");
   const auto expect = [&]<class Exception>(const std::string& file, const std::string& message, Exception*) {
     const auto read = [&] { store.readNamedLibraries(good, file); };
     EXPECT_EQ(thrown<Exception>(read), ErrorMsg("KSLAPI", "readNamedLibraries", message, 4));
@@ -293,12 +294,16 @@ TEST(Libraries, LeaveTheStoreAloneWhenOneIsBad)
   const file::error* const unreadable = nullptr;
   std::string file = folder / "none";
   expect(file, "Cannot read KSL library '" + file + "': No such file or directory.", unreadable);
-  file = folder.write("act.ksl", "A: b\nEND\n\n  >delete   /A:a # x\n");
+  file = folder.write("act.ksl", "RULES:\nEND\n\n  >delete   /A:a # x\n");
   expect(file, "Action line in KSL library '" + file + "', line 4: '>delete /A:a # x'.", invalid);
-  file = folder.write("open.ksl", "A: b\nB: c\nEND\n");
+  file = folder.write("open.ksl", "RULES:\nB: c\nEND\n");
   expect(file, "Not enough END statements in KSL library '" + file + "'.", invalid);
-  file = folder.write("syntax.ksl", "A: b\n?\n");
+  file = folder.write("syntax.ksl", "RULES:\n?\n");
   expect(file, "Syntax error in KSL line: '?'. (KSL library '" + file + "')", invalid);
+  file = folder.write("object.ksl", "RULES:\nx = \\\n1\nEND\nA: early\nEND\n");
+  expect(file, "Object '/A:early' in KSL library '" + file + "', line 5, is no definition.", invalid);
+  file = folder.write("end.ksl", "RULES:\nOBJECT: A\nEND\nEND\nOBJECT: B\nEND\nEND\n");
+  expect(file, "Object '/OBJECT:B' in KSL library '" + file + "', line 5, is no definition.", invalid);
   store.undo();
   EXPECT_EQ(store.text(), "K: k\nEND\n");
 }
