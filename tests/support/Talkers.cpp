@@ -131,7 +131,8 @@ void TalkingSystem::at(Place place, int number)
   if (!m_inCommand || place != m_talker.place || number != m_talker.number || m_left == 0 || --m_left > 0)
     return;
   m_spoken = true;
-  m_spokeInRecovery = m_recovering;
+  m_spokeOutside = system.interface()->getParseDepth() == 0;
+  m_spokeInRecovery = m_recovering && !m_spokeOutside;
   try {
     system.run(m_text);
   } catch (...) {

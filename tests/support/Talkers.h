@@ -45,6 +45,8 @@ class TalkingSystem : private DBChangeNotify, private ErrorSink, private Progres
   // recovery.
   bool hasSpoken() const { return m_spoken; }
   bool spokeInRecovery() const { return m_spokeInRecovery; }
+  // Before or after the command.
+  bool spokeOutside() const { return m_spokeOutside; }
   // Runs a command. Nothing may come out of it, and notifications that open have to be closed, innermost first.
   void run(const std::string& text);
   // Reports since the last call: failures, and refusals.
@@ -85,6 +87,7 @@ class TalkingSystem : private DBChangeNotify, private ErrorSink, private Progres
   bool m_swallows = false;
   bool m_spoken = false;
   bool m_spokeInRecovery = false;
+  bool m_spokeOutside = false;
   bool m_recovering = false;
   bool m_inCommand = false;
   std::vector<int> m_open;  // notifications that end what has begun

@@ -70,6 +70,9 @@ class ORV_API History {
     Application(const Application&) = delete;
     Application& operator=(const Application&) = delete;
     KSLChangeList* list() const { return m_list.get(); }
+    // A modifier may have dropped every change: a step without changes is none. Left to the enclosing application when
+    // that records the same list.
+    void dropEmptyStep();
     void commit();
 
    private:

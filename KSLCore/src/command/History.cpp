@@ -299,6 +299,13 @@ History::Application::~Application()
     steps[m_step].last = m_list->size();
 }
 
+void History::Application::dropEmptyStep()
+{
+  HistoryStack* stack = m_owner->getStack();
+  if (!m_enclosed && stack->top() && stack->top()->empty())
+    stack->pop();
+}
+
 void History::Application::commit()
 {
   if (!m_outer)
