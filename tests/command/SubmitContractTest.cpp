@@ -121,7 +121,8 @@ struct Sequence {
 TEST(WayBack, Sequences)
 {
   const char* const failed = "error[4] Test::fail: failed";
-  const char* const rules = "error[4] KSLAPI::loadKSLData: Object type 'RULES' cannot be changed by a command.";
+  const char* const rules =
+      "error[4] KSLAPI::loadKSLData: Object type 'RULES' cannot be changed by a command.";
   const Sequence table[] = {
       {"what only the store had done goes where it was",
        {"B: b1\nEND\nB: b2\nEND", "&replace B: b1\n?\nEND"},

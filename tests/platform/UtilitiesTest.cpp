@@ -441,7 +441,7 @@ TEST_F(ObserverTest, NestedNotificationAndFailure)
     throw std::runtime_error("observer");
   };
   EXPECT_THROW(logged(1), std::runtime_error);
-  EXPECT_EQ(log, "a1 ");
+  EXPECT_EQ(log, "a1 c1 ");
   subject.attach(&a, 1);
   EXPECT_EQ(logged(1), "c1 a1 ");
 }

@@ -95,7 +95,7 @@ TalkingSystem::TalkingSystem() : system(rules)
   ObjectDB::instance()->registerChangeNotify(this);
   ErrorProgressReporter::instance()->setSink(this);
   ProgressWatcher::set(this);
-  system.onNotification = [this](int type) { notified(type); };
+  KSLCoreAPI::instance()->attach(&m_notifications, {0, 1, 4, 5, 12, 13, 14, 15, 16});
   system.registerAction("say", [this](const auto&) {
     ErrorProgressReporter::instance()->reportError(ErrorMsg("Test", "say", "listen", errorType::warning));
     registerFileChange("file", "type");
@@ -108,7 +108,7 @@ TalkingSystem::~TalkingSystem()
 {
   m_left = 0;
   onCall = nullptr;
-  system.onNotification = nullptr;
+  KSLCoreAPI::instance()->detach(&m_notifications);
   ProgressWatcher::set(nullptr);
   ErrorProgressReporter::instance()->setSink(nullptr);
   ObjectDB::instance()->registerChangeNotify(nullptr);
@@ -141,29 +141,44 @@ void TalkingSystem::at(Place place, int number)
   }
 }
 
+template <class Note>
+void TalkingSystem::note(Note what)
+{
+  if (onNote)
+    onNote(true);
+  what();
+  if (onNote)
+    onNote(false);
+}
+
 void TalkingSystem::report(const ErrorMsg& error)
 {
-  const bool isRefusal = error == ErrorMsg("KSLInterface", "parseKSL",
-                                           "Text submitted during error recovery is ignored.", errorType::warning);
-  m_refusals += isRefusal ? 1 : 0;
-  if (error.getType() != errorType::warning) {
-    m_failures.push_back(error);
-    if (!std::exchange(m_recovering, true) && onRecovery)
-      onRecovery();
-  }
+  // What fails where an object ends is told, and fails nothing.
+  const bool failure = error.getType() != errorType::warning && error.getFunction() != "~GenericKSLObject";
+  note([&] {
+    const ErrorMsg refusal("KSLInterface", "parseKSL", "Text submitted during error recovery is ignored.",
+                           errorType::warning);
+    m_refusals += error == refusal ? 1 : 0;
+    if (failure)
+      m_failures.push_back(error);
+  });
+  if (failure && !std::exchange(m_recovering, true) && onRecovery)
+    onRecovery();
   at(Place::sink);
 }
 
 void TalkingSystem::notified(int type)
 {
   static const std::map<int, int> ends{{0, 1}, {4, 5}, {12, 13}, {14, 15}};
-  if (ends.count(type)) {
-    m_open.push_back(ends.at(type));
-  } else if (type != 16) {
-    EXPECT_TRUE(!m_open.empty() && m_open.back() == type) << "notification " << type << " ends nothing";
-    if (!m_open.empty())
-      m_open.pop_back();
-  }
+  note([&] {
+    if (ends.count(type)) {
+      m_open.push_back(ends.at(type));
+    } else if (type != 16) {
+      EXPECT_TRUE(!m_open.empty() && m_open.back() == type) << "notification " << type << " ends nothing";
+      if (!m_open.empty())
+        m_open.pop_back();
+    }
+  });
   if (type == 1 && m_open.empty())
     m_recovering = false;
   at(Place::notification, type);

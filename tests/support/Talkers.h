@@ -34,7 +34,10 @@ class TalkingObject : public GenericKSLObject {
 
 // Types A (x, mode: on or off), plain, and B (x), which talks. Actions: "say" is a talking executor that first reports a
 // warning and tells of a changed file; "fail" fails.
-class TalkingSystem : private DBChangeNotify, private ErrorSink, private ProgressWatcher, private FileChangeManager {
+class TalkingSystem : private DBChangeNotify,
+                      private ErrorSink,
+                      private ProgressWatcher,
+                      private FileChangeManager {
  public:
   TalkingSystem();
   ~TalkingSystem() override;
@@ -58,6 +61,8 @@ class TalkingSystem : private DBChangeNotify, private ErrorSink, private Progres
   // Told wherever somebody is called; what it throws is the caller's failure.
   std::function<void(Place)> onCall;
   std::function<void()> onRecovery;
+  // Around what this system notes for itself: faults that a test arranges must not hit it.
+  std::function<void(bool begins)> onNote;
 
   struct BaseType {
     BaseType();
@@ -66,8 +71,15 @@ class TalkingSystem : private DBChangeNotify, private ErrorSink, private Progres
 
  private:
   friend class TalkingObject;
+  struct Notifications : Observer {
+    explicit Notifications(TalkingSystem* owner) : m_owner(owner) {}
+    void update(ObserverSubject*, int type) override { m_owner->notified(type); }
+    TalkingSystem* m_owner;
+  };
   void at(Place place, int number = -1);
   void notified(int type);
+  template <class Note>
+  void note(Note what);
 
   void paramChanged(const KSLObject*, const ParamDefinition*) override { at(Place::database); }
   void paramDeleted(const KSLObject*, const std::string&) override { at(Place::database); }
@@ -81,6 +93,7 @@ class TalkingSystem : private DBChangeNotify, private ErrorSink, private Progres
   void registerFileType(const std::string&) override {}
 
   inline static TalkingSystem* s_current = nullptr;
+  Notifications m_notifications{this};
   Talker m_talker{"nobody", Place::executor};
   unsigned long m_left = 0;
   std::string m_text;

@@ -15,11 +15,11 @@
 #include "database/ObjectFactory.h"
 #include "rules/GenericKSLObject.h"
 #include "rules/LinkBatch.h"
-#include "RecoveryLog.h"
 #include "command/ActionFactory.h"
 #include "command/CommandNotifier.h"
 #include "command/DBUpdater.h"
 #include "command/UpdateProcessor.h"
+#include "RecoveryLog.h"
 
 #include <utility>
 

@@ -33,11 +33,11 @@
 #include "platform/ORVException.h"
 #include "platform/ORVProgress.h"
 #include "platform/ORVUtilities.h"
-#include "PendingError.h"
-#include "RecoveryLog.h"
 #include "command/CommandNotifier.h"
 #include "command/Executive.h"
 #include "command/caughtError.h"
+#include "PendingError.h"
+#include "RecoveryLog.h"
 
 #include <utility>
 
@@ -231,6 +231,7 @@ void History::recover(Executive* executive)
     notifyQuietly(failedUndo ? CommandNotifier::redoRecoveryBegin : CommandNotifier::recoveryBegin);
     takeBack(executive);
   }
+  m_recoveryStack.clear();
   // What an executor does after a recovery that it asked for is a step like any other.
   m_mode = NORMAL;
   m_savedUndoTop = m_undoStack.topId();
@@ -240,8 +241,8 @@ void History::recover(Executive* executive)
 // database are replayed in both: in the store they change what was confirmed earlier in the command.
 void History::takeBack(Executive* executive)
 {
-  RecoveryLog log;
-  KSLChangeList inverses(getUndoModeString(m_mode));
+  RecoveryLog log(*m_error);
+  KSLChangeList inverses;  // without a name, which may take memory
   for (std::size_t step = m_steps.size(); step-- > 0;) {
     for (std::size_t i = m_steps[step].last; i-- > m_steps[step].first;) {
       const KSLChange& inverse = (*m_steps[step].list)[i];
@@ -249,15 +250,21 @@ void History::takeBack(Executive* executive)
     }
   }
   dropFailed();
+  // What fails as a whole is attempted once more: the store goes on from where it was, the objects pass over what is
+  // there.
   const auto undoStore = [this] { m_store->undo(); };
-  if (!log.attempt(undoStore) && !log.attempt(undoStore))  // the second goes on from where the first failed
+  if (!log.attempt(undoStore) && !log.attempt(undoStore))
     log.noteIncomplete();
   KSLAPIUpdateProcessor store(m_store, false);
   for (std::size_t i = 0; i < inverses.size(); ++i) {
     const KSLChange& inverse = inverses[i];
     log.attempt(inverse.path.str(), inverse.name.str(), [&] { store.visit(inverse); });
   }
-  if (executive && !log.attempt([&] { executive->recover(inverses, m_store, log); }))
+  const auto recoverObjects = [&] {
+    log.putBack = 0;
+    executive->recover(inverses, m_store, log);
+  };
+  if (executive && !log.attempt(recoverObjects) && !log.attempt(recoverObjects))
     log.noteIncomplete();
   log.settle(*m_store);
   m_store->recordChanges();

@@ -23,10 +23,10 @@
 #include "rules/KSLRules.h"
 #include "command/BackCompatibilityFunctor.h"
 #include "command/CommandLines.h"
-#include "PendingError.h"
 #include "command/CommandNotifier.h"
 #include "command/Executive.h"
 #include "command/caughtError.h"
+#include "PendingError.h"
 
 #include <utility>
 

@@ -8,9 +8,8 @@
 namespace orv {
 
 PendingError::PendingError()
-    : m_noMemory(std::make_shared<const ErrorMsg>("KSLInterface", "parseKSL",
-                                                  _("Operation failed. Insufficient memory."),
-                                                  errorType::system))
+    : m_noMemory(std::make_shared<const ErrorMsg>(
+        "KSLInterface", "parseKSL", _("Operation failed. Insufficient memory."), errorType::system))
 {}
 
 void PendingError::note(const char* function)

@@ -4,12 +4,15 @@
 #include "platform/ORVError.h"
 
 #include <memory>
+#include <utility>
 
 namespace orv {
 
 class PendingError {
  public:
   PendingError();
+  // Another one, for which no memory is needed.
+  PendingError another() const noexcept { return PendingError(m_noMemory); }
   bool isPending() const { return m_error != nullptr; }
   // Null when none is.
   const std::shared_ptr<const ErrorMsg>& get() const { return m_error; }
@@ -21,6 +24,7 @@ class PendingError {
   void report();
 
  private:
+  explicit PendingError(std::shared_ptr<const ErrorMsg> noMemory) noexcept : m_noMemory(std::move(noMemory)) {}
   std::shared_ptr<const ErrorMsg> m_error;
   std::shared_ptr<const ErrorMsg> m_noMemory;  // made while there is some
 };

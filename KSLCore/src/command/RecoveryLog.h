@@ -17,6 +17,8 @@ struct KSLChange;
 // database: in the order of what came back, and in all that could not be put back.
 class RecoveryLog {
  public:
+  // Made where there may be no memory: out of the error of the command.
+  explicit RecoveryLog(const PendingError& error) noexcept : m_failure(error.another()) {}
   // True when the step ended well. A failure is noted, and for a step of a change what it was about.
   template <class Step>
   bool attempt(Step step)
@@ -54,8 +56,9 @@ class RecoveryLog {
   void noteFailed(const std::string& path, const std::string& param) noexcept;
 
   PendingError m_failure;
-  std::vector<std::string> m_created;                      // in order
-  std::set<std::pair<std::string, std::string>> m_failed;  // object and parameter; without one all of the object
+  std::vector<std::string> m_created;  // in order
+  std::set<std::pair<std::string, std::string>>
+      m_failed;  // object and parameter; without one all of the object
   bool m_incomplete = false;
 };
 

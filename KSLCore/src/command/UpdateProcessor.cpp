@@ -3,8 +3,8 @@
 #include "platform/ORVException.h"
 #include "platform/ORVProgress.h"
 #include "platform/ORVUtilities.h"
-#include "RecoveryLog.h"
 #include "command/DBUpdater.h"
+#include "RecoveryLog.h"
 
 #include <algorithm>
 #include <functional>

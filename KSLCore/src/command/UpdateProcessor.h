@@ -58,13 +58,13 @@ class UpdateProcessor : public KSLChangeProcessor {
   void visitRecorded(const KSLChange& change);
   void record(const KSLChange& change);
 
-  DBUpdater* m_updater;            // not owned
-  KSLChangeList* m_history;        // not owned
-  RecoveryLog* m_log;              // not owned
-  std::string m_lastChanged;       // noted already, or not there
+  DBUpdater* m_updater;                   // not owned
+  KSLChangeList* m_history;               // not owned
+  RecoveryLog* m_log;                     // not owned
+  std::string m_lastChanged;              // noted already, or not there
   const KSLChangeList* m_list = nullptr;  // under way
-  std::size_t m_visited = 0;       // of its changes
-  std::size_t m_recorded = 0;      // of its changes; ahead of the visit in a deletion
+  std::size_t m_visited = 0;              // of its changes
+  std::size_t m_recorded = 0;             // of its changes; ahead of the visit in a deletion
   std::set<std::string> m_changed;
   std::vector<Waiting> m_waiting;  // in the order reported
 };

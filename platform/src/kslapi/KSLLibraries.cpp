@@ -71,7 +71,8 @@ void refuseActions(const std::string& file, const std::vector<std::string>& line
                            StringUtilities::simplifyWhitespace(lines[i])));
 }
 
-void readLibraryLine(store::Loader& loader, const std::string& file, const std::string& line, std::size_t number)
+void readLibraryLine(store::Loader& loader, const std::string& file, const std::string& line,
+                     std::size_t number)
 {
   if (loader.depth() == 0 && MiniKSLParser::determineLineType(line) == MiniKSLParser::endLine)
     throw ksl::invalid("KSLAPI", function, _("Too many END statements in KSL library '%s'.", file));
@@ -82,9 +83,9 @@ void readLibraryLine(store::Loader& loader, const std::string& file, const std::
   }
   // The text store alone would know of it, and no command could reach it.
   if (loader.depth() == 1 && !store::isRulesPath(loader.topPath()))
-    throw ksl::invalid("KSLAPI", function,
-                       _("Object '%s' in KSL library '%s', line %d, is no definition.", loader.topPath(), file,
-                         number));
+    throw ksl::invalid(
+        "KSLAPI", function,
+        _("Object '%s' in KSL library '%s', line %d, is no definition.", loader.topPath(), file, number));
 }
 
 void loadLibrary(KSLAPI::Impl& store, const std::string& file, const std::vector<std::string>& lines)

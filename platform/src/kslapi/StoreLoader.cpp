@@ -83,8 +83,7 @@ void Loader::readHeader(std::string_view line, std::string_view statement)
   if (type.empty())
     syntaxError(line);
   if (m_open.empty() && !m_mayDefine && type == rulesType)
-    throw ksl::invalid("KSLAPI", "loadKSLData",
-                       _("Object type '%s' cannot be changed by a command.", type));
+    throw ksl::invalid("KSLAPI", "loadKSLData", _("Object type '%s' cannot be changed by a command.", type));
   const bool inRules = !m_open.empty() && isRulesPath(m_open.front().path.str());
   checkName(type, inRules);
   checkName(name, inRules);
