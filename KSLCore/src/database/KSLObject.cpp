@@ -539,7 +539,8 @@ void KSLObject::deleteAllDependent()
 
 const DependentSet& KSLObject::getDependents() const
 {
-  static const DependentSet none;
+  // Never destroyed: static objects of a host may still use it after main.
+  static const DependentSet& none = *new DependentSet;
   return m_dependents ? *m_dependents : none;
 }
 
