@@ -2,6 +2,7 @@
 #include "platform/ORVError.h"
 #include "platform/ORVKSLParseUtilities.h"
 #include "platform/ORVSystem.h"
+#include "platform/src/parse/lexical.h"
 #include "StoreImpl.h"
 #include "StoreLoader.h"
 
@@ -43,32 +44,28 @@ std::vector<std::string> readLibrary(const std::string& file)
   }
 }
 
-bool continues(std::string_view line)
+// The lines of one statement, from this one on, as one line.
+std::string joinedFrom(const std::vector<std::string>& lines, std::size_t first, std::size_t& behind)
 {
-  return !line.empty() && line.back() == '\\';
-}
-
-// Where the whole lines begin that continued ones make, each by the index of its first.
-std::vector<std::size_t> beginnings(const std::vector<std::string>& lines)
-{
-  std::vector<std::size_t> starts;
-  bool continued = false;
-  for (std::size_t i = 0; i < lines.size(); ++i) {
-    if (!continued)
-      starts.push_back(i);
-    continued = continues(continued ? StringUtilities::trimmed(lines[i]) : std::string_view(lines[i]));
-  }
-  return starts;
+  behind = first + 1;
+  for (bool goesOn = lexical::continues(lines[first]); goesOn && behind < lines.size(); ++behind)
+    goesOn = lexical::continues(StringUtilities::trimmed(lines[behind]));
+  const auto begin = lines.begin();
+  return StringUtilities::removeContinuation(
+             {begin + static_cast<std::ptrdiff_t>(first), begin + static_cast<std::ptrdiff_t>(behind)})
+      .front();
 }
 
 // A library defines; nobody is there yet to act.
 void refuseActions(const std::string& file, const std::vector<std::string>& lines)
 {
-  for (const std::size_t i : beginnings(lines))
-    if (MiniKSLParser::determineLineType(lines[i]) == MiniKSLParser::actionLine)
+  for (std::size_t i = 0, behind = 0; i < lines.size(); i = behind) {
+    const std::string line = joinedFrom(lines, i, behind);
+    if (MiniKSLParser::determineLineType(line) == MiniKSLParser::actionLine)
       throw ksl::invalid("KSLAPI", function,
                          _("Action line in KSL library '%s', line %d: '%s'.", file, i + 1,
-                           StringUtilities::simplifyWhitespace(lines[i])));
+                           StringUtilities::simplifyWhitespace(line)));
+  }
 }
 
 void readLibraryLine(store::Loader& loader, const std::string& file, const std::string& line,
@@ -91,10 +88,10 @@ void readLibraryLine(store::Loader& loader, const std::string& file, const std::
 void loadLibrary(KSLAPI::Impl& store, const std::string& file, const std::vector<std::string>& lines)
 {
   store::Loader loader(store, nullptr, true);
-  const std::vector<std::size_t> starts = beginnings(lines);
-  const std::vector<std::string> whole = StringUtilities::removeContinuation(lines);
-  for (std::size_t i = 0; i < whole.size(); ++i)
-    readLibraryLine(loader, file, whole[i], starts[i] + 1);
+  for (std::size_t i = 0, behind = 0; i < lines.size(); i = behind) {
+    const std::string line = joinedFrom(lines, i, behind);
+    readLibraryLine(loader, file, line, i + 1);
+  }
   if (loader.depth() > 0)
     throw ksl::invalid("KSLAPI", function, _("Not enough END statements in KSL library '%s'.", file));
 }
