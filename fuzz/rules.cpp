@@ -40,16 +40,30 @@ class Choices {
   std::size_t m_left;
 };
 
-std::string type(Choices& choose) { return choose.of({"A", "B", "S", "LONG NAME"}); }
-std::string name(Choices& choose) { return choose.of({"a", "b", "a b", "\"#\"", "A"}); }
-std::string param(Choices& choose) { return choose.of({"x", "Option", "Ref", "Refs", "Size", "Sum"}); }
-std::string params(Choices& choose) { return choose.list({"x", "Option", "Ref", "Refs", "Size", "Sum"}); }
+std::string type(Choices& choose)
+{
+  return choose.of({"A", "B", "S", "LONG NAME"});
+}
+std::string name(Choices& choose)
+{
+  return choose.of({"a", "b", "a b", "\"#\"", "A"});
+}
+std::string param(Choices& choose)
+{
+  return choose.of({"x", "Option", "Ref", "Refs", "Size", "Sum"});
+}
+std::string params(Choices& choose)
+{
+  return choose.list({"x", "Option", "Ref", "Refs", "Size", "Sum"});
+}
 std::string value(Choices& choose)
 {
-  return choose.of({"1", "On", "Off", "/A:a", "a", "a, b", "2 [mm]", "1 + 2 [m]", "", "a b", "\"q, r\"", "#"});
+  return choose.of(
+      {"1", "On", "Off", "/A:a", "a", "a, b", "2 [mm]", "1 + 2 [m]", "", "a b", "\"q, r\"", "#"});
 }
 
-void addEntry(Choices& choose, std::string& text, std::initializer_list<const char*> keys, const std::string& what)
+void addEntry(Choices& choose, std::string& text, std::initializer_list<const char*> keys,
+              const std::string& what)
 {
   if (choose.below(2))
     text += "  " + choose.of(keys) + " = " + what + "\n";
@@ -57,11 +71,13 @@ void addEntry(Choices& choose, std::string& text, std::initializer_list<const ch
 
 std::string makeRules(Choices& choose)
 {
-  std::string text = "RULES:\nKSLObjectClasses = DataKSLObject, GenericKSLObject\nSchedulerTypes = Data, Other\n";
+  std::string text =
+      "RULES:\nKSLObjectClasses = DataKSLObject, GenericKSLObject\nSchedulerTypes = Data, Other\n";
   for (const char* known : {"x", "Option", "Ref", "Refs", "Size", "Sum"}) {
     text += "PARAMETER: " + std::string(known) + "\n";
-    addEntry(choose, text, {"Parameter Type"},
-             choose.of({"String", "Integer", "Quantity", "Logical", "String List", "Internal", "Expression"}));
+    addEntry(
+        choose, text, {"Parameter Type"},
+        choose.of({"String", "Integer", "Quantity", "Logical", "String List", "Internal", "Expression"}));
     addEntry(choose, text, {"Default"}, value(choose));
     addEntry(choose, text, {"Allowed String List"}, choose.list({"On", "Off", "None", "a"}));
     addEntry(choose, text, {"Local Type"}, choose.of({"Data", "Other"}));

@@ -24,7 +24,8 @@ class PendingError {
   void report();
 
  private:
-  explicit PendingError(std::shared_ptr<const ErrorMsg> noMemory) noexcept : m_noMemory(std::move(noMemory)) {}
+  explicit PendingError(std::shared_ptr<const ErrorMsg> noMemory) noexcept : m_noMemory(std::move(noMemory))
+  {}
   std::shared_ptr<const ErrorMsg> m_error;
   std::shared_ptr<const ErrorMsg> m_noMemory;  // made while there is some
 };

@@ -55,7 +55,8 @@ void Loader::readHeader(std::string_view line, std::string_view statement)
   if (header.type.empty())
     syntaxError(line);
   if (m_open.empty() && !m_mayDefine && header.type == rulesType)
-    throw ksl::invalid("KSLAPI", "loadKSLData", _("Object type '%s' cannot be changed by a command.", header.type));
+    throw ksl::invalid("KSLAPI", "loadKSLData",
+                       _("Object type '%s' cannot be changed by a command.", header.type));
   const bool inRules = !m_open.empty() && isRulesPath(m_open.front().path.str());
   checkName(header.type, inRules);
   checkName(header.name, inRules);
