@@ -3,6 +3,7 @@
 #include "platform/ORVKSLParseUtilities.h"
 #include "platform/ORVUtilities.h"
 #include "command/ActionExecutor.h"
+#include "actions/FileText.h"
 
 #include <array>
 #include <vector>
@@ -12,9 +13,11 @@ namespace orv {
 namespace {
 
 constexpr std::size_t lineWidth = 80;
+constexpr std::string_view updateLine = "> update";
+constexpr std::string_view updateNoActionLine = "> update noaction";
 
 // True for a text that wrapping would leave as it is, but for its length.
-bool isPlain(std::string_view text)
+bool staysOneLine(std::string_view text)
 {
   for (std::size_t i = 0; i < text.size(); ++i)
     if (text[i] <= ' ' && StringUtilities::isSpace(text[i]) && (text[i] != ' ' || text[i + 1] == ' '))
@@ -39,8 +42,30 @@ bool SessionBlock::isLeftOut(std::string_view line)
 
 std::string SessionBlock::write(std::string_view text)
 {
+  m_plain = FileText::isPlain(text);
+  m_asEntered = false;
+  m_updates = false;
+  writeLines(text);
+  if (m_mode == kslUpdateDefault && m_count != 0) {  // will be refused for that
+    m_asEntered = true;
+    writeLines(text);
+  } else {
+    if (m_mode == kslUpdateDefault && m_out.find(updateNoActionLine) != std::string::npos) {
+      m_updates = true;
+      writeLines(text);
+    }
+    closeBlocks();
+  }
+  m_out += '\n';
+  return std::move(m_out);
+}
+
+void SessionBlock::writeLines(std::string_view text)
+{
   m_rest = text;
   m_depth = 0;
+  m_count = 0;
+  m_last = 0;
   m_out.clear();
   m_out.reserve(text.size() + text.size() / 2);
   std::string_view line;
@@ -50,8 +75,25 @@ std::string SessionBlock::write(std::string_view text)
     else
       writeLine(line);
   }
-  m_out += '\n';
-  return std::move(m_out);
+}
+
+// Before an update that ends the command: what was left open counts for it.
+void SessionBlock::closeBlocks()
+{
+  std::string last(StringUtilities::trimmed(std::string_view(m_out).substr(m_last)));
+  if (last.starts_with(updateLine)) {
+    m_out.resize(m_last);
+    last += '\n';
+  } else {
+    last.clear();
+  }
+  while (m_depth > 0) {
+    m_out.append(2 * --m_depth, ' ');
+    m_out += "END\n";
+  }
+  m_out += last;
+  if (m_mode == kslUpdateNoAction && !m_out.empty() && !last.starts_with(updateNoActionLine))
+    m_out.append(updateNoActionLine) += '\n';
 }
 
 bool SessionBlock::takeLine(std::string_view& line)
@@ -79,24 +121,41 @@ std::string SessionBlock::joined(std::string_view first)
 void SessionBlock::writeLine(std::string_view line)
 {
   const std::string_view text = StringUtilities::trimmed(line);
-  if (text.empty()) {
-    m_out += '\n';
+  if (text.empty())
     return;
-  }
   const int type = MiniKSLParser::determineLineType(text);
   if (type == MiniKSLParser::actionLine && isLeftOut(text))
     return;
-  if (type == MiniKSLParser::endLine && m_depth > 0)
-    --m_depth;
-  if (2 * m_depth + text.size() <= lineWidth && isPlain(text)) {
+  if (type == MiniKSLParser::endLine) {
+    --m_count;
+    if (m_depth > 0)
+      --m_depth;
+    else if (!m_asEntered)
+      return;
+  }
+  m_last = m_out.size();
+  const bool comment = text.front() == '#';
+  if (m_plain && !(comment && FileText::looksLikeHead(text)))
+    writeText(text);
+  else
+    writeText(comment ? FileText::escapedComment(text) : FileText::escaped(text));
+  if (type == MiniKSLParser::objectLine) {
+    ++m_depth;
+    ++m_count;
+  } else if (m_updates && type == MiniKSLParser::endLine && m_count == 0) {
+    m_out.append(updateLine) += '\n';
+  }
+}
+
+void SessionBlock::writeText(std::string_view text)
+{
+  if (2 * m_depth + text.size() <= lineWidth && staysOneLine(text)) {
     m_out.append(2 * m_depth, ' ');
     m_out += text;
   } else {
     m_out += StringUtilities::splitStringToSize(text, m_depth, lineWidth);
   }
   m_out += '\n';
-  if (type == MiniKSLParser::objectLine)
-    ++m_depth;
 }
 
 }  // namespace orv
