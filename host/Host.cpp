@@ -24,7 +24,6 @@
 #include "actions/UndoExecutor.h"
 #include "actions/UpdateExecutor.h"
 #include "actions/WriteSessionExecutor.h"
-#include "actions/WriteStateExecutor.h"
 #include "services/EngineUnitSystemHandler.h"
 #include "services/ExpressionEvaluatorKSLObject.h"
 #include "services/ExpressionsKSLObject.h"
@@ -131,8 +130,9 @@ void Host::registerActions()
   m_actions.registerExecutor("session", std::make_unique<orv::WriteSessionExecutor>());
   m_actions.registerExecutor("readsession", std::make_unique<orv::ReadSessionExecutor>());
   m_actions.registerExecutor("rs", std::make_unique<orv::ReadSessionExecutor>());
-  m_actions.registerExecutor("savestate",
-                             std::make_unique<orv::WriteStateExecutor>(&m_files, m_stateWatch.observer()));
+  auto saving = std::make_unique<SaveExecutor>(&m_files, m_stateWatch.observer());
+  m_saving = saving.get();
+  m_actions.registerExecutor("savestate", std::move(saving));
   m_actions.registerExecutor("readstate", std::make_unique<orv::ReadStateExecutor>(&m_files));
   m_actions.registerExecutor("load", std::make_unique<LoadExecutor>());
   m_actions.registerExecutor("preferences", std::make_unique<PreferencesExecutor>());

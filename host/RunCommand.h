@@ -23,6 +23,9 @@ class RunCommand {
     std::string load;
     std::string save;
     std::string replay;
+    bool replayAsOne = false;  // as one command
+    bool keepWhole = false;    // what is whole of a session that is not
+    bool writeFiles = false;   // recorded saves are done again
     // Lists of paths or names of the objects to print at the end; "/" for all.
     std::vector<std::string> state;
   };
@@ -35,7 +38,10 @@ class RunCommand {
 
  private:
   void enter(const Texts& texts) const;
-  bool enterWatched(const Lines& text, GraphTrace* graph) const;
+  template <class Text>
+  bool enterWatched(const Text& text, GraphTrace* graph) const;
+  orv::SessionFile readSession() const;
+  void replay(const orv::SessionFile& session, GraphTrace* graph) const;
   void printState() const;
 
   Options m_options;

@@ -116,11 +116,14 @@ int runWithHost(const TextOptions& options, const std::function<void(Host&)>& wo
   return printer.errorCount() > 0 ? 1 : 0;
 }
 
-bool enterText(const Lines& text)
+namespace {
+
+template <class Enter>
+bool runCommand(Enter enter)
 {
   const ErrorCounter errors;
   CommandWatch watch;
-  orv::KSLCoreAPI::instance()->externalProcessKSL(text);
+  enter(*orv::KSLCoreAPI::instance());
   CommandWatch::eraseLine();
   if (const std::size_t changes = orv::KSLInterface::instance()->getLastRecoverySize())
     std::cerr << "rolled back " << changes << " changes\n";
@@ -130,4 +133,17 @@ bool enterText(const Lines& text)
     throw orv::Interrupt("ksl", "enterText", orv::_("Interrupted."));
   }
   return errors.count() == 0;
+}
+
+}  // namespace
+
+bool enterText(const Lines& text)
+{
+  return runCommand([&](orv::KSLCoreAPI& api) { api.externalProcessKSL(text); });
+}
+
+bool enterText(const orv::SessionFile::Command& command)
+{
+  const std::string text = orv::StringUtilities::vectorToString(command.lines, '\n');
+  return runCommand([&](orv::KSLCoreAPI& api) { api.processKSL(text, command.mode); });
 }

@@ -36,7 +36,7 @@ TEST(HostFiles, RecordSaveLoadReplay)
   const Outcome worked{0, workState, ""};
   EXPECT_EQ(run({"run", "--record", session, "--save", state, "--state=b,n"}, work), worked);
   EXPECT_EQ(run({"run", "--load", state, "--state=b,n"}), worked);
-  EXPECT_EQ(run({"replay", session, "--state=b,n"}), worked);
+  EXPECT_EQ(run({"replay", session, "--write-files", "--state=b,n"}), worked);
   // A recording holds what was loaded, not what it was.
   const std::string second = newFile("second.kses");
   EXPECT_EQ(run({"run", "--record", second, "--load", state, "-e", "NOTE: n\n  Text = new\nEND"}).status, 0);

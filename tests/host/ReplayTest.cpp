@@ -1,0 +1,93 @@
+// Sessions replayed command by command.
+#include "boxes.h"
+
+#include <filesystem>
+#include <gtest/gtest.h>
+#include <utility>
+
+namespace {
+
+using Arguments = std::vector<std::string>;
+
+Outcome run(Arguments arguments, const std::string& input = {})
+{
+  arguments.insert(arguments.end(), {"--library", boxes(), "--library", fileTypes()});
+  return ksl(arguments, input);
+}
+
+std::string newFile(const std::string& name)
+{
+  const std::string path = makeFile(name, {});
+  std::filesystem::remove(path);
+  return path;
+}
+
+const std::string day =
+    "BOX: a\nSize = 2\nEND\nBOX: a\nSize none\nEND\nBOX: a\nSize = 3\nEND\n.undo\nBX: b\nEND\nNOTE: "
+    "caf\xC3\xA9\n"
+    "Text = \"\xE2\x82\xAC\"\nEND\n> delet a\nBOX: c\nEND\n.undo\nBOX: d\n\n Size = 5\nEND\n";
+
+// Three typos and two undos: the state of that day, and its reports once more, each with its place.
+TEST(HostReplay, ADayInTheShell)
+{
+  const std::string session = newFile("day.kses");
+  const Outcome typed = run({"--record", session}, day + ".state\n");
+  const std::string state = typed.out.substr(typed.out.find("BOX:a"));
+  const Outcome replayed = run({"replay", session, "--state"});
+  EXPECT_EQ(replayed.out, state.substr(0, state.find("FILE PROCESSING")));
+  EXPECT_EQ(replayed.status, 1);
+  for (const int line : {9, 19, 27}) {
+    const std::string note =
+        "\n" + session + ":" + std::to_string(line) + ": this command failed, the replay goes on\n";
+    EXPECT_NE(replayed.err.find(note), std::string::npos) << note << replayed.err;
+  }
+  EXPECT_EQ(run({"replay", "--as-one", session, "--state"}).out, "") << "the first failure takes all back";
+}
+
+TEST(HostReplay, WhatIsNotWholeIsRefused)
+{
+  const std::string session = newFile("cut.kses");
+  ASSERT_EQ(run({"run", "--record", session, "-e", "BOX: p12\nEND", "-e", "> delete /BOX:p12"}).status, 0);
+  const std::string whole = readFile(session);
+  const std::string cut = makeFile("cut.kses", whole.substr(0, whole.find("2\n\n# Session file stopped")));
+  EXPECT_EQ(run({"replay", cut, "--state"}), (Outcome{1, "",
+                                                      "error[4] SessionFile::requireWhole: Session file '"
+                                                          + cut + "' is incomplete: line 8 has no end.\n"}));
+  EXPECT_EQ(run({"replay", cut, "--keep-whole", "--state"}), (Outcome{0, "BOX:p12\n  Size = 1\nEND\n", ""}));
+}
+
+TEST(HostReplay, WritesOnlyWhatIsAskedForNow)
+{
+  const std::string state = newFile("newer.qst");
+  const std::string session = newFile("saves.kses");
+  ASSERT_EQ(run({"run", "--record", session, "--save", state, "-e", "BOX: a\nEND"}).status, 0);
+  const std::string saved = readFile(state);
+  makeFile("newer.qst", "newer");
+  for (const Arguments& way : {Arguments{"replay", session}, Arguments{"replay", session, "--as-one"}}) {
+    const Outcome outcome = run(way);
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_EQ(outcome.err, "warning[8] ksl::replay: A recorded '> savestate mode=overwrite, filename=" + state
+                               + "' was passed over. --write-files runs it.\n");
+    EXPECT_EQ(readFile(state), "newer");
+  }
+  EXPECT_EQ(run({"replay", session, "--write-files"}), (Outcome{0, "", ""}));
+  EXPECT_EQ(readFile(state).substr(60), saved.substr(60));
+  EXPECT_EQ(run({"run", "--record", newFile("one"), "--save", newFile("one")}).status, 2);
+  const Outcome onto =
+      run({"run", "--record", newFile("j.kses"), "-e", "> savestate filename=" + newFile("j.kses")});
+  EXPECT_EQ(onto.status, 1);
+  EXPECT_NE(onto.err.find("WriteStateExecutor::invoke: File '"), std::string::npos) << onto.err;
+}
+
+// A session that moved with the files that it names.
+TEST(HostReplay, FilesAreFoundBesideTheSession)
+{
+  makeFile("moved/a.qst", "BOX: a\n  Size = 4\nEND\n");
+  const std::string session =
+      makeFile("moved/s.kses", "> readstate mode=append, filename=a.qst\n\n> undo\n\n> redo\n");
+  const Outcome outcome = run({"replay", session, "--state=a"});
+  EXPECT_EQ(outcome.out, "BOX:a\n  Size = 4\nEND\n") << outcome.err;
+  EXPECT_EQ(outcome.status, 0);
+}
+
+}  // namespace
