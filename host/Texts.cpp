@@ -1,6 +1,7 @@
 #include "Texts.h"
 
 #include "platform/ORVError.h"
+#include "platform/ORVOutputFiles.h"
 #include "platform/ORVSystem.h"
 #include "platform/ORVUtilities.h"
 #include "command/KSLCoreAPI.h"
@@ -127,6 +128,8 @@ bool runCommand(Enter enter)
   CommandWatch::eraseLine();
   if (const std::size_t changes = orv::KSLInterface::instance()->getLastRecoverySize())
     std::cerr << "rolled back " << changes << " changes\n";
+  for (const std::string& file : orv::OutputFiles::instance()->written())
+    std::cerr << "wrote " << file << '\n';
   if (CommandWatch::requested()) {
     if (!watch.stopped())
       std::cerr << "interrupted when the command was done\n";

@@ -14,6 +14,7 @@
 //     the database holds are the same (but for no-action updates, which apply less on purpose).
 #include "command/KSLInterface.h"
 
+#include "platform/ORVOutputFiles.h"
 #include "platform/ORVUtilities.h"
 #include "rules/AdditionalRules.h"
 #include "rules/KSLRules.h"
@@ -108,6 +109,7 @@ KSLInterface::KSLInterface()
       m_rules(std::make_unique<KSLRules>())
 {
   m_kslapi->registerDefaultActionHandler(m_actionHandler.get());
+  OutputFiles::instance();  // made while there is memory
   m_modeStack.reserve(usualNesting);
   m_modeStack.push_back(kslUpdateDefault);
   closeHistory();
@@ -222,7 +224,10 @@ void KSLInterface::runHistory(UndoMode mode)
 {
   if (m_entryCount > 0)
     return parseHistory(mode);
-  runParse(kslUpdateDefault, [&] { parseHistory(mode); });
+  runParse(kslUpdateDefault, [&] {
+    parseHistory(mode);
+    OutputFiles::instance()->publish();
+  });
 }
 
 void KSLInterface::undoOnError()
@@ -237,6 +242,8 @@ void KSLInterface::undoOnError()
 void KSLInterface::beginNewParse(kslUpdateMode mode)
 {
   m_modeStack.push_back(mode == kslUpdateDefault ? m_modeStack.back() : mode);
+  if (m_entryCount == 0)
+    OutputFiles::instance()->begin();
   if (m_entryCount == 0 && m_undoMode == NORMAL)
     openHistory();
   ++m_entryCount;
@@ -244,8 +251,10 @@ void KSLInterface::beginNewParse(kslUpdateMode mode)
 
 void KSLInterface::endParse()
 {
-  if (m_entryCount-- == 1)
+  if (m_entryCount-- == 1) {
+    OutputFiles::instance()->end();
     closeHistory();
+  }
   if (m_modeStack.size() > 1)
     m_modeStack.pop_back();
 }
@@ -285,7 +294,9 @@ void KSLInterface::handleParseException(bool force)
   if (m_entryCount != 1 && !force)
     throw AbortException(m_errorState->error);
   reportPendingError();
+  OutputFiles::instance()->discard();
   attemptErrorRecovery();
+  OutputFiles::instance()->discard();  // what objects wrote when they became what they were
 }
 
 void KSLInterface::doParseKSL(const std::string& text, kslUpdateMode mode)
@@ -307,8 +318,11 @@ void KSLInterface::doParseKSL(const std::string& text, kslUpdateMode mode)
   });
   processKSL(lines);
   tell.dismiss();
-  if (m_entryCount == 1)
-    KSLCoreAPI::instance()->notify(KSLCoreAPI::outermostProcessed);
+  if (m_entryCount != 1)
+    return;
+  OutputFiles::instance()->publish();
+  KSLCoreAPI::instance()->notify(KSLCoreAPI::outermostProcessed);
+  OutputFiles::instance()->publish();  // of texts that observers submitted
 }
 
 KSLLines KSLInterface::preParseKSL(const std::string& text) const
