@@ -3,21 +3,7 @@
 #include "database/DataKSLObject.h"
 #include "database/ObjectDB.h"
 #include "database/ObjectFactory.h"
-#include "actions/CopyExecutor.h"
-#include "actions/DebugExecutor.h"
-#include "actions/DeleteExecutor.h"
-#include "actions/ForceUpdateExecutor.h"
-#include "actions/GetRulesInfoExecutor.h"
-#include "actions/GetStateExecutor.h"
-#include "actions/NotifyExecutor.h"
-#include "actions/ReadSessionExecutor.h"
-#include "actions/ReadStateExecutor.h"
-#include "actions/RedoExecutor.h"
-#include "actions/RenameExecutor.h"
-#include "actions/UndoExecutor.h"
-#include "actions/UpdateExecutor.h"
-#include "actions/WriteSessionExecutor.h"
-#include "actions/WriteStateExecutor.h"
+#include "session/Registration.h"
 
 #include <filesystem>
 #include <gtest/gtest.h>
@@ -286,25 +272,10 @@ TestSystem::~TestSystem()
 
 void TestSystem::registerExecutors()
 {
-  m_factory.registerExecutor("update", new UpdateExecutor(&m_executive));
-  m_factory.registerExecutor("undo", new UndoExecutor(&m_executive));
-  m_factory.registerExecutor("redo", new RedoExecutor(&m_executive));
-  m_factory.registerExecutor("getstate", new GetStateExecutor);
-  m_factory.registerExecutor("s", new GetStateExecutor);
-  m_factory.registerExecutor("getrulesinfo", new GetRulesInfoExecutor);
-  m_factory.registerExecutor("forceupdate", new ForceUpdateExecutor(&m_executive));
-  m_factory.registerExecutor("fu", new ForceUpdateExecutor(&m_executive));
-  m_factory.registerExecutor("copy", new CopyExecutor);
-  m_factory.registerExecutor("rename", new RenameExecutor);
-  m_factory.registerExecutor("delete", new DeleteExecutor);
-  m_factory.registerExecutor("notify", new NotifyExecutor(&m_files));
-  m_factory.registerExecutor("debug", new DebugExecutor);
-  m_factory.registerExecutor("db", new DebugExecutor);
-  m_factory.registerExecutor("session", new WriteSessionExecutor);
-  m_factory.registerExecutor("readsession", new ReadSessionExecutor);
-  m_factory.registerExecutor("rs", new ReadSessionExecutor);
-  m_factory.registerExecutor("savestate", new WriteStateExecutor(&m_files, &m_stateChanges));
-  m_factory.registerExecutor("readstate", new ReadStateExecutor(&m_files));
+  ActionOptions options;
+  options.files = &m_files;
+  options.stateChanges = &m_stateChanges;
+  registerActions(m_factory, m_executive, options);
   registerAction("setViewportView", [this](const std::vector<std::string>& words) {
     m_viewActions += m_viewActions.empty() ? "" : "; ";
     m_viewActions += ActionExecutor::mergeActionLine(words);
