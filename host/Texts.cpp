@@ -6,9 +6,11 @@
 #include "platform/ORVUtilities.h"
 #include "command/KSLCoreAPI.h"
 #include "command/KSLInterface.h"
+#include "actions/FileText.h"
 #include "CommandWatch.h"
 #include "ErrorPrinter.h"
 #include "Host.h"
+#include "StandardStreams.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -25,16 +27,12 @@ Lines splitLines(const std::string& text)
   return lines;
 }
 
-Lines readStandardInput()
+// Escapes are undone where the head of a file says that there are some.
+Lines readText(const std::string& file)
 {
-  std::string text;
-  char buffer[1 << 16];
-  while (const std::size_t count = std::fread(buffer, 1, sizeof buffer, stdin))
-    text.append(buffer, count);
-  if (std::ferror(stdin))
-    throw orv::file::error("ksl", "readStandardInput",
-                           orv::_("Cannot read standard input: %s.", orv::Error::getSystemError()));
-  return splitLines(text);
+  Lines lines = file == "-" ? splitLines(readStandardInput()) : orv::ORVFile::readLines(file);
+  orv::FileText::undo(lines);
+  return lines;
 }
 
 bool isBlank(const Lines& lines)
@@ -46,7 +44,7 @@ Texts readTexts(const TextOptions& options)
 {
   Texts texts;
   for (const std::string& file : options.files)
-    texts.push_back(file == "-" ? readStandardInput() : orv::ORVFile::readLines(file));
+    texts.push_back(readText(file));
   for (const std::string& text : options.texts)
     texts.push_back(splitLines(text));
   // An empty file says nothing; the library takes an empty text for a slip of its caller.

@@ -6,6 +6,7 @@
 #include "GraphCommand.h"
 #include "RunCommand.h"
 #include "Shell.h"
+#include "StandardStreams.h"
 
 #include <CLI/CLI.hpp>
 #include <memory>
@@ -197,6 +198,7 @@ CLI::App* addEval(CLI::App& app, EvalCommand::Options& options)
 
 int main(int argc, char** argv)
 {
+  secureStandardStreams();
   CLI::App app(
       "Defines and changes objects of a flow post-processor with KSL texts. Without a subcommand, as they "
       "are "

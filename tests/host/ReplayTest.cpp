@@ -122,4 +122,48 @@ TEST(HostOutput, FilesAreThoseOfTheLastGoodState)
             3);
 }
 
+// What is closed is not taken by the next file that is opened.
+TEST(HostStreams, ClosedOnesAreNobodysFiles)
+{
+  const std::string session = newFile("closed.kses");
+  const std::string command = "'" + std::string(std::getenv("KSL_BIN")) + "' run --library '" + boxes()
+                              + "' --library '" + fileTypes() + "' --record '" + session
+                              + "' -e 'BOX: a\nEND' -e 'BX: b\nEND' --state";
+  ASSERT_NE(std::system((command + " 2>&-").c_str()), -1);
+  const std::string expected = readFile(session).substr(100);
+  std::filesystem::remove(session);
+  ASSERT_NE(std::system((command + " <&- >&- 2>&-").c_str()), -1);
+  EXPECT_EQ(readFile(session).substr(100, 40), expected.substr(0, 40));
+  EXPECT_EQ(readFile(session).find("error"), std::string::npos);
+}
+
+TEST(HostStreams, WhatNeverEndsIsRefusedAndWhatIsLongIsCut)
+{
+  const Outcome folder = ksl({"run", "/"});
+  EXPECT_EQ(folder.err, "error[4] ORVFile::readAll: Cannot read file '/': Is a directory.\n");
+  const std::string big = makeFile("big.ksl", "");
+  std::filesystem::resize_file(big, std::uintmax_t{1} << 32);
+  EXPECT_EQ(ksl({"run", big}).err,
+            "error[4] ORVFile::readAll: Cannot read file '" + big + "': It has more than 1024 MB.\n");
+  std::filesystem::remove(big);
+  const std::string text = "\x1b[31m\xC2\x9B" + std::string(1000000, 'x') + "\xE2\x82\xAC";
+  const Outcome outcome = run({"run", "-", "-e", "\xEF\xBB\xBF"}, text);
+  EXPECT_TRUE(outcome.err.starts_with(
+      "error[4] KSLAPI::loadKSLData: Syntax error in KSL line: '\\x1b[31m\\xc2\\x9bxxx"))
+      << outcome.err.substr(0, 200);
+  EXPECT_NE(outcome.err.find("xxx [... 999"), std::string::npos);
+  EXPECT_LT(outcome.err.size(), 2000U);
+}
+
+// A file with a byte-order mark, of Windows, and one that a head says is escaped.
+TEST(HostStreams, FilesAreReadAsTheirHeadsSay)
+{
+  const std::string library = makeFile("marked.ksl", "\xEF\xBB\xBF" + readFile(boxes()));
+  const std::string state = makeFile("escaped.qst",
+                                     "# State file created: now\n# x, text beyond ASCII as {U+HHHH}\n\n"
+                                     "NOTE: n\nText = {U+00\\\nE9}\nEND\n");
+  EXPECT_EQ(ksl({"run", "--library", library, state, "--state"}),
+            (Outcome{0, "NOTE:n\n  Text = \xC3\xA9\nEND\n", ""}));
+}
+
 }  // namespace
