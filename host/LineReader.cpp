@@ -7,6 +7,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <iostream>
 #include <unistd.h>
 
@@ -69,10 +70,8 @@ std::unique_ptr<LineReader> makeLineReader(Complete complete, const std::string&
   return std::make_unique<PlainLineReader>();
 }
 
-std::string historyFileName()
+std::string stateFolder()
 {
-  if (std::getenv("KSL_HISTORY"))
-    return valueOf("KSL_HISTORY");
   std::string states = valueOf("XDG_STATE_HOME");
   if (states.empty() || states.front() != '/') {  // a relative one is to be ignored
     const std::string home = valueOf("HOME");
@@ -80,5 +79,21 @@ std::string historyFileName()
       return {};
     states = home + "/.local/state";
   }
-  return states + "/ksl/history";
+  return states + "/ksl";
+}
+
+std::string historyFileName()
+{
+  if (std::getenv("KSL_HISTORY"))
+    return valueOf("KSL_HISTORY");
+  const std::string folder = stateFolder();
+  return folder.empty() ? folder : folder + "/history";
+}
+
+void makeFolder(const std::string& folder)
+{
+  namespace fs = std::filesystem;
+  std::error_code ignored;
+  if (!folder.empty() && fs::create_directories(folder, ignored))
+    fs::permissions(folder, fs::perms::owner_all, ignored);
 }

@@ -26,7 +26,7 @@ int RunCommand::run()
   });
 }
 
-void RunCommand::enter(const Texts& texts) const
+void RunCommand::enter(const Texts& texts)
 {
   std::optional<NotificationTrace> notifications;
   if (m_options.traceNotifications)
@@ -53,11 +53,23 @@ void RunCommand::enter(const Texts& texts) const
   });
   if (!enterFile(m_options.load, loadStateText))
     return;
+  if (m_options.autoSave)
+    beginAutoSave();
+  const orv::ScopeGuard endAutoSave([this] { m_autoSave.reset(); });
   if (session)
     replay(*session, trace);
   for (const Lines& text : texts)
     enterWatched(text, trace);
-  enterFile(m_options.save, saveStateText);
+  if (enterFile(m_options.save, saveStateText) && m_autoSave)
+    m_autoSave->endWell();
+}
+
+void RunCommand::beginAutoSave()
+{
+  m_autoSave.emplace(AutoSave::folderFor(m_options.load, m_options.save, m_options.record), m_options.load);
+  if (!m_autoSave->leftover().empty())
+    std::cerr << "The last session here did not end well; what was saved of it is in "
+              << m_autoSave->leftover() << ".\n";
 }
 
 orv::SessionFile RunCommand::readSession() const
@@ -71,7 +83,7 @@ orv::SessionFile RunCommand::readSession() const
 }
 
 // Command by command, so that one that failed when it was recorded fails alone, and an undo has a step to undo.
-void RunCommand::replay(const orv::SessionFile& session, GraphTrace* graph) const
+void RunCommand::replay(const orv::SessionFile& session, GraphTrace* graph)
 {
   const orv::ScopeGuard reset([] {
     Host::current()->passOverSaves(false);
@@ -89,12 +101,16 @@ void RunCommand::replay(const orv::SessionFile& session, GraphTrace* graph) cons
 }
 
 template <class Text>
-bool RunCommand::enterWatched(const Text& text, GraphTrace* graph) const
+bool RunCommand::enterWatched(const Text& text, GraphTrace* graph)
 {
   using Clock = std::chrono::steady_clock;
+  if (m_autoSave)
+    m_autoSave->saveIfDue();  // a calculation may end the program
   const Clock::time_point start = Clock::now();
   const bool good = enterText(text);
   const std::chrono::duration<double> time = Clock::now() - start;
+  if (m_autoSave)
+    m_autoSave->saveIfDue();
   const orv::KSLUpdateInfo* changes = orv::KSLCoreAPI::instance()->getUpdateInfo();
   if (m_options.traceChanges)
     printChanges(*changes);

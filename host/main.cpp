@@ -137,6 +137,8 @@ void addRun(CLI::App& app, RunCommand::Options& options)
   addTexts(*run, options.input);
   addLoad(*run, options.load);
   addRecord(*run, options.record);
+  run->add_flag("--autosave", options.autoSave,
+                "Save AutoSaveState.qst as the shell does, beside the file of --load, --save or --record");
   addWatching(*run, options);
 }
 
