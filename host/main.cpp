@@ -3,6 +3,7 @@
 #include "platform/ORVUtilities.h"
 #include "EvalCommand.h"
 #include "FileActions.h"
+#include "FormatCommand.h"
 #include "GraphCommand.h"
 #include "RunCommand.h"
 #include "Shell.h"
@@ -196,6 +197,20 @@ CLI::App* addEval(CLI::App& app, EvalCommand::Options& options)
   return eval;
 }
 
+CLI::App* addFormat(CLI::App& app, FormatCommand::Options& options)
+{
+  CLI::App* format = app.add_subcommand("fmt", "Put KSL files into the one style; docs/ksl.md");
+  format
+      ->add_option("FILE", options.files,
+                   "Files to format; - is standard input, which goes to standard output")
+      ->required()
+      ->type_name("");
+  format->add_flag("--check", options.check,
+                   "Write nothing; name the files that are not in the style, with exit status 1");
+  format->add_flag("--diff", options.diff, "Write nothing; show what would change");
+  return format;
+}
+
 }  // namespace
 
 int main(int argc, char** argv)
@@ -220,6 +235,8 @@ int main(int argc, char** argv)
   const CLI::App* graph = addGraph(app, graphOptions);
   EvalCommand::Options evalOptions;
   const CLI::App* eval = addEval(app, evalOptions);
+  FormatCommand::Options formatOptions;
+  const CLI::App* format = addFormat(app, formatOptions);
   try {
     app.parse(argc, argv);
     checkFiles(runOptions);
@@ -228,6 +245,8 @@ int main(int argc, char** argv)
   }
   if (eval->parsed())
     return EvalCommand::run(evalOptions);
+  if (format->parsed())
+    return FormatCommand::run(formatOptions);
   if (app.get_subcommands().empty())
     return Shell::run(shellOptions);
   return graph->parsed() ? GraphCommand::run(graphOptions) : RunCommand(std::move(runOptions)).run();

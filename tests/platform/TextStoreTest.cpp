@@ -293,7 +293,7 @@ TEST(Libraries, LeaveTheStoreAloneWhenOneIsBad)
   const file::error* const unreadable = nullptr;
   std::string file = folder / "none";
   expect(file, "Cannot read KSL library '" + file + "': No such file or directory.", unreadable);
-  file = folder.write("act.ksl", "A: b\nEND\n\n  >delete   /A:a # x\n");
+  file = folder.write("act.ksl", "A: b\nEND\n\n\\\n  >delete   /A:a # x\n");
   expect(file, "Action line in KSL library '" + file + "', line 4: '>delete /A:a # x'.", invalid);
   file = folder.write("open.ksl", "A: b\nB: c\nEND\n");
   expect(file, "Not enough END statements in KSL library '" + file + "'.", invalid);

@@ -2,6 +2,7 @@
 #include "platform/ORVError.h"
 #include "platform/ORVKSLParseUtilities.h"
 #include "platform/ORVSystem.h"
+#include "platform/src/parse/lexical.h"
 #include "StoreImpl.h"
 #include "StoreLoader.h"
 
@@ -39,21 +40,27 @@ std::vector<std::string> readLibrary(const std::string& file)
   }
 }
 
-bool continues(std::string_view line)
+// The lines of one statement, from this one on, as one line.
+std::string joinedFrom(const std::vector<std::string>& lines, std::size_t first, std::size_t& behind)
 {
-  return !line.empty() && line.back() == '\\';
+  behind = first + 1;
+  for (bool goesOn = lexical::continues(lines[first]); goesOn && behind < lines.size(); ++behind)
+    goesOn = lexical::continues(StringUtilities::trimmed(lines[behind]));
+  const auto begin = lines.begin();
+  return StringUtilities::removeContinuation(
+             {begin + static_cast<std::ptrdiff_t>(first), begin + static_cast<std::ptrdiff_t>(behind)})
+      .front();
 }
 
-// A library defines; nobody is there yet to act. A line that continues another one is a part of that.
+// A library defines; nobody is there yet to act.
 void refuseActions(const std::string& file, const std::vector<std::string>& lines)
 {
-  bool continued = false;
-  for (std::size_t i = 0; i < lines.size(); ++i) {
-    if (!continued && MiniKSLParser::determineLineType(lines[i]) == MiniKSLParser::actionLine)
+  for (std::size_t i = 0, behind = 0; i < lines.size(); i = behind) {
+    const std::string line = joinedFrom(lines, i, behind);
+    if (MiniKSLParser::determineLineType(line) == MiniKSLParser::actionLine)
       throw ksl::invalid("KSLAPI", function,
                          _("Action line in KSL library '%s', line %d: '%s'.", file, i + 1,
-                           StringUtilities::simplifyWhitespace(lines[i])));
-    continued = continues(continued ? StringUtilities::trimmed(lines[i]) : std::string_view(lines[i]));
+                           StringUtilities::simplifyWhitespace(line)));
   }
 }
 

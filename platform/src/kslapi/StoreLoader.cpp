@@ -2,50 +2,24 @@
 
 #include "platform/ORVError.h"
 #include "platform/ORVKSLParseUtilities.h"
+#include "platform/src/parse/lexical.h"
 
 namespace orv::store {
 
 namespace {
 
 using StringUtilities::trimmed;
-using StringUtilities::unquoted;
-
-constexpr std::string_view replaceWord = "&replace";
-
-// Trimmed, outside and inside of quotes around it.
-std::string_view bareName(std::string_view text)
-{
-  return trimmed(unquoted(trimmed(text)));
-}
 
 [[noreturn]] void syntaxError(std::string_view line)
 {
   throw ksl::invalid("KSLAPI", "loadKSLData", _("Syntax error in KSL line: '%s'.", line));
 }
 
-void refuse(std::string_view name, char character)
+void checkName(std::string_view name, bool inRules)
 {
-  throw ksl::invalid("KSLAPI", "loadKSLData",
-                     _("Object name '%s' must not contain '%s'.", name, std::string_view(&character, 1)));
-}
-
-// A "/" would split the path, and a "," the list of paths in an action line; RULES are never addressed by
-// one.
-void checkName(std::string_view text, bool inRules)
-{
-  if (text.find('/') != std::string_view::npos)
-    refuse(text, '/');
-  if (!inRules && text.find(',') != std::string_view::npos)
-    refuse(text, ',');
-}
-
-bool takeReplaceWord(std::string_view& statement)
-{
-  if (statement.substr(0, replaceWord.size()) != replaceWord || statement.size() == replaceWord.size()
-      || !StringUtilities::isSpace(statement[replaceWord.size()]))
-    return false;
-  statement = trimmed(statement.substr(replaceWord.size()));
-  return true;
+  if (const char character = lexical::forbiddenCharacter(name, inRules))
+    throw ksl::invalid("KSLAPI", "loadKSLData",
+                       _("Object name '%s' must not contain '%s'.", name, std::string_view(&character, 1)));
 }
 
 }  // namespace
@@ -75,16 +49,13 @@ bool Loader::readLine(std::string_view line)
 
 void Loader::readHeader(std::string_view line, std::string_view statement)
 {
-  const bool replace = takeReplaceWord(statement);
-  const std::size_t colon = statement.find(':');
-  const std::string_view type = bareName(statement.substr(0, colon));
-  const std::string_view name = bareName(statement.substr(colon + 1));
-  if (type.empty())
+  const lexical::Header header = lexical::readHeader(statement);
+  if (header.type.empty())
     syntaxError(line);
   const bool inRules = !m_open.empty() && isRulesPath(m_open.front().path.str());
-  checkName(type, inRules);
-  checkName(name, inRules);
-  openBlock(type, name, replace);
+  checkName(header.type, inRules);
+  checkName(header.name, inRules);
+  openBlock(header.type, header.name, header.replace);
 }
 
 void Loader::openBlock(std::string_view type, std::string_view name, bool replace)
@@ -109,11 +80,10 @@ void Loader::openBlock(std::string_view type, std::string_view name, bool replac
 
 void Loader::readParam(std::string_view line, std::string_view statement, std::size_t equals)
 {
-  const std::string_view name = bareName(statement.substr(0, equals));
+  const auto [name, value] = lexical::readParameter(statement, equals);
   if (name.empty() || m_open.empty())
     syntaxError(line);
-  m_store.setParam(openNode(), m_store.tree.intern(name), trimmed(statement.substr(equals + 1)),
-                   KSLAPI::Impl::Record::yes);
+  m_store.setParam(openNode(), m_store.tree.intern(name), value, KSLAPI::Impl::Record::yes);
 }
 
 void Loader::endBlock()

@@ -1,20 +1,10 @@
 #include "platform/ORVKSLParseUtilities.h"
 #include "platform/ORVUtilities.h"
+#include "lexical.h"
 
 namespace orv {
 
 namespace {
-
-// "&replace" and a blank before a header.
-bool takeReplaceDirective(std::string_view& header) noexcept
-{
-  constexpr std::string_view word = "&replace";
-  const bool found = header.size() > word.size() && header.substr(0, word.size()) == word
-                     && StringUtilities::isSpace(header[word.size()]);
-  if (found)
-    header.remove_prefix(word.size());
-  return found;
-}
 
 // What counts of a line.
 std::string_view contents(std::string_view line) noexcept
@@ -42,15 +32,14 @@ MiniKSLParser::Line MiniKSLParser::scan(std::string_view line)
     return {actionLine, text, 0};
   if (text == "END")
     return {endLine, text, 0};
-  std::size_t mark = 0;
-  while (mark < text.size() && text[mark] != ':' && text[mark] != '=')
-    ++mark;
-  if (mark == text.size())
-    return {otherLineType, text, mark};
-  if (text[mark] == '=')
-    return {parameterLine, text, mark};
-  const bool isHeader = text.find('=', mark) == std::string_view::npos;
-  return {isHeader ? objectLine : otherLineType, text, mark};
+  // The first of "=" and ":" decides, and both are sought by what the processor has for it.
+  const std::size_t equals = text.find('=');
+  const std::size_t colon = text.substr(0, equals).find(':');
+  if (colon != std::string_view::npos)
+    return {equals == std::string_view::npos ? objectLine : otherLineType, text, colon};
+  if (equals != std::string_view::npos)
+    return {parameterLine, text, equals};
+  return {otherLineType, text, text.size()};
 }
 
 void MiniKSLParser::parse()
@@ -71,7 +60,7 @@ void MiniKSLParser::parse()
 
 void MiniKSLParser::beginBlock(std::string_view header)
 {
-  m_replace = takeReplaceDirective(header);
+  m_replace = lexical::takeReplaceWord(header);
   m_blocks.push_back(StringUtilities::splitObjectTypeAndName(header));
   const Block block = m_blocks.back();
   newObject(block.first, block.second);

@@ -2,6 +2,7 @@
 
 #include "platform/ORVKSLParseUtilities.h"
 #include "platform/ORVUtilities.h"
+#include "platform/src/parse/lexical.h"
 
 #include <algorithm>
 
@@ -13,7 +14,7 @@ constexpr std::size_t narrowest = 20;
 
 bool takeBackslash(std::string& line)
 {
-  if (line.empty() || line.back() != '\\')
+  if (!lexical::continues(line))
     return false;
   line.pop_back();
   return true;
