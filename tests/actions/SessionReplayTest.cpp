@@ -148,6 +148,7 @@ TEST_F(SessionReplay, VerboseModeTellsWhereAFileFailed)
       {"# head\n\nA: a\nx = 1 \\\n 2\nEND\n>nothing \\\n  b\nA: b\nEND",
        "Line 7 of the text failed: '> nothing b'."},
       {"CUT: c\n  Colour = pink\n>update\nEND\n", "Line 3 of the text failed: '> update'."},
+      {"CUT: b\nEND\nCUT: c\n  Colour = pink\nEND\n", "Line 5 of the text failed: 'END'."},
       {"> update\nx = 1\n", nullptr},
   };
   ErrorProgressReporter* reporter = ErrorProgressReporter::instance();

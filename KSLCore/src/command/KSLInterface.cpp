@@ -33,6 +33,14 @@ namespace {
 constexpr const char* source = "KSLCore/src/KSLInterface";
 constexpr std::size_t usualNesting = 64;  // parses within parses that need no memory of their own
 
+// The line of that number, from 1, as its writer knows it: the updates put in have none of their own.
+std::string lineOf(std::string_view text, std::size_t number)
+{
+  while (--number > 0)
+    text.remove_prefix(text.find('\n') + 1);
+  return StringUtilities::simplifyWhitespace(text.substr(0, text.find('\n')));
+}
+
 // Tells, in verbose mode, which line of a text the n-th action came from: long texts, such as recorded sessions, are
 // mended by taking a line out.
 void tellFailedLine(std::string_view text, kslUpdateMode mode, std::size_t n)
@@ -45,9 +53,14 @@ void tellFailedLine(std::string_view text, kslUpdateMode mode, std::size_t n)
   for (; index < lines.size(); ++index)
     if (CommandLines::isActionLine(lines[index]) && --n == 0)
       break;
-  if (index < lines.size())
-    reporter->inform(
-        _("Line %d of the text failed: '%s'.", CommandLines(mode).sourceLine(text, index), lines[index]));
+  if (index == lines.size())
+    return;
+  const std::size_t number = CommandLines(mode).sourceLine(text, index);
+  std::string line = lineOf(text, number);
+  const bool putIn = lines[index].starts_with("> update") && line.find("update") == std::string::npos;
+  if (!putIn)
+    line = lines[index];  // whole, when it was continued
+  reporter->inform(_("Line %d of the text failed: '%s'.", number, line));
 }
 
 }  // namespace
