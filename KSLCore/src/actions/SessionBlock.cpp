@@ -5,6 +5,7 @@
 #include "command/ActionExecutor.h"
 #include "actions/FileText.h"
 
+#include <algorithm>
 #include <array>
 #include <vector>
 
@@ -25,6 +26,41 @@ bool staysOneLine(std::string_view text)
   return text.back() != '\\';
 }
 
+// True for a text of which nearly every line stands as it is to be written, but for its place: blanks alone, and only
+// single ones within lines; no comments, escapes and continued lines. One pass without a branch.
+bool isUsual(std::string_view text)
+{
+  unsigned char odd = 0;
+  for (const char c : text)
+    odd |= static_cast<unsigned char>(((c < ' ') & (c != '\n')) | (c == '\x7F') | (c == '\\') | (c == '#')
+                                      | (c == '{'));
+  const char* const at = text.data();
+  for (std::size_t i = 2; i < text.size(); ++i)
+    odd |= static_cast<unsigned char>((at[i - 2] > ' ') & (at[i - 1] == ' ') & (at[i] == ' '));
+  return odd == 0;
+}
+
+// Without the blanks at its ends, which are all the white space that it has.
+std::string_view withoutBlanks(std::string_view line)
+{
+  std::size_t first = 0;
+  while (first < line.size() && line[first] == ' ')
+    ++first;
+  line.remove_prefix(first);
+  while (!line.empty() && line.back() == ' ')
+    line.remove_suffix(1);
+  return line;
+}
+
+// Of a statement without a comment.
+bool isHeader(std::string_view line)
+{
+  std::size_t mark = 0;
+  while (mark < line.size() && line[mark] != ':' && line[mark] != '=')
+    ++mark;
+  return mark < line.size() && line[mark] == ':' && line.find('=', mark) == std::string_view::npos;
+}
+
 }  // namespace
 
 bool SessionBlock::isLeftOut(std::string_view line)
@@ -42,7 +78,8 @@ bool SessionBlock::isLeftOut(std::string_view line)
 
 std::string SessionBlock::write(std::string_view text)
 {
-  m_plain = FileText::isPlain(text);
+  m_usual = isUsual(text);
+  m_plain = m_usual || FileText::isPlain(text);
   m_asEntered = false;
   m_updates = false;
   writeLines(text);
@@ -68,12 +105,49 @@ void SessionBlock::writeLines(std::string_view text)
   m_last = 0;
   m_out.clear();
   m_out.reserve(text.size() + text.size() / 2);
+  if (m_usual)
+    return writeUsualLines();
   std::string_view line;
   while (takeLine(line)) {
     if (line.ends_with('\\'))
       writeLine(joined(line));
     else
       writeLine(line);
+  }
+}
+
+// False for an END that ends nothing, and is left out.
+bool SessionBlock::endBlock()
+{
+  --m_count;
+  if (m_depth == 0)
+    return m_asEntered;
+  --m_depth;
+  return true;
+}
+
+// The same for lines that need no more than their place.
+void SessionBlock::writeUsualLines()
+{
+  while (!m_rest.empty()) {
+    const std::size_t end = std::min(m_rest.find('\n'), m_rest.size());
+    const std::string_view line = withoutBlanks(m_rest.substr(0, end));
+    m_rest.remove_prefix(std::min(end + 1, m_rest.size()));
+    if (line.empty())
+      continue;
+    if (line.front() == '>' || m_updates || 2 * m_depth + line.size() > lineWidth) {
+      writeLine(line);
+      continue;
+    }
+    const bool isEnd = line == "END";
+    if (isEnd && !endBlock())
+      continue;
+    m_last = m_out.size();
+    m_out.append(2 * m_depth, ' ').append(line) += '\n';
+    if (!isEnd && isHeader(line)) {
+      ++m_depth;
+      ++m_count;
+    }
   }
 }
 
@@ -126,13 +200,8 @@ void SessionBlock::writeLine(std::string_view line)
   const int type = MiniKSLParser::determineLineType(text);
   if (type == MiniKSLParser::actionLine && isLeftOut(text))
     return;
-  if (type == MiniKSLParser::endLine) {
-    --m_count;
-    if (m_depth > 0)
-      --m_depth;
-    else if (!m_asEntered)
-      return;
-  }
+  if (type == MiniKSLParser::endLine && !endBlock())
+    return;
   m_last = m_out.size();
   const bool comment = text.front() == '#';
   if (m_plain && !(comment && FileText::looksLikeHead(text)))

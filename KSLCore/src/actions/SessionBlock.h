@@ -32,6 +32,8 @@ class SessionBlock {
 
  private:
   void writeLines(std::string_view text);
+  void writeUsualLines();
+  bool endBlock();
   bool takeLine(std::string_view& line);
   std::string joined(std::string_view first);
   void writeLine(std::string_view line);
@@ -44,6 +46,7 @@ class SessionBlock {
   long m_count = 0;          // headers less ENDs
   bool m_asEntered = false;  // surplus ENDs and all
   bool m_updates = false;    // those that follow top-level blocks are written
+  bool m_usual = false;      // nothing of it has to be looked at closely
   bool m_plain = true;       // nothing needs escapes
   std::size_t m_last = 0;    // where the last line begins
   std::string m_out;
