@@ -87,6 +87,7 @@ class FileSystem {
  private:
   static constexpr const char* rules = R"(RULES:
   KSLObjectClasses = DataKSLObject
+  Categories = deletable
   PARAMETER: x
   END
   PARAMETER: Processing Mode
