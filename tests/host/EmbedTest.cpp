@@ -93,30 +93,6 @@ TEST_F(Plugin, TheDocumentedLineBuildsOneThatIsFoundByThePath)
   EXPECT_EQ(runRings("Size, own,", "ringArea", "ORV_KSL_PLUGIN_PATH=" + folder), ringState);
 }
 
-// What, where, and what the loader says; then the error, and the object is gone again.
-TEST_F(Plugin, WhatIsMissingIsTold)
-{
-  const auto told = [this](const std::string& library, const std::string& function) {
-    const Outcome outcome = runRings("Size, " + library + ",", function);
-    EXPECT_EQ(outcome.out, "");
-    EXPECT_NE(outcome.err.find("\nerror[4] GenericKSLObject::calculate: Calculate function '" + function
-                               + "' in library 'lib" + library
-                               + ".so' for object type 'RING' was not found.\nrolled back "),
-              std::string::npos)
-        << outcome.err;
-    return outcome.err.substr(0, outcome.err.find('\n'));
-  };
-  const std::string library = told("own", "ringArea");
-  EXPECT_TRUE(library.starts_with(
-      "warning[8] GenericKSLObject::calculate: Calculate library 'libown.so' not loaded: "
-      "libown.so: cannot open shared object file: No such file or directory. Looked for in '"))
-      << library;
-  EXPECT_TRUE(library.ends_with("/orvksl' and the system's places.")) << library;
-  EXPECT_NE(told("smallest", "ringWeight")
-                .find("Function 'ringWeight' not found in calculate library 'libsmallest.so': "),
-            std::string::npos);
-}
-
 // Built for another interface, or for none: nothing of it runs, not even what runs when a library is loaded.
 TEST_F(Plugin, AnotherStampIsRefusedUnseen)
 {
