@@ -80,15 +80,47 @@ TEST_F(Plugin, TheSmallestIsWhatTheDocumentShows)
 TEST_F(Plugin, TheDocumentedLineBuildsOneThatIsFoundByThePath)
 {
   const std::string folder = std::filesystem::path(makeFile("own/here")).parent_path();
+  const std::string generated =
+      std::filesystem::path(std::getenv("KSL_BIN")).parent_path().parent_path() / "include";
   std::smatch line;
   ASSERT_TRUE(std::regex_search(document, line, std::regex("\n(.*-shared.*)\n")));
-  std::string command =
-      replaced(line[1], "PREFIX/include/orvksl", sourceDir() + " -I " + sourceDir() + "/KSLCore/include");
+  std::string command = replaced(line[1], "PREFIX/include/orvksl",
+                                 sourceDir() + " -I " + sourceDir() + "/KSLCore/include -I " + generated);
   command = replaced(replaced(command, "libsmallest.so", folder + "/libown.so"), " smallest.cpp",
                      " " + sources + "smallest.cpp");
   ASSERT_EQ(std::system(command.c_str()), 0) << command;
   // Under another name, or the one that the build has made would be found as well.
   EXPECT_EQ(runRings("Size, own,", "ringArea", "ORV_KSL_PLUGIN_PATH=" + folder), ringState);
+}
+
+// Built for another interface, or for none: nothing of it runs, not even what runs when a library is loaded.
+TEST_F(Plugin, AnotherStampIsRefusedUnseen)
+{
+  const std::string folder = std::filesystem::path(makeFile("other/here")).parent_path();
+  const std::string version = ksl({"--version"}).out.substr(4, 5);
+  const std::pair<std::string, std::string> rows[] = {
+      {"const char orvCalculateLibraryStamp[] = \"orv calculate library built for 1.1.0/0123456789ab\";",
+       "libother.so was built for 1.1.0, this is " + version + ": build it again"},
+      {"const char orvCalculateLibraryStamp[] = \"orv calculate library built for " + version
+           + "/0123456789ab\";",
+       "libother.so was built for " + version + "/0123456789ab, this is " + version + "/"},
+      {"", "libother.so was built without a stamp (ORV_CALCULATE_LIBRARY), this is " + version
+               + ": build it again"},
+  };
+  for (const auto& [stamp, message] : rows) {
+    const std::string source = makeFile("other/other.c", "#include <stdio.h>\n" + stamp
+                                                             + "\n__attribute__((constructor)) static void begin(void) "
+                                                               "{ puts(\"called\"); }\n"
+                                                               "void* ringArea(void) { puts(\"called\"); return 0; }\n");
+    ASSERT_EQ(std::system(("cc -shared -fPIC -o " + folder + "/libother.so " + source).c_str()), 0);
+    const Outcome outcome = runRings("Size, other,", "ringArea", "ORV_KSL_PLUGIN_PATH=" + folder);
+    EXPECT_EQ(outcome.out, "");
+    EXPECT_TRUE(outcome.err.starts_with("warning[8] GenericKSLObject::calculate: " + message)) << outcome.err;
+    EXPECT_NE(outcome.err.find(
+                  "Calculate function 'ringArea' in library 'libother.so' for object type 'RING' was not "
+                  "found."),
+              std::string::npos);
+  }
 }
 
 }  // namespace

@@ -18,6 +18,7 @@
 //  3. The store's change list is empty, and RULES are open to the host.
 #include "command/KSLInterface.h"
 
+#include "platform/ORVOutputFiles.h"
 #include "platform/ORVUtilities.h"
 #include "rules/AdditionalRules.h"
 #include "rules/KSLRules.h"
@@ -36,6 +37,14 @@ namespace {
 
 constexpr const char* source = "KSLCore/src/KSLInterface";
 
+// The line of that number, from 1, as its writer knows it: the updates put in have none of their own.
+std::string lineOf(std::string_view text, std::size_t number)
+{
+  while (--number > 0)
+    text.remove_prefix(text.find('\n') + 1);
+  return StringUtilities::simplifyWhitespace(text.substr(0, text.find('\n')));
+}
+
 // Tells, in verbose mode, which line of a text the n-th action came from: long texts, such as recorded sessions, are
 // mended by taking a line out.
 void tellFailedLine(std::string_view text, kslUpdateMode mode, std::size_t n)
@@ -48,9 +57,14 @@ void tellFailedLine(std::string_view text, kslUpdateMode mode, std::size_t n)
   for (; index < lines.size(); ++index)
     if (CommandLines::isActionLine(lines[index]) && --n == 0)
       break;
-  if (index < lines.size())
-    reporter->inform(
-        _("Line %d of the text failed: '%s'.", CommandLines(mode).sourceLine(text, index), lines[index]));
+  if (index == lines.size())
+    return;
+  const std::size_t number = CommandLines(mode).sourceLine(text, index);
+  std::string line = lineOf(text, number);
+  const bool putIn = lines[index].starts_with("> update") && line.find("update") == std::string::npos;
+  if (!putIn)
+    line = lines[index];  // whole, when it was continued
+  reporter->inform(_("Line %d of the text failed: '%s'.", number, line));
 }
 
 }  // namespace
@@ -115,6 +129,7 @@ KSLInterface::KSLInterface()
                 errorType::warning)
 {
   m_kslapi->registerDefaultActionHandler(m_actionHandler.get());
+  OutputFiles::instance();  // made while there is memory
 }
 
 KSLInterface::~KSLInterface() = default;
@@ -193,10 +208,14 @@ void KSLInterface::failParse()
 void KSLInterface::runHistory(UndoMode mode)
 {
   const auto replay = [&] { m_history.replay(mode, m_executive); };
+  const auto outermost = [&] {
+    replay();
+    OutputFiles::instance()->publish();
+  };
   if (m_recovering)
     refuseText();
   else if (m_entryCount == 0)
-    runParse(kslUpdateDefault, replay);
+    runParse(kslUpdateDefault, outermost);
   else if (!m_error->isPending())
     replay();
 }
@@ -254,6 +273,7 @@ void KSLInterface::undoOnError()
 kslUpdateMode KSLInterface::beginNewParse(kslUpdateMode mode)
 {
   if (m_entryCount++ == 0) {
+    OutputFiles::instance()->begin();
     m_kslapi->refuseRules(true);
     m_history.open();
   }
@@ -266,6 +286,7 @@ void KSLInterface::endParse(kslUpdateMode outerMode)
   if (--m_entryCount > 0)
     return;
   m_kslapi->refuseRules(false);
+  OutputFiles::instance()->end();
   m_history.close();
 }
 
@@ -277,8 +298,10 @@ void KSLInterface::handleParseException(bool force)
   m_recovering = true;
   const ScopeGuard end([this] { m_recovering = false; });
   m_error->report();
+  OutputFiles::instance()->discard();
   m_history.recover(m_executive);
-  m_error->report();  // of a load that somebody made meanwhile
+  OutputFiles::instance()->discard();  // what objects wrote when they became what they were
+  m_error->report();                   // of a load that somebody made meanwhile
 }
 
 // One report for each text, but none for what the one who is being told submits.
@@ -309,8 +332,11 @@ void KSLInterface::doParseKSL(const std::string& text, kslUpdateMode mode)
   });
   processKSL(lines);
   tell.dismiss();
-  if (m_entryCount == 1)
-    CommandNotifier::notify(CommandNotifier::outermostProcessed);
+  if (m_entryCount != 1)
+    return;
+  OutputFiles::instance()->publish();
+  CommandNotifier::notify(CommandNotifier::outermostProcessed);
+  OutputFiles::instance()->publish();  // of texts that observers submitted
 }
 
 KSLLines KSLInterface::preParseKSL(const std::string& text) const
