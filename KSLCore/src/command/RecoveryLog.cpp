@@ -98,8 +98,10 @@ void RecoveryLog::settle(KSLAPI& store)
   if (!m_failure.isPending() && !m_incomplete)
     return;
   Adoption adoption(store);
-  for (const auto& [path, param] : m_failed)
-    attempt([&] { param.empty() ? adoption.object(path) : adoption.param(path, param); });
+  for (const auto& failed : m_failed) {
+    const std::string& param = failed.second;
+    attempt([&] { param.empty() ? adoption.object(failed.first) : adoption.param(failed.first, param); });
+  }
   if (m_incomplete)
     attempt([&] { adoption.object({}); });
 }
