@@ -6,6 +6,7 @@
 #include <deque>
 #include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace orv {
@@ -15,6 +16,7 @@ class KSLAPI;
 class KSLChangeList;
 class KSLObject;
 class ObjectDB;
+struct Relocation;
 
 // One exists; the host creates and owns it and gives it to KSLInterface::setExecutive.
 class ORV_API Executive {
@@ -42,6 +44,12 @@ class ORV_API Executive {
   void update(const KSLChangeList& changes, KSLChangeList* history, KSLAPI* store);
   // The same for changes that come from a history list.
   void replay(const KSLChangeList& changes, KSLChangeList* history, KSLAPI* store);
+  // The copy or rename that the updates to come are parts of, so that names follow it; not owned, null for none.
+  // Returns the one before.
+  const Relocation* setRelocation(const Relocation* relocation) noexcept
+  {
+    return std::exchange(m_relocation, relocation);
+  }
   // Sets parameters of objects that exist, without marking or recomputing anything; creates and deletes
   // nothing. The inverses of all changes are recorded all the same. The store is not used.
   void updateNoAction(const KSLChangeList& changes, KSLChangeList* history, KSLAPI* store);
@@ -68,6 +76,7 @@ class ORV_API Executive {
   bool m_updating = false;                    // the queue is being drained
   bool m_replays = false;                     // the update that comes next replays history
   KSLChangeList* m_currentHistory = nullptr;  // of the outermost update under way; not owned
+  const Relocation* m_relocation = nullptr;   // not owned
   int m_depth = 0;                            // updates under way
   ActionFactory* m_actionFactory = nullptr;   // not owned
 };

@@ -11,7 +11,7 @@
 #include "database/ObjectDB.h"
 #include "database/ObjectFactory.h"
 #include "rules/GenericKSLObject.h"
-#include "rules/LinkBatch.h"
+#include "rules/LinkTransaction.h"
 #include "command/ActionFactory.h"
 #include "command/DBUpdater.h"
 #include "command/KSLCoreAPI.h"
@@ -76,11 +76,11 @@ void Executive::applyUpdate(const KSLChangeList& changes, KSLChangeList* history
   const bool queueWasEmpty = m_pendingUpdates.empty();
   ObjectDB* database = ObjectDB::instance();
   DependentUpdates dependents;
-  if (std::exchange(m_replays, false))  // what is submitted from within is a change of its own
-    dependents.keepDefaults();
-  ObjectDBUpdater updater(database, &dependents);
+  const bool replays = std::exchange(m_replays, false);  // what is submitted from within is a change of its own
+  LinkTransaction links(*database, replays ? LinkTransaction::Kind::replay : LinkTransaction::Kind::command,
+                        m_relocation);
+  ObjectDBUpdater updater(database, &dependents, &links);
   UpdateProcessor processor(&updater, history);
-  LinkBatch links;  // references are judged when all changes are made
   processor.process(changes);
   processor.createWaiting();
 
@@ -89,12 +89,15 @@ void Executive::applyUpdate(const KSLChangeList& changes, KSLChangeList* history
   processor.process(*external);
   KSLAPIUpdateProcessor storeProcessor(store, false);
   external->process(forward, &storeProcessor);
+  const KSLChangeList rewrites = links.rewrites();
+  processor.process(rewrites);
+  rewrites.process(forward, &storeProcessor);
   appendToChangedObjects(processor.getChanged());
 
   InternalParamUpdateProcessor internalProcessor(&updater);
   dependents.getInternalChanges(model.get())->process(forward, &internalProcessor);
   appendToChangedObjects(internalProcessor.getChanged());
-  appendToChangedObjects(links.finish());
+  appendToChangedObjects(links.commit());
 
   if (queueWasEmpty)
     updateChangedObjects(database);
