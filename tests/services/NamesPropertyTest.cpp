@@ -205,7 +205,8 @@ std::string graph()
   for (const KSLObject* object : ObjectDB::instance()->getAllObjects()) {
     text += object->getPath() + object->getSchedulerInfo();
     object->forEachParam([&text](const ParamDefinition& param) {
-      text += "  " + param.getName() + " = " + param.getValue() + "\n";
+      if (!param.getValue().empty())
+        text += "  " + param.getName() + " = " + param.getValue() + "\n";
     });
     const auto* computing = dynamic_cast<const GenericKSLObject*>(object);
     for (const std::string& param : computing ? computing->getDelayedParams() : std::vector<std::string>())

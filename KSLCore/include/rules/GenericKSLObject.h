@@ -133,8 +133,9 @@ class ORV_API GenericKSLObject : public DataKSLObject, public SchedulerOwner {
   void valueRestored(const ParamDefinition& param) noexcept override;
   // Whether a text may ask for links, or the one before has.
   virtual bool mayLink(const ParamDefinition& param, const std::string& text) const;
-  // A parameter that was not there has its text: it is linked now, or by the transaction that is open.
-  void linkAdded(const ParamDefinition& param);
+  // A parameter that was not there has its text: it is linked now, or by the transaction that is open; with
+  // `aside` by the next one, as what setValueWithoutPending sets.
+  void linkAdded(const ParamDefinition& param, bool aside);
 
   // data::duplicate, function "addSchedulerObject", "Duplicate data: Scheduler type '%s' already exists.".
   void addScheduler(const std::string& schedulerType) override;

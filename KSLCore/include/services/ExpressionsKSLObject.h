@@ -100,7 +100,7 @@ class ORV_API ExpressionsKSLObject : public GenericKSLObject {
  private:
   friend class NameValues;
 
-  void addExpression(const std::string& name, const std::string& value);
+  void addExpression(const std::string& name, const std::string& value, bool aside);
   void tellOfMeaning(const std::string& name, bool wasDefined) const noexcept;
   std::vector<SchedulerObject*> takeWaiting();
 

@@ -197,9 +197,11 @@ std::string GenericKSLObject::setValueInternal(ParamDefinition* param, const std
   return old;
 }
 
-void GenericKSLObject::linkAdded(const ParamDefinition& param)
+void GenericKSLObject::linkAdded(const ParamDefinition& param, bool aside)
 {
   NameLink& link = nameLink(param);
+  if (aside)
+    return link.setAside();
   if (!LinkTransaction::current())
     LinkTransaction(link, param.getValue()).finish();
   noteSet(param);

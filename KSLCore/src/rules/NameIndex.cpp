@@ -67,6 +67,7 @@ void NameIndex::objectGoing(KSLObject& object) noexcept
 {
   const auto lose = [&object, byCommand = m_transaction != nullptr](NameLink& link) {
     link.lose(object, byCommand);
+    link.noteChange(byCommand);
   };
   const KSLObject* place = object.getParentObject();
   forEachUser(place, object.getName(), lose);

@@ -133,14 +133,14 @@ std::string ExpressionsKSLObject::setValue(const std::string& name, const std::s
 {
   if (hasParam(name))
     return GenericKSLObject::setValue(name, value);
-  addExpression(name, value);
+  addExpression(name, value, false);
   return getPath() + "/" + name + " = ";
 }
 
 std::string ExpressionsKSLObject::setValueWithoutPending(const std::string& name, const std::string& value)
 {
   if (!hasParam(name)) {
-    addExpression(name, value);
+    addExpression(name, value, true);
     return {};
   }
   const bool wasDefined = hasExpression(name);
@@ -166,7 +166,7 @@ std::string ExpressionsKSLObject::setValueInternal(ParamDefinition* param, const
 }
 
 // The parameter has its value before the observer hears of it, so that it hears once.
-void ExpressionsKSLObject::addExpression(const std::string& name, const std::string& value)
+void ExpressionsKSLObject::addExpression(const std::string& name, const std::string& value, bool aside)
 {
   if (!ExpressionDef::isName(name))
     throw data::invalid(className, "setValue", _("'%s' is not a name that expressions can use.", name));
@@ -177,10 +177,10 @@ void ExpressionsKSLObject::addExpression(const std::string& name, const std::str
   const ParamDefinition& added = *param;
   addParameter(std::move(param));
   ScopeGuard undo([&] { removeParameter(name); });
-  linkAdded(added);
+  linkAdded(added, aside);
   undo.dismiss();
   change.keep();
-  if (!LinkTransaction::current())
+  if (!aside && !LinkTransaction::current())
     markUsers(*added.getRules());
 }
 
