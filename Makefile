@@ -3,11 +3,14 @@ SHELL = bash
 .SHELLFLAGS = -e -o pipefail -c
 JOBS ?= $(shell nproc)
 FUZZ_SECONDS ?= 30
+MUTANTS ?= 60
+SEED ?= 1
 BENCH_ARGS ?=
 EXAMPLES = $(sort $(wildcard examples/*.ksl))
 CXX_FILES = git ls-files -z '*.h' '*.c' '*.cpp'
 
-.PHONY: build run test sanitize check layers headers format-check tidy format bench fuzz clean help
+.PHONY: build run test sanitize check layers share headers format-check tidy format mutate bench bench-count fuzz \
+  clean help
 
 build:         ## build the release preset; the host is build/release/bin/ksl
 	@tools/setup.sh run
@@ -45,10 +48,13 @@ sanitize:      ## the same tests under the address and undefined behaviour sanit
 	@$(MAKE) --no-print-directory build-asan
 	ctest --preset asan
 
-check: format-check layers headers tidy  ## format, layers, header self-containment, clang-tidy
+check: format-check layers share headers tidy  ## format, layers, share of tests, header self-containment, clang-tidy
 
 layers:
 	python3 tools/check_layers.py
+
+share:
+	python3 tools/count_lines.py --limit $$(sed -n 's/.*count_lines.py --limit \([0-9]*\).*/\1/p' CMakeLists.txt)
 
 headers:
 	python3 tools/check_headers.py
@@ -68,11 +74,20 @@ format:        ## format all tracked C and C++ files
 	@tools/setup.sh check
 	$(CXX_FILES) | xargs -0r clang-format -i
 
+mutate:        ## faults put into the sources, and which no test notices (MUTANTS=… SEED=… FILES=…)
+	@tools/setup.sh mutate
+	python3 tools/mutate.py --mutants $(MUTANTS) --seed $(SEED) --jobs $(JOBS) $(FILES)
+
 bench:         ## build and run the benchmarks (BENCH_ARGS=…)
 	@tools/setup.sh bench
 	cmake --preset release >/dev/null
 	cmake --build --preset release -j$(JOBS) --target bench
-	for b in build/release/bin/bench_*; do echo "$$b"; $$b $(BENCH_ARGS); done
+	for b in $$(ls build/release/bin/bench_* | grep -v /bench_counts); do echo "$$b"; $$b $(BENCH_ARGS); done
+
+bench-count:   ## count the instructions of each kind of work; fails 3 % above the figures that are kept
+	@tools/setup.sh bench
+	@$(MAKE) --no-print-directory build-release TARGETS='--target bench_counts'
+	python3 tools/bench_count.py
 
 fuzz:          ## build and run each fuzzer for FUZZ_SECONDS (30)
 	@tools/setup.sh fuzz

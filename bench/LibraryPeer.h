@@ -2,28 +2,16 @@
 #pragma once
 
 #include "platform/ORVError.h"
-#include "database/DataKSLObject.h"
 #include "database/ObjectDB.h"
 #include "database/ObjectFactory.h"
 #include "rules/AdditionalRules.h"
-#include "rules/GenericKSLObject.h"
 #include "command/ActionFactory.h"
 #include "command/Executive.h"
 #include "command/KSLCoreAPI.h"
 #include "command/KSLInterface.h"
-#include "actions/CopyExecutor.h"
-#include "actions/DeleteExecutor.h"
-#include "actions/ReadSessionExecutor.h"
-#include "actions/ReadStateExecutor.h"
-#include "actions/RedoExecutor.h"
-#include "actions/RenameExecutor.h"
-#include "actions/UndoExecutor.h"
-#include "actions/UpdateExecutor.h"
-#include "actions/WriteSessionExecutor.h"
-#include "actions/WriteStateExecutor.h"
 #include "bench/Model.h"
+#include "session/Registration.h"
 
-#include <memory>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -36,23 +24,13 @@ class LibraryPeer {
   explicit LibraryPeer(const std::vector<std::string>& rulesText)
   {
     orv::ErrorProgressReporter::instance()->setSink(&m_errors);
-    orv::DataKSLObject::registerBaseType();
-    orv::GenericKSLObject::registerBaseType();
+    orv::registerObjectClasses();
     orv::KSLInterface* owner = orv::KSLInterface::instance();
     owner->getKSLAPI()->loadKSLData(rulesText);
     orv::AdditionalRules rules;
     rules.applyObjectRules = true;
     owner->processRules(rules);
-    m_factory.registerExecutor("update", std::make_unique<orv::UpdateExecutor>(&m_executive));
-    m_factory.registerExecutor("undo", std::make_unique<orv::UndoExecutor>(&m_executive));
-    m_factory.registerExecutor("redo", std::make_unique<orv::RedoExecutor>(&m_executive));
-    m_factory.registerExecutor("delete", std::make_unique<orv::DeleteExecutor>());
-    m_factory.registerExecutor("copy", std::make_unique<orv::CopyExecutor>());
-    m_factory.registerExecutor("rename", std::make_unique<orv::RenameExecutor>());
-    m_factory.registerExecutor("session", std::make_unique<orv::WriteSessionExecutor>());
-    m_factory.registerExecutor("readsession", std::make_unique<orv::ReadSessionExecutor>());
-    m_factory.registerExecutor("savestate", std::make_unique<orv::WriteStateExecutor>());
-    m_factory.registerExecutor("readstate", std::make_unique<orv::ReadStateExecutor>());
+    orv::registerActions(m_factory, m_executive);
     m_executive.setActionFactory(&m_factory);
     owner->setExecutive(&m_executive);
   }

@@ -3,34 +3,15 @@
 #include "platform/ORVApplicationSupport.h"
 #include "platform/ORVSystem.h"
 #include "platform/ORVUtilities.h"
-#include "database/DataKSLObject.h"
 #include "database/ObjectDB.h"
 #include "database/ObjectFactory.h"
 #include "rules/AdditionalRules.h"
-#include "rules/GenericKSLObject.h"
 #include "command/KSLCoreAPI.h"
 #include "command/KSLInterface.h"
-#include "actions/CopyExecutor.h"
-#include "actions/DebugExecutor.h"
-#include "actions/DeleteExecutor.h"
-#include "actions/ForceUpdateExecutor.h"
-#include "actions/GetRulesInfoExecutor.h"
-#include "actions/GetStateExecutor.h"
-#include "actions/NotifyExecutor.h"
-#include "actions/ReadSessionExecutor.h"
-#include "actions/ReadStateExecutor.h"
-#include "actions/RedoExecutor.h"
-#include "actions/RenameExecutor.h"
-#include "actions/UndoExecutor.h"
-#include "actions/UpdateExecutor.h"
-#include "actions/WriteSessionExecutor.h"
-#include "actions/WriteStateExecutor.h"
 #include "services/EngineUnitSystemHandler.h"
-#include "services/ExpressionEvaluatorKSLObject.h"
-#include "services/ExpressionsKSLObject.h"
 #include "services/PreferencesExecutorBase.h"
-#include "services/UnitsKSLObject.h"
 #include "LoadExecutor.h"
+#include "session/Registration.h"
 
 #include <cstdlib>
 #include <memory>
@@ -83,11 +64,7 @@ Host::Commands::~Commands()
 
 Host::Host(const std::vector<std::string>& libraries)
 {
-  orv::DataKSLObject::registerBaseType();
-  orv::GenericKSLObject::registerBaseType();
-  orv::UnitsKSLObject::registerBaseType();
-  orv::ExpressionsKSLObject::registerBaseType();
-  orv::ExpressionEvaluatorKSLObject::registerBaseType();
+  orv::registerObjectClasses();
   orv::EngineUnitSystemHandler::instance();
   initialize(libraries);
   orv::AdditionalRules rules;
@@ -113,27 +90,12 @@ void Host::initialize(const std::vector<std::string>& libraries)
 
 void Host::registerActions()
 {
-  m_actions.registerExecutor("update", std::make_unique<orv::UpdateExecutor>(&m_executive));
-  m_actions.registerExecutor("undo", std::make_unique<orv::UndoExecutor>(&m_executive));
-  m_actions.registerExecutor("redo", std::make_unique<orv::RedoExecutor>(&m_executive));
-  m_actions.registerExecutor("getstate", std::make_unique<orv::GetStateExecutor>());
-  m_actions.registerExecutor("s", std::make_unique<orv::GetStateExecutor>());
-  m_actions.registerExecutor("forceupdate", std::make_unique<orv::ForceUpdateExecutor>(&m_executive));
-  m_actions.registerExecutor("fu", std::make_unique<orv::ForceUpdateExecutor>(&m_executive));
-  m_actions.registerExecutor("getrulesinfo", std::make_unique<orv::GetRulesInfoExecutor>());
-  m_actions.registerExecutor("delete", std::make_unique<orv::DeleteExecutor>(&m_protection));
-  m_actions.registerExecutor("copy", std::make_unique<orv::CopyExecutor>(&m_copying));
-  m_actions.registerExecutor("rename",
-                             std::make_unique<orv::RenameExecutor>());  // a renamed object keeps its files
-  m_actions.registerExecutor("notify", std::make_unique<orv::NotifyExecutor>(&m_files));
-  m_actions.registerExecutor("debug", std::make_unique<orv::DebugExecutor>());
-  m_actions.registerExecutor("db", std::make_unique<orv::DebugExecutor>());
-  m_actions.registerExecutor("session", std::make_unique<orv::WriteSessionExecutor>());
-  m_actions.registerExecutor("readsession", std::make_unique<orv::ReadSessionExecutor>());
-  m_actions.registerExecutor("rs", std::make_unique<orv::ReadSessionExecutor>());
-  m_actions.registerExecutor("savestate",
-                             std::make_unique<orv::WriteStateExecutor>(&m_files, m_stateWatch.observer()));
-  m_actions.registerExecutor("readstate", std::make_unique<orv::ReadStateExecutor>(&m_files));
+  orv::ActionOptions options;
+  options.deletionFilter = &m_protection;
+  options.copying = &m_copying;  // but none for renaming: a renamed object keeps its files
+  options.files = &m_files;
+  options.stateChanges = m_stateWatch.observer();
+  orv::registerActions(m_actions, m_executive, options);
   m_actions.registerExecutor("load", std::make_unique<LoadExecutor>());
   m_actions.registerExecutor("preferences", std::make_unique<PreferencesExecutor>());
   m_actions.registerExecutor("setViewportView", std::make_unique<ViewExecutor>());

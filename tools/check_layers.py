@@ -10,7 +10,7 @@ import os
 import re
 import sys
 
-CORE = ("database", "rules", "command", "actions", "services")
+CORE = ("database", "rules", "command", "actions", "services", "session")
 
 # What a file of a layer may include besides its own layer.
 ALLOWED = {
@@ -20,7 +20,8 @@ ALLOWED = {
     "command": {"platform", "database", "rules"},
     "actions": {"platform", "database", "rules", "command"},
     "services": {"platform", "database", "rules", "command"},
-    "host": {"platform", "database", "rules", "command", "actions", "services"},
+    "session": {"platform", "database", "rules", "command", "actions", "services"},
+    "host": {"platform", "database", "rules", "command", "actions", "services", "session"},
     "plugins": {"platform", "database", "rules"},
 }
 

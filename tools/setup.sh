@@ -1,5 +1,5 @@
 #!/bin/sh
-# Installs the Debian packages that one kind of work needs: setup.sh run|test|check|bench|fuzz ...
+# Installs the Debian packages that one kind of work needs: setup.sh run|test|check|mutate|bench|fuzz ...
 # Asks dpkg first, so it costs next to nothing when everything is there.
 set -eu
 
@@ -10,9 +10,10 @@ for group in "${@:-run}"; do
     run) packages="$packages $build" ;;
     test) packages="$packages $build libgtest-dev libgmock-dev librapidcheck-dev python3 udunits-bin" ;;
     check) packages="$packages $build libgtest-dev libgmock-dev librapidcheck-dev python3 udunits-bin git clang-format clang-tidy" ;;
-    bench) packages="$packages $build libbenchmark-dev libmuparser-dev" ;;
+    mutate) packages="$packages $build libgtest-dev libgmock-dev librapidcheck-dev python3 udunits-bin git ccache" ;;
+    bench) packages="$packages $build libbenchmark-dev libmuparser-dev valgrind python3" ;;
     fuzz) packages="$packages $build clang libclang-rt-14-dev" ;;
-    *) echo "setup.sh: unknown group '$group' (run, test, check, bench, fuzz)" >&2; exit 2 ;;
+    *) echo "setup.sh: unknown group '$group' (run, test, check, mutate, bench, fuzz)" >&2; exit 2 ;;
   esac
 done
 

@@ -6,25 +6,18 @@
 
 #include "platform/ORVError.h"
 #include "platform/ORVUtilities.h"
-#include "database/DataKSLObject.h"
 #include "database/ObjectDB.h"
 #include "database/ObjectFactory.h"
 #include "rules/AdditionalRules.h"
-#include "rules/GenericKSLObject.h"
 #include "command/ActionFactory.h"
 #include "command/Executive.h"
 #include "command/KSLCoreAPI.h"
 #include "command/KSLInterface.h"
-#include "actions/DeleteExecutor.h"
-#include "actions/UpdateExecutor.h"
 #include "services/EngineUnitSystemHandler.h"
-#include "services/ExpressionEvaluatorKSLObject.h"
-#include "services/ExpressionsKSLObject.h"
-#include "services/UnitsKSLObject.h"
+#include "session/Registration.h"
 
 #include <iostream>
 #include <iterator>
-#include <memory>
 #include <string>
 
 namespace {
@@ -46,18 +39,13 @@ void run(const std::string& library, const std::string& text)
   orv::ActionFactory actions;
   const orv::ScopeGuard guard(end);  // before these two, also when a step below throws
 
-  orv::DataKSLObject::registerBaseType();
-  orv::GenericKSLObject::registerBaseType();
-  orv::UnitsKSLObject::registerBaseType();
-  orv::ExpressionsKSLObject::registerBaseType();
-  orv::ExpressionEvaluatorKSLObject::registerBaseType();
+  orv::registerObjectClasses();
   orv::KSLInterface* commands = orv::KSLInterface::instance();
   commands->initialize(library, "");
   orv::AdditionalRules rules;
   rules.applyObjectRules = true;
   commands->processRules(rules);
-  actions.registerExecutor("update", std::make_unique<orv::UpdateExecutor>(&executive));
-  actions.registerExecutor("delete", std::make_unique<orv::DeleteExecutor>());
+  orv::registerActions(actions, executive);
   executive.setActionFactory(&actions);
   commands->setExecutive(&executive);
   orv::KSLCoreAPI::instance()->processKSL(text, orv::kslUpdateAtEnd);

@@ -7,27 +7,19 @@
 #include "platform/ORVError.h"
 #include "platform/ORVKSLParseUtilities.h"
 #include "platform/ORVUtilities.h"
-#include "database/DataKSLObject.h"
 #include "database/ObjectDB.h"
 #include "database/ObjectFactory.h"
 #include "rules/AdditionalRules.h"
-#include "rules/GenericKSLObject.h"
 #include "command/ActionFactory.h"
 #include "command/Executive.h"
 #include "command/KSLCoreAPI.h"
 #include "command/KSLInterface.h"
 #include "command/SessionUpdateStrategy.h"
-#include "actions/DeleteExecutor.h"
-#include "actions/ReadSessionExecutor.h"
-#include "actions/UpdateExecutor.h"
 #include "services/EngineUnitSystemHandler.h"
-#include "services/ExpressionEvaluatorKSLObject.h"
-#include "services/ExpressionsKSLObject.h"
-#include "services/UnitsKSLObject.h"
+#include "session/Registration.h"
 
 #include <iostream>
 #include <iterator>
-#include <memory>
 #include <set>
 #include <string>
 #include <vector>
@@ -90,19 +82,15 @@ void run(const std::string& library, const std::string& session, const std::stri
   orv::ActionFactory actions;
   const orv::ScopeGuard guard(end);
 
-  orv::DataKSLObject::registerBaseType();
-  orv::GenericKSLObject::registerBaseType();
-  orv::UnitsKSLObject::registerBaseType();
-  orv::ExpressionsKSLObject::registerBaseType();
-  orv::ExpressionEvaluatorKSLObject::registerBaseType();
+  orv::registerObjectClasses();
   orv::KSLInterface* commands = orv::KSLInterface::instance();
   commands->initialize(library, "");
   orv::AdditionalRules rules;
   rules.applyObjectRules = true;
   commands->processRules(rules);
-  actions.registerExecutor("update", std::make_unique<orv::UpdateExecutor>(&executive));
-  actions.registerExecutor("delete", std::make_unique<orv::DeleteExecutor>());
-  actions.registerExecutor("readsession", std::make_unique<orv::ReadSessionExecutor>(&strategy));
+  orv::ActionOptions options;
+  options.replay = &strategy;
+  orv::registerActions(actions, executive, options);
   executive.setActionFactory(&actions);
   commands->setExecutive(&executive);
 

@@ -44,7 +44,7 @@ class LoggingStrategy : public SessionUpdateStrategy {
 class SessionUpdaterTest : public SessionTest {
  protected:
   static constexpr const char* session =
-      "&replace A: a # new\n  y = one two\\ \n  z = one \\\n   two\n  B: c\n  END\nEND\n> delete "
+      "&replace A: a # new\n  y = one two\\ \n  z = one \\\n   two\n  &replace B: c\n  END\nEND\n> delete "
       "/C:b\nVIEW:\nText = "
       "t\nEND\r\n";
   static constexpr const char* rest =
@@ -55,7 +55,7 @@ class SessionUpdaterTest : public SessionTest {
 
   void setUpWork()
   {
-    system->run("A: a\nx = 1\nB: b\nEND\nEND\nC: b\nEND");
+    system->run("A: a\nx = 1\nB: c\nEND\nEND\nC: b\nEND");
     system->actions().registerExecutor("replayed", new NamedReplay(this));
   }
   class NamedReplay : public ActionExecutor {

@@ -11,47 +11,21 @@
 
 namespace orv {
 
-inline const char* const stateRules = R"(RULES:
+inline const std::string stateRules = [] {
+  std::string text = R"(RULES:
   Categories = deletable
   KSLObjectClasses = DataKSLObject
-  PARAMETER: x
-  END
-  PARAMETER: y
-  END
   PARAMETER: Shape
     Allowed String List = Round, Square
     Default = Crooked
-  END
-  PARAMETER: Cache
-    Default = 7
-  END
-  PARAMETER: Domain List
-    Default = All
   END
   PARAMETER: Visibility
     Parameter Type = Logical
     Default = On
   END
-  PARAMETER: Current Results File
-  END
   PARAMETER: Processing Mode
     Allowed String List = None, Session, State
     Default = None
-  END
-  PARAMETER: Path Stack
-    Default = .
-  END
-  PARAMETER: State Filename
-  END
-  PARAMETER: Save State Mode
-  END
-  PARAMETER: Save State Objects
-  END
-  PARAMETER: Read State Mode
-    Default = Append
-  END
-  PARAMETER: Load Data
-    Default = False
   END
   OBJECT: A
     KSLObject Class = DataKSLObject
@@ -89,8 +63,22 @@ inline const char* const stateRules = R"(RULES:
     Essential Parameter List = State Filename, Save State Mode, Read State Mode, Load Data
     Optional Parameter List = Save State Objects
   END
-END
 )";
+  const std::pair<const char*, const char*> defaults[] = {{"x", ""},
+                                                          {"y", ""},
+                                                          {"Cache", "7"},
+                                                          {"Domain List", "All"},
+                                                          {"Current Results File", ""},
+                                                          {"Path Stack", "."},
+                                                          {"State Filename", ""},
+                                                          {"Save State Mode", ""},
+                                                          {"Save State Objects", ""},
+                                                          {"Read State Mode", "Append"},
+                                                          {"Load Data", "False"}};
+  for (const auto& [name, value] : defaults)
+    text.append("PARAMETER: ").append(name).append("\nDefault = ").append(value).append("\nEND\n");
+  return text + "END";
+}();
 
 class StateFiles : public testing::Test {
  protected:

@@ -87,14 +87,11 @@ TEST(ActionFactory, OwnsWhatItAccepts)
     auto* first = new Mortal(alive);
     factory.registerExecutor("a", first);
     factory.registerExecutor("A", new Mortal(alive));
-    const auto add = [&](const char* word, ActionExecutor* executor) {
-      return [&factory, word, executor] { factory.registerExecutor(word, executor); };
-    };
-    EXPECT_EQ(thrown<internal::nullPointer>(add("", nullptr)),
+    EXPECT_EQ(thrown<internal::nullPointer>([&] { factory.registerExecutor("", nullptr); }),
               error("registerExecutor", "Input parameter p_executor is a null pointer."));
-    EXPECT_EQ(thrown<internal::badParam>(add("", spare.get())),
+    EXPECT_EQ(thrown<internal::badParam>([&] { factory.registerExecutor("", spare.get()); }),
               error("registerExecutor", "Input parameter p_action is empty."));
-    EXPECT_EQ(thrown<internal::error>(add("a", spare.get())),
+    EXPECT_EQ(thrown<internal::error>([&] { factory.registerExecutor("a", spare.get()); }),
               error("registerExecutor", "Duplicate data: Action 'a' already exists."));
     std::unique_ptr<ActionExecutor> kept = std::make_unique<Mortal>(alive);
     EXPECT_THROW(factory.registerExecutor("a", std::move(kept)), internal::error);

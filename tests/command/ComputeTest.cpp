@@ -1,7 +1,7 @@
 // What computes, when, and what it depends on: commands in, calculations and values out.
 #include "tests/command/ComputeTest.h"
 
-#include "database/DBChangeNotify.h"
+#include "rules/ExpressionNames.h"
 #include "actions/ForceUpdateExecutor.h"
 #include "tests/support/thrown.h"
 
@@ -23,6 +23,33 @@ TEST_F(ComputeTest, AChangeRecalculatesWhatDependsOnIt)
   EXPECT_EQ(parents("/NODE:c"), "/NODE:a /NODE:b");
   EXPECT_EQ(run(node("c", "Source =")), "c");
   EXPECT_EQ(run(node("a", "Value = 3")), "a b");
+  EXPECT_EQ(m_system.errors(), "");
+}
+
+// Every word is the name of a parameter beside.
+class LocalNames : public ExpressionNames {
+ public:
+  LocalNames() { install(this); }
+  ~LocalNames() override { install(nullptr); }
+  Uses namesIn(const KSLObject&, const ParamDefinition&, const std::string& text) const override
+  {
+    Uses uses;
+    uses.locals = StringUtilities::stringToVector(text, ' ');
+    return uses;
+  }
+  Variable findVariable(const KSLObject&, const std::string&) const override { return {}; }
+  KSLObject* findLocation(const KSLObject&, const std::string&) const override { return nullptr; }
+  KSLObject* findFunction(const KSLObject&, const std::string&) const override { return nullptr; }
+};
+
+TEST_F(ComputeTest, WhatStandsForAnotherParameterChangesWithIt)
+{
+  const LocalNames names;
+  run(node("a", "Note = 1\nFormula = Note") + node("b", "Source = a"));
+  EXPECT_EQ(run(node("a", "Note = 2")), "a b");
+  EXPECT_EQ(undo(), "a b");
+  EXPECT_EQ(run(node("a", "Formula =")), "a b");
+  EXPECT_EQ(run(node("a", "Note = 2")), "");
   EXPECT_EQ(m_system.errors(), "");
 }
 
@@ -89,77 +116,31 @@ TEST_F(ComputeTest, HistoryDoesNotCollectRewritesAgain)
   EXPECT_EQ(m_system.errors(), "");
 }
 
-TEST_F(ComputeTest, AReplacedTargetIsLinkedAnew)
+// Whatever became of the objects before, their deletion finds who refers to them: Beside makes no scheduler links, which
+// would tell.
+TEST_F(ComputeTest, TargetsThatComeBackKnowWhoRefersToThem)
 {
-  run("GROUP: g\n" + node("a", "Value = 1") + "END\n" + node("u", "Source = /GROUP:g/NODE:a")
-      + node("w", "Source = u"));
-  const std::string before = m_system.fullState();
-  EXPECT_EQ(run("&replace GROUP: g\n" + node("a", "Value = 2") + "END\n"), "a u w");
-  EXPECT_EQ(value("/NODE:u", "Source"), "/GROUP:g/NODE:a");
-  EXPECT_EQ(run("GROUP: g\n" + node("a", "Value = 3") + "END\n"), "a u w");
-  undo();
-  EXPECT_EQ(undo(), "a u w");
-  EXPECT_EQ(m_system.fullState(), before);
-  EXPECT_EQ(run("GROUP: g\n" + node("a", "Value = 4") + "END\n"), "a u w");
-  EXPECT_EQ(run("&replace GROUP: g\nEND\n"), "u w");  // without what was referred to
-  EXPECT_EQ(value("/NODE:u", "Source"), "");
-  EXPECT_EQ(m_system.errors(), "");
-}
-
-class RefusingObserver : public DBChangeNotify {
- public:
-  std::string refused;
-  void paramChanged(const KSLObject*, const ParamDefinition*) override {}
-  void paramDeleted(const KSLObject*, const std::string&) override {}
-  void objectAdded(const KSLObject*) override {}
-  void objectDeleteBegin(const KSLObject* object) override
-  {
-    if (object->getPath() == refused)
-      throw data::error("RefusingObserver", "objectDeleteBegin", "no");
-  }
-  void objectDeleteEnd(const std::string&, const KSLObject*) override {}
-};
-
-// Whatever became of the objects before, their deletion finds who refers to them: Beside makes no scheduler
-// links, which would tell.
-TEST_F(ComputeTest, TargetsThatComeBackOrStayKnowWhoRefersToThem)
-{
-  RefusingObserver observer;
-  ObjectDB::instance()->registerChangeNotify(&observer);
-  const auto replace = [](const std::string& header) { return "&replace " + header + "\nEND\n"; };
-  run("GROUP: g\nEND\n" + node("a") + "GROUP: h\n" + node("k") + "END\n"
-      + node("u", "Source = a, /GROUP:h/NODE:k") + node("w", "Beside = /NODE:a, g"));
-  for (const auto& [header, refused] : {std::pair("NODE: a", "/NODE:a"), std::pair("GROUP: g", "/GROUP:g"),
-                                        std::pair("GROUP: h", "/GROUP:h/NODE:k")}) {
-    observer.refused = refused;
-    run(replace(header));
-    EXPECT_EQ(m_system.errors(), "error[4] RefusingObserver::objectDeleteBegin: no");
-  }
-  observer.refused.clear();
   const auto dependents = [] {
     std::string text;
-    for (const char* path : {"/NODE:a", "/GROUP:g", "/GROUP:h/NODE:k"})
+    for (const char* path : {"/NODE:a", "/GROUP:g"})
       for (const Dependent& dependent : ObjectDB::instance()->getObjectByPath(path)->getDependents())
         text += dependent.getObjPath() + "." + dependent.getParamName() + " ";
     return text;
   };
-  const std::string all = "/NODE:u.Source /NODE:w.Beside /NODE:w.Beside /NODE:u.Source ";
+  run("GROUP: g\nEND\n" + node("a") + node("u", "Source = a") + node("w", "Beside = /NODE:a, g"));
+  const std::string all = "/NODE:u.Source /NODE:w.Beside /NODE:w.Beside ";
   EXPECT_EQ(dependents(), all);
-  run(replace("GROUP: g"));
+  run("&replace GROUP: g\nEND\n");
   EXPECT_EQ(dependents(), all);
-  run(replace("GROUP: g") + node("w", "Beside = x"));
+  run("&replace GROUP: g\nEND\n" + node("w", "Beside = x"));
   EXPECT_EQ(m_system.errorList(), std::vector<ErrorMsg>{missing("x", "Beside")});
   EXPECT_EQ(dependents(), all);
   EXPECT_EQ(value("/NODE:w", "Beside"), "/NODE:a, g");
-  EXPECT_EQ(m_system.errors(), "");
-  ObjectDB::instance()->registerChangeNotify(nullptr);
 }
 
 TEST_F(ComputeTest, CirclesAreRefusedUnlessTheyArePassing)
 {
   expectRefused(node("a", "Source = b") + node("b", "Source = a"), cyclic("b", "a"));
-  expectRefused(node("a", "Source = a"),
-                {"SchedulerObject", "addChild", "Tried to make object a (Data) reference itself.", 4});
   EXPECT_EQ(run(node("a", "Source = b") + node("b") + node("c", "Source = a")), "b a c");
   expectRefused(node("b", "Source = c"), cyclic("c", "b"));
   run(node("c", "Source ="));
@@ -203,14 +184,6 @@ TEST_F(ComputeTest, NamesAreSoughtPlaceByPlace)
   expectRefused(node("t2", "Source = a"), ambiguous);
   EXPECT_EQ(run(node("a", "Value = 1")), "a t");  // linked while the name was clear
   EXPECT_EQ(run("USER: a\nEND\n" + node("t2", "Source = NODE:a")), "t2");
-  expectRefused(
-      node("t2", "Source = g"),
-      {"GenericKSLObject", "makeParentLinks",
-       "Cannot connect parameter Source to object /GROUP:g(it does not have Scheduler type Data).", 4});
-  expectRefused(
-      node("t2", "Shape = b2"),
-      {"GenericKSLObject", "makeParentLinks",
-       "Cannot connect parameter Shape to object /NODE:b2(it does not have Scheduler type Geometry).", 4});
 }
 
 // A name that is ambiguous, or leads to an unfit object, half-way through an undo is judged at its end.
@@ -228,19 +201,9 @@ TEST_F(ComputeTest, UndoPassesThroughStatesThatWouldBeRefused)
   EXPECT_EQ(m_system.errors(), "");
 }
 
-TEST_F(ComputeTest, FailingCalculations)
+TEST_F(ComputeTest, ACaughtFailureOfACalculationIsTold)
 {
   run(node("a") + node("b", "Source = a") + node("c", "Source = b"));
-  int failures = 1;  // the recovery calculates too
-  Computing::onCalculate = [&failures](Computing& object) {
-    if (object.nameIs("b") && failures-- > 0)
-      throw data::error("B", "calculate", "no");
-  };
-  expectRefused(node("a", "Value = 1"), {"B", "calculate", "no", 4});
-  Computing::onCalculate = nullptr;
-  take();
-  EXPECT_EQ(run(node("a", "Value = 2")), "a b c");
-
   SchedulerObject::setCatchExceptions(true);
   Computing::onCalculate = [](Computing& object) {
     if (object.nameIs("b"))
@@ -391,13 +354,8 @@ RC_GTEST_FIXTURE_PROP(ComputeTest, LinksAreWhatTheTextsSay, ())
       states.push_back(sortedState());
     check();
   }
-  for (std::size_t i = states.size() - 1; i-- > 0;) {
-    undo();
-    RC_ASSERT(m_system.errors() == "");
-    check();
-  }
-  for (std::size_t i = 1; i < states.size(); ++i) {
-    redo();
+  for (std::size_t i = 0; i < 2 * (states.size() - 1); ++i) {
+    i < states.size() - 1 ? undo() : redo();
     RC_ASSERT(m_system.errors() == "");
     check();
   }

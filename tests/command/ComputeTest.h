@@ -58,11 +58,15 @@ inline const char* const computeRules = R"(RULES:
     Local Type = Geometry
     Remote Type = Data
   END
+  PARAMETER: Formula
+    Parameter Type = Expression
+    Local Type = Data
+  END
   OBJECT: NODE
     KSLObject Class = Computing
     Category = deletable
     Scheduler = Data
-    Optional Parameter List = Value, Note, Source, Pick, Inside, Shape, Beside
+    Optional Parameter List = Value, Note, Source, Pick, Inside, Shape, Beside, Formula
   END
   OBJECT: STAGED
     KSLObject Class = Computing

@@ -4,12 +4,10 @@
 
 #include <string.h>
 
-/* The text returned; null where there is none. */
-char* textFromC(const char* function, const char* object, const char* argument);
-/* The number returned; reportError has none, so the level comes back. */
-int numberFromC(const char* function, const char* object, const char* argument, int level);
+/* The text returned, or null; the number returned by those that give none. */
+char* askFromC(const char* function, const char* object, const char* argument, int* number);
 
-char* textFromC(const char* function, const char* object, const char* argument)
+char* askFromC(const char* function, const char* object, const char* argument, int* number)
 {
   if (strcmp(function, "getParamValue") == 0)
     return getParamValue(object, argument);
@@ -23,16 +21,6 @@ char* textFromC(const char* function, const char* object, const char* argument)
     return getObjectParameters(object);
   if (strcmp(function, "getObjectParameterInfo") == 0)
     return getObjectParameterInfo(object, argument);
+  *number = strcmp(function, "objectExists") == 0 ? objectExists(object) : isObjectCategory(object, argument);
   return NULL;
-}
-
-int numberFromC(const char* function, const char* object, const char* argument, int level)
-{
-  if (strcmp(function, "isObjectCategory") == 0)
-    return isObjectCategory(object, argument);
-  if (strcmp(function, "objectExists") == 0)
-    return objectExists(object);
-  if (strcmp(function, "reportError") == 0)
-    reportError(object, level);
-  return level;
 }

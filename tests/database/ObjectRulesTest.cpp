@@ -1,136 +1,27 @@
 #include "database/ObjectRules.h"
 
 #include "platform/ORVError.h"
+#include "database/Category.h"
 #include "database/ObjectRulesDef.h"
+#include "tests/support/thrown.h"
 
 #include <algorithm>
-#include <functional>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <rapidcheck/gtest.h>
+#include <set>
+#include <string>
 
 using namespace orv;
 using testing::ElementsAre;
-using testing::IsEmpty;
 
 namespace {
 
 using Names = std::vector<std::string>;
 
-template <class Exception>
-ErrorMsg errorOf(const std::function<void()>& call)
-{
-  try {
-    call();
-  } catch (const Exception& error) {
-    return ErrorMsg(error);
-  }
-  return {};
-}
-
 ErrorMsg unknownContext(const std::string& value)
 {
   return {"ObjectRulesDef", "getContextIndex", "Unknown value '" + value + "' of context rule parameter.", 4};
-}
-
-// The answers for one parameter as a text: for no context and each of the contexts given, "E", "O", "B"
-// (both) or "-".
-std::string answers(const ObjectRules& rules, const std::string& param, const Names& contexts)
-{
-  std::string text;
-  for (const std::string& context : contexts) {
-    const bool essential = rules.isParamEssential(param, context);
-    const bool optional = rules.isParamOptional(param, context);
-    text += essential ? (optional ? 'B' : 'E') : (optional ? 'O' : '-');
-  }
-  return text;
-}
-
-TEST(ObjectRules, OptionalListsTakeThemselvesTwice)
-{
-  ObjectRulesDef def;
-  def.addOptionalParams({"a", "b"});
-  def.addOptionalParams(def.getOptionalParams());
-  EXPECT_THAT(def.getOptionalParams(), ElementsAre("a", "b", "a", "b"));
-  def.addOptionalParams("c", {"d"});
-  def.addOptionalParams("c", def.getOptionalParams("c"));
-  EXPECT_THAT(def.getOptionalParams("c"), ElementsAre("d", "d"));
-}
-
-TEST(ObjectRules, MasksOfEachKindOfList)
-{
-  ObjectRulesDef def;
-  def.setAllowedOptions({"b", "a"});
-  def.addEssentialParams({"always", "twice"});
-  def.addOptionalParams({"may"});
-  def.addOptionalParams({"twice"});
-  def.addEssentialParams("a", {"in a", "in both", "may"});
-  def.addEssentialParams("b", {"in both"});
-  def.addOptionalParams("b", {"opt b"});
-  def.addOptionalParams("b", {"opt b too"});
-  def.addEssentialParams("c", {"in c"});  // no such option: of no effect
-  const auto row = [](const ObjectRules& rules, const std::string& param) {
-    return answers(rules, param, {"", "a", "b"});
-  };
-
-  const ObjectRules rules(def);
-  EXPECT_EQ(rules.getContextRuleName(), "Option");
-  EXPECT_EQ(row(rules, "always"), "EEE");
-  EXPECT_EQ(row(rules, "twice"), "BBB");
-  EXPECT_EQ(row(rules, "may"), "OBO");
-  EXPECT_EQ(row(rules, "in a"), "-E-");
-  EXPECT_EQ(row(rules, "in both"), "-EE");
-  EXPECT_EQ(row(rules, "opt b"), "--O");
-  EXPECT_EQ(row(rules, "opt b too"), "--O");
-  EXPECT_EQ(row(rules, "in c"), "---");
-  EXPECT_EQ(errorOf<data::invalid>([&] { rules.isParamAllowed("no such", "aa"); }), unknownContext("aa"));
-  EXPECT_EQ(errorOf<data::invalid>([&] { rules.getParamsForContext("c", essentialParams); }),
-            unknownContext("c"));
-  EXPECT_THAT(rules.getParamsForContext("a", essentialParams),
-              ElementsAre("always", "in a", "in both", "may", "twice", "may", "twice"));
-  EXPECT_THAT(rules.getParamsForContext("", optionalParams), ElementsAre("always", "twice", "may", "twice"));
-
-  // An essential selector means that there always is a context.
-  def.setContextRuleName("always");
-  const ObjectRules completed(def);
-  EXPECT_EQ(row(completed, "in both"), "EEE");
-  EXPECT_EQ(row(completed, "in a"), "-E-");
-  EXPECT_EQ(row(completed, "may"), "OBO");
-  // An optional one does not, nor one that only the contexts list.
-  def.setContextRuleName("may");
-  EXPECT_EQ(row(ObjectRules(def), "in both"), "-EE");
-  def.setContextRuleName("in both");
-  EXPECT_EQ(row(ObjectRules(def), "in both"), "-EE");
-}
-
-TEST(ObjectRules, WithoutOptionsThereIsNoContext)
-{
-  ObjectRulesDef def;
-  def.addEssentialParams({"e"});
-  def.addOptionalParams("a", {"x"});
-  EXPECT_FALSE(ObjectRules(def).hasContextRule());
-  def.setContextRuleName("e");
-  const ObjectRules rules(def);
-  EXPECT_TRUE(rules.hasContextRule());
-  EXPECT_TRUE(rules.isParamEssential("e"));
-  EXPECT_FALSE(rules.isParamAllowed("x"));
-  EXPECT_EQ(errorOf<data::invalid>([&] { rules.isParamEssential("e", "a"); }), unknownContext("a"));
-}
-
-TEST(ObjectRulesDef, RefusesEssentialListsTwice)
-{
-  ObjectRulesDef def;
-  def.addEssentialParams({});
-  def.addEssentialParams("a", {"x"});
-  EXPECT_EQ(errorOf<data::duplicate>([&] { def.addEssentialParams({"y"}); }),
-            (ErrorMsg{"ObjectRulesDef", "addEssentialParams",
-                      "Essential parameters (not context-specific) added twice", 4}));
-  EXPECT_EQ(errorOf<data::duplicate>([&] { def.addEssentialParams("a", {"y"}); }),
-            (ErrorMsg{"ObjectRulesDef", "addEssentialParams",
-                      "Essential parameters in rules context 'a' added twice", 4}));
-  EXPECT_THAT(def.getEssentialParams(), IsEmpty());
-  EXPECT_THAT(def.getEssentialParams("a"), ElementsAre("x"));
-  EXPECT_THAT(def.getEssentialParams("b"), IsEmpty());
 }
 
 // ------------------------------------------------------------------------------------------------------ oracle
@@ -177,6 +68,7 @@ RC_GTEST_PROP(ObjectRules, AnswersAsTheListsSay, ())
   }
 
   const ObjectRules rules(def);
+  RC_ASSERT(rules.hasContextRule() == (!selector.empty() || !options.empty()));
   const Oracle oracle{def, selector.empty() ? "Option" : selector};
   Names contexts(options.begin(), options.end());
   contexts.push_back("");
@@ -194,6 +86,91 @@ RC_GTEST_PROP(ObjectRules, AnswersAsTheListsSay, ())
     }
     RC_ASSERT(rules.getParamsForContext(context, essentialParams) == listed);
   }
+  RC_ASSERT(thrown<data::invalid>([&] { rules.isParamAllowed("no such", "aa"); }) == unknownContext("aa"));
+  RC_ASSERT(thrown<data::invalid>([&] { rules.getParamsForContext("c", essentialParams); })
+            == unknownContext("c"));
 }
 
+TEST(ObjectRulesDef, EssentialListsComeOnceAndOptionalOnesAddUp)
+{
+  ObjectRulesDef def;
+  def.addEssentialParams({});
+  def.addEssentialParams("a", {"x"});
+  const auto twice = [](const char* message) {
+    return ErrorMsg("ObjectRulesDef", "addEssentialParams", message, 4);
+  };
+  EXPECT_EQ(thrown<data::duplicate>([&] { def.addEssentialParams({"y"}); }),
+            twice("Essential parameters (not context-specific) added twice"));
+  EXPECT_EQ(thrown<data::duplicate>([&] { def.addEssentialParams("a", {"y"}); }),
+            twice("Essential parameters in rules context 'a' added twice"));
+  EXPECT_THAT(def.getEssentialParams("a"), ElementsAre("x"));
+  def.addOptionalParams({"a", "b"});
+  def.addOptionalParams(def.getOptionalParams());
+  EXPECT_THAT(def.getOptionalParams(), ElementsAre("a", "b", "a", "b"));
+  def.addOptionalParams("c", {"d"});
+  def.addOptionalParams("c", def.getOptionalParams("c"));
+  EXPECT_THAT(def.getOptionalParams("c"), ElementsAre("d", "d"));
+}
+
+// -------------------------------------------------------------------------------------------------- categories
+
+struct Registered {
+  Registered() { Category::resetRegistry(); }
+  ~Registered() { Category::resetRegistry(); }
+};
+
+TEST(Category, UnknownNames)
+{
+  const Registered registered;
+  Category::addCategory("known");
+  Category category;
+  category.setCategory("known");
+  const auto unknown = [](const char* function) {
+    return ErrorMsg("Category", function, "Category 'new' is not recognized.", 4);
+  };
+  EXPECT_EQ(thrown<internal::badParam>([&] { category.setCategory("new"); }), unknown("setCategory"));
+  EXPECT_EQ(thrown<internal::badParam>([&] { category.unsetCategory("new"); }), unknown("unsetCategory"));
+
+  // Registered later, and far beyond what the object holds, since repetitions use up numbers.
+  for (int i = 0; i < 1000; ++i)
+    Category::addCategory("known");
+  Category::addCategory("new");
+  EXPECT_TRUE(category.isA("known") && !category.isA("new"));
+  EXPECT_THAT(Category::getCategories(), ElementsAre("known", "new"));
+}
+
+// Against a set of names: across the words of the bit set, with copies that must not share.
+RC_GTEST_PROP(Category, BehavesAsASetOfNames, ())
+{
+  const Registered registered;
+  constexpr int count = 200;
+  for (int i = 0; i < count; ++i)
+    Category::addCategory(std::to_string(i));
+  Category category;
+  Category copy;
+  std::set<std::string> model;
+  std::set<std::string> copyModel;
+  const auto edge = rc::gen::element(0, 1, 63, 64, 65, 127, 128, 199);
+  for (int step = *rc::gen::inRange(0, 40); step > 0; --step) {
+    const std::string name = std::to_string(*rc::gen::oneOf(edge, rc::gen::inRange(0, count)));
+    switch (*rc::gen::inRange(0, 5)) {
+      case 0:
+        copy = category;
+        copyModel = model;
+        break;
+      case 1:
+        category.unsetCategory(name);
+        model.erase(name);
+        break;
+      default:
+        category.setCategory(name);
+        model.insert(name);
+    }
+  }
+  for (int i = 0; i < count; ++i) {
+    RC_ASSERT(category.isA(std::to_string(i)) == model.contains(std::to_string(i)));
+    RC_ASSERT(copy.isA(std::to_string(i)) == copyModel.contains(std::to_string(i)));
+    RC_ASSERT(Category(category).isA(std::to_string(i)) == model.contains(std::to_string(i)));
+  }
+}
 }  // namespace

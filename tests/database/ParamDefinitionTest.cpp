@@ -3,6 +3,7 @@
 #include "platform/ORVError.h"
 #include "platform/ORVUnits.h"
 #include "database/ParamKSLParser.h"
+#include "tests/support/thrown.h"
 
 #include <clocale>
 #include <cmath>
@@ -14,7 +15,6 @@
 #include <locale>
 #include <optional>
 #include <rapidcheck/gtest.h>
-#include <stdexcept>
 
 using namespace orv;
 using testing::ElementsAre;
@@ -38,33 +38,10 @@ ParamDefinition paramAllowing(std::vector<std::string> allowed, const std::strin
   return ParamDefinition(refcnt_ptr<const ParamDefinition::Rules>(rules));
 }
 
-// What a call throws, as data; an error of another class passes on and fails the test.
-template <class Exception>
-ErrorMsg errorOf(const std::function<void()>& call)
-{
-  try {
-    call();
-  } catch (const Exception& error) {
-    return ErrorMsg(error);
-  }
-  return {};
-}
-
 ErrorMsg invalid(const std::string& function, const std::string& message)
 {
   return {"ParamDefinition", function, message, 4};
 }
-
-struct Notified : ParamDefinition::NotifyChange {
-  std::vector<std::string> values;
-  bool fail = false;
-  void paramChanged(ParamDefinition* param) override
-  {
-    if (fail)
-      throw std::runtime_error("observer");
-    values.push_back(param->getValue() + (param->hasBeenSet() ? "" : " (unset)"));
-  }
-};
 
 // Prefers millimetres for metres, and nothing else.
 struct Millimetres : UnitSystemHandler {
@@ -85,23 +62,15 @@ TEST(ParamDefinition, QuantitiesAsWritten)
     double value;
     const char* units;
   } cases[] = {
-      {"2.5", 2.5, ""},
       {" \t+2.5 ", 2.5, ""},
-      {"-.5", -0.5, ""},
-      {"5.", 5, ""},
-      {"1e3", 1000, ""},
       {"1E-3[m]", 0.001, "m"},
       {"16777217", 16777217, ""},
-      {"0x1A", 26, ""},
       {"-0x1.8p1 [m]", -3, "m"},
-      {"2.5 [m]", 2.5, "m"},
       {" 2.5 [ m s^-1 ] ", 2.5, "m s^-1 "},
       {"2.5 [[m]", 2.5, "[m"},
       {"2.5 []", 2.5, ""},
-      {"2.5 [ ]", 2.5, ""},
       {"1e-99999999999999999999", 0, ""},
       {"-0e99999999999999999999", 0, ""},
-      {"0x0.1p-99999", 0, ""},
       {"0." + std::string(400, '0') + "1", 0, ""},
   };
   for (const auto& c : cases) {
@@ -115,12 +84,9 @@ TEST(ParamDefinition, QuantitiesAsWritten)
 
 TEST(ParamDefinition, TextsThatAreNoQuantities)
 {
-  for (const char* text :
-       {"2.5 m", "2.5 [m] x", "2.5 [m] ]", "2.5 [m", "2.5 [", "[m]",  ".",   "-",   "+-1",   "- 1",  "1 2",
-        "1e",    "1e+",       "1e [m]",    "0x",     "0xp1",  "0x1p", "nan", "inf", "1.2.3", "\xe9", "1,x"})
+  for (const char* text : {"[m]", "1e", "1e+", "1e [m]", "0x", "0xp1", "0x1p", "nan", "inf", "\xe9", "1,x"})
     EXPECT_FALSE(paramOf(text).isPureNumeric()) << text;
-  EXPECT_TRUE(paramOf("").isPureNumeric());
-  EXPECT_TRUE(paramOf("1 [m], 2, 3 []").isPureNumeric());
+  EXPECT_TRUE(paramOf("").isPureNumeric() && paramOf("1 [m], 2, 3 []").isPureNumeric());
 }
 
 // The language is that of three patterns of sscanf, which is asked here where it has no faults of its own.
@@ -162,30 +128,24 @@ RC_GTEST_PROP(ParamDefinition, ReadsQuantitiesAsThePatternsDo, ())
 
 // ---------------------------------------------------------------------------------------------------- typed reads
 
-TEST(ParamDefinition, ReadsIntegers)
+TEST(ParamDefinition, ReadsNumbersAndWords)
 {
-  const std::pair<const char*, int> cases[] = {
-      {"7", 7},      {" -12 ", -12},
-      {"+3", 3},     {"7.9", 7},
-      {"-7.9", -7},  {"7 []", 7},
-      {"1e3", 1000}, {"2147483647", 2147483647},
-      {"0x1A", 26},  {"-2147483648", std::numeric_limits<int>::min()}};
-  for (const auto& [text, value] : cases)
-    EXPECT_EQ(paramOf(text).getIntValue(), value) << text;
-  EXPECT_THAT(paramOf(" 1, 2.9 ,-3").getIntArray(), ElementsAre(1, 2, -3));
+  const std::vector<int> integers = {-12, 7, -7, 7, 1000, 2147483647, 26, std::numeric_limits<int>::min()};
+  EXPECT_EQ(paramOf(" -12 ,7.9,-7.9, 7 [],1e3,2147483647,0x1A,-2147483648").getIntArray(), integers);
   EXPECT_THAT(paramOf("").getIntArray(), IsEmpty());
-}
-
-TEST(ParamDefinition, ReadsRealsAndTriplets)
-{
-  const ParamDefinition length = paramOf("2.5 [m]");
-  EXPECT_EQ(length.getFloatValue(), 2.5F);
-  EXPECT_FLOAT_EQ(length.getFloatValue("mm"), 2500);
+  EXPECT_FLOAT_EQ(paramOf("2.5 [m]").getFloatValue("mm"), 2500);
   EXPECT_EQ(paramOf("2.5").getFloatValue("mm"), 2.5F);
   EXPECT_THAT(paramOf("1 [m], 2").getFloatArray(), ElementsAre(1, 2));
   EXPECT_EQ(paramOf("1 [m], -2 [m], 0.5").getTripletValue(), (TripletBase<float>{1, -2, 0.5F}));
   EXPECT_EQ(paramOf("1 [m], -2 [m], 0.5").getTripletValue("mm"), (TripletBase<float>{1000, -2000, 0.5F}));
   EXPECT_EQ(paramOf("3.4028234e38").getFloatValue(), std::numeric_limits<float>::max());
+  EXPECT_TRUE(paramOf("On").getBoolValue() && paramOf("Off").getBoolValue("True"));
+  EXPECT_FALSE(paramOf("false").getBoolValue());
+  // What the scanner does not take is computed; a comma inside a call does not end an element.
+  EXPECT_EQ(paramOf("2 * 3").getIntValue(), 6);
+  EXPECT_THAT(paramOf("max(1,2), 3 + 1").getFloatArray(), ElementsAre(2, 4));
+  EXPECT_THAT(paramOf("max(1,2), b").getExpressionArray(),
+              ElementsAre(ExpressionDef("max(1,2)"), ExpressionDef("b")));
 }
 
 TEST(ParamDefinition, RefusesBadNumbers)
@@ -194,11 +154,11 @@ TEST(ParamDefinition, RefusesBadNumbers)
   const auto asInt = [](const P& p) { p.getIntValue(); };
   const auto asInts = [](const P& p) { p.getIntArray(); };
   const auto asQuantity = [](const P& p) { p.getQuantityValue(); };
-  const auto asFloat = [](const P& p) { p.getFloatValue(); };
   const auto asMillimetres = [](const P& p) { p.getFloatValue("mm"); };
   const auto asFloats = [](const P& p) { p.getFloatArray(); };
   const auto asTriplet = [](const P& p) { p.getTripletValue(); };
   const auto asText = [](const P& p) { p.getValue(true, ""); };
+  const auto asBool = [](const P& p) { p.getBoolValue("perhaps"); };
   const std::string noInt = "No value for parameter P.";
   const std::string empty = "Value for parameter 'P' is empty.";
   const std::string notThree = "Parameter P must have exactly three values.";
@@ -212,49 +172,28 @@ TEST(ParamDefinition, RefusesBadNumbers)
       {"", asInt, "getIntValueInternal", noInt},
       {"1,,2", asInts, "getIntValueInternal", noInt},
       {"7 [s]", asInt, "getIntValue", "Integer parameter value 7 [s] must be Dimensionless."},
-      {"99999999999", asInt, "getIntValue", tooBig},
       {"-2147483649", asInt, "getIntValue", tooBig},
       {"1e400", asInt, "getIntValue", tooBig},
-      {"", asQuantity, "getQuantityValueInternal", empty},
       {"", asMillimetres, "getQuantityValueInternal", empty},
-      {"", asFloats, "getQuantityValueInternal", empty},
       {"1,,2", asFloats, "getQuantityValueInternal", empty},
-      {"", asTriplet, "getQuantityValueInternal", empty},
       {"1,2", asTriplet, "getTripletValue", notThree},
       {"1,2,3,4", asTriplet, "getTripletValue", notThree},
       {"-1e400", asQuantity, "getQuantityValueInternal", tooBig},
-      {std::string(400, '9'), asQuantity, "getQuantityValueInternal", tooBig},
       {"0x1p5000", asQuantity, "getQuantityValueInternal", tooBig},
-      {"1e39", asFloat, "getFloatValue", tooBig},
       {"1e38 [m]", asMillimetres, "getFloatValue", tooBig},
       {"1e400", asText, "getValue", tooBig},
+      {"True", asBool, "getBoolValue", "Parameter 'P' (of type boolean) cannot have value 'perhaps'."},
   };
   for (const auto& c : cases) {
     const std::string message =
         c.message == tooBig ? "Value '" + c.text + "' of parameter 'P' is out of range." : c.message;
-    EXPECT_EQ(errorOf<data::invalid>([&] { c.read(paramOf(c.text)); }), invalid(c.function, message))
+    EXPECT_EQ(thrown<data::invalid>([&] { c.read(paramOf(c.text)); }), invalid(c.function, message))
         << c.text;
   }
-}
-
-// What the scanner does not take is computed; a comma inside a call does not end an element.
-TEST(ParamDefinition, EvaluatesExpressions)
-{
-  EXPECT_EQ(paramOf("2 * 3").getIntValue(), 6);
-  EXPECT_THAT(paramOf("max(1,2), 3 + 1").getFloatArray(), ElementsAre(2, 4));
-  EXPECT_EQ(errorOf<data::invalid>([] { paramOf("2.5 m").getQuantityValue(); }).getClassName(),
+  EXPECT_EQ(thrown<data::invalid>([] { paramOf("2.5 m").getQuantityValue(); }).getClassName(),
             "ExpressionEvaluator");
-  EXPECT_THAT(paramOf("max(1,2), b").getExpressionArray(),
-              ElementsAre(ExpressionDef("max(1,2)"), ExpressionDef("b")));
-}
-
-TEST(ParamDefinition, ReadsLogicalWords)
-{
-  EXPECT_TRUE(paramOf("On").getBoolValue());
-  EXPECT_FALSE(paramOf("false").getBoolValue());
-  EXPECT_TRUE(paramOf("Off").getBoolValue("True"));
-  EXPECT_EQ(errorOf<data::invalid>([] { paramOf("True").getBoolValue("perhaps"); }),
-            invalid("getBoolValue", "Parameter 'P' (of type boolean) cannot have value 'perhaps'."));
+  EXPECT_EQ(thrown<data::invalid>([] { paramOf("1 [m]").getValue(true, "s"); }).getClassName(),
+            "UnitsConverter");
 }
 
 // Numbers follow no locale, whatever the host has set.
@@ -294,20 +233,15 @@ TEST(ParamDefinition, ConvertsValueText)
       {"2.50 [m]", true, "", "2500"},
       {"2.50 [s]", true, "", "2.5"},  // none preferred: its own units
       {"2.50 [m]", false, "cm", "250"},
-      {"2.50 [m]", true, "cm", "250"},
       {"2.50", true, "", "2.5"},
       {" 2 * x ", true, "", " 2 * x "},
-      {"", true, "", ""},
       {"1 [m], x y ,2.0, 3 [cm]", true, "mm", "1000,x y,2,30"},
-      {"max(1,2), 1 [m]", true, "", "max(1,2),1000"},
       {"1234567.5 [s]", true, "", "1234567.5"},
   };
   for (const auto& c : cases)
     EXPECT_EQ(paramOf(c.value).getValue(c.convert, c.units), c.result) << c.value << " " << c.units;
   EXPECT_EQ(paramOf("10 [C]").getValue(true, "K", true), "10");
   EXPECT_EQ(paramOf("10 [C]").getValue(true, "K", false), "283.15");
-  EXPECT_EQ(errorOf<data::invalid>([] { paramOf("1 [m]").getValue(true, "s"); }).getClassName(),
-            "UnitsConverter");
 }
 
 TEST(ParamDefinition, AllowsListedValuesOnly)
@@ -326,91 +260,11 @@ TEST(ParamDefinition, AllowsListedValuesOnly)
   EXPECT_THAT(list.getAllowedValues(), ElementsAre("A", "B"));
 }
 
-TEST(ParamDefinition, SetAndUnsetTellTheObserver)
+TEST(ParamDefinition, NeedsRulesAndSplitsPairs)
 {
-  ParamDefinition param = paramAllowing({"a", "b"}, "String");
-  Notified observer;
-  param.setNotifyChange(&observer);
-  EXPECT_EQ(param.setValue("a"), "");
-  EXPECT_EQ(param.setValue("a"), "a");  // the same again is a change too
-  EXPECT_EQ(errorOf<data::invalid>([&] { param.setValue("c"); }),
-            invalid("setValue", "Parameter 'P' cannot have value 'c'."));
-  EXPECT_TRUE(param.hasBeenSet() && param.isChanged());
-  param.unset();
-  EXPECT_TRUE(!param.hasBeenSet() && param.isChanged());
-  EXPECT_THAT(observer.values, ElementsAre("a", "a", "a (unset)"));
-
-  Notified second;
-  EXPECT_EQ(errorOf<internal::error>([&] { param.setNotifyChange(&second); }),
-            invalid("setNotifyChange", "Attempt to register NotifyChange when one is already registered."));
-  param.setNotifyChange(nullptr);
-  param.setNotifyChange(&second);
-  param.setValue("b");
-  EXPECT_THAT(observer.values, ElementsAre("a", "a", "a (unset)"));
-  EXPECT_THAT(second.values, ElementsAre("b"));
-}
-
-TEST(ParamDefinition, AnObserverThatThrowsLeavesNoTrace)
-{
-  ParamDefinition param = paramOf("old");
-  Notified observer;
-  param.setNotifyChange(&observer);
-  observer.fail = true;
-  EXPECT_THROW(param.setValue("new"), std::runtime_error);
-  EXPECT_EQ(param.getValue(), "old");
-  EXPECT_FALSE(param.hasBeenSet() || param.isChanged());
-
-  observer.fail = false;
-  param.setValue("new");
-  param.clearChanged();
-  observer.fail = true;
-  EXPECT_THROW(param.setValue("newer"), std::runtime_error);
-  EXPECT_THROW(param.unset(), std::runtime_error);
-  EXPECT_EQ(param.getValue(), "new");
-  EXPECT_TRUE(param.hasBeenSet() && !param.isChanged());
-}
-
-TEST(ParamDefinition, CopiesStandForThemselves)
-{
-  Notified observer;
-  ParamDefinition param("P", "local", "remote", "type", "default", "cat");
-  param.setInternal(true);
-  param.setNotifyChange(&observer);
-  param.setValue("value");
-  const std::unique_ptr<ParamDefinition> copy = param.clone();
-  EXPECT_EQ(copy->getRules(), param.getRules());
-  EXPECT_EQ(copy->getValue(), "value");
-  EXPECT_TRUE(copy->isInternal());
-  EXPECT_FALSE(copy->hasBeenSet() || copy->isChanged());
-  copy->setValue("other");
-  EXPECT_THAT(observer.values, ElementsAre("value"));
-  EXPECT_EQ(param.getValue(), "value");
-
-  EXPECT_EQ(ParamDefinition(param.getRules()).getValue(), "default");
   EXPECT_EQ(
-      param.getLocalType() + "," + param.getRemoteType() + "," + param.getType() + "," + param.getCategory(),
-      "local,remote,type,cat");
-  EXPECT_EQ(
-      errorOf<internal::nullPointer>([] { ParamDefinition(refcnt_ptr<const ParamDefinition::Rules>()); }),
+      thrown<internal::nullPointer>([] { ParamDefinition(refcnt_ptr<const ParamDefinition::Rules>()); }),
       invalid("ParamDefinition", "Input parameter p_rules is a null pointer."));
-}
-
-TEST(ParamDefinition, ExtraRulesAreLookedUpByKind)
-{
-  auto* rules = new ParamDefinition::Rules;
-  const ParamDefinition param{refcnt_ptr<const ParamDefinition::Rules>(rules)};
-  rules->extraStrings["s"] = "text";
-  rules->extraLists["l"] = {"x", "y"};
-  EXPECT_TRUE(param.hasExtraRule("s", ParamDefinition::textRule)
-              && !param.hasExtraRule("s", ParamDefinition::listRule));
-  EXPECT_TRUE(param.hasExtraRule("l", ParamDefinition::listRule)
-              && !param.hasExtraRule("l", ParamDefinition::textRule));
-  EXPECT_EQ(param.getExtraRulesString("s") + param.getExtraRulesString("l"), "text");
-  EXPECT_EQ(param.getExtraRulesStrList("l").size() + param.getExtraRulesStrList("s").size(), 2U);
-}
-
-TEST(ParamDefinition, NameValueMapKeepsTheFirst)
-{
   EXPECT_THAT(ParamDefinition::createNameValueMap({"b = 1=2", "a", "b = 3"}),
               ElementsAre(std::pair("a", ""), std::pair("b", "1=2")));
 }

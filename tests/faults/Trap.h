@@ -8,12 +8,12 @@ enum class FaultKind {
   setValue,
   initialize,
   update,
-  notification,
-  observer,
-  action,
   calculation,
   link,
   load,
+  notification,
+  observer,
+  action,
   step
 };
 

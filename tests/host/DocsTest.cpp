@@ -90,7 +90,7 @@ TEST(Docs, SessionFileIsWrittenAndReadAsShown)
     else if (block.language == "state")
       state = block.text;
   }
-  const std::string file = makeFile("recorded.ksl", "");
+  const std::string file = makeFile("recorded.ksl");
   arguments[2] = "> session start, mode=overwrite, filename=" + file;
   arguments.insert(arguments.end(), {"-e", "> session stop"});
   EXPECT_EQ(ksl(arguments), (Outcome{0, "", ""}));
@@ -144,6 +144,24 @@ TEST(Docs, CodeIsTheExample)
     }
     EXPECT_GT(compared, 0) << document << " " << language;
   }
+}
+
+// What the table of the page shows of each evaluator that its blocks define.
+TEST(Docs, EvaluatorsShowWhatThePageSays)
+{
+  std::string text;
+  for (const Block& block : blocksOf("docs/expressions.md"))
+    text += block.language == "ksl" ? block.text : "";
+  const std::string page = readFile(sourceDir() + "/docs/expressions.md");
+  const std::regex row("\\| (/.*) \\| (.*) \\[(.*)\\] \\|\n");
+  int rows = 0;
+  for (std::sregex_iterator at(page.begin(), page.end(), row), end; at != end; ++at, ++rows) {
+    const Outcome outcome = ksl({"run", "-e", text, "-e", "> getstate " + (*at)[1].str()});
+    EXPECT_NE(outcome.out.find("Result = " + (*at)[2].str() + "\n  Result Units = " + (*at)[3].str() + "\n"),
+              std::string::npos)
+        << at->str() << outcome.out;
+  }
+  EXPECT_EQ(rows, 3);
 }
 
 }  // namespace

@@ -1,74 +1,50 @@
-// "ksl graph": the drawing, and the way to Graphviz.
+// What is computed from what: "ksl graph" draws it, "ksl run" tells of it while commands run.
 #include "database/DataKSLObject.h"
 #include "database/ObjectFactory.h"
 #include "database/PrototypeEditor.h"
 #include "boxes.h"
 #include "host/GraphText.cpp"  // NOLINT(bugprone-suspicious-include): the host is a program, not a library
 
-#include <cstdlib>
 #include <filesystem>
 #include <gtest/gtest.h>
+#include <regex>
 
 namespace {
 
-std::vector<std::string> graphArguments(std::initializer_list<std::string> options)
+Outcome graph(const Arguments& options, const std::string& input = {}, const std::string& environment = {})
 {
-  std::vector<std::string> arguments{"graph", "--library", boxes()};
-  arguments.insert(arguments.end(), options);
-  return arguments;
+  Arguments arguments{"graph", "--library", boxes()};
+  arguments.insert(arguments.end(), options.begin(), options.end());
+  return ksl(arguments, input, environment);
 }
 
 TEST(Graph, ObjectsSchedulersAndLinks)
 {
-  // Made in no order; what is drawn is in that of paths and types.
-  const std::string text =
-      "BOX: d\nEND\nBOX: c\n  On = d\nEND\nBOX: a\n  On = d\n  Beside = d\nEND\nBOX: b\n  On = d\nEND\nMARK: "
-      "m\nEND";
-  const std::string dot = R"dot(digraph ksl {
-  rankdir=LR;
-  node [shape=box];
-  subgraph "cluster /BOX:a" {
-    label="/BOX:a";
-    "/BOX:a (Make)" [label="Make"];
-    "/BOX:a (Paint)" [label="Paint"];
+  std::string objects;
+  std::string links;
+  for (const std::string path : {"/BOX:a", "/BOX:b", "/BOX:c", "/BOX:d"}) {
+    objects += "  subgraph \"cluster " + path + "\" {\n    label=\"" + path + "\";\n";
+    for (const std::string type : {"Make", "Paint"})
+      objects += "    \"" + path + " (" + type + ")\" [label=\"" + type + "\"];\n";
+    objects += "  }\n";
+    links += "  \"" + path + " (Make)\" -> \"" + path + " (Paint)\";\n";
   }
-  subgraph "cluster /BOX:b" {
-    label="/BOX:b";
-    "/BOX:b (Make)" [label="Make"];
-    "/BOX:b (Paint)" [label="Paint"];
-  }
-  subgraph "cluster /BOX:c" {
-    label="/BOX:c";
-    "/BOX:c (Make)" [label="Make"];
-    "/BOX:c (Paint)" [label="Paint"];
-  }
-  subgraph "cluster /BOX:d" {
-    label="/BOX:d";
-    "/BOX:d (Make)" [label="Make"];
-    "/BOX:d (Paint)" [label="Paint"];
-  }
-  "/MARK:m" [label="/MARK:m", shape=plain];
-  "/BOX:a (Make)" -> "/BOX:a (Paint)";
-  "/BOX:b (Make)" -> "/BOX:b (Paint)";
-  "/BOX:c (Make)" -> "/BOX:c (Paint)";
-  "/BOX:d (Make)" -> "/BOX:d (Paint)";
-  "/BOX:d (Paint)" -> "/BOX:a (Make)" [label="x2"];
+  const std::string dot = "digraph ksl {\n  rankdir=LR;\n  node [shape=box];\n" + objects
+                          + "  \"/MARK:m\" [label=\"/MARK:m\", shape=plain];\n" + links +
+                          R"dot(  "/BOX:d (Paint)" -> "/BOX:a (Make)" [label="x2"];
   "/BOX:d (Paint)" -> "/BOX:b (Make)";
   "/BOX:d (Paint)" -> "/BOX:c (Make)";
 }
 )dot";
-  EXPECT_EQ(ksl(graphArguments({"-e", text})), (Outcome{0, dot, ""}));
-  EXPECT_EQ(ksl(graphArguments({"--dot", "-"}), text), (Outcome{0, dot, ""}));
-}
-
-TEST(Graph, WhatFailedIsNotDrawn)
-{
+  // Made in no order; what is drawn is in that of paths and types. What failed is not drawn.
+  const std::string text =
+      "BOX: d\nEND\nBOX: c\n  On = d\nEND\nBOX: a\n  On = d\n  Beside = d\nEND\nBOX: b\n  On = d\nEND\nMARK: "
+      "m\nEND";
+  EXPECT_EQ(graph({"--dot", "-"}, text), (Outcome{0, dot, ""}));
   EXPECT_EQ(
-      ksl(graphArguments({"-e", "MARK: m\nEND\n", "-e", "MARK: n\nEND\nMURK: o\nEND"})),
+      graph({"-e", text, "-e", "MARK: n\nEND\nMURK: o\nEND"}),
       (Outcome{
-          1,
-          "digraph ksl {\n  rankdir=LR;\n  node [shape=box];\n"
-          "  \"/MARK:m\" [label=\"/MARK:m\", shape=plain];\n}\n",
+          1, dot,
           "error[4] ObjectFactory::createObject: Could not find object: MURK\nrolled back 2 changes\n"}));
 }
 
@@ -94,36 +70,106 @@ TEST(Graph, PendingSchedulersAndAwkwardNames)
   orv::ObjectDB::destroyInstance();
 }
 
-// Stands before or in place of the programs of this machine.
-class Path {
- public:
-  explicit Path(const std::string& path) : m_former(std::getenv("PATH")) { setenv("PATH", path.c_str(), 1); }
-  ~Path() { setenv("PATH", m_former.c_str(), 1); }
-  const std::string& former() const { return m_former; }
-
- private:
-  std::string m_former;
-};
-
 TEST(Graph, SvgIsGraphvizsAnswer)
 {
   namespace fs = std::filesystem;
   const std::string program = makeFile("bin/dot", "#!/bin/sh\necho \"$# $*\"\ncat\n");
   fs::permissions(program, fs::perms::owner_all);
-  const std::string folder = fs::path(program).parent_path();
-  const Outcome text = ksl(graphArguments({"-e", "BOX: a\nEND"}));
-  {
-    const Path path(folder + ":/usr/bin:/bin");
-    EXPECT_EQ(ksl(graphArguments({"--svg", "-e", "BOX: a\nEND"})), (Outcome{0, "1 -Tsvg\n" + text.out, ""}));
-    makeFile("bin/dot", "#!/bin/sh\nexit 3\n");
-    EXPECT_EQ(ksl(graphArguments({"--svg"})),
-              (Outcome{1, "", "error[4] ksl::graph: Graphviz's program 'dot' failed.\n"}));
-  }
-  const Path path(folder + "/none");
-  EXPECT_EQ(ksl(graphArguments({"--svg"})),
+  const std::string path = "PATH=" + fs::path(program).parent_path().string();
+  EXPECT_EQ(graph({"--svg", "-"}, "MARK: a\nEND", path + ":/usr/bin:/bin"),
+            (Outcome{0, "1 -Tsvg\n" + graph({"-"}, "MARK: a\nEND").out, ""}));
+  makeFile("bin/dot", "#!/bin/sh\nexit 3\n");
+  EXPECT_EQ(graph({"--svg"}, {}, path),
+            (Outcome{1, "", "error[4] ksl::graph: Graphviz's program 'dot' failed.\n"}));
+  EXPECT_EQ(graph({"--svg"}, {}, path + "/none"),
             (Outcome{1, "",
                      "error[4] ksl::graph: Graphviz's program 'dot' was not found. Install Graphviz (the "
                      "package 'graphviz'), or draw with --dot.\n"}));
+}
+
+// ------------------------------------------------------------------------------------------------ while it runs
+
+// Runs a tower (b stands below a, c needs both), then these commands; times are made alike.
+Outcome watch(const Arguments& options, const Arguments& commands)
+{
+  Arguments arguments{"run",
+                      "--library",
+                      boxes(),
+                      "--update-mode",
+                      "at-end",
+                      "-e",
+                      "BOX: a\nEND\nBOX: b\n  On = a\n  Beside = a\nEND",
+                      "-e",
+                      "BOX: c\n  Size = 5\n  On = a, b\nEND"};
+  arguments.insert(arguments.end(), options.begin(), options.end());
+  for (const std::string& command : commands)
+    arguments.insert(arguments.end(), {"-e", command});
+  Outcome outcome = ksl(arguments);
+  outcome.err = std::regex_replace(outcome.err, std::regex("[0-9]+(\\.[0-9]{3})? ms\n"), "N ms\n");
+  return outcome;
+}
+
+TEST(Watch, ChangesOfEachCommandInOrder)
+{
+  EXPECT_EQ(watch({"--trace", "changes"},
+                  {"BOX: a\n  Size = 2\n  Size = 3\nEND\nMARK: m\nEND", "BOX: a\n  Size = 3\nEND",
+                   "> delete a", "> undo", "BOX: c\n  Size = 6\n  Colour = red\nEND", "NOTE: n\nEND",
+                   "NOTE: n\n  Text = new\nEND", "> undo"}),
+            (Outcome{1, "",
+                     "value /BOX:a Beside = \nvalue /BOX:a On = \nvalue /BOX:a Size = 1\n"
+                     "value /BOX:b Beside = a\nvalue /BOX:b On = a\nvalue /BOX:b Size = 1\n"
+                     "value /BOX:c Beside = \nvalue /BOX:c On = a, b\nvalue /BOX:c Size = 5\n"
+                     "value /BOX:a Size = 3\n"
+                     // The same once more says nothing new.
+                     "deleted /BOX:a\nvalue /BOX:b Beside = \nvalue /BOX:b On = \nvalue /BOX:c On = b\n"
+                     "value /BOX:a Beside = \nvalue /BOX:a On = \nvalue /BOX:a Size = 3\n"
+                     "value /BOX:b Beside = a\nvalue /BOX:b On = a\nvalue /BOX:c On = a, b\n"
+                     "error[4] DataKSLObject::setValue: Parameter 'Colour' is not recognized on object "
+                     "'/BOX:c'.\nrolled back 1 changes\nvalue /BOX:c Size = 5\n"
+                     "value /NOTE:n Text = \nvalue /NOTE:n Text = new\n"
+                     "value /NOTE:n Text = \nremoved /NOTE:n Text\n"}));  // it gets its default first
+}
+
+TEST(Watch, WhatIsRecalculatedAndWhy)
+{
+  const auto newBox = [](const std::string& name) {
+    return "calculated /BOX:" + name + " (Make): new; N ms\ncalculated /BOX:" + name
+           + " (Paint): new; N ms\n";
+  };
+  const auto madeAgain = [](const std::string& name, const std::string& why) {
+    return "calculated /BOX:" + name + " (Make): " + why + "; N ms\ncalculated /BOX:" + name
+           + " (Paint): parent /BOX:" + name + " (Make); N ms\n";
+  };
+  EXPECT_EQ(watch({"--trace=graph"},
+                  {"BOX: b\n  Size = 7\nEND", "BOX: a\n  Size = 8\nEND\nBOX: c\n  Size = 8\n  On = b\nEND",
+                   "NOTE: n\n  Text = new\nEND", "> delete a", "BOX: c\n  On = d\nEND\nBOX: d\nEND",
+                   "> forceupdate d"})
+                .err,
+            newBox("a") + newBox("b")
+                + newBox("c")
+                // b grows: a stays as it is
+                + madeAgain("b", "parameter Size")
+                + madeAgain("c", "parent /BOX:b (Paint)")
+                // a and c: c waits for a and b, and is made once
+                + madeAgain("a", "parameter Size") + madeAgain("b", "parent /BOX:a (Paint)")
+                + madeAgain("c", "parameter Size, parameter On, parent /BOX:b (Paint)")
+                // a goes, so b loses it
+                + madeAgain("b", "parameter Beside, parameter On")
+                + madeAgain("c", "parent /BOX:b (Paint)")
+                // c is set before there is a d, and linked when there is: one reason
+                + newBox("d") + madeAgain("c", "parameter On") + madeAgain("d", "request")
+                + madeAgain("c", "parent /BOX:d (Paint)"));
+}
+
+TEST(Watch, TimingsCountWhatIsTraced)
+{
+  EXPECT_EQ(watch({"--timings"},
+                  {"BOX: b\n  Size = 7\nEND", "MARK: m\nEND", "BOX: a\nEND", "> delete b", "> undo"}),
+            (Outcome{0, "",
+                     "6 changed, 4 recalculated, N ms\n3 changed, 2 recalculated, N ms\n"
+                     "1 changed, 4 recalculated, N ms\n1 changed, 0 recalculated, N ms\n"
+                     "0 changed, 0 recalculated, N ms\n2 changed, 2 recalculated, N ms\n"
+                     "4 changed, 4 recalculated, N ms\n"}));
 }
 
 }  // namespace

@@ -1,25 +1,16 @@
 #include "Process.h"
 
-#include <cerrno>
-#include <cstdio>
 #include <cstdlib>
-#include <fcntl.h>
 #include <filesystem>
 #include <fstream>
-#include <memory>
 #include <ostream>
-#include <spawn.h>
+#include <regex>
 #include <sstream>
 #include <stdexcept>
 #include <sys/wait.h>
 #include <unistd.h>
 
 namespace {
-
-struct Closer {
-  void operator()(std::FILE* file) const { std::fclose(file); }
-};
-using TempFile = std::unique_ptr<std::FILE, Closer>;
 
 std::string required(const char* variable)
 {
@@ -29,56 +20,10 @@ std::string required(const char* variable)
   return value;
 }
 
-// Files rather than pipes: nobody has to read while the other writes.
-TempFile tempFile(const std::string& text = {})
+// As the shell takes any bytes for one word.
+std::string quoted(const std::string& word)
 {
-  TempFile file(std::tmpfile());
-  if (!file || std::fwrite(text.data(), 1, text.size(), file.get()) != text.size())
-    throw std::runtime_error("no temporary file");
-  std::rewind(file.get());
-  return file;
-}
-
-std::string content(const TempFile& file)
-{
-  std::rewind(file.get());
-  std::string text;
-  char buffer[1 << 16];
-  while (const std::size_t count = std::fread(buffer, 1, sizeof buffer, file.get()))
-    text.append(buffer, count);
-  return text;
-}
-
-pid_t spawn(const std::vector<std::string>& arguments, int in, int out, int err)
-{
-  const std::string program = required("KSL_BIN");
-  std::vector<char*> argv{const_cast<char*>(program.c_str())};
-  for (const std::string& argument : arguments)
-    argv.push_back(const_cast<char*>(argument.c_str()));
-  argv.push_back(nullptr);
-  posix_spawn_file_actions_t actions;
-  posix_spawn_file_actions_init(&actions);
-  posix_spawn_file_actions_adddup2(&actions, in, 0);
-  posix_spawn_file_actions_adddup2(&actions, out, 1);
-  posix_spawn_file_actions_adddup2(&actions, err, 2);
-  // What the host writes goes with the files of the test.
-  const std::string folder = std::filesystem::path(makeFile("work/here", {})).parent_path();
-  posix_spawn_file_actions_addchdir_np(&actions, folder.c_str());
-  pid_t child = 0;
-  const int failure = posix_spawn(&child, program.c_str(), &actions, nullptr, argv.data(), environ);
-  posix_spawn_file_actions_destroy(&actions);
-  if (failure)
-    throw std::runtime_error("cannot start " + program);
-  return child;
-}
-
-int statusOf(pid_t child)
-{
-  int status = 0;
-  while (waitpid(child, &status, 0) < 0)
-    if (errno != EINTR)
-      throw std::runtime_error("lost the process");
-  return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+  return "'" + std::regex_replace(word, std::regex("'"), "'\\''") + "'";
 }
 
 }  // namespace
@@ -88,37 +33,33 @@ void PrintTo(const Outcome& outcome, std::ostream* out)
   *out << "status " << outcome.status << "\n-- out\n" << outcome.out << "-- err\n" << outcome.err;
 }
 
-Outcome ksl(const std::vector<std::string>& arguments, const std::string& input)
+std::string kslCommand(const Arguments& arguments, const std::string& environment)
 {
-  const TempFile in = tempFile(input);
-  const TempFile out = tempFile();
-  const TempFile err = tempFile();
-  const int status = statusOf(spawn(arguments, fileno(in.get()), fileno(out.get()), fileno(err.get())));
-  return {status, content(out), content(err)};
+  std::string command = "cd " + quoted(workFolder()) + " && exec env " + environment;
+  command += " " + quoted(required("KSL_BIN"));
+  for (const std::string& argument : arguments)
+    command += " " + quoted(argument);
+  return command;
 }
 
-Outcome kslOnTerminal(const std::vector<std::string>& arguments)
+Outcome ksl(const Arguments& arguments, const std::string& input, const std::string& environment)
 {
-  const int master = posix_openpt(O_RDWR | O_NOCTTY);
-  if (master < 0 || grantpt(master) || unlockpt(master))
-    throw std::runtime_error("no terminal");
-  const int terminal = open(ptsname(master), O_RDWR | O_NOCTTY);
-  const TempFile in = tempFile();
-  const TempFile out = tempFile();
-  const pid_t child = spawn(arguments, fileno(in.get()), fileno(out.get()), terminal);
-  close(terminal);
-  std::string err;
-  char buffer[4096];
-  for (ssize_t count; (count = read(master, buffer, sizeof buffer)) > 0;)
-    err.append(buffer, static_cast<std::size_t>(count));
-  close(master);
-  const int status = statusOf(child);
-  return {status, content(out), err};
+  const std::string in = makeFile("standard/in", input);
+  const std::string out = makeFile("standard/out");
+  const std::string err = makeFile("standard/err");
+  const std::string streams = " <" + quoted(in) + " >" + quoted(out) + " 2>" + quoted(err);
+  const int status = std::system((kslCommand(arguments, environment) + streams).c_str());
+  return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, readFile(out), readFile(err)};
 }
 
 std::string sourceDir()
 {
   return required("KSL_SOURCE_DIR");
+}
+
+std::string workFolder()
+{
+  return std::filesystem::path(makeFile("work/here")).parent_path().string() + "/";
 }
 
 std::string readFile(const std::string& path)

@@ -1,8 +1,11 @@
 // Runs the host as people do.
 #pragma once
 
+#include <iosfwd>
 #include <string>
 #include <vector>
+
+using Arguments = std::vector<std::string>;
 
 struct Outcome {
   int status;  // -1 when it ended by a signal
@@ -13,13 +16,14 @@ struct Outcome {
 
 void PrintTo(const Outcome& outcome, std::ostream* out);
 
-// Runs $KSL_BIN with these arguments, in a folder beside the files that makeFile makes. Throws std::runtime_error when it cannot be started.
-Outcome ksl(const std::vector<std::string>& arguments, const std::string& input = {});
+// Runs $KSL_BIN with these arguments in workFolder(). The environment is changed as "env" takes it: "A=b C=d".
+Outcome ksl(const Arguments& arguments, const std::string& input = {}, const std::string& environment = {});
 
-// The same with standard error on a terminal; its output is in `err`, lines ending in CR LF.
-Outcome kslOnTerminal(const std::vector<std::string>& arguments);
+// The line by which a shell becomes that program.
+std::string kslCommand(const Arguments& arguments, const std::string& environment);
 
-std::string sourceDir();  // $KSL_SOURCE_DIR
+std::string sourceDir();   // $KSL_SOURCE_DIR
+std::string workFolder();  // ends with "/"; in the folder of makeFile
 std::string readFile(const std::string& path);
 // Writes a file in a folder of this test program's own and returns its path.
-std::string makeFile(const std::string& name, const std::string& text);
+std::string makeFile(const std::string& name, const std::string& text = {});

@@ -7,8 +7,6 @@
 
 namespace {
 
-using Arguments = std::vector<std::string>;
-
 const std::string greeting = "ksl 1.0.0. Tab completes; .help lists the shell's own commands.\n";
 const std::string question = "There is unsaved work. Leave all the same? [y/N] ";
 const std::string key_interrupt = "\x03";
@@ -16,11 +14,11 @@ const std::string key_end = "\x04";
 const std::string key_previous = "\x10";
 
 // Types keys whose effect on the line is to be seen, then drops the line.
-void typeAndDrop(Terminal& terminal, const std::string& keys, const std::string& prompt = "ksl> ")
+void typeAndDrop(Terminal& terminal, const std::string& keys)
 {
   terminal.type(keys + key_interrupt);
   terminal.waitFor("^C");
-  terminal.waitForPrompt(prompt);
+  terminal.waitForPrompt("ksl> ");
 }
 
 TEST(Shell, DefineCompleteFailUndoByNumberQuit)
@@ -105,63 +103,50 @@ There is unsaved work. Leave all the same? [y/N] yes
 )");
 }
 
-// What becomes of a line when Tab is typed behind it. `block` is entered before.
-struct Completed {
-  const char* name;
-  Arguments block;
-  std::string typed;
-  std::string seen;  // behind the prompt; a second Tab lists, when there are several
-  friend void PrintTo(const Completed& completed, std::ostream* out) { *out << completed.name; }
-};
-
-class CompletionTest : public testing::TestWithParam<Completed> {};
-
-TEST_P(CompletionTest, LineAfterTab)
+// What becomes of a line when Tab is typed behind it.
+TEST(Shell, TabCompletes)
 {
-  makeFile("work/completion-of-files.qst", {});
+  const struct {
+    Arguments block;  // entered before
+    std::string typed;
+    std::string seen;  // behind the prompt
+  } rows[] = {
+      {{}, "LEV", "ksl> LEVEL SURFACE: "},
+      {{}, "lev", "ksl> LEVEL SURFACE: "},
+      {{}, "SES", "ksl> SESSION:"},
+      {{}, "CUT: ", "ksl> CUT: Mid "},  // as far as it is sure
+      {{}, "CUT: Mid S", "ksl> CUT: Mid Span"},
+      {{}, ">getst", "ksl> >getstate "},
+      {{}, "> delete Mid Span, Mid T", "ksl> > delete Mid Span, Mid Tail"},
+      {{}, "> s /CUT:Mid S", "ksl> > s /CUT:Mid Span"},
+      {{}, "> savestate mode=over", "ksl> > savestate mode=overwrite"},
+      {{}, "> readstate filename=completion-of-", "ksl> > readstate filename=completion-of-files.qst"},
+      {{}, ".tr", "ksl> .tree "},
+      {{}, ".state Mid T", "ksl> .state Mid Tail"},
+      {{"CUT: new"}, "Domain L", "ksl:1> Domain List = "},
+      {{"CUT: new", "Option = Point and Normal"}, "Po", "ksl:1> Point = "},  // of this context
+      {{"CUT: new", "SHOT: s"}, "Outp", "ksl:2> Output File = "},
+      {{"CUT: new"}, "Option = Axis", "ksl:1> Option = Axis Plane"},
+      {{"CUT: new"}, "Offset = ", "ksl:1> Offset = 0 [m]"},  // the present value
+      {{"CUT: new", "Option = Axis \\"}, " Pl", "ksl:1\\>  Plane"},
+  };
+  makeFile("work/completion-of-files.qst");
   Terminal terminal({});
   terminal.waitForPrompt("ksl> ");
   terminal.enter("CUT: Mid Span", "ksl:1> ");
   terminal.enter("END");
   terminal.enter("CUT: Mid Tail", "ksl:1> ");
   terminal.enter("END");
-  int depth = 0;
-  for (const std::string& line : GetParam().block) {
-    depth += line.find(':') != std::string::npos;
-    terminal.enter(line, "ksl:" + std::to_string(depth) + (line.back() == '\\' ? "\\> " : "> "));
+  for (const auto& [block, typed, seen] : rows) {
+    for (const std::string& line : block)
+      terminal.enter(line, line == "SHOT: s" ? "ksl:2> " : line.back() == '\\' ? "ksl:1\\> " : "ksl:1> ");
+    typeAndDrop(terminal, typed + "\t");
+    const std::string screen = terminal.takeScreen();
+    const std::size_t end = screen.find("^C");
+    const std::size_t begin = screen.rfind('\n', end) + 1;
+    EXPECT_EQ(screen.substr(begin, end - begin), seen);
   }
-  typeAndDrop(terminal, GetParam().typed);
-  const std::string screen = terminal.takeScreen();
-  const std::size_t end = screen.find("^C");
-  const std::size_t begin = screen.rfind('\n', end) + 1;
-  EXPECT_EQ(screen.substr(begin, end - begin), GetParam().seen);
 }
-
-const Completed completions[] = {
-    {"Type", {}, "LEV\t", "ksl> LEVEL SURFACE: "},
-    {"TypeInSmallLetters", {}, "lev\t", "ksl> LEVEL SURFACE: "},
-    {"SingletonType", {}, "SES\t", "ksl> SESSION:"},
-    {"NameAsFarAsSure", {}, "CUT: \t", "ksl> CUT: Mid "},
-    {"NameWithBlanks", {}, "CUT: Mid S\t", "ksl> CUT: Mid Span"},
-    {"Action", {}, ">getst\t", "ksl> >getstate "},
-    {"ObjectOfAction", {}, "> delete Mid Span, Mid T\t", "ksl> > delete Mid Span, Mid Tail"},
-    {"PathOfAction", {}, "> s /CUT:Mid S\t", "ksl> > s /CUT:Mid Span"},
-    {"WordOfAction", {}, "> savestate mode=over\t", "ksl> > savestate mode=overwrite"},
-    {"FileOfAction",
-     {},
-     "> readstate filename=completion-of-\t",
-     "ksl> > readstate filename=completion-of-files.qst"},
-    {"OwnCommand", {}, ".tr\t", "ksl> .tree "},
-    {"ObjectOfOwnCommand", {}, ".state Mid T\t", "ksl> .state Mid Tail"},
-    {"Parameter", {"CUT: new"}, "Domain L\t", "ksl:1> Domain List = "},
-    {"ParameterOfContext", {"CUT: new", "Option = Point and Normal"}, "Po\t", "ksl:1> Point = "},
-    {"ParameterOfNestedBlock", {"CUT: new", "SHOT: s"}, "Outp\t", "ksl:2> Output File = "},
-    {"AllowedValue", {"CUT: new"}, "Option = Axis\t", "ksl:1> Option = Axis Plane"},
-    {"PresentValue", {"CUT: new"}, "Offset = \t", "ksl:1> Offset = 0 [m]"},
-    {"Continued", {"CUT: new", "Option = Axis \\"}, " Pl\t", "ksl:1\\>  Plane"},
-};
-INSTANTIATE_TEST_SUITE_P(Lines, CompletionTest, testing::ValuesIn(completions),
-                         [](const auto& tested) { return tested.param.name; });
 
 TEST(Shell, CtrlCDropsWhatIsEnteredAndTwiceEnds)
 {
@@ -194,7 +179,7 @@ TEST(Shell, CtrlDAsksForUnsavedWork)
   terminal.type(key_end);
   terminal.waitForPrompt(question);
   terminal.enter("n");
-  const std::string file = makeFile("saved.qst", {});
+  const std::string file = makeFile("saved.qst");
   terminal.enter("> savestate filename=" + file);
   terminal.enter("PALETTE: n", "ksl:1> ");
   terminal.enter("Ghost = 1", "ksl:1> ");
@@ -211,9 +196,9 @@ TEST(Shell, CtrlDAsksForUnsavedWork)
 TEST(Shell, HistoryIsKept)
 {
   namespace fs = std::filesystem;
-  const std::string states = fs::path(makeFile("states/here", {})).parent_path();
+  const std::string states = fs::path(makeFile("states/here")).parent_path();
   for (const bool again : {false, true}) {
-    Terminal terminal({"--library", boxes()}, {{"XDG_STATE_HOME", states + "/of a user"}});
+    Terminal terminal({"--library", boxes()}, "XDG_STATE_HOME='" + states + "/of a user'");
     terminal.waitForPrompt("ksl> ");
     if (again)
       typeAndDrop(terminal, key_previous);

@@ -1,11 +1,7 @@
 #include "Terminal.h"
 
-#include "Process.h"
-
 #include <cerrno>
 #include <csignal>
-#include <cstdlib>
-#include <filesystem>
 #include <poll.h>
 #include <pty.h>
 #include <regex>
@@ -17,27 +13,6 @@
 namespace {
 
 constexpr int patience = 60000;  // milliseconds
-
-std::string folder()
-{
-  return std::filesystem::path(makeFile("work/here", {})).parent_path();
-}
-
-[[noreturn]] void runProgram(const std::vector<std::string>& arguments,
-                             const Terminal::Environment& environment, const std::string& place)
-{
-  unsetenv("KSL_HISTORY");
-  for (const auto& [name, value] : environment)
-    setenv(name.c_str(), value.c_str(), 1);
-  const char* program = std::getenv("KSL_BIN");
-  std::vector<char*> argv{const_cast<char*>("ksl")};
-  for (const std::string& argument : arguments)
-    argv.push_back(const_cast<char*>(argument.c_str()));
-  argv.push_back(nullptr);
-  if (program && chdir(place.c_str()) == 0)
-    execv(program, argv.data());
-  _exit(127);
-}
 
 // What stands on the screen once this was written on it.
 std::string shown(std::string_view written)
@@ -70,19 +45,20 @@ std::string shown(std::string_view written)
 
 }  // namespace
 
-Terminal::Terminal(const std::vector<std::string>& arguments, const Environment& environment)
+Terminal::Terminal(const Arguments& arguments, const std::string& environment)
 {
-  const std::string place = folder();
-  Environment all = {{"TERM", "dumb"}, {"NO_COLOR", "1"}, {"HOME", place}, {"XDG_STATE_HOME", ""}};
-  all.insert(all.end(), environment.begin(), environment.end());
+  const std::string line = kslCommand(arguments, "-u KSL_HISTORY TERM=dumb NO_COLOR=1 XDG_STATE_HOME= HOME="
+                                                     + workFolder() + " " + environment);
   struct winsize size = {};
   size.ws_row = 50;
   size.ws_col = 120;
   m_child = forkpty(&m_terminal, nullptr, nullptr, &size);
   if (m_child < 0)
     throw std::runtime_error("no terminal");
-  if (m_child == 0)
-    runProgram(arguments, all, place);
+  if (m_child == 0) {
+    execl("/bin/sh", "sh", "-c", line.c_str(), nullptr);
+    _exit(127);
+  }
 }
 
 Terminal::~Terminal()

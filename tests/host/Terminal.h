@@ -1,19 +1,17 @@
 // Runs the host on a terminal of its own, as people do.
 #pragma once
 
+#include "Process.h"
+
 #include <string>
 #include <sys/types.h>
-#include <utility>
-#include <vector>
 
 // A dumb terminal: lines are redrawn with carriage returns, so that what is seen is easily told. Failures throw
 // std::runtime_error; so does waiting in vain, after a minute, with what was written so far.
 class Terminal {
  public:
-  using Environment = std::vector<std::pair<std::string, std::string>>;
-
-  // Starts $KSL_BIN with these arguments, in a folder beside the files of makeFile, which is also its home.
-  explicit Terminal(const std::vector<std::string>& arguments, const Environment& environment = {});
+  // Starts $KSL_BIN with these arguments in workFolder(), which is also its home; see ksl().
+  explicit Terminal(const Arguments& arguments, const std::string& environment = {});
   ~Terminal();
   Terminal(const Terminal&) = delete;
   Terminal& operator=(const Terminal&) = delete;

@@ -1,11 +1,12 @@
 #include "platform/ORVError.h"
+#include "platform/ORVException.h"
 
-#include <clocale>
 #include <cstdint>
 #include <gtest/gtest.h>
 #include <limits>
 #include <stdexcept>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 using namespace orv;
@@ -14,51 +15,34 @@ namespace {
 
 TEST(FormatMessage, ArgumentsArePutInAsWhatTheyAre)
 {
-  const std::string text = "text";
   const struct {
     std::string made;
     std::string expected;
   } cases[] = {
-      {_("%s and %s", "a", text), "a and text"},
-      {_("%s %s %s", 7, 2.5, 'c'), "7 2.5 c"},
+      {_("%s %s %s %s %s", "a", std::string("text"), 7, 2.5, 'c'), "a text 7 2.5 c"},
       {_("%d %f %c", "text", "more", 12), "text more 12"},
       {_("%d%i%u%ld%zu%lld", 1, -2, 3U, 4L, std::size_t{5}, 6LL), "1-23456"},
       {_("%d", std::numeric_limits<std::uint64_t>::max()), "18446744073709551615"},
       {_("%d", std::numeric_limits<std::int64_t>::min()), "-9223372036854775808"},
       {_("%g %g %g", 0.1, 1e21, 1234567.0), "0.1 1e+21 1.23457e+06"},
-      {_("%.2f %.0f %f", 2.345678, 2.0, 3), "2.35 2 3.000000"},
-      {_("%.3e", 12345.678), "1.235e+04"},
-      {_("%s", 1.0 / 3), "0.3333333333333333"},
-      {_("%d", 2.5), "2.5"},
+      {_("%.2f %.0f %f %.3e", 2.345678, 2.0, 3, 12345.678), "2.35 2 3.000000 1.235e+04"},
+      {_("%s %d %x", 1.0 / 3, 2.5, 255), "0.3333333333333333 2.5 ff"},
       {_("[%5s|%-5s|%.2s]", "ab", "ab", "abc"), "[   ab|ab   |ab]"},
       {_("[%05d|%5d|%-5d|%+d|% d|%05d]", 42, 42, 42, 42, 42, -42), "[00042|   42|42   |+42| 42|-0042]"},
-      {_("%x", 255), "ff"},
       {_("%s", static_cast<const char*>(nullptr)), "(null)"},
+      // formats and arguments that do not match
+      {_("%s and %s", "100% %s%n"), "100% %s%n and %s"},
+      {_("%5.2f"), "%5.2f"},
+      {_("none", 1, 2), "none"},
+      {_("$1 %s $2", "x"), "$1 x $2"},
+      {_("50%% of %s%%", "x"), "50% of x%"},
+      {_("%n %* %", 1), "%n %* %"},
+      {_(std::string_view("%\0s", 3), 1), std::string("%\0s", 3)},
   };
   for (const auto& row : cases)
     EXPECT_EQ(row.made, row.expected);
-}
-
-TEST(FormatMessage, FormatsAndArgumentsThatDoNotMatch)
-{
-  EXPECT_EQ(_("%s", "100% %s%n"), "100% %s%n");
-  EXPECT_EQ(_("%s and %s", "one"), "one and %s");
-  EXPECT_EQ(_("%5.2f"), "%5.2f");
-  EXPECT_EQ(_("none", 1, 2), "none");
-  EXPECT_EQ(_("$1 %s $2", "x"), "$1 x $2");
-  EXPECT_EQ(_("50%% of %s%%", "x"), "50% of x%");
-  EXPECT_EQ(_("%n %* %", 1), "%n %* %");
-  EXPECT_EQ(_(std::string_view("%\0s", 3), 1), std::string("%\0s", 3));
-  EXPECT_EQ(_("%s", std::string(100000, 'x')).size(), 100000U);
   EXPECT_EQ(_("%.1f", 1e300).size(), 303U);
   EXPECT_EQ(_("%99999999999999999999d", 1).size(), 4096U);
-}
-
-TEST(ErrorMsg, TextForPeople)
-{
-  EXPECT_EQ(toText(ErrorMsg("KSLAPI", "load", "Bad line.", 4)), "error[4] KSLAPI::load: Bad line.");
-  EXPECT_EQ(toText(ErrorMsg("C", "f", "One\n\ntwo\n", 8)), "warning[8] C::f: One\n  \n  two");
-  EXPECT_EQ(toText(ErrorMsg("", "", "Alone", 1)), "error[1] Alone");
 }
 
 class FailingSink : public ErrorSink {
@@ -80,10 +64,13 @@ TEST(ErrorProgressReporter, TellsItsSinkOrStandardError)
   TextSink sink;
   EXPECT_EQ(reporter->setSink(&sink), nullptr);
   reporter->reportError(data::invalid("C", "f", "m"));
+  reporter->reportError(ErrorMsg("C", "f", "One\n\ntwo\n", 8));
+  reporter->reportError(ErrorMsg("", "", "Alone", 1));
   reporter->inform("not told");
   EXPECT_FALSE(reporter->setVerbose(true));
   reporter->inform("told");
-  EXPECT_EQ(sink.told, (std::vector<std::string>{"error[4] C::f: m", "told"}));
+  EXPECT_EQ(sink.told, (std::vector<std::string>{"error[4] C::f: m", "warning[8] C::f: One\n  \n  two",
+                                                 "error[1] Alone", "told"}));
 
   FailingSink failing;
   EXPECT_EQ(reporter->setSink(&failing), &sink);
@@ -98,6 +85,50 @@ TEST(ErrorProgressReporter, TellsItsSinkOrStandardError)
   ErrorProgressReporter::destroyInstance();
   EXPECT_FALSE(ErrorProgressReporter::instance()->isVerbose());
   ErrorProgressReporter::destroyInstance();
+}
+
+// What is no character becomes the replacement character, and what follows is kept.
+TEST(Exception, WideMessageIsKeptAsUtf8)
+{
+  const std::wstring lone = {L'\u00e9', L'\u20ac', L'\U0001F600', static_cast<wchar_t>(0xD800), L'x'};
+  EXPECT_EQ(ksl::error("C", "f", lone).getMessage(), "\xc3\xa9\xe2\x82\xac\xf0\x9f\x98\x80\xef\xbf\xbdx");
+}
+
+template <class Thrown, class Caught>
+constexpr bool caughtAs = std::is_convertible_v<Thrown*, Caught*>;
+
+static_assert(
+    caughtAs<internal::nullPointer, internal::error> && caughtAs<internal::badParam, internal::error>);
+static_assert(caughtAs<data::notFound, data::error> && caughtAs<ksl::cyclicRef, ksl::error>);
+static_assert(caughtAs<Interrupt, Error> && !caughtAs<Unwind, Error>);
+
+TEST(Exception, AMessageIsNeverFormattedAgain)
+{
+  const data::duplicate error("C", "f", "100% %s", errorType::warning);
+  EXPECT_EQ(ErrorMsg(error), ErrorMsg("C", "f", "100% %s", 8));
+  EXPECT_STREQ(error.what(), "100% %s");
+}
+
+std::string told;
+
+TEST(Exception, BrokenAssumptionIsToldAndTheProgramGoesOn)
+{
+  const auto before = setAssertionHandler([](std::string_view text, std::string_view source) {
+    told = std::string(text) + "|" + std::string(source);
+  });
+  EXPECT_TRUE(assertThat(true, "fine", "here"));
+  EXPECT_EQ(told, "");
+  EXPECT_FALSE(assertThat(false, "m_depth > 0", "KSLCore/src/Executive"));
+  EXPECT_EQ(told, "m_depth > 0|KSLCore/src/Executive");
+
+  setAssertionHandler([](std::string_view, std::string_view) { throw std::runtime_error("handler"); });
+  EXPECT_FALSE(assertThat(false, "text", "source"));
+
+  setAssertionHandler(nullptr);
+  testing::internal::CaptureStderr();
+  reportAssertion("text", "source");
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "Assertion failed: text (source)\n");
+  setAssertionHandler(before);
 }
 
 }  // namespace

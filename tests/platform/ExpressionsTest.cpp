@@ -1,5 +1,6 @@
 #include "platform/ORVExpressions.h"
 #include "platform/ORVUtilities.h"
+#include "tests/support/thrown.h"
 
 #include <cstdio>
 #include <cstdlib>
@@ -8,7 +9,6 @@
 #include <initializer_list>
 #include <optional>
 #include <random>
-#include <rapidcheck/gtest.h>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -62,49 +62,27 @@ TEST(Expressions, ExamplesOfThePage)
   expectRows(rows);
 }
 
-TEST(Expressions, Values)
+TEST(Expressions, ValuesAndUnits)
 {
   expectRows({
-      {"-2^2 + 2^-1", "-3.5"},
-      {"2^-2^2", "0.0625"},
-      {"-(-3)", "3"},
       {"+-+4", "-4"},
-      {"8 / 2 / 2 - 1 - 1", "0"},
       {"\t1\n+\r\v\f1 ", "2"},
-      {"0x.8p1", "1"},
-      {"0X10", "16"},
-      {"1e-400", "0"},
+      {"0x.8p1 + 0X10 + 5.", "22"},
       {"1e-99999999999999999999", "0"},
       {"0.0" + std::string(400, '0') + "1", "0"},
       {"1" + std::string(400, '0') + "e-400", "1"},
-      {"1" + std::string(100, '0') + "e-500", "0"},
-      {"5.", "5"},
       {"(7 [ s ])", "7 [s]"},
       {"+7 [degree]", "7 [degree]"},
       {"7 []", "7"},
-      {"1 * 7 [s]", "7 [s]"},
       {"20 [C] * 1", "293.15 [K]"},
       {"--20 [C] + 0 [K]", "293.15 [K]"},
       {"-20 [C]^1", "-293.15 [K]"},
       {"-(20 [C])", "-293.15 [K]"},
       {"2 [m]^2", "4 [m^2]"},
-      {"sqrt(4 [m])^2", "4 [m]"},
       {"1 [rad s^-1] + 1 [s^-1]", "2 [rad s^-1]"},
       {"1 [degree] - 1 [degree]", "0"},
-      {"2 ^ 50 [%]", "1.4142135623730951"},
-      {"abs(-2 [m])", "2 [m]"},
-      {"min(3, 1, 2) + max(5)", "6"},
-      {"mod(7 [m], 400 [cm])", "3 [m]"},
-      {"atan2(1 [m], 100 [cm]) * 4 / pi", "1"},
-      {"atan2(-1, 1) * 4 / pi", "-1"},
-      {"sin(0) + cos(0) + tan(0)", "1"},
-      {"asin(1) + acos(1) - 2 * atan(1)", "0"},
-      {"sinh(0) + cosh(0) + tanh(0)", "1"},
-      {"log(exp(2))", "2"},
       {"floor(-1.5) * 100 + ceil(-1.5) * 10 + int(1.9)", "-209"},
       {"1 + 1 < 3", "1"},
-      {"(1 <= 1) + (1 > 1) + (2 >= 1) + (1 [m] == 100 [cm]) + (1 != 1)", "3"},
-      {"if(1 [m] < 20 [cm], 1 [s], 2 [s])", "2 [s]"},
       {"if(0, 1 / 0, 5) + if(1, 6, sqrt(-1) * 2 + 1e308 * 10)", "11"},
       {"if(0, 1 [m] / 0, if(1, 2 [m], log(-1) * 3 [m]))", "2 [m]"},
       {"if(1, 2 [m], (1 [m]) ^ 2 / 0 / 1 [m])", "2 [m]"},
@@ -114,80 +92,46 @@ TEST(Expressions, Values)
 TEST(Expressions, Errors)
 {
   expectRows({
-      {"", "@1 syntax error, the text ends too early."},
       {"1 +", "@4 syntax error, the text ends too early."},
       {"(1 + 2", "@7 syntax error, ')' is missing."},
-      {"1)", "@2 syntax error at ')'."},
-      {"(1, 2)", "@3 syntax error at ','."},
       {"2.5 m", "@5 syntax error at 'm'."},
-      {"[m]", "@1 syntax error at units '[m]'."},
       {"(1) [m]", "@5 syntax error at units '[m]'."},
       {"2 [m", "@3 ']' is missing."},
-      {"1e", "@2 syntax error at 'e'."},
-      {"0x", "@2 syntax error at 'x'."},
-      {"1 , 5", "@3 syntax error at ','."},
-      {"\xC2\xB5 + 1", "@1 syntax error at '\xC2\xB5'."},
       {"1 [\xC2\xB5m] + \xC2\xB5", "@10 syntax error at '\xC2\xB5'."},
-      {"nan", "Expression 'nan' depends on a variable 'nan' which does not exist."},
       {"1 + inf + Pi", "Expression '1 + inf + Pi' depends on a variable 'inf' which does not exist."},
-      {"pi(1)", "Expression 'pi(1)' depends on a function 'pi' which does not exist."},
       {"1 + Flow Ratio.2_a (1, 2)",
        "Expression '1 + Flow Ratio.2_a (1, 2)' depends on a function 'Flow Ratio.2_a' which does not exist."},
-      {"Flow  Ratio", "@7 syntax error at 'Ratio'."},
-      {"_a", "@1 syntax error at '_'."},
       {"1 < 2 < 3", "@7 a comparison of a comparison needs parentheses."},
       {"1 = 2", "@3 syntax error at '='."},
-      {"1 <", "@4 syntax error, the text ends too early."},
-      {"if(1, 2)", "@1 function 'if' takes 3 argument(s), not 2."},
       {"if(1, 2 [m], 3 [s] / 0)", "@1 function 'if' cannot take 'm' together with 's'."},
       {"if(1 [m], 2, 3)", "@1 function 'if' needs a pure number, not 'm'."},
-      {"if(1 / 0, 2, 3)", "@6 division by zero."},
-      {"if(1, 2 + 1 / 0, 3) + 1", "@13 division by zero."},
-      {"1 [m] < 2 [s]", "@7 cannot compare 'm' with 's'."},
       {"if(1, 2, (1 [m]) ^ (1 / 0))", "@23 division by zero."},
+      {"1 [m] < 2 [s]", "@7 cannot compare 'm' with 's'."},
       {"sin", "@1 function 'sin' needs arguments in parentheses."},
-      {"1 + sin()", "@5 function 'sin' takes 1 argument(s), not 0."},
       {"mod(1, 2, 3)", "@1 function 'mod' takes 2 argument(s), not 3."},
       {"max()", "@1 function 'max' takes at least 1 argument(s), not 0."},
-      {"max(1,)", "@7 syntax error at ')'."},
       {"7 [blob]", "@3 Units 'blob' are not recognized."},
       {"7 [R]", "@3 Units 'R' are not recognized. 'R' is roentgen; degrees Rankine are 'degR'."},
       {"1 [m] + 2 [s]", "@7 cannot add 'm' and 's'."},
       {"1 - 2 [mm]", "@3 cannot subtract 'm' from a pure number."},
       {"2 ^ 1 [m]", "@3 the exponent must be a pure number, not 'm'."},
       {"max(1 [m], 2)", "@1 function 'max' cannot take 'm' together with a pure number."},
-      {"atan2(1 [m], 2)", "@1 function 'atan2' cannot take 'm' together with a pure number."},
-      {"mod(1, 2 [s])", "@1 function 'mod' cannot take a pure number together with 's'."},
       {"int(1 [m])", "@1 function 'int' needs a pure number, not 'm'."},
-      {"sin(1 [m])", "@1 function 'sin' needs a pure number, not 'm'."},
-      {"1 / (2 - 2)", "@3 division by zero."},
       {"0 ^ -1", "@3 division by zero."},
-      {"mod(1, 0)", "@1 division by zero."},
       {"(-8) ^ 0.5", "@6 a negative number has no power with a fraction as exponent."},
       {"log(-1)", "@1 logarithm of a negative number."},
       {"log10(0)", "@1 logarithm of zero."},
       {"sqrt(-1 [m])", "@1 square root of a negative number."},
       {"asin(1.5)", "@1 function 'asin' needs a number from -1 to 1."},
-      {"1e400", "@1 the number is too large."},
       {"0x1p2000", "@1 the number is too large."},
-      {"1" + std::string(400, '0') + "e-10", "@1 the number is too large."},
       {"1e99999999999999999999", "@1 the number is too large."},
       {"1e308 [km] * 1", "@1 the number is too large in base units."},
-      {"1e308 * 10", "@7 the result is not finite."},
       {"1 / exp(1000)", "@5 the result is not finite."},
       {"1 [m] ^ 1e300", "@7 the units have too large an exponent."},
   });
-}
-
-TEST(Expressions, ErrorsNameTheParameter)
-{
-  try {
-    ExpressionEvaluator::evalSingleValue("1 + %s", "Radius");
-    FAIL() << "no error";
-  } catch (const data::invalid& error) {
-    EXPECT_EQ(error.getMessage(),
-              "Cannot evaluate '1 + %s' for parameter 'Radius' at column 5: syntax error at '%'.");
-  }
+  EXPECT_EQ(
+      thrown<data::invalid>([] { ExpressionEvaluator::evalSingleValue("1 + %s", "Radius"); }).getMessage(),
+      "Cannot evaluate '1 + %s' for parameter 'Radius' at column 5: syntax error at '%'.");
 }
 
 std::string repeat(std::string_view piece, int count)
@@ -200,14 +144,11 @@ std::string repeat(std::string_view piece, int count)
 
 TEST(Expressions, NestAsDeepAsAllowed)
 {
-  auto groups = [](int n) { return repeat("(", n) + "1" + repeat(")", n); };
-  auto calls = [](int n) { return repeat("abs(", n) + "1" + repeat(")", n); };
-  auto signs = [](int n) { return repeat("-", n) + "1"; };
-  auto powers = [](int n) { return "1" + repeat("^1", n); };
-  for (std::string (*make)(int) : {+groups, +calls, +signs, +powers}) {
-    EXPECT_EQ(evaluate(make(1000)), "1");
+  for (const auto& [open, close] : {std::pair("(", ")"), {"abs(", ")"}, {"-", ""}, {"", "^1"}}) {
+    const auto nested = [&](int depth) { return repeat(open, depth) + "1" + repeat(close, depth); };
+    EXPECT_EQ(evaluate(nested(1000)), "1");
     for (int depth : {1001, 100000}) {
-      std::string error = evaluate(make(depth));
+      const std::string error = evaluate(nested(depth));
       EXPECT_EQ(error.substr(error.find(' ')), " nested more than 1000 deep.");
     }
   }
@@ -219,53 +160,6 @@ TEST(Expressions, LongTextsAreFlat)
   EXPECT_EQ(evaluate("0" + repeat(" + 1 [m] / 1 [m]", 100000)), "1e+05");
   EXPECT_EQ(evaluate("1" + repeat("*-1", 100000)), "1");
   EXPECT_EQ(evaluate("max(0" + repeat(",2,1", 100000) + ")"), "2");
-}
-
-// What a person may type, in the grammar's own words: each choice ends after a few levels.
-std::string randomText(int depth)
-{
-  const auto deeper = [depth] { return randomText(depth - 1); };
-  const auto blank = [] { return *rc::gen::inRange(0, 3) == 0 ? " " : ""; };
-  switch (depth <= 0 ? *rc::gen::inRange(0, 3) : *rc::gen::inRange(0, 9)) {
-    case 0:
-      return StringUtilities::toString(*rc::gen::inRange(0, 400) / 8.0);
-    case 1:
-      return StringUtilities::toString(*rc::gen::inRange(1, 40))
-             + *rc::gen::element<std::string>(" [m]", "[cm]", " [C]", "[ ]", " [degree]");
-    case 2:
-      return *rc::gen::element<std::string>("a", "Flow Ratio", "b_1.x", "pi", "e");
-    case 3:
-      return "(" + deeper() + blank() + ")";
-    case 4:
-      return *rc::gen::element<std::string>("-", "+", "--") + blank() + deeper();
-    case 5:
-      return *rc::gen::element<std::string>("sqrt", "nothing") + "(" + deeper() + ")";
-    case 6:
-      return *rc::gen::element<std::string>("min", "atan2", "no such") + "(" + deeper() + "," + deeper()
-             + ")";
-    case 7:
-      return "(" + deeper() + ")" + *rc::gen::element<std::string>("<", "<=", ">", " >=", "==", "!=") + "("
-             + deeper() + ")";
-    default:
-      return deeper() + blank() + *rc::gen::element<std::string>("+", "-", "*", "/", "^", "^-") + blank()
-             + deeper();
-  }
-}
-
-RC_GTEST_PROP(Expressions, PrintedTextIsTheSameTree, ())
-{
-  ExpressionDef expression(randomText(*rc::gen::inRange(1, 7)));
-  RC_LOG() << expression.getText();
-  try {
-    expression.parse();
-  } catch (const data::invalid&) {
-    RC_DISCARD("a comparison beside a comparison");
-  }
-  ExpressionDef printed(expression.print());
-  RC_LOG() << " printed as " << printed.getText();
-  printed.parse();
-  RC_ASSERT(printed.isSameTree(expression));
-  RC_ASSERT(printed.print() == printed.getText());
 }
 
 TEST(Expressions, PrintingTakesOffWhatIsNotNeeded)
@@ -286,7 +180,7 @@ TEST(Expressions, PrintingTakesOffWhatIsNotNeeded)
   }
 }
 
-// Texts whose dimensions fit: a length, or a pure number.
+// Texts whose dimensions fit: a length, or a pure number, which needs no parentheses to fit.
 class TextMaker {
  public:
   explicit TextMaker(unsigned seed) : m_random(seed) {}
@@ -295,31 +189,29 @@ class TextMaker {
   {
     const auto other = [&] { return "(" + make(depth - 1, length) + ")"; };
     const auto number = [&] { return "(" + make(depth - 1, false) + ")"; };
-    const auto any = [&](bool of) { return "(" + make(depth - 1, of) + ")"; };
+    const auto operand = [&] { return length || pick(2) == 0 ? other() : make(depth - 1, length); };
+    const auto lengthText = [&] { return "(" + make(depth - 1, true) + ")"; };
     if (depth <= 0)
       return leaf(length);
     switch (pick(length ? 6 : 10)) {
       case 0:
-        return other() + oneOf({" + ", "-"}) + other();
+        return operand() + oneOf({" + ", "-"}) + operand();
       case 1:
         return oneOf({"min", "max", "mod"}) + "(" + other() + ", " + other() + ")";
       case 2:
         return "if(" + number() + oneOf({"<", "<=", ">", ">=", "==", "!="}) + number() + ", " + other() + ", "
                + other() + ")";
       case 3:
-        return oneOf({"-", "abs"}) + other();
+        return pick(2) == 0 ? "-" + operand() : "abs" + other();
       case 4:
-        return number() + " * " + other();
+        return number() + " * " + operand();
       case 5:
-        return length ? "sqrt(" + other() + " * " + other() + ")" : other() + "^" + other();
-      case 6: {
-        const bool lengths = pick(2) == 0;
-        return any(lengths) + " / " + any(lengths);
-      }
-      case 7: {
-        const bool lengths = pick(2) == 0;
-        return "atan2(" + any(lengths) + ", " + any(lengths) + ")";
-      }
+        return length ? "sqrt(" + other() + " * " + other() + ")" : operand() + "^" + operand();
+      case 6:
+        return pick(2) == 0 ? "(" + lengthText() + " / " + lengthText() + ")" : operand() + " / " + operand();
+      case 7:
+        return "atan2(" + (pick(2) == 0 ? lengthText() + ", " + lengthText() : other() + ", " + other())
+               + ")";
       case 8:
         return oneOf({"sin", "cos", "tan", "atan", "tanh", "int", "exp", "cosh", "sinh"}) + other();
       default:
@@ -360,6 +252,16 @@ std::vector<std::string> linesFromPython(const std::vector<std::string>& texts)
   return StringUtilities::stringToVector(output, '\n');
 }
 
+void expectPrintedTextIsTheSameTree(const std::string& text)
+{
+  ExpressionDef expression(text);
+  expression.parse();
+  ExpressionDef printed(expression.print());
+  printed.parse();
+  ASSERT_TRUE(printed.isSameTree(expression)) << text << " printed as " << printed.getText();
+  ASSERT_EQ(printed.print(), printed.getText());
+}
+
 // What another program computes, to rounding; an error is an error there too.
 TEST(Expressions, AgreeWithAnIndependentEvaluator)
 {
@@ -371,6 +273,7 @@ TEST(Expressions, AgreeWithAnIndependentEvaluator)
   ASSERT_GE(answers.size(), texts.size());
   int errors = 0;
   for (std::size_t i = 0; i < texts.size(); ++i) {
+    expectPrintedTextIsTheSameTree(texts[i]);
     std::optional<ExpressionValue> value;
     try {
       value = ExpressionEvaluator::evaluate(texts[i], "");

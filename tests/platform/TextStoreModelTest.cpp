@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <gtest/gtest.h>
-#include <map>
 #include <rapidcheck/gtest.h>
 #include <string>
 #include <vector>
@@ -12,19 +11,17 @@
 namespace orv {
 namespace {
 
+using Texts = std::vector<std::string>;
+using Direction = KSLChangeList::Direction;
+
 // ------------------------------------------------------------------------------------------------------- change list
 
-KSLChange numbered(int number)
-{
-  return KSLChange::createObject(SharedText("/A:" + std::to_string(number)));
-}
-
-std::vector<std::string> paths(const KSLChangeList& list, KSLChangeList::Direction direction)
+Texts paths(const KSLChangeList& list, Direction direction)
 {
   KSLChangeList copied;
   ChangeListCopyProcessor copy(copied);
   list.process(direction, &copy);
-  std::vector<std::string> texts;
+  Texts texts;
   for (std::size_t i = 0; i < copied.size(); ++i)
     texts.push_back(copied[i].path.str());
   return texts;
@@ -33,34 +30,29 @@ std::vector<std::string> paths(const KSLChangeList& list, KSLChangeList::Directi
 // Sizes are drawn over several chunks: growth doubles, then goes on evenly.
 RC_GTEST_PROP(ChangeList, IsAVector, ())
 {
-  std::vector<std::string> model;
-  std::vector<std::string> otherModel;
+  Texts model;
+  Texts otherModel;
   KSLChangeList list("list");
   KSLChangeList other("other");
   int next = 0;
-  const int steps = *rc::gen::inRange(1, 30);
-  for (int step = 0; step < steps; ++step) {
-    const auto size = static_cast<int>(model.size());
+  for (int steps = *rc::gen::inRange(1, 30); steps > 0; --steps) {
+    const std::size_t count = *rc::gen::inRange<std::size_t>(0, model.size() + 3);
     switch (*rc::gen::inRange(0, 7)) {
       case 0:
       case 1:
         for (int i = *rc::gen::inRange(0, 3000); i > 0; --i) {
-          list.add(numbered(++next));
-          model.push_back("/A:" + std::to_string(next));
+          model.push_back("/A:" + std::to_string(++next));
+          list.createObject(model.back());
         }
         break;
-      case 2: {
-        const auto left = static_cast<std::size_t>(*rc::gen::inRange(0, size + 3));
-        list.truncate(left);
-        model.resize(std::min(left, model.size()));
+      case 2:
+        list.truncate(count);
+        model.resize(std::min(count, model.size()));
         break;
-      }
-      case 3: {
-        const int count = *rc::gen::inRange(0, size + 3);
-        list.dropFront(static_cast<std::size_t>(count));
-        model.erase(model.begin(), model.begin() + std::min(count, size));
+      case 3:
+        list.dropFront(count);
+        model.erase(model.begin(), model.begin() + static_cast<long>(std::min(count, model.size())));
         break;
-      }
       case 4:
         list.swapChanges(other);
         model.swap(otherModel);
@@ -74,10 +66,8 @@ RC_GTEST_PROP(ChangeList, IsAVector, ())
       }
     }
     RC_ASSERT(list.size() == model.size());
-    RC_ASSERT(list.empty() == model.empty());
-    RC_ASSERT(paths(list, KSLChangeList::Direction::forward) == model);
-    RC_ASSERT(paths(list, KSLChangeList::Direction::backward)
-              == std::vector<std::string>(model.rbegin(), model.rend()));
+    RC_ASSERT(paths(list, Direction::forward) == model);
+    RC_ASSERT(paths(list, Direction::backward) == Texts(model.rbegin(), model.rend()));
   }
 }
 
@@ -85,11 +75,9 @@ class Modifier : public ChangeListModifierIF {
  public:
   bool modify(KSLChange& change) override
   {
-    if (change.kind == KSLChange::Kind::deleteObject)
-      return false;
     if (change.kind == KSLChange::Kind::changeParam)
       change.value = SharedText("modified");
-    return true;
+    return change.kind != KSLChange::Kind::deleteObject;
   }
 };
 
@@ -104,17 +92,11 @@ TEST(ChangeList, AsksItsModifierOnceForEachChange)
   EXPECT_EQ(TestSystem::render(list), "create /A:a\nchange /A:a x = modified (1)\ndrop /A:a y (1)\n");
   list.setModifier(nullptr);
   list.deleteObject("/A:a");
-  KSLChangeList copy(list);
-  EXPECT_EQ(TestSystem::render(copy), TestSystem::render(list));
-
-  KSLChangeList inverses;
-  for (std::size_t i = 0; i < list.size(); ++i)
-    inverses.add(list[i].inverse());
-  EXPECT_EQ(TestSystem::render(inverses),
-            "delete /A:a\nchange /A:a x = 1 (modified)\nparam /A:a y = 1\ncreate /A:a\n");
+  EXPECT_EQ(TestSystem::render(KSLChangeList(list)), TestSystem::render(list));
 }
 
-// What is added while a list is shown is shown too, forward; what has gone is not.
+// Puts others in the place of a list's changes while it is shown. What is added is shown too, forward; what has
+// gone is not.
 class Meddler : public ChangeListCopyProcessor {
  public:
   Meddler(KSLChangeList& shown, KSLChangeList& seen, int count)
@@ -125,237 +107,210 @@ class Meddler : public ChangeListCopyProcessor {
   void visit(const KSLChange& change) override
   {
     ChangeListCopyProcessor::visit(change);
-    if (change.path.str() == "/A:3") {
-      m_shown.clear();
-      for (int i = 6; i < 6 + m_count; ++i)
-        m_shown.add(numbered(i));
-    }
+    if (change.path.str() != "/A:3")
+      return;
+    m_shown.clear();
+    for (int i = 6; i < 6 + m_count; ++i)
+      m_shown.createObject("/A:" + std::to_string(i));
   }
 
  private:
   KSLChangeList& m_shown;
-  int m_count;  // put in place of the list's changes
+  int m_count;
 };
 
 TEST(ChangeList, MayChangeWhileItIsShown)
 {
   struct Case {
-    KSLChangeList::Direction direction;
+    Direction direction;
     int count;
-    const char* seen;
+    Texts seen;
   };
   const Case cases[] = {
-      {KSLChangeList::Direction::forward, 4, "create /A:1\ncreate /A:2\ncreate /A:3\ncreate /A:9\n"},
-      {KSLChangeList::Direction::forward, 1, "create /A:1\ncreate /A:2\ncreate /A:3\n"},
-      {KSLChangeList::Direction::backward, 4, "create /A:4\ncreate /A:3\ncreate /A:7\ncreate /A:6\n"},
-      {KSLChangeList::Direction::backward, 1, "create /A:4\ncreate /A:3\ncreate /A:6\n"},
-      {KSLChangeList::Direction::backward, 0, "create /A:4\ncreate /A:3\n"},
+      {Direction::forward, 4, {"/A:1", "/A:2", "/A:3", "/A:9"}},
+      {Direction::forward, 1, {"/A:1", "/A:2", "/A:3"}},
+      {Direction::backward, 4, {"/A:4", "/A:3", "/A:7", "/A:6"}},
+      {Direction::backward, 1, {"/A:4", "/A:3", "/A:6"}},
+      {Direction::backward, 0, {"/A:4", "/A:3"}},
   };
   for (const auto& [direction, count, expected] : cases) {
     KSLChangeList list;
     for (int i = 1; i <= 4; ++i)
-      list.add(numbered(i));
+      list.createObject("/A:" + std::to_string(i));
     KSLChangeList seen;
     Meddler meddler(list, seen, count);
     list.process(direction, &meddler);
-    EXPECT_EQ(TestSystem::render(seen), expected);
+    EXPECT_EQ(paths(seen, Direction::forward), expected);
   }
 }
 
-// -------------------------------------------------------------------------------------------------------- text store
+// ------------------------------------------------------------------------------------------ the store and a model
 
-using Lines = std::vector<std::string>;
+// A parameter, or an object with what is in it; the outermost one is the whole text.
+struct Entry {
+  std::string line;
+  std::vector<Entry> inside;
 
-// The store's text as lines: objects are the ranges from their header to their END.
-class Model {
- public:
-  Lines lines;
-
-  // The indices of an object's header and END; of the whole text for the empty path.
-  std::pair<std::size_t, std::size_t> find(const Lines& headers) const
+  bool isObject() const { return line.find(':') != std::string::npos; }
+  std::vector<Entry>::iterator find(const std::string& start)
   {
-    std::size_t first = 0;
-    std::size_t last = lines.size();
+    return std::find_if(inside.begin(), inside.end(),
+                        [&start](const Entry& one) { return one.line.starts_with(start); });
+  }
+  Entry* at(const Texts& headers)
+  {
+    Entry* entry = this;
     for (const std::string& header : headers) {
-      const std::size_t at = entry(first, last, header);
-      if (at == lines.size())
-        return {at, at};
-      first = at + 1;
-      last = end(at);
+      const auto found = entry->find(header);
+      if (found == entry->inside.end())
+        return nullptr;
+      entry = &*found;
     }
-    return {first, last};
+    return entry;
   }
-  bool has(const Lines& headers) const { return find(headers).first != lines.size() || headers.empty(); }
-
-  void set(const Lines& headers, const std::string& name, const std::string& value)
+  Entry& make(const std::string& start)
   {
-    const auto [first, last] = find(headers);
-    const std::size_t at = entry(first, last, name + " = ");
-    if (at < last)
-      lines[at] = name + " = " + value;
-    else
-      lines.insert(lines.begin() + static_cast<std::ptrdiff_t>(last), name + " = " + value);
+    const auto found = find(start);
+    return found == inside.end() ? inside.emplace_back(Entry{start, {}}) : *found;
   }
-  void open(const Lines& headers)
+  void remove(const Texts& headers)
   {
-    if (has(headers))
-      return;
-    const auto last = static_cast<std::ptrdiff_t>(find({headers.begin(), headers.end() - 1}).second);
-    lines.insert(lines.begin() + last, {headers.back(), "END"});
+    if (Entry* parent = at({headers.begin(), headers.end() - 1}))
+      std::erase_if(parent->inside, [&headers](const Entry& one) { return one.line == headers.back(); });
   }
-  void remove(const Lines& headers)
+  void write(Texts& out, bool sorted) const
   {
-    if (!has(headers))
-      return;
-    const auto [first, last] = find(headers);
-    lines.erase(lines.begin() + static_cast<std::ptrdiff_t>(first) - 1,
-                lines.begin() + static_cast<std::ptrdiff_t>(last) + 1);
-  }
-  // What is left when order does not count.
-  static std::map<std::string, Lines> unordered(const Lines& text)
-  {
-    std::map<std::string, Lines> objects;
-    std::string path;
-    for (const std::string& line : text) {
-      if (line == "END")
-        path.erase(path.rfind('/'));
-      else if (line.find(':') != std::string::npos)
-        objects[path += "/" + line];
-      else
-        objects[path].push_back(line);
-    }
-    for (auto& [name, params] : objects)
-      std::sort(params.begin(), params.end());
-    return objects;
-  }
-
- private:
-  std::size_t end(std::size_t header) const
-  {
-    int depth = 0;
-    for (std::size_t at = header;; ++at) {
-      if (lines[at] == "END" && --depth == 0)
-        return at;
-      depth += lines[at].find(':') != std::string::npos ? 1 : 0;
+    std::vector<Entry> entries = inside;
+    if (sorted)
+      std::sort(entries.begin(), entries.end(),
+                [](const Entry& a, const Entry& b) { return a.line < b.line; });
+    for (const Entry& entry : entries) {
+      out.push_back(entry.line);
+      entry.write(out, sorted);
+      if (entry.isObject())
+        out.emplace_back("END");
     }
   }
-  std::size_t entry(std::size_t first, std::size_t last, const std::string& start) const
+  Texts lines(bool sorted = false) const
   {
-    for (std::size_t at = first; at < last; ++at) {
-      if (lines[at].compare(0, start.size(), start) == 0)
-        return at;
-      if (lines[at].find(':') != std::string::npos)
-        at = end(at);
+    Texts out;
+    write(out, sorted);
+    return out;
+  }
+  void read(const Texts& text, std::size_t& next)
+  {
+    for (; next < text.size() && text[next] != "END"; ++next) {
+      Entry& entry = inside.emplace_back(Entry{text[next], {}});
+      if (entry.isObject())
+        entry.read(text, ++next);
     }
-    return lines.size();
   }
 };
-
-std::string pathOf(const Lines& headers)
-{
-  std::string path;
-  for (const std::string& header : headers)
-    path += "/" + header.substr(0, 2) + header.substr(3);
-  return path;
-}
-
-Lines anObject()
-{
-  return *rc::gen::resize(
-      3, rc::gen::nonEmpty(rc::gen::container<Lines>(rc::gen::element<std::string>("A: a", "A: b", "B: a"))));
-}
 
 class StoreCheck {
  public:
   void step()
   {
     switch (*rc::gen::inRange(0, 10)) {
-      case 0:
-        deleteSome();
+      case 0: {
+        const Texts headers = anObject();
+        std::string path;
+        for (const std::string& header : headers)
+          path += component(header);
+        store.deleteObj(path);
+        model.remove(headers);
         break;
+      }
       case 1:
         store.undo();
         sinceClear = {};
-        expectUnordered(confirmed);
+        follow(confirmed);
         break;
       case 2:
         store.recordChanges();
-        confirmed = model.lines;
+        confirmed = model;
         break;
       case 3:
         replay(store.takeKSLChangeList());
         break;
       default:
-        loadSome();
+        load();
     }
-    RC_ASSERT(store.getExpandedKSL() == model.lines);
-    for (const auto& [path, params] : Model::unordered(model.lines))
-      RC_ASSERT(path.empty() || !store.getObjectInfo(compact(path)).empty() || params.empty());
+    RC_ASSERT(store.getExpandedKSL() == model.lines());
+    requireFound(model, "");
   }
 
  private:
-  static std::string compact(std::string path)
+  static std::string component(const std::string& header)
   {
-    path.erase(std::remove(path.begin(), path.end(), ' '), path.end());
-    return path;
+    return "/" + header.substr(0, 2) + header.substr(3);
   }
-  void loadSome()
+  void requireFound(const Entry& in, const std::string& path) const
   {
-    const Lines headers = anObject();
-    const bool replace = *rc::gen::inRange(0, 5) == 0;
-    Lines text;
-    Lines open;
-    for (const std::string& header : headers) {
-      open.push_back(header);
-      const bool last = replace && open.size() == headers.size();
-      text.push_back(last ? "&replace " + header : header);
-      if (last)
-        model.remove(open);
-      model.open(open);
+    for (const Entry& entry : in.inside) {
+      if (!entry.isObject())
+        continue;
+      RC_ASSERT(store.doesPathExist(path + component(entry.line)));
+      requireFound(entry, path + component(entry.line));
     }
+  }
+  static Texts anObject()
+  {
+    const auto header = rc::gen::element<std::string>("A: a", "A: b", "B: a");
+    return *rc::gen::resize(3, rc::gen::nonEmpty(rc::gen::container<Texts>(header)));
+  }
+  void load()
+  {
+    const Texts headers = anObject();
+    const bool replace = *rc::gen::inRange(0, 5) == 0;
+    Texts text = headers;
+    if (replace) {
+      text.back().insert(0, "&replace ");
+      model.remove(headers);
+    }
+    Entry* at = &model;
+    for (const std::string& header : headers)
+      at = &at->make(header);
     for (int i = *rc::gen::inRange(0, 4); i > 0; --i) {
       const auto name = *rc::gen::element<std::string>("x", "y", "z");
       const auto value = *rc::gen::element<std::string>("1", "2", "");
       text.push_back(name + "=" + value);
-      model.set(headers, name, value);
+      at->make(name + " = ").line = name + " = " + value;
     }
     store.loadKSLData(text);  // what is open is closed
-  }
-  void deleteSome()
-  {
-    const Lines headers = anObject();
-    store.deleteObj(pathOf(headers));
-    model.remove(headers);
   }
   // Forward on what there was it gives what there is; the inverses, newest first, give what there was.
   void replay(const KSLChangeList& changes)
   {
     KSLAPI other;
-    other.loadKSLData(sinceClear);
+    other.loadKSLData(sinceClear.lines());
     KSLAPIUpdateProcessor forward(&other, true);
-    changes.process(KSLChangeList::Direction::forward, &forward);
-    RC_ASSERT(other.getExpandedKSL() == model.lines);
+    changes.process(Direction::forward, &forward);
+    RC_ASSERT(other.getExpandedKSL() == model.lines());
 
     KSLAPIUpdateProcessor backward(&store, false);
     for (std::size_t i = changes.size(); i-- > 0;)
       backward.visit(changes[i].inverse());
     RC_ASSERT(store.getKSLChangeList()->empty());
-    expectUnordered(sinceClear);
-    sinceClear = model.lines;
+    follow(sinceClear);
+    sinceClear = model;
   }
   // What was deleted comes back behind its siblings: the model follows.
-  void expectUnordered(const Lines& expected)
+  void follow(const Entry& expected)
   {
-    RC_ASSERT(Model::unordered(store.getExpandedKSL()) == Model::unordered(expected));
-    model.lines = store.getExpandedKSL();
-    if (sinceClear.empty())
-      sinceClear = model.lines;
+    Entry now;
+    std::size_t next = 0;
+    now.read(store.getExpandedKSL(), next);
+    RC_ASSERT(now.lines(true) == expected.lines(true));
+    model = now;
+    if (sinceClear.inside.empty())
+      sinceClear = model;
   }
 
   KSLAPI store;
-  Model model;
-  Lines confirmed;
-  Lines sinceClear;  // the text when the change list was last emptied
+  Entry model;
+  Entry confirmed;
+  Entry sinceClear;  // when the change list was last emptied
 };
 
 RC_GTEST_PROP(TextStoreModel, LoadsDeletesAndGoesBack, ())

@@ -1,11 +1,8 @@
 #include "platform/ORVUnits.h"
 
-#include <array>
-#include <clocale>
 #include <cmath>
 #include <cstdlib>
 #include <gtest/gtest.h>
-#include <iostream>
 #include <limits>
 #include <rapidcheck/gtest.h>
 #include <string>
@@ -44,45 +41,33 @@ TEST(Units, Converts)
   };
   const Row rows[] = {
       {"m", "mm", 2, 2000},
-      {"mm", "m", 7, 0.007},
       {"m s^-1", "km/h", 10, 36},
-      {"psi", "Pa", 1, 6894.757293168361},
       {"N m", "J", 3, 3},
       {"rev min^-1", "rad s^-1", 30, std::acos(-1.0)},
-      {"rev min^-1", "s^-1", 30, std::acos(-1.0)},
       {"degree", "radian", 180, std::acos(-1.0)},
-      {"rev", "degree", 2, 720},
       {"%", "", 50, 0.5},
-      {"", "%", 0.5, 50},
       {"C", "F", 100, 212},
-      {"F", "C", -40, -40},
       {"F", "K", 32, 273.15},
-      {"K", "C", 293.15, 20},
       {"C", "degC", 20, 20},
-      {"\xC2\xB0"
-       "C",
-       "K", 0, 273.15},
+      {"\u00B0C", "K", 0, 273.15},
       {" C ", "K", 0, 273.15},
       {"(C)", "K", 0, 273.15},
       {"C %", "K", 100, 1},
-      {"m C", "m K", 0, 0},
       {"C rad", "K", 0, 0},
       {"C", "F", 10, 18, true},
       {"F", "K", 9, 5, true},
-      {"C", "K", 10, 10, true},
-      {"W m^-2 C^-1", "W m^-2 K^-1", 5, 5},
       {"W m^-2 F^-1", "W m^-2 C^-1", 5, 9},
-      {"J/(kg*C)", "J kg^-1 K^-1", 4, 4},
       {"mC", "A s", 1, 0.001},
       {"inch^2", "cm2", 1, 6.4516},
       {"1e3 m", "km", 5, 5},
-      {"2.5 m", "m", 2, 5},
   };
   for (const Row& row : rows) {
     double out = convert(row.from, row.to, row.value, row.difference);
     EXPECT_NEAR(out, row.expected, 1e-14 * std::abs(row.expected)) << row.from << " to " << row.to;
   }
   EXPECT_EQ(convert("C", "F", 100), 212) << "temperatures come out as people know them, without noise";
+  EXPECT_EQ(convert("degF", "F", 0.1 + 0.2), 0.1 + 0.2) << "equal units keep every bit";
+  EXPECT_TRUE(std::signbit(convert("m", "meter", -0.0)));
 }
 
 RC_GTEST_PROP(Units, ThereAndBackIsTheSameNumber, ())
@@ -100,14 +85,6 @@ RC_GTEST_PROP(Units, ThereAndBackIsTheSameNumber, ())
   double back = convert(to, from, convert(from, to, value));
   RC_ASSERT(std::abs(back - value) <= 1e-12 + 1e-15 * std::abs(value) * 4);
   RC_ASSERT(convert(from, from, value) == value);
-}
-
-TEST(Units, EqualUnitsKeepEveryBit)
-{
-  const double odd = 0.1 + 0.2;
-  EXPECT_EQ(convert("psi", "psi", odd), odd);
-  EXPECT_EQ(convert("degF", "F", odd), odd);
-  EXPECT_TRUE(std::signbit(convert("m", "meter", -0.0)));
 }
 
 TEST(Units, RefusedConversionsNameTheTextAndLeaveTheResult)
@@ -169,38 +146,24 @@ TEST(Units, MoreTextsThanTheCacheHolds)
 
 TEST(UnitDimensions, NameTheBaseUnits)
 {
-  const std::array<const char*, 2> rows[] = {
-      {"mm", "m"},
-      {"km h^-1", "m s^-1"},
-      {"psi", "kg m^-1 s^-2"},
-      {"N m", "kg m^2 s^-2"},
-      {"%", ""},
-      {"degree", ""},
-      {"rev min^-1", "rad s^-1"},
-      {"F", "K"},
-      {"lumen", "rad^2 cd"},
-      {"V", "kg m^2 s^-3 A^-1"},
-      {"kat", "s^-1 mol"},
-      {"m m^-1", ""},
-  };
-  for (const auto& [units, expected] : rows)
-    EXPECT_EQ(UnitDimensions(units).toUnits(), expected) << units;
+  std::string named;
+  for (const char* units :
+       {"mm", "km h^-1", "psi", "N m", "%", "rev min^-1", "F", "lumen", "V", "kat", "m m^-1"})
+    named += UnitDimensions(units).toUnits() + "; ";
+  EXPECT_EQ(named,
+            "m; m s^-1; kg m^-1 s^-2; kg m^2 s^-2; ; rad s^-1; K; rad^2 cd; kg m^2 s^-3 A^-1; s^-1 mol; ; ");
 }
 
 TEST(UnitDimensions, Compute)
 {
   UnitDimensions length("m"), time("s"), angle("degree");
   EXPECT_EQ((length / time).toUnits(), "m s^-1");
-  EXPECT_EQ((length * length), UnitDimensions("m^2"));
   EXPECT_EQ(length.power(0.5).toUnits(), "m^0.5");
   UnitDimensions sum;  // of rounded exponents
   for (int i = 0; i < 20; ++i)
     sum = sum * length.power(0.1);
   EXPECT_EQ(sum, UnitDimensions("m^2"));
-  EXPECT_EQ(sum.toUnits(), "m^2");
-  EXPECT_TRUE((length / length).isDimensionless());
-  EXPECT_NE(length, time);
-  EXPECT_TRUE(angle.isDimensionless());
+  EXPECT_TRUE((length / length).isDimensionless() && angle.isDimensionless() && length != time);
   EXPECT_EQ(length * angle, length);
 }
 
@@ -212,23 +175,6 @@ TEST(Quantity, ConvertsAndPrints)
   EXPECT_EQ(Quantity(36).convertTo("m"), 36) << "a pure number stands for the units wanted";
   EXPECT_EQ(speed.toString(), "36 [km h^-1]");
   EXPECT_EQ(Quantity(0.1).toString(), "0.1");
-}
-
-TEST(UnitSystemHandler, IsSetAndRestored)
-{
-  struct Imperial : UnitSystemHandler {
-    std::string getPreferredUnitsFromUnits(const std::string&, const std::string&) const override
-    {
-      return "ft";
-    }
-  } imperial;
-  UnitSystemHandler* base = UnitSystemHandler::current();
-  ASSERT_NE(base, nullptr);
-  EXPECT_EQ(base->getPreferredUnitsFromUnits("m", ""), "");
-  EXPECT_EQ(UnitSystemHandler::setCurrent(&imperial), base);
-  EXPECT_EQ(UnitSystemHandler::current()->getPreferredUnitsFromUnits("m", ""), "ft");
-  EXPECT_EQ(UnitSystemHandler::setCurrent(nullptr), &imperial);
-  EXPECT_EQ(UnitSystemHandler::current(), base);
 }
 
 // In a process of its own, where nothing is loaded yet.
@@ -251,20 +197,6 @@ TEST(UnitsDeathTest, MissingDatabaseIsToldAndTriedAgain)
 {
   GTEST_FLAG_SET(death_test_style, "threadsafe");
   EXPECT_EXIT(convertWithoutDatabase(), testing::ExitedWithCode(0), "");
-}
-
-TEST(Units, NumbersHaveAPointInEveryLocale)
-{
-  bool found = false;
-  for (const char* name : {"de_DE.UTF-8", "de_DE.utf8", "fr_FR.UTF-8", "fr_FR.utf8", "nl_NL.UTF-8"})
-    found = found || std::setlocale(LC_ALL, name);
-  if (!found)
-    GTEST_SKIP() << "no locale with a decimal comma is installed";
-  EXPECT_EQ(convert("1.5 m", "m", 2), 3);
-  EXPECT_NEAR(convert("ft", "m", 1), 0.3048, 1e-15);
-  EXPECT_EQ(Quantity(2.5, "m").toString(), "2.5 [m]");
-  EXPECT_STREQ(std::localeconv()->decimal_point, ",");
-  std::setlocale(LC_ALL, "C");
 }
 
 }  // namespace

@@ -159,8 +159,13 @@ TEST_F(ReferenceTest, ALaterObjectAtTheSamePathIsAnother)
   EXPECT_EQ(links("b"), "/T:a (S) x1 +Two");
   at("b")->setValue("Two", "");
   EXPECT_EQ(links("b"), "/T:a (S) x1");
-  ObjectDB::instance()->deleteObject("/T:a");
   settle();
+  ObjectDB::instance()->deleteObject("/T:a");
+  for (const bool loses : {true, false}) {  // with fewer parents than before it is not up to date, once
+    at("b")->createDelayedParamLinks();
+    EXPECT_EQ(at("b")->getSchedulerObject("S")->isPending(), loses);
+    settle();
+  }
   EXPECT_EQ(links("b"), "none +One");
   add("T", "a");
   settle();
@@ -188,14 +193,14 @@ TEST_F(ReferenceTest, BatchesJudgeAtTheirEnd)
   EXPECT_TRUE(at("a")->getSchedulerObject("S")->isPending());
 }
 
-// Every word is a name: of a variable, with "@" of a location, with "()" of a function.
+// Every word is a name: of a variable, with "@" of a location, with "()" of a function; "Free" is the object's own.
 class WordNames : public ExpressionNames {
  public:
   Uses namesIn(const KSLObject&, const ParamDefinition&, const std::string& text) const override
   {
     Uses uses;
     for (const std::string& word : StringUtilities::stringToVector(text, ' ')) {
-      if (word == "local")
+      if (word == "Free")
         uses.locals.push_back(word);
       else if (word.front() == '@')
         uses.locations.push_back(word.substr(1));
@@ -226,9 +231,16 @@ TEST_F(ReferenceTest, ExpressionsDependOnWhatTheyUse)
   const WordNames names;
   ExpressionNames::install(&names);
   Category::addCategory("has-local-variable");
-  at("b")->setValue("Sum", "a + @c + local");
+  at("b")->setValue("Sum", "a + @c + Free");
   EXPECT_EQ(links("b"), "/T:a (S) x1, /T:c (S) x1");
   EXPECT_TRUE(at("b")->isA("has-local-variable"));
+  settle();
+  at("b")->setValue("Free", "p");  // which marks nothing itself
+  EXPECT_TRUE(at("b")->getSchedulerObject("S")->isPending());
+  settle();
+  at("b")->setValueWithoutPending("Free", "a");
+  EXPECT_EQ(links("b"), "/T:a (S) x1, /T:c (S) x1 +Free +Sum");
+  settle();
   const auto refusal = [](const std::string& text) {
     {
       LinkTransaction batch(*ObjectDB::instance());

@@ -55,43 +55,35 @@ void runShape(const char* shape, int size, const Edges& edges, const std::vector
   }
 }
 
-Edges chain(int size)
-{
-  Edges edges;
-  for (int i = 1; i < size; ++i)
-    edges.emplace_back(i - 1, i);
-  return edges;
-}
-
 void* runShapes(void*)
 {
-  constexpr int hub = 100000;
-  constexpr int rungs = 100000;
+  constexpr int size = 100000;
   constexpr int longest = 1000000;
   Edges ladder;
-  for (int i = 0; i < 3 * rungs; i += 3) {
-    for (int side : {1, 2}) {
-      ladder.emplace_back(i, i + side);
-      ladder.emplace_back(i + side, i + 3);
-    }
-  }
+  Edges chain;
   Edges fanOut;
   Edges fanIn;
   std::vector<int> parents;
-  for (int i = 1; i <= hub; ++i) {
+  for (int i = 1; i < longest; ++i)
+    chain.emplace_back(i - 1, i);
+  Edges shuffled(chain.begin(), chain.begin() + size - 1);
+  for (int i = 1; i <= size; ++i) {
+    for (int side : {1, 2}) {
+      ladder.emplace_back(3 * (i - 1), 3 * (i - 1) + side);
+      ladder.emplace_back(3 * (i - 1) + side, 3 * i);
+    }
     fanOut.emplace_back(0, i);
     fanIn.emplace_back(i, 0);
     parents.push_back(i);
   }
   std::mt19937 random(7);
-  Edges shuffled = chain(hub);
   for (Edges* edges : {&shuffled, &fanOut, &fanIn})
     std::shuffle(edges->begin(), edges->end(), random);
-  runShape("ladder of diamonds", 3 * rungs + 1, ladder, {0});
-  runShape("chain", longest, chain(longest), {0});
-  runShape("chain linked anywhere", hub, shuffled, {0});
-  runShape("many children", hub + 1, fanOut, {0});
-  runShape("many parents", hub + 1, fanIn, parents);
+  runShape("ladder of diamonds", 3 * size + 1, ladder, {0});
+  runShape("chain", longest, chain, {0});
+  runShape("chain linked anywhere", size, shuffled, {0});
+  runShape("many children", size + 1, fanOut, {0});
+  runShape("many parents", size + 1, fanIn, parents);
   return nullptr;
 }
 

@@ -112,6 +112,7 @@ TEST_F(EvaluatorsAndUnits, AStartUpLeavesNothingBehind)
   choose("CGS");
   shutDown();
   EXPECT_EQ(ExpressionResolver::installed(), nullptr);
+  EXPECT_EQ(EngineUnitSystemHandler::existing(), nullptr);
   startUp();
   EXPECT_EQ(shown(), inSI);
   choose("CGS");

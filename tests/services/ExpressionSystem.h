@@ -118,6 +118,22 @@ class ExpressionSystem {
     return m_system.errors();
   }
   std::string define(const std::string& lines) { return run("EXPRESSIONS:\n" + lines + "\nEND\n"); }
+  std::string evaluator(const std::string& name, const std::string& text)
+  {
+    return run("&replace EXPRESSION EVALUATOR: " + name + "\nEvaluated Expression = " + text + "\nEND\n");
+  }
+  // Errors, else what was recalculated, after expressions, or the variable, were defined.
+  std::string after(const std::string& lines)
+  {
+    const std::string errors = define(lines);
+    return errors + recalculated();
+  }
+  std::string inlet(const std::string& value)
+  {
+    const std::string errors = run("GAUGE: inlet\nValue = " + value + "\nEND\n");
+    return errors + recalculated();
+  }
+  static float length(const std::string& path) { return at(path)->getFloatValue("Length"); }
   // "WING:a 1, WING:b 2": what the last text recalculated.
   static std::string recalculated()
   {

@@ -65,8 +65,10 @@ TEST(UnitsPage, SystemsAreAsShown)
   const std::array<const char*, 3> systems = {"SI", "CGS", "English"};
   for (std::size_t i = 0; i < systems.size(); ++i) {
     handler->load({systems[i], {}, {}}, nullptr);
-    for (const auto& row : rows)
+    for (const auto& row : rows) {
       EXPECT_EQ(handler->getPreferredUnitsForQuantity(row[0]), row[i + 1]) << row[0] << " " << systems[i];
+      EXPECT_EQ(EngineUnitSystemHandler::whyNoUnitsOf(row[0], row[i + 1]), "");
+    }
   }
   EngineUnitSystemHandler::destroyInstance();
 }

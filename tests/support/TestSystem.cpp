@@ -3,25 +3,11 @@
 #include "database/DataKSLObject.h"
 #include "database/ObjectDB.h"
 #include "database/ObjectFactory.h"
-#include "actions/CopyExecutor.h"
-#include "actions/DebugExecutor.h"
-#include "actions/DeleteExecutor.h"
-#include "actions/ForceUpdateExecutor.h"
-#include "actions/GetRulesInfoExecutor.h"
-#include "actions/GetStateExecutor.h"
-#include "actions/NotifyExecutor.h"
-#include "actions/ReadSessionExecutor.h"
-#include "actions/ReadStateExecutor.h"
-#include "actions/RedoExecutor.h"
-#include "actions/RenameExecutor.h"
-#include "actions/UndoExecutor.h"
-#include "actions/UpdateExecutor.h"
-#include "actions/WriteSessionExecutor.h"
-#include "actions/WriteStateExecutor.h"
+#include "session/Registration.h"
+#include "tests/support/Model.h"
 
 #include <filesystem>
 #include <gtest/gtest.h>
-#include <map>
 #include <set>
 #include <utility>
 
@@ -167,94 +153,6 @@ class FunctionExecutor : public ActionExecutor {
   TestSystem::Action m_action;
 };
 
-class Renderer : public KSLChangeProcessor {
- public:
-  std::string text;
-
-  void newObject(const std::string& path) override { line("create", path); }
-  void deletedObject(const std::string& path) override { line("delete", path); }
-  void newParam(const std::string& path, const std::string& name, const std::string& value) override
-  {
-    line("param", path, " " + name + " = " + value);
-  }
-  void changedParam(const std::string& path, const std::string& name, const std::string& newValue,
-                    const std::string& oldValue) override
-  {
-    line("change", path, " " + name + " = " + newValue + " (" + oldValue + ")");
-  }
-  void deletedParam(const std::string& path, const std::string& name, const std::string& value) override
-  {
-    line("drop", path, " " + name + " (" + value + ")");
-  }
-
- private:
-  void line(const char* word, const std::string& path, const std::string& rest = {})
-  {
-    text.append(word).append(" ").append(path).append(rest).append("\n");
-  }
-};
-
-using Siblings = std::map<std::string, std::vector<std::string>>;  // type to paths, in order
-using Values = std::map<std::string, std::string>;
-
-// One object as the store has it, and as the database has it.
-struct Contents {
-  Siblings children;
-  Values values;
-
-  std::string toText() const
-  {
-    std::string text;
-    for (const auto& [name, value] : values)
-      text.append(name).append("=").append(value).append("; ");
-    for (const auto& [type, paths] : children) {
-      for (const std::string& path : paths)
-        text.append(path).append(" ");
-    }
-    return text;
-  }
-  bool operator==(const Contents&) const = default;
-};
-
-// What calculations may set behind the store's back.
-bool isHidden(const ParamDefinition& param)
-{
-  return param.isInternal() && !param.getRemoteType().empty();
-}
-
-Contents storeContents(const KSLAPI& store, const KSLObject* object)
-{
-  Contents contents;
-  for (const KSLAPI::ObjectInfo& info : store.getObjectInfo(object->getPath())) {
-    if (info.getPath() == "/RULES")
-      continue;
-    if (info.getKind() == "Object") {
-      contents.children[info.getType()].push_back(info.getPath());
-      continue;
-    }
-    const ParamDefinition* param = object->lookUpParam(info.getName());
-    if (!param || !isHidden(*param))
-      contents.values[info.getName()] = info.getValue();
-  }
-  return contents;
-}
-
-Contents databaseContents(const KSLObject* object, std::vector<const KSLObject*>& children)
-{
-  Contents contents;
-  object->forEachChild([&](KSLObject* child) {
-    contents.children[child->getType()].push_back(child->getPath());
-    children.push_back(child);
-  });
-  if (object->getPath().empty())
-    return contents;
-  object->forEachParam([&](const ParamDefinition& param) {
-    if (param.hasBeenSet() && !isHidden(param))
-      contents.values[param.getName()] = param.getValue();
-  });
-  return contents;
-}
-
 }  // namespace
 
 // ------------------------------------------------------------------------------------------------- beginning, end
@@ -286,25 +184,10 @@ TestSystem::~TestSystem()
 
 void TestSystem::registerExecutors()
 {
-  m_factory.registerExecutor("update", new UpdateExecutor(&m_executive));
-  m_factory.registerExecutor("undo", new UndoExecutor(&m_executive));
-  m_factory.registerExecutor("redo", new RedoExecutor(&m_executive));
-  m_factory.registerExecutor("getstate", new GetStateExecutor);
-  m_factory.registerExecutor("s", new GetStateExecutor);
-  m_factory.registerExecutor("getrulesinfo", new GetRulesInfoExecutor);
-  m_factory.registerExecutor("forceupdate", new ForceUpdateExecutor(&m_executive));
-  m_factory.registerExecutor("fu", new ForceUpdateExecutor(&m_executive));
-  m_factory.registerExecutor("copy", new CopyExecutor);
-  m_factory.registerExecutor("rename", new RenameExecutor);
-  m_factory.registerExecutor("delete", new DeleteExecutor);
-  m_factory.registerExecutor("notify", new NotifyExecutor(&m_files));
-  m_factory.registerExecutor("debug", new DebugExecutor);
-  m_factory.registerExecutor("db", new DebugExecutor);
-  m_factory.registerExecutor("session", new WriteSessionExecutor);
-  m_factory.registerExecutor("readsession", new ReadSessionExecutor);
-  m_factory.registerExecutor("rs", new ReadSessionExecutor);
-  m_factory.registerExecutor("savestate", new WriteStateExecutor(&m_files, &m_stateChanges));
-  m_factory.registerExecutor("readstate", new ReadStateExecutor(&m_files));
+  ActionOptions options;
+  options.files = &m_files;
+  options.stateChanges = &m_stateChanges;
+  registerActions(m_factory, m_executive, options);
   registerAction("setViewportView", [this](const std::vector<std::string>& words) {
     m_viewActions += m_viewActions.empty() ? "" : "; ";
     m_viewActions += ActionExecutor::mergeActionLine(words);
@@ -437,9 +320,30 @@ std::string TestSystem::redoSteps() const
 
 std::string TestSystem::render(const KSLChangeList& changes)
 {
-  Renderer renderer;
-  changes.process(KSLChangeList::Direction::forward, &renderer);
-  return renderer.text;
+  std::string text;
+  for (std::size_t i = 0; i < changes.size(); ++i) {
+    const KSLChange& change = changes[i];
+    const std::string of = change.path.str() + " " + change.name.str();
+    switch (change.kind) {
+      case KSLChange::Kind::createObject:
+        text += "create " + change.path.str();
+        break;
+      case KSLChange::Kind::deleteObject:
+        text += "delete " + change.path.str();
+        break;
+      case KSLChange::Kind::createParam:
+        text += "param " + of + " = " + change.value.str();
+        break;
+      case KSLChange::Kind::deleteParam:
+        text += "drop " + of + " (" + change.value.str() + ")";
+        break;
+      case KSLChange::Kind::changeParam:
+        text += "change " + of + " = " + change.value.str() + " (" + change.oldValue.str() + ")";
+        break;
+    }
+    text += "\n";
+  }
+  return text;
 }
 
 void TestSystem::expectConsistent() const
@@ -449,19 +353,9 @@ void TestSystem::expectConsistent() const
 
 std::string TestSystem::inconsistencies() const
 {
-  std::string text;
-  std::vector<const KSLObject*> waiting{ObjectDB::instance()->getRoot()};
-  while (!waiting.empty()) {
-    const KSLObject* object = waiting.back();
-    waiting.pop_back();
-    const Contents inStore = storeContents(*this->text(), object);
-    const Contents inDatabase = databaseContents(object, waiting);
-    if (inStore == inDatabase)
-      continue;
-    text.append("at '").append(object->getPath()).append("'\n  store:    ").append(inStore.toText());
-    text.append("\n  database: ").append(inDatabase.toText()).append("\n");
-  }
-  return text;
+  const ModelNode inStore = readStore();
+  const ModelNode inDatabase = readDatabase();
+  return inStore == inDatabase ? "" : "Store:\n" + inStore.toText() + "Database:\n" + inDatabase.toText();
 }
 
 }  // namespace orv

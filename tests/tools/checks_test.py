@@ -1,5 +1,7 @@
 """The checks of tools/ must see the faults they are there for, and accept what is right."""
 
+import contextlib
+import io
 import os
 import pathlib
 import subprocess
@@ -10,6 +12,7 @@ import unittest
 TOOLS = pathlib.Path(__file__).resolve().parents[2] / "tools"
 sys.path.insert(0, str(TOOLS))
 import check_layers  # noqa: E402
+import mutate  # noqa: E402
 
 
 class Tree(unittest.TestCase):
@@ -48,15 +51,16 @@ class LayersTest(Tree):
 
     # Rows include columns; + is right.
     WHO_SEES_WHOM = """
-                  platform database rules command actions services
-        platform      +       -       -      -       -       -
-        database      +       +       -      -       -       -
-        rules         +       +       +      -       -       -
-        command       +       +       +      +       -       -
-        actions       +       +       +      +       +       -
-        services      +       +       +      +       -       +
-        host          +       +       +      +       +       +
-        plugins       +       +       +      -       -       -
+                  platform database rules command actions services session
+        platform      +       -       -      -       -       -       -
+        database      +       +       -      -       -       -       -
+        rules         +       +       +      -       -       -       -
+        command       +       +       +      +       -       -       -
+        actions       +       +       +      +       +       -       -
+        services      +       +       +      +       -       +       -
+        session       +       +       +      +       +       +       +
+        host          +       +       +      +       +       +       +
+        plugins       +       +       +      -       -       -       -
     """
     FILE = {"platform": "platform/ORVError.h", "host": "host/main.cpp", "plugins": "plugins/demo/d.cpp"}
 
@@ -121,6 +125,82 @@ class HeadersTest(Tree):
 
     def test_an_empty_tree_is_no_success(self):
         self.assertEqual(self.run_check().returncode, 1)
+
+
+class MutateTest(Tree):
+    SOURCE = r'''#include <a> // a == b
+bool Cut::isSet(std::vector<int>&& list) const
+{
+  assert(list.size() > 1 &&
+         list.size() < 9);
+  /* i == 0 */ const char* text = "a && b" R"(x == y
+    stop();
+  )";
+  if (const int i = find(text); i < 0)
+    throw Error("i < 0, not " + text);
+  if (!list.empty() || text[0] == '"')
+    list.front() = m_count - 1;
+  else
+    reset(list, false);
+  list.reserve(8);
+  report(text,
+         m_log.take());
+  return m_set;
+}
+'''
+    EXPECTED = """
+        9: if (const int i = find(text); i <= 0)
+        9: if (const int i = find(text); i >= 0)
+        10: ;
+        11: if (!(!list.empty() || text[0] == '"'))
+        11: if (!list.empty() && text[0] == '"')
+        11: if (!list.empty() || text[0] != '"')
+        12: ;
+        12: list.front() = m_count + 1;
+        14: ;
+        18: return !(m_set);
+    """
+
+    def test_faults_of_a_source(self):
+        found = sorted(mutate.mutants_of("Cut.cpp", self.SOURCE), key=lambda mutant: (mutant.line, mutant.after))
+        self.assertEqual([f"{mutant.line}: {mutant.after}" for mutant in found],
+                         [line.strip() for line in self.EXPECTED.strip().splitlines()])
+
+    def test_choice_stands_when_other_lines_come(self):
+        self.write("host/Cut.cpp", self.SOURCE)
+        before = mutate.all_mutants(pathlib.Path(self.root), ["host"], "1")
+        self.write("host/Cut.cpp", "// A cut.\nint lines = 0;\n" + self.SOURCE)
+        after = mutate.all_mutants(pathlib.Path(self.root), ["host"], "1")
+        self.assertEqual([mutant._replace(line=mutant.line + 2) for mutant in before], after)
+        self.assertNotEqual(before, mutate.all_mutants(pathlib.Path(self.root), ["host"], "2"))
+
+    def test_equivalent_mutants_leave_the_count_and_survivors_can_be_read_back(self):
+        root = pathlib.Path(self.root)
+        self.write("host/Cut.cpp", "x = 1;\nx = 1;\nx = 1;\n")
+        killed, survived, equivalent = (mutate.Mutant("host/Cut.cpp", line, "x = 1;", ";") for line in (1, 2, 3))
+        self.write("equivalents.txt", "host/Cut.cpp:4\n- x = 1;\n+ ;\nnobody reads it\n")
+        out = io.StringIO()
+        with contextlib.redirect_stdout(out):
+            mutate.report({killed: "killed by test_host", survived: "survived", equivalent: "survived"},
+                          mutate.read_list(root, root / "equivalents.txt"))
+        self.assertEqual(out.getvalue().strip().splitlines()[-1],
+                         "1 of 2 killed (50.0 %), 1 survived, 1 equivalent left out")
+        self.write("again.txt", out.getvalue())
+        self.assertEqual(mutate.read_list(root, root / "again.txt"), [survived])
+
+
+class LinesTest(Tree):
+    def test_share_is_printed_and_bounded(self):
+        self.write("host/main.cpp", "int main()\n{\n\n}\n")
+        self.write("KSLCore/src/rules/R.h", "#pragma once\n")
+        self.write("tests/host/T.py", "pass\n \n")
+        self.write("tests/host/data.ksl", "CUT: a\nEND\n")
+        for limit, status in (("25", 0), ("24.9", 1)):
+            result = subprocess.run([sys.executable, TOOLS / "count_lines.py", "--root", self.root, "--limit", limit],
+                                    capture_output=True, text=True)
+            self.assertEqual((result.returncode, result.stdout.splitlines()), (status, [
+                "      1  KSLCore/src/rules", "      3  host", "      4  code", "",
+                "      1  tests/host", "      1  tests", "", "The tests are 25.0 % of the code."]))
 
 
 if __name__ == "__main__":

@@ -1,0 +1,80 @@
+#!/usr/bin/env python3
+"""Counts the instructions of each kind of work and compares them with the figures that are kept.
+
+    bench_count.py [--program FILE] [--keep]
+
+Fails when a work takes more than 3 % above its figure in bench/counts.json; says so when one takes more than 3 %
+less, for then the figure is to be kept anew (--keep writes the file). Figures are instructions an object, or an
+operation, as valgrind's callgrind counts them: the same in every run of one binary.
+"""
+import argparse
+import json
+import pathlib
+import re
+import subprocess
+import sys
+import tempfile
+
+ROOT = pathlib.Path(__file__).resolve().parent.parent
+FIGURES = ROOT / "bench" / "counts.json"
+OBJECTS = 5000
+OPERATIONS = {"edit": 200, "undo": 200, "redo": 200}
+TOLERANCE = 0.03
+
+
+def measure(program):
+    """work -> instructions an object or operation"""
+    with tempfile.TemporaryDirectory() as folder:
+        out = pathlib.Path(folder) / "counts"
+        run = subprocess.run(
+            ["valgrind", "--tool=callgrind", "--instr-atstart=no", f"--callgrind-out-file={out}",
+             program, str(OBJECTS)],
+            capture_output=True, text=True)
+        if run.returncode != 0:
+            sys.exit(f"bench_count.py: {program} failed:\n{run.stderr}")
+        counts = {}
+        for part in sorted(pathlib.Path(folder).glob("counts.*")):
+            text = part.read_text()
+            work = re.search(r"^desc: Trigger: Client Request: (.*)$", text, re.M)
+            total = re.search(r"^(?:totals|summary): (\d+)", text, re.M)
+            if work and total:
+                counts[work[1]] = round(int(total[1]) / OPERATIONS.get(work[1], OBJECTS))
+        return counts
+
+
+def verdict(counts, figures):
+    """A line for each work and whether all are within the tolerance."""
+    lines, good = [], True
+    for work in sorted(set(counts) | set(figures)):
+        now, kept = counts.get(work), figures.get(work)
+        if now is None or kept is None:
+            lines.append(f"{work:12} {'not measured' if now is None else 'no figure kept'}")
+            good = False
+            continue
+        change = now / kept - 1
+        word = ""
+        if change > TOLERANCE:
+            word, good = "  MORE than is kept", False
+        elif change < -TOLERANCE:
+            word = "  less: keep it (bench_count.py --keep)"
+        lines.append(f"{work:12} {now:10,} {kept:10,} {change:+7.1%}{word}")
+    return lines, good
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
+    parser.add_argument("--program", default=str(ROOT / "build/release/bin/bench_counts"))
+    parser.add_argument("--keep", action="store_true", help="write the figures instead of comparing")
+    arguments = parser.parse_args()
+    counts = measure(arguments.program)
+    if arguments.keep:
+        FIGURES.write_text(json.dumps(counts, indent=2, sort_keys=True) + "\n")
+        print(f"kept {len(counts)} figures in {FIGURES.relative_to(ROOT)}")
+        return 0
+    lines, good = verdict(counts, json.loads(FIGURES.read_text()))
+    print("\n".join([f"{'work':12} {'now':>10} {'kept':>10}"] + lines))
+    return 0 if good else 1
+
+
+if __name__ == "__main__":
+    sys.exit(main())
