@@ -194,7 +194,7 @@ TEST_F(CopyRename, ExecutorsWorkOutsideATextToo)
   EXPECT_EQ(system.errors(), "");
 }
 
-TEST(RenameReferences, GoAsByADeletionAndComeBackWithOneUndo)
+TEST(RenameReferences, FollowAndComeBackWithOneUndo)
 {
   GenericKSLObject::registerBaseType();
   TestSystem system(R"(RULES:
@@ -216,7 +216,8 @@ END)");
       "/NODE:a/NODE:in\nEND");
   system.run("> rename from=/NODE:a, to=c");
   EXPECT_EQ(system.state(),
-            "NODE:b\nEND\nNODE:user\n  Source = /NODE:b\nEND\nNODE:c\n  NODE:in\n  END\nEND\n");
+            "NODE:b\nEND\nNODE:user\n  Source = /NODE:c, /NODE:b, /NODE:c/NODE:in\nEND\nNODE:c\n  NODE:in\n  END\n"
+            "END\n");
   system.expectConsistent();
   system.undo();
   EXPECT_EQ(system.errors(), "");

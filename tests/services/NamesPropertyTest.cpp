@@ -13,7 +13,6 @@
 #include <iostream>
 #include <random>
 #include <regex>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -227,16 +226,20 @@ bool hasError(const std::vector<ErrorMsg>& errors)
 // What differs between store and database, but for what evaluators show.
 std::string differences(const TestSystem& system)
 {
-  std::istringstream lines(system.inconsistencies());
-  std::string text;
-  const std::regex shown("(Result|Result Units)=[^;]*; ");
-  for (std::string at, inStore, inDatabase;
-       std::getline(lines, at) && std::getline(lines, inStore) && std::getline(lines, inDatabase);) {
-    inDatabase = std::regex_replace(inDatabase, shown, "");
-    if (inStore.substr(12) != inDatabase.substr(12))
-      text.append(at + "\n" + inStore + "\n" + inDatabase + "\n");
+  const std::string text = std::regex_replace(system.inconsistencies(), std::regex(" *Result[^\n]*\n"), "");
+  const std::size_t at = text.find("Database:\n");
+  return text.empty() || text.substr(7, at - 7) == text.substr(at + 10) ? "" : text;
+}
+
+// State texts carry no empty values, so what was emptied reads back as its default.
+bool canBeSaved()
+{
+  for (const KSLObject* object : ObjectDB::instance()->getAllObjects()) {
+    const ParamDefinition* fall = object->lookUpParam("Fall");
+    if (fall && fall->getValue().empty())
+      return false;
   }
-  return text;
+  return true;
 }
 
 struct Moment {
@@ -282,7 +285,7 @@ std::vector<Moment> moments(unsigned seed, int commands, bool withNoAction)
     }
     if (::testing::Test::HasFailure())
       return {};
-    if (!parted && (all.empty() || all.back().state != system->state()))
+    if (!parted && canBeSaved() && (all.empty() || all.back().state != system->state()))
       all.push_back({history, system->state(), graph()});
   }
   return all;

@@ -90,6 +90,7 @@ void LinkTransaction::takeBack() noexcept
   for (NameLink* link : m_links)
     dropNew(*link);
   for (NameLink* link : m_links) {
+    link->m_owes = link->m_next && link->m_next->owed;
     if (m_parted)
       joinOld(*link);
     link->m_next.reset();
@@ -188,6 +189,7 @@ void LinkTransaction::find(NameLink& link, const std::string& text)
   const ParamDefinition* param = link.param();
   link.m_next = std::make_unique<NamedTargets>(
       param ? NameFinder::find(link.owner(), *param, text) : NamedTargets());
+  link.m_next->owed = link.m_owes;
   link.m_nextUses = NameUses(m_index, link, link.m_next->asked);
 }
 
@@ -352,7 +354,7 @@ void LinkTransaction::make()
 bool LinkTransaction::stands(const NameLink& link)
 {
   const std::vector<NameTarget>& next = link.m_next->list;
-  const bool alike = std::equal(next.begin(), next.end(), link.m_targets.begin(), link.m_targets.end(),
+  const bool alike = !link.m_lost && std::equal(next.begin(), next.end(), link.m_targets.begin(), link.m_targets.end(),
                                 [](const NameTarget& a, const NameTarget& b) { return a.isSame(b); });
   return alike && std::all_of(link.m_targets.begin(), link.m_targets.end(), [&link](const NameTarget& target) {
            return target.scheduled || !target.object || !target.marks || !link.childScheduler();
@@ -374,8 +376,10 @@ bool LinkTransaction::mayWaitForCircle(const NameLink& link) const
 {
   if (m_mode == Mode::replay || m_mode == Mode::walk || link.owner().waitsWithoutError())
     return true;
-  return m_mode == Mode::command && !link.m_touched && link.waits() && !link.owner().definesNames()
-         && !link.m_next->isDefault;
+  if (m_mode != Mode::command || link.m_touched)
+    return false;
+  const bool waited = link.owner().definesNames() ? link.m_next->owed : link.waits();
+  return link.m_blameless || (waited && !link.m_next->isDefault);
 }
 
 void LinkTransaction::makeTargets(NameLink& link)
@@ -459,7 +463,7 @@ void LinkTransaction::dropNew(NameLink& link) noexcept
 // A walk, or a circle, that goes on refusing an edge changes nothing. A preview shows another error, perhaps.
 bool LinkTransaction::isToBeUpdated(const NameLink& link)
 {
-  const bool isAlike = std::equal(
+  const bool isAlike = !link.m_lost && std::equal(
       link.m_next->list.begin(), link.m_next->list.end(), link.m_targets.begin(), link.m_targets.end(),
       [](const NameTarget& next, const NameTarget& old) {
         return next.isSame(old) && next.scheduled == (old.scheduled || old.parted);
@@ -506,6 +510,7 @@ void LinkTransaction::commitLink(NameLink& link) noexcept
   else
     link.m_state = link.m_targets.empty() ? State::none : State::linked;
   link.m_touched = false;
+  link.m_lost = false;
   link.m_aside = false;
   link.m_blameless = false;
   link.m_linkedOnce = true;

@@ -84,6 +84,7 @@ void NameLink::lose(const KSLObject& object, bool byCommand) noexcept
   }
   if (!lost)
     return;
+  m_lost = true;
   setDue();
   if (!byCommand)
     forgive();

@@ -81,6 +81,7 @@ struct NamedTargets {
   std::optional<Fault> refusal;  // the first that is no missing object
   bool isDefault = false;      // the text is the parameter's default
   bool stands = false;         // the link is so already
+  bool owed = false;           // it had an edge refused before
 };
 
 class NameLink {
@@ -138,6 +139,7 @@ class NameLink {
   State m_state = State::none;
   bool m_touched = false;
   bool m_wasDue = false;     // before the transaction that judges it
+  bool m_lost = false;       // a target ended since it was judged
   bool m_aside = false;      // the text was set behind the commands
   bool m_blameless = false;  // so was it, or what it names changed so
   bool m_linkedOnce = false;

@@ -266,17 +266,19 @@ std::vector<SchedulerObject*> ExpressionsKSLObject::takeWaiting()
   return waiting;
 }
 
-// What is recalculated may delete this object.
+// What is recalculated may delete this object; links that are made on the way may mark more.
 void ExpressionsKSLObject::update()
 {
   const std::shared_ptr<bool> lives = m_lives;
   GenericKSLObject::update();
   if (!*lives)
     return;
-  for (SchedulerObject* scheduler : takeWaiting()) {
-    scheduler->update();
-    if (!*lives)
-      return;
+  for (std::vector<SchedulerObject*> waiting = takeWaiting(); !waiting.empty(); waiting = takeWaiting()) {
+    for (SchedulerObject* scheduler : waiting) {
+      scheduler->update();
+      if (!*lives)
+        return;
+    }
   }
 }
 
