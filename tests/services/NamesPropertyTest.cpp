@@ -278,9 +278,9 @@ std::vector<Moment> moments(unsigned seed, int commands, bool withNoAction)
     }
     for (const ErrorMsg& error : errors)
       EXPECT_EQ(error.getMessage().find("An attempt to recover"), std::string::npos) << history;
-    EXPECT_EQ(after.find(": pending"), std::string::npos) << history;
     parted = parted || command.noAction;
-    if (!parted) {
+    if (!parted) {  // else objects may stand in the store alone, and come into being with what stands in them
+      EXPECT_EQ(after.find(": pending"), std::string::npos) << history << after;
       EXPECT_EQ(differences(*system.operator->()), "") << history;
     }
     if (::testing::Test::HasFailure())
