@@ -121,8 +121,12 @@ class Generator {
       return {"> rename from=" + path() + ", to=" + name() + "\n"};
     if (kind < 10)
       return {"> copy from=" + path() + ", to=" + name() + "\n"};
-    if (kind >= 20)
-      return {blocks() + "> update noaction\n", kslUpdateAtEnd, true};
+    if (kind >= 20) {  // what cannot be evaluated fails whoever is to show it, in a recovery too
+      m_numbersOnly = true;
+      const std::string text = blocks() + "> update noaction\n";
+      m_numbersOnly = false;
+      return {text, kslUpdateAtEnd, true};
+    }
     std::string text = blocks();
     if (below(6) == 0)
       text += below(2) ? "UNKNOWN: x\nEND\n" : "> delete " + path() + "\nN: a\nRef = nowhere\nEND\n";
@@ -152,7 +156,7 @@ class Generator {
   std::string expression()
   {
     const std::string texts[] = {"1", name(), name() + " + 1", name() + " * " + name(), "2"};
-    return texts[below(5)];
+    return texts[m_numbersOnly ? 0 : below(5)];
   }
   std::string parameters(const std::string& of)
   {
@@ -173,7 +177,7 @@ class Generator {
   {
     const int kind = below(10);
     if (kind < 2)
-      return "EXPRESSIONS:\n" + name() + " = " + (below(5) ? expression() : "") + "\nEND\n";
+      return "EXPRESSIONS:\n" + name() + " = " + (m_numbersOnly || below(5) ? expression() : "") + "\nEND\n";
     if (kind == 2)
       return "EXPRESSION " + oneOf({"EVALUATOR", "PREVIEW"}) + ": " + name()
              + "\nEvaluated Expression = " + expression() + "\nEND\n";
@@ -195,6 +199,7 @@ class Generator {
 
   std::mt19937 m_random;
   std::vector<std::string> m_paths;
+  bool m_numbersOnly = false;
 };
 
 // Objects, their values, edges and marks, who depends on them and what waits; not the order of siblings.

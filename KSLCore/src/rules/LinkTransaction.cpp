@@ -468,7 +468,8 @@ bool LinkTransaction::isToBeUpdated(const NameLink& link)
       [](const NameTarget& next, const NameTarget& old) {
         return next.isSame(old) && next.scheduled == (old.scheduled || old.parted);
       });
-  return !(link.m_next->stands || isAlike) || (link.m_next->fault && link.owner().waitsWithoutError());
+  const bool tells = link.owner().waitsWithoutError() || link.owner().definesNames();
+  return !(link.m_next->stands || isAlike) || (link.m_next->fault && tells);
 }
 
 void LinkTransaction::finish() noexcept
