@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <memory>
 #include <string_view>
 #include <utility>
 
@@ -110,7 +111,7 @@ std::vector<std::string> GenericKSLObject::getDelayedParams() const
   std::vector<std::string> names;
   if (m_links)
     for (const auto& [name, link] : *m_links)
-      if (link->waits() || link->isDue())
+      if (link->waits() || link->isOwed())
         names.emplace_back(name);
   return names;
 }
@@ -166,7 +167,7 @@ void GenericKSLObject::wakeLocalUsers(const std::string& used)
   }
 }
 
-// Another text stands in the parameter.
+// Another text stands in the parameter, or is about to. Without a transaction nothing can fail.
 void GenericKSLObject::noteSet(const ParamDefinition& param)
 {
   LinkTransaction* transaction = m_links ? LinkTransaction::current() : nullptr;
@@ -184,15 +185,16 @@ std::string GenericKSLObject::setValueInternal(ParamDefinition* param, const std
 {
   if (!param || getName().empty())  // a prototype links and marks nothing
     return DataKSLObject::setValueInternal(param, value);
-  std::string old;
   NameLink* link = mayLink(*param, value) ? &nameLink(*param) : findNameLink(param->getName());
-  if (link && !LinkTransaction::current()) {
-    LinkTransaction single(*link, value);
-    old = DataKSLObject::setValueInternal(param, value);
-    single.finish();
-  } else {
-    old = DataKSLObject::setValueInternal(param, value);
+  if (LinkTransaction::current()) {  // which forgets its notes when the command fails
+    noteSet(*param);
+    return DataKSLObject::setValueInternal(param, value);
   }
+  std::unique_ptr<LinkTransaction> single(link ? new LinkTransaction(*link, value) : nullptr);
+  std::string old = DataKSLObject::setValueInternal(param, value);
+  if (single)
+    single->finish();
+  single.reset();
   noteSet(*param);
   return old;
 }

@@ -103,6 +103,8 @@ class NameLink {
   State state() const { return m_state; }
   bool waits() const { return m_state >= State::missing; }
   bool isDue() const { return m_dueIn != nullptr; }
+  // Due, and not only to be asked again.
+  bool isOwed() const { return isDue() && (m_lost || m_aside || m_owes || (!m_linkedOnce && !text().empty())); }
   const std::vector<NameTarget>& targets() const { return m_targets; }
   const std::vector<std::string>& locals() const { return m_locals; }
   // The text is the one that was linked.
