@@ -66,7 +66,7 @@ Hit ReferenceResolver::findAbsolute(const std::string& path) const
   if (KSLObject* found = ObjectDB::instance()->getObjectByPath(path)) {
     if (m_isDefault && found == &m_from)
       return hit;
-    if (m_asked && found != &root())
+    if (m_asked && found != &root() && found->getParentObject() != &m_from)
       m_asked->push_back({found->getParentObject(), found->getName()});
     hit.object = found;
     hit.fits = m_fits(*found);
@@ -130,7 +130,7 @@ void ReferenceResolver::step(const KSLObject& from, std::string_view component, 
     if (type.empty() || child->typeIs(type))
       out.push_back(child);
   }
-  if (m_asked)
+  if (m_asked && &from != &m_from)
     m_asked->push_back({&from, std::move(name)});
 }
 

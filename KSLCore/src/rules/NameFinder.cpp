@@ -89,8 +89,11 @@ void NameFinder::addTarget(KSLObject* target, bool fits, const std::string& sche
   found.scheduler = SharedText(scheduler);
   found.marks = marks && links;
   m_found.list.push_back(std::move(found));
-  if (!target->getPath().empty())  // it is told when the object goes, however it was named
-    m_found.asked.push_back({target->getParentObject(), target->getName()});
+  const KSLObject* place = target->getParentObject();
+  const bool isAsked = !m_found.asked.empty() && m_found.asked.back().place == place
+                       && m_found.asked.back().name == target->getName();
+  if (!isAsked && !target->getPath().empty() && place != &m_object)  // it is told when the object goes, however named
+    m_found.asked.push_back({place, target->getName()});
 }
 
 // Without an expressions service nobody comes here: expressions depend on nothing then.

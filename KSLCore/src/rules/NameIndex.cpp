@@ -11,8 +11,8 @@ NameIndex::~NameIndex()
 {
   while (m_firstDue)
     removeDue(*m_firstDue);
-  for (const auto& [key, users] : m_table) {
-    for (Use* use = users->first; use; use = use->next)
+  for (const Users& users : m_table) {
+    for (Use* use = users.first; use; use = use->next)
       use->users = nullptr;
   }
 }
@@ -38,8 +38,9 @@ namespace {
 template <class Visit>
 void forEachLinkOf(const KSLObject* place, std::string_view name, Visit visit)
 {
-  const auto* computing = dynamic_cast<const GenericKSLObject*>(place);
-  if (!computing || !computing->nameLinks() || computing->definesNames())
+  const auto* computing =
+      place->getPath().empty() ? nullptr : dynamic_cast<const GenericKSLObject*>(place);
+  if (!computing || !computing->nameLinks())
     return;
   for (const auto& [param, link] : *computing->nameLinks()) {
     if (link->text().find(name) != std::string::npos)
@@ -107,24 +108,16 @@ void NameIndex::removeDue(NameLink& link) noexcept
 NameUses::NameUses(NameIndex& index, NameLink& link, std::vector<NameQuestion>& asked) : NameUses()
 {
   m_index = &index;
-  const KSLObject* self = link.owner().definesNames() ? nullptr : &link.owner();
   m_uses = asked.empty() ? nullptr : std::make_unique<NameIndex::Use[]>(asked.size());
   for (NameQuestion& question : asked) {
-    if (question.place && question.place == self)
-      continue;
-    auto found = index.m_table.find(NameIndex::Key{question.place, question.name});
-    if (found == index.m_table.end()) {
-      auto users = std::make_unique<NameIndex::Users>();
-      users->name = std::move(question.name);
-      const NameIndex::Key key{question.place, users->name};
-      found = index.m_table.emplace(key, std::move(users)).first;
-    }
+    auto users = index.m_table.find(NameIndex::Key{question.place, question.name});
+    if (users == index.m_table.end())
+      users = index.m_table.insert({question.place, std::move(question.name)}).first;
     NameIndex::Use& use = m_uses[m_count++];
-    NameIndex::Users& users = *found->second;
-    use = {&link, &users, question.place, nullptr, users.first};
-    if (users.first)
-      users.first->previous = &use;
-    users.first = &use;
+    use = {&link, &*users, nullptr, users->first};
+    if (users->first)
+      users->first->previous = &use;
+    users->first = &use;
   }
 }
 
@@ -138,7 +131,7 @@ NameUses::~NameUses()
     if (use.next)
       use.next->previous = use.previous;
     if (!use.users->first)
-      m_index->m_table.erase(m_index->m_table.find(NameIndex::Key{use.place, use.users->name}));
+      m_index->m_table.erase(m_index->m_table.find(*use.users));
   }
 }
 

@@ -8,7 +8,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
-#include <unordered_map>
+#include <unordered_set>
 #include <utility>
 #include <vector>
 
@@ -58,25 +58,32 @@ class NameIndex final : public ObjectWatch {
     std::string_view name;
     bool operator==(const Key&) const = default;
   };
-  struct KeyHash {
+  struct Use;
+  // Those who asked a question; at least one.
+  struct Users {
+    const KSLObject* place;
+    std::string name;
+    mutable Use* first = nullptr;
+    operator Key() const noexcept { return {place, name}; }
+  };
+  struct Hash {
+    using is_transparent = void;
     std::size_t operator()(const Key& key) const noexcept
     {
       return std::hash<std::string_view>()(key.name) ^ (std::hash<const void*>()(key.place) * 31);
     }
   };
-  struct Use;
-  struct Users {
-    std::string name;  // to which the key refers
-    Use* first = nullptr;
+  struct Equal {
+    using is_transparent = void;
+    bool operator()(const Key& a, const Key& b) const noexcept { return a == b; }
   };
   struct Use {
     NameLink* link = nullptr;
-    Users* users = nullptr;
-    const KSLObject* place = nullptr;
+    const Users* users = nullptr;
     Use* previous = nullptr;
     Use* next = nullptr;
   };
-  using Table = std::unordered_map<Key, std::unique_ptr<Users>, KeyHash>;
+  using Table = std::unordered_set<Users, Hash, Equal>;
 
   Table m_table;
   NameLink* m_firstDue = nullptr;
@@ -116,7 +123,7 @@ void NameIndex::forEachUser(const KSLObject* place, std::string_view name, Visit
   const auto found = m_table.find(Key{place, name});
   if (found == m_table.end())
     return;
-  for (const Use* use = found->second->first; use; use = use->next)
+  for (const Use* use = found->first; use; use = use->next)
     visit(*use->link);
 }
 
