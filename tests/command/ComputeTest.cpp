@@ -37,7 +37,10 @@ class LocalNames : public ExpressionNames {
     uses.locals = StringUtilities::stringToVector(text, ' ');
     return uses;
   }
-  Variable findVariable(const KSLObject&, const std::string&, std::vector<NameQuestion>&) const override { return {}; }
+  Variable findVariable(const KSLObject&, const std::string&, std::vector<NameQuestion>&) const override
+  {
+    return {};
+  }
   KSLObject* findLocation(const KSLObject&, const std::string&) const override { return nullptr; }
   KSLObject* findFunction(const KSLObject&, const std::string&) const override { return nullptr; }
 };

@@ -415,8 +415,7 @@ TEST_F(KSLObjectTest, GivesValuesInTheUnitsPeopleWant)
 
 TEST_F(KSLObjectTest, DeletedObjectsLeaveTheListsThatNameThem)
 {
-  KSLObject* const user =
-      add("", "U", "u", {{"List", "", ""}, {"Other", "", ""}});
+  KSLObject* const user = add("", "U", "u", {{"List", "", ""}, {"Other", "", ""}});
   user->setValue("List", "/A:a, a , /B:b/A:a,b, gone");  // no default, which would wait
   user->setValue("Other", "/B:b");
   KSLObject* const a = add("", "A", "a");

@@ -150,7 +150,8 @@ class Generator {
   }
   std::string item()
   {
-    const std::string types[] = {name(), name(), oneOf({"N", "M"}) + ":" + name(), path(), name() + "/" + name()};
+    const std::string types[] = {name(), name(), oneOf({"N", "M"}) + ":" + name(), path(),
+                                 name() + "/" + name()};
     return types[below(5)];
   }
   std::string expression()
@@ -270,7 +271,8 @@ std::vector<Moment> moments(unsigned seed, int commands, bool withNoAction)
   std::string history = "seed " + std::to_string(seed) + "\n";
   bool parted = false;  // store and database, by a no-action update
   for (int i = 0; i < commands; ++i) {
-    const Generator::Command command = generator.command(withNoAction, ObjectDB::instance()->getAllObjectPaths());
+    const Generator::Command command =
+        generator.command(withNoAction, ObjectDB::instance()->getAllObjectPaths());
     const std::string before = graph();
     history += (command.mode == kslUpdateAtEnd ? "-- at end\n" : "--\n") + command.text;
     system->run(command.text, command.mode);

@@ -170,10 +170,10 @@ class ORV_API GenericKSLObject : public DataKSLObject, public SchedulerOwner {
 
   refcnt_ptr<SchedulerTypes> m_types;  // null without any; shared with the prototype
   std::vector<SchedulerObject>
-      m_schedulers;                         // as m_types lists them; none before initialisation; never moved
-  std::unique_ptr<NameLinks> m_links;       // null without names
+      m_schedulers;                    // as m_types lists them; none before initialisation; never moved
+  std::unique_ptr<NameLinks> m_links;  // null without names
   std::uint32_t m_dueLinks = 0;
-  std::uint32_t m_markPlace = 0;            // one more than where a LinkTransaction lists this object
+  std::uint32_t m_markPlace = 0;  // one more than where a LinkTransaction lists this object
 };
 
 }  // namespace orv

@@ -6,7 +6,7 @@
 namespace orv {
 
 struct Relocation {
-  std::string from;    // paths
+  std::string from;  // paths
   std::string to;
   bool moves = false;  // a rename: who refers to the one is to refer to the other
 };

@@ -49,7 +49,7 @@ class ReferenceResolver {
   const KSLObject& m_from;
   const Fits m_fits;
   const bool m_isDefault = false;
-  std::vector<NameQuestion>* m_asked;          // may be null
+  std::vector<NameQuestion>* m_asked;      // may be null
   const KSLObject* m_container = nullptr;  // at the Remote Path, if that leads anywhere
 };
 

@@ -95,7 +95,8 @@ void KSLRules::addObjectType(KSLAPI* api, const KSLAPI::ObjectInfo& entry, const
                          _("Duplicate data: KSLObject type '%s' already exists.", entry.getName()));
   std::unique_ptr<KSLObject> prototype = parseObject(api, entry, rules, entry.getType() == "SINGLETON");
   const auto* computing = dynamic_cast<const GenericKSLObject*>(prototype.get());
-  api->defineType(entry.getName(), prototype->getParamNames(allParams), computing && computing->definesNames());
+  api->defineType(entry.getName(), prototype->getParamNames(allParams),
+                  computing && computing->definesNames());
   factory->addObject(std::move(prototype));
   warnOfTypeName(entry.getName());
 }

@@ -187,8 +187,8 @@ void LinkTransaction::take(NameLink& link)
 void LinkTransaction::find(NameLink& link, const std::string& text)
 {
   const ParamDefinition* param = link.param();
-  link.m_next = std::make_unique<NamedTargets>(
-      param ? NameFinder::find(link.owner(), *param, text) : NamedTargets());
+  link.m_next =
+      std::make_unique<NamedTargets>(param ? NameFinder::find(link.owner(), *param, text) : NamedTargets());
   link.m_next->owed = link.m_owes;
   link.m_nextUses = NameUses(m_index, link, link.m_next->asked);
 }
@@ -327,9 +327,8 @@ void LinkTransaction::warn(const NameLink& link) const noexcept
       || owner.waitsWithoutError())
     return;
   try {
-    ErrorProgressReporter::instance()->reportError(
-        ErrorMsg("GenericKSLObject", link.m_next->fault->function, link.m_next->fault->message,
-                 errorType::warning));
+    ErrorProgressReporter::instance()->reportError(ErrorMsg("GenericKSLObject", link.m_next->fault->function,
+                                                            link.m_next->fault->message, errorType::warning));
   } catch (...) {}  // no memory for the text
 }
 
@@ -354,11 +353,13 @@ void LinkTransaction::make()
 bool LinkTransaction::stands(const NameLink& link)
 {
   const std::vector<NameTarget>& next = link.m_next->list;
-  const bool alike = !link.m_lost && std::equal(next.begin(), next.end(), link.m_targets.begin(), link.m_targets.end(),
-                                [](const NameTarget& a, const NameTarget& b) { return a.isSame(b); });
-  return alike && std::all_of(link.m_targets.begin(), link.m_targets.end(), [&link](const NameTarget& target) {
-           return target.scheduled || !target.object || !target.marks || !link.childScheduler();
-         });
+  const bool alike = !link.m_lost
+                     && std::equal(next.begin(), next.end(), link.m_targets.begin(), link.m_targets.end(),
+                                   [](const NameTarget& a, const NameTarget& b) { return a.isSame(b); });
+  return alike
+         && std::all_of(link.m_targets.begin(), link.m_targets.end(), [&link](const NameTarget& target) {
+              return target.scheduled || !target.object || !target.marks || !link.childScheduler();
+            });
 }
 
 // Who has to wait when a circle closes comes last.
@@ -463,11 +464,12 @@ void LinkTransaction::dropNew(NameLink& link) noexcept
 // A walk, or a circle, that goes on refusing an edge changes nothing. A preview shows another error, perhaps.
 bool LinkTransaction::isToBeUpdated(const NameLink& link)
 {
-  const bool isAlike = !link.m_lost && std::equal(
-      link.m_next->list.begin(), link.m_next->list.end(), link.m_targets.begin(), link.m_targets.end(),
-      [](const NameTarget& next, const NameTarget& old) {
-        return next.isSame(old) && next.scheduled == (old.scheduled || old.parted);
-      });
+  const bool isAlike =
+      !link.m_lost
+      && std::equal(link.m_next->list.begin(), link.m_next->list.end(), link.m_targets.begin(),
+                    link.m_targets.end(), [](const NameTarget& next, const NameTarget& old) {
+                      return next.isSame(old) && next.scheduled == (old.scheduled || old.parted);
+                    });
   const bool tells = link.owner().waitsWithoutError() || link.owner().definesNames();
   return !(link.m_next->stands || isAlike) || (link.m_next->fault && tells);
 }

@@ -6,18 +6,21 @@
 #include "rules/ExpressionNames.h"
 #include "rules/GenericKSLObject.h"
 
+#include <algorithm>
 #include <set>
 #include <utility>
 
 namespace orv {
 
-NamedTargets NameFinder::find(const GenericKSLObject& object, const ParamDefinition& param, const std::string& text)
+NamedTargets NameFinder::find(const GenericKSLObject& object, const ParamDefinition& param,
+                              const std::string& text)
 {
   NameFinder finder(object, param, text);
   finder.m_found.isDefault = text == param.getDefaultValue();
   if (!object.holdsExpression(param)) {
     finder.makeParentLinks();
-  } else if (ExpressionNames::installed() && !param.getAllowedValues().contains(text)) {  // a keyword names nothing
+  } else if (ExpressionNames::installed()
+             && !param.getAllowedValues().contains(text)) {  // a keyword names nothing
     finder.makeVariableLinks();
     finder.makeLocatorLinks();
   }
@@ -45,10 +48,13 @@ void NameFinder::noteUnfit(const char* function, std::string message)
 
 void NameFinder::noteAmbiguous(std::string_view name, const std::vector<KSLObject*>& candidates)
 {
-  std::vector<std::string> notes{_("in parameter '%s' of object '%s'", m_param.getName(), m_object.getPath())};
+  std::vector<std::string> notes{
+      _("in parameter '%s' of object '%s'", m_param.getName(), m_object.getPath())};
   for (const KSLObject* candidate : candidates)
     notes.push_back(_("it may be '%s'", candidate->getPath()));
-  note({false, true, "makeParentLinks", _("More than one object with name '%s' exists.", name), std::move(notes)});
+  std::sort(notes.begin() + 1, notes.end());
+  note({false, true, "makeParentLinks", _("More than one object with name '%s' exists.", name),
+        std::move(notes)});
 }
 
 void NameFinder::makeParentLinks()
@@ -69,7 +75,7 @@ void NameFinder::makeParentLinks()
       noteAmbiguous(name, hit.candidates);
     else if (!hit.object)
       noteMissing("makeParentLinks",
-           _("Object '%s' referred to in '%s' does not exist.", name, m_param.getName()));
+                  _("Object '%s' referred to in '%s' does not exist.", name, m_param.getName()));
   }
 }
 
@@ -82,8 +88,8 @@ void NameFinder::addTarget(KSLObject* target, bool fits, const std::string& sche
   NameTarget found;
   if (scheduler.empty() && marks && links && !(fits && target->hasScheduler(type)))
     noteUnfit("makeParentLinks",
-         _("Cannot connect parameter %s to object %s(it does not have Scheduler type %s).", m_param.getName(),
-           target->getPath(), type));
+              _("Cannot connect parameter %s to object %s(it does not have Scheduler type %s).",
+                m_param.getName(), target->getPath(), type));
   else if (!target->getPath().empty())  // the root keeps no dependents
     found.object = target;
   found.scheduler = SharedText(scheduler);
@@ -92,7 +98,8 @@ void NameFinder::addTarget(KSLObject* target, bool fits, const std::string& sche
   const KSLObject* place = target->getParentObject();
   const bool isAsked = !m_found.asked.empty() && m_found.asked.back().place == place
                        && m_found.asked.back().name == target->getName();
-  if (!isAsked && !target->getPath().empty() && place != &m_object)  // it is told when the object goes, however named
+  if (!isAsked && !target->getPath().empty()
+      && place != &m_object)  // it is told when the object goes, however named
     m_found.asked.push_back({place, target->getName()});
 }
 
@@ -107,7 +114,8 @@ void NameFinder::makeVariableLinks()
     if (!variable.several.empty())
       noteAmbiguous(name, variable.several);
     else if (!variable.object)
-      noteMissing(function, _("Expression '%s' depends on a variable '%s' which does not exist.", m_text, name));
+      noteMissing(function,
+                  _("Expression '%s' depends on a variable '%s' which does not exist.", m_text, name));
     else if (variable.isVariable)
       addTarget(variable.object, true, variable.scheduler, variable.marks);
     else
@@ -117,7 +125,8 @@ void NameFinder::makeVariableLinks()
     if (KSLObject* called = names.findFunction(m_object, name))
       addTarget(called, true);
     else
-      noteMissing(function, _("Expression '%s' depends on a function '%s' which does not exist.", m_text, name));
+      noteMissing(function,
+                  _("Expression '%s' depends on a function '%s' which does not exist.", m_text, name));
   }
   m_found.locals = std::move(uses.locals);
 }
@@ -130,7 +139,7 @@ void NameFinder::makeLocatorLinks()
       addTarget(location, true);
     else
       noteMissing("makeLocatorLinks",
-           _("Expression '%s' depends on a location '%s' which does not exist.", m_text, name));
+                  _("Expression '%s' depends on a location '%s' which does not exist.", m_text, name));
   }
 }
 

@@ -12,7 +12,8 @@ class GenericKSLObject;
 // One text of one parameter, which the parameter need not hold. What cannot be linked as it stands is noted, never thrown.
 class NameFinder {
  public:
-  static NamedTargets find(const GenericKSLObject& object, const ParamDefinition& param, const std::string& text);
+  static NamedTargets find(const GenericKSLObject& object, const ParamDefinition& param,
+                           const std::string& text);
 
  private:
   NameFinder(const GenericKSLObject& object, const ParamDefinition& param, const std::string& text)

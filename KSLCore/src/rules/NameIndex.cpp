@@ -38,8 +38,7 @@ namespace {
 template <class Visit>
 void forEachLinkOf(const KSLObject* place, std::string_view name, Visit visit)
 {
-  const auto* computing =
-      place->getPath().empty() ? nullptr : dynamic_cast<const GenericKSLObject*>(place);
+  const auto* computing = place->getPath().empty() ? nullptr : dynamic_cast<const GenericKSLObject*>(place);
   if (!computing || !computing->nameLinks())
     return;
   for (const auto& [param, link] : *computing->nameLinks()) {
@@ -59,7 +58,8 @@ void NameIndex::objectAdded(KSLObject& object) noexcept
 {
   const KSLObject* place = object.getParentObject();
   changed(place, object.getName());
-  forEachLinkOf(place, object.getName(), [this](NameLink& link) { link.noteChange(m_transaction != nullptr); });
+  forEachLinkOf(place, object.getName(),
+                [this](NameLink& link) { link.noteChange(m_transaction != nullptr); });
   if (const auto* computing = dynamic_cast<const GenericKSLObject*>(&object))
     computing->forEachDefinedName([this](const std::string& name) { changed(nullptr, name); });
 }
@@ -74,8 +74,7 @@ void NameIndex::objectGoing(KSLObject& object) noexcept
   forEachUser(place, object.getName(), lose);
   forEachLinkOf(place, {}, lose);
   if (const auto* computing = dynamic_cast<const GenericKSLObject*>(&object))
-    computing->forEachDefinedName(
-        [&](const std::string& name) { forEachUser(nullptr, name, lose); });
+    computing->forEachDefinedName([&](const std::string& name) { forEachUser(nullptr, name, lose); });
 }
 
 // ------------------------------------------------------------------------------------------------------------- due

@@ -74,14 +74,14 @@ struct NamedTargets {
     [[noreturn]] void raise() const;
   };
 
-  std::vector<NameTarget> list;         // of references one for each item; of expressions one for each object
+  std::vector<NameTarget> list;     // of references one for each item; of expressions one for each object
   std::vector<std::string> locals;  // other parameters of the object that an expression uses
   std::vector<NameQuestion> asked;
   std::optional<Fault> fault;    // the first
   std::optional<Fault> refusal;  // the first that is no missing object
-  bool isDefault = false;      // the text is the parameter's default
-  bool stands = false;         // the link is so already
-  bool owed = false;           // it had an edge refused before
+  bool isDefault = false;        // the text is the parameter's default
+  bool stands = false;           // the link is so already
+  bool owed = false;             // it had an edge refused before
 };
 
 class NameLink {
@@ -104,7 +104,10 @@ class NameLink {
   bool waits() const { return m_state >= State::missing; }
   bool isDue() const { return m_dueIn != nullptr; }
   // Due, and not only to be asked again.
-  bool isOwed() const { return isDue() && (m_lost || m_aside || m_owes || (!m_linkedOnce && !text().empty())); }
+  bool isOwed() const
+  {
+    return isDue() && (m_lost || m_aside || m_owes || (!m_linkedOnce && !text().empty()));
+  }
   const std::vector<NameTarget>& targets() const { return m_targets; }
   const std::vector<std::string>& locals() const { return m_locals; }
   // The text is the one that was linked.
@@ -145,8 +148,8 @@ class NameLink {
   bool m_aside = false;      // the text was set behind the commands
   bool m_blameless = false;  // so was it, or what it names changed so
   bool m_linkedOnce = false;
-  bool m_owes = false;     // an edge that was refused, by a circle or a walk of the graph
-  bool m_sound = false;    // of a definition: neither it nor what it uses, however far, is at fault
+  bool m_owes = false;   // an edge that was refused, by a circle or a walk of the graph
+  bool m_sound = false;  // of a definition: neither it nor what it uses, however far, is at fault
 };
 
 }  // namespace orv

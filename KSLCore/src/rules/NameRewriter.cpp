@@ -13,12 +13,13 @@
 
 #include <algorithm>
 #include <set>
+#include <tuple>
 
 namespace orv {
 
 // ----------------------------------------------------------------------------------------------------------- following
 
-// Who has linked the object.
+// Who has linked the object, in path order.
 std::vector<NameLink*> NameRewriter::usersOf(const KSLObject& object) const
 {
   std::vector<NameLink*> users;
@@ -33,6 +34,9 @@ std::vector<NameLink*> NameRewriter::usersOf(const KSLObject& object) const
   if (parent && parent->nameLinks() && !parent->definesNames())
     for (const auto& [name, link] : *parent->nameLinks())
       add(*link);
+  std::sort(users.begin(), users.end(), [](const NameLink* a, const NameLink* b) {
+    return std::tie(a->owner().getPath(), a->name()) < std::tie(b->owner().getPath(), b->name());
+  });
   return users;
 }
 
@@ -72,8 +76,8 @@ void NameRewriter::followIn(const NameLink& link, const KSLObject& going)
     return;
   Followed followed{param->getValue(), {}, {}};
   if (link.owner().holdsExpression(*param)) {
-    followed.text = ExpressionDef::renamed(param->getValue(), going.getName(),
-                                           KSLPath(m_relocation->to).getLastName());
+    followed.text =
+        ExpressionDef::renamed(param->getValue(), going.getName(), KSLPath(m_relocation->to).getLastName());
     if (followed.text != followed.before && means(link, going, going.getName()))
       m_followed.emplace(std::pair(holder, link.name()), std::move(followed));
     return;
@@ -144,10 +148,11 @@ void NameRewriter::requireName() const
     if (!param || !owner.holdsExpression(*param) || owner.waitsWithoutError() || canName(*link, name)
         || (owner.definesNames() && !isUsed(*link)))
       continue;
-    throw data::invalid("RenameExecutor", "invoke",
-                        _("Object '%s' cannot be renamed to '%s' because expression '%s' of object '%s' cannot "
-                          "use that name.",
-                          m_relocation->from, m_relocation->to, param->getValue(), owner.getPath()));
+    throw data::invalid(
+        "RenameExecutor", "invoke",
+        _("Object '%s' cannot be renamed to '%s' because expression '%s' of object '%s' cannot "
+          "use that name.",
+          m_relocation->from, m_relocation->to, param->getValue(), owner.getPath()));
   }
 }
 
@@ -250,7 +255,7 @@ std::vector<std::string> NameRewriter::itemsOfCopy(const NameLink& link) const
 }
 
 void NameRewriter::rewrite(GenericKSLObject& holder, const ParamDefinition& param, const std::string& text,
-                              KSLChangeList& changes)
+                           KSLChangeList& changes)
 {
   if (param.isInternal())
     holder.setValue(param.getName(), text);

@@ -21,7 +21,10 @@ class ParamDefinition;
 class NameRewriter {
  public:
   // The relocation is not owned and may be null.
-  NameRewriter(const NameIndex& index, const Relocation* relocation) : m_index(index), m_relocation(relocation) {}
+  NameRewriter(const NameIndex& index, const Relocation* relocation)
+      : m_index(index),
+        m_relocation(relocation)
+  {}
 
   // As LinkTransaction has them.
   void requireName() const;

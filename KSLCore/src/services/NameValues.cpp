@@ -31,8 +31,8 @@ ExpressionValue NameValues::valueOf(ExpressionsKSLObject& expressions, const std
 }
 
 // Null when nothing has the name.
-NameValues::Node* NameValues::find(const KSLObject& from, const std::string& parameter, const std::string& name,
-                                   const ExpressionDef& expression)
+NameValues::Node* NameValues::find(const KSLObject& from, const std::string& parameter,
+                                   const std::string& name, const ExpressionDef& expression)
 {
   if (VariableNames::isLocal(from, parameter, name))
     return &nodeOf(from, name);

@@ -35,14 +35,15 @@ class NameValues {
   struct Node {
     const KSLObject* object = nullptr;
     std::string parameter;
-    ExpressionsKSLObject* expressions = nullptr;  // of which it is one; null for a parameter of another object
+    ExpressionsKSLObject* expressions =
+        nullptr;  // of which it is one; null for a parameter of another object
     ExpressionDef expression;
     std::vector<Node*> uses;
-    std::size_t next = 0;      // of the names of the expression
+    std::size_t next = 0;  // of the names of the expression
     ExpressionValue value;
     std::exception_ptr error;  // in place of a value
     enum { fresh, open, done } state = fresh;
-    bool outside = false;      // leads, directly or not, to what is no expression
+    bool outside = false;  // leads, directly or not, to what is no expression
   };
 
   Node* find(const KSLObject& from, const std::string& parameter, const std::string& name,
