@@ -106,7 +106,7 @@ class ORV_API LinkTransaction {
   static void dropNew(NameLink& link) noexcept;
   static void joinOld(NameLink& link) noexcept;
   static void endOld(NameLink& link, const std::vector<NameTarget>& next) noexcept;
-  static bool isToBeUpdated(const NameLink& link);
+  bool isToBeUpdated(const NameLink& link) const;
   static void commitLink(NameLink& link) noexcept;
   void finish() noexcept;
   void markAll() noexcept;

@@ -462,7 +462,7 @@ void LinkTransaction::dropNew(NameLink& link) noexcept
 // --------------------------------------------------------------------------------------------------------- committing
 
 // A walk, or a circle, that goes on refusing an edge changes nothing. A preview shows another error, perhaps.
-bool LinkTransaction::isToBeUpdated(const NameLink& link)
+bool LinkTransaction::isToBeUpdated(const NameLink& link) const
 {
   const bool isAlike =
       !link.m_lost
@@ -470,7 +470,8 @@ bool LinkTransaction::isToBeUpdated(const NameLink& link)
                     link.m_targets.end(), [](const NameTarget& next, const NameTarget& old) {
                       return next.isSame(old) && next.scheduled == (old.scheduled || old.parted);
                     });
-  const bool tells = link.owner().waitsWithoutError() || link.owner().definesNames();
+  const bool tells =
+      m_mode != Mode::walk && (link.owner().waitsWithoutError() || link.owner().definesNames());
   return !(link.m_next->stands || isAlike) || (link.m_next->fault && tells);
 }
 
