@@ -9,7 +9,7 @@ BENCH_ARGS ?=
 EXAMPLES = $(sort $(wildcard examples/*.ksl))
 CXX_FILES = git ls-files -z '*.h' '*.c' '*.cpp'
 
-.PHONY: build run test sanitize check layers share headers format-check tidy format mutate bench bench-count fuzz \
+.PHONY: build run test sanitize check layers share headers format-check tidy format mutate soak bench bench-count fuzz \
   clean help
 
 build:         ## build the release preset; the host is build/release/bin/ksl
@@ -77,6 +77,11 @@ format:        ## format all tracked C and C++ files
 mutate:        ## faults put into the sources, and which no test notices (MUTANTS=… SEED=… FILES=…)
 	@tools/setup.sh mutate
 	python3 tools/mutate.py --mutants $(MUTANTS) --seed $(SEED) --jobs $(JOBS) $(FILES)
+
+soak:          ## random histories over names, long ones (HISTORIES=20000 COMMANDS=100)
+	@$(MAKE) --no-print-directory build-dev TARGETS='--target test_services'
+	KSL_NAMES_HISTORIES=$(or $(HISTORIES),20000) KSL_NAMES_COMMANDS=$(or $(COMMANDS),100) \
+	  build/dev/bin/test_services --gtest_filter='Names.*'
 
 bench:         ## build and run the benchmarks (BENCH_ARGS=…)
 	@tools/setup.sh bench

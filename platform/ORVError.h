@@ -64,17 +64,23 @@ class ORV_API ErrorMsg {
   const std::string& getMessage() const { return m_message; }
   int getType() const { return m_type; }
 
-  bool operator==(const ErrorMsg&) const = default;
+  // Lines beside the message, as those of Error.
+  const std::vector<std::string>& getNotes() const { return m_notes; }
+  void setNotes(std::vector<std::string> notes) noexcept { m_notes = std::move(notes); }
+
+  // Notes do not count.
+  bool operator==(const ErrorMsg& other) const;
 
  private:
   std::string m_class;
   std::string m_function;
   std::string m_message;
   int m_type = 0;
+  std::vector<std::string> m_notes;
 };
 
-// "error[4] Class::function: message", "warning[8] …" for type 8; further lines of the message are indented
-// by two blanks. Without a line end, also when the message has one.
+// "error[4] Class::function: message", "warning[8] …" for type 8; further lines of the message, and the notes
+// behind them, are indented by two blanks. Without a line end, also when the message has one.
 ORV_API std::string toText(const ErrorMsg& error);
 
 // Receives what is reported. Failures of a sink are swallowed by the reporter.

@@ -16,6 +16,8 @@
 #include <exception>
 #include <string>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 namespace orv {
 
@@ -39,6 +41,10 @@ class ORV_API Error : public std::exception {
   const std::string& getMessage() const noexcept { return m_message; }
   int getType() const noexcept { return m_type; }
 
+  // What helps people beside the message, a line each: objects that are meant, say. No part of what the error is.
+  const std::vector<std::string>& getNotes() const noexcept { return m_notes; }
+  void setNotes(std::vector<std::string> notes) noexcept { m_notes = std::move(notes); }
+
   // The system's text for an error number; without one, for the last failed call (errno).
   static std::string getSystemError();
   static std::string getSystemError(int number);
@@ -51,6 +57,7 @@ class ORV_API Error : public std::exception {
   std::string m_function;
   std::string m_message;
   int m_type;
+  std::vector<std::string> m_notes;
 };
 
 // The user asked to stop. Passes through code that swallows the errors of calculations.

@@ -75,6 +75,9 @@ class ORV_API ExpressionDef {
   ExpressionValue evaluate(std::span<const ExpressionValue* const> values,
                            const std::string& parameterName = {}) const;
 
+  // A text with another name wherever the one stands; a text that cannot be read stays as it is. REQUIRES: isName(to).
+  static std::string renamed(const std::string& text, std::string_view from, std::string_view to);
+
   // Whether a text can name something in an expression: a letter followed by letters, digits, "_", "." and
   // single blanks; no constant and no function.
   static bool isName(std::string_view text);

@@ -257,6 +257,9 @@ class ORV_API KSLAPI {
 
   // -- validation; off at start
 
+  // What somebody who understands the RULES knows of a type: its parameters, and whether it takes any other as well.
+  // A type that was told before is told anew.
+  void defineType(const std::string& type, std::vector<std::string> params, bool takesAnyParam);
   void enableValidation(bool on);
   // Checks the objects of the given changes (of the current change list) against RULES, when validation is
   // on: throws ksl::invalid, class "KSLAPI", function "validateKSLData", "Object type '%s' is not defined."

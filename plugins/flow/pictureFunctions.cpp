@@ -16,17 +16,6 @@ using orv::KSLObject;
 
 namespace {
 
-// As references are read; null for what is not there.
-const KSLObject* findShown(const KSLObject& shot, const std::string& text)
-{
-  const std::string name(orv::StringUtilities::unquoted(text));
-  const orv::ObjectDB* database = orv::ObjectDB::instance();
-  if (name.starts_with('/') || name.find(':') != std::string::npos)
-    return database->getObjectByPath(name.starts_with('/') ? name : "/" + name);
-  const std::vector<KSLObject*> own = shot.getChildObjectsByName(name);
-  return own.empty() ? database->getObjectByName(name) : own.front();
-}
-
 // The order in which people expect to see things that they did not put in order: lines over areas.
 std::vector<const KSLObject*> everything()
 {
@@ -43,14 +32,9 @@ std::vector<const KSLObject*> everything()
 // What the shot shows, the hindmost first.
 std::vector<const KSLObject*> shownIn(const KSLObject& shot)
 {
-  const std::vector<std::string> list = shot.lookUpParam("Picture List")->splitValue();
-  std::vector<const KSLObject*> shown;
-  if (list == std::vector<std::string>{"All"}) {
-    shown = everything();
-  } else {
-    for (const std::string& item : list)
-      shown.push_back(findShown(shot, item));
-  }
+  const orv::ParamDefinition& list = *shot.lookUpParam("Picture List");
+  std::vector<const KSLObject*> shown =
+      list.splitValue() == std::vector<std::string>{"All"} ? everything() : shot.namedObjects(list);
   std::erase_if(shown, [](const KSLObject* object) { return !object || !isOn(*object, "Visibility"); });
   return shown;
 }

@@ -166,7 +166,7 @@ TEST_F(CopyRename, ARenameThatMayNotDeleteIsTakenBack)
   system.executive().setActionFactory(&system.actions());
 }
 
-TEST(RenameReferences, GoAsByADeletionAndComeBackWithOneUndo)
+TEST(RenameReferences, FollowAndComeBackWithOneUndo)
 {
   GenericKSLObject::registerBaseType();
   TestSystem system(R"(RULES:
@@ -187,8 +187,10 @@ END)");
       "NODE: a\nNODE: in\nEND\nEND\nNODE: b\nEND\nNODE: user\nSource = /NODE:a, /NODE:b, "
       "/NODE:a/NODE:in\nEND");
   system.run("> rename from=/NODE:a, to=c");
-  EXPECT_EQ(system.state(),
-            "NODE:b\nEND\nNODE:user\n  Source = /NODE:b\nEND\nNODE:c\n  NODE:in\n  END\nEND\n");
+  EXPECT_EQ(
+      system.state(),
+      "NODE:b\nEND\nNODE:user\n  Source = /NODE:c, /NODE:b, /NODE:c/NODE:in\nEND\nNODE:c\n  NODE:in\n  END\n"
+      "END\n");
   system.expectConsistent();
   system.undo();
   EXPECT_EQ(system.errors(), "");

@@ -297,9 +297,10 @@ TEST_F(KSLObjectTest, GivesValuesInTheUnitsPeopleWant)
 
 TEST_F(KSLObjectTest, DeletedObjectsLeaveTheListsThatNameThem)
 {
-  KSLObject* const user =
-      add("", "U", "u",
-          {{"List", "", "/A:a, a , /B:b/A:a,b, gone"}, {"Other", "", "/B:b"}, {"Disjoint", "", "x,y"}});
+  KSLObject* const user = add("", "U", "u", {{"List", "", ""}, {"Other", "", ""}, {"Disjoint", "", ""}});
+  user->setValue("List", "/A:a, a , /B:b/A:a,b, gone");  // no default, which would wait
+  user->setValue("Other", "/B:b");
+  user->setValue("Disjoint", "x,y");
   KSLObject* const a = add("", "A", "a");
   KSLObject* const b = add("", "B", "b");
   add("/B:b", "A", "a");

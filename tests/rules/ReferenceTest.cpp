@@ -4,7 +4,7 @@
 #include "database/PrototypeEditor.h"
 #include "rules/ExpressionNames.h"
 #include "rules/GenericKSLObject.h"
-#include "rules/LinkBatch.h"
+#include "rules/LinkTransaction.h"
 #include "tests/support/thrown.h"
 
 #include <gtest/gtest.h>
@@ -18,6 +18,7 @@ class ReferenceTest : public ::testing::Test {
   ReferenceTest()
   {
     makeType("T", true);
+    makeType("U", true);
     makeType("P", false);
     for (const char* name : {"a", "b", "c"})
       add("T", name);
@@ -107,7 +108,9 @@ TEST_F(ReferenceTest, ARefusedValueChangesNothing)
   EXPECT_EQ(before, "/T:a (S) x1, /T:later (S) x1");
   at("c")->setValue("One", "b");
   settle();
-  add("P", "c");
+  add("P", "c");  // no candidate
+  add("T", "two");
+  add("U", "two");
   struct Case {
     const char* value;
     const char* message;
@@ -116,7 +119,7 @@ TEST_F(ReferenceTest, ARefusedValueChangesNothing)
            Case{"NODE, P:p, T:c",
                 "Cannot connect parameter Two to object /P:p(it does not have Scheduler type S)."},
            Case{"T:later, /", "Cannot connect parameter Two to object (it does not have Scheduler type S)."},
-           Case{"a, x, c", "More than one object with name 'c' exists."},
+           Case{"a, x, two", "More than one object with name 'two' exists."},
            Case{"later, T:c", "Attempt to create a cyclic dependency between object c (S) and object b (S)."},
            Case{"later, b", "Tried to make object b (S) reference itself."},
        }) {
@@ -153,7 +156,7 @@ TEST_F(ReferenceTest, ALaterObjectAtTheSamePathIsAnother)
   ObjectDB::instance()->deleteObject("/T:a");
   add("T", "a");
   at("b")->setValue("One", "a");
-  EXPECT_EQ(links("b"), "/T:a (S) x1");
+  EXPECT_EQ(links("b"), "/T:a (S) x1 +Two");
   at("b")->setValue("Two", "");
   EXPECT_EQ(links("b"), "/T:a (S) x1");
   settle();
@@ -174,19 +177,19 @@ TEST_F(ReferenceTest, BatchesJudgeAtTheirEnd)
   at("a")->setValue("One", "b");
   settle();
   {
-    LinkBatch batch;
+    LinkTransaction batch(*ObjectDB::instance());
     at("b")->setValue("One", "a");
     at("a")->setValue("One", "");
     EXPECT_FALSE(at("b")->getSchedulerObject("S")->isPending());
-    EXPECT_TRUE(batch.finish().empty());
+    EXPECT_TRUE(batch.commit().empty());
     EXPECT_EQ(links("b") + links("a"), "/T:a (S) x1none");
     EXPECT_TRUE(at("b")->getSchedulerObject("S")->isPending());
   }
-  LinkBatch batch;
+  LinkTransaction batch(*ObjectDB::instance());
   at("a")->setValue("One", "b");
-  EXPECT_EQ(thrown<ksl::cyclicRef>([&] { batch.finish(); }).getMessage(),
+  EXPECT_EQ(thrown<ksl::cyclicRef>([&] { batch.commit(); }).getMessage(),
             "Attempt to create a cyclic dependency between object b (S) and object a (S).");
-  EXPECT_EQ(LinkBatch::current(), nullptr);
+  EXPECT_EQ(LinkTransaction::current(), nullptr);
   EXPECT_TRUE(at("a")->getSchedulerObject("S")->isPending());
 }
 
@@ -208,7 +211,7 @@ class WordNames : public ExpressionNames {
     }
     return uses;
   }
-  Variable findVariable(const KSLObject&, const std::string& name) const override
+  Variable findVariable(const KSLObject&, const std::string& name, std::vector<NameQuestion>&) const override
   {
     return {ObjectDB::instance()->getObjectByName(name), name != "p"};
   }
@@ -240,10 +243,10 @@ TEST_F(ReferenceTest, ExpressionsDependOnWhatTheyUse)
   settle();
   const auto refusal = [](const std::string& text) {
     {
-      LinkBatch batch;
+      LinkTransaction batch(*ObjectDB::instance());
       at("b")->setValue("Sum", text);
       try {
-        batch.finish();
+        batch.commit();
       } catch (const data::error& error) {
         at("b")->setValue("Sum", "a");
         return error.getMessage();

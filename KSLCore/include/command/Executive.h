@@ -7,6 +7,7 @@
 #include <memory>
 #include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace orv {
@@ -17,9 +18,11 @@ class DependentUpdates;
 class KSLAPI;
 class KSLChangeList;
 class KSLObject;
+class LinkTransaction;
 class ObjectDB;
 class RecoveryLog;
 class UpdateProcessor;
+struct Relocation;
 
 // One exists; the host creates and owns it and gives it to KSLInterface::setExecutive.
 class ORV_API Executive {
@@ -53,6 +56,12 @@ class ORV_API Executive {
   // update is under way.
   void recover(const KSLChangeList& changes, KSLAPI* store, RecoveryLog& log);
   bool isUpdating() const { return m_depth > 0; }
+  // The copy or rename that the updates to come are parts of, so that names follow it; not owned, null for none.
+  // Returns the one before.
+  const Relocation* setRelocation(const Relocation* relocation) noexcept
+  {
+    return std::exchange(m_relocation, relocation);
+  }
   // Sets parameters of objects that exist, without marking or recomputing anything; creates and deletes
   // nothing. The inverses of all changes are recorded all the same. The store is not used.
   void updateNoAction(const KSLChangeList& changes, KSLChangeList* history, KSLAPI* store);
@@ -72,9 +81,9 @@ class ORV_API Executive {
   struct Work;
   void run(const Work& work);
   void applyUpdate(const Work& work);
-  void applyAll(const KSLChangeList& changes, const Work& work, bool keepDefaults);
-  void applyDependents(const Work& work, DependentUpdates& dependents, DBUpdater& updater,
-                       UpdateProcessor& processor);
+  void applyAll(const KSLChangeList& changes, const Work& work, LinkTransaction& links);
+  void applyDependents(const Work& work, DependentUpdates& dependents, LinkTransaction& links,
+                       DBUpdater& updater, UpdateProcessor& processor);
   void appendToChangedObjects(const std::set<std::string>& paths);
   void updateChangedObjects(ObjectDB* database, RecoveryLog* log);
   void forceUpdateOf(const std::string& name);
@@ -85,6 +94,7 @@ class ORV_API Executive {
   bool m_applying = false;                    // changes are being applied
   std::unique_ptr<KSLChangeList> m_deferred;  // to be applied after those
   KSLChangeList* m_currentHistory = nullptr;  // of the outermost update under way; not owned
+  const Relocation* m_relocation = nullptr;   // not owned
   int m_depth = 0;                            // updates under way
   ActionFactory* m_actionFactory = nullptr;   // not owned
 };

@@ -58,11 +58,6 @@ class ORV_API DependentUpdates {
   void setGoing(const std::string& goingPath, const std::string& objectPath, const ParamDefinition& param,
                 const std::function<References()>& references);
 
-  // For replays, which lead back to a state that was: there a parameter may have its default text while nothing has that
-  // name. Such a parameter keeps its text whatever goes, and waits. (What else named the object before, or names it
-  // then, comes with the replayed changes.)
-  void keepDefaults() noexcept { m_keepsDefaults = true; }
-
   // The changes that the reports so far make on the model's present values, in path and name order. Owned by
   // the collector; valid until the next report. Computed once after a report; n log n in the reports.
   const KSLChangeList* getExternalChanges(const TreeAndLeafReadModel* model);
@@ -78,7 +73,6 @@ class ORV_API DependentUpdates {
   std::vector<ParamUpdate> m_externalUpdates;
   std::vector<ParamUpdate> m_internalUpdates;
   bool m_synchronised = true;
-  bool m_keepsDefaults = false;
   std::unique_ptr<KSLChangeList> m_externalChanges;
   std::unique_ptr<KSLChangeList> m_internalChanges;
 };

@@ -208,6 +208,11 @@ class ORV_API KSLObject {
   void forEachChild(const ChildVisitor& visit) const { m_place->forEachChild(visit); }
   bool isPendingDelete() const { return m_pendingDelete; }
   void setPendingDelete(bool pending) { m_pendingDelete = pending; }
+  // Whether it has a scheduler of this type, and so can be meant where one is asked for.
+  virtual bool hasScheduler(std::string_view schedulerType) const noexcept;
+  // What each item of a parameter's text names; null for nothing. As linked, where the object links what its
+  // parameters name.
+  virtual std::vector<const KSLObject*> namedObjects(const ParamDefinition& param) const;
   void setValidData(bool valid) { m_validData = valid; }
   void setSearchUpForRelativeObjects(bool searchUp) { m_searchUp = searchUp; }
   bool searchesUpForRelativeObjects() const { return m_searchUp; }

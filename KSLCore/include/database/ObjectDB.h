@@ -4,6 +4,7 @@
 #include "platform/ORVExport.h"
 #include "database/KSLObject.h"
 #include "database/ObjectHolder.h"
+#include "database/ObjectWatch.h"
 
 #include <cstddef>
 #include <memory>
@@ -105,6 +106,11 @@ class ORV_API ObjectDB {
   void registerChangeNotify(DBChangeNotify* observer);
   DBChangeNotify* getChangeNotify() const { return m_changeNotify; }  // null without one
 
+  // What follows all objects from within the library, beside that observer; null at start. Lives as long as the
+  // database.
+  void setWatch(std::unique_ptr<ObjectWatch> watch) { m_watch = std::move(watch); }
+  ObjectWatch* getWatch() const noexcept { return m_watch.get(); }
+
  private:
   class DeleteGuard;
   friend class DeleteGuard;
@@ -126,6 +132,7 @@ class ORV_API ObjectDB {
 
   static KSLObject::PathFunction m_pathNormaliseFun;  // null is the identity
 
+  std::unique_ptr<ObjectWatch> m_watch;      // outlives the objects
   std::unique_ptr<PathIndex> m_index;        // owns the holders, the root's excepted, and their objects
   DBChangeNotify* m_changeNotify = nullptr;  // not owned
   std::size_t m_changes = 0;

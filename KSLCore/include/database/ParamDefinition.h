@@ -88,6 +88,8 @@ class ORV_API ParamDefinition final {
   const std::string& getExtraRulesString(std::string_view name) const;
   const std::vector<std::string>& getExtraRulesStrList(std::string_view name) const;
   const refcnt_ptr<const Rules>& getRules() const { return m_rules; }
+  // Whether names in its text stand for values. Who is no expression refers to objects, if to anything.
+  bool isExpression() const;
 
   // ---- Value
 

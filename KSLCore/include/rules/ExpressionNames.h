@@ -2,6 +2,7 @@
 #pragma once
 
 #include "platform/ORVExport.h"
+#include "database/NameQuestion.h"
 
 #include <string>
 #include <vector>
@@ -25,12 +26,13 @@ class ORV_API ExpressionNames {
   };
   // What a variable's name stands for.
   struct Variable {
-    KSLObject* object = nullptr;  // null when there is none of that name
+    KSLObject* object = nullptr;  // null when there is none of that name, or several
     bool isVariable = false;      // the object is of a kind that can be used as a variable
     // The object's scheduler that a change of the variable marks; empty for the one that the parameter's rules
     // name.
     std::string scheduler = {};
     bool marks = true;  // false: a change marks nothing, so there is nothing to link to
+    std::vector<KSLObject*> several = {};
   };
 
   virtual ~ExpressionNames();
@@ -39,14 +41,12 @@ class ORV_API ExpressionNames {
   // parameter of the object is where the text stands or is about to; it may still hold another.
   virtual Uses namesIn(const KSLObject& object, const ParamDefinition& param,
                        const std::string& text) const = 0;
-  // What a name stands for, seen from the object that holds the expression. Locations and functions are null
-  // when there are none of that name.
-  virtual Variable findVariable(const KSLObject& from, const std::string& name) const = 0;
+  // What a name stands for, seen from the object that holds the expression, and what was asked to find that out.
+  // Locations and functions are null when there are none of that name.
+  virtual Variable findVariable(const KSLObject& from, const std::string& name,
+                                std::vector<NameQuestion>& asked) const = 0;
   virtual KSLObject* findLocation(const KSLObject& from, const std::string& name) const = 0;
   virtual KSLObject* findFunction(const KSLObject& from, const std::string& name) const = 0;
-
-  // An object of the category "variable" was made; the database gets it next.
-  virtual void variableMade() const {}
 
   // Null when none is installed.
   static const ExpressionNames* installed() noexcept;

@@ -6,14 +6,16 @@
 #include "rules/SchedulerObject.h"
 
 #include <cstdint>
+#include <functional>
+#include <map>
 #include <memory>
 #include <string>
 #include <vector>
 
 namespace orv {
 
-class LinkBatch;
-class ReferenceLinks;
+class LinkTransaction;
+class NameLink;
 struct SchedulerTypes;
 
 // Adds to the parameters schedulers, at most one calculate function for each of them, and links among them:
@@ -25,11 +27,10 @@ struct SchedulerTypes;
 // Local Type, or when this object lacks that scheduler, there is nothing to link; the parameter is still
 // rewritten when what it names is deleted.) An item that starts with "/" is a path. Any other is sought in the
 // object at the Remote Path (seen from this object; from the root with a leading "/") when there is one, then
-// seen from this object, then at the top level; the first of these places with one hit decides, two hits in
-// one place are an error. Items that are empty, and keywords (allowed values of the parameter) that name
-// nothing, refer to nothing. A target that does not exist yet is linked later: at the end of the batch of
-// changes, else at the next update; it is an error if it does not exist then, unless the whole text is the
-// parameter's default, which waits for as long as it takes.
+// seen from this object, then at the top level; the first of these places with a candidate decides, an object that has
+// a scheduler of the Remote Type. Items that are empty, and keywords (allowed values of the parameter), refer to
+// nothing. All this is judged by a LinkTransaction, when all changes of a command are made. A text that equals the
+// parameter's default waits for the one candidate that is not this object, for as long as it takes.
 //
 // Expressions. A parameter of the type "Expression", and an external one of the types "Real", "Real Triplet", "Real
 // List", "Integer", "Integer List" and "Quantity" that has no Remote Type, refers to what its text uses; see
@@ -83,20 +84,43 @@ class ORV_API GenericKSLObject : public DataKSLObject, public SchedulerOwner {
   void setPending() override;
   using DataKSLObject::copyInternals;
   void write(std::ostream& out) const override;
+  bool hasScheduler(std::string_view schedulerType) const noexcept override;
+  std::vector<const KSLObject*> namedObjects(const ParamDefinition& param) const override;
 
-  // Makes the links of parameters that wait for them: their targets did not exist, or a link was refused by a
-  // walk of the graph or by a batch. Marks the schedulers that get a link. O(1) when nothing waits. Throws as
-  // a set does, and with function "makeParentLinks"
-  //   data::notFound "Object '%s' referred to in '%s' does not exist." (item, parameter)
-  // for a target that is still missing; that parameter and those after it keep waiting.
+  // Makes the links that are due: what their names mean changed, or an edge was refused by a walk of the graph. Marks
+  // the schedulers that get other links. O(1) when none is due. Faults wait, with a warning for a missing object.
   void createDelayedParamLinks() override;
-  // In name order.
-  const std::vector<std::string>& getDelayedParams() const;
+  // Those whose links wait or are due, in name order.
+  std::vector<std::string> getDelayedParams() const;
+
+  // ---- What its parameters name; for those who link
+
+  // Parameters define names, which others use: their faults are those of the users.
+  virtual bool definesNames() const noexcept { return false; }
+  // The names that it defines now.
+  virtual void forEachDefinedName(const std::function<void(const std::string&)>&) const {}
+  // Shows its errors, and so may name what is not there.
+  virtual bool waitsWithoutError() const noexcept { return false; }
+  // Whether names in a parameter's text stand for values.
+  virtual bool holdsExpression(const ParamDefinition& param) const;
+  // The scheduler that a parameter's links lead into; null without.
+  virtual SchedulerObject* linkedScheduler(const ParamDefinition::Rules& rules) const noexcept;
+  // That scheduler is out of date.
+  virtual void markUsers(const ParamDefinition::Rules& rules) noexcept;
+  // Null without any.
+  using NameLinks = std::map<std::string_view, std::unique_ptr<NameLink>, std::less<>>;
+  const NameLinks* nameLinks() const noexcept { return m_links.get(); }
+  NameLink* findNameLink(std::string_view param) const;
+  // One more, or less, of them is due.
+  void countDue(int change) noexcept { m_dueLinks += static_cast<std::uint32_t>(change); }
+  // An expression of a parameter uses others of this object: the category, if there is one.
+  void markLocalVariable() noexcept;
 
  protected:
-  // Stores, links and marks; all or nothing. Throws what DataKSLObject::setValueInternal throws, and unless a
-  // LinkBatch is open, which tries again at its end, with function "makeParentLinks":
-  //   data::notFound "More than one object with name '%s' exists."
+  // Stores, links and marks; all or nothing. Throws what DataKSLObject::setValueInternal throws. Without a
+  // LinkTransaction, which judges when all is set, throws with function "makeParentLinks":
+  //   data::notFound "Object '%s' referred to in '%s' does not exist." (item, parameter; from a transaction only)
+  //   data::notFound "More than one object with name '%s' exists.", with notes
   //   data::invalid  "Cannot connect parameter %s to object %s(it does not have Scheduler type %s)." (the
   //                  object's path; a blank is missing in the text, which is compared as it stands)
   //   ksl::cyclicRef as SchedulerObject::addChild throws it
@@ -105,8 +129,13 @@ class ORV_API GenericKSLObject : public DataKSLObject, public SchedulerOwner {
   //   data::invalid  "Expression '%s' tries to use object '%s' as a variable.", function "makeVariableLinks"
   // O(text · log of the targets' links), and what is downstream the first time it is marked.
   std::string setValueInternal(ParamDefinition* param, const std::string& value) override;
-  // Links what the text names; what cannot be linked now waits. A batch marks nothing for what was taken back.
+  // Links what the text names; what cannot be linked now waits.
   void valueRestored(const ParamDefinition& param) noexcept override;
+  // Whether a text may ask for links, or the one before has.
+  virtual bool mayLink(const ParamDefinition& param, const std::string& text) const;
+  // A parameter that was not there has its text: it is linked now, or by the transaction that is open; with
+  // `aside` by the next one, as what setValueWithoutPending sets.
+  void linkAdded(const ParamDefinition& param, bool aside);
 
   // data::duplicate, function "addSchedulerObject", "Duplicate data: Scheduler type '%s' already exists.".
   void addScheduler(const std::string& schedulerType) override;
@@ -122,54 +151,29 @@ class ORV_API GenericKSLObject : public DataKSLObject, public SchedulerOwner {
   // classes call it in their clone().
   virtual void copyInternals(GenericKSLObject* target) const;
 
-  // To be called while a scheduler ends that is not among getSchedulers(): those that it leads to are told.
-  void tellTargetGone(const SchedulerObject& scheduler) const noexcept;
-  // To be called when names may stand for something else: the batch that is open has this object's links made
-  // again, or those of all that the scheduler leads to, where they ask for others now.
-  void askForLinks() noexcept;
-  void askForLinksBelow(const SchedulerObject& scheduler) const noexcept;
   // A line of getSchedulerInfo().
   static std::string schedulerInfo(const SchedulerObject& scheduler);
 
  private:
-  friend class LinkBatch;
-  friend class LinkChange;
-  friend class ReferenceLinks;
+  friend class LinkTransaction;
   class ActiveUpdate;
-  enum class Judgement;
-  struct Targets;
 
   void checkNotInitialized() const;
   void makeSchedulers();
   void joinSchedulers();
-  void delayDefaults();
-  void delayLinkable();
+  void linkDefaults();
   SchedulerTypes& writableTypes();
   void setLocalPending(const ParamDefinition& param);
-  bool isAnyPending() const noexcept;
-
-  // Whether a text may ask for links, or the one before has.
-  bool mayLink(const ParamDefinition& param, const std::string& text) const;
+  void noteSet(const ParamDefinition& param);
   void wakeLocalUsers(const std::string& used);
-  // Finds what a text refers to.
-  Targets makeParentLinks(const ParamDefinition& param, const std::string& text, Judgement judgement) const;
-  void findReferences(const ParamDefinition& param, const std::string& text, Targets& targets) const;
-  void addTarget(const ParamDefinition& param, KSLObject* target, Targets& targets,
-                 const std::string& scheduler = {}, bool marks = true) const;
-  void makeVariableLinks(const ParamDefinition& param, const std::string& text, Targets& targets) const;
-  void makeLocatorLinks(const ParamDefinition& param, const std::string& text, Targets& targets) const;
-  bool relink(const ParamDefinition& param);
-  ReferenceLinks& links();
-  void forgetLinks();
-  void tellTargetGone() const noexcept;
-  void noteTargetGone() noexcept;
+  NameLink& nameLink(const ParamDefinition& param);
 
   refcnt_ptr<SchedulerTypes> m_types;  // null without any; shared with the prototype
   std::vector<SchedulerObject>
-      m_schedulers;                         // as m_types lists them; none before initialisation; never moved
-  std::unique_ptr<ReferenceLinks> m_links;  // null without references
-  std::uint64_t m_serial = 0;               // used once: tells an object from a later one at the same path
-  std::uint32_t m_batchPlace = 0;           // one more than where a LinkBatch lists this object
+      m_schedulers;                    // as m_types lists them; none before initialisation; never moved
+  std::unique_ptr<NameLinks> m_links;  // null without names
+  std::uint32_t m_dueLinks = 0;
+  std::uint32_t m_markPlace = 0;  // one more than where a LinkTransaction lists this object
 };
 
 }  // namespace orv

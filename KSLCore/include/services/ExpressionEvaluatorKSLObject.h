@@ -30,17 +30,12 @@ class ORV_API ExpressionEvaluatorKSLObject : public GenericKSLObject {
   // processed.
   static void registerBaseType();
 
-  // A name was defined: previews may have waited for it. O(previews that wait).
-  static void retryPreviews();
-  // The same, once the changes that are being made stand.
-  static void linkPreviews() noexcept;
-
   void calculate(const std::string& schedulerType) override;
   void update() override;
   KSLObject* clone() const override;
   void initialize(const std::string& parentPath, const std::string& name) override;
   void initialize(const std::string& name) override;
-  void createDelayedParamLinks() override;
+  bool waitsWithoutError() const noexcept override { return isPreview(); }
 
  private:
   class UnitSystemWatch;

@@ -18,16 +18,15 @@ class VariableNames;
 
 // The object of the type "EXPRESSIONS": every parameter is one named expression, and setting a name that is not
 // there adds it. What stands in one may use the others, also names that are set later; docs/expressions.md says
-// how names are looked up. RULES decide where the object stands: it is found by being there. While it lives,
-// names in expressions have values (it installs an ExpressionResolver); with several of them the first counts.
+// how names are looked up. RULES decide where the object stands: it is found by being there. With several of them the
+// first counts.
 //
 // A text is parsed when it is set, and evaluated when somebody asks. Values are kept until the name, or one that
 // it uses, is set. A value that depends on an object used as a variable is never kept.
 //
 // Each name has a SchedulerObject of its own, whose type is the name: below those of the names that it uses, and
 // above those of the objects that use it. Setting a name marks that one. The empty text means that there is no
-// such expression: objects that use it are as much at fault as with a name that never was, other expressions only
-// when they are evaluated.
+// such expression: objects that use it, however indirectly, are as much at fault as with a name that never was.
 //
 // Failures are of class "ExpressionsKSLObject" and type 4 unless stated otherwise; a failed call changes
 // nothing.
@@ -37,12 +36,11 @@ class ORV_API ExpressionsKSLObject : public GenericKSLObject {
   ~ExpressionsKSLObject() override;
 
   // Registers a fresh object as base type "ExpressionsKSLObject". For the host, before the RULES are processed.
-  // From then on, until the factory is destroyed, objects are linked to what their expressions use.
+  // From then on, until the factory is destroyed, names in expressions have values, and objects are linked to what
+  // their expressions use.
   static void registerBaseType();
   // The one whose names count; null when there is none. Not owned.
   static ExpressionsKSLObject* current() noexcept;
-  // Has expressions linked to objects that are variables, once the changes that are being made stand.
-  static void linkToVariables() noexcept;
 
   // ---- The expressions
 
@@ -88,25 +86,28 @@ class ORV_API ExpressionsKSLObject : public GenericKSLObject {
   std::string setValue(const std::string& name, const std::string& value) override;
   std::string setValueWithoutPending(const std::string& name, const std::string& value) override;
   void setPending() override;
-  void createDelayedParamLinks() override;
+
+  bool definesNames() const noexcept override { return true; }
+  void forEachDefinedName(const std::function<void(const std::string&)>& visit) const override;
+  bool holdsExpression(const ParamDefinition&) const override { return true; }
+  SchedulerObject* linkedScheduler(const ParamDefinition::Rules& rules) const noexcept override;
+  void markUsers(const ParamDefinition::Rules& rules) noexcept override;
 
  protected:
   std::string setValueInternal(ParamDefinition* param, const std::string& value) override;
+  bool mayLink(const ParamDefinition&, const std::string&) const override { return true; }
 
  private:
-  friend class VariableNames;
-  class Resolver;
+  friend class NameValues;
 
-  void addExpression(const std::string& name, const std::string& value);
-  void mark(const std::string& name);
-  void changeMeaning(const std::string& name);
+  void addExpression(const std::string& name, const std::string& value, bool aside);
+  void tellOfMeaning(const std::string& name, bool wasDefined) const noexcept;
   std::vector<SchedulerObject*> takeWaiting();
 
   std::unique_ptr<ExpressionCache> m_cache;
   std::unique_ptr<VariableNames> m_names;  // of the prototype that is registered
   std::vector<SchedulerObject*> m_marked;  // since the last update
   bool m_allMarked = false;
-  std::pair<std::uint64_t, std::uint64_t> m_joinedAt;  // the state of database and cache then
   std::shared_ptr<bool> m_lives;  // false once this object ends, for those who call others
 };
 

@@ -4,6 +4,7 @@
 #include "command/KSLCoreAPI.h"
 #include "command/actionChecks.h"
 #include "actions/KSLCopyImpl.h"
+#include "actions/RelocationScope.h"
 
 namespace orv {
 
@@ -21,8 +22,11 @@ void CopyExecutor::invoke(const std::vector<std::string>& words)
   checkAction(words, {KSLCopyImpl::copyAction}, "CopyExecutor");
   const refcnt_ptr<TreeAndLeafReadModel> model(new KSLCoreTreeAndLeafModel);
   const std::string text = m_impl->obtainCopyKSL(*model, words);
-  if (!text.empty())
-    KSLCoreAPI::instance()->processKSL(text, kslUpdateDefault);
+  if (text.empty())
+    return;
+  const KSLCopyImpl::Paths paths = m_impl->obtainPaths(words);
+  const RelocationScope follow({paths.from, paths.to, false});
+  KSLCoreAPI::instance()->processKSL(text, kslUpdateDefault);
 }
 
 }  // namespace orv

@@ -2,9 +2,11 @@
 
 #include "platform/ORVError.h"
 #include "database/KSLCoreTreeAndLeafModel.h"
+#include "rules/LinkTransaction.h"
 #include "command/KSLCoreAPI.h"
 #include "command/actionChecks.h"
 #include "actions/KSLCopyImpl.h"
+#include "actions/RelocationScope.h"
 
 namespace orv {
 
@@ -40,8 +42,14 @@ void RenameExecutor::invoke(const std::vector<std::string>& words)
   const std::string text = m_impl->obtainRenameKSL(*model, words);
   if (text.empty())
     return;
-  KSLCoreAPI::instance()->processKSL(text, kslUpdateDefault);
-  checkGone(*model, m_impl->obtainPaths(words));
+  const KSLCopyImpl::Paths paths = m_impl->obtainPaths(words);
+  const Relocation move{paths.from, paths.to, true};
+  LinkTransaction::requireNameFor(move);
+  {
+    const RelocationScope follow(move);
+    KSLCoreAPI::instance()->processKSL(text, kslUpdateDefault);
+  }
+  checkGone(*model, paths);
 }
 
 }  // namespace orv

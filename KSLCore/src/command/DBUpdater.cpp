@@ -3,8 +3,7 @@
 #include "platform/ORVUtilities.h"
 #include "database/ObjectDB.h"
 #include "database/ObjectFactory.h"
-#include "rules/GenericKSLObject.h"
-#include "rules/LinkBatch.h"
+#include "rules/LinkTransaction.h"
 
 #include <utility>
 #include <vector>
@@ -38,18 +37,6 @@ class DependentsOfTree {
   DependentsOfTree(const DependentsOfTree&) = delete;
   DependentsOfTree& operator=(const DependentsOfTree&) = delete;
 
-  // What comes back at a path, in the same batch or when it is taken back, has to be referred to anew.
-  void tellOfLoss() const
-  {
-    for (const auto& [path, dependents] : m_known) {
-      for (const Dependent& dependent : dependents) {
-        KSLObject* holder = m_database.getObjectByPath(dependent.getObjPath());
-        if (auto* computing = dynamic_cast<GenericKSLObject*>(holder))
-          LinkBatch::noteLostTarget(*computing);
-      }
-    }
-  }
-
   void forget() noexcept { m_known.clear(); }
 
  private:
@@ -74,9 +61,10 @@ DBUpdater::~DBUpdater() = default;
 
 // ------------------------------------------------------------------------------------------------------ everything
 
-ObjectDBUpdater::ObjectDBUpdater(ObjectDB* database, DependentUpdates* dependents)
+ObjectDBUpdater::ObjectDBUpdater(ObjectDB* database, DependentUpdates* dependents, LinkTransaction* links)
     : m_database(database),
-      m_dependents(dependents)
+      m_dependents(dependents),
+      m_links(links)
 {}
 
 KSLObject* ObjectDBUpdater::find(const std::string& path)
@@ -108,9 +96,9 @@ void ObjectDBUpdater::deleteObject(const std::string& path)
   KSLObject* object = m_database->getObjectByPath(path);
   if (!object)
     return;
-  object->addToDependentUpdates(m_dependents);
+  if (!m_links->follow(*object))
+    object->addToDependentUpdates(m_dependents);
   DependentsOfTree dependents(*m_database, *object);
-  dependents.tellOfLoss();
   object->deleteAllDependent();
   m_database->deleteObject(path);
   dependents.forget();

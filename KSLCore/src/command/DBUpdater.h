@@ -7,6 +7,7 @@ namespace orv {
 
 class DependentUpdates;
 class KSLObject;
+class LinkTransaction;
 class ObjectDB;
 
 // What a change processor may do to the objects.
@@ -27,8 +28,8 @@ class DBUpdater {
 // Applies everything. Objects that are missing are ignored, except by createObject.
 class ObjectDBUpdater : public DBUpdater {
  public:
-  // Neither is owned.
-  ObjectDBUpdater(ObjectDB* database, DependentUpdates* dependents);
+  // None is owned.
+  ObjectDBUpdater(ObjectDB* database, DependentUpdates* dependents, LinkTransaction* links);
   bool createsObjects() const override { return true; }
   bool hasObject(const std::string& path) override;
   void createObject(const std::string& path) override;
@@ -42,6 +43,7 @@ class ObjectDBUpdater : public DBUpdater {
 
   ObjectDB* m_database;
   DependentUpdates* m_dependents;
+  LinkTransaction* m_links;
   // What was found last, or not found: changes come object by object.
   std::string m_lastPath;
   KSLObject* m_last = nullptr;

@@ -14,7 +14,7 @@
 #include "database/ObjectDB.h"
 #include "database/ObjectFactory.h"
 #include "rules/GenericKSLObject.h"
-#include "rules/LinkBatch.h"
+#include "rules/LinkTransaction.h"
 #include "command/ActionFactory.h"
 #include "command/CommandNotifier.h"
 #include "command/DBUpdater.h"
@@ -52,7 +52,7 @@ struct Executive::Work {
   const KSLChangeList& changes;
   KSLChangeList* history;
   KSLAPI* store;
-  bool keepDefaults = false;
+  bool replays = false;  // history: no name has to mean anything
   RecoveryLog* log = nullptr;
 
   template <class Step>
@@ -79,12 +79,12 @@ void Executive::update(const KSLChangeList& changes, KSLChangeList* history, KSL
 
 void Executive::replay(const KSLChangeList& changes, KSLChangeList* history, KSLAPI* store)
 {
-  run({.changes = changes, .history = history, .store = store, .keepDefaults = true});
+  run({.changes = changes, .history = history, .store = store, .replays = true});
 }
 
 void Executive::recover(const KSLChangeList& changes, KSLAPI* store, RecoveryLog& log)
 {
-  run({.changes = changes, .history = nullptr, .store = store, .keepDefaults = true, .log = &log});
+  run({.changes = changes, .history = nullptr, .store = store, .replays = true, .log = &log});
 }
 
 void Executive::run(const Work& work)
@@ -115,31 +115,31 @@ void Executive::run(const Work& work)
 void Executive::applyUpdate(const Work& work)
 {
   const bool queueWasEmpty = m_pendingUpdates.empty();
-  LinkBatch links;  // references are judged when all changes are made
+  LinkTransaction links(*ObjectDB::instance(),
+                        work.replays ? LinkTransaction::Kind::replay : LinkTransaction::Kind::command,
+                        m_relocation);
   {
     const ScopeGuard applied([this] {
       m_applying = false;
       m_deferred->clear();
     });
     m_applying = true;
-    applyAll(work.changes, work, work.keepDefaults);
+    applyAll(work.changes, work, links);
     while (!m_deferred->empty()) {  // while the dependents' changes were made
       KSLChangeList more;
       more.swapChanges(*m_deferred);
-      applyAll(more, work, false);
+      applyAll(more, work, links);
     }
   }
-  work.attempt([&] { appendToChangedObjects(links.finish()); });
+  work.attempt([&] { appendToChangedObjects(links.commit()); });
   if (queueWasEmpty)
     updateChangedObjects(ObjectDB::instance(), work.log);
 }
 
-void Executive::applyAll(const KSLChangeList& changes, const Work& work, bool keepDefaults)
+void Executive::applyAll(const KSLChangeList& changes, const Work& work, LinkTransaction& links)
 {
   DependentUpdates dependents;
-  if (keepDefaults)  // what is submitted from within is a change of its own
-    dependents.keepDefaults();
-  ObjectDBUpdater updater(ObjectDB::instance(), &dependents);
+  ObjectDBUpdater updater(ObjectDB::instance(), &dependents, &links);
   UpdateProcessor processor(&updater, work.history, work.log);
   const std::size_t done = processor.process(changes);
   if (work.log)
@@ -151,18 +151,21 @@ void Executive::applyAll(const KSLChangeList& changes, const Work& work, bool ke
   }
   if (!work.attempt([&] { processor.createWaiting(); }))
     work.log->noteIncomplete();
-  work.attempt([&] { applyDependents(work, dependents, updater, processor); });
+  work.attempt([&] { applyDependents(work, dependents, links, updater, processor); });
   work.attempt([&] { appendToChangedObjects(processor.getChanged()); });
 }
 
-void Executive::applyDependents(const Work& work, DependentUpdates& dependents, DBUpdater& updater,
-                                UpdateProcessor& processor)
+void Executive::applyDependents(const Work& work, DependentUpdates& dependents, LinkTransaction& links,
+                                DBUpdater& updater, UpdateProcessor& processor)
 {
   const refcnt_ptr<TreeAndLeafReadModel> model(new KSLCoreTreeAndLeafModel);
-  const KSLChangeList* external = dependents.getExternalChanges(model.get());
   KSLAPIUpdateProcessor storeProcessor(work.store, false);
-  work.process(*external, storeProcessor);
-  processor.process(*external);
+  const auto applyInBoth = [&](const KSLChangeList& changes) {
+    work.process(changes, storeProcessor);
+    processor.process(changes);
+  };
+  applyInBoth(*dependents.getExternalChanges(model.get()));
+  applyInBoth(links.rewrites());
   InternalParamUpdateProcessor internalProcessor(&updater);
   work.process(*dependents.getInternalChanges(model.get()), internalProcessor);
   appendToChangedObjects(internalProcessor.getChanged());

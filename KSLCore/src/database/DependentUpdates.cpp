@@ -83,8 +83,6 @@ void DependentUpdates::setModifiedParam(const std::string& objectPath, const std
 void DependentUpdates::setGoing(const std::string& goingPath, const std::string& objectPath,
                                 const ParamDefinition& param, const std::function<References()>& references)
 {
-  if (m_keepsDefaults && param.getValue() == param.getDefaultValue())
-    return;
   References& known = m_references[{objectPath, param.getName()}];
   if (known.items.empty() || known.value != param.getValue())
     known = references();

@@ -2,13 +2,14 @@
 
 #include "platform/ORVError.h"
 #include "platform/ORVException.h"
-#include "database/DependentReferences.h"
 #include "database/EvaluatingObject.h"
 #include "database/NullParentChildInfo.h"
 #include "database/ObjectChangeNotify.h"
 #include "database/ObjectDB.h"
 #include "database/ObjectFactory.h"
 #include "database/PreferredUnits.h"
+#include "database/ReferenceRemoval.h"
+#include "database/ReferenceResolver.h"
 #include "database/RelativeLookup.h"
 #include "database/StateTextLogger.h"
 #include "database/StateTraversal.h"
@@ -544,9 +545,18 @@ const DependentSet& KSLObject::getDependents() const
   return m_dependents ? *m_dependents : none;
 }
 
+std::vector<const KSLObject*> KSLObject::namedObjects(const ParamDefinition& param) const
+{
+  const ReferenceResolver resolver(*this, param, param.getValue() == param.getDefaultValue());
+  std::vector<const KSLObject*> objects;
+  for (const std::string& item : param.splitValue())
+    objects.push_back(resolver.find(item).object);
+  return objects;
+}
+
 void KSLObject::addToDependentUpdates(DependentUpdates* updates) const
 {
-  DependentReferences::report(*this, updates);
+  ReferenceRemoval::report(*this, updates);
 }
 
 // ---------------------------------------------------------------------------------------------------- state text
@@ -599,6 +609,11 @@ void KSLObject::write(std::ostream& out) const
 std::vector<KSLObject*> KSLObject::getSchedulerParentObjects() const
 {
   return {};
+}
+
+bool KSLObject::hasScheduler(std::string_view) const noexcept
+{
+  return false;
 }
 
 bool KSLObject::hasValidData() const

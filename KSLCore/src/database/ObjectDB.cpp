@@ -123,6 +123,8 @@ void ObjectDB::destroyInstance()
   KSLObject::resetPathNormaliser();
 }
 
+ObjectWatch::~ObjectWatch() = default;
+
 ObjectDB::ObjectDB()
     : m_index(std::make_unique<PathIndex>()),
       m_root(std::make_unique<RootKSLObject>()),
@@ -263,6 +265,8 @@ void ObjectDB::insert(ObjectHolder* parent, KSLObject* object)
   unlist.dismiss();
   unplace.dismiss();
   (void)holder.release();  // the index's
+  if (m_watch)
+    m_watch->objectAdded(*object);
 }
 
 void ObjectDB::addObject(KSLObject* object)
@@ -324,6 +328,8 @@ ObjectHolder* ObjectDB::holderOf(const KSLObject* child) const
 void ObjectDB::removeLeaf(ObjectHolder* holder)
 {
   ++m_changes;
+  if (m_watch && !m_ending)
+    m_watch->objectGoing(*holder->getObject());
   holder->getParentHolder()->removeChildObject(holder->getObject());
   m_index->erase(holder);
   const std::unique_ptr<ObjectHolder> endingPlace(holder);

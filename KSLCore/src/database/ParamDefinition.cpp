@@ -352,4 +352,15 @@ bool ParamDefinition::isPureNumeric() const
                      [](const std::string& element) { return scanQuantity(element).has_value(); });
 }
 
+// ------------------------------------------------------------------------------------------------------ names
+
+bool ParamDefinition::isExpression() const
+{
+  static constexpr std::string_view numbers[] = {"Real",    "Real Triplet", "Real List",
+                                                 "Integer", "Integer List", "Quantity"};
+  return typeIs("Expression")
+         || (!isInternal() && getRemoteType().empty()
+             && std::find(std::begin(numbers), std::end(numbers), getType()) != std::end(numbers));
+}
+
 }  // namespace orv

@@ -4,7 +4,9 @@
 #include "database/KSLObject.h"
 #include "database/ObjectDB.h"
 
-#include <vector>
+#include <algorithm>
+#include <tuple>
+#include <utility>
 
 namespace orv {
 
@@ -17,85 +19,129 @@ const KSLObject& root()
   return *ObjectDB::instance()->getRoot();
 }
 
-Hit childOf(const KSLObject& parent, std::string_view component)
-{
-  if (component.find(':') == std::string_view::npos) {
-    const std::vector<KSLObject*> found = parent.getChildObjectsByName(std::string(component));
-    return {found.size() == 1 ? found.front() : nullptr, found.size() > 1};
-  }
-  const auto [type, name] = StringUtilities::splitObjectTypeAndName(component);
-  for (KSLObject* child : parent.getChildObjectsByName(name)) {
-    if (child->typeIs(type))
-      return {child, false};
-  }
-  return {};
-}
-
-Hit step(const KSLObject& from, std::string_view component)
-{
-  if (component.empty() || component == ".")
-    return {const_cast<KSLObject*>(&from), false};
-  if (component == "..")
-    return {from.getParentObject(), false};
-  return childOf(from, component);
-}
-
-bool decides(const Hit& hit)
-{
-  return hit.object || hit.ambiguous;
-}
-
 }  // namespace
 
-ReferenceResolver::ReferenceResolver(const KSLObject& from, const ParamDefinition& param) : m_from(from)
+ReferenceResolver::ReferenceResolver(const KSLObject& from, const ParamDefinition& param, bool isDefault,
+                                     std::vector<NameQuestion>* asked)
+    : m_from(from),
+      m_fits([rules = param.getRules()](const KSLObject& object) {
+        return rules->remoteType.empty() || object.hasScheduler(rules->remoteType);
+      }),
+      m_isDefault(isDefault),
+      m_asked(asked)
 {
   const std::string& path = param.getRemotePath();
-  if (!path.empty())
-    m_container = (path.front() == '/' ? findAbsolute(path) : walk(from, path)).object;
+  if (path.empty())
+    return;
+  const KSLObject* exact = path.front() == '/' ? findAbsolute(path).object : nullptr;
+  const Objects found = exact ? Objects() : walk(path.front() == '/' ? root() : from, path);
+  m_container = exact || found.size() != 1 ? exact : found.front();
 }
+
+ReferenceResolver::ReferenceResolver(const KSLObject& from, Fits fits, std::vector<NameQuestion>* asked)
+    : m_from(from),
+      m_fits(std::move(fits)),
+      m_asked(asked)
+{}
 
 Hit ReferenceResolver::find(std::string_view item) const
 {
   const std::string name(StringUtilities::unquoted(StringUtilities::trimmed(item)));
+  Hit hit;
   if (name.empty())
-    return {};
+    return hit;
   if (name.front() == '/')
     return findAbsolute(name);
-  Hit hit = m_container ? walk(*m_container, name) : Hit();
-  if (!decides(hit))
-    hit = walk(m_from, name);
-  if (!decides(hit) && m_from.searchesUpForRelativeObjects())
-    hit = searchUp(name);
-  return decides(hit) ? hit : walk(root(), name);
+  if ((m_container && decides(walk(*m_container, name), hit)) || decides(walk(m_from, name), hit)
+      || (m_from.searchesUpForRelativeObjects() && searchUp(name, hit)))
+    return hit;
+  if (&m_from != &root())
+    decides(walk(root(), name), hit);
+  return hit;
 }
 
 Hit ReferenceResolver::findAbsolute(const std::string& path) const
 {
-  if (KSLObject* found = ObjectDB::instance()->getObjectByPath(path))
-    return {found, false};
-  return walk(root(), path);
+  Hit hit;
+  if (KSLObject* found = ObjectDB::instance()->getObjectByPath(path)) {
+    if (m_isDefault && found == &m_from)
+      return hit;
+    if (m_asked && found != &root() && found->getParentObject() != &m_from)
+      m_asked->push_back({found->getParentObject(), found->getName()});
+    hit.object = found;
+    hit.fits = m_fits(*found);
+    return hit;
+  }
+  decides(walk(root(), path), hit);
+  return hit;
 }
 
-Hit ReferenceResolver::walk(const KSLObject& start, std::string_view path)
+bool ReferenceResolver::isCandidate(const KSLObject& object) const
 {
-  Hit at{const_cast<KSLObject*>(&start), false};
-  while (at.object && !path.empty()) {
+  return m_fits(object) && !(m_isDefault && &object == &m_from);
+}
+
+// Of what one place has, the candidates; without any, the first of the others is kept.
+bool ReferenceResolver::decides(Objects found, Hit& hit) const
+{
+  if (found.empty())
+    return false;
+  KSLObject* first = found.front();
+  std::erase_if(found, [this](const KSLObject* object) { return !isCandidate(*object); });
+  if (found.empty()) {
+    if (!hit.object && !(m_isDefault && first == &m_from))
+      hit.object = first;
+    return false;
+  }
+  hit.fits = found.size() == 1;
+  hit.object = hit.fits ? found.front() : nullptr;
+  if (!hit.fits)
+    hit.candidates = std::move(found);
+  return true;
+}
+
+// All that the path may lead to.
+ReferenceResolver::Objects ReferenceResolver::walk(const KSLObject& start, std::string_view path) const
+{
+  Objects at{const_cast<KSLObject*>(&start)};
+  Objects next;
+  while (!at.empty() && !path.empty()) {
     const std::size_t slash = path.find('/');
-    at = step(*at.object, path.substr(0, slash));
+    next.clear();
+    for (const KSLObject* object : at)
+      step(*object, path.substr(0, slash), next);
+    at.swap(next);
     path = slash == std::string_view::npos ? std::string_view() : path.substr(slash + 1);
   }
   return at;
 }
 
-Hit ReferenceResolver::searchUp(std::string_view path) const
+void ReferenceResolver::step(const KSLObject& from, std::string_view component, Objects& out) const
+{
+  if (component.empty() || component == ".")
+    return out.push_back(const_cast<KSLObject*>(&from));
+  if (component == "..")
+    return out.push_back(from.getParentObject());
+  std::string type;
+  std::string name(component);
+  if (component.find(':') != std::string_view::npos)
+    std::tie(type, name) = StringUtilities::splitObjectTypeAndName(component);
+  for (KSLObject* child : from.getChildObjectsByName(name)) {
+    if (type.empty() || child->typeIs(type))
+      out.push_back(child);
+  }
+  if (m_asked && &from != &m_from)
+    m_asked->push_back({&from, std::move(name)});
+}
+
+bool ReferenceResolver::searchUp(std::string_view path, Hit& hit) const
 {
   for (const KSLObject* at = &m_from; at != &root();) {
     at = at->getParentObject();
-    const Hit hit = walk(*at, path);
-    if (decides(hit))
-      return hit;
+    if (decides(walk(*at, path), hit))
+      return true;
   }
-  return {};
+  return false;
 }
 
 }  // namespace orv

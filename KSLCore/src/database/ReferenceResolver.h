@@ -1,8 +1,12 @@
-// Finds the objects that references name.
+// Finds the objects that names mean.
 #pragma once
 
+#include "database/NameQuestion.h"
+
+#include <functional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace orv {
 
@@ -11,26 +15,41 @@ class ParamDefinition;
 
 // Reads the items of one parameter's value. An item that starts with "/" is a path (of which the components
 // may be bare names). Any other is sought in the object at the parameter's Remote Path, then seen from the
-// parameter's object, then at the top level: the first place with a hit decides.
+// parameter's object, then at the top level: the first place with a candidate decides, an object that can be
+// meant. Where no place has one, the first object without what it takes is found, for somebody to say so.
 class ReferenceResolver {
  public:
   struct Hit {
-    KSLObject* object = nullptr;
-    bool ambiguous = false;  // several objects in the place that decides; then there is no object
+    KSLObject* object = nullptr;         // the one that is meant
+    bool fits = false;                   // it is a candidate
+    std::vector<KSLObject*> candidates;  // several, in the place that decides; then no object is meant
   };
+  using Fits = std::function<bool(const KSLObject&)>;
 
-  ReferenceResolver(const KSLObject& from, const ParamDefinition& param);
+  // `asked` gets all questions but those to the object itself.
+  // Candidates have a scheduler of the parameter's Remote Type; for its default text they are not the object itself.
+  ReferenceResolver(const KSLObject& from, const ParamDefinition& param, bool isDefault,
+                    std::vector<NameQuestion>* asked = nullptr);
+  // Without a Remote Path.
+  ReferenceResolver(const KSLObject& from, Fits fits, std::vector<NameQuestion>* asked = nullptr);
 
   // Quotes around the item are taken off. An empty item names nothing. O(length), children of the same name
   // apart.
   Hit find(std::string_view item) const;
 
  private:
+  using Objects = std::vector<KSLObject*>;
   Hit findAbsolute(const std::string& path) const;
-  static Hit walk(const KSLObject& start, std::string_view path);
-  Hit searchUp(std::string_view path) const;
+  Objects walk(const KSLObject& start, std::string_view path) const;
+  void step(const KSLObject& from, std::string_view component, Objects& out) const;
+  bool decides(Objects found, Hit& hit) const;
+  bool searchUp(std::string_view path, Hit& hit) const;
+  bool isCandidate(const KSLObject& object) const;
 
   const KSLObject& m_from;
+  const Fits m_fits;
+  const bool m_isDefault = false;
+  std::vector<NameQuestion>* m_asked;      // may be null
   const KSLObject* m_container = nullptr;  // at the Remote Path, if that leads anywhere
 };
 

@@ -3,12 +3,12 @@
 #include "platform/ORVDynamicLoader.h"
 #include "platform/ORVError.h"
 #include "platform/ORVException.h"
-#include "rules/ExpressionNames.h"
-#include "rules/LinkBatch.h"
-#include "rules/ReferenceLinks.h"
+#include "rules/LinkTransaction.h"
+#include "rules/NameLink.h"
 #include "rules/SchedulerTypes.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <new>
 #include <ostream>
 #include <utility>
@@ -18,8 +18,6 @@ namespace orv {
 namespace {
 
 constexpr const char* className = "GenericKSLObject";
-
-std::uint64_t s_lastSerial = 0;
 
 std::string notFoundText(std::string_view schedulerType, const std::string& objectType)
 {
@@ -146,15 +144,14 @@ GenericKSLObject::ActiveUpdate* GenericKSLObject::ActiveUpdate::s_innermost = nu
 
 GenericKSLObject::GenericKSLObject() = default;
 
-// Who refers to this object is told while its schedulers still know them; the schedulers end last, and take
-// their edges with them.
+// The schedulers end last, and take their edges with them.
 GenericKSLObject::~GenericKSLObject()
 {
   ActiveUpdate::forget(this);
-  if (m_batchPlace != 0)
-    LinkBatch::forget(*this);
-  tellTargetGone();
-  runEnding([this] { forgetLinks(); });
+  LinkTransaction* transaction = m_markPlace != 0 ? LinkTransaction::current() : nullptr;
+  if (transaction)
+    transaction->forget(*this);
+  runEnding([this] { m_links.reset(); });
   runEnding([this] { removeAllParameters(); });
 }
 
@@ -182,18 +179,15 @@ void GenericKSLObject::initialize(const std::string& parentPath, const std::stri
 {
   checkNotInitialized();
   DataKSLObject::initialize(parentPath, name);
-  m_serial = ++s_lastSerial;
   ScopeGuard undo([this] {
     m_schedulers.clear();
     m_links.reset();
   });
   makeSchedulers();
   joinSchedulers();
-  delayDefaults();
+  linkDefaults();
   setPending();
   undo.dismiss();
-  if (const ExpressionNames* names = ExpressionNames::installed(); names && isA("variable"))
-    names->variableMade();
 }
 
 void GenericKSLObject::initialize(const std::string& name)
@@ -258,20 +252,16 @@ void GenericKSLObject::setLocalPending(const ParamDefinition& param)
   if (SchedulerTrace* trace = SchedulerObject::getTrace())
     trace->parameterSet(*scheduler, param.getName());
   const auto index = static_cast<std::size_t>(scheduler - m_schedulers.data());
-  if (LinkBatch::current() && index < 64) {
-    LinkBatch::Note& note = LinkBatch::noteOf(*this);
-    const std::uint64_t mark = std::uint64_t(1) << index;
-    note.newest |= mark & ~note.toMark;
-    note.toMark |= mark;
-  } else {
+  LinkTransaction* transaction = LinkTransaction::current();
+  if (transaction && index < 64)
+    transaction->markLater(*this, index);
+  else
     scheduler->setPending();
-  }
 }
 
-bool GenericKSLObject::isAnyPending() const noexcept
+bool GenericKSLObject::hasScheduler(std::string_view schedulerType) const noexcept
 {
-  return std::any_of(m_schedulers.begin(), m_schedulers.end(),
-                     [](const SchedulerObject& scheduler) { return scheduler.isPending(); });
+  return findSchedulerObject(schedulerType) != nullptr;
 }
 
 void GenericKSLObject::update()

@@ -3,6 +3,7 @@
 #include "platform/ORVError.h"
 #include "database/Category.h"
 #include "database/ObjectFactory.h"
+#include "rules/GenericKSLObject.h"
 #include "rules/ObjectReader.h"
 #include "rules/ParamReader.h"
 
@@ -92,7 +93,11 @@ void KSLRules::addObjectType(KSLAPI* api, const KSLAPI::ObjectInfo& entry, const
   if (factory->hasObject(entry.getName()))
     throw ksl::duplicate("KSLRules", "process",
                          _("Duplicate data: KSLObject type '%s' already exists.", entry.getName()));
-  factory->addObject(parseObject(api, entry, rules, entry.getType() == "SINGLETON"));
+  std::unique_ptr<KSLObject> prototype = parseObject(api, entry, rules, entry.getType() == "SINGLETON");
+  const auto* computing = dynamic_cast<const GenericKSLObject*>(prototype.get());
+  api->defineType(entry.getName(), prototype->getParamNames(allParams),
+                  computing && computing->definesNames());
+  factory->addObject(std::move(prototype));
   warnOfTypeName(entry.getName());
 }
 

@@ -10,7 +10,6 @@
 
 #include <map>
 #include <memory>
-#include <set>
 
 namespace orv {
 
@@ -19,9 +18,8 @@ namespace {
 constexpr const char* className = "ExpressionEvaluatorKSLObject";
 constexpr const char* textParameter = "Evaluated Expression";
 
-// All that were initialised, in that order, and the numbers of those that wait for names.
+// All that were initialised, in that order.
 std::map<std::uint64_t, ExpressionEvaluatorKSLObject*> s_objects;
-std::set<std::uint64_t> s_waiting;
 std::uint64_t s_lastNumber = 0;
 
 std::string valueOrEmpty(const KSLObject& object, const char* name)
@@ -73,7 +71,6 @@ ExpressionEvaluatorKSLObject::ExpressionEvaluatorKSLObject() = default;
 
 ExpressionEvaluatorKSLObject::~ExpressionEvaluatorKSLObject()
 {
-  s_waiting.erase(m_number);
   if (s_objects.erase(m_number) > 0 && s_objects.empty())
     UnitSystemWatch::end();
 }
@@ -142,32 +139,6 @@ void ExpressionEvaluatorKSLObject::unitSystemChanged()
     }
     at = s_objects.upper_bound(number);
   }
-}
-
-void ExpressionEvaluatorKSLObject::createDelayedParamLinks()
-{
-  if (!isPreview())
-    return GenericKSLObject::createDelayedParamLinks();
-  try {
-    GenericKSLObject::createDelayedParamLinks();
-  } catch (const data::error&) {}  // the result tells
-  if (getDelayedParams().empty())
-    s_waiting.erase(m_number);
-  else
-    s_waiting.insert(m_number);
-}
-
-void ExpressionEvaluatorKSLObject::retryPreviews()
-{
-  const std::set<std::uint64_t> waiting = s_waiting;
-  for (const std::uint64_t number : waiting)
-    s_objects.at(number)->createDelayedParamLinks();
-}
-
-void ExpressionEvaluatorKSLObject::linkPreviews() noexcept
-{
-  for (const std::uint64_t number : s_waiting)
-    s_objects.at(number)->askForLinks();
 }
 
 // -------------------------------------------------------------------------------------------------- what it shows

@@ -3,10 +3,10 @@
 #include "platform/ORVError.h"
 #include "platform/ORVException.h"
 #include "platform/ORVUtilities.h"
-#include "database/EvaluatingObject.h"
-#include "database/ObjectDB.h"
+#include "rules/LinkTransaction.h"
+#include "rules/NameIndex.h"
 #include "services/ExpressionCache.h"
-#include "services/ExpressionEvaluatorKSLObject.h"
+#include "services/NameValues.h"
 #include "services/VariableNames.h"
 
 #include <utility>
@@ -35,49 +35,22 @@ ExpressionDef parsed(const std::string& name, const std::string& text)
 
 }  // namespace
 
-// Knows the names that expressions anywhere may use.
-class ExpressionsKSLObject::Resolver : public ExpressionResolver {
- public:
-  std::optional<ExpressionValue> valueOf(const std::string& name, const ExpressionDef& expression,
-                                         const std::string& parameterName) override
-  {
-    const KSLObject* reader = EvaluatingObject::current();
-    if (reader && VariableNames::isLocal(*reader, parameterName, name))
-      return VariableNames::localValue(*reader, name);
-    ExpressionsKSLObject* expressions = current();
-    if (expressions->hasExpression(name))
-      return expressions->evaluateFully(name);
-    return VariableNames::objectValue(reader ? *reader : *expressions, name, expression);
-  }
-
-  static void installOrRemove()
-  {
-    // Never destroyed: static objects of a host may still use it after main.
-    static Resolver& resolver = *new Resolver;
-    if (!s_objects.empty())
-      install(&resolver);
-    else if (installed() == &resolver)
-      install(nullptr);
-  }
-};
-
 // ------------------------------------------------------------------------------------------------ beginning and end
 
 ExpressionsKSLObject::ExpressionsKSLObject()
-    : m_cache(std::make_unique<ExpressionCache>(
-        this, [this](const std::string& name, const ExpressionDef& expression,
-                     const std::string&) { return VariableNames::objectValue(*this, name, expression); })),
+    : m_cache(std::make_unique<ExpressionCache>(this)),
       m_lives(std::make_shared<bool>(true))
 {}
 
+// The next object's names count from now on.
 ExpressionsKSLObject::~ExpressionsKSLObject()
 {
   *m_lives = false;
+  const bool counted = current() == this;
   std::erase(s_objects, this);
-  Resolver::installOrRemove();
-  try {
-    m_cache->forEachScheduler([this](const SchedulerObject& scheduler) { tellTargetGone(scheduler); });
-  } catch (...) {}  // no memory to tell them: they notice when they are next updated
+  NameIndex* index = NameIndex::current();
+  if (counted && current() && index)
+    current()->forEachDefinedName([index](const std::string& name) { index->changed(nullptr, name); });
 }
 
 void ExpressionsKSLObject::registerBaseType()
@@ -92,12 +65,6 @@ void ExpressionsKSLObject::registerBaseType()
 ExpressionsKSLObject* ExpressionsKSLObject::current() noexcept
 {
   return s_objects.empty() ? nullptr : s_objects.front();
-}
-
-void ExpressionsKSLObject::linkToVariables() noexcept
-{
-  for (ExpressionsKSLObject* object : s_objects)
-    object->askForLinks();
 }
 
 KSLObject* ExpressionsKSLObject::clone() const
@@ -119,34 +86,30 @@ void ExpressionsKSLObject::initialize(const std::string& parentPath, const std::
   GenericKSLObject::initialize(parentPath, name);
   forEachParam([this](const ParamDefinition& param) {
     if (!param.getValue().empty())
-      ExpressionCache::Change(*m_cache, param.getName(), parsed(param.getName(), param.getValue())).commit();
+      ExpressionCache::Change(*m_cache, param.getName(), parsed(param.getName(), param.getValue())).keep();
   });
   s_objects.push_back(this);
-  Resolver::installOrRemove();
 }
 
 // ------------------------------------------------------------------------------------------------ the expressions
 
 bool ExpressionsKSLObject::hasExpression(const std::string& name) const
 {
-  const ExpressionCache::Entry* entry = std::as_const(*m_cache).find(name);
-  return entry && entry->defined;
+  return m_cache->findDefined(name) != nullptr;
 }
 
 const std::string& ExpressionsKSLObject::getExpressionText(const std::string& name) const
 {
-  const ExpressionCache::Entry* entry = std::as_const(*m_cache).find(name);
-  if (!entry || !entry->defined)
-    throw data::notFound(className, "getExpressionText", _("Expression '%s' does not exist.", name));
-  return entry->expression.getText();
+  if (const ExpressionCache::Entry* entry = m_cache->findDefined(name))
+    return entry->expression.getText();
+  throw data::notFound(className, "getExpressionText", _("Expression '%s' does not exist.", name));
 }
 
 ExpressionValue ExpressionsKSLObject::evaluateFully(const std::string& name)
 {
-  ExpressionCache::Entry* entry = m_cache->find(name);
-  if (!entry || !entry->defined)
+  if (!hasExpression(name))
     throw data::notFound(className, "evaluate", _("Expression '%s' does not exist.", name));
-  return m_cache->valueOf(*entry);
+  return NameValues().valueOf(*this, name);
 }
 
 std::vector<std::string> ExpressionsKSLObject::getDependents(const std::string& name) const
@@ -170,20 +133,21 @@ std::string ExpressionsKSLObject::setValue(const std::string& name, const std::s
 {
   if (hasParam(name))
     return GenericKSLObject::setValue(name, value);
-  addExpression(name, value);
-  mark(name);
+  addExpression(name, value, false);
   return getPath() + "/" + name + " = ";
 }
 
 std::string ExpressionsKSLObject::setValueWithoutPending(const std::string& name, const std::string& value)
 {
   if (!hasParam(name)) {
-    addExpression(name, value);
+    addExpression(name, value, true);
     return {};
   }
+  const bool wasDefined = hasExpression(name);
   ExpressionCache::Change change(*m_cache, name, parsed(name, value));
-  std::string old = DataKSLObject::setValueWithoutPending(name, value);
-  change.commit();
+  std::string old = GenericKSLObject::setValueWithoutPending(name, value);
+  change.keep();
+  tellOfMeaning(name, wasDefined);
   return old;
 }
 
@@ -191,60 +155,79 @@ std::string ExpressionsKSLObject::setValueInternal(ParamDefinition* param, const
 {
   if (!param || getName().empty())  // a prototype has no expressions
     return DataKSLObject::setValueInternal(param, value);
-  const std::string name = param->getName();
-  ExpressionCache::Change change(*m_cache, name, parsed(name, value));
-  std::string old = DataKSLObject::setValueInternal(param, value);
-  const bool was = hasExpression(name);
-  change.commit();
-  if (hasExpression(name) != was)
-    changeMeaning(name);
-  mark(name);
+  const bool wasDefined = hasExpression(param->getName());
+  ExpressionCache::Change change(*m_cache, param->getName(), parsed(param->getName(), value));
+  tellOfMeaning(param->getName(), wasDefined);
+  std::string old = GenericKSLObject::setValueInternal(param, value);
+  change.keep();
+  if (!LinkTransaction::current())
+    markUsers(*param->getRules());
   return old;
 }
 
 // The parameter has its value before the observer hears of it, so that it hears once.
-void ExpressionsKSLObject::addExpression(const std::string& name, const std::string& value)
+void ExpressionsKSLObject::addExpression(const std::string& name, const std::string& value, bool aside)
 {
   if (!ExpressionDef::isName(name))
     throw data::invalid(className, "setValue", _("'%s' is not a name that expressions can use.", name));
   auto param = std::make_unique<ParamDefinition>(name, "", "", "string", "", "Other");
   param->setValue(value);
   ExpressionCache::Change change(*m_cache, name, parsed(name, value));
+  tellOfMeaning(name, false);
+  const ParamDefinition& added = *param;
   addParameter(std::move(param));
-  change.commit();
-  if (!value.empty())
-    changeMeaning(name);
+  ScopeGuard undo([&] { removeParameter(name); });
+  linkAdded(added, aside);
+  undo.dismiss();
+  change.keep();
+  if (!aside && !LinkTransaction::current())
+    markUsers(*added.getRules());
 }
 
 // An expression comes before an object of its name: those that used the one use the other now, or nothing.
-void ExpressionsKSLObject::changeMeaning(const std::string& name)
+void ExpressionsKSLObject::tellOfMeaning(const std::string& name, bool wasDefined) const noexcept
 {
-  if (!ObjectDB::current())
-    return;
-  if (!hasExpression(name))
-    askForLinksBelow(*m_cache->find(name)->scheduler);
-  const ExpressionNames::Variable variable = VariableNames::findObject(*this, name);
-  if (!variable.isVariable || !variable.marks)
-    return;
-  askForLinksBelow(*variable.object->getSchedulerObject(variable.scheduler));
+  NameIndex* index = NameIndex::current();
+  if (index && hasExpression(name) != wasDefined)
+    index->changed(nullptr, name);
 }
 
-void ExpressionsKSLObject::mark(const std::string& name)
+void ExpressionsKSLObject::forEachDefinedName(const std::function<void(const std::string&)>& visit) const
 {
-  SchedulerObject* scheduler = m_cache->find(name)->scheduler.get();
-  if (SchedulerTrace* trace = SchedulerObject::getTrace())
-    trace->parameterSet(*scheduler, name);
-  scheduler->setPending();
-  m_marked.push_back(scheduler);
-  if (hasExpression(name))
-    ExpressionEvaluatorKSLObject::retryPreviews();
+  m_cache->forEach([&visit](const ExpressionCache::Entry& entry) {
+    if (entry.defined)
+      visit(entry.name);
+  });
+}
+
+SchedulerObject* ExpressionsKSLObject::linkedScheduler(const ParamDefinition::Rules& rules) const noexcept
+{
+  const ExpressionCache::Entry* entry = m_cache->find(rules.name);
+  return entry ? entry->scheduler.get() : nullptr;
+}
+
+// A name that has no expression any more, and no users, needs no scheduler.
+void ExpressionsKSLObject::markUsers(const ParamDefinition::Rules& rules) noexcept
+{
+  SchedulerObject* former = hasExpression(rules.name) ? nullptr : linkedScheduler(rules);
+  if (former && former->getChildren().empty() && former->getParents().empty()) {
+    std::erase(m_marked, former);
+    return m_cache->dropScheduler(rules.name);
+  }
+  GenericKSLObject::markUsers(rules);
+  try {
+    if (SchedulerObject* scheduler = linkedScheduler(rules))
+      m_marked.push_back(scheduler);
+  } catch (...) {
+    m_allMarked = true;
+  }
 }
 
 // ------------------------------------------------------------------------------------------------------- schedulers
 
 SchedulerObject* ExpressionsKSLObject::getSchedulerObject(const std::string& schedulerType) const
 {
-  const ExpressionCache::Entry* entry = std::as_const(*m_cache).find(schedulerType);
+  const ExpressionCache::Entry* entry = m_cache->find(schedulerType);
   return entry && entry->scheduler ? entry->scheduler.get()
                                    : GenericKSLObject::getSchedulerObject(schedulerType);
 }
@@ -252,14 +235,20 @@ SchedulerObject* ExpressionsKSLObject::getSchedulerObject(const std::string& sch
 std::string ExpressionsKSLObject::getSchedulerInfo() const
 {
   std::string text = GenericKSLObject::getSchedulerInfo();
-  m_cache->forEachScheduler([&text](const SchedulerObject& scheduler) { text += schedulerInfo(scheduler); });
+  m_cache->forEach([&text](const ExpressionCache::Entry& entry) {
+    if (entry.scheduler)
+      text += schedulerInfo(*entry.scheduler);
+  });
   return text;
 }
 
 void ExpressionsKSLObject::setPending()
 {
   GenericKSLObject::setPending();
-  m_cache->forEachScheduler([](SchedulerObject& scheduler) { scheduler.setPending(); });
+  m_cache->forEach([](const ExpressionCache::Entry& entry) {
+    if (entry.scheduler)
+      entry.scheduler->setPending();
+  });
   m_allMarked = true;
 }
 
@@ -267,49 +256,30 @@ std::vector<SchedulerObject*> ExpressionsKSLObject::takeWaiting()
 {
   std::vector<SchedulerObject*> waiting;
   if (std::exchange(m_allMarked, false))
-    m_cache->forEachScheduler([&waiting](SchedulerObject& scheduler) { waiting.push_back(&scheduler); });
+    m_cache->forEach([&waiting](const ExpressionCache::Entry& entry) {
+      if (entry.scheduler)
+        waiting.push_back(entry.scheduler.get());
+    });
   else
     waiting.swap(m_marked);
   m_marked.clear();
   return waiting;
 }
 
-// What is recalculated may delete this object.
+// What is recalculated may delete this object; links that are made on the way may mark more.
 void ExpressionsKSLObject::update()
 {
   const std::shared_ptr<bool> lives = m_lives;
   GenericKSLObject::update();
   if (!*lives)
     return;
-  for (SchedulerObject* scheduler : takeWaiting()) {
-    scheduler->update();
-    if (!*lives)
-      return;
+  for (std::vector<SchedulerObject*> waiting = takeWaiting(); !waiting.empty(); waiting = takeWaiting()) {
+    for (SchedulerObject* scheduler : waiting) {
+      scheduler->update();
+      if (!*lives)
+        return;
+    }
   }
-}
-
-// Not what the base class does: parameters here are linked as expressions, when they are set. Objects that they use
-// may come and go.
-void ExpressionsKSLObject::createDelayedParamLinks()
-{
-  const auto mark = [this](SchedulerObject& scheduler) {
-    scheduler.setPending();
-    m_marked.push_back(&scheduler);
-  };
-  m_cache->joinMissing(mark);
-  const ObjectDB* database = ObjectDB::current();
-  if (!database)
-    return;
-  const std::pair<std::uint64_t, std::uint64_t> now(database->changeCount(), m_cache->version());
-  if (m_joinedAt == now)
-    return;
-  const auto schedulerOf = [this](const std::string& name) {
-    const ExpressionNames::Variable variable = VariableNames::findObject(*this, name);
-    const bool marks = variable.isVariable && variable.marks;
-    return marks ? variable.object->getSchedulerObject(variable.scheduler) : nullptr;
-  };
-  if (m_cache->joinOutside(schedulerOf, mark))
-    m_joinedAt = now;
 }
 
 }  // namespace orv

@@ -1,14 +1,14 @@
 #include "services/VariableNames.h"
 
-#include "platform/ORVError.h"
 #include "platform/ORVException.h"
 #include "database/EvaluatingObject.h"
-#include "database/KSLObject.h"
+#include "database/ObjectDB.h"
 #include "database/ReferenceResolver.h"
-#include "rules/GenericKSLObject.h"
 #include "services/ExpressionEvaluatorKSLObject.h"
 #include "services/ExpressionsKSLObject.h"
+#include "services/NameValues.h"
 
+#include <optional>
 #include <set>
 #include <utility>
 #include <vector>
@@ -17,72 +17,40 @@ namespace orv {
 
 namespace {
 
-constexpr const char* className = "VariableNames";
-constexpr const char* valueParameter = "Value";
-
-// The parameters that are being read, innermost first.
-class Reading {
- public:
-  Reading(const KSLObject& object, const std::string& parameter)
-      : m_object(object),
-        m_parameter(parameter),
-        m_outer(s_innermost),
-        m_depth(m_outer ? m_outer->m_depth + 1 : 1)
-  {
-    for (const Reading* outer = m_outer; outer; outer = outer->m_outer) {
-      if (&outer->m_object == &object && outer->m_parameter == parameter)
-        throw ksl::cyclicRef(
-            className, "valueOf",
-            _("Tried to make object %s (%s) reference itself.", object.getPath(), parameter));
-    }
-    if (m_depth > maxDepth)
-      throw data::invalid(className, "valueOf",
-                          _("Parameter '%s' of object '%s' is read through more than %d others.", parameter,
-                            object.getPath(), maxDepth));
-    s_innermost = this;
-  }
-  ~Reading() { s_innermost = m_outer; }
-  Reading(const Reading&) = delete;
-  Reading& operator=(const Reading&) = delete;
-
- private:
-  static constexpr int maxDepth = 200;
-  static const Reading* s_innermost;
-
-  const KSLObject& m_object;
-  const std::string& m_parameter;
-  const Reading* m_outer;
-  int m_depth;
-};
-
-const Reading* Reading::s_innermost = nullptr;
-
-ExpressionValue read(const KSLObject& object, const std::string& parameter)
-{
-  const Reading reading(object, parameter);
-  const EvaluatingObject scope(&object);
-  const ParamDefinition* param = object.lookUpParam(parameter);
-  if (param->getValue().empty())
-    return ExpressionValue(param->getQuantityValue());  // throws, as for any empty value
-  return ExpressionEvaluator::evaluate(param->getValue(), parameter);
-}
-
 bool isVariable(const KSLObject& object)
 {
-  return object.isA("variable") && object.hasParam(valueParameter);
+  return object.isA("variable") && object.hasParam(VariableNames::valueParameter);
 }
 
 }  // namespace
 
-VariableNames::VariableNames()
+// Gives names their values while parameters are read.
+class VariableNames::Resolver : public ExpressionResolver {
+ public:
+  std::optional<ExpressionValue> valueOf(const std::string& name, const ExpressionDef& expression,
+                                         const std::string& parameterName) override
+  {
+    const KSLObject* reader = EvaluatingObject::current();
+    if (reader)
+      return NameValues().valueOf(*reader, parameterName, name, expression);
+    const ExpressionsKSLObject* expressions = ExpressionsKSLObject::current();
+    const KSLObject* from = expressions ? expressions : ObjectDB::instance()->getRoot();
+    return NameValues().valueOf(*from, {}, name, expression);
+  }
+};
+
+VariableNames::VariableNames() : m_resolver(std::make_unique<Resolver>())
 {
   ExpressionNames::install(this);
+  ExpressionResolver::install(m_resolver.get());
 }
 
 VariableNames::~VariableNames()
 {
   if (ExpressionNames::installed() == this)
     ExpressionNames::install(nullptr);
+  if (ExpressionResolver::installed() == m_resolver.get())
+    ExpressionResolver::install(nullptr);
 }
 
 // ------------------------------------------------------------------------------------------------- what is used
@@ -161,23 +129,30 @@ bool VariableNames::isLocal(const KSLObject& object, const std::string& paramete
          && !dynamic_cast<const ExpressionEvaluatorKSLObject*>(&object);
 }
 
-ExpressionNames::Variable VariableNames::findVariable(const KSLObject& from, const std::string& name) const
+ExpressionsKSLObject* VariableNames::expressionsFor(const KSLObject& from)
 {
-  ExpressionsKSLObject* expressions = ExpressionsKSLObject::current();
-  if (expressions && expressions->hasExpression(name))
-    return {expressions, true, name};
-  return findObject(from, name);
+  const auto* own = dynamic_cast<const ExpressionsKSLObject*>(&from);
+  return own ? const_cast<ExpressionsKSLObject*>(own) : ExpressionsKSLObject::current();
 }
 
-ExpressionNames::Variable VariableNames::findObject(const KSLObject& from, const std::string& name)
+ExpressionNames::Variable VariableNames::findVariable(const KSLObject& from, const std::string& name,
+                                                      std::vector<NameQuestion>& asked) const
 {
-  const ParamDefinition anywhere;
-  KSLObject* object = ReferenceResolver(from, anywhere).find(name).object;
-  if (!object || !isVariable(*object))
-    return {object, false};
-  const std::string scheduler = object->lookUpParam(valueParameter)->getLocalType();
-  const auto* computing = dynamic_cast<const GenericKSLObject*>(object);
-  return {object, true, scheduler, computing && computing->findSchedulerObject(scheduler)};
+  asked.push_back({nullptr, name});
+  ExpressionsKSLObject* expressions = expressionsFor(from);
+  if (expressions && expressions->hasExpression(name))
+    return {expressions, true, name};
+  return findObject(from, name, &asked);
+}
+
+ExpressionNames::Variable VariableNames::findObject(const KSLObject& from, const std::string& name,
+                                                    std::vector<NameQuestion>* asked)
+{
+  ReferenceResolver::Hit hit = ReferenceResolver(from, isVariable, asked).find(name);
+  if (!hit.fits)
+    return {.object = hit.object, .isVariable = false, .several = std::move(hit.candidates)};
+  const std::string scheduler = hit.object->lookUpParam(valueParameter)->getLocalType();
+  return {hit.object, true, scheduler, hit.object->hasScheduler(scheduler)};
 }
 
 KSLObject* VariableNames::findLocation(const KSLObject&, const std::string&) const
@@ -188,32 +163,6 @@ KSLObject* VariableNames::findLocation(const KSLObject&, const std::string&) con
 KSLObject* VariableNames::findFunction(const KSLObject&, const std::string&) const
 {
   return nullptr;
-}
-
-void VariableNames::variableMade() const
-{
-  ExpressionsKSLObject::linkToVariables();
-  ExpressionEvaluatorKSLObject::linkPreviews();
-}
-
-// -------------------------------------------------------------------------------------------------------- values
-
-ExpressionValue VariableNames::localValue(const KSLObject& object, const std::string& name)
-{
-  return read(object, name);
-}
-
-std::optional<ExpressionValue> VariableNames::objectValue(const KSLObject& from, const std::string& name,
-                                                          const ExpressionDef& expression)
-{
-  const Variable variable = findObject(from, name);
-  if (!variable.object)
-    return std::nullopt;
-  if (!variable.isVariable)
-    throw data::invalid(
-        className, "valueOf",
-        _("Expression '%s' tries to use object '%s' as a variable.", expression.getText(), name));
-  return read(*variable.object, valueParameter);
 }
 
 }  // namespace orv

@@ -15,7 +15,15 @@ ErrorMsg::ErrorMsg(const Error& error) : ErrorMsg(error, error.getType()) {}
 
 ErrorMsg::ErrorMsg(const Error& error, int type)
     : ErrorMsg(error.getClassName(), error.getFunction(), error.getMessage(), type)
-{}
+{
+  m_notes = error.getNotes();
+}
+
+bool ErrorMsg::operator==(const ErrorMsg& other) const
+{
+  return m_type == other.m_type && m_class == other.m_class && m_function == other.m_function
+         && m_message == other.m_message;
+}
 
 namespace {
 
@@ -48,6 +56,8 @@ std::string toText(const ErrorMsg& error)
   if (!from.empty())
     out += from + ": ";
   appendIndented(out, error.getMessage());
+  for (const std::string& note : error.getNotes())
+    appendIndented(out.append("\n  "), note);
   return out;
 }
 

@@ -113,6 +113,24 @@ bool ExpressionDef::isName(std::string_view text)
   }
 }
 
+std::string ExpressionDef::renamed(const std::string& text, std::string_view from, std::string_view to)
+{
+  std::string out;
+  std::size_t copied = 0;
+  ExpressionLexer lexer(text);
+  try {
+    for (ExpressionToken token = lexer.next(); token.kind != ExpressionToken::end; token = lexer.next()) {
+      if (token.kind != ExpressionToken::name || token.text != from)
+        continue;
+      out.append(text, copied, token.position - copied).append(to);
+      copied = token.position + token.text.size();
+    }
+  } catch (const ExpressionFault&) {
+    return text;
+  }
+  return out.append(text, copied);
+}
+
 // -------------------------------------------------------------------------------------------------- evaluating
 
 ExpressionResolver::~ExpressionResolver() = default;

@@ -26,6 +26,11 @@ KSLAPI::ObjectInfo::ObjectInfo(std::string name, std::string kind, std::string t
 KSLAPI::KSLAPI() : m_impl(std::make_unique<Impl>()) {}
 KSLAPI::~KSLAPI() = default;
 
+void KSLAPI::defineType(const std::string& type, std::vector<std::string> params, bool takesAnyParam)
+{
+  m_impl->rules.define(type, std::move(params), takesAnyParam);
+}
+
 void KSLAPI::setKindsFrom(const KSLAPI* store)
 {
   m_impl->rules.setFallback(store ? &store->m_impl->rules : nullptr);

@@ -1,5 +1,5 @@
-// What the RULES in a tree say that reading and validating KSL need: the kind of each type and its
-// parameters.
+// What reading and validating KSL need of RULES: the kind of each type, as they stand in the tree, and its
+// parameters, as who understands them has told.
 #pragma once
 
 #include "StoreTree.h"
@@ -9,6 +9,7 @@
 #include <set>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace orv::store {
 
@@ -22,29 +23,28 @@ class Rules {
   void setFallback(const Rules* other) { m_fallback = other; }
 
   Kind kindOf(std::string_view type) const;
-  // Whether the type's definition or one of its contexts lists the parameter.
+  void define(const std::string& type, std::vector<std::string> params, bool takesAnyParam);
+  // As defined.
   bool listsParam(std::string_view type, std::string_view param) const;
 
   // Forgets what was looked up; called for every change at or below /RULES.
-  void changed() { m_types.clear(); }
+  void changed() { m_kinds.clear(); }
 
   // The component of a header's type and name in its one canonical form: a singleton is its type alone, an
   // object has its name, which is the type when none is given.
   void appendComponent(std::string& path, std::string_view type, std::string_view name) const;
 
  private:
-  struct Type {
-    Kind kind = Kind::unknown;
-    bool hasParams = false;  // params is filled
+  struct Params {
+    std::set<std::string, std::less<>> names;
     bool takesAny = false;
-    std::set<std::string, std::less<>> params;
   };
-  Type* findType(std::string_view name) const;  // null for a type that nobody defined
-  const Node* definition(std::string_view name, Kind kind) const;
+  bool isDefined(std::string_view name, Kind kind) const;
 
   const Tree& m_tree;
   const Rules* m_fallback = nullptr;
-  mutable std::map<std::string, Type, std::less<>> m_types;
+  mutable std::map<std::string, Kind, std::less<>> m_kinds;  // of types that were asked for, and are defined
+  std::map<std::string, Params, std::less<>> m_params;
 };
 
 // True for "/RULES" and what lies below it.

@@ -3,18 +3,18 @@
 
 namespace orv {
 
+class Dependent;
 class DependentUpdates;
 class KSLObject;
-class ParamDefinition;
 
-class DependentReferences {
+class ReferenceRemoval {
  public:
   // As KSLObject::addToDependentUpdates. n log n in the tree below the object and in the texts of the parameters
   // that refer to it.
   static void report(const KSLObject& object, DependentUpdates* updates);
 
-  // Whether names in the parameter's text are variables. Who is no expression refers to objects, if to anything.
-  static bool isExpression(const ParamDefinition& param);
+ private:
+  static void reportOne(const KSLObject& top, const Dependent& dependent, DependentUpdates& updates);
 };
 
 }  // namespace orv

@@ -1,4 +1,4 @@
-#include "database/DependentReferences.h"
+#include "database/ReferenceRemoval.h"
 
 #include "platform/ORVError.h"
 #include "platform/ORVException.h"
@@ -17,16 +17,6 @@
 namespace orv {
 
 namespace {
-
-constexpr std::string_view numberTypes[] = {"Real",    "Real Triplet", "Real List",
-                                            "Integer", "Integer List", "Quantity"};
-
-bool isNumber(const ParamDefinition& param)
-{
-  return !param.isInternal() && param.getRemoteType().empty()
-         && std::find(std::begin(numberTypes), std::end(numberTypes), param.getType())
-                != std::end(numberTypes);
-}
 
 // Who refers to the object or to anything below it. Who goes with it has nothing to rewrite.
 DependentSet dependentsOfTree(const KSLObject& top)
@@ -52,12 +42,12 @@ bool namesAnyOf(const KSLObject& top, const KSLObject* found)
 }
 
 // What the parameter becomes when nothing is left of its value and it may not be empty.
-std::string replacementFor(const KSLObject& top, const ParamDefinition& param,
-                           const ReferenceResolver& resolver)
+std::string replacementFor(const KSLObject& top, const KSLObject& holder, const ParamDefinition& param)
 {
   const std::string& start = param.getDefaultValue();
   if (param.isAllowedValue({}) || !param.isAllowedValue(start))
     return {};
+  const ReferenceResolver resolver(holder, param, true);
   for (const std::string& item : ParamDefinition::splitValue(start)) {
     if (namesAnyOf(top, resolver.find(item).object))
       return {};
@@ -66,47 +56,42 @@ std::string replacementFor(const KSLObject& top, const ParamDefinition& param,
 }
 
 DependentUpdates::References referencesOf(const KSLObject& top, const KSLObject& holder,
-                                          const ParamDefinition& param)
+                                          const ParamDefinition& param,
+                                          const std::vector<const KSLObject*>& named)
 {
-  const ReferenceResolver resolver(holder, param);
   DependentUpdates::References references;
-  for (std::string& item : param.splitValue()) {
-    const KSLObject* found = resolver.find(item).object;
-    references.items.push_back({found ? found->getPath() : std::string(), std::move(item)});
-  }
+  std::vector<std::string> items = param.splitValue();
+  for (std::size_t i = 0; i < items.size() && i < named.size(); ++i)
+    references.items.push_back({named[i] ? named[i]->getPath() : std::string(), std::move(items[i])});
   std::sort(references.items.begin(), references.items.end(),
             [](const auto& a, const auto& b) { return a.path < b.path; });
   references.value = param.getValue();
-  references.whenEmpty = replacementFor(top, param, resolver);
+  references.whenEmpty = replacementFor(top, holder, param);
   references.internal = param.isInternal();
   references.reportedAt = ObjectDB::instance()->changeCount();
   return references;
 }
 
-void reportOne(const KSLObject& top, const Dependent& dependent, DependentUpdates& updates)
+}  // namespace
+
+// Expressions do not survive without one of their names, and a default waits for what it names.
+void ReferenceRemoval::reportOne(const KSLObject& top, const Dependent& dependent, DependentUpdates& updates)
 {
   const KSLObject* holder = ObjectDB::instance()->getObjectByPath(dependent.getObjPath());
   const ParamDefinition* param = holder ? holder->lookUpParam(dependent.getParamName()) : nullptr;
-  if (!param || DependentReferences::isExpression(*param))  // it does not survive without one of its names
+  if (!param || param->isExpression() || param->getValue() == param->getDefaultValue())
     return;
   updates.setGoing(top.getPath(), dependent.getObjPath(), *param,
-                   [&] { return referencesOf(top, *holder, *param); });
+                   [&] { return referencesOf(top, *holder, *param, holder->namedObjects(*param)); });
 }
 
-}  // namespace
-
-void DependentReferences::report(const KSLObject& object, DependentUpdates* updates)
+void ReferenceRemoval::report(const KSLObject& object, DependentUpdates* updates)
 {
   if (!updates)
     throw internal::nullPointer("KSLObject", "addToDependentUpdates",
                                 _("Input parameter %s is a null pointer.", "p_updates"));
   for (const Dependent& dependent : dependentsOfTree(object))
     reportOne(object, dependent, *updates);
-}
-
-bool DependentReferences::isExpression(const ParamDefinition& param)
-{
-  return param.typeIs("Expression") || isNumber(param);
 }
 
 }  // namespace orv

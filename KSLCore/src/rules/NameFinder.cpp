@@ -1,0 +1,158 @@
+#include "rules/NameFinder.h"
+
+#include "platform/ORVError.h"
+#include "database/ObjectDB.h"
+#include "database/ReferenceResolver.h"
+#include "rules/ExpressionNames.h"
+#include "rules/GenericKSLObject.h"
+
+#include <algorithm>
+#include <set>
+#include <utility>
+
+namespace orv {
+
+NamedTargets NameFinder::find(const GenericKSLObject& object, const ParamDefinition& param,
+                              const std::string& text)
+{
+  NameFinder finder(object, param, text);
+  finder.m_found.isDefault = text == param.getDefaultValue();
+  if (!object.holdsExpression(param)) {
+    finder.makeParentLinks();
+  } else if (ExpressionNames::installed()
+             && !param.getAllowedValues().contains(text)) {  // a keyword names nothing
+    finder.makeVariableLinks();
+    finder.makeLocatorLinks();
+  }
+  finder.dropDoubles();
+  return std::move(finder.m_found);
+}
+
+void NameFinder::note(NamedTargets::Fault fault)
+{
+  if (!fault.missing && !m_found.refusal)
+    m_found.refusal = fault;
+  if (!m_found.fault)
+    m_found.fault = std::move(fault);
+}
+
+void NameFinder::noteMissing(const char* function, std::string message)
+{
+  note({true, false, function, std::move(message), {}});
+}
+
+void NameFinder::noteUnfit(const char* function, std::string message)
+{
+  note({false, false, function, std::move(message), {}});
+}
+
+void NameFinder::noteAmbiguous(std::string_view name, const std::vector<KSLObject*>& candidates)
+{
+  std::vector<std::string> notes{
+      _("in parameter '%s' of object '%s'", m_param.getName(), m_object.getPath())};
+  for (const KSLObject* candidate : candidates)
+    notes.push_back(_("it may be '%s'", candidate->getPath()));
+  std::sort(notes.begin() + 1, notes.end());
+  note({false, true, "makeParentLinks", _("More than one object with name '%s' exists.", name),
+        std::move(notes)});
+}
+
+void NameFinder::makeParentLinks()
+{
+  const ReferenceResolver resolver(m_object, m_param, m_found.isDefault, &m_found.asked);
+  for (const std::string& item : ParamDefinition::splitValue(m_text)) {
+    const std::string_view name = StringUtilities::unquoted(item);
+    if (name.empty() || m_param.getAllowedValues().contains(item)) {
+      m_found.list.emplace_back();
+      continue;
+    }
+    const ReferenceResolver::Hit hit = resolver.find(item);
+    if (hit.object)
+      addTarget(hit.object, hit.fits);
+    else
+      m_found.list.emplace_back();
+    if (!hit.candidates.empty())
+      noteAmbiguous(name, hit.candidates);
+    else if (!hit.object)
+      noteMissing("makeParentLinks",
+                  _("Object '%s' referred to in '%s' does not exist.", name, m_param.getName()));
+  }
+}
+
+// `fits`: the object has the scheduler that is asked for.
+void NameFinder::addTarget(KSLObject* target, bool fits, const std::string& scheduler, bool marks)
+{
+  const bool links = m_object.linkedScheduler(*m_param.getRules()) != nullptr;
+  const ParamDefinition::Rules& rules = *m_param.getRules();
+  const std::string& type = rules.remoteType.empty() ? rules.localType : rules.remoteType;
+  NameTarget found;
+  if (scheduler.empty() && marks && links && !(fits && target->hasScheduler(type)))
+    noteUnfit("makeParentLinks",
+              _("Cannot connect parameter %s to object %s(it does not have Scheduler type %s).",
+                m_param.getName(), target->getPath(), type));
+  else if (!target->getPath().empty())  // the root keeps no dependents
+    found.object = target;
+  found.scheduler = SharedText(scheduler);
+  found.marks = marks && links;
+  m_found.list.push_back(std::move(found));
+  const KSLObject* place = target->getParentObject();
+  const bool isAsked = !m_found.asked.empty() && m_found.asked.back().place == place
+                       && m_found.asked.back().name == target->getName();
+  if (!isAsked && !target->getPath().empty()
+      && place != &m_object)  // it is told when the object goes, however named
+    m_found.asked.push_back({place, target->getName()});
+}
+
+// Without an expressions service nobody comes here: expressions depend on nothing then.
+void NameFinder::makeVariableLinks()
+{
+  const ExpressionNames& names = *ExpressionNames::installed();
+  constexpr const char* function = "makeVariableLinks";
+  ExpressionNames::Uses uses = names.namesIn(m_object, m_param, m_text);
+  for (const std::string& name : uses.variables) {
+    const ExpressionNames::Variable variable = names.findVariable(m_object, name, m_found.asked);
+    if (!variable.several.empty())
+      noteAmbiguous(name, variable.several);
+    else if (!variable.object)
+      noteMissing(function,
+                  _("Expression '%s' depends on a variable '%s' which does not exist.", m_text, name));
+    else if (variable.isVariable)
+      addTarget(variable.object, true, variable.scheduler, variable.marks);
+    else
+      noteUnfit(function, _("Expression '%s' tries to use object '%s' as a variable.", m_text, name));
+  }
+  for (const std::string& name : uses.functions) {
+    if (KSLObject* called = names.findFunction(m_object, name))
+      addTarget(called, true);
+    else
+      noteMissing(function,
+                  _("Expression '%s' depends on a function '%s' which does not exist.", m_text, name));
+  }
+  m_found.locals = std::move(uses.locals);
+}
+
+void NameFinder::makeLocatorLinks()
+{
+  const ExpressionNames& names = *ExpressionNames::installed();
+  for (const std::string& name : names.namesIn(m_object, m_param, m_text).locations) {
+    if (KSLObject* location = names.findLocation(m_object, name))
+      addTarget(location, true);
+    else
+      noteMissing("makeLocatorLinks",
+                  _("Expression '%s' depends on a location '%s' which does not exist.", m_text, name));
+  }
+}
+
+// An object that is named twice is linked once.
+void NameFinder::dropDoubles()
+{
+  if (m_found.list.size() < 2)
+    return;
+  std::set<std::pair<const KSLObject*, std::string_view>> seen;
+  for (NameTarget& target : m_found.list) {
+    if (target.object && !seen.emplace(target.object, target.scheduler.str()).second)
+      target.marks = false;
+  }
+}
+
+}  // namespace orv

@@ -1,0 +1,40 @@
+// Finds out what a text names.
+#pragma once
+
+#include "rules/NameLink.h"
+
+#include <string>
+
+namespace orv {
+
+class GenericKSLObject;
+
+// One text of one parameter, which the parameter need not hold. What cannot be linked as it stands is noted, never thrown.
+class NameFinder {
+ public:
+  static NamedTargets find(const GenericKSLObject& object, const ParamDefinition& param,
+                           const std::string& text);
+
+ private:
+  NameFinder(const GenericKSLObject& object, const ParamDefinition& param, const std::string& text)
+      : m_object(object),
+        m_param(param),
+        m_text(text)
+  {}
+  void makeParentLinks();
+  void makeVariableLinks();
+  void makeLocatorLinks();
+  void addTarget(KSLObject* target, bool fits, const std::string& scheduler = {}, bool marks = true);
+  void dropDoubles();
+  void note(NamedTargets::Fault fault);
+  void noteMissing(const char* function, std::string message);
+  void noteUnfit(const char* function, std::string message);
+  void noteAmbiguous(std::string_view name, const std::vector<KSLObject*>& candidates);
+
+  const GenericKSLObject& m_object;
+  const ParamDefinition& m_param;
+  const std::string& m_text;
+  NamedTargets m_found;
+};
+
+}  // namespace orv

@@ -1,0 +1,137 @@
+#include "rules/NameIndex.h"
+
+#include "database/ObjectDB.h"
+#include "rules/GenericKSLObject.h"
+#include "rules/NameLink.h"
+
+namespace orv {
+
+// Links of objects that stand outside the database may live on.
+NameIndex::~NameIndex()
+{
+  while (m_firstDue)
+    removeDue(*m_firstDue);
+  for (const Users& users : m_table) {
+    for (Use* use = users.first; use; use = use->next)
+      use->users = nullptr;
+  }
+}
+
+NameIndex& NameIndex::of(ObjectDB& database)
+{
+  if (!database.getWatch())
+    database.setWatch(std::make_unique<NameIndex>());
+  return static_cast<NameIndex&>(*database.getWatch());
+}
+
+NameIndex* NameIndex::current() noexcept
+{
+  const ObjectDB* database = ObjectDB::current();
+  return database ? static_cast<NameIndex*>(database->getWatch()) : nullptr;
+}
+
+// ---------------------------------------------------------------------------------------------- what comes and goes
+
+namespace {
+
+// An object's own questions to its children are not in the index: it has few links.
+template <class Visit>
+void forEachLinkOf(const KSLObject* place, std::string_view name, Visit visit)
+{
+  const auto* computing = place->getPath().empty() ? nullptr : dynamic_cast<const GenericKSLObject*>(place);
+  if (!computing || !computing->nameLinks())
+    return;
+  for (const auto& [param, link] : *computing->nameLinks()) {
+    if (link->text().find(name) != std::string::npos)
+      visit(*link);
+  }
+}
+
+}  // namespace
+
+void NameIndex::changed(const KSLObject* place, std::string_view name) noexcept
+{
+  forEachUser(place, name, [this](NameLink& link) { link.noteChange(m_transaction != nullptr); });
+}
+
+void NameIndex::objectAdded(KSLObject& object) noexcept
+{
+  const KSLObject* place = object.getParentObject();
+  changed(place, object.getName());
+  forEachLinkOf(place, object.getName(),
+                [this](NameLink& link) { link.noteChange(m_transaction != nullptr); });
+  if (const auto* computing = dynamic_cast<const GenericKSLObject*>(&object))
+    computing->forEachDefinedName([this](const std::string& name) { changed(nullptr, name); });
+}
+
+void NameIndex::objectGoing(KSLObject& object) noexcept
+{
+  const auto lose = [&object, byCommand = m_transaction != nullptr](NameLink& link) {
+    link.lose(object, byCommand);
+    link.noteChange(byCommand);
+  };
+  const KSLObject* place = object.getParentObject();
+  forEachUser(place, object.getName(), lose);
+  forEachLinkOf(place, {}, lose);
+  if (const auto* computing = dynamic_cast<const GenericKSLObject*>(&object))
+    computing->forEachDefinedName([&](const std::string& name) { forEachUser(nullptr, name, lose); });
+}
+
+// ------------------------------------------------------------------------------------------------------------- due
+
+void NameIndex::addDue(NameLink& link) noexcept
+{
+  if (link.m_dueIn)
+    return;
+  link.m_dueIn = this;
+  link.owner().countDue(1);
+  link.m_previousDue = m_lastDue;
+  link.m_nextDue = nullptr;
+  (m_lastDue ? m_lastDue->m_nextDue : m_firstDue) = &link;
+  m_lastDue = &link;
+}
+
+void NameIndex::removeDue(NameLink& link) noexcept
+{
+  if (!link.m_dueIn)
+    return;
+  link.m_dueIn = nullptr;
+  link.owner().countDue(-1);
+  (link.m_previousDue ? link.m_previousDue->m_nextDue : m_firstDue) = link.m_nextDue;
+  (link.m_nextDue ? link.m_nextDue->m_previousDue : m_lastDue) = link.m_previousDue;
+}
+
+// ------------------------------------------------------------------------------------------------------------ uses
+
+// Built on the constructor without arguments: what is entered when memory runs out is taken out again.
+NameUses::NameUses(NameIndex& index, NameLink& link, std::vector<NameQuestion>& asked) : NameUses()
+{
+  m_index = &index;
+  m_uses = asked.empty() ? nullptr : std::make_unique<NameIndex::Use[]>(asked.size());
+  for (NameQuestion& question : asked) {
+    auto users = index.m_table.find(NameIndex::Key{question.place, question.name});
+    if (users == index.m_table.end())
+      users = index.m_table.insert({question.place, std::move(question.name)}).first;
+    NameIndex::Use& use = m_uses[m_count++];
+    use = {&link, &*users, nullptr, users->first};
+    if (users->first)
+      users->first->previous = &use;
+    users->first = &use;
+  }
+}
+
+NameUses::~NameUses()
+{
+  for (std::size_t i = 0; i < m_count; ++i) {
+    NameIndex::Use& use = m_uses[i];
+    if (!use.users)  // the index has ended
+      continue;
+    (use.previous ? use.previous->next : use.users->first) = use.next;
+    if (use.next)
+      use.next->previous = use.previous;
+    if (!use.users->first)
+      m_index->m_table.erase(m_index->m_table.find(*use.users));
+  }
+}
+
+}  // namespace orv
