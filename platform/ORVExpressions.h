@@ -15,9 +15,9 @@ namespace orv {
 class ExpressionProgram;
 struct ExpressionFault;
 
-// Whether a number is a point on a scale or the distance of two, which counts in units with a zero point of their own,
-// "C" and "F" and gauge pressures. A sum is of the stronger kind of its two, the later here; docs/expressions.md has the
-// rules.
+// Whether a number is a point on a scale or the distance of two, which counts in units with a zero point of
+// their own, "C" and "F" and gauge pressures. A sum is of the stronger kind of its two, the later here;
+// docs/expressions.md has the rules.
 enum class ScaleKind : std::uint8_t {
   open,        // computed from other dimensions, and may be either
   difference,  // of two points
@@ -53,8 +53,8 @@ class ORV_API ExpressionValue {
 // Numbers with units in brackets ("2 [mm]"), names, + - * / ^, comparisons, signs, parentheses, functions and
 // the constants pi and e; docs/expressions.md has the grammar. Dimensions are checked. Results carry SI base
 // units, or none; a text that is one number with units, or one name, keeps them as written. Inside a
-// computation "20 [C]" is the absolute temperature, 293.15 K, and what is left when one temperature is subtracted from
-// another is a difference, which the quantity keeps. Results are always finite.
+// computation "20 [C]" is the absolute temperature, 293.15 K, and what is left when one temperature is
+// subtracted from another is a difference, which the quantity keeps. Results are always finite.
 //
 // Errors of this library are of type 4 and class "ExpressionEvaluator", with function "evalSingleValue":
 //   data::invalid   "Cannot evaluate '%s' for parameter '%s' at column %d: %s." (without "for parameter '%s'"

@@ -41,8 +41,8 @@ class ORV_API UnitDimensions {
   Exponents m_exponents{};
 };
 
-// A number and its units. No units is a pure number. A difference, such as that of two temperatures, has no zero
-// point in whatever units it is shown: 10 K is 18 F then.
+// A number and its units. No units is a pure number. A difference, such as that of two temperatures, has no
+// zero point in whatever units it is shown: 10 K is 18 F then.
 class ORV_API Quantity {
  public:
   Quantity() = default;
@@ -89,11 +89,12 @@ class ORV_API UnitsConverter {
   // What is wrong with units: "Units '%s' are not recognized.", for a name that would surprise with what to
   // write instead. Empty for valid ones.
   static std::string whyInvalid(std::string_view units);
-  // Whether 0 in these units is something else in base units ("C", "psig"): a number alone is a point on a scale then.
-  // False for units that are not valid.
+  // Whether 0 in these units is something else in base units ("C", "psig"): a number alone is a point on a
+  // scale then. False for units that are not valid.
   static bool hasZeroPoint(std::string_view units);
-  // What a conversion does that may surprise: an angle is counted in radians where the other units have none ("rpm",
-  // "Hz"). Empty where nothing does, and between pure numbers and angles alone. Throws as convertUnits does.
+  // What a conversion does that may surprise: an angle is counted in radians where the other units have none
+  // ("rpm", "Hz"). Empty where nothing does, and between pure numbers and angles alone. Throws as convertUnits
+  // does.
   static std::string explainAngle(const std::string& from, const std::string& to);
   // Both are valid and of one dimension; a unit and its reciprocal ("s", "Hz") are not.
   static bool areConvertible(const std::string& from, const std::string& to);

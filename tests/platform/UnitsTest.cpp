@@ -131,7 +131,8 @@ TEST(Units, RefusedNamesAreRefusedWithPrefixesToo)
                                                       {"moz^2", "'oz' is"},
                                                       {"Mgal/min", "'gal'"},
                                                       {"Cal", "'cal' may"},
-                                                      {"KiloCalorie", "'calorie' may"}};
+                                                      {"KiloCalorie", "'calorie' may"},
+                                                      {"hPa(g)", "gauge"}};
   for (const auto& [units, hint] : rows)
     EXPECT_NE(UnitsConverter::whyInvalid(units).find(hint), std::string::npos)
         << UnitsConverter::whyInvalid(units);

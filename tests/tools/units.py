@@ -37,10 +37,12 @@ UNITS = {
     "m^3 s^-1": {"cfm": FOOT**3 / MINUTE, "gpm": GALLON / MINUTE},
     "N": {"ozf": OUNCE * GRAVITY, "lbf": FORCE, "poundal": POUND * FOOT, "dyn": F("1e-5"), "mdyn": F("1e-8")},
     "Pa": {
-        "psi": PSI, "psia": PSI, "torr": ATMOSPHERE / 760, "Torr": ATMOSPHERE / 760, "mtorr": ATMOSPHERE / 760000,
-        "inH2O": 1000 * GRAVITY * INCH, "mmHg": F("13595.1") * GRAVITY / 1000, "bar(a)": F(10**5), "bara": F(10**5),
-        "mbar(a)": F(100), "kPa(a)": F(1000), "psig": PSI + ATMOSPHERE, "bar(g)": 10**5 + ATMOSPHERE,
-        "barg": 10**5 + ATMOSPHERE, "mbar(g)": 100 + ATMOSPHERE, "kPa(g)": 1000 + ATMOSPHERE,
+        "psi": PSI, "psia": PSI, "psi(a)": PSI, "psig": PSI + ATMOSPHERE, "psi(g)": PSI + ATMOSPHERE,
+        "bar(a)": F(10**5), "bara": F(10**5), "mbar(a)": F(100), "kPa(a)": F(1000), "MPa(a)": F(10**6),
+        "bar(g)": 10**5 + ATMOSPHERE, "barg": 10**5 + ATMOSPHERE, "mbar(g)": 100 + ATMOSPHERE,
+        "kPa(g)": 1000 + ATMOSPHERE, "MPa(g)": 10**6 + ATMOSPHERE, "inH2O": 1000 * GRAVITY * INCH,
+        "torr": ATMOSPHERE / 760, "Torr": ATMOSPHERE / 760, "mtorr": ATMOSPHERE / 760000,
+        "mmHg": F("13595.1") * GRAVITY / 1000,
     },
     "Pa s": {"cP": F("0.001")},
     "J": {

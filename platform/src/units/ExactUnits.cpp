@@ -5,10 +5,10 @@ namespace orv {
 namespace {
 
 // Sources: NIST Special Publication 811 (2008), appendix B, for what is defined there (inch 0.0254 m, pound
-// 0.45359237 kg, standard gravity 9.80665 m/s^2, US gallon 231 inch^3, US bushel 2150.42 inch^3, horsepower 550
-// ft lbf/s, survey foot 1200/3937 m); the SI Brochure (2019) for the constants e, N_A and c; CODATA 2018 for the
-// atomic mass, which is measured; IAU resolutions of 2012 and 2015 for light year and parsec. Values that do not
-// end have twenty digits. tests/tools/units.py derives them all again, from fractions.
+// 0.45359237 kg, standard gravity 9.80665 m/s^2, US gallon 231 inch^3, US bushel 2150.42 inch^3, horsepower
+// 550 ft lbf/s, survey foot 1200/3937 m); the SI Brochure (2019) for the constants e, N_A and c; CODATA 2018
+// for the atomic mass, which is measured; IAU resolutions of 2012 and 2015 for astronomical unit and parsec.
+// Values that do not end have twenty digits. tests/tools/units.py derives them all again, from fractions.
 constexpr ExactUnit units[] = {
     {"assay_ton", "2.9166666666666666667e-2 kg"},  // 29 1/6 g
     {"avoirdupois_ounce", "0.028349523125 kg"},

@@ -1,4 +1,5 @@
-// Units with exact definitions of which the database holds six or seven digits, or former values of constants.
+// Units with exact definitions of which the database holds six or seven digits, or former values of
+// constants.
 #pragma once
 
 #include <span>

@@ -22,12 +22,15 @@ constexpr int anyCase = 2;   // a name, where capitals do not count; the word is
 
 // Sorted. Most of the refused words are units to the database, but rarely what their writer has in mind.
 // A temperature or a gauge pressure has its zero point where it stands alone; in a product the database itself
-// takes it as a difference. docs/units.md repeats this table. Exact by the sources of exactUnits(): the standard
-// atmosphere is 101325 Pa and 760 torr, the gallon per minute that of the US, water at 1000 kg/m^3.
+// takes it as a difference. docs/units.md repeats this table. Exact by the sources of exactUnits(): the
+// standard atmosphere is 101325 Pa and 760 torr, gallons per minute are of the US gallon, water has
+// 1000 kg/m^3.
 constexpr UnitName names[] = {
     {"C", "degC", {}},  // not coulomb
     {"Dimensionless", "1", {}},
     {"F", "degF", {}},  // not farad
+    {"MPa(a)", "MPa", {}},
+    {"MPa(g)", "MPa @ 0.101325", {}},
     {"Nm", "N m", {}, prefixes},
     {"PH", {}, "'PH' is petahenry"},
     {"PS", {}, "'PS' is petasiemens; metric horsepower is 'metric_horsepower'"},
@@ -90,6 +93,8 @@ constexpr UnitName names[] = {
     {"oz", {}, "'oz' is the fluid ounce; write 'fluid_ounce', 'avoirdupois_ounce' or 'ozf'"},
     {"pa", {}, "'pa' is a trillionth of an are; pascal is 'Pa'"},
     {"ppt", {}, "'ppt' is a trillionth; parts per thousand are '1e-3'"},
+    {"psi(a)", "6894.7572931683613367 Pa", {}},
+    {"psi(g)", "6894.7572931683613367 Pa @ 14.695948775513448726", {}},
     {"psia", "6894.7572931683613367 Pa", {}},
     {"psig", "6894.7572931683613367 Pa @ 14.695948775513448726", {}},
     {"rev", "turn", {}},

@@ -1,4 +1,5 @@
-// Where units differ from those of the database: words that people write otherwise, and values that it has rounded.
+// Where units differ from those of the database: words that people write otherwise, and values that it has
+// rounded.
 #pragma once
 
 #include <string>
@@ -12,7 +13,8 @@ class UnitDictionary {
   virtual ~UnitDictionary();
   // Has a unit of this name or symbol; prefixes do not count.
   virtual bool knows(const std::string& word) const = 0;
-  // What a word stands for, when the database has rounded it: exactUnits() by any of the unit's names. Else empty.
+  // What a word stands for, when the database has rounded it: exactUnits() by any of the unit's names. Else
+  // empty.
   virtual std::string_view exactly(const std::string& word) const = 0;
 };
 
@@ -24,7 +26,7 @@ struct UnitWord {
 
 UnitWord readUnitWord(std::string_view word, const UnitDictionary& dictionary);
 
-// Whether a word is one with "(a)" or "(g)" behind it: "bar(g)".
+// Whether a word with "(a)" or "(g)" behind it is one of its own: "bar(g)".
 bool takesPressureMark(std::string_view wordWithMark);
 
 }  // namespace orv

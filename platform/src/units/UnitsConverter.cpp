@@ -29,10 +29,10 @@ std::optional<double> findDecimal(double value, double tolerance)
 }
 
 // y = factor * x + shift, or its inverse. The factor is at least 1, so that millimetres are divided by 1000,
-// not multiplied by an inexact 0.001, and there and back are the same numbers; but where the smaller factor alone is
-// a decimal number, or what a unit is in base units, it counts: an eV is 1.602176634e-19 J. Factor and shift are
-// rounded to the decimal numbers they stand for within what computing them loses: 100 C is 212 F, not
-// 211.99999999999986.
+// not multiplied by an inexact 0.001, and there and back are the same numbers; but where the smaller factor
+// alone is a decimal number, or what a unit is in base units, it counts: an eV is 1.602176634e-19 J. Factor
+// and shift are rounded to the decimal numbers they stand for within what computing them loses: 100 C is 212
+// F, not 211.99999999999986.
 class Conversion {
  public:
   Conversion(const ParsedUnits& from, const ParsedUnits& to)

@@ -44,9 +44,9 @@ class UnitsDatabase {
   std::map<std::string, ParsedUnits, std::less<>> m_parsed;  // emptied when it is full
 };
 
-// The text of units in the words of the database; UnitNames and ExactUnits have the tables. Nothing when it holds what the
-// database would misread: names that would surprise, fractions as exponents ("m^0.5" would pass as a number),
-// exponents that overflow, a NUL.
+// The text of units in the words of the database; UnitNames and ExactUnits have the tables. Nothing when it
+// holds what the database would misread: names that would surprise, fractions as exponents ("m^0.5" would pass
+// as a number), exponents that overflow, a NUL.
 std::optional<std::string> translateUnits(std::string_view units, const UnitDictionary& dictionary);
 
 // The message about units that parse() does not take.

@@ -104,8 +104,8 @@ class Translator {
     return c != '@';
   }
 
-  // Digits inside a word are part of it ("H2O"), digits behind it are its exponent ("m2"). So is the mark of a gauge
-  // pressure ("bar(g)").
+  // Digits inside a word are part of it ("H2O"), digits behind it are its exponent ("m2"). The mark of a gauge
+  // pressure is part of it too ("bar(g)"); behind anything else it would be read as grams.
   bool takeWord()
   {
     std::size_t end = m_pos;
@@ -114,8 +114,13 @@ class Translator {
     while (isDigit(at(end - 1)))
       --end;
     constexpr std::size_t markLength = 3;
-    if (at(end) == '(' && takesPressureMark(m_text.substr(m_pos, end + markLength - m_pos)))
-      end += markLength;
+    const std::string_view mark = m_text.substr(end, markLength);
+    if (takesPressureMark(m_text.substr(m_pos, end + mark.size() - m_pos))) {
+      end += mark.size();
+    } else if (mark == "(g)") {
+      m_hint = "gauge pressures are 'bar(g)', 'mbar(g)', 'kPa(g)', 'MPa(g)' and 'psig'; grams need a blank";
+      return false;
+    }
     std::string_view word = m_text.substr(m_pos, end - m_pos);
     const UnitWord read = readUnitWord(word, m_dictionary);
     m_out += read.text;
