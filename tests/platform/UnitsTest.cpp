@@ -132,7 +132,7 @@ TEST(Units, RefusedNamesAreRefusedWithPrefixesToo)
                                                       {"Mgal/min", "'gal'"},
                                                       {"Cal", "'cal' may"},
                                                       {"KiloCalorie", "'calorie' may"},
-                                                      {"hPa(g)", "gauge"}};
+                                                      {"hPa(g)", "Gauge"}};
   for (const auto& [units, hint] : rows)
     EXPECT_NE(UnitsConverter::whyInvalid(units).find(hint), std::string::npos)
         << UnitsConverter::whyInvalid(units);

@@ -118,7 +118,7 @@ class Translator {
     if (takesPressureMark(m_text.substr(m_pos, end + mark.size() - m_pos))) {
       end += mark.size();
     } else if (mark == "(g)") {
-      m_hint = "gauge pressures are 'bar(g)', 'mbar(g)', 'kPa(g)', 'MPa(g)' and 'psig'; grams need a blank";
+      m_hint = "Gauge pressures are 'bar(g)', 'mbar(g)', 'kPa(g)', 'MPa(g)' and 'psig'; grams need a blank";
       return false;
     }
     std::string_view word = m_text.substr(m_pos, end - m_pos);
