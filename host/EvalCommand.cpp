@@ -38,7 +38,12 @@ orv::Quantity evaluate(const EvalCommand::Options& options)
   if (options.units.empty())
     return value;
   double number = 0;
-  orv::UnitsConverter::convertUnits(value.getUnits(), options.units, value.getValue(), number);
+  orv::UnitsConverter::convertUnits(value.getUnits(), options.units, value.getValue(), number,
+                                    options.difference || value.isDifference());
+  if (const std::string note = orv::UnitsConverter::explainAngle(value.getUnits(), options.units);
+      !note.empty())
+    orv::ErrorProgressReporter::instance()->reportError(
+        orv::ErrorMsg("UnitsConverter", "convertUnits", note, orv::errorType::warning));
   return orv::Quantity(number, options.units);
 }
 

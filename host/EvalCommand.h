@@ -8,8 +8,9 @@ class EvalCommand {
  public:
   struct Options {
     std::string expression;
-    std::string units;  // to show the result in; empty: as the expression gives it
-    std::string state;  // a state file whose expressions can be used; empty: none
+    std::string units;        // to show the result in; empty: as the expression gives it
+    bool difference = false;  // in `units` the zero points of scales do not count
+    std::string state;        // a state file whose expressions can be used; empty: none
     std::vector<std::string> libraries;
   };
 

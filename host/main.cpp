@@ -193,6 +193,9 @@ CLI::App* addEval(CLI::App& app, EvalCommand::Options& options)
       ->type_name("");
   addOption(*eval, "--in", "UNIT", "Show the result in these units",
             [&options](const std::string& units) { options.units = units; });
+  eval->add_flag("--difference", options.difference,
+                 "Show it as a difference, where 10 K are 18 F; what an expression subtracts is one anyway")
+      ->needs(eval->get_option("--in"));
   addLoad(*eval, options.state);
   return eval;
 }

@@ -3,6 +3,7 @@
 
 #include "platform/ORVUnits.h"
 
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <span>
@@ -14,19 +15,30 @@ namespace orv {
 class ExpressionProgram;
 struct ExpressionFault;
 
+// Whether a number is a point on a scale or the distance of two, which counts in units with a zero point of
+// their own, "C" and "F" and gauge pressures. A sum is of the stronger kind of its two, the later here;
+// docs/expressions.md has the rules.
+enum class ScaleKind : std::uint8_t {
+  open,        // computed from other dimensions, and may be either
+  difference,  // of two points
+  given,       // with units that have no zero point, "K": a point, but beside "C" an amount
+  point        // with units that have one
+};
+
 // What an expression gives: the quantity as people are told it, and the same in base units, to go on computing
 // with. (The units of a quantity may have fractions as exponents, which no text of units can be read from.)
 class ORV_API ExpressionValue {
  public:
   ExpressionValue() = default;
   explicit ExpressionValue(double pureNumber) : m_quantity(pureNumber), m_number(pureNumber) {}
-  ExpressionValue(double number, const UnitDimensions& dimensions);
+  ExpressionValue(double number, const UnitDimensions& dimensions, ScaleKind kind = ScaleKind::open);
   // Throws as UnitsConverter does.
   explicit ExpressionValue(Quantity quantity);
 
   const Quantity& getQuantity() const { return m_quantity; }
   double getNumber() const { return m_number; }  // in base units
   const UnitDimensions& getDimensions() const { return m_dimensions; }
+  ScaleKind getKind() const { return m_kind; }  // a difference is one for the quantity too
   // Has no units at all, not even of an angle.
   bool isPlain() const { return m_plain; }
 
@@ -34,13 +46,15 @@ class ORV_API ExpressionValue {
   Quantity m_quantity;
   double m_number = 0;
   UnitDimensions m_dimensions;
+  ScaleKind m_kind = ScaleKind::open;
   bool m_plain = true;
 };
 
 // Numbers with units in brackets ("2 [mm]"), names, + - * / ^, comparisons, signs, parentheses, functions and
 // the constants pi and e; docs/expressions.md has the grammar. Dimensions are checked. Results carry SI base
 // units, or none; a text that is one number with units, or one name, keeps them as written. Inside a
-// computation "20 [C]" is the absolute temperature, 293.15 K. Results are always finite.
+// computation "20 [C]" is the absolute temperature, 293.15 K, and what is left when one temperature is
+// subtracted from another is a difference, which the quantity keeps. Results are always finite.
 //
 // Errors of this library are of type 4 and class "ExpressionEvaluator", with function "evalSingleValue":
 //   data::invalid   "Cannot evaluate '%s' for parameter '%s' at column %d: %s." (without "for parameter '%s'"

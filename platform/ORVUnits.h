@@ -41,15 +41,17 @@ class ORV_API UnitDimensions {
   Exponents m_exponents{};
 };
 
-// A number and its units. No units is a pure number.
+// A number and its units. No units is a pure number. A difference, such as that of two temperatures, has no
+// zero point in whatever units it is shown: 10 K is 18 F then.
 class ORV_API Quantity {
  public:
   Quantity() = default;
-  explicit Quantity(double value, std::string units = {});
+  explicit Quantity(double value, std::string units = {}, bool difference = false);
 
   double getValue() const { return m_value; }
   const std::string& getUnits() const { return m_units; }
   bool hasUnits() const { return !m_units.empty(); }
+  bool isDifference() const { return m_difference; }
 
   // The number in the given units. Empty target units, or a quantity without units: the number as it stands.
   // Throws data::invalid, class "UnitsConverter", function "convertUnits", "Cannot convert units '%s' to
@@ -62,6 +64,7 @@ class ORV_API Quantity {
  private:
   double m_value = 0;
   std::string m_units;
+  bool m_difference = false;
 };
 
 // Converts numbers between units. Units are those engineers write: "m s^-1", "kg m^-3", "C" (degrees
@@ -86,6 +89,13 @@ class ORV_API UnitsConverter {
   // What is wrong with units: "Units '%s' are not recognized.", for a name that would surprise with what to
   // write instead. Empty for valid ones.
   static std::string whyInvalid(std::string_view units);
+  // Whether 0 in these units is something else in base units ("C", "psig"): a number alone is a point on a
+  // scale then. False for units that are not valid.
+  static bool hasZeroPoint(std::string_view units);
+  // What a conversion does that may surprise: an angle is counted in radians where the other units have none
+  // ("rpm", "Hz"). Empty where nothing does, and between pure numbers and angles alone. Throws as convertUnits
+  // does.
+  static std::string explainAngle(const std::string& from, const std::string& to);
   // Both are valid and of one dimension; a unit and its reciprocal ("s", "Hz") are not.
   static bool areConvertible(const std::string& from, const std::string& to);
 };

@@ -161,7 +161,7 @@ TEST(Docs, EvaluatorsShowWhatThePageSays)
               std::string::npos)
         << at->str() << outcome.out;
   }
-  EXPECT_EQ(rows, 3);
+  EXPECT_EQ(rows, 4);
 }
 
 }  // namespace

@@ -131,6 +131,12 @@ TEST(Eval, ComputesOneExpression)
       {{"2 [mm] + 1 [m]"}, {0, "1.002 [m]\n", ""}},
       {{"--in", "degree", "--", "-pi"}, {0, "-180 [degree]\n", ""}},
       {{"Total + Head", "--load", state}, {0, "8 [m]\n", ""}},
+      {{"30 [C] - 20 [C]", "--in", "F"}, {0, "18 [F]\n", ""}},
+      {{"10 [K]", "--in", "F", "--difference"}, {0, "18 [F]\n", ""}},
+      {{"60 [rpm]", "--in", "Hz"},
+       {0, "6.283185307179586 [Hz]\n",
+        "warning[8] UnitsConverter::convertUnits: An angle counts as a number, in radians: 1 [rpm] is "
+        "0.10471975511965977 [Hz]. A whole turn is 'rev'.\n"}},
       {{"1 / 0"},
        {1, "",
         "error[4] ExpressionEvaluator::evalSingleValue: Cannot evaluate '1 / 0' at column 3: division by "

@@ -11,6 +11,7 @@
 #include <random>
 #include <sstream>
 #include <string>
+#include <tuple>
 #include <vector>
 
 namespace orv {
@@ -60,6 +61,30 @@ TEST(Expressions, ExamplesOfThePage)
   }
   EXPECT_GE(rows.size(), 20u);
   expectRows(rows);
+}
+
+// 10 K is 18 F as a difference and -441.67 F as a temperature.
+TEST(Expressions, DifferencesHaveNoZeroPoint)
+{
+  const std::tuple<const char*, const char*, double> rows[] = {
+      {"30 [C] - 20 [C]", "F", 18},
+      {"300 [K] - 290 [K]", "F", 18},
+      {"(30 [C] - 20 [C]) * 2 + (1 [K] - 2 [K]) / 2", "F", 35.1},
+      {"max(30 [C] - 20 [C], 0 [K]) - mod(30 [C] - 20 [C], 4 [K])", "F", 14.4},
+      {"if(0, 30 [C] - 20 [C], 5 [K])", "F", 9},
+      {"-abs(20 [C] - 30 [C])", "F", -18},
+      {"300 [K] - 20 [C]", "K", 6.85},
+      {"30 [C] - 5 [K]", "C", 25},
+      {"30 [C] - (20 [C] - 15 [C])", "C", 25},
+      {"(20 [C] + 40 [C]) / 2", "C", 30},
+      {"300.15 [K] - (20 [W] / 10 [W K^-1])", "C", 25},
+      {"(100 [W] / 10 [W K^-1])", "K", 10},
+      {"max(20 [C], 0 [K])", "C", 20},
+      {"30 [psig] - 20 [psig]", "psig", 10},
+      {"20 [psig] + 10 [psi]", "psig", 30},
+  };
+  for (const auto& [text, units, expected] : rows)
+    EXPECT_NEAR(ExpressionEvaluator::evalSingleValue(text, {}).convertTo(units), expected, 1e-9) << text;
 }
 
 TEST(Expressions, ValuesAndErrors)

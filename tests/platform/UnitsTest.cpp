@@ -1,6 +1,7 @@
 #include "platform/ORVUnits.h"
 
 #include <cmath>
+#include <cstdio>
 #include <cstdlib>
 #include <gtest/gtest.h>
 #include <limits>
@@ -64,6 +65,20 @@ TEST(Units, Converts)
   EXPECT_TRUE(std::signbit(convert("m", "meter", -0.0)));
 }
 
+// Bit for bit what another program derives from the definitions.
+TEST(Units, ExactlyDefinedOnesAreExact)
+{
+  const char* root = std::getenv("KSL_SOURCE_DIR");
+  FILE* pipe = popen(("python3 '" + std::string(root ? root : ".") + "/tests/tools/units.py'").c_str(), "r");
+  char units[64], base[64];
+  double value = 0;
+  int count = 0;
+  for (; std::fscanf(pipe, "%63[^\t]\t%63[^\t]\t%lf\n", units, base, &value) == 3; ++count)
+    EXPECT_EQ(convert(units, base, 1), value) << units;
+  EXPECT_EQ(pclose(pipe), 0);
+  EXPECT_GE(count, 90);
+}
+
 TEST(Units, RefusedConversionsNameTheTextAndLeaveTheResult)
 {
   double out = 42;
@@ -81,6 +96,31 @@ TEST(Units, RefusedConversionsNameTheTextAndLeaveTheResult)
   EXPECT_EQ(out, 42);
   EXPECT_EQ(errorOf([] { UnitDimensions("2 blob"); }),
             "UnitsConverter|parse|Units '2 blob' are not recognized.|4");
+}
+
+TEST(Units, RefusedNamesAreRefusedWithPrefixesToo)
+{
+  const std::pair<const char*, const char*> rows[] = {{"kton", "'ton' is"},
+                                                      {"kiloTONS m", "'tons' are"},
+                                                      {"kpa", "'pa' is"},
+                                                      {"moz^2", "'oz' is"},
+                                                      {"Mgal/min", "'gal'"},
+                                                      {"Cal", "'cal' may"},
+                                                      {"KiloCalorie", "'calorie' may"},
+                                                      {"hPa(g)", "Gauge"}};
+  for (const auto& [units, hint] : rows)
+    EXPECT_NE(UnitsConverter::whyInvalid(units).find(hint), std::string::npos)
+        << UnitsConverter::whyInvalid(units);
+  for (const char* units : {"kat", "ha", "Pa", "mmol", "keV", "degR", "floz", "mC", "au", "mGal", "nmile"})
+    EXPECT_EQ(UnitsConverter::whyInvalid(units), "");
+}
+
+TEST(Units, AnAngleThatCountsAsANumberIsTold)
+{
+  EXPECT_EQ(UnitsConverter::explainAngle("rpm", "Hz"),
+            "An angle counts as a number, in radians: 1 [rpm] is 0.10471975511965977 [Hz]. A whole turn is "
+            "'rev'.");
+  EXPECT_EQ(UnitsConverter::explainAngle("rpm", "rev s^-1") + UnitsConverter::explainAngle("degree", ""), "");
 }
 
 TEST(Units, TextsThatWouldBeMisreadAreNotRecognized)

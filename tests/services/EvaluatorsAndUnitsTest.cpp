@@ -55,6 +55,18 @@ TEST_F(EvaluatorsAndUnits, ASwitchChangesResultsAndNoText)
   EXPECT_EQ(system->state() + system->store(), before);
 }
 
+// Through names, and in whatever units.
+TEST_F(EvaluatorsAndUnits, ADifferenceOfTemperaturesIsShownAsOne)
+{
+  choose("English");
+  system.define("Hot = 46 [C]\nDrop = Hot - 36 [C]\nHalf = Drop / 2");
+  system.run(
+      "EXPRESSION EVALUATOR: free\nEvaluated Expression = Drop\nEND\n"
+      "EXPRESSION EVALUATOR: own\nEvaluated Expression = Half\nUser Units = F\nEND\n"
+      "EXPRESSION PREVIEW: p\nEvaluated Expression = Hot + Drop\nEND\n");
+  EXPECT_EQ(shown(), "18 [degR], 9 [F], 132.8 [F]");
+}
+
 TEST_F(EvaluatorsAndUnits, DeletionsAreTakenBackAndUnitsThatDoNotFitTold)
 {
   choose("CGS");

@@ -103,7 +103,7 @@ TEST(UnitsPage, AgreesWithTheProgramOfThePackage)
       {{"rev min^-1", "turn min^-1"}, {"deg/s", "degree/s"}, {"s^-1", "s^-1"}},
       {{"BTU hour^-1 ft^-1 F^-1", "BTU hour^-1 ft^-1 degF^-1"}, {"W m^-1 K^-1", "W m^-1 K^-1"}},
       {{"%", "%"}, {"dimensionless", "1"}, {"ppm", "ppm"}},
-      {{"lbm ft^2 s^-2", "lb ft^2 s^-2"}, {"J", "J"}, {"erg", "erg"}, {"kcal", "kcal"}, {"hp h", "hp h"}},
+      {{"lbm ft^2 s^-2", "lb ft^2 s^-2"}, {"J", "J"}, {"erg", "erg"}, {"kgf m", "kgf m"}, {"therm", "therm"}},
   };
   for (const auto& group : groups) {
     for (const auto& [from, theirFrom] : group) {

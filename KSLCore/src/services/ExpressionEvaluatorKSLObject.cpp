@@ -36,7 +36,8 @@ std::string targetUnits(const KSLObject& object, const ExpressionValue& value)
   if (value.getDimensions().isDimensionless())
     return {};
   const std::string& own = value.getQuantity().getUnits();
-  units = UnitSystemHandler::current()->getPreferredUnitsFromUnits(own, {});
+  const std::string quantity = value.getQuantity().isDifference() ? "Temperature Difference" : "";
+  units = UnitSystemHandler::current()->getPreferredUnitsFromUnits(own, quantity);
   return units.empty() ? own : units;
 }
 
@@ -171,7 +172,8 @@ void ExpressionEvaluatorKSLObject::showValue(const std::string& text)
   double number = value.getQuantity().getValue();
   try {
     if (units != own)
-      UnitsConverter::convertUnits(own, units, value.getQuantity().getValue(), number);
+      UnitsConverter::convertUnits(own, units, value.getQuantity().getValue(), number,
+                                   value.getQuantity().isDifference());
   } catch (const data::invalid& error) {
     throw data::invalid(className, "evaluate",
                         _("Cannot show expression '%s' of object '%s' in units '%s'. %s", text, getPath(),

@@ -12,7 +12,7 @@ constexpr UnitQuantity quantities[] = {
     {"Mass", "kg", "g", "lb"},
     {"Time", "s", "s", "s"},
     {"Temperature", "K", "K", "F"},
-    {"Temperature Difference", "K", "K", "F"},
+    {"Temperature Difference", "K", "K", "degR"},
     {"Angle", "rad", "rad", "degree"},
     {"Electric Current", "A", "A", "A"},
     {"Amount of Substance", "mol", "mol", "mol"},

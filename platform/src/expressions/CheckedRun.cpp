@@ -18,11 +18,29 @@ using Operand = ExpressionOperand;
 // Repeated powers could run to infinite exponents while the number itself stays 1.
 constexpr double maxExponent = 1000;
 
+// In K it cannot be told whether a temperature or a difference is meant. Two of them are taken for temperatures, but
+// "30 [C] - 5 [K]" is 25 C.
+ScaleKind kindOfRest(ScaleKind left, ScaleKind right)
+{
+  if (right <= ScaleKind::difference)
+    return std::max(left, right);
+  return left == ScaleKind::point && right == ScaleKind::given ? left : ScaleKind::difference;
+}
+
+// A multiple is of the same kind.
+ScaleKind kindOfProduct(const Operand& left, const Operand& right)
+{
+  if (right.dimensions.isDimensionless())
+    return left.kind;
+  return left.dimensions.isDimensionless() ? right.kind : ScaleKind::open;
+}
+
 Operand addOrSubtract(Code code, const Operand& left, const Operand& right)
 {
   if (left.dimensions == right.dimensions) {
-    double sum = code == Code::add ? left.number + right.number : left.number - right.number;
-    return {sum, left.dimensions};
+    if (code == Code::add)
+      return {left.number + right.number, left.dimensions, Operand::noFault, std::max(left.kind, right.kind)};
+    return {left.number - right.number, left.dimensions, Operand::noFault, kindOfRest(left.kind, right.kind)};
   }
   std::string leftUnits = describeDimensions(left.dimensions);
   std::string rightUnits = describeDimensions(right.dimensions);
@@ -35,7 +53,8 @@ Operand divide(const Operand& left, const Operand& right)
   const UnitDimensions dimensions = left.dimensions / right.dimensions;
   if (right.number == 0)
     throw ExpressionUndefined{"division by zero", dimensions};
-  return {left.number / right.number, dimensions};
+  const ScaleKind kind = right.dimensions.isDimensionless() ? left.kind : ScaleKind::open;
+  return {left.number / right.number, dimensions, Operand::noFault, kind};
 }
 
 Operand power(const Operand& base, const Operand& exponent)
@@ -83,12 +102,13 @@ Operand compute(const Step& step, std::span<const Operand> arguments)
 {
   switch (step.code) {
     case Code::negate:
-      return {-arguments[0].number, arguments[0].dimensions};
+      return {-arguments[0].number, arguments[0].dimensions, Operand::noFault, arguments[0].kind};
     case Code::add:
     case Code::subtract:
       return addOrSubtract(step.code, arguments[0], arguments[1]);
     case Code::multiply:
-      return {arguments[0].number * arguments[1].number, arguments[0].dimensions * arguments[1].dimensions};
+      return {arguments[0].number * arguments[1].number, arguments[0].dimensions * arguments[1].dimensions,
+              Operand::noFault, kindOfProduct(arguments[0], arguments[1])};
     case Code::divide:
       return divide(arguments[0], arguments[1]);
     case Code::power:
@@ -194,7 +214,7 @@ ExpressionOperand ExpressionProgram::runChecked(std::span<const ExpressionValue*
   for (const Step& step : m_steps) {
     if (step.code == Code::name) {
       const ExpressionValue& value = *values[step.operand];
-      run.push({value.getNumber(), value.getDimensions()}, step.position);
+      run.push({value.getNumber(), value.getDimensions(), Operand::noFault, value.getKind()}, step.position);
     } else if (step.code != Code::literal) {
       run.apply(step);
     } else if (const Literal& literal = m_literals[step.operand]; literal.tooLarge) {

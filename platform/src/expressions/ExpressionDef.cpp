@@ -35,10 +35,11 @@ data::invalid makeError(const std::string& text, const std::string& parameter, c
 
 // ----------------------------------------------------------------------------------------------------- values
 
-ExpressionValue::ExpressionValue(double number, const UnitDimensions& dimensions)
-    : m_quantity(number, dimensions.toUnits()),
+ExpressionValue::ExpressionValue(double number, const UnitDimensions& dimensions, ScaleKind kind)
+    : m_quantity(number, dimensions.toUnits(), kind == ScaleKind::difference),
       m_number(number),
       m_dimensions(dimensions),
+      m_kind(kind),
       m_plain(!m_quantity.hasUnits())
 {}
 
@@ -50,8 +51,9 @@ ExpressionValue::ExpressionValue(Quantity quantity)
   if (m_plain)
     return;
   m_dimensions = UnitDimensions(m_quantity.getUnits());
-  UnitsConverter::convertUnits(m_quantity.getUnits(), m_dimensions.toUnits(), m_quantity.getValue(),
-                               m_number);
+  UnitsConverter::convertUnits(m_quantity.getUnits(), m_dimensions.toUnits(), m_quantity.getValue(), m_number,
+                               m_quantity.isDifference());
+  m_kind = m_quantity.isDifference() ? ScaleKind::difference : literalKind(m_quantity.getUnits());
 }
 
 // ------------------------------------------------------------------------------------------------ expressions

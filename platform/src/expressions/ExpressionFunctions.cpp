@@ -63,7 +63,7 @@ Value computeRoot(const Function&, Arguments arguments)
 
 Value computeAbs(const Function&, Arguments arguments)
 {
-  return {std::abs(arguments[0].number), arguments[0].dimensions};
+  return {std::abs(arguments[0].number), arguments[0].dimensions, Value::noFault, arguments[0].kind};
 }
 
 bool isLess(const Value& a, const Value& b)
@@ -71,16 +71,23 @@ bool isLess(const Value& a, const Value& b)
   return a.number < b.number;
 }
 
+Value oneOf(const Value& chosen, Arguments arguments)
+{
+  Value result = chosen;
+  result.kind = commonKind(arguments);
+  return result;
+}
+
 Value computeMin(const Function& self, Arguments arguments)
 {
   requireEqualDimensions(self, arguments);
-  return *std::min_element(arguments.begin(), arguments.end(), isLess);
+  return oneOf(*std::min_element(arguments.begin(), arguments.end(), isLess), arguments);
 }
 
 Value computeMax(const Function& self, Arguments arguments)
 {
   requireEqualDimensions(self, arguments);
-  return *std::max_element(arguments.begin(), arguments.end(), isLess);
+  return oneOf(*std::max_element(arguments.begin(), arguments.end(), isLess), arguments);
 }
 
 // The remainder of the division truncated toward zero, so it has the sign of the first argument.
@@ -89,7 +96,8 @@ Value computeMod(const Function& self, Arguments arguments)
   requireEqualDimensions(self, arguments);
   if (arguments[1].number == 0)
     throw ExpressionUndefined{"division by zero", arguments[0].dimensions};
-  return {std::fmod(arguments[0].number, arguments[1].number), arguments[0].dimensions};
+  return {std::fmod(arguments[0].number, arguments[1].number), arguments[0].dimensions, Value::noFault,
+          arguments[0].kind};
 }
 
 Value computeAtan2(const Function& self, Arguments arguments)
@@ -104,7 +112,7 @@ Value computeIf(const Function& self, Arguments arguments)
 {
   const double condition = pureNumber(self, arguments[0]);
   requireEqualDimensions(self, arguments.subspan(1));
-  return arguments[condition != 0 ? 1 : 2];
+  return oneOf(arguments[condition != 0 ? 1 : 2], arguments.subspan(1));
 }
 
 double plainMin(const double* arguments, std::size_t count)
@@ -161,6 +169,22 @@ constexpr Function functions[] = {
 };
 
 }  // namespace
+
+ScaleKind literalKind(std::string_view units)
+{
+  return UnitsConverter::hasZeroPoint(units) ? ScaleKind::point : ScaleKind::given;
+}
+
+ScaleKind commonKind(std::span<const ExpressionOperand> values)
+{
+  ScaleKind kind = ScaleKind::open;
+  for (const ExpressionOperand& value : values) {
+    if (value.kind == ScaleKind::difference)
+      return value.kind;
+    kind = std::max(kind, value.kind);
+  }
+  return kind;
+}
 
 const ExpressionFunction* findExpressionFunction(std::string_view name)
 {

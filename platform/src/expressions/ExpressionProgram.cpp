@@ -103,6 +103,7 @@ void ExpressionProgram::complete()
       continue;
     withUnits = true;
     literal.base.dimensions = UnitDimensions(literal.units);
+    literal.base.kind = literalKind(literal.units);
     try {
       UnitsConverter::convertUnits(literal.units, literal.base.dimensions.toUnits(), literal.number,
                                    literal.base.number);
@@ -156,7 +157,7 @@ ExpressionValue ExpressionProgram::run(std::span<const ExpressionValue* const> v
       return ExpressionValue(Quantity(literal.number, literal.units));
   }
   const ExpressionOperand result = runChecked(values);
-  return {result.number, result.dimensions};
+  return {result.number, result.dimensions, result.kind};
 }
 
 namespace {

@@ -27,6 +27,7 @@ struct ExpressionOperand {
   // Why there is no number, as an index; the number is NaN then. "if" may still drop such a value, so dimensions
   // are computed on: they must fit in both branches.
   std::size_t fault = noFault;
+  ScaleKind kind = ScaleKind::open;
 };
 
 // Why one step cannot be computed at all; the program adds the place.
@@ -55,6 +56,11 @@ struct ExpressionFunction {
   double (*plain)(double) = nullptr;
   double (*plainOfAll)(const double* arguments, std::size_t count) = nullptr;
 };
+
+// Of a number written with these units.
+ScaleKind literalKind(std::string_view units);
+// Of one of these values, whichever it is: a difference when one of them is.
+ScaleKind commonKind(std::span<const ExpressionOperand> values);
 
 // Null when there is no such function.
 const ExpressionFunction* findExpressionFunction(std::string_view name);

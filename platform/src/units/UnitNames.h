@@ -1,18 +1,32 @@
-// Where the words of units people write differ from those of the database.
+// Where units differ from those of the database: words that people write otherwise, and values that it has
+// rounded.
 #pragma once
 
+#include <string>
 #include <string_view>
 
 namespace orv {
 
-// A word of its own meaning. Exactly one of the two texts is given.
-struct UnitName {
-  std::string_view word;
-  std::string_view databaseWord;  // what the database calls it
-  std::string_view hint;          // why it is refused, and what to write instead
+// What has to be known of the database to read a word.
+class UnitDictionary {
+ public:
+  virtual ~UnitDictionary();
+  // Has a unit of this name or symbol; prefixes do not count.
+  virtual bool knows(const std::string& word) const = 0;
+  // What a word stands for, when the database has rounded it: exactUnits() by any of the unit's names. Else
+  // empty.
+  virtual std::string_view exactly(const std::string& word) const = 0;
 };
 
-// Null for a word that means in the database what everyone expects.
-const UnitName* findUnitName(std::string_view word) noexcept;
+// A word as the database is told it. With a hint it is refused: why, and what to write instead.
+struct UnitWord {
+  std::string text;
+  std::string_view hint;
+};
+
+UnitWord readUnitWord(std::string_view word, const UnitDictionary& dictionary);
+
+// Whether a word with "(a)" or "(g)" behind it is one of its own: "bar(g)".
+bool takesPressureMark(std::string_view wordWithMark);
 
 }  // namespace orv

@@ -1,10 +1,13 @@
 #include "UnitsDatabase.h"
 
 #include "platform/ORVError.h"
+#include "ExactUnits.h"
+#include "UnitNames.h"
 
 #include <cmath>
 #include <locale.h>
 #include <udunits2.h>
+#include <vector>
 
 namespace orv {
 
@@ -118,12 +121,29 @@ bool isUsableScale(double scale)
 
 }  // namespace
 
-struct UnitsDatabase::System {
+struct UnitsDatabase::System : UnitDictionary {
   struct Free {
     void operator()(ut_system* system) const { ut_free_system(system); }
   };
   std::unique_ptr<ut_system, Free> units;
-  BaseUnits baseUnits;  // of `units`, so freed before it
+  BaseUnits baseUnits;            // of `units`, so freed before it, as the next
+  std::vector<UnitPtr> replaced;  // what exactUnits() are in the database; null for one that it lacks
+
+  UnitPtr find(const std::string& word) const
+  {
+    UnitPtr unit(ut_get_unit_by_name(units.get(), word.c_str()));
+    return unit ? std::move(unit) : UnitPtr(ut_get_unit_by_symbol(units.get(), word.c_str()));
+  }
+  bool knows(const std::string& word) const override { return find(word) != nullptr; }
+  std::string_view exactly(const std::string& word) const override
+  {
+    const UnitPtr unit = find(word);
+    for (std::size_t i = 0; unit && i < replaced.size(); ++i) {
+      if (replaced[i] && ut_compare(unit.get(), replaced[i].get()) == 0)
+        return exactUnits()[i].value;
+    }
+    return {};
+  }
 };
 
 UnitsDatabase::UnitsDatabase() : m_system(std::make_unique<System>())
@@ -135,8 +155,11 @@ UnitsDatabase::UnitsDatabase() : m_system(std::make_unique<System>())
     m_system->baseUnits[i].reset(ut_get_unit_by_name(m_system->units.get(), baseUnitNames[i]));
     complete = m_system->baseUnits[i] != nullptr;
   }
-  if (complete)
+  if (complete) {
+    for (const ExactUnit& unit : exactUnits())
+      m_system->replaced.push_back(m_system->find(unit.name));
     return;
+  }
   ut_status status = UT_SUCCESS;
   const char* path = ut_get_path_xml(nullptr, &status);
   throw internal::error(
@@ -156,6 +179,11 @@ UnitsDatabase& UnitsDatabase::instance()
   return database;
 }
 
+const UnitDictionary& UnitsDatabase::dictionary() const
+{
+  return *m_system;
+}
+
 std::optional<ParsedUnits> UnitsDatabase::parse(std::string_view units)
 {
   if (auto found = m_parsed.find(units); found != m_parsed.end())
@@ -171,10 +199,10 @@ std::optional<ParsedUnits> UnitsDatabase::parse(std::string_view units)
 
 std::optional<ParsedUnits> UnitsDatabase::parseNew(std::string_view units) const
 {
-  std::optional<std::string> text = translateUnits(units);
+  PackageCall call;
+  std::optional<std::string> text = translateUnits(units, *m_system);
   if (!text)
     return std::nullopt;
-  PackageCall call;
   UnitPtr unit(ut_parse(m_system->units.get(), text->c_str(), UT_UTF8));
   if (!unit)
     return std::nullopt;

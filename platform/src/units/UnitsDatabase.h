@@ -12,6 +12,8 @@
 
 namespace orv {
 
+class UnitDictionary;
+
 // A unit as a linear scale over base units: base = scale * (value + offset).
 struct ParsedUnits {
   UnitDimensions dimensions;
@@ -31,6 +33,7 @@ class UnitsDatabase {
   // Nothing when the text is not recognized. Blanks around it do not count; the empty text is the pure
   // number.
   std::optional<ParsedUnits> parse(std::string_view units);
+  const UnitDictionary& dictionary() const;
 
  private:
   struct System;  // the loaded database
@@ -41,10 +44,10 @@ class UnitsDatabase {
   std::map<std::string, ParsedUnits, std::less<>> m_parsed;  // emptied when it is full
 };
 
-// The text of units in the words of the database; UnitNames has the table. Nothing when it holds what the
-// database would misread: names that would surprise, fractions as exponents ("m^0.5" would pass as a number),
-// exponents that overflow, a NUL.
-std::optional<std::string> translateUnits(std::string_view units);
+// The text of units in the words of the database; UnitNames and ExactUnits have the tables. Nothing when it
+// holds what the database would misread: names that would surprise, fractions as exponents ("m^0.5" would pass
+// as a number), exponents that overflow, a NUL.
+std::optional<std::string> translateUnits(std::string_view units, const UnitDictionary& dictionary);
 
 // The message about units that parse() does not take.
 std::string notRecognized(std::string_view units);

@@ -34,7 +34,8 @@ bool isShiftWord(std::string_view word)
 // Walks over the text once, word by word.
 class Translator {
  public:
-  explicit Translator(std::string_view text) : m_text(text) {}
+  Translator(std::string_view text, const UnitDictionary& dictionary) : m_text(text), m_dictionary(dictionary)
+  {}
 
   std::optional<std::string> run()
   {
@@ -103,7 +104,8 @@ class Translator {
     return c != '@';
   }
 
-  // Digits inside a word are part of it ("H2O"), digits behind it are its exponent ("m2").
+  // Digits inside a word are part of it ("H2O"), digits behind it are its exponent ("m2"). The mark of a gauge
+  // pressure is part of it too ("bar(g)"); behind anything else it would be read as grams.
   bool takeWord()
   {
     std::size_t end = m_pos;
@@ -111,10 +113,18 @@ class Translator {
       ++end;
     while (isDigit(at(end - 1)))
       --end;
+    constexpr std::size_t markLength = 3;
+    const std::string_view mark = m_text.substr(end, markLength);
+    if (takesPressureMark(m_text.substr(m_pos, end + mark.size() - m_pos))) {
+      end += mark.size();
+    } else if (mark == "(g)") {
+      m_hint = "Gauge pressures are 'bar(g)', 'mbar(g)', 'kPa(g)', 'MPa(g)' and 'psig'; grams need a blank";
+      return false;
+    }
     std::string_view word = m_text.substr(m_pos, end - m_pos);
-    const UnitName* name = findUnitName(word);
-    m_out += name ? name->databaseWord : word;
-    m_hint = name ? name->hint : std::string_view();
+    const UnitWord read = readUnitWord(word, m_dictionary);
+    m_out += read.text;
+    m_hint = read.hint;
     m_pos = end;
     m_afterUnit = true;
     return m_hint.empty() && !isShiftWord(word);
@@ -137,6 +147,7 @@ class Translator {
   }
 
   std::string_view m_text;
+  const UnitDictionary& m_dictionary;
   std::size_t m_pos = 0;
   std::string m_out;
   std::string_view m_hint;
@@ -146,18 +157,18 @@ class Translator {
 
 }  // namespace
 
-std::optional<std::string> translateUnits(std::string_view units)
+std::optional<std::string> translateUnits(std::string_view units, const UnitDictionary& dictionary)
 {
   units = StringUtilities::trimmed(units);
   if (units.size() > maxLength || units.find('\0') != std::string_view::npos)
     return std::nullopt;
-  return Translator(units).run();
+  return Translator(units, dictionary).run();
 }
 
 std::string notRecognized(std::string_view units)
 {
   std::string message = _("Units '%s' are not recognized.", units);
-  Translator translator(StringUtilities::trimmed(units));
+  Translator translator(StringUtilities::trimmed(units), UnitsDatabase::instance().dictionary());
   if (!translator.run() && !translator.hint().empty())
     message.append(" ").append(translator.hint()).append(".");
   return message;
