@@ -64,7 +64,11 @@ class ORV_API ErrorMsg {
   const std::string& getMessage() const { return m_message; }
   int getType() const { return m_type; }
 
-  bool operator==(const ErrorMsg&) const = default;
+  bool operator==(const ErrorMsg& other) const
+  {
+    return m_class == other.m_class && m_function == other.m_function && m_message == other.m_message
+           && m_type == other.m_type;
+  }
 
  private:
   std::string m_class;

@@ -5,7 +5,6 @@
 
 #include <memory>
 #include <optional>
-#include <span>
 #include <string>
 #include <vector>
 
@@ -72,7 +71,7 @@ class ORV_API ExpressionDef {
   std::string print() const;
   bool isSameTree(const ExpressionDef& other) const;
   // The value, given those of the names in the order of getNames(). Throws as above. Linear in the text.
-  ExpressionValue evaluate(std::span<const ExpressionValue* const> values,
+  ExpressionValue evaluate(const std::vector<const ExpressionValue*>& values,
                            const std::string& parameterName = {}) const;
 
   // Whether a text can name something in an expression: a letter followed by letters, digits, "_", "." and
