@@ -1,0 +1,9 @@
+// A program of few includes that needs the library, and what the library needs.
+#include <orvksl/platform/ORVUnits.h>
+
+#include <cstdio>
+
+int main()
+{
+  std::printf("%g\n", orv::Quantity(50, "cm").convertTo("m"));
+}
