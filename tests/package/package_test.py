@@ -119,11 +119,12 @@ class PackageTest(unittest.TestCase):
     def version(self):
         return run(self.ksl, "--version", cwd=self.root).split()[-1]
 
-    def test_smallest_plugin_against_the_installed_headers(self):
+    def test_smallest_plugin_by_the_documented_line(self):
         folder = self.folder()
         smallest = SOURCES / "plugins/smallest"
-        run(arguments.cxx, "-std=c++17", "-fPIC", "-shared", *self.flags("--cflags"), smallest / "smallest.cpp", "-o",
-            "libsmallest.so", cwd=folder)
+        shutil.copy(smallest / "smallest.cpp", folder)
+        line = re.search("^ {4}(c\\+\\+ .*-shared.*)$", (SOURCES / "docs/plugins.md").read_text(), re.MULTILINE)[1]
+        run("sh", "-c", line.replace("c++", str(arguments.cxx), 1), cwd=folder, PKG_CONFIG_PATH=str(self.pc.parent))
         state = run(self.ksl, "run", "--library", smallest / "rings.ksl", "-e", "RING: a\n  Inner Radius = 50 [cm]\nEND",
                     "--state", cwd=folder, ORV_KSL_PLUGIN_PATH=".")
         self.assertIn("Area = 11.780972450961723 [m^2]", state)

@@ -1,7 +1,6 @@
 // A program of few includes that needs the library, and what the library needs.
-#include <orvksl/platform/ORVUnits.h>
-
 #include <cstdio>
+#include <orvksl/platform/ORVUnits.h>
 
 int main()
 {
