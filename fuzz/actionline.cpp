@@ -2,23 +2,11 @@
 #include "platform/ORVUtilities.h"
 #include "command/ActionExecutor.h"
 #include "command/KSLInterface.h"
-
-#include <cstddef>
-#include <cstdint>
-#include <cstdlib>
-#include <iostream>
+#include "require.h"
 
 using namespace orv;
 
 namespace {
-
-void require(bool good, const char* what, const std::string& line)
-{
-  if (good)
-    return;
-  std::cerr << what << ": '" << line << "'\n";
-  std::abort();
-}
 
 // A word without blanks at its ends; line ends count as blanks.
 bool isTrimmed(const std::string& word)

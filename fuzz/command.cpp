@@ -16,41 +16,22 @@
 #include "actions/RenameExecutor.h"
 #include "actions/UndoExecutor.h"
 #include "actions/UpdateExecutor.h"
+#include "require.h"
 
-#include <cstddef>
-#include <cstdint>
-#include <cstdlib>
-#include <iostream>
 #include <map>
 #include <stdexcept>
-#include <string>
 #include <vector>
 
 using namespace orv;
 
 namespace {
 
-constexpr const char* rules = R"(RULES:
-  KSLObjectClasses = DataKSLObject
-  PARAMETER: x
-  END
-  PARAMETER: Colour
-    Allowed String List = red, green
-  END
-  OBJECT: A
-    KSLObject Class = DataKSLObject
-    Optional Parameter List = x, Colour
-  END
-  OBJECT: B
-    KSLObject Class = DataKSLObject
-    Essential Parameter List = x
-  END
-  SINGLETON: S
-    KSLObject Class = DataKSLObject
-    Optional Parameter List = x
-  END
-END
-)";
+constexpr const char* rules =
+    "RULES:\nKSLObjectClasses = DataKSLObject\n"
+    "PARAMETER: x\nEND\nPARAMETER: Colour\nAllowed String List = red, green\nEND\n"
+    "OBJECT: A\nKSLObject Class = DataKSLObject\nOptional Parameter List = x, Colour\nEND\n"
+    "OBJECT: B\nKSLObject Class = DataKSLObject\nEssential Parameter List = x\nEND\n"
+    "SINGLETON: S\nKSLObject Class = DataKSLObject\nOptional Parameter List = x\nEND\nEND";
 
 class NestExecutor : public ActionExecutor {
  public:
@@ -71,7 +52,7 @@ class System {
     m_executive.setActionFactory(&m_factory);
     KSLInterface* owner = KSLInterface::instance();
     owner->setExecutive(&m_executive);
-    m_factory.registerExecutor("update", new UpdateExecutor(&m_executive));
+    m_factory.registerExecutor("update", new UpdateExecutor(&m_executive));  // and none that writes files
     m_factory.registerExecutor("undo", new UndoExecutor(&m_executive));
     m_factory.registerExecutor("redo", new RedoExecutor(&m_executive));
     m_factory.registerExecutor("delete", new DeleteExecutor);
@@ -108,14 +89,6 @@ class System {
   Executive m_executive;
   ActionFactory m_factory;
 };
-
-void require(bool good, const char* what)
-{
-  if (good)
-    return;
-  std::cerr << what << "\n";
-  std::abort();
-}
 
 using Contents = std::map<std::string, std::map<std::string, std::string>>;
 

@@ -3,12 +3,9 @@
 #include "platform/ORVExpressions.h"
 #include "platform/ORVUtilities.h"
 #include "database/ParamDefinition.h"
+#include "require.h"
 
 #include <cmath>
-#include <cstddef>
-#include <cstdint>
-#include <cstdlib>
-#include <iostream>
 
 using namespace orv;
 
@@ -22,14 +19,6 @@ void tryRead(Read read)
   } catch (const Error&) {
     return;
   }
-}
-
-void require(bool good, const char* what)
-{
-  if (good)
-    return;
-  std::cerr << what << "\n";
-  std::abort();
 }
 
 void readAs(const char* type, const std::string& text)

@@ -66,13 +66,13 @@ void appendObject(const orv::KSLObject& object, std::string& text)
   text.append("  }\n");
 }
 
-// The graph keeps its edges by address.
+// Sorted by name, as people look for them.
 void appendEdges(const orv::SchedulerObject& from, std::string& text)
 {
   std::vector<std::pair<std::string, int>> edges;
   edges.reserve(from.getChildren().size());
   for (const orv::LinkMap::Entry& edge : from.getChildren())
-    edges.emplace_back(nodeOf(*edge.first), edge.second);
+    edges.emplace_back(nodeOf(*edge.first), static_cast<int>(edge.second));
   std::sort(edges.begin(), edges.end());
   for (const auto& [to, links] : edges) {
     text.append("  ").append(nodeOf(from)).append(" -> ").append(to);

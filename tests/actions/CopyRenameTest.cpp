@@ -108,23 +108,6 @@ TEST_F(CopyRename, AnyValueOfATextIsCopied)
   }));
 }
 
-TEST_F(CopyRename, WarnsOfValuesThatNoLineHolds)
-{
-  for (const char* text : {"a # b", "a  b", "a\tb", " a"}) {
-    system.run("A: a\ny = 1\nEND");
-    ObjectDB::instance()->getObjectByPath("/A:a")->setValue("x", text);
-    system.run("> copy from=/A:a, to=b");
-    EXPECT_EQ(system.errorList(),
-              std::vector{ErrorMsg("KSLCopyImpl", "performCopy",
-                                   "Value of parameter 'x' of object '/A:a' cannot be read back.", 8)})
-        << text;
-    EXPECT_EQ(value("/A:b").front(), 'a');
-    system.run("> delete /A:a, /A:b");
-  }
-  system.run("A: a\nx = caf\xC3\xA9\nEND\n> copy from=/A:a, to=b");
-  EXPECT_EQ(value("/A:b") + system.errors(), "caf\xC3\xA9") << "only files cannot hold it";
-}
-
 class Modifier : public CopiedKSLModifer {
  public:
   std::string seen;
@@ -181,17 +164,6 @@ TEST_F(CopyRename, ARenameThatMayNotDeleteIsTakenBack)
   EXPECT_EQ(system.state(), "A:a\n  x = 1\nEND\n");
   system.expectConsistent();
   system.executive().setActionFactory(&system.actions());
-}
-
-// Outside any text each submission is a command of its own.
-TEST_F(CopyRename, ExecutorsWorkOutsideATextToo)
-{
-  system.run("A: a\nx = 1\nEND");
-  system.actions().getExecutor("copy")->invoke({"copy", "from=/A:a", "to=b"});
-  system.actions().getExecutor("rename")->invoke({"rename", "from=/A:b", "to=c"});
-  EXPECT_EQ(system.state(), "A:a\n  x = 1\nEND\nA:c\n  x = 1\nEND\n");
-  EXPECT_EQ(system.undoSteps().front(), '3');
-  EXPECT_EQ(system.errors(), "");
 }
 
 TEST(RenameReferences, GoAsByADeletionAndComeBackWithOneUndo)

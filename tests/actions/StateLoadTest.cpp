@@ -2,9 +2,10 @@
 #include "rules/SchedulerObject.h"
 #include "actions/FileProcessingScope.h"
 #include "actions/ReadStateExecutor.h"
-#include "services/StateConverterIF.h"
 #include "stateRules.h"
 #include "tests/support/Model.h"
+
+#include <algorithm>
 
 namespace orv {
 namespace {
@@ -147,14 +148,10 @@ TEST_F(StateLoad, Blocks)
              "Processing Mode = Session\nEND\n",
        "B:b\nEND\n"},
       {"another type of that name", "B: n\nx = 1\nEND\nB: m\nEND", "A: n\nEND", "A:n\nEND\nB:m\nEND\n"},
-      {"two of one name, both meant", "A: n\nEND\nB: n\nEND", "A: n\nx = 1\nEND\nB: n\nx = 2\nEND",
-       "A:n\n  x = 1\nEND\nB:n\n  x = 2\nEND\n"},
-      {"two others of that name", "A: n\nEND\nB: n\nEND", "SYMBOL: n\nEND", "SYMBOL:n\nEND\n"},
       {"results are adjusted", "BOUNDARY: w\nEND", "BOUNDARY: w\n  Visibility = Off\nEND",
        "BOUNDARY:w\n  Visibility = Off\nEND\n"},
       {"named like a result", "BOUNDARY: w\nx = 1\nEND\nB: w\nEND", "A: w\nEND\nA: v\nEND",
        "A:v\nEND\nB:w\nEND\nBOUNDARY:w\n  x = 1\nEND\n"},
-      {"results named otherwise", "A: w\nEND", "BOUNDARY: w\nEND\nBOUNDARY: v\nEND", "A:w\nEND\n"},
       {"lines that are no blocks", "A: w\nEND", "x = 1\n> delete /A:w\nB: b\nEND\n> nonsense",
        "A:w\nEND\nB:b\nEND\n"},
       {"actions in blocks", "A: w\nEND", "A: v\n  > delete /A:w\n  B: b\n  >nonsense\n  END\nEND",
@@ -165,7 +162,6 @@ TEST_F(StateLoad, Blocks)
        "A:w\n  x = 2 3\nEND\n"},
       {"a backslash before a comment", "", "A: w\n  x = a\\# c\n  y = 1\nEND",
        "A:w\n  x = a\\ \n  y = 1\nEND\n"},
-      {"odd names", "A: \"n#1\"\nEND", "B: \"n#1\" # c\nx = \\ \nEND", "B:\"n#1\"\n  x = \\ \nEND\n"},
   };
   for (const auto& row : table) {
     restart();
@@ -176,23 +172,6 @@ TEST_F(StateLoad, Blocks)
     EXPECT_EQ(work(), row.after) << row.row;
     system.expectConsistent();
   }
-}
-
-TEST_F(StateLoad, OddNamesOfObjectsAndFiles)
-{
-  const std::string file = "\"" + folder / "a#1.qst" + "\"";
-  system.run("STATE:\nEND\nA: new\nEND\n> savestate filename=" + file);
-  EXPECT_EQ(body("a#1.qst"), "A:new\nEND\n");
-  system.run(
-      "> delete /A:new\nA: 5\" pipe\nEND\nA: end\\ \nEND\n"
-      "A: a\nEND\nA: x\"y\nEND\nA: \"n#1\"\nEND\nA: u\"v#w\"\nA: z\nEND\nEND\nA: v\\ #\nEND\nA: \"\\ #\nEND");
-  system.run("> readstate mode=overwrite, filename=" + file);
-  EXPECT_NE(work().find("A:new\nEND\n"), std::string::npos);
-  EXPECT_EQ(ObjectDB::instance()->getObjectsByType("A").size(), 1U) << "all others went";
-  system.run("> delete /A:new\n> readstate");  // the name is that in STATE
-  EXPECT_NE(ObjectDB::instance()->getObjectByPath("/A:new"), nullptr);
-  system.run("> delete /A:new, /FILE PROCESSING\n> savestate");
-  EXPECT_EQ(body("a#1.qst") + system.errors(), "");
 }
 
 TEST_F(StateLoad, OverwritingResetsResultsThatAreNotMentioned)
@@ -224,75 +203,50 @@ TEST_F(StateLoad, ResultsAreLoadedFirst)
     KSLCoreAPI::instance()->processKSL("BOUNDARY: wall\nx = 1\nEND", kslUpdateDefault);
   });
   const std::string there = folder.write("results/run 1.res", "");
-  const std::string local = folder / "run 1.res";
+  const std::string local = folder.write("run 1.res", "");
+  const std::string gone = folder / "gone/run 1.res";
   const auto reader = [](const std::string& file) {
     return "DATA READER:\n  Current Results File = " + file + "\nEND\n";
   };
-  const std::string wall = "BOUNDARY: wall\n  x = 2\nEND\n";
-  const std::string notFound = "Results file referred to in the state was not found:\n    \n      ";
-  const std::string gone = folder / "gone/run 1.res";
-  const std::string tookLocal =
-      "error[4] ReadStateExecutor::invoke: " + notFound + gone
-      + "\n    \n    Local results file with the same name was loaded instead:\n    \n      " + local;
+  const std::string notFound = "Results file referred to in the state was not found:\n\n  " + gone + "\n\n";
+  const auto error = [](const std::string& text) {
+    return std::vector{ErrorMsg("ReadStateExecutor", "invoke", text, 4)};
+  };
   const struct {
-    const char* row;
-    std::string blocks;
-    bool isLocal;
-    std::string load;
+    std::string reader;
+    const char* load;
     std::string read;
-    std::string errors = {};
+    std::vector<ErrorMsg> errors = {};
   } table[] = {
-      {"there", reader(there), false, "true", there},
-      {"there and beside", reader(there), true, "true", there},
-      {"beside only", reader(gone), true, "true", local, tookLocal},
-      {"not wanted", reader(gone), true, "false", ""},
-      {"no reader", "", true, "true", ""},
-      {"a reader without a file", reader(""), true, "true", ""},
+      {reader(there), "true", there},
+      {reader(gone), "true", local,
+       error(notFound + "Local results file with the same name was loaded instead:\n\n  " + local + "\n")},
+      {reader(gone), "false", ""},
+      {"", "true", ""},
   };
   for (const auto& row : table) {
     system.run("> delete wall, /DATA READER");
-    std::filesystem::remove(local);
-    if (row.isLocal)
-      folder.write("run 1.res", "");
     read.clear();
-    folder.write("a.qst", row.blocks + wall);
-    load("a.qst", ", load=" + row.load);
-    std::string errors = system.errors();
-    errors.erase(errors.find_last_not_of(" \n") + 1);
-    const auto squeeze = [](const std::string& text) { return StringUtilities::simplifyWhitespace(text); };
-    EXPECT_EQ(squeeze(errors), squeeze(row.errors)) << row.row;
-    EXPECT_EQ(read, row.read) << row.row;
+    folder.write("a.qst", row.reader + "BOUNDARY: wall\n  x = 2\nEND\n");
+    load("a.qst", std::string(", load=") + row.load);
+    EXPECT_EQ(system.errorList(), row.errors) << row.reader;
+    EXPECT_EQ(read, row.read) << row.reader;
     const KSLObject* object = ObjectDB::instance()->getObjectByPath("/BOUNDARY:wall");
-    EXPECT_EQ(object ? object->getValue("x") : "-", row.read.empty() ? "-" : "2") << row.row;
+    EXPECT_EQ(object ? object->getValue("x") : "-", row.read.empty() ? "-" : "2") << row.reader;
   }
   std::filesystem::remove(local);
   folder.write("a.qst", reader(gone));
   system.run("A: a\nEND");
   load("a.qst", ", mode=overwrite, load=true");
-  EXPECT_EQ(system.errorList(),
-            std::vector<ErrorMsg>{
-                ErrorMsg("ReadStateExecutor", "invoke",
-                         "Results file referred to in the state was not found:\n\n  " + gone
-                             + "\n\nPlease ensure that the file path is correct.\nAlternatively, load "
-                               "the results file first, then the\nstate file with 'Load results' "
-                               "option turned off.",
-                         4)});
+  EXPECT_EQ(
+      system.errorList(),
+      error(notFound
+            + "Please ensure that the file path is correct.\nAlternatively, load the results file first, "
+              "then the\nstate file with 'Load results' option turned off."));
   EXPECT_NE(ObjectDB::instance()->getObjectByPath("/A:a"), nullptr);
 }
 
-// Of version 1, where an A was an OLD in a box of its own.
-class Unboxing : public StateConverterIF {
- public:
-  bool convert(std::vector<std::string>& lines, const std::string& versionLine) override
-  {
-    return versionLine == "# version 1" && std::erase_if(lines, [](std::string& line) {
-                                             if (line == "OLD: a")
-                                               line = "A: a";
-                                             return line == "BOX:" || line == "  END";
-                                           }) != 0;
-  }
-};
-
+// Of version 1, where an A was an OLD.
 class Converting : public ReadStateExecutor {
  public:
   Converting() : ReadStateExecutor(nullptr, false) { addValidParam("Colour"); }
@@ -303,16 +257,11 @@ class Converting : public ReadStateExecutor {
                            const std::string& fileName) override
   {
     seen = versionLine + "|" + fileName;
-    EXPECT_EQ(processing(), "State | " + fileName.substr(0, fileName.rfind('/')) + ", .");
-    EXPECT_TRUE(SchedulerObject::setCatchExceptions(true));
-    return Unboxing().convert(lines, versionLine);
-  }
-
- private:
-  static std::string processing()
-  {
     const KSLObject* object = ObjectDB::instance()->getObjectByPath("/FILE PROCESSING");
-    return object->getValue("Processing Mode") + " | " + object->getValue("Path Stack");
+    EXPECT_EQ(object->getValue("Processing Mode"), "State");
+    EXPECT_TRUE(SchedulerObject::setCatchExceptions(true));
+    std::replace(lines.begin(), lines.end(), std::string("OLD: a"), std::string("A: a"));
+    return true;
   }
 };
 
@@ -321,7 +270,7 @@ TEST_F(StateLoad, DerivedOnesConvertTheFileAndTakeArguments)
   Converting executor;
   EXPECT_ANY_THROW(executor.invoke({"readstate", "filename=/no/such/file"}));
   EXPECT_FALSE(SchedulerObject::setCatchExceptions(false)) << "as it was, after a failure";
-  const std::string file = folder.write("a b.qst", "#\n# version 1\nBOX:\nOLD: a\n  END\nEND");
+  const std::string file = folder.write("a b.qst", "#\n# version 1\nOLD: a\nEND");
   executor.invoke({"readstate", "colour=1", "filename=" + folder / "a b.qst", "mode=append"});
   EXPECT_EQ(executor.seen, "# version 1|" + file);
   EXPECT_FALSE(SchedulerObject::setCatchExceptions(false));

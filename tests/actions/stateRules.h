@@ -12,71 +12,28 @@
 namespace orv {
 
 inline const std::string stateRules = [] {
-  std::string text = R"(RULES:
-  Categories = deletable
-  KSLObjectClasses = DataKSLObject
-  PARAMETER: Shape
-    Allowed String List = Round, Square
-    Default = Crooked
-  END
-  PARAMETER: Visibility
-    Parameter Type = Logical
-    Default = On
-  END
-  PARAMETER: Processing Mode
-    Allowed String List = None, Session, State
-    Default = None
-  END
-  OBJECT: A
-    KSLObject Class = DataKSLObject
-    Category = deletable
-    Optional Parameter List = x, y, Shape
-    Internal Parameter List = Cache
-  END
-  OBJECT: B
-    KSLObject Class = DataKSLObject
-    Optional Parameter List = x, y
-  END
-  OBJECT: SYMBOL
-    KSLObject Class = DataKSLObject
-    Optional Parameter List = x
-  END
-  OBJECT: BOUNDARY
-    KSLObject Class = DataKSLObject
-    Optional Parameter List = x, Visibility, Domain List
-  END
-  OBJECT: DOMAIN
-    KSLObject Class = DataKSLObject
-    Optional Parameter List = x, Visibility, Shape
-  END
-  SINGLETON: DATA READER
-    KSLObject Class = DataKSLObject
-    Essential Parameter List = Current Results File
-  END
-  SINGLETON: FILE PROCESSING
-    KSLObject Class = DataKSLObject
-    Category = deletable
-    Essential Parameter List = Processing Mode, Path Stack
-  END
-  SINGLETON: STATE
-    KSLObject Class = DataKSLObject
-    Essential Parameter List = State Filename, Save State Mode, Read State Mode, Load Data
-    Optional Parameter List = Save State Objects
-  END
-)";
-  const std::pair<const char*, const char*> defaults[] = {{"x", ""},
-                                                          {"y", ""},
-                                                          {"Cache", "7"},
-                                                          {"Domain List", "All"},
-                                                          {"Current Results File", ""},
-                                                          {"Path Stack", "."},
-                                                          {"State Filename", ""},
-                                                          {"Save State Mode", ""},
-                                                          {"Save State Objects", ""},
-                                                          {"Read State Mode", "Append"},
-                                                          {"Load Data", "False"}};
-  for (const auto& [name, value] : defaults)
-    text.append("PARAMETER: ").append(name).append("\nDefault = ").append(value).append("\nEND\n");
+  std::string text =
+      "RULES:\nCategories = deletable\nKSLObjectClasses = DataKSLObject\n"
+      "PARAMETER: Shape\nAllowed String List = Round, Square\nDefault = Crooked\nEND\n"
+      "PARAMETER: Visibility\nParameter Type = Logical\nDefault = On\nEND\n"
+      "PARAMETER: Processing Mode\nAllowed String List = None, Session, State\nDefault = None\nEND\n";
+  for (const char* type :
+       {"OBJECT: A\nCategory = deletable\nOptional Parameter List = x, y, Shape\nInternal Parameter List = "
+        "Cache",
+        "OBJECT: B\nOptional Parameter List = x, y", "OBJECT: SYMBOL\nOptional Parameter List = x",
+        "OBJECT: BOUNDARY\nOptional Parameter List = x, Visibility, Domain List",
+        "OBJECT: DOMAIN\nOptional Parameter List = x, Visibility, Shape",
+        "SINGLETON: DATA READER\nEssential Parameter List = Current Results File",
+        "SINGLETON: FILE PROCESSING\nCategory = deletable\n"
+        "Essential Parameter List = Processing Mode, Path Stack",
+        "SINGLETON: STATE\nOptional Parameter List = Save State Objects\n"
+        "Essential Parameter List = State Filename, Save State Mode, Read State Mode, Load Data"})
+    text.append(type).append("\nKSLObject Class = DataKSLObject\nEND\n");
+  for (const char* parameter :
+       {"x\n", "y\n", "Cache\nDefault = 7\n", "Domain List\nDefault = All\n", "Current Results File\n",
+        "Path Stack\nDefault = .\n", "State Filename\n", "Save State Mode\n", "Save State Objects\n",
+        "Read State Mode\nDefault = Append\n", "Load Data\nDefault = False\n"})
+    text.append("PARAMETER: ").append(parameter).append("END\n");
   return text + "END";
 }();
 

@@ -1,5 +1,5 @@
+#include "platform/ORVUtilities.h"
 #include "command/RenamingBackCompatibilityFunctor.h"
-#include "tests/support/TestSystem.h"
 #include "tests/support/thrown.h"
 
 #include <gtest/gtest.h>
@@ -83,18 +83,6 @@ RC_GTEST_PROP(RenamingBackCompatibility, TwiceIsOnceAndTextsOfTodayStand, ())
   RC_ASSERT(rewritten(once) == once);
 }
 
-TEST(RenamingBackCompatibility, TextsOfOldVersionsRunThroughTheSystem)
-{
-  RenamingBackCompatibilityFunctor table = makeTable();
-  TestSystem system;
-  system.interface()->setBackFunctor(&table);
-  system.run("OLD CUT: a\nDist = near\nSpeed = 3\nEND\nOLD CUT: b\nEND\n> delete /OLD CUT:b");
-  EXPECT_EQ(system.errors(), "");
-  EXPECT_NE(system.state().find("CUT:a"), std::string::npos);
-  EXPECT_NE(system.state().find("Offset = 1 [mm]"), std::string::npos);
-  EXPECT_EQ(system.state().find("CUT:b"), std::string::npos);
-}
-
 TEST(RenamingBackCompatibility, RefusesTablesWithoutAnEnd)
 {
   RenamingBackCompatibilityFunctor table = makeTable();
@@ -103,8 +91,6 @@ TEST(RenamingBackCompatibility, RefusesTablesWithoutAnEnd)
   };
   EXPECT_EQ(thrown<data::invalid>([&] { table.renameType("CUT", "OLD CUT"); }),
             error("renameType", "Renaming 'CUT' to 'OLD CUT' leads back to 'CUT'."));
-  EXPECT_EQ(thrown<data::invalid>([&] { table.renameType("PAINTER", "PEN"); }),
-            error("renameType", "'PAINTER' is already renamed to 'BRUSH'."));
   EXPECT_EQ(thrown<data::invalid>([&] { table.renameParameter("OLD CUT", "Speed", "SLICE", "Pace"); }),
             error("renameParameter", "'Speed' is already renamed to ''."));
   EXPECT_EQ(thrown<data::invalid>([&] { table.renameParameter("SLICE", "a", "OLD CUT", "b"); }).getMessage(),

@@ -48,16 +48,14 @@ class Deleter : public KSLReplaceModeHandler {
   std::string m_path;
 };
 
-const std::vector<std::string> definition = {"B: b", "x = 1", "END"};
-
 }  // namespace
 
 // A store that kept what the database never got would see no change when it is said again.
 TEST(Reentry, WhatOnlyTheStoreWasToldCanBeSaidAgain)
 {
   TestSystem system;
-  bool told = false;
-  system.onNotification = [&](int type) {
+  const std::vector<std::string> definition = {"B: b", "x = 1", "END"};
+  system.onNotification = [&, told = false](int type) mutable {
     if (type == KSLCoreAPI::updateBegin && !std::exchange(told, true))
       system.text()->loadKSLData(definition);
   };

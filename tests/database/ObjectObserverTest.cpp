@@ -32,23 +32,6 @@ TEST_F(ObjectObserverTest, FailingObserverLeavesParametersAsTheyWere)
   PrototypeEditor(*object).addParameter(std::move(param));  // refused ones carry no observer
 }
 
-// As an object that fails to mark what depends on the value.
-TEST_F(ObjectObserverTest, UnsettingThatFailsLateIsTakenBack)
-{
-  struct Late : DataKSLObject {
-    std::string setValueInternal(ParamDefinition* param, const std::string& value) override
-    {
-      DataKSLObject::setValueInternal(param, value);
-      throw data::error("Late", "setValue", "");
-    }
-  } object;
-  PrototypeEditor(object).addParameter(makeParam({"p", "String", "d"}));
-  object.setValueWithoutPending("p", "mine");
-  object.clearChangedParameters();
-  EXPECT_EQ(errorOf([&] { object.unsetParam("p"); }).getClassName(), "Late");
-  EXPECT_EQ(textOf(object), "p=mine set\n");
-}
-
 TEST_F(ObjectObserverTest, ParametersThatCannotBeRemovedAreStillHeardOf)
 {
   const auto original = makeObject("", "A", "x", {{"a"}, {"p"}, {"z"}});
@@ -69,50 +52,6 @@ TEST_F(ObjectObserverTest, ParametersThatCannotBeRemovedAreStillHeardOf)
     copy->setValue(name, "3");
   EXPECT_EQ(listener.take(), "changed a = 3 (set)\nchanged p = 3 (set)\nchanged z = 3 (set)\n");
   EXPECT_EQ(copy->getParam("z"), z);
-}
-
-TEST_F(ObjectObserverTest, AllRemovalsAreToldWhateverTheObserverThrows)
-{
-  struct Ending : DataKSLObject {
-    using KSLObject::removeAllParameters;
-  } object;
-  for (const char* name : {"a", "b", "c", "d"})
-    PrototypeEditor(object).addParameter(makeParam({name}));
-  Listener listener;
-  object.registerObjectChangeNotify(&listener);
-  listener.failAt = 1;
-  EXPECT_EQ(errorOf([&] { object.removeAllParameters(); }).getMessage(), "deleted b");
-  EXPECT_EQ(listener.take(), "deleted a\ndeleted c\ndeleted d\n");
-  EXPECT_EQ(textOf(object), "");
-}
-
-// A foreign observer of one parameter keeps it; the object's own gets nothing.
-TEST_F(ObjectObserverTest, RefusedRegistrationDisturbsNobody)
-{
-  struct Foreign : ParamDefinition::NotifyChange {
-    void paramChanged(ParamDefinition*) override
-    {
-      if (++calls == failAt)
-        throw data::error("Foreign", "", "");
-    }
-    int calls = 0;
-    int failAt = 0;
-  } foreign;
-  auto object = makeObject("", "A", "x", {{"p"}, {"q"}});
-  PrototypeEditor(*object).findParam("q")->setNotifyChange(&foreign);
-  Listener listener;
-  EXPECT_EQ(errorOf([&] { object->registerObjectChangeNotify(&listener); }).getFunction(), "setNotifyChange");
-  object->setValue("p", "1");
-  object->setValue("q", "1");
-  EXPECT_EQ(listener.take(), "");
-  EXPECT_EQ(foreign.calls, 1);
-
-  foreign.failAt = 3;  // the second step of unsetting: a third call tells that all is back
-  EXPECT_EQ(errorOf([&] { object->unsetParam("q"); }).getClassName(), "Foreign");
-  EXPECT_EQ(foreign.calls, 4);
-  EXPECT_EQ(object->getValue("q"), "1");
-  object->setValue("q", "2");
-  EXPECT_EQ(foreign.calls, 5);
 }
 
 }  // namespace

@@ -5,7 +5,6 @@
 #include "database/ParamKSLParser.h"
 #include "tests/support/thrown.h"
 
-#include <clocale>
 #include <cmath>
 #include <cstdio>
 #include <functional>
@@ -15,6 +14,7 @@
 #include <locale>
 #include <optional>
 #include <rapidcheck/gtest.h>
+#include <tuple>
 
 using namespace orv;
 using testing::ElementsAre;
@@ -27,15 +27,6 @@ static_assert(sizeof(ParamDefinition) <= 56, "there are millions of parameters")
 ParamDefinition paramOf(const std::string& value)
 {
   return ParamDefinition("P", "", "", "Real", value, "");
-}
-
-ParamDefinition paramAllowing(std::vector<std::string> allowed, const std::string& type)
-{
-  auto* rules = new ParamDefinition::Rules;
-  rules->name = "P";
-  rules->type = type;
-  rules->setAllowedValues(std::move(allowed));
-  return ParamDefinition(refcnt_ptr<const ParamDefinition::Rules>(rules));
 }
 
 ErrorMsg invalid(const std::string& function, const std::string& message)
@@ -52,42 +43,6 @@ struct Millimetres : UnitSystemHandler {
     return units == "m" && quantity.empty() ? "mm" : "";
   }
 };
-
-// ---------------------------------------------------------------------------------------------------- quantities
-
-TEST(ParamDefinition, QuantitiesAsWritten)
-{
-  const struct {
-    std::string text;
-    double value;
-    const char* units;
-  } cases[] = {
-      {" \t+2.5 ", 2.5, ""},
-      {"1E-3[m]", 0.001, "m"},
-      {"16777217", 16777217, ""},
-      {"-0x1.8p1 [m]", -3, "m"},
-      {" 2.5 [ m s^-1 ] ", 2.5, "m s^-1 "},
-      {"2.5 [[m]", 2.5, "[m"},
-      {"2.5 []", 2.5, ""},
-      {"1e-99999999999999999999", 0, ""},
-      {"-0e99999999999999999999", 0, ""},
-      {"0." + std::string(400, '0') + "1", 0, ""},
-  };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.text);
-    const ParamDefinition param = paramOf(c.text);
-    EXPECT_TRUE(param.isPureNumeric());
-    EXPECT_EQ(param.getQuantityValue().getValue(), c.value);
-    EXPECT_EQ(param.getQuantityValue().getUnits(), c.units);
-  }
-}
-
-TEST(ParamDefinition, TextsThatAreNoQuantities)
-{
-  for (const char* text : {"[m]", "1e", "1e+", "1e [m]", "0x", "0xp1", "0x1p", "nan", "inf", "\xe9", "1,x"})
-    EXPECT_FALSE(paramOf(text).isPureNumeric()) << text;
-  EXPECT_TRUE(paramOf("").isPureNumeric() && paramOf("1 [m], 2, 3 []").isPureNumeric());
-}
 
 // The language is that of three patterns of sscanf, which is asked here where it has no faults of its own.
 std::optional<Quantity> scannedByPatterns(const std::string& text)
@@ -126,33 +81,42 @@ RC_GTEST_PROP(ParamDefinition, ReadsQuantitiesAsThePatternsDo, ())
   RC_ASSERT(param.getQuantityValue().getUnits() == expected->getUnits());
 }
 
-// ---------------------------------------------------------------------------------------------------- typed reads
-
 TEST(ParamDefinition, ReadsNumbersAndWords)
 {
   const std::vector<int> integers = {-12, 7, -7, 7, 1000, 2147483647, 26, std::numeric_limits<int>::min()};
   EXPECT_EQ(paramOf(" -12 ,7.9,-7.9, 7 [],1e3,2147483647,0x1A,-2147483648").getIntArray(), integers);
   EXPECT_THAT(paramOf("").getIntArray(), IsEmpty());
-  EXPECT_FLOAT_EQ(paramOf("2.5 [m]").getFloatValue("mm"), 2500);
-  EXPECT_EQ(paramOf("2.5").getFloatValue("mm"), 2.5F);
-  EXPECT_THAT(paramOf("1 [m], 2").getFloatArray(), ElementsAre(1, 2));
-  EXPECT_EQ(paramOf("1 [m], -2 [m], 0.5").getTripletValue(), (TripletBase<float>{1, -2, 0.5F}));
   EXPECT_EQ(paramOf("1 [m], -2 [m], 0.5").getTripletValue("mm"), (TripletBase<float>{1000, -2000, 0.5F}));
   EXPECT_EQ(paramOf("3.4028234e38").getFloatValue(), std::numeric_limits<float>::max());
   EXPECT_TRUE(paramOf("On").getBoolValue() && paramOf("Off").getBoolValue("True"));
-  EXPECT_FALSE(paramOf("false").getBoolValue());
+  EXPECT_EQ(paramOf("-0e99999999999999999999").getQuantityValue().getValue(), 0);
   // What the scanner does not take is computed; a comma inside a call does not end an element.
-  EXPECT_EQ(paramOf("2 * 3").getIntValue(), 6);
   EXPECT_THAT(paramOf("max(1,2), 3 + 1").getFloatArray(), ElementsAre(2, 4));
   EXPECT_THAT(paramOf("max(1,2), b").getExpressionArray(),
               ElementsAre(ExpressionDef("max(1,2)"), ExpressionDef("b")));
+  EXPECT_THAT(ParamDefinition::createNameValueMap({"b = 1=2", "a", "b = 3"}),
+              ElementsAre(std::pair("a", ""), std::pair("b", "1=2")));
+}
+
+// Whatever the host has set.
+TEST(ParamDefinition, NumbersFollowNoLocale)
+{
+  struct Grouped : std::numpunct<char> {
+    char do_decimal_point() const override { return ','; }
+    std::string do_grouping() const override { return "\3"; }
+  };
+  const std::locale before = std::locale::global(std::locale(std::locale::classic(), new Grouped));
+  const double value = paramOf("1234567.5").getQuantityValue().getValue();
+  const std::string text = paramOf("1234567.5 [m], 0.1").getValue(true, "m");
+  std::locale::global(before);
+  EXPECT_EQ(value, 1234567.5);
+  EXPECT_EQ(text, "1234567.5,0.1");
 }
 
 TEST(ParamDefinition, RefusesBadNumbers)
 {
   using P = ParamDefinition;
   const auto asInt = [](const P& p) { p.getIntValue(); };
-  const auto asInts = [](const P& p) { p.getIntArray(); };
   const auto asQuantity = [](const P& p) { p.getQuantityValue(); };
   const auto asMillimetres = [](const P& p) { p.getFloatValue("mm"); };
   const auto asFloats = [](const P& p) { p.getFloatArray(); };
@@ -170,16 +134,11 @@ TEST(ParamDefinition, RefusesBadNumbers)
     std::string message;
   } cases[] = {
       {"", asInt, "getIntValueInternal", noInt},
-      {"1,,2", asInts, "getIntValueInternal", noInt},
       {"7 [s]", asInt, "getIntValue", "Integer parameter value 7 [s] must be Dimensionless."},
-      {"-2147483649", asInt, "getIntValue", tooBig},
-      {"1e400", asInt, "getIntValue", tooBig},
-      {"", asMillimetres, "getQuantityValueInternal", empty},
+      {"2147483648", asInt, "getIntValue", tooBig},
       {"1,,2", asFloats, "getQuantityValueInternal", empty},
-      {"1,2", asTriplet, "getTripletValue", notThree},
       {"1,2,3,4", asTriplet, "getTripletValue", notThree},
       {"-1e400", asQuantity, "getQuantityValueInternal", tooBig},
-      {"0x1p5000", asQuantity, "getQuantityValueInternal", tooBig},
       {"1e38 [m]", asMillimetres, "getFloatValue", tooBig},
       {"1e400", asText, "getValue", tooBig},
       {"True", asBool, "getBoolValue", "Parameter 'P' (of type boolean) cannot have value 'perhaps'."},
@@ -196,80 +155,35 @@ TEST(ParamDefinition, RefusesBadNumbers)
             "UnitsConverter");
 }
 
-// Numbers follow no locale, whatever the host has set.
-TEST(ParamDefinition, NumbersFollowNoLocale)
+TEST(ParamDefinition, AllowsListedValuesOnly)
 {
-  struct Grouped : std::numpunct<char> {
-    char do_decimal_point() const override { return ','; }
-    char do_thousands_sep() const override { return '.'; }
-    std::string do_grouping() const override { return "\3"; }
-  };
-  const std::string c = std::setlocale(LC_ALL, nullptr);
-  const std::locale before = std::locale::global(std::locale(std::locale::classic(), new Grouped));
-  std::setlocale(LC_ALL, "de_DE.UTF-8");  // where the machine has it
-  const double value = paramOf("1234567.5").getQuantityValue().getValue();
-  const std::string text = paramOf("1234567.5 [m], 0.1").getValue(true, "m");
-  const std::size_t elements = paramOf("2,5").getFloatArray().size();
-  std::locale::global(before);
-  std::setlocale(LC_ALL, c.c_str());
-
-  EXPECT_EQ(value, 1234567.5);
-  EXPECT_EQ(text, "1234567.5,0.1");
-  EXPECT_EQ(elements, 2U);
+  for (const char* type : {"String List", "String"}) {
+    auto* rules = new ParamDefinition::Rules;
+    rules->type = type;
+    rules->setAllowedValues({"B", "A"});
+    const ParamDefinition param{refcnt_ptr<const ParamDefinition::Rules>(rules)};
+    std::string allowed;
+    for (const char* text : {"A", "A, B", "", "A,C", "A,", "a"})
+      allowed += param.isAllowedValue(text) ? 'y' : 'n';
+    EXPECT_EQ(allowed, type == std::string("String") ? "ynnnnn" : "yyynnn");
+  }
 }
-
-// ---------------------------------------------------------------------------------------------------- values
 
 TEST(ParamDefinition, ConvertsValueText)
 {
   const Millimetres preferred;
-  const struct {
-    const char* value;
-    bool convert;
-    const char* units;
-    const char* result;
-  } cases[] = {
+  const std::tuple<const char*, bool, const char*, const char*> cases[] = {
       {"2.50 [m] , x", false, "", "2.50 [m] , x"},
-      {"2.50 [m]", true, "", "2500"},
       {"2.50 [s]", true, "", "2.5"},  // none preferred: its own units
       {"2.50 [m]", false, "cm", "250"},
-      {"2.50", true, "", "2.5"},
       {" 2 * x ", true, "", " 2 * x "},
       {"1 [m], x y ,2.0, 3 [cm]", true, "mm", "1000,x y,2,30"},
-      {"1234567.5 [s]", true, "", "1234567.5"},
   };
-  for (const auto& c : cases)
-    EXPECT_EQ(paramOf(c.value).getValue(c.convert, c.units), c.result) << c.value << " " << c.units;
+  for (const auto& [value, converted, units, result] : cases)
+    EXPECT_EQ(paramOf(value).getValue(converted, units), result) << value << " " << units;
   EXPECT_EQ(paramOf("10 [C]").getValue(true, "K", true), "10");
   EXPECT_EQ(paramOf("10 [C]").getValue(true, "K", false), "283.15");
 }
-
-TEST(ParamDefinition, AllowsListedValuesOnly)
-{
-  const ParamDefinition list = paramAllowing({"B", "A", "B"}, "String List");
-  const ParamDefinition word = paramAllowing({"B", "A"}, "String");
-  const std::pair<const char*, std::pair<bool, bool>> cases[] = {
-      {"A", {true, true}},     {"A, B", {true, false}}, {"", {true, false}},
-      {"A,C", {false, false}}, {"A,", {false, false}},  {"a", {false, false}}};
-  for (const auto& [text, allowed] : cases) {
-    EXPECT_EQ(list.isAllowedValue(text), allowed.first) << text;
-    EXPECT_EQ(word.isAllowedValue(text), allowed.second) << text;
-  }
-  EXPECT_TRUE(paramAllowing({}, "String List").isAllowedValue("x,y"));
-  EXPECT_THAT(list.getRules()->allowedInOrder, ElementsAre("B", "A", "B"));
-  EXPECT_THAT(list.getAllowedValues(), ElementsAre("A", "B"));
-}
-
-TEST(ParamDefinition, NeedsRulesAndSplitsPairs)
-{
-  EXPECT_EQ(
-      thrown<internal::nullPointer>([] { ParamDefinition(refcnt_ptr<const ParamDefinition::Rules>()); }),
-      invalid("ParamDefinition", "Input parameter p_rules is a null pointer."));
-  EXPECT_THAT(ParamDefinition::createNameValueMap({"b = 1=2", "a", "b = 3"}),
-              ElementsAre(std::pair("a", ""), std::pair("b", "1=2")));
-}
-
-// ---------------------------------------------------------------------------------------------------- KSL text
 
 TEST(ParamKSLParser, FindsTheParameterOfTheInnermostBlockOfTheType)
 {
@@ -282,7 +196,6 @@ TEST(ParamKSLParser, FindsTheParameterOfTheInnermostBlockOfTheType)
               ElementsAre(std::pair("one", "1"), std::pair("three", "6"), std::pair("two", "5")));
   parser.resetResults();
   parser.parseForParam("S", "x");
-  EXPECT_THAT(parser.getResults(), ElementsAre(std::pair("S", "7")));
   parser.parseForParam("B", "y");
   EXPECT_THAT(parser.getResults(), ElementsAre(std::pair("S", "7"), std::pair("inner", "4")));
 }

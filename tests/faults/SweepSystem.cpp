@@ -241,9 +241,10 @@ void expectRightGraph(const std::string& when)
     EXPECT_FALSE(scheduler.isPending()) << node->getPath();
     float sum = node->getFloatValue("Area", "m^2");
     std::map<const KSLObject*, int> linked;
-    for (const auto& [parent, count] : scheduler.getParents()) {
-      linked[parent->getKSLObject()] = count;
-      EXPECT_EQ(parent->getChildren().count(&scheduler), count);
+    for (const LinkMap::Entry& edge : scheduler.getParents()) {
+      const SchedulerObject* parent = edge.first;
+      linked[parent->getKSLObject()] = static_cast<int>(edge.second);
+      EXPECT_EQ(parent->getChildren().count(&scheduler), static_cast<int>(edge.second));
       sum += parent->getKSLObject()->getFloatValue("Sum");
     }
     EXPECT_EQ(linked, namedBy(*node)) << node->getPath();

@@ -8,53 +8,24 @@
 
 inline std::string boxes()
 {
-  return makeFile("boxes.ksl", R"(RULES:
-  SchedulerTypes = Make, Paint
-  KSLObjectClasses = DataKSLObject, GenericKSLObject
-  OBJECT: BOX
-    KSLObject Class = GenericKSLObject
-    Scheduler = Make, Paint
-    Scheduler Links = Make, Paint
-    Essential Parameter List = Size
-    Optional Parameter List = On, Beside
-  END
-  OBJECT: NOTE
-    KSLObject Class = DataKSLObject
-    Optional Parameter List = Text
-  END
-  OBJECT: MARK
-    KSLObject Class = DataKSLObject
-  END
-  PARAMETER: Size
-    Default = 1
-    Local Type = Make
-  END
-  PARAMETER: On
-    Local Type = Make
-    Remote Type = Paint
-  END
-  PARAMETER: Text
-  END
-  PARAMETER: Beside
-    Local Type = Make
-    Remote Type = Paint
-  END
-END
-)");
+  return makeFile(
+      "boxes.ksl",
+      "RULES:\nSchedulerTypes = Make, Paint\nKSLObjectClasses = DataKSLObject, GenericKSLObject\n"
+      "OBJECT: BOX\nKSLObject Class = GenericKSLObject\nScheduler = Make, Paint\nScheduler Links = Make, "
+      "Paint\n"
+      "Essential Parameter List = Size\nOptional Parameter List = On, Beside\nEND\n"
+      "OBJECT: NOTE\nKSLObject Class = DataKSLObject\nOptional Parameter List = Text\nEND\n"
+      "OBJECT: MARK\nKSLObject Class = DataKSLObject\nEND\n"
+      "PARAMETER: Size\nDefault = 1\nLocal Type = Make\nEND\n"
+      "PARAMETER: On\nLocal Type = Make\nRemote Type = Paint\nEND\n"
+      "PARAMETER: Beside\nLocal Type = Make\nRemote Type = Paint\nEND\nPARAMETER: Text\nEND\nEND\n");
 }
 
 // What reading files needs beside any other library.
 inline std::string fileTypes()
 {
-  return makeFile("files.ksl", R"(RULES:
-  SINGLETON: FILE PROCESSING
-    KSLObject Class = DataKSLObject
-    Essential Parameter List = Processing Mode, Path Stack
-  END
-  PARAMETER: Processing Mode
-  END
-  PARAMETER: Path Stack
-  END
-END
-)");
+  return makeFile("files.ksl",
+                  "RULES:\nSINGLETON: FILE PROCESSING\nKSLObject Class = DataKSLObject\n"
+                  "Essential Parameter List = Processing Mode, Path Stack\nEND\n"
+                  "PARAMETER: Processing Mode\nEND\nPARAMETER: Path Stack\nEND\nEND\n");
 }

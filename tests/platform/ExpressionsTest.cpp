@@ -62,50 +62,31 @@ TEST(Expressions, ExamplesOfThePage)
   expectRows(rows);
 }
 
-TEST(Expressions, ValuesAndUnits)
+TEST(Expressions, ValuesAndErrors)
 {
   expectRows({
-      {"+-+4", "-4"},
       {"\t1\n+\r\v\f1 ", "2"},
       {"0x.8p1 + 0X10 + 5.", "22"},
       {"1e-99999999999999999999", "0"},
-      {"0.0" + std::string(400, '0') + "1", "0"},
       {"1" + std::string(400, '0') + "e-400", "1"},
-      {"(7 [ s ])", "7 [s]"},
-      {"+7 [degree]", "7 [degree]"},
       {"7 []", "7"},
-      {"20 [C] * 1", "293.15 [K]"},
       {"--20 [C] + 0 [K]", "293.15 [K]"},
-      {"-20 [C]^1", "-293.15 [K]"},
       {"-(20 [C])", "-293.15 [K]"},
       {"2 [m]^2", "4 [m^2]"},
       {"1 [rad s^-1] + 1 [s^-1]", "2 [rad s^-1]"},
-      {"1 [degree] - 1 [degree]", "0"},
-      {"floor(-1.5) * 100 + ceil(-1.5) * 10 + int(1.9)", "-209"},
-      {"1 + 1 < 3", "1"},
       {"if(0, 1 / 0, 5) + if(1, 6, sqrt(-1) * 2 + 1e308 * 10)", "11"},
       {"if(0, 1 [m] / 0, if(1, 2 [m], log(-1) * 3 [m]))", "2 [m]"},
       {"if(1, 2 [m], (1 [m]) ^ 2 / 0 / 1 [m])", "2 [m]"},
-  });
-}
-
-TEST(Expressions, Errors)
-{
-  expectRows({
       {"1 +", "@4 syntax error, the text ends too early."},
       {"(1 + 2", "@7 syntax error, ')' is missing."},
       {"2.5 m", "@5 syntax error at 'm'."},
-      {"(1) [m]", "@5 syntax error at units '[m]'."},
       {"2 [m", "@3 ']' is missing."},
       {"1 [\xC2\xB5m] + \xC2\xB5", "@10 syntax error at '\xC2\xB5'."},
       {"1 + inf + Pi", "Expression '1 + inf + Pi' depends on a variable 'inf' which does not exist."},
       {"1 + Flow Ratio.2_a (1, 2)",
        "Expression '1 + Flow Ratio.2_a (1, 2)' depends on a function 'Flow Ratio.2_a' which does not exist."},
       {"1 < 2 < 3", "@7 a comparison of a comparison needs parentheses."},
-      {"1 = 2", "@3 syntax error at '='."},
       {"if(1, 2 [m], 3 [s] / 0)", "@1 function 'if' cannot take 'm' together with 's'."},
-      {"if(1 [m], 2, 3)", "@1 function 'if' needs a pure number, not 'm'."},
-      {"if(1, 2, (1 [m]) ^ (1 / 0))", "@23 division by zero."},
       {"1 [m] < 2 [s]", "@7 cannot compare 'm' with 's'."},
       {"sin", "@1 function 'sin' needs arguments in parentheses."},
       {"mod(1, 2, 3)", "@1 function 'mod' takes 2 argument(s), not 3."},
@@ -120,10 +101,8 @@ TEST(Expressions, Errors)
       {"0 ^ -1", "@3 division by zero."},
       {"(-8) ^ 0.5", "@6 a negative number has no power with a fraction as exponent."},
       {"log(-1)", "@1 logarithm of a negative number."},
-      {"log10(0)", "@1 logarithm of zero."},
       {"sqrt(-1 [m])", "@1 square root of a negative number."},
       {"asin(1.5)", "@1 function 'asin' needs a number from -1 to 1."},
-      {"0x1p2000", "@1 the number is too large."},
       {"1e99999999999999999999", "@1 the number is too large."},
       {"1e308 [km] * 1", "@1 the number is too large in base units."},
       {"1 / exp(1000)", "@5 the result is not finite."},
@@ -142,7 +121,7 @@ std::string repeat(std::string_view piece, int count)
   return text;
 }
 
-TEST(Expressions, NestAsDeepAsAllowed)
+TEST(Expressions, NestAsDeepAsAllowedAndAreAsLongAsYouLike)
 {
   for (const auto& [open, close] : {std::pair("(", ")"), {"abs(", ")"}, {"-", ""}, {"", "^1"}}) {
     const auto nested = [&](int depth) { return repeat(open, depth) + "1" + repeat(close, depth); };
@@ -153,31 +132,19 @@ TEST(Expressions, NestAsDeepAsAllowed)
     }
   }
   EXPECT_EQ(evaluate(repeat("(-1)+", 3000) + "3000"), "0") << "levels that are closed do not count";
-}
-
-TEST(Expressions, LongTextsAreFlat)
-{
-  EXPECT_EQ(evaluate("0" + repeat(" + 1 [m] / 1 [m]", 100000)), "1e+05");
-  EXPECT_EQ(evaluate("1" + repeat("*-1", 100000)), "1");
-  EXPECT_EQ(evaluate("max(0" + repeat(",2,1", 100000) + ")"), "2");
+  EXPECT_EQ(evaluate("max(0" + repeat(",2*-1 [m] / -1 [m],1", 100000) + ")"), "2");
 }
 
 TEST(Expressions, PrintingTakesOffWhatIsNotNeeded)
 {
-  const std::pair<const char*, const char*> rows[] = {
-      {"((1)+(2*(3)))-(4-5)", "1 + 2 * 3 - (4 - 5)"},
-      {"(2^3)^2^-(2)", "(2^3)^2^-(2)"},
-      {"(-2)^2 * -(20 [C]) - -3", "(-2)^2 * -(20 [C]) - -3"},
-      {"if((a<b)==(c>1), max(a,(b)), Flow Ratio)", "if((a < b) == (c > 1), max(a, b), Flow Ratio)"},
-  };
-  for (const auto& [text, expected] : rows) {
-    ExpressionDef expression(text);
-    expression.parse();
-    EXPECT_EQ(expression.print(), expected);
-    ExpressionDef other("(" + std::string(expected) + ") + 0");
-    other.parse();
-    EXPECT_FALSE(other.isSameTree(expression)) << text;
-  }
+  ExpressionDef expression("if((a<b)==(c>1), max(a,(b)), ((1)+(2*(3)))-(4-5) * (-2)^2 * -(20 [C]) - -3)");
+  expression.parse();
+  const std::string expected =
+      "if((a < b) == (c > 1), max(a, b), 1 + 2 * 3 - (4 - 5) * (-2)^2 * -(20 [C]) - -3)";
+  EXPECT_EQ(expression.print(), expected);
+  ExpressionDef other("(" + expected + ") + 0");
+  other.parse();
+  EXPECT_FALSE(other.isSameTree(expression));
 }
 
 // Texts whose dimensions fit: a length, or a pure number, which needs no parentheses to fit.
@@ -193,7 +160,7 @@ class TextMaker {
     const auto lengthText = [&] { return "(" + make(depth - 1, true) + ")"; };
     if (depth <= 0)
       return leaf(length);
-    switch (pick(length ? 6 : 10)) {
+    switch (pick(length ? 6 : 9)) {
       case 0:
         return operand() + oneOf({" + ", "-"}) + operand();
       case 1:
@@ -202,20 +169,20 @@ class TextMaker {
         return "if(" + number() + oneOf({"<", "<=", ">", ">=", "==", "!="}) + number() + ", " + other() + ", "
                + other() + ")";
       case 3:
-        return pick(2) == 0 ? "-" + operand() : "abs" + other();
+        return oneOf({"-", "abs"}) + other();
       case 4:
         return number() + " * " + operand();
       case 5:
         return length ? "sqrt(" + other() + " * " + other() + ")" : operand() + "^" + operand();
       case 6:
-        return pick(2) == 0 ? "(" + lengthText() + " / " + lengthText() + ")" : operand() + " / " + operand();
+        return "(" + lengthText() + " / " + lengthText() + ")";
       case 7:
-        return "atan2(" + (pick(2) == 0 ? lengthText() + ", " + lengthText() : other() + ", " + other())
-               + ")";
-      case 8:
-        return oneOf({"sin", "cos", "tan", "atan", "tanh", "int", "exp", "cosh", "sinh"}) + other();
+        return pick(2) == 0 ? operand() + " / " + operand()
+                            : "atan2(" + lengthText() + ", " + lengthText() + ")";
       default:
-        return oneOf({"asin", "acos", "log", "log10", "sqrt"}) + other();
+        return oneOf({"sin", "cos", "tan", "atan", "tanh", "int", "exp", "cosh", "sinh", "asin", "acos",
+                      "log", "log10", "sqrt"})
+               + other();
     }
   }
 

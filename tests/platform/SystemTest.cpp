@@ -31,7 +31,6 @@ TEST(ORVStream, WritesAppendsAndReads)
   stream.write("\nthr\ree");
   stream.flush();
   EXPECT_THAT(ORVFile::readLines(name), ElementsAre("one", "two", "", "thr\ree"));
-  EXPECT_EQ(ORVFile::readAll(name), "one\ntwo\n\nthr\ree");
 
   stream.open(name, Mode::read);
   std::string line;
@@ -39,9 +38,7 @@ TEST(ORVStream, WritesAppendsAndReads)
   EXPECT_EQ(line, "one");
   EXPECT_THAT(stream.readLines(), ElementsAre("two", "", "thr\ree"));
   EXPECT_FALSE(stream.readLine(line));
-  stream.open(folder.write("empty", ""), Mode::read);  // usable again after an end of file
-  EXPECT_FALSE(stream.readLine(line));
-  EXPECT_TRUE(ORVFile::readLines(folder / "empty").empty());
+  EXPECT_TRUE(ORVFile::readLines(folder.write("empty", "")).empty());
   const std::string large(300000, 'x');
   EXPECT_EQ(ORVFile::readAll(folder.write("large", large)), large);
 }
@@ -63,9 +60,6 @@ TEST(ORVStream, FailuresNameTheFileAndTheReason)
   failure([&] { ORVFile::readAll(folder.path()); }, "readAll", "read file '" + folder.path(), EISDIR);
   stream.open(folder.path(), Mode::read);
   failure([&] { stream.readLine(line); }, "readLine", "read file '" + folder.path(), EISDIR);
-  stream.close();
-  EXPECT_EQ(thrown<file::error>([&] { stream.write("x"); }).getFunction(), "write");
-  EXPECT_EQ(thrown<file::error>([&] { stream.readLine(line); }).getFunction(), "readLine");
 
   for (const std::size_t size : {1000000u, 1u}) {
     stream.open("/dev/full", Mode::write);
@@ -83,53 +77,35 @@ TEST(ORVFile, ListsFilesInNameOrder)
     folder.write(name, "");
   std::filesystem::create_directory(folder / "d.ksl");
   std::filesystem::create_symlink(folder / "nowhere", folder / "e.ksl");
-  const auto expected = ElementsAre(folder / ".ksl", folder / "B.ksl", folder / "a.ksl", folder / "b.ksl");
-  EXPECT_THAT(ORVFile::listFiles(folder.path(), ".ksl"), expected);
-  EXPECT_THAT(ORVFile::listFiles(folder.path().substr(0, folder.path().size() - 1), ".ksl"), expected);
+  EXPECT_THAT(ORVFile::listFiles(folder.path(), ".ksl"),
+              ElementsAre(folder / ".ksl", folder / "B.ksl", folder / "a.ksl", folder / "b.ksl"));
   EXPECT_TRUE(ORVFile::exists(folder / "a.ksl") && ORVFile::isDirectory(folder.path()));
   EXPECT_FALSE(ORVFile::exists(folder / "x") || ORVFile::isDirectory(folder / "a.ksl"));
-
-  std::string parts;
-  for (const char* file : {"a/b/c.ksl", "c.ksl", "/c", "a\\b/c\\d", "a/"})
-    parts += ORVFile::getPath(file) + " " + ORVFile::getFilename(file) + "; ";
-  EXPECT_EQ(parts, "a/b c.ksl; . c.ksl; / c; a\\b/c d; a ; ");
 }
 
-struct LoaderTest : testing::Test {
-  ~LoaderTest() override
-  {
-    SharedLibrary::destroyInstance();
-    unsetenv("ORV_KSL_PLUGIN_PATH");
-  }
+TEST(Loader, WhatIsMissingIsExplained)
+{
   // Why there is no such function.
-  std::string refusal(const std::string& library, const std::string& function)
-  {
+  const auto refusal = [](const std::string& library, const std::string& function) {
     EXPECT_EQ(SharedLibrary::instance()->getInstance(library, function), nullptr);
     return SharedLibrary::instance()->getLastError();
-  }
-};
-
-TEST_F(LoaderTest, WhatIsMissingIsExplained)
-{
-  setenv("ORV_KSL_PLUGIN_PATH", "first::second", 1);
-  const std::string library = std::string("libnone") + SHLIBEXT;
-  EXPECT_THAT(refusal(library, "f"),
-              AllOf(HasSubstr("'libnone.so'"), HasSubstr(" Looked for in 'first', 'second', '/"),
-                    HasSubstr("No such file or directory")));
-  EXPECT_EQ(refusal("", "f"), "Calculate library has no name.");
-  EXPECT_THAT(refusal("libm.so.6", "noSuchFunction"),
-              AllOf(HasSubstr("'noSuchFunction'"), HasSubstr("'libm.so.6'")));
-  EXPECT_THAT(refusal("libm.so.6", "exit"), HasSubstr("defined in another library"));
-}
-
-TEST_F(LoaderTest, FoldersOfThePathComeBeforeTheSystems)
-{
+  };
   const TempFolder folder;
   std::filesystem::create_symlink("/dev/null", folder / "libm.so.6");
   setenv("ORV_KSL_PLUGIN_PATH", ("none:" + folder.path()).c_str(), 1);
-  EXPECT_THAT(refusal("libm.so.6", "f"), HasSubstr("libm.so.6: file too short"));
+  EXPECT_THAT(refusal("libnone.so", "f"),
+              AllOf(HasSubstr("'libnone.so'"), HasSubstr(" Looked for in 'none', '" + folder.path()),
+                    HasSubstr("No such file or directory")));
+  EXPECT_EQ(refusal("", "f"), "Calculate library has no name.");
+  EXPECT_THAT(refusal("libm.so.6", "f"), HasSubstr("libm.so.6: file too short"))
+      << "folders of the path come before the system's";
   std::filesystem::remove(folder / "libm.so.6");
-  EXPECT_THAT(refusal("libm.so.6", "f"), HasSubstr("undefined symbol: f"));  // a failure is not remembered
+  EXPECT_THAT(refusal("libm.so.6", "noSuchFunction"),
+              AllOf(HasSubstr("'noSuchFunction'"), HasSubstr("'libm.so.6'")))
+      << "a failure is not remembered";
+  EXPECT_THAT(refusal("libm.so.6", "exit"), HasSubstr("defined in another library"));
+  SharedLibrary::destroyInstance();
+  unsetenv("ORV_KSL_PLUGIN_PATH");
 }
 
 }  // namespace

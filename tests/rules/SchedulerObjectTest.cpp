@@ -12,7 +12,7 @@
 #include <gtest/gtest.h>
 #include <map>
 #include <memory>
-#include <new>
+#include <optional>
 #include <rapidcheck.h>
 #include <set>
 #include <stdexcept>
@@ -53,7 +53,7 @@ class Catching {
 constexpr int places = 5;
 
 struct Act {
-  enum Kind { link, linkUnchecked, unlink, mark, update, destroy, renew, fail, kinds };
+  enum Kind { link, unlink, mark, update, destroy, renew, fail };
   int kind;
   int a;
   int b;
@@ -61,8 +61,6 @@ struct Act {
 using Script = std::vector<Act>;
 // What the first, second, … calculation (or making of delayed links) at each place does.
 using Scripts = std::array<std::vector<Script>, places>;
-
-enum Failure { library, standard, foreign, interrupt, unwind, failures };
 
 struct Log {
   std::string events;
@@ -87,24 +85,7 @@ std::string line(const std::string& name, bool pending, const Edges& children, c
   return text;
 }
 
-[[noreturn]] void fail(int failure)
-{
-  switch (failure) {
-    case library:
-      throw data::invalid("Plugin", "work", "library failed");
-    case standard:
-      throw std::runtime_error("standard failed");
-    case foreign:
-      throw 7;
-    case interrupt:
-      throw Interrupt("Plugin", "work", "stop");
-    default:
-      throw Unwind();
-  }
-}
-
-// Schedulers at places in ascending order of address, driven by scripts. Shared by both sides: what is done,
-// not what it does.
+// Schedulers at places, driven by scripts. Shared by both sides: what is done, not what it does.
 template <class Graph>
 void perform(Graph& graph, const Script& script)
 {
@@ -112,7 +93,7 @@ void perform(Graph& graph, const Script& script)
     if (act.kind == Act::renew)
       graph.renew(act.a);
     else if (act.kind == Act::fail)
-      fail(act.b % failures);
+      throw data::invalid("Plugin", "work", "failed");
     else if (graph.exists(act.a) && (act.kind > Act::unlink || (graph.exists(act.b) && act.a != act.b)))
       graph.act(act);
   }
@@ -126,12 +107,6 @@ void step(Graph& graph, const Script& script, std::string& events)
     perform(graph, script);
   } catch (const Error& error) {
     events += " !" + error.getClassName() + " " + error.getMessage();
-  } catch (const Unwind&) {
-    events += " !unwind";
-  } catch (const std::exception&) {
-    events += " !standard";
-  } catch (int) {
-    events += " !foreign";
   }
 }
 
@@ -152,64 +127,43 @@ class Real {
       renew(i);
     }
   }
-  ~Real()
-  {
-    for (int i = 0; i < places; ++i)
-      destroy(i);
-  }
-
-  bool exists(int i) const { return m_alive[i]; }
-  void renew(int i)
-  {
-    destroy(i);
-    new (at(i)) SchedulerObject(nameOf(i), &m_owners[i], "T");
-    m_alive[i] = true;
-  }
+  bool exists(int i) const { return m_nodes[i].has_value(); }
+  void renew(int i) { m_nodes[i].emplace(nameOf(i), &m_owners[i], "T"); }
   void act(const Act& act)
   {
-    switch (act.kind) {
-      case Act::link:
-      case Act::linkUnchecked:
-        return at(act.a)->addChild(at(act.b), act.kind == Act::link);
-      case Act::unlink:
-        return at(act.a)->deleteChild(at(act.b));
-      case Act::mark:
-        return at(act.a)->setPending();
-      case Act::update:
-        return at(act.a)->update();
-      default:
-        return destroy(act.a);
-    }
+    if (act.kind == Act::link)
+      m_nodes[act.a]->addChild(&*m_nodes[act.b], true);
+    else if (act.kind == Act::unlink)
+      m_nodes[act.a]->deleteChild(&*m_nodes[act.b]);
+    else if (act.kind == Act::mark)
+      m_nodes[act.a]->setPending();
+    else if (act.kind == Act::update)
+      m_nodes[act.a]->update();
+    else
+      m_nodes[act.a].reset();
   }
   std::string state() const
   {
     std::string text;
     for (int i = 0; i < places; ++i) {
-      if (m_alive[i])
-        text += line(nameOf(i), at(i)->isPending(), edges(at(i)->getChildren()), edges(at(i)->getParents()));
+      if (const auto& node = m_nodes[i])
+        text += line(nameOf(i), node->isPending(), edges(node->getChildren()), edges(node->getParents()));
     }
     return text;
   }
 
  private:
-  Edges edges(const LinkMap& links) const
+  static Edges edges(const LinkMap& links)
   {
     Edges found;
-    for (const auto& [other, count] : links)
-      found.emplace_back(static_cast<int>(other - at(0)), count);
+    for (const LinkMap::Entry& edge : links)
+      found.emplace_back(edge.first->getName().back() - '0', static_cast<int>(edge.second));
     return found;
-  }
-  SchedulerObject* at(int i) const { return reinterpret_cast<SchedulerObject*>(m_room) + i; }
-  void destroy(int i)
-  {
-    if (std::exchange(m_alive[i], false))
-      at(i)->~SchedulerObject();
   }
 
   Log& m_log;
   Owner m_owners[places];
-  bool m_alive[places] = {};
-  alignas(SchedulerObject) mutable unsigned char m_room[places * sizeof(SchedulerObject)];
+  std::array<std::optional<SchedulerObject>, places> m_nodes;
 };
 
 // The definition: recursive, without marks or counts, over maps.
@@ -230,21 +184,23 @@ class Model {
   {
     destroy(i);
     m_nodes[i] = std::make_shared<Node>();
+    m_nodes[i]->id = {++m_made, i};
   }
   void act(const Act& act)
   {
     Node& node = *m_nodes[act.a];
-    if (act.kind == Act::link || act.kind == Act::linkUnchecked) {
-      if (act.kind == Act::link && below(act.b).count(act.a) != 0) {
+    if (act.kind == Act::link) {
+      if (below(act.b).count(act.a) != 0) {
         throw ksl::cyclicRef("SchedulerObject", "addChild",
                              "Attempt to create a cyclic dependency between object " + nameOf(act.a)
                                  + " (T) and object " + nameOf(act.b) + " (T).");
       }
       if (!node.updating)
-        ++node.children[act.b];
+        ++node.children[m_nodes[act.b]->id];
     } else if (act.kind == Act::unlink) {
-      if (node.children.count(act.b) != 0 && --node.children[act.b] == 0)
-        node.children.erase(act.b);
+      const auto edge = node.children.find(m_nodes[act.b]->id);
+      if (edge != node.children.end() && --edge->second == 0)
+        node.children.erase(edge);
     } else if (act.kind == Act::mark) {
       for (int i : below(act.a))
         m_nodes[i]->pending = true;
@@ -260,30 +216,38 @@ class Model {
     for (int i = 0; i < places; ++i) {
       if (!m_nodes[i])
         continue;
-      Edges parents;
-      for (int j = 0; j < places; ++j) {
-        if (m_nodes[j] && m_nodes[j]->children.count(i) != 0)
-          parents.emplace_back(j, m_nodes[j]->children.at(i));
+      std::map<Id, int> parents;
+      for (const auto& node : m_nodes) {
+        if (node && node->children.count(m_nodes[i]->id) != 0)
+          parents[node->id] = node->children.at(m_nodes[i]->id);
       }
-      const auto& children = m_nodes[i]->children;
-      text += line(nameOf(i), m_nodes[i]->pending, Edges(children.begin(), children.end()), parents);
+      text += line(nameOf(i), m_nodes[i]->pending, edges(m_nodes[i]->children), edges(parents));
     }
     return text;
   }
 
  private:
+  using Id = std::pair<int, int>;  // how many were made by then, and the place
   struct Node {
+    Id id;
     bool pending = false;
     bool updating = false;
-    std::map<int, int> children;
+    std::map<Id, int> children;
   };
 
+  static Edges edges(const std::map<Id, int>& links)
+  {
+    Edges found;
+    for (const auto& [id, count] : links)
+      found.emplace_back(id.second, count);
+    return found;
+  }
   void destroy(int i)
   {
-    m_nodes[i].reset();
+    const std::shared_ptr<Node> gone = std::exchange(m_nodes[i], nullptr);
     for (const auto& node : m_nodes) {
-      if (node)
-        node->children.erase(i);
+      if (gone && node)
+        node->children.erase(gone->id);
     }
   }
   std::set<int> below(int start) const
@@ -293,15 +257,15 @@ class Model {
       before = reached.size();
       for (int i : std::set<int>(reached)) {
         for (const auto& edge : m_nodes[i]->children)
-          reached.insert(edge.first);
+          reached.insert(edge.first.second);
       }
     }
     return reached;
   }
   bool parentPending(int i) const
   {
-    return std::any_of(m_nodes.begin(), m_nodes.end(), [i](const auto& node) {
-      return node && node->pending && node->children.count(i) != 0;
+    return std::any_of(m_nodes.begin(), m_nodes.end(), [id = m_nodes[i]->id](const auto& node) {
+      return node && node->pending && node->children.count(id) != 0;
     });
   }
   void runNext(std::vector<Script>& scripts)
@@ -315,23 +279,12 @@ class Model {
   void calculate(int i)
   {
     m_log.events += " " + nameOf(i);
-    const auto report = [&](const char* message) {
-      m_log.reported.emplace_back("SchedulerObject", "update", _(message, nameOf(i)), errorType::ordinary);
-    };
     try {
       runNext(m_calculations[i]);
     } catch (const Error& error) {
-      if (!m_catching || dynamic_cast<const Interrupt*>(&error))
+      if (!m_catching)
         throw;
       m_log.reported.emplace_back(error);
-    } catch (const std::exception&) {
-      if (!m_catching)
-        throw;
-      report("Operation '%s' failed (system exception: standard failed).");
-    } catch (int) {
-      if (!m_catching)
-        throw;
-      report("Operation '%s' failed with unrecognized exception.");
     }
   }
   void update(int i)
@@ -350,15 +303,16 @@ class Model {
     }
     const bool before = std::exchange(node->updating, true);
     const ScopeGuard after([&] { node->updating = before; });
-    for (int last = -1; !gone();) {
+    for (Id last; !gone();) {
       const auto next = node->children.upper_bound(last);
       if (next == node->children.end())
         break;
       last = next->first;
-      update(last);
+      update(last.second);
     }
   }
 
+  int m_made = 0;
   std::array<std::shared_ptr<Node>, places> m_nodes;
   Scripts m_calculations;
   Scripts m_delayed;
@@ -370,7 +324,6 @@ rc::Gen<Script> anyScript(int longest)
 {
   const auto place = rc::gen::inRange(0, places);
   const auto kind = rc::gen::weightedElement<int>({{6, Act::link},
-                                                   {1, Act::linkUnchecked},
                                                    {2, Act::unlink},
                                                    {4, Act::mark},
                                                    {4, Act::update},
@@ -435,7 +388,6 @@ TEST(SchedulerObject, RefusalsTellWhatIsWrongAndChangeNothing)
   a.addChild(&b, true);
   unowned.setPending();
   unsupported.setPending();
-
   const auto error = [](const char* function, const std::string& message) {
     return ErrorMsg("SchedulerObject", function, message, 4);
   };
@@ -453,37 +405,30 @@ TEST(SchedulerObject, RefusalsTellWhatIsWrongAndChangeNothing)
             error("update", "Object m_name has scheduler but is not GenericKSLObject."));
   EXPECT_TRUE(unowned.isPending() && unsupported.isPending());
   EXPECT_EQ(a.getChildren().count(&b), 2);
-  EXPECT_EQ(b.getParents().count(&a), 2);
-  EXPECT_TRUE(a.getParents().empty() && b.getChildren().empty());
 
   a.setPending();
   const SchedulerObject copy(a);  // without edges
   EXPECT_TRUE(copy.isPending() && copy.getChildren().empty() && copy.getKSLObject() == &owner);
-  EXPECT_EQ(copy.getName() + copy.getType() + std::to_string(b.getParents().size()), "CutGeometry1");
 }
 
-// A calculation that destroys its scheduler and fails is still reported by name, and has its type to the end.
-TEST(SchedulerObject, NameAndTypeOutliveTheScheduler)
+TEST(SchedulerObject, CaughtFailuresAreReportedAndInterruptsAreNot)
 {
   Catching sink(true);
   Owner owner;
-  const std::string type = "a type too long to be held in place by a string";
-  auto scheduler = std::make_unique<SchedulerObject>("a name too long to be held in place", &owner, type);
-  int nesting = 0;
-  owner.onCalculate = [&](const std::string& given) {
-    if (nesting++ == 0) {
-      scheduler->setPending();
-      scheduler->update();
-    }
-    scheduler.reset();
-    throw std::runtime_error(given);
+  SchedulerObject a("Cut", &owner, "T");
+  const auto failWith = [&](auto failure) {
+    owner.onCalculate = [failure](const std::string&) { throw failure; };
+    a.setPending();
+    a.update();
   };
-  scheduler->setPending();
-  scheduler->update();
-  const std::string name = "a name too long to be held in place";
-  const ErrorMsg error("SchedulerObject", "update",
-                       "Operation '" + name + "' failed (system exception: " + type + ").", 4);
-  EXPECT_EQ(sink.reported.errors(), std::vector<ErrorMsg>({error, error}));
+  failWith(std::runtime_error("standard failed"));
+  failWith(7);
+  EXPECT_THROW(failWith(Interrupt("Plugin", "work", "stop")), Interrupt);
+  EXPECT_FALSE(a.isPending());
+  const auto error = [](const char* text) { return ErrorMsg("SchedulerObject", "update", text, 4); };
+  EXPECT_EQ(sink.reported.errors(),
+            (std::vector{error("Operation 'Cut' failed (system exception: standard failed)."),
+                         error("Operation 'Cut' failed with unrecognized exception.")}));
 }
 
 TEST(SchedulerObject, EndlessNestingIsAnErrorNotACrash)
@@ -526,34 +471,6 @@ TEST(SchedulerObject, AnOuterWalkIsRememberedAfterAnInnerOne)
   parent->setPending();
   parent->update();
   EXPECT_TRUE(!child.isPending() && child.getParents().empty());
-}
-
-TEST(SchedulerObject, TraceTellsWhatWasMarkedByWhomAndWhatWasCalculated)
-{
-  struct Trace : SchedulerTrace {
-    std::string told;
-    void marked(const SchedulerObject& scheduler, const SchedulerObject* by) noexcept override
-    {
-      told += scheduler.getName() + "<" + (by ? by->getName() : "") + " ";
-    }
-    void calculated(const SchedulerObject& scheduler, double seconds) noexcept override
-    {
-      told += (seconds >= 0 ? "=" : "?") + scheduler.getName() + " ";
-    }
-  } trace;
-  Owner owner;
-  SchedulerObject a("a", &owner, "T");
-  SchedulerObject b("b", &owner, "T");
-  SchedulerObject c("c", &owner, "T");
-  a.addChild(&b, true);
-  b.addChild(&c, true);
-  b.setPending();
-  SchedulerObject::setTrace(&trace);
-  a.setPending();
-  a.update();
-  EXPECT_EQ(SchedulerObject::setTrace(nullptr), &trace);
-  a.setPending();
-  EXPECT_EQ(trace.told, "a< =a =b =c ");
 }
 
 }  // namespace

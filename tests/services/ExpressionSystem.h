@@ -6,6 +6,7 @@
 #include "rules/GenericKSLObject.h"
 #include "services/ExpressionEvaluatorKSLObject.h"
 #include "services/ExpressionsKSLObject.h"
+#include "services/UnitsKSLObject.h"
 #include "tests/support/TestSystem.h"
 
 #include <map>
@@ -14,79 +15,29 @@
 
 namespace orv::test {
 
-inline constexpr const char* expressionRules = R"(RULES:
-  Categories = variable, deletable, has-local-variable
-  KSLObjectClasses = DataKSLObject, GenericKSLObject, ExpressionsKSLObject, ExpressionEvaluatorKSLObject, CountingObject
-  SchedulerTypes = S
-  SINGLETON: EXPRESSIONS
-    KSLObject Class = ExpressionsKSLObject
-    Category = deletable
-  END
-  SINGLETON: LIBRARY
-    KSLObject Class = DataKSLObject
-  END
-  OBJECT: EXPRESSION EVALUATOR
-    KSLObject Class = ExpressionEvaluatorKSLObject
-    Category = deletable
-    Scheduler = S
-    Essential Parameter List = Evaluated Expression
-    Optional Parameter List = User Units
-    Internal Parameter List = Result, Result Units
-  END
-  OBJECT: EXPRESSION PREVIEW
-    KSLObject Class = ExpressionEvaluatorKSLObject
-    Scheduler = S
-    Essential Parameter List = Evaluated Expression
-    Internal Parameter List = Result, Result Units
-  END
-  PARAMETER: Evaluated Expression
-    Parameter Type = Expression
-    Local Type = S
-  END
-  PARAMETER: User Units
-    Local Type = S
-  END
-  PARAMETER: Result
-  END
-  PARAMETER: Result Units
-  END
-  OBJECT: WING
-    KSLObject Class = CountingObject
-    Category = deletable
-    Scheduler = S
-    Optional Parameter List = Length, Width, Tip, Note
-  END
-  PARAMETER: Length
-    Parameter Type = Real
-    Default = 1 [m]
-    Local Type = S
-  END
-  PARAMETER: Width
-    Parameter Type = Quantity
-    Local Type = S
-  END
-  PARAMETER: Tip
-    Parameter Type = Real Triplet
-    Local Type = S
-  END
-  PARAMETER: Note
-  END
-  OBJECT: PLAIN
-    KSLObject Class = DataKSLObject
-    Optional Parameter List = Length, Width
-  END
-  OBJECT: GAUGE
-    KSLObject Class = GenericKSLObject
-    Category = variable, deletable
-    Scheduler = S
-    Optional Parameter List = Value
-  END
-  PARAMETER: Value
-    Parameter Type = Real
-    Local Type = S
-  END
-END
-)";
+inline constexpr const char* expressionRules =
+    "RULES:\nCategories = variable, deletable, has-local-variable\nSchedulerTypes = S\n"
+    "KSLObjectClasses = DataKSLObject, GenericKSLObject, ExpressionsKSLObject, ExpressionEvaluatorKSLObject, "
+    "CountingObject, UnitsKSLObject\n"
+    "SINGLETON: EXPRESSIONS\nKSLObject Class = ExpressionsKSLObject\nCategory = deletable\nEND\n"
+    "SINGLETON: UNITS\nKSLObject Class = UnitsKSLObject\nEssential Parameter List = Unit System\nEND\n"
+    "OBJECT: EXPRESSION EVALUATOR\nKSLObject Class = ExpressionEvaluatorKSLObject\nCategory = deletable\n"
+    "Scheduler = S\nEssential Parameter List = Evaluated Expression\nOptional Parameter List = User Units\n"
+    "Internal Parameter List = Result, Result Units\nEND\n"
+    "OBJECT: EXPRESSION PREVIEW\nKSLObject Class = ExpressionEvaluatorKSLObject\nScheduler = S\n"
+    "Essential Parameter List = Evaluated Expression\nInternal Parameter List = Result, Result Units\nEND\n"
+    "OBJECT: WING\nKSLObject Class = CountingObject\nCategory = deletable\nScheduler = S\n"
+    "Optional Parameter List = Length, Width, Tip\nEND\n"
+    "OBJECT: PLAIN\nKSLObject Class = DataKSLObject\nOptional Parameter List = Length, Width\nEND\n"
+    "OBJECT: GAUGE\nKSLObject Class = GenericKSLObject\nCategory = variable, deletable\nScheduler = S\n"
+    "Optional Parameter List = Value\nEND\n"
+    "PARAMETER: Evaluated Expression\nParameter Type = Expression\nLocal Type = S\nEND\n"
+    "PARAMETER: User Units\nLocal Type = S\nEND\n"
+    "PARAMETER: Length\nParameter Type = Real\nDefault = 1 [m]\nLocal Type = S\nEND\n"
+    "PARAMETER: Width\nParameter Type = Quantity\nLocal Type = S\nEND\n"
+    "PARAMETER: Tip\nParameter Type = Real Triplet\nLocal Type = S\nEND\n"
+    "PARAMETER: Value\nParameter Type = Real\nLocal Type = S\nEND\n"
+    "PARAMETER: Result\nEND\nPARAMETER: Result Units\nEND\nPARAMETER: Unit System\nEND\nEND";
 
 // Notes each calculation under its path.
 class CountingObject : public GenericKSLObject {
@@ -107,8 +58,6 @@ class CountingObject : public GenericKSLObject {
 
 class ExpressionSystem {
  public:
-  explicit ExpressionSystem(const std::string& rules = expressionRules) : m_system(rules) {}
-
   TestSystem* operator->() { return &m_system; }
   // The errors of running a text: one after the other, empty when it went well.
   std::string run(const std::string& text)
@@ -157,6 +106,7 @@ class ExpressionSystem {
     BaseTypes()
     {
       GenericKSLObject::registerBaseType();
+      UnitsKSLObject::registerBaseType();
       ExpressionsKSLObject::registerBaseType();
       ExpressionEvaluatorKSLObject::registerBaseType();
       KSLObject::registerBaseTypeWithFactory("CountingObject", new CountingObject);
@@ -164,7 +114,7 @@ class ExpressionSystem {
   };
 
   BaseTypes m_types;
-  TestSystem m_system;
+  TestSystem m_system{expressionRules};
 };
 
 }  // namespace orv::test

@@ -223,23 +223,6 @@ void TestSystem::NotificationLog::update(ObserverSubject*, int type)
     m_owner->onNotification(type);
 }
 
-// ---------------------------------------------------------------------------------------------------------- going in
-
-void TestSystem::run(const std::string& text, kslUpdateMode mode)
-{
-  KSLCoreAPI::instance()->processKSL(text, mode);
-}
-
-void TestSystem::undo()
-{
-  interface()->undo();
-}
-
-void TestSystem::redo()
-{
-  interface()->redo();
-}
-
 // -------------------------------------------------------------------------------------------------------- coming out
 
 std::string TestSystem::state() const
@@ -291,31 +274,11 @@ std::vector<ErrorMsg> TestSystem::errorList()
   return list;
 }
 
-std::string TestSystem::notifications()
-{
-  return std::exchange(m_notifications, {});
-}
-
-std::string TestSystem::viewActions()
-{
-  return std::exchange(m_viewActions, {});
-}
-
 std::string TestSystem::steps(const HistoryStack& stack)
 {
   if (stack.size() == 0)
     return "0";
   return std::to_string(stack.size()) + " (" + std::to_string(stack.top()->size()) + ")";
-}
-
-std::string TestSystem::undoSteps() const
-{
-  return steps(interface()->getUndoStack());
-}
-
-std::string TestSystem::redoSteps() const
-{
-  return steps(interface()->getRedoStack());
 }
 
 std::string TestSystem::render(const KSLChangeList& changes)

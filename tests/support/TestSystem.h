@@ -34,10 +34,13 @@ class TestSystem {
 
   // -- going in
 
-  void run(const std::string& text, kslUpdateMode mode = kslUpdateDefault);
+  void run(const std::string& text, kslUpdateMode mode = kslUpdateDefault)
+  {
+    KSLCoreAPI::instance()->processKSL(text, mode);
+  }
   // What a host calls, outside any text.
-  void undo();
-  void redo();
+  void undo() { interface()->undo(); }
+  void redo() { interface()->redo(); }
   // The action runs the function with the words of its line.
   using Action = std::function<void(const std::vector<std::string>& words)>;
   void registerAction(const std::string& word, Action action);
@@ -59,9 +62,9 @@ class TestSystem {
   std::string errors();
   std::vector<ErrorMsg> errorList();
   // Types of the notifications since the last call: "0 4 5 16 1".
-  std::string notifications();
+  std::string notifications() { return std::exchange(m_notifications, {}); }
   // The lines of setViewportView since the last call, with "; " between.
-  std::string viewActions();
+  std::string viewActions() { return std::exchange(m_viewActions, {}); }
 
   // What the state actions told of files since the last call: "type qst", "changed /x/a.qst qst" (with the file's
   // size, "missing" without one), with "; " between.
@@ -70,8 +73,8 @@ class TestSystem {
   StateChangeObserver& stateChanges() { return m_stateChanges; }
 
   // "2 (3)": two steps, of which the newest has three changes; "0" for none.
-  std::string undoSteps() const;
-  std::string redoSteps() const;
+  std::string undoSteps() const { return steps(interface()->getUndoStack()); }
+  std::string redoSteps() const { return steps(interface()->getRedoStack()); }
 
   // One line a change: "create /A:a", "param /A:a x = 1", "change /A:a x = 2 (1)", "drop /A:a x (1)",
   // "delete /A:a".

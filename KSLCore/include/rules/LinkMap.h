@@ -12,18 +12,21 @@ namespace orv {
 
 class SchedulerObject;
 
-// An ordered map from schedulers to counts of links, in ascending order of the pointers. Most schedulers have
-// few links: one is held in place, some dozens in a sorted array, thousands in sorted chunks. Look-up is
-// O(log n); adding and taking away at most one chunk more; a pass over all is a pass over arrays.
+// An ordered map from schedulers to counts of links, in the order of their serial numbers: what is walked first
+// must not hang on where memory was free. Most schedulers have few links: one is held in place, some dozens in
+// a sorted array, thousands in sorted chunks. Look-up is O(log n); adding and taking away at most one chunk
+// more; a pass over all is a pass over arrays.
 class ORV_API LinkMap {
  public:
   struct Entry {
     SchedulerObject* first;
-    int second;  // links between the two; positive
+    std::uint64_t serial : 40;  // of the scheduler
+    std::uint64_t second : 24;  // links between the two; positive
   };
+  static_assert(sizeof(Entry) == 16);
   class const_iterator;
 
-  LinkMap() noexcept : m_single{nullptr, 0} {}
+  LinkMap() noexcept : m_single{nullptr, 0, 0} {}
   ~LinkMap() { clear(); }
   LinkMap(const LinkMap&) = delete;
   LinkMap& operator=(const LinkMap&) = delete;
@@ -40,7 +43,7 @@ class ORV_API LinkMap {
   // A place in a pass over a map that may change meanwhile: the key last seen, and where it was seen.
   class Cursor {
     friend class LinkMap;
-    const SchedulerObject* m_last = nullptr;
+    std::uint64_t m_last = 0;  // its serial number; the first one is 1
     std::uint32_t m_chunk = 0;
     std::uint32_t m_slot = 0;
   };
@@ -58,7 +61,7 @@ class ORV_API LinkMap {
 
  private:
   struct Chunk {
-    const SchedulerObject* low;  // no key of this chunk is before it; not kept for the first one
+    std::uint64_t low;           // no key of this chunk is before it; not kept for the first one
     std::vector<Entry> entries;  // never empty
   };
   using Chunks = std::vector<Chunk>;
@@ -74,7 +77,7 @@ class ORV_API LinkMap {
   bool isSingle() const noexcept { return m_capacity == 1; }
   bool isChunked() const noexcept { return m_capacity == chunked; }
   View view(std::uint32_t chunk) const noexcept;
-  Place lowerBound(const SchedulerObject* key) const noexcept;
+  Place lowerBound(std::uint64_t serial) const noexcept;
   Entry* find(const SchedulerObject* key) const noexcept;
   SchedulerObject* nextAnywhere(Cursor& cursor) const noexcept;
   void insertFlat(std::uint32_t slot, const Entry& entry);
@@ -168,11 +171,11 @@ inline SchedulerObject* LinkMap::next(Cursor& cursor) const noexcept
   if (isChunked() || slot > m_size)
     return nextAnywhere(cursor);
   const Entry* entries = view(0).entries;
-  if (slot != 0 && entries[slot - 1].first != cursor.m_last)
+  if (slot != 0 && entries[slot - 1].serial != cursor.m_last)
     return nextAnywhere(cursor);
   if (slot == m_size)
     return nullptr;
-  cursor.m_last = entries[slot].first;
+  cursor.m_last = entries[slot].serial;
   cursor.m_slot = slot + 1;
   return entries[slot].first;
 }

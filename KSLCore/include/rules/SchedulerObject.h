@@ -66,7 +66,10 @@ class ORV_API SchedulerObject {
   KSLObject* getKSLObject() const { return m_owner; }
   std::string getPath() const;  // the owner's; empty without one
   bool isPending() const { return (m_state & pending) != 0; }
-  // In ascending order of the pointers, with the number of links to each.
+  // Counted from 1 in the order in which schedulers are made; what is walked, and so calculated, in one history
+  // of commands comes in the same order in every process. (40 bits: a million a second for twelve days.)
+  std::uint64_t getSerial() const noexcept { return m_serial; }
+  // In ascending order of the serial numbers, with the number of links to each.
   const LinkMap& getChildren() const { return m_children; }
   const LinkMap& getParents() const { return m_parents; }
 
@@ -137,6 +140,7 @@ class ORV_API SchedulerObject {
   static SchedulerTrace* s_trace;  // not owned
   static std::uint64_t s_marking;
   static std::uint64_t s_search;
+  static std::uint64_t s_lastSerial;
 
   // What walks read of each scheduler that they pass: one cache line.
   std::uint64_t m_marked = 0;         // the marking that came by last
@@ -151,6 +155,7 @@ class ORV_API SchedulerObject {
   SharedText m_type;
 
   KSLObject* m_owner = nullptr;  // not owned
+  const std::uint64_t m_serial = ++s_lastSerial;
   LinkMap m_parents;
   std::uint64_t m_searched = 0;  // the search that came by last
   std::string m_name;

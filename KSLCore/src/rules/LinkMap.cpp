@@ -1,7 +1,8 @@
 #include "rules/LinkMap.h"
 
+#include "rules/SchedulerObject.h"
+
 #include <algorithm>
-#include <functional>
 #include <memory>
 
 namespace orv {
@@ -11,33 +12,32 @@ namespace {
 constexpr std::uint32_t flatLimit = 64;  // entries of one array
 constexpr std::size_t chunkLimit = 128;  // entries of one chunk
 constexpr std::uint32_t fewEntries = 2;  // room of the smallest array
-constexpr std::less<const SchedulerObject*> before;
 
 }  // namespace
 
 // The first place that is not before the key. In chunks it may be one behind the end of a chunk: the place
 // where the key would be put.
-LinkMap::Place LinkMap::lowerBound(const SchedulerObject* key) const noexcept
+LinkMap::Place LinkMap::lowerBound(std::uint64_t serial) const noexcept
 {
   std::uint32_t chunk = 0;
   if (isChunked()) {
-    const auto behind = std::upper_bound(
-        m_chunks->begin() + 1, m_chunks->end(), key,
-        [](const SchedulerObject* left, const Chunk& right) { return before(left, right.low); });
+    const auto behind =
+        std::upper_bound(m_chunks->begin() + 1, m_chunks->end(), serial,
+                         [](std::uint64_t left, const Chunk& right) { return left < right.low; });
     chunk = static_cast<std::uint32_t>(behind - m_chunks->begin() - 1);
   }
   const View in = view(chunk);
-  if (in.size != 0 && before(in.entries[in.size - 1].first, key))
+  if (in.size != 0 && in.entries[in.size - 1].serial < serial)
     return {chunk, in.size};
-  const Entry* at = std::lower_bound(
-      in.entries, in.entries + in.size, key,
-      [](const Entry& left, const SchedulerObject* right) { return before(left.first, right); });
+  const Entry* at =
+      std::lower_bound(in.entries, in.entries + in.size, serial,
+                       [](const Entry& left, std::uint64_t right) { return left.serial < right; });
   return {chunk, static_cast<std::uint32_t>(at - in.entries)};
 }
 
 LinkMap::Entry* LinkMap::find(const SchedulerObject* key) const noexcept
 {
-  const Place place = lowerBound(key);
+  const Place place = lowerBound(key->getSerial());
   const View in = view(place.chunk);
   return place.slot < in.size && in.entries[place.slot].first == key ? in.entries + place.slot : nullptr;
 }
@@ -45,7 +45,7 @@ LinkMap::Entry* LinkMap::find(const SchedulerObject* key) const noexcept
 int LinkMap::count(const SchedulerObject* key) const noexcept
 {
   const Entry* entry = find(key);
-  return entry ? entry->second : 0;
+  return entry ? static_cast<int>(entry->second) : 0;
 }
 
 SchedulerObject* LinkMap::nextAnywhere(Cursor& cursor) const noexcept
@@ -56,12 +56,12 @@ SchedulerObject* LinkMap::nextAnywhere(Cursor& cursor) const noexcept
     if (place.chunk >= chunks || place.slot == 0)
       return false;
     const View in = view(place.chunk);
-    return place.slot <= in.size && in.entries[place.slot - 1].first == cursor.m_last;
+    return place.slot <= in.size && in.entries[place.slot - 1].serial == cursor.m_last;
   };
-  if (cursor.m_last && !stillThere()) {
+  if (cursor.m_last != 0 && !stillThere()) {
     place = lowerBound(cursor.m_last);
     const View in = view(place.chunk);
-    if (place.slot < in.size && in.entries[place.slot].first == cursor.m_last)
+    if (place.slot < in.size && in.entries[place.slot].serial == cursor.m_last)
       ++place.slot;
   }
   View in = view(place.chunk);
@@ -71,27 +71,27 @@ SchedulerObject* LinkMap::nextAnywhere(Cursor& cursor) const noexcept
     place.slot = 0;
     in = view(place.chunk);
   }
-  SchedulerObject* key = in.entries[place.slot].first;
-  cursor.m_last = key;
+  cursor.m_last = in.entries[place.slot].serial;
   cursor.m_chunk = place.chunk;
   cursor.m_slot = place.slot + 1;
-  return key;
+  return in.entries[place.slot].first;
 }
 
 bool LinkMap::add(SchedulerObject* key)
 {
-  const Place place = lowerBound(key);
+  const Place place = lowerBound(key->getSerial());
   const View in = view(place.chunk);
   if (place.slot < in.size && in.entries[place.slot].first == key) {
     ++in.entries[place.slot].second;
     return false;
   }
+  const Entry entry{key, key->getSerial(), 1};
   if (!isChunked() && m_size == flatLimit)
     makeChunked();
   if (isChunked())
-    insertChunked(place, {key, 1});
+    insertChunked(place, entry);
   else
-    insertFlat(place.slot, {key, 1});
+    insertFlat(place.slot, entry);
   ++m_size;
   return true;
 }
@@ -121,7 +121,7 @@ void LinkMap::growFlat()
 void LinkMap::makeChunked()
 {
   auto chunks = std::make_unique<Chunks>(1);
-  chunks->front() = {m_flat->first, std::vector<Entry>(m_flat, m_flat + m_size)};
+  chunks->front() = {m_flat->serial, std::vector<Entry>(m_flat, m_flat + m_size)};
   delete[] m_flat;
   m_chunks = chunks.release();
   m_capacity = chunked;
@@ -142,7 +142,7 @@ void LinkMap::insertChunked(Place place, const Entry& entry)
   second.entries.assign(at->entries.begin() + static_cast<std::ptrdiff_t>(kept), at->entries.end());
   if (atEnd)
     second.entries.push_back(entry);
-  second.low = second.entries.front().first;
+  second.low = second.entries.front().serial;
   const auto behind = m_chunks->insert(at + 1, std::move(second));
   if (atEnd)
     return;
@@ -167,7 +167,7 @@ bool LinkMap::remove(const SchedulerObject* key) noexcept
 
 bool LinkMap::erase(const SchedulerObject* key) noexcept
 {
-  const Place place = lowerBound(key);
+  const Place place = lowerBound(key->getSerial());
   const View in = view(place.chunk);
   if (place.slot >= in.size || in.entries[place.slot].first != key)
     return false;
@@ -193,7 +193,7 @@ void LinkMap::clear() noexcept
     delete m_chunks;
   else if (!isSingle())
     delete[] m_flat;
-  m_single = {nullptr, 0};
+  m_single = {nullptr, 0, 0};
   m_size = 0;
   m_capacity = 1;
 }

@@ -19,6 +19,7 @@ bool SchedulerObject::s_catchExceptions = false;
 SchedulerTrace* SchedulerObject::s_trace = nullptr;
 std::uint64_t SchedulerObject::s_marking = 1;
 std::uint64_t SchedulerObject::s_search = 0;
+std::uint64_t SchedulerObject::s_lastSerial = 0;
 
 SchedulerTrace::~SchedulerTrace() = default;
 

@@ -147,8 +147,8 @@ bool SchedulerObject::Walk::countIsRight(const SchedulerObject& scheduler)
   if (scheduler.m_parents.size() > 64)
     return true;
   std::uint32_t counted = 0;
-  for (const auto& [parent, links] : scheduler.m_parents)
-    counted += parent->isPending() && parent->m_children.count(&scheduler) == links;
+  for (const LinkMap::Entry& edge : scheduler.m_parents)
+    counted += edge.first->isPending() && edge.first->m_children.count(&scheduler) == edge.second;
   return counted == scheduler.m_state / onePendingParent;
 }
 #endif
