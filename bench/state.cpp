@@ -53,6 +53,21 @@ void saveState(benchmark::State& state)
   measure(state, [&] { peer.run("> savestate filename=" + fileName()); });
 }
 
+// One object in the other: what is saved grows with the levels, and not with their square.
+void saveLevels(benchmark::State& state)
+{
+  std::string text;
+  for (long level = 0; level < state.range(0); ++level)
+    text += "GROUP: g\n";
+  for (long level = 0; level < state.range(0); ++level)
+    text += "END\n";
+  LibraryPeer peer;
+  peer.load(text);
+  measure(state, [&] { peer.run("> savestate filename=" + fileName()); });
+  require(std::filesystem::file_size(fileName()) < static_cast<std::uintmax_t>(state.range(0)) * 140 + 200,
+          "levels");
+}
+
 // Lines of the text, as an array of what stands in them.
 struct Line {
   int depth;
@@ -143,6 +158,11 @@ int main(int argc, char** argv)
         ->Arg(1000000)
         ->UseManualTime()
         ->Unit(benchmark::kMillisecond);
+  benchmark::RegisterBenchmark("save/levels", saveLevels)
+      ->Arg(400)
+      ->Arg(4000)
+      ->UseManualTime()
+      ->Unit(benchmark::kMillisecond);
   benchmark::Initialize(&argc, argv);
   if (benchmark::ReportUnrecognizedArguments(argc, argv))
     return 2;

@@ -24,7 +24,7 @@ configure_file(cmake/orvksl.pc.in ${PROJECT_BINARY_DIR}/orvksl.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/orvksl.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT dev)
 
 # Installed headers include each other by relative paths: no folder of that name that a program has comes between.
-set(header_roots ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/KSLCore/include)
+set(header_roots ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/KSLCore/include ${KSL_GENERATED_INCLUDES})
 install(CODE "
   set(ROOTS \"${header_roots}\")
   set(LAYERS \"platform;${KSL_LAYERS}\")

@@ -1,37 +1,38 @@
 // Command texts through the whole system. Whatever comes in, store and database hold the same afterwards, nothing is
 // left of the command, and all of it can be undone.
-#include "platform/ORVError.h"
-#include "platform/ORVKSLAPI.h"
-#include "database/DataKSLObject.h"
-#include "database/ObjectDB.h"
-#include "database/ObjectFactory.h"
-#include "rules/AdditionalRules.h"
-#include "command/ActionFactory.h"
-#include "command/Executive.h"
-#include "command/KSLCoreAPI.h"
-#include "command/KSLInterface.h"
-#include "actions/CopyExecutor.h"
-#include "actions/DeleteExecutor.h"
-#include "actions/RedoExecutor.h"
-#include "actions/RenameExecutor.h"
-#include "actions/UndoExecutor.h"
-#include "actions/UpdateExecutor.h"
-#include "require.h"
+#include "fuzz/FuzzSystem.h"
 
-#include <map>
+#include <cstdint>
+#include <memory>
 #include <stdexcept>
-#include <vector>
+#include <string>
 
 using namespace orv;
+using namespace orv::fuzz;
 
 namespace {
 
-constexpr const char* rules =
-    "RULES:\nKSLObjectClasses = DataKSLObject\n"
-    "PARAMETER: x\nEND\nPARAMETER: Colour\nAllowed String List = red, green\nEND\n"
-    "OBJECT: A\nKSLObject Class = DataKSLObject\nOptional Parameter List = x, Colour\nEND\n"
-    "OBJECT: B\nKSLObject Class = DataKSLObject\nEssential Parameter List = x\nEND\n"
-    "SINGLETON: S\nKSLObject Class = DataKSLObject\nOptional Parameter List = x\nEND\nEND";
+constexpr const char* rules = R"(RULES:
+  KSLObjectClasses = DataKSLObject
+  PARAMETER: x
+  END
+  PARAMETER: Colour
+    Allowed String List = red, green
+  END
+  OBJECT: A
+    KSLObject Class = DataKSLObject
+    Optional Parameter List = x, Colour
+  END
+  OBJECT: B
+    KSLObject Class = DataKSLObject
+    Essential Parameter List = x
+  END
+  SINGLETON: S
+    KSLObject Class = DataKSLObject
+    Optional Parameter List = x
+  END
+END
+)";
 
 class NestExecutor : public ActionExecutor {
  public:
@@ -42,98 +43,6 @@ class NestExecutor : public ActionExecutor {
       throw std::runtime_error("asked to fail");
   }
 };
-
-class System {
- public:
-  System()
-  {
-    ErrorProgressReporter::instance()->setSink(&m_errors);
-    DataKSLObject::registerBaseType();
-    m_executive.setActionFactory(&m_factory);
-    KSLInterface* owner = KSLInterface::instance();
-    owner->setExecutive(&m_executive);
-    m_factory.registerExecutor("update", new UpdateExecutor(&m_executive));  // and none that writes files
-    m_factory.registerExecutor("undo", new UndoExecutor(&m_executive));
-    m_factory.registerExecutor("redo", new RedoExecutor(&m_executive));
-    m_factory.registerExecutor("delete", new DeleteExecutor);
-    m_factory.registerExecutor("copy", new CopyExecutor);
-    m_factory.registerExecutor("rename", new RenameExecutor);
-    m_factory.registerExecutor("nest", new NestExecutor);
-    owner->getKSLAPI()->loadKSLData(StringUtilities::stringToVector(rules, '\n'));
-    AdditionalRules options;
-    options.applyObjectRules = true;
-    owner->processRules(options);
-  }
-  ~System()
-  {
-    KSLInterface::destroyInstance();
-    KSLCoreAPI::destroyInstance();
-    ObjectDB::destroyInstance();
-    ObjectFactory::destroyInstance();
-    ErrorProgressReporter::destroyInstance();
-  }
-  System(const System&) = delete;
-  System& operator=(const System&) = delete;
-
-  std::size_t takeErrors()
-  {
-    std::size_t count = 0;
-    for (const ErrorMsg& error : m_errors.errors())
-      count += error.getType() == errorType::warning ? 0 : 1;
-    m_errors.clear();
-    return count;
-  }
-
- private:
-  ErrorCollector m_errors;
-  Executive m_executive;
-  ActionFactory m_factory;
-};
-
-using Contents = std::map<std::string, std::map<std::string, std::string>>;
-
-Contents storeContents()
-{
-  Contents contents;
-  std::vector<std::string> waiting{""};
-  while (!waiting.empty()) {
-    const std::string path = waiting.back();
-    waiting.pop_back();
-    for (const KSLAPI::ObjectInfo& info : KSLInterface::instance()->getKSLAPI()->getObjectInfo(path)) {
-      if (info.getPath() == "/RULES")
-        continue;
-      if (info.getKind() == "Param") {
-        contents[path][info.getName()] = info.getValue();
-        continue;
-      }
-      contents[info.getPath()];
-      waiting.push_back(info.getPath());
-    }
-  }
-  return contents;
-}
-
-Contents databaseContents()
-{
-  Contents contents;
-  for (const KSLObject* object : ObjectDB::instance()->getAllObjects()) {
-    auto& params = contents[object->getPath()];
-    object->forEachParam([&params](const ParamDefinition& param) {
-      if (param.hasBeenSet())
-        params[param.getName()] = param.getValue();
-    });
-  }
-  return contents;
-}
-
-void checkRest()
-{
-  const KSLInterface* owner = KSLInterface::instance();
-  require(owner->getParseDepth() == 0, "a parse is still under way");
-  require(owner->getUndoModeString() == "NORMAL", "the mode is not normal");
-  require(owner->getKSLAPI()->getKSLChangeList()->empty(), "changes are left");
-  require(storeContents() == databaseContents(), "store and database differ");
-}
 
 }  // namespace
 
@@ -146,6 +55,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   if (text.find("noaction") != std::string::npos)  // parts store and database on purpose
     return 0;
   System system;
+  system.actions.registerExecutor("nest", std::make_unique<NestExecutor>());
+  System::define(rules);
   KSLInterface* owner = KSLInterface::instance();
   KSLCoreAPI* api = KSLCoreAPI::instance();
   if (data[0] & 2)

@@ -2,6 +2,7 @@
 
 #include "platform/ORVKSLParseUtilities.h"
 #include "platform/ORVUtilities.h"
+#include "PrintedText.h"
 
 #include <utility>
 
@@ -74,7 +75,9 @@ std::string CommandInput::prompt() const
   return text + (m_continues ? "\\> " : "> ");
 }
 
-std::string commandTitle(const Lines& command)
+namespace {
+
+std::string shortTitle(const Lines& command)
 {
   std::string title;
   for (const std::string& line : command) {
@@ -88,4 +91,11 @@ std::string commandTitle(const Lines& command)
   while (length > 0 && (static_cast<unsigned char>(title[length]) & 0xC0) == 0x80)
     --length;  // no half of a character
   return title.substr(0, length) + "...";
+}
+
+}  // namespace
+
+std::string commandTitle(const Lines& command)
+{
+  return printed(shortTitle(command));
 }

@@ -7,7 +7,6 @@
 #include <csignal>
 #include <cstdio>
 #include <filesystem>
-#include <system_error>
 #include <utility>
 
 namespace {
@@ -15,16 +14,6 @@ namespace {
 constexpr int linesRemembered = 1000;
 constexpr std::size_t mostListed = 100;
 constexpr std::size_t screenWidth = 79;
-
-// The history is the user's own business.
-void makeFolderOf(const std::string& file)
-{
-  namespace fs = std::filesystem;
-  const fs::path folder = fs::path(file).parent_path();
-  std::error_code ignored;
-  if (!folder.empty() && fs::create_directories(folder, ignored))
-    fs::permissions(folder, fs::perms::owner_all, ignored);
-}
 
 std::string commonStart(const std::vector<std::string>& texts)
 {
@@ -130,7 +119,7 @@ void EditLineReader::remember(const std::string& line)
   history(m_history, &event, H_ENTER, line.c_str());
   if (m_historyFile.empty())
     return;
-  makeFolderOf(m_historyFile);
+  makeFolder(std::filesystem::path(m_historyFile).parent_path());  // the user's own business
   history(m_history, &event, H_SAVE, m_historyFile.c_str());
 }
 

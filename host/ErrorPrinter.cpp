@@ -1,6 +1,7 @@
 #include "ErrorPrinter.h"
 
 #include "CommandWatch.h"
+#include "PrintedText.h"
 
 #include <cstdlib>
 #include <iostream>
@@ -45,7 +46,7 @@ void ErrorPrinter::report(const orv::ErrorMsg& error)
   if (!isWarning(error))
     ++m_errors;
   CommandWatch::eraseLine();
-  const std::string text = toText(error);
+  const std::string text = printed(toText(error));
   std::cerr << (m_coloured ? coloured(text, isWarning(error)) : text) << '\n';
   if (m_tracing)
     std::cerr << "report " << error.getType() << ' ' << error.getClassName() << ' ' << error.getFunction()
@@ -55,7 +56,7 @@ void ErrorPrinter::report(const orv::ErrorMsg& error)
 void ErrorPrinter::inform(std::string_view text)
 {
   CommandWatch::eraseLine();
-  std::cerr << "inform " << text << '\n';
+  std::cerr << "inform " << printed(text) << '\n';
 }
 
 void ErrorPrinter::setTracing(bool on)

@@ -99,6 +99,9 @@ void Host::registerActions()
   options.copying = &m_copying;  // but none for renaming: a renamed object keeps its files
   options.files = &m_files;
   options.stateChanges = m_stateWatch.observer();
+  auto saving = std::make_unique<SaveExecutor>(options.files, options.stateChanges);
+  m_saving = saving.get();
+  m_actions.registerExecutor("savestate", std::move(saving));
   orv::registerActions(m_actions, m_executive, options);
   m_actions.registerExecutor("load", std::make_unique<LoadExecutor>());
   m_actions.registerExecutor("preferences", std::make_unique<PreferencesExecutor>());

@@ -7,6 +7,7 @@
 #include "CopiedOutputFiles.h"
 #include "FileWatcher.h"
 #include "ProtectedObjects.h"
+#include "SaveExecutor.h"
 #include "StateWatch.h"
 
 #include <string>
@@ -33,6 +34,8 @@ class Host {
   bool hasUnsavedWork() const { return m_stateWatch.hasUnsavedWork(); }
   // A file holds all there is: a state that was loaded into nothing.
   void setSaved() { m_stateWatch.setSaved(); }
+  // Whether "> savestate" is told of and not done.
+  void passOverSaves(bool on) { m_saving->passOver(on); }
 
  private:
   // Members end in reverse order: first the command processor, which uses executors, then these, then what
@@ -56,6 +59,7 @@ class Host {
   FileWatcher m_files;
   orv::Executive m_executive;
   orv::ActionFactory m_actions;
+  SaveExecutor* m_saving = nullptr;  // the factory's
   Commands m_commands;
   StateWatch m_stateWatch;
 };

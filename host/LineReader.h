@@ -34,3 +34,7 @@ std::unique_ptr<LineReader> makeLineReader(Complete complete, const std::string&
 // $KSL_HISTORY, which may be empty; else ksl/history in the user's directory of states ($XDG_STATE_HOME, else
 // ~/.local/state), else empty.
 std::string historyFileName();
+// The folder ksl there; empty when the user has no home.
+std::string stateFolder();
+// Makes the folder, for the user alone, when it is not there.
+void makeFolder(const std::string& folder);

@@ -1,8 +1,11 @@
 #include "RunCommand.h"
 
+#include "platform/ORVError.h"
+#include "platform/ORVSystem.h"
 #include "platform/ORVUtilities.h"
 #include "command/KSLCoreAPI.h"
 #include "command/KSLUpdateInfo.h"
+#include "actions/ORVMPStream.h"
 #include "FileActions.h"
 #include "Host.h"
 #include "ObjectText.h"
@@ -23,7 +26,7 @@ int RunCommand::run()
   });
 }
 
-void RunCommand::enter(const Texts& texts) const
+void RunCommand::enter(const Texts& texts)
 {
   std::optional<NotificationTrace> notifications;
   if (m_options.traceNotifications)
@@ -38,6 +41,9 @@ void RunCommand::enter(const Texts& texts) const
     return file.empty() || enterWatched(text(file), trace);
   };
 
+  std::optional<orv::SessionFile> session;
+  if (!m_options.replay.empty())
+    session = readSession();  // before anything is done: it may be refused
   // What follows would not be what was asked for without these.
   if (!enterFile(m_options.record, startRecordingText))
     return;
@@ -47,18 +53,64 @@ void RunCommand::enter(const Texts& texts) const
   });
   if (!enterFile(m_options.load, loadStateText))
     return;
-  enterFile(m_options.replay, replayText);
+  if (m_options.autoSave)
+    beginAutoSave();
+  const orv::ScopeGuard endAutoSave([this] { m_autoSave.reset(); });
+  if (session)
+    replay(*session, trace);
   for (const Lines& text : texts)
     enterWatched(text, trace);
-  enterFile(m_options.save, saveStateText);
+  if (enterFile(m_options.save, saveStateText) && m_autoSave)
+    m_autoSave->endWell();
 }
 
-bool RunCommand::enterWatched(const Lines& text, GraphTrace* graph) const
+void RunCommand::beginAutoSave()
+{
+  m_autoSave.emplace(AutoSave::folderFor(m_options.load, m_options.save, m_options.record), m_options.load);
+  if (!m_autoSave->leftover().empty())
+    std::cerr << "The last session here did not end well; what was saved of it is in "
+              << m_autoSave->leftover() << ".\n";
+}
+
+orv::SessionFile RunCommand::readSession() const
+{
+  orv::SessionFile session = orv::SessionFile::read(m_options.replay);
+  if (session.empty())  // the class is named as by "> readsession"
+    throw orv::file::error("ReadStateExecutor", "invoke", orv::_("Session file contains no data."));
+  if (!m_options.keepWhole)
+    session.requireWhole();
+  return session;
+}
+
+// Command by command, so that one that failed when it was recorded fails alone, and an undo has a step to undo.
+void RunCommand::replay(const orv::SessionFile& session, GraphTrace* graph)
+{
+  const orv::ScopeGuard reset([] {
+    Host::current()->passOverSaves(false);
+    orv::ORVMPStream::setFallbackDirectory({});
+  });
+  Host::current()->passOverSaves(!m_options.writeFiles);
+  if (m_options.replayAsOne) {
+    enterWatched(replayText(m_options.replay), graph);
+    return;
+  }
+  orv::ORVMPStream::setFallbackDirectory(orv::ORVFile::getPath(m_options.replay));
+  for (const orv::SessionFile::Command& command : session.commands())
+    if (!enterWatched(command, graph))
+      std::cerr << m_options.replay << ':' << command.line << ": this command failed, the replay goes on\n";
+}
+
+template <class Text>
+bool RunCommand::enterWatched(const Text& text, GraphTrace* graph)
 {
   using Clock = std::chrono::steady_clock;
+  if (m_autoSave)
+    m_autoSave->saveIfDue();  // a calculation may end the program
   const Clock::time_point start = Clock::now();
   const bool good = enterText(text);
   const std::chrono::duration<double> time = Clock::now() - start;
+  if (m_autoSave)
+    m_autoSave->saveIfDue();
   const orv::KSLUpdateInfo* changes = orv::KSLCoreAPI::instance()->getUpdateInfo();
   if (m_options.traceChanges)
     printChanges(*changes);

@@ -1,8 +1,10 @@
 // "ksl run" and "ksl replay": enters texts and shows what became of them.
 #pragma once
 
+#include "AutoSave.h"
 #include "Texts.h"
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -23,6 +25,10 @@ class RunCommand {
     std::string load;
     std::string save;
     std::string replay;
+    bool replayAsOne = false;  // as one command
+    bool keepWhole = false;    // what is whole of a session that is not
+    bool writeFiles = false;   // recorded saves are done again
+    bool autoSave = false;     // also between texts, in case that the end is never reached
     // Lists of paths or names of the objects to print at the end; "/" for all.
     std::vector<std::string> state;
   };
@@ -34,9 +40,14 @@ class RunCommand {
   int run();
 
  private:
-  void enter(const Texts& texts) const;
-  bool enterWatched(const Lines& text, GraphTrace* graph) const;
+  void enter(const Texts& texts);
+  template <class Text>
+  bool enterWatched(const Text& text, GraphTrace* graph);
+  orv::SessionFile readSession() const;
+  void beginAutoSave();
+  void replay(const orv::SessionFile& session, GraphTrace* graph);
   void printState() const;
 
   Options m_options;
+  std::optional<AutoSave> m_autoSave;  // while texts are entered
 };

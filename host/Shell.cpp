@@ -81,17 +81,21 @@ int Shell::run(const Options& options)
 {
   bool leftWell = false;
   const int status = runWithHost(options.input, [&](Host& host) {
-    Shell shell(host);
+    Shell shell(host, options);
     const orv::ScopeGuard endRecording([] { enterText(endRecordingText()); });
     if (!shell.begin(options))
       return;
     shell.loop();
+    shell.m_autoSave.endWell();
     leftWell = shell.m_reader->isInteractive();
   });
   return leftWell ? 0 : status;
 }
 
-Shell::Shell(Host& host) : m_host(host), m_steps(*orv::KSLInterface::instance())
+Shell::Shell(Host& host, const Options& options)
+    : m_host(host),
+      m_autoSave(AutoSave::folderFor(options.load, {}, options.record), options.load),
+      m_steps(*orv::KSLInterface::instance())
 {
   for (const OwnCommand& command : ownCommands())
     m_words.push_back(std::string(command.word) + (command.takesObject ? "@" : ""));
@@ -112,11 +116,31 @@ bool Shell::begin(const Options& options)
     if (!enterText(loadStateText(options.load)))
       return false;
     m_host.setSaved();
+    m_autoSave.forgetChanges();
     m_steps.follow("> readstate " + options.load);
   }
+  if (!m_autoSave.leftover().empty())
+    offerLeftover();
   if (m_reader->isInteractive())
     std::cout << "ksl " KSL_VERSION ". Tab completes; .help lists the shell's own commands.\n";
   return true;
+}
+
+// What is loaded is work that no file of the user's holds: it counts as unsaved.
+void Shell::offerLeftover()
+{
+  const std::string& file = m_autoSave.leftover();
+  const std::string lost =
+      "The last session here did not end well; what was saved of it is in " + file + ".\n";
+  std::string answer;
+  if (!m_reader->isInteractive() || !fileNameProblem(file, false).empty()) {
+    std::cerr << lost;
+    return;
+  }
+  std::cout << lost << std::flush;
+  if (m_reader->read("Load it? [Y/n] ", answer) == LineReader::Result::line
+      && StringUtilities::toLower(answer).substr(0, 1) != "n")
+    enter(loadStateText(file), "> readstate " + file);
 }
 
 void Shell::loop()
@@ -164,6 +188,7 @@ bool Shell::enter(const Lines& text, const std::string& name)
   using Clock = std::chrono::steady_clock;
   const Clock::time_point start = Clock::now();
   bool good = false;
+  m_autoSave.saveIfDue();  // a calculation may end the program
   m_calculations.takeCalculations();
   try {
     good = enterText(text);
@@ -171,6 +196,7 @@ bool Shell::enter(const Lines& text, const std::string& name)
   }
   const std::chrono::duration<double> time = Clock::now() - start;
   m_steps.follow(name);
+  m_autoSave.saveIfDue();
   std::cout.flush();
   if (good)
     std::cerr << summaryText(*orv::KSLCoreAPI::instance()->getUpdateInfo(), m_calculations.takeCalculations(),

@@ -1,6 +1,7 @@
 // "ksl" without a subcommand: commands as a person types them.
 #pragma once
 
+#include "AutoSave.h"
 #include "CommandInput.h"
 #include "LineReader.h"
 #include "StepNames.h"
@@ -26,7 +27,8 @@ class Shell {
  private:
   struct OwnCommand;
 
-  explicit Shell(Host& host);
+  Shell(Host& host, const Options& options);
+  void offerLeftover();
   bool begin(const Options& options);
   void greet() const;
   void loop();
@@ -50,6 +52,7 @@ class Shell {
                      const std::vector<std::string>& (StepNames::*steps)() const);
 
   Host& m_host;
+  AutoSave m_autoSave;
   CommandInput m_input;
   StepNames m_steps;
   GraphTrace m_calculations{false};

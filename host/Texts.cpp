@@ -1,13 +1,16 @@
 #include "Texts.h"
 
 #include "platform/ORVError.h"
+#include "platform/ORVOutputFiles.h"
 #include "platform/ORVSystem.h"
 #include "platform/ORVUtilities.h"
 #include "command/KSLCoreAPI.h"
 #include "command/KSLInterface.h"
+#include "actions/FileText.h"
 #include "CommandWatch.h"
 #include "ErrorPrinter.h"
 #include "Host.h"
+#include "StandardStreams.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -24,16 +27,12 @@ Lines splitLines(const std::string& text)
   return lines;
 }
 
-Lines readStandardInput()
+// Escapes are undone where the head of a file says that there are some.
+Lines readText(const std::string& file)
 {
-  std::string text;
-  char buffer[1 << 16];
-  while (const std::size_t count = std::fread(buffer, 1, sizeof buffer, stdin))
-    text.append(buffer, count);
-  if (std::ferror(stdin))
-    throw orv::file::error("ksl", "readStandardInput",
-                           orv::_("Cannot read standard input: %s.", orv::Error::getSystemError()));
-  return splitLines(text);
+  Lines lines = file == "-" ? splitLines(readStandardInput()) : orv::ORVFile::readLines(file);
+  orv::FileText::undo(lines);
+  return lines;
 }
 
 bool isBlank(const Lines& lines)
@@ -45,7 +44,7 @@ Texts readTexts(const TextOptions& options)
 {
   Texts texts;
   for (const std::string& file : options.files)
-    texts.push_back(file == "-" ? readStandardInput() : orv::ORVFile::readLines(file));
+    texts.push_back(readText(file));
   for (const std::string& text : options.texts)
     texts.push_back(splitLines(text));
   // An empty file says nothing; the library takes an empty text for a slip of its caller.
@@ -116,18 +115,36 @@ int runWithHost(const TextOptions& options, const std::function<void(Host&)>& wo
   return printer.errorCount() > 0 ? 1 : 0;
 }
 
-bool enterText(const Lines& text)
+namespace {
+
+template <class Enter>
+bool runCommand(Enter enter)
 {
   const ErrorCounter errors;
   CommandWatch watch;
-  orv::KSLCoreAPI::instance()->externalProcessKSL(text);
+  enter(*orv::KSLCoreAPI::instance());
   CommandWatch::eraseLine();
   if (const std::size_t changes = orv::KSLInterface::instance()->getLastRecoverySize())
     std::cerr << "rolled back " << changes << " changes\n";
+  for (const std::string& file : orv::OutputFiles::instance()->written())
+    std::cerr << "wrote " << file << '\n';
   if (CommandWatch::requested()) {
     if (!watch.stopped())
       std::cerr << "interrupted when the command was done\n";
     throw orv::Interrupt("ksl", "enterText", orv::_("Interrupted."));
   }
   return errors.count() == 0;
+}
+
+}  // namespace
+
+bool enterText(const Lines& text)
+{
+  return runCommand([&](orv::KSLCoreAPI& api) { api.externalProcessKSL(text); });
+}
+
+bool enterText(const orv::SessionFile::Command& command)
+{
+  const std::string text = orv::StringUtilities::vectorToString(command.lines, '\n');
+  return runCommand([&](orv::KSLCoreAPI& api) { api.processKSL(text, command.mode); });
 }

@@ -1,4 +1,5 @@
 // ksl, the command-line host: reads the command line and leaves the rest to the subcommands.
+#include "platform/ORVSystem.h"
 #include "platform/ORVUtilities.h"
 #include "EvalCommand.h"
 #include "FileActions.h"
@@ -6,6 +7,7 @@
 #include "GraphCommand.h"
 #include "RunCommand.h"
 #include "Shell.h"
+#include "StandardStreams.h"
 
 #include <CLI/CLI.hpp>
 #include <memory>
@@ -136,18 +138,41 @@ void addRun(CLI::App& app, RunCommand::Options& options)
   addTexts(*run, options.input);
   addLoad(*run, options.load);
   addRecord(*run, options.record);
+  run->add_flag("--autosave", options.autoSave,
+                "Save AutoSaveState.qst as the shell does, beside the file of --load, --save or --record");
   addWatching(*run, options);
 }
 
 void addReplay(CLI::App& app, RunCommand::Options& options)
 {
   CLI::App* replay =
-      app.add_subcommand("replay", "Enter a session file as one command, and show what becomes of it");
+      app.add_subcommand("replay", "Enter the commands of a session file, and show what becomes of them");
   addRules(*replay, options.input);
   addLoad(*replay, options.load);
   addFile(*replay, "FILE", "The session file", false, options.replay);
   replay->get_option("FILE")->required()->type_name("");
+  CLI::Option* keep = replay->add_flag("--keep-whole", options.keepWhole,
+                                       "Enter the whole commands of a session that was cut off");
+  replay
+      ->add_flag("--as-one", options.replayAsOne,
+                 "Enter the session as one command: all of it is done, or nothing")
+      ->excludes(keep);
+  replay->add_flag("--write-files", options.writeFiles,
+                   "Run recorded savestate actions, which are passed over otherwise");
   addWatching(*replay, options);
+}
+
+// A state must not take the place of the session that led to it.
+void checkFiles(const RunCommand::Options& options)
+{
+  const auto isSaved = [&](const std::string& file) {
+    return !file.empty() && !options.save.empty()
+           && orv::ORVFile::getCanonicalName(file) == orv::ORVFile::getCanonicalName(options.save);
+  };
+  if (isSaved(options.record))
+    throw CLI::ValidationError("--save", "--record names the same file");
+  if (isSaved(options.replay))
+    throw CLI::ValidationError("--save", "it is the session file");
 }
 
 CLI::App* addGraph(CLI::App& app, GraphCommand::Options& options)
@@ -190,6 +215,7 @@ CLI::App* addFormat(CLI::App& app, FormatCommand::Options& options)
 
 int main(int argc, char** argv)
 {
+  secureStandardStreams();
   CLI::App app(
       "Defines and changes objects of a flow post-processor with KSL texts. Without a subcommand, as they "
       "are "
@@ -213,6 +239,7 @@ int main(int argc, char** argv)
   const CLI::App* format = addFormat(app, formatOptions);
   try {
     app.parse(argc, argv);
+    checkFiles(runOptions);
   } catch (const CLI::ParseError& error) {
     return app.exit(error) == 0 ? 0 : wrongUsage;
   }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "platform/ORVException.h"
+#include "platform/ORVInterfaceStamp.h"
 
 #include <map>
 #include <memory>
@@ -22,10 +23,19 @@ class ORV_API CalculateFunction {
   virtual void calculate(KSLObject* object, const std::string& schedulerType) = 0;
 };
 
+// Stands once in each calculate library, outside all functions. A library is made of the classes that it was compiled
+// with: one that was built against others would call the wrong functions of them. The stamp says which it was, and is
+// read before anything of the library runs.
+#define ORV_CALCULATE_LIBRARY                               \
+  extern "C" ORV_API const char orvCalculateLibraryStamp[]; \
+  const char orvCalculateLibraryStamp[] =                   \
+      "orv calculate library built for " ORV_INTERFACE_VERSION "/" ORV_INTERFACE_LAYOUT
+
 // Loads calculate libraries and makes their functions. A function is a factory that the library exports with
 // C linkage under the function's name, without arguments:
 //
-//   extern "C" orv::CalculateFunction* slice() { return new Slice; }
+//   ORV_CALCULATE_LIBRARY;
+//   extern "C" ORV_API orv::CalculateFunction* slice() { return new Slice; }
 //
 // A library named without a directory is looked for in the directories of ORV_KSL_PLUGIN_PATH (separated by
 // ":"), in that order, then in the directory that this library (or the program that holds it) is in and in the
@@ -37,7 +47,7 @@ class ORV_API SharedLibrary {
   static void destroyInstance();
 
   // A new object of the library's function of that name, owned by the caller; null when the library or the
-  // function is not found, or made nothing. A library is loaded once and stays. What the function throws
+  // function is not found, or made nothing, or the library has another stamp than this one, or none. A library is loaded once and stays. What the function throws
   // passes on.
   CalculateFunction* getInstance(const std::string& library, const std::string& function);
   // Why the last getInstance gave null, in words for the user; empty after a success.

@@ -77,13 +77,6 @@ class ORV_API KSLChangeList {
                    const std::string& oldValue);
   // Shows the change to the modifier, and appends it unless that drops it.
   void add(KSLChange change);
-  // The two halves of it, for callers that must record what they did once they did it: adjust says whether the
-  // change is to be recorded, and append cannot fail within the room that reserve has made. Whoever reserved gives
-  // back what was not used.
-  bool adjust(KSLChange& change) const { return !m_modifier || m_modifier->modify(change); }
-  void append(KSLChange&& change);
-  void reserve(std::size_t more);
-  void unreserve(std::size_t unused);
 
   const std::string& getName() const { return m_name; }
   void setModifier(ChangeListModifierIF* modifier) { m_modifier = modifier; }
@@ -93,10 +86,8 @@ class ORV_API KSLChangeList {
   const KSLChange& operator[](std::size_t index) const;
   void clear();
   void swapChanges(KSLChangeList& other) noexcept;  // names and modifiers stay
-  // Forgets the newest changes until `size` are left; nothing when there are no more.
-  void truncate(std::size_t size);
-  // Forgets the oldest `count` changes. Linear in what stays unless all go.
-  void dropFront(std::size_t count);
+  // Forgets the newest changes until `size` are left; nothing when there are no more. Cannot fail.
+  void truncate(std::size_t size) noexcept;
 
   // Calls the processor for one change at a time: forward in the order added, backward newest first. The list
   // may be changed meanwhile: forward visits what is added, and neither touches what has been removed.
@@ -105,14 +96,9 @@ class ORV_API KSLChangeList {
  private:
   // Chunks of growing size: appending moves nothing, and a short list is small.
   using Chunk = std::vector<KSLChange>;
-  void addChunk();
-  void dropChunk() noexcept;  // the last
-  KSLChange& slot(std::size_t index);
   std::string m_name;
   ChangeListModifierIF* m_modifier;  // not owned
   std::vector<Chunk> m_chunks;
-  std::vector<Chunk> m_reserved;  // for the chunks to come, the next one last
-  std::size_t m_promised = 0;     // changes that room is kept for
   std::size_t m_size = 0;
 };
 
@@ -210,12 +196,18 @@ class ORV_API KSLAPI {
   // Two comma-separated lists of files or directories, read in that order; an empty text is no list.
   // Both operations: what cannot be read is file::error "Cannot read KSL library '%s': %s." (class "KSLAPI",
   // function "readNamedLibraries"), an action line ksl::invalid "Action line in KSL library '%s', line %d:
-  // '%s'.", a block that is left open "Not enough END statements in KSL library '%s'."; a fault of
-  // loadKSLData is told with the file's name behind its text. The store is unchanged then.
+  // '%s'.", an object at the top that is not RULES "Object '%s' in KSL library '%s', line %d, is no definition.",
+  // a block that is left open "Not enough END statements in KSL library '%s'."; a fault of loadKSLData is told
+  // with the file's name behind its text. The store is unchanged then. A byte-order mark is dropped.
   void readNamedLibraries(const std::string& rules, const std::string& others);
 
   // Sets the store that tells which types are singletons when this one holds no RULES. Not owned.
   void setKindsFrom(const KSLAPI* store);
+
+  // Whether texts may touch RULES: refused, a block of them at the top is ksl::invalid, class "KSLAPI", function
+  // "loadKSLData", "Object type '%s' cannot be changed by a command.", type 4. Libraries may always. Returns the
+  // setting before; off at start.
+  bool refuseRules(bool on);
 
   // -- handlers; not owned, null for none
 
@@ -235,6 +227,9 @@ class ORV_API KSLAPI {
 
   // Deletes an object and all below it; one that does not exist is left alone. Linear in what goes.
   void deleteObj(const std::string& path);
+  // Puts an object, if there is one, behind its siblings: no change, only another order. For those who bring the
+  // order in line with that of objects.
+  void moveLast(const std::string& path) noexcept;
 
   // -- changes
 
@@ -246,8 +241,9 @@ class ORV_API KSLAPI {
 
   // -- going back
 
-  // Takes back every change that is not confirmed, newest first, and empties the change list. On a store
-  // where nothing was ever confirmed this empties the store.
+  // Takes back every change that is not confirmed, newest first, and empties the change list. What was deleted is
+  // where it was. On a store where nothing was ever confirmed this empties the store. When there is no memory for a
+  // step (a parameter put back into an object of many) that is thrown, and a second call goes on from there.
   void undo();
   // Confirms everything that the store holds.
   void recordChanges();

@@ -34,12 +34,14 @@ class ORV_API ORVStream {
   void write(std::string_view text);
   // Throws as write does, also when an earlier write has failed.
   void flush();
-  // The next line without its end (a CR before it is dropped); false at the end of the file.
+  // The next line without its end (a CR before it is dropped, and a byte-order mark at the beginning of the file); false
+  // at the end of the file.
   // Throws file::error, function "readLine", "Cannot read file '%s': %s.".
   bool readLine(std::string& line);
   // All the lines that are left. Throws as readLine does.
   std::vector<std::string> readLines();
-  // All that is left, as one text; CR LF reads as LF. Throws as readLine does, function "readAll".
+  // All that is left, as ORVFile::readAll gives it. Throws as readLine does, function "readAll", also for a file that is
+  // too large.
   std::string readAll();
   // Flushes and closes; throws as write does, and is closed then too. Nothing when not open.
   void close();
@@ -50,14 +52,17 @@ class ORV_API ORVStream {
   std::fstream m_stream;
   std::string m_fileName;
   bool m_writeFailed = false;  // since the file was opened
+  bool m_atBegin = true;       // no line was read yet
 };
 
 namespace ORVFile {
 
 ORV_API bool exists(const std::string& fileName);
 ORV_API bool isDirectory(const std::string& fileName);
-// The whole file; CR LF reads as LF. Throws file::error, class "ORVFile", function "readAll",
-// "Cannot read file '%s': %s.".
+// The most bytes that a file may have to be read as one text: what never ends must not take all memory.
+inline constexpr std::size_t largestText = std::size_t{1} << 30;
+// The whole file; CR LF reads as LF, and a byte-order mark is dropped. Throws file::error, class "ORVFile", function
+// "readAll", "Cannot read file '%s': %s.", also for one that is too large.
 ORV_API std::string readAll(const std::string& fileName);
 // The whole file as lines, without their ends; CR LF reads as LF. Throws as readAll does.
 ORV_API std::vector<std::string> readLines(const std::string& fileName);

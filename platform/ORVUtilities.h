@@ -343,8 +343,8 @@ class ORV_API ObserverSubject {
   virtual void attach(Observer* observer, const std::set<int>& types);
   virtual void attach(Observer* observer, int type);
   virtual void detach(Observer* observer);
-  // Calls the observers of this type in the order attached. What an observer throws passes on, and those
-  // after it are not told.
+  // Calls the observers of this type in the order attached, all of them: who hears that something begins also hears
+  // that it ends. The first that they throw passes on then.
   virtual void notify(int type);
 
  private:

@@ -11,6 +11,7 @@ import os
 import re
 import subprocess
 import sys
+import tempfile
 
 FLAGS = ["-std=c++17", "-fsyntax-only", "-Wall", "-Wextra", "-Wpedantic", "-Wshadow", "-Wnon-virtual-dtor", "-Werror"]
 PREFIXES = ("KSLCore/include/", "")
@@ -26,15 +27,22 @@ def include_name(header):
     return next(header[len(prefix):] for prefix in PREFIXES if header.startswith(prefix))
 
 
-def check(root, compiler, header):
+def check(root, compiler, generated, header):
     """What is wrong with one header; empty when nothing is."""
     with open(os.path.join(root, header), encoding="utf-8") as file:
         if not re.search(r"^#pragma once$", file.read(), re.MULTILINE):
             return f"{header}:1: has no #pragma once\n"
     line = f'#include "{include_name(header)}"\n'
-    command = [compiler, *FLAGS, "-I.", "-IKSLCore/include", "-x", "c++", "-"]
+    command = [compiler, *FLAGS, "-I.", "-IKSLCore/include", f"-I{generated}", "-x", "c++", "-"]
     result = subprocess.run(command, cwd=root, input=line + line, capture_output=True, text=True)
     return "" if result.returncode == 0 else f"{header}:1: does not compile on its own\n{result.stderr}"
+
+
+def stamp(root, folder):
+    """Makes the header that a build generates."""
+    script = os.path.join(root, "tools/interface_stamp.cmake")
+    if os.path.exists(script):
+        subprocess.run(["cmake", f"-DROOT={root}", f"-DOUT={folder}", "-DVERSION=0", "-P", script], check=True)
 
 
 def main():
@@ -48,8 +56,10 @@ def main():
     if not headers:
         print("check_headers.py: found no public header; is --root right?", file=sys.stderr)
         return 1
-    with concurrent.futures.ThreadPoolExecutor(arguments.jobs) as pool:
-        faults = [f for f in pool.map(lambda h: check(arguments.root, arguments.compiler, h), headers) if f]
+    with tempfile.TemporaryDirectory() as generated, concurrent.futures.ThreadPoolExecutor(arguments.jobs) as pool:
+        stamp(arguments.root, generated)
+        checks = pool.map(lambda h: check(arguments.root, arguments.compiler, generated, h), headers)
+        faults = [fault for fault in checks if fault]
     sys.stderr.write("".join(faults))
     print(f"{len(headers)} headers, {len(faults)} at fault")
     return 1 if faults else 0

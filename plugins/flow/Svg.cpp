@@ -1,15 +1,10 @@
 #include "Svg.h"
 
-#include "platform/ORVError.h"
-#include "platform/ORVException.h"
-#include "platform/ORVSystem.h"
 #include "platform/ORVUtilities.h"
 
 #include <algorithm>
 #include <charconv>
 #include <cmath>
-#include <filesystem>
-#include <unistd.h>
 #include <utility>
 
 namespace flow {
@@ -240,31 +235,6 @@ std::string Svg::finish() const
   return "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<svg xmlns=\"http://www.w3.org/2000/svg\" width=\""
          + width + "\" height=\"" + height + "\" viewBox=\"0 0 " + width + ' ' + height
          + "\" font-family=\"Helvetica, Arial, sans-serif\">\n" + m_body + "</svg>\n";
-}
-
-void writeWhole(const std::string& fileName, const std::string& text)
-{
-  const std::string part = fileName + '.' + orv::StringUtilities::toString(static_cast<long long>(getpid()));
-  const auto removePart = [&part] {
-    std::error_code ignored;
-    std::filesystem::remove(part, ignored);
-  };
-  std::error_code failure;
-  try {
-    orv::ORVStream stream;
-    stream.open(part, orv::ORVStream::Mode::write);
-    stream.write(text);
-    stream.close();
-    std::filesystem::rename(part, fileName, failure);
-  } catch (...) {
-    removePart();
-    throw;
-  }
-  if (!failure)
-    return;
-  removePart();
-  throw orv::file::error("FlowLibrary", "writeWhole",
-                         orv::_("Cannot write file '%s': %s.", fileName, failure.message()));
 }
 
 }  // namespace flow

@@ -55,8 +55,4 @@ class Svg {
   int m_clips = 0;
 };
 
-// Writes a file so that nobody ever sees half of it. Throws what ORVStream throws for a file beside it, and
-// file::error, class "FlowLibrary", function "writeWhole", "Cannot write file '%s': %s.".
-void writeWhole(const std::string& fileName, const std::string& text);
-
 }  // namespace flow

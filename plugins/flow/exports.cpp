@@ -12,6 +12,8 @@ class Function : public orv::CalculateFunction {
 
 }  // namespace
 
+ORV_CALCULATE_LIBRARY;
+
 #define FLOW_FUNCTION(name)                         \
   extern "C" ORV_API orv::CalculateFunction* name() \
   {                                                 \

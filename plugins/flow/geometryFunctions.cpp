@@ -1,10 +1,10 @@
 #include "platform/ORVError.h"
+#include "platform/ORVOutputFiles.h"
 #include "platform/ORVUtilities.h"
 #include "Cut.h"
 #include "Domain.h"
 #include "Levels.h"
 #include "Surface.h"
-#include "Svg.h"
 #include "Values.h"
 #include "functions.h"
 
@@ -65,7 +65,7 @@ void writeTable(const std::string& fileName, const std::vector<const Variable*>&
       text += ',' + toString(values[i * variables.size() + k]);
     text += '\n';
   }
-  writeWhole(fileName, text);
+  orv::OutputFiles::instance()->write(fileName, text);
 }
 
 }  // namespace

@@ -1,3 +1,4 @@
+#include "platform/ORVOutputFiles.h"
 #include "platform/ORVUtilities.h"
 #include "database/ObjectDB.h"
 #include "Drawing.h"
@@ -96,7 +97,8 @@ void takePicture(KSLObject& shot)
 {
   const std::string& fileName = shot.getValue("Output File");
   if (!fileName.empty())
-    writeWhole(std::string(orv::StringUtilities::unquoted(fileName)), pictureOf(shot));
+    orv::OutputFiles::instance()->write(std::string(orv::StringUtilities::unquoted(fileName)),
+                                        pictureOf(shot));
 }
 
 }  // namespace flow

@@ -18,6 +18,8 @@ class RingArea : public orv::CalculateFunction {
 
 }  // namespace
 
+ORV_CALCULATE_LIBRARY;
+
 extern "C" ORV_API orv::CalculateFunction* ringArea()
 {
   return new RingArea;

@@ -14,7 +14,8 @@ namespace orv {
 
 class SessionTest : public testing::Test {
  protected:
-  static constexpr const char* head = "# Session file started: TIME\n# libORVKSLCore 1.0.0\n\n\n";
+  static constexpr const char* head =
+      "# Session file started: TIME\n# libORVKSLCore 1.0.0, text beyond ASCII as {U+HHHH}\n\n\n";
   static constexpr const char* foot = "# Session file stopped: TIME\n\n";
 
   // As a host enters what its user typed.

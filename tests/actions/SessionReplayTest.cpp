@@ -112,6 +112,41 @@ TEST_F(SessionReplay, AJournalWithAnUndoIsRefusedWhole)
   }
 }
 
+// So that the line can be edited out.
+TEST_F(SessionReplay, VerboseModeTellsWhereAFileFailed)
+{
+  class Listener : public ErrorSink {
+   public:
+    std::string text;
+    void report(const ErrorMsg& error) override { text += toText(error) + "\n"; }
+    void inform(std::string_view line) override { text.append(line).append("\n"); }
+  } listener;
+  struct Row {
+    const char* text;
+    const char* line;  // null when it is not known: the error names it
+  };
+  const Row rows[] = {
+      {"# head\n\nA: a\nx = 1 \\\n 2\nEND\n>nothing \\\n  b\nA: b\nEND",
+       "Line 7 of the text failed: '> nothing b'."},
+      {"CUT: c\n  Colour = pink\n>update\nEND\n", "Line 3 of the text failed: '> update'."},
+      {"CUT: b\nEND\nCUT: c\n  Colour = pink\nEND\n", "Line 5 of the text failed: 'END'."},
+      {"> update\nx = 1\n", nullptr},
+  };
+  ErrorProgressReporter* reporter = ErrorProgressReporter::instance();
+  ErrorSink* former = reporter->setSink(&listener);
+  reporter->setVerbose(true);
+  for (const Row& row : rows) {
+    listener.text.clear();
+    replay(std::filesystem::path(folder.write("s.ksl", row.text)).filename());
+    const std::string before = row.line ? row.line + std::string("\n") : "";
+    const std::string told = before + "The session file '" + (folder / "s.ksl") + "' was being replayed.\nLine 1 of the "
+                             "text failed: '> readsession filename=" + (folder / "s.ksl") + "'.\nerror[";
+    EXPECT_EQ(listener.text.substr(0, told.size()), told) << listener.text;
+  }
+  reporter->setVerbose(false);
+  reporter->setSink(former);
+}
+
 TEST_F(SessionReplay, TheSwitchForExceptionsInCalculations)
 {
   folder.write("good.ksl", "A: a\nEND\n> look\n");

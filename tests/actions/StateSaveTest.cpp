@@ -183,9 +183,7 @@ TEST_F(StateSave, ReplacesWhatTheNameLeadsTo)
 
 TEST_F(StateSave, TellsOfValuesThatCannotBeReadBack)
 {
-  system.run(
-      "A: a\nx = \"a # b\"\nEND\nB: b\nx = r\xc3\xa9sultat\nEND\nB: c\nEND\nB: d\nEND\nB: e\nEND\nB: "
-      "z\xc3\xa4\nB: in\nEND\nEND");
+  system.run("A: a\nx = \"a # b\"\nEND\nB: c\nEND\nB: d\nEND\nB: e\nEND");
   const auto set = [](const char* path, const char* value) {
     ObjectDB::instance()->getObjectByPath(path)->setValue("x", value);
   };
@@ -194,15 +192,11 @@ TEST_F(StateSave, TellsOfValuesThatCannotBeReadBack)
   set("/B:e", "a\nb");
   save("a.qst");
   std::string expected;
-  for (const char* path : {"/B:b", "/B:c", "/B:d", "/B:e"})
+  for (const char* path : {"/B:c", "/B:d", "/B:e"})
     expected += std::string(expected.empty() ? "" : "\n")
                 + "warning[8] WriteStateExecutor::validatedParameters: Value of parameter 'x' of object '"
                 + path + "' cannot be read back.";
-  const std::string line =
-      "warning[8] WriteStateExecutor::writeOneObject: Line 'B:z\xc3\xa4' cannot be read back.";
-  EXPECT_EQ(system.errors(), expected + "\n" + line);
-  save("a.qst", ", object=/B:z\xc3\xa4/B:in");
-  EXPECT_EQ(system.errors(), line);
+  EXPECT_EQ(system.errors(), expected);
 }
 
 class Careful : public WriteStateExecutor {

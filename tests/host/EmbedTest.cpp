@@ -1,12 +1,15 @@
-// What others build: the example of embedding, built in and run with other standard streams, and the smallest
-// calculate library as docs/plugins.md shows it.
+// What others build: the example of embedding, built in and run with other standard streams, and calculate libraries of
+// one's own as docs/plugins.md describes them.
 #define main embeddedMain
 #include "examples/embed/minimal.cpp"  // NOLINT(bugprone-suspicious-include): a program, run as one
 #undef main
 
 #include "Process.h"
 
+#include <cstdlib>
+#include <filesystem>
 #include <gtest/gtest.h>
+#include <regex>
 #include <sstream>
 
 namespace {
@@ -42,20 +45,66 @@ TEST(Embed, MinimalProgramRunsAgainAndAgain)
   EXPECT_EQ(runEmbedded(sourceDir() + "/share/ksl", text), expected);
 }
 
-// tests/package builds it as the document says, outside of these sources.
-TEST(Plugin, TheSmallestIsWhatTheDocumentShows)
+std::string replaced(const std::string& text, const std::string& from, const std::string& to)
 {
+  EXPECT_NE(text.find(from), std::string::npos) << from;
+  return std::regex_replace(text, std::regex(from), to);
+}
+
+class Plugin : public testing::Test {
+ protected:
+  // Rings whose area a function of this library computes.
+  Outcome runRings(const std::string& library, const std::string& function,
+                   const std::string& environment = {}) const
+  {
+    const std::string rules =
+        makeFile("rings.ksl", replaced(replaced(shipped, "Size, smallest,", library), "ringArea", function));
+    return ksl({"run", "--library", rules, "-e", "RING: a\n  Inner Radius = 0 [m]\nEND\n", "--state"}, {},
+               environment);
+  }
   const std::string sources = sourceDir() + "/plugins/smallest/";
+  const std::string shipped = readFile(sources + "rings.ksl");
   const std::string document = readFile(sourceDir() + "/docs/plugins.md");
+  const Outcome ringState{
+      0, "RING:a\n  Area = 12.566370614359172 [m^2]\n  Inner Radius = 0 [m]\n  Outer Radius = 2 [m]\nEND\n",
+      ""};
+};
+
+TEST_F(Plugin, TheSmallestIsWhatTheDocumentShows)
+{
   for (const char* file : {"smallest.cpp", "rings.ksl"})
     EXPECT_NE(document.find("\n" + readFile(sources + file) + "```"), std::string::npos) << file;
-  EXPECT_EQ(
-      ksl({"run", "--library", sources + "rings.ksl", "-e", "RING: a\n  Inner Radius = 0 [m]\nEND\n",
-           "--state"}),
-      (Outcome{
-          0,
-          "RING:a\n  Area = 12.566370614359172 [m^2]\n  Inner Radius = 0 [m]\n  Outer Radius = 2 [m]\nEND\n",
-          ""}));
+  EXPECT_EQ(runRings("Size, smallest,", "ringArea"), ringState);
+}
+
+// Built for another interface, or for none: nothing of it runs, not even what runs when a library is loaded.
+TEST_F(Plugin, AnotherStampIsRefusedUnseen)
+{
+  const std::string folder = std::filesystem::path(makeFile("other/here")).parent_path();
+  const std::string version = ksl({"--version"}).out.substr(4, 5);
+  const std::pair<std::string, std::string> rows[] = {
+      {"const char orvCalculateLibraryStamp[] = \"orv calculate library built for 1.1.0/0123456789ab\";",
+       "libother.so was built for 1.1.0, this is " + version + ": build it again"},
+      {"const char orvCalculateLibraryStamp[] = \"orv calculate library built for " + version
+           + "/0123456789ab\";",
+       "libother.so was built for " + version + "/0123456789ab, this is " + version + "/"},
+      {"", "libother.so was built without a stamp (ORV_CALCULATE_LIBRARY), this is " + version
+               + ": build it again"},
+  };
+  for (const auto& [stamp, message] : rows) {
+    const std::string source = makeFile("other/other.c", "#include <stdio.h>\n" + stamp
+                                                             + "\n__attribute__((constructor)) static void begin(void) "
+                                                               "{ puts(\"called\"); }\n"
+                                                               "void* ringArea(void) { puts(\"called\"); return 0; }\n");
+    ASSERT_EQ(std::system(("cc -shared -fPIC -o " + folder + "/libother.so " + source).c_str()), 0);
+    const Outcome outcome = runRings("Size, other,", "ringArea", "ORV_KSL_PLUGIN_PATH=" + folder);
+    EXPECT_EQ(outcome.out, "");
+    EXPECT_TRUE(outcome.err.starts_with("warning[8] GenericKSLObject::calculate: " + message)) << outcome.err;
+    EXPECT_NE(outcome.err.find(
+                  "Calculate function 'ringArea' in library 'libother.so' for object type 'RING' was not "
+                  "found."),
+              std::string::npos);
+  }
 }
 
 }  // namespace

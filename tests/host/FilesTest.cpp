@@ -36,7 +36,7 @@ TEST(Files, RecordSaveLoadReplay)
   const Outcome worked{0, workState, ""};
   EXPECT_EQ(runBoxes({"run", "--record", session, "--save", state, "--state=b,n"}, work), worked);
   EXPECT_EQ(runBoxes({"run", "--load", state, "--state=b,n"}), worked);
-  EXPECT_EQ(runBoxes({"replay", session, "--state=b,n"}), worked);
+  EXPECT_EQ(runBoxes({"replay", session, "--write-files", "--state=b,n"}), worked);
   // A recording holds what was loaded, not what it was; it ends as it should, also when the work does not.
   const std::string second = newFile("second.kses");
   EXPECT_EQ(runBoxes({"run", "--record", second, "--load", state, "--save", state, "-e",
@@ -139,9 +139,7 @@ TEST(Eval, ComputesOneExpression)
        {1, "", "error[4] UnitsConverter::convertUnits: Cannot convert units 'm' to 's'.\n"}},
       // Without its state there is no value, and one error is enough.
       {{"Head", "--load", "none.qst"},
-       {1, "",
-        "error[4] ORVStream::open: Cannot open file 'none.qst': No such file or directory.\nrolled back 3 "
-        "changes\n"}},
+       {1, "", "error[4] ORVStream::open: Cannot open file 'none.qst': No such file or directory.\n"}},
   };
   for (const auto& [arguments, expected] : rows) {
     Arguments all{"eval"};

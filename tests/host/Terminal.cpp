@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <csignal>
+#include <filesystem>
 #include <poll.h>
 #include <pty.h>
 #include <regex>
@@ -49,6 +50,8 @@ Terminal::Terminal(const Arguments& arguments, const std::string& environment)
 {
   const std::string line = kslCommand(arguments, "-u KSL_HISTORY TERM=dumb NO_COLOR=1 XDG_STATE_HOME= HOME="
                                                      + workFolder() + " " + environment);
+  // What an earlier test was killed with would be offered now.
+  std::filesystem::remove(workFolder() + ".local/state/ksl/AutoSaveState.qst");
   struct winsize size = {};
   size.ws_row = 50;
   size.ws_col = 120;

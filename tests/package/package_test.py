@@ -120,7 +120,7 @@ class PackageTest(unittest.TestCase):
         self.assertEqual(list(self.prefix.rglob("libsmallest*")), [], "the example is no product")
 
     def test_inside_another_project(self):
-        self.assertIn("added orvksl_objects;KSLCore;KSLCoreStatic\n", self.configure(AROUND))
+        self.assertIn("added interface_stamp;orvksl_objects;KSLCore;KSLCoreStatic\n", self.configure(AROUND))
         full = "KSL_PACKAGE_FULL" in os.environ
         run("cmake", "--build", ".", "-j2", "--target", "all" if full else f"CMakeFiles/units.dir{HERE}/units.cpp.o",
             cwd=self.folder)

@@ -242,7 +242,7 @@ TEST(SyntaxTree, SaysOfACommandWhatTheLibraryDoes)
 
 RC_GTEST_PROP(SyntaxTree, SaysOfALibraryWhatTheStoreReads, ())
 {
-  const std::string text = *mixedText();
+  const std::string text = "RULES:\n" + *mixedText() + "\nEND\n";
   const TempFolder folder;
   const std::string file = folder.write("l.ksl", text);
   KSLAPI store;
@@ -252,6 +252,8 @@ RC_GTEST_PROP(SyntaxTree, SaysOfALibraryWhatTheStoreReads, ())
   } catch (const Error& error) {
     refusal = error.getMessage();
   }
+  if (refusal.ends_with("is no definition."))  // an END closed the rules: no matter of syntax
+    return;
   const SyntaxTree tree(text, Reading::library);
   RC_ASSERT(tree.isFaulty() == !refusal.empty());
   std::vector<std::string> actions;

@@ -37,7 +37,7 @@ RC_GTEST_PROP(ChangeList, IsAVector, ())
   int next = 0;
   for (int steps = *rc::gen::inRange(1, 30); steps > 0; --steps) {
     const std::size_t count = *rc::gen::inRange<std::size_t>(0, model.size() + 3);
-    switch (*rc::gen::inRange(0, 7)) {
+    switch (*rc::gen::inRange(0, 6)) {
       case 0:
       case 1:
         for (int i = *rc::gen::inRange(0, 3000); i > 0; --i) {
@@ -50,10 +50,6 @@ RC_GTEST_PROP(ChangeList, IsAVector, ())
         model.resize(std::min(count, model.size()));
         break;
       case 3:
-        list.dropFront(count);
-        model.erase(model.begin(), model.begin() + static_cast<long>(std::min(count, model.size())));
-        break;
-      case 4:
         list.swapChanges(other);
         model.swap(otherModel);
         break;

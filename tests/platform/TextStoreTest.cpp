@@ -227,24 +227,25 @@ TEST(TextStore, IsReadAgainFromItsActions)
 TEST(Libraries, AreReadInOrder)
 {
   const TempFolder folder;
-  folder.write("one/b.ksl", "A: b\r\nx = 1 \\\r\n  + 2\r\nEND\r\n");
-  folder.write("one/a.ksl", "A: a\nEND");
+  folder.write("one/b.ksl", "RULES:\r\nb = 1 \\\r\n  + 2\r\nEND\r\n");
+  folder.write("one/a.ksl", "\xEF\xBB\xBFRULES:\na =\nEND");
   folder.write("two/a.ksl", "# nothing here\n");
-  const std::string lone = folder.write("two/lone", "A: lone\nEND\n");
+  const std::string lone = folder.write("two/lone", "RULES:\nlone =\nEND\n");
   Store store;
   store.readNamedLibraries(lone + " , " + folder / "one,", "");
-  EXPECT_EQ(store.text(), "A: lone\nEND\nA: a\nEND\nA: b\n  x = 1 + 2\nEND\n");
+  const std::vector<std::string> all{"RULES:", "lone = ", "a = ", "b = 1 + 2", "END"};
+  EXPECT_EQ(store.getExpandedKSL(), all);
   store.undo();
   setenv("ORV_KSL_LIBRARY_PATH", (folder / "two:" + folder / "one").c_str(), 1);
   store.readLibraries();
   unsetenv("ORV_KSL_LIBRARY_PATH");
-  EXPECT_EQ(store.text(), "A: a\nEND\nA: b\n  x = 1 + 2\nEND\n");
+  EXPECT_EQ(store.getExpandedKSL(), (std::vector<std::string>{"RULES:", "a = ", "b = 1 + 2", "END"}));
 }
 
 TEST(Libraries, LeaveTheStoreAloneWhenOneIsBad)
 {
   const TempFolder folder;
-  const std::string good = folder.write("a.ksl", "K: k\nx = 1\nEND\nA: a\nEND");
+  const std::string good = folder.write("a.ksl", "RULES:\nx = 1\nEND");
   const auto refusal = [&]<class Exception>(const std::string& name, Exception*) {
     Store store;
     store.load("K: k\ny = 1\nEND");
@@ -255,13 +256,19 @@ TEST(Libraries, LeaveTheStoreAloneWhenOneIsBad)
   const auto quoted = [&](const std::string& name) { return "'" + folder / name + "'"; };
   const ksl::invalid* const invalid = nullptr;
   const std::string where = "error[4] KSLAPI::readNamedLibraries: ";
-  folder.write("act.ksl", "A: b\nEND\n\n\\\n  >delete   /A:a # x\n");
-  folder.write("open.ksl", "A: b\nB: c\nEND\n");
-  folder.write("syntax.ksl", "A: b\n?\n");
+  folder.write("act.ksl", "RULES:\nEND\n\n\\\n  >delete   /A:a # x\n");
+  folder.write("open.ksl", "RULES:\nB: c\nEND\n");
+  folder.write("object.ksl", "RULES:\nx = \\\n1\nEND\nA: early\nEND\n");
+  folder.write("end.ksl", "RULES:\nOBJECT: A\nEND\nEND\nOBJECT: B\nEND\nEND\n");
+  folder.write("syntax.ksl", "RULES:\n?\n");
   EXPECT_EQ(refusal("none", static_cast<file::error*>(nullptr)),
             where + "Cannot read KSL library " + quoted("none") + ": No such file or directory.");
   EXPECT_EQ(refusal("act.ksl", invalid),
             where + "Action line in KSL library " + quoted("act.ksl") + ", line 4: '>delete /A:a # x'.");
+  EXPECT_EQ(refusal("object.ksl", invalid),
+            where + "Object '/A:early' in KSL library " + quoted("object.ksl") + ", line 5, is no definition.");
+  EXPECT_EQ(refusal("end.ksl", invalid),
+            where + "Object '/OBJECT:B' in KSL library " + quoted("end.ksl") + ", line 5, is no definition.");
   EXPECT_EQ(refusal("open.ksl", invalid),
             where + "Not enough END statements in KSL library " + quoted("open.ksl") + ".");
   EXPECT_EQ(refusal("syntax.ksl", invalid),

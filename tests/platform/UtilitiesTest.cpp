@@ -272,7 +272,7 @@ TEST(Observer, ObserversAndTypesComeAndGoInsideANotification)
     throw std::runtime_error("observer");
   };
   EXPECT_THROW(logged(1), std::runtime_error);
-  EXPECT_EQ(log, "c1 ");
+  EXPECT_EQ(log, "c1 a1 ") << "all are told";
   EXPECT_EQ(logged(1), "a1 ");
 }
 

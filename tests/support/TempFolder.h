@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 #include <sstream>
 #include <string>
+#include <unistd.h>
 
 namespace orv {
 
@@ -41,8 +42,9 @@ class TempFolder {
 
  private:
   const testing::TestInfo* m_test = testing::UnitTest::GetInstance()->current_test_info();
-  const std::string m_path =
-      testing::TempDir() + "orv_" + m_test->test_suite_name() + "_" + m_test->name() + "/";
+  // Two runs of one test at the same time do not meet.
+  const std::string m_path = testing::TempDir() + "orv_" + m_test->test_suite_name() + "_" + m_test->name()
+                             + "_" + std::to_string(getpid()) + "/";
 };
 
 }  // namespace orv

@@ -20,10 +20,10 @@ namespace orv {
 // swallowed.
 class ORV_API FileProcessingScope {
  public:
-  // Creates the object when it is missing, idle, by a text of its own: a part of the command under way. Throws
-  // ksl::invalid, "Unable to create object %s" with "FILE PROCESSING", of the class and function given, when it still
+  // Creates the object when it is missing, idle, by a text of its own: a part of the command under way. True when it
+  // did. Throws ksl::invalid, "Unable to create object %s" with "FILE PROCESSING", of the class and function given, when it still
   // is not there then.
-  static void createObject(const char* className, const char* function);
+  static bool createObject(const char* className, const char* function);
 
   // A file that is in progress must not be begun again: it would never end. Throws file::error, "File '%s' is already
   // being processed.", of the class and function given. Names are compared as the files that they lead to.

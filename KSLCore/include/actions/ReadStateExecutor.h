@@ -23,7 +23,8 @@ class FileChangeManager;
 // silence where they do not. In place of the work at hand, those at the top level that the state does not mention go
 // back to their defaults, and boundaries and subdomains become invisible. Any other block replaces top-level objects
 // of its name but another type; a block named like an object of the results is passed over. Actions, other lines outside
-// blocks, and FILE PROCESSING are not read.
+// blocks, and FILE PROCESSING are not read. When that object was made for the load, and no block was entered, it goes
+// again. Escapes are undone where a head says so (FileText).
 //
 // A state is one block of text to the command processor: all of it is loaded, or nothing happened. Linear in the
 // file, plus what the changes touch.
@@ -41,7 +42,8 @@ class ORV_API ReadStateExecutor : public ActionExecutor {
   //   ksl::invalid "Syntax error: %s parameters should have the format: %s", "Invalid parameter in %s: '%s'."
   //   data::invalid "Invalid parameter value: '%s'." for a mode
   //   file::error "Non ASCII file: '%s'.", "File '%s' is already being processed.", and what the stream throws
-  //   data::error, function "loadStateData", "Not enough END statements in KSL.", "Too many END statements in KSL."
+  //   data::error, function "loadStateData", "Not enough END statements in KSL." (also for a saved state whose last line
+  //     has no end: it was cut off), "Too many END statements in KSL."
   // then data::invalid "Results file referred to in the state was not found:…", and ksl::invalid "Cannot find object
   // %s" when FILE PROCESSING is lost on the way. Reported, not thrown: file::error "State file contains no data.", and
   // that a results file beside the state was taken for one that is not where it was.
@@ -84,10 +86,10 @@ class ORV_API ReadStateExecutor : public ActionExecutor {
   static File readFile(Request& request);
   static bool emptyInputFile(const std::vector<std::string>& lines);
   static std::vector<Block> findBlocks(const std::vector<std::string>& lines);
-  void process(const Request& request, File& file);
+  bool process(const Request& request, File& file);
   static void appendBlock(const File& file, const Block& block, std::string& text);
   static void loadResults(const Request& request, const File& file);
-  static void loadStateData(File& file, Names& loaded);  // takes the lines
+  static bool loadStateData(File& file, Names& loaded);  // takes the lines
   static void resetToDefault(const Names& loaded);
   static bool isResDefinedObject(const std::string& type, const std::string& name);
   static bool exactObjectExists(const std::string& type, const std::string& name);

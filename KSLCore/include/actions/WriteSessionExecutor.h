@@ -4,6 +4,7 @@
 #include "platform/ORVSystem.h"
 #include "command/ActionExecutor.h"
 
+#include <cstdint>
 #include <set>
 #include <string>
 #include <string_view>
@@ -19,7 +20,8 @@ class KSLObject;
 // While a session is recorded, every text that is entered from outside (KSLCoreAPI::externalProcessKSL) is written to
 // the file before it runs, so one that fails is there too. docs/session-file.md describes the file, and ReadSession-
 // Executor plays it back. Settings that are not given come from the object SESSION when there is one, and the start of
-// a recording shows them there. White space in a file name of the action line is dropped; the name of SESSION is
+// a recording shows them there. A file that is appended to, and whose last command is incomplete because its process
+// was killed, first loses that, which is reported as file::error of type 8. White space in a file name of the action line is dropped; the name of SESSION is
 // taken as it stands. Quotes around either are taken off, so that it may hold a "#".
 //
 // Two states: idle, and recording from a start that succeeded until a stop, terminateSession or a failing write. The
@@ -42,16 +44,19 @@ class ORV_API WriteSessionExecutor : public ActionExecutor {
   // mode none, "File status error: '%s' - %s." when the file cannot be asked for; and what ORVStream throws.
   void invoke(const std::vector<std::string>& words) override;
 
-  // Writes one text that was entered; nothing when idle or when the text names "AutoSaveState.qst". Lines that control
-  // sessions, or legends that come by themselves ("> autolegend"), are left out. On disk when it returns. Throws nothing
-  // but for lack of memory: a file that cannot be written any more is reported once, and the recording ends. What could
-  // not be read back, text outside ASCII, is reported as data::invalid of type 8 and written all the same; in comments
-  // it is replaced by "?". Linear in the text.
+  // Writes one text that was entered, in the core API's external update mode; nothing when idle or when the text names
+  // "AutoSaveState.qst". Empty lines are left out, and lines that control sessions, or legends that come by themselves
+  // ("> autolegend"); the text is written as it is understood, so that it means the same when it is replayed in another
+  // mode, and in ASCII (FileText). On disk when it returns. Throws nothing but for lack of memory: when the file cannot
+  // be written any more it is cut back to its last whole block, that is reported once, and the recording ends. Linear in
+  // the text.
   void writeSessionKSL(const std::string& text);
 
   // Ends a recording as "stop" does, when there is one; a failure is reported.
   void terminateSession();
   bool isRecording() const { return m_inProgress; }
+  // The name, by whatever way, leads to the file that is being written.
+  bool isRecordingTo(const std::string& fileName) const;
 
   // Text behind the head of every file that is started afterwards, for the whole process; empty at start.
   static void setFilePreamble(const std::string& preamble) { m_preamble = preamble; }
@@ -71,7 +76,10 @@ class ORV_API WriteSessionExecutor : public ActionExecutor {
   void readParameter(const std::string& word, Request& request) const;
   void start(Request request, const KSLObject* settings);
   void openFile(Request& request);
+  static void heal(const std::string& fileName);
   void writeHeader();
+  void append(const std::string& text);
+  void cutBack() noexcept;
   void stop();
   void abandon(const file::error& error) noexcept;
 
@@ -80,6 +88,9 @@ class ORV_API WriteSessionExecutor : public ActionExecutor {
   const std::set<std::string> m_parameters;
   const std::set<std::string> m_modes;
   ORVStream m_stream;
+  std::string m_file;              // canonical, of the stream
+  std::uintmax_t m_wholeSize = 0;  // of the file up to its last whole block
+  bool m_canBeCut = false;         // a regular file
   bool m_inProgress = false;
 };
 

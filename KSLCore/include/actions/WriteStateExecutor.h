@@ -8,6 +8,7 @@
 #include <string>
 #include <string_view>
 #include <unordered_set>
+#include <utility>
 #include <vector>
 
 namespace orv {
@@ -24,7 +25,8 @@ class StateChangeObserver;
 //
 // Never written are objects of program types (RULES, STATE, SESSION, SYMBOL …) with all below them, a DATA READER
 // without a results file, internal parameters, empty values, values that a parameter was never given and does not
-// allow, and the "Domain List" of what the results define.
+// allow, and the "Domain List" of what the results define. FILE PROCESSING is written as it is when nothing is read; a
+// state of everything that holds no object consists of it. Any character can be in a state (FileText says how).
 //
 // The text is made in memory and replaces the file in one step (ORVFile::replace): the old state or the new one,
 // whole. Linear in the text; a list of n objects costs n.
@@ -42,14 +44,19 @@ class ORV_API WriteStateExecutor : public ActionExecutor {
   //   ksl::invalid "Syntax error: %s parameters should have the format: %s", "Invalid parameter in %s: '%s'."
   //   data::invalid "Invalid parameter value: '%s'." for a mode argument; ksl::invalid "Invalid parameter value: %s."
   //     with "mode" for another mode in STATE
-  //   file::error "Overwrite not allowed: %s", "File status error: '%s' - %s." in mode none
+  //   file::error "File '%s' is the session file that is being written.", "Overwrite not allowed: %s", "File status error: '%s' - %s." in mode none
   // and what ORVFile::replace throws. An object that is missing or ambiguous is reported, function
   // "writeStateData", data::invalid "Cannot find object %s. No state written for that object.", and skipped; a
-  // value that KSL text cannot carry ("#" outside quotes, characters that are not ASCII, white space other than single
-  // blanks) is reported as data::invalid of type 8, "Value of parameter '%s' of object '%s' cannot be read back.",
-  // function "validatedParameters", and written as it is. So is an object whose name is not ASCII: "Line '%s' cannot be
-  // read back.", function "writeOneObject".
+  // value that KSL text cannot carry ("#" outside quotes, white space other than single blanks) is reported as
+  // data::invalid of type 8, "Value of parameter '%s' of object '%s' cannot be read back.", function
+  // "validatedParameters", and written as it is. A line for which readers would refuse the whole file (an object whose
+  // name is no name in KSL, a parameter whose name has a ":") is left out, with all that is in it, and reported in the
+  // same way, "Line '%s' cannot be read back."; the observer's flag stays then.
   void invoke(const std::vector<std::string>& p_action) override;
+
+  // Writes everything, past the settings, the manager and the observer: for saves that nobody asked for. Throws as
+  // ORVFile::replace does.
+  void saveEverything(const std::string& fileName) const;
 
  protected:
   // For derived executors: an object that is never written, nor what is below it.
@@ -67,9 +74,11 @@ class ORV_API WriteStateExecutor : public ActionExecutor {
   Request readRequest(const std::vector<std::string>& words) const;
   void readArgument(const std::string& argument, Request& request, std::vector<std::string>& objects) const;
   static void checkTarget(const Request& request);
-  void writeStateData(const std::vector<const KSLObject*>& objects, std::string& out) const;
-  void writeOneObject(const KSLObject& object, std::string& out) const;
-  void validatedParameters(const KSLObject& object, std::size_t depth, std::string& out) const;
+  std::pair<std::string, bool> stateText(const std::vector<const KSLObject*>& objects, bool everything) const;
+  // Each is false when a line was left out.
+  bool writeStateData(const std::vector<const KSLObject*>& objects, std::string& out) const;
+  bool writeOneObject(const KSLObject& object, std::string& out) const;
+  bool validatedParameters(const KSLObject& object, std::size_t depth, std::string& out) const;
   static bool parentAlreadyWritten(std::string_view path, const Paths& written);
   bool isValidForWriting(const std::string& type, const std::string& name) const;
   bool isWritten(const KSLObject& object) const;

@@ -4,6 +4,7 @@
 #include "platform/ORVExport.h"
 
 #include <deque>
+#include <memory>
 #include <set>
 #include <string>
 #include <vector>
@@ -11,10 +12,14 @@
 namespace orv {
 
 class ActionFactory;
+class DBUpdater;
+class DependentUpdates;
 class KSLAPI;
 class KSLChangeList;
 class KSLObject;
 class ObjectDB;
+class RecoveryLog;
+class UpdateProcessor;
 
 // One exists; the host creates and owns it and gives it to KSLInterface::setExecutive.
 class ORV_API Executive {
@@ -33,15 +38,21 @@ class ORV_API Executive {
   // ActionFactory::getExecutor and the executor throw.
   void doAction(std::string line);
 
-  // Applies changes to the database and lets the changed objects recompute, in path order. The inverse of
-  // each change is appended to `history` once it is made. Objects are created on demand, parents first;
-  // objects that the changes name without giving them a parameter are created too. May be called from an
-  // object's recomputation, then with the same history: internal::error, class "Executive", function "update"
-  // otherwise. Failures pass on; what was applied until then stands in `history`. Linear in the changes and
-  // what they touch.
+  // Applies changes to the database and lets the changed objects recompute, in path order. The inverse of each
+  // change is appended to `history` before it is made, and taken out when it left nothing behind. Objects are created on
+  // demand, parents first; objects that the changes name without giving them a parameter are created too. May be
+  // called while an update is under way, then with the same history: internal::error, class "Executive", function
+  // "update" otherwise. From an object's recomputation it applies at once. While changes are being applied (an
+  // observer of the database, a watcher) its changes wait until those under way are made, for that is their order
+  // in the store. Failures pass on; what was applied until then stands in `history`. Linear in the changes and what
+  // they touch.
   void update(const KSLChangeList& changes, KSLChangeList* history, KSLAPI* store);
   // The same for changes that come from a history list.
   void replay(const KSLChangeList& changes, KSLChangeList* history, KSLAPI* store);
+  // The same for a recovery, which goes on past what fails, notes it in the log, and records nothing. REQUIRES: no
+  // update is under way.
+  void recover(const KSLChangeList& changes, KSLAPI* store, RecoveryLog& log);
+  bool isUpdating() const { return m_depth > 0; }
   // Sets parameters of objects that exist, without marking or recomputing anything; creates and deletes
   // nothing. The inverses of all changes are recorded all the same. The store is not used.
   void updateNoAction(const KSLChangeList& changes, KSLChangeList* history, KSLAPI* store);
@@ -58,15 +69,21 @@ class ORV_API Executive {
                                           const std::string& name);
   KSLObject* doCreateNewObject(std::vector<KSLObject*>& created, const std::string& parentPath,
                                const std::string& type, const std::string& name);
-  void applyUpdate(const KSLChangeList& changes, KSLChangeList* history, KSLAPI* store);
+  struct Work;
+  void run(const Work& work);
+  void applyUpdate(const Work& work);
+  void applyAll(const KSLChangeList& changes, const Work& work, bool keepDefaults);
+  void applyDependents(const Work& work, DependentUpdates& dependents, DBUpdater& updater,
+                       UpdateProcessor& processor);
   void appendToChangedObjects(const std::set<std::string>& paths);
-  void updateChangedObjects(ObjectDB* database);
+  void updateChangedObjects(ObjectDB* database, RecoveryLog* log);
   void forceUpdateOf(const std::string& name);
   void resetChangeProcessing();
 
   std::deque<std::string> m_pendingUpdates;   // paths of the objects whose update is due
   bool m_updating = false;                    // the queue is being drained
-  bool m_replays = false;                     // the update that comes next replays history
+  bool m_applying = false;                    // changes are being applied
+  std::unique_ptr<KSLChangeList> m_deferred;  // to be applied after those
   KSLChangeList* m_currentHistory = nullptr;  // of the outermost update under way; not owned
   int m_depth = 0;                            // updates under way
   ActionFactory* m_actionFactory = nullptr;   // not owned

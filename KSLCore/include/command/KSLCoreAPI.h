@@ -3,6 +3,7 @@
 
 #include "platform/ORVUnits.h"
 #include "platform/ORVUtilities.h"
+#include "command/CommandNotifier.h"
 #include "command/KSLUpdateMode.h"
 
 #include <map>
@@ -25,29 +26,48 @@ class WriteSessionExecutor;
 //    4  objects recompute                        5  they are done
 //   12  error recovery begins                   13  it is done
 //   14  recovery of a failed undo begins        15  it is done
-// What an observer throws at 4 or 16 fails the command; at 0 it comes to the caller of processKSL; at the
-// others it is swallowed.
+// What opens is closed, whatever fails. What an observer throws at 0, 4 or 16 fails the command; at the others it is
+// swallowed.
+//
+// Who may submit text (processKSL, undo, redo), from where, and what comes of it:
+//
+//   from                                  while a command runs                       after a failure was reported
+//   executor                              part of the command, at once               -
+//   an object's update, calculation       part of the command, at once; what the     refused
+//                                         update still had to recompute is left
+//   database observer, progress watcher   part of the command; while changes are     refused
+//                                         being applied, its own wait for those;
+//                                         an undo or redo then fails the command
+//   observer of 0, 1 (outermost)          a command of its own, before or after      likewise
+//   observer of 0, 1 (nested), 4, 5, 16   part of the command, at once               refused
+//   observer of 12 to 15                  -                                          refused
+//   error sink, file watcher              part of the command (of a warning)         refused
+//
+// "Part of the command": one undo step; when it fails, the command fails, also when whoever submitted it keeps what it
+// throws; that must pass through. Between a failure and its report, texts are skipped without a word. Refused: nothing
+// is done, and a report of type 8 says so: class "KSLInterface", function "parseKSL", "Text submitted during error
+// recovery is ignored." What the sink submits while it is told just that is dropped. A text that is submitted while the
+// host runs an update outside any command is reported, internal::error of Executive::update, and not run.
 class ORV_API KSLCoreAPI : public ObserverSubject {
  public:
-  enum Notification {
-    parseBegin = 0,
-    parseEnd = 1,
-    updateBegin = 4,
-    updateEnd = 5,
-    recoveryBegin = 12,
-    recoveryEnd = 13,
-    redoRecoveryBegin = 14,
-    redoRecoveryEnd = 15,
-    outermostProcessed = 16
-  };
+  using Notification = CommandNotifier::Notification;
+  static constexpr Notification parseBegin = CommandNotifier::parseBegin;
+  static constexpr Notification parseEnd = CommandNotifier::parseEnd;
+  static constexpr Notification updateBegin = CommandNotifier::updateBegin;
+  static constexpr Notification updateEnd = CommandNotifier::updateEnd;
+  static constexpr Notification recoveryBegin = CommandNotifier::recoveryBegin;
+  static constexpr Notification recoveryEnd = CommandNotifier::recoveryEnd;
+  static constexpr Notification redoRecoveryBegin = CommandNotifier::redoRecoveryBegin;
+  static constexpr Notification redoRecoveryEnd = CommandNotifier::redoRecoveryEnd;
+  static constexpr Notification outermostProcessed = CommandNotifier::outermostProcessed;
 
   static KSLCoreAPI* instance();  // made on first use
   // Null when there is none: for those that end, which must not make a new one.
   static KSLCoreAPI* current() noexcept;
   static void destroyInstance();
 
-  // Runs a command text; errors inside are reported and recovered from, not thrown. Throws
-  // internal::badParam, class "KSLCoreAPI", function "processKSL", "Input parameter %s is empty." with
+  // Runs a command text; errors inside are reported and recovered from, not thrown. A nested one throws what carries
+  // its failure outward. Throws internal::badParam, class "KSLCoreAPI", function "processKSL", "Input parameter %s is empty." with
   // "p_KSLStr" for an empty text.
   void processKSL(const std::string& text, kslUpdateMode mode);
   // Runs lines that the application's user entered, in the external update mode; with kslUpdateAtEnd ">

@@ -3,7 +3,7 @@
 
 #include "platform/ORVError.h"
 #include "platform/ORVKSLAPI.h"
-#include "command/HistoryStack.h"
+#include "command/History.h"
 #include "command/KSLUpdateMode.h"
 
 #include <memory>
@@ -15,6 +15,7 @@ namespace orv {
 class BackCompatibilityFunctor;
 class Executive;
 class KSLRules;
+class PendingError;
 struct AdditionalRules;
 
 // Every command text enters here. It is split into lines, loaded into the text store in one call, and its
@@ -22,10 +23,15 @@ struct AdditionalRules;
 // is reported once, by the outermost parse, and taken back as a whole; nothing is thrown to its caller.
 //
 // One outermost parse is one undo step. Nested parses (of executors that submit text themselves) belong to
-// it.
+// it. Texts that come after a failure are skipped; from its report to the end of the recovery they are refused.
 class ORV_API KSLInterface {
  public:
-  enum UndoMode { NORMAL = 0, UNDO = 1, REDO = 2, ERROR_RECOVERY = 3, ERROR_RECOVERY_REDO = 4 };
+  using UndoMode = History::UndoMode;
+  static constexpr UndoMode NORMAL = History::NORMAL;
+  static constexpr UndoMode UNDO = History::UNDO;
+  static constexpr UndoMode REDO = History::REDO;
+  static constexpr UndoMode ERROR_RECOVERY = History::ERROR_RECOVERY;
+  static constexpr UndoMode ERROR_RECOVERY_REDO = History::ERROR_RECOVERY_REDO;
 
   static KSLInterface* instance();  // made on first use
   // The host destroys its Executive, factory and executors after this.
@@ -53,6 +59,8 @@ class ORV_API KSLInterface {
   // Runs a text; see the class. Throws only inside another parse, whose executors must let it pass.
   // Cost: linear in the text, plus what the changes touch.
   void parseKSL(const std::string& text, kslUpdateMode mode);
+  // REQUIRES: called from a handler. Runs a text that has failed already, of what is being handled.
+  void failParse();
   // Runs one action line (without ">"), outside any parse: what it throws comes to the caller and nothing is
   // taken back. internal::error, class "KSLInterface", function "doAction", "Pointer to Executive not set."
   // without one.
@@ -70,51 +78,41 @@ class ORV_API KSLInterface {
   Executive* getExecutive() const { return m_executive; }
   // Parses under way.
   int getParseDepth() const { return m_entryCount; }
+  // From the report of a failure to the end of the recovery.
+  bool isRecovering() const { return m_recovering; }
   static bool isActionLine(const std::string& line);
 
-  // -- history
+  // -- history, which is kept by a class of its own
 
   // Takes back, or does again, the newest step, in the database and the text store. Within a parse a failure
   // is thrown to it; outside one it is reported and recovered from, as for a text. Nothing to do is reported,
   // type 8. Cost: that of the step's changes.
-  void undo();
-  void redo();
-  // Reports a pending error and recovers, when there is one.
+  void undo() { runHistory(UNDO); }
+  void redo() { runHistory(REDO); }
+  // Reports a pending error and recovers, when there is one. While an update is under way the outermost parse does
+  // that when the update has ended.
   void undoOnError();
   // Forgets what could be undone and redone. A parse under way can still be taken back if it fails.
-  void clearUndoStacks();
-  // How many changes the recovery of the last outermost parse replayed; 0 when there was none.
-  std::size_t getLastRecoverySize() const { return m_lastRecoverySize; }
+  void clearUndoStacks() { m_history.clearUndoStacks(); }
+  // How many changes the recovery of the last outermost parse put back; 0 when there was none.
+  std::size_t getLastRecoverySize() const { return m_history.getLastRecoverySize(); }
 
-  std::string getUndoModeString() const { return getUndoModeString(m_undoMode); }
-  static std::string getUndoModeString(int mode);
+  std::string getUndoModeString() const { return getUndoModeString(m_history.getMode()); }
+  static std::string getUndoModeString(int mode) { return History::getUndoModeString(mode); }
   // Where the inverses of changes are recorded in the present mode.
-  HistoryStack* getHistoryStack() { return stackFor(m_undoMode, false); }
-  const HistoryStack& getUndoStack() const { return m_undoStack; }
-  const HistoryStack& getRedoStack() const { return m_redoStack; }
+  HistoryStack* getHistoryStack() { return m_history.getStack(); }
+  const HistoryStack& getUndoStack() const { return m_history.getUndoStack(); }
+  const HistoryStack& getRedoStack() const { return m_history.getRedoStack(); }
 
   // Takes ownership; the one held before is deleted. It sees the inverses recorded for undo.
-  void registerChangeListModifier(ChangeListModifierIF* modifier);
+  void registerChangeListModifier(ChangeListModifierIF* modifier)
+  {
+    m_history.registerChangeListModifier(modifier);
+  }
 
-  // One application of changes to the database. While it lives, list() is where inverses go. commit() says
-  // that all went well: what the text store holds is then safe, unless an enclosing application is not yet
-  // done.
-  class ORV_API Application {
+  class Application : public History::Application {
    public:
-    explicit Application(KSLInterface* owner);
-    ~Application();
-    Application(const Application&) = delete;
-    Application& operator=(const Application&) = delete;
-    KSLChangeList* list() const { return m_list.get(); }
-    void commit();
-
-   private:
-    friend class KSLInterface;
-    KSLInterface* m_owner;
-    Application* m_outer;
-    std::shared_ptr<KSLChangeList> m_list;
-    std::size_t m_step = 0;  // its entry in the owner's record of the parse
-    bool m_enclosed;         // an enclosing application records the same list
+    explicit Application(KSLInterface* owner) : History::Application(&owner->m_history) {}
   };
 
   // Debugging hooks; do nothing in this build.
@@ -124,81 +122,43 @@ class ORV_API KSLInterface {
  private:
   class ActionHandler;
 
-  struct ParseErrorState {
-    bool pending = false;
-    ErrorMsg error;
-  };
-
-  // A run of inverses in one list: what one application recorded. Lists are only ever appended to, and live
-  // as long as they are named here, wherever undo and redo move them.
-  struct ParseStep {
-    std::shared_ptr<const KSLChangeList> list;
-    std::size_t first;
-    std::size_t last;
-  };
-
   KSLInterface();
   ~KSLInterface();
 
   // Parsing
   template <class Work>
   void runParse(kslUpdateMode mode, Work work);
-  void beginNewParse(kslUpdateMode mode);
-  void endParse();
+  kslUpdateMode beginNewParse(kslUpdateMode mode);
+  void endParse(kslUpdateMode outerMode);
   void doParseKSL(const std::string& text, kslUpdateMode mode);
   KSLLines preParseKSL(const std::string& text) const;
   void updateForBackwardCompatibility(KSLLines& lines, kslUpdateMode mode);
   void processKSL(const KSLLines& lines);
-  void notePendingError(const char* function);
-  void reportPendingError();
-  ErrorMsg takeMemoryError();
   void handleParseException(bool force);
-  Executive& executive() const;
-
-  // History
+  void refuseText();
+  void reportWithin();
+  bool isUpdating() const;
   void runHistory(UndoMode mode);
-  void parseHistory(UndoMode mode);
-  void replayHistory(UndoMode mode);
-  void getHistoryChanges(KSLChangeList& changes);
-  void getRecoveryChanges(KSLChangeList& changes);
-  void attemptErrorRecovery();
-  void openHistory();
-  void closeHistory();
-  bool isRecovering() const { return m_undoMode == ERROR_RECOVERY || m_undoMode == ERROR_RECOVERY_REDO; }
-  HistoryStack* stackFor(UndoMode mode, bool source);
-  HistoryStack* getSourceHistoryStack() { return stackFor(m_undoMode, true); }
-  void notifyOfRecovery(int type);
-  void reportFailedRecovery();
-  void setChangeListModifier() { m_undoStack.registerChangeListModifier(m_modifier.get()); }
+  Executive& executive() const;
 
   static KSLInterface* m_instance;
 
-  std::vector<kslUpdateMode> m_modeStack;  // one for each parse under way, above the base entry
+  kslUpdateMode m_mode = kslUpdateDefault;  // of the innermost parse; each one restores the one around it
   std::unique_ptr<KSLAPI> m_kslapi;
-  std::unique_ptr<ParseErrorState> m_errorState;
-  std::unique_ptr<ErrorMsg> m_memoryError;  // made while there is memory; null when it was used
+  std::unique_ptr<PendingError> m_error;
   std::unique_ptr<ActionHandler> m_actionHandler;
   std::unique_ptr<KSLRules> m_rules;
-
-  UndoMode m_undoMode = NORMAL;
-  HistoryStack m_undoStack;
-  HistoryStack m_redoStack;
-  std::unique_ptr<ChangeListModifierIF> m_modifier;
-  HistoryStack m_errorRecoveryStack;
+  History m_history;
 
   int m_entryCount = 0;
+  bool m_recovering = false;
+  bool m_refusing = false;                            // the report of a refusal is under way
+  ErrorMsg m_refusal;                                 // made while there is memory
   Executive* m_executive = nullptr;                   // not owned
   BackCompatibilityFunctor* m_backFunctor = nullptr;  // not owned
   bool m_bwc = true;
   bool m_bwcOverridePending = false;
   bool m_savedBwc = true;
-
-  // Of the outermost parse under way
-  HistoryStack::ListId m_savedUndoTop = 0;
-  HistoryStack::ListId m_newestBefore = 0;  // lists with greater numbers are this parse's
-  std::vector<ParseStep> m_parseSteps;      // all that it applied, in order
-  Application* m_application = nullptr;     // the innermost
-  std::size_t m_lastRecoverySize = 0;       // stays until the next one begins
 };
 
 }  // namespace orv

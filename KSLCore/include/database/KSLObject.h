@@ -88,6 +88,10 @@ class ORV_API KSLObject {
   virtual std::string setValue(const std::string& name, const std::string& value) = 0;
   // Sets a parameter without marking anything for recomputation; returns the previous text.
   virtual std::string setValueWithoutPending(const std::string& name, const std::string& value) = 0;
+  // The same two, all or nothing for the parameter named: what an override has stored before it throws is taken
+  // back. For those who apply changes.
+  void setWhole(const std::string& name, const std::string& value);
+  void setWholeWithoutPending(const std::string& name, const std::string& value);
   // data::notFound, "Parameter '%s' does not exist on object %s.". The pointer is this object's alone, and
   // shows what is set, until the parameter is removed. For that a parameter that was never written gets a
   // definition of its own, which takes memory: who only reads uses lookUpParam or the reads of values.
@@ -243,6 +247,8 @@ class ORV_API KSLObject {
 
  private:
   friend class ObjectHolderImpl;
+  template <class Set>
+  void allOrNothing(const std::string& name, Set set);
   friend class PrototypeEditor;
 
   const ParamDefinition& readParam(const std::string& name) const;

@@ -33,9 +33,9 @@ struct ActionOptions {
 // throws what ObjectFactory::registerBaseType does when a class is there already.
 ORV_API void registerObjectClasses();
 
-// Registers an executor for each action word of the library (docs/actions.md), short forms included. Throws what
-// ActionFactory::registerExecutor does when a word is taken: words of the program's own, others than these, are
-// registered before or after. The executors keep the address of the executive.
+// Registers an executor for each action word of the library (docs/actions.md), short forms included. A word that the
+// program has registered before keeps the program's executor; other words of its own are registered before or after. The
+// executors keep the address of the executive.
 ORV_API void registerActions(ActionFactory& actions, Executive& executive, const ActionOptions& options = {});
 
 }  // namespace orv

@@ -22,18 +22,19 @@ KSLObject* findObject()
 
 FileProcessingScope* FileProcessingScope::s_innermost = nullptr;
 
-void FileProcessingScope::createObject(const char* className, const char* function)
+bool FileProcessingScope::createObject(const char* className, const char* function)
 {
   if (findObject())
-    return;
+    return false;
   KSLBuilder text;
   text.beginObject(objectType, "");
   text.addParam(processingModeParam, idleMode);
-  text.addParam(pathStackParam, ".");
+  text.addParam(pathStackParam, idlePathStack);
   text.endObject();
   KSLCoreAPI::instance()->processKSL(text.text(), kslUpdateDefault);
   if (!findObject())
     throw ksl::invalid(className, function, _("Unable to create object %s", objectType));
+  return true;
 }
 
 bool FileProcessingScope::isInProgress(const std::string& fileName)

@@ -31,7 +31,7 @@ class BlockWriter final : public TreeVisitor {
   {
     if (value.empty())
       return;
-    reportUnreadable(className, "performCopy", path, name, value, Carrier::text);
+    reportUnreadable(className, "performCopy", path, name, value);
     m_builder.addParam(name, value);
   }
   void endObject() override { m_builder.endObject(); }

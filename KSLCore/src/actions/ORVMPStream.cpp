@@ -11,23 +11,14 @@ namespace orv {
 
 namespace {
 
-// Where a file that is not there may be instead; nothing when no file is in progress.
-std::vector<std::string> localCandidates(const std::string& fileName)
+// The directories of the files in progress, innermost first.
+std::vector<std::string> directoriesInProgress()
 {
   const KSLObject* processing = ObjectDB::instance()->getObjectByPath(fileProcessingPath);
   if (!processing || !processing->hasParam(processingModeParam) || !processing->hasParam(pathStackParam)
       || processing->getValue(processingModeParam) == idleMode)
     return {};
-  std::vector<std::string> candidates;
-  const std::string baseName = ORVFile::getFilename(fileName);
-  for (const std::string& entry :
-       StringUtilities::stringToVector(processing->getValue(pathStackParam), ',')) {
-    const std::string directory = StringUtilities::removeWhitespace(entry);
-    std::string candidate = directory + "/" + baseName;
-    if (!directory.empty() && !ORVFile::isDirectory(candidate))
-      candidates.push_back(std::move(candidate));
-  }
-  return candidates;
+  return StringUtilities::stringToVector(processing->getValue(pathStackParam), ',');
 }
 
 void reportUse(const char* function, const std::string& fileName, const std::string& candidate)
@@ -38,6 +29,8 @@ void reportUse(const char* function, const std::string& fileName, const std::str
 }
 
 }  // namespace
+
+std::string ORVMPStream::s_fallback;
 
 ORVMPStream::ORVMPStream() = default;
 
@@ -60,6 +53,28 @@ void ORVMPStream::open(const std::string& fileName, Mode mode)
       return reportUse("open", fileName, candidate);
   // Again when nothing was found, so that the caller hears why the file that it named did not open.
   ORVStream::open(fileName, mode);
+}
+
+// Where a file that is not there may be instead.
+std::vector<std::string> ORVMPStream::localCandidates(const std::string& fileName)
+{
+  std::vector<std::string> candidates;
+  const auto add = [&](std::string candidate) {
+    if (!ORVFile::isDirectory(candidate))
+      candidates.push_back(std::move(candidate));
+  };
+  const std::string baseName = ORVFile::getFilename(fileName);
+  for (const std::string& entry : directoriesInProgress()) {
+    const std::string directory = StringUtilities::removeWhitespace(entry);
+    if (!directory.empty())
+      add(directory + "/" + baseName);
+  }
+  if (!s_fallback.empty()) {
+    if (!fileName.starts_with('/'))
+      add(s_fallback + "/" + fileName);
+    add(s_fallback + "/" + baseName);
+  }
+  return candidates;
 }
 
 bool ORVMPStream::tryOpen(const std::string& fileName, Mode mode)

@@ -9,6 +9,7 @@
 #include "command/KSLInterface.h"
 #include "command/actionChecks.h"
 #include "actions/FileProcessingScope.h"
+#include "actions/FileText.h"
 #include "actions/ORVMPStream.h"
 #include "actions/ReadableText.h"
 #include "actions/fileNames.h"
@@ -39,7 +40,7 @@ void showFileName(const std::string& fileName)
   text.beginObject("SESSION", "");
   text.addParam(fileNameParam, shown);
   text.endObject();
-  reportUnreadable(className, "readFileContents", sessionPath, fileNameParam, shown, Carrier::text);
+  reportUnreadable(className, "readFileContents", sessionPath, fileNameParam, shown);
   KSLCoreAPI::instance()->processKSL(text.text(), kslUpdateDefault);
 }
 
@@ -111,7 +112,11 @@ std::string ReadSessionExecutor::readFileContents(const Params& params, std::str
     throw file::error(className, "readFileContents", _("Non ASCII file: '%s'.", fileName));
   if (findSession())
     showFileName(fileName);
-  return text;
+  if (text.find('{') == std::string::npos)
+    return text;  // nothing is escaped
+  std::vector<std::string> lines = StringUtilities::stringToVector(text, '\n');
+  FileText::undo(lines);
+  return StringUtilities::vectorToString(lines, '\n');
 }
 
 void ReadSessionExecutor::replay(const std::string& text, const std::string& fileName) const

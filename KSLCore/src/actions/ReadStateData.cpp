@@ -171,7 +171,8 @@ bool ReadStateExecutor::isKept(const Block& block, Names& loaded, std::set<std::
   return true;
 }
 
-void ReadStateExecutor::loadStateData(File& file, Names& loaded)
+// False when there was no block to enter.
+bool ReadStateExecutor::loadStateData(File& file, Names& loaded)
 {
   std::string text;
   text.reserve(
@@ -185,9 +186,10 @@ void ReadStateExecutor::loadStateData(File& file, Names& loaded)
   file.lines = {};  // the memory is needed now
   deleteObjects({replaced.begin(), replaced.end()}, kslUpdateAtEnd);
   if (text.empty())
-    return;
+    return !replaced.empty();
   KSLInterface::instance()->setBWCForNextProcessKSL(true);
   KSLCoreAPI::instance()->processKSL(text, kslUpdateAtEnd);
+  return true;
 }
 
 void ReadStateExecutor::resetToDefault(const Names& loaded)

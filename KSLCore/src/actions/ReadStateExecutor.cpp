@@ -10,6 +10,7 @@
 #include "command/KSLInterface.h"
 #include "command/actionChecks.h"
 #include "actions/FileProcessingScope.h"
+#include "actions/FileText.h"
 #include "actions/ORVMPStream.h"
 #include "actions/ReadableText.h"
 #include "actions/fileNames.h"
@@ -27,6 +28,7 @@ constexpr const char* className = "ReadStateExecutor";
 constexpr const char* action = "readstate";
 constexpr const char* fileType = "qst";
 constexpr const char* overwriteMode = "Overwrite";
+constexpr const char* tooFewEnds = "Not enough END statements in KSL.";
 
 bool isTrue(const std::string& text)
 {
@@ -57,7 +59,7 @@ void dropComment(std::string& line)
 void recordLoad(const std::string& fileName, const std::string& mode, bool loadData)
 {
   const std::string shown = StringUtilities::writtenName(fileName);
-  reportUnreadable(className, "invoke", "/STATE", "State Filename", shown, Carrier::text);
+  reportUnreadable(className, "invoke", "/STATE", "State Filename", shown);
   KSLBuilder text;
   text.beginObject("STATE", "");
   text.addParam("State Filename", shown);
@@ -136,7 +138,6 @@ void ReadStateExecutor::invoke(const std::vector<std::string>& p_action)
 
 void ReadStateExecutor::load(const std::vector<std::string>& words)
 {
-  FileProcessingScope::createObject(className, "invoke");
   Request request = readRequest(words);
   File file = readFile(request);
   if (emptyInputFile(file.lines)) {
@@ -148,11 +149,15 @@ void ReadStateExecutor::load(const std::vector<std::string>& words)
   file.blocks = findBlocks(file.lines);  // judged before anything is deleted
   if (m_files)
     m_files->registerFileChange(request.fileName, fileType);
-  process(request, file);
+  const bool created = FileProcessingScope::createObject(className, "invoke");
+  const bool broughtSomething = process(request, file);
   requireProcessingObject();
+  if (created && !broughtSomething)  // what is as empty as before is saved as such
+    deleteObjects({fileProcessingPath}, kslUpdateDefault);
 }
 
-void ReadStateExecutor::process(const Request& request, File& file)
+// False when no block of the file was entered.
+bool ReadStateExecutor::process(const Request& request, File& file)
 {
   // Any other mode that STATE may have adds to what is there: deleting needs to be asked for.
   const bool overwrite = request.mode == overwriteMode;
@@ -166,11 +171,12 @@ void ReadStateExecutor::process(const Request& request, File& file)
   if (componentProcessing(file.lines, file.versionLine, request.fileName) || file.lines.size() != before)
     file.blocks = findBlocks(file.lines);
   Names loaded;
-  loadStateData(file, loaded);
+  const bool entered = loadStateData(file, loaded);
   if (overwrite)
     resetToDefault(loaded);
   if (request.recorded)
     recordLoad(request.fileName, request.mode, request.loadData);
+  return entered;
 }
 
 ReadStateExecutor::Request ReadStateExecutor::readRequest(const std::vector<std::string>& words) const
@@ -214,10 +220,14 @@ ReadStateExecutor::File ReadStateExecutor::readFile(Request& request)
   stream.close();
   if (!ORVFile::isAscii(text))
     throw file::error(className, "invoke", _("Non ASCII file: '%s'.", request.fileName));
+  if (text.starts_with(FileText::stateHead) && !text.ends_with('\n'))  // cut off, if only by a character
+    throwDepth(tooFewEnds);
   File file;
   file.lines = StringUtilities::removeContinuation(linesOf(text));
   if (file.lines.size() > 1 && file.lines[1].starts_with('#'))
     file.versionLine = file.lines[1];
+  FileText::Reader reader;
+  std::for_each(file.lines.begin(), file.lines.end(), [&](std::string& line) { reader.read(line); });
   std::for_each(file.lines.begin(), file.lines.end(), dropComment);
   return file;
 }
@@ -246,7 +256,7 @@ std::vector<ReadStateExecutor::Block> ReadStateExecutor::findBlocks(const std::v
       blocks.back().last = i;
   }
   if (depth != 0)  // cut off
-    throwDepth("Not enough END statements in KSL.");
+    throwDepth(tooFewEnds);
   return blocks;
 }
 

@@ -41,6 +41,7 @@ SessionUpdater::SessionUpdater(SessionUpdateStrategy* strategy)
   if (!strategy)
     throw internal::error("SessionUpdater", "SessionUpdater", _("Null pointer passed to constructor."));
   m_private.setKindsFrom(m_main);
+  m_private.refuseRules(true);
   m_private.registerDefaultActionHandler(this);
   m_private.registerReplaceModeHandler(this);
 }

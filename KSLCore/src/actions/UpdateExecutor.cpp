@@ -9,17 +9,6 @@
 
 namespace orv {
 
-namespace {
-
-// A modifier may have dropped every change; a step without changes is none.
-void popEmptyStep(HistoryStack* stack)
-{
-  if (stack->top() && stack->top()->empty())
-    stack->pop();
-}
-
-}  // namespace
-
 UpdateExecutor::~UpdateExecutor() = default;
 
 void UpdateExecutor::invoke(const std::vector<std::string>& words)
@@ -39,7 +28,7 @@ void UpdateExecutor::invoke(const std::vector<std::string>& words)
     m_executive->updateNoAction(changes, application.list(), store);
   } else {
     m_executive->update(changes, application.list(), store);
-    popEmptyStep(owner->getHistoryStack());
+    application.dropEmptyStep();
   }
   application.commit();
 }

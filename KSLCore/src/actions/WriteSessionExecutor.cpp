@@ -6,14 +6,15 @@
 #include "database/ObjectDB.h"
 #include "command/KSLCoreAPI.h"
 #include "command/actionChecks.h"
+#include "actions/FileText.h"
 #include "actions/ReadableText.h"
 #include "actions/SessionBlock.h"
+#include "actions/SessionFile.h"
 #include "actions/fileNames.h"
-#include "actions/linesOf.h"
 
 #include <cerrno>
 #include <cstdio>
-#include <sstream>
+#include <filesystem>
 #include <sys/stat.h>
 
 namespace orv {
@@ -24,7 +25,6 @@ constexpr const char* className = "WriteSessionExecutor";
 constexpr const char* sessionPath = "/SESSION";
 constexpr const char* fileNameParam = "Session Filename";
 constexpr const char* modeParam = "Write Session Mode";
-constexpr const char* version = "libORVKSLCore " ORV_VERSION;
 
 ksl::invalid refusal(std::string message)
 {
@@ -46,20 +46,6 @@ void requireMissing(const std::string& fileName)
     throw file::error(className, "invoke", _("Overwrite not allowed: %s", fileName));
   if (errno != ENOENT)
     throw file::error(className, "invoke", _("File status error: '%s' - %s.", "Bad Status", fileName));
-}
-
-std::string readableText(const std::string& text)
-{
-  std::vector<std::string> lines = StringUtilities::indentKSL(linesOf(text));
-  std::erase_if(lines, SessionBlock::isLeftOut);
-  return StringUtilities::vectorToString(readableLines(std::move(lines), className, "writeSessionKSL"), '\n');
-}
-
-std::string timeText()
-{
-  std::ostringstream out;
-  out << cTime();
-  return out.str();
 }
 
 }  // namespace
@@ -156,10 +142,12 @@ void WriteSessionExecutor::start(Request request, const KSLObject* settings)
 {
   openFile(request);
   const bool created = request.mode == "None";
-  ScopeGuard giveUp([&] {
+  ScopeGuard giveUp([&] { m_stream.close(); });
+  ScopeGuard takeBack([&] {
     if (created)  // or the next start would refuse the file that this one made
       std::remove(request.fileName.c_str());
-    m_stream.close();
+    else
+      cutBack();
   });
   if (settings) {
     const std::string shown = StringUtilities::writtenName(request.fileName);
@@ -168,10 +156,11 @@ void WriteSessionExecutor::start(Request request, const KSLObject* settings)
     text.addParam(fileNameParam, shown);
     text.addParam(modeParam, request.mode);
     text.endObject();
-    reportUnreadable(className, "invoke", sessionPath, fileNameParam, shown, Carrier::text);
+    reportUnreadable(className, "invoke", sessionPath, fileNameParam, shown);
     KSLCoreAPI::instance()->processKSL(text.text(), kslUpdateDefault);
   }
   writeHeader();
+  takeBack.dismiss();
   giveUp.dismiss();
   m_inProgress = true;
 }
@@ -188,23 +177,72 @@ void WriteSessionExecutor::openFile(Request& request)
     throw refusal(_("Invalid parameter value: %s.", "mode"));
   if (none)
     requireMissing(request.fileName);
+  if (!none && !overwrite)
+    heal(request.fileName);
   m_stream.open(request.fileName, none || overwrite ? Mode::write : Mode::append);
+  m_file = ORVFile::getCanonicalName(request.fileName);
+  std::error_code unknown;  // of what is no regular file
+  m_wholeSize = std::filesystem::file_size(m_file, unknown);
+  m_canBeCut = !unknown;
   request.mode = none ? "None" : overwrite ? "Overwrite" : "Append";
 }
 
 void WriteSessionExecutor::writeHeader()
 {
-  m_stream.write("# Session file started: " + timeText() + "\n# " + version + "\n\n" + m_preamble + "\n");
-  m_stream.flush();
+  const std::string& preamble = m_preamble;
+  append(FileText::head(FileText::sessionHead)
+         + (FileText::isPlain(preamble) ? preamble : FileText::escaped(preamble)) + '\n');
+}
+
+// A file that was not ended, by a process that was: what follows must not become a part of its last line.
+void WriteSessionExecutor::heal(const std::string& fileName)
+{
+  std::error_code failure;
+  if (!std::filesystem::is_regular_file(fileName, failure))
+    return;
+  const std::uintmax_t whole = SessionFile::wholeSize(fileName);
+  if (whole >= std::filesystem::file_size(fileName, failure))
+    return;
+  ErrorProgressReporter::instance()->reportError(
+      file::error(className, "invoke",
+                  _("Session file '%s' ended with an incomplete command, which was cut off.", fileName),
+                  errorType::warning));
+  std::filesystem::resize_file(fileName, whole);
+}
+
+// All of the text is in the file when it returns, or nothing of it.
+void WriteSessionExecutor::append(const std::string& text)
+{
+  try {
+    m_stream.write(text);
+    m_stream.flush();
+  } catch (const file::error&) {
+    cutBack();
+    throw;
+  }
+  m_wholeSize += text.size();
+}
+
+void WriteSessionExecutor::cutBack() noexcept
+{
+  std::error_code failure;  // a file that cannot be cut keeps its half block, which readers notice
+  if (m_canBeCut)
+    std::filesystem::resize_file(m_file, m_wholeSize, failure);
 }
 
 void WriteSessionExecutor::stop()
 {
   m_inProgress = false;
   ScopeGuard close([this] { m_stream.close(); });
-  m_stream.write("# Session file stopped: " + timeText() + "\n\n");
+  append(std::string(FileText::sessionFoot) + FileText::timeText() + "\n\n");
   close.dismiss();
   m_stream.close();
+}
+
+bool WriteSessionExecutor::isRecordingTo(const std::string& fileName) const
+{
+  std::error_code missing;
+  return m_inProgress && std::filesystem::equivalent(m_file, fileName, missing);
 }
 
 void WriteSessionExecutor::terminateSession()
@@ -224,10 +262,8 @@ void WriteSessionExecutor::writeSessionKSL(const std::string& text)
 {
   if (!m_inProgress || text.find("AutoSaveState.qst") != std::string::npos)
     return;
-  const std::string block = SessionBlock().write(ORVFile::isAscii(text) ? text : readableText(text));
   try {
-    m_stream.write(block);
-    m_stream.flush();
+    append(SessionBlock(KSLCoreAPI::instance()->getExternalKslUpdateMode()).write(text));
   } catch (const file::error& error) {
     abandon(error);
   }

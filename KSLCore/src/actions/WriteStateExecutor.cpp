@@ -2,12 +2,16 @@
 
 #include "platform/ORVApplicationSupport.h"
 #include "platform/ORVError.h"
+#include "platform/ORVKSLParseUtilities.h"
 #include "platform/ORVSystem.h"
 #include "platform/ORVUtilities.h"
 #include "database/ObjectDB.h"
+#include "command/KSLCoreAPI.h"
 #include "command/actionChecks.h"
+#include "actions/FileText.h"
 #include "actions/ReadableText.h"
 #include "actions/StateChangeObserver.h"
+#include "actions/WriteSessionExecutor.h"
 #include "actions/fileNames.h"
 #include "actions/listedObjects.h"
 #include "actions/stateTypes.h"
@@ -25,11 +29,6 @@ constexpr const char* action = "savestate";
 constexpr const char* fileType = "qst";
 constexpr std::size_t width = 80;
 constexpr std::size_t indentStep = 2;
-
-std::string header()
-{
-  return "# State file created: " + cTime().text() + "\n# libORVKSLCore " ORV_VERSION "\n\n";
-}
 
 std::string textOf(const KSLObject& object, const char* param)
 {
@@ -53,30 +52,11 @@ bool isSaved(const ParamDefinition& param, const std::string& type)
          && (param.hasBeenSet() || param.isAllowedValue(param.getValue()));
 }
 
-// The line of a parameter. Most fit as they are; they are not taken apart first.
-void appendLine(const KSLObject& object, const ParamDefinition& param, std::size_t depth, std::string& out)
+// What a state file may not hold: readers would refuse all of it. Texts that come as KSL are never so; names that
+// programs give, and names in RULES, may be.
+bool isReadableParam(const std::string& name)
 {
-  const std::string& name = param.getName();
-  const std::string& value = param.getValue();
-  const bool readable = isReadable(value, Carrier::file);
-  if (!readable)
-    reportUnreadable(className, "validatedParameters", object.getPath(), name, value, Carrier::file);
-  constexpr std::string_view equals = " = ";
-  constexpr std::size_t deepest = 60;  // columns; beyond, lines are not indented further
-  const std::size_t indent = indentStep * depth;
-  if (readable && value.back() != '\\' && indent <= deepest
-      && indent + name.size() + equals.size() + value.size() <= width)
-    out.append(indent, ' ').append(name).append(equals).append(value) += '\n';
-  else
-    out += StringUtilities::splitStringToSize(name + " = " + value + "\n", depth, width);
-}
-
-void appendParameters(const KSLObject& object, std::size_t depth, std::string& out)
-{
-  object.forEachParam([&](const ParamDefinition& param) {
-    if (isSaved(param, object.getType()))
-      appendLine(object, param, depth, out);
-  });
+  return name.find(':') == std::string::npos && name.find('#') == std::string::npos && !name.starts_with('>');
 }
 
 std::string headerOf(const KSLObject& object)
@@ -84,13 +64,74 @@ std::string headerOf(const KSLObject& object)
   return KSLPath::Component{object.getType(), object.getName(), object.isSingleton()}.header();
 }
 
-// Readers refuse the whole file for one name that is not ASCII; better known while the object is there.
-void reportUnreadableName(const KSLObject* object)
+bool isReadableHeader(const std::string& header)
 {
-  if (!ORVFile::isAscii(object->getName()))
-    ErrorProgressReporter::instance()->reportError(
-        data::invalid(className, "writeOneObject", _("Line '%s' cannot be read back.", headerOf(*object)),
-                      errorType::warning));
+  return MiniKSLParser::determineLineType(header) == MiniKSLParser::objectLine
+         && header.find_first_of("/,\n\r") == std::string::npos;
+}
+
+void reportLeftOut(const char* function, const std::string& line)
+{
+  ErrorProgressReporter::instance()->reportError(
+      data::invalid(className, function, _("Line '%s' cannot be read back.", line), errorType::warning));
+}
+
+// Lines are not indented further: the text grows with the work, and not with the square of its depth.
+std::size_t indentOf(std::size_t depth)
+{
+  constexpr std::size_t deepest = 60;  // columns
+  return std::min(indentStep * depth, deepest);
+}
+
+void appendLine(std::string_view text, std::size_t depth, std::string& out)
+{
+  out.append(indentOf(depth), ' ').append(text) += '\n';
+}
+
+// The line of a parameter. Most fit as they are; they are not taken apart first.
+void appendParameter(const KSLObject& object, const std::string& name, const std::string& value,
+                     std::size_t depth, std::string& out)
+{
+  constexpr std::string_view equals = " = ";
+  const bool readable = isReadable(value);
+  if (!readable)
+    reportUnreadable(className, "validatedParameters", object.getPath(), name, value);
+  const bool plain = FileText::isPlain(value) && FileText::isPlain(name);
+  if (plain && readable && value.back() != '\\'
+      && indentOf(depth) + name.size() + equals.size() + value.size() <= width) {
+    out.append(indentOf(depth), ' ').append(name).append(equals).append(value) += '\n';
+    return;
+  }
+  const std::string line = name + " = " + value + '\n';
+  out += StringUtilities::splitStringToSize(plain ? line : FileText::escaped(line), depth, width);
+}
+
+// What is being read while a state is saved is no part of the work.
+const std::string& savedValue(const KSLObject& object, const ParamDefinition& param)
+{
+  static const std::string mode = idleMode;
+  static const std::string stack = idlePathStack;
+  if (object.pathIs(fileProcessingPath) && param.getName() == processingModeParam)
+    return mode;
+  return object.pathIs(fileProcessingPath) && param.getName() == pathStackParam ? stack : param.getValue();
+}
+
+// False when a line was left out.
+bool appendParameters(const KSLObject& object, std::size_t depth, std::string& out)
+{
+  bool complete = true;
+  object.forEachParam([&](const ParamDefinition& param) {
+    if (!isSaved(param, object.getType()))
+      return;
+    const std::string& value = savedValue(object, param);
+    if (!isReadableParam(param.getName())) {
+      reportLeftOut("validatedParameters", param.getName() + " = " + value);
+      complete = false;
+      return;
+    }
+    appendParameter(object, param.getName(), value, depth, out);
+  });
+  return complete;
 }
 
 // The objects that it is in, innermost first.
@@ -101,6 +142,18 @@ std::vector<const KSLObject*> placesOf(const KSLObject& object)
        place = place->getParentObject())
     places.push_back(place);
   return places;
+}
+
+// False, and reported, for one that could not be read.
+bool appendHeader(const KSLObject& object, std::size_t depth, std::string& out)
+{
+  const std::string header = headerOf(object);
+  if (!isReadableHeader(header)) {
+    reportLeftOut("writeOneObject", header);
+    return false;
+  }
+  appendLine(FileText::isPlain(header) ? header : FileText::escaped(header), depth, out);
+  return true;
 }
 
 // All top-level objects, in the order in which the database lists its paths: what is below one is written with it.
@@ -144,14 +197,18 @@ void WriteStateExecutor::invoke(const std::vector<std::string>& p_action)
   const Request request = readRequest(p_action);
   checkTarget(request);
   const bool everything = StringUtilities::trimmed(request.objects).empty();
-  std::string text = header();
-  writeStateData(everything ? topObjects() : listedObjects(request.objects, request.typed, reportMissing),
-                 text);
+  const auto [text, complete] = stateText(
+      everything ? topObjects() : listedObjects(request.objects, request.typed, reportMissing), everything);
   ORVFile::replace(request.fileName, text);
   if (m_files)  // now that the file is complete: a manager may read it at once
     m_files->registerFileChange(request.fileName, fileType);
-  if (m_changes && everything)
+  if (m_changes && everything && complete)
     m_changes->setDBStateDirty(false);
+}
+
+void WriteStateExecutor::saveEverything(const std::string& fileName) const
+{
+  ORVFile::replace(fileName, stateText(topObjects(), true).first);
 }
 
 WriteStateExecutor::Request WriteStateExecutor::readRequest(const std::vector<std::string>& words) const
@@ -193,6 +250,10 @@ void WriteStateExecutor::readArgument(const std::string& argument, Request& requ
 
 void WriteStateExecutor::checkTarget(const Request& request)
 {
+  const WriteSessionExecutor* writer = KSLCoreAPI::instance()->getSessionWriter();
+  if (writer && writer->isRecordingTo(request.fileName))
+    throw file::error(className, "invoke",
+                      _("File '%s' is the session file that is being written.", request.fileName));
   if (request.mode == "Overwrite")
     return;
   if (request.mode != "None")
@@ -208,7 +269,26 @@ void WriteStateExecutor::checkTarget(const Request& request)
 
 // ------------------------------------------------------------------------------------------------------ the text
 
-void WriteStateExecutor::writeStateData(const std::vector<const KSLObject*>& objects, std::string& out) const
+// The whole file, and whether nothing had to be left out.
+std::pair<std::string, bool> WriteStateExecutor::stateText(const std::vector<const KSLObject*>& objects,
+                                                           bool everything) const
+{
+  std::string text = FileText::head(FileText::stateHead);
+  const std::size_t empty = text.size();
+  const bool complete = writeStateData(objects, text);
+  if (everything
+      && text.size() == empty) {  // nothing: a file without a block would be refused as one that was cut off
+    KSLBuilder block;
+    block.beginObject("FILE PROCESSING", "");
+    block.addParam(pathStackParam, idlePathStack);
+    block.addParam(processingModeParam, idleMode);
+    block.endObject();
+    text += block.text();
+  }
+  return {std::move(text), complete};
+}
+
+bool WriteStateExecutor::writeStateData(const std::vector<const KSLObject*>& objects, std::string& out) const
 {
   // All are taken for written from the start: whatever their order, each is written once, inside the outermost, or not
   // at all when that one is not.
@@ -217,10 +297,12 @@ void WriteStateExecutor::writeStateData(const std::vector<const KSLObject*>& obj
   for (const KSLObject* object : objects)
     if (written.insert(object->getPath()).second)
       distinct.push_back(object);
+  bool complete = true;
   for (const KSLObject* object : distinct) {
     if (!parentAlreadyWritten(object->getPath(), written))
-      writeOneObject(*object, out);
+      complete = writeOneObject(*object, out) && complete;
   }
+  return complete;
 }
 
 bool WriteStateExecutor::parentAlreadyWritten(std::string_view path, const Paths& written)
@@ -244,53 +326,55 @@ bool WriteStateExecutor::isWritten(const KSLObject& object) const
   return isValidForWriting(object.getType(), object.getName()) && !isUnusedReader(object);
 }
 
-void WriteStateExecutor::writeOneObject(const KSLObject& object, std::string& out) const
+bool WriteStateExecutor::writeOneObject(const KSLObject& object, std::string& out) const
 {
   if (object.getPath().empty())
-    return;  // the root is no object to be written, and does not stand for what is below it
+    return true;  // the root is no object to be written, and does not stand for what is below it
   const std::vector<const KSLObject*> places = placesOf(object);
-  if (!isWritten(object) || !std::all_of(places.begin(), places.end(), [this](const KSLObject* place) {
-        return isWritten(*place);
-      }))
-    return;
-  std::for_each(places.begin(), places.end(), reportUnreadableName);
-  const KSLPath path(object.getPath());
-  const auto [headers, ends] = path.makeKSLPathAndEnd(indentStep);
-  out += headers;
-  validatedParameters(object, path.size(), out);
-  out += ends;
+  if (!std::all_of(places.begin(), places.end(), [this](const KSLObject* place) { return isWritten(*place); })
+      || !isWritten(object))
+    return true;
+  std::string text;
+  for (auto place = places.rbegin(); place != places.rend(); ++place)
+    if (!appendHeader(**place, static_cast<std::size_t>(place - places.rbegin()), text))
+      return false;
+  const bool complete = validatedParameters(object, places.size(), text);
+  for (std::size_t depth = places.size(); depth-- > 0;)
+    appendLine("END", depth, text);
+  out += text;
+  return complete;
 }
 
-// The parameters of the object, and the blocks of what is in it, at this depth of open blocks.
-void WriteStateExecutor::validatedParameters(const KSLObject& top, std::size_t depth, std::string& out) const
+// Blocks of the object and what is in it, its header at this depth.
+bool WriteStateExecutor::validatedParameters(const KSLObject& top, std::size_t depth, std::string& out) const
 {
   struct Visit {
     const KSLObject* object;  // null where a block ends
     std::size_t depth;
   };
+  bool complete = true;
   std::vector<Visit> waiting{{&top, depth}};
   while (!waiting.empty()) {
     const Visit visit = waiting.back();
     waiting.pop_back();
     if (!visit.object) {
-      out.append(indentStep * visit.depth, ' ') += "END\n";
+      appendLine("END", visit.depth, out);
       continue;
     }
-    reportUnreadableName(visit.object);
-    if (visit.object != &top) {
-      out.append(indentStep * (visit.depth - 1), ' ') += headerOf(*visit.object);
-      out += '\n';
+    if (!appendHeader(*visit.object, visit.depth, out)) {
+      complete = false;  // and nothing that is in it
+      continue;
     }
-    appendParameters(*visit.object, visit.depth, out);
+    complete = appendParameters(*visit.object, visit.depth + 1, out) && complete;
+    waiting.push_back({nullptr, visit.depth});
     const auto first = static_cast<std::ptrdiff_t>(waiting.size());
-    visit.object->forEachChild([&](KSLObject* child) {
-      if (!isWritten(*child))
-        return;
-      waiting.push_back({child, visit.depth + 1});
-      waiting.push_back({nullptr, visit.depth});
+    visit.object->forEachChild([&](const KSLObject* child) {
+      if (isWritten(*child))
+        waiting.push_back({child, visit.depth + 1});
     });
     std::reverse(waiting.begin() + first, waiting.end());
   }
+  return complete;
 }
 
 }  // namespace orv

@@ -10,6 +10,7 @@ inline constexpr const char* fileProcessingPath = "/FILE PROCESSING";
 inline constexpr const char* processingModeParam = "Processing Mode";
 inline constexpr const char* pathStackParam = "Path Stack";
 inline constexpr const char* idleMode = "None";
+inline constexpr const char* idlePathStack = ".";
 
 // The file that a text names: blanks at its ends, and quotes around it, which a name with a "#" needs, are taken off.
 std::string asFileName(std::string_view text);

@@ -119,13 +119,18 @@ void ObjectDBUpdater::deleteObject(const std::string& path)
 void ObjectDBUpdater::setParam(const std::string& path, const std::string& name, const std::string& value)
 {
   if (KSLObject* object = find(path))
-    object->setValue(name, value);
+    object->setWhole(name, value);
 }
 
 void ObjectDBUpdater::unsetParam(const std::string& path, const std::string& name)
 {
   if (KSLObject* object = find(path))
     object->unsetParam(name);
+}
+
+std::size_t ObjectDBUpdater::changeCount() const
+{
+  return m_database->changeCount();
 }
 
 // ------------------------------------------------------------------------------------------------------- no action
@@ -143,7 +148,7 @@ void ObjectDBUpdaterNoAction::setParam(const std::string& path, const std::strin
                                        const std::string& value)
 {
   if (KSLObject* object = m_database->getObjectByPath(path))
-    object->setValueWithoutPending(name, value);
+    object->setWholeWithoutPending(name, value);
 }
 
 void ObjectDBUpdaterNoAction::unsetParam(const std::string&, const std::string&) {}

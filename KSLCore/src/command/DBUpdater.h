@@ -20,6 +20,8 @@ class DBUpdater {
   virtual void deleteObject(const std::string& path) = 0;
   virtual void setParam(const std::string& path, const std::string& name, const std::string& value) = 0;
   virtual void unsetParam(const std::string& path, const std::string& name) = 0;
+  // Moves on whenever an object comes or goes.
+  virtual std::size_t changeCount() const { return 0; }
 };
 
 // Applies everything. Objects that are missing are ignored, except by createObject.
@@ -33,6 +35,7 @@ class ObjectDBUpdater : public DBUpdater {
   void deleteObject(const std::string& path) override;
   void setParam(const std::string& path, const std::string& name, const std::string& value) override;
   void unsetParam(const std::string& path, const std::string& name) override;
+  std::size_t changeCount() const override;
 
  private:
   KSLObject* find(const std::string& path);

@@ -1,5 +1,8 @@
-// Invariant: the history given to an update holds the inverse of each change that it applied, in order; so
-// replaying it backwards takes back exactly what was done, also after a failure half-way.
+// Invariants of an update:
+//  1. The history holds the inverse of each change that was applied, in order, from before it was made; so replaying it
+//     backwards takes back what was done, also after a failure half-way.
+//  2. Changes reach the database in the order in which they were merged into the store, also those of texts that
+//     somebody submits while others are being applied.
 #include "command/Executive.h"
 
 #include "platform/ORVError.h"
@@ -13,9 +16,10 @@
 #include "rules/GenericKSLObject.h"
 #include "rules/LinkBatch.h"
 #include "command/ActionFactory.h"
+#include "command/CommandNotifier.h"
 #include "command/DBUpdater.h"
-#include "command/KSLCoreAPI.h"
 #include "command/UpdateProcessor.h"
+#include "RecoveryLog.h"
 
 #include <utility>
 
@@ -28,7 +32,7 @@ constexpr auto forward = KSLChangeList::Direction::forward;
 
 }  // namespace
 
-Executive::Executive() = default;
+Executive::Executive() : m_deferred(std::make_unique<KSLChangeList>()) {}
 Executive::~Executive() = default;
 
 void Executive::doAction(std::string line)
@@ -43,16 +47,60 @@ void Executive::doAction(std::string line)
 
 // --------------------------------------------------------------------------------------------------------- update
 
+// What an update applies, and how it meets failures: without a log the first ends it.
+struct Executive::Work {
+  const KSLChangeList& changes;
+  KSLChangeList* history;
+  KSLAPI* store;
+  bool keepDefaults = false;
+  RecoveryLog* log = nullptr;
+
+  template <class Step>
+  bool attempt(Step step) const
+  {
+    if (log)
+      return log->attempt(step);
+    step();
+    return true;
+  }
+  void process(const KSLChangeList& list, KSLChangeProcessor& processor) const
+  {
+    if (!log)
+      return list.process(forward, &processor);
+    for (std::size_t i = 0; i < list.size(); ++i)
+      log->attempt(list[i].path.str(), list[i].name.str(), [&] { processor.visit(list[i]); });
+  }
+};
+
 void Executive::update(const KSLChangeList& changes, KSLChangeList* history, KSLAPI* store)
 {
-  if (changes.empty() && m_pendingUpdates.empty())
+  run({.changes = changes, .history = history, .store = store});
+}
+
+void Executive::replay(const KSLChangeList& changes, KSLChangeList* history, KSLAPI* store)
+{
+  run({.changes = changes, .history = history, .store = store, .keepDefaults = true});
+}
+
+void Executive::recover(const KSLChangeList& changes, KSLAPI* store, RecoveryLog& log)
+{
+  run({.changes = changes, .history = nullptr, .store = store, .keepDefaults = true, .log = &log});
+}
+
+void Executive::run(const Work& work)
+{
+  if (work.changes.empty() && m_pendingUpdates.empty())
     return;
   if (m_depth == 0)
-    m_currentHistory = history;
-  else if (history != m_currentHistory)  // an undo, say, submitted from within
+    m_currentHistory = work.history;
+  else if (work.history != m_currentHistory)  // an undo, say, submitted from within
     throw internal::error(
         "Executive", "update",
         _("Executive::update() called with differentKSLChangeList from higher invocation."));
+  if (m_applying) {
+    ChangeListCopyProcessor defer(*m_deferred);
+    return work.changes.process(forward, &defer);
+  }
   ++m_depth;
   // Also when a nested update returns: the outer drain then ends after the object whose recomputation made
   // the call. Deliberate.
@@ -61,43 +109,63 @@ void Executive::update(const KSLChangeList& changes, KSLChangeList* history, KSL
       m_currentHistory = nullptr;
     resetChangeProcessing();
   });
-  applyUpdate(changes, history, store);
+  applyUpdate(work);
 }
 
-void Executive::replay(const KSLChangeList& changes, KSLChangeList* history, KSLAPI* store)
-{
-  const ScopeGuard end([this] { m_replays = false; });
-  m_replays = true;
-  update(changes, history, store);
-}
-
-void Executive::applyUpdate(const KSLChangeList& changes, KSLChangeList* history, KSLAPI* store)
+void Executive::applyUpdate(const Work& work)
 {
   const bool queueWasEmpty = m_pendingUpdates.empty();
-  ObjectDB* database = ObjectDB::instance();
-  DependentUpdates dependents;
-  if (std::exchange(m_replays, false))  // what is submitted from within is a change of its own
-    dependents.keepDefaults();
-  ObjectDBUpdater updater(database, &dependents);
-  UpdateProcessor processor(&updater, history);
   LinkBatch links;  // references are judged when all changes are made
-  processor.process(changes);
-  processor.createWaiting();
+  {
+    const ScopeGuard applied([this] {
+      m_applying = false;
+      m_deferred->clear();
+    });
+    m_applying = true;
+    applyAll(work.changes, work, work.keepDefaults);
+    while (!m_deferred->empty()) {  // while the dependents' changes were made
+      KSLChangeList more;
+      more.swapChanges(*m_deferred);
+      applyAll(more, work, false);
+    }
+  }
+  work.attempt([&] { appendToChangedObjects(links.finish()); });
+  if (queueWasEmpty)
+    updateChangedObjects(ObjectDB::instance(), work.log);
+}
 
+void Executive::applyAll(const KSLChangeList& changes, const Work& work, bool keepDefaults)
+{
+  DependentUpdates dependents;
+  if (keepDefaults)  // what is submitted from within is a change of its own
+    dependents.keepDefaults();
+  ObjectDBUpdater updater(ObjectDB::instance(), &dependents);
+  UpdateProcessor processor(&updater, work.history, work.log);
+  const std::size_t done = processor.process(changes);
+  if (work.log)
+    work.log->putBack += done;
+  while (!m_deferred->empty()) {
+    KSLChangeList more;
+    more.swapChanges(*m_deferred);
+    processor.process(more);
+  }
+  if (!work.attempt([&] { processor.createWaiting(); }))
+    work.log->noteIncomplete();
+  work.attempt([&] { applyDependents(work, dependents, updater, processor); });
+  work.attempt([&] { appendToChangedObjects(processor.getChanged()); });
+}
+
+void Executive::applyDependents(const Work& work, DependentUpdates& dependents, DBUpdater& updater,
+                                UpdateProcessor& processor)
+{
   const refcnt_ptr<TreeAndLeafReadModel> model(new KSLCoreTreeAndLeafModel);
   const KSLChangeList* external = dependents.getExternalChanges(model.get());
+  KSLAPIUpdateProcessor storeProcessor(work.store, false);
+  work.process(*external, storeProcessor);
   processor.process(*external);
-  KSLAPIUpdateProcessor storeProcessor(store, false);
-  external->process(forward, &storeProcessor);
-  appendToChangedObjects(processor.getChanged());
-
   InternalParamUpdateProcessor internalProcessor(&updater);
-  dependents.getInternalChanges(model.get())->process(forward, &internalProcessor);
+  work.process(*dependents.getInternalChanges(model.get()), internalProcessor);
   appendToChangedObjects(internalProcessor.getChanged());
-  appendToChangedObjects(links.finish());
-
-  if (queueWasEmpty)
-    updateChangedObjects(database);
 }
 
 void Executive::updateNoAction(const KSLChangeList& changes, KSLChangeList* history, KSLAPI*)
@@ -114,7 +182,7 @@ void Executive::appendToChangedObjects(const std::set<std::string>& paths)
   m_pendingUpdates.insert(m_pendingUpdates.end(), paths.begin(), paths.end());
 }
 
-void Executive::updateChangedObjects(ObjectDB* database)
+void Executive::updateChangedObjects(ObjectDB* database, RecoveryLog* log)
 {
   const OperationTimer timer("Executive: update changed objects");
   if (m_updating)
@@ -122,15 +190,16 @@ void Executive::updateChangedObjects(ObjectDB* database)
   m_updating = true;
   const ScopeGuard end([this] {
     m_updating = false;
-    KSLCoreAPI::instance()->notify(KSLCoreAPI::updateEnd);
+    CommandNotifier::notify(CommandNotifier::updateEnd);
   });
-  KSLCoreAPI::instance()->notify(KSLCoreAPI::updateBegin);
+  const auto attempt = [log](const auto& step) { log ? void(log->attempt(step)) : step(); };
+  attempt([] { CommandNotifier::notify(CommandNotifier::updateBegin); });
   Progress progress("objects", m_pendingUpdates.size());
   for (std::size_t done = 0; !m_pendingUpdates.empty(); progress.advance(++done)) {
     const std::string path = std::move(m_pendingUpdates.front());
     m_pendingUpdates.pop_front();
     if (KSLObject* object = database->getObjectByPath(path))
-      object->update();
+      attempt([object] { object->update(); });
   }
 }
 
@@ -145,8 +214,8 @@ void Executive::resetChangeProcessing()
 void Executive::forceUpdate(const std::vector<std::string>& names)
 {
   const OperationTimer timer("Executive: force Update");
-  const ScopeGuard end([] { KSLCoreAPI::instance()->notify(KSLCoreAPI::updateEnd); });
-  KSLCoreAPI::instance()->notify(KSLCoreAPI::updateBegin);
+  const ScopeGuard end([] { CommandNotifier::notify(CommandNotifier::updateEnd); });
+  CommandNotifier::notify(CommandNotifier::updateBegin);
   for (const std::string& name : names)
     forceUpdateOf(name);
 }

@@ -30,10 +30,14 @@ void KSLCoreAPI::destroyInstance()
   delete std::exchange(theInstance, nullptr);
 }
 
-KSLCoreAPI::KSLCoreAPI() = default;
+KSLCoreAPI::KSLCoreAPI()
+{
+  CommandNotifier::setSubject(this);
+}
 
 KSLCoreAPI::~KSLCoreAPI()
 {
+  CommandNotifier::setSubject(nullptr);
   stopRecording();
 }
 
@@ -44,8 +48,13 @@ void KSLCoreAPI::processKSL(const std::string& text, kslUpdateMode mode)
   if (text.empty())
     throw internal::badParam("KSLCoreAPI", "processKSL", _("Input parameter %s is empty.", "p_KSLStr"));
   const ScopeGuard end([this] { endParseKSL(); });
-  beginParseKSL();
-  KSLInterface::instance()->parseKSL(text, mode);
+  KSLInterface* commands = KSLInterface::instance();
+  try {
+    beginParseKSL();
+  } catch (...) {
+    return commands->failParse();
+  }
+  commands->parseKSL(text, mode);
 }
 
 void KSLCoreAPI::beginParseKSL()

@@ -1,36 +1,49 @@
-// The command processor: parsing. Its history is in KSLInterfaceHistory.cpp.
+// The command processor: parsing. What was done, and the way back, are the history's.
 //
 //   parseKSL ─ runParse ─ beginNewParse                  m_entryCount +1
 //                 ├─ doParseKSL                       preParseKSL, processKSL, text store, ActionHandler
-//                 ├─ (failure) setPendingError, handleParseException
+//                 ├─ (failure) PendingError, handleParseException
 //                 │      ├ nested: AbortException to the level above
-//                 │      └ outermost: report, attemptErrorRecovery
-//                 └─ endParse ─ (outermost) closeHistory  m_entryCount -1
+//                 │      └ outermost: report, History::recover
+//                 └─ endParse ─ (outermost) History::close  m_entryCount -1
+//
+//                first failure        outermost level        end of recovery
+//   [running] ─────────────────► [failed] ──────────► [recovering] ─────────► [running]
+//   texts are run                texts are skipped    texts are refused by a report
+//   the rest of a text ends      nothing is confirmed
 //
 // Invariants between outermost parses:
-//  1. m_entryCount is 0, the mode stack holds the base entry alone, no error is pending.
-//  2. The undo mode is NORMAL; every stack is delimited, and the error-recovery stack is empty.
-//  3. The store's change list is empty and everything in the store is confirmed; what the store holds and what
-//     the database holds are the same (but for no-action updates, which apply less on purpose).
+//  1. m_entryCount is 0, m_mode is the default, no error is pending, nothing is recovering.
+//  2. Those of the history.
+//  3. The store's change list is empty, and RULES are open to the host.
 #include "command/KSLInterface.h"
 
+#include "platform/ORVOutputFiles.h"
 #include "platform/ORVUtilities.h"
 #include "rules/AdditionalRules.h"
 #include "rules/KSLRules.h"
 #include "command/BackCompatibilityFunctor.h"
 #include "command/CommandLines.h"
+#include "command/CommandNotifier.h"
 #include "command/Executive.h"
-#include "command/KSLCoreAPI.h"
 #include "command/caughtError.h"
+#include "PendingError.h"
 
-#include <new>
+#include <utility>
 
 namespace orv {
 
 namespace {
 
 constexpr const char* source = "KSLCore/src/KSLInterface";
-constexpr std::size_t usualNesting = 64;  // parses within parses that need no memory of their own
+
+// The line of that number, from 1, as its writer knows it: the updates put in have none of their own.
+std::string lineOf(std::string_view text, std::size_t number)
+{
+  while (--number > 0)
+    text.remove_prefix(text.find('\n') + 1);
+  return StringUtilities::simplifyWhitespace(text.substr(0, text.find('\n')));
+}
 
 // Tells, in verbose mode, which line of a text the n-th action came from: long texts, such as recorded sessions, are
 // mended by taking a line out.
@@ -44,9 +57,14 @@ void tellFailedLine(std::string_view text, kslUpdateMode mode, std::size_t n)
   for (; index < lines.size(); ++index)
     if (CommandLines::isActionLine(lines[index]) && --n == 0)
       break;
-  if (index < lines.size())
-    reporter->inform(
-        _("Line %d of the text failed: '%s'.", CommandLines(mode).sourceLine(text, index), lines[index]));
+  if (index == lines.size())
+    return;
+  const std::size_t number = CommandLines(mode).sourceLine(text, index);
+  std::string line = lineOf(text, number);
+  const bool putIn = lines[index].starts_with("> update") && line.find("update") == std::string::npos;
+  if (!putIn)
+    line = lines[index];  // whole, when it was continued
+  reporter->inform(_("Line %d of the text failed: '%s'.", number, line));
 }
 
 }  // namespace
@@ -73,12 +91,12 @@ class KSLInterface::ActionHandler final : public KSLActionHandler {
       if (!args.empty())
         line.append(" ").append(StringUtilities::vectorToString(args, ','));
       m_owner->executive().doAction(std::move(line));
-      return true;
     } catch (...) {
-      m_owner->notePendingError("invoke");
-      progress.failed = true;
-      return false;
+      m_owner->m_error->note("invoke");
     }
+    // Also when somebody swallowed what a text of his threw.
+    progress.failed = m_owner->m_error->isPending();
+    return !progress.failed;
   }
 
  private:
@@ -103,14 +121,15 @@ void KSLInterface::destroyInstance()
 
 KSLInterface::KSLInterface()
     : m_kslapi(std::make_unique<KSLAPI>()),
-      m_errorState(std::make_unique<ParseErrorState>()),
+      m_error(std::make_unique<PendingError>()),
       m_actionHandler(std::make_unique<ActionHandler>(this)),
-      m_rules(std::make_unique<KSLRules>())
+      m_rules(std::make_unique<KSLRules>()),
+      m_history(m_kslapi.get(), m_error.get()),
+      m_refusal("KSLInterface", "parseKSL", _("Text submitted during error recovery is ignored."),
+                errorType::warning)
 {
   m_kslapi->registerDefaultActionHandler(m_actionHandler.get());
-  m_modeStack.reserve(usualNesting);
-  m_modeStack.push_back(kslUpdateDefault);
-  closeHistory();
+  OutputFiles::instance();  // made while there is memory
 }
 
 KSLInterface::~KSLInterface() = default;
@@ -136,20 +155,6 @@ void KSLInterface::processRules(const AdditionalRules& rules)
   const ScopeGuard clear([this] { m_kslapi->clearKSLChangeList(); });
   m_rules->process(m_kslapi.get(), rules);
   m_kslapi->recordChanges();
-}
-
-void KSLInterface::registerChangeListModifier(ChangeListModifierIF* modifier)
-{
-  if (modifier == m_modifier.get())
-    return;
-  std::unique_ptr<ChangeListModifierIF> former(modifier);
-  former.swap(m_modifier);
-  // Lists let go of the former one before it is deleted, also those that have left their stack while they are written.
-  setChangeListModifier();
-  for (Application* open = m_application; open; open = open->m_outer) {
-    if (open->m_list->getModifier() == former.get())
-      open->m_list->setModifier(modifier);
-  }
 }
 
 bool KSLInterface::setBWC(bool on)
@@ -194,98 +199,118 @@ void KSLInterface::parseKSL(const std::string& text, kslUpdateMode mode)
   runParse(mode, [&] { doParseKSL(text, mode); });
 }
 
-template <class Work>
-void KSLInterface::runParse(kslUpdateMode mode, Work work)
+void KSLInterface::failParse()
 {
-  beginNewParse(mode);
-  const ScopeGuard end([this] { endParse(); });
-  if (m_errorState->pending) {
-    // After a failure nested texts are skipped. Outermost, the failure is one of a load outside any parse: it
-    // is told now, or nobody would ever hear of it.
-    if (m_entryCount == 1)
-      handleParseException(true);
-    return;
-  }
-  bool failed = false;
-  try {
-    work();
-  } catch (...) {
-    notePendingError("parseKSL");
-    failed = true;
-  }
-  if (failed)
-    handleParseException(false);
+  runParse(kslUpdateDefault, [] { throw; });
 }
 
 // Undo and redo of the host's own making run in a parse too; the template is theirs as well.
 void KSLInterface::runHistory(UndoMode mode)
 {
-  if (m_entryCount > 0)
-    return parseHistory(mode);
-  runParse(kslUpdateDefault, [&] { parseHistory(mode); });
+  const auto replay = [&] { m_history.replay(mode, m_executive); };
+  const auto outermost = [&] {
+    replay();
+    OutputFiles::instance()->publish();
+  };
+  if (m_recovering)
+    refuseText();
+  else if (m_entryCount == 0)
+    runParse(kslUpdateDefault, outermost);
+  else if (!m_error->isPending())
+    replay();
+}
+
+template <class Work>
+void KSLInterface::runParse(kslUpdateMode mode, Work work)
+{
+  if (m_recovering)
+    return refuseText();
+  if (m_entryCount == 0 && isUpdating())
+    return reportWithin();
+  const kslUpdateMode outerMode = beginNewParse(mode);
+  const ScopeGuard end([this, outerMode] { endParse(outerMode); });
+  if (m_error->isPending() && m_entryCount > 1)
+    return;  // after a failure nested texts are skipped
+  try {
+    // Pending is the failure of a load outside any parse, else: it is told in place of the text, or nobody would
+    // ever hear of it.
+    if (!m_error->isPending())
+      work();
+  } catch (...) {
+    m_error->note("parseKSL");
+  }
+  if (m_error->isPending())  // also when the work swallowed it
+    handleParseException(false);
+}
+
+bool KSLInterface::isUpdating() const
+{
+  return m_history.isApplying() || (m_executive && m_executive->isUpdating());
+}
+
+// The host itself runs an update, outside any parse: what is submitted from within could not be taken back alone.
+void KSLInterface::reportWithin()
+{
+  try {
+    throw internal::error(
+        "Executive", "update",
+        _("Executive::update() called with differentKSLChangeList from higher invocation."));
+  } catch (...) {
+    m_error->note("parseKSL");
+  }
+  m_error->report();
 }
 
 void KSLInterface::undoOnError()
 {
-  if (!m_errorState->pending)
+  if (!m_error->isPending() || isUpdating())
     return;
   if (m_entryCount > 0)
     return handleParseException(true);
   runParse(kslUpdateDefault, [] {});
 }
 
-void KSLInterface::beginNewParse(kslUpdateMode mode)
+kslUpdateMode KSLInterface::beginNewParse(kslUpdateMode mode)
 {
-  m_modeStack.push_back(mode == kslUpdateDefault ? m_modeStack.back() : mode);
-  if (m_entryCount == 0 && m_undoMode == NORMAL)
-    openHistory();
-  ++m_entryCount;
-}
-
-void KSLInterface::endParse()
-{
-  if (m_entryCount-- == 1)
-    closeHistory();
-  if (m_modeStack.size() > 1)
-    m_modeStack.pop_back();
-}
-
-// In a handler: the error caught becomes the pending one, unless an earlier one is. Where there is no memory for its
-// text, it is told as what it then is.
-void KSLInterface::notePendingError(const char* function)
-{
-  ErrorMsg error;
-  try {
-    error = caughtError(function);
-  } catch (const std::bad_alloc&) {
-    error = takeMemoryError();
+  if (m_entryCount++ == 0) {
+    OutputFiles::instance()->begin();
+    m_kslapi->refuseRules(true);
+    m_history.open();
   }
-  if (m_errorState->pending)
+  return std::exchange(m_mode, mode == kslUpdateDefault ? m_mode : mode);
+}
+
+void KSLInterface::endParse(kslUpdateMode outerMode)
+{
+  m_mode = outerMode;
+  if (--m_entryCount > 0)
     return;
-  m_errorState->error = std::move(error);
-  m_errorState->pending = true;
-}
-
-ErrorMsg KSLInterface::takeMemoryError()
-{
-  const std::unique_ptr<ErrorMsg> error = std::move(m_memoryError);
-  return error ? std::move(*error) : ErrorMsg();
-}
-
-void KSLInterface::reportPendingError()
-{
-  const ErrorMsg error = std::move(m_errorState->error);
-  *m_errorState = ParseErrorState();
-  ErrorProgressReporter::instance()->reportError(error);
+  m_kslapi->refuseRules(false);
+  OutputFiles::instance()->end();
+  m_history.close();
 }
 
 void KSLInterface::handleParseException(bool force)
 {
   assertThat(m_entryCount > 0, "m_entryCount > 0", source);
   if (m_entryCount != 1 && !force)
-    throw AbortException(m_errorState->error);
-  reportPendingError();
-  attemptErrorRecovery();
+    throw AbortException(m_error->get());
+  m_recovering = true;
+  const ScopeGuard end([this] { m_recovering = false; });
+  m_error->report();
+  OutputFiles::instance()->discard();
+  m_history.recover(m_executive);
+  OutputFiles::instance()->discard();  // what objects wrote when they became what they were
+  m_error->report();                   // of a load that somebody made meanwhile
+}
+
+// One report for each text, but none for what the one who is being told submits.
+void KSLInterface::refuseText()
+{
+  if (std::exchange(m_refusing, true))
+    return;
+  const ScopeGuard end([this] { m_refusing = false; });
+  ErrorProgressReporter::instance()->reportError(m_refusal);
 }
 
 void KSLInterface::doParseKSL(const std::string& text, kslUpdateMode mode)
@@ -303,17 +328,20 @@ void KSLInterface::doParseKSL(const std::string& text, kslUpdateMode mode)
   ScopeGuard tell([&] {
     const ActionHandler::Progress& progress = m_actionHandler->progress;
     if (progress.failed && !(rewrite && m_backFunctor))  // whose lines are others
-      tellFailedLine(text, m_modeStack.back(), progress.actions);
+      tellFailedLine(text, m_mode, progress.actions);
   });
   processKSL(lines);
   tell.dismiss();
-  if (m_entryCount == 1)
-    KSLCoreAPI::instance()->notify(KSLCoreAPI::outermostProcessed);
+  if (m_entryCount != 1)
+    return;
+  OutputFiles::instance()->publish();
+  CommandNotifier::notify(CommandNotifier::outermostProcessed);
+  OutputFiles::instance()->publish();  // of texts that observers submitted
 }
 
 KSLLines KSLInterface::preParseKSL(const std::string& text) const
 {
-  return CommandLines(m_modeStack.back()).parse(text);
+  return CommandLines(m_mode).parse(text);
 }
 
 // Without a functor of the host's there is nothing to ask: the default one rewrites nothing.
@@ -338,12 +366,12 @@ void KSLInterface::processKSL(const KSLLines& lines)
   try {
     m_kslapi->loadKSLData(lines);
   } catch (...) {
-    if (!m_errorState->pending)
+    if (!m_error->isPending())
       throw;
     passUnwinding();  // the pending error was first
   }
-  if (m_errorState->pending)
-    throw AbortException(m_errorState->error);
+  if (m_error->isPending())
+    throw AbortException(m_error->get());
   // What no update took (a functor may have dropped it) would never reach the database: a store that kept it would see
   // no change when it is said again.
   m_kslapi->undoPending();

@@ -4,6 +4,7 @@
 #include "platform/ORVProgress.h"
 #include "platform/ORVUtilities.h"
 #include "command/DBUpdater.h"
+#include "RecoveryLog.h"
 
 #include <algorithm>
 #include <functional>
@@ -12,57 +13,63 @@ namespace orv {
 
 // ------------------------------------------------------------------------------------------------ UpdateProcessor
 
-void UpdateProcessor::process(const KSLChangeList& changes)
+std::size_t UpdateProcessor::process(const KSLChangeList& changes)
 {
-  m_history->reserve(changes.size());
-  m_visited = 0;
-  m_deletedTop.clear();
-  m_room = changes.size();
-  const ScopeGuard giveBack([this] { m_history->unreserve(m_room); });
+  m_list = &changes;
+  const ScopeGuard end([this] { m_list = nullptr; });
+  m_recorded = 0;
+  std::size_t done = 0;
   Progress progress("changes", changes.size());
-  m_progress = &progress;
+  for (m_visited = 0; m_visited < changes.size(); ++m_visited) {
+    progress.advance(m_visited);
+    const KSLChange change = changes[m_visited];  // the list may be changed meanwhile
+    if (!m_log)
+      visit(change);
+    else if (!m_log->attempt(change.path.str(), change.name.str(), [&] { visit(change); }))
+      continue;
+    ++done;
+  }
+  return done;
+}
+
+void UpdateProcessor::visit(const KSLChange& change)
+{
+  if (m_history && (!m_list || m_visited >= m_recorded))
+    visitRecorded(change);
+  else
+    KSLChangeProcessor::visit(change);
+}
+
+void UpdateProcessor::visitRecorded(const KSLChange& change)
+{
+  const std::size_t before = m_history->size();
+  const std::size_t changesBefore = m_updater->changeCount();
+  std::size_t after = before;
   try {
-    changes.process(KSLChangeList::Direction::forward, this);
+    record(change);
+    after = m_history->size();
+    KSLChangeProcessor::visit(change);
   } catch (...) {
-    recordFailedDeletion(changes);
+    const bool leftNothing =
+        change.kind != KSLChange::Kind::deleteObject || m_updater->changeCount() == changesBefore;
+    if (leftNothing && (after == before || m_history->size() == after))  // else others have recorded since
+      m_history->truncate(before);
     throw;
   }
 }
 
-// All that may fail comes before the change or is the change itself.
-void UpdateProcessor::visit(const KSLChange& change)
+void UpdateProcessor::record(const KSLChange& change)
 {
-  m_progress->advance(m_visited++);
-  KSLChange inverse = change.inverse();
-  const bool wanted = m_history->adjust(inverse);
-  KSLChangeProcessor::visit(change);
-  if (wanted)
-    record(std::move(inverse));
-}
-
-void UpdateProcessor::record(KSLChange&& inverse)
-{
-  m_history->append(std::move(inverse));
-  --m_room;
-}
-
-// The database deletes a subtree with its top, while the list names the contents one by one behind it. When something
-// fails before all of them were visited, the inverses of the rest are recorded too: they have gone, or nobody knows
-// how many of them, and replays pass over what is there.
-void UpdateProcessor::recordFailedDeletion(const KSLChangeList& changes)
-{
-  if (m_deletedTop.empty() || m_visited == 0)
+  m_history->add(change.inverse());
+  m_recorded = m_visited + 1;
+  if (change.kind != KSLChange::Kind::deleteObject || !m_list)
     return;
-  const auto isDeletion = [](const KSLChange& change) {
-    return change.kind == KSLChange::Kind::deleteObject || change.kind == KSLChange::Kind::deleteParam;
+  const auto goesAlong = [&](const KSLChange& other) {
+    return (other.kind == KSLChange::Kind::deleteObject || other.kind == KSLChange::Kind::deleteParam)
+           && PathUtils::isSameOrBelow(other.path.str(), change.path.str());
   };
-  for (std::size_t i = m_visited - 1; i < changes.size(); ++i) {
-    if (!isDeletion(changes[i]) || !PathUtils::isSameOrBelow(changes[i].path.str(), m_deletedTop))
-      return;
-    KSLChange inverse = changes[i].inverse();
-    if (m_history->adjust(inverse))
-      record(std::move(inverse));
-  }
+  for (; m_recorded < m_list->size() && goesAlong((*m_list)[m_recorded]); ++m_recorded)
+    m_history->add((*m_list)[m_recorded].inverse());
 }
 
 void UpdateProcessor::newObject(const std::string& path)
@@ -76,7 +83,6 @@ void UpdateProcessor::deletedObject(const std::string& path)
   forget(path);
   if (!m_updater->hasObject(path))
     return;
-  m_deletedTop = path;
   m_updater->deleteObject(path);
   m_changed.erase(path);
 }
@@ -108,11 +114,15 @@ void UpdateProcessor::createWaiting()
 {
   if (m_waiting.empty())
     return;
+  dropDeleted(m_waiting);
   std::vector<Waiting> waiting;
   waiting.swap(m_waiting);
-  dropDeleted(waiting);
-  for (const Waiting& entry : waiting)
-    ensureObject(entry.path);
+  for (const Waiting& entry : waiting) {
+    if (m_log)
+      m_log->attempt(entry.path, {}, [&] { ensureObject(entry.path); });
+    else
+      ensureObject(entry.path);
+  }
 }
 
 // Leaves the objects that no later deletion takes away.
@@ -153,6 +163,8 @@ void UpdateProcessor::create(const std::string& path)
 {
   m_changed.insert(path);
   m_updater->createObject(path);
+  if (m_log)
+    m_log->noteCreated(path);
 }
 
 void UpdateProcessor::forget(const std::string& deletedPath)

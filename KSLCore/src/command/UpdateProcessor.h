@@ -10,10 +10,12 @@
 namespace orv {
 
 class DBUpdater;
-class Progress;
+class RecoveryLog;
 
-// The inverse of a change is recorded once the change is made, so that the history holds exactly what was
-// applied.
+// One recording rule: the inverse of a change is in the history before the change is made, and is taken out again,
+// which cannot fail, when the change threw and left nothing behind. The database deletes an object with its contents,
+// which the list names one by one behind it: their inverses are part of the one change. Replays pass over what is
+// there already, so an inverse may stand there whose change came to nothing.
 //
 // Objects are created when a parameter needs them, for a replay may meet parameters before their object. A
 // path that was reported new and got no parameter yet waits; whenever an object is created, those waiting are
@@ -21,7 +23,12 @@ class Progress;
 // what is left at the end.
 class UpdateProcessor : public KSLChangeProcessor {
  public:
-  UpdateProcessor(DBUpdater* updater, KSLChangeList* history) : m_updater(updater), m_history(history) {}
+  // Without a history nothing is recorded. With a log it goes on past what fails.
+  UpdateProcessor(DBUpdater* updater, KSLChangeList* history, RecoveryLog* log = nullptr)
+      : m_updater(updater),
+        m_history(history),
+        m_log(log)
+  {}
 
   void newObject(const std::string& path) override;
   void deletedObject(const std::string& path) override;
@@ -31,8 +38,8 @@ class UpdateProcessor : public KSLChangeProcessor {
   void deletedParam(const std::string& path, const std::string& name, const std::string& value) override;
   void visit(const KSLChange& change) override;
 
-  // Applies a list, with room made for its inverses beforehand.
-  void process(const KSLChangeList& changes);
+  // How many were applied.
+  std::size_t process(const KSLChangeList& changes);
   void createWaiting();
   const std::set<std::string>& getChanged() const { return m_changed; }
 
@@ -48,16 +55,16 @@ class UpdateProcessor : public KSLChangeProcessor {
   void create(const std::string& path);
   void forget(const std::string& deletedPath);
   void noteChanged(const std::string& path);
-  void record(KSLChange&& inverse);
-  void recordFailedDeletion(const KSLChangeList& changes);
+  void visitRecorded(const KSLChange& change);
+  void record(const KSLChange& change);
 
-  DBUpdater* m_updater;            // not owned
-  KSLChangeList* m_history;        // not owned
-  std::string m_lastChanged;       // noted already, or not there
-  std::string m_deletedTop;        // deleted last; its contents may still be to come in the list
-  std::size_t m_visited = 0;       // changes of the list under way
-  Progress* m_progress = nullptr;  // of that list; good while it is processed
-  std::size_t m_room = 0;          // made in the history for them and not used yet
+  DBUpdater* m_updater;                   // not owned
+  KSLChangeList* m_history;               // not owned
+  RecoveryLog* m_log;                     // not owned
+  std::string m_lastChanged;              // noted already, or not there
+  const KSLChangeList* m_list = nullptr;  // under way
+  std::size_t m_visited = 0;              // of its changes
+  std::size_t m_recorded = 0;             // of its changes; ahead of the visit in a deletion
   std::set<std::string> m_changed;
   std::vector<Waiting> m_waiting;  // in the order reported
 };

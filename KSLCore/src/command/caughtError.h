@@ -3,17 +3,20 @@
 
 #include "platform/ORVError.h"
 
+#include <memory>
+
 namespace orv {
 
 // Carries an error that is already recorded out through nested parses to the outermost one; never leaves it.
 class AbortException : public Unwind {
  public:
-  explicit AbortException(ErrorMsg error) : m_error(std::move(error)) {}
+  // REQUIRES: not null.
+  explicit AbortException(std::shared_ptr<const ErrorMsg> error) noexcept : m_error(std::move(error)) {}
   ~AbortException() override;
-  virtual const ErrorMsg& getError() const { return m_error; }
+  virtual const ErrorMsg& getError() const { return *m_error; }
 
  private:
-  ErrorMsg m_error;
+  std::shared_ptr<const ErrorMsg> m_error;
 };
 
 // The error that the exception now being handled stands for; the function's name goes into texts about

@@ -21,7 +21,8 @@ struct Registry {
 
 Registry& registry()
 {
-  static Registry theRegistry;
+  // Never destroyed: static objects of a host may still use it after main.
+  static Registry& theRegistry = *new Registry;
   return theRegistry;
 }
 

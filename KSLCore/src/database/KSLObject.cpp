@@ -306,18 +306,40 @@ void KSLObject::unsetParam(const std::string& name)
       findParam(name)->unset();
     return;
   }
-  ParamDefinition::State before = param->getState();
-  try {
+  allOrNothing(name, [&] {
     setValue(name, defaultValue);  // may replace the parameter
     if (ParamDefinition* now = findParam(name))
       now->unset();
+  });
+}
+
+template <class Set>
+void KSLObject::allOrNothing(const std::string& name, Set set)
+{
+  const ParamDefinition* param = m_params.find(name);
+  if (!param)
+    return set();
+  ParamDefinition::State before = param->getState();
+  try {
+    set();
   } catch (...) {
-    if (ParamDefinition* now = m_params.findOwn(name)) {
+    ParamDefinition* now = m_params.findOwn(name);
+    if (now && !(now->getState() == before)) {
       now->restore(std::move(before));
       valueRestored(*now);
     }
     throw;
   }
+}
+
+void KSLObject::setWhole(const std::string& name, const std::string& value)
+{
+  allOrNothing(name, [&] { setValue(name, value); });
+}
+
+void KSLObject::setWholeWithoutPending(const std::string& name, const std::string& value)
+{
+  allOrNothing(name, [&] { setValueWithoutPending(name, value); });
 }
 
 void KSLObject::valueRestored(const ParamDefinition&) noexcept {}
@@ -517,7 +539,8 @@ void KSLObject::deleteAllDependent()
 
 const DependentSet& KSLObject::getDependents() const
 {
-  static const DependentSet none;
+  // Never destroyed: static objects of a host may still use it after main.
+  static const DependentSet& none = *new DependentSet;
   return m_dependents ? *m_dependents : none;
 }
 

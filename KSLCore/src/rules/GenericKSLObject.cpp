@@ -38,6 +38,7 @@ void runEnding(Step step) noexcept
   try {
     try {
       step();
+    } catch (const Unwind&) {  // of a failure that is told elsewhere
     } catch (const std::bad_alloc&) {
       report(_("Operation '%s' failed. Insufficient memory.", operation));
     } catch (const std::exception& exception) {

@@ -63,7 +63,8 @@ class ExpressionEvaluatorKSLObject::UnitSystemWatch : public Observer {
  private:
   static UnitSystemWatch& watch()
   {
-    static UnitSystemWatch instance;
+    // Never destroyed: static objects of a host may still use it after main.
+    static UnitSystemWatch& instance = *new UnitSystemWatch;
     return instance;
   }
 };

@@ -52,7 +52,8 @@ class ExpressionsKSLObject::Resolver : public ExpressionResolver {
 
   static void installOrRemove()
   {
-    static Resolver resolver;
+    // Never destroyed: static objects of a host may still use it after main.
+    static Resolver& resolver = *new Resolver;
     if (!s_objects.empty())
       install(&resolver);
     else if (installed() == &resolver)

@@ -31,7 +31,8 @@ namespace {
 template <typename Executor, typename... Arguments>
 void add(ActionFactory& actions, const char* word, Arguments... arguments)
 {
-  actions.registerExecutor(word, std::make_unique<Executor>(arguments...));
+  if (!actions.hasExecutor(word))
+    actions.registerExecutor(word, std::make_unique<Executor>(arguments...));
 }
 
 void registerChanges(ActionFactory& actions, Executive& executive, const ActionOptions& options)

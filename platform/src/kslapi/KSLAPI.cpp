@@ -31,6 +31,11 @@ void KSLAPI::setKindsFrom(const KSLAPI* store)
   m_impl->rules.setFallback(store ? &store->m_impl->rules : nullptr);
 }
 
+bool KSLAPI::refuseRules(bool on)
+{
+  return std::exchange(m_impl->refusesRules, on);
+}
+
 void KSLAPI::registerDefaultActionHandler(KSLActionHandler* handler)
 {
   m_impl->actionHandler = handler;
@@ -87,7 +92,7 @@ std::size_t countBlocks(const Lines& lines)
 template <class Lines>
 void load(KSLAPI::Impl& store, const Lines& lines)
 {
-  store::Loader loader(store, store.actionHandler);
+  store::Loader loader(store, store.actionHandler, !store.refusesRules);
   Progress progress("blocks", countBlocks(lines));
   std::size_t blocks = 0;
   for (std::size_t i = 0; i < lines.size(); ++i) {
@@ -116,6 +121,13 @@ void KSLAPI::deleteObj(const std::string& path)
   Node* node = simple == "/" ? nullptr : m_impl->tree.find(std::string_view(simple));
   if (node && node != m_impl->tree.root())
     m_impl->removeNode(node, Record::yes);
+}
+
+void KSLAPI::moveLast(const std::string& path) noexcept
+{
+  Node* node = m_impl->tree.find(std::string_view(path));
+  if (node && node != m_impl->tree.root())
+    m_impl->tree.moveLast(node);
 }
 
 // ------------------------------------------------------------------------------------------------------ changes

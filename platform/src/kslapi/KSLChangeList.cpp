@@ -1,7 +1,6 @@
 #include "platform/ORVKSLAPI.h"
 
 #include <algorithm>
-#include <array>
 
 namespace orv {
 
@@ -73,45 +72,15 @@ void KSLChangeProcessor::visit(const KSLChange& change)
 
 namespace {
 
-// Chunk k begins at firstChunk * (2^k - 1) while chunks double, and every chunk has lastChunk places from
-// then on.
-constexpr std::size_t firstChunk = 4;
-constexpr std::size_t doublings = 6;
+// Chunks double up to a size that the allocator is quick with, and every chunk has lastChunk places from then on.
+constexpr std::size_t firstChunk = 3;
+constexpr std::size_t doublings = 3;
 constexpr std::size_t lastChunk = firstChunk << doublings;
 constexpr std::size_t doubledPart = firstChunk * ((std::size_t(1) << doublings) - 1);
 
 std::size_t chunkCapacity(std::size_t chunk)
 {
   return chunk < doublings ? firstChunk << chunk : lastChunk;
-}
-
-struct Place {
-  std::size_t chunk;
-  std::size_t offset;
-};
-
-Place placeOf(std::size_t index)
-{
-  if (index >= doubledPart)
-    return {doublings + (index - doubledPart) / lastChunk, (index - doubledPart) % lastChunk};
-  std::size_t chunk = 0;
-  while (index >= chunkCapacity(chunk))
-    index -= chunkCapacity(chunk++);
-  return {chunk, index};
-}
-
-// Whole chunks that were given back, for the lists to come. Lists come and go with every block of a long text, and
-// blocks of this size are what the allocator is slow with.
-constexpr std::size_t spareLimit = 64;
-
-std::vector<std::vector<KSLChange>>& spareChunks()
-{
-  static std::vector<std::vector<KSLChange>> spares = [] {
-    std::vector<std::vector<KSLChange>> none;
-    none.reserve(spareLimit);
-    return none;
-  }();
-  return spares;
 }
 
 }  // namespace
@@ -145,10 +114,7 @@ KSLChangeList& KSLChangeList::operator=(KSLChangeList other) noexcept
   return *this;
 }
 
-KSLChangeList::~KSLChangeList()
-{
-  clear();
-}
+KSLChangeList::~KSLChangeList() = default;
 
 void KSLChangeList::createObject(const std::string& path)
 {
@@ -178,100 +144,33 @@ void KSLChangeList::changeParam(const std::string& path, const std::string& name
 
 void KSLChangeList::add(KSLChange change)
 {
-  if (adjust(change))
-    append(std::move(change));
-}
-
-void KSLChangeList::append(KSLChange&& change)
-{
-  if (m_chunks.empty() || m_chunks.back().size() == chunkCapacity(m_chunks.size() - 1))
-    addChunk();
+  if (m_modifier && !m_modifier->modify(change))
+    return;
+  if (m_chunks.empty() || m_chunks.back().size() == chunkCapacity(m_chunks.size() - 1)) {
+    Chunk chunk;
+    chunk.reserve(chunkCapacity(m_chunks.size()));
+    m_chunks.push_back(std::move(chunk));
+  }
   m_chunks.back().push_back(std::move(change));
   ++m_size;
-  if (m_promised > 0)
-    --m_promised;
-}
-
-namespace {
-
-std::vector<KSLChange> makeChunk(std::size_t capacity)
-{
-  std::vector<KSLChange> chunk;
-  std::vector<std::vector<KSLChange>>& spares = spareChunks();
-  if (capacity == lastChunk && !spares.empty()) {
-    chunk.swap(spares.back());
-    spares.pop_back();
-  }
-  chunk.reserve(capacity);
-  return chunk;
-}
-
-}  // namespace
-
-void KSLChangeList::addChunk()
-{
-  if (m_reserved.empty()) {
-    m_chunks.push_back(makeChunk(chunkCapacity(m_chunks.size())));
-    return;
-  }
-  m_chunks.push_back(std::move(m_reserved.back()));
-  m_reserved.pop_back();
-}
-
-// Nested users of one list each keep their room: m_reserved covers all that is promised.
-void KSLChangeList::reserve(std::size_t more)
-{
-  if (more == 0)
-    return;
-  const std::size_t chunks = placeOf(m_size + m_promised + more - 1).chunk + 1;
-  const std::size_t held = m_chunks.size() + m_reserved.size();
-  if (chunks > held) {
-    m_chunks.reserve(chunks);
-    std::vector<Chunk> reserved;
-    reserved.reserve(chunks - m_chunks.size());
-    for (std::size_t chunk = chunks; chunk-- > held;)
-      reserved.push_back(makeChunk(chunkCapacity(chunk)));
-    for (Chunk& chunk : m_reserved)
-      reserved.push_back(std::move(chunk));
-    m_reserved.swap(reserved);
-  }
-  m_promised += more;
-}
-
-void KSLChangeList::unreserve(std::size_t unused)
-{
-  m_promised -= std::min(unused, m_promised);
-  if (m_promised == 0)
-    m_reserved.clear();
-}
-
-void KSLChangeList::dropChunk() noexcept
-{
-  std::vector<Chunk>& spares = spareChunks();
-  if (m_chunks.back().capacity() >= lastChunk && spares.size() < spareLimit) {
-    m_chunks.back().clear();
-    spares.push_back(std::move(m_chunks.back()));
-  }
-  m_chunks.pop_back();
 }
 
 const KSLChange& KSLChangeList::operator[](std::size_t index) const
 {
-  const Place place = placeOf(index);
-  return m_chunks[place.chunk][place.offset];
-}
-
-KSLChange& KSLChangeList::slot(std::size_t index)
-{
-  const Place place = placeOf(index);
-  return m_chunks[place.chunk][place.offset];
+  if (index >= doubledPart) {
+    index -= doubledPart;
+    return m_chunks[doublings + index / lastChunk][index % lastChunk];
+  }
+  std::size_t chunk = 0;
+  while (index >= chunkCapacity(chunk))
+    index -= chunkCapacity(chunk++);
+  return m_chunks[chunk][index];
 }
 
 void KSLChangeList::clear()
 {
   m_size = 0;
-  while (!m_chunks.empty())
-    dropChunk();
+  m_chunks.clear();
 }
 
 void KSLChangeList::swapChanges(KSLChangeList& other) noexcept
@@ -280,29 +179,16 @@ void KSLChangeList::swapChanges(KSLChangeList& other) noexcept
   std::swap(m_size, other.m_size);
 }
 
-void KSLChangeList::truncate(std::size_t size)
+void KSLChangeList::truncate(std::size_t size) noexcept
 {
-  if (size == 0)
-    return clear();
   while (m_size > size) {
     Chunk& chunk = m_chunks.back();
     const std::size_t count = std::min(chunk.size(), m_size - size);
-    chunk.resize(chunk.size() - count);
+    chunk.erase(chunk.end() - static_cast<std::ptrdiff_t>(count), chunk.end());
     m_size -= count;
     if (chunk.empty())
-      dropChunk();
+      m_chunks.pop_back();
   }
-}
-
-void KSLChangeList::dropFront(std::size_t count)
-{
-  if (count >= m_size)
-    return clear();
-  if (count == 0)
-    return;
-  for (std::size_t i = count; i < m_size; ++i)
-    slot(i - count) = std::move(slot(i));
-  truncate(m_size - count);
 }
 
 void KSLChangeList::process(Direction direction, KSLChangeProcessor* processor) const

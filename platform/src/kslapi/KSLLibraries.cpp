@@ -15,6 +15,7 @@ namespace {
 
 constexpr const char* function = "readNamedLibraries";
 constexpr std::string_view libraryEnding = ".ksl";
+constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
 
 void addFiles(const std::string& place, std::vector<std::string>& files)
 {
@@ -29,7 +30,10 @@ void addFiles(const std::string& place, std::vector<std::string>& files)
 std::vector<std::string> readLibrary(const std::string& file)
 {
   try {
-    return ORVFile::readLines(file);
+    std::vector<std::string> lines = ORVFile::readLines(file);
+    if (!lines.empty() && lines.front().starts_with(byteOrderMark))
+      lines.front().erase(0, byteOrderMark.size());
+    return lines;
   } catch (const file::error& error) {
     // The file library's message ends in the system's reason, after the last ": ".
     const std::string& text = error.getMessage();
@@ -65,7 +69,8 @@ void refuseActions(const std::string& file, const std::vector<std::string>& line
   }
 }
 
-void readLibraryLine(store::Loader& loader, const std::string& file, const std::string& line)
+void readLibraryLine(store::Loader& loader, const std::string& file, const std::string& line,
+                     std::size_t number)
 {
   if (loader.depth() == 0 && MiniKSLParser::determineLineType(line) == MiniKSLParser::endLine)
     throw ksl::invalid("KSLAPI", function, _("Too many END statements in KSL library '%s'.", file));
@@ -74,13 +79,20 @@ void readLibraryLine(store::Loader& loader, const std::string& file, const std::
   } catch (const ksl::invalid& error) {
     throw ksl::invalid(error.getClassName(), function, _("%s (KSL library '%s')", error.getMessage(), file));
   }
+  // The text store alone would know of it, and no command could reach it.
+  if (loader.depth() == 1 && !store::isRulesPath(loader.topPath()))
+    throw ksl::invalid(
+        "KSLAPI", function,
+        _("Object '%s' in KSL library '%s', line %d, is no definition.", loader.topPath(), file, number));
 }
 
 void loadLibrary(KSLAPI::Impl& store, const std::string& file, const std::vector<std::string>& lines)
 {
-  store::Loader loader(store, nullptr);
-  for (const std::string& line : StringUtilities::removeContinuation(lines))
-    readLibraryLine(loader, file, line);
+  store::Loader loader(store, nullptr, true);
+  for (std::size_t i = 0, behind = 0; i < lines.size(); i = behind) {
+    const std::string line = joinedFrom(lines, i, behind);
+    readLibraryLine(loader, file, line, i + 1);
+  }
   if (loader.depth() > 0)
     throw ksl::invalid("KSLAPI", function, _("Not enough END statements in KSL library '%s'.", file));
 }

@@ -8,14 +8,29 @@ using store::Node;
 
 // --------------------------------------------------------------------------------------------- changing the tree
 
+template <class Make>
+void KSLAPI::Impl::make(KSLChange change, Record record, Make make)
+{
+  if (store::isRulesPath(change.path.str()))
+    rules.changed();
+  if (record == Record::no)
+    return make();
+  if (changes.empty())
+    m_pendingFrom = mark();
+  const std::size_t told = changes.size();
+  changes.add(std::move(change));
+  try {
+    make();
+  } catch (...) {
+    changes.truncate(told);
+    throw;
+  }
+}
+
 store::Node* KSLAPI::Impl::makeNode(Node* parent, SharedText path, Record record)
 {
-  begin(record);
-  note(KSLChange::createObject(path));
-  Node* node = tree.create(parent, path);
-  if (store::isRulesPath(path.str()))
-    rules.changed();
-  tell(KSLChange::createObject(std::move(path)), record);
+  Node* node = nullptr;
+  make(KSLChange::createObject(path), record, [&] { node = journal.create(parent, std::move(path)); });
   return node;
 }
 
@@ -54,18 +69,11 @@ void KSLAPI::Impl::setParam(Node* node, const SharedText& name, const SharedText
 void KSLAPI::Impl::assign(Node* node, store::Param* param, const SharedText& name, SharedText value,
                           Record record)
 {
-  const bool inRules = store::isRulesPath(node->path.str());
-  KSLChange change = param ? KSLChange::changeParam(node->path, name, value, param->value)
-                           : KSLChange::createParam(node->path, name, value);
-  begin(record);
-  note(change);
   if (param)
-    param->value = std::move(value);
-  else
-    tree.appendParam(node, name, std::move(value));
-  if (inRules)
-    rules.changed();
-  tell(std::move(change), record);
+    return make(KSLChange::changeParam(node->path, name, value, param->value), record,
+                [&] { journal.changeParam(node, *param, std::move(value)); });
+  make(KSLChange::createParam(node->path, name, value), record,
+       [&] { journal.appendParam(node, name, std::move(value)); });
 }
 
 void KSLAPI::Impl::unsetParam(Node* node, const SharedText& givenName, Record record)
@@ -74,13 +82,8 @@ void KSLAPI::Impl::unsetParam(Node* node, const SharedText& givenName, Record re
   const store::Param* param = tree.findParam(node, name);
   if (!param)
     return;
-  KSLChange change = KSLChange::deleteParam(node->path, name, param->value);
-  begin(record);
-  note(change);
-  tell(std::move(change), record);
-  tree.removeParam(node, name);
-  if (store::isRulesPath(node->path.str()))
-    rules.changed();
+  make(KSLChange::deleteParam(node->path, name, param->value), record,
+       [&] { journal.removeParam(node, *param); });
 }
 
 namespace {
@@ -127,71 +130,36 @@ void KSLAPI::Impl::listDeletion(const Node* top, KSLChangeList& out)
 
 void KSLAPI::Impl::removeNode(Node* node, Record record)
 {
-  begin(record);
-  const std::size_t noted = m_journal.size();
+  if (store::isRulesPath(node->path.str()))
+    rules.changed();
+  if (record == Record::no)
+    return journal.remove(node);
+  if (changes.empty())
+    m_pendingFrom = mark();
   const std::size_t told = changes.size();
   try {
-    listDeletion(node, m_journal);
-    for (std::size_t i = noted; i < m_journal.size(); ++i)
-      tell(m_journal[i], record);
+    listDeletion(node, changes);
+    journal.remove(node);
   } catch (...) {
-    m_journal.truncate(noted);
     changes.truncate(told);
     throw;
   }
-  if (store::isRulesPath(node->path.str()))
-    rules.changed();
-  tree.remove(node);
 }
 
 // --------------------------------------------------------------------------------------------------- going back
 
-void KSLAPI::Impl::revert(const KSLChange& change)
-{
-  // Making a change notes it; the note goes again when undoTo cuts the journal.
-  switch (change.kind) {
-    case KSLChange::Kind::createObject:
-      if (Node* node = tree.find(change.path)) {
-        if (store::isRulesPath(change.path.str()))
-          rules.changed();
-        tree.remove(node);
-      }
-      return;
-    case KSLChange::Kind::deleteObject:
-      ensureNode(change.path, Record::no);
-      return;
-    case KSLChange::Kind::createParam:
-      if (Node* node = tree.find(change.path))
-        tree.removeParam(node, tree.intern(change.name));
-      return;
-    case KSLChange::Kind::deleteParam:
-      setParam(ensureNode(change.path, Record::no), tree.intern(change.name), change.value, Record::no);
-      return;
-    case KSLChange::Kind::changeParam:
-      if (Node* node = tree.find(change.path))
-        setParam(node, tree.intern(change.name), change.oldValue, Record::no);
-      return;
-  }
-}
-
 void KSLAPI::Impl::undoTo(std::uint64_t mark)
 {
-  const std::size_t floor = mark > m_confirmed ? static_cast<std::size_t>(mark - m_confirmed) : 0;
-  while (m_journal.size() > floor) {
-    const std::size_t newest = m_journal.size() - 1;
-    const KSLChange change = m_journal[newest];
-    revert(change);
-    m_journal.truncate(newest);
-  }
   rules.changed();
+  journal.undo(mark > m_confirmed ? static_cast<std::size_t>(mark - m_confirmed) : 0);
 }
 
 void KSLAPI::Impl::confirmTo(std::uint64_t mark)
 {
   if (mark <= m_confirmed)
     return;
-  const std::size_t count = std::min(static_cast<std::size_t>(mark - m_confirmed), m_journal.size());
-  m_journal.dropFront(count);
+  const std::size_t count = std::min(static_cast<std::size_t>(mark - m_confirmed), journal.size());
+  journal.confirm(count);
   m_confirmed += count;
 }
 

@@ -8,14 +8,14 @@
 // Invariants, held between any two calls:
 //  1. Taking back the journal's changes, newest first, gives the tree as it was when all was last confirmed.
 //  2. Confirmed changes are never taken back; clearing the change list confirms nothing.
-//  3. A change enters the journal before it is made. Taking back a change that was never made is harmless, so
-//     a failure between the two (of an allocation) leaves nothing behind.
+//  3. A change is told, and enters the journal, before it is made, and leaves both when it cannot be made.
 //
 //   [clean] ──make*──► [pending] ──confirmTo / recordChanges──► [clean]
 //                          └──────undo / undoTo──────────────► [clean]
 #pragma once
 
 #include "platform/ORVKSLAPI.h"
+#include "StoreJournal.h"
 #include "StoreRules.h"
 #include "StoreTree.h"
 
@@ -46,7 +46,7 @@ class KSLAPI::Impl {
   // -- going back
 
   void undoTo(std::uint64_t mark);
-  std::uint64_t mark() const { return m_confirmed + m_journal.size(); }
+  std::uint64_t mark() const { return m_confirmed + journal.size(); }
   void confirmTo(std::uint64_t mark);
   std::uint64_t pendingMark() const { return changes.empty() ? mark() : m_pendingFrom; }
 
@@ -55,30 +55,20 @@ class KSLAPI::Impl {
   void readLibraryFiles(const std::vector<std::string>& files);
 
   store::Tree tree;
+  store::Journal journal{tree};
   store::Rules rules{tree};
   KSLChangeList changes{"KSL changes"};
   KSLActionHandler* actionHandler = nullptr;        // not owned
   KSLReplaceModeHandler* replaceHandler = nullptr;  // not owned
   bool validating = false;
+  bool refusesRules = false;
 
  private:
-  // Before the first note of an operation.
-  void begin(Record record)
-  {
-    if (record == Record::yes && changes.empty())
-      m_pendingFrom = mark();
-  }
-  void note(const KSLChange& change) { m_journal.add(change); }
-  void tell(KSLChange change, Record record)
-  {
-    if (record == Record::yes)
-      changes.add(std::move(change));
-  }
-  void revert(const KSLChange& change);
+  template <class Make>
+  void make(KSLChange change, Record record, Make make);
   void assign(Node* node, store::Param* param, const SharedText& name, SharedText value, Record record);
   static void listDeletion(const Node* node, KSLChangeList& out);
 
-  KSLChangeList m_journal{"KSL journal"};
   std::uint64_t m_confirmed = 0;    // number of changes confirmed so far
   std::uint64_t m_pendingFrom = 0;  // the mark before the first change in the change list
 };

@@ -10,6 +10,8 @@ namespace {
 
 using StringUtilities::trimmed;
 
+constexpr std::string_view rulesType = "RULES";
+
 [[noreturn]] void syntaxError(std::string_view line)
 {
   throw ksl::invalid("KSLAPI", "loadKSLData", _("Syntax error in KSL line: '%s'.", line));
@@ -52,6 +54,9 @@ void Loader::readHeader(std::string_view line, std::string_view statement)
   const lexical::Header header = lexical::readHeader(statement);
   if (header.type.empty())
     syntaxError(line);
+  if (m_open.empty() && !m_mayDefine && header.type == rulesType)
+    throw ksl::invalid("KSLAPI", "loadKSLData",
+                       _("Object type '%s' cannot be changed by a command.", header.type));
   const bool inRules = !m_open.empty() && isRulesPath(m_open.front().path.str());
   checkName(header.type, inRules);
   checkName(header.name, inRules);
@@ -71,11 +76,9 @@ void Loader::openBlock(std::string_view type, std::string_view name, bool replac
   }
   if (!node)
     node = m_store.makeNode(parent, SharedText(std::string_view(m_path)), KSLAPI::Impl::Record::yes);
-  m_open.push_back({node->path, node});
-  if (!replace || !m_store.replaceHandler)
-    return;
-  m_store.replaceHandler->objectReplaced(m_path);
-  forgetNodes();
+  m_open.push_back({node->path, m_removals == m_store.tree.removals() ? node : nullptr});
+  if (replace && m_store.replaceHandler)
+    m_store.replaceHandler->objectReplaced(m_path);
 }
 
 void Loader::readParam(std::string_view line, std::string_view statement, std::size_t equals)
@@ -96,15 +99,12 @@ bool Loader::runAction(std::string_view statement)
 {
   if (!m_handler)
     return true;
-  const std::string action(trimmed(statement.substr(1)));
-  const bool good = m_handler->handleAction(action, {});
-  forgetNodes();
-  return good;
+  return m_handler->handleAction(std::string(trimmed(statement.substr(1))), {});
 }
 
-// Handlers may have changed anything.
 void Loader::forgetNodes()
 {
+  m_removals = m_store.tree.removals();
   for (Block& block : m_open)
     block.node = nullptr;
 }
@@ -113,6 +113,8 @@ Node* Loader::openNode()
 {
   if (m_open.empty())
     return m_store.tree.root();
+  if (m_removals != m_store.tree.removals())
+    forgetNodes();
   Block& block = m_open.back();
   if (!block.node)
     block.node = m_store.ensureNode(block.path, KSLAPI::Impl::Record::yes);

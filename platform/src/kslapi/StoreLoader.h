@@ -14,8 +14,8 @@
 //   END
 //   > delete /CUT:Mid span
 //
-// An action may delete or replace what is open here: after each action the open blocks are found again by
-// path, and the rest of a block makes its object anew when it has gone.
+// Anyone who is called meanwhile (an action, a handler, a watcher) may delete or replace what is open here: the open
+// blocks are found again by path when nodes have gone, and the rest of a block makes its object anew.
 #pragma once
 
 #include "StoreImpl.h"
@@ -28,17 +28,25 @@ namespace orv::store {
 
 class Loader {
  public:
-  Loader(KSLAPI::Impl& store, KSLActionHandler* handler) : m_store(store), m_handler(handler) {}
+  // Without `mayDefine` RULES are refused.
+  Loader(KSLAPI::Impl& store, KSLActionHandler* handler, bool mayDefine)
+      : m_store(store),
+        m_handler(handler),
+        m_mayDefine(mayDefine),
+        m_removals(store.tree.removals())
+  {}
 
   // False when an action failed: the rest is not to be read.
   bool readLine(std::string_view line);
   // Blocks still open.
   std::size_t depth() const { return m_open.size(); }
+  // The object of the outermost one. REQUIRES: depth() > 0.
+  const std::string& topPath() const { return m_open.front().path.str(); }
 
  private:
   struct Block {
     SharedText path;
-    Node* node;  // null when it may have gone
+    Node* node;  // null when it may have gone; good while m_removals is the tree's
   };
 
   void readHeader(std::string_view line, std::string_view statement);
@@ -51,6 +59,8 @@ class Loader {
 
   KSLAPI::Impl& m_store;
   KSLActionHandler* m_handler;
+  bool m_mayDefine;
+  std::size_t m_removals;
   std::vector<Block> m_open;
   std::string m_path;  // reused
 };

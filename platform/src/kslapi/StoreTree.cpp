@@ -1,6 +1,7 @@
 #include "StoreTree.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace orv::store {
 
@@ -76,39 +77,77 @@ Node* Tree::create(Node* parent, SharedText path)
   node->parent = parent;
   link(node.get());
   insertIndex(node.get());
-  ++m_size;
   return node.release();
 }
 
 void Tree::remove(Node* node) noexcept
 {
-  destroyBelow(node);
   if (node == &m_root)
-    return;
-  unlink(node);
-  eraseIndex(node);
-  delete node;
+    return destroyBelow(node);
+  detach(node);
+  destroy(node);
 }
 
-void Tree::destroyBelow(Node* node) noexcept
+// Top first; children in their order.
+template <class Visit>
+void Tree::forEachFrom(Node* top, Visit visit) noexcept
 {
-  m_lastNode = nullptr;
-  m_lastPath = SharedText();
-  Node* at = node;
-  while (true) {
+  for (Node* at = top; at;) {
+    visit(at);
     if (at->firstChild) {
       at = at->firstChild;
       continue;
     }
-    if (at == node)
-      break;
-    Node* parent = at->parent;
-    parent->firstChild = at->next;
-    eraseIndex(at);
-    delete at;
-    at = parent;
+    while (at != top && !at->next)
+      at = at->parent;
+    at = at == top ? nullptr : at->next;
   }
-  node->lastChild = nullptr;
+}
+
+void Tree::detach(Node* node) noexcept
+{
+  ++m_removals;
+  m_lastNode = nullptr;
+  m_lastPath = SharedText();
+  forEachFrom(node, [this](Node* at) { eraseIndex(at); });
+  unlink(node);
+}
+
+void Tree::attach(Node* node) noexcept
+{
+  Node* parent = node->parent;
+  (node->previous ? node->previous->next : parent->firstChild) = node;
+  (node->next ? node->next->previous : parent->lastChild) = node;
+  forEachFrom(node, [this](Node* at) { insertIndex(at); });
+}
+
+void Tree::moveLast(Node* node) noexcept
+{
+  unlink(node);
+  node->next = nullptr;
+  link(node);
+}
+
+void Tree::destroy(Node* node) noexcept
+{
+  for (Node* at = node; at;) {
+    if (at->firstChild) {
+      at = std::exchange(at->firstChild, nullptr);
+      continue;
+    }
+    Node* const parent = at == node ? nullptr : at->parent;
+    Node* const after = at == node ? nullptr : at->next;
+    delete at;
+    at = after ? after : parent;
+  }
+}
+
+void Tree::destroyBelow(Node* node) noexcept
+{
+  while (Node* child = node->firstChild) {
+    detach(child);
+    destroy(child);
+  }
 }
 
 void Tree::link(Node* node) noexcept
@@ -152,6 +191,7 @@ void Tree::insertIndex(Node* node) noexcept
   while (m_slots[at].node)
     at = (at + 1) & mask;
   m_slots[at] = {hash, node};
+  ++m_size;
 }
 
 // Closes the gap by moving later entries of the run back, so that a search never meets a hole that was an
@@ -232,6 +272,26 @@ void Tree::removeParam(Node* node, const SharedText& name) noexcept
   }
   if (2 * node->holes > params.size())
     closeHoles(node);
+}
+
+void Tree::restoreParam(Node* node, Param param)
+{
+  std::vector<Param>& params = node->params;
+  auto at = std::lower_bound(params.begin(), params.end(), param.place,
+                             [](const Param& other, std::uint32_t place) { return other.place < place; });
+  const auto index = static_cast<std::uint32_t>(at - params.begin());
+  if (node->paramIndex)
+    node->paramIndex->emplace(param.name.id(), index);
+  if (at != params.end() && at->place == param.place) {  // the hole that it left
+    *at = std::move(param);
+    --node->holes;
+    return;
+  }
+  params.insert(at, std::move(param));  // into room that it has had before
+  for (std::size_t i = index + 1; node->paramIndex && i < params.size(); ++i) {
+    if (!params[i].name.empty())
+      node->paramIndex->find(params[i].name.id())->second = static_cast<std::uint32_t>(i);
+  }
 }
 
 void Tree::closeHoles(Node* node) noexcept

@@ -7,6 +7,7 @@
 //  3. Parameters and children of a node share one sequence of places; both lists ascend in it. Something new
 //     takes the place after all others, so the order of first appearance is the order of text.
 //  4. A name stands once among the parameters of a node.
+//  5. A detached node is in no list and, with all below it, in no index; its own fields still say where it stood.
 // Nothing here knows of changes, journals or rules.
 #pragma once
 
@@ -69,10 +70,26 @@ class Tree {
   // recursion, never fails.
   void remove(Node* node) noexcept;
 
+  // The same in two steps, of which the first can be taken back: a node that was detached keeps all below it, and
+  // remembers its place. attach puts it there again, once all that was done to the tree since has been undone,
+  // newest first; destroy ends it for good. None fails.
+  void detach(Node* node) noexcept;
+  void attach(Node* node) noexcept;
+  static void destroy(Node* node) noexcept;
+
+  // Behind its siblings.
+  void moveLast(Node* node) noexcept;
+
+  // How often nodes were taken out: who holds on to nodes looks for them again when it has moved on.
+  std::size_t removals() const { return m_removals; }
+
   // Null when the node has no such parameter; valid until its next change. The name must come from intern().
   Param* findParam(Node* node, const SharedText& name) const;
   void appendParam(Node* node, SharedText name, SharedText value);
   void removeParam(Node* node, const SharedText& name) noexcept;
+  // Puts back what removeParam took, at its place, once all that was done to the node since has been undone. Takes
+  // memory in a large node only.
+  void restoreParam(Node* node, Param param);
 
   // The one shared text of this tree for a parameter name.
   SharedText intern(std::string_view text);
@@ -106,14 +123,17 @@ class Tree {
   void growIndex();
   void insertIndex(Node* node) noexcept;
   void eraseIndex(const Node* node) noexcept;
-  void link(Node* node) noexcept;
-  void unlink(Node* node) noexcept;
+  static void link(Node* node) noexcept;
+  template <class Visit>
+  static void forEachFrom(Node* top, Visit visit) noexcept;
+  static void unlink(Node* node) noexcept;
   void destroyBelow(Node* node) noexcept;
   static void closeHoles(Node* node) noexcept;
 
   Node m_root;
   std::vector<Slot> m_slots;  // open addressing, a power of two, at most two thirds full
   std::size_t m_size = 0;     // nodes in the index
+  std::size_t m_removals = 0;
   std::unordered_set<SharedText, TextHash, TextEqual> m_names;
   std::array<SharedText, 64> m_recentNames;  // interned texts, each at the place that its address gives
   // The node asked for last: texts come object by object.

@@ -7,6 +7,7 @@
 #include <cstring>
 #include <dlfcn.h>
 #include <filesystem>
+#include <fstream>
 #include <link.h>
 #include <utility>
 #include <vector>
@@ -56,6 +57,47 @@ std::string findLibrary(const std::string& library)
   return library;
 }
 
+constexpr std::string_view stampMark = "orv calculate library built for ";
+constexpr const char* ownStamp = ORV_INTERFACE_VERSION "/" ORV_INTERFACE_LAYOUT;
+
+// The stamps that stand in a library's file, which is not loaded for it: loading runs what a library has to begin with.
+// One empty text when there is none; nothing when the file cannot be read or is no library, which the loader will tell.
+std::vector<std::string> stampsIn(const std::string& file)
+{
+  std::error_code failure;
+  if (!std::filesystem::is_regular_file(file, failure))
+    return {};
+  std::ifstream stream(file, std::ios::binary);
+  const std::string content{std::istreambuf_iterator<char>(stream), {}};
+  if (!content.starts_with("\x7f"
+                           "ELF"))
+    return {};
+  std::vector<std::string> stamps;
+  for (std::size_t at = content.find(stampMark); at != std::string::npos;
+       at = content.find(stampMark, at + 1))
+    stamps.emplace_back(content.c_str() + at);
+  return stamps.empty() ? std::vector<std::string>(1) : stamps;
+}
+
+// Why a library with these stamps must not be used; empty when it may.
+std::string stampDifference(const std::string& library, const std::vector<std::string>& stamps)
+{
+  const std::string own = ownStamp;
+  const auto versionOf = [](const std::string& stamp) { return stamp.substr(0, stamp.find('/')); };
+  for (const std::string& marked : stamps) {
+    if (marked.empty())
+      return _("%s was built without a stamp (ORV_CALCULATE_LIBRARY), this is %s: build it again", library,
+               versionOf(own));
+    const std::string stamp = marked.substr(stampMark.size());
+    if (stamp == own)
+      continue;
+    const bool sameVersion = versionOf(stamp) == versionOf(own);
+    return _("%s was built for %s, this is %s: build it again", library,
+             sameVersion ? stamp : versionOf(stamp), sameVersion ? own : versionOf(own));
+  }
+  return {};
+}
+
 // The library's own function of that name. The loader also finds those of the libraries it is linked with,
 // and a slip in a name must not call "exit".
 void* findFunction(void* handle, const std::string& function)
@@ -99,7 +141,14 @@ void* SharedLibrary::open(const std::string& library)
     m_lastError = "Calculate library has no name.";
     return nullptr;
   }
-  void* const handle = dlopen(findLibrary(library).c_str(), RTLD_NOW | RTLD_LOCAL);
+  const std::string file = findLibrary(library);
+  const bool isPath = file.find('/') != std::string::npos;
+  const std::string difference = isPath ? stampDifference(library, stampsIn(file)) : std::string();
+  if (!difference.empty()) {
+    m_lastError = difference;
+    return nullptr;
+  }
+  void* const handle = dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL);
   if (!handle) {
     m_lastError = _("Calculate library '%s' not loaded: %s.", library, loaderError());
     if (library.find('/') == std::string::npos)
@@ -108,6 +157,11 @@ void* SharedLibrary::open(const std::string& library)
     return nullptr;
   }
   ScopeGuard unload([handle] { dlclose(handle); });
+  const char* const stamp = static_cast<const char*>(dlsym(handle, "orvCalculateLibraryStamp"));
+  // One that the system found was not looked into before.
+  m_lastError = stampDifference(library, std::vector<std::string>{stamp ? stamp : ""});
+  if (!m_lastError.empty())
+    return nullptr;
   m_handles.emplace(library, handle);
   unload.dismiss();
   return handle;

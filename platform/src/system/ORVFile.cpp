@@ -1,6 +1,4 @@
-#include "platform/ORVError.h"
-#include "platform/ORVSystem.h"
-#include "lineEnds.h"
+#include "wholeFile.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -9,6 +7,8 @@
 #include <memory>
 
 namespace orv {
+
+namespace {
 
 void dropCarriageReturns(std::string& text)
 {
@@ -22,6 +22,21 @@ void dropCarriageReturns(std::string& text)
   text.resize(written);
 }
 
+}  // namespace
+
+std::string tooLargeText()
+{
+  return _("It has more than %d MB", ORVFile::largestText >> 20);
+}
+
+void tidyText(std::string& text)
+{
+  constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
+  if (text.starts_with(byteOrderMark))
+    text.erase(0, byteOrderMark.size());
+  dropCarriageReturns(text);
+}
+
 }  // namespace orv
 
 namespace orv::ORVFile {
@@ -32,9 +47,8 @@ struct Closer {
   void operator()(std::FILE* file) const { std::fclose(file); }
 };
 
-[[noreturn]] void throwReadFailure(const std::string& fileName)
+[[noreturn]] void throwReadFailure(const std::string& fileName, const std::string& reason)
 {
-  const std::string reason = Error::getSystemError();
   throw file::error("ORVFile", "readAll", _("Cannot read file '%s': %s.", fileName, reason));
 }
 
@@ -68,23 +82,19 @@ std::string readAll(const std::string& fileName)
   errno = 0;
   const std::unique_ptr<std::FILE, Closer> file(std::fopen(fileName.c_str(), "rb"));
   if (!file)
-    throwReadFailure(fileName);
-  constexpr std::size_t step = std::size_t{1} << 16;
+    throwReadFailure(fileName, Error::getSystemError());
+  std::error_code unknown;  // of what is no regular file
+  const std::uintmax_t size = std::filesystem::file_size(fileName, unknown);
   std::string text;
-  std::size_t size = 0;
-  for (;;) {
-    text.resize(size + std::max(step, size));  // doubles, so that growing costs no more than reading
-    const std::size_t got = std::fread(text.data() + size, 1, text.size() - size, file.get());
-    size += got;
-    if (size == text.size())
-      continue;
-    if (std::ferror(file.get()))
-      throwReadFailure(fileName);
-    text.resize(size);
-    dropCarriageReturns(text);
-    text.shrink_to_fit();
-    return text;
-  }
+  if ((!unknown && size > largestText) || !readWhole(text, [&](char* room, std::size_t length) {
+        return std::fread(room, 1, length, file.get());
+      }))
+    throwReadFailure(fileName, tooLargeText());
+  if (std::ferror(file.get()))
+    throwReadFailure(fileName, Error::getSystemError());
+  tidyText(text);
+  text.shrink_to_fit();
+  return text;
 }
 
 std::vector<std::string> readLines(const std::string& fileName)

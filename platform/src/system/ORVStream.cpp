@@ -1,18 +1,16 @@
-#include "platform/ORVError.h"
-#include "platform/ORVSystem.h"
-#include "lineEnds.h"
+#include "wholeFile.h"
 
-#include <algorithm>
 #include <cerrno>
+#include <filesystem>
 
 namespace orv {
 
 namespace {
 
 // The reason is errno, which each operation clears first: a stream may refuse before it asks the system.
-[[noreturn]] void throwFailure(const char* function, const char* format, const std::string& fileName)
+[[noreturn]] void throwFailure(const char* function, const char* format, const std::string& fileName,
+                               const std::string& reason = Error::getSystemError())
 {
-  const std::string reason = Error::getSystemError();
   throw file::error("ORVStream", function, _(format, fileName, reason));
 }
 
@@ -54,6 +52,7 @@ void ORVStream::open(const std::string& fileName, Mode mode)
     throwFailure("open", "Cannot open file '%s': %s.", fileName);
   m_fileName = fileName;
   m_writeFailed = false;
+  m_atBegin = true;
 }
 
 bool ORVStream::isOpen() const
@@ -85,8 +84,12 @@ bool ORVStream::readLine(std::string& line)
     throwFailure("readLine", "Cannot read file '%s': %s.", m_fileName);
   if (!m_stream)
     return false;
-  if (!line.empty() && line.back() == '\r')
+  const bool first = std::exchange(m_atBegin, false);
+  if (first || line.ends_with('\r')) {
+    line += '\n';
+    tidyText(line);
     line.pop_back();
+  }
   return true;
 }
 
@@ -101,18 +104,17 @@ std::vector<std::string> ORVStream::readLines()
 std::string ORVStream::readAll()
 {
   errno = isOpen() ? 0 : EBADF;
-  constexpr std::size_t step = std::size_t{1} << 16;
+  std::error_code unknown;  // of what is no regular file
+  const std::uintmax_t size = std::filesystem::file_size(m_fileName, unknown);
   std::string text;
-  std::size_t size = 0;
-  while (m_stream && isOpen()) {
-    text.resize(size + std::max(step, size));  // doubles, so that growing costs no more than reading
-    m_stream.read(text.data() + size, static_cast<std::streamsize>(text.size() - size));
-    size += static_cast<std::size_t>(m_stream.gcount());
-  }
+  if ((!unknown && size > ORVFile::largestText) || !readWhole(text, [this](char* room, std::size_t length) {
+        m_stream.read(room, static_cast<std::streamsize>(length));
+        return static_cast<std::size_t>(m_stream.gcount());
+      }))
+    throwFailure("readAll", "Cannot read file '%s': %s.", m_fileName, tooLargeText());
   if (m_stream.bad() || !isOpen())
     throwFailure("readAll", "Cannot read file '%s': %s.", m_fileName);
-  text.resize(size);
-  dropCarriageReturns(text);
+  tidyText(text);
   return text;
 }
 

@@ -2,10 +2,16 @@
 
 #include "platform/ORVError.h"
 #include "platform/ORVSystem.h"
+#include "replacement.h"
 
 #include <cerrno>
+#include <charconv>
+#include <csignal>
 #include <cstdio>
 #include <fcntl.h>
+#include <filesystem>
+#include <functional>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -46,6 +52,8 @@ class Descriptor {
     return 0;
   }
   int setPermissions(mode_t permissions) const { return ::fchmod(m_file, permissions) == 0 ? 0 : errno; }
+  // For as long as the file is open; where the disk knows no locks there is none.
+  void lock() const { ::flock(m_file, LOCK_EX | LOCK_NB); }
   // Hands the content to the disk. Pipes and some file systems know no such thing.
   int synchronise() const
   {
@@ -63,27 +71,6 @@ class Descriptor {
   int m_openFailure;
 };
 
-struct Target {
-  std::string name;     // links resolved
-  bool regular = true;  // or not there, and not a link to nowhere either
-  bool exists = false;
-  mode_t permissions = 0;  // of one that exists
-};
-
-Target targetOf(const std::string& fileName)
-{
-  constexpr mode_t all = 07777;
-  Target target{fileName};
-  struct stat status {};
-  if (::lstat(fileName.c_str(), &status) != 0)
-    return target;
-  target.exists = true;
-  target.regular = ::stat(fileName.c_str(), &status) == 0 && S_ISREG(status.st_mode);
-  target.permissions = status.st_mode & all;
-  target.name = getCanonicalName(fileName);
-  return target;
-}
-
 int finish(Descriptor& file, std::string_view text)
 {
   if (const int failure = file.write(text))
@@ -93,57 +80,153 @@ int finish(Descriptor& file, std::string_view text)
   return file.close();
 }
 
-int writeDirectly(const std::string& name, std::string_view text)
+// The beginning of the names of a target's temporary files. Names have a limit, 255 characters nearly everywhere.
+std::string temporaryPrefix(const std::string& name)
 {
-  Descriptor file(name, O_CREAT | O_TRUNC, 0666);
-  return file.openFailure() ? file.openFailure() : finish(file, text);
+  constexpr std::size_t longest = 200;
+  const std::string file = getFilename(name);
+  if (file.size() <= longest)
+    return ".orv-" + file + '-';
+  return ".orv-" + file.substr(0, longest) + std::to_string(std::hash<std::string>()(file)) + '-';
 }
 
 std::string temporaryName(const std::string& name, int attempt)
 {
-  return getPath(name) + "/.orv-" + std::to_string(::getpid()) + "-" + std::to_string(attempt) + ".tmp";
+  return getPath(name) + '/' + temporaryPrefix(name) + std::to_string(::getpid()) + '-'
+         + std::to_string(attempt) + ".tmp";
 }
 
-// What says that nobody may make or rename files here, while the file itself may well be written.
+// The process that a temporary file of this prefix belongs to; 0 for another file.
+pid_t ownerOf(std::string_view file, std::string_view prefix)
+{
+  if (!file.starts_with(prefix) || !file.ends_with(".tmp"))
+    return 0;
+  file.remove_prefix(prefix.size());
+  pid_t owner = 0;
+  const auto [end, failure] = std::from_chars(file.data(), file.data() + file.size(), owner);
+  return failure == std::errc() && end != file.data() + file.size() && *end == '-' ? owner : 0;
+}
+
+// What processes left behind that were killed while they wrote this target. On a disk that several machines share
+// another one's process may have such a number; it holds a lock on its file while it writes.
+void removeLeftovers(const std::string& name)
+{
+  const std::string prefix = temporaryPrefix(name);
+  std::error_code failure;
+  for (std::filesystem::directory_iterator entry(getPath(name), failure), end; !failure && entry != end;
+       entry.increment(failure)) {
+    const pid_t owner = ownerOf(entry->path().filename().native(), prefix);
+    if (owner <= 0 || owner == ::getpid() || ::kill(owner, 0) == 0 || errno != ESRCH)
+      continue;
+    const int file = ::open(entry->path().c_str(), O_RDONLY | O_CLOEXEC);
+    if (file >= 0 && ::flock(file, LOCK_EX | LOCK_NB) == 0)
+      ::unlink(entry->path().c_str());
+    if (file >= 0)
+      ::close(file);
+  }
+}
+
+// A name that nobody has, made by `make`, which gives 0, EEXIST or another reason.
+template <class Make>
+int makeBeside(const std::string& name, std::string& temporary, Make make)
+{
+  constexpr int attempts = 1000;  // names left behind by processes that were killed
+  for (int attempt = 0;; ++attempt) {
+    temporary = temporaryName(name, attempt);
+    const int failure = make(temporary);
+    if (failure != EEXIST || attempt == attempts)
+      return failure;
+  }
+}
+
+int fillFile(Descriptor& file, const ReplaceTarget& target, std::string_view text)
+{
+  file.lock();
+  const int failure = target.exists ? file.setPermissions(target.permissions) : 0;
+  return failure != 0 ? failure : finish(file, text);
+}
+
+}  // namespace
+
+}  // namespace orv::ORVFile
+
+namespace orv {
+
+ReplaceTarget ReplaceTarget::of(const std::string& fileName)
+{
+  constexpr mode_t all = 07777;
+  ReplaceTarget target{fileName};
+  struct stat status {};
+  if (::lstat(fileName.c_str(), &status) != 0)
+    return target;
+  target.exists = true;
+  target.regular = ::stat(fileName.c_str(), &status) == 0 && S_ISREG(status.st_mode);
+  target.permissions = status.st_mode & all;
+  target.name = ORVFile::getCanonicalName(fileName);
+  return target;
+}
+
+int writeBeside(const ReplaceTarget& target, std::string_view text, std::string& temporary)
+{
+  ORVFile::removeLeftovers(target.name);
+  return ORVFile::makeBeside(target.name, temporary, [&](const std::string& name) {
+    ORVFile::Descriptor file(name, O_CREAT | O_EXCL, 0666);
+    if (file.openFailure() != 0)
+      return file.openFailure();
+    const int failure = ORVFile::fillFile(file, target, text);
+    if (failure != 0)
+      ::unlink(name.c_str());
+    return failure;
+  });
+}
+
+int writeDirectly(const std::string& name, std::string_view text)
+{
+  ORVFile::Descriptor file(name, O_CREAT | O_TRUNC, 0666);
+  return file.openFailure() ? file.openFailure() : ORVFile::finish(file, text);
+}
+
+// A second name for it; a copy where the disk knows no second names.
+int keepBeside(const ReplaceTarget& target, std::string& temporary)
+{
+  return ORVFile::makeBeside(target.name, temporary, [&](const std::string& name) {
+    if (::link(target.name.c_str(), name.c_str()) == 0)
+      return 0;
+    if (errno == EEXIST || errno == ENOENT)
+      return errno;
+    std::error_code failure;
+    std::filesystem::copy_file(target.name, name, failure);
+    return failure.value();
+  });
+}
+
+int moveOver(const std::string& temporary, const ReplaceTarget& target)
+{
+  return std::rename(temporary.c_str(), target.name.c_str()) == 0 ? 0 : errno;
+}
+
 bool directoryRefuses(int failure)
 {
   return failure == EACCES || failure == EPERM || failure == EROFS || failure == EBUSY;
 }
 
-int renameOver(const std::string& temporary, Descriptor& file, const Target& target, std::string_view text)
-{
-  int failure = target.exists ? file.setPermissions(target.permissions) : 0;
-  if (failure == 0)
-    failure = finish(file, text);
-  if (failure == 0 && std::rename(temporary.c_str(), target.name.c_str()) != 0)
-    failure = errno;
-  if (failure != 0)
-    ::unlink(temporary.c_str());
-  return failure;
-}
+}  // namespace orv
 
-int writeBeside(const Target& target, std::string_view text)
-{
-  constexpr int attempts = 1000;  // names left behind by processes that were killed
-  for (int attempt = 0;; ++attempt) {
-    const std::string temporary = temporaryName(target.name, attempt);
-    Descriptor file(temporary, O_CREAT | O_EXCL, 0666);
-    if (file.openFailure() == 0)
-      return renameOver(temporary, file, target, text);
-    if (file.openFailure() != EEXIST || attempt == attempts)
-      return file.openFailure();
-  }
-}
-
-}  // namespace
+namespace orv::ORVFile {
 
 void replace(const std::string& fileName, std::string_view text)
 {
-  const Target target = targetOf(fileName);
+  const ReplaceTarget target = ReplaceTarget::of(fileName);
   // Renaming asks the directory only: a file that is write-protected must be asked itself.
   if (target.exists && target.regular && ::access(target.name.c_str(), W_OK) != 0)
     throwFailure(fileName, errno);
-  int failure = target.regular ? writeBeside(target, text) : EACCES;
+  std::string temporary;
+  int failure = target.regular ? writeBeside(target, text, temporary) : EACCES;
+  if (failure == 0) {
+    failure = moveOver(temporary, target);
+    if (failure != 0)
+      ::unlink(temporary.c_str());
+  }
   if (directoryRefuses(failure))
     failure = writeDirectly(target.name, text);
   if (failure != 0)

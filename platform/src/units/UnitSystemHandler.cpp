@@ -8,8 +8,9 @@ namespace {
 
 UnitSystemHandler* baseHandler()
 {
-  static UnitSystemHandler handler;
-  return &handler;
+  // Never destroyed: static objects of a host may still use it after main.
+  static UnitSystemHandler* handler = new UnitSystemHandler;
+  return handler;
 }
 
 UnitSystemHandler*& handlerInForce()

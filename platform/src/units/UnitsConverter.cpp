@@ -72,7 +72,9 @@ ParsedUnits parseForConversion(const std::string& units)
 // Conversions made so far; emptied when full. What is returned lives until the next call.
 const Conversion& findConversion(const std::string& from, const std::string& to)
 {
-  static std::map<std::tuple<std::string, std::string>, Conversion, std::less<>> conversions;
+  using Conversions = std::map<std::tuple<std::string, std::string>, Conversion, std::less<>>;
+  // Never destroyed: static objects of a host may still use it after main.
+  static Conversions& conversions = *new Conversions;
   auto found = conversions.find(std::tie(from, to));
   if (found != conversions.end())
     return found->second;

@@ -151,7 +151,8 @@ UnitsDatabase::~UnitsDatabase() = default;
 
 UnitsDatabase& UnitsDatabase::instance()
 {
-  static UnitsDatabase database;
+  // Never destroyed: static objects of a host may still use it after main.
+  static UnitsDatabase& database = *new UnitsDatabase;
   return database;
 }
 

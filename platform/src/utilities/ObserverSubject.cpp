@@ -1,6 +1,8 @@
 #include "platform/ORVUtilities.h"
 
 #include <algorithm>
+#include <cxxabi.h>
+#include <exception>
 
 namespace orv {
 
@@ -51,12 +53,25 @@ void ObserverSubject::notify(int type)
     --m_notifying;
     dropDetached();
   });
+  std::exception_ptr failure;
   const std::size_t count = m_entries.size();  // entries are only removed when no notification runs
   for (std::size_t i = 0; i < count; ++i) {
     Entry* const entry = m_entries[i].get();
-    if (entry->observer && entry->types.count(type) != 0)
+    if (!entry->observer || entry->types.count(type) == 0)
+      continue;
+    try {
       entry->observer->update(this, type);
+#ifdef __GLIBCXX__
+    } catch (const abi::__forced_unwind&) {  // the runtime's own, of a cancelled thread
+      throw;
+#endif
+    } catch (...) {
+      if (!failure)
+        failure = std::current_exception();
+    }
   }
+  if (failure)
+    std::rethrow_exception(failure);
 }
 
 void ObserverSubject::dropDetached()

@@ -11,7 +11,8 @@ SharedText::SharedText(const char* text) : SharedText(std::string_view(text ? te
 
 const std::string& SharedText::emptyText() noexcept
 {
-  static const std::string empty;
+  // Never destroyed: static objects of a host may still use it after main.
+  static const std::string& empty = *new std::string;
   return empty;
 }
 

@@ -1,0 +1,125 @@
+#include "RecoveryLog.h"
+
+#include "platform/ORVKSLAPI.h"
+#include "platform/ORVUtilities.h"
+#include "database/KSLObject.h"
+#include "database/ObjectDB.h"
+
+namespace orv {
+
+namespace {
+
+constexpr std::string_view rulesPath = "/RULES";  // the library's, in the store alone
+
+// Takes texts over into a store from the database.
+class Adoption {
+ public:
+  explicit Adoption(KSLAPI& store) : m_store(store), m_change(&store, false) {}
+
+  void param(const std::string& path, const std::string& name)
+  {
+    const KSLObject* object = ObjectDB::instance()->getObjectByPath(path);
+    if (!object)
+      return m_change.deletedObject(path);
+    const ParamDefinition* param = object->lookUpParam(name);
+    if (param && param->hasBeenSet())
+      m_change.newParam(path, name, param->getValue());
+    else
+      m_change.deletedParam(path, name, {});
+  }
+
+  // With all below it. What calculations have set stays theirs.
+  void object(const std::string& path)
+  {
+    const KSLObject* top = ObjectDB::instance()->getObjectByPath(path);
+    if (!top)
+      return m_change.deletedObject(path);
+    std::vector<const KSLObject*> waiting{top};
+    while (!waiting.empty()) {
+      const KSLObject* object = waiting.back();
+      waiting.pop_back();
+      contents(*object);
+      object->forEachChild([&](const KSLObject* child) {
+        m_change.newObject(child->getPath());
+        m_store.moveLast(child->getPath());
+        waiting.push_back(child);
+      });
+    }
+    if (const KSLObject* parent = top->getParentObject())
+      parent->forEachChild([&](const KSLObject* child) { m_store.moveLast(child->getPath()); });
+  }
+
+ private:
+  void contents(const KSLObject& object)
+  {
+    const std::string& path = object.getPath();
+    if (!path.empty())
+      m_change.newObject(path);
+    for (const KSLAPI::ObjectInfo& info : m_store.getObjectInfo(path.empty() ? "/" : path)) {
+      if (info.getKind() == "Param")
+        param(path, info.getName());
+      else if (info.getPath() != rulesPath && !ObjectDB::instance()->getObjectByPath(info.getPath()))
+        m_change.deletedObject(info.getPath());
+    }
+    object.forEachParam([&](const ParamDefinition& param) {
+      if (param.hasBeenSet() && !param.isInternal())
+        m_change.newParam(path, param.getName(), param.getValue());
+    });
+  }
+
+  KSLAPI& m_store;
+  KSLAPIUpdateProcessor m_change;
+};
+
+}  // namespace
+
+void RecoveryLog::noteCreated(const std::string& path) noexcept
+{
+  try {
+    m_created.push_back(path);
+  } catch (...) {
+    m_incomplete = true;
+  }
+}
+
+void RecoveryLog::noteFailed(const std::string& path, const std::string& param) noexcept
+{
+  try {
+    m_failed.emplace(path, param);
+  } catch (...) {
+    m_incomplete = true;
+  }
+}
+
+void RecoveryLog::settle(KSLAPI& store)
+{
+  for (const std::string& path : m_created)
+    store.moveLast(path);
+  if (!m_failure.isPending() && !m_incomplete)
+    return;
+  Adoption adoption(store);
+  for (const auto& failed : m_failed) {
+    const std::string& param = failed.second;
+    attempt([&] { param.empty() ? adoption.object(failed.first) : adoption.param(failed.first, param); });
+  }
+  if (m_incomplete)
+    attempt([&] { adoption.object({}); });
+}
+
+void RecoveryLog::report()
+{
+  if (!m_failure.isPending())
+    return;
+  m_failure.report();
+  const bool told = attempt([] {
+    ErrorProgressReporter::instance()->reportError(ErrorMsg(
+        "KSLInterface", "parseHistory",
+        _("An attempt to recover from a previous error has failed.\nThe application is likely to be in an "
+          "unstable state."),
+        errorType::system));
+  });
+  if (!told)
+    m_failure.report();
+}
+
+}  // namespace orv
