@@ -2,6 +2,7 @@
 SHELL = bash
 .SHELLFLAGS = -e -o pipefail -c
 JOBS ?= $(shell nproc)
+PREFIX ?=
 FUZZ_SECONDS ?= 30
 MUTANTS ?= 60
 SEED ?= 1
@@ -10,7 +11,7 @@ EXAMPLES = $(sort $(wildcard examples/*.ksl))
 CXX_FILES = git ls-files -z '*.h' '*.c' '*.cpp'
 
 .PHONY: build run test sanitize check layers share headers format-check tidy format mutate soak bench bench-count fuzz \
-  clean help
+  install package dist clean help
 
 build:         ## build the release preset; the host is build/release/bin/ksl
 	@tools/setup.sh run
@@ -101,6 +102,24 @@ fuzz:          ## build and run each fuzzer for FUZZ_SECONDS (30)
 	  mkdir -p build/fuzz/corpus/$$name; \
 	  $$f -max_total_time=$(FUZZ_SECONDS) -timeout=10 -artifact_prefix=build/fuzz/$$name- \
 	    build/fuzz/corpus/$$name $$(ls -d fuzz/corpus/$$name 2>/dev/null); done
+
+install:       ## build the release preset and install it to PREFIX (/usr/local)
+	@$(MAKE) --no-print-directory build
+	cmake --install build/release $(if $(PREFIX),--prefix $(abspath $(PREFIX)))
+
+package:       ## Debian packages of the release preset, in build/packages; what is in them is tried
+	@tools/setup.sh package
+	@$(MAKE) --no-print-directory build-release
+	rm -rf build/packages
+	cpack --config build/release/CPackConfig.cmake -B build/packages
+	for p in build/packages/*.deb; do dpkg-deb -x "$$p" build/packages/root; done
+	python3 tests/package/package_test.py --build build/release --installed build/packages/root/usr
+
+dist:          ## the sources of the last commit as build/orvksl-VERSION.tar.gz, which builds without git
+	@tools/setup.sh dist
+	mkdir -p build
+	v=$$(sed -n 's/^project(.* VERSION \([0-9.]*\).*/\1/p' CMakeLists.txt); \
+	  git archive --prefix=orvksl-$$v/ -o build/orvksl-$$v.tar.gz HEAD && echo build/orvksl-$$v.tar.gz
 
 clean:         ## remove everything built
 	rm -rf build

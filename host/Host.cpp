@@ -14,6 +14,7 @@
 #include "session/Registration.h"
 
 #include <cstdlib>
+#include <filesystem>
 #include <memory>
 
 namespace {
@@ -32,10 +33,13 @@ class PreferencesExecutor : public orv::PreferencesExecutorBase {
   void applyViewerPreference(const std::string&, const std::string&) override {}
 };
 
+// Where an installation has it, seen from this program, so that it may be moved. Empty when the system does not
+// tell where the program is.
 std::string demoLibrary()
 {
-  // A build that was not installed finds the library beside its sources.
-  return orv::ORVFile::isDirectory(KSL_SOURCE_LIBRARY_DIR) ? KSL_SOURCE_LIBRARY_DIR : KSL_INSTALLED_DEMO_DIR;
+  std::error_code fault;
+  const std::filesystem::path self = std::filesystem::read_symlink("/proc/self/exe", fault);
+  return fault ? std::string() : (self.parent_path() / KSL_DEMO_FROM_HERE).lexically_normal().string();
 }
 
 bool environmentNamesLibraries()

@@ -6,7 +6,6 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
-#include <span>
 #include <string>
 #include <vector>
 
@@ -86,7 +85,7 @@ class ORV_API ExpressionDef {
   std::string print() const;
   bool isSameTree(const ExpressionDef& other) const;
   // The value, given those of the names in the order of getNames(). Throws as above. Linear in the text.
-  ExpressionValue evaluate(std::span<const ExpressionValue* const> values,
+  ExpressionValue evaluate(const std::vector<const ExpressionValue*>& values,
                            const std::string& parameterName = {}) const;
 
   // A text with another name wherever the one stands; a text that cannot be read stays as it is. REQUIRES: isName(to).

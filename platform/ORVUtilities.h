@@ -280,7 +280,10 @@ class ORV_API KSLPath {
     std::string text() const { return singleton ? type : type + ":" + name; }
     // As at the head of a block: "T:n", or "T:" for a singleton. A name with a "#" is quoted.
     std::string header() const;
-    bool operator==(const Component&) const = default;
+    bool operator==(const Component& other) const
+    {
+      return type == other.type && name == other.name && singleton == other.singleton;
+    }
     bool operator<(const Component& other) const;
   };
 
@@ -311,7 +314,7 @@ class ORV_API KSLPath {
   // newline.
   std::pair<std::string, std::string> makeKSLPathAndEnd(std::size_t step = 2) const;
 
-  bool operator==(const KSLPath&) const = default;
+  bool operator==(const KSLPath& other) const { return m_components == other.m_components; }
   bool operator<(const KSLPath& other) const;  // component by component, so that parents come before children
 
  private:
@@ -390,7 +393,7 @@ struct TripletBase {
   T x{};
   T y{};
   T z{};
-  bool operator==(const TripletBase&) const = default;
+  bool operator==(const TripletBase& other) const { return x == other.x && y == other.y && z == other.z; }
 };
 
 }  // namespace orv

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Checks that every public header compiles on its own and may be included twice.
+"""Checks that every public header compiles on its own, as C++17 too, and may be included twice.
 
 Headers can be named as arguments; without any, all of platform/ and KSLCore/include/ are checked.
 """
@@ -13,7 +13,7 @@ import subprocess
 import sys
 import tempfile
 
-FLAGS = ["-std=c++20", "-fsyntax-only", "-Wall", "-Wextra", "-Wpedantic", "-Wshadow", "-Wnon-virtual-dtor", "-Werror"]
+FLAGS = ["-std=c++17", "-fsyntax-only", "-Wall", "-Wextra", "-Wpedantic", "-Wshadow", "-Wnon-virtual-dtor", "-Werror"]
 PREFIXES = ("KSLCore/include/", "")
 
 

@@ -1,5 +1,5 @@
 #!/bin/sh
-# Installs the Debian packages that one kind of work needs: setup.sh run|test|check|mutate|bench|fuzz ...
+# Installs the Debian packages that one kind of work needs: setup.sh run|test|check|mutate|bench|fuzz|package|dist ...
 # Asks dpkg first, so it costs next to nothing when everything is there.
 set -eu
 
@@ -8,12 +8,14 @@ packages=
 for group in "${@:-run}"; do
   case $group in
     run) packages="$packages $build" ;;
-    test) packages="$packages $build libgtest-dev libgmock-dev librapidcheck-dev python3 udunits-bin" ;;
+    test) packages="$packages $build libgtest-dev libgmock-dev librapidcheck-dev python3 udunits-bin pkgconf binutils" ;;
     check) packages="$packages $build libgtest-dev libgmock-dev librapidcheck-dev python3 udunits-bin git clang-format clang-tidy" ;;
     mutate) packages="$packages $build libgtest-dev libgmock-dev librapidcheck-dev python3 udunits-bin git ccache" ;;
     bench) packages="$packages $build libbenchmark-dev libmuparser-dev valgrind python3" ;;
     fuzz) packages="$packages $build clang libclang-rt-14-dev" ;;
-    *) echo "setup.sh: unknown group '$group' (run, test, check, mutate, bench, fuzz)" >&2; exit 2 ;;
+    package) packages="$packages $build dpkg-dev file python3 pkgconf binutils" ;;
+    dist) packages="$packages git" ;;
+    *) echo "setup.sh: unknown group '$group' (run, test, check, mutate, bench, fuzz, package, dist)" >&2; exit 2 ;;
   esac
 done
 

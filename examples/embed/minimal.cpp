@@ -1,8 +1,8 @@
 // The smallest program that holds objects: it reads definitions, runs the commands of its standard input and
 // prints the state. docs/embedding.md goes through it.
 //
-//   c++ -std=c++20 -I PREFIX/include/orvksl minimal.cpp -L PREFIX/lib -lORVKSLCore -o minimal
-//   echo "CUT: a" | ./minimal PREFIX/share/orvksl/demo
+//   c++ -std=c++17 minimal.cpp $(pkg-config --cflags --libs orvksl) -o minimal
+//   printf 'CUT: a\nEND\n' | ./minimal $(pkg-config --variable=demodir orvksl)
 
 #include "platform/ORVError.h"
 #include "platform/ORVUtilities.h"

@@ -1,6 +1,6 @@
 /* Questions in C, inside a program that has started the library. docs/embedding.md goes through it.
  *
- *   cc -c -I PREFIX/include/orvksl query.c
+ *   cc -c $(pkg-config --cflags orvksl) query.c
  */
 #include "command/KSLCoreC.h"
 

@@ -77,22 +77,6 @@ TEST_F(Plugin, TheSmallestIsWhatTheDocumentShows)
   EXPECT_EQ(runRings("Size, smallest,", "ringArea"), ringState);
 }
 
-TEST_F(Plugin, TheDocumentedLineBuildsOneThatIsFoundByThePath)
-{
-  const std::string folder = std::filesystem::path(makeFile("own/here")).parent_path();
-  const std::string generated =
-      std::filesystem::path(std::getenv("KSL_BIN")).parent_path().parent_path() / "include";
-  std::smatch line;
-  ASSERT_TRUE(std::regex_search(document, line, std::regex("\n(.*-shared.*)\n")));
-  std::string command = replaced(line[1], "PREFIX/include/orvksl",
-                                 sourceDir() + " -I " + sourceDir() + "/KSLCore/include -I " + generated);
-  command = replaced(replaced(command, "libsmallest.so", folder + "/libown.so"), " smallest.cpp",
-                     " " + sources + "smallest.cpp");
-  ASSERT_EQ(std::system(command.c_str()), 0) << command;
-  // Under another name, or the one that the build has made would be found as well.
-  EXPECT_EQ(runRings("Size, own,", "ringArea", "ORV_KSL_PLUGIN_PATH=" + folder), ringState);
-}
-
 // Built for another interface, or for none: nothing of it runs, not even what runs when a library is loaded.
 TEST_F(Plugin, AnotherStampIsRefusedUnseen)
 {

@@ -51,7 +51,15 @@ class WriteSessionExecutor;
 class ORV_API KSLCoreAPI : public ObserverSubject {
  public:
   using Notification = CommandNotifier::Notification;
-  using enum CommandNotifier::Notification;
+  static constexpr Notification parseBegin = CommandNotifier::parseBegin;
+  static constexpr Notification parseEnd = CommandNotifier::parseEnd;
+  static constexpr Notification updateBegin = CommandNotifier::updateBegin;
+  static constexpr Notification updateEnd = CommandNotifier::updateEnd;
+  static constexpr Notification recoveryBegin = CommandNotifier::recoveryBegin;
+  static constexpr Notification recoveryEnd = CommandNotifier::recoveryEnd;
+  static constexpr Notification redoRecoveryBegin = CommandNotifier::redoRecoveryBegin;
+  static constexpr Notification redoRecoveryEnd = CommandNotifier::redoRecoveryEnd;
+  static constexpr Notification outermostProcessed = CommandNotifier::outermostProcessed;
 
   static KSLCoreAPI* instance();  // made on first use
   // Null when there is none: for those that end, which must not make a new one.

@@ -27,7 +27,11 @@ struct AdditionalRules;
 class ORV_API KSLInterface {
  public:
   using UndoMode = History::UndoMode;
-  using enum History::UndoMode;
+  static constexpr UndoMode NORMAL = History::NORMAL;
+  static constexpr UndoMode UNDO = History::UNDO;
+  static constexpr UndoMode REDO = History::REDO;
+  static constexpr UndoMode ERROR_RECOVERY = History::ERROR_RECOVERY;
+  static constexpr UndoMode ERROR_RECOVERY_REDO = History::ERROR_RECOVERY_REDO;
 
   static KSLInterface* instance();  // made on first use
   // The host destroys its Executive, factory and executors after this.

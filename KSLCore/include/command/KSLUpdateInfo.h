@@ -27,7 +27,10 @@ class ORV_API KSLUpdateInfo {
     bool set = false;
     bool internal = true;
 
-    bool operator==(const ParamValStatus&) const = default;
+    bool operator==(const ParamValStatus& other) const
+    {
+      return value == other.value && set == other.set && internal == other.internal;
+    }
   };
   using ParamValues = std::map<std::string, ParamValStatus>;  // by parameter name
 
@@ -37,7 +40,7 @@ class ORV_API KSLUpdateInfo {
     // By object path. For a deletion only the paths count: an object that is gone with all below it.
     std::map<std::string, ParamValues> objects;
 
-    bool operator==(const UpdateItem&) const = default;
+    bool operator==(const UpdateItem& other) const { return type == other.type && objects == other.objects; }
   };
   using UpdateList = std::list<UpdateItem>;
 

@@ -3,11 +3,11 @@
 
 #include "platform/ORVExport.h"
 
-#include <compare>
 #include <functional>
 #include <set>
 #include <string>
 #include <string_view>
+#include <tuple>
 #include <utility>
 
 namespace orv {
@@ -29,19 +29,24 @@ class ORV_API Dependent {
   const std::string& getObjPath() const { return m_objPath; }
   const std::string& getParamName() const { return m_paramName; }
 
-  auto operator<=>(const Dependent&) const = default;
-
   // What is sought in a set, without a copy of the texts: forgetting a dependent must not take memory.
   struct Key {
     std::string_view objPath;
     std::string_view paramName;
-    // NOLINTNEXTLINE(modernize-use-nullptr): there is no pointer
-    auto operator<=>(const Key&) const = default;
+    bool operator<(const Key& other) const
+    {
+      return std::tie(objPath, paramName) < std::tie(other.objPath, other.paramName);
+    }
   };
-  friend std::strong_ordering operator<=>(const Dependent& dependent, const Key& key)
+  Key key() const { return {m_objPath, m_paramName}; }
+
+  bool operator==(const Dependent& other) const
   {
-    return Key{dependent.m_objPath, dependent.m_paramName} <=> key;
+    return m_objPath == other.m_objPath && m_paramName == other.m_paramName;
   }
+  bool operator<(const Dependent& other) const { return key() < other.key(); }
+  friend bool operator<(const Dependent& dependent, const Key& key) { return dependent.key() < key; }
+  friend bool operator<(const Key& key, const Dependent& dependent) { return key < dependent.key(); }
 
  private:
   std::string m_objPath;

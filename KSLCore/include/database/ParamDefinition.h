@@ -177,7 +177,10 @@ class ORV_API ParamDefinition final {
     std::string value;
     bool hasBeenSet = false;
     bool changed = false;
-    bool operator==(const State&) const = default;
+    bool operator==(const State& other) const
+    {
+      return value == other.value && hasBeenSet == other.hasBeenSet && changed == other.changed;
+    }
   };
   State getState() const { return {m_value, m_hasBeenSet, m_changed}; }
   // Puts a state back, also a value that is not allowed, and tells the observer, which has heard of the steps;

@@ -13,7 +13,12 @@ struct DataConversionInfo {
   bool difference = false;     // a difference of temperatures: offsets of scales do not count
   int significantDigits = 15;  // of the converted number; 15 hold every decimal number that a double keeps
 
-  bool operator==(const DataConversionInfo&) const = default;
+  bool operator==(const DataConversionInfo& other) const
+  {
+    return parameter == other.parameter && quantity == other.quantity && fromUnits == other.fromUnits
+           && toUnits == other.toUnits && difference == other.difference
+           && significantDigits == other.significantDigits;
+  }
 };
 
 }  // namespace orv

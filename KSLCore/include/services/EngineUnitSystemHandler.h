@@ -27,7 +27,10 @@ class ORV_API EngineUnitSystemHandler final : public UnitSystemHandler, public O
     std::string system = "SI";
     std::map<std::string, std::string> customUnits;  // of quantities, for "Custom"; the others have SI units
     std::map<std::string, UnitDimensions::Exponents> variables;
-    bool operator==(const Settings&) const = default;
+    bool operator==(const Settings& other) const
+    {
+      return system == other.system && customUnits == other.customUnits && variables == other.variables;
+    }
   };
 
   // The first call makes it and puts it in force as UnitSystemHandler::current(): hosts call it at start-up.

@@ -64,7 +64,7 @@ class ORV_API ExpressionsKSLObject : public GenericKSLObject {
   struct Counts {
     std::size_t hits = 0;
     std::size_t misses = 0;
-    bool operator==(const Counts&) const = default;
+    bool operator==(const Counts& other) const { return hits == other.hits && misses == other.misses; }
   };
   Counts getCacheCounts() const;
 

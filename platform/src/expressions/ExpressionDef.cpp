@@ -89,7 +89,7 @@ bool ExpressionDef::isSameTree(const ExpressionDef& other) const
   return m_program->isSameTree(*other.m_program);
 }
 
-ExpressionValue ExpressionDef::evaluate(std::span<const ExpressionValue* const> values,
+ExpressionValue ExpressionDef::evaluate(const std::vector<const ExpressionValue*>& values,
                                         const std::string& parameterName) const
 {
   if (!m_program->unknownFunctions().empty())

@@ -2,6 +2,7 @@
 #include "platform/ORVError.h"
 #include "platform/ORVKSLParseUtilities.h"
 #include "platform/ORVSystem.h"
+#include "platform/src/loader/OwnDirectory.h"
 #include "platform/src/parse/lexical.h"
 #include "StoreImpl.h"
 #include "StoreLoader.h"
@@ -110,10 +111,8 @@ std::vector<std::string> defaultPlaces()
 {
   if (const char* path = std::getenv("ORV_KSL_LIBRARY_PATH"); path && *path)
     return splitPlaces(path, ':');
-#ifdef KSL_INSTALLED_LIBRARY_DIR
-  if (ORVFile::isDirectory(KSL_INSTALLED_LIBRARY_DIR))
-    return {KSL_INSTALLED_LIBRARY_DIR};
-#endif
+  if (std::string installed = ownDirectory() + "/" KSL_LIBRARY_FROM_HERE; ORVFile::isDirectory(installed))
+    return {std::move(installed)};
   return {};
 }
 

@@ -1,6 +1,7 @@
 #include "platform/ORVDynamicLoader.h"
 #include "platform/ORVError.h"
 #include "platform/ORVUtilities.h"
+#include "OwnDirectory.h"
 
 #include <cstdlib>
 #include <cstring>
@@ -30,16 +31,7 @@ std::string loaderError()
   return text ? text : "it is defined in another library";
 }
 
-// Plug-ins are installed beside this library, so that hosts need not know where. (It is asked for with an
-// address that nobody else sees: a program may have a copy of what it uses.)
-std::string ownDirectory()
-{
-  Dl_info own{};
-  if (dladdr(&theLoader, &own) == 0 || !own.dli_fname)
-    return {};
-  return std::filesystem::path(own.dli_fname).parent_path().string();
-}
-
+// Plug-ins are installed beside this library, so that hosts need not know where.
 std::vector<std::string> searchedDirectories()
 {
   const char* const named = std::getenv("ORV_KSL_PLUGIN_PATH");

@@ -1,0 +1,164 @@
+#!/usr/bin/env python3
+"""Installs a build, moves what was installed, and uses it as others do: by CMake, by pkg-config, from C, as a plug-in.
+
+With KSL_PACKAGE_FULL in the environment the sources are built inside another project, too; without it that project is
+only configured and its own program compiled, for building the library once more takes minutes.
+"""
+
+import argparse
+import os
+import pathlib
+import re
+import shutil
+import subprocess
+import sys
+import tempfile
+import unittest
+
+HERE = pathlib.Path(__file__).resolve().parent
+SOURCES = HERE.parents[1]
+CLEAN = {name: value for name, value in os.environ.items() if not re.match("(KSL|ORV|LD)_", name)}
+STATE = "CUT:a\n  Axis = X\n  Domain List = All Domains\n  Offset = 2 [m]\n  Option = Axis Plane\n  Visibility = On\nEND\n"
+COMMAND = "CUT: a\n  Offset = 2 [m]\nEND\n"
+USER = f"""
+cmake_minimum_required(VERSION 3.23)
+project(user C CXX)
+find_package(ORVKSLCore 2 QUIET)
+if(ORVKSLCore_FOUND)
+  message(FATAL_ERROR "version 2 was found")
+endif()
+find_package(ORVKSLCore 1.0 REQUIRED)
+add_executable(minimal {SOURCES}/examples/embed/minimal.cpp)
+target_link_libraries(minimal PRIVATE orvksl::core)
+add_executable(units {HERE}/units.cpp)
+target_link_libraries(units PRIVATE orvksl::core_static)
+set_target_properties(units PROPERTIES CXX_STANDARD 17 CXX_STANDARD_REQUIRED ON)
+"""
+AROUND = f"""
+cmake_minimum_required(VERSION 3.23)
+project(user C CXX)
+add_subdirectory({SOURCES} orvksl)
+add_executable(units {HERE}/units.cpp)
+target_link_libraries(units PRIVATE orvksl::core)
+get_property(added DIRECTORY {SOURCES} PROPERTY BUILDSYSTEM_TARGETS)
+message(STATUS "added ${{added}}")
+"""
+arguments = None
+
+
+def run(*command, cwd, text="", fails=False, **environment):
+    """What a command prints, on both streams when it is to fail."""
+    done = subprocess.run([str(part) for part in command], cwd=cwd, input=text, env={**CLEAN, **environment},
+                          stdout=subprocess.PIPE, stderr=subprocess.STDOUT if fails else subprocess.PIPE, text=True)
+    if (done.returncode != 0) != fails:
+        raise AssertionError(f"{command} ended with {done.returncode}:\n{done.stdout}{done.stderr or ''}")
+    return done.stdout
+
+
+class PackageTest(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        root = pathlib.Path(cls.enterClassContext(tempfile.TemporaryDirectory(prefix="orvksl-"))).resolve()
+        if arguments.installed:
+            shutil.copytree(arguments.installed, root / "first", symlinks=True)
+        else:
+            run("cmake", "--install", arguments.build, "--strip", "--prefix", root / "first", cwd=root)
+        cls.root, cls.prefix, cls.ksl = root, root / "elsewhere/moved", root / "elsewhere/moved/bin/ksl"
+        cls.prefix.parent.mkdir()
+        (root / "first").rename(cls.prefix)
+        cls.demo = cls.prefix / "share/orvksl/demo"
+        cls.libdir = next(cls.prefix.rglob("orvksl.pc")).parents[1]
+        CLEAN["PKG_CONFIG_PATH"] = str(cls.libdir / "pkgconfig")
+
+    def setUp(self):
+        self.folder = self.root / self.id().rsplit(".", 1)[1]
+        self.folder.mkdir()
+
+    def configure(self, project):
+        (self.folder / "CMakeLists.txt").write_text(project)
+        return run("cmake", "-G", "Ninja", ".", f"-DCMAKE_PREFIX_PATH={self.prefix}", "-DCMAKE_BUILD_TYPE=Debug",
+                   f"-DCMAKE_CXX_COMPILER={arguments.cxx}", f"-DCMAKE_C_COMPILER={arguments.cc}", cwd=self.folder)
+
+    def test_host_uses_what_it_was_installed_with(self):
+        self.assertEqual(run(self.ksl, "run", "-e", COMMAND, "--state", cwd=self.folder), STATE)
+        run(self.ksl, "run", SOURCES / "examples/04-flow-picture.ksl", cwd=self.folder)
+        self.assertIn("<svg", (self.folder / "flow-picture.svg").read_text())
+
+        (self.folder / "link").symlink_to(self.ksl)
+        hidden = self.demo.rename(self.folder / "demo")
+        try:
+            self.assertIn(str(self.demo), run("./link", "run", "-e", COMMAND, cwd=self.folder, fails=True))
+        finally:
+            hidden.rename(self.demo)
+
+    def test_cmake_finds_the_package(self):
+        self.configure(USER)
+        run("cmake", "--build", ".", "-j2", cwd=self.folder)
+        self.assertEqual(run("./minimal", self.demo, cwd=self.folder, text=COMMAND), STATE)
+        self.assertEqual(run("./units", cwd=self.folder), "0.5\n")
+
+    def test_pkg_config_and_foreign_headers_of_our_names(self):
+        (self.folder / "platform").mkdir()
+        for name in ("ORVUnits.h", "ORVError.h", "ORVExport.h"):
+            (self.folder / "platform" / name).write_text("#error the program's own\n")
+        flags = run("pkg-config", "--cflags", "--libs", "orvksl", cwd=self.root).split() + [f"-Wl,-rpath,{self.libdir}"]
+        run(arguments.cxx, "-std=c++17", "-I.", HERE / "units.cpp", "-o", "units", *flags, cwd=self.folder)
+        self.assertEqual(run("./units", cwd=self.folder), "0.5\n")
+        run(arguments.cc, "-std=c99", "-Wall", "-Wextra", "-Werror", HERE / "questions.c", "-o", "questions", *flags,
+            cwd=self.folder)
+        self.assertEqual(run("./questions", cwd=self.folder, fails=True),
+                         "warning[8] KSLCoreC::reportError: a text\nnothing there\n")
+
+    def test_smallest_plugin_by_the_documented_line(self):
+        smallest = SOURCES / "plugins/smallest"
+        shutil.copy(smallest / "smallest.cpp", self.folder)
+        line = re.search(r"^ {4}(c\+\+ .*-shared.*)$", (SOURCES / "docs/plugins.md").read_text(), re.MULTILINE)[1]
+        run("sh", "-c", line.replace("c++", str(arguments.cxx), 1), cwd=self.folder)
+        state = run(self.ksl, "run", "--library", smallest / "rings.ksl", "-e", "RING: a\nEND", "--state",
+                    cwd=self.folder, ORV_KSL_PLUGIN_PATH=".")
+        self.assertIn("Area = 9.42477796076938 [m^2]", state)
+        self.assertEqual(list(self.prefix.rglob("libsmallest*")), [], "the example is no product")
+
+    def test_inside_another_project(self):
+        self.assertIn("added interface_stamp;orvksl_objects;KSLCore;KSLCoreStatic\n", self.configure(AROUND))
+        full = "KSL_PACKAGE_FULL" in os.environ
+        run("cmake", "--build", ".", "-j2", "--target", "all" if full else f"CMakeFiles/units.dir{HERE}/units.cpp.o",
+            cwd=self.folder)
+        if full:
+            self.assertEqual(run("./units", cwd=self.folder), "0.5\n")
+            run("cmake", "--install", ".", "--prefix", "installed", cwd=self.folder)
+            self.assertFalse((self.folder / "installed").exists(), "only the project around it installs")
+
+    def test_binaries_name_no_folder_of_this_machine(self):
+        back = os.path.relpath(self.libdir, self.ksl.parent)
+        for binary, runpath in ((self.ksl, [f"$ORIGIN/{back}"]), (self.libdir / "libORVKSLCore.so", []),
+                                (self.libdir / "orvksl/libflow.so", ["$ORIGIN/.."])):
+            dynamic = run("readelf", "-d", "-W", binary, cwd=self.root)
+            self.assertEqual(re.findall(r"\((?:RUNPATH|RPATH)\).*\[(.*)\]", dynamic), runpath, binary)
+        for file in filter(pathlib.Path.is_file, self.prefix.rglob("*")):
+            content = b"" if file.suffix == ".a" else file.read_bytes()  # which keeps what debuggers want to know
+            self.assertFalse(any(os.fsencode(place) in content for place in (SOURCES, arguments.build)), file)
+
+    def test_exports_are_our_own(self):
+        lines = run("nm", "-D", "--defined-only", self.libdir / "libORVKSLCore.so", cwd=self.root).splitlines()
+        names = {line.split()[-1].split("@")[0] for line in lines} - {"ORVKSLCORE_1"}
+        header = (self.prefix / "include/orvksl/command/KSLCoreC.h").read_text()
+        in_c = set(re.findall(r"^ORV_API .*?(\w+)\(", header, re.MULTILINE))
+        ours = "_ZN[VKRO]*3orv|_ZT[ISTV]N3orv|_ZT[chv].*_?N[VKRO]*3orv|_ZTCN3orv"
+        self.assertEqual({name for name in names if not re.match(ours, name)}, in_c)
+
+
+def main():
+    global arguments
+    parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
+    parser.add_argument("--build", type=pathlib.Path, default=SOURCES / "build/dev")
+    parser.add_argument("--installed", type=pathlib.Path, help="a prefix to copy instead of installing the build")
+    parser.add_argument("--cxx", default=os.environ.get("CXX", "c++"))
+    parser.add_argument("--cc", default=os.environ.get("CC", "cc"))
+    arguments, others = parser.parse_known_args()
+    arguments.build = arguments.build.resolve()
+    unittest.main(argv=[sys.argv[0], *others], verbosity=2)
+
+
+if __name__ == "__main__":
+    main()
