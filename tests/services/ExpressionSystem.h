@@ -29,14 +29,11 @@ inline constexpr const char* expressionRules =
     "OBJECT: WING\nKSLObject Class = CountingObject\nCategory = deletable\nScheduler = S\n"
     "Optional Parameter List = Length, Width, Tip\nEND\n"
     "OBJECT: PLAIN\nKSLObject Class = DataKSLObject\nOptional Parameter List = Length, Width\nEND\n"
-    "OBJECT: GAUGE\nKSLObject Class = GenericKSLObject\nCategory = variable, deletable\nScheduler = S\n"
-    "Optional Parameter List = Value\nEND\n"
     "PARAMETER: Evaluated Expression\nParameter Type = Expression\nLocal Type = S\nEND\n"
     "PARAMETER: User Units\nLocal Type = S\nEND\n"
     "PARAMETER: Length\nParameter Type = Real\nDefault = 1 [m]\nLocal Type = S\nEND\n"
     "PARAMETER: Width\nParameter Type = Quantity\nLocal Type = S\nEND\n"
     "PARAMETER: Tip\nParameter Type = Real Triplet\nLocal Type = S\nEND\n"
-    "PARAMETER: Value\nParameter Type = Real\nLocal Type = S\nEND\n"
     "PARAMETER: Result\nEND\nPARAMETER: Result Units\nEND\nPARAMETER: Unit System\nEND\nEND";
 
 // Notes each calculation under its path.
@@ -71,15 +68,10 @@ class ExpressionSystem {
   {
     return run("&replace EXPRESSION EVALUATOR: " + name + "\nEvaluated Expression = " + text + "\nEND\n");
   }
-  // Errors, else what was recalculated, after expressions, or the variable, were defined.
+  // Errors, else what was recalculated, after expressions were defined.
   std::string after(const std::string& lines)
   {
     const std::string errors = define(lines);
-    return errors + recalculated();
-  }
-  std::string inlet(const std::string& value)
-  {
-    const std::string errors = run("GAUGE: inlet\nValue = " + value + "\nEND\n");
     return errors + recalculated();
   }
   static float length(const std::string& path) { return at(path)->getFloatValue("Length"); }

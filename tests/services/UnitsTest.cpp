@@ -1,6 +1,5 @@
 #include "platform/ORVApplicationSupport.h"
 #include "database/ObjectDB.h"
-#include "services/ConvertibleObject.h"
 #include "services/EngineUnitSystemHandler.h"
 #include "services/PreferencesExecutorBase.h"
 #include "services/UnitsKSLObject.h"
@@ -182,34 +181,6 @@ TEST_F(ServicesUnits, PreferredUnitsFollowDimensionsAndNames)
   }
   system().run("UNITS:\n  Unit System = Custom\n  Length = 2 m\nEND");
   EXPECT_EQ(handler().getPreferredUnitsFromUnits("m kg K^-2", ""), "kg (2 m) K^-2");
-  EXPECT_EQ(handler().getPreferredUnitsForQuantity("Time"), "s");
-  EXPECT_EQ(handler().getPreferredUnitsForQuantity("Nonsense"), "");
-}
-
-TEST_F(ServicesUnits, ObserversHearOfChangesAlone)
-{
-  struct Counter : Observer {
-    void update(ObserverSubject*, int) override { ++count; }
-    int count = 0;
-  } counter;
-  handler().attach(&counter, EngineUnitSystemHandler::systemChanged);
-  for (const char* name : {"SI", "English", "English", "Nonsense"})
-    choose(name);
-  EXPECT_EQ(counter.count, 1) << "a refused change is none";
-  handler().detach(&counter);
-}
-
-TEST_F(ServicesUnits, ConversionsAreListed)
-{
-  system().run(plate);
-  choose("English");
-  const ConvertibleObject convertible(object("/PLATE:p"));
-  std::string text;
-  for (const DataConversionInfo& info : convertible.getConversionInfo(UnitSystemTypes::preferred))
-    text += info.parameter + ": " + info.quantity + " " + info.fromUnits + " -> " + info.toUnits + "\n";
-  EXPECT_EQ(text,
-            "Corner: Length ft -> ft\nFill:  % -> \nHeat:  J m kg^-1 C^-1 -> ft^3 s^-2 degR^-1\n"
-            "Turn: Angle degree -> degree\nValue: Pressure kPa -> psi\nWidth: Length mm -> ft\n");
 }
 
 TEST_F(ServicesUnits, PreferencesAreOneUndoableStepAndKept)
