@@ -55,6 +55,7 @@ class CountingObject : public GenericKSLObject {
 
 class ExpressionSystem {
  public:
+  explicit ExpressionSystem(const char* rules = expressionRules) : m_system(rules) {}
   TestSystem* operator->() { return &m_system; }
   // The errors of running a text: one after the other, empty when it went well.
   std::string run(const std::string& text)
@@ -106,7 +107,7 @@ class ExpressionSystem {
   };
 
   BaseTypes m_types;
-  TestSystem m_system{expressionRules};
+  TestSystem m_system;
 };
 
 }  // namespace orv::test
