@@ -1,12 +1,8 @@
 // The actions copy and rename.
 #include "database/KSLCoreTreeAndLeafModel.h"
 #include "database/ObjectDB.h"
-#include "rules/GenericKSLObject.h"
-#include "actions/CopiedKSLModifer.h"
-#include "actions/CopyExecutor.h"
 #include "actions/DeleteExecutor.h"
 #include "actions/DeletionFilterIF.h"
-#include "actions/KSLCopyImpl.h"
 #include "actions/RenameExecutor.h"
 #include "actions/UpdateExecutor.h"
 #include "tests/support/TestSystem.h"
@@ -66,9 +62,6 @@ TEST_F(CopyRename, CopiesWhatWasSetAndAllInside)
             "A:new\n  B:b\n    VIEW:\n      Text = t\n      Zoom = 1\n    END\n  END\nEND\n"
             "VIEW:\n  Text = t\n  Zoom = 1\nEND\n")
       << "what is above the copy comes into being";
-  EXPECT_EQ(after("> rename from=/VIEW, to=/A:new/VIEW"),
-            "A:new\n  B:b\n    VIEW:\n      Text = t\n      Zoom = 1\n    END\n  END\n"
-            "  VIEW:\n    Text = t\n    Zoom = 1\n  END\nEND\n");
 }
 
 TEST_F(CopyRename, TakesOddNamesAndPlaces)
@@ -81,11 +74,8 @@ TEST_F(CopyRename, TakesOddNamesAndPlaces)
       "A:a\n  x = 1\n  B:b\n    A:a\n      x = 1\n      B:b\n      END\n    END\n  END\nEND\n";
   EXPECT_EQ(after("> copy from=/A:a, to=/A:a/B:b/A:a"), inside) << "into itself";
   system.undo();
-  const std::pair<const char*, const char*> renamings[] = {{"\"no # one\"", "A:\"no # one\""},
-                                                           {"/A:x y", "A:x y"},
-                                                           {"A", "A:A"},
-                                                           {"b:c", "A:b:c"},
-                                                           {"end\\ ", "A:end\\ "}};
+  const std::pair<const char*, const char*> renamings[] = {
+      {"\"no # one\"", "A:\"no # one\""}, {"A", "A:A"}, {"b:c", "A:b:c"}, {"end\\ ", "A:end\\ "}};
   std::string from = "/A:a";
   for (const auto& [to, header] : renamings) {
     EXPECT_EQ(after("> rename from=\"" + from + "\", to=" + to), header + std::string("\n") + a.substr(4))
@@ -108,43 +98,6 @@ TEST_F(CopyRename, AnyValueOfATextIsCopied)
   }));
 }
 
-class Modifier : public CopiedKSLModifer {
- public:
-  std::string seen;
-  bool refuse = false;
-  Words modifyLines(Words lines, const std::string& newName, const std::string& oldName,
-                    const std::string& type) override
-  {
-    if (refuse)
-      throw data::invalid("Modifier", "modifyLines", "no");
-    seen += newName + "|" + oldName + "|" + type + "|" + StringUtilities::vectorToString(lines, '|');
-    for (std::string& line : lines) {
-      if (line == "  x = 1")
-        line = "  x = 2";
-    }
-    return lines;
-  }
-};
-
-TEST_F(CopyRename, LetsTheApplicationModifyTheLines)
-{
-  Modifier modifier;
-  KSLCopyImpl impl(&modifier);
-  CopyExecutor copy(&impl);
-  system.registerAction("shared", [&copy](Words words) {
-    words.front() = "copy";
-    copy.invoke(words);
-  });
-  system.run("A: a\nx = 1\nB: b\nx = 1\nEND\nEND");
-  EXPECT_EQ(after("> shared from=/A:a/B:b, to=c"),
-            "A:a\n  x = 1\n  B:b\n    x = 1\n  END\n  B:c\n    x = 2\n  END\nEND\n");
-  EXPECT_EQ(modifier.seen, "c|b|B|B:c|  x = 1|END");
-  modifier.refuse = true;
-  const std::string before = system.state();
-  system.run("> shared from=/A:a, to=c");
-  EXPECT_EQ(system.errors() + "\n" + system.state(), "error[4] Modifier::modifyLines: no\n" + before);
-}
-
 TEST_F(CopyRename, ARenameThatMayNotDeleteIsTakenBack)
 {
   class KeepAll : public DeletionFilterIF {
@@ -164,40 +117,6 @@ TEST_F(CopyRename, ARenameThatMayNotDeleteIsTakenBack)
   EXPECT_EQ(system.state(), "A:a\n  x = 1\nEND\n");
   system.expectConsistent();
   system.executive().setActionFactory(&system.actions());
-}
-
-TEST(RenameReferences, FollowAndComeBackWithOneUndo)
-{
-  GenericKSLObject::registerBaseType();
-  TestSystem system(R"(RULES:
-  KSLObjectClasses = GenericKSLObject
-  SchedulerTypes = Data
-  PARAMETER: Source
-    Parameter Type = String List
-    Local Type = Data
-    Remote Type = Data
-  END
-  OBJECT: NODE
-    KSLObject Class = GenericKSLObject
-    Scheduler = Data
-    Optional Parameter List = Source
-  END
-END)");
-  system.run(
-      "NODE: a\nNODE: in\nEND\nEND\nNODE: b\nEND\nNODE: user\nSource = /NODE:a, /NODE:b, "
-      "/NODE:a/NODE:in\nEND");
-  system.run("> rename from=/NODE:a, to=c");
-  EXPECT_EQ(
-      system.state(),
-      "NODE:b\nEND\nNODE:user\n  Source = /NODE:c, /NODE:b, /NODE:c/NODE:in\nEND\nNODE:c\n  NODE:in\n  END\n"
-      "END\n");
-  system.expectConsistent();
-  system.undo();
-  EXPECT_EQ(system.errors(), "");
-  EXPECT_EQ(ObjectDB::instance()->getObjectByPath("/NODE:user")->getValue("Source"),
-            "/NODE:a, /NODE:b, /NODE:a/NODE:in");
-  system.run("NODE: new\nSource = /NODE:a\nEND\n> delete /NODE:a");  // the references count again
-  EXPECT_EQ(system.state(), "NODE:b\nEND\nNODE:user\n  Source = /NODE:b\nEND\nNODE:new\nEND\n");
 }
 
 }  // namespace

@@ -172,7 +172,6 @@ TEST(SessionFile, TakesAFileApart)
       {"no line end", sessionHead + "A: a\nEND\n\n> delete /PALETTE:p1", "5 1|A: a|END;", "line 8" + noEnd},
       {"no empty line", sessionHead + "A: a\nEND\n\n> delete a\n", "5 1|A: a|END;",
        "the command at line 8" + noEnd},
-      {"cut in a foot", sessionHead + "A: a\nEND\n\n# Session fi", "5 1|A: a|END;", "line 8" + noEnd},
       {"cut, then appended", sessionHead + "A: a\n" + sessionHead + "B: b\nEND\n\n", "10 1|B: b|END;",
        "the command at line 5" + noEnd},
   };
@@ -250,39 +249,6 @@ TEST_F(StateFiles, AStateIsAState)
   system.run(folder.read("in.qst") + "A: b\nEND");
   system.run("> undo");
   EXPECT_EQ(system.errors(), "");
-
-  // Cut anywhere, a state is refused, or has fewer objects where it ends between two of them.
-  system.run("B: b\nx = 1\nEND");
-  save("cut.qst");
-  const std::string whole = folder.read("cut.qst");
-  const std::string before = system.state();
-  for (std::size_t size = whole.find("A:a"); size < whole.size(); ++size) {
-    if (whole.substr(0, size).ends_with("\nEND\n"))
-      continue;
-    folder.write("cut.qst", whole.substr(0, size));
-    load("cut.qst", ", mode=overwrite");
-    EXPECT_NE(system.errors(), "") << size;
-    EXPECT_EQ(system.state(), before) << size;
-  }
-}
-
-TEST_F(StateFiles, DeepWorkIsSavedInTheSizeOfItsText)
-{
-  constexpr int levels = 500;
-  std::string text;
-  for (int i = 0; i < levels; ++i)
-    text += "A: a\nx = 1\n";
-  for (int i = 0; i < levels; ++i)
-    text += "END\n";
-  system.run(text);
-  save("deep.qst");
-  EXPECT_LT(folder.read("deep.qst").size(), levels * 3 * 70U);
-  EXPECT_NE(body("deep.qst").find("\n" + std::string(60, ' ') + "END\n"), std::string::npos);
-  const std::string state = system.state();
-  system.run("> delete /A:a");
-  load("deep.qst", ", mode=append");
-  EXPECT_EQ(system.errors(), "");
-  EXPECT_EQ(work(), state);
 }
 
 // A program may give names that no text can have: they must not cost the rest of the file.

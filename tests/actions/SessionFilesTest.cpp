@@ -66,22 +66,6 @@ TEST_F(SessionFiles, ScopesNestAndRestore)
   EXPECT_EQ(processing(), "None | .") << "what the scope had set is no part of the history";
 }
 
-TEST_F(SessionFiles, AFileIsInProgressUnderAnyOfItsNames)
-{
-  FileProcessingScope::createObject("X", "invoke");
-  const std::string name = folder.write("a.ksl", "A: a\nEND\n");
-  const std::string link = folder / "link.ksl";
-  std::filesystem::create_symlink("a.ksl", link);
-  {
-    const FileProcessingScope scope("Session", link);
-    const FileProcessingScope other("Session", folder / "other.ksl");
-    for (const std::string& same : {name, folder / "none/../a.ksl", std::filesystem::relative(name).string()})
-      EXPECT_TRUE(FileProcessingScope::isInProgress(same)) << same;
-    EXPECT_FALSE(FileProcessingScope::isInProgress(folder / "b.ksl"));
-  }
-  EXPECT_FALSE(FileProcessingScope::isInProgress(name));
-}
-
 TEST_F(SessionFiles, AFileThatMovedIsFoundBesideTheOneThatNamesIt)
 {
   FileProcessingScope::createObject("X", "invoke");

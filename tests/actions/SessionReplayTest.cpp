@@ -1,7 +1,5 @@
 // The replay of sessions.
 #include "platform/ORVSystem.h"
-#include "rules/SchedulerObject.h"
-#include "actions/ReadSessionExecutor.h"
 #include "SessionFixture.h"
 
 #include <rapidcheck/gtest.h>
@@ -65,53 +63,6 @@ TEST_F(SessionReplay, AFileIsNotReplayedWithinItself)
   EXPECT_EQ(work(), "A:a\nEND\n");
 }
 
-TEST_F(SessionReplay, IsRecordedAsItsOneLine)
-{
-  folder.write("a.ksl", "A: a\nEND\n> rs filename=" + (folder / "b.ksl") + "\n");
-  folder.write("b.ksl", "A: b\nEND\n");
-  enter("> session start, filename=" + (folder / "s.ksl"));
-  enter("> rs filename=a.ksl, \\\n" + std::string("filename=") + (folder / "a.ksl"));
-  enter("> session stop");
-  EXPECT_EQ(system->errors(), "");
-  EXPECT_EQ(work(), "A:a\nEND\nA:b\nEND\n");
-  const std::string recorded = contents();
-  EXPECT_EQ(recorded.find("A: "), std::string::npos)
-      << "what the replayed files hold is not recorded: " << recorded;
-  EXPECT_EQ(recorded.find("> rs"), recorded.rfind("> rs")) << recorded;
-  startAfresh();
-  replay("s.ksl");
-  EXPECT_EQ(system->errors(), "");
-  EXPECT_EQ(work(), "A:a\nEND\nA:b\nEND\n");
-  EXPECT_EQ(contents(), recorded);
-}
-
-TEST_F(SessionReplay, AJournalWithAnUndoIsRefusedWhole)
-{
-  const std::string start = "> session start, mode=overwrite, filename=" + (folder / "s.ksl");
-  for (const char* extra : {"> undo", "> undo\n> redo", "A: a\nx = \"1\nEND\nfault"}) {
-    startAfresh();
-    enter(start);
-    enter("A: a\nEND");
-    enter("A: a\nx = 1\nEND");
-    enter(extra);
-    enter("> session stop");
-    startAfresh();
-    enter("A: old\nEND\nFILE PROCESSING:\nEND");
-    const std::string state = system->fullState();
-    const std::string store = system->store();
-    const std::string steps = system->undoSteps();
-    system->errors();
-    replay("s.ksl");
-    EXPECT_EQ(system->errorList().size(), 1U) << extra;
-    EXPECT_EQ(system->fullState(), state);
-    EXPECT_EQ(system->store(), store);
-    EXPECT_EQ(system->undoSteps(), steps);
-    enter("> undo");
-    EXPECT_EQ(system->errors(), "") << "undo is allowed again";
-    EXPECT_EQ(system->state(), "");
-  }
-}
-
 // So that the line can be edited out.
 TEST_F(SessionReplay, VerboseModeTellsWhereAFileFailed)
 {
@@ -145,41 +96,6 @@ TEST_F(SessionReplay, VerboseModeTellsWhereAFileFailed)
   }
   reporter->setVerbose(false);
   reporter->setSink(former);
-}
-
-TEST_F(SessionReplay, TheSwitchForExceptionsInCalculations)
-{
-  folder.write("good.ksl", "A: a\nEND\n> look\n");
-  folder.write("bad.ksl", "A: b\nEND\n> look\n> nothing\n");
-  const auto isCaught = [] {
-    const bool caught = SchedulerObject::setCatchExceptions(false);
-    SchedulerObject::setCatchExceptions(caught);
-    return caught;
-  };
-  bool during = false;
-  system->registerAction("look", [&](const std::vector<std::string>&) { during = isCaught(); });
-  struct Row {
-    bool flag, before;
-    const char* file;
-    bool during, after;
-  };
-  const Row rows[] = {
-      {true, false, "good.ksl", false, false}, {true, true, "good.ksl", true, false},
-      {true, true, "bad.ksl", true, true},     {false, false, "good.ksl", true, false},
-      {false, false, "bad.ksl", true, true},   {false, true, "good.ksl", true, true},
-  };
-  const Row* current = nullptr;
-  system->registerAction("replay", [&](const std::vector<std::string>&) {
-    ReadSessionExecutor(nullptr, current->flag).invoke({"rs", "filename=" + (folder / current->file)});
-  });
-  for (const Row& row : rows) {
-    current = &row;
-    SchedulerObject::setCatchExceptions(row.before);
-    enter("> replay");
-    EXPECT_EQ(std::pair(during, isCaught()), std::pair(row.during, row.after))
-        << row.flag << row.before << row.file;
-    SchedulerObject::setCatchExceptions(false);
-  }
 }
 
 // -------------------------------------------------------------------------------------------- record, then replay

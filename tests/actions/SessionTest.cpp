@@ -1,11 +1,6 @@
 // The recording of sessions.
 #include "SessionFixture.h"
 
-#include <csignal>
-#include <fstream>
-#include <sys/wait.h>
-#include <unistd.h>
-
 namespace orv {
 namespace {
 
@@ -30,7 +25,6 @@ TEST_F(SessionTest, Modes)
        "error[4] WriteSessionExecutor::invoke: Invalid parameter value: 'Append'.", ""},
       {"", "", nullptr, made, "", "None"},
       {"None", ", mode=append", "old\n", "old\n" + made, "", "Append"},
-      {"overwrite", "", "old\n", made, "", "Overwrite"},
       {"Append", "", "old\n", "old\n" + made, "", "Append"},
       {"Wild", "", nullptr, "(none)", "error[4] WriteSessionExecutor::invoke: Invalid parameter value: mode.",
        "Wild"},
@@ -150,63 +144,6 @@ TEST_F(SessionTest, NamesOfFilesComeBackFromTheSettings)
   EXPECT_EQ(system->errors(),
             "warning[8] WriteSessionExecutor::invoke: Value of parameter 'Session Filename' of object "
             "'/SESSION' cannot be read back.");
-}
-
-// The settings refuse the mode: the file was opened by then.
-TEST_F(SessionTest, AStartThatFailsLateLeavesNoFile)
-{
-  enter("SESSION:\nEND");
-  bool fails = true;
-  system->onNotification = [&fails](int type) {
-    if (type == KSLCoreAPI::updateBegin && std::exchange(fails, false))
-      throw data::error("Host", "update", "no");
-  };
-  const std::string line = "> session start, filename=" + (folder / "s.ksl");
-  enter(line);
-  EXPECT_EQ(system->errors(), "error[4] Host::update: no");
-  EXPECT_FALSE(isRecording());
-  EXPECT_EQ(contents(), "(none)");
-  enter(line);
-  EXPECT_EQ(system->errors(), "");
-  EXPECT_TRUE(isRecording());
-}
-
-TEST_F(SessionTest, TheWriterUnregistersItself)
-{
-  WriteSessionExecutor* const first = KSLCoreAPI::instance()->getSessionWriter();
-  {
-    WriteSessionExecutor second;
-    WriteSessionExecutor third;
-    KSLCoreAPI::instance()->setSessionWriter(first);
-  }
-  EXPECT_EQ(KSLCoreAPI::instance()->getSessionWriter(), first) << "not theirs to take away";
-}
-
-TEST_F(SessionTest, AKilledProcessLeavesEveryCommandWhole)
-{
-  system->registerAction("die", [](const std::vector<std::string>&) { kill(getpid(), SIGKILL); });
-  const pid_t child = fork();
-  if (child == 0) {
-    enter("> session start, filename=" + (folder / "s.ksl"));
-    enter("A: a\nEND\n> delete /A:none\nA: a\ny = 1\nEND");
-    enter("A: c\nB: c\nEND\nEND\n> die");
-    _exit(0);
-  }
-  int status = 0;
-  waitpid(child, &status, 0);
-  ASSERT_TRUE(WIFSIGNALED(status));
-  const std::string file = contents();
-  const std::size_t last = file.find("A: c\n  B: c\n  END\nEND\n> die\n\n");
-  ASSERT_NE(last, std::string::npos) << file;
-
-  folder.write("cut.ksl", file.substr(0, last));
-  enter("> readsession filename=" + (folder / "cut.ksl"));
-  EXPECT_EQ(work() + system->errors(), "A:a\n  y = 1\nEND\n");
-  startAfresh();
-  folder.write("cut.ksl", file.substr(0, last + 9));
-  enter("> readsession filename=" + (folder / "cut.ksl"));
-  EXPECT_EQ(system->errors(), "error[4] KSLInterface::preParseKSL: Not enough END statements in KSL.");
-  EXPECT_EQ(system->state(), "");
 }
 
 }  // namespace

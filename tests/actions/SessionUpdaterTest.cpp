@@ -115,18 +115,6 @@ TEST_F(SessionUpdaterTest, AFailureTakesEverythingBack)
   system->expectConsistent();
 }
 
-// Whatever its name, and though the strategy makes nothing of it.
-TEST_F(SessionUpdaterTest, TakesOutWhatIsReplaced)
-{
-  class Silent : public LoggingStrategy {
-    void acceptExpandedKSL(const Lines&, Lines&) override {}
-  } silent;
-  const std::string headers = "A: \"a # b\"\nEND\n&replace A: 5\" pipe\nEND\n&replace A: end\\ \nEND\n";
-  system->run(headers);
-  KSLCoreAPI::instance()->processKSLWithSessionUpdate("&replace " + headers, &silent);
-  EXPECT_EQ(system->state() + system->errors(), "");
-}
-
 // The directive goes to nested and quoted names, to a name that is its type, and stays where the strategy put it.
 TEST_F(SessionUpdaterTest, PutsTheDirectiveBeforeTheHeaders)
 {

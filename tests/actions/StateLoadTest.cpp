@@ -3,7 +3,6 @@
 #include "actions/FileProcessingScope.h"
 #include "actions/ReadStateExecutor.h"
 #include "stateRules.h"
-#include "tests/support/Model.h"
 
 #include <algorithm>
 
@@ -75,26 +74,6 @@ TEST_F(StateLoad, Modes)
     system.run("> delete /STATE");
     EXPECT_EQ(work(), row.after) << label;
   }
-}
-
-TEST_F(StateLoad, IsOneStepThatRestoresItself)
-{
-  folder.write("a.qst", "A: a\n  x = 2\nEND\nB: b\nEND\n");
-  system.run("A: a\nx = 1\nEND\nA: gone\nEND");
-  const ModelNode before = readDatabase().sorted();  // a deletion taken back may change the order of siblings
-  SchedulerObject::setCatchExceptions(true);
-  load("a.qst", ", mode=overwrite");
-  EXPECT_FALSE(SchedulerObject::setCatchExceptions(false)) << "switched off after a load, whatever it was";
-  const std::string after = system.state();
-  EXPECT_EQ(work(), "A:a\n  x = 2\nEND\nB:b\nEND\n");
-  EXPECT_EQ(processing(), "None | .");
-  system.undo();
-  EXPECT_EQ(readDatabase().sorted(), before);
-  system.redo();
-  EXPECT_EQ(system.state(), after);
-  EXPECT_EQ(system.errors(), "");
-  system.expectConsistent();
-  EXPECT_EQ(system.fileChanges(), "type qst; type qst; changed " + folder / "a.qst" + " qst 26");
 }
 
 TEST_F(StateLoad, AFileThatWasCutOffIsRefused)

@@ -1,6 +1,5 @@
 // The action savestate: what is written, and what becomes of the file.
 #include "platform/ORVSystem.h"
-#include "actions/WriteStateExecutor.h"
 #include "stateRules.h"
 #include "tests/support/Model.h"
 
@@ -146,22 +145,6 @@ TEST_F(StateSave, Lists)
   EXPECT_EQ(body("a.qst"), "A:a b\nEND\nB:a\nEND\n") << "names from STATE keep their blanks";
 }
 
-TEST_F(StateSave, TellsOfTheCompleteFile)
-{
-  EXPECT_EQ(system.fileChanges(), "type qst; type qst");
-  system.run("A: a\nEND\nB: b\nEND");
-  system.stateChanges().update(nullptr, 99);
-  save("a.qst", ", object=/A:a");
-  EXPECT_TRUE(system.stateChanges().isDBStateDirty()) << "only a part was saved";
-  const std::string size = std::to_string(folder.read("a.qst").size());
-  EXPECT_EQ(system.fileChanges(), "changed " + folder / "a.qst" + " qst " + size);
-  save("none/a.qst");
-  EXPECT_TRUE(system.stateChanges().isDBStateDirty()) << "nothing was saved";
-  EXPECT_EQ(system.fileChanges(), "");
-  save("a.qst");
-  EXPECT_FALSE(system.stateChanges().isDBStateDirty());
-}
-
 TEST_F(StateSave, ReplacesWhatTheNameLeadsTo)
 {
   namespace fs = std::filesystem;
@@ -197,19 +180,6 @@ TEST_F(StateSave, TellsOfValuesThatCannotBeReadBack)
                 + "warning[8] WriteStateExecutor::validatedParameters: Value of parameter 'x' of object '"
                 + path + "' cannot be read back.";
   EXPECT_EQ(system.errors(), expected);
-}
-
-class Careful : public WriteStateExecutor {
- public:
-  Careful() { excludeObject("A", "secret"); }
-};
-
-TEST_F(StateSave, DerivedOnesExcludeObjects)
-{
-  Careful executor;
-  system.run("A: secret\nEND\nA: open\nA: secret\nEND\nEND\nB: secret\nEND");
-  executor.invoke({"savestate", "filename=" + folder / "a.qst"});
-  EXPECT_EQ(body("a.qst"), "A:open\nEND\nB:secret\nEND\n");
 }
 
 // Texts as values can be: words and quoted pieces between single blanks, backslashes and commas anywhere.

@@ -119,7 +119,6 @@ TEST_F(ServicesUnits, UndoDeletionAndFailureBringTheFormerSystemBack)
   EXPECT_EQ(current(), "English");
   system().undo();
   EXPECT_EQ(current(), "SI") << "the object is gone";
-  EXPECT_EQ(object("/UNITS"), nullptr);
   system().redo();
   EXPECT_EQ(current(), "English");
 }
