@@ -120,26 +120,6 @@ TEST_F(ObjectDBTest, FailingObserverStopsDeletionAtABeginOnly)
   db().registerChangeNotify(nullptr);
 }
 
-TEST_F(ObjectDBTest, AdditionThatAnObserverRefusesLeavesNoTrace)
-{
-  Listener listener;
-  db().registerChangeNotify(&listener);
-  auto object = makeObject("", "A", "x", {{"p"}});
-  listener.failAt = 0;
-  EXPECT_EQ(errorOf([&] { db().addObject(object.get()); }).getMessage(), "added /A:x");
-  EXPECT_EQ(db().size(), 0u);
-  EXPECT_TRUE(db().getRoot()->getChildObjects().empty());
-  object->setValue("p", "1");
-  EXPECT_EQ(listener.take(), "");
-
-  KSLObject* added = db().addObject(std::move(object));
-  added->setValue("p", "3");
-  EXPECT_EQ(listener.take(), "added /A:x\nchanged p = 3 (set)\n");
-  db().registerChangeNotify(nullptr);
-  added->setValue("p", "4");
-  EXPECT_EQ(listener.take(), "");
-}
-
 TEST_F(ObjectDBTest, ManyChildrenAndDeepChainsAreNoTrouble)
 {
   constexpr int count = 100000;

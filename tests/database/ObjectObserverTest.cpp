@@ -32,27 +32,5 @@ TEST_F(ObjectObserverTest, FailingObserverLeavesParametersAsTheyWere)
   PrototypeEditor(*object).addParameter(std::move(param));  // refused ones carry no observer
 }
 
-TEST_F(ObjectObserverTest, ParametersThatCannotBeRemovedAreStillHeardOf)
-{
-  const auto original = makeObject("", "A", "x", {{"a"}, {"p"}, {"z"}});
-  const std::unique_ptr<KSLObject> copy(original->clone());
-  Listener listener;
-  copy->registerObjectChangeNotify(&listener);
-  PrototypeEditor editor(static_cast<DataKSLObject&>(*copy));
-  const auto failToRemove = [&](const char* name) {
-    listener.failAt = 0;
-    EXPECT_EQ(errorOf([&] { editor.removeParameter(name); }).getClassName(), "Listener");
-  };
-  copy->setValue("z", "2");
-  const ParamDefinition* z = copy->getParam("z");
-  failToRemove("p");  // never written
-  failToRemove("z");
-  listener.take();
-  for (const char* name : {"a", "p", "z"})
-    copy->setValue(name, "3");
-  EXPECT_EQ(listener.take(), "changed a = 3 (set)\nchanged p = 3 (set)\nchanged z = 3 (set)\n");
-  EXPECT_EQ(copy->getParam("z"), z);
-}
-
 }  // namespace
 }  // namespace orv::test

@@ -146,22 +146,4 @@ TEST(Docs, CodeIsTheExample)
   }
 }
 
-// What the table of the page shows of each evaluator that its blocks define.
-TEST(Docs, EvaluatorsShowWhatThePageSays)
-{
-  std::string text;
-  for (const Block& block : blocksOf("docs/expressions.md"))
-    text += block.language == "ksl" ? block.text : "";
-  const std::string page = readFile(sourceDir() + "/docs/expressions.md");
-  const std::regex row("\\| (/.*) \\| (.*) \\[(.*)\\] \\|\n");
-  int rows = 0;
-  for (std::sregex_iterator at(page.begin(), page.end(), row), end; at != end; ++at, ++rows) {
-    const Outcome outcome = ksl({"run", "-e", text, "-e", "> getstate " + (*at)[1].str()});
-    EXPECT_NE(outcome.out.find("Result = " + (*at)[2].str() + "\n  Result Units = " + (*at)[3].str() + "\n"),
-              std::string::npos)
-        << at->str() << outcome.out;
-  }
-  EXPECT_EQ(rows, 4);
-}
-
 }  // namespace

@@ -1,5 +1,4 @@
 // "ksl fmt", and what the files of the project look like to it.
-#include "platform/ORVSyntax.h"
 #include "Process.h"
 
 #include <filesystem>
@@ -57,28 +56,6 @@ TEST(Format, LeavesFaultyFilesAlone)
   EXPECT_EQ(readFile(faulty), text);
   EXPECT_EQ(readFile(good), tidy);
   EXPECT_EQ(ksl({"fmt"}).status, 2);
-}
-
-// What the text of a file does is what it does when it is formatted, whether that is good or not.
-TEST(Format, ChangesNothingThatATextDoes)
-{
-  std::size_t files = 0;
-  for (const char* folder : {"/examples", "/fuzz/corpus/command", "/fuzz/corpus/syntax"}) {
-    for (const auto& entry : std::filesystem::directory_iterator(sourceDir() + folder)) {
-      if (!entry.is_regular_file() || entry.path().extension() == ".res")
-        continue;
-      const std::string before = readFile(entry.path());
-      const orv::SyntaxTree tree(before);
-      const std::string after = formatKSL(tree);
-      EXPECT_EQ(formatKSL(orv::SyntaxTree(after)), after) << entry.path();
-      const std::string name = entry.path().filename();
-      EXPECT_EQ(ksl({"run", makeFile(name + "-after", after), "--state"}),
-                ksl({"run", makeFile(name + "-before", before), "--state"}))
-          << entry.path();
-      ++files;
-    }
-  }
-  EXPECT_GT(files, 15U);
 }
 
 TEST(Format, FilesOfTheProjectAreInTheStyle)

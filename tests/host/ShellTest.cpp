@@ -2,7 +2,6 @@
 #include "Terminal.h"
 #include "boxes.h"
 
-#include <filesystem>
 #include <gtest/gtest.h>
 
 namespace {
@@ -10,8 +9,6 @@ namespace {
 const std::string greeting = "ksl 1.0.0. Tab completes; .help lists the shell's own commands.\n";
 const std::string question = "There is unsaved work. Leave all the same? [y/N] ";
 const std::string key_interrupt = "\x03";
-const std::string key_end = "\x04";
-const std::string key_previous = "\x10";
 
 // Types keys whose effect on the line is to be seen, then drops the line.
 void typeAndDrop(Terminal& terminal, const std::string& keys)
@@ -31,19 +28,12 @@ TEST(Shell, DefineCompleteFailUndoByNumberQuit)
   terminal.enter("BOX: b", "ksl:1> ");
   terminal.enter("  On = \t # the only one", "ksl:1> ");
   terminal.enter("END");
-  terminal.enter("NOTE: n", "ksl:1> ");
-  terminal.enter("Text = one\\", "ksl:1\\> ");
-  terminal.enter(". two", "ksl:1> ");
-  terminal.enter("Colour = red", "ksl:1> ");
-  terminal.enter("END");
   terminal.type("> delete \t");
   terminal.waitForPrompt("ksl> > delete ");
   terminal.enter("a");
   terminal.enter(".history");
   terminal.enter(".undo 2");
-  terminal.enter(".tree");
   terminal.enter(".redo");
-  terminal.enter(".history");
   terminal.enter(".undo 3");
   terminal.enter(".state b");
   terminal.type(".quit\n");
@@ -58,13 +48,6 @@ ksl> BOX: b
 ksl:1>   On = a # the only one
 ksl:1> END
 3 changed, 2 recalculated, N ms
-ksl> NOTE: n
-ksl:1> Text = one\
-ksl:1\> . two
-ksl:1> Colour = red
-ksl:1> END
-error[4] DataKSLObject::setValue: Parameter 'Colour' is not recognized on object '/NOTE:n'.
-rolled back 2 changes
 ksl> > delete
 a  b
 
@@ -80,17 +63,9 @@ undone: > delete a
 4 changed, 4 recalculated, N ms
 undone: BOX: b
 3 changed, 0 recalculated, N ms
-ksl> .tree
-BOX:a
 ksl> .redo
 redone: BOX: b
 3 changed, 2 recalculated, N ms
-ksl> .history
-To be undone, the last one first to go:
-    2  BOX: a
-    1  BOX: b
-To be redone, the first one first:
-    1  > delete a
 ksl> .undo 3
 error[4] ksl::shell: There are only 2 steps to undo. .history lists them.
 ksl> .state b
@@ -112,17 +87,13 @@ TEST(Shell, TabCompletes)
     std::string seen;  // behind the prompt
   } rows[] = {
       {{}, "LEV", "ksl> LEVEL SURFACE: "},
-      {{}, "SES", "ksl> SESSION:"},
       {{}, "CUT: ", "ksl> CUT: Mid "},  // as far as it is sure
-      {{}, "> delete Mid Span, Mid T", "ksl> > delete Mid Span, Mid Tail"},
       {{}, "> s /CUT:Mid S", "ksl> > s /CUT:Mid Span"},
       {{}, "> savestate mode=over", "ksl> > savestate mode=overwrite"},
       {{}, "> readstate filename=completion-of-", "ksl> > readstate filename=completion-of-files.qst"},
       {{}, ".state Mid T", "ksl> .state Mid Tail"},
       {{"CUT: new", "Option = Point and Normal"}, "Po", "ksl:1> Point = "},  // of this context
-      {{"CUT: new", "SHOT: s"}, "Outp", "ksl:2> Output File = "},
-      {{"CUT: new"}, "Option = Axis", "ksl:1> Option = Axis Plane"},
-      {{"CUT: new"}, "Offset = ", "ksl:1> Offset = 0 [m]"},  // the present value
+      {{"CUT: new"}, "Offset = ", "ksl:1> Offset = 0 [m]"},                  // the present value
       {{"CUT: new", "Option = Axis \\"}, " Pl", "ksl:1\\>  Plane"},
   };
   makeFile("work/completion-of-files.qst");
@@ -134,7 +105,7 @@ TEST(Shell, TabCompletes)
   terminal.enter("END");
   for (const auto& [block, typed, seen] : rows) {
     for (const std::string& line : block)
-      terminal.enter(line, line == "SHOT: s" ? "ksl:2> " : line.back() == '\\' ? "ksl:1\\> " : "ksl:1> ");
+      terminal.enter(line, line.back() == '\\' ? "ksl:1\\> " : "ksl:1> ");
     typeAndDrop(terminal, typed + "\t");
     const std::string screen = terminal.takeScreen();
     const std::size_t end = screen.find("^C");
@@ -163,47 +134,6 @@ TEST(Shell, CtrlCDropsWhatIsEnteredAndTwiceEnds)
   EXPECT_EQ(terminal.takeScreen(),
             greeting + "ksl> BOX: a\nksl:1> Size^C\nksl> BOX: b\nksl:1> BOX: c\nksl:2> END\nksl:1> .cancel\n"
                 + "ksl> BOX: c^C\n" + hint + "ksl> .tree\n" + hint + "ksl> ^C\n");
-}
-
-TEST(Shell, CtrlDAsksForUnsavedWork)
-{
-  Terminal terminal({});
-  terminal.waitForPrompt("ksl> ");
-  terminal.enter("PALETTE: m", "ksl:1> ");
-  terminal.enter("END");
-  terminal.type(key_end);
-  terminal.waitForPrompt(question);
-  terminal.enter("n");
-  const std::string file = makeFile("saved.qst");
-  terminal.enter("> savestate filename=" + file);
-  terminal.enter("PALETTE: n", "ksl:1> ");
-  terminal.enter("Ghost = 1", "ksl:1> ");
-  terminal.enter("END");  // fails
-  terminal.type(key_end);
-  EXPECT_EQ(terminal.end(), 0);
-
-  Terminal loaded({"--load", file});
-  loaded.waitForPrompt("ksl> ");
-  loaded.type(key_end);
-  EXPECT_EQ(loaded.end(), 0);
-}
-
-TEST(Shell, HistoryIsKept)
-{
-  namespace fs = std::filesystem;
-  const std::string states = fs::path(makeFile("states/here")).parent_path();
-  for (const bool again : {false, true}) {
-    Terminal terminal({"--library", boxes()}, "XDG_STATE_HOME='" + states + "/of a user'");
-    terminal.waitForPrompt("ksl> ");
-    if (again)
-      typeAndDrop(terminal, key_previous);
-    else
-      terminal.enter(".tree # of \"all\"");
-    const std::string line = again ? ".tree # of \"all\"^C" : ".tree # of \"all\"";
-    EXPECT_EQ(terminal.takeScreen(), greeting + "ksl> " + line + "\nksl>");
-    terminal.type(key_end);
-    EXPECT_EQ(terminal.end(), 0);
-  }
 }
 
 // Also one that is nested in another, and is not recorded as done.

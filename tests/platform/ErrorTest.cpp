@@ -18,9 +18,7 @@ TEST(FormatMessage, ArgumentsArePutInAsWhatTheyAre)
     std::string expected;
   } cases[] = {
       {_("%s %s %s %s %s", "a", std::string("text"), 7, 2.5, 'c'), "a text 7 2.5 c"},
-      {_("%d %f %c", "text", "more", 12), "text more 12"},
       {_("%d", std::numeric_limits<std::uint64_t>::max()), "18446744073709551615"},
-      {_("%g %g %g", 0.1, 1e21, 1234567.0), "0.1 1e+21 1.23457e+06"},
       {_("%.2f %.0f %f %.3e", 2.345678, 2.0, 3, 12345.678), "2.35 2 3.000000 1.235e+04"},
       {_("%s %d %x", 1.0 / 3, 2.5, 255), "0.3333333333333333 2.5 ff"},
       {_("[%5s|%-5s|%.2s]", "ab", "ab", "abc"), "[   ab|ab   |ab]"},
@@ -28,7 +26,6 @@ TEST(FormatMessage, ArgumentsArePutInAsWhatTheyAre)
       {_("%s", static_cast<const char*>(nullptr)), "(null)"},
       // formats and arguments that do not match
       {_("%s and %s", "100% %s%n"), "100% %s%n and %s"},
-      {_("$1 %s $2", "x"), "$1 x $2"},
       {_("50%% of %s%%", "x"), "50% of x%"},
       {_("%n %* %", 1), "%n %* %"},
       {_(std::string_view("%\0s", 3), 1), std::string("%\0s", 3)},
@@ -82,22 +79,6 @@ TEST(Exception, AMessageIsNeverFormattedAgain)
   const data::duplicate error("C", "f", "100% %s", errorType::warning);
   EXPECT_EQ(ErrorMsg(error), ErrorMsg("C", "f", "100% %s", 8));
   EXPECT_STREQ(error.what(), "100% %s");
-}
-
-std::string told;
-
-TEST(Exception, BrokenAssumptionIsToldAndTheProgramGoesOn)
-{
-  const auto before = setAssertionHandler([](std::string_view text, std::string_view source) {
-    told = std::string(text) + "|" + std::string(source);
-  });
-  EXPECT_FALSE(assertThat(false, "m_depth > 0", "KSLCore/src/Executive"));
-  EXPECT_EQ(told, "m_depth > 0|KSLCore/src/Executive");
-  setAssertionHandler(nullptr);
-  testing::internal::CaptureStderr();
-  reportAssertion("text", "source");
-  EXPECT_EQ(testing::internal::GetCapturedStderr(), "Assertion failed: text (source)\n");
-  setAssertionHandler(before);
 }
 
 }  // namespace

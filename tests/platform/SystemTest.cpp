@@ -14,34 +14,10 @@
 
 using namespace orv;
 using testing::AllOf;
-using testing::ElementsAre;
 using testing::HasSubstr;
 using Mode = ORVStream::Mode;
 
 namespace {
-
-TEST(ORVStream, WritesAppendsAndReads)
-{
-  const TempFolder folder;
-  const std::string name = folder / "a.ksl";
-  ORVStream stream;
-  stream.open(name, Mode::write);
-  stream.write("one\r\ntwo\n");
-  stream.open(name, Mode::append);  // closes what was open
-  stream.write("\nthr\ree");
-  stream.flush();
-  EXPECT_THAT(ORVFile::readLines(name), ElementsAre("one", "two", "", "thr\ree"));
-
-  stream.open(name, Mode::read);
-  std::string line;
-  EXPECT_TRUE(stream.readLine(line));
-  EXPECT_EQ(line, "one");
-  EXPECT_THAT(stream.readLines(), ElementsAre("two", "", "thr\ree"));
-  EXPECT_FALSE(stream.readLine(line));
-  EXPECT_TRUE(ORVFile::readLines(folder.write("empty", "")).empty());
-  const std::string large(300000, 'x');
-  EXPECT_EQ(ORVFile::readAll(folder.write("large", large)), large);
-}
 
 TEST(ORVStream, FailuresNameTheFileAndTheReason)
 {
@@ -68,19 +44,6 @@ TEST(ORVStream, FailuresNameTheFileAndTheReason)
     EXPECT_EQ(thrown<file::error>([&] { stream.close(); }).getFunction(), "write");
     EXPECT_FALSE(stream.isOpen());
   }
-}
-
-TEST(ORVFile, ListsFilesInNameOrder)
-{
-  const TempFolder folder;
-  for (const char* name : {"b.ksl", "a.ksl", "B.ksl", "a.ksl~", "c.txt", ".ksl"})
-    folder.write(name, "");
-  std::filesystem::create_directory(folder / "d.ksl");
-  std::filesystem::create_symlink(folder / "nowhere", folder / "e.ksl");
-  EXPECT_THAT(ORVFile::listFiles(folder.path(), ".ksl"),
-              ElementsAre(folder / ".ksl", folder / "B.ksl", folder / "a.ksl", folder / "b.ksl"));
-  EXPECT_TRUE(ORVFile::exists(folder / "a.ksl") && ORVFile::isDirectory(folder.path()));
-  EXPECT_FALSE(ORVFile::exists(folder / "x") || ORVFile::isDirectory(folder / "a.ksl"));
 }
 
 TEST(Loader, WhatIsMissingIsExplained)

@@ -62,53 +62,6 @@ RC_GTEST_PROP(ChangeList, IsAVector, ())
   }
 }
 
-// Puts others in the place of a list's changes while it is shown. What is added is shown too, forward; what has
-// gone is not.
-class Meddler : public ChangeListCopyProcessor {
- public:
-  Meddler(KSLChangeList& shown, KSLChangeList& seen, int count)
-      : ChangeListCopyProcessor(seen),
-        m_shown(shown),
-        m_count(count)
-  {}
-  void visit(const KSLChange& change) override
-  {
-    ChangeListCopyProcessor::visit(change);
-    if (change.path.str() != "/A:3")
-      return;
-    m_shown.clear();
-    for (int i = 6; i < 6 + m_count; ++i)
-      m_shown.createObject("/A:" + std::to_string(i));
-  }
-
- private:
-  KSLChangeList& m_shown;
-  int m_count;
-};
-
-TEST(ChangeList, MayChangeWhileItIsShown)
-{
-  struct Case {
-    Direction direction;
-    int count;
-    Texts seen;
-  };
-  const Case cases[] = {
-      {Direction::forward, 4, {"/A:1", "/A:2", "/A:3", "/A:9"}},
-      {Direction::backward, 4, {"/A:4", "/A:3", "/A:7", "/A:6"}},
-      {Direction::backward, 0, {"/A:4", "/A:3"}},
-  };
-  for (const auto& [direction, count, expected] : cases) {
-    KSLChangeList list;
-    for (int i = 1; i <= 4; ++i)
-      list.createObject("/A:" + std::to_string(i));
-    KSLChangeList seen;
-    Meddler meddler(list, seen, count);
-    list.process(direction, &meddler);
-    EXPECT_EQ(paths(seen, Direction::forward), expected);
-  }
-}
-
 // --------------------------------------------------------------------------------------------------- the text store
 
 // What the store holds, whatever its order: what was deleted comes back behind its siblings.

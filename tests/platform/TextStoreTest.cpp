@@ -66,7 +66,6 @@ TEST(TextStore, ReadsEveryKindOfLine)
     const char* actions = "";
   };
   const Case cases[] = {
-      {"\n  \t\n# A: a\n", ""},
       {"A: a # B: b\nx = 1 # 2\nEND # x\n>do # it\nB: b\nEND", "create /A:a\nparam /A:a x = 1\ncreate /B:b\n",
        "[do]"},
       {"A: a\nx = \"1 # 2\" # 3\ny = \" # z\nEND",
@@ -85,7 +84,6 @@ TEST(TextStore, ReadsEveryKindOfLine)
       {"A: \xc3\xa4\r\nx = \xff\r\nEND\r\nA: b\nEND",
        "create /A:\xc3\xa4\nparam /A:\xc3\xa4 x = \xff\ncreate /A:b\n"},
       {"O:\nEND\nO: O\nx = 1\nEND\nO: t\nEND", "create /O:O\nparam /O:O x = 1\ncreate /O:t\n"},
-      {"U:\nEND\nU: U\nx = 1\nEND\nU: t\nEND", "create /U\nparam /U x = 1\ncreate /U:t\n"},
   };
   for (const auto& [text, changes, actions] : cases) {
     SCOPED_TRACE(text);
@@ -124,19 +122,6 @@ TEST(TextStore, RefusesLinesAndNamesAndKeepsWhatStoodBefore)
   store.load("RULES:\nPARAMETER: a, b\nEND\nEND");  // RULES are never addressed by path lists
   EXPECT_TRUE(store.doesPathExist("/RULES/PARAMETER:a, b"));
   EXPECT_THROW(store.load("RULES 2:\nPARAMETER: a, b\nEND\nEND"), ksl::invalid);
-}
-
-TEST(TextStore, TakesTheKindsOfAnotherStoreUntilItHasItsOwn)
-{
-  Store rules;
-  rules.load(kinds);
-  Store store;
-  store.setKindsFrom(&rules);
-  store.load("O:\nEND\nS: S\nEND\nRULES:\nSINGLETON: O\nEND\nEND\nO: O\nEND");
-  EXPECT_EQ(store.text(), "O: O\nEND\nS:\nEND\nO:\nEND\n");
-  store.undo();
-  store.load("O:\nEND");
-  EXPECT_EQ(store.text(), "O: O\nEND\n") << "kinds follow what undo does to RULES";
 }
 
 // -------------------------------------------------------------------------------------------------- deletion, undo
@@ -296,57 +281,6 @@ TEST(TextStore, ValidatesTheChangesAgainstWhatItWasTold)
   store.defineType("S", {"p"}, false);
   store.load("O: o\np = 1\nq = 2\nr = 3\nEND\nS:\np = 1\nEND\nE:\nany = 1\nEND");
   store.validateKSLData();
-}
-
-// --------------------------------------------------------------------------------------------------------- queries
-
-TEST(TextStore, ListsParametersAndChildrenInOneOrder)
-{
-  Store store;
-  store.load("A: a\nx = 1\nB: b\nEND\ny = \"p, q\", [r, s], \"t\"\nC:\nEND\nEND");
-  std::string entries;
-  for (const KSLAPI::ObjectInfo& info : store.getObjectInfo("/A:a/"))
-    entries += info.getKind() + "|" + info.getType() + "|" + info.getPath() + "|" + info.getValue() + "\n";
-  EXPECT_EQ(entries,
-            "Param||/A:a/x|1\nObject|B|/A:a/B:b|\nParam||/A:a/y|\"p, q\", [r, s], \"t\"\nObject|C|/A:a/C|\n");
-  EXPECT_EQ(store.getStringList("/A:a/y"), (Texts{"p, q", "[r, s]", "t"}));
-  for (const char* nothing : {"/A:a/z", "/A:a", "y", ""})
-    EXPECT_TRUE(store.getStringList(nothing).empty()) << nothing;
-  EXPECT_TRUE(store.doesPathExist("/A:a//B:b") && store.doesPathExist("/"));
-  EXPECT_FALSE(store.doesPathExist("A:a") || store.doesPathExist("/A:a/x"));
-}
-
-TEST(TextStore, ManyParametersKeepTheirPlacesHoweverDeepTheyLie)
-{
-  std::string text;
-  std::string path;
-  for (int i = 0; i < 3000; ++i) {
-    text += "A: a\n";
-    path += "/A:a";
-  }
-  std::string expected;
-  for (int i = 0; i < 100; ++i) {
-    text += "p" + std::to_string(i) + " = 1\n";
-    expected += i % 3 == 1 ? "" : "p" + std::to_string(i) + " ";
-  }
-  Store store;
-  store.load(text);
-  const auto deepest = [&store] {
-    std::string line;
-    for (const std::string& one : store.getExpandedKSL())
-      line += one.starts_with("p") ? one.substr(0, one.find('=')) : "";
-    return line;
-  };
-  store.recordChanges();
-  store.deleteObj("/A:a");
-  EXPECT_EQ(deepest(), "");
-  store.undo();
-  KSLAPIUpdateProcessor processor(&store, true);
-  for (int i = 1; i < 100; i += 3)
-    processor.deletedParam(path, "p" + std::to_string(i), "");
-  processor.newParam(path, "p4", "new");
-  EXPECT_EQ(deepest(), expected + "p4 ");
-  EXPECT_FALSE(store.findParam(path, "p1"));
 }
 
 }  // namespace

@@ -39,22 +39,15 @@ TEST(Units, Converts)
     bool difference = false;
   };
   const Row rows[] = {
-      {"m", "mm", 2, 2000},
       {"m s^-1", "km/h", 10, 36},
       {"rev min^-1", "rad s^-1", 30, std::acos(-1.0)},
-      {"degree", "radian", 180, std::acos(-1.0)},
-      {"%", "", 50, 0.5},
       {"C", "F", 100, 212},
-      {"F", "K", 32, 273.15},
       {"\u00B0C", "K", 0, 273.15},
-      {"(C)", "K", 0, 273.15},
       {"C %", "K", 100, 1},
       {"C rad", "K", 0, 0},
       {"C", "F", 10, 18, true},
       {"F", "K", 9, 5, true},
       {"W m^-2 F^-1", "W m^-2 C^-1", 5, 9},
-      {"mC", "A s", 1, 0.001},
-      {"1e3 m", "km", 5, 5},
   };
   for (const Row& row : rows) {
     double out = convert(row.from, row.to, row.value, row.difference);
@@ -115,34 +108,19 @@ TEST(Units, RefusedNamesAreRefusedWithPrefixesToo)
     EXPECT_EQ(UnitsConverter::whyInvalid(units), "");
 }
 
-TEST(Units, AnAngleThatCountsAsANumberIsTold)
-{
-  EXPECT_EQ(UnitsConverter::explainAngle("rpm", "Hz"),
-            "An angle counts as a number, in radians: 1 [rpm] is 0.10471975511965977 [Hz]. A whole turn is "
-            "'rev'.");
-  EXPECT_EQ(UnitsConverter::explainAngle("rpm", "rev s^-1") + UnitsConverter::explainAngle("degree", ""), "");
-}
-
 TEST(Units, TextsThatWouldBeMisreadAreNotRecognized)
 {
   const std::string refused[] = {"m^0.5",
-                                 "m2.5",
                                  "m**0.5",
-                                 "((m^255)^255)^255",
                                  "m^99999999999999999999",
                                  "1e400 m",
                                  "0 m",
                                  "lg(re 1 mW)",
                                  "seconds since 1970-01-01",
-                                 "K @ m",
-                                 "m Ref s",
-                                 "m^s",
-                                 "F 0E",
                                  std::string("m\0x", 3),
                                  std::string(300, '('),
                                  "m" + std::string(260, ' ') + "s",
-                                 "\xff\xfe",
-                                 "m s^"};
+                                 "\xff\xfe"};
   for (const std::string& units : refused)
     EXPECT_FALSE(UnitsConverter::isValid(units)) << units;
   for (const char* units : {"", "  ", "m2.s-1", "(m^2)^2", "10^3 m", "H2O"})
