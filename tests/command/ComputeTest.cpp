@@ -225,6 +225,7 @@ TEST_F(ComputeTest, DefaultsThatNameObjectsWaitAndKeywordsNameNone)
   EXPECT_EQ(run(node("p") + node("k", "Pick = p")), "k p");  // a keyword, whoever has that name
   run("> delete p");
   EXPECT_EQ(value("/NODE:k", "Pick"), "p");
+  EXPECT_EQ(run(node("main")), "main u");
   run("> delete /NODE:main");
   EXPECT_EQ(value("/USER:u", "Main") + parents("/USER:u"), "main");  // it waits again
   undo();

@@ -464,12 +464,16 @@ void LinkTransaction::dropNew(NameLink& link) noexcept
 // A walk, or a circle, that goes on refusing an edge changes nothing. A preview shows another error, perhaps.
 bool LinkTransaction::isToBeUpdated(const NameLink& link) const
 {
-  const bool isAlike =
-      !link.m_lost
-      && std::equal(link.m_next->list.begin(), link.m_next->list.end(), link.m_targets.begin(),
-                    link.m_targets.end(), [](const NameTarget& next, const NameTarget& old) {
-                      return next.isSame(old) && next.scheduled == (old.scheduled || old.parted);
-                    });
+  // Items that mean nothing lead nowhere, before and now: a keyword that comes as a default changes no link.
+  const auto leads = [](const NameTarget& target) { return target.object != nullptr; };
+  auto next = std::find_if(link.m_next->list.begin(), link.m_next->list.end(), leads);
+  auto old = std::find_if(link.m_targets.begin(), link.m_targets.end(), leads);
+  while (next != link.m_next->list.end() && old != link.m_targets.end() && next->isSame(*old)
+         && next->scheduled == (old->scheduled || old->parted)) {
+    next = std::find_if(next + 1, link.m_next->list.end(), leads);
+    old = std::find_if(old + 1, link.m_targets.end(), leads);
+  }
+  const bool isAlike = !link.m_lost && next == link.m_next->list.end() && old == link.m_targets.end();
   const bool tells =
       m_mode != Mode::walk && (link.owner().waitsWithoutError() || link.owner().definesNames());
   return !(link.m_next->stands || isAlike) || (link.m_next->fault && tells);
