@@ -225,22 +225,5 @@ TEST_F(CommandText, LongLinesAndDeepBlocksJustWork)
   EXPECT_EQ(system.state().size(), 100015U + 3000U * (4 + 4) + 2U * 3000U * 2999U);
 }
 
-TEST_F(CommandText, StoreAndDatabaseAgreeOnEveryHeader)
-{
-  const std::pair<const char*, const char*> cases[] = {
-      {"A:\nx = 1\nEND\nA: A\nx = 2\nEND", "A:A\n  x = 2\nEND\n"},
-      {"VIEW: VIEW\nZoom = 2\nEND\nVIEW:\nZoom =\nLABEL: \"l  m\"\nEND\nEND",
-       "A:A\n  x = 2\nEND\nVIEW:\n  LABEL:l m\n    Text = none\n  END\nEND\n"},
-      {"A: b:c\nx = 1\nB: d.\nEND\nB: ..e\nEND\nEND\n> delete /VIEW, /A:A",
-       "A:b:c\n  x = 1\n  B:d.\n  END\n  B:..e\n  END\nEND\n"},
-      {"> delete /A:b:c/B:d.\n> delete b:c", ""},
-  };
-  for (const auto& [text, state] : cases) {
-    system.run(text);
-    EXPECT_EQ(system.state() + system.errors(), state) << text;
-    system.expectConsistent();
-  }
-}
-
 }  // namespace
 }  // namespace orv

@@ -53,63 +53,6 @@ TEST_F(CoreApi, TellsTheCourseOfACommand)
   system.errorList();
 }
 
-TEST_F(CoreApi, ObserversThatThrow)
-{
-  struct Case {
-    int type;
-    const char* text;
-    const char* told;
-    const char* errors;
-    bool done;  // the command took effect
-  };
-  const char* const failed = "error[4] Test::fail: failed";
-  const char* const thrownInAction =
-      "error[1] KSLInterface::invoke: Operation failed. (System exception string: out)";
-  const char* const thrownInParse =
-      "error[1] KSLInterface::parseKSL: Operation failed. (System exception string: out)";
-  const Case cases[] = {
-      {1, "A: k\nx = 1\nEND", "0 4 5 16 1", "", true},
-      {4, "A: k\nx = 1\nEND", "0 4 5 12 4 5 13 1", thrownInAction, false},
-      {16, "A: k\nx = 1\nEND", "0 4 5 16 12 4 5 13 1", thrownInParse, false},
-      {12, "A: k\nx = 1\nEND\n> fail", "0 4 5 12 4 5 13 1", failed, false},
-      {14, "> undo\n> fail", "0 4 5 14 4 5 15 1", failed, false},
-  };
-  for (const Case& entry : cases) {
-    SCOPED_TRACE(entry.type);
-    system.onNotification = nullptr;
-    system.run("A: k\nx = 0\nEND\nA: u\nx = " + std::to_string(entry.type) + "\nEND");
-    const std::string before = system.state();
-    system.notifications();
-    bool armed = true;
-    system.onNotification = [&, type = entry.type](int now) {
-      if (std::exchange(armed, armed && now != type) && now == type)
-        throw std::string("out");
-    };
-    EXPECT_EQ(told(entry.text), entry.told);
-    EXPECT_EQ(system.errors(), entry.errors);
-    EXPECT_EQ(system.state() != before, entry.done);
-    system.expectConsistent();
-  }
-}
-
-TEST_F(CoreApi, AnObserverMayRefuseTheText)
-{
-  int refused = 1;
-  int count = 0;
-  system.onNotification = [&](int type) {
-    if (type == 0 && ++count == refused)
-      throw data::invalid("Test", "observe", "refused");
-  };
-  const ErrorMsg refusal("Test", "observe", "refused", 4);
-  EXPECT_EQ(told("A: k\nx = 1\nEND"), "0 12 13 1");
-  EXPECT_EQ(system.errorList(), std::vector{refusal});
-  EXPECT_EQ(told("A: k\nx = 1\nEND"), "0 4 5 16 1");
-  refused = count + 2;  // a nested text
-  EXPECT_EQ(told("A: k\nx = 2\nEND\n> nest"), "0 4 5 0 1 12 4 5 13 1");
-  EXPECT_EQ(system.errorList(), std::vector{refusal});
-  EXPECT_EQ(system.state(), "A:k\n  x = 1\nEND\n");
-}
-
 TEST_F(CoreApi, RefusesEmptyTextsBeforeAnybodyIsTold)
 {
   const auto empty = [&] { system.run(""); };

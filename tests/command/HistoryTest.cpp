@@ -59,29 +59,6 @@ TEST_F(History, OfADefinitionAndItsDeletion)
                          ErrorMsg("KSLInterface", "getHistoryChanges", "Nothing to redo.", 8)}));
 }
 
-TEST_F(History, SeveralStepsInOneText)
-{
-  const Stop nothing = stop();
-  after("A: a\nx = 1\nEND");
-  after("A: a\nx = 2\nB: b\nEND\nEND");
-  const Stop third = after("> delete /A:a\nA: a\ny = 1\nEND");
-  EXPECT_EQ(after("> undo\n> undo\n> undo"), nothing);
-  EXPECT_EQ(system.redoSteps().substr(0, 2), "1 ") << "what one text undid is one step";
-  EXPECT_EQ(after("> redo"), third);
-  EXPECT_EQ(after("> undo"), nothing);
-  EXPECT_EQ(after("> redo"), third);
-}
-
-TEST_F(History, WhatFollowsAnUndoInOneTextIsTakenBackByTheRedo)
-{
-  const Stop before = after("A: a\nx = 1\nEND");
-  const Stop mixed = after("> undo\nA: b\nx = 1\nEND");
-  EXPECT_EQ(mixed.state, "A:b\n  x = 1\nEND\n");
-  EXPECT_EQ(system.undoSteps() + system.redoSteps(), "01 (4)");
-  EXPECT_EQ(after("> redo"), before);
-  EXPECT_EQ(after("> undo"), mixed);
-}
-
 TEST_F(History, TellsItsMode)
 {
   std::string modes;
@@ -109,18 +86,6 @@ TEST_F(History, NoActionUpdatesRecordWhatTheyLeaveOut)
   EXPECT_EQ(after("> undo"), before);
   EXPECT_EQ(after("> redo").state,
             "A:k\n  x = 9\n  y = 1\n  B:gone\n  END\nEND\nA:n\n  x = 1\nEND\nA:r\nEND\n");
-}
-
-TEST_F(History, NoActionDeletionsAreHarmless)
-{
-  after("A: k\nx = 0\nEND");
-  system.run("A: n\nx = 1\nEND", kslUpdateNoAction);
-  system.text()->deleteObj("/A:n");
-  system.text()->deleteObj("/A:k");
-  system.run("> update noaction");
-  EXPECT_EQ(system.state() + system.store() + system.errors(), "A:k\n  x = 0\nEND\n");
-  for (const char* step : {"> undo\n> undo", "> undo", "> redo", "> redo"})
-    after(step);
 }
 
 class Dropper : public ChangeListModifierIF {

@@ -1,7 +1,6 @@
 // Files that a command writes are those of the last good state.
 #include "platform/ORVOutputFiles.h"
 #include "platform/ORVSystem.h"
-#include "tests/support/FileSizeLimit.h"
 #include "tests/support/TempFolder.h"
 #include "tests/support/TestSystem.h"
 
@@ -75,20 +74,6 @@ TEST_F(OutputFilesTest, AppearWhenTheirCommandHasEndedWell)
   EXPECT_EQ(files(), "a=6 b=5") << "one that cannot be moved takes the others back";
   OutputFiles::instance()->write(folder / "a", "outside");
   EXPECT_EQ(files(), "a=outside b=5");
-}
-
-TEST_F(OutputFilesTest, AFullDiskLeavesTheOldFile)
-{
-  const std::string text(200, 'x');
-  system.run("> write a, old");
-  for (std::size_t size = 0; size < text.size(); size += 7) {
-    {
-      const FileSizeLimit limit(size);
-      system.run("> write a, " + text);
-    }
-    EXPECT_EQ(system.errorList().size(), 1U) << size;
-    EXPECT_EQ(files(), "a=old") << size;
-  }
 }
 
 // What a killed process left goes with the next save of the same file; what living ones write stays.

@@ -1,12 +1,9 @@
 // What a failed text leaves behind: nothing.
 #include "tests/support/Model.h"
 #include "tests/support/TestSystem.h"
-#include "tests/support/thrown.h"
 
-#include <functional>
 #include <gtest/gtest.h>
 #include <string>
-#include <vector>
 
 namespace orv {
 namespace {
@@ -22,7 +19,6 @@ class Recovery : public testing::Test {
   {
     system.registerAction("fail", [](const auto&) { throw data::invalid("Test", "fail", "failed"); });
     system.registerAction("nest", [this](const auto&) { system.run(nested); });
-    system.registerAction("clear", [this](const auto&) { system.interface()->clearUndoStacks(); });
     prepare();
   }
   // Two steps to undo, one to redo.
@@ -43,14 +39,6 @@ class Recovery : public testing::Test {
   static std::string unordered() { return readDatabase().sorted().toText(); }
   std::string contents() const { return system.fullState() + "-----\n" + system.store(); }
   std::string everything() const { return contents() + system.undoSteps() + " " + system.redoSteps(); }
-  // Makes the next updates of objects fail, as often as given.
-  void failUpdates(int count)
-  {
-    system.onNotification = [count](int type) mutable {
-      if (type == 4 && count-- > 0)
-        throw std::string("no update");
-    };
-  }
   // The system goes on as if nothing had been.
   void expectSound()
   {
@@ -84,7 +72,6 @@ TEST_F(Recovery, OfAFailedText)
     const char* text;
     std::string error = failed;
     kslUpdateMode mode = kslUpdateDefault;
-    const char* nested = "";
     bool deletes = false;
   };
   const Case cases[] = {
@@ -94,22 +81,14 @@ TEST_F(Recovery, OfAFailedText)
       {"END", "A: k\nx = 5\n", "error[4] KSLInterface::preParseKSL: Not enough END statements in KSL."},
       {"no action", "A: k\nx = 5\nEND\nA: n\nx = 1\nEND\n> update noaction\n> fail", failed,
        kslUpdateNoAction},
-      {"nested", "A: k\nx = 5\nEND\n> nest\n> fail", unknownParam("/A:a"), kslUpdateDefault,
-       "A: k\ny = 1\nEND\nA: a\nq = 1\nEND"},
-      {"define, undo, define", "A: a\nx = 1\nEND\n> undo\nA: k\nx = 5\nEND\nA: b\nEND\n> fail"},
       {"delete and make anew", "> delete k\nA: k\ny = 1\nEND\n> delete k\nA: k\nEND\n> fail", failed,
-       kslUpdateDefault, "", true},
-      {"define, undo, redo", "A: a\nx = 1\nEND\n> delete k\n> undo\n> redo\n> fail", failed, kslUpdateDefault,
-       "", true},
-      {"nested in two levels", "> nest", failed, kslUpdateDefault,
-       "A: a\nx = 1\nEND\n> delete /A:k, nobody\n> fail", true},
+       kslUpdateDefault, true},
       {"of a no-action update", "> update noaction\n&replace A: k\nEND\n> update noaction\n> fail", failed,
-       kslUpdateDefault, "", true},
+       kslUpdateDefault, true},
   };
   const std::string steps = system.undoSteps() + system.redoSteps();
   for (const Case& entry : cases) {
     SCOPED_TRACE(entry.name);
-    nested = entry.nested;
     system.run(entry.text, entry.mode);
     EXPECT_EQ(system.errors(), entry.error);
     EXPECT_EQ(entry.deletes ? unordered() : everything(), entry.deletes ? unorderedBefore : before);
@@ -119,64 +98,12 @@ TEST_F(Recovery, OfAFailedText)
   expectSound();
 }
 
-// What an undo or redo consumed is gone from the stacks; the contents come back all the same.
-TEST_F(Recovery, AfterStepsThatTheTextTook)
-{
-  struct Taken {
-    const char* text;
-    const char* steps;  // to undo, to redo
-  };
-  const Taken cases[] = {
-      {"A: a\nEND\n> undo\n> undo\n> fail", "1 (5)|1 (2)"},
-      {"> redo\nA: k\nx = 8\nEND\n> fail", "2 (3)|0"},
-      {"> redo\n> undo\n> undo\n> undo\n> fail", "0|0"},
-      {"A: k\nx = 8\nEND\n> clear\nA: k\nx = 9\nEND\nA: n\nEND\n> fail", "0|0"},
-  };
-  for (const Taken& entry : cases) {
-    SCOPED_TRACE(entry.text);
-    prepare();
-    system.run(entry.text);
-    EXPECT_EQ(system.errors(), failed);
-    EXPECT_EQ(unordered(), unorderedBefore);
-    system.expectConsistent();
-    EXPECT_EQ(system.undoSteps() + "|" + system.redoSteps(), entry.steps);
-  }
-  expectSound();
-}
-
-TEST_F(Recovery, OfAFailingUndoOrRedo)
-{
-  system.run("A: n\nx = 1\nEND");  // independent of the step below, which loses nothing by its loss
-  system.run("A: n\nx = 2\nEND\nA: k\ny = 9\nEND");
-  system.run("B: k\ny = 2\nEND");
-  system.run("C: r\nEND");
-  system.run("> undo");
-  system.notifications();
-  const std::string contentsBefore = contents();
-  struct Case {
-    std::function<void()> step;
-    const char* notifications;
-    const char* steps;
-  };
-  const Case cases[] = {{[&] { system.run("> undo"); }, "0 4 5 14 4 5 15 1", "4 (2)|1 (1)"},
-                        {[&] { system.undo(); }, "4 5 14 4 5 15", "3 (2)|1 (1)"},
-                        {[&] { system.redo(); }, "4 5 12 4 5 13", "3 (2)|0"}};
-  for (const Case& entry : cases) {
-    failUpdates(1);
-    entry.step();
-    EXPECT_EQ(system.errors(),
-              "error[4] KSLInterface::parseHistory: Operation failed. (System exception string: no update)");
-    EXPECT_EQ(system.notifications(), entry.notifications);
-    EXPECT_EQ(contents(), contentsBefore);
-    EXPECT_EQ(system.undoSteps() + "|" + system.redoSteps(), entry.steps) << "each took its step with it";
-    system.expectConsistent();
-  }
-  expectSound();
-}
-
 TEST_F(Recovery, ThatFailsItselfIsToldAndLeavesNoErrorPending)
 {
-  failUpdates(2);
+  system.onNotification = [count = 2](int type) mutable {
+    if (type == 4 && count-- > 0)
+      throw std::string("no update");
+  };
   system.run("A: a\nx = 1\nEND");
   EXPECT_EQ(
       system.errors(),
@@ -195,10 +122,9 @@ TEST_F(Recovery, ThatFailsItselfIsToldAndLeavesNoErrorPending)
       system.run(nested);
   };
   system.run("A: a\nx = 1\nEND\n> fail");
-  EXPECT_EQ(
-      system.errors(),
-      std::string(failed)
-          + "\nwarning[8] KSLInterface::parseKSL: Text submitted during error recovery is ignored.");
+  EXPECT_EQ(system.errors(),
+            std::string(failed)
+                + "\nwarning[8] KSLInterface::parseKSL: Text submitted during error recovery is ignored.");
   expectSound();
 }
 
@@ -216,16 +142,6 @@ TEST_F(Recovery, AnErrorOfALoadOutsideAnyTextIsToldAtLast)
   EXPECT_EQ(everything(), before);
   system.interface()->undoOnError();
   EXPECT_EQ(system.errors(), "");
-  expectSound();
-}
-
-TEST_F(Recovery, ActionsOutsideAnyTextThrowToTheirCaller)
-{
-  KSLInterface* owner = system.interface();
-  EXPECT_EQ(thrown<data::invalid>([&] { owner->doAction("fail"); }), ErrorMsg("Test", "fail", "failed", 4));
-  EXPECT_EQ(thrown<internal::error>([&] { owner->doAction("none"); }),
-            ErrorMsg("ActionFactory", "getExecutor", "Action none is not recognized.", 4));
-  EXPECT_EQ(everything() + system.errors(), before);
   expectSound();
 }
 

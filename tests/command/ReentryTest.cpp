@@ -33,11 +33,6 @@ class Meddler : public DBChangeNotify {
   std::function<void()> m_act;
 };
 
-class DropsAll : public ChangeListModifierIF {
- public:
-  bool modify(KSLChange&) override { return false; }
-};
-
 class Deleter : public KSLReplaceModeHandler {
  public:
   Deleter(KSLAPI* store, std::string path) : m_store(store), m_path(std::move(path)) {}
@@ -96,22 +91,6 @@ TEST(Reentry, ATextFromWithinAnUpdateIsPartOfIt)
     EXPECT_EQ(system.state(), entry.state) << entry.text;
     system.expectConsistent();
   }
-}
-
-TEST(Reentry, AModifierMayBeReplacedWhileItsListIsWritten)
-{
-  TestSystem system;
-  system.interface()->registerChangeListModifier(new DropsAll);
-  {
-    Meddler meddler([&system] {
-      system.interface()->clearUndoStacks();
-      system.interface()->registerChangeListModifier(nullptr);
-    });
-    system.run("A: a\nx = 1\nB: b\nx = 2\nEND\nEND");
-  }
-  EXPECT_EQ(system.errors(), "");
-  EXPECT_EQ(system.state(), "A:a\n  x = 1\n  B:b\n    x = 2\n  END\nEND\n");
-  system.expectConsistent();
 }
 
 TEST(Reentry, AReplaceHandlerMayDeleteTheOpenObject)

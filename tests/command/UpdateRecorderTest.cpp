@@ -14,23 +14,6 @@
 namespace orv {
 namespace {
 
-// One item a line: its type, then each object with its parameters; "*" is set, "!" internal.
-std::string render(const KSLUpdateInfo* info)
-{
-  std::string text;
-  const auto [first, end] = info->getUpdates();
-  for (auto item = first; item != end; ++item) {
-    text += std::to_string(item->type);
-    for (const auto& [path, values] : item->objects) {
-      text += " " + path;
-      for (const auto& [name, status] : values)
-        text += " " + name + "=" + status.value + (status.set ? "*" : "") + (status.internal ? "!" : "");
-    }
-    text += "\n";
-  }
-  return text;
-}
-
 class UpdateRecorder : public testing::Test {
  protected:
   UpdateRecorder()
@@ -58,28 +41,12 @@ TEST_F(UpdateRecorder, NumbersTellWhatAReaderMissed)
   EXPECT_EQ(info->getCurrentID(), read + 3) << "an empty text begins a recording too";
 }
 
-TEST_F(UpdateRecorder, AHostsOwnKeepsTheLibrarysOut)
+TEST_F(UpdateRecorder, TheDatabaseHasOneAtMost)
 {
-  KSLUpdateInfo* info = api->getUpdateInfo();
-  const int last = info->getCurrentID();
-  api->recordKSLChanges(false);
-  api->recordKSLChanges(true);
-  EXPECT_EQ(api->getUpdateInfo(), nullptr) << "once off it stays off";
   KSLUpdateRecorder own;
-  ObjectDB::instance()->registerChangeNotify(&own);
-  api->recordKSLChanges(false);
-  system.run("A: c\nEND");
-  EXPECT_EQ(render(&own), "1 /A:c x= y= z=\n") << "switching off again leaves others alone";
-  EXPECT_EQ(render(info), "");
-  EXPECT_EQ(info->getCurrentID(), last + 1) << "still reset by each outermost command";
-  KSLCoreAPI::destroyInstance();
-  EXPECT_EQ(thrown<internal::error>([&] { KSLCoreAPI::instance()->recordKSLChanges(true); }),
+  EXPECT_EQ(thrown<internal::error>([&] { ObjectDB::instance()->registerChangeNotify(&own); }),
             ErrorMsg("ObjectDB", "registerChangeNotify",
                      "Attempt to register DBChangeNotify when one is already registered.", 4));
-  ObjectDB::instance()->registerChangeNotify(nullptr);
-  KSLCoreAPI::instance()->recordKSLChanges(true);
-  KSLCoreAPI::destroyInstance();
-  EXPECT_EQ(ObjectDB::instance()->getChangeNotify(), nullptr);
 }
 
 // A host's copy of the database, kept up by the items alone.
@@ -144,31 +111,6 @@ RC_GTEST_PROP(UpdateRecorderProperty, HostsCanFollowWithoutAsking, ())
     mirror.follow(KSLCoreAPI::instance()->getUpdateInfo());
     RC_ASSERT(mirror.objects == Mirror::database());
   }
-}
-
-// By hand, what no command does: deletions that end in another order, or do not happen.
-TEST_F(UpdateRecorder, DeletionsCoverWhatLiesInThem)
-{
-  system.run("A: ka\nEND");
-  const auto object = [this](const char* path) { return api->getObjectByPath(path); };
-  KSLUpdateRecorder recorder;
-  const auto change = [&](const char* path) {
-    recorder.paramChanged(object(path), object(path)->getParam("y"));
-    recorder.paramDeleted(object(path), "z");
-  };
-  recorder.objectDeleteBegin(object("/A:k"));
-  change("/A:k/B:m");
-  change("/A:ka");
-  recorder.objectDeleteBegin(object("/A:l"));
-  change("/A:k/B:m");  // only the innermost deletion counts
-  const ParamDefinition gone("gone", "", "", "String", "", "");
-  recorder.paramChanged(object("/A:k"), &gone);
-  recorder.objectDeleteEnd("/A:l", nullptr);
-  recorder.objectDeleteEnd("/A:k", object("/A:k"));
-  change("/A:k");
-  EXPECT_EQ(render(&recorder),
-            "2 /A:k\n1 /A:ka y=\n3 /A:ka z=!\n2 /A:l\n1 /A:k/B:m y=1*\n3 /A:k/B:m z=!\n"
-            "1 /A:k gone= x=0* y= z=\n3 /A:k z=!\n");
 }
 
 }  // namespace

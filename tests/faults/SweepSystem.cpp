@@ -18,68 +18,27 @@ namespace orv {
 namespace {
 
 // The function comes from a library that is there, or not, as the trap wants.
-constexpr const char* rules = R"(RULES:
-  KSLObjectClasses = DataKSLObject, Fragile
-  SchedulerTypes = Data
-  PARAMETER: x
-  END
-  PARAMETER: Colour
-    Allowed String List = red, green
-  END
-  PARAMETER: Outer Radius
-    Default = 2 [m]
-    Local Type = Data
-  END
-  PARAMETER: Inner Radius
-    Default = 1 [m]
-  END
-  PARAMETER: Area
-    Parameter Type = Internal
-    Default = 0 [m^2]
-  END
-  PARAMETER: Sum
-    Parameter Type = Internal
-    Default = 0
-  END
-  PARAMETER: Source
-    Parameter Type = String List
-    Local Type = Data
-    Remote Type = Data
-  END
-  PARAMETER: Main
-    Local Type = Data
-    Remote Type = Data
-    Default = HUB:main
-  END
-  OBJECT: A
-    KSLObject Class = Fragile
-    Optional Parameter List = x, Colour
-  END
-  OBJECT: B
-    KSLObject Class = Fragile
-    Optional Parameter List = x, Colour
-  END
-  SINGLETON: S
-    KSLObject Class = Fragile
-    Optional Parameter List = x
-  END
-  OBJECT: NODE
-    KSLObject Class = Fragile
-    Scheduler = Data
-    Calculate Function = Data, fragile, ringArea
-    Optional Parameter List = Outer Radius, Inner Radius, Area, Sum, Source, Main
-  END
-  OBJECT: HUB
-    KSLObject Class = Fragile
-    Scheduler = Data
-    Calculate Function = Data, fragile, ringArea
-    Optional Parameter List = Outer Radius, Inner Radius, Area, Sum
-  END
-  OBJECT: GROUP
-    KSLObject Class = DataKSLObject
-  END
-END
-)";
+constexpr const char* rules =
+    "RULES:\nKSLObjectClasses = DataKSLObject, Fragile\nSchedulerTypes = Data\n"
+    "PARAMETER: x\nEND\n"
+    "PARAMETER: Colour\nAllowed String List = red, green\nEND\n"
+    "PARAMETER: Outer Radius\nDefault = 2 [m]\nLocal Type = Data\nEND\n"
+    "PARAMETER: Inner Radius\nDefault = 1 [m]\nEND\n"
+    "PARAMETER: Area\nParameter Type = Internal\nDefault = 0 [m^2]\nEND\n"
+    "PARAMETER: Sum\nParameter Type = Internal\nDefault = 0\nEND\n"
+    "PARAMETER: Source\nParameter Type = String List\nLocal Type = Data\nRemote Type = Data\nEND\n"
+    "PARAMETER: Main\nLocal Type = Data\nRemote Type = Data\nDefault = HUB:main\nEND\n"
+    "OBJECT: A\nKSLObject Class = Fragile\nOptional Parameter List = x, Colour\nEND\n"
+    "OBJECT: B\nKSLObject Class = Fragile\nOptional Parameter List = x, Colour\nEND\n"
+    "SINGLETON: S\nKSLObject Class = Fragile\nOptional Parameter List = x\nEND\n"
+    "OBJECT: NODE\nKSLObject Class = Fragile\nScheduler = Data\n"
+    "Calculate Function = Data, fragile, ringArea\n"
+    "Optional Parameter List = Outer Radius, Inner Radius, Area, Sum, Source, Main\nEND\n"
+    "OBJECT: HUB\nKSLObject Class = Fragile\nScheduler = Data\n"
+    "Calculate Function = Data, fragile, ringArea\n"
+    "Optional Parameter List = Outer Radius, Inner Radius, Area, Sum\nEND\n"
+    "OBJECT: GROUP\nKSLObject Class = DataKSLObject\nEND\n"
+    "END\n";
 
 // ------------------------------------------------------------------------------------------------------------ plug-ins
 

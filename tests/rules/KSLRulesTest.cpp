@@ -190,10 +190,8 @@ TEST_F(KSLRulesTest, WarnsOfRulesThatWillMakeTrouble)
            + "' are not the allowed options of object type 'T'.\n";
   };
   const Row table[] = {
-      {selected("Unset", "a, b"), ""},
       {selected("Elsewhere", "a, b"), ""},  // such objects are always without a context
       {selected("AB", "a, b, c"), mismatch("AB")},
-      {selected("Free", "a, b"), mismatch("Free")},
       {selected("", "a, b"), mismatch("Option")},
       {selected("Off", "a, b"),
        "warning[8] KSLRules::process: Default 'c' of context rule parameter 'Off' is not an allowed option "

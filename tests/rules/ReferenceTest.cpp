@@ -78,26 +78,6 @@ class ReferenceTest : public ::testing::Test {
   }
 };
 
-TEST_F(ReferenceTest, LinksAreCountedAndEndedOneByOne)
-{
-  at("b")->setValue("One", "a");
-  at("b")->setValue("Two", "T:a, /T:a, c");
-  EXPECT_EQ(links("b"), "/T:a (S) x2, /T:c (S) x1");
-  EXPECT_EQ(dependents(at("a")), "/T:b.One /T:b.Two ");
-  at("b")->setValue("Two", "c");
-  EXPECT_EQ(links("b"), "/T:a (S) x1, /T:c (S) x1");
-  EXPECT_EQ(dependents(at("a")), "/T:b.One ");
-  at("b")->setValueWithoutPending("One", "c");
-  EXPECT_EQ(links("b"), "/T:a (S) x1, /T:c (S) x1 +One");
-  settle();
-  EXPECT_EQ(links("b"), "/T:c (S) x2");
-  EXPECT_EQ(dependents(at("a")), "");
-  at("b")->unsetParam("One");
-  ObjectDB::instance()->deleteObject("/T:b");
-  EXPECT_EQ(dependents(at("c")) + links("c"), "none");
-  EXPECT_EQ(at("c")->getSchedulerInfo().find("x1"), std::string::npos);
-}
-
 TEST_F(ReferenceTest, ARefusedValueChangesNothing)
 {
   at("b")->setValue("Two", "a, later");
@@ -133,43 +113,6 @@ TEST_F(ReferenceTest, ARefusedValueChangesNothing)
     EXPECT_FALSE(at("b")->getSchedulerObject("S")->isPending());
     EXPECT_EQ(dependents(at("later")) + dependents(at("c")), "/T:b.Two ");
   }
-}
-
-TEST_F(ReferenceTest, AParameterWithoutALocalSchedulerOnlyDepends)
-{
-  at("b")->setValue("Free", "a, P:p");
-  EXPECT_EQ(links("b"), "none");
-  EXPECT_EQ(dependents(at("a")), "/T:b.Free ");
-  KSLObject* p = ObjectDB::instance()->getObjectByPath("/P:p");
-  EXPECT_EQ(dependents(p), "/T:b.Free ");
-  p->setValue("One", "a");
-  EXPECT_EQ(dependents(at("a")), "/P:p.One /T:b.Free ");
-  at("b")->setValue("Free", "");
-  EXPECT_EQ(dependents(p), "");
-}
-
-// Two parameters refer to an object that ends; the links of the one at its path later are not theirs to end.
-TEST_F(ReferenceTest, ALaterObjectAtTheSamePathIsAnother)
-{
-  at("b")->setValue("One", "a");
-  at("b")->setValue("Two", "a");
-  ObjectDB::instance()->deleteObject("/T:a");
-  add("T", "a");
-  at("b")->setValue("One", "a");
-  EXPECT_EQ(links("b"), "/T:a (S) x1 +Two");
-  at("b")->setValue("Two", "");
-  EXPECT_EQ(links("b"), "/T:a (S) x1");
-  settle();
-  ObjectDB::instance()->deleteObject("/T:a");
-  for (const bool loses : {true, false}) {  // with fewer parents than before it is not up to date, once
-    at("b")->createDelayedParamLinks();
-    EXPECT_EQ(at("b")->getSchedulerObject("S")->isPending(), loses);
-    settle();
-  }
-  EXPECT_EQ(links("b"), "none +One");
-  add("T", "a");
-  settle();
-  EXPECT_EQ(links("b"), "/T:a (S) x1");
 }
 
 TEST_F(ReferenceTest, BatchesJudgeAtTheirEnd)

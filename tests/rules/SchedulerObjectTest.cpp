@@ -405,10 +405,6 @@ TEST(SchedulerObject, RefusalsTellWhatIsWrongAndChangeNothing)
             error("update", "Object m_name has scheduler but is not GenericKSLObject."));
   EXPECT_TRUE(unowned.isPending() && unsupported.isPending());
   EXPECT_EQ(a.getChildren().count(&b), 2);
-
-  a.setPending();
-  const SchedulerObject copy(a);  // without edges
-  EXPECT_TRUE(copy.isPending() && copy.getChildren().empty() && copy.getKSLObject() == &owner);
 }
 
 TEST(SchedulerObject, CaughtFailuresAreReportedAndInterruptsAreNot)
@@ -446,31 +442,6 @@ TEST(SchedulerObject, EndlessNestingIsAnErrorNotACrash)
               "Operation 'Loop' failed. Updates are nested too deeply.");
     EXPECT_FALSE(a.isPending());
   }
-}
-
-// A walk that another, inner one has passed by is still going on.
-TEST(SchedulerObject, AnOuterWalkIsRememberedAfterAnInnerOne)
-{
-  Catching sink(false);
-  Owner plain;
-  Owner owner;
-  auto parent = std::make_unique<SchedulerObject>("p", &plain, "T");
-  SchedulerObject child("c", &owner, "T");
-  SchedulerObject late("l", &plain, "T");
-  parent->addChild(&child, true);
-  bool first = true;
-  owner.onCalculate = [&](const std::string&) {
-    if (!std::exchange(first, false))
-      return;
-    parent->setPending();
-    parent->update();
-    parent->addChild(&late, true);
-    EXPECT_TRUE(late.getParents().empty());
-    parent.reset();
-  };
-  parent->setPending();
-  parent->update();
-  EXPECT_TRUE(!child.isPending() && child.getParents().empty());
 }
 
 }  // namespace

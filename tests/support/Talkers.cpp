@@ -9,27 +9,13 @@ namespace orv {
 
 namespace {
 
-constexpr const char* rules = R"(RULES:
-  KSLObjectClasses = DataKSLObject, TalkingObject
-  SchedulerTypes = Data
-  PARAMETER: x
-    Local Type = Data
-  END
-  PARAMETER: mode
-    Allowed String List = on, off
-    Default = off
-  END
-  OBJECT: A
-    KSLObject Class = DataKSLObject
-    Optional Parameter List = x, mode
-  END
-  OBJECT: B
-    KSLObject Class = TalkingObject
-    Scheduler = Data
-    Optional Parameter List = x
-  END
-END
-)";
+constexpr const char* rules =
+    "RULES:\nKSLObjectClasses = DataKSLObject, TalkingObject\nSchedulerTypes = Data\n"
+    "PARAMETER: x\nLocal Type = Data\nEND\n"
+    "PARAMETER: mode\nAllowed String List = on, off\nDefault = off\nEND\n"
+    "OBJECT: A\nKSLObject Class = DataKSLObject\nOptional Parameter List = x, mode\nEND\n"
+    "OBJECT: B\nKSLObject Class = TalkingObject\nScheduler = Data\nOptional Parameter List = x\nEND\n"
+    "END\n";
 
 }  // namespace
 

@@ -17,129 +17,49 @@ namespace orv {
 // internal parameter; deletable. LABEL and MARK: to be nested. VIEW: a singleton.
 const char* TestSystem::defaultRules()
 {
-  return R"(RULES:
-  Categories = deletable, staging
-  KSLObjectClasses = DataKSLObject
-  SchedulerTypes = Data
-  ParamCategories = Other, Geometry
-  PARAMETER: x
-  END
-  PARAMETER: y
-  END
-  PARAMETER: z
-  END
-  PARAMETER: Option
-    Allowed String List = Plane, Sphere
-  END
-  PARAMETER: Offset
-    Parameter Type = Quantity
-    Default = 0 [mm]
-    Parameter Category = Geometry
-  END
-  PARAMETER: Radius
-    Parameter Type = Quantity
-    Default = 1 [m]
-    Parameter Category = Geometry
-  END
-  PARAMETER: Normal
-    Parameter Type = Real Triplet
-    Default = 0, 0, 1
-  END
-  PARAMETER: Colour
-    Allowed String List = red, green, blue
-    Default = green
-  END
-  PARAMETER: Layers
-    Parameter Type = String List
-    Allowed String List = front, middle, back
-    Default = front
-  END
-  PARAMETER: Visible
-    Parameter Type = Logical
-    Default = True
-  END
-  PARAMETER: Cuts
-    Parameter Type = String List
-    Local Type = Data
-    Remote Type = Data
-  END
-  PARAMETER: Cache
-  END
-  PARAMETER: Text
-    Default = none
-  END
-  PARAMETER: Zoom
-    Parameter Type = Real
-    Default = 1
-  END
-  PARAMETER: Processing Mode
-    Allowed String List = None, Session, State
-    Default = None
-  END
-  OBJECT: A
-    KSLObject Class = DataKSLObject
-    Category = deletable
-    Optional Parameter List = x, y, z
-  END
-  OBJECT: B
-    KSLObject Class = DataKSLObject
-    Optional Parameter List = x, y, z
-  END
-  OBJECT: C
-    KSLObject Class = DataKSLObject
-    Optional Parameter List = x, y, z
-  END
-  OBJECT: CUT
-    KSLObject Class = DataKSLObject
-    Category = deletable
-    Essential Parameter List = Option, Colour
-    Optional Parameter List = Layers, Visible, Cuts
-    Internal Parameter List = Cache
-    Allowed Option List = Plane, Sphere
-    Context Rule = Option
-    CONTEXT: Plane
-      Essential Parameter List = Offset
-      Optional Parameter List = Normal
-    END
-    CONTEXT: Sphere
-      Essential Parameter List = Radius
-    END
-  END
-  OBJECT: LABEL
-    KSLObject Class = DataKSLObject
-    Essential Parameter List = Text
-    Optional Parameter List = Visible
-  END
-  OBJECT: MARK
-    KSLObject Class = DataKSLObject
-    Optional Parameter List = Colour, Text
-    PARAMETER: Colour
-      Default = red
-    END
-  END
-  SINGLETON: VIEW
-    KSLObject Class = DataKSLObject
-    Category = staging
-    Essential Parameter List = Zoom
-    Optional Parameter List = Text
-  END
-  PARAMETER: Path Stack
-    Default = .
-  END
-  PARAMETER: Session Filename
-  END
-  PARAMETER: Write Session Mode
-  END
-  SINGLETON: FILE PROCESSING
-    KSLObject Class = DataKSLObject
-    Essential Parameter List = Processing Mode, Path Stack
-  END
-  SINGLETON: SESSION
-    KSLObject Class = DataKSLObject
-    Essential Parameter List = Session Filename, Write Session Mode
-  END
-END
-)";
+  return "RULES:\nCategories = deletable, staging\nKSLObjectClasses = DataKSLObject\nSchedulerTypes = Data\n"
+         "ParamCategories = Other, Geometry\n"
+         "PARAMETER: x\nEND\n"
+         "PARAMETER: y\nEND\n"
+         "PARAMETER: z\nEND\n"
+         "PARAMETER: Option\nAllowed String List = Plane, Sphere\nEND\n"
+         "PARAMETER: Offset\nParameter Type = Quantity\nDefault = 0 [mm]\nParameter Category = Geometry\n"
+         "END\n"
+         "PARAMETER: Radius\nParameter Type = Quantity\nDefault = 1 [m]\nParameter Category = Geometry\n"
+         "END\n"
+         "PARAMETER: Normal\nParameter Type = Real Triplet\nDefault = 0, 0, 1\nEND\n"
+         "PARAMETER: Colour\nAllowed String List = red, green, blue\nDefault = green\nEND\n"
+         "PARAMETER: Layers\nParameter Type = String List\nAllowed String List = front, middle, back\n"
+         "Default = front\nEND\n"
+         "PARAMETER: Visible\nParameter Type = Logical\nDefault = True\nEND\n"
+         "PARAMETER: Cuts\nParameter Type = String List\nLocal Type = Data\nRemote Type = Data\nEND\n"
+         "PARAMETER: Cache\nEND\n"
+         "PARAMETER: Text\nDefault = none\nEND\n"
+         "PARAMETER: Zoom\nParameter Type = Real\nDefault = 1\nEND\n"
+         "PARAMETER: Processing Mode\nAllowed String List = None, Session, State\nDefault = None\nEND\n"
+         "OBJECT: A\nKSLObject Class = DataKSLObject\nCategory = deletable\n"
+         "Optional Parameter List = x, y, z\nEND\n"
+         "OBJECT: B\nKSLObject Class = DataKSLObject\nOptional Parameter List = x, y, z\nEND\n"
+         "OBJECT: C\nKSLObject Class = DataKSLObject\nOptional Parameter List = x, y, z\nEND\n"
+         "OBJECT: CUT\nKSLObject Class = DataKSLObject\nCategory = deletable\n"
+         "Essential Parameter List = Option, Colour\nOptional Parameter List = Layers, Visible, Cuts\n"
+         "Internal Parameter List = Cache\nAllowed Option List = Plane, Sphere\nContext Rule = Option\n"
+         "CONTEXT: Plane\nEssential Parameter List = Offset\nOptional Parameter List = Normal\nEND\n"
+         "CONTEXT: Sphere\nEssential Parameter List = Radius\nEND\nEND\n"
+         "OBJECT: LABEL\nKSLObject Class = DataKSLObject\nEssential Parameter List = Text\n"
+         "Optional Parameter List = Visible\nEND\n"
+         "OBJECT: MARK\nKSLObject Class = DataKSLObject\nOptional Parameter List = Colour, Text\n"
+         "PARAMETER: Colour\nDefault = red\nEND\nEND\n"
+         "SINGLETON: VIEW\nKSLObject Class = DataKSLObject\nCategory = staging\n"
+         "Essential Parameter List = Zoom\nOptional Parameter List = Text\nEND\n"
+         "PARAMETER: Path Stack\nDefault = .\nEND\n"
+         "PARAMETER: Session Filename\nEND\n"
+         "PARAMETER: Write Session Mode\nEND\n"
+         "SINGLETON: FILE PROCESSING\nKSLObject Class = DataKSLObject\n"
+         "Essential Parameter List = Processing Mode, Path Stack\nEND\n"
+         "SINGLETON: SESSION\nKSLObject Class = DataKSLObject\n"
+         "Essential Parameter List = Session Filename, Write Session Mode\nEND\n"
+         "END\n";
 }
 
 namespace {
