@@ -195,10 +195,9 @@ TEST_F(Recovery, ThatFailsItselfIsToldAndLeavesNoErrorPending)
       system.run(nested);
   };
   system.run("A: a\nx = 1\nEND\n> fail");
-  EXPECT_EQ(
-      system.errors(),
-      std::string(failed)
-          + "\nwarning[8] KSLInterface::parseKSL: Text submitted during error recovery is ignored.");
+  EXPECT_EQ(system.errors(),
+            std::string(failed)
+                + "\nwarning[8] KSLInterface::parseKSL: Text submitted during error recovery is ignored.");
   expectSound();
 }
 
