@@ -97,7 +97,7 @@ bench-count:   ## count the instructions of each kind of work; fails 3 % above t
 
 fuzz:          ## build and run each fuzzer for FUZZ_SECONDS (30)
 	@tools/setup.sh fuzz
-	@$(MAKE) --no-print-directory build-fuzz
+	@$(MAKE) --no-print-directory build-fuzz TARGETS='--target fuzzers'
 	for f in build/fuzz/bin/fuzz_*; do name=$${f##*/fuzz_}; \
 	  mkdir -p build/fuzz/corpus/$$name; \
 	  $$f -max_total_time=$(FUZZ_SECONDS) -timeout=10 -artifact_prefix=build/fuzz/$$name- \

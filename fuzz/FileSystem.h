@@ -1,36 +1,16 @@
 // A system that reads and writes files in a folder of its own.
 #pragma once
 
-#include "platform/ORVError.h"
-#include "platform/ORVKSLAPI.h"
 #include "platform/ORVSystem.h"
-#include "platform/ORVUtilities.h"
-#include "database/ObjectDB.h"
-#include "database/ObjectFactory.h"
-#include "rules/AdditionalRules.h"
-#include "command/ActionFactory.h"
-#include "command/Executive.h"
-#include "command/KSLCoreAPI.h"
-#include "command/KSLInterface.h"
-#include "session/Registration.h"
+#include "fuzz/FuzzSystem.h"
 
-#include <cstdlib>
 #include <filesystem>
-#include <iostream>
 #include <string>
 #include <unistd.h>
 
-namespace fuzz {
+namespace orv::fuzz {
 
-inline void require(bool good, const std::string& what)
-{
-  if (good)
-    return;
-  std::cerr << what << "\n";
-  std::abort();
-}
-
-inline std::string file(const std::string& name)
+inline std::string fileNamed(const std::string& name)
 {
   const std::string folder =
       std::filesystem::temp_directory_path() / ("ksl-fuzz-" + std::to_string(getpid()));
@@ -38,50 +18,19 @@ inline std::string file(const std::string& name)
   return folder + "/" + name;
 }
 
-class FileSystem {
+class FileSystem : public System {
  public:
-  FileSystem()
-  {
-    orv::ErrorProgressReporter::instance()->setSink(&m_errors);
-    orv::registerObjectClasses();
-    m_executive.setActionFactory(&m_factory);
-    orv::KSLInterface* owner = orv::KSLInterface::instance();
-    owner->setExecutive(&m_executive);
-    orv::registerActions(m_factory, m_executive);
-    owner->getKSLAPI()->loadKSLData(orv::StringUtilities::stringToVector(rules, '\n'));
-    orv::AdditionalRules options;
-    options.applyObjectRules = true;
-    owner->processRules(options);
-  }
-  ~FileSystem()
-  {
-    orv::KSLInterface::destroyInstance();
-    orv::KSLCoreAPI::destroyInstance();
-    orv::ObjectDB::destroyInstance();
-    orv::ObjectFactory::destroyInstance();
-    orv::ErrorProgressReporter::destroyInstance();
-  }
-  FileSystem(const FileSystem&) = delete;
-  FileSystem& operator=(const FileSystem&) = delete;
+  FileSystem() : System(Actions::all) { define(rules); }
 
-  void run(const std::string& text) { orv::KSLCoreAPI::instance()->processKSL(text, orv::kslUpdateDefault); }
+  static void run(const std::string& text) { KSLCoreAPI::instance()->processKSL(text, kslUpdateDefault); }
   // Everything but what reading files leaves behind.
-  std::string state() const
+  static std::string state()
   {
     std::string text;
-    for (const orv::KSLObject* object : orv::ObjectDB::instance()->getRoot()->getChildObjects())
+    for (const KSLObject* object : ObjectDB::instance()->getRoot()->getChildObjects())
       if (!object->typeIs("FILE PROCESSING") && !object->typeIs("SESSION") && !object->typeIs("STATE"))
-        text += object->getState(orv::externalParams);
+        text += object->getState(externalParams);
     return text;
-  }
-  // Errors, without warnings, since the last call.
-  std::size_t takeErrors()
-  {
-    std::size_t count = 0;
-    for (const orv::ErrorMsg& error : m_errors.errors())
-      count += error.getType() == orv::errorType::warning ? 0 : 1;
-    m_errors.clear();
-    return count;
   }
 
  private:
@@ -110,10 +59,6 @@ class FileSystem {
   END
 END
 )";
-
-  orv::ErrorCollector m_errors;
-  orv::Executive m_executive;
-  orv::ActionFactory m_factory;
 };
 
-}  // namespace fuzz
+}  // namespace orv::fuzz

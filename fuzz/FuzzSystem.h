@@ -1,4 +1,5 @@
-// What the fuzzers of commands have in common: a system of their own, and what must hold of it after every command.
+// What the fuzzers of commands and files have in common: a system of their own, and what must hold of it after every
+// command.
 #pragma once
 
 #include "platform/ORVError.h"
@@ -18,11 +19,10 @@
 #include "actions/UndoExecutor.h"
 #include "actions/UpdateExecutor.h"
 #include "services/EngineUnitSystemHandler.h"
+#include "fuzz/require.h"
 #include "session/Registration.h"
 
 #include <cstddef>
-#include <cstdlib>
-#include <iostream>
 #include <map>
 #include <memory>
 #include <string>
@@ -32,19 +32,24 @@ namespace orv::fuzz {
 
 class System {
  public:
-  System()
+  enum class Actions { withoutFiles, all };
+
+  explicit System(Actions which = Actions::withoutFiles)
   {
     ErrorProgressReporter::instance()->setSink(&m_errors);
     registerObjectClasses();
     m_executive.setActionFactory(&actions);
-    // None that touches files.
+    KSLInterface::instance()->setExecutive(&m_executive);
+    if (which == Actions::all) {
+      registerActions(actions, m_executive);
+      return;
+    }
     actions.registerExecutor("update", std::make_unique<UpdateExecutor>(&m_executive));
     actions.registerExecutor("undo", std::make_unique<UndoExecutor>(&m_executive));
     actions.registerExecutor("redo", std::make_unique<RedoExecutor>(&m_executive));
     actions.registerExecutor("delete", std::make_unique<DeleteExecutor>());
     actions.registerExecutor("copy", std::make_unique<CopyExecutor>());
     actions.registerExecutor("rename", std::make_unique<RenameExecutor>());
-    KSLInterface::instance()->setExecutive(&m_executive);
   }
   ~System()
   {
@@ -68,6 +73,7 @@ class System {
     owner->processRules(options);
   }
 
+  // Errors, without warnings, since the last call.
   std::size_t takeErrors()
   {
     std::size_t count = 0;
@@ -84,14 +90,6 @@ class System {
  public:
   ActionFactory actions;
 };
-
-inline void require(bool good, const char* what)
-{
-  if (good)
-    return;
-  std::cerr << what << "\n";
-  std::abort();
-}
 
 using Contents = std::map<std::string, std::map<std::string, std::string>>;
 

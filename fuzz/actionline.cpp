@@ -2,7 +2,7 @@
 #include "platform/ORVUtilities.h"
 #include "command/ActionExecutor.h"
 #include "command/KSLInterface.h"
-#include "require.h"
+#include "fuzz/require.h"
 
 using namespace orv;
 

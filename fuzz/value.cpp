@@ -3,7 +3,7 @@
 #include "platform/ORVExpressions.h"
 #include "platform/ORVUtilities.h"
 #include "database/ParamDefinition.h"
-#include "require.h"
+#include "fuzz/require.h"
 
 #include <cmath>
 

@@ -5,7 +5,7 @@
 #include "command/KSLCoreAPI.h"
 #include "LineReader.h"
 
-#include <cstdio>
+#include <algorithm>
 #include <fcntl.h>
 #include <filesystem>
 #include <sys/file.h>
@@ -28,7 +28,7 @@ std::string AutoSave::folderFor(const std::string& load, const std::string& save
   return stateFolder();
 }
 
-AutoSave::AutoSave(const std::string& folder, const std::string& loaded)
+AutoSave::AutoSave(const std::string& folder, const std::vector<std::string>& own)
 {
   Api::instance()->attach(&m_changes, Api::updateBegin);
   if (folder.empty())
@@ -38,12 +38,29 @@ AutoSave::AutoSave(const std::string& folder, const std::string& loaded)
   if (m_lock < 0 || ::flock(m_lock, LOCK_EX | LOCK_NB) != 0)
     return;
   m_file = folder + '/' + fileName;
-  if (!orv::ORVFile::exists(m_file)
-      || orv::ORVFile::getCanonicalName(m_file) == orv::ORVFile::getCanonicalName(loaded))
-    return;
-  const std::string leftover = folder + '/' + leftoverName;
-  if (std::rename(m_file.c_str(), leftover.c_str()) == 0)
+  const std::string name = orv::ORVFile::getCanonicalName(m_file);
+  m_own = std::any_of(own.begin(), own.end(), [&](const std::string& file) {
+    return !file.empty() && orv::ORVFile::getCanonicalName(file) == name;
+  });
+  if (!m_own && orv::ORVFile::exists(m_file))
+    setAside(folder + '/' + leftoverName);
+}
+
+// A copy: what is saved next takes the place of the file.
+void AutoSave::setAside(const std::string& leftover)
+{
+  std::error_code failure;
+  std::filesystem::copy_file(m_file, leftover, std::filesystem::copy_options::overwrite_existing, failure);
+  if (failure)
+    m_file.clear();  // it is not saved over
+  else
     m_leftover = leftover;
+}
+
+void AutoSave::settleLeftover()
+{
+  if (!m_leftover.empty() && !m_last)
+    ::unlink(m_file.c_str());
 }
 
 AutoSave::~AutoSave()
@@ -80,6 +97,6 @@ void AutoSave::save()
 
 void AutoSave::endWell()
 {
-  if (!m_file.empty())
+  if (!m_file.empty() && !m_own)
     ::unlink(m_file.c_str());
 }

@@ -66,10 +66,12 @@ void RunCommand::enter(const Texts& texts)
 
 void RunCommand::beginAutoSave()
 {
-  m_autoSave.emplace(AutoSave::folderFor(m_options.load, m_options.save, m_options.record), m_options.load);
+  m_autoSave.emplace(AutoSave::folderFor(m_options.load, m_options.save, m_options.record),
+                     std::vector{m_options.load, m_options.save});
   if (!m_autoSave->leftover().empty())
     std::cerr << "The last session here did not end well; what was saved of it is in "
               << m_autoSave->leftover() << ".\n";
+  m_autoSave->settleLeftover();
 }
 
 orv::SessionFile RunCommand::readSession() const

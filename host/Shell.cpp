@@ -94,7 +94,7 @@ int Shell::run(const Options& options)
 
 Shell::Shell(Host& host, const Options& options)
     : m_host(host),
-      m_autoSave(AutoSave::folderFor(options.load, {}, options.record), options.load),
+      m_autoSave(AutoSave::folderFor(options.load, {}, options.record), {options.load}),
       m_steps(*orv::KSLInterface::instance())
 {
   for (const OwnCommand& command : ownCommands())
@@ -121,6 +121,7 @@ bool Shell::begin(const Options& options)
   }
   if (!m_autoSave.leftover().empty())
     offerLeftover();
+  m_autoSave.settleLeftover();
   if (m_reader->isInteractive())
     std::cout << "ksl " KSL_VERSION ". Tab completes; .help lists the shell's own commands.\n";
   return true;

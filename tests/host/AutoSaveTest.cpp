@@ -118,6 +118,31 @@ TEST(AutoSave, IsWrittenBesideTheFilesAndOfferedOnce)
   terminal.type("y\r");
   EXPECT_EQ(terminal.end(), 0);
   EXPECT_FALSE(fs::exists(file));
+
+  // Whoever loads or saves a file of that name has it still.
+  makeFile("beside/AutoSaveState.qst", "BOX: left\nEND\n");
+  run({"run", "--autosave", "--load", file, "-e", "BOX: a\nEND"});
+  EXPECT_NE(readFile(file).find("BOX:left"), std::string::npos);
+  run({"run", "--autosave", "--save", file, "-e", "BOX: b\nEND"});
+  EXPECT_NE(readFile(file).find("BOX:b"), std::string::npos);
+}
+
+// The load of what was saved may end the program, too: it is offered until it was loaded, or refused.
+TEST(AutoSave, IsOfferedAgainWhenItsLoadEndsTheProgram)
+{
+  const std::string folder = cleanFolder("again");
+  makeFile("again/a.qst", "BOX: a\nEND\n");
+  makeFile("again/AutoSaveState.qst", "BOX: left\nEND\n");
+  for (const bool refused : {false, true}) {
+    Terminal terminal({"--library", boxes(), "--library", fileTypes(), "--load", folder + "a.qst"});
+    terminal.waitForPrompt("Load it? [Y/n] ");
+    EXPECT_TRUE(fs::exists(folder + "AutoSaveState.qst"));
+    if (!refused)
+      continue;  // killed
+    terminal.enter("n");
+    EXPECT_FALSE(fs::exists(folder + "AutoSaveState.qst"));
+    EXPECT_TRUE(fs::exists(folder + "AutoSaveState.old.qst"));
+  }
 }
 
 }  // namespace

@@ -42,19 +42,48 @@ std::vector<std::string> searchedDirectories()
   return directories;
 }
 
-// The file to load: the first one of this name in the directories searched, else the name itself, which the
-// loader looks for by its own rules.
-std::string findLibrary(const std::string& library)
+// Where the loader itself looks, in its order: what LD_LIBRARY_PATH and the like name, and the usual places.
+std::vector<std::string> systemDirectories()
 {
-  if (library.find('/') != std::string::npos)
-    return library;
-  for (const auto& directory : searchedDirectories()) {
+  std::vector<std::string> directories;
+  const ScopeGuard forget([] { dlerror(); });
+  void* const program = dlopen(nullptr, RTLD_LAZY);
+  if (!program)
+    return directories;
+  const ScopeGuard close([program] { dlclose(program); });
+  Dl_serinfo size{};
+  if (dlinfo(program, RTLD_DI_SERINFOSIZE, &size) != 0)
+    return directories;
+  std::vector<Dl_serinfo> memory(size.dls_size / sizeof(Dl_serinfo) + 1, size);
+  Dl_serinfo* const search = memory.data();
+  if (dlinfo(program, RTLD_DI_SERINFO, search) == 0)
+    for (unsigned i = 0; i < search->dls_cnt; ++i)
+      directories.emplace_back((&search->dls_serpath[0])[i].dls_name);
+  return directories;
+}
+
+// The file of this name in the first of the directories that has one; empty for none.
+std::string firstFile(const std::vector<std::string>& directories, const std::string& library)
+{
+  for (const auto& directory : directories) {
     std::error_code failure;
     const std::filesystem::path file = std::filesystem::path(directory) / library;
     if (std::filesystem::exists(file, failure))
       return file.string();
   }
-  return library;
+  return {};
+}
+
+// The file to load: it can be looked into before it is opened. The name itself is left to the loader, which knows a few
+// directories more from a list of its own (/etc/ld.so.cache).
+std::string findLibrary(const std::string& library)
+{
+  if (library.find('/') != std::string::npos)
+    return library;
+  if (std::string file = firstFile(searchedDirectories(), library); !file.empty())
+    return file;
+  const std::string file = firstFile(systemDirectories(), library);
+  return file.empty() ? library : file;
 }
 
 constexpr std::string_view stampMark = "orv calculate library built for ";
@@ -158,7 +187,7 @@ void* SharedLibrary::open(const std::string& library)
   }
   ScopeGuard unload([handle] { dlclose(handle); });
   const char* const stamp = static_cast<const char*>(dlsym(handle, "orvCalculateLibraryStamp"));
-  // One that the system found was not looked into before.
+  // One from the loader's list was not looked into before.
   m_lastError = stampDifference(library, std::vector<std::string>{stamp ? stamp : ""});
   if (!m_lastError.empty())
     return nullptr;
