@@ -92,6 +92,7 @@ class ORV_API ExpressionsKSLObject : public GenericKSLObject {
 
  protected:
   std::string setValueInternal(ParamDefinition* param, const std::string& value) override;
+  void valueRestored(const ParamDefinition& param) noexcept override;
 
  private:
   friend class VariableNames;

@@ -17,6 +17,9 @@ bool copiesAlike(const ParamDefinition& a, const ParamDefinition& b)
 
 std::vector<ParamSet::Own>::const_iterator ParamSet::ownAt(std::size_t slot) const
 {
+  // Slots rise, so an entry never stands behind its slot; where all are written it stands there.
+  if (slot < m_own.size() && m_own[slot].slot == slot)
+    return m_own.begin() + static_cast<std::ptrdiff_t>(slot);
   return std::lower_bound(m_own.begin(), m_own.end(), slot,
                           [](const Own& entry, std::size_t key) { return entry.slot < key; });
 }

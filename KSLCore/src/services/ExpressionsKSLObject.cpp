@@ -202,6 +202,16 @@ std::string ExpressionsKSLObject::setValueInternal(ParamDefinition* param, const
   return old;
 }
 
+void ExpressionsKSLObject::valueRestored(const ParamDefinition& param) noexcept
+{
+  const std::string& name = param.getName();
+  try {
+    ExpressionCache::Change(*m_cache, name, parsed(name, param.getValue())).commit();
+    changeMeaning(name);
+    mark(name);
+  } catch (...) {}  // no memory for the former text: the name says what it was set to until it is set again
+}
+
 // The parameter has its value before the observer hears of it, so that it hears once.
 void ExpressionsKSLObject::addExpression(const std::string& name, const std::string& value)
 {
