@@ -95,6 +95,20 @@ TEST_F(SessionTest, RefusalsChangeNothing)
   }
 }
 
+// What is refused in a recovery must not be done by a replay.
+TEST_F(SessionTest, WhatIsRefusedIsNotRecorded)
+{
+  enter("> session start, mode=overwrite, filename=" + (folder / "s.ksl"));
+  system->onNotification = [](int type) {
+    if (type == 12)
+      enter("A: refused\nEND");
+  };
+  enter("> nonsense");
+  EXPECT_EQ(system->errorList().size(), 2U);  // no such action, refused
+  EXPECT_EQ(contents().find("refused"), std::string::npos);
+  EXPECT_NE(contents().find("nonsense"), std::string::npos);
+}
+
 TEST_F(SessionTest, WritesWholeLinesIndentedAndWrapped)
 {
   WriteSessionExecutor::setFilePreamble("# made by a test");

@@ -3,6 +3,7 @@
 #include "tests/support/Model.h"
 #include "tests/support/Talkers.h"
 
+#include <algorithm>
 #include <gtest/gtest.h>
 #include <string>
 #include <vector>
@@ -158,6 +159,35 @@ TEST(WayBack, Sequences)
     }
     EXPECT_EQ(talking.system.text()->getObjectInfo("/RULES").empty(), false);
     talking.expectSound();
+  }
+}
+
+// Who submits a text whenever one is run is stopped by one failure, told once; whoever is told of texts has had his.
+TEST(WayBack, TextsThatNestWithoutEndFail)
+{
+  for (const int type : {-1, 0, 1, 4}) {
+    SCOPED_TRACE(type);
+    TestSystem system;
+    system.run("A: a\nx = 1\nEND");
+    system.notifications();
+    const std::string before = system.state();
+    const std::string text = type == -1 ? "> again" : type == 4 ? "> forceupdate /A:a" : "> update";
+    system.registerAction("again", [&](const auto&) { system.run("A: n\nx = 1\nEND\n" + text); });
+    system.onNotification = [&](int told) {
+      if (told == type)
+        system.run(text);
+    };
+    system.run(text);
+    system.onNotification = nullptr;
+    const ErrorMsg tooDeep("KSLInterface", "parseKSL",
+                           "Operation 'parseKSL' failed. Texts are nested too deeply.", errorType::internal);
+    EXPECT_EQ(std::ranges::count(system.errorList(), tooDeep), 1);
+    EXPECT_EQ(system.state(), before);
+    const std::vector<std::string> told = StringUtilities::stringToVector(system.notifications(), ' ');
+    EXPECT_EQ(std::ranges::count(told, "0"), std::ranges::count(told, "1"));
+    system.run("A: a\nx = 2\nEND");
+    EXPECT_EQ(system.errors(), "");
+    system.expectConsistent();
   }
 }
 

@@ -20,7 +20,15 @@ class FragileObject : public GenericKSLObject {
   std::string setValue(const std::string& name, const std::string& value) override
   {
     failAt(FaultKind::setValue);
-    return GenericKSLObject::setValue(name, value);
+    std::string old = GenericKSLObject::setValue(name, value);
+    failAt(FaultKind::setValue);
+    return old;
+  }
+  std::string setValueInternal(ParamDefinition* param, const std::string& value) override
+  {
+    std::string old = GenericKSLObject::setValueInternal(param, value);
+    failAt(FaultKind::setValue);
+    return old;
   }
   void initialize(const std::string& parentPath, const std::string& name) override
   {

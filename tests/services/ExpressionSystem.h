@@ -55,7 +55,7 @@ class CountingObject : public GenericKSLObject {
 
 class ExpressionSystem {
  public:
-  explicit ExpressionSystem(const char* rules = expressionRules) : m_system(rules) {}
+  explicit ExpressionSystem(const std::string& rules = expressionRules) : m_system(rules) {}
   TestSystem* operator->() { return &m_system; }
   // The errors of running a text: one after the other, empty when it went well.
   std::string run(const std::string& text)

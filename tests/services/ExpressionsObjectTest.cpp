@@ -2,6 +2,7 @@
 #include "ExpressionSystem.h"
 #include "tests/support/thrown.h"
 
+#include <cstring>
 #include <gtest/gtest.h>
 #include <rapidcheck/gtest.h>
 #include <set>
@@ -94,6 +95,48 @@ TEST(ExpressionsObject, RefusedTextsChangeNothing)
     EXPECT_TRUE(error.substr(error.find(": ") + 2).starts_with(message)) << error;
     EXPECT_EQ(system->fullState() + ExpressionSystem::expressions().getSchedulerInfo(), before) << lines;
   }
+  EXPECT_EQ(system.define("later = 5"), "");
+  EXPECT_EQ(evaluated("c"), "7");
+}
+
+// Stores what it refuses.
+class LateExpressions : public ExpressionsKSLObject {
+ public:
+  KSLObject* clone() const override
+  {
+    auto copy = std::make_unique<LateExpressions>();
+    copyInternals(copy.get());
+    copy->setObjectRules({});
+    return copy.release();
+  }
+  std::string setValue(const std::string& name, const std::string& value) override
+  {
+    std::string line = ExpressionsKSLObject::setValue(name, value);
+    if (value.ends_with("13"))
+      throw data::invalid("Test", "setValue", "refused");
+    return line;
+  }
+};
+
+TEST(ExpressionsObject, WhatAnOverrideRefusesAfterItsBaseIsTakenBack)
+{
+  KSLObject::registerBaseTypeWithFactory("LateExpressions", new LateExpressions);
+  std::string rules = expressionRules;
+  for (const char* before : {"Class = ", "KSLObject, "}) {
+    const std::size_t at = rules.find(std::string(before) + "ExpressionsKSLObject");
+    ASSERT_NE(at, std::string::npos);
+    rules.replace(at + std::strlen(before), std::strlen("ExpressionsKSLObject"), "LateExpressions");
+  }
+  ExpressionSystem system(rules);
+  system.define("a = 1\nb = a + 1\nc = b + later");
+  const std::string before = system->state();
+  for (const char* lines : {"a = c13", "a = 13", "later = 13", "b = later + 13", "n = a + 13"}) {
+    EXPECT_EQ(system.define(lines), "error[4] Test::setValue: refused") << lines;
+    EXPECT_EQ(system->state(), before) << lines;
+    EXPECT_EQ(evaluated("b"), "2") << lines;
+    system->expectConsistent();
+  }
+  EXPECT_EQ(evaluated("n"), "Expression 'n' does not exist.");
   EXPECT_EQ(system.define("later = 5"), "");
   EXPECT_EQ(evaluated("c"), "7");
 }

@@ -173,7 +173,8 @@ class ORV_API KSLCoreAPI : public ObserverSubject {
   std::unique_ptr<KSLUpdateRecorder> m_recorder;    // once made it stays: readers may hold it
   WriteSessionExecutor* m_sessionWriter = nullptr;  // not owned
   bool m_recording = false;                         // the recorder observes the database
-  int m_parseCount = 0;                             // processKSL calls under way
+  int m_parseCount = 0;                             // texts whose notification 1 has not begun
+  int m_depth = 0;                                  // processKSL calls under way
 };
 
 }  // namespace orv

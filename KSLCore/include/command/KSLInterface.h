@@ -56,11 +56,16 @@ class ORV_API KSLInterface {
 
   // -- commands
 
+  // Texts may be nested so deeply, in themselves or in those whom a text tells; a deeper one fails: internal::error,
+  // class "KSLInterface", function "parseKSL", "Operation 'parseKSL' failed. Texts are nested too deeply."
+  static constexpr int maxDepth = 200;
   // Runs a text; see the class. Throws only inside another parse, whose executors must let it pass.
   // Cost: linear in the text, plus what the changes touch.
   void parseKSL(const std::string& text, kslUpdateMode mode);
   // REQUIRES: called from a handler. Runs a text that has failed already, of what is being handled.
   void failParse();
+  // Throws what a text that is nested too deeply fails of.
+  static void requireDepth(int depth);
   // Runs one action line (without ">"), outside any parse: what it throws comes to the caller and nothing is
   // taken back. internal::error, class "KSLInterface", function "doAction", "Pointer to Executive not set."
   // without one.

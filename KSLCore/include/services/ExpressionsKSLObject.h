@@ -96,6 +96,7 @@ class ORV_API ExpressionsKSLObject : public GenericKSLObject {
  protected:
   std::string setValueInternal(ParamDefinition* param, const std::string& value) override;
   bool mayLink(const ParamDefinition&, const std::string&) const override { return true; }
+  void valueRestored(const ParamDefinition& param) noexcept override;
 
  private:
   friend class NameValues;

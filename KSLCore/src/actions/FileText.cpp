@@ -6,6 +6,8 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <cstdint>
+#include <cstring>
 
 namespace orv::FileText {
 
@@ -147,6 +149,28 @@ void unescape(std::string& line)
   line = std::move(out);
 }
 
+// ASCII without a brace or a zero, as nearly all texts are: eight characters at a time. May be false for such a text.
+bool isCommonText(std::string_view text) noexcept
+{
+  constexpr std::uint64_t ones = 0x0101010101010101;
+  constexpr std::uint64_t braces = ones * '{';
+  constexpr std::uint64_t highs = ones * 0x80;
+  const auto hasOther = [](std::uint64_t word) {
+    return ((word | (word - ones) | ((word ^ braces) - ones)) & highs) != 0;
+  };
+  std::uint64_t word = ones;
+  if (text.size() < sizeof(word)) {
+    text.copy(reinterpret_cast<char*>(&word), text.size());
+    return !hasOther(word);
+  }
+  for (std::size_t at = 0; at < text.size(); at += sizeof(word)) {
+    std::memcpy(&word, text.data() + std::min(at, text.size() - sizeof(word)), sizeof(word));
+    if (hasOther(word))
+      return false;
+  }
+  return true;
+}
+
 bool isHead(std::string_view line) noexcept
 {
   return line.starts_with(sessionHead) || line.starts_with(stateHead);
@@ -167,6 +191,8 @@ std::string head(std::string_view firstLine)
 
 bool isPlain(std::string_view text) noexcept
 {
+  if (isCommonText(text))
+    return true;
   if (!ORVFile::isAscii(text))
     return false;
   for (std::size_t at = text.find('{'); at != std::string_view::npos; at = text.find('{', at + 1))

@@ -1,6 +1,7 @@
 // The operations of the core API that know of session files.
 #include "platform/ORVUtilities.h"
 #include "command/KSLCoreAPI.h"
+#include "command/KSLInterface.h"
 #include "actions/SessionUpdater.h"
 #include "actions/WriteSessionExecutor.h"
 
@@ -14,7 +15,8 @@ void KSLCoreAPI::externalProcessKSL(const std::vector<std::string>& lines)
       text += StringUtilities::trimmed(text).ends_with('\\') ? "\n\n" : "\n";
     text += "> update\n";
   }
-  if (m_sessionWriter && !text.empty())
+  const bool isRefused = KSLInterface::instance()->isRecovering();
+  if (m_sessionWriter && !text.empty() && !isRefused)
     m_sessionWriter->writeSessionKSL(text);
   processKSL(text, m_externalMode);
 }

@@ -56,7 +56,8 @@ bool isSaved(const ParamDefinition& param, const std::string& type)
 // programs give, and names in RULES, may be.
 bool isReadableParam(const std::string& name)
 {
-  return name.find(':') == std::string::npos && name.find('#') == std::string::npos && !name.starts_with('>');
+  return std::none_of(name.begin(), name.end(), [](char c) { return c == ':' || c == '#'; })
+         && !name.starts_with('>');
 }
 
 std::string headerOf(const KSLObject& object)
@@ -96,34 +97,37 @@ void appendParameter(const KSLObject& object, const std::string& name, const std
   const bool readable = isReadable(value);
   if (!readable)
     reportUnreadable(className, "validatedParameters", object.getPath(), name, value);
-  const bool plain = FileText::isPlain(value) && FileText::isPlain(name);
-  if (plain && readable && value.back() != '\\'
-      && indentOf(depth) + name.size() + equals.size() + value.size() <= width) {
-    out.append(indentOf(depth), ' ').append(name).append(equals).append(value) += '\n';
+  const std::size_t start = out.size();
+  out.append(indentOf(depth), ' ').append(name).append(equals).append(value);
+  const bool plain = FileText::isPlain(std::string_view(out).substr(start));
+  if (plain && readable && value.back() != '\\' && out.size() - start <= width) {
+    out += '\n';
     return;
   }
+  out.resize(start);
   const std::string line = name + " = " + value + '\n';
   out += StringUtilities::splitStringToSize(plain ? line : FileText::escaped(line), depth, width);
 }
 
-// What is being read while a state is saved is no part of the work.
-const std::string& savedValue(const KSLObject& object, const ParamDefinition& param)
+// Of the object that says what is being read: while a state is saved that is no part of the work.
+const std::string& idleValue(const ParamDefinition& param)
 {
   static const std::string mode = idleMode;
   static const std::string stack = idlePathStack;
-  if (object.pathIs(fileProcessingPath) && param.getName() == processingModeParam)
+  if (param.getName() == processingModeParam)
     return mode;
-  return object.pathIs(fileProcessingPath) && param.getName() == pathStackParam ? stack : param.getValue();
+  return param.getName() == pathStackParam ? stack : param.getValue();
 }
 
 // False when a line was left out.
 bool appendParameters(const KSLObject& object, std::size_t depth, std::string& out)
 {
   bool complete = true;
+  const bool isFileProcessing = object.pathIs(fileProcessingPath);
   object.forEachParam([&](const ParamDefinition& param) {
     if (!isSaved(param, object.getType()))
       return;
-    const std::string& value = savedValue(object, param);
+    const std::string& value = isFileProcessing ? idleValue(param) : param.getValue();
     if (!isReadableParam(param.getName())) {
       reportLeftOut("validatedParameters", param.getName() + " = " + value);
       complete = false;

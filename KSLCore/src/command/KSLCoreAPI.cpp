@@ -47,9 +47,14 @@ void KSLCoreAPI::processKSL(const std::string& text, kslUpdateMode mode)
     m_recorder->reset();
   if (text.empty())
     throw internal::badParam("KSLCoreAPI", "processKSL", _("Input parameter %s is empty.", "p_KSLStr"));
-  const ScopeGuard end([this] { endParseKSL(); });
   KSLInterface* commands = KSLInterface::instance();
+  const ScopeGuard leave([this] { --m_depth; });
+  ++m_depth;
+  // Of one that is too deep nobody is told: those who are told may be the ones who go on and on.
+  const bool tells = m_depth <= KSLInterface::maxDepth;
+  const ScopeGuard end([this, tells] { tells ? endParseKSL() : void(); });
   try {
+    KSLInterface::requireDepth(m_depth);
     beginParseKSL();
   } catch (...) {
     return commands->failParse();

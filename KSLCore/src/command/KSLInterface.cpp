@@ -204,6 +204,13 @@ void KSLInterface::failParse()
   runParse(kslUpdateDefault, [] { throw; });
 }
 
+void KSLInterface::requireDepth(int depth)
+{
+  if (depth > maxDepth)
+    throw internal::error("KSLInterface", "parseKSL",
+                          _("Operation '%s' failed. Texts are nested too deeply.", "parseKSL"));
+}
+
 // Undo and redo of the host's own making run in a parse too; the template is theirs as well.
 void KSLInterface::runHistory(UndoMode mode)
 {
@@ -234,8 +241,10 @@ void KSLInterface::runParse(kslUpdateMode mode, Work work)
   try {
     // Pending is the failure of a load outside any parse, else: it is told in place of the text, or nobody would
     // ever hear of it.
-    if (!m_error->isPending())
+    if (!m_error->isPending()) {
+      requireDepth(m_entryCount);
       work();
+    }
   } catch (...) {
     m_error->note("parseKSL");
   }

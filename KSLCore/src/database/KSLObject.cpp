@@ -317,10 +317,9 @@ void KSLObject::unsetParam(const std::string& name)
 template <class Set>
 void KSLObject::allOrNothing(const std::string& name, Set set)
 {
-  const ParamDefinition* param = m_params.find(name);
-  if (!param)
-    return set();
-  ParamDefinition::State before = param->getState();
+  ParamDefinition::State before;  // of one that the object makes for the value: not set
+  if (const ParamDefinition* param = m_params.find(name))
+    before = param->getState();
   try {
     set();
   } catch (...) {

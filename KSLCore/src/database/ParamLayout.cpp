@@ -5,6 +5,23 @@
 
 namespace orv {
 
+namespace {
+
+// Who sets a parameter looks for it several times in a row. Only where to look first: what stands there is compared.
+struct LastFound {
+  const ParamLayout* layout = nullptr;
+  std::size_t slot = 0;
+};
+LastFound lastFound;
+
+template <class Entries>
+bool holds(const Entries& entries, std::size_t slot, std::string_view name)
+{
+  return slot < entries.size() && entries[slot].name == name;
+}
+
+}  // namespace
+
 std::size_t ParamLayout::lowerBound(std::string_view name) const
 {
   const auto place =
@@ -15,8 +32,13 @@ std::size_t ParamLayout::lowerBound(std::string_view name) const
 
 std::size_t ParamLayout::find(std::string_view name) const
 {
+  if (lastFound.layout == this && holds(m_entries, lastFound.slot, name))
+    return lastFound.slot;
   const std::size_t slot = lowerBound(name);
-  return slot < m_entries.size() && m_entries[slot].name == name ? slot : npos;
+  if (!holds(m_entries, slot, name))
+    return npos;
+  lastFound = {this, slot};
+  return slot;
 }
 
 std::size_t ParamLayout::insert(std::shared_ptr<const ParamDefinition> prototype)

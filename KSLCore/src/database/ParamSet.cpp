@@ -13,10 +13,36 @@ bool copiesAlike(const ParamDefinition& a, const ParamDefinition& b)
   return a.isInternal() == b.isInternal() && a.getValue() == b.getValue() && a.getRules() == b.getRules();
 }
 
+// Room grows with what is written, and never beyond what the type has.
+template <class Owns>
+void insertAt(Owns& own, typename Owns::iterator place, std::size_t slot,
+              std::unique_ptr<ParamDefinition> param, std::size_t most)
+{
+  const auto index = place - own.begin();
+  if (own.size() == own.capacity())
+    own.reserve(std::max(own.size() + 1, std::min(2 * own.size() + 2, most)));
+  own.insert(own.begin() + index, {static_cast<std::uint32_t>(slot), std::move(param)});
+}
+
+template <class Owns>
+ParamDefinition* insertCopy(Owns& own, typename Owns::iterator place, std::size_t slot,
+                            const ParamDefinition& prototype, std::size_t most,
+                            ParamDefinition::NotifyChange* observer)
+{
+  std::unique_ptr<ParamDefinition> made = prototype.clone();
+  ParamDefinition* param = made.get();
+  param->setNotifyChange(observer);
+  insertAt(own, place, slot, std::move(made), most);
+  return param;
+}
+
 }  // namespace
 
 std::vector<ParamSet::Own>::const_iterator ParamSet::ownAt(std::size_t slot) const
 {
+  // Slots rise, so an entry never stands behind its slot; where all are written it stands there.
+  if (slot < m_own.size() && m_own[slot].slot == slot)
+    return m_own.begin() + static_cast<std::ptrdiff_t>(slot);
   return std::lower_bound(m_own.begin(), m_own.end(), slot,
                           [](const Own& entry, std::size_t key) { return entry.slot < key; });
 }
@@ -59,28 +85,27 @@ ParamDefinition* ParamSet::ownToSet(std::string_view name, const std::string& va
   const std::size_t slot = slotOf(name);
   if (slot == ParamLayout::npos)
     return nullptr;
-  at(slot).requireAllowed(value);
-  return ownSlot(slot, observer);
+  const auto place = ownAt(slot);
+  if (place != m_own.end() && place->slot == slot) {
+    place->param->requireAllowed(value);
+    return place->param.get();
+  }
+  const ParamDefinition& prototype = (*m_layout)[slot];
+  prototype.requireAllowed(value);
+  return insertCopy(m_own, place, slot, prototype, m_layout->size(), observer);
 }
 
 ParamDefinition* ParamSet::ownSlot(std::size_t slot, ParamDefinition::NotifyChange* observer)
 {
-  const auto present = ownAt(slot);
-  if (present != m_own.end() && present->slot == slot)
-    return present->param.get();
-  std::unique_ptr<ParamDefinition> made = (*m_layout)[slot].clone();
-  ParamDefinition* param = made.get();
-  param->setNotifyChange(observer);
-  insertOwn(slot, std::move(made));
-  return param;
+  const auto place = ownAt(slot);
+  if (place != m_own.end() && place->slot == slot)
+    return place->param.get();
+  return insertCopy(m_own, place, slot, (*m_layout)[slot], m_layout->size(), observer);
 }
 
-// Room grows with what is written, and never beyond what the type has.
 void ParamSet::insertOwn(std::size_t slot, std::unique_ptr<ParamDefinition> param)
 {
-  if (m_own.size() == m_own.capacity())
-    m_own.reserve(std::max(m_own.size() + 1, std::min(2 * m_own.size() + 2, m_layout->size())));
-  m_own.insert(ownAt(slot), Own{static_cast<std::uint32_t>(slot), std::move(param)});
+  insertAt(m_own, ownAt(slot), slot, std::move(param), m_layout->size());
 }
 
 ParamLayout& ParamSet::writableLayout()

@@ -165,6 +165,18 @@ std::string ExpressionsKSLObject::setValueInternal(ParamDefinition* param, const
   return old;
 }
 
+void ExpressionsKSLObject::valueRestored(const ParamDefinition& param) noexcept
+{
+  const std::string& name = param.getName();
+  try {
+    const bool wasDefined = hasExpression(name);
+    ExpressionCache::Change change(*m_cache, name, parsed(name, param.getValue()));
+    tellOfMeaning(name, wasDefined);
+    change.keep();
+  } catch (...) {}  // no memory for the former text: the name says what it was set to until it is set again
+  GenericKSLObject::valueRestored(param);
+}
+
 // The parameter has its value before the observer hears of it, so that it hears once.
 void ExpressionsKSLObject::addExpression(const std::string& name, const std::string& value, bool aside)
 {

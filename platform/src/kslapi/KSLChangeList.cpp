@@ -33,19 +33,25 @@ KSLChange KSLChange::changeParam(SharedText path, SharedText name, SharedText va
 
 KSLChange KSLChange::inverse() const
 {
+  KSLChange change = *this;
   switch (kind) {
     case Kind::createObject:
-      return deleteObject(path);
+      change.kind = Kind::deleteObject;
+      break;
     case Kind::deleteObject:
-      return createObject(path);
+      change.kind = Kind::createObject;
+      break;
     case Kind::createParam:
-      return deleteParam(path, name, value);
+      change.kind = Kind::deleteParam;
+      break;
     case Kind::deleteParam:
-      return createParam(path, name, value);
+      change.kind = Kind::createParam;
+      break;
     case Kind::changeParam:
-      return changeParam(path, name, oldValue, value);
+      std::swap(change.value, change.oldValue);
+      break;
   }
-  return *this;
+  return change;
 }
 
 ChangeListModifierIF::~ChangeListModifierIF() = default;

@@ -150,8 +150,11 @@ void KSLAPI::Impl::removeNode(Node* node, Record record)
 
 void KSLAPI::Impl::undoTo(std::uint64_t mark)
 {
+  const std::size_t size = mark > m_confirmed ? static_cast<std::size_t>(mark - m_confirmed) : 0;
+  if (journal.size() <= size)
+    return;  // what is known of the rules stays true
   rules.changed();
-  journal.undo(mark > m_confirmed ? static_cast<std::size_t>(mark - m_confirmed) : 0);
+  journal.undo(size);
 }
 
 void KSLAPI::Impl::confirmTo(std::uint64_t mark)
