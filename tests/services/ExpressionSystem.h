@@ -58,6 +58,7 @@ class CountingObject : public GenericKSLObject {
 
 class ExpressionSystem {
  public:
+  explicit ExpressionSystem(const std::string& rules = expressionRules) : m_system(rules) {}
   TestSystem* operator->() { return &m_system; }
   // The errors of running a text: one after the other, empty when it went well.
   std::string run(const std::string& text)
@@ -114,7 +115,7 @@ class ExpressionSystem {
   };
 
   BaseTypes m_types;
-  TestSystem m_system{expressionRules};
+  TestSystem m_system;
 };
 
 }  // namespace orv::test
