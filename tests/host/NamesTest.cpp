@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -207,7 +208,53 @@ const Story stories[] = {
      0,
      "EXPRESSIONS:; a = 2; b = g; END; GAUGE:g; Value = a; END",
      ""},
+    {"OneOfTwoMissingNamesComes",
+     {"EXPRESSION PREVIEW: p; Evaluated Expression = a + b; END", "EXPRESSIONS:; a = 1; b = 2; END",
+      "&replace EXPRESSIONS:; b = 3; END", "> delete /EXPRESSIONS", "EXPRESSIONS:; a = 1; END"},
+     0,
+     "EXPRESSION PREVIEW:p; Evaluated Expression = a + b; END; EXPRESSIONS:; a = 1; END",
+     ""},
 };
+
+std::string ladder(int levels)
+{
+  std::string text = "EXPRESSIONS:; x0 = 1; y0 = 1; ";
+  for (int i = 1; i <= levels; ++i) {
+    const std::string before = std::to_string(i - 1);
+    const std::string both[] = {"x" + before, "y" + before};
+    text += "x" + std::to_string(i) + " = " + both[0] + " + " + both[1] + "; ";
+    text += "y" + std::to_string(i) + " = " + both[0] + " - " + both[1] + "; ";
+  }
+  return text + "END; EXPRESSION EVALUATOR: e; Evaluated Expression = x" + std::to_string(levels) + "; END";
+}
+
+// Each way through a variable would be 2^200 evaluations.
+TEST(NamesOfManyLevels, AreEachEvaluatedOnce)
+{
+  EXPECT_EQ(ksl({"run", "--library", library(), "--update-mode", "at-end", "--state=/EXPRESSION EVALUATOR:e",
+                 "-e", lines(ladder(200))}),
+            (Outcome{0, "EXPRESSION EVALUATOR:e\n  Evaluated Expression = x200\nEND\n", ""}));
+}
+
+// A name of the demonstration that comes to mean something else, and no more.
+TEST(NamesOfTheDemonstration, LeadToTheSameGraphAtEachStop)
+{
+  std::vector<std::string> commands{"-e", "CUT: Wake\nEND\n", "-e", "BAND: Colours\nLocation = Wake\nEND\n"};
+  for (const auto& [command, location] : {std::pair{"PALETTE: Wake\nEND\n", "Location = Wake\n"},
+                                          {"PROBE: Wake\nEND\n", "Location = /CUT:Wake\n"},
+                                          {"> undo\n", "Location = Wake\n"}}) {
+    commands.insert(commands.end(), {"-e", command});
+    const auto with = [&commands](std::vector<std::string> arguments) {
+      arguments.insert(arguments.end(), commands.begin(), commands.end());
+      return ksl(arguments);
+    };
+    const Outcome state = with({"run", "--state"});
+    EXPECT_EQ(state.status, 0) << state.err;
+    EXPECT_NE(state.out.find(location), std::string::npos) << state.out;
+    EXPECT_EQ(ksl({"run", "--update-mode", "at-end", "--state", "-e", state.out}), state);
+    EXPECT_EQ(ksl({"graph", "--update-mode", "at-end", "-e", state.out}), with({"graph"}));
+  }
+}
 
 INSTANTIATE_TEST_SUITE_P(Host, NamesTest, testing::ValuesIn(stories),
                          [](const auto& row) { return std::string(row.param.name); });

@@ -3,6 +3,7 @@
 
 #include "platform/ORVExport.h"
 #include "platform/ORVKSLAPI.h"
+#include "database/NameQuestion.h"
 #include "rules/Relocation.h"
 
 #include <cstddef>
@@ -85,13 +86,14 @@ class ORV_API LinkTransaction {
 
   // Judging.
   void take(NameLink& link);
-  void find(NameLink& link, const std::string& text);
+  void find(NameLink& link, const std::string* text = nullptr);  // null: the text that the parameter has
   void settleDefinitions();
   void setSound(NameLink& link, bool sound, std::vector<NameLink*>& toAsk);
   void judgeAndMake();
   void judge(NameLink& link);
   bool isStrict(const NameLink& link) const;
-  void blameDefinition(NameLink& link) const;
+  static const NameLink* unsoundIn(const NameLink& link);
+  static void blameDefinition(NameLink& link);
   void warn(const NameLink& link) const noexcept;
   static bool isSound(const NameLink& link);
   static const std::vector<NameTarget>& targetsOf(const NameLink& link);
@@ -118,6 +120,7 @@ class ORV_API LinkTransaction {
   const std::unique_ptr<NameRewriter> m_rewriter;  // of an update
   LinkTransaction* m_outer = nullptr;
   std::vector<Mark> m_marks;
+  std::vector<NameQuestion> m_asked;                    // by the text that is looked at
   std::vector<NameLink*> m_links;                       // what is judged; null when it has ended
   std::vector<std::pair<NameLink*, bool>> m_wereSound;  // the definitions that changed, as they were
   bool m_open = false;

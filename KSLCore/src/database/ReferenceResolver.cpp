@@ -24,7 +24,7 @@ const KSLObject& root()
 ReferenceResolver::ReferenceResolver(const KSLObject& from, const ParamDefinition& param, bool isDefault,
                                      std::vector<NameQuestion>* asked)
     : m_from(from),
-      m_fits([rules = param.getRules()](const KSLObject& object) {
+      m_fits([rules = param.getRules().get()](const KSLObject& object) {
         return rules->remoteType.empty() || object.hasScheduler(rules->remoteType);
       }),
       m_isDefault(isDefault),
@@ -103,15 +103,20 @@ bool ReferenceResolver::decides(Objects found, Hit& hit) const
 // All that the path may lead to.
 ReferenceResolver::Objects ReferenceResolver::walk(const KSLObject& start, std::string_view path) const
 {
-  Objects at{const_cast<KSLObject*>(&start)};
-  Objects next;
-  while (!at.empty() && !path.empty()) {
+  const auto cut = [&path] {
     const std::size_t slash = path.find('/');
-    next.clear();
-    for (const KSLObject* object : at)
-      step(*object, path.substr(0, slash), next);
-    at.swap(next);
+    const std::string_view component = path.substr(0, slash);
     path = slash == std::string_view::npos ? std::string_view() : path.substr(slash + 1);
+    return component;
+  };
+  Objects at;
+  step(start, cut(), at);
+  while (!at.empty() && !path.empty()) {
+    const std::string_view component = cut();
+    Objects next;
+    for (const KSLObject* object : at)
+      step(*object, component, next);
+    at.swap(next);
   }
   return at;
 }
@@ -126,10 +131,13 @@ void ReferenceResolver::step(const KSLObject& from, std::string_view component, 
   std::string name(component);
   if (component.find(':') != std::string_view::npos)
     std::tie(type, name) = StringUtilities::splitObjectTypeAndName(component);
-  for (KSLObject* child : from.getChildObjectsByName(name)) {
-    if (type.empty() || child->typeIs(type))
-      out.push_back(child);
-  }
+  Objects children = from.getChildObjectsByName(name);
+  if (!type.empty())
+    std::erase_if(children, [&type](const KSLObject* child) { return !child->typeIs(type); });
+  if (out.empty())
+    out.swap(children);
+  else
+    out.insert(out.end(), children.begin(), children.end());
   if (m_asked && &from != &m_from)
     m_asked->push_back({&from, std::move(name)});
 }

@@ -40,7 +40,7 @@ LinkTransaction::LinkTransaction(NameLink& link, const std::string& text)
 {
   ScopeGuard undo([this] { takeBack(); });
   take(link);
-  find(link, text);
+  find(link, &text);
   judgeAndMake();
   undo.dismiss();
 }
@@ -54,7 +54,7 @@ LinkTransaction::LinkTransaction(GenericKSLObject& object)
     if (!link->isDue())
       continue;
     take(*link);
-    find(*link, link->text());
+    find(*link);
   }
   judgeAndMake();
   undo.dismiss();
@@ -114,7 +114,7 @@ std::set<std::string> LinkTransaction::commit()
   });
   while (NameLink* link = m_index.firstDue()) {
     take(*link);
-    find(*link, link->text());
+    find(*link);
   }
   judgeAndMake();
   std::set<std::string> paths;
@@ -184,13 +184,15 @@ void LinkTransaction::take(NameLink& link)
   m_index.removeDue(link);
 }
 
-void LinkTransaction::find(NameLink& link, const std::string& text)
+void LinkTransaction::find(NameLink& link, const std::string* text)
 {
+  m_asked.clear();
   const ParamDefinition* param = link.param();
-  link.m_next =
-      std::make_unique<NamedTargets>(param ? NameFinder::find(link.owner(), *param, text) : NamedTargets());
+  link.m_next = std::make_unique<NamedTargets>(
+      param ? NameFinder::find(link.owner(), *param, text ? *text : param->getValue(), m_asked)
+            : NamedTargets());
   link.m_next->owed = link.m_owes;
-  link.m_nextUses = NameUses(m_index, link, link.m_next->asked);
+  link.m_nextUses = NameUses(m_index, link, m_asked);
 }
 
 namespace {
@@ -212,7 +214,7 @@ const std::vector<NameTarget>& LinkTransaction::targetsOf(const NameLink& link)
 
 bool LinkTransaction::isSound(const NameLink& link)
 {
-  if (link.m_next ? link.m_next->fault.has_value() : link.waits())
+  if (link.m_next ? link.m_next->fault != nullptr : link.waits())
     return false;
   const std::vector<NameTarget>& targets = targetsOf(link);
   return std::all_of(targets.begin(), targets.end(), [](const NameTarget& target) {
@@ -256,7 +258,7 @@ void LinkTransaction::setSound(NameLink& link, bool sound, std::vector<NameLink*
       user->setDue();
     } else if (!user->m_next) {
       take(*user);
-      find(*user, user->text());
+      find(*user);
     }
   }
 }
@@ -294,29 +296,33 @@ void LinkTransaction::judge(NameLink& link)
     warn(link);
 }
 
-// A text that names an expression is at fault as the one is, in the end, that lacks a name.
-void LinkTransaction::blameDefinition(NameLink& link) const
+// The first that a text uses and that is at fault, or uses what is.
+const NameLink* LinkTransaction::unsoundIn(const NameLink& link)
 {
-  std::set<const NameLink*> seen;
-  const NameLink* at = &link;
-  while (at && seen.insert(at).second) {
-    const NameLink* unsound = nullptr;
-    for (const NameTarget& target : targetsOf(*at)) {
-      const NameLink* used = definitionOf(target);
-      if (used && !used->m_sound) {
-        unsound = used;
-        break;
-      }
-    }
-    if (!unsound)
-      break;
-    at = unsound;
+  for (const NameTarget& target : targetsOf(link)) {
+    const NameLink* used = definitionOf(target);
+    if (used && !used->m_sound)
+      return used;
   }
-  if (at == &link || !at->param())
+  return nullptr;
+}
+
+// A text that names an expression is at fault as the one is, in the end, that lacks a name.
+void LinkTransaction::blameDefinition(NameLink& link)
+{
+  const NameLink* at = unsoundIn(link);
+  if (!at)
     return;
-  const NamedTargets found =
-      at->m_next ? *at->m_next : NameFinder::find(at->owner(), *at->param(), at->text());
-  link.m_next->fault = found.fault;
+  std::set<const NameLink*> seen;
+  while (seen.insert(at).second) {
+    if (const NameLink* next = unsoundIn(*at))
+      at = next;
+  }
+  if (!at->param())
+    return;
+  std::vector<NameQuestion> asked;
+  link.m_next->fault =
+      at->m_next ? at->m_next->fault : NameFinder::find(at->owner(), *at->param(), at->text(), asked).fault;
 }
 
 // A reference that comes to wait although nobody is to blame for it now.
@@ -386,7 +392,7 @@ bool LinkTransaction::mayWaitForCircle(const NameLink& link) const
 void LinkTransaction::makeTargets(NameLink& link)
 {
   link.m_owes = false;
-  const ParamDefinition* param = link.param();
+  const ParamDefinition* param = link.m_next->param;
   for (NameTarget& target : link.m_next->list) {
     if (!target.object)
       continue;
@@ -501,10 +507,10 @@ void LinkTransaction::finish() noexcept
 void LinkTransaction::commitLink(NameLink& link) noexcept
 {
   const std::unique_ptr<NamedTargets> found = std::move(link.m_next);
-  if (!found->stands) {
+  if (!found->stands && !link.m_targets.empty())
     endOld(link, found->list);
+  if (!found->stands)
     link.m_targets.swap(found->list);
-  }
   link.m_locals.swap(found->locals);
   if (!link.m_locals.empty())
     link.owner().markLocalVariable();

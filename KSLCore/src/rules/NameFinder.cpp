@@ -7,15 +7,17 @@
 #include "rules/GenericKSLObject.h"
 
 #include <algorithm>
-#include <set>
+#include <cstdint>
+#include <memory>
 #include <utility>
 
 namespace orv {
 
 NamedTargets NameFinder::find(const GenericKSLObject& object, const ParamDefinition& param,
-                              const std::string& text)
+                              const std::string& text, std::vector<NameQuestion>& asked)
 {
-  NameFinder finder(object, param, text);
+  NameFinder finder(object, param, text, asked);
+  finder.m_found.param = &param;
   finder.m_found.isDefault = text == param.getDefaultValue();
   if (!object.holdsExpression(param)) {
     finder.makeParentLinks();
@@ -30,10 +32,14 @@ NamedTargets NameFinder::find(const GenericKSLObject& object, const ParamDefinit
 
 void NameFinder::note(NamedTargets::Fault fault)
 {
-  if (!fault.missing && !m_found.refusal)
-    m_found.refusal = fault;
+  const bool isRefusal = !fault.missing && !m_found.refusal;
+  if (m_found.fault && !isRefusal)
+    return;
+  const auto shared = std::make_shared<const NamedTargets::Fault>(std::move(fault));
+  if (isRefusal)
+    m_found.refusal = shared;
   if (!m_found.fault)
-    m_found.fault = std::move(fault);
+    m_found.fault = shared;
 }
 
 void NameFinder::noteMissing(const char* function, std::string message)
@@ -59,7 +65,7 @@ void NameFinder::noteAmbiguous(std::string_view name, const std::vector<KSLObjec
 
 void NameFinder::makeParentLinks()
 {
-  const ReferenceResolver resolver(m_object, m_param, m_found.isDefault, &m_found.asked);
+  const ReferenceResolver resolver(m_object, m_param, m_found.isDefault, &m_asked);
   for (const std::string& item : ParamDefinition::splitValue(m_text)) {
     const std::string_view name = StringUtilities::unquoted(item);
     if (name.empty() || m_param.getAllowedValues().contains(item)) {
@@ -96,11 +102,11 @@ void NameFinder::addTarget(KSLObject* target, bool fits, const std::string& sche
   found.marks = marks && links;
   m_found.list.push_back(std::move(found));
   const KSLObject* place = target->getParentObject();
-  const bool isAsked = !m_found.asked.empty() && m_found.asked.back().place == place
-                       && m_found.asked.back().name == target->getName();
+  const bool isAsked =
+      !m_asked.empty() && m_asked.back().place == place && m_asked.back().name == target->getName();
   if (!isAsked && !target->getPath().empty()
       && place != &m_object)  // it is told when the object goes, however named
-    m_found.asked.push_back({place, target->getName()});
+    m_asked.push_back({place, target->getName()});
 }
 
 // Without an expressions service nobody comes here: expressions depend on nothing then.
@@ -110,7 +116,7 @@ void NameFinder::makeVariableLinks()
   constexpr const char* function = "makeVariableLinks";
   ExpressionNames::Uses uses = names.namesIn(m_object, m_param, m_text);
   for (const std::string& name : uses.variables) {
-    const ExpressionNames::Variable variable = names.findVariable(m_object, name, m_found.asked);
+    const ExpressionNames::Variable variable = names.findVariable(m_object, name, m_asked);
     if (!variable.several.empty())
       noteAmbiguous(name, variable.several);
     else if (!variable.object)
@@ -148,10 +154,22 @@ void NameFinder::dropDoubles()
 {
   if (m_found.list.size() < 2)
     return;
-  std::set<std::pair<const KSLObject*, std::string_view>> seen;
+  std::vector<NameTarget*> sorted;
+  sorted.reserve(m_found.list.size());
   for (NameTarget& target : m_found.list) {
-    if (target.object && !seen.emplace(target.object, target.scheduler.str()).second)
-      target.marks = false;
+    if (target.object)
+      sorted.push_back(&target);
+  }
+  const auto key = [](const NameTarget* target) {
+    return std::pair(reinterpret_cast<std::uintptr_t>(target->object),
+                     std::string_view(target->scheduler.str()));
+  };
+  std::sort(sorted.begin(), sorted.end(), [&key](const NameTarget* a, const NameTarget* b) {
+    return std::pair(key(a), a) < std::pair(key(b), b);  // the first of the list stays
+  });
+  for (std::size_t i = 1; i < sorted.size(); ++i) {
+    if (key(sorted[i]) == key(sorted[i - 1]))
+      sorted[i]->marks = false;
   }
 }
 

@@ -12,14 +12,17 @@ class GenericKSLObject;
 // One text of one parameter, which the parameter need not hold. What cannot be linked as it stands is noted, never thrown.
 class NameFinder {
  public:
+  // `asked` gets the questions whose answers decided.
   static NamedTargets find(const GenericKSLObject& object, const ParamDefinition& param,
-                           const std::string& text);
+                           const std::string& text, std::vector<NameQuestion>& asked);
 
  private:
-  NameFinder(const GenericKSLObject& object, const ParamDefinition& param, const std::string& text)
+  NameFinder(const GenericKSLObject& object, const ParamDefinition& param, const std::string& text,
+             std::vector<NameQuestion>& asked)
       : m_object(object),
         m_param(param),
-        m_text(text)
+        m_text(text),
+        m_asked(asked)
   {}
   void makeParentLinks();
   void makeVariableLinks();
@@ -34,6 +37,7 @@ class NameFinder {
   const GenericKSLObject& m_object;
   const ParamDefinition& m_param;
   const std::string& m_text;
+  std::vector<NameQuestion>& m_asked;
   NamedTargets m_found;
 };
 

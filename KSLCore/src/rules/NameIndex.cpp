@@ -109,9 +109,7 @@ NameUses::NameUses(NameIndex& index, NameLink& link, std::vector<NameQuestion>& 
   m_index = &index;
   m_uses = asked.empty() ? nullptr : std::make_unique<NameIndex::Use[]>(asked.size());
   for (NameQuestion& question : asked) {
-    auto users = index.m_table.find(NameIndex::Key{question.place, question.name});
-    if (users == index.m_table.end())
-      users = index.m_table.insert({question.place, std::move(question.name)}).first;
+    const auto users = index.m_table.insert({question.place, std::move(question.name)}).first;
     NameIndex::Use& use = m_uses[m_count++];
     use = {&link, &*users, nullptr, users->first};
     if (users->first)

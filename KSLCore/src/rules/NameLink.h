@@ -35,7 +35,6 @@
 #include <cstdint>
 #include <map>
 #include <memory>
-#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -74,14 +73,14 @@ struct NamedTargets {
     [[noreturn]] void raise() const;
   };
 
-  std::vector<NameTarget> list;     // of references one for each item; of expressions one for each object
-  std::vector<std::string> locals;  // other parameters of the object that an expression uses
-  std::vector<NameQuestion> asked;
-  std::optional<Fault> fault;    // the first
-  std::optional<Fault> refusal;  // the first that is no missing object
-  bool isDefault = false;        // the text is the parameter's default
-  bool stands = false;           // the link is so already
-  bool owed = false;             // it had an edge refused before
+  std::vector<NameTarget> list;        // of references one for each item; of expressions one for each object
+  std::vector<std::string> locals;     // other parameters of the object that an expression uses
+  std::shared_ptr<const Fault> fault;  // the first; few texts have one
+  std::shared_ptr<const Fault> refusal;    // the first that is no missing object
+  const ParamDefinition* param = nullptr;  // whose text it is; null when the object has lost it
+  bool isDefault = false;                  // the text is the parameter's default
+  bool stands = false;                     // the link is so already
+  bool owed = false;                       // it had an edge refused before
 };
 
 class NameLink {

@@ -203,9 +203,12 @@ KSLChangeList NameRewriter::rewrites()
     rewrite(*holder, *param, followed.text.empty() ? joined(items) : followed.text, changes);
   }
   for (NameLink* link = m_index.firstDue(); link; link = link->m_nextDue) {
+    if (link->m_touched ? !m_relocation
+                        : link->m_targets.empty())  // most: nothing was linked, or nothing copied
+      continue;
     const ParamDefinition* param = link->param();
     if (!param || param->getValue() == param->getDefaultValue() || link->owner().holdsExpression(*param)
-        || m_followed.count({link->owner().getPath(), link->name()}) > 0)
+        || (!m_followed.empty() && m_followed.count({link->owner().getPath(), link->name()}) > 0))
       continue;
     const std::vector<std::string> items = link->m_touched ? itemsOfCopy(*link) : itemsInFull(*link);
     if (!items.empty())
