@@ -38,6 +38,11 @@ TEST(Graph, ObjectsSchedulersAndLinks)
       "BOX: d\nEND\nBOX: c\n  On = d\nEND\nBOX: a\n  On = d\n  Beside = d\nEND\nBOX: b\n  On = d\nEND\nMARK: "
       "m\"\\ &lt;\nEND";
   EXPECT_EQ(graph({"--dot", "-"}, text), (Outcome{0, dot, ""}));
+  EXPECT_EQ(
+      graph({"-e", text, "-e", "MARK: n\nEND\nMURK: o\nEND"}),
+      (Outcome{
+          1, dot,
+          "error[4] ObjectFactory::createObject: Could not find object: MURK\nrolled back 2 changes\n"}));
 }
 
 TEST(Graph, SvgIsGraphvizsAnswer)
@@ -79,6 +84,24 @@ Outcome watch(const Arguments& options, const Arguments& commands)
   return outcome;
 }
 
+TEST(Watch, ChangesOfEachCommandInOrder)
+{
+  EXPECT_EQ(watch({"--trace", "changes"},
+                  {"BOX: a\n  Size = 2\n  Size = 3\nEND", "BOX: a\n  Size = 3\nEND", "> delete a",
+                   "BOX: c\n  Size = 6\n  Colour = red\nEND", "NOTE: n\n  Text = new\nEND", "> undo"}),
+            (Outcome{1, "",
+                     "value /BOX:a Beside = \nvalue /BOX:a On = \nvalue /BOX:a Size = 1\n"
+                     "value /BOX:b Beside = a\nvalue /BOX:b On = a\nvalue /BOX:b Size = 1\n"
+                     "value /BOX:c Beside = \nvalue /BOX:c On = a, b\nvalue /BOX:c Size = 5\n"
+                     "value /BOX:a Size = 3\n"
+                     // The same once more says nothing new.
+                     "deleted /BOX:a\nvalue /BOX:b Beside = \nvalue /BOX:b On = \nvalue /BOX:c On = b\n"
+                     "error[4] DataKSLObject::setValue: Parameter 'Colour' is not recognized on object "
+                     "'/BOX:c'.\nrolled back 1 changes\nvalue /BOX:c Size = 5\n"
+                     "value /NOTE:n Text = new\n"
+                     "value /NOTE:n Text = \nremoved /NOTE:n Text\ndeleted /NOTE:n\n"}));
+}
+
 TEST(Watch, WhatIsRecalculatedAndWhy)
 {
   const auto both = [](const std::string& name, const std::string& why, const std::string& then = {}) {
@@ -96,6 +119,17 @@ TEST(Watch, WhatIsRecalculatedAndWhy)
                 // a goes, so b loses it
                 + both("b", "parameter Beside, parameter On") + both("c", "parent /BOX:b (Paint)")
                 + both("b", "request") + both("c", "parent /BOX:b (Paint)"));
+}
+
+TEST(Watch, TimingsCountWhatIsTraced)
+{
+  EXPECT_EQ(watch({"--timings"},
+                  {"BOX: b\n  Size = 7\nEND", "MARK: m\nEND", "BOX: a\nEND", "> delete b", "> undo"}),
+            (Outcome{0, "",
+                     "6 changed, 4 recalculated, N ms\n3 changed, 2 recalculated, N ms\n"
+                     "1 changed, 4 recalculated, N ms\n1 changed, 0 recalculated, N ms\n"
+                     "0 changed, 0 recalculated, N ms\n2 changed, 2 recalculated, N ms\n"
+                     "4 changed, 4 recalculated, N ms\n"}));
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 
 #include <filesystem>
 #include <gtest/gtest.h>
+#include <utility>
 
 namespace {
 
@@ -19,6 +20,28 @@ std::string newFile(const std::string& name)
   const std::string path = makeFile(name, {});
   std::filesystem::remove(path);
   return path;
+}
+
+const std::string day =
+    "BOX: a\nSize = 2\nEND\nBOX: a\nSize none\nEND\nBOX: a\nSize = 3\nEND\n.undo\nBX: b\nEND\nNOTE: "
+    "caf\xC3\xA9\n"
+    "Text = \"\xE2\x82\xAC\"\nEND\n> delet a\nBOX: c\nEND\n.undo\nBOX: d\n\n Size = 5\nEND\n";
+
+// Three typos and two undos: the state of that day, and its reports once more, each with its place.
+TEST(HostReplay, ADayInTheShell)
+{
+  const std::string session = newFile("day.kses");
+  const Outcome typed = run({"--record", session}, day + ".state\n");
+  const std::string state = typed.out.substr(typed.out.find("BOX:a"));
+  const Outcome replayed = run({"replay", session, "--state"});
+  EXPECT_EQ(replayed.out, state.substr(0, state.find("FILE PROCESSING")));
+  EXPECT_EQ(replayed.status, 1);
+  for (const int line : {9, 19, 26}) {
+    const std::string note =
+        "\n" + session + ":" + std::to_string(line) + ": this command failed, the replay goes on\n";
+    EXPECT_NE(replayed.err.find(note), std::string::npos) << note << replayed.err;
+  }
+  EXPECT_EQ(run({"replay", "--as-one", session, "--state"}).out, "") << "the first failure takes all back";
 }
 
 TEST(HostReplay, WhatIsNotWholeIsRefused)
@@ -54,6 +77,17 @@ TEST(HostReplay, WritesOnlyWhatIsAskedForNow)
       run({"run", "--record", newFile("j.kses"), "-e", "> savestate filename=" + newFile("j.kses")});
   EXPECT_EQ(onto.status, 1);
   EXPECT_NE(onto.err.find("WriteStateExecutor::invoke: File '"), std::string::npos) << onto.err;
+}
+
+// A session that moved with the files that it names.
+TEST(HostReplay, FilesAreFoundBesideTheSession)
+{
+  makeFile("moved/a.qst", "BOX: a\n  Size = 4\nEND\n");
+  const std::string session =
+      makeFile("moved/s.kses", "> readstate mode=append, filename=a.qst\n\n> undo\n\n> redo\n");
+  const Outcome outcome = run({"replay", session, "--state=a"});
+  EXPECT_EQ(outcome.out, "BOX:a\n  Size = 4\nEND\n") << outcome.err;
+  EXPECT_EQ(outcome.status, 0);
 }
 
 // A picture and a table: a good command, one that fails after it computed them anew, an undo.
@@ -119,6 +153,17 @@ TEST(HostStreams, WhatNeverEndsIsRefusedAndWhatIsLongIsCut)
       << outcome.err.substr(0, 200);
   EXPECT_NE(outcome.err.find("xxx [... 999"), std::string::npos);
   EXPECT_LT(outcome.err.size(), 2000U);
+}
+
+// A file with a byte-order mark, of Windows, and one that a head says is escaped.
+TEST(HostStreams, FilesAreReadAsTheirHeadsSay)
+{
+  const std::string library = makeFile("marked.ksl", "\xEF\xBB\xBF" + readFile(boxes()));
+  const std::string state = makeFile("escaped.qst",
+                                     "# State file created: now\n# x, text beyond ASCII as {U+HHHH}\n\n"
+                                     "NOTE: n\nText = {U+00\\\nE9}\nEND\n");
+  EXPECT_EQ(ksl({"run", "--library", library, state, "--state"}),
+            (Outcome{0, "NOTE:n\n  Text = \xC3\xA9\nEND\n", ""}));
 }
 
 }  // namespace

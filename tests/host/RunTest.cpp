@@ -1,13 +1,16 @@
 // "ksl run" from outside: what goes in, what comes out, and how it ends.
-#include "Process.h"
+#include "Terminal.h"
 
+#include <algorithm>
+#include <filesystem>
 #include <gtest/gtest.h>
 #include <utility>
 
 namespace {
 
-// A cut that is there.
+// A cut that is there, and what the commands below do before and after their fault.
 constexpr const char* base = "CUT: Base\n  Axis = X\nEND\n";
+const std::string changes = "CUT: Next\n  Axis = Y\nEND\nCUT: Base\n  Axis = Z\nEND\n";
 
 std::string cutText(const std::string& name, const std::string& axis)
 {
@@ -22,6 +25,24 @@ Outcome run(const Arguments& options, const Arguments& texts)
   for (const std::string& text : texts)
     arguments.insert(arguments.end(), {"-e", text});
   return ksl(arguments);
+}
+
+// The state is as before. So is the text store: had it kept the changes, entering them again would change
+// nothing.
+TEST(Run, AFailedCommandIsReportedOnceAndTakenBack)
+{
+  const std::string fault = "> delete Base\nCUTT: a\nEND\n";
+  // Entered again the changes change something: the text store did not keep them either.
+  EXPECT_EQ(
+      run({}, {base, changes + fault, changes, "> redo"}),
+      (Outcome{1, cutText("Base", "Z") + cutText("Next", "Y"),
+               "error[4] ObjectFactory::createObject: Could not find object: CUTT\nrolled back 6 changes\n"
+               "warning[8] KSLInterface::getHistoryChanges: Nothing to redo.\n"}));
+  EXPECT_EQ(
+      run({"--validate"}, {base, "CUT: Next\n  Colr = 1, 1, 1\nEND\n"}),
+      (Outcome{
+          1, cutText("Base", "X"),
+          "error[4] KSLAPI::validateKSLData: Parameter 'Colr' is not defined for object type 'CUT'.\n"}));
 }
 
 TEST(Run, FilesThenTextsEachOneCommand)
@@ -49,6 +70,11 @@ TEST(Run, LibrariesStandInPlaceOfTheDemo)
   const Arguments thing{"run", "-e", "THING: a\nEND\n", "--state"};
   EXPECT_EQ(ksl(thing, {}, "ORV_KSL_LIBRARY_PATH=" + library), (Outcome{0, "THING:a\nEND\n", ""}));
   EXPECT_EQ(ksl(thing).status, 1);
+  EXPECT_EQ(run({"--library", makeFile("bad.ksl", "RULES:\nTHING: a\nEND\nEND\n"), "--trace", "notify"},
+                {"THING: a\nEND\n"}),
+            (Outcome{1, "",
+                     "error[4] KSLRules::process: KSL type 'THING' is not one of PARAMETER, OBJECT or "
+                     "SINGLETON.\n"}));
 }
 
 TEST(Run, ExamplesReadBackFromTheirState)
@@ -71,26 +97,54 @@ TEST(Run, CommandLine)
 {
   const std::pair<Arguments, std::string> wrong[] = {
       {{"fly"}, "The following argument was not expected: fly"},
+      {{"run", "--svg"}, "The following argument was not expected: --svg"},
       {{"run", "--trace", "notify,foo"}, "--trace: 'foo' is none of notify, changes, errors, graph, files"},
       {{"run", "--update-mode", "often"}, "--update-mode: 'often' is none of at-end, default, no-action"},
+      {{"graph", "--library", ""}, "--library: a path must not be empty or hold a ','"},
       {{"run", "-e"}, "-e: 1 required TEXT missing"},
       {{"graph", "--svg", "--dot"}, "--dot excludes --svg"},
       // Names that an action line would read as others.
       {{"run", "--record", "a b"}, "--record: a file name here must not hold blanks"},
+      {{"run", "--save", "a,b"}, "--save: a file name here must not hold any of , # \\ \""},
       {{"run", "--load", "a  b"},
        "--load: a file name here must not hold white space but single blanks inside"},
       {{"replay", ""}, "FILE: a file name here must not be empty"},
+      {{"replay"}, "FILE is required"},
   };
   for (const auto& [arguments, message] : wrong)
     EXPECT_EQ(ksl(arguments), (Outcome{2, "", message + "\nRun with --help for more information.\n"}));
   const std::pair<Arguments, std::string> results[] = {
       {{"--version"}, "ksl "},
       {{"--help"}, "Defines and changes objects"},
+      {{"run", "--help"}, "Enter KSL texts"},
   };
   for (const auto& [arguments, beginning] : results) {
     const Outcome outcome = ksl(arguments);
     EXPECT_EQ((Outcome{outcome.status, outcome.out.substr(0, beginning.size()), outcome.err}),
               (Outcome{0, beginning, ""}));
+  }
+}
+
+TEST(Run, Trace)
+{
+  EXPECT_EQ(ksl({"run", "--trace", "notify,errors", "-e", base, "-e", "> delete Base\nwhat"}),
+            (Outcome{1, "",
+                     "notify 0\nnotify 4\nnotify 5\nnotify 16\nnotify 1\n"
+                     "notify 0\n"                                // the second command
+                     "notify 0\nnotify 4\nnotify 5\nnotify 1\n"  // the update that the deletion enters
+                     "notify 0\nnotify 1\n"                      // and the view
+                     "error[4] KSLAPI::loadKSLData: Syntax error in KSL line: 'what'.\n"
+                     "report 4 KSLAPI loadKSLData\n"
+                     "notify 12\nnotify 4\nnotify 5\nnotify 13\nnotify 1\nrolled back 2 changes\n"}));
+}
+
+TEST(Run, ColourOnTerminalsOnly)
+{
+  for (const bool coloured : {true, false}) {
+    Terminal terminal({"run", "-e", "what"}, coloured ? "NO_COLOR=" : "NO_COLOR=1");
+    EXPECT_EQ(terminal.end(), 1);
+    EXPECT_EQ(terminal.takeScreen(), std::string(coloured ? "\x1b[1;31merror[4]\x1b[0m" : "error[4]")
+                                         + " KSLAPI::loadKSLData: Syntax error in KSL line: 'what'.\n");
   }
 }
 

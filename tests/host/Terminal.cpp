@@ -46,10 +46,10 @@ std::string shown(std::string_view written)
 
 }  // namespace
 
-Terminal::Terminal(const Arguments& arguments)
+Terminal::Terminal(const Arguments& arguments, const std::string& environment)
 {
-  const std::string line =
-      kslCommand(arguments, "-u KSL_HISTORY TERM=dumb NO_COLOR=1 XDG_STATE_HOME= HOME=" + workFolder());
+  const std::string line = kslCommand(arguments, "-u KSL_HISTORY TERM=dumb NO_COLOR=1 XDG_STATE_HOME= HOME="
+                                                     + workFolder() + " " + environment);
   // What an earlier test was killed with would be offered now.
   std::filesystem::remove(workFolder() + ".local/state/ksl/AutoSaveState.qst");
   struct winsize size = {};

@@ -11,7 +11,7 @@
 class Terminal {
  public:
   // Starts $KSL_BIN with these arguments in workFolder(), which is also its home; see ksl().
-  explicit Terminal(const Arguments& arguments);
+  explicit Terminal(const Arguments& arguments, const std::string& environment = {});
   ~Terminal();
   Terminal(const Terminal&) = delete;
   Terminal& operator=(const Terminal&) = delete;
