@@ -1,5 +1,6 @@
 // The replay of sessions.
 #include "platform/ORVSystem.h"
+#include "rules/SchedulerObject.h"
 #include "SessionFixture.h"
 
 #include <rapidcheck/gtest.h>
@@ -40,7 +41,9 @@ TEST_F(SessionReplay, ArgumentsAndFiles)
   for (const Row& row : rows) {
     SCOPED_TRACE(row.line);
     startAfresh();
+    SchedulerObject::setCatchExceptions(true);
     enter("> " + row.line);
+    EXPECT_EQ(SchedulerObject::setCatchExceptions(false), !row.errors.empty()) << "off after a replay";
     EXPECT_EQ(system->errors(), row.errors);
     EXPECT_EQ(work(), row.work);
   }

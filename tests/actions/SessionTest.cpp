@@ -160,5 +160,29 @@ TEST_F(SessionTest, NamesOfFilesComeBackFromTheSettings)
             "'/SESSION' cannot be read back.");
 }
 
+TEST_F(SessionTest, AWriterTakesAwayItselfAlone)
+{
+  WriteSessionExecutor* const first = KSLCoreAPI::instance()->getSessionWriter();
+  {
+    const WriteSessionExecutor other;
+    KSLCoreAPI::instance()->setSessionWriter(first);
+  }
+  EXPECT_EQ(KSLCoreAPI::instance()->getSessionWriter(), first);
+}
+
+// The settings refuse the mode: the file was opened by then.
+TEST_F(SessionTest, AStartThatFailsLateLeavesNoFile)
+{
+  enter("SESSION:\nEND");
+  system->onNotification = [fails = true](int type) mutable {
+    if (type == KSLCoreAPI::updateBegin && std::exchange(fails, false))
+      throw data::error("Host", "update", "no");
+  };
+  enter("> session start, filename=" + (folder / "s.ksl"));
+  EXPECT_EQ(system->errors(), "error[4] Host::update: no");
+  EXPECT_FALSE(isRecording());
+  EXPECT_EQ(contents(), "(none)");
+}
+
 }  // namespace
 }  // namespace orv

@@ -1,5 +1,6 @@
 // The action savestate: what is written, and what becomes of the file.
 #include "platform/ORVSystem.h"
+#include "actions/WriteStateExecutor.h"
 #include "stateRules.h"
 #include "tests/support/Model.h"
 
@@ -180,6 +181,30 @@ TEST_F(StateSave, TellsOfValuesThatCannotBeReadBack)
                 + "warning[8] WriteStateExecutor::validatedParameters: Value of parameter 'x' of object '"
                 + path + "' cannot be read back.";
   EXPECT_EQ(system.errors(), expected);
+}
+
+class Careful : public WriteStateExecutor {
+ public:
+  Careful() { excludeObject("A", "secret"); }
+};
+
+TEST_F(StateSave, APartIsNotAll)
+{
+  system.run("A: secret\nEND\nA: open\nA: secret\nEND\nEND\nB: secret\nEND");
+  system.stateChanges().setDBStateDirty(true);
+  save("a.qst", ", object=/B:secret");
+  EXPECT_TRUE(system.stateChanges().isDBStateDirty());
+  save("a.qst");
+  EXPECT_FALSE(system.stateChanges().isDBStateDirty());
+  Careful().invoke({"savestate", "filename=" + folder / "a.qst"});
+  EXPECT_EQ(body("a.qst"), "A:open\nEND\nB:secret\nEND\n");
+  std::string deep;
+  for (const char* line : {"A: a\n", "END\n"})
+    for (int i = 0; i < 100; ++i)
+      deep += line;
+  system.run(deep);
+  save("a.qst");
+  EXPECT_LT(body("a.qst").size(), 2 * 100 * 70U) << "in the size of its text";
 }
 
 // Texts as values can be: words and quoted pieces between single blanks, backslashes and commas anywhere.

@@ -88,6 +88,16 @@ TEST_F(History, NoActionUpdatesRecordWhatTheyLeaveOut)
             "A:k\n  x = 9\n  y = 1\n  B:gone\n  END\nEND\nA:n\n  x = 1\nEND\nA:r\nEND\n");
 }
 
+TEST_F(History, WhatIsDoneOutsideAnyTextIsAStepToo)
+{
+  after("A: a\nEND");
+  after("> undo");
+  system.text()->loadKSLData({"A: b", "END", "> update"});
+  system.run("> redo");
+  EXPECT_EQ(system.errorList().size(), 1U) << "nothing to redo any more";
+  EXPECT_EQ(after("> undo").state, "");
+}
+
 class Dropper : public ChangeListModifierIF {
  public:
   bool modify(KSLChange& change) override { return change.path.str() != "/A:secret"; }

@@ -98,6 +98,28 @@ TEST_F(Recovery, OfAFailedText)
   expectSound();
 }
 
+// What an undo or redo consumed is gone from the stacks; the contents come back all the same.
+TEST_F(Recovery, AfterStepsThatTheTextTook)
+{
+  struct Taken {
+    const char* text;
+    const char* steps;  // to undo, to redo
+  };
+  const Taken cases[] = {
+      {"A: a\nEND\n> undo\n> undo\n> fail", "1 (5)|1 (2)"},
+      {"> redo\nA: k\nx = 8\nEND\n> fail", "2 (3)|0"},
+  };
+  for (const Taken& entry : cases) {
+    SCOPED_TRACE(entry.text);
+    prepare();
+    system.run(entry.text);
+    EXPECT_EQ(system.errors(), failed);
+    EXPECT_EQ(unordered(), unorderedBefore);
+    EXPECT_EQ(system.undoSteps() + "|" + system.redoSteps(), entry.steps);
+  }
+  expectSound();
+}
+
 TEST_F(Recovery, ThatFailsItselfIsToldAndLeavesNoErrorPending)
 {
   system.onNotification = [count = 2](int type) mutable {
@@ -142,6 +164,7 @@ TEST_F(Recovery, AnErrorOfALoadOutsideAnyTextIsToldAtLast)
   EXPECT_EQ(everything(), before);
   system.interface()->undoOnError();
   EXPECT_EQ(system.errors(), "");
+  EXPECT_THROW(system.interface()->doAction("fail"), data::invalid) << "outside any text, to the caller";
   expectSound();
 }
 

@@ -33,6 +33,18 @@ class Meddler : public DBChangeNotify {
   std::function<void()> m_act;
 };
 
+class DropsAll : public ChangeListModifierIF {
+ public:
+  static inline bool gone = false;
+  DropsAll() { gone = false; }
+  ~DropsAll() override { gone = true; }
+  bool modify(KSLChange&) override
+  {
+    EXPECT_FALSE(gone);
+    return false;
+  }
+};
+
 class Deleter : public KSLReplaceModeHandler {
  public:
   Deleter(KSLAPI* store, std::string path) : m_store(store), m_path(std::move(path)) {}
@@ -91,6 +103,18 @@ TEST(Reentry, ATextFromWithinAnUpdateIsPartOfIt)
     EXPECT_EQ(system.state(), entry.state) << entry.text;
     system.expectConsistent();
   }
+}
+
+TEST(Reentry, AModifierMayBeReplacedWhileItsListIsWritten)
+{
+  TestSystem system;
+  system.interface()->registerChangeListModifier(new DropsAll);
+  Meddler meddler([&system] {
+    system.interface()->clearUndoStacks();
+    system.interface()->registerChangeListModifier(nullptr);
+  });
+  system.run("A: a\nx = 1\nB: b\nx = 2\nEND\nEND");
+  EXPECT_TRUE(DropsAll::gone);
 }
 
 TEST(Reentry, AReplaceHandlerMayDeleteTheOpenObject)

@@ -47,6 +47,34 @@ TEST_F(UpdateRecorder, TheDatabaseHasOneAtMost)
   EXPECT_EQ(thrown<internal::error>([&] { ObjectDB::instance()->registerChangeNotify(&own); }),
             ErrorMsg("ObjectDB", "registerChangeNotify",
                      "Attempt to register DBChangeNotify when one is already registered.", 4));
+  ObjectDB::instance()->registerChangeNotify(nullptr);
+  ObjectDB::instance()->registerChangeNotify(&own);
+  api->recordKSLChanges(false);
+  EXPECT_EQ(ObjectDB::instance()->getChangeNotify(), &own) << "not the library's to take away";
+  ObjectDB::instance()->registerChangeNotify(nullptr);
+}
+
+// By hand, what no command does: deletions that end in another order, or do not happen.
+TEST_F(UpdateRecorder, DeletionsCoverWhatLiesInThem)
+{
+  system.run("A: ka\nEND");
+  const auto object = [this](const char* path) { return api->getObjectByPath(path); };
+  KSLUpdateRecorder recorder;
+  const auto change = [&](const char* path) {
+    recorder.paramChanged(object(path), object(path)->getParam("y"));
+  };
+  recorder.objectDeleteBegin(object("/A:k"));
+  change("/A:k/B:m");
+  change("/A:ka");
+  recorder.objectDeleteBegin(object("/A:l"));
+  recorder.objectDeleteEnd("/A:k", object("/A:k"));
+  change("/A:l");
+  std::string told;
+  const auto [first, last] = recorder.getUpdates();
+  for (auto item = first; item != last; ++item)
+    for (const auto& [path, values] : item->objects)
+      told += std::to_string(item->type) + path + " " + std::to_string(values.size()) + "; ";
+  EXPECT_EQ(told, "2/A:k 0; 1/A:ka 1; 2/A:l 0; 1/A:k 3; ");
 }
 
 // A host's copy of the database, kept up by the items alone.

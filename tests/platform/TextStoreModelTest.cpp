@@ -62,6 +62,32 @@ RC_GTEST_PROP(ChangeList, IsAVector, ())
   }
 }
 
+// A processor may clear the list that it is shown.
+TEST(ChangeList, MayEndWhileItIsShown)
+{
+  struct Clearing : ChangeListCopyProcessor {
+    Clearing(KSLChangeList& shown, KSLChangeList& seen) : ChangeListCopyProcessor(seen), list(shown) {}
+    void visit(const KSLChange& change) override
+    {
+      ChangeListCopyProcessor::visit(change);
+      if (change.path.str() == "/A:3")
+        list.truncate(1);
+    }
+    KSLChangeList& list;
+  };
+  for (const auto& [direction, last] :
+       {std::pair(Direction::forward, "/A:3"), {Direction::backward, "/A:1"}}) {
+    KSLChangeList list;
+    for (int i = 1; i <= 4; ++i)
+      list.createObject("/A:" + std::to_string(i));
+    KSLChangeList seen;
+    Clearing clearing(list, seen);
+    list.process(direction, &clearing);
+    ASSERT_EQ(seen.size(), 3U);
+    EXPECT_EQ(seen[2].path.str(), last);
+  }
+}
+
 // --------------------------------------------------------------------------------------------------- the text store
 
 // What the store holds, whatever its order: what was deleted comes back behind its siblings.

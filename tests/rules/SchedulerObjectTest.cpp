@@ -444,5 +444,28 @@ TEST(SchedulerObject, EndlessNestingIsAnErrorNotACrash)
   }
 }
 
+// A walk that another, inner one has passed by is still going on.
+TEST(SchedulerObject, AnOuterWalkIsRememberedAfterAnInnerOne)
+{
+  Catching sink(false);
+  Owner plain;
+  Owner owner;
+  SchedulerObject parent("p", &plain, "T");
+  SchedulerObject child("c", &owner, "T");
+  SchedulerObject late("l", &plain, "T");
+  parent.addChild(&child, true);
+  bool first = true;
+  owner.onCalculate = [&](const std::string&) {
+    if (!std::exchange(first, false))
+      return;
+    parent.setPending();
+    parent.update();
+    parent.addChild(&late, true);
+    EXPECT_TRUE(late.getParents().empty());
+  };
+  parent.setPending();
+  parent.update();
+}
+
 }  // namespace
 }  // namespace orv
