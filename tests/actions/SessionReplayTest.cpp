@@ -132,6 +132,28 @@ std::string anyCommand()
   }
 }
 
+// What is entered is recorded from the lines that it was parsed into: just what its text alone gives.
+TEST_F(SessionReplay, ABlockIsTheSameFromTheParseAndFromTheText)
+{
+  rc::check([this] {
+    startAfresh();
+    enter("> session start, mode=overwrite, filename=" + (folder / "s.ksl"));
+    const std::string before = contents();
+    std::string command =
+        anyCommand() + *rc::gen::element("", "\n", "\nA: a\n x = 1\nEND\n\n> update noaction");
+    std::erase_if(command, [drop = *rc::gen::element<std::string>("", "\"\\")](char c) {
+      return drop.find(c) != std::string::npos;  // half of them are of the common kind
+    });
+    RC_PRE(command.find("stopsilently") == std::string::npos);
+    enter(command);
+    const std::string block = contents().substr(before.size());
+    KSLCoreAPI::instance()->getSessionWriter()->writeSessionKSL(command);
+    RC_ASSERT(contents() == before + block + block);
+    enter("> session stop");
+    system->errors();
+  });
+}
+
 TEST_F(SessionReplay, GivesTheStateThatWasRecorded)
 {
   rc::check([this] {
