@@ -40,6 +40,7 @@ void LinkJudgement::take(NameLink& link, const std::string* text)
   const GenericKSLObject& owner = link.owner();
   m_asked.clear();
   const ParamDefinition* param = link.param();
+  const bool moves = m_found.size() == m_found.capacity();
   NamedTargets& found = m_found.emplace_back(
       param ? NameFinder::find(owner, *param, text ? *text : param->getValue(), m_asked) : NamedTargets());
   found.link = &link;
@@ -50,6 +51,8 @@ void LinkJudgement::take(NameLink& link, const std::string* text)
   found.waitsInPeace = owner.waitsWithoutError();
   found.stands = stands(found);
   link.m_next = &found;
+  for (std::size_t i = 0; moves && i < m_found.size(); ++i)
+    m_found[i].link->m_next = &m_found[i];
   m_index.removeDue(link);
   found.uses = NameUses(m_index, link, m_asked);
   if (found.isDefinition)
@@ -60,6 +63,7 @@ void LinkJudgement::take(NameLink& link, const std::string* text)
 
 void LinkJudgement::takeDue()
 {
+  m_found.reserve(m_index.dueCount());
   while (NameLink* link = m_index.firstDue())
     take(*link);
 }
@@ -380,8 +384,9 @@ bool LinkJudgement::isToBeUpdated(const NamedTargets& found) const
 // Schedulers are marked when all edges are as they are to be.
 void LinkJudgement::finish() noexcept
 {
-  for (; !m_found.empty(); m_found.pop_front())
-    commit(m_found.front());
+  for (NamedTargets& found : m_found)
+    commit(found);
+  m_found.clear();
   m_wereSound.clear();
   for (const NameLink* link : m_toMark)
     link->owner().markUsers(link->rules());

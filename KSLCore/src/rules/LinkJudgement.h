@@ -4,7 +4,6 @@
 #include "database/NameQuestion.h"
 #include "rules/NameLink.h"
 
-#include <deque>
 #include <set>
 #include <string>
 #include <utility>
@@ -65,7 +64,7 @@ class LinkJudgement {
   NameIndex& m_index;
   const Mode m_mode;
   std::vector<NameQuestion> m_asked;                    // by the text that is looked at
-  std::deque<NamedTargets> m_found;                     // one for each link that was taken
+  std::vector<NamedTargets> m_found;                    // one for each link that was taken
   std::vector<NameLink*> m_definitions;                 // of these
   std::vector<std::pair<NameLink*, bool>> m_wereSound;  // the definitions that changed, as they were
   std::vector<const NameLink*> m_toMark;                // what they lead to is to be marked

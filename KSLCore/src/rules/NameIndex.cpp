@@ -89,6 +89,7 @@ void NameIndex::addDue(NameLink& link) noexcept
   link.m_nextDue = nullptr;
   (m_lastDue ? m_lastDue->m_nextDue : m_firstDue) = &link;
   m_lastDue = &link;
+  ++m_dueCount;
   m_linkedDue = m_linkedDue || !link.targets().empty();
 }
 
@@ -101,6 +102,7 @@ void NameIndex::removeDue(NameLink& link) noexcept
   (link.m_previousDue ? link.m_previousDue->m_nextDue : m_firstDue) = link.m_nextDue;
   (link.m_nextDue ? link.m_nextDue->m_previousDue : m_lastDue) = link.m_previousDue;
   m_linkedDue = m_linkedDue && m_firstDue;
+  --m_dueCount;
 }
 
 // ------------------------------------------------------------------------------------------------------------ uses

@@ -48,6 +48,7 @@ class NameIndex final : public ObjectWatch {
   }
 
   NameLink* firstDue() const noexcept { return m_firstDue; }
+  std::size_t dueCount() const noexcept { return m_dueCount; }
   // Whether one that is due has been linked before.
   bool isLinkedDue() const noexcept { return m_linkedDue; }
   void addDue(NameLink& link) noexcept;
@@ -81,6 +82,7 @@ class NameIndex final : public ObjectWatch {
   PointerIndex<Use, KeyOf, Key, Hash> m_table;
   NameLink* m_firstDue = nullptr;
   NameLink* m_lastDue = nullptr;
+  std::size_t m_dueCount = 0;
   bool m_linkedDue = false;                  // since the last time that none was due
   LinkTransaction* m_transaction = nullptr;  // not owned
 };
