@@ -240,6 +240,7 @@ class Converting : public ReadStateExecutor {
     EXPECT_EQ(object->getValue("Processing Mode"), "State");
     EXPECT_TRUE(SchedulerObject::setCatchExceptions(true));
     std::replace(lines.begin(), lines.end(), std::string("OLD: a"), std::string("A: a"));
+    std::replace(lines.begin(), lines.end(), std::string("OLD: w"), std::string("BOUNDARY: w"));
     return true;
   }
 };
@@ -249,7 +250,7 @@ TEST_F(StateLoad, DerivedOnesConvertTheFileAndTakeArguments)
   Converting executor;
   EXPECT_ANY_THROW(executor.invoke({"readstate", "filename=/no/such/file"}));
   EXPECT_FALSE(SchedulerObject::setCatchExceptions(false)) << "as it was, after a failure";
-  const std::string file = folder.write("a b.qst", "#\n# version 1\nOLD: a\nEND");
+  const std::string file = folder.write("a b.qst", "#\n# version 1\nOLD: w\nEND\nOLD: a\nEND");
   executor.invoke({"readstate", "colour=1", "filename=" + folder / "a b.qst", "mode=append"});
   EXPECT_EQ(executor.seen, "# version 1|" + file);
   EXPECT_FALSE(SchedulerObject::setCatchExceptions(false));

@@ -19,6 +19,13 @@ class Recovery : public testing::Test {
   {
     system.registerAction("fail", [](const auto&) { throw data::invalid("Test", "fail", "failed"); });
     system.registerAction("nest", [this](const auto&) { system.run(nested); });
+    system.registerAction("swallow", [this](const auto&) {
+      try {
+        system.run("A: n\nEND\n> fail");
+      } catch (...) {
+        system.undo();
+      }
+    });
     prepare();
   }
   // Two steps to undo, one to redo.
@@ -79,6 +86,7 @@ TEST_F(Recovery, OfAFailedText)
        unknownParam("/A:k")},
       {"syntax", "A: k\nx = 5\nEND\n?\n", "error[4] KSLAPI::loadKSLData: Syntax error in KSL line: '?'."},
       {"END", "A: k\nx = 5\n", "error[4] KSLInterface::preParseKSL: Not enough END statements in KSL."},
+      {"an undo after the failure", "A: k\nx = 5\nEND\n> swallow"},
       {"no action", "A: k\nx = 5\nEND\nA: n\nx = 1\nEND\n> update noaction\n> fail", failed,
        kslUpdateNoAction},
       {"delete and make anew", "> delete k\nA: k\ny = 1\nEND\n> delete k\nA: k\nEND\n> fail", failed,
@@ -142,11 +150,14 @@ TEST_F(Recovery, ThatFailsItselfIsToldAndLeavesNoErrorPending)
     recovering = type == 12 || (recovering && type != 13);
     if (type == 4 && recovering)
       system.run(nested);
+    if (type == 13)
+      system.text()->loadKSLData({"> fail"});
   };
   system.run("A: a\nx = 1\nEND\n> fail");
   EXPECT_EQ(system.errors(),
             std::string(failed)
-                + "\nwarning[8] KSLInterface::parseKSL: Text submitted during error recovery is ignored.");
+                + "\nwarning[8] KSLInterface::parseKSL: Text submitted during error recovery is ignored.\n"
+                + failed);
   expectSound();
 }
 

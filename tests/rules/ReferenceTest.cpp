@@ -113,6 +113,10 @@ TEST_F(ReferenceTest, ARefusedValueChangesNothing)
     EXPECT_FALSE(at("b")->getSchedulerObject("S")->isPending());
     EXPECT_EQ(dependents(at("later")) + dependents(at("c")), "/T:b.Two ");
   }
+  at("b")->setValueWithoutPending("Two", "a");
+  EXPECT_ANY_THROW(at("b")->setValue("Two", "b"));
+  settle();
+  EXPECT_EQ(links("b"), "/T:a (S) x1") << "what was set aside was due before, and is";
 }
 
 TEST_F(ReferenceTest, BatchesJudgeAtTheirEnd)
@@ -134,6 +138,15 @@ TEST_F(ReferenceTest, BatchesJudgeAtTheirEnd)
             "Attempt to create a cyclic dependency between object b (S) and object a (S).");
   EXPECT_EQ(LinkTransaction::current(), nullptr);
   EXPECT_TRUE(at("a")->getSchedulerObject("S")->isPending());
+
+  {
+    LinkTransaction replay(*ObjectDB::instance(), LinkTransaction::Kind::replay);
+    at("a")->setValue("One", "b");
+    replay.commit();
+  }
+  EXPECT_EQ(links("b") + " " + links("a"), "/T:a (S) x1 none +One") << "a circle waits";
+  EXPECT_ANY_THROW(at("a")->setValue("One", "a"));
+  EXPECT_EQ(links("a"), "none +One");
 }
 
 // Every word is a name: of a variable, with "@" of a location, with "()" of a function; "Free" is the object's own.
