@@ -21,7 +21,7 @@ class Recovery : public testing::Test {
     system.registerAction("nest", [this](const auto&) { system.run(nested); });
     system.registerAction("swallow", [this](const auto&) {
       try {
-        system.run("A: n\nEND\n> fail");
+        system.run("> fail");
       } catch (...) {
         system.undo();
       }
@@ -86,7 +86,7 @@ TEST_F(Recovery, OfAFailedText)
        unknownParam("/A:k")},
       {"syntax", "A: k\nx = 5\nEND\n?\n", "error[4] KSLAPI::loadKSLData: Syntax error in KSL line: '?'."},
       {"END", "A: k\nx = 5\n", "error[4] KSLInterface::preParseKSL: Not enough END statements in KSL."},
-      {"an undo after the failure", "A: k\nx = 5\nEND\n> swallow"},
+      {"an undo after the failure", "> swallow"},
       {"no action", "A: k\nx = 5\nEND\nA: n\nx = 1\nEND\n> update noaction\n> fail", failed,
        kslUpdateNoAction},
       {"delete and make anew", "> delete k\nA: k\ny = 1\nEND\n> delete k\nA: k\nEND\n> fail", failed,

@@ -99,7 +99,7 @@ void NameFinder::addTarget(KSLObject* target, bool fits, const std::string& sche
   else if (!target->getPath().empty())  // the root keeps no dependents
     found.object = target;
   found.scheduler = SharedText(scheduler);
-  found.marks = marks && links;
+  found.marks = marks;
   m_found.list.push_back(std::move(found));
   const KSLObject* place = target->getParentObject();
   const bool isAsked =
