@@ -107,6 +107,7 @@ TEST_F(SessionReplay, VerboseModeTellsWhereAFileFailed)
   EXPECT_EQ(listener.text, "");
   RenamingBackCompatibilityFunctor functor;  // whose lines would be others
   system->interface()->setBackFunctor(&functor);
+  system->interface()->setBWC(false);  // for a session all the same
   folder.write("s.ksl", "> nothing\n");
   replay("s.ksl");
   EXPECT_EQ(listener.text.find("Line 1 of the text failed: '> nothing'"), std::string::npos);

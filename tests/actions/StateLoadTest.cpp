@@ -1,5 +1,6 @@
 // The action readstate: what becomes of the work at hand, and of what the results define.
 #include "rules/SchedulerObject.h"
+#include "command/RenamingBackCompatibilityFunctor.h"
 #include "actions/FileProcessingScope.h"
 #include "actions/ReadStateExecutor.h"
 #include "stateRules.h"
@@ -257,6 +258,14 @@ TEST_F(StateLoad, DerivedOnesConvertTheFileAndTakeArguments)
   EXPECT_EQ(work(), "A:a\nEND\n");
   executor.invoke({"readstate", "filename=" + folder.write("a b.qst", "A: b\n  x = 1\nEND"), "mode=append"});
   EXPECT_EQ(executor.seen, "|" + file) << "no comment, no version";
+  RenamingBackCompatibilityFunctor functor;
+  functor.renameType("FORMER", "A");
+  system.interface()->setBackFunctor(&functor);
+  system.interface()->setBWC(false);  // for a state all the same
+  system.fileChanges();
+  system.run("> readstate mode=append, filename=" + folder.write("old.qst", "FORMER: c\nEND"));
+  EXPECT_EQ(system.fileChanges().find("changed " + folder / "old.qst"), 0U);
+  EXPECT_NE(work().find("A:c"), std::string::npos);
 }
 
 }  // namespace

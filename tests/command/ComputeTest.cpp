@@ -198,6 +198,9 @@ TEST_F(ComputeTest, ForcedUpdates)
             "error[4] ObjectDB::getObjectByName: Object name b is ambiguous.\n"
             "warning[8] Executive::forceUpdate: Object 'x' does not exist. Update ignored.");
   EXPECT_EQ(run("> fu \"a\", \"/NODE: b\""), "a b b");
+  ObjectDB::supportOldStylePaths();
+  m_system.executive().forceUpdate({"NODE:b"});
+  EXPECT_EQ(take(), "b");
 }
 
 // Random commands over a few objects. After each, the graph must show exactly what the texts name, all is up to

@@ -168,7 +168,6 @@ void UpdateProcessor::create(const std::string& path)
 
 void UpdateProcessor::forget(const std::string& deletedPath)
 {
-  m_lastChanged.clear();
   if (!m_waiting.empty())
     m_waiting.push_back({deletedPath, true});
 }
