@@ -174,6 +174,9 @@ TEST_F(CoreApi, QueriesTakeNamesOrPaths)
   EXPECT_EQ(paths(api->getChildObjectsByCategory("/A:k", "deletable")), "/A:k/A:inner ");
 
   EXPECT_TRUE(api->hasObjectGotParam("/CUT:twice", "Radius"));
+  std::vector<std::pair<std::string, std::string>> users{{"/gone", ""}};
+  api->getObjectsWithParameter("Radius", users);
+  EXPECT_EQ(users, (std::vector<std::pair<std::string, std::string>>{{"/CUT:twice", "1 [m]"}}));
   std::map<std::string, std::string> params = {
       {"Colour", "green"},  {"Cuts", ""},        {"Layers", "front"}, {"Normal", "0, 0, 1"},
       {"Offset", "2 [mm]"}, {"Option", "Plane"}, {"Radius", "1 [m]"}, {"Visible", "True"}};
