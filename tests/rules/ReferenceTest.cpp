@@ -123,6 +123,8 @@ TEST_F(ReferenceTest, ARefusedValueChangesNothing)
       ADD_FAILURE() << bad.value;
     } catch (const Error& error) {
       EXPECT_EQ(error.getMessage(), bad.message);
+      EXPECT_EQ(dynamic_cast<const data::notFound*>(&error) != nullptr,
+                bad.value == std::string("a, x, two"));
     }
     EXPECT_EQ(at("b")->getValue("Two") + " " + links("b"), "a, later " + before);
     EXPECT_FALSE(at("b")->getSchedulerObject("S")->isPending());
