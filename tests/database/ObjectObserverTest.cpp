@@ -31,6 +31,16 @@ TEST_F(ObjectObserverTest, FailingObserverLeavesParametersAsTheyWere)
   object->registerObjectChangeNotify(nullptr);
   PrototypeEditor(*object).addParameter(std::move(param));  // refused ones carry no observer
 
+  struct Foreign : ParamDefinition::NotifyChange {
+    void paramChanged(ParamDefinition*) override {}
+  } foreign;  // of one parameter, which keeps it; the others get none
+  PrototypeEditor(*object).findParam("q")->setNotifyChange(&foreign);
+  EXPECT_NE(errorOf([&] { object->registerObjectChangeNotify(&listener); }).getMessage(), "");
+  for (const char* name : {"p", "new"})
+    PrototypeEditor(*object).findParam(name)->setNotifyChange(&foreign);
+  EXPECT_NE(errorOf([&] { PrototypeEditor(*object).findParam("q")->setNotifyChange(&foreign); }).getMessage(),
+            "");
+
   struct Ending : DataKSLObject {
     using KSLObject::removeAllParameters;
   } ending;

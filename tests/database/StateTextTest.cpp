@@ -40,6 +40,8 @@ TEST_F(StateTextTest, WritesEssentialAndSetParametersOfTheContext)
   EXPECT_EQ(object->getState(externalParams),
             "A:x\n  Mode = near\n  app = 9\n  may = 9\n  must = 9\n  near must = 9\nEND\n");
   EXPECT_EQ(object->getState(internalParams), "A:x\n  secret = 9\nEND\n");
+  EXPECT_EQ(StringUtilities::vectorToString(object->getParamNamesInContext(allParams), ','),
+            "Mode,app,empty,may,must,near must,secret");
   EXPECT_EQ(object->getAppStrippedState(),
             "A:x\n  Mode = near\n  may = 9\n  must = 9\n  near must = 9\nEND\n");
   object->setValue("Mode", "far");
