@@ -1,6 +1,7 @@
 // The replay of sessions.
 #include "platform/ORVSystem.h"
 #include "rules/SchedulerObject.h"
+#include "command/RenamingBackCompatibilityFunctor.h"
 #include "SessionFixture.h"
 
 #include <rapidcheck/gtest.h>
@@ -59,6 +60,9 @@ TEST_F(SessionReplay, AFileIsNotReplayedWithinItself)
                      "File '" + (folder / "a.ksl") + "' is already being processed.", 4));
   EXPECT_EQ(system->state() + system->undoSteps(), "0");
   enter("SESSION:\nEND");
+  folder.write("c.ksl", "A: a\nEND\n");
+  replay("c.ksl");
+  enter("> rs");  // SESSION names it now
   enter("> session start, filename=" + (folder / "s.ksl"));
   enter("A: a\nEND");
   enter("> readsession");  // reads the line that it was written as
@@ -97,6 +101,16 @@ TEST_F(SessionReplay, VerboseModeTellsWhereAFileFailed)
                              "text failed: '> readsession filename=" + (folder / "s.ksl") + "'.\nerror[";
     EXPECT_EQ(listener.text.substr(0, told.size()), told) << listener.text;
   }
+  listener.text.clear();
+  folder.write("s.ksl", "A: a\nEND\n");
+  replay("s.ksl");
+  EXPECT_EQ(listener.text, "");
+  RenamingBackCompatibilityFunctor functor;  // whose lines would be others
+  system->interface()->setBackFunctor(&functor);
+  system->interface()->setBWC(false);  // for a session all the same
+  folder.write("s.ksl", "> nothing\n");
+  replay("s.ksl");
+  EXPECT_EQ(listener.text.find("Line 1 of the text failed: '> nothing'"), std::string::npos);
   reporter->setVerbose(false);
   reporter->setSink(former);
 }

@@ -12,81 +12,31 @@ namespace {
 
 std::string library()
 {
-  return makeFile("names.ksl", R"(RULES:
-  Categories = variable
-  SchedulerTypes = SA
-  KSLObjectClasses = DataKSLObject, GenericKSLObject, ExpressionsKSLObject, ExpressionEvaluatorKSLObject
-  SINGLETON: EXPRESSIONS
-    KSLObject Class = "ExpressionsKSLObject"
-  END
-  OBJECT: EXPRESSION EVALUATOR
-    KSLObject Class = ExpressionEvaluatorKSLObject
-    Scheduler = SA
-    Essential Parameter List = Evaluated Expression
-    Internal Parameter List = Result, Result Units
-  END
-  OBJECT: EXPRESSION PREVIEW
-    KSLObject Class = ExpressionEvaluatorKSLObject
-    Scheduler = SA
-    Essential Parameter List = Evaluated Expression
-    Optional Parameter List = Result, Result Units
-  END
-  PARAMETER: Evaluated Expression
-    Parameter Type = Expression
-    Local Type = SA
-  END
-  PARAMETER: Result
-  END
-  PARAMETER: Result Units
-  END
-  OBJECT: N
-    KSLObject Class = GenericKSLObject
-    Scheduler = SA
-    Optional Parameter List = In, Ref, Near, Size
-  END
-  OBJECT: M
-    KSLObject Class = GenericKSLObject
-    Scheduler = SA
-    Optional Parameter List = In, Ref, Near, Fall
-  END
-  OBJECT: G
-    KSLObject Class = DataKSLObject
-    Optional Parameter List = In
-  END
-  OBJECT: GAUGE
-    KSLObject Class = GenericKSLObject
-    Category = variable
-    Scheduler = SA
-    Optional Parameter List = Value
-  END
-  PARAMETER: In
-    Local Type = SA
-  END
-  PARAMETER: Ref
-    Parameter Type = String List
-    Local Type = SA
-    Remote Type = SA
-  END
-  PARAMETER: Near
-    Local Type = SA
-    Remote Type = SA
-    Remote Path = /G:g
-  END
-  PARAMETER: Fall
-    Default = x
-    Local Type = SA
-    Remote Type = SA
-  END
-  PARAMETER: Size
-    Parameter Type = Real
-    Local Type = SA
-  END
-  PARAMETER: Value
-    Parameter Type = Real
-    Local Type = SA
-  END
-END
-)");
+  return makeFile(
+      "names.ksl",
+      "RULES:\nCategories = variable\nSchedulerTypes = SA\n"
+      "KSLObjectClasses = DataKSLObject, GenericKSLObject, ExpressionsKSLObject, "
+      "ExpressionEvaluatorKSLObject\n"
+      "SINGLETON: EXPRESSIONS\nKSLObject Class = \"ExpressionsKSLObject\"\nEND\n"
+      "OBJECT: EXPRESSION EVALUATOR\nKSLObject Class = ExpressionEvaluatorKSLObject\nScheduler = SA\n"
+      "Essential Parameter List = Evaluated Expression\nInternal Parameter List = Result, Result Units\nEND\n"
+      "OBJECT: EXPRESSION PREVIEW\nKSLObject Class = ExpressionEvaluatorKSLObject\nScheduler = SA\n"
+      "Essential Parameter List = Evaluated Expression\nOptional Parameter List = Result, Result Units\nEND\n"
+      "OBJECT: N\nKSLObject Class = GenericKSLObject\nScheduler = SA\n"
+      "Optional Parameter List = In, Ref, Near, Size\nEND\n"
+      "OBJECT: M\nKSLObject Class = GenericKSLObject\nScheduler = SA\n"
+      "Optional Parameter List = In, Ref, Near, Fall\nEND\n"
+      "OBJECT: G\nKSLObject Class = DataKSLObject\nOptional Parameter List = In\nEND\n"
+      "OBJECT: GAUGE\nKSLObject Class = GenericKSLObject\nCategory = variable\nScheduler = SA\n"
+      "Optional Parameter List = Value\nEND\n"
+      "PARAMETER: Evaluated Expression\nParameter Type = Expression\nLocal Type = SA\nEND\n"
+      "PARAMETER: In\nLocal Type = SA\nEND\n"
+      "PARAMETER: Ref\nParameter Type = String List\nLocal Type = SA\nRemote Type = SA\nEND\n"
+      "PARAMETER: Near\nLocal Type = SA\nRemote Type = SA\nRemote Path = /G:g\nEND\n"
+      "PARAMETER: Fall\nDefault = x\nLocal Type = SA\nRemote Type = SA\nEND\n"
+      "PARAMETER: Size\nParameter Type = Real\nLocal Type = SA\nEND\n"
+      "PARAMETER: Value\nParameter Type = Real\nLocal Type = SA\nEND\n"
+      "PARAMETER: Result\nEND\nPARAMETER: Result Units\nEND\nEND\n");
 }
 
 struct Story {
