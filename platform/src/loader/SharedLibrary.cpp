@@ -1,6 +1,7 @@
 #include "platform/ORVDynamicLoader.h"
 #include "platform/ORVError.h"
 #include "platform/ORVUtilities.h"
+#include "platform/internal/ContextLocal.h"
 #include "OwnDirectory.h"
 
 #include <cstdlib>
@@ -22,7 +23,7 @@ namespace {
 
 using Factory = CalculateFunction* (*)();
 
-SharedLibrary* theLoader = nullptr;
+constinit ContextLocal<SharedLibrary*> theLoader(ContextEnd::libraries, &SharedLibrary::destroyInstance);
 
 // What the loader said, and nothing of an earlier failure.
 std::string loaderError()
@@ -151,14 +152,15 @@ SharedLibrary::~SharedLibrary()
 
 SharedLibrary* SharedLibrary::instance()
 {
-  if (!theLoader)
-    theLoader = new SharedLibrary;
-  return theLoader;
+  SharedLibrary*& loader = *theLoader;
+  if (!loader)
+    loader = new SharedLibrary;
+  return loader;
 }
 
 void SharedLibrary::destroyInstance()
 {
-  delete std::exchange(theLoader, nullptr);
+  delete std::exchange(*theLoader, nullptr);
 }
 
 void* SharedLibrary::open(const std::string& library)
