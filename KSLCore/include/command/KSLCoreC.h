@@ -14,7 +14,7 @@
 // name %s is ambiguous."); an object that does not exist ("Object '%s' does not exist.", class "KSLCoreC"),
 // except where it is what is asked; lack of memory.
 //
-// Not for several threads. Costs are those of a look-up plus the text returned.
+// Asks the model that is current for the calling thread. Costs are those of a look-up plus the text returned.
 #pragma once
 
 #include "platform/ORVExport.h"
