@@ -1,8 +1,8 @@
 // ksl, the command-line host: reads the command line and leaves the rest to the subcommands.
 #include "platform/ORVSystem.h"
 #include "platform/ORVUtilities.h"
+#include "session/FileActions.h"
 #include "EvalCommand.h"
-#include "FileActions.h"
 #include "FormatCommand.h"
 #include "GraphCommand.h"
 #include "RunCommand.h"
@@ -78,7 +78,7 @@ void readTrace(const std::string& words, RunCommand::Options& options)
 void addFile(CLI::App& app, const char* name, const char* help, bool written, std::string& file)
 {
   const auto take = [=, &file](const std::string& value) {
-    const std::string problem = fileNameProblem(value, written);
+    const std::string problem = orv::fileNameProblem(value, written);
     if (!problem.empty())
       throw CLI::ValidationError(name, "a file name here " + problem);
     file = value;

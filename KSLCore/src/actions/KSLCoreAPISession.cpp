@@ -16,9 +16,20 @@ void KSLCoreAPI::externalProcessKSL(const std::vector<std::string>& lines)
     text += "> update\n";
   }
   const bool isRefused = KSLInterface::instance()->isRecovering();
-  if (m_sessionWriter && !text.empty() && !isRefused)
+  if (m_sessionWriter && !text.empty() && !isRefused && !m_commandOpen)
     m_sessionWriter->writeSessionKSL(text);
   processKSL(text, m_externalMode);
+  if (m_commandOpen)
+    m_entered.append(text).append("\n");
+}
+
+bool KSLCoreAPI::endCommand(bool keep)
+{
+  const ScopeGuard close([this] { closeCommand(); });
+  const bool done = KSLInterface::instance()->endCommand(keep);
+  if (done && m_sessionWriter && !m_entered.empty())
+    m_sessionWriter->writeSessionKSL(m_entered);
+  return done;
 }
 
 void KSLCoreAPI::processKSLWithSessionUpdate(const std::string& text, SessionUpdateStrategy* strategy)
