@@ -10,7 +10,7 @@ BENCH_ARGS ?=
 EXAMPLES = $(sort $(wildcard examples/*.ksl))
 CXX_FILES = git ls-files -z '*.h' '*.c' '*.cpp'
 
-.PHONY: build run test sanitize check layers share headers format-check tidy format mutate soak bench bench-count fuzz \
+.PHONY: build run test sanitize race check layers share headers format-check tidy format mutate soak bench bench-count fuzz \
   install package dist clean help
 
 build:         ## build the release preset; the host is build/release/bin/ksl
@@ -48,6 +48,11 @@ sanitize:      ## the same tests under the address and undefined behaviour sanit
 	@tools/setup.sh test
 	@$(MAKE) --no-print-directory build-asan
 	ctest --preset asan
+
+race:          ## models on several threads under the thread sanitizer
+	@tools/setup.sh test
+	@$(MAKE) --no-print-directory build-tsan
+	ctest --preset tsan
 
 check: format-check layers share headers tidy  ## format, layers, share of tests, header self-containment, clang-tidy
 

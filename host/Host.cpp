@@ -9,8 +9,11 @@
 
 Host* Host::s_current = nullptr;
 
-Host::Host(const std::vector<std::string>& libraries) : m_session(options(libraries))
+Host::Host(const std::vector<std::string>& libraries)
+    : m_verbose(orv::ErrorProgressReporter::instance()->isVerbose()),
+      m_session(options(libraries))
 {
+  orv::ErrorProgressReporter::instance()->setVerbose(m_verbose);
   m_stateWatch.attach();
   s_current = this;
 }

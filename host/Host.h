@@ -39,6 +39,7 @@ class Host {
 
   static Host* s_current;
 
+  const bool m_verbose;
   FileWatcher m_files;
   StateWatch m_stateWatch;
   SaveExecutor* m_saving = nullptr;  // the session's

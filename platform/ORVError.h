@@ -104,7 +104,7 @@ class ORV_API ErrorCollector : public ErrorSink {
   std::vector<ErrorMsg> m_errors;
 };
 
-// Where errors end up. Process-wide; not for several threads.
+// Where errors end up. Each context has one.
 class ORV_API ErrorProgressReporter {
  public:
   static ErrorProgressReporter* instance();  // made on first use

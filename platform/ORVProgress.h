@@ -20,24 +20,24 @@ class ORV_API ProgressWatcher {
   virtual void stepped(const Progress* innermost) = 0;
 
   // Not owned; null, as at start, tells nobody. Returns the previous one.
-  static ProgressWatcher* set(ProgressWatcher* watcher) noexcept { return std::exchange(s_watcher, watcher); }
-  static ProgressWatcher* get() noexcept { return s_watcher; }
-
- private:
-  static ProgressWatcher* s_watcher;
+  static ProgressWatcher* set(ProgressWatcher* watcher) noexcept;
+  static ProgressWatcher* get() noexcept;
 };
 
 // One piece of work, for as long as the object lives; pieces are nested as their scopes are. Calculations that
-// take long make one, too. Not for several threads. Costs next to nothing while nobody watches.
+// take long make one, too. Costs next to nothing while nobody watches.
 class ORV_API Progress {
+  struct State;
+
  public:
   // What the total counts, in the plural; a literal.
   Progress(const char* units, std::size_t total) noexcept
-      : m_units(units),
+      : m_state(state()),
+        m_units(units),
         m_total(total),
-        m_outer(std::exchange(s_innermost, this))
+        m_outer(std::exchange(m_state.innermost, this))
   {}
-  ~Progress() { s_innermost = m_outer; }
+  ~Progress() { m_state.innermost = m_outer; }
   Progress(const Progress&) = delete;
   Progress& operator=(const Progress&) = delete;
 
@@ -45,14 +45,19 @@ class ORV_API Progress {
   void advance(std::size_t done)
   {
     m_done = done;
-    step();
+    m_state.step();
   }
   // Between two steps that nobody counts.
-  static void step()
-  {
-    if (ProgressWatcher* watcher = ProgressWatcher::get())
-      watcher->stepped(s_innermost);
-  }
+  static void step() { state().step(); }
+  // The same for loops: knows whom to tell. For one context.
+  class Steps {
+   public:
+    Steps() noexcept : m_state(state()) {}
+    void operator()() const { m_state.step(); }
+
+   private:
+    State& m_state;
+  };
 
   const char* units() const { return m_units; }
   std::size_t total() const { return m_total; }
@@ -60,8 +65,20 @@ class ORV_API Progress {
   const Progress* outer() const { return m_outer; }  // null for the outermost
 
  private:
-  static Progress* s_innermost;
+  friend class ProgressWatcher;
+  // Of a context.
+  struct State {
+    ProgressWatcher* watcher = nullptr;
+    Progress* innermost = nullptr;
+    void step() const
+    {
+      if (watcher)
+        watcher->stepped(innermost);
+    }
+  };
+  static State& state() noexcept;
 
+  State& m_state;
   const char* m_units;
   std::size_t m_total;
   std::size_t m_done = 0;

@@ -41,10 +41,9 @@ class ORV_API FileProcessingScope {
   void enter(const std::string& mode, const std::string& directory);
   void restore() const;
 
-  static FileProcessingScope* s_innermost;  // of those that live; each knows the one around it
-  FileProcessingScope* m_outer;
-  std::string m_file;  // canonical
-  std::string m_mode;  // as they were before
+  FileProcessingScope* m_outer;  // null for the outermost
+  std::string m_file;            // canonical
+  std::string m_mode;            // as they were before
   std::string m_pathStack;
 };
 

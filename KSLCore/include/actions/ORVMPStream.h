@@ -26,7 +26,7 @@ class ORV_API ORVMPStream : public ORVStream {
   // Another directory in which files are looked for, after those of the files in progress, and also when there are none:
   // whoever replays a session command by command names that of the session. Relative names are tried there as they
   // stand, too. Empty, as at start, for none.
-  static void setFallbackDirectory(const std::string& directory) { s_fallback = directory; }
+  static void setFallbackDirectory(const std::string& directory);
 
   // The name of the file that reading would find: the name as given when it exists, when no file is in progress or
   // when nothing is found; else the first candidate that exists, reported as above when `report` says so.
@@ -35,8 +35,6 @@ class ORV_API ORVMPStream : public ORVStream {
  private:
   bool tryOpen(const std::string& fileName, Mode mode);
   static std::vector<std::string> localCandidates(const std::string& fileName);
-
-  static std::string s_fallback;
 };
 
 }  // namespace orv

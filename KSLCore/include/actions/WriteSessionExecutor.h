@@ -58,8 +58,8 @@ class ORV_API WriteSessionExecutor : public ActionExecutor {
   // The name, by whatever way, leads to the file that is being written.
   bool isRecordingTo(const std::string& fileName) const;
 
-  // Text behind the head of every file that is started afterwards, for the whole process; empty at start.
-  static void setFilePreamble(const std::string& preamble) { m_preamble = preamble; }
+  // Text behind the head of every file that is started afterwards, by whichever executor; empty at start.
+  static void setFilePreamble(const std::string& preamble);
 
  private:
   struct Request {
@@ -82,8 +82,6 @@ class ORV_API WriteSessionExecutor : public ActionExecutor {
   void cutBack() noexcept;
   void stop();
   void abandon(const file::error& error) noexcept;
-
-  static std::string m_preamble;
 
   const std::set<std::string> m_parameters;
   const std::set<std::string> m_modes;

@@ -156,8 +156,6 @@ class ORV_API KSLInterface {
   void runHistory(UndoMode mode);
   Executive& executive() const;
 
-  static KSLInterface* m_instance;
-
   kslUpdateMode m_mode = kslUpdateDefault;  // of the innermost parse; each one restores the one around it
   std::unique_ptr<KSLAPI> m_kslapi;
   std::unique_ptr<PendingError> m_error;

@@ -8,7 +8,7 @@ namespace orv {
 class KSLObject;
 
 // Set while an object reads one of its own parameters as a number: names in the text may then stand for other
-// parameters of that object. A parameter that is read by itself knows no object. Not for several threads.
+// parameters of that object. A parameter that is read by itself knows no object.
 class ORV_API EvaluatingObject {
  public:
   explicit EvaluatingObject(const KSLObject* object) noexcept;

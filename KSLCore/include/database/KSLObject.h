@@ -262,8 +262,6 @@ class ORV_API KSLObject {
   ParamDefinition::NotifyChange* paramObserver() const;
   ObjectChangeNotify* observer() const;
 
-  static PathFunction m_pathNormaliseFun;  // null is the identity
-
   Category m_category;
   std::unique_ptr<DependentSet> m_dependents;  // null without any
   std::string m_name;

@@ -18,7 +18,7 @@ class DBChangeNotify;
 class PathIndex;
 class RootKSLObject;
 
-// Owns the tree of objects under one root and finds objects by path. Process-wide.
+// Owns the tree of objects under one root and finds objects by path. Each context has one.
 //
 // Paths are simplified first; "" and "/" are the root. Pointers to objects hold until the object is deleted.
 // Failures are of class "ObjectDB", function as the operation, type 4, unless stated otherwise; checks run
@@ -118,7 +118,7 @@ class ORV_API ObjectDB {
   ObjectDB();
   ~ObjectDB();
 
-  static std::string normalised(const std::string& path);
+  std::string normalised(const std::string& path) const;
   ObjectHolder* findObjectHolder(const std::string& path) const;
   ObjectHolder* findParentHolder(const std::string& path) const;
   ObjectHolder* checkedParentOf(const KSLObject* object) const;
@@ -130,11 +130,10 @@ class ORV_API ObjectDB {
   std::vector<std::string> pendingDeletion(const std::string& path, const std::string& type,
                                            const std::string& (KSLObject::*text)() const) const;
 
-  static KSLObject::PathFunction m_pathNormaliseFun;  // null is the identity
-
   std::unique_ptr<ObjectWatch> m_watch;      // outlives the objects
   std::unique_ptr<PathIndex> m_index;        // owns the holders, the root's excepted, and their objects
   DBChangeNotify* m_changeNotify = nullptr;  // not owned
+  KSLObject::PathFunction m_pathNormaliseFun = nullptr;  // null is the identity
   std::size_t m_changes = 0;
   bool m_ending = false;
   std::unique_ptr<RootKSLObject> m_root;

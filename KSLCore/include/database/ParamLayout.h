@@ -33,6 +33,8 @@ class ORV_API ParamLayout : public rcount_base {
   std::size_t insert(std::shared_ptr<const ParamDefinition> prototype);  // REQUIRES: a name that is not there
 
   std::vector<Entry> m_entries;
+  // Who sets a parameter looks for it several times in a row. Only where to look first: what stands there is compared.
+  mutable std::size_t m_lastFound = 0;
 };
 
 }  // namespace orv

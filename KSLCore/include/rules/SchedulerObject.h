@@ -50,7 +50,7 @@ class ORV_API SchedulerTrace {
 // memory allows. For one thread. Errors are of class "SchedulerObject" and type 4.
 class ORV_API SchedulerObject {
  public:
-  SchedulerObject() = default;
+  SchedulerObject();
   // The owner is not owned and must outlive the scheduler; null makes a scheduler that cannot be updated. The
   // form with a shared text spares a copy of the type for each object.
   SchedulerObject(const std::string& name, KSLObject* owner, const std::string& type);
@@ -66,7 +66,7 @@ class ORV_API SchedulerObject {
   KSLObject* getKSLObject() const { return m_owner; }
   std::string getPath() const;  // the owner's; empty without one
   bool isPending() const { return (m_state & pending) != 0; }
-  // Counted from 1 in the order in which schedulers are made; what is walked, and so calculated, in one history
+  // Counted from 1 in the order in which schedulers of a context are made; what is walked, and so calculated, in one history
   // of commands comes in the same order in every process. (40 bits: a million a second for twelve days.)
   std::uint64_t getSerial() const noexcept { return m_serial; }
   // In ascending order of the serial numbers, with the number of links to each.
@@ -109,14 +109,15 @@ class ORV_API SchedulerObject {
 
   // Not owned; null, as at start, tells nobody. Returns the previous one.
   static SchedulerTrace* setTrace(SchedulerTrace* trace) noexcept;
-  static SchedulerTrace* getTrace() noexcept { return s_trace; }
+  static SchedulerTrace* getTrace() noexcept;
 
  private:
   // INVARIANTS, between any two statements that others can see:
   //  1. An edge stands in the parent's children and in the child's parents, with equal counts.
   //  2. m_state holds, above its lowest bit, the number of parents that are pending.
-  //  3. A scheduler whose m_marked is the present s_marking is pending, and so is all that lies below it, each
+  //  3. A scheduler whose m_marked is the present marking is pending, and so is all that lies below it, each
   //     with that m_marked. (Clearing one of them, or linking one that is not among them, begins a new marking.)
+  struct Graph;  // what all schedulers of a context have in common
   class Walk;
   class Search;
   static constexpr std::uint32_t pending = 1;
@@ -130,17 +131,11 @@ class ORV_API SchedulerObject {
   void link(SchedulerObject* child);
   // What a parent adds to the state of its children.
   std::uint32_t shareOfChild() const noexcept { return (m_state & pending) * onePendingParent; }
-  void clearPending() noexcept;
+  void clearPending(Graph& graph) noexcept;
   bool isReady() const noexcept;
   bool isUpdatingChildren() const noexcept;
   SchedulerOwner& support() { return m_support ? *m_support : findSupport(); }
   SchedulerOwner& findSupport();
-
-  static bool s_catchExceptions;
-  static SchedulerTrace* s_trace;  // not owned
-  static std::uint64_t s_marking;
-  static std::uint64_t s_search;
-  static std::uint64_t s_lastSerial;
 
   // What walks read of each scheduler that they pass: one cache line.
   std::uint64_t m_marked = 0;         // the marking that came by last
@@ -155,7 +150,7 @@ class ORV_API SchedulerObject {
   SharedText m_type;
 
   KSLObject* m_owner = nullptr;  // not owned
-  const std::uint64_t m_serial = ++s_lastSerial;
+  const std::uint64_t m_serial;
   LinkMap m_parents;
   std::uint64_t m_searched = 0;  // the search that came by last
   std::string m_name;

@@ -3,6 +3,7 @@
 #include "platform/ORVError.h"
 #include "platform/ORVKSLParseUtilities.h"
 #include "platform/ORVSystem.h"
+#include "platform/internal/ContextLocal.h"
 #include "database/ObjectDB.h"
 #include "command/KSLCoreAPI.h"
 #include "actions/fileNames.h"
@@ -10,6 +11,8 @@
 namespace orv {
 
 namespace {
+
+constinit ContextLocal<FileProcessingScope*> theInnermost;  // of those that live
 
 constexpr const char* objectType = "FILE PROCESSING";
 
@@ -19,8 +22,6 @@ KSLObject* findObject()
 }
 
 }  // namespace
-
-FileProcessingScope* FileProcessingScope::s_innermost = nullptr;
 
 bool FileProcessingScope::createObject(const char* className, const char* function)
 {
@@ -40,7 +41,7 @@ bool FileProcessingScope::createObject(const char* className, const char* functi
 bool FileProcessingScope::isInProgress(const std::string& fileName)
 {
   const std::string file = ORVFile::getCanonicalName(fileName);
-  const FileProcessingScope* scope = s_innermost;
+  const FileProcessingScope* scope = *theInnermost;
   while (scope && scope->m_file != file)
     scope = scope->m_outer;
   return scope != nullptr;
@@ -54,16 +55,16 @@ void FileProcessingScope::checkNotInProgress(const std::string& fileName, const 
 }
 
 FileProcessingScope::FileProcessingScope(const std::string& mode, const std::string& fileName)
-    : m_outer(s_innermost),
+    : m_outer(*theInnermost),
       m_file(ORVFile::getCanonicalName(fileName))
 {
   enter(mode, ORVFile::getPath(fileName));
-  s_innermost = this;
+  *theInnermost = this;
 }
 
 FileProcessingScope::~FileProcessingScope()
 {
-  s_innermost = m_outer;
+  *theInnermost = m_outer;
   try {
     restore();
   } catch (...) {  // what ends a scope has no one to tell

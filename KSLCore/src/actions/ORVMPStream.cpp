@@ -2,14 +2,19 @@
 
 #include "platform/ORVError.h"
 #include "platform/ORVUtilities.h"
+#include "platform/internal/ContextLocal.h"
 #include "database/ObjectDB.h"
 #include "actions/fileNames.h"
 
+#include <utility>
 #include <vector>
 
 namespace orv {
 
 namespace {
+
+constinit ContextLocal<std::string*> theFallback(ContextEnd::memory,
+                                                 [] { delete std::exchange(*theFallback, nullptr); });
 
 // The directories of the files in progress, innermost first.
 std::vector<std::string> directoriesInProgress()
@@ -30,7 +35,10 @@ void reportUse(const char* function, const std::string& fileName, const std::str
 
 }  // namespace
 
-std::string ORVMPStream::s_fallback;
+void ORVMPStream::setFallbackDirectory(const std::string& directory)
+{
+  delete std::exchange(*theFallback, new std::string(directory));
+}
 
 ORVMPStream::ORVMPStream() = default;
 
@@ -69,10 +77,11 @@ std::vector<std::string> ORVMPStream::localCandidates(const std::string& fileNam
     if (!directory.empty())
       add(directory + "/" + baseName);
   }
-  if (!s_fallback.empty()) {
+  const std::string fallback = *theFallback ? **theFallback : std::string();
+  if (!fallback.empty()) {
     if (!fileName.starts_with('/'))
-      add(s_fallback + "/" + fileName);
-    add(s_fallback + "/" + baseName);
+      add(fallback + "/" + fileName);
+    add(fallback + "/" + baseName);
   }
   return candidates;
 }

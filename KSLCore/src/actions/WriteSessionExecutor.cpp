@@ -3,6 +3,7 @@
 #include "platform/ORVError.h"
 #include "platform/ORVKSLParseUtilities.h"
 #include "platform/ORVUtilities.h"
+#include "platform/internal/ContextLocal.h"
 #include "database/ObjectDB.h"
 #include "command/KSLCoreAPI.h"
 #include "command/actionChecks.h"
@@ -16,6 +17,7 @@
 #include <cstdio>
 #include <filesystem>
 #include <sys/stat.h>
+#include <utility>
 
 namespace orv {
 
@@ -25,6 +27,9 @@ constexpr const char* className = "WriteSessionExecutor";
 constexpr const char* sessionPath = "/SESSION";
 constexpr const char* fileNameParam = "Session Filename";
 constexpr const char* modeParam = "Write Session Mode";
+
+constinit ContextLocal<std::string*> thePreamble(ContextEnd::memory,
+                                                 [] { delete std::exchange(*thePreamble, nullptr); });
 
 ksl::invalid refusal(std::string message)
 {
@@ -50,7 +55,10 @@ void requireMissing(const std::string& fileName)
 
 }  // namespace
 
-std::string WriteSessionExecutor::m_preamble;
+void WriteSessionExecutor::setFilePreamble(const std::string& preamble)
+{
+  delete std::exchange(*thePreamble, new std::string(preamble));
+}
 
 WriteSessionExecutor::WriteSessionExecutor()
     : m_parameters{"filename", "mode"},
@@ -189,7 +197,7 @@ void WriteSessionExecutor::openFile(Request& request)
 
 void WriteSessionExecutor::writeHeader()
 {
-  const std::string& preamble = m_preamble;
+  const std::string preamble = *thePreamble ? **thePreamble : std::string();
   append(FileText::head(FileText::sessionHead)
          + (FileText::isPlain(preamble) ? preamble : FileText::escaped(preamble)) + '\n');
 }

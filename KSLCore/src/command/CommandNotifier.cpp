@@ -1,24 +1,25 @@
 #include "command/CommandNotifier.h"
 
 #include "platform/ORVUtilities.h"
+#include "platform/internal/ContextLocal.h"
 
 namespace orv {
 
 namespace {
 
-ObserverSubject* theSubject = nullptr;
+constinit ContextLocal<ObserverSubject*> theSubject;
 
 }  // namespace
 
 void CommandNotifier::setSubject(ObserverSubject* subject) noexcept
 {
-  theSubject = subject;
+  *theSubject = subject;
 }
 
 void CommandNotifier::notify(Notification type)
 {
-  if (theSubject)
-    theSubject->notify(type);
+  if (ObserverSubject* subject = *theSubject)
+    subject->notify(type);
 }
 
 }  // namespace orv

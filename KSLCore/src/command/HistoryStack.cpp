@@ -1,16 +1,19 @@
 #include "command/HistoryStack.h"
 
+#include "platform/internal/ContextLocal.h"
+
 namespace orv {
 
 namespace {
 
-HistoryStack::ListId lastId = 0;
+constinit ContextLocal<HistoryStack::ListId> theLastId;
 
 }  // namespace
 
 KSLChangeList* HistoryStack::writeableTop()
 {
   if (m_delimited) {
+    ListId& lastId = *theLastId;
     m_lists.push_back({std::make_shared<KSLChangeList>("undoredo", m_modifier), lastId + 1});
     ++lastId;
     m_delimited = false;
@@ -35,7 +38,7 @@ HistoryStack::ListId HistoryStack::topId() const
 
 HistoryStack::ListId HistoryStack::newestId()
 {
-  return lastId;
+  return *theLastId;
 }
 
 void HistoryStack::delimit()

@@ -1,6 +1,7 @@
 #include "command/KSLCoreAPI.h"
 
 #include "platform/ORVError.h"
+#include "platform/internal/ContextLocal.h"
 #include "database/ObjectDB.h"
 #include "command/KSLInterface.h"
 #include "command/KSLUpdateRecorder.h"
@@ -9,25 +10,26 @@ namespace orv {
 
 namespace {
 
-KSLCoreAPI* theInstance = nullptr;
+constinit ContextLocal<KSLCoreAPI*> theInstance(ContextEnd::observers, &KSLCoreAPI::destroyInstance);
 
 }  // namespace
 
 KSLCoreAPI* KSLCoreAPI::instance()
 {
-  if (!theInstance)
-    theInstance = new KSLCoreAPI;
-  return theInstance;
+  KSLCoreAPI*& instance = *theInstance;
+  if (!instance)
+    instance = new KSLCoreAPI;
+  return instance;
 }
 
 KSLCoreAPI* KSLCoreAPI::current() noexcept
 {
-  return theInstance;
+  return *theInstance;
 }
 
 void KSLCoreAPI::destroyInstance()
 {
-  delete std::exchange(theInstance, nullptr);
+  delete std::exchange(*theInstance, nullptr);
 }
 
 KSLCoreAPI::KSLCoreAPI()

@@ -20,6 +20,7 @@
 
 #include "platform/ORVOutputFiles.h"
 #include "platform/ORVUtilities.h"
+#include "platform/internal/ContextLocal.h"
 #include "rules/AdditionalRules.h"
 #include "rules/KSLRules.h"
 #include "command/BackCompatibilityFunctor.h"
@@ -34,6 +35,8 @@
 namespace orv {
 
 namespace {
+
+constinit ContextLocal<KSLInterface*> theInstance(ContextEnd::commands, &KSLInterface::destroyInstance);
 
 constexpr const char* source = "KSLCore/src/KSLInterface";
 
@@ -105,18 +108,17 @@ class KSLInterface::ActionHandler final : public KSLActionHandler {
 
 // --------------------------------------------------------------------------------------------------- life, set-up
 
-KSLInterface* KSLInterface::m_instance = nullptr;
-
 KSLInterface* KSLInterface::instance()
 {
-  if (!m_instance)
-    m_instance = new KSLInterface;
-  return m_instance;
+  KSLInterface*& instance = *theInstance;
+  if (!instance)
+    instance = new KSLInterface;
+  return instance;
 }
 
 void KSLInterface::destroyInstance()
 {
-  delete std::exchange(m_instance, nullptr);
+  delete std::exchange(*theInstance, nullptr);
 }
 
 KSLInterface::KSLInterface()

@@ -2,6 +2,7 @@
 
 #include "platform/ORVError.h"
 #include "platform/ORVException.h"
+#include "platform/internal/ContextLocal.h"
 
 #include <functional>
 #include <map>
@@ -19,11 +20,15 @@ struct Registry {
   std::size_t next = 0;
 };
 
+constinit ContextLocal<Registry*> theRegistry(ContextEnd::memory,
+                                              [] { delete std::exchange(*theRegistry, nullptr); });
+
 Registry& registry()
 {
-  // Never destroyed: static objects of a host may still use it after main.
-  static Registry& theRegistry = *new Registry;
-  return theRegistry;
+  Registry*& all = *theRegistry;
+  if (!all)
+    all = new Registry;
+  return *all;
 }
 
 std::optional<std::size_t> findNumber(std::string_view name)
@@ -50,8 +55,9 @@ std::uint64_t bitOf(std::size_t number)
 
 void Category::addCategory(const std::string& name)
 {
-  registry().numbers.try_emplace(name, registry().next);
-  ++registry().next;
+  Registry& all = registry();
+  all.numbers.try_emplace(name, all.next);
+  ++all.next;
 }
 
 std::vector<std::string> Category::getCategories()
@@ -65,8 +71,10 @@ std::vector<std::string> Category::getCategories()
 
 void Category::resetRegistry() noexcept
 {
-  registry().numbers.clear();
-  registry().next = 0;
+  if (Registry* all = *theRegistry) {
+    all->numbers.clear();
+    all->next = 0;
+  }
 }
 
 Category::Category(const Category& other)

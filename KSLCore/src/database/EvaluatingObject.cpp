@@ -1,27 +1,29 @@
 #include "database/EvaluatingObject.h"
 
+#include "platform/internal/ContextLocal.h"
+
 #include <utility>
 
 namespace orv {
 
 namespace {
 
-const KSLObject* s_current = nullptr;
+constinit ContextLocal<const KSLObject*> theObject;
 
 }  // namespace
 
 EvaluatingObject::EvaluatingObject(const KSLObject* object) noexcept
-    : m_outer(std::exchange(s_current, object))
+    : m_outer(std::exchange(*theObject, object))
 {}
 
 EvaluatingObject::~EvaluatingObject()
 {
-  s_current = m_outer;
+  *theObject = m_outer;
 }
 
 const KSLObject* EvaluatingObject::current() noexcept
 {
-  return s_current;
+  return *theObject;
 }
 
 }  // namespace orv

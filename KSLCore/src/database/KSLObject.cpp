@@ -2,6 +2,7 @@
 
 #include "platform/ORVError.h"
 #include "platform/ORVException.h"
+#include "platform/internal/ContextLocal.h"
 #include "database/EvaluatingObject.h"
 #include "database/NullParentChildInfo.h"
 #include "database/ObjectChangeNotify.h"
@@ -19,7 +20,11 @@
 
 namespace orv {
 
-KSLObject::PathFunction KSLObject::m_pathNormaliseFun = nullptr;
+namespace {
+
+constinit ContextLocal<KSLObject::PathFunction> thePathFunction;  // null is the identity
+
+}  // namespace
 
 // Hears of the changes of an object's own parameters and passes them on.
 class KSLObject::ParamNotify final : public ParamDefinition::NotifyChange {
@@ -88,7 +93,8 @@ KSLObject* KSLObject::getParentObject() const
 KSLObject* KSLObject::getRelativeObject(const std::string& path) const
 {
   const std::string simplified = StringUtilities::simplifyPath(path);
-  return getRelativeObjectInternal(m_pathNormaliseFun ? m_pathNormaliseFun(simplified) : simplified);
+  const PathFunction normalise = *thePathFunction;
+  return getRelativeObjectInternal(normalise ? normalise(simplified) : simplified);
 }
 
 KSLObject* KSLObject::getRelativeObjectInternal(const std::string& path) const
@@ -134,12 +140,12 @@ void KSLObject::registerBaseTypeWithFactory(const std::string& name, KSLObject* 
 
 void KSLObject::supportOldStylePaths()
 {
-  m_pathNormaliseFun = PathUtils::normalisePathBwdComp;
+  *thePathFunction = PathUtils::normalisePathBwdComp;
 }
 
 void KSLObject::resetPathNormaliser()
 {
-  m_pathNormaliseFun = nullptr;
+  *thePathFunction = nullptr;
 }
 
 void KSLObject::setType(const std::string& type, bool singleton)
@@ -164,8 +170,9 @@ void KSLObject::setPath(const std::string& parentPath, const std::string& name)
     refuse("initialize",
            _("'%s' is a singleton object, but name '%s' does not equal type.", getType(), name));
 
-  std::string path = m_pathNormaliseFun ? m_pathNormaliseFun(parentPath) : std::string();
-  const std::string& parent = m_pathNormaliseFun ? path : parentPath;
+  const PathFunction normalise = *thePathFunction;
+  std::string path = normalise ? normalise(parentPath) : std::string();
+  const std::string& parent = normalise ? path : parentPath;
   std::string full;
   full.reserve(parent.size() + getType().size() + name.size() + 2);
   full.append(parent).append(1, '/').append(getType());

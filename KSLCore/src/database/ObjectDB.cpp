@@ -3,6 +3,7 @@
 #include "platform/ORVError.h"
 #include "platform/ORVException.h"
 #include "platform/ORVUtilities.h"
+#include "platform/internal/ContextLocal.h"
 #include "database/DBChangeNotify.h"
 #include "database/ObjectHolderImpl.h"
 #include "database/PathIndex.h"
@@ -15,7 +16,7 @@ namespace orv {
 
 namespace {
 
-ObjectDB* s_instance = nullptr;
+constinit ContextLocal<ObjectDB*> theInstance(ContextEnd::objects, &ObjectDB::destroyInstance);
 
 constexpr const char* className = "ObjectDB";
 
@@ -100,26 +101,26 @@ class ObjectDB::DeleteGuard {
 
 // ------------------------------------------------------------------------------------------------------ instance
 
-KSLObject::PathFunction ObjectDB::m_pathNormaliseFun = nullptr;
-
 ObjectDB* ObjectDB::instance()
 {
-  if (!s_instance)
-    s_instance = new ObjectDB;
-  return s_instance;
+  ObjectDB*& instance = *theInstance;
+  if (!instance)
+    instance = new ObjectDB;
+  return instance;
 }
 
 ObjectDB* ObjectDB::current() noexcept
 {
-  return s_instance && !s_instance->m_ending ? s_instance : nullptr;
+  ObjectDB* const instance = *theInstance;
+  return instance && !instance->m_ending ? instance : nullptr;
 }
 
 // Objects that end may still ask the database, so it stays reachable until all are gone.
 void ObjectDB::destroyInstance()
 {
-  delete s_instance;
-  s_instance = nullptr;
-  m_pathNormaliseFun = nullptr;
+  ObjectDB*& instance = *theInstance;
+  delete instance;
+  instance = nullptr;
   KSLObject::resetPathNormaliser();
 }
 
@@ -158,13 +159,13 @@ std::size_t ObjectDB::size() const
 
 void ObjectDB::supportOldStylePaths()
 {
-  m_pathNormaliseFun = PathUtils::normalisePathBwdComp;
+  instance()->m_pathNormaliseFun = PathUtils::normalisePathBwdComp;
 }
 
 // ------------------------------------------------------------------------------------------------------- look-up
 
 // "" for the root.
-std::string ObjectDB::normalised(const std::string& path)
+std::string ObjectDB::normalised(const std::string& path) const
 {
   std::string normal = StringUtilities::simplifyPath(path);
   if (m_pathNormaliseFun)

@@ -2,6 +2,7 @@
 
 #include "platform/ORVError.h"
 #include "platform/ORVException.h"
+#include "platform/internal/ContextLocal.h"
 #include "database/Category.h"
 
 #include <utility>
@@ -10,7 +11,7 @@ namespace orv {
 
 namespace {
 
-ObjectFactory* s_instance = nullptr;
+constinit ContextLocal<ObjectFactory*> theInstance(ContextEnd::types, &ObjectFactory::destroyInstance);
 
 constexpr const char* className = "ObjectFactory";
 
@@ -43,15 +44,17 @@ ObjectFactory::~ObjectFactory() = default;
 
 ObjectFactory* ObjectFactory::instance()
 {
-  if (!s_instance)
-    s_instance = new ObjectFactory;
-  return s_instance;
+  ObjectFactory*& instance = *theInstance;
+  if (!instance)
+    instance = new ObjectFactory;
+  return instance;
 }
 
 void ObjectFactory::destroyInstance()
 {
-  delete s_instance;
-  s_instance = nullptr;
+  ObjectFactory*& instance = *theInstance;
+  delete instance;
+  instance = nullptr;
   Category::resetRegistry();
 }
 

@@ -7,13 +7,6 @@ namespace orv {
 
 namespace {
 
-// Who sets a parameter looks for it several times in a row. Only where to look first: what stands there is compared.
-struct LastFound {
-  const ParamLayout* layout = nullptr;
-  std::size_t slot = 0;
-};
-LastFound lastFound;
-
 template <class Entries>
 bool holds(const Entries& entries, std::size_t slot, std::string_view name)
 {
@@ -32,12 +25,12 @@ std::size_t ParamLayout::lowerBound(std::string_view name) const
 
 std::size_t ParamLayout::find(std::string_view name) const
 {
-  if (lastFound.layout == this && holds(m_entries, lastFound.slot, name))
-    return lastFound.slot;
+  if (holds(m_entries, m_lastFound, name))
+    return m_lastFound;
   const std::size_t slot = lowerBound(name);
   if (!holds(m_entries, slot, name))
     return npos;
-  lastFound = {this, slot};
+  m_lastFound = slot;
   return slot;
 }
 

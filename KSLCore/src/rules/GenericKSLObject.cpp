@@ -3,6 +3,7 @@
 #include "platform/ORVDynamicLoader.h"
 #include "platform/ORVError.h"
 #include "platform/ORVException.h"
+#include "platform/internal/ContextLocal.h"
 #include "rules/LinkTransaction.h"
 #include "rules/NameLink.h"
 #include "rules/SchedulerTypes.h"
@@ -117,30 +118,32 @@ void GenericKSLObject::addSchedulerLink(const std::string& from, const std::stri
 // An update under way. A calculation may delete the object that is being updated; its frame then knows.
 class GenericKSLObject::ActiveUpdate {
  public:
-  explicit ActiveUpdate(const GenericKSLObject* object) : m_object(object), m_outer(s_innermost)
-  {
-    s_innermost = this;
-  }
-  ~ActiveUpdate() { s_innermost = m_outer; }
+  explicit ActiveUpdate(const GenericKSLObject* object)
+      : m_innermost(*s_innermost),
+        m_object(object),
+        m_outer(std::exchange(m_innermost, this))
+  {}
+  ~ActiveUpdate() { m_innermost = m_outer; }
   ActiveUpdate(const ActiveUpdate&) = delete;
   ActiveUpdate& operator=(const ActiveUpdate&) = delete;
 
   bool objectLives() const { return m_object != nullptr; }
   static void forget(const GenericKSLObject* object) noexcept
   {
-    for (ActiveUpdate* update = s_innermost; update; update = update->m_outer) {
+    for (ActiveUpdate* update = *s_innermost; update; update = update->m_outer) {
       if (update->m_object == object)
         update->m_object = nullptr;
     }
   }
 
  private:
-  static ActiveUpdate* s_innermost;
+  static ContextLocal<ActiveUpdate*> s_innermost;
+  ActiveUpdate*& m_innermost;
   const GenericKSLObject* m_object;
   ActiveUpdate* m_outer;
 };
 
-GenericKSLObject::ActiveUpdate* GenericKSLObject::ActiveUpdate::s_innermost = nullptr;
+constinit ContextLocal<GenericKSLObject::ActiveUpdate*> GenericKSLObject::ActiveUpdate::s_innermost;
 
 GenericKSLObject::GenericKSLObject() = default;
 

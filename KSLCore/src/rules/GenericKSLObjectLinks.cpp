@@ -1,6 +1,7 @@
 // What parameters name, as the object sees it; NameLink.h has the whole.
 #include "platform/ORVError.h"
 #include "platform/ORVException.h"
+#include "platform/internal/ContextLocal.h"
 #include "database/Category.h"
 #include "database/ObjectDB.h"
 #include "rules/ExpressionNames.h"
@@ -18,7 +19,7 @@ namespace orv {
 
 namespace {
 
-const ExpressionNames* s_expressionNames = nullptr;
+constinit ContextLocal<const ExpressionNames*> theExpressionNames;
 
 bool isLetter(char c)
 {
@@ -47,12 +48,12 @@ ExpressionNames::~ExpressionNames() = default;
 
 const ExpressionNames* ExpressionNames::installed() noexcept
 {
-  return s_expressionNames;
+  return *theExpressionNames;
 }
 
 const ExpressionNames* ExpressionNames::install(const ExpressionNames* names) noexcept
 {
-  return std::exchange(s_expressionNames, names);
+  return std::exchange(*theExpressionNames, names);
 }
 
 bool GenericKSLObject::holdsExpression(const ParamDefinition& param) const
@@ -66,7 +67,7 @@ bool GenericKSLObject::mayLink(const ParamDefinition& param, const std::string& 
 {
   if (!param.getRemoteType().empty() && !param.typeIs("Expression"))
     return true;
-  if (!s_expressionNames || !param.isExpression())
+  if (!param.isExpression() || !*theExpressionNames)
     return false;
   return param.typeIs("Expression") || mayHoldNames(text) || findNameLink(param.getName());
 }

@@ -15,15 +15,11 @@ constexpr const char* className = "SchedulerObject";
 
 }  // namespace
 
-bool SchedulerObject::s_catchExceptions = false;
-SchedulerTrace* SchedulerObject::s_trace = nullptr;
-std::uint64_t SchedulerObject::s_marking = 1;
-std::uint64_t SchedulerObject::s_search = 0;
-std::uint64_t SchedulerObject::s_lastSerial = 0;
-
 SchedulerTrace::~SchedulerTrace() = default;
 
 void SchedulerTrace::parameterSet(const SchedulerObject&, const std::string&) noexcept {}
+
+SchedulerObject::SchedulerObject() : m_serial(++Graph::current().lastSerial) {}
 
 SchedulerObject::SchedulerObject(const std::string& name, KSLObject* owner, const std::string& type)
     : SchedulerObject(name, owner, SharedText(type))
@@ -32,6 +28,7 @@ SchedulerObject::SchedulerObject(const std::string& name, KSLObject* owner, cons
 SchedulerObject::SchedulerObject(const std::string& name, KSLObject* owner, SharedText type)
     : m_type(std::move(type)),
       m_owner(owner),
+      m_serial(++Graph::current().lastSerial),
       m_name(name)
 {}
 
@@ -39,6 +36,7 @@ SchedulerObject::SchedulerObject(const SchedulerObject& other)
     : m_state(other.m_state & pending),
       m_type(other.m_type),
       m_owner(other.m_owner),
+      m_serial(++Graph::current().lastSerial),
       m_name(other.m_name)
 {}
 
@@ -60,12 +58,17 @@ std::string SchedulerObject::getPath() const
 
 bool SchedulerObject::setCatchExceptions(bool catchExceptions) noexcept
 {
-  return std::exchange(s_catchExceptions, catchExceptions);
+  return std::exchange(Graph::current().catchExceptions, catchExceptions);
 }
 
 SchedulerTrace* SchedulerObject::setTrace(SchedulerTrace* trace) noexcept
 {
-  return std::exchange(s_trace, trace);
+  return std::exchange(Graph::current().trace, trace);
+}
+
+SchedulerTrace* SchedulerObject::getTrace() noexcept
+{
+  return Graph::current().trace;
 }
 
 // --------------------------------------------------------------------------------------------------- edges
@@ -98,8 +101,9 @@ void SchedulerObject::link(SchedulerObject* child)
   if (!isNew)
     return;
   child->m_state += shareOfChild();
-  if (m_marked == s_marking && child->m_marked != s_marking)
-    ++s_marking;
+  Graph& graph = Graph::current();
+  if (m_marked == graph.marking && child->m_marked != graph.marking)
+    ++graph.marking;
 }
 
 void SchedulerObject::deleteChild(SchedulerObject* child) noexcept
@@ -130,11 +134,12 @@ bool SchedulerObject::isUpdatingChildren() const noexcept
 
 void SchedulerObject::setPending() noexcept
 {
-  const std::uint64_t marking = s_marking;
+  Graph& graph = Graph::current();
+  const std::uint64_t marking = graph.marking;
   if (m_marked == marking)
     return;
-  if (s_trace && !isPending())
-    s_trace->marked(*this, nullptr);
+  if (graph.trace && !isPending())
+    graph.trace->marked(*this, nullptr);
   m_marked = marking;
   m_next = nullptr;
   SchedulerObject* waiting = this;
@@ -148,8 +153,8 @@ void SchedulerObject::setPending() noexcept
       child->m_state += share;
       if (child->m_marked == marking)
         continue;
-      if (s_trace && !child->isPending())
-        s_trace->marked(*child, scheduler);
+      if (graph.trace && !child->isPending())
+        graph.trace->marked(*child, scheduler);
       child->m_marked = marking;
       if (child->m_children.empty()) {
         child->m_state |= pending;

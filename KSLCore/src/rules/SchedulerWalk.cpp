@@ -1,7 +1,6 @@
 #include "SchedulerWalk.h"
 
 #include "platform/ORVError.h"
-#include "platform/ORVProgress.h"
 
 #include <chrono>
 #include <cxxabi.h>
@@ -21,7 +20,20 @@ constexpr std::size_t keptFrames = 32768;
 
 constexpr const char* className = "SchedulerObject";
 
-struct Frame {
+[[noreturn]] void throwTooDeep(const std::string& name)
+{
+  throw internal::error(className, "update",
+                        _("Operation '%s' failed. Updates are nested too deeply.", name));
+}
+
+void report(const std::string& message)
+{
+  ErrorProgressReporter::instance()->reportError(internal::error(className, "update", message));
+}
+
+}  // namespace
+
+struct SchedulerObject::Graph::Frame {
   Frame(SchedulerObject* entered, std::uint32_t outerPlace) noexcept : scheduler(entered), outer(outerPlace)
   {}
 
@@ -32,77 +44,73 @@ struct Frame {
 };
 
 // A calculation that is under way. The name is needed after the scheduler may have gone.
-struct Calculation {
+struct SchedulerObject::Graph::Calculation {
   const SchedulerObject* scheduler;
   Calculation* outer;
   std::string lostName;
 };
 
-constinit std::vector<Frame> s_frames;  // of all walks that are under way
-int s_depth = 0;                        // of nested walks
-Calculation* s_calculation = nullptr;   // the innermost one whose failures are caught
-
-SchedulerObject* top() noexcept
-{
-  return s_frames.back().scheduler;
-}
-
-void report(const std::string& message)
-{
-  ErrorProgressReporter::instance()->reportError(internal::error(className, "update", message));
-}
-
-[[noreturn]] void throwTooDeep(const std::string& name)
-{
-  throw internal::error(className, "update",
-                        _("Operation '%s' failed. Updates are nested too deeply.", name));
-}
-
-}  // namespace
+constinit ContextLocal<SchedulerObject::Graph> SchedulerObject::Graph::s_current(ContextEnd::memory, [] {
+  delete std::exchange(current().frames, nullptr);
+});
 
 // ------------------------------------------------------------------------------------------------- frames
 
 // A scheduler keeps its place when its frame has gone, which spares a second visit to each.
-inline std::uint32_t SchedulerObject::Walk::innermost(const SchedulerObject& scheduler) noexcept
+inline std::uint32_t SchedulerObject::Walk::innermost(const Graph& graph,
+                                                      const SchedulerObject& scheduler) noexcept
 {
   const std::uint32_t place = scheduler.m_frame;
-  const bool stands = place != 0 && place <= s_frames.size() && s_frames[place - 1].scheduler == &scheduler;
-  return stands ? place : 0;
+  if (place == 0 || !graph.frames)
+    return 0;
+  const Graph::Frames& frames = *graph.frames;
+  return place <= frames.size() && frames[place - 1].scheduler == &scheduler ? place : 0;
+}
+
+inline SchedulerObject* SchedulerObject::Walk::top() const noexcept
+{
+  return m_frames.back().scheduler;
 }
 
 inline void SchedulerObject::Walk::enter(SchedulerObject* scheduler)
 {
-  s_frames.emplace_back(scheduler, innermost(*scheduler));
-  scheduler->m_frame = static_cast<std::uint32_t>(s_frames.size());
+  m_frames.emplace_back(scheduler, innermost(m_graph, *scheduler));
+  scheduler->m_frame = static_cast<std::uint32_t>(m_frames.size());
 }
 
 inline void SchedulerObject::Walk::leave() noexcept
 {
-  const Frame& frame = s_frames.back();
+  const Graph::Frame& frame = m_frames.back();
   if (frame.outer != 0 && frame.scheduler)
     frame.scheduler->m_frame = frame.outer;
-  s_frames.pop_back();
+  m_frames.pop_back();
 }
 
 bool SchedulerObject::Walk::isPropagating(const SchedulerObject& scheduler) noexcept
 {
-  std::uint32_t place = innermost(scheduler);
-  while (place != 0 && !s_frames[place - 1].propagating)
-    place = s_frames[place - 1].outer;
+  if (scheduler.m_frame == 0)  // of most
+    return false;
+  const Graph& graph = Graph::current();
+  std::uint32_t place = innermost(graph, scheduler);
+  while (place != 0 && !(*graph.frames)[place - 1].propagating)
+    place = (*graph.frames)[place - 1].outer;
   return place != 0;
 }
 
 void SchedulerObject::Walk::forget(SchedulerObject& scheduler) noexcept
 {
-  std::uint32_t place = innermost(scheduler);
+  if (scheduler.m_frame == 0)  // of most
+    return;
+  const Graph& graph = Graph::current();
+  std::uint32_t place = innermost(graph, scheduler);
   if (place == 0)
     return;
   while (place != 0) {
-    Frame& frame = s_frames[place - 1];
+    Graph::Frame& frame = (*graph.frames)[place - 1];
     frame.scheduler = nullptr;
     place = frame.outer;
   }
-  for (Calculation* it = s_calculation; it; it = it->outer) {
+  for (Graph::Calculation* it = graph.calculation; it; it = it->outer) {
     if (it->scheduler != &scheduler)
       continue;
     it->scheduler = nullptr;
@@ -119,24 +127,26 @@ class SchedulerObject::Walk::AfterCalculation {
  public:
   using Clock = std::chrono::steady_clock;
 
-  AfterCalculation()
+  explicit AfterCalculation(Walk& walk) : m_walk(walk)
   {
-    if (s_trace)
+    if (walk.m_graph.trace)
       m_start = Clock::now();
   }
   AfterCalculation(const AfterCalculation&) = delete;
   AfterCalculation& operator=(const AfterCalculation&) = delete;
   ~AfterCalculation()
   {
-    SchedulerObject* scheduler = top();
+    SchedulerObject* scheduler = m_walk.top();
     if (!scheduler)
       return;
-    scheduler->clearPending();
-    if (s_trace && m_start != Clock::time_point())
-      s_trace->calculated(*scheduler, std::chrono::duration<double>(Clock::now() - m_start).count());
+    Graph& graph = m_walk.m_graph;
+    scheduler->clearPending(graph);
+    if (graph.trace && m_start != Clock::time_point())
+      graph.trace->calculated(*scheduler, std::chrono::duration<double>(Clock::now() - m_start).count());
   }
 
  private:
+  Walk& m_walk;
   Clock::time_point m_start;
 };
 
@@ -163,14 +173,14 @@ inline bool SchedulerObject::Walk::calculateTop()
 #endif
   if (!top()->isReady())
     return false;
-  top()->clearPending();
+  top()->clearPending(m_graph);
   {
-    const AfterCalculation after;
+    const AfterCalculation after(*this);
     calculate(*top());
   }
   if (!top())
     return false;
-  s_frames.back().propagating = true;
+  m_frames.back().propagating = true;
   return true;
 }
 
@@ -179,22 +189,25 @@ inline void SchedulerObject::Walk::calculate(SchedulerObject& scheduler)
   SchedulerOwner& owner = *scheduler.m_support;
   // What the calculation is given, and what is told of it, must outlive the scheduler.
   const SharedText type = scheduler.m_type;
-  if (!s_catchExceptions) {
+  if (!m_graph.catchExceptions) {
     owner.calculate(type.str());
     return;
   }
   struct Scope {
-    explicit Scope(const SchedulerObject& running) : calculation{&running, s_calculation, {}}
+    Scope(Graph& common, const SchedulerObject& running)
+        : graph(common),
+          calculation{&running, graph.calculation, {}}
     {
-      s_calculation = &calculation;
+      graph.calculation = &calculation;
     }
-    ~Scope() { s_calculation = calculation.outer; }
+    ~Scope() { graph.calculation = calculation.outer; }
     const std::string& name() const
     {
       return calculation.scheduler ? calculation.scheduler->m_name : calculation.lostName;
     }
-    Calculation calculation;
-  } scope(scheduler);
+    Graph& graph;
+    Graph::Calculation calculation;
+  } scope(m_graph, scheduler);
   try {
     owner.calculate(type.str());
   } catch (const Interrupt&) {
@@ -216,26 +229,29 @@ inline void SchedulerObject::Walk::calculate(SchedulerObject& scheduler)
 
 // ------------------------------------------------------------------------------------------------- update
 
-inline SchedulerObject::Walk::Walk(const SchedulerObject& start) : m_base(s_frames.size())
+inline SchedulerObject::Walk::Walk(const SchedulerObject& start)
+    : m_graph(Graph::current()),
+      m_frames(m_graph.frames ? *m_graph.frames : *(m_graph.frames = new Graph::Frames)),
+      m_base(m_frames.size())
 {
-  if (s_depth == deepestNesting)
+  if (m_graph.depth == deepestNesting)
     throwTooDeep(start.getName());
-  ++s_depth;
+  ++m_graph.depth;
 }
 
 inline SchedulerObject::Walk::~Walk()
 {
-  while (s_frames.size() > m_base)
+  while (m_frames.size() > m_base)
     leave();
-  if (--s_depth == 0 && s_frames.capacity() > keptFrames)
-    std::vector<Frame>().swap(s_frames);
+  if (--m_graph.depth == 0 && m_frames.capacity() > keptFrames)
+    Graph::Frames().swap(m_frames);
 }
 
 inline void SchedulerObject::Walk::visit(SchedulerObject* scheduler)
 {
   if (!scheduler->isPending())
     return;
-  Progress::step();
+  m_step();
   SchedulerOwner& owner = scheduler->support();
   enter(scheduler);
   owner.createDelayedParamLinks();
@@ -251,9 +267,9 @@ inline void SchedulerObject::Walk::run(SchedulerObject* start)
       visit(next);
     else
       leave();
-    if (s_frames.size() == m_base)
+    if (m_frames.size() == m_base)
       return;
-    Frame& frame = s_frames.back();
+    Graph::Frame& frame = m_frames.back();
     next = frame.scheduler ? frame.scheduler->m_children.next(frame.cursor) : nullptr;
   }
 }
@@ -267,10 +283,11 @@ void SchedulerObject::update()
 // ------------------------------------------------------------------------------------------------- search
 
 SchedulerObject::Search::Search(SchedulerObject* from, SchedulerObject* to)
-    : m_down{s_search + 1, s_search + 2, &SchedulerObject::m_children},
-      m_up{s_search + 2, s_search + 1, &SchedulerObject::m_parents}
 {
-  s_search += 2;
+  std::uint64_t& search = Graph::current().search;
+  m_down = {search + 1, search + 2, &SchedulerObject::m_children};
+  m_up = {search + 2, search + 1, &SchedulerObject::m_parents};
+  search += 2;
   add(m_down, from);
   add(m_up, to);
 }

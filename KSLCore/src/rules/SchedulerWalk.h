@@ -1,12 +1,33 @@
 // The walks over the graph of schedulers.
 #pragma once
 
+#include "platform/ORVProgress.h"
+#include "platform/internal/ContextLocal.h"
 #include "rules/SchedulerObject.h"
 
 #include <cstddef>
 #include <cstdint>
+#include <vector>
 
 namespace orv {
+
+struct SchedulerObject::Graph {
+  struct Frame;
+  struct Calculation;
+  using Frames = std::vector<Frame>;
+
+  std::uint64_t marking = 1;
+  std::uint64_t search = 0;
+  std::uint64_t lastSerial = 0;
+  SchedulerTrace* trace = nullptr;     // not owned
+  Frames* frames = nullptr;            // of all walks that are under way; made by the first
+  Calculation* calculation = nullptr;  // the innermost one whose failures are caught
+  int depth = 0;                       // of nested walks
+  bool catchExceptions = false;
+
+  static Graph& current() noexcept { return *s_current; }
+  static ContextLocal<Graph> s_current;
+};
 
 // One call of `update`, to the end. The schedulers on the way down stand in a stack of frames, which calls that
 // nest share. Each knows where it stands, so that one that is destroyed can blank its frames: after anything
@@ -30,13 +51,17 @@ class SchedulerObject::Walk {
   class AfterCalculation;
 
   static bool countIsRight(const SchedulerObject& scheduler);  // in debug builds
-  static std::uint32_t innermost(const SchedulerObject& scheduler) noexcept;
+  static std::uint32_t innermost(const Graph& graph, const SchedulerObject& scheduler) noexcept;
+  SchedulerObject* top() const noexcept;
   void visit(SchedulerObject* scheduler);
   void enter(SchedulerObject* scheduler);
   void leave() noexcept;
   bool calculateTop();
   void calculate(SchedulerObject& scheduler);
 
+  Graph& m_graph;
+  Graph::Frames& m_frames;
+  const Progress::Steps m_step;
   const std::size_t m_base;  // where this walk's frames begin
 };
 
@@ -51,9 +76,9 @@ class SchedulerObject::Search {
  private:
   enum class Step { met, more, exhausted };
   struct Side {
-    std::uint64_t mark;
-    std::uint64_t opposite;
-    LinkMap SchedulerObject::*edges;
+    std::uint64_t mark = 0;
+    std::uint64_t opposite = 0;
+    LinkMap SchedulerObject::*edges = nullptr;
     SchedulerObject* waiting = nullptr;  // to be expanded
     LinkMap::const_iterator at{};        // in the one being expanded
     LinkMap::const_iterator end{};
@@ -65,13 +90,13 @@ class SchedulerObject::Search {
   Side m_up;
 };
 
-inline void SchedulerObject::clearPending() noexcept
+inline void SchedulerObject::clearPending(Graph& graph) noexcept
 {
   if (!isPending())
     return;
   m_state &= ~pending;
-  if (m_marked == s_marking)
-    ++s_marking;
+  if (m_marked == graph.marking)
+    ++graph.marking;
   for (const LinkMap::Entry& edge : m_children)
     edge.first->m_state -= onePendingParent;
 }

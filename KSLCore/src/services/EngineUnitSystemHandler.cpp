@@ -1,6 +1,7 @@
 #include "services/EngineUnitSystemHandler.h"
 
 #include "platform/ORVError.h"
+#include "platform/internal/ContextLocal.h"
 #include "services/UnitSystems.h"
 
 #include <algorithm>
@@ -13,7 +14,8 @@ namespace {
 
 constexpr std::size_t maxAnswers = 1024;
 
-EngineUnitSystemHandler* s_instance = nullptr;
+constinit ContextLocal<EngineUnitSystemHandler*> theInstance(ContextEnd::unitSystem,
+                                                             &EngineUnitSystemHandler::destroyInstance);
 
 // Parsed at first use, in the order of the quantities: a program that never shows a unit does not wait for
 // the database.
@@ -121,23 +123,25 @@ EngineUnitSystemHandler::~EngineUnitSystemHandler() = default;
 
 EngineUnitSystemHandler* EngineUnitSystemHandler::instance()
 {
-  if (!s_instance) {
-    s_instance = new EngineUnitSystemHandler;
-    setCurrent(s_instance);
+  EngineUnitSystemHandler*& instance = *theInstance;
+  if (!instance) {
+    instance = new EngineUnitSystemHandler;
+    setCurrent(instance);
   }
-  return s_instance;
+  return instance;
 }
 
 void EngineUnitSystemHandler::destroyInstance()
 {
-  if (s_instance && current() == s_instance)
+  EngineUnitSystemHandler*& instance = *theInstance;
+  if (instance && current() == instance)
     setCurrent(nullptr);
-  delete std::exchange(s_instance, nullptr);
+  delete std::exchange(instance, nullptr);
 }
 
 EngineUnitSystemHandler* EngineUnitSystemHandler::existing() noexcept
 {
-  return s_instance;
+  return *theInstance;
 }
 
 // ------------------------------------------------------------------------------------------------ what there is

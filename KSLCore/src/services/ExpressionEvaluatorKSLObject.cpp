@@ -5,11 +5,13 @@
 #include "platform/ORVExpressions.h"
 #include "platform/ORVUnits.h"
 #include "platform/ORVUtilities.h"
+#include "platform/internal/ContextLocal.h"
 #include "database/EvaluatingObject.h"
 #include "services/EngineUnitSystemHandler.h"
 
 #include <map>
 #include <memory>
+#include <utility>
 
 namespace orv {
 
@@ -19,8 +21,12 @@ constexpr const char* className = "ExpressionEvaluatorKSLObject";
 constexpr const char* textParameter = "Evaluated Expression";
 
 // All that were initialised, in that order.
-std::map<std::uint64_t, ExpressionEvaluatorKSLObject*> s_objects;
-std::uint64_t s_lastNumber = 0;
+struct Evaluators {
+  std::map<std::uint64_t, ExpressionEvaluatorKSLObject*> objects;
+  std::uint64_t lastNumber = 0;
+};
+constinit ContextLocal<Evaluators*> theEvaluators(ContextEnd::memory,
+                                                  [] { delete std::exchange(*theEvaluators, nullptr); });
 
 std::string valueOrEmpty(const KSLObject& object, const char* name)
 {
@@ -62,7 +68,7 @@ class ExpressionEvaluatorKSLObject::UnitSystemWatch : public Observer {
  private:
   static UnitSystemWatch& watch()
   {
-    // Never destroyed: static objects of a host may still use it after main.
+    // For all contexts: it holds nothing. Never destroyed: static objects of a host may still use it after main.
     static UnitSystemWatch& instance = *new UnitSystemWatch;
     return instance;
   }
@@ -72,7 +78,8 @@ ExpressionEvaluatorKSLObject::ExpressionEvaluatorKSLObject() = default;
 
 ExpressionEvaluatorKSLObject::~ExpressionEvaluatorKSLObject()
 {
-  if (s_objects.erase(m_number) > 0 && s_objects.empty())
+  Evaluators* all = *theEvaluators;
+  if (all && all->objects.erase(m_number) > 0 && all->objects.empty())
     UnitSystemWatch::end();
 }
 
@@ -98,8 +105,11 @@ void ExpressionEvaluatorKSLObject::initialize(const std::string& name)
 void ExpressionEvaluatorKSLObject::initialize(const std::string& parentPath, const std::string& name)
 {
   GenericKSLObject::initialize(parentPath, name);
-  m_number = ++s_lastNumber;
-  s_objects.emplace(m_number, this);
+  Evaluators*& all = *theEvaluators;
+  if (!all)
+    all = new Evaluators;
+  m_number = ++all->lastNumber;
+  all->objects.emplace(m_number, this);
   UnitSystemWatch::begin();
 }
 
@@ -129,7 +139,10 @@ void ExpressionEvaluatorKSLObject::update()
 // An update may delete others.
 void ExpressionEvaluatorKSLObject::unitSystemChanged()
 {
-  for (auto at = s_objects.begin(); at != s_objects.end();) {
+  Evaluators* all = *theEvaluators;
+  if (!all)
+    return;
+  for (auto at = all->objects.begin(); at != all->objects.end();) {
     const std::uint64_t number = at->first;
     ExpressionEvaluatorKSLObject* object = at->second;
     if (SchedulerObject* scheduler = object->evaluatingScheduler()) {
@@ -138,7 +151,7 @@ void ExpressionEvaluatorKSLObject::unitSystemChanged()
     } else {
       object->evaluate();
     }
-    at = s_objects.upper_bound(number);
+    at = all->objects.upper_bound(number);
   }
 }
 

@@ -3,6 +3,7 @@
 #include "platform/ORVError.h"
 #include "platform/ORVException.h"
 #include "platform/ORVUtilities.h"
+#include "platform/internal/ContextLocal.h"
 #include "rules/LinkTransaction.h"
 #include "rules/NameIndex.h"
 #include "services/ExpressionCache.h"
@@ -18,7 +19,9 @@ namespace {
 constexpr const char* className = "ExpressionsKSLObject";
 
 // In the order of their initialisation; the first counts.
-std::vector<ExpressionsKSLObject*> s_objects;
+using Objects = std::vector<ExpressionsKSLObject*>;
+constinit ContextLocal<Objects*> theObjects(ContextEnd::memory,
+                                            [] { delete std::exchange(*theObjects, nullptr); });
 
 ExpressionDef parsed(const std::string& name, const std::string& text)
 {
@@ -47,7 +50,8 @@ ExpressionsKSLObject::~ExpressionsKSLObject()
 {
   *m_lives = false;
   const bool counted = current() == this;
-  std::erase(s_objects, this);
+  if (Objects* objects = *theObjects)
+    std::erase(*objects, this);
   NameIndex* index = NameIndex::current();
   if (counted && current() && index)
     current()->forEachDefinedName([index](const std::string& name) { index->changed(nullptr, name); });
@@ -64,7 +68,8 @@ void ExpressionsKSLObject::registerBaseType()
 
 ExpressionsKSLObject* ExpressionsKSLObject::current() noexcept
 {
-  return s_objects.empty() ? nullptr : s_objects.front();
+  const Objects* objects = *theObjects;
+  return objects && !objects->empty() ? objects->front() : nullptr;
 }
 
 KSLObject* ExpressionsKSLObject::clone() const
@@ -88,7 +93,10 @@ void ExpressionsKSLObject::initialize(const std::string& parentPath, const std::
     if (!param.getValue().empty())
       ExpressionCache::Change(*m_cache, param.getName(), parsed(param.getName(), param.getValue())).keep();
   });
-  s_objects.push_back(this);
+  Objects*& objects = *theObjects;
+  if (!objects)
+    objects = new Objects;
+  objects->push_back(this);
 }
 
 // ------------------------------------------------------------------------------------------------ the expressions

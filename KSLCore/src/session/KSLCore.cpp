@@ -117,7 +117,8 @@ auto guarded(ksl_session* session, const char* function, Work work) -> decltype(
 std::string given(const char* function, const char* argument, const char* name)
 {
   if (!argument)
-    throw orv::internal::nullPointer("KSLCore", function, orv::_("Input parameter %s is a null pointer.", name));
+    throw orv::internal::nullPointer("KSLCore", function,
+                                     orv::_("Input parameter %s is a null pointer.", name));
   return argument;
 }
 

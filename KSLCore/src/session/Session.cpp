@@ -1,11 +1,12 @@
 // One operation of a session:
 //
-//   perform ─ Entered                  the session's instances are current
+//   perform ─ Context::Scope           the session's instances are current
 //      ├─ outermost: notes are cleared  ─ work ─ closeOutcome ─ tell
 //      ├─ a piece of an open Command    ─ work ─ what was noted since; a failure ends the Command
 //      └─ within a command              ─ work ─ what was noted since; a failure passes outward
 #include "session/Session.h"
 
+#include "platform/ORVContext.h"
 #include "platform/ORVKSLParseUtilities.h"
 #include "platform/ORVOutputFiles.h"
 #include "platform/ORVSystem.h"
@@ -14,7 +15,6 @@
 #include "command/KSLInterface.h"
 #include "command/caughtError.h"
 #include "actions/FileText.h"
-#include "Instances.h"
 #include "SessionModel.h"
 #include "session/FileActions.h"
 
@@ -143,21 +143,21 @@ void walk(const KSLObject& top, Visit visit)
 struct Session::Impl {
   explicit Impl(Options options)
   {
-    const Instances::Entered entered(instances);
+    const Context::Scope scope(context);
     model = std::make_unique<SessionModel>(std::move(options));
   }
   ~Impl()
   {
-    const Instances::Entered entered(instances);
+    const Context::Scope scope(context);
     model.reset();
   }
-  Instances instances;
+  Context context;
   std::unique_ptr<SessionModel> model;
 };
 
 struct Session::Scope::Entered {
-  explicit Entered(const Session& session) : instances(session.m_impl->instances) {}
-  Instances::Entered instances;
+  explicit Entered(const Session& session) : scope(session.m_impl->context) {}
+  Context::Scope scope;
 };
 
 Session::Scope::Scope(const Session& session) : m_entered(std::make_unique<Entered>(session)) {}
@@ -195,7 +195,7 @@ ActionFactory& Session::actions() const
 template <class Work>
 Outcome Session::perform(Work work)
 {
-  const Instances::Entered entered(m_impl->instances);
+  const Context::Scope scope(m_impl->context);
   SessionModel& model = *m_impl->model;
   KSLCoreAPI& api = *KSLCoreAPI::instance();
   const bool isInside = model.isInside();
@@ -293,7 +293,7 @@ Outcome Session::load(const std::string& fileName)
 
 Session::Command::Command(Session& session) : m_session(session)
 {
-  const Instances::Entered entered(session.m_impl->instances);
+  const Context::Scope scope(session.m_impl->context);
   SessionModel& model = *session.m_impl->model;
   KSLCoreAPI* api = KSLCoreAPI::instance();
   if (!model.isInside() && !api->isCommandOpen() && !model.hasCommandFailed())
@@ -317,7 +317,7 @@ Outcome Session::Command::finish(bool keep)
   if (m_ended)
     return m_outcome;
   m_ended = true;
-  const Instances::Entered entered(m_session.m_impl->instances);
+  const Context::Scope scope(m_session.m_impl->context);
   SessionModel& model = *m_session.m_impl->model;
   {
     const SessionModel::Inside inside(model);
@@ -333,7 +333,7 @@ Outcome Session::Command::finish(bool keep)
 template <class Ask>
 auto Session::ask(Ask ask) const
 {
-  const Instances::Entered entered(m_impl->instances);
+  const Context::Scope scope(m_impl->context);
   return ask();
 }
 
@@ -364,7 +364,7 @@ bool Session::has(const std::string& object) const
 
 const KSLObject& Session::object(const std::string& object) const
 {
-  const Instances::Entered entered(m_impl->instances);
+  const Context::Scope scope(m_impl->context);
   return getObject("object", object);
 }
 

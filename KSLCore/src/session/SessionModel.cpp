@@ -56,8 +56,8 @@ SessionModel::Commands::~Commands()
 
 SessionModel::SessionModel(SessionOptions options) : m_options(std::move(options))
 {
-  m_formerSink = ErrorProgressReporter::instance()->setSink(&m_sink);
-  ScopeGuard putBack([this] { ErrorProgressReporter::instance()->setSink(m_formerSink); });
+  ErrorProgressReporter::instance()->setSink(&m_sink);
+  ScopeGuard withdraw([] { ErrorProgressReporter::instance()->setSink(nullptr); });
   KSLCoreAPI* api = KSLCoreAPI::instance();
   api->attach(&m_watch, {KSLCoreAPI::parseEnd, KSLCoreAPI::recoveryEnd, KSLCoreAPI::redoRecoveryEnd});
   api->setExternalKslUpdateMode(m_options.updateMode);
@@ -72,12 +72,12 @@ SessionModel::SessionModel(SessionOptions options) : m_options(std::move(options
   readDefinitions();
   registerExecutors();
   api->setValidationEnabled(m_options.validate);
-  putBack.dismiss();
+  withdraw.dismiss();
 }
 
 SessionModel::~SessionModel()
 {
-  ErrorProgressReporter::instance()->setSink(m_formerSink);
+  ErrorProgressReporter::instance()->setSink(nullptr);
   if (m_options.changes)
     ObjectDB::instance()->registerChangeNotify(nullptr);
 }

@@ -18,7 +18,7 @@
 
 namespace orv {
 
-// Made, used and ended while the session's instances are current.
+// Made, used and ended while the session's context is current.
 class SessionModel {
  public:
   // Throws as Session's constructor.
@@ -94,7 +94,6 @@ class SessionModel {
   SessionOptions m_options;
   Sink m_sink{this};
   Watch m_watch{this};
-  ErrorSink* m_formerSink;
   ProtectedObjects m_protection;
   CopiedOutputFiles m_outputFiles;
   KSLCopyImpl m_copying{&m_outputFiles};

@@ -1,23 +1,25 @@
 #include "platform/ORVApplicationSupport.h"
+#include "platform/internal/ContextLocal.h"
 
-#include <memory>
+#include <utility>
 
 namespace orv {
 
 namespace {
-std::unique_ptr<Preferences> thePreferences;
+constinit ContextLocal<Preferences*> thePreferences(ContextEnd::settings, &Preferences::destroyInstance);
 }
 
 Preferences* Preferences::instance()
 {
-  if (!thePreferences)
-    thePreferences = std::make_unique<Preferences>();
-  return thePreferences.get();
+  Preferences*& preferences = *thePreferences;
+  if (!preferences)
+    preferences = new Preferences;
+  return preferences;
 }
 
 void Preferences::destroyInstance()
 {
-  thePreferences.reset();
+  delete std::exchange(*thePreferences, nullptr);
 }
 
 std::string Preferences::getValue(const std::string& name, const std::string& fallback) const

@@ -1,7 +1,7 @@
 #include "platform/ORVError.h"
+#include "platform/internal/ContextLocal.h"
 
 #include <iostream>
-#include <memory>
 #include <utility>
 
 namespace orv {
@@ -13,19 +13,21 @@ void ErrorSink::inform(std::string_view) {}
 ErrorCollector::~ErrorCollector() = default;
 
 namespace {
-std::unique_ptr<ErrorProgressReporter> theReporter;
+constinit ContextLocal<ErrorProgressReporter*> theReporter(ContextEnd::reports,
+                                                           &ErrorProgressReporter::destroyInstance);
 }
 
 ErrorProgressReporter* ErrorProgressReporter::instance()
 {
-  if (!theReporter)
-    theReporter = std::make_unique<ErrorProgressReporter>();
-  return theReporter.get();
+  ErrorProgressReporter*& reporter = *theReporter;
+  if (!reporter)
+    reporter = new ErrorProgressReporter;
+  return reporter;
 }
 
 void ErrorProgressReporter::destroyInstance()
 {
-  theReporter.reset();
+  delete std::exchange(*theReporter, nullptr);
 }
 
 void ErrorProgressReporter::reportError(const ErrorMsg& error) noexcept

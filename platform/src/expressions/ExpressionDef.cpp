@@ -1,5 +1,6 @@
 #include "platform/ORVError.h"
 #include "platform/ORVExpressions.h"
+#include "platform/internal/ContextLocal.h"
 #include "ExpressionParser.h"
 #include "ExpressionProgram.h"
 
@@ -13,7 +14,7 @@ namespace {
 constexpr const char* className = "ExpressionEvaluator";
 constexpr const char* function = "evalSingleValue";
 
-ExpressionResolver* s_resolver = nullptr;
+constinit ContextLocal<ExpressionResolver*> theResolver;
 
 // In characters, from 1.
 std::size_t columnOf(std::string_view text, std::size_t position)
@@ -139,22 +140,23 @@ ExpressionResolver::~ExpressionResolver() = default;
 
 ExpressionResolver* ExpressionResolver::installed() noexcept
 {
-  return s_resolver;
+  return *theResolver;
 }
 
 ExpressionResolver* ExpressionResolver::install(ExpressionResolver* resolver) noexcept
 {
-  return std::exchange(s_resolver, resolver);
+  return std::exchange(*theResolver, resolver);
 }
 
 ExpressionValue ExpressionEvaluator::evaluate(const std::string& text, const std::string& parameterName)
 {
   ExpressionDef expression(text);
   expression.parse(parameterName);
+  ExpressionResolver* const resolver = *theResolver;
   std::vector<ExpressionValue> values;
   for (const std::string& name : expression.getNames()) {
     std::optional<ExpressionValue> value =
-        s_resolver ? s_resolver->valueOf(name, expression, parameterName) : std::nullopt;
+        resolver ? resolver->valueOf(name, expression, parameterName) : std::nullopt;
     if (!value)
       throw data::notFound(className, function,
                            _("Expression '%s' depends on a variable '%s' which does not exist.", text, name));

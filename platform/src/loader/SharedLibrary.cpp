@@ -1,6 +1,7 @@
 #include "platform/ORVDynamicLoader.h"
 #include "platform/ORVError.h"
 #include "platform/ORVUtilities.h"
+#include "platform/internal/ContextLocal.h"
 #include "OwnDirectory.h"
 
 #include <cstdlib>
@@ -22,7 +23,7 @@ namespace {
 
 using Factory = CalculateFunction* (*)();
 
-SharedLibrary* theLoader = nullptr;
+constinit ContextLocal<SharedLibrary*> theLoader(ContextEnd::libraries, &SharedLibrary::destroyInstance);
 
 // What the loader said, and nothing of an earlier failure.
 std::string loaderError()
@@ -151,14 +152,15 @@ SharedLibrary::~SharedLibrary()
 
 SharedLibrary* SharedLibrary::instance()
 {
-  if (!theLoader)
-    theLoader = new SharedLibrary;
-  return theLoader;
+  SharedLibrary*& loader = *theLoader;
+  if (!loader)
+    loader = new SharedLibrary;
+  return loader;
 }
 
 void SharedLibrary::destroyInstance()
 {
-  delete std::exchange(theLoader, nullptr);
+  delete std::exchange(*theLoader, nullptr);
 }
 
 void* SharedLibrary::open(const std::string& library)
@@ -196,9 +198,23 @@ void* SharedLibrary::open(const std::string& library)
   return handle;
 }
 
+void SharedLibrary::provide(const std::string& library, Source source)
+{
+  if (source)
+    m_sources[library] = std::move(source);
+  else
+    m_sources.erase(library);
+}
+
 CalculateFunction* SharedLibrary::getInstance(const std::string& library, const std::string& function)
 {
   m_lastError.clear();
+  if (const auto own = m_sources.find(library); own != m_sources.end()) {
+    CalculateFunction* const made = own->second(function);
+    if (!made)
+      m_lastError = _("The program provides no function '%s' of library '%s'.", function, library);
+    return made;
+  }
   void* const handle = open(library);
   if (!handle)
     return nullptr;

@@ -1,6 +1,7 @@
 #include "platform/ORVError.h"
 #include "platform/ORVOutputFiles.h"
 #include "platform/ORVSystem.h"
+#include "platform/internal/ContextLocal.h"
 #include "replacement.h"
 
 #include <algorithm>
@@ -12,7 +13,7 @@ namespace orv {
 
 namespace {
 
-OutputFiles* theInstance = nullptr;
+constinit ContextLocal<OutputFiles*> theInstance(ContextEnd::files, &OutputFiles::destroyInstance);
 
 [[noreturn]] void throwFailure(const std::string& fileName, int reason)
 {
@@ -88,14 +89,15 @@ struct OutputFiles::File {
 
 OutputFiles* OutputFiles::instance()
 {
-  if (!theInstance)
-    theInstance = new OutputFiles;
-  return theInstance;
+  OutputFiles*& instance = *theInstance;
+  if (!instance)
+    instance = new OutputFiles;
+  return instance;
 }
 
 void OutputFiles::destroyInstance()
 {
-  delete std::exchange(theInstance, nullptr);
+  delete std::exchange(*theInstance, nullptr);
 }
 
 OutputFiles::OutputFiles() = default;

@@ -1,4 +1,5 @@
 #include "platform/ORVUnits.h"
+#include "platform/internal/ContextLocal.h"
 
 #include <utility>
 
@@ -13,11 +14,7 @@ UnitSystemHandler* baseHandler()
   return handler;
 }
 
-UnitSystemHandler*& handlerInForce()
-{
-  static UnitSystemHandler* handler = baseHandler();
-  return handler;
-}
+constinit ContextLocal<UnitSystemHandler*> theHandler;  // null: the base class's
 
 }  // namespace
 
@@ -40,12 +37,15 @@ std::string UnitSystemHandler::getPreferredUnitsFromUnits(const std::string&, co
 
 UnitSystemHandler* UnitSystemHandler::current()
 {
-  return handlerInForce();
+  UnitSystemHandler* const handler = *theHandler;
+  return handler ? handler : baseHandler();
 }
 
 UnitSystemHandler* UnitSystemHandler::setCurrent(UnitSystemHandler* handler)
 {
-  return std::exchange(handlerInForce(), handler ? handler : baseHandler());
+  UnitSystemHandler* const before = current();
+  *theHandler = handler;
+  return before;
 }
 
 }  // namespace orv

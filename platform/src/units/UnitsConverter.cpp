@@ -1,11 +1,14 @@
 #include "platform/ORVError.h"
 #include "platform/ORVUtilities.h"
+#include "platform/internal/ContextLocal.h"
 #include "UnitsDatabase.h"
 
 #include <charconv>
 #include <cmath>
 #include <limits>
+#include <map>
 #include <tuple>
+#include <utility>
 
 namespace orv {
 
@@ -83,12 +86,18 @@ ParsedUnits parseForConversion(const std::string& units)
   return *parsed;
 }
 
-// Conversions made so far; emptied when full. What is returned lives until the next call.
+// Those that the context made so far; emptied when full.
+using Conversions = std::map<std::tuple<std::string, std::string>, Conversion, std::less<>>;
+constinit ContextLocal<Conversions*> theConversions(ContextEnd::memory,
+                                                    [] { delete std::exchange(*theConversions, nullptr); });
+
+// What is returned lives until the next call.
 const Conversion& findConversion(const std::string& from, const std::string& to)
 {
-  using Conversions = std::map<std::tuple<std::string, std::string>, Conversion, std::less<>>;
-  // Never destroyed: static objects of a host may still use it after main.
-  static Conversions& conversions = *new Conversions;
+  Conversions*& made = *theConversions;
+  if (!made)
+    made = new Conversions;
+  Conversions& conversions = *made;
   auto found = conversions.find(std::tie(from, to));
   if (found != conversions.end())
     return found->second;

@@ -1,12 +1,15 @@
 #include "UnitsDatabase.h"
 
 #include "platform/ORVError.h"
+#include "platform/internal/ContextLocal.h"
 #include "ExactUnits.h"
 #include "UnitNames.h"
 
 #include <cmath>
 #include <locale.h>
+#include <map>
 #include <udunits2.h>
+#include <utility>
 #include <vector>
 
 namespace orv {
@@ -21,7 +24,7 @@ struct UnitFree {
 using UnitPtr = std::unique_ptr<ut_unit, UnitFree>;
 
 // While it lives, the package is silent and reads numbers with a decimal point. Host and process keep their
-// settings.
+// settings. One at a time: the handler is the process's.
 class PackageCall {
  public:
   PackageCall()
@@ -174,31 +177,43 @@ UnitsDatabase::~UnitsDatabase() = default;
 
 UnitsDatabase& UnitsDatabase::instance()
 {
-  // Never destroyed: static objects of a host may still use it after main.
   static UnitsDatabase& database = *new UnitsDatabase;
   return database;
 }
 
-const UnitDictionary& UnitsDatabase::dictionary() const
-{
-  return *m_system;
-}
+UnitsDatabase::Dictionary::Dictionary(const UnitsDatabase& database)
+    : m_lock(database.m_mutex),
+      m_dictionary(*database.m_system)
+{}
 
-std::optional<ParsedUnits> UnitsDatabase::parse(std::string_view units)
+namespace {
+
+// What the context has asked for; emptied when it is full. Threads that have what they need here never wait.
+using ParsedTexts = std::map<std::string, ParsedUnits, std::less<>>;
+constinit ContextLocal<ParsedTexts*> theParsedTexts(ContextEnd::memory,
+                                                    [] { delete std::exchange(*theParsedTexts, nullptr); });
+
+}  // namespace
+
+std::optional<ParsedUnits> UnitsDatabase::parse(std::string_view units) const
 {
-  if (auto found = m_parsed.find(units); found != m_parsed.end())
+  ParsedTexts*& texts = *theParsedTexts;
+  if (!texts)
+    texts = new ParsedTexts;
+  if (auto found = texts->find(units); found != texts->end())
     return found->second;
-  std::optional<ParsedUnits> parsed = parseNew(units);
+  const std::optional<ParsedUnits> parsed = parseNew(units);
   if (!parsed)
     return parsed;
-  if (m_parsed.size() >= maxCachedTexts)
-    m_parsed.clear();
-  m_parsed.emplace(units, *parsed);
+  if (texts->size() >= maxCachedTexts)
+    texts->clear();
+  texts->emplace(units, *parsed);
   return parsed;
 }
 
 std::optional<ParsedUnits> UnitsDatabase::parseNew(std::string_view units) const
 {
+  const std::lock_guard lock(m_mutex);
   PackageCall call;
   std::optional<std::string> text = translateUnits(units, *m_system);
   if (!text)

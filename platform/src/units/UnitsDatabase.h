@@ -4,8 +4,8 @@
 #include "platform/ORVUnits.h"
 
 #include <cstddef>
-#include <map>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -23,25 +23,35 @@ struct ParsedUnits {
 
 class UnitsDatabase {
  public:
-  // Loaded at first use and freed at exit. Throws internal::error when the data is missing; the next call
-  // tries again.
+  // Loaded at first use, once for all contexts, and never freed: static objects of a host may still use it after
+  // main. Throws internal::error when the data is missing; the next call tries again.
   static UnitsDatabase& instance();
-  ~UnitsDatabase();
   UnitsDatabase(const UnitsDatabase&) = delete;
   UnitsDatabase& operator=(const UnitsDatabase&) = delete;
 
   // Nothing when the text is not recognized. Blanks around it do not count; the empty text is the pure
-  // number.
-  std::optional<ParsedUnits> parse(std::string_view units);
-  const UnitDictionary& dictionary() const;
+  // number. Each context remembers what it asked for.
+  std::optional<ParsedUnits> parse(std::string_view units) const;
+
+  // What it knows of words, for this thread alone while it lives: the package behind it is not for several.
+  class Dictionary {
+   public:
+    explicit Dictionary(const UnitsDatabase& database);
+    const UnitDictionary& operator*() const { return m_dictionary; }
+
+   private:
+    std::lock_guard<std::mutex> m_lock;
+    const UnitDictionary& m_dictionary;
+  };
 
  private:
   struct System;  // the loaded database
   UnitsDatabase();
+  ~UnitsDatabase();
   std::optional<ParsedUnits> parseNew(std::string_view units) const;
 
+  mutable std::mutex m_mutex;  // whoever calls the package
   std::unique_ptr<System> m_system;
-  std::map<std::string, ParsedUnits, std::less<>> m_parsed;  // emptied when it is full
 };
 
 // The text of units in the words of the database; UnitNames and ExactUnits have the tables. Nothing when it

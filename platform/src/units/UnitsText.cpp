@@ -168,7 +168,8 @@ std::optional<std::string> translateUnits(std::string_view units, const UnitDict
 std::string notRecognized(std::string_view units)
 {
   std::string message = _("Units '%s' are not recognized.", units);
-  Translator translator(StringUtilities::trimmed(units), UnitsDatabase::instance().dictionary());
+  const UnitsDatabase::Dictionary dictionary(UnitsDatabase::instance());
+  Translator translator(StringUtilities::trimmed(units), *dictionary);
   if (!translator.run() && !translator.hint().empty())
     message.append(" ").append(translator.hint()).append(".");
   return message;

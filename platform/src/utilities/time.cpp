@@ -1,4 +1,5 @@
 #include "platform/ORVUtilities.h"
+#include "platform/internal/ContextLocal.h"
 
 #include <chrono>
 #include <ostream>
@@ -26,7 +27,7 @@ std::ostream& operator<<(std::ostream& out, const cTime& time)
 
 namespace {
 
-OperationTimer::Listener theListener = nullptr;
+constinit ContextLocal<OperationTimer::Listener> theListener;
 
 std::int64_t nanoseconds()
 {
@@ -36,21 +37,22 @@ std::int64_t nanoseconds()
 
 }  // namespace
 
-OperationTimer::OperationTimer(const char* name) : m_name(name), m_start(theListener ? nanoseconds() : 0) {}
+OperationTimer::OperationTimer(const char* name) : m_name(name), m_start(*theListener ? nanoseconds() : 0) {}
 
 OperationTimer::~OperationTimer()
 {
-  if (m_start == 0 || !theListener)
+  const Listener listener = m_start == 0 ? nullptr : *theListener;
+  if (!listener)
     return;
   try {
-    theListener(m_name, static_cast<double>(nanoseconds() - m_start) * 1e-9);
+    listener(m_name, static_cast<double>(nanoseconds() - m_start) * 1e-9);
   } catch (...) {  // measuring must not disturb what is measured
   }
 }
 
 OperationTimer::Listener OperationTimer::setListener(Listener listener) noexcept
 {
-  return std::exchange(theListener, listener);
+  return std::exchange(*theListener, listener);
 }
 
 }  // namespace orv
