@@ -130,7 +130,7 @@ TEST(Docs, CodeIsTheExample)
   const std::tuple<const char*, const char*, const char*> cases[] = {
       {"README.md", "cpp", "examples/embed/minimal.cpp"},
       {"docs/embedding.md", "cpp", "examples/embed/minimal.cpp"},
-      {"docs/embedding.md", "c", "examples/embed/query.c"},
+      {"docs/embedding.md", "c", "examples/embed/query.c examples/embed/session.c"},
       {"docs/session-file.md", "cpp", "examples/embed/replay.cpp"},
   };
   for (const auto& [document, language, program] : cases) {
