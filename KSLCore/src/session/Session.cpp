@@ -353,6 +353,12 @@ Quantity Session::quantity(const std::string& object, const std::string& paramet
   return ask([&] { return getObject("quantity", object).getQuantityValue(parameter); });
 }
 
+double Session::quantity(const std::string& object, const std::string& parameter,
+                         const std::string& units) const
+{
+  return ask([&] { return getObject("quantity", object).getQuantityValue(parameter).convertTo(units); });
+}
+
 std::map<std::string, std::string> Session::values(const std::string& object, bool internal) const
 {
   return ask([&] {
