@@ -3,7 +3,7 @@
 #include "platform/ORVError.h"
 #include "platform/ORVExpressions.h"
 #include "platform/ORVUnits.h"
-#include "FileActions.h"
+#include "session/FileActions.h"
 #include "Texts.h"
 
 #include <iostream>
@@ -57,7 +57,7 @@ int EvalCommand::run(const Options& options)
   return runWithTexts(input, [&options](const Texts&) {
     const ErrorWatch errors;
     if (!options.state.empty())
-      enterText(loadStateText(options.state));
+      enterText(orv::loadStateText(options.state));
     if (!errors.hasFailed())
       std::cout << evaluate(options).toString() << '\n';
   });

@@ -6,7 +6,7 @@
 #include "command/KSLCoreAPI.h"
 #include "command/KSLUpdateInfo.h"
 #include "actions/ORVMPStream.h"
-#include "FileActions.h"
+#include "session/FileActions.h"
 #include "Host.h"
 #include "ObjectText.h"
 #include "Trace.h"
@@ -37,7 +37,7 @@ void RunCommand::enter(const Texts& texts)
   if (m_options.traceChanges || m_options.timings)
     orv::KSLCoreAPI::instance()->recordKSLChanges(true);
   GraphTrace* const trace = graph ? &*graph : nullptr;
-  const auto enterFile = [&](const std::string& file, Lines (*text)(const std::string&)) {
+  const auto enterFile = [&](const std::string& file, std::string (*text)(const std::string&)) {
     return file.empty() || enterWatched(text(file), trace);
   };
 
@@ -45,13 +45,13 @@ void RunCommand::enter(const Texts& texts)
   if (!m_options.replay.empty())
     session = readSession();  // before anything is done: it may be refused
   // What follows would not be what was asked for without these.
-  if (!enterFile(m_options.record, startRecordingText))
+  if (!enterFile(m_options.record, orv::startRecordingText))
     return;
   const orv::ScopeGuard endRecording([this] {
     if (!m_options.record.empty())
-      enterText(endRecordingText());
+      enterText(orv::endRecordingText());
   });
-  if (!enterFile(m_options.load, loadStateText))
+  if (!enterFile(m_options.load, orv::loadStateText))
     return;
   if (m_options.autoSave)
     beginAutoSave();
@@ -60,7 +60,7 @@ void RunCommand::enter(const Texts& texts)
     replay(*session, trace);
   for (const Lines& text : texts)
     enterWatched(text, trace);
-  if (enterFile(m_options.save, saveStateText) && m_autoSave)
+  if (enterFile(m_options.save, orv::saveStateText) && m_autoSave)
     m_autoSave->endWell();
 }
 
@@ -93,7 +93,7 @@ void RunCommand::replay(const orv::SessionFile& session, GraphTrace* graph)
   });
   Host::current()->passOverSaves(!m_options.writeFiles);
   if (m_options.replayAsOne) {
-    enterWatched(replayText(m_options.replay), graph);
+    enterWatched(orv::replayText(m_options.replay), graph);
     return;
   }
   orv::ORVMPStream::setFallbackDirectory(orv::ORVFile::getPath(m_options.replay));

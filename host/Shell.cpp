@@ -6,8 +6,8 @@
 #include "database/ObjectDB.h"
 #include "command/KSLCoreAPI.h"
 #include "command/KSLInterface.h"
+#include "session/FileActions.h"
 #include "Completer.h"
-#include "FileActions.h"
 #include "Host.h"
 #include "ObjectText.h"
 
@@ -82,7 +82,7 @@ int Shell::run(const Options& options)
   bool leftWell = false;
   const int status = runWithHost(options.input, [&](Host& host) {
     Shell shell(host, options);
-    const orv::ScopeGuard endRecording([] { enterText(endRecordingText()); });
+    const orv::ScopeGuard endRecording([] { enterText(orv::endRecordingText()); });
     if (!shell.begin(options))
       return;
     shell.loop();
@@ -110,10 +110,10 @@ Shell::Shell(Host& host, const Options& options)
 
 bool Shell::begin(const Options& options)
 {
-  if (!options.record.empty() && !enterText(startRecordingText(options.record)))
+  if (!options.record.empty() && !enterText(orv::startRecordingText(options.record)))
     return false;
   if (!options.load.empty()) {
-    if (!enterText(loadStateText(options.load)))
+    if (!enterText(orv::loadStateText(options.load)))
       return false;
     m_host.setSaved();
     m_autoSave.forgetChanges();
@@ -134,14 +134,14 @@ void Shell::offerLeftover()
   const std::string lost =
       "The last session here did not end well; what was saved of it is in " + file + ".\n";
   std::string answer;
-  if (!m_reader->isInteractive() || !fileNameProblem(file, false).empty()) {
+  if (!m_reader->isInteractive() || !orv::fileNameProblem(file, false).empty()) {
     std::cerr << lost;
     return;
   }
   std::cout << lost << std::flush;
   if (m_reader->read("Load it? [Y/n] ", answer) == LineReader::Result::line
       && StringUtilities::toLower(answer).substr(0, 1) != "n")
-    enter(loadStateText(file), "> readstate " + file);
+    enter({orv::loadStateText(file)}, "> readstate " + file);
 }
 
 void Shell::loop()

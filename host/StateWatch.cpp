@@ -4,7 +4,7 @@
 
 using Api = orv::KSLCoreAPI;
 
-StateWatch::StateWatch()
+void StateWatch::attach()
 {
   Api* commands = Api::instance();
   // The one notification that comes with changes alone: 0, 1 and 16 come with every command, also with the one that
@@ -13,7 +13,7 @@ StateWatch::StateWatch()
   commands->attach(&m_recovery, {Api::parseBegin, Api::parseEnd, Api::recoveryEnd, Api::redoRecoveryEnd});
 }
 
-StateWatch::~StateWatch()
+void StateWatch::detach()
 {
   Api* commands = Api::instance();
   commands->detach(&m_recovery);

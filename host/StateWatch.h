@@ -5,11 +5,13 @@
 
 // Hears of every update that changes objects, undo and redo included; "> savestate" of everything ends the worry. A
 // command that is taken back leaves things as they were. Changes that are made without an update (in the update mode
-// no-action) go unnoticed. Attached while it lives.
+// no-action) go unnoticed.
 class StateWatch {
  public:
-  StateWatch();
-  ~StateWatch();
+  StateWatch() = default;
+  // To and from KSLCoreAPI: it hears nothing outside.
+  void attach();
+  void detach();
   StateWatch(const StateWatch&) = delete;
   StateWatch& operator=(const StateWatch&) = delete;
 

@@ -143,6 +143,11 @@ bool enterText(const Lines& text)
   return runCommand([&](orv::KSLCoreAPI& api) { api.externalProcessKSL(text); });
 }
 
+bool enterText(const std::string& line)
+{
+  return enterText(Lines{line});
+}
+
 bool enterText(const orv::SessionFile::Command& command)
 {
   const std::string text = orv::StringUtilities::vectorToString(command.lines, '\n');

@@ -33,5 +33,6 @@ int runWithHost(const TextOptions& options, const std::function<void(Host&)>& wo
 // Enters a text as one command; one that fails is taken back, which is told. False when an error was reported.
 // Throws orv::Interrupt once Ctrl-C was pressed meanwhile; that, too, was told.
 bool enterText(const Lines& text);
+bool enterText(const std::string& line);
 // The same for a command of a session, which is not recorded again.
 bool enterText(const orv::SessionFile::Command& command);

@@ -4,6 +4,7 @@
 #include "platform/ORVException.h"
 #include "platform/ORVInterfaceStamp.h"
 
+#include <functional>
 #include <map>
 #include <memory>
 #include <string>
@@ -50,6 +51,10 @@ class ORV_API SharedLibrary {
   // function is not found, or made nothing, or the library has another stamp than this one, or none. A library is loaded once and stays. What the function throws
   // passes on.
   CalculateFunction* getInstance(const std::string& library, const std::string& function);
+  // Functions of the program's own, under a library's name ("libpython.so"), which is not looked for then: the source
+  // makes what getInstance gives, null for a name that it does not know. An empty source takes them away.
+  using Source = std::function<CalculateFunction*(const std::string& function)>;
+  void provide(const std::string& library, Source source);
   // Why the last getInstance gave null, in words for the user; empty after a success.
   const std::string& getLastError() const { return m_lastError; }
 
@@ -57,6 +62,7 @@ class ORV_API SharedLibrary {
   SharedLibrary();
   ~SharedLibrary();
   void* open(const std::string& library);  // null, with m_lastError set, when it cannot be loaded
+  std::map<std::string, Source> m_sources;
   std::map<std::string, void*> m_handles;  // by the name asked for
   std::string m_lastError;
 };

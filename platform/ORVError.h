@@ -120,6 +120,7 @@ class ORV_API ErrorProgressReporter {
   // The sink is not owned and must outlive its registration; null writes to standard error. Returns the one
   // before.
   ErrorSink* setSink(ErrorSink* sink);
+  ErrorSink* getSink() const { return m_sink; }  // null without one
 
   // Returns the previous setting. Off at start.
   bool setVerbose(bool verbose);

@@ -1,4 +1,4 @@
-// Visibility of what the shared library offers to its hosts and plug-ins.
+/* Visibility of what the shared library offers to its hosts and plug-ins. */
 #pragma once
 
 #if defined(_WIN32)

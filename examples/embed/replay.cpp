@@ -4,19 +4,10 @@
 //
 //   ./replay PREFIX/share/orvksl/demo session.ksl < work.ksl
 
-#include "platform/ORVError.h"
 #include "platform/ORVKSLParseUtilities.h"
-#include "platform/ORVUtilities.h"
-#include "database/ObjectDB.h"
-#include "database/ObjectFactory.h"
-#include "rules/AdditionalRules.h"
-#include "command/ActionFactory.h"
-#include "command/Executive.h"
-#include "command/KSLCoreAPI.h"
-#include "command/KSLInterface.h"
 #include "command/SessionUpdateStrategy.h"
-#include "services/EngineUnitSystemHandler.h"
-#include "session/Registration.h"
+#include "session/FileActions.h"
+#include "session/Session.h"
 
 #include <iostream>
 #include <iterator>
@@ -64,41 +55,18 @@ class BuildAnew : public orv::SessionUpdateStrategy {
   std::set<std::string> m_seen;
 };
 
-// Takes the library down: first what uses the others.
-void end()
-{
-  orv::KSLInterface::destroyInstance();
-  orv::KSLCoreAPI::destroyInstance();
-  orv::ObjectDB::destroyInstance();
-  orv::ObjectFactory::destroyInstance();
-  orv::EngineUnitSystemHandler::destroyInstance();
-  orv::ErrorProgressReporter::destroyInstance();
-}
-
 void run(const std::string& library, const std::string& session, const std::string& work)
 {
   BuildAnew strategy;
-  orv::Executive executive;
-  orv::ActionFactory actions;
-  const orv::ScopeGuard guard(end);
-
-  orv::registerObjectClasses();
-  orv::KSLInterface* commands = orv::KSLInterface::instance();
-  commands->initialize(library, "");
-  orv::AdditionalRules rules;
-  rules.applyObjectRules = true;
-  commands->processRules(rules);
-  orv::ActionOptions options;
-  options.replay = &strategy;
-  orv::registerActions(actions, executive, options);
-  executive.setActionFactory(&actions);
-  commands->setExecutive(&executive);
-
-  orv::KSLCoreAPI* core = orv::KSLCoreAPI::instance();
-  core->processKSL(work, orv::kslUpdateDefault);
-  core->processKSL("> readsession filename=" + session, orv::kslUpdateDefault);
-  core->processKSL("> delete /FILE PROCESSING", orv::kslUpdateDefault);
-  std::cout << orv::ObjectDB::instance()->getRoot()->getState(orv::externalParams);
+  orv::SessionOptions options;
+  options.library = library;
+  options.updateMode = orv::kslUpdateDefault;
+  options.actions.replay = &strategy;
+  orv::Session model(options);
+  for (const std::string& text : {work, orv::replayText(session), std::string("> delete /FILE PROCESSING")})
+    for (const orv::ErrorMsg& error : model.run(text).errors())
+      std::cerr << toText(error) << '\n';
+  std::cout << model.state();
 }
 
 }  // namespace

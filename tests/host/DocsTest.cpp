@@ -128,13 +128,16 @@ TEST(Docs, StateFileIsReadBack)
 TEST(Docs, CodeIsTheExample)
 {
   const std::tuple<const char*, const char*, const char*> cases[] = {
-      {"README.md", "cpp", "minimal.cpp"},
-      {"docs/embedding.md", "cpp", "minimal.cpp"},
-      {"docs/embedding.md", "c", "query.c"},
-      {"docs/session-file.md", "cpp", "replay.cpp"},
+      {"README.md", "cpp", "examples/embed/minimal.cpp"},
+      {"docs/embedding.md", "cpp", "examples/embed/minimal.cpp"},
+      {"docs/embedding.md", "c", "examples/embed/query.c examples/embed/session.c"},
+      {"docs/session-file.md", "cpp", "examples/embed/replay.cpp"},
   };
   for (const auto& [document, language, program] : cases) {
-    const std::string example = readFile(sourceDir() + "/examples/embed/" + program);
+    std::string example;
+    std::istringstream programs(program);
+    for (std::string name; programs >> name;)
+      example += readFile(sourceDir() + "/" + name);
     int compared = 0;
     for (const Block& block : blocksOf(document)) {
       if (block.language != language)

@@ -75,6 +75,11 @@ class ORV_API KSLCoreAPI : public ObserverSubject {
   // update" is added. While a session is recorded they are written to its file first, also when they fail then.
   // Throws as processKSL.
   void externalProcessKSL(const std::vector<std::string>& lines);
+  // A command in pieces, as KSLInterface has it, with the notifications of a text. What externalProcessKSL is given
+  // meanwhile is recorded as one text, when the command has been done.
+  bool beginCommand();
+  bool endCommand(bool keep);
+  bool isCommandOpen() const { return m_commandOpen; }
   // Replays a text through a SessionUpdater: what stands between its action lines goes to the strategy, and what that
   // makes of it is run. Not recorded. Throws as the SessionUpdater does. The strategy stays its caller's.
   void processKSLWithSessionUpdate(const std::string& text, SessionUpdateStrategy* strategy);
@@ -168,6 +173,7 @@ class ORV_API KSLCoreAPI : public ObserverSubject {
   void processText(const std::string& text, kslUpdateMode mode, ParsedText* ahead);
   void beginParseKSL();
   void endParseKSL();
+  void closeCommand();
   void startRecording();
   void stopRecording();
 
@@ -177,6 +183,8 @@ class ORV_API KSLCoreAPI : public ObserverSubject {
   bool m_recording = false;                         // the recorder observes the database
   int m_parseCount = 0;                             // texts whose notification 1 has not begun
   int m_depth = 0;                                  // processKSL calls under way
+  bool m_commandOpen = false;                       // between beginCommand and endCommand
+  std::string m_entered;                            // from outside, in that command
 };
 
 }  // namespace orv

@@ -69,6 +69,14 @@ class ORV_API KSLInterface {
   void failParse();
   // Throws what a text that is nested too deeply fails of.
   static void requireDepth(int depth);
+  // A command in pieces: until endCommand, the texts that are parsed are parts of it, as those of an executor are. One
+  // that fails throws what carries the failure to endCommand, which is to follow at once. False when there is no command
+  // then, which has been reported. internal::error, class "KSLInterface", function "beginCommand", "A command is under
+  // way." within another.
+  bool beginCommand();
+  // Ends it; without `keep`, or when something has failed, it is taken back, a failure reported. Whether it was done.
+  // REQUIRES: beginCommand gave true, and no piece is under way.
+  bool endCommand(bool keep);
   // Runs one action line (without ">"), outside any parse: what it throws comes to the caller and nothing is
   // taken back. internal::error, class "KSLInterface", function "doAction", "Pointer to Executive not set."
   // without one. Refused during a recovery, as a text is.
@@ -143,6 +151,8 @@ class ORV_API KSLInterface {
   void updateForBackwardCompatibility(KSLLines& lines, kslUpdateMode mode);
   void processKSL(const KSLLines& lines);
   void handleParseException(bool force);
+  void takeBack();
+  void conclude();
   void refuseText();
   void reportWithin();
   bool isUpdating() const;

@@ -43,7 +43,8 @@ void KSLCoreAPI::externalProcessKSL(const std::vector<std::string>& lines)
   try {
     text = enteredText(lines, m_externalMode);
     const bool isRefused = KSLInterface::instance()->isRecovering();
-    if (m_sessionWriter && m_sessionWriter->isRecording() && !text.empty() && !isRefused) {
+    if (m_sessionWriter && m_sessionWriter->isRecording() && !text.empty() && !isRefused
+        && !m_commandOpen) {
       ahead = parsedAhead(text, m_externalMode);
       m_sessionWriter->writeSessionKSL(text, ahead ? &*ahead : nullptr);
     }
@@ -51,6 +52,17 @@ void KSLCoreAPI::externalProcessKSL(const std::vector<std::string>& lines)
     return KSLInterface::instance()->failParse();
   }
   processText(text, m_externalMode, ahead ? &*ahead : nullptr);
+  if (m_commandOpen)
+    m_entered.append(text).append("\n");
+}
+
+bool KSLCoreAPI::endCommand(bool keep)
+{
+  const ScopeGuard close([this] { closeCommand(); });
+  const bool done = KSLInterface::instance()->endCommand(keep);
+  if (done && m_sessionWriter && !m_entered.empty())
+    m_sessionWriter->writeSessionKSL(m_entered);
+  return done;
 }
 
 void KSLCoreAPI::processKSLWithSessionUpdate(const std::string& text, SessionUpdateStrategy* strategy)

@@ -69,6 +69,35 @@ void KSLCoreAPI::processText(const std::string& text, kslUpdateMode mode, Parsed
   commands->parseKSL(text, mode, ahead);
 }
 
+bool KSLCoreAPI::beginCommand()
+{
+  if (m_depth > 0)
+    throw internal::error("KSLCoreAPI", "beginCommand", _("A command is under way."));
+  if (m_parseCount == 0 && m_recorder)
+    m_recorder->reset();
+  KSLInterface* commands = KSLInterface::instance();
+  ScopeGuard close([this] { closeCommand(); });
+  ++m_depth;
+  try {
+    beginParseKSL();
+  } catch (...) {
+    commands->failParse();
+    return false;
+  }
+  if (!commands->beginCommand())
+    return false;
+  close.dismiss();
+  return m_commandOpen = true;
+}
+
+void KSLCoreAPI::closeCommand()
+{
+  m_commandOpen = false;
+  m_entered.clear();
+  const ScopeGuard leave([this] { --m_depth; });
+  endParseKSL();
+}
+
 void KSLCoreAPI::beginParseKSL()
 {
   ++m_parseCount;

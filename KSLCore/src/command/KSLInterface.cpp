@@ -256,6 +256,35 @@ void KSLInterface::runParse(kslUpdateMode mode, Work work)
     handleParseException(false);
 }
 
+bool KSLInterface::beginCommand()
+{
+  if (m_entryCount > 0)
+    throw internal::error("KSLInterface", "beginCommand", _("A command is under way."));
+  if (m_recovering || isUpdating()) {
+    m_recovering ? refuseText() : reportWithin();
+    return false;
+  }
+  beginNewParse(kslUpdateDefault);
+  return !m_error->isPending()
+         || endCommand(true);  // of a load outside any parse: told in place of the command
+}
+
+bool KSLInterface::endCommand(bool keep)
+{
+  assertThat(m_entryCount == 1, "m_entryCount == 1", source);
+  const ScopeGuard end([this] { endParse(kslUpdateDefault); });
+  try {
+    if (keep && !m_error->isPending())
+      conclude();
+  } catch (...) {
+    m_error->note("parseKSL");
+  }
+  if (keep && !m_error->isPending())
+    return true;
+  takeBack();
+  return false;
+}
+
 bool KSLInterface::isUpdating() const
 {
   return m_history.isApplying() || (m_executive && m_executive->isUpdating());
@@ -308,6 +337,12 @@ void KSLInterface::handleParseException(bool force)
   assertThat(m_entryCount > 0, "m_entryCount > 0", source);
   if (m_entryCount != 1 && !force)
     throw AbortException(m_error->get());
+  takeBack();
+}
+
+// Reports what has failed, if anything has.
+void KSLInterface::takeBack()
+{
   m_recovering = true;
   const ScopeGuard end([this] { m_recovering = false; });
   m_error->report();
@@ -346,8 +381,12 @@ void KSLInterface::doParseKSL(const std::string& text, kslUpdateMode mode, Parse
   });
   processKSL(lines);
   tell.dismiss();
-  if (m_entryCount != 1)
-    return;
+  if (m_entryCount == 1)
+    conclude();
+}
+
+void KSLInterface::conclude()
+{
   OutputFiles::instance()->publish();
   CommandNotifier::notify(CommandNotifier::outermostProcessed);
   OutputFiles::instance()->publish();  // of texts that observers submitted

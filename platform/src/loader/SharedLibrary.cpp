@@ -245,9 +245,23 @@ void* SharedLibrary::open(const std::string& library)
   return handle;
 }
 
+void SharedLibrary::provide(const std::string& library, Source source)
+{
+  if (source)
+    m_sources[library] = std::move(source);
+  else
+    m_sources.erase(library);
+}
+
 CalculateFunction* SharedLibrary::getInstance(const std::string& library, const std::string& function)
 {
   m_lastError.clear();
+  if (const auto own = m_sources.find(library); own != m_sources.end()) {
+    CalculateFunction* const made = own->second(function);
+    if (!made)
+      m_lastError = _("The program provides no function '%s' of library '%s'.", function, library);
+    return made;
+  }
   void* const handle = open(library);
   if (!handle)
     return nullptr;

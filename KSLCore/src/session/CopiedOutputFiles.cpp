@@ -6,9 +6,9 @@
 #include <algorithm>
 #include <string_view>
 
-namespace {
+namespace orv {
 
-using orv::MiniKSLParser;
+namespace {
 
 // The name of the parameter that a line sets; empty for other lines.
 std::string_view parameterOf(std::string_view line)
@@ -16,7 +16,7 @@ std::string_view parameterOf(std::string_view line)
   const MiniKSLParser::Line parts = MiniKSLParser::scan(line);
   if (parts.type != MiniKSLParser::parameterLine)
     return {};
-  return orv::StringUtilities::trimmed(parts.text.substr(0, parts.mark));
+  return StringUtilities::trimmed(parts.text.substr(0, parts.mark));
 }
 
 // What file systems take everywhere.
@@ -53,3 +53,5 @@ std::vector<std::string> CopiedOutputFiles::modifyLines(std::vector<std::string>
   }
   return lines;
 }
+
+}  // namespace orv

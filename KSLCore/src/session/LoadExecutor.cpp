@@ -9,12 +9,14 @@
 
 #include <utility>
 
+namespace orv {
+
 namespace {
 
 constexpr const char* className = "LoadExecutor";
 
 // Refuses whatever is not a domain, a boundary in one, or a parameter of these.
-class ResultsCheck : public orv::MiniKSLParser {
+class ResultsCheck : public MiniKSLParser {
  public:
   ResultsCheck(std::vector<std::string> lines, std::string fileName)
       : MiniKSLParser(std::move(lines)),
@@ -38,20 +40,19 @@ class ResultsCheck : public orv::MiniKSLParser {
  private:
   [[noreturn]] void refuse() const
   {
-    throw orv::file::error(className, "invoke",
-                           orv::_("Results file '%s' holds '%s', which is no part of a domain.", m_fileName,
-                                  orv::StringUtilities::removeWhitespace(currentLine())));
+    throw file::error(className, "invoke",
+                      _("Results file '%s' holds '%s', which is no part of a domain.", m_fileName,
+                        StringUtilities::removeWhitespace(currentLine())));
   }
   std::string m_fileName;
 };
 
 std::string resultsFile()
 {
-  const orv::KSLObject* reader = orv::ObjectDB::instance()->getObjectByPath("/DATA READER");
+  const KSLObject* reader = ObjectDB::instance()->getObjectByPath("/DATA READER");
   std::string name = reader ? reader->getValue("Current Results File") : std::string();
   if (name.empty())
-    throw orv::data::invalid(className, "invoke",
-                             orv::_("There are no results to load: DATA READER names no file."));
+    throw data::invalid(className, "invoke", _("There are no results to load: DATA READER names no file."));
   return name;
 }
 
@@ -60,14 +61,16 @@ std::string resultsFile()
 void LoadExecutor::invoke(const std::vector<std::string>& p_action)
 {
   if (p_action.empty())
-    throw orv::internal::badParam(className, "invoke", orv::_("Input parameter %s is empty.", "p_action"));
+    throw internal::badParam(className, "invoke", _("Input parameter %s is empty.", "p_action"));
   if (p_action.front() != "load")
-    throw orv::internal::badParam(
-        className, "invoke", orv::_("Action '%s' cannot be handled by %s.", p_action.front(), className));
-  orv::ORVMPStream stream(resultsFile(), orv::ORVStream::Mode::read);
-  const std::vector<std::string> lines = orv::StringUtilities::removeContinuation(stream.readLines());
+    throw internal::badParam(className, "invoke",
+                             _("Action '%s' cannot be handled by %s.", p_action.front(), className));
+  ORVMPStream stream(resultsFile(), ORVStream::Mode::read);
+  const std::vector<std::string> lines = StringUtilities::removeContinuation(stream.readLines());
   ResultsCheck(lines, stream.getFileName()).parse();
-  const std::string text = orv::StringUtilities::vectorToString(orv::StringUtilities::indentKSL(lines), '\n');
-  if (!orv::StringUtilities::trimmed(text).empty())
-    orv::KSLCoreAPI::instance()->processKSL(text, orv::kslUpdateDefault);
+  const std::string text = StringUtilities::vectorToString(StringUtilities::indentKSL(lines), '\n');
+  if (!StringUtilities::trimmed(text).empty())
+    KSLCoreAPI::instance()->processKSL(text, kslUpdateDefault);
 }
+
+}  // namespace orv

@@ -1,0 +1,63 @@
+// What came of a command.
+#pragma once
+
+#include "platform/ORVError.h"
+
+#include <cstddef>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace orv {
+
+// One change of an object.
+struct Change {
+  enum class Kind {
+    created,  // the object is new, with the defaults of its type; what was set follows
+    value,    // the parameter has this value now, as stored
+    removed,  // the parameter is gone
+    deleted   // the object is gone, with all below it, of which nothing else is said
+  };
+  Kind kind = Kind::value;
+  std::string path;       // of the object
+  std::string parameter;  // of values and removals
+  std::string value;
+  bool internal = false;  // a parameter of the program's, not of the user's
+
+  bool operator==(const Change& other) const
+  {
+    return kind == other.kind && path == other.path && parameter == other.parameter && value == other.value
+           && internal == other.internal;
+  }
+};
+
+// "created PATH", "value PATH NAME = TEXT", "removed PATH NAME", "deleted PATH".
+ORV_API std::string toText(const Change& change);
+
+// A value, cheap to copy: what it tells stays as it was.
+class ORV_API Outcome {
+ public:
+  // Whether the command was done: no error was reported. Warnings (type 8) are none.
+  explicit operator bool() const noexcept { return m_errors.empty(); }
+  // In the order in which they were reported. The first error is why the command was taken back; others, which are
+  // rare, tell what could not be.
+  const std::vector<ErrorMsg>& errors() const noexcept { return m_errors; }
+  const std::vector<ErrorMsg>& warnings() const noexcept { return m_warnings; }
+  // How many changes a failed command had made, which were taken back.
+  std::size_t rolledBack() const noexcept { return m_rolledBack; }
+  // In the order in which they were made. None of a command that was taken back, nor where the session records none.
+  const std::vector<Change>& changes() const noexcept;
+  // Files that calculations wrote, in the order in which they were written first.
+  const std::vector<std::string>& files() const noexcept { return m_files; }
+
+ private:
+  friend class SessionModel;
+
+  std::vector<ErrorMsg> m_errors;
+  std::vector<ErrorMsg> m_warnings;
+  std::size_t m_rolledBack = 0;
+  std::shared_ptr<const std::vector<Change>> m_changes;  // null for none
+  std::vector<std::string> m_files;
+};
+
+}  // namespace orv

@@ -1,0 +1,414 @@
+// One operation of a session:
+//
+//   perform ─ Context::Scope           the session's instances are current
+//      ├─ outermost: notes are cleared  ─ work ─ closeOutcome ─ tell
+//      ├─ a piece of an open Command    ─ work ─ what was noted since; a failure ends the Command
+//      └─ within a command              ─ work ─ what was noted since; a failure passes outward
+#include "session/Session.h"
+
+#include "platform/ORVContext.h"
+#include "platform/ORVKSLParseUtilities.h"
+#include "platform/ORVOutputFiles.h"
+#include "platform/ORVSystem.h"
+#include "database/ObjectDB.h"
+#include "command/KSLCoreAPI.h"
+#include "command/KSLInterface.h"
+#include "command/caughtError.h"
+#include "actions/FileText.h"
+#include "SessionModel.h"
+#include "blockText.h"
+#include "session/FileActions.h"
+
+#include <algorithm>
+#include <dlfcn.h>
+#include <filesystem>
+#include <utility>
+
+namespace orv {
+
+namespace {
+
+constexpr const char* className = "Session";
+
+// An address of this library, or of the program that holds it.
+const char here = 0;
+
+bool isBlank(const std::string& text)
+{
+  return StringUtilities::trimmed(text).empty();
+}
+
+// What is left open by these lines; less than 0 when there are too many ENDs.
+int openBlocks(const std::vector<std::string>& lines)
+{
+  int depth = 0;
+  bool continues = false;
+  for (const std::string& line : lines) {
+    const std::string_view rest = continues ? StringUtilities::trimmed(line) : std::string_view(line);
+    if (!continues) {
+      const MiniKSLParser::LineType type = MiniKSLParser::scan(line).type;
+      depth += type == MiniKSLParser::objectLine;
+      depth -= type == MiniKSLParser::endLine;
+    }
+    continues = !rest.empty() && rest.back() == '\\';
+  }
+  return depth;
+}
+
+// The command processor takes it for a slip that does no harm, where definitions take effect at the end.
+void requireEnds(const std::vector<std::string>& lines)
+{
+  if (openBlocks(lines) > 0)
+    throw data::error("KSLInterface", "preParseKSL", _("Not enough END statements in KSL."));
+}
+
+void enter(KSLCoreAPI& api, const std::vector<std::string>& lines)
+{
+  if (std::all_of(lines.begin(), lines.end(), isBlank))
+    return;  // an empty text counts as a slip of the caller's there
+  requireEnds(lines);
+  api.externalProcessKSL(lines);
+}
+
+data::notFound noSuchObject(const char* function, const std::string& object)
+{
+  return {className, function, _("Object '%s' does not exist.", object)};
+}
+
+const KSLObject* findObject(const std::string& pathOrName)
+{
+  if (pathOrName.empty())
+    return nullptr;
+  const ObjectDB* database = ObjectDB::instance();
+  return pathOrName.front() == '/' ? database->getObjectByPath(pathOrName)
+                                   : database->getObjectByName(pathOrName);
+}
+
+const KSLObject& getObject(const char* function, const std::string& pathOrName)
+{
+  const KSLObject* object = findObject(pathOrName);
+  if (!object)
+    throw noSuchObject(function, pathOrName);
+  return *object;
+}
+
+// From the top, in the order of the tree.
+template <class Visit>
+void walk(const KSLObject& top, Visit visit)
+{
+  std::vector<const KSLObject*> waiting{&top};
+  while (!waiting.empty()) {
+    const KSLObject* object = waiting.back();
+    waiting.pop_back();
+    if (object != &top)
+      visit(*object);
+    const std::size_t first = waiting.size();
+    object->forEachChild([&](const KSLObject* child) { waiting.push_back(child); });
+    std::reverse(waiting.begin() + static_cast<std::ptrdiff_t>(first), waiting.end());
+  }
+}
+
+}  // namespace
+
+struct Session::Impl {
+  explicit Impl(Options options)
+  {
+    const Context::Scope scope(context);
+    model = std::make_unique<SessionModel>(std::move(options));
+  }
+  ~Impl()
+  {
+    const Context::Scope scope(context);
+    model.reset();
+  }
+  Context context;
+  std::unique_ptr<SessionModel> model;
+};
+
+struct Session::Scope::Entered {
+  explicit Entered(const Session& session) : scope(session.m_impl->context) {}
+  Context::Scope scope;
+};
+
+Session::Scope::Scope(const Session& session) : m_entered(std::make_unique<Entered>(session)) {}
+Session::Scope::~Scope() = default;
+
+Session::Session(Options options) : m_impl(std::make_unique<Impl>(std::move(options))) {}
+Session::~Session() = default;
+
+std::string Session::installedLibrary()
+{
+  namespace fs = std::filesystem;
+  Dl_info own{};
+  if (dladdr(&here, &own) == 0 || !own.dli_fname)
+    return {};
+  std::error_code unknown;
+  const fs::path file = fs::absolute(own.dli_fname, unknown);
+  std::string first;
+  for (const char* way : {KSL_DEMO_FROM_LIBRARY, KSL_DEMO_FROM_PROGRAM}) {
+    std::string place = (file.parent_path() / way).lexically_normal().string();
+    if (fs::exists(place, unknown))
+      return place;
+    if (first.empty())
+      first = std::move(place);
+  }
+  return first;
+}
+
+ActionFactory& Session::actions() const
+{
+  return m_impl->model->actions();
+}
+
+// ------------------------------------------------------------------------------------------------------- commands
+
+template <class Work>
+Outcome Session::perform(Work work)
+{
+  const Context::Scope scope(m_impl->context);
+  SessionModel& model = *m_impl->model;
+  KSLCoreAPI& api = *KSLCoreAPI::instance();
+  const bool isInside = model.isInside();
+  const bool isPiece = !isInside && (api.isCommandOpen() || model.hasCommandFailed());
+  if (!isInside && !isPiece)
+    model.beginNotes();
+  const std::size_t before = model.reportCount();
+  try {
+    const SessionModel::Inside inside(model);
+    if (model.hasCommandFailed() && isPiece)
+      ErrorProgressReporter::instance()->reportError(ErrorMsg(
+          className, "run", _("The command has failed; nothing is added to it."), errorType::ordinary));
+    else
+      work(api);
+  } catch (const Unwind&) {
+    if (!isPiece)
+      throw;
+    model.failCommand(nullptr);
+  } catch (const Error& error) {
+    if (isInside)
+      throw;
+    isPiece ? model.failCommand(&error) : model.report(error);
+  }
+  return isInside || isPiece ? model.outcomeSince(before) : model.endNotes();
+}
+
+Outcome Session::run(const std::string& text)
+{
+  return perform([&](KSLCoreAPI& api) { enter(api, StringUtilities::stringToVector(text, '\n')); });
+}
+
+Outcome Session::runFile(const std::string& fileName)
+{
+  return perform([&](KSLCoreAPI& api) {
+    std::vector<std::string> lines = ORVFile::readLines(fileName);
+    FileText::undo(lines);
+    enter(api, lines);
+  });
+}
+
+Outcome Session::set(const std::string& object, const std::string& parameter, const std::string& value)
+{
+  return set(object, {{parameter, value}});
+}
+
+Outcome Session::set(const std::string& object, const std::map<std::string, std::string>& values)
+{
+  return perform([&](KSLCoreAPI& api) {
+    api.externalProcessKSL({blockText(getObject("set", object).getPath(), values)});
+  });
+}
+
+// Within a command in pieces, they would move along the steps before it.
+Outcome Session::moveBy(const char* action)
+{
+  return perform([&](KSLCoreAPI& api) {
+    if (api.isCommandOpen())
+      throw data::invalid(className, "run", _("'%s' is not for pieces of a command.", action));
+    api.externalProcessKSL({action});
+  });
+}
+
+Outcome Session::undo()
+{
+  return moveBy("> undo");
+}
+
+Outcome Session::redo()
+{
+  return moveBy("> redo");
+}
+
+Outcome Session::performOnFile(const std::string& fileName, bool written,
+                               std::string (*text)(const std::string&))
+{
+  return perform([&](KSLCoreAPI& api) {
+    const std::string problem = fileNameProblem(fileName, written);
+    if (!problem.empty())
+      throw data::invalid(className, "performOnFile", _("The file name '%s' %s.", fileName, problem));
+    api.externalProcessKSL({text(fileName)});
+  });
+}
+
+Outcome Session::save(const std::string& fileName)
+{
+  return performOnFile(fileName, true, saveStateText);
+}
+
+Outcome Session::load(const std::string& fileName)
+{
+  return performOnFile(fileName, false, loadStateText);
+}
+
+// -------------------------------------------------------------------------------------------- a command in pieces
+
+Session::Command::Command(Session& session) : m_session(session)
+{
+  const Context::Scope scope(session.m_impl->context);
+  SessionModel& model = *session.m_impl->model;
+  KSLCoreAPI* api = KSLCoreAPI::instance();
+  if (!model.isInside() && !api->isCommandOpen() && !model.hasCommandFailed())
+    model.beginNotes();
+  const SessionModel::Inside inside(model);
+  if (!api->beginCommand())
+    model.noteFailedCommand();
+}
+
+Session::Command::~Command()
+{
+  try {
+    finish(false);
+  } catch (...) {
+    passUnwinding();
+  }
+}
+
+Outcome Session::Command::finish(bool keep)
+{
+  if (m_ended)
+    return m_outcome;
+  m_ended = true;
+  const Context::Scope scope(m_session.m_impl->context);
+  SessionModel& model = *m_session.m_impl->model;
+  {
+    const SessionModel::Inside inside(model);
+    if (!model.hasCommandFailed())
+      KSLCoreAPI::instance()->endCommand(keep);
+    model.forgetCommand();
+  }
+  return m_outcome = model.endNotes();
+}
+
+// -------------------------------------------------------------------------------------------------------- queries
+
+template <class Ask>
+auto Session::ask(Ask ask) const
+{
+  const Context::Scope scope(m_impl->context);
+  return ask();
+}
+
+std::string Session::state() const
+{
+  return state("/");
+}
+
+std::string Session::state(const std::string& object) const
+{
+  return state(std::vector<std::string>{object});
+}
+
+std::string Session::state(const std::vector<std::string>& objects) const
+{
+  return ask([&] {
+    std::string text;
+    for (const std::string& object : objects)
+      getObject("state", object).appendState(text, externalParams);
+    return text;
+  });
+}
+
+bool Session::has(const std::string& object) const
+{
+  return ask([&] { return findObject(object) != nullptr; });
+}
+
+const KSLObject& Session::object(const std::string& object) const
+{
+  const Context::Scope scope(m_impl->context);
+  return getObject("object", object);
+}
+
+std::string Session::type(const std::string& object) const
+{
+  return ask([&] { return getObject("type", object).getType(); });
+}
+
+std::string Session::value(const std::string& object, const std::string& parameter) const
+{
+  return ask([&]() -> std::string { return getObject("value", object).getValue(parameter); });
+}
+
+Quantity Session::quantity(const std::string& object, const std::string& parameter) const
+{
+  return ask([&] { return getObject("quantity", object).getQuantityValue(parameter); });
+}
+
+double Session::quantity(const std::string& object, const std::string& parameter,
+                         const std::string& units) const
+{
+  return ask([&] { return getObject("quantity", object).getQuantityValue(parameter).convertTo(units); });
+}
+
+std::map<std::string, std::string> Session::values(const std::string& object, bool internal) const
+{
+  return ask([&] {
+    std::map<std::string, std::string> values;
+    getObject("values", object).forEachParam([&](const ParamDefinition& param) {
+      if (internal || !param.isInternal())
+        values.emplace_hint(values.end(), param.getName(), param.getValue());
+    });
+    return values;
+  });
+}
+
+std::vector<std::string> Session::children(const std::string& object) const
+{
+  return ask([&] {
+    std::vector<std::string> paths;
+    getObject("children", object).forEachChild([&paths](const KSLObject* child) {
+      paths.push_back(child->getPath());
+    });
+    return paths;
+  });
+}
+
+std::vector<std::string> Session::objects(const std::string& typeOrCategory) const
+{
+  return ask([&] {
+    std::vector<std::string> paths;
+    walk(*ObjectDB::instance()->getRoot(), [&](const KSLObject& object) {
+      if (typeOrCategory.empty() || object.isA(typeOrCategory))
+        paths.push_back(object.getPath());
+    });
+    return paths;
+  });
+}
+
+const std::vector<Change>& Session::changes() const
+{
+  return m_impl->model->last().changes();
+}
+
+// ------------------------------------------------------------------------------------------------------ observers
+
+int Session::observe(Observer observer)
+{
+  return m_impl->model->observe(std::move(observer));
+}
+
+void Session::unobserve(int number)
+{
+  m_impl->model->unobserve(number);
+}
+
+}  // namespace orv
