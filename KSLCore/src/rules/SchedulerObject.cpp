@@ -23,6 +23,11 @@ std::uint64_t SchedulerObject::s_lastSerial = 0;
 
 SchedulerTrace::~SchedulerTrace() = default;
 
+bool SchedulerTrace::mayCalculate(const SchedulerObject&) noexcept
+{
+  return true;
+}
+
 void SchedulerTrace::parameterSet(const SchedulerObject&, const std::string&) noexcept {}
 
 SchedulerObject::SchedulerObject(const std::string& name, KSLObject* owner, const std::string& type)

@@ -166,7 +166,8 @@ inline bool SchedulerObject::Walk::calculateTop()
   top()->clearPending();
   {
     const AfterCalculation after;
-    calculate(*top());
+    if (SchedulerTrace* trace = getTrace(); !trace || trace->mayCalculate(*top()))
+      calculate(*top());
   }
   if (!top())
     return false;

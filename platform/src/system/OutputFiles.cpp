@@ -111,6 +111,8 @@ OutputFiles::File* OutputFiles::find(const std::string& fileName) const
 
 void OutputFiles::write(const std::string& fileName, std::string_view text)
 {
+  if (m_dropping)
+    return;
   if (!m_inCommand) {
     ORVFile::replace(fileName, text);
     return;
