@@ -49,7 +49,7 @@ int runQuery(const QueryOptions& options, const std::function<void()>& work,
         watch(name);
       return isBlank(text) || enterText(text);
     };
-    if (!options.load.empty() && !enter(options.load, orv::loadStateText(options.load)))
+    if (!options.load.empty() && !enter(options.load, Lines{orv::loadStateText(options.load)}))
       return;
     for (std::size_t i = 0; i < texts.size(); ++i)
       enter(nameOf(options.input, i), texts[i]);
