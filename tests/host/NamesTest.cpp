@@ -42,7 +42,7 @@ std::string library()
   OBJECT: N
     KSLObject Class = GenericKSLObject
     Scheduler = SA
-    Optional Parameter List = In, Ref, Near, Size
+    Optional Parameter List = In, Ref, Near, Size, Key
   END
   OBJECT: M
     KSLObject Class = GenericKSLObject
@@ -71,6 +71,11 @@ std::string library()
     Local Type = SA
     Remote Type = SA
     Remote Path = /G:g
+  END
+  PARAMETER: Key
+    Allowed String List = x, y
+    Local Type = SA
+    Remote Type = SA
   END
   PARAMETER: Fall
     Default = x
@@ -300,6 +305,11 @@ const Story stories[] = {
      shows("b") + "; EXPRESSIONS:; a = 1; END",
      ""},
     {"AKeywordIsNoName",
+     {"N: x; END; M: x; END; N: r; Key = x; END", "M: y; END"},
+     0,
+     "M:x; END; M:y; END; N:x; END; N:r; Key = x; END",
+     ""},
+    {"DefaultsTakeTheOneOtherOrWait",
      {"SHOT: All; END", "PALETTE: Spectrum; END", "PROBE: Spectrum; END", "BAND: b; END"},
      0,
      "BAND:b; Band Count = 11; Palette = Spectrum; Range Mode = Global; Variable = Pressure; Visibility = "
