@@ -23,7 +23,7 @@ std::string library()
       "OBJECT: EXPRESSION PREVIEW\nKSLObject Class = ExpressionEvaluatorKSLObject\nScheduler = SA\n"
       "Essential Parameter List = Evaluated Expression\nOptional Parameter List = Result, Result Units\nEND\n"
       "OBJECT: N\nKSLObject Class = GenericKSLObject\nScheduler = SA\n"
-      "Optional Parameter List = In, Ref, Near, Size\nEND\n"
+      "Optional Parameter List = In, Ref, Near, Size, Key\nEND\n"
       "OBJECT: M\nKSLObject Class = GenericKSLObject\nScheduler = SA\n"
       "Optional Parameter List = In, Ref, Near, Fall\nEND\n"
       "OBJECT: G\nKSLObject Class = DataKSLObject\nOptional Parameter List = In\nEND\n"
@@ -33,6 +33,7 @@ std::string library()
       "PARAMETER: In\nLocal Type = SA\nEND\n"
       "PARAMETER: Ref\nParameter Type = String List\nLocal Type = SA\nRemote Type = SA\nEND\n"
       "PARAMETER: Near\nLocal Type = SA\nRemote Type = SA\nRemote Path = /G:g\nEND\n"
+      "PARAMETER: Key\nAllowed String List = x, y\nLocal Type = SA\nRemote Type = SA\nEND\n"
       "PARAMETER: Fall\nDefault = x\nLocal Type = SA\nRemote Type = SA\nEND\n"
       "PARAMETER: Size\nParameter Type = Real\nLocal Type = SA\nEND\n"
       "PARAMETER: Value\nParameter Type = Real\nLocal Type = SA\nEND\n"
@@ -250,6 +251,11 @@ const Story stories[] = {
      shows("b") + "; EXPRESSIONS:; a = 1; END",
      ""},
     {"AKeywordIsNoName",
+     {"N: x; END; M: x; END; N: r; Key = x; END", "M: y; END"},
+     0,
+     "M:x; END; M:y; END; N:x; END; N:r; Key = x; END",
+     ""},
+    {"DefaultsTakeTheOneOtherOrWait",
      {"SHOT: All; END", "PALETTE: Spectrum; END", "PROBE: Spectrum; END", "BAND: b; END"},
      0,
      "BAND:b; Band Count = 11; Palette = Spectrum; Range Mode = Global; Variable = Pressure; Visibility = "
