@@ -157,6 +157,7 @@ TEST_F(ComputeTest, NamesAreSoughtPlaceByPlace)
   ObjectDB::instance()->getObjectByPath("/NODE:v")->setValue("Own", "own");
   run("GROUP: own\nEND\n> rename from=/NODE:own, to=other");
   EXPECT_EQ(value("/NODE:v", "Own"), "other");
+  EXPECT_EQ(m_system.store().find("Own"), std::string::npos) << "internal ones are no text";
   m_system.expectConsistent();
 }
 
