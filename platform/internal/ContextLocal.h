@@ -79,17 +79,21 @@ class ContextSlot {
 //   constinit ContextLocal<ObjectDB*> theInstance(ContextEnd::objects, &ObjectDB::destroyInstance);
 //
 // Each begins as T(). The one of the process is ready before any static object is made, and lives as long as the
-// process. What others own is a pointer: a context that ends calls the function given, in the order of the stages,
-// while it is current. (It may have been called before.)
+// process. None is destroyed: a context that ends calls the function given, in the order of the stages, while it is
+// current, and that gives up what the variable owns. (It may have been called before.)
 template <class T>
 class ContextLocal final : public ContextSlot {
  public:
-  static_assert(std::is_trivially_destructible_v<T> && sizeof(T) <= 64);
+  static_assert(sizeof(T) <= 128);
   constexpr ContextLocal() noexcept : ContextLocal(ContextEnd::none, nullptr) {}
   constexpr ContextLocal(ContextEnd stage, End ending) noexcept
       : ContextSlot(
           sizeof(T), [](void* room) { return static_cast<void*>(::new (room) T()); }, stage, ending)
   {}
+
+  ~ContextLocal() requires std::is_trivially_destructible_v<T>
+  = default;
+  ~ContextLocal() {}
 
   // The calling thread's context's. Holds until that context ends.
   T& operator*() noexcept
@@ -100,7 +104,9 @@ class ContextLocal final : public ContextSlot {
   T* operator->() noexcept { return &**this; }
 
  private:
-  T m_ofProcess = T();
+  union {
+    T m_ofProcess = T();
+  };
 };
 
 }  // namespace orv
