@@ -1,7 +1,7 @@
 # What is installed, and how others find it.
 #
 # Components: library (what programs run with), dev (what they are built with), host (ksl, its demo library and what
-# that computes).
+# that computes), python (the package ksl).
 
 include(CMakePackageConfigHelpers)
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/ORVKSLCore)
@@ -43,6 +43,22 @@ foreach(plugin IN LISTS plugin_targets)
   endif()
 endforeach()
 
+if(KSL_PYTHON)
+  # Debian's Python looks in one folder below /usr, where packages are installed, and in another one below /usr/local.
+  install(CODE "
+    if(CMAKE_INSTALL_PREFIX STREQUAL /usr)
+      set(KSL_PYTHON_FOLDER python3)
+    else()
+      set(KSL_PYTHON_FOLDER python${Python_VERSION_MAJOR}.${Python_VERSION_MINOR})
+    endif()" COMPONENT python)
+  set(python_package_dir "lib/\${KSL_PYTHON_FOLDER}/dist-packages/ksl")
+  file(RELATIVE_PATH KSL_PYTHON_TO_LIB ${CMAKE_INSTALL_PREFIX}/lib/python3/dist-packages/ksl ${CMAKE_INSTALL_FULL_LIBDIR})
+  set_target_properties(ksl_python PROPERTIES INSTALL_RPATH "$ORIGIN/${KSL_PYTHON_TO_LIB}")
+  install(TARGETS ksl_python LIBRARY DESTINATION ${python_package_dir} COMPONENT python)
+  math(EXPR PYTHON_NEXT_MINOR "${Python_VERSION_MINOR} + 1")
+  install(FILES ${python_files} DESTINATION ${python_package_dir} COMPONENT python)
+endif()
+
 # Debian packages, one for each component (make package). All paths are relative, so it is no matter that the build was
 # configured for another prefix.
 set(CPACK_GENERATOR DEB)
@@ -55,6 +71,9 @@ set(CPACK_VERBATIM_VARIABLES ON)
 set(CPACK_COMPONENTS_ALL library dev)
 if(KSL_HOST)
   list(APPEND CPACK_COMPONENTS_ALL host)
+endif()
+if(KSL_PYTHON)
+  list(APPEND CPACK_COMPONENTS_ALL python)
 endif()
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
@@ -69,4 +88,9 @@ set(CPACK_DEBIAN_DEV_PACKAGE_DEPENDS "${CPACK_DEBIAN_LIBRARY_PACKAGE_NAME} (= ${
 set(CPACK_DEBIAN_HOST_PACKAGE_NAME ksl)
 set(CPACK_DEBIAN_HOST_PACKAGE_SECTION science)
 set(CPACK_DEBIAN_HOST_PACKAGE_DEPENDS "${CPACK_DEBIAN_LIBRARY_PACKAGE_NAME} (= ${PROJECT_VERSION})")
+set(CPACK_DEBIAN_PYTHON_PACKAGE_NAME python3-ksl)
+set(CPACK_DEBIAN_PYTHON_PACKAGE_SECTION python)
+set(CPACK_DEBIAN_PYTHON_PACKAGE_DEPENDS
+  "${CPACK_DEBIAN_LIBRARY_PACKAGE_NAME} (= ${PROJECT_VERSION}), ksl (= ${PROJECT_VERSION}), python3 (>= ${Python_VERSION_MAJOR}.${Python_VERSION_MINOR}), python3 (<< ${Python_VERSION_MAJOR}.${PYTHON_NEXT_MINOR})")
+set(CPACK_DEBIAN_PYTHON_PACKAGE_RECOMMENDS python3-numpy)
 include(CPack)

@@ -1,13 +1,14 @@
 // ksl, the command-line host: reads the command line and leaves the rest to the subcommands.
 #include "platform/ORVSystem.h"
 #include "platform/ORVUtilities.h"
-#include "session/FileActions.h"
 #include "EvalCommand.h"
 #include "FormatCommand.h"
 #include "GraphCommand.h"
 #include "RunCommand.h"
 #include "Shell.h"
 #include "StandardStreams.h"
+#include "SweepCommand.h"
+#include "session/FileActions.h"
 
 #include <CLI/CLI.hpp>
 #include <memory>
@@ -200,6 +201,31 @@ CLI::App* addEval(CLI::App& app, EvalCommand::Options& options)
   return eval;
 }
 
+CLI::App* addSweep(CLI::App& app, SweepCommand::Options& options)
+{
+  CLI::App* sweep =
+      app.add_subcommand("sweep", "Run a model over many values, and print what is computed; docs/ksl.md");
+  addFile(*sweep, "MODEL", "The file of the model", false, options.model);
+  sweep->get_option("MODEL")->required()->type_name("");
+  const auto add = [sweep](const char* name, const char* value, const char* help,
+                           std::vector<std::string>& list) {
+    addOption(*sweep, name, value, help, [&list](const std::string& text) { list.push_back(text); });
+  };
+  add("--set", "PATH.NAME=VALUES",
+      "Values for a parameter: A, B, C [units] or A..B/N [units]; may be repeated", options.settings);
+  sweep->get_option("--set")->required();
+  add("--show", "PATH.NAME", "A parameter to print in place of all that was computed; may be repeated",
+      options.shown);
+  addOption(*sweep, "--pictures", "FOLDER", "Where what calculations write goes, a folder for each row",
+            [&options](const std::string& folder) { options.pictures = folder; });
+  addOption(*sweep, "--library", "PATH", "Read definitions from this file or directory; may be repeated",
+            [&options](const std::string& path) { options.libraries.push_back(path); });
+  sweep->add_flag("--json", options.json, "Print JSON rather than CSV");
+  sweep->add_option("-j,--jobs", options.jobs, "How many threads to use; all cores without it")
+      ->type_name("N");
+  return sweep;
+}
+
 CLI::App* addFormat(CLI::App& app, FormatCommand::Options& options)
 {
   CLI::App* format = app.add_subcommand("fmt", "Put KSL files into the one style; docs/ksl.md");
@@ -240,6 +266,8 @@ int main(int argc, char** argv)
   const CLI::App* eval = addEval(app, evalOptions);
   FormatCommand::Options formatOptions;
   const CLI::App* format = addFormat(app, formatOptions);
+  SweepCommand::Options sweepOptions;
+  const CLI::App* sweep = addSweep(app, sweepOptions);
   try {
     app.parse(argc, argv);
     checkFiles(runOptions);
@@ -250,6 +278,8 @@ int main(int argc, char** argv)
     return EvalCommand::run(evalOptions);
   if (format->parsed())
     return FormatCommand::run(formatOptions);
+  if (sweep->parsed())
+    return SweepCommand::run(sweepOptions);
   if (app.get_subcommands().empty())
     return Shell::run(shellOptions);
   return graph->parsed() ? GraphCommand::run(graphOptions) : RunCommand(std::move(runOptions)).run();

@@ -44,7 +44,7 @@ class ORV_API CalculateFunction {
 class ORV_API SharedLibrary {
  public:
   static SharedLibrary* instance();
-  // Unloads the libraries: the objects made by them must be gone.
+  // Unloads the libraries that no other context uses: the objects made by them must be gone.
   static void destroyInstance();
 
   // A new object of the library's function of that name, owned by the caller; null when the library or the

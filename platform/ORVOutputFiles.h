@@ -4,9 +4,11 @@
 #include "platform/ORVExport.h"
 
 #include <cstddef>
+#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace orv {
@@ -33,6 +35,11 @@ class ORV_API OutputFiles {
   // The file that holds what the command has written to this one; the name itself when it has written nothing.
   std::string pending(const std::string& fileName) const;
 
+  // Puts what is written somewhere else: what this gives for a name is written in its place, and nothing for an empty
+  // one. Null, as at start, leaves names as they are.
+  using Names = std::function<std::string(const std::string& fileName)>;
+  void setNames(Names names) { m_names = std::move(names); }
+
   // -- For the command processor. Each but publish keeps its failures to itself.
 
   // An outermost command begins: files wait. begin and end come in pairs.
@@ -52,11 +59,13 @@ class ORV_API OutputFiles {
   struct File;
   OutputFiles();
   ~OutputFiles();
+  std::string placeOf(const std::string& fileName) const { return m_names ? m_names(fileName) : fileName; }
   File* find(const std::string& fileName) const;  // of those that wait; null when it is none
 
   std::vector<std::unique_ptr<File>> m_waiting;  // in the order in which they were written first
   std::vector<std::unique_ptr<File>> m_published;
   std::vector<std::string> m_written;
+  Names m_names;
   bool m_inCommand = false;
 };
 

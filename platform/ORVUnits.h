@@ -73,10 +73,10 @@ class ORV_API Quantity {
 // behind this takes them, and those that are refused. Numbers in units have a decimal point whatever the process locale says.
 // Not recognized are texts over 255 characters, fractions as exponents, exponents that multiply to more than
 // 4096, and scales that are not linear (logarithms, dates) or shifted by hand ("K @ 273.15"). What was parsed
-// once is kept, up to some thousand texts and pairs, and freed at exit.
+// once is kept by its context, up to some thousand texts and pairs.
 //
 // Every operation throws internal::error, class "UnitsConverter", function "loadDatabase", when the database
-// of units is not installed; the next call tries again. Not for several threads.
+// of units is not installed; the next call tries again. For several threads, with a context each.
 class ORV_API UnitsConverter {
  public:
   // Puts `value`, in units `from`, into `out` in units `to`. With `difference` the offsets of temperature

@@ -1,21 +1,22 @@
 #!/bin/sh
-# Installs the Debian packages that one kind of work needs: setup.sh run|test|check|mutate|bench|fuzz|package|dist ...
+# Installs the Debian packages that one kind of work needs: setup.sh run|test|check|mutate|bench|fuzz|package|docs|dist ...
 # Asks dpkg first, so it costs next to nothing when everything is there.
 set -eu
 
-build="g++ make cmake ninja-build libudunits2-dev libcli11-dev libedit-dev"
+build="g++ make cmake ninja-build libudunits2-dev libcli11-dev libedit-dev pybind11-dev python3-dev"
 packages=
 for group in "${@:-run}"; do
   case $group in
     run) packages="$packages $build" ;;
-    test) packages="$packages $build libgtest-dev libgmock-dev librapidcheck-dev python3 udunits-bin pkgconf binutils" ;;
+    test) packages="$packages $build libgtest-dev libgmock-dev librapidcheck-dev python3 python3-numpy mypy udunits-bin pkgconf binutils" ;;
     check) packages="$packages $build libgtest-dev libgmock-dev librapidcheck-dev python3 udunits-bin git clang-format clang-tidy" ;;
     mutate) packages="$packages $build libgtest-dev libgmock-dev librapidcheck-dev python3 udunits-bin git ccache" ;;
     bench) packages="$packages $build libbenchmark-dev libmuparser-dev valgrind python3" ;;
     fuzz) packages="$packages $build clang libclang-rt-14-dev" ;;
-    package) packages="$packages $build dpkg-dev file python3 pkgconf binutils" ;;
+    package) packages="$packages $build dpkg-dev file python3 python3-numpy pkgconf binutils" ;;
+    docs) packages="$packages make doxygen python3" ;;
     dist) packages="$packages git" ;;
-    *) echo "setup.sh: unknown group '$group' (run, test, check, mutate, bench, fuzz, package, dist)" >&2; exit 2 ;;
+    *) echo "setup.sh: unknown group '$group' (run, test, check, mutate, bench, fuzz, package, docs, dist)" >&2; exit 2 ;;
   esac
 done
 

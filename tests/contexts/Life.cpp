@@ -5,12 +5,10 @@
 #include "platform/ORVUnits.h"
 #include "platform/ORVUtilities.h"
 #include "database/ObjectDB.h"
-#include "database/ObjectFactory.h"
 #include "rules/AdditionalRules.h"
 #include "rules/GenericKSLObject.h"
 #include "command/KSLCoreAPI.h"
 #include "command/KSLInterface.h"
-#include "services/EngineUnitSystemHandler.h"
 #include "session/Registration.h"
 
 #include <cstdlib>
@@ -24,8 +22,7 @@ Story demoStory(const std::string& folder, int number)
   std::filesystem::create_directories(folder);
   const std::string n = std::to_string(number);
   const std::string state = folder + "/kept.qst";
-  return {std::string(std::getenv("KSL_SOURCE_DIR")) + "/share/ksl",
-          {},
+  return {{},
           folder + "/",
           {"DATA READER:\n Current Results File = cylinder.res\nEND\nDOMAIN: Wind Tunnel\n Fluid = Air\n"
            " BOUNDARY: Cylinder\n  Wall Speed = "
@@ -46,68 +43,29 @@ Story demoStory(const std::string& folder, int number)
 
 Story plainStory()
 {
-  return {{},
-          "RULES:\nCategories = deletable\nKSLObjectClasses = DataKSLObject, GenericKSLObject\n"
-          "SchedulerTypes = Geometry\n"
-          "PARAMETER: Offset\nParameter Type = Quantity\nDefault = 1 [s]\nEND\n"
-          "PARAMETER: After\nLocal Type = Geometry\nRemote Type = Geometry\nEND\n"
-          "OBJECT: CUT\nKSLObject Class = GenericKSLObject\nCategory = deletable\nScheduler = Geometry\n"
-          "Optional Parameter List = Offset, After\nEND\n"
-          "OBJECT: EXPRESSIONS\nKSLObject Class = DataKSLObject\nOptional Parameter List = Offset\nEND\n"
-          "END\n",
-          {},
-          {"CUT: Slice\nEND\nEXPRESSIONS: e\n Offset = 3 [ms]\nEND\n", "CUT: b\n After = Slice\nEND\n",
-           "CUT: Slice\n Offset = 3 [cm]\nEND\n", "PROBE: p\nEND\n", "CUT: Slice\n After = b\nEND\n",
-           "> delete b", "> undo", "> undo", "> redo", "UNITS:\nEND\n"}};
+  return {
+      "RULES:\nCategories = deletable\nKSLObjectClasses = DataKSLObject, GenericKSLObject\n"
+      "SchedulerTypes = Geometry\n"
+      "PARAMETER: Offset\nParameter Type = Quantity\nDefault = 1 [s]\nEND\n"
+      "PARAMETER: After\nLocal Type = Geometry\nRemote Type = Geometry\nEND\n"
+      "OBJECT: CUT\nKSLObject Class = GenericKSLObject\nCategory = deletable\nScheduler = Geometry\n"
+      "Optional Parameter List = Offset, After\nEND\n"
+      "OBJECT: EXPRESSIONS\nKSLObject Class = DataKSLObject\nOptional Parameter List = Offset\nEND\n"
+      "END\n",
+      {},
+      {"CUT: Slice\nEND\nEXPRESSIONS: e\n Offset = 3 [ms]\nEND\n", "CUT: b\n After = Slice\nEND\n",
+       "CUT: Slice\n Offset = 3 [cm]\nEND\n", "PROBE: p\nEND\n", "CUT: Slice\n After = b\nEND\n",
+       "> delete b", "> undo", "> undo", "> redo", "UNITS:\nEND\n"}};
 }
 
-namespace {
-
-std::string without(std::string text, const std::string& part)
+Life::Life(Story story) : m_story(std::move(story))
 {
-  for (std::size_t at = text.find(part); !part.empty() && at != std::string::npos; at = text.find(part))
-    text.erase(at, part.size());
-  return text;
-}
-
-std::string steps(const HistoryStack& stack)
-{
-  return std::to_string(stack.size());
-}
-
-}  // namespace
-
-Life::Life(Story story, Place place)
-    : m_story(std::move(story)),
-      m_context(place == Place::context ? std::make_unique<Context>() : nullptr)
-{
-  const Context::Scope scope(m_context.get());
-  begin();
-}
-
-// Like that of a program.
-Life::~Life()
-{
-  if (m_context) {
-    m_context.reset();
-    return;
-  }
-  const Context::Scope scope(nullptr);
-  KSLInterface::destroyInstance();
-  KSLCoreAPI::destroyInstance();
-  ObjectDB::destroyInstance();
-  ObjectFactory::destroyInstance();
-  EngineUnitSystemHandler::destroyInstance();
-  ErrorProgressReporter::destroyInstance();
-}
-
-void Life::begin()
-{
+  const Context::Scope scope(m_context);
   ErrorProgressReporter::instance()->setSink(&m_errors);
   registerObjectClasses();
   KSLInterface* commands = KSLInterface::instance();
   if (m_story.rules.empty())
-    commands->initialize(m_story.library, "");
+    commands->initialize(std::string(std::getenv("KSL_SOURCE_DIR")) + "/share/ksl", "");
   else
     commands->getKSLAPI()->loadKSLData(StringUtilities::stringToVector(m_story.rules, '\n'));
   AdditionalRules rules;
@@ -122,8 +80,12 @@ bool Life::tellNext()
 {
   if (m_step == m_story.steps.size())
     return false;
-  const Context::Scope scope(m_context.get());
-  tell(m_story.steps[m_step++]);
+  const Context::Scope scope(m_context);
+  std::string text = tell(m_story.steps[m_step++]);
+  const std::string& folder = m_story.folder;
+  for (std::size_t at = text.find(folder); !folder.empty() && at != std::string::npos; at = text.find(folder))
+    text.erase(at, folder.size());
+  m_told += text;
   return true;
 }
 
@@ -133,26 +95,25 @@ const std::string& Life::tellAll()
   return m_told;
 }
 
-void Life::tell(const std::string& step)
+std::string Life::tell(const std::string& step)
 {
+  KSLInterface* commands = KSLInterface::instance();
   KSLCoreAPI::instance()->processKSL(step, kslUpdateDefault);
   std::string text = "== " + step + '\n';
   for (const ErrorMsg& error : m_errors.errors())
     text += toText(error) + '\n';
   m_errors.clear();
-  const KSLObject* root = ObjectDB::instance()->getRoot();
-  text += root->getState(allParams);
-  for (KSLObject* object : ObjectDB::instance()->getAllObjects()) {
+  text += ObjectDB::instance()->getRoot()->getState(allParams);
+  for (KSLObject* object : ObjectDB::instance()->getAllObjects())
     if (const auto* computing = dynamic_cast<const GenericKSLObject*>(object))
       for (const SchedulerObject& scheduler : computing->getSchedulers())
         text += object->getPath() + ' ' + scheduler.getType() + std::to_string(scheduler.getSerial()) + '\n';
-  }
-  text += UnitSystemHandler::current()->getPreferredUnitsForQuantity("Length") + ' ';
-  text += steps(KSLInterface::instance()->getUndoStack()) + ' ';
-  text += steps(KSLInterface::instance()->getRedoStack()) + '\n';
+  text += UnitSystemHandler::current()->getPreferredUnitsForQuantity("Length") + ' '
+          + std::to_string(commands->getUndoStack().topId()) + ' '
+          + std::to_string(commands->getRedoStack().topId()) + '\n';
   for (const std::string& file : OutputFiles::instance()->written())
     text += file + '\n' + ORVFile::readAll(file);
-  m_told += without(text, m_story.folder);
+  return text;
 }
 
 }  // namespace orv

@@ -1,4 +1,4 @@
-// A model from its rules to its end, told step by step.
+// A model in a context of its own, from its rules to its end.
 #pragma once
 
 #include "platform/ORVContext.h"
@@ -7,42 +7,35 @@
 #include "command/Executive.h"
 
 #include <cstddef>
-#include <memory>
 #include <string>
 #include <vector>
 
 namespace orv {
 
 struct Story {
-  std::string library;  // a folder of definitions
-  std::string rules;    // or these
-  std::string folder;   // for the files that it writes; ends with "/"
+  std::string rules;   // empty: the demo library
+  std::string folder;  // for the files that it writes; ends with "/"
   std::vector<std::string> steps;
 };
 
 // With the demo library and its calculations: units, expressions, failures, undo and redo, a picture, a state saved and
 // loaded. The number tells it from others.
-Story demoStory(const std::string& folder, int number = 0);
+Story demoStory(const std::string& folder, int number);
 // With rules of its own, where words of the demo library mean something else.
 Story plainStory();
 
-// Tells what each step reports, which objects there are then, in which units they are shown, what can be undone and what
-// was written, without the names of folders.
+// Tells what each step reports, which objects and schedulers there are then, in which units they are shown, what can be
+// undone and what was written, without the name of the folder.
 class Life {
  public:
-  enum class Place { context, process };
-  explicit Life(Story story, Place place = Place::context);
-  ~Life();
-  Life(const Life&) = delete;
-  Life& operator=(const Life&) = delete;
+  explicit Life(Story story);
 
   bool tellNext();  // false when there is no more
   const std::string& tellAll();
   const std::string& told() const { return m_told; }
 
  private:
-  void begin();
-  void tell(const std::string& step);
+  std::string tell(const std::string& step);
 
   Story m_story;
   std::size_t m_step = 0;
@@ -50,7 +43,7 @@ class Life {
   ErrorCollector m_errors;
   Executive m_executive;
   ActionFactory m_actions;
-  std::unique_ptr<Context> m_context;  // null: the process's
+  Context m_context;
 };
 
 }  // namespace orv

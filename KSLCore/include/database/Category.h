@@ -13,7 +13,7 @@
 namespace orv {
 
 // A set of categories, one bit each. The first 64 of the registry stand in the object itself, further ones
-// take memory only where they are set. Names and numbers are those of one process-wide registry.
+// take memory only where they are set. Names and numbers are those of one registry in each context.
 class ORV_API Category {
  public:
   // Registers a category under the next number. A name that is known keeps its number and still uses up a

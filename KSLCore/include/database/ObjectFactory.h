@@ -14,7 +14,7 @@
 namespace orv {
 
 // Filled at start-up: base types by the host (each class's registerBaseType), object types and parameters by
-// the RULES. Nothing registers itself. Process-wide.
+// the RULES. Nothing registers itself. Each context has one.
 //
 // Failures are of class "ObjectFactory", function as the operation, type 4, unless stated otherwise. Look-ups
 // are O(log types). Calls that take a raw pointer own it from their success on; with the std::unique_ptr

@@ -130,8 +130,10 @@ class ORV_API Session {
   std::string type(const std::string& object) const;
   // As stored.
   std::string value(const std::string& object, const std::string& parameter) const;
-  // The number that it is, expressions computed.
+  // The number that it is, expressions computed; in these units (empty: its own), throwing as Quantity::convertTo does.
+  // Threads with a session each convert so: a Quantity converts in the context that is current then.
   Quantity quantity(const std::string& object, const std::string& parameter) const;
+  double quantity(const std::string& object, const std::string& parameter, const std::string& units) const;
   // Name to value as stored; with `internal` those of the program too.
   std::map<std::string, std::string> values(const std::string& object, bool internal = false) const;
   // Paths of the objects directly below.

@@ -234,9 +234,8 @@ int ksl_quantity(ksl_session* session, const char* object, const char* parameter
   return guarded(session, "ksl_quantity", [&](ksl_session& handle) {
     if (!value)
       given("ksl_quantity", nullptr, "value");
-    const orv::Quantity quantity = handle.get().quantity(given("ksl_quantity", object, "object"),
-                                                         given("ksl_quantity", parameter, "parameter"));
-    *value = quantity.convertTo(units ? units : "");
+    *value = handle.get().quantity(given("ksl_quantity", object, "object"),
+                                   given("ksl_quantity", parameter, "parameter"), units ? units : "");
     return 1;
   });
 }

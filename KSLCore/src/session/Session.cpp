@@ -16,6 +16,7 @@
 #include "command/caughtError.h"
 #include "actions/FileText.h"
 #include "SessionModel.h"
+#include "blockText.h"
 #include "session/FileActions.h"
 
 #include <algorithm>
@@ -89,37 +90,6 @@ const KSLObject& getObject(const char* function, const std::string& pathOrName)
   if (!object)
     throw noSuchObject(function, pathOrName);
   return *object;
-}
-
-// Whether a line "name = value" says just that.
-bool canBeWritten(const std::string& name, const std::string& value)
-{
-  if ((name + value).find_first_of("\n\r") != std::string::npos)
-    return false;
-  const std::string line = name + " = " + value + " ";
-  const MiniKSLParser::Line scanned = MiniKSLParser::scan(line);
-  if (scanned.type != MiniKSLParser::parameterLine)
-    return false;
-  const auto [readName, readValue] = StringUtilities::splitNameValue(scanned.text);
-  const auto squeezed = [](const std::string& text) { return StringUtilities::simplifyWhitespace(text); };
-  return squeezed(readName) == squeezed(name) && squeezed(readValue) == squeezed(value);
-}
-
-std::string blockText(const std::string& path, const std::map<std::string, std::string>& values)
-{
-  const KSLPath blocks(path);
-  KSLBuilder text;
-  for (std::size_t i = 0; i < blocks.size(); ++i)
-    text.beginObject(blocks[i].type, blocks[i].singleton ? std::string() : blocks[i].name);
-  for (const auto& [name, value] : values) {
-    if (!canBeWritten(name, value))
-      throw data::invalid(className, "set",
-                          _("Value '%s' of parameter '%s' cannot be written as text.", value, name));
-    text.addParam(name, value);
-  }
-  for (std::size_t i = 0; i < blocks.size(); ++i)
-    text.endObject();
-  return text.text();
 }
 
 // From the top, in the order of the tree.
@@ -381,6 +351,12 @@ std::string Session::value(const std::string& object, const std::string& paramet
 Quantity Session::quantity(const std::string& object, const std::string& parameter) const
 {
   return ask([&] { return getObject("quantity", object).getQuantityValue(parameter); });
+}
+
+double Session::quantity(const std::string& object, const std::string& parameter,
+                         const std::string& units) const
+{
+  return ask([&] { return getObject("quantity", object).getQuantityValue(parameter).convertTo(units); });
 }
 
 std::map<std::string, std::string> Session::values(const std::string& object, bool internal) const

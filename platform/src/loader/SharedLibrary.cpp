@@ -128,6 +128,34 @@ std::string stampDifference(const std::string& library, const std::vector<std::s
   return {};
 }
 
+bool isPath(const std::string& file)
+{
+  return file.find('/') != std::string::npos;
+}
+
+// By another context, which looked into it then; null when it is not.
+void* loadedAlready(const std::string& file)
+{
+  return isPath(file) ? dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL | RTLD_NOLOAD) : nullptr;
+}
+
+// Null, with the reason, when the file cannot be loaded or must not be.
+void* load(const std::string& library, const std::string& file, std::string& why)
+{
+  if (isPath(file))
+    why = stampDifference(library, stampsIn(file));
+  if (!why.empty())
+    return nullptr;
+  void* const handle = dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL);
+  if (handle)
+    return handle;
+  why = _("Calculate library '%s' not loaded: %s.", library, loaderError());
+  if (!isPath(library))
+    why += _(" Looked for in '%s' and the system's places.",
+             StringUtilities::vectorToString(searchedDirectories(), "', '"));
+  return nullptr;
+}
+
 // The library's own function of that name. The loader also finds those of the libraries it is linked with,
 // and a slip in a name must not call "exit".
 void* findFunction(void* handle, const std::string& function)
@@ -173,20 +201,11 @@ void* SharedLibrary::open(const std::string& library)
     return nullptr;
   }
   const std::string file = findLibrary(library);
-  const bool isPath = file.find('/') != std::string::npos;
-  const std::string difference = isPath ? stampDifference(library, stampsIn(file)) : std::string();
-  if (!difference.empty()) {
-    m_lastError = difference;
+  void* handle = loadedAlready(file);
+  if (!handle)
+    handle = load(library, file, m_lastError);
+  if (!handle)
     return nullptr;
-  }
-  void* const handle = dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL);
-  if (!handle) {
-    m_lastError = _("Calculate library '%s' not loaded: %s.", library, loaderError());
-    if (library.find('/') == std::string::npos)
-      m_lastError += _(" Looked for in '%s' and the system's places.",
-                       StringUtilities::vectorToString(searchedDirectories(), "', '"));
-    return nullptr;
-  }
   ScopeGuard unload([handle] { dlclose(handle); });
   const char* const stamp = static_cast<const char*>(dlsym(handle, "orvCalculateLibraryStamp"));
   // One from the loader's list was not looked into before.

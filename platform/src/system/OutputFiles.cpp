@@ -111,8 +111,11 @@ OutputFiles::File* OutputFiles::find(const std::string& fileName) const
   return found == m_waiting.end() ? nullptr : found->get();
 }
 
-void OutputFiles::write(const std::string& fileName, std::string_view text)
+void OutputFiles::write(const std::string& asked, std::string_view text)
 {
+  const std::string fileName = placeOf(asked);
+  if (fileName.empty())
+    return;
   if (!m_inCommand) {
     ORVFile::replace(fileName, text);
     return;
@@ -127,8 +130,11 @@ void OutputFiles::write(const std::string& fileName, std::string_view text)
   m_waiting.push_back(std::move(file));
 }
 
-std::string OutputFiles::pending(const std::string& fileName) const
+std::string OutputFiles::pending(const std::string& asked) const
 {
+  const std::string fileName = placeOf(asked);
+  if (fileName.empty())
+    return asked;
   const File* file = find(fileName);
   return file && !file->content.empty() ? file->content : fileName;
 }
