@@ -44,9 +44,15 @@ foreach(plugin IN LISTS plugin_targets)
 endforeach()
 
 if(KSL_PYTHON)
-  # Where Debian's Python looks below /usr, and below /usr/local with that prefix.
-  set(python_package_dir lib/python3/dist-packages/ksl)
-  file(RELATIVE_PATH KSL_PYTHON_TO_LIB ${CMAKE_INSTALL_PREFIX}/${python_package_dir} ${CMAKE_INSTALL_FULL_LIBDIR})
+  # Debian's Python looks in one folder below /usr, where packages are installed, and in another one below /usr/local.
+  install(CODE "
+    if(CMAKE_INSTALL_PREFIX STREQUAL /usr)
+      set(KSL_PYTHON_FOLDER python3)
+    else()
+      set(KSL_PYTHON_FOLDER python${Python_VERSION_MAJOR}.${Python_VERSION_MINOR})
+    endif()" COMPONENT python)
+  set(python_package_dir "lib/\${KSL_PYTHON_FOLDER}/dist-packages/ksl")
+  file(RELATIVE_PATH KSL_PYTHON_TO_LIB ${CMAKE_INSTALL_PREFIX}/lib/python3/dist-packages/ksl ${CMAKE_INSTALL_FULL_LIBDIR})
   set_target_properties(ksl_python PROPERTIES INSTALL_RPATH "$ORIGIN/${KSL_PYTHON_TO_LIB}")
   install(TARGETS ksl_python LIBRARY DESTINATION ${python_package_dir} COMPONENT python)
   math(EXPR PYTHON_NEXT_MINOR "${Python_VERSION_MINOR} + 1")

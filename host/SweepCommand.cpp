@@ -2,6 +2,7 @@
 
 #include "platform/ORVError.h"
 #include "platform/ORVUtilities.h"
+#include "CommandWatch.h"
 #include "ErrorPrinter.h"
 #include "session/Sweep.h"
 
@@ -20,7 +21,11 @@ void writeTable(const SweepCommand::Options& options)
   sweep.shown = options.shown;
   sweep.pictures = options.pictures;
   sweep.jobs = options.jobs;
-  const orv::SweepTable table = orv::sweep(sweep);
+  sweep.stop = CommandWatch::requested;
+  const orv::SweepTable table = [&] {
+    const CommandWatch watch;
+    return orv::sweep(sweep);
+  }();
   for (const orv::SweepTable::Row& row : table.rows)
     for (const orv::ErrorMsg& error : row.errors)
       orv::ErrorProgressReporter::instance()->reportError(error);
@@ -36,6 +41,8 @@ int SweepCommand::run(const Options& options)
   const ErrorPrinter printer;
   try {
     writeTable(options);
+  } catch (const orv::Interrupt&) {
+    return 130;  // as shells tell that a program ended by SIGINT
   } catch (const orv::Error& error) {
     orv::ErrorProgressReporter::instance()->reportError(error);
   } catch (const std::exception& exception) {

@@ -17,6 +17,6 @@ struct SweepCommand {
     std::size_t jobs = 0;
   };
 
-  // The exit status: 1 when an error was reported, also when some combinations failed.
+  // The exit status: 1 when an error was reported, also when some combinations failed; 130 after Ctrl-C.
   static int run(const Options& options);
 };

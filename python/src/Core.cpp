@@ -117,8 +117,23 @@ void Core::close()
     m_command.reset();
     m_session.reset();
   }
-  m_observers.clear();
-  m_calculations.clear();
+  dropFunctions();
+}
+
+int Core::visitFunctions(visitproc visit, void* arg) const
+{
+  for (const auto& [name, function] : m_calculations)
+    Py_VISIT(function.ptr());
+  for (const auto& [number, function] : m_observers)
+    Py_VISIT(function.ptr());
+  return 0;
+}
+
+// What ends with a function may come back here.
+void Core::dropFunctions()
+{
+  const auto calculations = std::exchange(m_calculations, {});
+  const auto observers = std::exchange(m_observers, {});
 }
 
 orv::Session& Core::session() const

@@ -91,6 +91,10 @@ class Core {
   void unobserve(int number);
   void provide(const std::string& name, py::function calculation);
 
+  // For the collector of garbage: functions may hold the session that holds them.
+  int visitFunctions(visitproc visit, void* argument) const;
+  void dropFunctions();
+
  private:
   class Watch;
   class Function;

@@ -93,11 +93,11 @@ void bindOutcome(py::module_& module)
       .def("__repr__", [](const orv::Change& change) { return "<" + toText(change) + ">"; });
   py::class_<orv::Outcome>(module, "Outcome")
       .def("__bool__", [](const orv::Outcome& outcome) { return bool(outcome); })
-      .def_property_readonly("errors", &orv::Outcome::errors)
-      .def_property_readonly("warnings", &orv::Outcome::warnings)
+      .def_property_readonly("errors", [](const orv::Outcome& outcome) { return outcome.errors(); })
+      .def_property_readonly("warnings", [](const orv::Outcome& outcome) { return outcome.warnings(); })
       .def_property_readonly("rolled_back", &orv::Outcome::rolledBack)
-      .def_property_readonly("changes", &orv::Outcome::changes)
-      .def_property_readonly("files", &orv::Outcome::files)
+      .def_property_readonly("changes", [](const orv::Outcome& outcome) { return outcome.changes(); })
+      .def_property_readonly("files", [](const orv::Outcome& outcome) { return outcome.files(); })
       .def("__repr__", [](const orv::Outcome& outcome) {
         if (!outcome)
           return "<Outcome failed: " + toText(outcome.errors().front()) + ">";
@@ -105,10 +105,39 @@ void bindOutcome(py::module_& module)
       });
 }
 
+// Null while the object is being made.
+ksl::Core* coreIn(PyObject* self)
+{
+  const py::detail::value_and_holder holder =
+      reinterpret_cast<py::detail::instance*>(self)->get_value_and_holder();
+  return holder.holder_constructed() ? holder.value_ptr<ksl::Core>() : nullptr;
+}
+
+int traverse(PyObject* self, visitproc visit, void* arg)
+{
+  Py_VISIT(Py_TYPE(self));
+  const ksl::Core* core = coreIn(self);
+  return core ? core->visitFunctions(visit, arg) : 0;
+}
+
+int clear(PyObject* self)
+{
+  if (ksl::Core* core = coreIn(self))
+    core->dropFunctions();
+  return 0;
+}
+
+void collect(PyHeapTypeObject* heapType)
+{
+  heapType->ht_type.tp_flags |= Py_TPFLAGS_HAVE_GC;
+  heapType->ht_type.tp_traverse = traverse;
+  heapType->ht_type.tp_clear = clear;
+}
+
 void bindCore(py::module_& module)
 {
   using ksl::Core;
-  py::class_<Core>(module, "Core")
+  py::class_<Core>(module, "Core", py::custom_type_setup(collect))
       .def(py::init<std::string, std::string, bool, bool>())
       .def("close", &Core::close)
       .def("is_open", &Core::isOpen)

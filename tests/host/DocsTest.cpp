@@ -165,7 +165,7 @@ TEST(Docs, CodeIsTheExample)
 {
   const std::tuple<const char*, const char*, const char*> cases[] = {
       {"README.md", "cpp", "examples/embed/minimal.cpp"},
-      {"docs/embedding.md", "cpp", "examples/embed/minimal.cpp"},
+      {"docs/embedding.md", "cpp", "examples/embed/minimal.cpp tests/programs/staticHost.cpp"},
       {"docs/embedding.md", "c", "examples/embed/query.c examples/embed/session.c"},
       {"docs/session-file.md", "cpp", "examples/embed/replay.cpp"},
   };

@@ -145,7 +145,23 @@ class PackageTest(unittest.TestCase):
         header = (self.prefix / "include/orvksl/command/KSLCoreC.h").read_text()
         in_c = set(re.findall(r"^ORV_API .*?(\w+)\(", header, re.MULTILINE))
         ours = "_ZN[VKRO]*3orv|_ZT[ISTV]N3orv|_ZT[chv].*_?N[VKRO]*3orv|_ZTCN3orv"
+        in_c |= set(re.findall(r"^ORV_API .*?(\w+)\(", (self.prefix / "include/orvksl/session/KSLCore.h").read_text(),
+                               re.MULTILINE))
         self.assertEqual({name for name in names if not re.match(ours, name)}, in_c)
+
+    def test_session_in_c(self):
+        flags = run("pkg-config", "--cflags", "--libs", "orvksl", cwd=self.root).split() + [f"-Wl,-rpath,{self.libdir}"]
+        run(arguments.cc, "-std=c89", "-pedantic", "-Wall", "-Werror", SOURCES / "examples/embed/session.c", "-o", "session",
+            *flags, cwd=self.folder)
+        self.assertEqual(run("./session", cwd=self.folder, text=COMMAND), STATE)
+
+    def test_session_in_python(self):
+        packages = next(iter(self.prefix.rglob("dist-packages")), None)
+        if packages is None:
+            self.skipTest("built without KSL_PYTHON")
+        python = f"import ksl\ns = ksl.Session()\ns.run({COMMAND!r})\nprint(s.state(), end='')"
+        self.assertEqual(run("/usr/bin/python3", "-W", "error", "-c", python, cwd=self.folder, PYTHONPATH=str(packages)),
+                         STATE)
 
 
 def main():

@@ -307,9 +307,9 @@ class Package(unittest.TestCase):
     def test_no_session_is_kept(self):
         gc.collect()
         before = len([one for one in gc.get_objects() if isinstance(one, ksl.Session)])
-        with ksl.Session() as session:
-            session.subscribe(lambda outcome, own=session: None)
-            session.calculation("x")(lambda ring, own=session: None)
+        session = ksl.Session()  # which holds functions that hold it
+        session.subscribe(lambda outcome, own=session: None)
+        session.calculation("x")(lambda ring, own=session: None)
         del session
         gc.collect()
         self.assertEqual(len([one for one in gc.get_objects() if isinstance(one, ksl.Session)]), before)

@@ -11,6 +11,7 @@
 #include "tests/support/thrown.h"
 
 #include <gtest/gtest.h>
+#include <thread>
 
 namespace orv {
 namespace {
@@ -263,6 +264,36 @@ TEST_F(SessionTest, ObserversAreToldWhenACommandIsOver)
   session.unobserve(first);
   session.undo();
   EXPECT_EQ(heard, "1 3 1! 3 1 3 3 ");
+}
+
+// Sessions with other rules, on threads of their own, in turn and at once: what each gives is what it gives alone.
+TEST(SessionParts, SessionsShareNothing)
+{
+  const auto work = [](const std::string& type, std::string& all) {
+    SessionOptions options;
+    options.rules = "RULES:\nKSLObjectClasses = DataKSLObject\nPARAMETER: x\nDefault = 1 [cm]\nEND\nOBJECT: "
+                    + type + "\nKSLObject Class = DataKSLObject\nEssential Parameter List = x\nEND\nEND\n";
+    Session session(options);
+    Session demo;
+    for (int i = 0; i < 30; ++i) {
+      all += told(session.run(type + ": o" + std::to_string(i) + "\nEND\n"));
+      all += told(demo.run("CUT: c\nOffset = " + std::to_string(i) + " [m]\nEND\n" + type + ": none\nEND"));
+      all += std::to_string(session.quantity("o0", "x", "m"));
+      all += told(i % 3 == 2 ? session.undo() : session.redo());
+    }
+    all += session.state() + demo.state();
+  };
+  std::map<std::string, std::string> alone;
+  std::map<std::string, std::string> together;
+  std::vector<std::thread> threads;
+  for (const char* type : {"A", "B", "CUT"}) {
+    work(type, alone[type]);
+    threads.emplace_back(work, type, std::ref(together[type]));
+  }
+  for (std::thread& thread : threads)
+    thread.join();
+  EXPECT_EQ(alone, together);
+  EXPECT_NE(alone["A"], alone["B"]);
 }
 
 TEST(SessionParts, FaultyDefinitionsLeaveNothingBehind)

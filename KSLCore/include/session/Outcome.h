@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace orv {
@@ -41,14 +42,19 @@ class ORV_API Outcome {
   explicit operator bool() const noexcept { return m_errors.empty(); }
   // In the order in which they were reported. The first error is why the command was taken back; others, which are
   // rare, tell what could not be.
-  const std::vector<ErrorMsg>& errors() const noexcept { return m_errors; }
-  const std::vector<ErrorMsg>& warnings() const noexcept { return m_warnings; }
+  const std::vector<ErrorMsg>& errors() const& noexcept { return m_errors; }
+  const std::vector<ErrorMsg>& warnings() const& noexcept { return m_warnings; }
   // How many changes a failed command had made, which were taken back.
   std::size_t rolledBack() const noexcept { return m_rolledBack; }
   // In the order in which they were made. None of a command that was taken back, nor where the session records none.
-  const std::vector<Change>& changes() const noexcept;
+  const std::vector<Change>& changes() const& noexcept;
   // Files that calculations wrote, in the order in which they were written first.
-  const std::vector<std::string>& files() const noexcept { return m_files; }
+  const std::vector<std::string>& files() const& noexcept { return m_files; }
+  // Of an outcome that nobody keeps: "for (const ErrorMsg& error : session.run(text).errors())".
+  std::vector<ErrorMsg> errors() && { return std::move(m_errors); }
+  std::vector<ErrorMsg> warnings() && { return std::move(m_warnings); }
+  std::vector<Change> changes() && { return static_cast<const Outcome&>(*this).changes(); }
+  std::vector<std::string> files() && { return std::move(m_files); }
 
  private:
   friend class SessionModel;

@@ -17,7 +17,7 @@ std::string toText(const Change& change)
   return "deleted " + change.path;
 }
 
-const std::vector<Change>& Outcome::changes() const noexcept
+const std::vector<Change>& Outcome::changes() const& noexcept
 {
   static const std::vector<Change> none;
   return m_changes ? *m_changes : none;

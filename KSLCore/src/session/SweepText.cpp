@@ -108,14 +108,18 @@ std::string csvField(const std::string& text)
 
 std::string jsonText(const std::string& text)
 {
+  constexpr const char* digits = "0123456789abcdef";
   std::string out = "\"";
   for (const char c : text) {
+    const auto code = static_cast<unsigned char>(c);
+    if (code < 0x20) {
+      out.append("\\u00") += digits[code >> 4];
+      out += digits[code & 0xF];
+      continue;
+    }
     if (c == '"' || c == '\\')
       out += '\\';
-    if (static_cast<unsigned char>(c) < 0x20)
-      out += _("\\u%04x", static_cast<int>(c));
-    else
-      out += c;
+    out += c;
   }
   return out + "\"";
 }
