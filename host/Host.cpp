@@ -81,6 +81,12 @@ Host::Host(const std::vector<std::string>& libraries)
   s_current = this;
 }
 
+std::vector<std::string> Host::usualLibraries()
+{
+  const char* path = std::getenv("ORV_KSL_LIBRARY_PATH");
+  return path && *path ? orv::StringUtilities::stringToVector(path, ':') : std::vector{demoLibrary()};
+}
+
 void Host::initialize(const std::vector<std::string>& libraries)
 {
   orv::KSLInterface* commands = orv::KSLInterface::instance();

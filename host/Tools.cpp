@@ -1,5 +1,6 @@
 #include "Tools.h"
 
+#include "CheckCommand.h"
 #include "DescribeCommand.h"
 #include "DiffCommand.h"
 #include "GetCommand.h"
@@ -16,6 +17,7 @@ struct Tools::Options {
   DiffCommand::Options diff;
   PlanCommand::Options plan;
   WhyCommand::Options why;
+  CheckCommand::Options check;
 };
 
 namespace {
@@ -63,6 +65,7 @@ Tools::Tools(CLI::App& app) : m_options(std::make_unique<Options>())
   addDiff(app);
   addPlan(app);
   addWhy(app);
+  addCheck(app);
 }
 
 Tools::~Tools() = default;
@@ -150,4 +153,14 @@ void Tools::addWhy(CLI::App& app)
   addFormat(*command, options.query.format);
   addObjects(*command, options.query);
   add(command, [&options] { return WhyCommand::run(options); });
+}
+
+void Tools::addCheck(CLI::App& app)
+{
+  CheckCommand::Options& options = m_options->check;
+  CLI::App* command = app.add_subcommand("check", "Tell all that is wrong with files, and enter nothing");
+  addTexts(*command, options.input);
+  addLoad(*command, options.load);
+  command->add_flag("--deny-warnings", options.denyWarnings, "Exit status 1 for warnings, too");
+  add(command, [&options] { return CheckCommand::run(options); });
 }
