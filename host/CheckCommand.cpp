@@ -5,10 +5,10 @@
 #include "platform/ORVSystem.h"
 #include "platform/ORVUtilities.h"
 #include "actions/FileText.h"
-#include "session/TextChecker.h"
 #include "FileActions.h"
 #include "Host.h"
 #include "StandardStreams.h"
+#include "session/TextChecker.h"
 
 #include <algorithm>
 #include <deque>
@@ -43,7 +43,8 @@ bool isLibrary(const SyntaxTree& tree)
 {
   std::string room;
   for (SyntaxTree::Index i = tree.firstChild(SyntaxTree::none); i != SyntaxTree::none; i = tree.next(i))
-    if (const SyntaxTree::Kind kind = tree[i].kind; kind != SyntaxTree::Kind::blank && kind != SyntaxTree::Kind::comment)
+    if (const SyntaxTree::Kind kind = tree[i].kind;
+        kind != SyntaxTree::Kind::blank && kind != SyntaxTree::Kind::comment)
       return kind == SyntaxTree::Kind::header && tree.read(i, room).first == "RULES";
   return false;
 }
@@ -144,8 +145,8 @@ int CheckCommand::run(const Options& options)
     for (const CheckFinding& finding : texts.findings(host)) {
       const bool isWarning = finding.error.getType() == orv::errorType::warning;
       ++(isWarning ? warnings : errors);
-      std::cerr << placeOf(texts.textOf(finding), finding.offset) << (isWarning ? "warning[8]: " : "error[4]: ")
-                << finding.error.getMessage() << '\n';
+      std::cerr << placeOf(texts.textOf(finding), finding.offset)
+                << (isWarning ? "warning[8]: " : "error[4]: ") << finding.error.getMessage() << '\n';
       for (const CheckFinding::Note& note : finding.notes)
         std::cerr << placeOf(texts.textOf(finding), note.offset) << "note: " << note.message << '\n';
     }
