@@ -63,8 +63,8 @@ void addEntering(CLI::App& command, TextOptions& options)
 {
   addOption(command, "-e", "TEXT", "Enter this text after the files; may be repeated",
             [&options](const std::string& text) { options.texts.push_back(text); });
-  addOption(command, "--update-mode", "MODE",
-            "When definitions take effect: at-end, default (after each block), no-action",
+  addOption(command, "--update-mode", "at-end|default|no-action",
+            "When definitions take effect; default is after each block",
             [&options](const std::string& word) { readUpdateMode(word, options); });
 }
 

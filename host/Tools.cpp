@@ -1,5 +1,7 @@
 #include "Tools.h"
 
+#include "CheckCommand.h"
+#include "CommandTable.h"
 #include "DescribeCommand.h"
 #include "DiffCommand.h"
 #include "GetCommand.h"
@@ -7,6 +9,7 @@
 #include "PlanCommand.h"
 #include "WhyCommand.h"
 
+#include <iostream>
 #include <string>
 #include <utility>
 
@@ -16,6 +19,8 @@ struct Tools::Options {
   DiffCommand::Options diff;
   PlanCommand::Options plan;
   WhyCommand::Options why;
+  CheckCommand::Options check;
+  std::string shell;
 };
 
 namespace {
@@ -40,7 +45,7 @@ void addFormat(CLI::App& command, OutputFormat& format, bool csv = false)
                                                           {"json", OutputFormat::json}};
   if (csv)
     known.emplace_back("csv", OutputFormat::csv);
-  addOption(command, "--format", "FORMAT", csv ? "How to print: text, json, csv" : "How to print: text, json",
+  addOption(command, "--format", csv ? "text|json|csv" : "text|json", "How to print",
             [known, &format](const std::string& word) { readFormat(word, known, format); });
 }
 
@@ -63,6 +68,8 @@ Tools::Tools(CLI::App& app) : m_options(std::make_unique<Options>())
   addDiff(app);
   addPlan(app);
   addWhy(app);
+  addCheck(app);
+  addCompletion(app);
 }
 
 Tools::~Tools() = default;
@@ -150,4 +157,34 @@ void Tools::addWhy(CLI::App& app)
   addFormat(*command, options.query.format);
   addObjects(*command, options.query);
   add(command, [&options] { return WhyCommand::run(options); });
+}
+
+void Tools::addCheck(CLI::App& app)
+{
+  CheckCommand::Options& options = m_options->check;
+  CLI::App* command = app.add_subcommand("check", "Tell all that is wrong with files, and enter nothing");
+  addTexts(*command, options.input);
+  addLoad(*command, options.load);
+  command->add_flag("--deny-warnings", options.denyWarnings, "Exit status 1 for warnings, too");
+  add(command, [&options] { return CheckCommand::run(options); });
+}
+
+void Tools::addCompletion(CLI::App& app)
+{
+  std::string& shell = m_options->shell;
+  CLI::App* command =
+      app.add_subcommand("completion", "Print a script that completes ksl in a shell, or the manual page");
+  command->add_option("bash|zsh|fish|man", shell, "What to print it for")
+      ->required()
+      ->check(CLI::IsMember({"bash", "zsh", "fish", "man"}))
+      ->type_name("");
+  add(command, [&app, &shell] {
+    if (shell == "man")
+      std::cout << manualPage(app);
+    else
+      std::cout << completionScript(app, shell == "bash"  ? Shells::bash
+                                         : shell == "zsh" ? Shells::zsh
+                                                          : Shells::fish);
+    return std::cout.flush() ? 0 : 1;
+  });
 }

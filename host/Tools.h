@@ -26,6 +26,8 @@ class Tools {
   void addDiff(CLI::App& app);
   void addPlan(CLI::App& app);
   void addWhy(CLI::App& app);
+  void addCheck(CLI::App& app);
+  void addCompletion(CLI::App& app);
 
   std::unique_ptr<Options> m_options;
   std::vector<std::pair<const CLI::App*, std::function<int()>>> m_commands;
