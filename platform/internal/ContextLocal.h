@@ -74,6 +74,19 @@ class ContextSlot {
   ContextEnd m_stage;
 };
 
+template <class T, bool = std::is_trivially_destructible_v<T>>
+struct NeverDestroyed {
+  T value = T();
+};
+template <class T>
+struct NeverDestroyed<T, false> {
+  constexpr NeverDestroyed() noexcept {}
+  ~NeverDestroyed() {}
+  union {
+    T value = T();
+  };
+};
+
 // A variable of which the process and each context have their own; it has static storage. Replaces a static variable:
 //
 //   constinit ContextLocal<ObjectDB*> theInstance(ContextEnd::objects, &ObjectDB::destroyInstance);
@@ -91,22 +104,16 @@ class ContextLocal final : public ContextSlot {
           sizeof(T), [](void* room) { return static_cast<void*>(::new (room) T()); }, stage, ending)
   {}
 
-  ~ContextLocal() requires std::is_trivially_destructible_v<T>
-  = default;
-  ~ContextLocal() {}
-
   // The calling thread's context's. Holds until that context ends.
   T& operator*() noexcept
   {
     ContextTable* const table = currentContextTable;
-    return table ? *static_cast<T*>(in(*table)) : m_ofProcess;
+    return table ? *static_cast<T*>(in(*table)) : m_ofProcess.value;
   }
   T* operator->() noexcept { return &**this; }
 
  private:
-  union {
-    T m_ofProcess = T();
-  };
+  NeverDestroyed<T> m_ofProcess;
 };
 
 }  // namespace orv
