@@ -5,7 +5,8 @@
 #include "platform/ORVSystem.h"
 #include "platform/ORVUtilities.h"
 #include "actions/FileText.h"
-#include "FileActions.h"
+#include "command/ActionFactory.h"
+#include "session/FileActions.h"
 #include "Host.h"
 #include "StandardStreams.h"
 #include "session/TextChecker.h"
@@ -154,7 +155,7 @@ int CheckCommand::run(const Options& options)
   const Check texts(options);
   input.libraries = librariesFor(texts, options.input);
   const int status = runWithHost(input, [&](const Host& host) {
-    if (!options.load.empty() && !enterText(loadStateText(options.load)))
+    if (!options.load.empty() && !enterText(orv::loadStateText(options.load)))
       return;
     check(host, texts);
   });
