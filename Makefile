@@ -11,7 +11,7 @@ EXAMPLES = $(sort $(wildcard examples/*.ksl))
 CXX_FILES = git ls-files -z '*.h' '*.c' '*.cpp'
 
 .PHONY: build run test sanitize check layers share headers format-check tidy format mutate soak bench bench-count fuzz \
-  install package dist clean help
+  install package docs dist clean help
 
 build:         ## build the release preset; the host is build/release/bin/ksl
 	@tools/setup.sh run
@@ -114,6 +114,11 @@ package:       ## Debian packages of the release preset, in build/packages; what
 	cpack --config build/release/CPackConfig.cmake -B build/packages
 	for p in build/packages/*.deb; do dpkg-deb -x "$$p" build/packages/root; done
 	python3 tests/package/package_test.py --build build/release --installed build/packages/root/usr
+
+docs:          ## the reference manual of the public headers, in build/docs/html
+	@tools/setup.sh docs
+	mkdir -p build/docs
+	VERSION=$$(sed -n 's/^project(.* VERSION \([0-9.]*\).*/\1/p' CMakeLists.txt) doxygen docs/Doxyfile
 
 dist:          ## the sources of the last commit as build/orvksl-VERSION.tar.gz, which builds without git
 	@tools/setup.sh dist

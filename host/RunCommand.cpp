@@ -10,6 +10,7 @@
 #include "Host.h"
 #include "ObjectText.h"
 #include "Trace.h"
+#include "Values.h"
 
 #include <chrono>
 #include <iostream>
@@ -37,7 +38,7 @@ void RunCommand::enter(const Texts& texts)
   if (m_options.traceChanges || m_options.timings)
     orv::KSLCoreAPI::instance()->recordKSLChanges(true);
   GraphTrace* const trace = graph ? &*graph : nullptr;
-  const auto enterFile = [&](const std::string& file, Lines (*text)(const std::string&)) {
+  const auto enterFile = [&](const std::string& file, EnteredText (*text)(const std::string&)) {
     return file.empty() || enterWatched(text(file), trace);
   };
 
@@ -58,7 +59,7 @@ void RunCommand::enter(const Texts& texts)
   const orv::ScopeGuard endAutoSave([this] { m_autoSave.reset(); });
   if (session)
     replay(*session, trace);
-  for (const Lines& text : texts)
+  for (const EnteredText& text : texts)
     enterWatched(text, trace);
   if (enterFile(m_options.save, saveStateText) && m_autoSave)
     m_autoSave->endWell();
@@ -102,6 +103,11 @@ void RunCommand::replay(const orv::SessionFile& session, GraphTrace* graph)
       std::cerr << m_options.replay << ':' << command.line << ": this command failed, the replay goes on\n";
 }
 
+bool RunCommand::enter(const orv::SessionFile::Command& command) const
+{
+  return enterText(command, m_options.replay);
+}
+
 template <class Text>
 bool RunCommand::enterWatched(const Text& text, GraphTrace* graph)
 {
@@ -109,7 +115,7 @@ bool RunCommand::enterWatched(const Text& text, GraphTrace* graph)
   if (m_autoSave)
     m_autoSave->saveIfDue();  // a calculation may end the program
   const Clock::time_point start = Clock::now();
-  const bool good = enterText(text);
+  const bool good = enter(text);
   const std::chrono::duration<double> time = Clock::now() - start;
   if (m_autoSave)
     m_autoSave->saveIfDue();
@@ -125,6 +131,12 @@ bool RunCommand::enterWatched(const Text& text, GraphTrace* graph)
 
 void RunCommand::printState() const
 {
+  if (m_options.state.empty())
+    return;
+  if (m_options.input.format == ReportFormat::json) {
+    std::cout << stateJson(m_options.state);
+    return;
+  }
   std::string text;
   for (const std::string& list : m_options.state)
     text += stateText(list);

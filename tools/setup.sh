@@ -1,5 +1,5 @@
 #!/bin/sh
-# Installs the Debian packages that one kind of work needs: setup.sh run|test|check|mutate|bench|fuzz|package|dist ...
+# Installs the Debian packages that one kind of work needs: setup.sh run|test|check|mutate|bench|fuzz|package|docs|dist ...
 # Asks dpkg first, so it costs next to nothing when everything is there.
 set -eu
 
@@ -14,8 +14,9 @@ for group in "${@:-run}"; do
     bench) packages="$packages $build libbenchmark-dev libmuparser-dev valgrind python3" ;;
     fuzz) packages="$packages $build clang libclang-rt-14-dev" ;;
     package) packages="$packages $build dpkg-dev file python3 pkgconf binutils" ;;
+    docs) packages="$packages make doxygen python3" ;;
     dist) packages="$packages git" ;;
-    *) echo "setup.sh: unknown group '$group' (run, test, check, mutate, bench, fuzz, package, dist)" >&2; exit 2 ;;
+    *) echo "setup.sh: unknown group '$group' (run, test, check, mutate, bench, fuzz, package, docs, dist)" >&2; exit 2 ;;
   esac
 done
 

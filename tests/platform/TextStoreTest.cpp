@@ -214,7 +214,7 @@ TEST(Libraries, AreReadInOrder)
   const TempFolder folder;
   folder.write("one/b.ksl", "RULES:\r\nb = 1 \\\r\n  + 2\r\nEND\r\n");
   folder.write("one/a.ksl", "\xEF\xBB\xBFRULES:\na =\nEND");
-  folder.write("two/a.ksl", "# nothing here\n");
+  folder.write("two/a.ksl", "# nothing here\n\\");
   const std::string lone = folder.write("two/lone", "RULES:\nlone =\nEND\n");
   Store store;
   store.readNamedLibraries(lone + " , " + folder / "one,", "");

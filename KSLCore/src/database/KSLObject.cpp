@@ -197,12 +197,21 @@ ParamDefinition* KSLObject::findParamToSet(std::string_view name, const std::str
   return m_params.ownToSet(name, value, paramObserver());
 }
 
+Diagnostic KSLObject::unknownParam(const std::string& name) const
+{
+  Diagnostic more = oneOf(name, getParamNames(externalParams));
+  more.object = m_path;
+  more.parameter = name;
+  return more;
+}
+
 const ParamDefinition* KSLObject::getParam(const std::string& name) const
 {
   if (const ParamDefinition* param = m_params.own(name, paramObserver()))
     return param;
-  throw data::notFound("KSLObject", "getParam",
-                       _("Parameter '%s' does not exist on object %s.", name, m_path));
+  throw diagnosed(
+      data::notFound("KSLObject", "getParam", _("Parameter '%s' does not exist on object %s.", name, m_path)),
+      unknownParam(name));
 }
 
 const ParamDefinition& KSLObject::readParam(const std::string& name) const
@@ -395,22 +404,37 @@ std::map<std::string, std::string> KSLObject::getInternalParams(UnitSystemTypes:
   return PreferredUnits::valuesOf(*this, internalParams, units, difference);
 }
 
-int KSLObject::getIntValue(const std::string& name) const
+// What a parameter cannot be read as tells whose it is.
+template <class Read>
+auto KSLObject::readNaming(const std::string& name, Read read) const
 {
   const EvaluatingObject scope(this);
-  return readParam(name).getIntValue();
+  try {
+    return read(readParam(name));
+  } catch (Error& error) {
+    error.concern(m_path, name);
+    throw;
+  }
+}
+
+int KSLObject::getIntValue(const std::string& name) const
+{
+  return readNaming(name, [](const ParamDefinition& param) { return param.getIntValue(); });
+}
+
+bool KSLObject::getBoolValue(const std::string& name) const
+{
+  return readNaming(name, [](const ParamDefinition& param) { return param.getBoolValue(); });
 }
 
 std::vector<int> KSLObject::getIntArray(const std::string& name) const
 {
-  const EvaluatingObject scope(this);
-  return readParam(name).getIntArray();
+  return readNaming(name, [](const ParamDefinition& param) { return param.getIntArray(); });
 }
 
 Quantity KSLObject::getQuantityValue(const std::string& name) const
 {
-  const EvaluatingObject scope(this);
-  return readParam(name).getQuantityValue();
+  return readNaming(name, [](const ParamDefinition& param) { return param.getQuantityValue(); });
 }
 
 float KSLObject::getFloatValue(const std::string& name) const
@@ -420,8 +444,7 @@ float KSLObject::getFloatValue(const std::string& name) const
 
 float KSLObject::getFloatValue(const std::string& name, const std::string& units) const
 {
-  const EvaluatingObject scope(this);
-  return readParam(name).getFloatValue(units);
+  return readNaming(name, [&](const ParamDefinition& param) { return param.getFloatValue(units); });
 }
 
 std::vector<float> KSLObject::getFloatArray(const std::string& name) const
@@ -431,8 +454,7 @@ std::vector<float> KSLObject::getFloatArray(const std::string& name) const
 
 std::vector<float> KSLObject::getFloatArray(const std::string& name, const std::string& units) const
 {
-  const EvaluatingObject scope(this);
-  return readParam(name).getFloatArray(units);
+  return readNaming(name, [&](const ParamDefinition& param) { return param.getFloatArray(units); });
 }
 
 TripletBase<float> KSLObject::getTripletValue(const std::string& name) const
@@ -442,8 +464,7 @@ TripletBase<float> KSLObject::getTripletValue(const std::string& name) const
 
 TripletBase<float> KSLObject::getTripletValue(const std::string& name, const std::string& units) const
 {
-  const EvaluatingObject scope(this);
-  return readParam(name).getTripletValue(units);
+  return readNaming(name, [&](const ParamDefinition& param) { return param.getTripletValue(units); });
 }
 
 void KSLObject::copyInternals(KSLObject* target) const
