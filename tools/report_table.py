@@ -19,7 +19,7 @@ FOLDERS = ["platform", "KSLCore", "host", "plugins"]
 OTHERS = {
     " Looked for in '%s' and the system's places.", " [%s]", " for parameter '%s'", "%d changed, %d recalculated, %s\\n",
     "%d of %d %s", "%s (%s) x%d", "%s: %d more errors", "%s: %s", "%s: %s %s", "/RULES/%s:%s/Allowed Parent List",
-    "<entry %d>", "line=%d,col=%d,", "rolled back %d changes",
+    "%s Did you mean '%s'?", "<entry %d>", "line=%d,col=%d,", "rolled back %d changes",
 }
 
 LITERAL = r'"(?:[^"\\]|\\.)*"'

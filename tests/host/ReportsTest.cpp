@@ -112,6 +112,19 @@ TEST(Reports, FormatsForPrograms)
   }
 }
 
+// Whatever is in a text, a program can read what is said of it.
+TEST(Reports, DataIsEscaped)
+{
+  const std::string odd = "\xFF\x1B \"q\" \\ 100%\xE2\x82\xAC";
+  const std::string json = ksl({"run", "--format", "json", "-e", odd}).err;
+  EXPECT_NE(json.find(R"(line: '\ufffd\u001b \"q\" \\ 100%)"
+                      "\xE2\x82\xAC'."),
+            std::string::npos)
+      << json;
+  EXPECT_NE(ksl({"run", "--format", "github", "-e", "100%"}).err.find("line: '100%25'.\n"),
+            std::string::npos);
+}
+
 TEST(Reports, AreExplained)
 {
   const std::string printed = "cut.ksl:4:10: error[4]: Parameter 'Axis' cannot have value 'W'.";

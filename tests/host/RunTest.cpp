@@ -77,7 +77,7 @@ TEST(Run, LibrariesStandInPlaceOfTheDemo)
 
 TEST(Run, ExamplesReadBackFromTheirState)
 {
-  Arguments arguments{"run", "--state"};
+  Arguments arguments{"run", "--validate", "--state"};
   for (const char* name : {"01-cylinder-study", "02-palettes-and-lamps", "03-probe-sweep", "04-flow-picture",
                            "05-slices", "06-units", "07-expressions"})
     arguments.push_back(sourceDir() + "/examples/" + name + ".ksl");

@@ -5,6 +5,7 @@
 #include "platform/ORVUtilities.h"
 #include "database/KSLObject.h"
 #include "database/ObjectFactory.h"
+#include "database/PreferredUnits.h"
 #include "database/QuantityScanner.h"
 
 #include <algorithm>
@@ -34,9 +35,13 @@ std::string whyNoNumber(const std::string& item, const ParamDefinition& param)
   const UnitDimensions dimensions(*units);
   if (param.getType().starts_with("Integer"))
     return dimensions.isDimensionless() ? std::string() : _("An integer has no units.");
+  if (PreferredUnits::areThoseOfVariable(param.getName()))
+    return {};
   const std::vector<std::string> defaults = ParamDefinition::splitValue(param.getDefaultValue());
   const std::optional<Quantity> usual = defaults.empty() ? std::nullopt : scanQuantity(defaults.front());
-  if (!usual || !usual->hasUnits() || UnitDimensions(usual->getUnits()) == dimensions)
+  // A zero without units may be one of anything.
+  const bool isKnown = usual && (usual->hasUnits() || usual->getValue() != 0);
+  if (!isKnown || UnitDimensions(usual->getUnits()) == dimensions)
     return {};
   return _("The units are not those of the default, '%s'.", param.getDefaultValue());
 }

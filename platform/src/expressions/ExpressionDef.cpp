@@ -1,6 +1,7 @@
 #include "platform/ORVError.h"
 #include "platform/ORVExpressionFunctions.h"
 #include "platform/ORVExpressions.h"
+#include "platform/src/units/UnitsDatabase.h"
 #include "ExpressionParser.h"
 #include "ExpressionProgram.h"
 
@@ -36,13 +37,24 @@ std::string wordAt(std::string_view text, std::size_t position)
   return std::string(text.begin(), end == text.begin() && !text.empty() ? end + 1 : end);
 }
 
+Diagnostic aboutFault(const std::string& text, const std::string& parameter, const ExpressionFault& fault)
+{
+  const std::string word = wordAt(text, fault.position);
+  const bool isUnits = fault.position < text.size() && text[fault.position] == '[';
+  Diagnostic more = isUnits ? unknownUnits(word) : Diagnostic();
+  if (more.subject.empty())
+    more.subject = word;
+  more.parameter = parameter;
+  return more;
+}
+
 data::invalid makeError(const std::string& text, const std::string& parameter, const ExpressionFault& fault)
 {
   std::string where = parameter.empty() ? std::string() : _(" for parameter '%s'", parameter);
   return diagnosed(data::invalid(className, function,
                                  _("Cannot evaluate '%s'%s at column %d: %s.", text, where,
                                    columnOf(text, fault.position), fault.reason)),
-                   {.parameter = parameter, .subject = wordAt(text, fault.position)});
+                   aboutFault(text, parameter, fault));
 }
 
 }  // namespace

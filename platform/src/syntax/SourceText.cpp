@@ -46,12 +46,6 @@ bool says(LeafKind kind)
          && kind != LeafKind::continuation;
 }
 
-// What of a statement an error is about when its subject does not tell.
-LeafKind mainLeaf(Kind kind)
-{
-  return kind == Kind::parameter ? LeafKind::value : LeafKind::error;
-}
-
 }  // namespace
 
 SourceText::SourceText(std::string name, std::string text, SyntaxTree::Reading reading,
@@ -163,6 +157,7 @@ void SourceText::placeNode(Diagnostic& error, Index index) const
   const Kind kind = m_tree[index].kind;
   // A parameter that is no parameter is meant itself, any other by its value.
   const bool skipsName = kind == Kind::parameter && error.subject != error.parameter;
+  const LeafKind mainLeaf = error.parameter.empty() ? LeafKind::error : LeafKind::value;
   for (const Leaf& leaf : leaves) {
     if (!says(leaf.kind) || (skipsName && leaf.kind == LeafKind::parameter))
       continue;
@@ -171,7 +166,7 @@ void SourceText::placeNode(Diagnostic& error, Index index) const
       return placeBytes(error, leaf.offset + at, error.subject.size());
   }
   for (const Leaf& leaf : leaves)
-    if (leaf.kind == mainLeaf(kind))
+    if (leaf.kind == mainLeaf)
       return placeBytes(error, leaf.offset, leaf.size);
   const auto first =
       std::find_if(leaves.begin(), leaves.end(), [](const Leaf& leaf) { return says(leaf.kind); });
