@@ -74,7 +74,8 @@ TEST(Reports, AreWholeAsShown)
       makeFile("work/" + name, text);
     const Arguments arguments =
         each.arguments.empty() ? Arguments{"run", each.files.back().first} : each.arguments;
-    const Outcome outcome = ksl(arguments, {}, "ORV_KSL_LIBRARY_PATH=");
+    Outcome outcome = ksl(arguments, {}, "ORV_KSL_LIBRARY_PATH=");
+    outcome.err = std::regex_replace(outcome.err, std::regex("[^ ]*/(lib[a-z]*\\.so)"), "$1");
     EXPECT_EQ(outcome.err, withoutLastEmptyLine(each.report)) << each.name;
     EXPECT_EQ(outcome.out, "") << each.name;
     const bool isError = outcome.err.find("error[") != std::string::npos;
@@ -117,7 +118,8 @@ TEST(Reports, DataIsEscaped)
 {
   const std::string odd = "\xFF\x1B \"q\" \\ 100%\xE2\x82\xAC";
   const std::string json = ksl({"run", "--format", "json", "-e", odd}).err;
-  EXPECT_NE(json.find(R"(line: '\ufffd\u001b \"q\" \\ 100%)"
+  EXPECT_NE(json.find("line: '\xEF\xBF\xBD"
+                      R"(\u001b \"q\" \\ 100%)"
                       "\xE2\x82\xAC'."),
             std::string::npos)
       << json;

@@ -43,7 +43,8 @@ INSTANTIATE_TEST_SUITE_P(
         Story{"DescribeUnknown",
               {"describe", "CUTS"},
               {1, "",
-               "ksl: error[4]: 'CUTS' is neither a type nor an object. ksl describe lists the types.\n"}},
+               "ksl: error[4]: 'CUTS' is neither a type nor an object. ksl describe lists the types.\n  did "
+               "you mean 'CUT'?\n"}},
         Story{"DescribeUnknownParameter",
               {"describe", "CUT.Axes"},
               {1, "",
@@ -105,8 +106,12 @@ INSTANTIATE_TEST_SUITE_P(
               {1, "",
                "open.ksl:1:1: error[4]: Not enough END statements in KSL.\n  1 | CUT: a\n    | ^~~~~~\n"
                "  'CUT: a' has no END.\n"}},
-        Story{
-            "CheckWithALibraryOfOnesOwn", {"check", "lib.ksl", "pond.ksl", "--format", "short"}, {0, "", ""}},
+        Story{"CheckWithALibraryOfOnesOwn",
+              {"check", "lib.ksl", "pond.ksl", "--format", "short"},
+              {0, "",
+               "lib.ksl:4:5: warning[8]: Key 'Essental Parameter List' of definition '/RULES/OBJECT:POND' is "
+               "not "
+               "recognized.\n"}},
         Story{
             "CompletionOfNothing",
             {"completion", "tcsh"},

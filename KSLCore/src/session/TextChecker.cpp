@@ -548,12 +548,22 @@ class TextChecker::Impl {
     follow(node, words);
   }
 
+  ObjectIndex findNamed(Index node, const std::string& name)
+  {
+    bool isAmbiguous = false;
+    const ObjectIndex object = m_objects.findNamed(name, isAmbiguous);
+    if (isAmbiguous)
+      add(error("ObjectDB", "getObjectByName", _("Object name %s is ambiguous.", name)), node,
+          LeafKind::arguments, name);
+    return object;
+  }
+
   // What the action does to the objects.
   void follow(Index node, const std::vector<std::string>& words)
   {
     if (words.front() == "delete") {
       for (std::size_t i = 1; i < words.size(); ++i)
-        if (const ObjectIndex object = m_objects.findNamed(words[i]); object != CheckedObjects::none)
+        if (const ObjectIndex object = findNamed(node, words[i]); object != CheckedObjects::none)
           m_objects.remove(object);
     } else if (words.front() == "copy" || words.front() == "rename") {
       followCopy(node, words);
@@ -566,7 +576,7 @@ class TextChecker::Impl {
   {
     const std::string from = argumentOf(words, "from");
     const std::string to = argumentOf(words, "to");
-    const ObjectIndex source = m_objects.findNamed(from);
+    const ObjectIndex source = findNamed(node, from);
     if (source == CheckedObjects::none || source == CheckedObjects::root) {
       if (!m_unforeseen)
         add(error("KSLCopyImpl", "performCopy", _("Attempt to copy nonexistent object '%s' failed.", from)),
