@@ -36,8 +36,8 @@ class ORV_API SourceText {
   bool placeObject(Diagnostic& error, std::size_t lastLine) const;
   // The statement that this line of the text belongs to; of an END its header.
   bool placeLine(Diagnostic& error, std::size_t line) const;
-  // The first statement whose first line reads so.
-  bool placeText(Diagnostic& error, std::string_view line) const;
+  // The first statement that reads so, comments left out.
+  bool placeText(Diagnostic& error, std::string_view statement) const;
   // This part of the text.
   void placeBytes(Diagnostic& error, std::size_t offset, std::size_t size) const;
   // What explains a count of END that is off, which becomes the notes of the error. See explainEnds for the types.

@@ -13,13 +13,6 @@ namespace {
 
 constexpr std::string_view updateLine = "> update";
 
-std::string_view lineOf(std::string_view text, std::size_t number)
-{
-  for (; number > 1; --number)
-    text.remove_prefix(std::min(text.find('\n'), text.size() - 1) + 1);
-  return text.substr(0, text.find('\n'));
-}
-
 }  // namespace
 
 TextPlaces::TextPlaces(const TextSource& source, const std::string& text, kslUpdateMode mode,
@@ -63,14 +56,16 @@ bool TextPlaces::place(Diagnostic& error)
 // The update at the end is of no statement: it is that of the whole text.
 bool TextPlaces::placeStatement(Diagnostic& error, std::size_t line)
 {
-  if (line == 0 || (m_mode != kslUpdateDefault && lines[current].starts_with(updateLine)))
+  if (current >= lines.size() || (m_mode != kslUpdateDefault && lines[current].starts_with(updateLine)))
     return false;
-  return m_source.isExcerpt ? text().placeText(error, lineOf(m_text, line)) : text().placeLine(error, line);
+  if (m_source.isExcerpt || isRewritten)
+    return text().placeText(error, lines[current]);
+  return line > 0 && text().placeLine(error, line);
 }
 
 bool TextPlaces::isAction() const
 {
-  if (isRewritten || current >= lines.size())
+  if (current >= lines.size())
     return false;
   const std::string_view line = lines[current];
   return CommandLines::isActionLine(line) && !line.starts_with(updateLine);

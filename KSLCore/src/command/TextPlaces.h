@@ -26,7 +26,7 @@ class TextPlaces final : public ErrorLocator {
   TextPlaces& operator=(const TextPlaces&) = delete;
 
   KSLLines lines;            // what is run
-  bool isRewritten = false;  // by a functor: then statements cannot be told apart, only objects
+  bool isRewritten = false;  // by a functor: then statements are found by their texts, not by their numbers
   std::size_t current = 0;   // the line under way
 
   void locate(ErrorMsg& error) override;

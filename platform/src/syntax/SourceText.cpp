@@ -40,6 +40,13 @@ std::size_t findWords(std::string_view text, std::string_view words)
   return text.find(words);
 }
 
+// A blank behind the mark of an action, or none, is the same.
+std::string_view withoutMark(std::string_view statement)
+{
+  const std::string_view text = StringUtilities::trimmed(statement);
+  return text.starts_with('>') ? StringUtilities::trimmed(text.substr(1)) : text;
+}
+
 bool says(LeafKind kind)
 {
   return kind != LeafKind::blank && kind != LeafKind::lineEnd && kind != LeafKind::comment
@@ -137,11 +144,12 @@ bool SourceText::placeLine(Diagnostic& error, std::size_t line) const
   return true;
 }
 
-bool SourceText::placeText(Diagnostic& error, std::string_view line) const
+bool SourceText::placeText(Diagnostic& error, std::string_view statement) const
 {
+  const std::string_view wanted = withoutMark(StringUtilities::withoutComment(statement));
+  std::string room;
   for (Index i = 0; i < m_tree.size(); ++i) {
-    const std::string_view text = lexical::lineAt(m_tree.text(), m_tree[i].offset).text;
-    if (text != line)
+    if (withoutMark(m_tree.read(i, room).text) != wanted)
       continue;
     placeNode(error, i);
     return true;
