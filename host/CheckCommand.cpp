@@ -6,7 +6,7 @@
 #include "platform/ORVUtilities.h"
 #include "actions/FileText.h"
 #include "command/ActionFactory.h"
-#include "session/FileActions.h"
+#include "FileActions.h"
 #include "Host.h"
 #include "StandardStreams.h"
 #include "session/TextChecker.h"
@@ -14,7 +14,9 @@
 #include <algorithm>
 #include <deque>
 #include <filesystem>
-#include <iostream>
+#include <memory>
+#include <optional>
+#include <utility>
 
 using orv::CheckFinding;
 using orv::SyntaxTree;
@@ -129,35 +131,57 @@ std::vector<std::string> librariesFor(const Check& check, const TextOptions& inp
   return added;
 }
 
-std::string placeOf(const Text& text, std::size_t offset)
+// The line that a byte stands in, without its end.
+std::string lineAt(const std::string& text, std::size_t offset)
 {
-  const SyntaxTree::Position place = text.tree.position(offset);
-  return text.name + ":" + std::to_string(place.line) + ":" + std::to_string(place.column) + ": ";
+  const std::size_t begin = offset == 0 ? 0 : text.rfind('\n', offset - 1) + 1;
+  std::string line = text.substr(begin, text.find('\n', offset) - begin);
+  if (!line.empty() && line.back() == '\r')
+    line.pop_back();
+  return line;
+}
+
+orv::ErrorMsg reportOf(const CheckFinding& finding, const Text& text)
+{
+  orv::Diagnostic place = orv::oneOf(finding.subject, finding.valid);
+  const SyntaxTree::Position position = text.tree.position(finding.offset);
+  place.source = text.name;
+  place.line = position.line;
+  place.column = position.column;
+  place.length = finding.size;
+  place.lineText = lineAt(text.tree.text(), finding.offset);
+  place.object = finding.object;
+  place.parameter = finding.parameter;
+  for (const CheckFinding::Note& note : finding.notes) {
+    const SyntaxTree::Position at = text.tree.position(note.offset);
+    const bool isElsewhere = at.line != position.line;
+    place.notes.push_back({isElsewhere ? at.line : 0, isElsewhere ? at.column : 0, note.message});
+  }
+  orv::ErrorMsg report = finding.error;
+  report.setDiagnostic(std::make_shared<const orv::Diagnostic>(std::move(place)));
+  return report;
 }
 
 }  // namespace
 
 int CheckCommand::run(const Options& options)
 {
-  TextOptions input = options.input;
-  std::size_t errors = 0;
-  std::size_t warnings = 0;
-  const auto check = [&](const Host& host, const Check& texts) {
+  bool hasWarnings = false;
+  const auto report = [&](const Host& host, const Check& texts) {
     for (const CheckFinding& finding : texts.findings(host)) {
-      const bool isWarning = finding.error.getType() == orv::errorType::warning;
-      ++(isWarning ? warnings : errors);
-      std::cerr << placeOf(texts.textOf(finding), finding.offset)
-                << (isWarning ? "warning[8]: " : "error[4]: ") << finding.error.getMessage() << '\n';
-      for (const CheckFinding::Note& note : finding.notes)
-        std::cerr << placeOf(texts.textOf(finding), note.offset) << "note: " << note.message << '\n';
+      hasWarnings = hasWarnings || finding.error.getType() == orv::errorType::warning;
+      orv::ErrorProgressReporter::instance()->reportError(reportOf(finding, texts.textOf(finding)));
     }
   };
-  const Check texts(options);
-  input.libraries = librariesFor(texts, options.input);
-  const int status = runWithHost(input, [&](const Host& host) {
-    if (!options.load.empty() && !enterText(orv::loadStateText(options.load)))
-      return;
-    check(host, texts);
+  const int status = runReporting(options.input, [&] {
+    const Check texts(options);
+    TextOptions input = options.input;
+    input.libraries = librariesFor(texts, options.input);
+    input.validate = true;
+    withHost(input, [&](const Host& host) {
+      if (options.load.empty() || enterText(loadStateText(options.load)))
+        report(host, texts);
+    });
   });
-  return status != 0 ? status : errors > 0 || (options.denyWarnings && warnings > 0);
+  return status == 0 && hasWarnings && options.denyWarnings ? 1 : status;
 }

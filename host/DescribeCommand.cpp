@@ -12,6 +12,8 @@
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <unistd.h>
+#include <utility>
+#include <vector>
 
 using orv::KSLObject;
 using orv::ParamInfo;
@@ -33,8 +35,13 @@ const ParamInfo* requireParam(const TypeInfo& type, const std::string& name)
     return nullptr;
   if (const ParamInfo* param = type.findParam(name))
     return param;
-  throw orv::data::notFound("ksl", "describe",
-                            orv::_("Parameter '%s' is not defined for object type '%s'.", name, type.name));
+  std::vector<std::string> names;
+  for (const ParamInfo& param : type.params)
+    names.push_back(param.name);
+  throw orv::diagnosed(
+      orv::data::notFound("ksl", "describe",
+                          orv::_("Parameter '%s' is not defined for object type '%s'.", name, type.name)),
+      orv::oneOf(name, std::move(names)));
 }
 
 // The longest beginning of the text that is a type.
@@ -60,9 +67,11 @@ void fill(Subject& subject, const std::string& text)
   }
   const NamedParam named = findNamed(text);
   if (!named.object)
-    throw orv::data::notFound(
-        "ksl", "describe",
-        orv::_("'%s' is neither a type nor an object. ksl describe lists the types.", text));
+    throw orv::diagnosed(
+        orv::data::notFound(
+            "ksl", "describe",
+            orv::_("'%s' is neither a type nor an object. ksl describe lists the types.", text)),
+        orv::oneOf(text, TypeCatalogue::types()));
   subject.object = named.object;
   subject.type = TypeCatalogue::describe(named.object->getType());
   subject.param = requireParam(subject.type, named.param);

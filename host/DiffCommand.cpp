@@ -103,14 +103,14 @@ void enter(const TextOptions& input)
     session.requireWhole();
     const Silence silence;  // what failed when it was recorded fails again
     for (const orv::SessionFile::Command& command : session.commands())
-      enterText(command);
+      enterText(command, input.files.front());
     return;
   }
-  for (const Lines& text : readTexts(input)) {
-    const orv::SyntaxTree tree(orv::StringUtilities::vectorToString(text, '\n'));
+  for (const EnteredText& text : readTexts(input)) {
+    const orv::SyntaxTree tree(orv::StringUtilities::vectorToString(text.lines, '\n'));
     if (!tree.isFaulty())
       orv::KSLCoreAPI::instance()->setExternalKslUpdateMode(orv::kslUpdateAtEnd);
-    if (!isBlank(text))
+    if (!isBlank(text.lines))
       enterText(text);
   }
 }

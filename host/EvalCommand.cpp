@@ -3,7 +3,7 @@
 #include "platform/ORVError.h"
 #include "platform/ORVExpressions.h"
 #include "platform/ORVUnits.h"
-#include "session/FileActions.h"
+#include "FileActions.h"
 #include "Texts.h"
 
 #include <iostream>
@@ -53,11 +53,12 @@ int EvalCommand::run(const Options& options)
 {
   TextOptions input;
   input.libraries = options.libraries;
+  input.format = options.format;
   // Without its expressions there is no value, and one error is enough.
   return runWithTexts(input, [&options](const Texts&) {
     const ErrorWatch errors;
     if (!options.state.empty())
-      enterText(orv::loadStateText(options.state));
+      enterText(loadStateText(options.state));
     if (!errors.hasFailed())
       std::cout << evaluate(options).toString() << '\n';
   });

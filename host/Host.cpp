@@ -10,9 +10,9 @@
 
 Host* Host::s_current = nullptr;
 
-Host::Host(const std::vector<std::string>& libraries)
+Host::Host(const std::vector<std::string>& libraries, bool validate)
     : m_verbose(orv::ErrorProgressReporter::instance()->isVerbose()),
-      m_session(options(libraries))
+      m_session(options(libraries, validate))
 {
   orv::ErrorProgressReporter::instance()->setVerbose(m_verbose);
   m_stateWatch.attach();
@@ -32,10 +32,11 @@ Host::~Host()
   m_stateWatch.detach();
 }
 
-orv::SessionOptions Host::options(const std::vector<std::string>& libraries)
+orv::SessionOptions Host::options(const std::vector<std::string>& libraries, bool validate)
 {
   orv::SessionOptions options;
   options.library = orv::StringUtilities::vectorToString(libraries, ',');
+  options.validate = validate;
   options.changes = false;  // those who show them record them
   options.updateMode = orv::kslUpdateDefault;
   options.sink = orv::ErrorProgressReporter::instance()->getSink();

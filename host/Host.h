@@ -16,7 +16,8 @@ class Host {
   // Reads definition libraries (files or directories, whose names hold no comma) and makes types of their
   // RULES. Without any given: those of the environment variable ORV_KSL_LIBRARY_PATH when it is set, else the
   // demo library. Throws what orv::Session does; everything is down again then.
-  explicit Host(const std::vector<std::string>& libraries);
+  // `validate` warns of misspelt keys in RULES.
+  Host(const std::vector<std::string>& libraries, bool validate);
   Host(const Host&) = delete;
   Host& operator=(const Host&) = delete;
   ~Host();
@@ -38,7 +39,7 @@ class Host {
   void passOverSaves(bool on);
 
  private:
-  orv::SessionOptions options(const std::vector<std::string>& libraries);
+  orv::SessionOptions options(const std::vector<std::string>& libraries, bool validate);
 
   static Host* s_current;
 

@@ -2,8 +2,6 @@
 
 #include "session/FileActions.h"
 
-#include <utility>
-
 namespace {
 
 // The library takes its places as one list; see KSLAPI::readNamedLibraries.
@@ -16,14 +14,20 @@ void readLibrary(const std::string& path, TextOptions& options)
 
 void readUpdateMode(const std::string& word, TextOptions& options)
 {
-  if (word == "at-end")
-    options.updateMode = orv::kslUpdateAtEnd;
-  else if (word == "default")
-    options.updateMode = orv::kslUpdateDefault;
-  else if (word == "no-action")
-    options.updateMode = orv::kslUpdateNoAction;
-  else
-    throw CLI::ValidationError("--update-mode", "'" + word + "' is none of at-end, default, no-action");
+  options.updateMode = meaningOf<orv::kslUpdateMode>("--update-mode", word,
+                                                     {{"at-end", orv::kslUpdateAtEnd},
+                                                      {"default", orv::kslUpdateDefault},
+                                                      {"no-action", orv::kslUpdateNoAction}});
+}
+
+void readFormat(const std::string& word, ReportFormat& format)
+{
+  format = meaningOf<ReportFormat>("--format", word,
+                                   {{"text", ReportFormat::text},
+                                    {"short", ReportFormat::shortText},
+                                    {"json", ReportFormat::json},
+                                    {"sarif", ReportFormat::sarif},
+                                    {"github", ReportFormat::github}});
 }
 
 }  // namespace
@@ -45,13 +49,26 @@ void addFile(CLI::App& app, const char* name, const char* help, bool written, st
   addOption(app, name, "FILE", help, take);
 }
 
-void addRules(CLI::App& command, TextOptions& options)
+void addFormat(CLI::App& command, ReportFormat& format)
+{
+  addOption(command, "--format", "text|short|json|sarif|github",
+            "How errors are shown (short is one line); with json, states too",
+            [&format](const std::string& word) { readFormat(word, format); });
+}
+
+void addLibraries(CLI::App& command, TextOptions& options)
 {
   addOption(command, "--library", "PATH",
             "Read definitions from this file or directory in place of the built-in ones; may be repeated",
             [&options](const std::string& path) { readLibrary(path, options); });
   command.add_flag("--validate", options.validate,
                    "Check types and parameter names before anything is changed");
+}
+
+void addRules(CLI::App& command, TextOptions& options)
+{
+  addFormat(command, options.format);
+  addLibraries(command, options);
 }
 
 void addLoad(CLI::App& command, std::string& file)

@@ -2,6 +2,7 @@
 
 #include "platform/ORVError.h"
 #include "ChangeText.h"
+#include "ErrorPrinter.h"
 #include "TextTable.h"
 #include "Values.h"
 #include "session/Planner.h"
@@ -89,18 +90,16 @@ void plan(const PlanCommand::Options& options)
   TextOptions input;
   input.files = options.files;
   Texts texts = readTexts(input);
-  std::vector<std::string> names = options.files;
-  for (std::size_t i = texts.size(); i-- > 0;)
-    if (isBlank(texts[i])) {
-      texts.erase(texts.begin() + static_cast<std::ptrdiff_t>(i));
-      names.erase(names.begin() + static_cast<std::ptrdiff_t>(i));
-    }
-  const Plan result = orv::Planner(harmlessActions()).plan(texts);
+  std::erase_if(texts, [](const EnteredText& text) { return isBlank(text.lines); });
+  std::vector<orv::Planner::Text> planned;
+  for (const EnteredText& text : texts)
+    planned.push_back({text.lines, text.source});
+  const Plan result = orv::Planner(harmlessActions()).plan(planned);
   for (std::size_t i = 0; i < result.steps.size(); ++i) {
     for (const orv::ErrorMsg& report : result.steps[i].reports)
       orv::ErrorProgressReporter::instance()->reportError(report);
     if (result.steps[i].failed)
-      std::cerr << "nothing of " << (names[i] == "-" ? "<stdin>" : names[i]) << " would be done\n";
+      ErrorPrinter::remark("nothing of " + texts[i].source.name + " would be done");
   }
   if (options.query.format == OutputFormat::json)
     std::cout << printedJson(jsonOf(result));

@@ -1,4 +1,5 @@
 #include "Query.h"
+#include "FileActions.h"
 
 #include "platform/ORVError.h"
 #include "platform/ORVOutputFiles.h"
@@ -6,7 +7,6 @@
 #include "database/KSLObject.h"
 #include "database/ObjectDB.h"
 #include "command/KSLInterface.h"
-#include "session/FileActions.h"
 #include "session/QuietActions.h"
 
 namespace {
@@ -21,13 +21,6 @@ const orv::KSLObject* objectNamed(const std::string& pathOrName)
   return text.front() == '/' ? database->getObjectByPath(text) : database->getObjectByName(text);
 }
 
-std::string nameOf(const TextOptions& input, std::size_t index)
-{
-  if (index < input.files.size())
-    return input.files[index] == "-" ? "<stdin>" : input.files[index];
-  return "-e";
-}
-
 }  // namespace
 
 const std::vector<std::string>& harmlessActions()
@@ -40,19 +33,19 @@ int runQuery(const QueryOptions& options, const std::function<void()>& work,
              const std::function<void(const std::string&)>& watch)
 {
   return runWithHost(options.input, [&](Host&) {
-    const std::vector<Lines> texts = readTexts(options.input);
+    const Texts texts = readTexts(options.input);
     const orv::QuietActions quiet(*orv::KSLInterface::instance()->getExecutive(), harmlessActions());
     orv::OutputFiles::instance()->setDropping(true);
     const orv::ScopeGuard writeAgain([] { orv::OutputFiles::instance()->setDropping(false); });
-    const auto enter = [&](const std::string& name, const Lines& text) {
+    const auto enter = [&](const EnteredText& text, const std::string& name) {
       if (watch)
         watch(name);
-      return isBlank(text) || enterText(text);
+      return isBlank(text.lines) || enterText(text);
     };
-    if (!options.load.empty() && !enter(options.load, Lines{orv::loadStateText(options.load)}))
+    if (!options.load.empty() && !enter(loadStateText(options.load), options.load))
       return;
-    for (std::size_t i = 0; i < texts.size(); ++i)
-      enter(nameOf(options.input, i), texts[i]);
+    for (const EnteredText& text : texts)
+      enter(text, text.source.name);
     if (watch)
       watch({});
     work();

@@ -6,10 +6,11 @@
 #include "command/KSLCoreAPI.h"
 #include "command/KSLUpdateInfo.h"
 #include "actions/ORVMPStream.h"
-#include "session/FileActions.h"
+#include "FileActions.h"
 #include "Host.h"
 #include "ObjectText.h"
 #include "Trace.h"
+#include "Values.h"
 
 #include <chrono>
 #include <iostream>
@@ -37,7 +38,7 @@ void RunCommand::enter(const Texts& texts)
   if (m_options.traceChanges || m_options.timings)
     orv::KSLCoreAPI::instance()->recordKSLChanges(true);
   GraphTrace* const trace = graph ? &*graph : nullptr;
-  const auto enterFile = [&](const std::string& file, std::string (*text)(const std::string&)) {
+  const auto enterFile = [&](const std::string& file, EnteredText (*text)(const std::string&)) {
     return file.empty() || enterWatched(text(file), trace);
   };
 
@@ -45,22 +46,22 @@ void RunCommand::enter(const Texts& texts)
   if (!m_options.replay.empty())
     session = readSession();  // before anything is done: it may be refused
   // What follows would not be what was asked for without these.
-  if (!enterFile(m_options.record, orv::startRecordingText))
+  if (!enterFile(m_options.record, startRecordingText))
     return;
   const orv::ScopeGuard endRecording([this] {
     if (!m_options.record.empty())
-      enterText(orv::endRecordingText());
+      enterText(endRecordingText());
   });
-  if (!enterFile(m_options.load, orv::loadStateText))
+  if (!enterFile(m_options.load, loadStateText))
     return;
   if (m_options.autoSave)
     beginAutoSave();
   const orv::ScopeGuard endAutoSave([this] { m_autoSave.reset(); });
   if (session)
     replay(*session, trace);
-  for (const Lines& text : texts)
+  for (const EnteredText& text : texts)
     enterWatched(text, trace);
-  if (enterFile(m_options.save, orv::saveStateText) && m_autoSave)
+  if (enterFile(m_options.save, saveStateText) && m_autoSave)
     m_autoSave->endWell();
 }
 
@@ -93,13 +94,18 @@ void RunCommand::replay(const orv::SessionFile& session, GraphTrace* graph)
   });
   Host::current()->passOverSaves(!m_options.writeFiles);
   if (m_options.replayAsOne) {
-    enterWatched(orv::replayText(m_options.replay), graph);
+    enterWatched(replayText(m_options.replay), graph);
     return;
   }
   orv::ORVMPStream::setFallbackDirectory(orv::ORVFile::getPath(m_options.replay));
   for (const orv::SessionFile::Command& command : session.commands())
     if (!enterWatched(command, graph))
       std::cerr << m_options.replay << ':' << command.line << ": this command failed, the replay goes on\n";
+}
+
+bool RunCommand::enter(const orv::SessionFile::Command& command) const
+{
+  return enterText(command, m_options.replay);
 }
 
 template <class Text>
@@ -109,7 +115,7 @@ bool RunCommand::enterWatched(const Text& text, GraphTrace* graph)
   if (m_autoSave)
     m_autoSave->saveIfDue();  // a calculation may end the program
   const Clock::time_point start = Clock::now();
-  const bool good = enterText(text);
+  const bool good = enter(text);
   const std::chrono::duration<double> time = Clock::now() - start;
   if (m_autoSave)
     m_autoSave->saveIfDue();
@@ -125,6 +131,12 @@ bool RunCommand::enterWatched(const Text& text, GraphTrace* graph)
 
 void RunCommand::printState() const
 {
+  if (m_options.state.empty())
+    return;
+  if (m_options.input.format == ReportFormat::json) {
+    std::cout << stateJson(m_options.state);
+    return;
+  }
   std::string text;
   for (const std::string& list : m_options.state)
     text += stateText(list);

@@ -4,10 +4,11 @@
 #include "platform/ORVUtilities.h"
 #include "database/KSLObject.h"
 #include "database/ObjectDB.h"
+#include "session/FileActions.h"
 #include "command/KSLCoreAPI.h"
 #include "command/KSLInterface.h"
-#include "session/FileActions.h"
 #include "Completer.h"
+#include "FileActions.h"
 #include "Host.h"
 #include "ObjectText.h"
 
@@ -82,7 +83,7 @@ int Shell::run(const Options& options)
   bool leftWell = false;
   const int status = runWithHost(options.input, [&](Host& host) {
     Shell shell(host, options);
-    const orv::ScopeGuard endRecording([] { enterText(orv::endRecordingText()); });
+    const orv::ScopeGuard endRecording([] { enterText(endRecordingText()); });
     if (!shell.begin(options))
       return;
     shell.loop();
@@ -110,10 +111,10 @@ Shell::Shell(Host& host, const Options& options)
 
 bool Shell::begin(const Options& options)
 {
-  if (!options.record.empty() && !enterText(orv::startRecordingText(options.record)))
+  if (!options.record.empty() && !enterText(startRecordingText(options.record)))
     return false;
   if (!options.load.empty()) {
-    if (!enterText(orv::loadStateText(options.load)))
+    if (!enterText(loadStateText(options.load)))
       return false;
     m_host.setSaved();
     m_autoSave.forgetChanges();
@@ -141,7 +142,7 @@ void Shell::offerLeftover()
   std::cout << lost << std::flush;
   if (m_reader->read("Load it? [Y/n] ", answer) == LineReader::Result::line
       && StringUtilities::toLower(answer).substr(0, 1) != "n")
-    enter({orv::loadStateText(file)}, "> readstate " + file);
+    enter({loadStateText(file)}, "> readstate " + file);
 }
 
 void Shell::loop()
@@ -180,11 +181,11 @@ void Shell::takeLine(const std::string& line)
 void Shell::enterCommand()
 {
   const Lines text = m_input.take();
-  enter(text, commandTitle(text));
+  enter({text, {.name = orv::_("<entry %d>", ++m_entries)}}, commandTitle(text));
 }
 
 // False when an error was reported.
-bool Shell::enter(const Lines& text, const std::string& name)
+bool Shell::enter(const EnteredText& text, const std::string& name)
 {
   using Clock = std::chrono::steady_clock;
   const Clock::time_point start = Clock::now();
@@ -254,7 +255,15 @@ void Shell::runOwnCommand(const std::string& line)
       return reportMistake(orv::_("%s takes no argument.", word));
     return (this->*command.run)(argument);
   }
-  reportMistake(orv::_("There is no command '%s'. .help lists those that there are.", word));
+  std::vector<std::string> words;
+  for (const OwnCommand& command : ownCommands())
+    words.emplace_back(command.word);
+  orv::Diagnostic more = orv::oneOf(word, std::move(words));
+  more.valid.clear();
+  orv::ErrorProgressReporter::instance()->reportError(diagnosed(
+      orv::data::notFound("ksl", "shell",
+                          orv::_("There is no command '%s'. .help lists those that there are.", word)),
+      std::move(more)));
 }
 
 void Shell::showHelp(const std::string&)
@@ -311,7 +320,7 @@ void Shell::moveInHistory(const std::string& count, const char* action, const ch
   for (std::size_t i = 0; i < wanted; ++i) {
     const std::string name = (m_steps.*steps)().back();
     std::cout << done << name << '\n';
-    if (!enter({command}, command))
+    if (!enter({{command}, {.name = std::string(".") + action}}, command))
       return;
   }
 }

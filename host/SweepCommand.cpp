@@ -38,7 +38,7 @@ void writeTable(const SweepCommand::Options& options)
 
 int SweepCommand::run(const Options& options)
 {
-  const ErrorPrinter printer;
+  const ErrorPrinter printer(ReportFormat::text);
   try {
     writeTable(options);
   } catch (const orv::Interrupt&) {

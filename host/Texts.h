@@ -2,7 +2,9 @@
 #pragma once
 
 #include "command/KSLUpdateMode.h"
+#include "command/TextSource.h"
 #include "actions/SessionFile.h"
+#include "ReportText.h"
 
 #include <functional>
 #include <string>
@@ -17,10 +19,16 @@ struct TextOptions {
   orv::kslUpdateMode updateMode = orv::kslUpdateDefault;
   bool validate = false;
   bool traceErrors = false;
+  ReportFormat format = ReportFormat::text;
 };
 
 using Lines = std::vector<std::string>;
-using Texts = std::vector<Lines>;
+// One command, and where errors in it are.
+struct EnteredText {
+  Lines lines;
+  orv::TextSource source;
+};
+using Texts = std::vector<EnteredText>;
 
 // The texts of the options in order, also those without a statement. Throws what reading a file does.
 Texts readTexts(const TextOptions& options);
@@ -34,10 +42,13 @@ bool isBlank(const Lines& lines);
 int runWithTexts(const TextOptions& options, const std::function<void(const Texts&)>& work);
 // The same for work that reads its own texts.
 int runWithHost(const TextOptions& options, const std::function<void(Host&)>& work);
+// The same for work that brings the library up itself, or does without; and how it does so. withHost lets out what
+// the start and the work throw.
+int runReporting(const TextOptions& options, const std::function<void()>& work);
+void withHost(const TextOptions& options, const std::function<void(Host&)>& work);
 
 // Enters a text as one command; one that fails is taken back, which is told. False when an error was reported.
 // Throws orv::Interrupt once Ctrl-C was pressed meanwhile; that, too, was told.
-bool enterText(const Lines& text);
-bool enterText(const std::string& line);
-// The same for a command of a session, which is not recorded again.
-bool enterText(const orv::SessionFile::Command& command);
+bool enterText(const EnteredText& text);
+// The same for a command of a session file, which is not recorded again.
+bool enterText(const orv::SessionFile::Command& command, const std::string& file);

@@ -25,28 +25,19 @@ struct Tools::Options {
 
 namespace {
 
-void readFormat(const std::string& word, const std::vector<std::pair<const char*, OutputFormat>>& known,
-                OutputFormat& format)
+// Of what is printed; reports come as data when that does.
+void addFormat(CLI::App& command, QueryOptions& options, bool csv = false)
 {
-  std::string names;
-  for (const auto& [name, value] : known) {
-    if (word == name) {
-      format = value;
-      return;
-    }
-    names += (names.empty() ? "" : ", ") + std::string(name);
-  }
-  throw CLI::ValidationError("--format", "'" + word + "' is none of " + names);
-}
-
-void addFormat(CLI::App& command, OutputFormat& format, bool csv = false)
-{
-  std::vector<std::pair<const char*, OutputFormat>> known{{"text", OutputFormat::text},
+  std::vector<std::pair<std::string, OutputFormat>> known{{"text", OutputFormat::text},
                                                           {"json", OutputFormat::json}};
   if (csv)
     known.emplace_back("csv", OutputFormat::csv);
   addOption(command, "--format", csv ? "text|json|csv" : "text|json", "How to print",
-            [known, &format](const std::string& word) { readFormat(word, known, format); });
+            [known, &options](const std::string& word) {
+              options.format = meaningOf<OutputFormat>("--format", word, known);
+              options.input.format =
+                  options.format == OutputFormat::json ? ReportFormat::json : ReportFormat::text;
+            });
 }
 
 // What there is to look at.
@@ -56,7 +47,7 @@ void addObjects(CLI::App& command, QueryOptions& options)
   addOption(command, "-f", "FILE", "Enter this file first; - is standard input; may be repeated",
             [&options](const std::string& file) { options.input.files.push_back(file); });
   addEntering(command, options.input);
-  addRules(command, options.input);
+  addLibraries(command, options.input);
 }
 
 }  // namespace
@@ -91,7 +82,7 @@ void Tools::addDescribe(CLI::App& app)
       ->add_option("SUBJECT", options.subject,
                    "A type, TYPE.PARAM, an object or PATH.PARAM; without one, all types are listed")
       ->type_name("");
-  addFormat(*command, options.query.format);
+  addFormat(*command, options.query);
   addOption(*command, "--html", "DIR", "Write a reference manual of all types into this folder, as HTML",
             [&options](const std::string& folder) { options.html = folder; });
   addOption(*command, "--markdown", "DIR", "The same as Markdown",
@@ -115,7 +106,7 @@ void Tools::addGet(CLI::App& app)
       ->type_name("");
   addOption(*command, "--in", "UNIT", "Show numbers in these units",
             [&options](const std::string& units) { options.units = units; });
-  addFormat(*command, options.query.format, true);
+  addFormat(*command, options.query, true);
   addObjects(*command, options.query);
   add(command, [&options] { return GetCommand::run(options); });
 }
@@ -131,8 +122,8 @@ void Tools::addDiff(CLI::App& app)
       ->type_name("");
   command->add_flag("--values", options.values,
                     "What means the same is equal: 25 [cm] and 0.25 [m], On and Yes");
-  addFormat(*command, options.query.format);
-  addRules(*command, options.query.input);
+  addFormat(*command, options.query);
+  addLibraries(*command, options.query.input);
   add(command, [&options] { return DiffCommand::run(options); });
 }
 
@@ -143,7 +134,7 @@ void Tools::addPlan(CLI::App& app)
   command->add_option("FILE", options.files, "Files to plan, in order; - is standard input")
       ->required()
       ->type_name("");
-  addFormat(*command, options.query.format);
+  addFormat(*command, options.query);
   addObjects(*command, options.query);
   add(command, [&options] { return PlanCommand::run(options); });
 }
@@ -154,7 +145,7 @@ void Tools::addWhy(CLI::App& app)
   CLI::App* command =
       app.add_subcommand("why", "Tell what an object is computed from, and which change reached it last");
   command->add_option("PATH", options.subject, "A path or name, or PATH.PARAM")->required()->type_name("");
-  addFormat(*command, options.query.format);
+  addFormat(*command, options.query);
   addObjects(*command, options.query);
   add(command, [&options] { return WhyCommand::run(options); });
 }

@@ -2,6 +2,7 @@
 #include "platform/ORVSystem.h"
 #include "platform/ORVUtilities.h"
 #include "EvalCommand.h"
+#include "ExplainCommand.h"
 #include "FormatCommand.h"
 #include "GraphCommand.h"
 #include "Options.h"
@@ -14,9 +15,11 @@
 
 #include <CLI/CLI.hpp>
 #include <functional>
+#include <iostream>
 #include <memory>
 #include <string>
 #include <utility>
+#include <vector>
 
 namespace {
 
@@ -32,21 +35,13 @@ class HelpFormatter : public CLI::Formatter {
 
 void readTrace(const std::string& words, RunCommand::Options& options)
 {
-  for (const std::string& word : orv::StringUtilities::stringToVector(words, ',')) {
-    if (word == "notify")
-      options.traceNotifications = true;
-    else if (word == "errors")
-      options.input.traceErrors = true;
-    else if (word == "changes")
-      options.traceChanges = true;
-    else if (word == "graph")
-      options.traceGraph = true;
-    else if (word == "files")
-      options.traceFiles = true;
-    else
-      throw CLI::ValidationError("--trace",
-                                 "'" + word + "' is none of notify, changes, errors, graph, files");
-  }
+  const std::vector<std::pair<std::string, bool*>> traces = {{"notify", &options.traceNotifications},
+                                                             {"changes", &options.traceChanges},
+                                                             {"errors", &options.input.traceErrors},
+                                                             {"graph", &options.traceGraph},
+                                                             {"files", &options.traceFiles}};
+  for (const std::string& word : orv::StringUtilities::stringToVector(words, ','))
+    *meaningOf<bool*>("--trace", word, traces) = true;
 }
 
 void addRecord(CLI::App& command, std::string& file)
@@ -134,6 +129,7 @@ CLI::App* addEval(CLI::App& app, EvalCommand::Options& options)
                  "Show it as a difference, where 10 K are 18 F; what an expression subtracts is one anyway")
       ->needs(eval->get_option("--in"));
   addLoad(*eval, options.state);
+  addFormat(*eval, options.format);
   return eval;
 }
 
@@ -162,7 +158,7 @@ CLI::App* addSweep(CLI::App& app, SweepCommand::Options& options)
   return sweep;
 }
 
-CLI::App* addFormat(CLI::App& app, FormatCommand::Options& options)
+CLI::App* addFormatter(CLI::App& app, FormatCommand::Options& options)
 {
   CLI::App* format = app.add_subcommand("fmt", "Put KSL files into the one style; docs/ksl.md");
   format
@@ -173,7 +169,41 @@ CLI::App* addFormat(CLI::App& app, FormatCommand::Options& options)
   format->add_flag("--check", options.check,
                    "Write nothing; name the files that are not in the style, with exit status 1");
   format->add_flag("--diff", options.diff, "Write nothing; show what would change");
+  addFormat(*format, options.format);
   return format;
+}
+
+CLI::App* addExplain(CLI::App& app, std::string& text)
+{
+  CLI::App* explain =
+      app.add_subcommand("explain", "Say what a report means, and what to do; docs/errors.md");
+  explain->add_option("TEXT", text, "The report, or its message")->required()->type_name("");
+  return explain;
+}
+
+// What an argument that nobody expected was meant to be, as a line; empty when nothing is close.
+std::string suggestionFor(const CLI::App& app, const CLI::ParseError& error)
+{
+  const std::string message = error.what();
+  const std::size_t colon = message.find(": ");
+  if (dynamic_cast<const CLI::ExtrasError*>(&error) == nullptr || colon == std::string::npos)
+    return {};
+  const std::vector<CLI::App*> chosen = app.get_subcommands();
+  std::vector<std::string> options;
+  for (const CLI::Option* option : (chosen.empty() ? &app : chosen.front())->get_options())
+    options.push_back(option->get_single_name());
+  std::vector<std::string> commands;
+  for (const CLI::App* command : app.get_subcommands(nullptr))
+    commands.push_back(command->get_name());
+  for (const std::string& word : orv::StringUtilities::stringToVector(message.substr(colon + 2), ' ')) {
+    const std::size_t name = word.find_first_not_of('-');
+    const bool isOption = name > 0 && name != std::string::npos;
+    const std::string meant = orv::StringUtilities::closest(
+        isOption ? word.substr(name, word.find('=') - name) : word, isOption ? options : commands);
+    if (!meant.empty())
+      return "Did you mean '" + (isOption ? (meant.size() == 1 ? "-" : "--") + meant : meant) + "'?\n";
+  }
+  return {};
 }
 
 }  // namespace
@@ -201,7 +231,9 @@ int main(int argc, char** argv)
   EvalCommand::Options evalOptions;
   const CLI::App* eval = addEval(app, evalOptions);
   FormatCommand::Options formatOptions;
-  const CLI::App* format = addFormat(app, formatOptions);
+  const CLI::App* format = addFormatter(app, formatOptions);
+  std::string report;
+  const CLI::App* explain = addExplain(app, report);
   SweepCommand::Options sweepOptions;
   const CLI::App* sweep = addSweep(app, sweepOptions);
   const Tools tools(app);
@@ -209,7 +241,10 @@ int main(int argc, char** argv)
     app.parse(argc, argv);
     checkFiles(runOptions);
   } catch (const CLI::ParseError& error) {
-    return app.exit(error) == 0 ? 0 : wrongUsage;
+    if (app.exit(error) == 0)
+      return 0;
+    std::cerr << suggestionFor(app, error);
+    return wrongUsage;
   }
   if (eval->parsed())
     return EvalCommand::run(evalOptions);
@@ -217,6 +252,8 @@ int main(int argc, char** argv)
     return FormatCommand::run(formatOptions);
   if (sweep->parsed())
     return SweepCommand::run(sweepOptions);
+  if (explain->parsed())
+    return ExplainCommand::run(report);
   if (const std::function<int()>* tool = tools.asked())
     return (*tool)();
   if (app.get_subcommands().empty())

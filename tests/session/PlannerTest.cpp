@@ -82,7 +82,7 @@ RC_GTEST_PROP(Planner, ThePlanIsWhatHappensAndNothingElse, ())
     system.errors();
     system.notifications();
     const KSLUpdateInfo::UpdateList items = recorded();
-    const Plan plan = Planner().plan({lines});
+    const Plan plan = Planner().plan({{lines}});
     RC_ASSERT(traces(system) == before);
     RC_ASSERT(system.errors() + system.notifications() == "");
     RC_ASSERT(recorded() == items);
@@ -102,9 +102,9 @@ TEST(Planner, ActionsThatReachFurtherAreToldAndNotDone)
   system.registerAction("launch", [&](const auto&) { done = true; });
   const std::string file = folder / "saved.qst";
   const Plan plan =
-      Planner().plan({{"BOX: a", "Size = 2", "Picture = a.svg", "END", "> savestate filename=" + file,
-                       "> launch now", "> session start, filename=" + file},
-                      {"> delete a"}});
+      Planner().plan({{{"BOX: a", "Size = 2", "Picture = a.svg", "END", "> savestate filename=" + file,
+                        "> launch now", "> session start, filename=" + file}},
+                      {{"> delete a"}}});
   EXPECT_EQ(plan.writtenFiles, (std::vector<std::string>{file, file}));
   EXPECT_EQ(plan.passedOver, std::vector<std::string>{"launch, now"});
   ASSERT_EQ(plan.namedFiles.size(), 1u);

@@ -5,6 +5,7 @@
 #include "platform/ORVUtilities.h"
 #include "command/CommandNotifier.h"
 #include "command/KSLUpdateMode.h"
+#include "command/TextSource.h"
 
 #include <map>
 #include <memory>
@@ -70,11 +71,12 @@ class ORV_API KSLCoreAPI : public ObserverSubject {
   // Runs a command text; errors inside are reported and recovered from, not thrown. A nested one throws what carries
   // its failure outward. Throws internal::badParam, class "KSLCoreAPI", function "processKSL", "Input parameter %s is empty." with
   // "p_KSLStr" for an empty text.
-  void processKSL(const std::string& text, kslUpdateMode mode);
+  // Errors name the source, and their place in it, where they can be shown.
+  void processKSL(const std::string& text, kslUpdateMode mode, const TextSource& from = {});
   // Runs lines that the application's user entered, in the external update mode; with kslUpdateAtEnd ">
   // update" is added. While a session is recorded they are written to its file first, also when they fail then.
   // Throws as processKSL.
-  void externalProcessKSL(const std::vector<std::string>& lines);
+  void externalProcessKSL(const std::vector<std::string>& lines, const TextSource& from = {});
   // A command in pieces, as KSLInterface has it, with the notifications of a text. What externalProcessKSL is given
   // meanwhile is recorded as one text, when the command has been done.
   bool beginCommand();
@@ -170,7 +172,7 @@ class ORV_API KSLCoreAPI : public ObserverSubject {
  private:
   KSLCoreAPI();
   ~KSLCoreAPI() override;
-  void processText(const std::string& text, kslUpdateMode mode, ParsedText* ahead);
+  void processText(const std::string& text, kslUpdateMode mode, const TextSource& from, ParsedText* ahead);
   void beginParseKSL();
   void endParseKSL();
   void closeCommand();

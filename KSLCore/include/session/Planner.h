@@ -4,6 +4,7 @@
 #include "platform/ORVError.h"
 #include "platform/ORVExport.h"
 #include "command/KSLUpdateInfo.h"
+#include "command/TextSource.h"
 #include "session/CalculationLog.h"
 
 #include <string>
@@ -63,7 +64,11 @@ class ORV_API Planner {
   // The program's own actions that are done rather than passed over; see QuietActions.
   explicit Planner(std::vector<std::string> harmlessActions = {}) : m_harmless(std::move(harmlessActions)) {}
 
-  Plan plan(const std::vector<std::vector<std::string>>& texts) const;
+  struct Text {
+    std::vector<std::string> lines;
+    TextSource source = {};  // as its errors name it
+  };
+  Plan plan(const std::vector<Text>& texts) const;
 
  private:
   std::vector<std::string> m_harmless;

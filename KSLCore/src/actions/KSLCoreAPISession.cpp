@@ -36,7 +36,7 @@ std::optional<ParsedText> parsedAhead(const std::string& text, kslUpdateMode mod
 
 }  // namespace
 
-void KSLCoreAPI::externalProcessKSL(const std::vector<std::string>& lines)
+void KSLCoreAPI::externalProcessKSL(const std::vector<std::string>& lines, const TextSource& from)
 {
   std::string text;
   std::optional<ParsedText> ahead;
@@ -51,7 +51,7 @@ void KSLCoreAPI::externalProcessKSL(const std::vector<std::string>& lines)
   } catch (...) {  // there is no memory: what cannot be recorded is not run
     return KSLInterface::instance()->failParse();
   }
-  processText(text, m_externalMode, ahead ? &*ahead : nullptr);
+  processText(text, m_externalMode, from, ahead ? &*ahead : nullptr);
   if (m_commandOpen)
     m_entered.append(text).append("\n");
 }

@@ -43,12 +43,13 @@ KSLCoreAPI::~KSLCoreAPI()
   stopRecording();
 }
 
-void KSLCoreAPI::processKSL(const std::string& text, kslUpdateMode mode)
+void KSLCoreAPI::processKSL(const std::string& text, kslUpdateMode mode, const TextSource& from)
 {
-  processText(text, mode, nullptr);
+  processText(text, mode, from, nullptr);
 }
 
-void KSLCoreAPI::processText(const std::string& text, kslUpdateMode mode, ParsedText* ahead)
+void KSLCoreAPI::processText(const std::string& text, kslUpdateMode mode, const TextSource& from,
+                             ParsedText* ahead)
 {
   if (m_parseCount == 0 && m_recorder)
     m_recorder->reset();
@@ -66,7 +67,7 @@ void KSLCoreAPI::processText(const std::string& text, kslUpdateMode mode, Parsed
   } catch (...) {
     return commands->failParse();
   }
-  commands->parseKSL(text, mode, ahead);
+  commands->parseKSL(text, mode, from, ahead);
 }
 
 bool KSLCoreAPI::beginCommand()

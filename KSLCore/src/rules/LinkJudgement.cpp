@@ -178,7 +178,7 @@ void LinkJudgement::judgeOne(NamedTargets& found) const
   if (!found.fault)
     return;
   if (isStrict(found))
-    (m_mode == Mode::set ? found.refusal : found.fault)->raise();
+    (m_mode == Mode::set ? found.refusal : found.fault)->raise(found.link->owner(), found.link->name());
   if (m_mode != Mode::set)
     warn(found);
 }
@@ -219,8 +219,11 @@ void LinkJudgement::warn(const NamedTargets& found) noexcept
       || found.waitsInPeace)
     return;
   try {
-    ErrorProgressReporter::instance()->reportError(
-        ErrorMsg("GenericKSLObject", found.fault->function, found.fault->message, errorType::warning));
+    const NamedTargets::Fault& fault = *found.fault;
+    ErrorMsg warning("GenericKSLObject", fault.function, fault.message, errorType::warning);
+    warning.setDiagnostic(std::make_shared<const Diagnostic>(Diagnostic{
+        .object = found.link->owner().getPath(), .parameter = found.link->name(), .subject = fault.name}));
+    ErrorProgressReporter::instance()->reportError(warning);
   } catch (...) {}  // no memory for the text
 }
 
@@ -292,7 +295,8 @@ void LinkJudgement::addEdge(const NamedTargets& found, NameTarget& target) const
   const int before = parent->getChildren().count(child);
   try {
     parent->addChild(child, true);
-  } catch (const ksl::cyclicRef&) {
+  } catch (ksl::cyclicRef& error) {
+    error.concern(link.owner().getPath(), link.name());
     if (!m_parted || !mayWaitForCircle(found))
       throw;
   }

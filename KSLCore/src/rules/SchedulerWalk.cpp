@@ -26,9 +26,23 @@ constexpr const char* className = "SchedulerObject";
                         _("Operation '%s' failed. Updates are nested too deeply.", name));
 }
 
-void report(const std::string& message)
+void report(const std::string& message, Diagnostic more)
 {
-  ErrorProgressReporter::instance()->reportError(internal::error(className, "update", message));
+  ErrorProgressReporter::instance()->reportError(
+      diagnosed(internal::error(className, "update", message), std::move(more)));
+}
+
+// What is known of an exception that says nothing of objects itself.
+Diagnostic concernOf(const std::exception& failure)
+{
+  const auto known = ErrorProgressReporter::instance()->takeConcern(&failure);
+  return known ? *known : Diagnostic();
+}
+
+[[noreturn]] void rethrow(const std::exception& failure, Diagnostic more)
+{
+  ErrorProgressReporter::instance()->noteConcern(failure, std::move(more));
+  throw;
 }
 
 }  // namespace
@@ -190,10 +204,6 @@ inline void SchedulerObject::Walk::calculate(SchedulerObject& scheduler)
   SchedulerOwner& owner = *scheduler.m_support;
   // What the calculation is given, and what is told of it, must outlive the scheduler.
   const SharedText type = scheduler.m_type;
-  if (!m_graph.catchExceptions) {
-    owner.calculate(type.str());
-    return;
-  }
   struct Scope {
     Scope(Graph& common, const SchedulerObject& running)
         : graph(common),
@@ -206,6 +216,10 @@ inline void SchedulerObject::Walk::calculate(SchedulerObject& scheduler)
     {
       return calculation.scheduler ? calculation.scheduler->m_name : calculation.lostName;
     }
+    std::string path() const
+    {
+      return calculation.scheduler ? calculation.scheduler->getPath() : std::string();
+    }
     Graph& graph;
     Graph::Calculation calculation;
   } scope(m_graph, scheduler);
@@ -215,16 +229,27 @@ inline void SchedulerObject::Walk::calculate(SchedulerObject& scheduler)
     throw;
   } catch (const Unwind&) {
     throw;
-  } catch (const Error& error) {
+  } catch (Error& error) {
+    error.concern(scope.path());
+    if (!m_graph.catchExceptions)
+      throw;
     ErrorProgressReporter::instance()->reportError(error);
   } catch (const std::exception& failure) {
-    report(_("Operation '%s' failed (system exception: %s).", scope.name(), failure.what()));
+    Diagnostic more = concernOf(failure);
+    more.object = scope.path();
+    if (m_graph.catchExceptions)
+      report(_("Operation '%s' failed (system exception: %s).", scope.name(), failure.what()),
+             std::move(more));
+    else
+      rethrow(failure, std::move(more));
 #ifdef __GLIBCXX__
   } catch (const abi::__forced_unwind&) {  // of a thread that is cancelled; not to be stopped
     throw;
 #endif
   } catch (...) {
-    report(_("Operation '%s' failed with unrecognized exception.", scope.name()));
+    if (!m_graph.catchExceptions)
+      throw;
+    report(_("Operation '%s' failed with unrecognized exception.", scope.name()), {.object = scope.path()});
   }
 }
 

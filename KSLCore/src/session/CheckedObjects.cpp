@@ -95,13 +95,15 @@ Index CheckedObjects::findPath(const std::string& path) const
   return found == m_paths.end() ? none : found->second;
 }
 
-Index CheckedObjects::findNamed(const std::string& pathOrName) const
+Index CheckedObjects::findNamed(const std::string& pathOrName, bool& ambiguous) const
 {
+  ambiguous = false;
   const std::string path = PathUtils::normalisePathBwdComp(pathOrName);
   if (!path.empty() && path.front() == '/')
     return findPath(path);
   Indices found;
   step(root, StringUtilities::unquoted(path), found);
+  ambiguous = found.size() > 1;
   return found.empty() ? none : found.front();
 }
 

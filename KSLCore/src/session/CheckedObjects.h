@@ -45,8 +45,8 @@ class CheckedObjects {
   const Object& operator[](Index index) const { return m_objects[index]; }
   Object& operator[](Index index) { return m_objects[index]; }
   Index findPath(const std::string& path) const;  // none when there is none
-  // As "> delete" finds it: a path, or a name at the top.
-  Index findNamed(const std::string& pathOrName) const;
+  // As "> delete" finds it: a path, or a name at the top; of several that have it the first, and `ambiguous` says so.
+  Index findNamed(const std::string& pathOrName, bool& ambiguous) const;
 
   // What an item of a reference means, seen from an object: see ReferenceResolver.
   struct Hit {

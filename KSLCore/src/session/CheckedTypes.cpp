@@ -4,6 +4,7 @@
 #include "platform/ORVExpressions.h"
 #include "platform/ORVUtilities.h"
 #include "database/ObjectFactory.h"
+#include "database/PreferredUnits.h"
 #include "database/QuantityScanner.h"
 #include "rules/GenericKSLObject.h"
 #include "services/EngineUnitSystemHandler.h"
@@ -36,9 +37,15 @@ CheckedParam checkedParam(const ParamDefinition& param, const GenericKSLObject* 
   checked.isReference = owner && !checked.isExpression && !param.getRemoteType().empty();
   if (param.getRemoteType().empty())
     checked.kind = kindOf(param.getType());
-  checked.units = unitsInValue(param.getDefaultValue());
-  if (!checked.units.empty() && UnitsConverter::isValid(checked.units))
+  const std::vector<std::string> items = StringUtilities::splitValue(param.getDefaultValue());
+  const std::optional<Quantity> usual = items.empty() ? std::nullopt : scanQuantity(items.front());
+  // A zero without units may be one of anything.
+  const bool isKnown = usual && (usual->hasUnits() || usual->getValue() != 0)
+                       && !PreferredUnits::areThoseOfVariable(param.getName());
+  if (isKnown && (!usual->hasUnits() || UnitsConverter::isValid(usual->getUnits()))) {
+    checked.units = usual->getUnits();
     checked.dimensions = UnitDimensions(checked.units);
+  }
   return checked;
 }
 

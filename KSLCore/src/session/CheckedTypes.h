@@ -27,10 +27,10 @@ struct CheckedParam {
 
   const ParamDefinition* definition = nullptr;
   Kind kind = Kind::text;
-  bool isReference = false;   // an object that computes links it
-  bool isExpression = false;  // names in it stand for values
-  std::string units;          // of the default
-  std::optional<UnitDimensions> dimensions;
+  bool isReference = false;                  // an object that computes links it
+  bool isExpression = false;                 // names in it stand for values
+  std::string units;                         // of the default
+  std::optional<UnitDimensions> dimensions;  // that values must have; none when any will do
 };
 
 struct CheckedType {

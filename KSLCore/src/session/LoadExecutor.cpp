@@ -70,7 +70,8 @@ void LoadExecutor::invoke(const std::vector<std::string>& p_action)
   ResultsCheck(lines, stream.getFileName()).parse();
   const std::string text = StringUtilities::vectorToString(StringUtilities::indentKSL(lines), '\n');
   if (!StringUtilities::trimmed(text).empty())
-    KSLCoreAPI::instance()->processKSL(text, kslUpdateDefault);
+    KSLCoreAPI::instance()->processKSL(text, kslUpdateDefault,
+                                        {.name = stream.getFileName(), .isExcerpt = true});
 }
 
 }  // namespace orv

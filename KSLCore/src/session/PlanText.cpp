@@ -2,6 +2,8 @@
 
 #include <cstdint>
 #include <cstring>
+#include <memory>
+#include <utility>
 
 namespace orv {
 
@@ -112,6 +114,26 @@ void item(Stream& stream, KSLUpdateInfo::UpdateItem& value)
 }
 
 template <class Stream>
+void diagnostic(Stream& stream, Diagnostic& value)
+{
+  stream.text(value.source);
+  integer(stream, value.line);
+  integer(stream, value.column);
+  integer(stream, value.length);
+  stream.text(value.lineText);
+  stream.text(value.object);
+  stream.text(value.parameter);
+  stream.text(value.subject);
+  texts(stream, value.valid);
+  stream.text(value.suggestion);
+  list(stream, value.notes, [](Stream& s, Diagnostic::Note& note) {
+    integer(s, note.line);
+    integer(s, note.column);
+    s.text(note.message);
+  });
+}
+
+template <class Stream>
 void report(Stream& stream, ErrorMsg& error)
 {
   std::string className = error.getClassName();
@@ -124,8 +146,15 @@ void report(Stream& stream, ErrorMsg& error)
   stream.text(message);
   integer(stream, type);
   texts(stream, notes);
+  bool isPlaced = error.getDiagnostic() != nullptr;
+  integer(stream, isPlaced);
+  Diagnostic place = error.getDiagnostic() ? *error.getDiagnostic() : Diagnostic();
+  if (isPlaced)
+    diagnostic(stream, place);
   if constexpr (Stream::reads) {
     error = ErrorMsg(className, function, message, type);
+    if (isPlaced)
+      error.setDiagnostic(std::make_shared<const Diagnostic>(std::move(place)));
     error.setNotes(std::move(notes));
   }
 }

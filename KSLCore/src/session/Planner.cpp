@@ -74,13 +74,13 @@ class Rehearsal {
     watchObjects();
   }
 
-  Plan enter(const std::vector<std::vector<std::string>>& texts)
+  Plan enter(const std::vector<Planner::Text>& texts)
   {
     for (std::size_t i = 0; i < texts.size(); ++i) {
       m_log.setCommand(static_cast<int>(i));
       m_recorder.reset();
       m_errors.clear();
-      KSLCoreAPI::instance()->externalProcessKSL(texts[i]);
+      KSLCoreAPI::instance()->externalProcessKSL(texts[i].lines, texts[i].source);
       Plan::Step step;
       const auto [first, end] = m_recorder.getUpdates();
       step.items.assign(first, end);
@@ -173,8 +173,8 @@ class Pipe {
 };
 
 // Never returns: what static objects and the program's own would do at the end is not done twice.
-[[noreturn]] void rehearse(const std::vector<std::vector<std::string>>& texts,
-                           const std::vector<std::string>& harmless, Pipe& pipe)
+[[noreturn]] void rehearse(const std::vector<Planner::Text>& texts, const std::vector<std::string>& harmless,
+                           Pipe& pipe)
 {
   int status = 1;
   try {
@@ -188,7 +188,7 @@ class Pipe {
 
 }  // namespace
 
-Plan Planner::plan(const std::vector<std::vector<std::string>>& texts) const
+Plan Planner::plan(const std::vector<Planner::Text>& texts) const
 {
   const KSLInterface* commands = KSLInterface::instance();
   if (commands->getParseDepth() > 0 || commands->isRecovering())

@@ -23,8 +23,10 @@ void ProtectedObjects::filter(std::vector<std::string>& paths)
   std::erase_if(paths, [](const std::string& path) {
     const bool kept = isProtected(path);
     if (kept)
-      ErrorProgressReporter::instance()->reportError(data::invalid(
-          "ProtectedObjects", "filter", _("Object '%s' is protected.", path), errorType::warning));
+      ErrorProgressReporter::instance()->reportError(
+          diagnosed(data::invalid("ProtectedObjects", "filter", _("Object '%s' is protected.", path),
+                                  errorType::warning),
+                    {.object = path, .subject = path}));
     return kept;
   });
 }

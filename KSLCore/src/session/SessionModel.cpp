@@ -95,6 +95,7 @@ void SessionModel::readDefinitions()
     commands->getKSLAPI()->loadKSLData(StringUtilities::stringToVector(m_options.rules, '\n'));
   AdditionalRules rules;
   rules.applyObjectRules = true;  // or no parameter would be essential, and states would lack their defaults
+  rules.warnOfMisspeltKeys = m_options.validate;
   commands->processRules(rules);
 }
 

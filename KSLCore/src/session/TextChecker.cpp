@@ -262,19 +262,8 @@ class TextChecker::Impl {
     const bool isKeyword = definition.getAllowedValues().count(value) > 0;
     if (!isKeyword && !definition.isAllowedValue(value))
       addRefusal(node, index, param, value);
-    else if (const std::string reason = isKeyword ? std::string() : whyRefused(param, value); !reason.empty())
-      add(error("KSLAPI", "validateKSLData",
-                _("Parameter '%s' of object '%s' cannot have value '%s'.", definition.getName(), object.path,
-                  value)),
-          node, LeafKind::value, value, index, &param)
-          .notes.push_back({(*m_tree)[node].offset, reason});
-    else if (const std::string other = whyNoPreference(*object.type, definition.getName(), value);
-             !other.empty())
-      add(error("UnitsKSLObject", "update",
-                _("Parameter '%s' of object '%s' cannot have value '%s'. %s", definition.getName(),
-                  object.path, value, other)),
-          node, LeafKind::value, value, index, &param);
-    else if (!value.empty() && !isKeyword && value != definition.getDefaultValue())
+    else if (!isKeyword && isSound(node, index, param, value) && !value.empty()
+             && value != definition.getDefaultValue())
       noteNames(node, index, param, value);
     if (object.type->contextRule == definition.getName()) {
       object.context = value;
@@ -282,6 +271,27 @@ class TextChecker::Impl {
     }
     if (!object.type->contextRule.empty() && !belongs(object, definition))
       m_contexts.push_back({index, node, &param});
+  }
+
+  // As far as its type says.
+  bool isSound(Index node, ObjectIndex index, const CheckedParam& param, const std::string& value)
+  {
+    const std::string& name = param.definition->getName();
+    const std::string& path = m_objects[index].path;
+    const auto message = [&] {
+      return _("Parameter '%s' of object '%s' cannot have value '%s'.", name, path, value);
+    };
+    if (const std::string reason = whyRefused(param, value); !reason.empty()) {
+      add(error("KSLAPI", "validateKSLData", message()), node, LeafKind::value, value, index, &param)
+          .notes.push_back({(*m_tree)[node].offset, reason});
+      return false;
+    }
+    if (const std::string reason = whyNoPreference(*m_objects[index].type, name, value); !reason.empty()) {
+      add(error("UnitsKSLObject", "update", message() + " " + reason), node, LeafKind::value, value, index,
+          &param);
+      return false;
+    }
+    return true;
   }
 
   void addRefusal(Index node, ObjectIndex object, const CheckedParam& param, const std::string& value)
@@ -518,8 +528,10 @@ class TextChecker::Impl {
     const SyntaxTree::Statement statement = m_tree->read(node, m_room);
     const std::vector<std::string> words =
         ActionExecutor::splitActionLine(std::string(statement.first) + " " + std::string(statement.rest));
-    if (words.empty() || words.front().empty())
+    if (words.empty() || words.front().empty()) {
+      add(error("Executive", "doAction", _("Empty action line.")), node, LeafKind::mark, ">");
       return;
+    }
     if (m_actions.count(words.front()) == 0) {
       add(ErrorMsg("ActionFactory", "getExecutor", _("Action %s is not recognized.", words.front()),
                    errorType::internal),
@@ -536,12 +548,22 @@ class TextChecker::Impl {
     follow(node, words);
   }
 
+  ObjectIndex findNamed(Index node, const std::string& name)
+  {
+    bool isAmbiguous = false;
+    const ObjectIndex object = m_objects.findNamed(name, isAmbiguous);
+    if (isAmbiguous)
+      add(error("ObjectDB", "getObjectByName", _("Object name %s is ambiguous.", name)), node,
+          LeafKind::arguments, name);
+    return object;
+  }
+
   // What the action does to the objects.
   void follow(Index node, const std::vector<std::string>& words)
   {
     if (words.front() == "delete") {
       for (std::size_t i = 1; i < words.size(); ++i)
-        if (const ObjectIndex object = m_objects.findNamed(words[i]); object != CheckedObjects::none)
+        if (const ObjectIndex object = findNamed(node, words[i]); object != CheckedObjects::none)
           m_objects.remove(object);
     } else if (words.front() == "copy" || words.front() == "rename") {
       followCopy(node, words);
@@ -554,7 +576,7 @@ class TextChecker::Impl {
   {
     const std::string from = argumentOf(words, "from");
     const std::string to = argumentOf(words, "to");
-    const ObjectIndex source = m_objects.findNamed(from);
+    const ObjectIndex source = findNamed(node, from);
     if (source == CheckedObjects::none || source == CheckedObjects::root) {
       if (!m_unforeseen)
         add(error("KSLCopyImpl", "performCopy", _("Attempt to copy nonexistent object '%s' failed.", from)),
