@@ -3,8 +3,8 @@
 #include "platform/ORVError.h"
 #include "platform/ORVExpressions.h"
 #include "platform/ORVUnits.h"
-#include "session/FileActions.h"
 #include "Texts.h"
+#include "session/FileActions.h"
 
 #include <iostream>
 #include <string_view>

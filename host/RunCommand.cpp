@@ -6,10 +6,10 @@
 #include "command/KSLCoreAPI.h"
 #include "command/KSLUpdateInfo.h"
 #include "actions/ORVMPStream.h"
-#include "session/FileActions.h"
 #include "Host.h"
 #include "ObjectText.h"
 #include "Trace.h"
+#include "session/FileActions.h"
 
 #include <chrono>
 #include <iostream>

@@ -6,10 +6,10 @@
 #include "database/ObjectDB.h"
 #include "command/KSLCoreAPI.h"
 #include "command/KSLInterface.h"
-#include "session/FileActions.h"
 #include "Completer.h"
 #include "Host.h"
 #include "ObjectText.h"
+#include "session/FileActions.h"
 
 #include <algorithm>
 #include <charconv>
