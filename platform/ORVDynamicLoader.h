@@ -61,6 +61,8 @@ class ORV_API SharedLibrary {
  private:
   SharedLibrary();
   ~SharedLibrary();
+  using Factory = CalculateFunction* (*)();
+  Factory find(const std::string& library, const std::string& function);  // as open
   void* open(const std::string& library);  // null, with m_lastError set, when it cannot be loaded
   std::map<std::string, Source> m_sources;
   std::map<std::string, void*> m_handles;  // by the name asked for

@@ -74,17 +74,30 @@ class ContextSlot {
   ContextEnd m_stage;
 };
 
+template <class T, bool = std::is_trivially_destructible_v<T>>
+struct NeverDestroyed {
+  T value = T();
+};
+template <class T>
+struct NeverDestroyed<T, false> {
+  constexpr NeverDestroyed() noexcept {}
+  ~NeverDestroyed() {}
+  union {
+    T value = T();
+  };
+};
+
 // A variable of which the process and each context have their own; it has static storage. Replaces a static variable:
 //
 //   constinit ContextLocal<ObjectDB*> theInstance(ContextEnd::objects, &ObjectDB::destroyInstance);
 //
 // Each begins as T(). The one of the process is ready before any static object is made, and lives as long as the
-// process. What others own is a pointer: a context that ends calls the function given, in the order of the stages,
-// while it is current. (It may have been called before.)
+// process. None is destroyed: a context that ends calls the function given, in the order of the stages, while it is
+// current, and that gives up what the variable owns. (It may have been called before.)
 template <class T>
 class ContextLocal final : public ContextSlot {
  public:
-  static_assert(std::is_trivially_destructible_v<T> && sizeof(T) <= 64);
+  static_assert(sizeof(T) <= 128);
   constexpr ContextLocal() noexcept : ContextLocal(ContextEnd::none, nullptr) {}
   constexpr ContextLocal(ContextEnd stage, End ending) noexcept
       : ContextSlot(
@@ -95,12 +108,12 @@ class ContextLocal final : public ContextSlot {
   T& operator*() noexcept
   {
     ContextTable* const table = currentContextTable;
-    return table ? *static_cast<T*>(in(*table)) : m_ofProcess;
+    return table ? *static_cast<T*>(in(*table)) : m_ofProcess.value;
   }
   T* operator->() noexcept { return &**this; }
 
  private:
-  T m_ofProcess = T();
+  NeverDestroyed<T> m_ofProcess;
 };
 
 }  // namespace orv

@@ -79,6 +79,26 @@ TEST(Contexts, ModelsOnThreadsAreAsIfAlone)
       EXPECT_EQ(told[thread][round], tell(thread, round)) << thread << ' ' << round;
 }
 
+// The package that reads units is not for several threads.
+TEST(Contexts, UnitsAreReadOnAllThreads)
+{
+  std::vector<std::thread> running;
+  for (int thread = 0; thread < 4; ++thread) {
+    running.emplace_back([] {
+      Context context;
+      const Context::Scope scope(context);
+      for (int i = 0; i < 2000; ++i) {
+        const int length = i % 50 + 1, time = -(i / 50 + 1);
+        const UnitDimensions read("km^" + std::to_string(length) + " ms^" + std::to_string(time));
+        EXPECT_EQ(read.exponents()[1], length);
+        EXPECT_EQ(read.exponents()[3], time);
+      }
+    });
+  }
+  for (std::thread& thread : running)
+    thread.join();
+}
+
 // ------------------------------------------------------------------------------------------------------- settings
 
 struct Watcher : ProgressWatcher {

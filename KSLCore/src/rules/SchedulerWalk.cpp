@@ -33,16 +33,6 @@ void report(const std::string& message)
 
 }  // namespace
 
-struct SchedulerObject::Graph::Frame {
-  Frame(SchedulerObject* entered, std::uint32_t outerPlace) noexcept : scheduler(entered), outer(outerPlace)
-  {}
-
-  SchedulerObject* scheduler;  // null when it was destroyed
-  LinkMap::Cursor cursor;      // the child visited last
-  std::uint32_t outer;         // the scheduler's place in the stack before this one; 0 without
-  bool propagating = false;    // it is calculated, its children are next
-};
-
 // A calculation that is under way. The name is needed after the scheduler may have gone.
 struct SchedulerObject::Graph::Calculation {
   const SchedulerObject* scheduler;
@@ -51,8 +41,11 @@ struct SchedulerObject::Graph::Calculation {
 };
 
 constinit ContextLocal<SchedulerObject::Graph> SchedulerObject::Graph::s_current(ContextEnd::memory, [] {
-  delete std::exchange(current().frames, nullptr);
+  std::vector<Frame>().swap(current().frames);
 });
+
+// The parts of a walk are one function to the processor: calls among them would cost as much as what they do, and the
+// context's graph stays in a register.
 
 // ------------------------------------------------------------------------------------------------- frames
 
@@ -61,29 +54,28 @@ inline std::uint32_t SchedulerObject::Walk::innermost(const Graph& graph,
                                                       const SchedulerObject& scheduler) noexcept
 {
   const std::uint32_t place = scheduler.m_frame;
-  if (place == 0 || !graph.frames)
-    return 0;
-  const Graph::Frames& frames = *graph.frames;
-  return place <= frames.size() && frames[place - 1].scheduler == &scheduler ? place : 0;
+  const auto& frames = graph.frames;
+  const bool stands = place != 0 && place <= frames.size() && frames[place - 1].scheduler == &scheduler;
+  return stands ? place : 0;
 }
 
 inline SchedulerObject* SchedulerObject::Walk::top() const noexcept
 {
-  return m_frames.back().scheduler;
+  return m_graph.frames.back().scheduler;
 }
 
-inline void SchedulerObject::Walk::enter(SchedulerObject* scheduler)
+[[gnu::always_inline]] inline void SchedulerObject::Walk::enter(SchedulerObject* scheduler)
 {
-  m_frames.emplace_back(scheduler, innermost(m_graph, *scheduler));
-  scheduler->m_frame = static_cast<std::uint32_t>(m_frames.size());
+  m_graph.frames.emplace_back(scheduler, innermost(m_graph, *scheduler));
+  scheduler->m_frame = static_cast<std::uint32_t>(m_graph.frames.size());
 }
 
 inline void SchedulerObject::Walk::leave() noexcept
 {
-  const Graph::Frame& frame = m_frames.back();
+  const Graph::Frame& frame = m_graph.frames.back();
   if (frame.outer != 0 && frame.scheduler)
     frame.scheduler->m_frame = frame.outer;
-  m_frames.pop_back();
+  m_graph.frames.pop_back();
 }
 
 bool SchedulerObject::Walk::isPropagating(const SchedulerObject& scheduler) noexcept
@@ -92,8 +84,8 @@ bool SchedulerObject::Walk::isPropagating(const SchedulerObject& scheduler) noex
     return false;
   const Graph& graph = Graph::current();
   std::uint32_t place = innermost(graph, scheduler);
-  while (place != 0 && !(*graph.frames)[place - 1].propagating)
-    place = (*graph.frames)[place - 1].outer;
+  while (place != 0 && !graph.frames[place - 1].propagating)
+    place = graph.frames[place - 1].outer;
   return place != 0;
 }
 
@@ -101,12 +93,12 @@ void SchedulerObject::Walk::forget(SchedulerObject& scheduler) noexcept
 {
   if (scheduler.m_frame == 0)  // of most
     return;
-  const Graph& graph = Graph::current();
+  Graph& graph = Graph::current();
   std::uint32_t place = innermost(graph, scheduler);
   if (place == 0)
     return;
   while (place != 0) {
-    Graph::Frame& frame = (*graph.frames)[place - 1];
+    Graph::Frame& frame = graph.frames[place - 1];
     frame.scheduler = nullptr;
     place = frame.outer;
   }
@@ -134,21 +126,29 @@ class SchedulerObject::Walk::AfterCalculation {
   }
   AfterCalculation(const AfterCalculation&) = delete;
   AfterCalculation& operator=(const AfterCalculation&) = delete;
-  ~AfterCalculation()
+  [[gnu::always_inline]] ~AfterCalculation()
   {
     SchedulerObject* scheduler = m_walk.top();
     if (!scheduler)
       return;
-    Graph& graph = m_walk.m_graph;
-    scheduler->clearPending(graph);
-    if (graph.trace && m_start != Clock::time_point())
-      graph.trace->calculated(*scheduler, std::chrono::duration<double>(Clock::now() - m_start).count());
+    if (scheduler->isPending()) [[unlikely]]
+      scheduler->clearPending(m_walk.m_graph);
+    if (m_start != Clock::time_point() && m_walk.m_graph.trace)
+      tell(*m_walk.m_graph.trace, *scheduler, m_start);
   }
 
  private:
+  static void tell(SchedulerTrace& trace, const SchedulerObject& scheduler, Clock::time_point start) noexcept;
+
   Walk& m_walk;
   Clock::time_point m_start;
 };
+
+void SchedulerObject::Walk::AfterCalculation::tell(SchedulerTrace& trace, const SchedulerObject& scheduler,
+                                                   Clock::time_point start) noexcept
+{
+  trace.calculated(scheduler, std::chrono::duration<double>(Clock::now() - start).count());
+}
 
 #ifndef NDEBUG
 // Whether the count of pending parents is right; of hubs, which would make it slow, it believes it.
@@ -164,7 +164,7 @@ bool SchedulerObject::Walk::countIsRight(const SchedulerObject& scheduler)
 #endif
 
 // Calculates the scheduler on top, when it is its turn; true when its children are next.
-inline bool SchedulerObject::Walk::calculateTop()
+[[gnu::always_inline]] inline bool SchedulerObject::Walk::calculateTop()
 {
   if (!top())
     return false;
@@ -180,7 +180,7 @@ inline bool SchedulerObject::Walk::calculateTop()
   }
   if (!top())
     return false;
-  m_frames.back().propagating = true;
+  m_graph.frames.back().propagating = true;
   return true;
 }
 
@@ -231,8 +231,7 @@ inline void SchedulerObject::Walk::calculate(SchedulerObject& scheduler)
 
 inline SchedulerObject::Walk::Walk(const SchedulerObject& start)
     : m_graph(Graph::current()),
-      m_frames(m_graph.frames ? *m_graph.frames : *(m_graph.frames = new Graph::Frames)),
-      m_base(m_frames.size())
+      m_base(m_graph.frames.size())
 {
   if (m_graph.depth == deepestNesting)
     throwTooDeep(start.getName());
@@ -241,13 +240,13 @@ inline SchedulerObject::Walk::Walk(const SchedulerObject& start)
 
 inline SchedulerObject::Walk::~Walk()
 {
-  while (m_frames.size() > m_base)
+  while (m_graph.frames.size() > m_base)
     leave();
-  if (--m_graph.depth == 0 && m_frames.capacity() > keptFrames)
-    Graph::Frames().swap(m_frames);
+  if (--m_graph.depth == 0 && m_graph.frames.capacity() > keptFrames)
+    std::vector<Graph::Frame>().swap(m_graph.frames);
 }
 
-inline void SchedulerObject::Walk::visit(SchedulerObject* scheduler)
+[[gnu::always_inline]] inline void SchedulerObject::Walk::visit(SchedulerObject* scheduler)
 {
   if (!scheduler->isPending())
     return;
@@ -259,7 +258,7 @@ inline void SchedulerObject::Walk::visit(SchedulerObject* scheduler)
     leave();
 }
 
-inline void SchedulerObject::Walk::run(SchedulerObject* start)
+[[gnu::always_inline]] inline void SchedulerObject::Walk::run(SchedulerObject* start)
 {
   SchedulerObject* next = start;
   for (;;) {
@@ -267,9 +266,9 @@ inline void SchedulerObject::Walk::run(SchedulerObject* start)
       visit(next);
     else
       leave();
-    if (m_frames.size() == m_base)
+    if (m_graph.frames.size() == m_base)
       return;
-    Graph::Frame& frame = m_frames.back();
+    Graph::Frame& frame = m_graph.frames.back();
     next = frame.scheduler ? frame.scheduler->m_children.next(frame.cursor) : nullptr;
   }
 }

@@ -12,15 +12,22 @@
 namespace orv {
 
 struct SchedulerObject::Graph {
-  struct Frame;
+  struct Frame {
+    Frame(SchedulerObject* entered, std::uint32_t outerPlace) noexcept : scheduler(entered), outer(outerPlace)
+    {}
+
+    SchedulerObject* scheduler;  // null when it was destroyed
+    LinkMap::Cursor cursor;      // the child visited last
+    std::uint32_t outer;         // the scheduler's place in the stack before this one; 0 without
+    bool propagating = false;    // it is calculated, its children are next
+  };
   struct Calculation;
-  using Frames = std::vector<Frame>;
 
   std::uint64_t marking = 1;
   std::uint64_t search = 0;
   std::uint64_t lastSerial = 0;
   SchedulerTrace* trace = nullptr;     // not owned
-  Frames* frames = nullptr;            // of all walks that are under way; made by the first
+  std::vector<Frame> frames;           // of all walks that are under way
   Calculation* calculation = nullptr;  // the innermost one whose failures are caught
   int depth = 0;                       // of nested walks
   bool catchExceptions = false;
@@ -60,7 +67,6 @@ class SchedulerObject::Walk {
   void calculate(SchedulerObject& scheduler);
 
   Graph& m_graph;
-  Graph::Frames& m_frames;
   const Progress::Steps m_step;
   const std::size_t m_base;  // where this walk's frames begin
 };
@@ -90,7 +96,7 @@ class SchedulerObject::Search {
   Side m_up;
 };
 
-inline void SchedulerObject::clearPending(Graph& graph) noexcept
+[[gnu::always_inline]] inline void SchedulerObject::clearPending(Graph& graph) noexcept
 {
   if (!isPending())
     return;

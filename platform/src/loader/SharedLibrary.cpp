@@ -10,6 +10,7 @@
 #include <filesystem>
 #include <fstream>
 #include <link.h>
+#include <mutex>
 #include <utility>
 #include <vector>
 
@@ -21,9 +22,15 @@ CalculateFunction::~CalculateFunction() = default;
 
 namespace {
 
-using Factory = CalculateFunction* (*)();
-
 constinit ContextLocal<SharedLibrary*> theLoader(ContextEnd::libraries, &SharedLibrary::destroyInstance);
+
+// Of whoever calls the loader: what it gives is read after its own locks are gone. A library that is loaded may load
+// others.
+std::recursive_mutex& loaderMutex()
+{
+  static std::recursive_mutex& mutex = *new std::recursive_mutex;
+  return mutex;
+}
 
 // What the loader said, and nothing of an earlier failure.
 std::string loaderError()
@@ -174,6 +181,7 @@ SharedLibrary::SharedLibrary() = default;
 
 SharedLibrary::~SharedLibrary()
 {
+  const std::lock_guard lock(loaderMutex());
   for (const auto& [library, handle] : m_handles)
     dlclose(handle);
 }
@@ -225,6 +233,20 @@ void SharedLibrary::provide(const std::string& library, Source source)
     m_sources.erase(library);
 }
 
+SharedLibrary::Factory SharedLibrary::find(const std::string& library, const std::string& function)
+{
+  const std::lock_guard lock(loaderMutex());
+  void* const handle = open(library);
+  if (!handle)
+    return nullptr;
+  dlerror();
+  void* const symbol = findFunction(handle, function);
+  if (!symbol)
+    m_lastError =
+        _("Function '%s' not found in calculate library '%s': %s.", function, library, loaderError());
+  return reinterpret_cast<Factory>(symbol);
+}
+
 CalculateFunction* SharedLibrary::getInstance(const std::string& library, const std::string& function)
 {
   m_lastError.clear();
@@ -234,16 +256,9 @@ CalculateFunction* SharedLibrary::getInstance(const std::string& library, const 
       m_lastError = _("The program provides no function '%s' of library '%s'.", function, library);
     return made;
   }
-  void* const handle = open(library);
-  if (!handle)
+  const Factory factory = find(library, function);
+  if (!factory)
     return nullptr;
-  dlerror();
-  const auto factory = reinterpret_cast<Factory>(findFunction(handle, function));
-  if (!factory) {
-    m_lastError =
-        _("Function '%s' not found in calculate library '%s': %s.", function, library, loaderError());
-    return nullptr;
-  }
   CalculateFunction* const made = factory();
   if (!made)
     m_lastError = _("Function '%s' of calculate library '%s' made nothing.", function, library);
