@@ -35,6 +35,13 @@ install(DIRECTORY ${PROJECT_BINARY_DIR}/installed-headers/ DESTINATION ${CMAKE_I
 
 if(KSL_HOST)
   install(TARGETS ksl RUNTIME COMPONENT host)
+  if(CMAKE_CROSSCOMPILING)  # nobody here can run it
+    set(optional OPTIONAL)
+  endif()
+  install(FILES ${KSL_COMMAND_FILES}/ksl.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT host ${optional})
+  install(FILES ${KSL_COMMAND_FILES}/ksl DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT host ${optional})
+  install(FILES ${KSL_COMMAND_FILES}/_ksl DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/vendor-completions COMPONENT host ${optional})
+  install(FILES ${KSL_COMMAND_FILES}/ksl.fish DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d COMPONENT host ${optional})
   install(DIRECTORY share/ksl/ DESTINATION ${CMAKE_INSTALL_DATADIR}/orvksl/demo COMPONENT host)
 endif()
 foreach(plugin IN LISTS plugin_targets)

@@ -34,31 +34,13 @@ class FileSystem : public System {
   }
 
  private:
-  static constexpr const char* rules = R"(RULES:
-  KSLObjectClasses = DataKSLObject
-  Categories = deletable
-  PARAMETER: x
-  END
-  PARAMETER: Processing Mode
-  END
-  PARAMETER: Path Stack
-  END
-  OBJECT: A
-    KSLObject Class = DataKSLObject
-    Category = deletable
-    Optional Parameter List = x
-  END
-  OBJECT: B
-    KSLObject Class = DataKSLObject
-    Category = deletable
-    Essential Parameter List = x
-  END
-  SINGLETON: FILE PROCESSING
-    KSLObject Class = DataKSLObject
-    Essential Parameter List = Processing Mode, Path Stack
-  END
-END
-)";
+  static constexpr const char* rules =
+      "RULES:\nKSLObjectClasses = DataKSLObject\nCategories = deletable\nPARAMETER: x\nEND\n"
+      "PARAMETER: Processing Mode\nEND\nPARAMETER: Path Stack\nEND\n"
+      "OBJECT: A\nKSLObject Class = DataKSLObject\nCategory = deletable\nOptional Parameter List = x\nEND\n"
+      "OBJECT: B\nKSLObject Class = DataKSLObject\nCategory = deletable\nEssential Parameter List = x\nEND\n"
+      "SINGLETON: FILE PROCESSING\nKSLObject Class = DataKSLObject\n"
+      "Essential Parameter List = Processing Mode, Path Stack\nEND\nEND\n";
 };
 
 }  // namespace orv::fuzz

@@ -12,27 +12,12 @@ using namespace orv::fuzz;
 
 namespace {
 
-constexpr const char* rules = R"(RULES:
-  KSLObjectClasses = DataKSLObject
-  PARAMETER: x
-  END
-  PARAMETER: Colour
-    Allowed String List = red, green
-  END
-  OBJECT: A
-    KSLObject Class = DataKSLObject
-    Optional Parameter List = x, Colour
-  END
-  OBJECT: B
-    KSLObject Class = DataKSLObject
-    Essential Parameter List = x
-  END
-  SINGLETON: S
-    KSLObject Class = DataKSLObject
-    Optional Parameter List = x
-  END
-END
-)";
+constexpr const char* rules =
+    "RULES:\nKSLObjectClasses = DataKSLObject\nPARAMETER: x\nEND\n"
+    "PARAMETER: Colour\nAllowed String List = red, green\nEND\n"
+    "OBJECT: A\nKSLObject Class = DataKSLObject\nOptional Parameter List = x, Colour\nEND\n"
+    "OBJECT: B\nKSLObject Class = DataKSLObject\nEssential Parameter List = x\nEND\n"
+    "SINGLETON: S\nKSLObject Class = DataKSLObject\nOptional Parameter List = x\nEND\nEND\n";
 
 class NestExecutor : public ActionExecutor {
  public:

@@ -5,6 +5,7 @@
 #include "command/ActionFactory.h"
 #include "SaveExecutor.h"
 
+#include <cstdlib>
 #include <memory>
 
 Host* Host::s_current = nullptr;
@@ -16,6 +17,13 @@ Host::Host(const std::vector<std::string>& libraries)
   orv::ErrorProgressReporter::instance()->setVerbose(m_verbose);
   m_stateWatch.attach();
   s_current = this;
+}
+
+std::vector<std::string> Host::usualLibraries()
+{
+  const char* path = std::getenv("ORV_KSL_LIBRARY_PATH");
+  return path && *path ? orv::StringUtilities::stringToVector(path, ':')
+                       : std::vector{orv::Session::installedLibrary()};
 }
 
 Host::~Host()

@@ -21,6 +21,9 @@ class Host {
   Host& operator=(const Host&) = delete;
   ~Host();
 
+  // The files and folders that are read without any given.
+  static std::vector<std::string> usualLibraries();
+
   // The one that lives; null when none does.
   static Host* current() { return s_current; }
 

@@ -35,23 +35,6 @@ Lines readText(const std::string& file)
   return lines;
 }
 
-bool isBlank(const Lines& lines)
-{
-  return std::all_of(lines.begin(), lines.end(), [](const std::string& line) { return line.empty(); });
-}
-
-Texts readTexts(const TextOptions& options)
-{
-  Texts texts;
-  for (const std::string& file : options.files)
-    texts.push_back(readText(file));
-  for (const std::string& text : options.texts)
-    texts.push_back(splitLines(text));
-  // An empty file says nothing; the library takes an empty text for a slip of its caller.
-  std::erase_if(texts, isBlank);
-  return texts;
-}
-
 void flushOutput()
 {
   if (!std::cout.flush())
@@ -93,9 +76,28 @@ class ErrorCounter : public orv::ErrorSink {
 
 }  // namespace
 
+bool isBlank(const Lines& lines)
+{
+  return std::all_of(lines.begin(), lines.end(), [](const std::string& line) { return line.empty(); });
+}
+
+Texts readTexts(const TextOptions& options)
+{
+  Texts texts;
+  for (const std::string& file : options.files)
+    texts.push_back(readText(file));
+  for (const std::string& text : options.texts)
+    texts.push_back(splitLines(text));
+  return texts;
+}
+
 int runWithTexts(const TextOptions& options, const std::function<void(const Texts&)>& work)
 {
-  return runWithHost(options, [&](const Host&) { work(readTexts(options)); });
+  return runWithHost(options, [&](const Host&) {
+    Texts texts = readTexts(options);
+    std::erase_if(texts, isBlank);
+    work(texts);
+  });
 }
 
 int runWithHost(const TextOptions& options, const std::function<void(Host&)>& work)

@@ -22,6 +22,11 @@ struct TextOptions {
 using Lines = std::vector<std::string>;
 using Texts = std::vector<Lines>;
 
+// The texts of the options in order, also those without a statement. Throws what reading a file does.
+Texts readTexts(const TextOptions& options);
+// An empty file says nothing; the library takes an empty text for a slip of its caller.
+bool isBlank(const Lines& lines);
+
 // Brings the library up, reads all texts and gives them to `work`, which is to enter them. What work leaves on
 // std::cout is written. Returns the exit status: 0, or 1 when an error was reported, or 130 when Ctrl-C stopped
 // the work (what enterText throws then may pass). Faulty RULES, and files that cannot be read, are reported before

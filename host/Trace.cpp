@@ -1,8 +1,6 @@
 #include "Trace.h"
 
 #include "platform/ORVError.h"
-#include "database/KSLObject.h"
-#include "database/ObjectDB.h"
 #include "command/KSLCoreAPI.h"
 #include "command/KSLUpdateInfo.h"
 #include "CommandWatch.h"
@@ -32,83 +30,17 @@ void NotificationTrace::update(orv::ObserverSubject*, int type)
   std::cerr << "notify " << type << '\n';
 }
 
-// ---------------------------------------------------------------------------------------------- recalculation
-
-namespace {
-
-std::string nameOf(const orv::SchedulerObject& scheduler)
-{
-  return scheduler.getPath() + " (" + scheduler.getType() + ")";
-}
-
-const std::string newReason = "new";
-
-// Objects initialise their schedulers before the database takes them.
-bool isNew(const orv::SchedulerObject& scheduler)
-{
-  const orv::ObjectDB* database = orv::ObjectDB::current();
-  return !database || database->getObjectByPath(scheduler.getPath()) != scheduler.getKSLObject();
-}
-
-// A trace that runs out of memory says less; it must not fail what it looks at.
-template <class Step>
-void tryTo(Step step) noexcept
-{
-  try {
-    step();
-  } catch (...) {}
-}
-
-}  // namespace
-
-GraphTrace::GraphTrace(bool printing) : m_printing(printing), m_former(orv::SchedulerObject::setTrace(this))
-{}
-
-GraphTrace::~GraphTrace()
-{
-  orv::SchedulerObject::setTrace(m_former);
-}
-
-void GraphTrace::parameterSet(const orv::SchedulerObject& scheduler, const std::string& parameter) noexcept
-{
-  if (m_printing)
-    tryTo([&] { addReason(scheduler, "parameter " + parameter); });
-}
-
-void GraphTrace::marked(const orv::SchedulerObject& scheduler, const orv::SchedulerObject* by) noexcept
-{
-  if (!m_printing)
-    return;
-  tryTo([&] {
-    if (isNew(scheduler))
-      m_reasons[&scheduler] = {newReason};
-    else if (by)
-      addReason(scheduler, "parent " + nameOf(*by));
-    else if (m_reasons[&scheduler].empty())
-      addReason(scheduler, "request");
-  });
-}
-
-void GraphTrace::addReason(const orv::SchedulerObject& scheduler, std::string reason)
-{
-  std::vector<std::string>& reasons = m_reasons[&scheduler];
-  const bool isKnown = std::find(reasons.begin(), reasons.end(), reason) != reasons.end();
-  if (!isKnown && (reasons.empty() || reasons.front() != newReason))
-    reasons.push_back(std::move(reason));
-}
-
-void GraphTrace::calculated(const orv::SchedulerObject& scheduler, double seconds) noexcept
+void GraphTrace::ended(const orv::SchedulerObject& scheduler, Reasons reasons, double seconds)
 {
   ++m_calculations;
   if (!m_printing)
     return;
-  tryTo([&] {
-    CommandWatch::eraseLine();
-    std::cerr << "calculated " << nameOf(scheduler) << ": "
-              << orv::StringUtilities::vectorToString(m_reasons[&scheduler], ", ") << "; "
-              << millisecondsText(seconds) << '\n';
-    m_reasons.erase(&scheduler);
-  });
+  std::string text;
+  for (const orv::CalculationReason& reason : reasons)
+    text += (text.empty() ? "" : ", ") + reason.text();
+  CommandWatch::eraseLine();
+  std::cerr << "calculated " << scheduler.getPath() << " (" << scheduler.getType() << "): " << text << "; "
+            << millisecondsText(seconds) << '\n';
 }
 
 // ---------------------------------------------------------------------------------------------------- changes

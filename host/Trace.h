@@ -2,13 +2,11 @@
 #pragma once
 
 #include "platform/ORVUtilities.h"
-#include "rules/SchedulerObject.h"
+#include "session/CalculationLog.h"
 
 #include <cstddef>
 #include <string>
-#include <unordered_map>
 #include <utility>
-#include <vector>
 
 namespace orv {
 class KSLUpdateInfo;
@@ -29,29 +27,19 @@ class NotificationTrace : public orv::Observer {
 // Counts calculations and, when it prints, writes "calculated PATH (TYPE): REASONS; N ms" for each. Reasons are
 // "new" alone for a new object, else "parameter NAME" for each that was set, "parent PATH (TYPE)" when the
 // scheduler was marked by that one, and "request" when it was marked without either. Set while it lives.
-class GraphTrace : public orv::SchedulerTrace {
+class GraphTrace : public orv::CalculationWatch {
  public:
-  explicit GraphTrace(bool printing);
-  ~GraphTrace() override;
-  GraphTrace(const GraphTrace&) = delete;
-  GraphTrace& operator=(const GraphTrace&) = delete;
+  explicit GraphTrace(bool printing) : m_printing(printing) {}
 
   // Those since the last call.
   std::size_t takeCalculations() { return std::exchange(m_calculations, 0); }
 
-  void parameterSet(const orv::SchedulerObject& scheduler, const std::string& parameter) noexcept override;
-  void marked(const orv::SchedulerObject& scheduler, const orv::SchedulerObject* by) noexcept override;
-  void calculated(const orv::SchedulerObject& scheduler, double seconds) noexcept override;
+ protected:
+  void ended(const orv::SchedulerObject& scheduler, Reasons reasons, double seconds) override;
 
  private:
-  void addReason(const orv::SchedulerObject& scheduler, std::string reason);
-
   bool m_printing;
   std::size_t m_calculations = 0;
-  // Of those that are to be calculated. Entries of schedulers that ended before they were may stay: one made
-  // later at the same address begins as new.
-  std::unordered_map<const orv::SchedulerObject*, std::vector<std::string>> m_reasons;
-  orv::SchedulerTrace* m_former;
 };
 
 // What the last command did: "value PATH NAME = TEXT", "deleted PATH", "removed PATH NAME", in the order in

@@ -4,20 +4,21 @@
 #include "EvalCommand.h"
 #include "FormatCommand.h"
 #include "GraphCommand.h"
+#include "Options.h"
 #include "RunCommand.h"
 #include "Shell.h"
 #include "StandardStreams.h"
 #include "SweepCommand.h"
+#include "Tools.h"
 #include "session/FileActions.h"
 
 #include <CLI/CLI.hpp>
+#include <functional>
 #include <memory>
 #include <string>
 #include <utility>
 
 namespace {
-
-constexpr int wrongUsage = 2;
 
 // Shows "--state{/}", the parser's way to say that "/" is the value when none is given, as people write it.
 class HelpFormatter : public CLI::Formatter {
@@ -28,33 +29,6 @@ class HelpFormatter : public CLI::Formatter {
     return name == "--state{/}" ? "--state[=PATH,...]" : name;
   }
 };
-
-// An option that takes one value each time it is given.
-template <class Take>
-void addOption(CLI::App& app, const char* name, const char* valueName, const char* help, Take take)
-{
-  app.add_option_function<std::string>(name, take, help)->trigger_on_parse()->type_name(valueName);
-}
-
-// The library takes its places as one list; see KSLAPI::readNamedLibraries.
-void readLibrary(const std::string& path, TextOptions& options)
-{
-  if (path.empty() || path.find(',') != std::string::npos)
-    throw CLI::ValidationError("--library", "a path must not be empty or hold a ','");
-  options.libraries.push_back(path);
-}
-
-void readUpdateMode(const std::string& word, TextOptions& options)
-{
-  if (word == "at-end")
-    options.updateMode = orv::kslUpdateAtEnd;
-  else if (word == "default")
-    options.updateMode = orv::kslUpdateDefault;
-  else if (word == "no-action")
-    options.updateMode = orv::kslUpdateNoAction;
-  else
-    throw CLI::ValidationError("--update-mode", "'" + word + "' is none of at-end, default, no-action");
-}
 
 void readTrace(const std::string& words, RunCommand::Options& options)
 {
@@ -75,48 +49,10 @@ void readTrace(const std::string& words, RunCommand::Options& options)
   }
 }
 
-// A file that an action line is to name.
-void addFile(CLI::App& app, const char* name, const char* help, bool written, std::string& file)
-{
-  const auto take = [=, &file](const std::string& value) {
-    const std::string problem = orv::fileNameProblem(value, written);
-    if (!problem.empty())
-      throw CLI::ValidationError(name, "a file name here " + problem);
-    file = value;
-  };
-  addOption(app, name, "FILE", help, take);
-}
-
-void addRules(CLI::App& command, TextOptions& options)
-{
-  addOption(command, "--library", "PATH",
-            "Read definitions from this file or directory in place of the built-in ones; may be repeated",
-            [&options](const std::string& path) { readLibrary(path, options); });
-  command.add_flag("--validate", options.validate,
-                   "Check types and parameter names before anything is changed");
-}
-
-void addLoad(CLI::App& command, std::string& file)
-{
-  addFile(command, "--load", "Load this state file first", false, file);
-}
-
 void addRecord(CLI::App& command, std::string& file)
 {
   addFile(command, "--record", "Record what is entered in this session file, which must not exist", true,
           file);
-}
-
-// What is entered, and how.
-void addTexts(CLI::App& command, TextOptions& options)
-{
-  command.add_option("FILE", options.files, "Files to enter, in order; - is standard input")->type_name("");
-  addOption(command, "-e", "TEXT", "Enter this text after the files; may be repeated",
-            [&options](const std::string& text) { options.texts.push_back(text); });
-  addOption(command, "--update-mode", "MODE",
-            "When definitions take effect: at-end, default (after each block), no-action",
-            [&options](const std::string& word) { readUpdateMode(word, options); });
-  addRules(command, options);
 }
 
 // What is seen of it.
@@ -268,6 +204,7 @@ int main(int argc, char** argv)
   const CLI::App* format = addFormat(app, formatOptions);
   SweepCommand::Options sweepOptions;
   const CLI::App* sweep = addSweep(app, sweepOptions);
+  const Tools tools(app);
   try {
     app.parse(argc, argv);
     checkFiles(runOptions);
@@ -280,6 +217,8 @@ int main(int argc, char** argv)
     return FormatCommand::run(formatOptions);
   if (sweep->parsed())
     return SweepCommand::run(sweepOptions);
+  if (const std::function<int()>* tool = tools.asked())
+    return (*tool)();
   if (app.get_subcommands().empty())
     return Shell::run(shellOptions);
   return graph->parsed() ? GraphCommand::run(graphOptions) : RunCommand(std::move(runOptions)).run();

@@ -36,6 +36,12 @@ SHARED = {
     "NameLink::text::none": CONST,
     "EngineUnitSystemHandler::getUnitSystemNames::names": CONST,
     "quantityDimensions::dimensions": CONST,
+    "Outcome::changes&::none": CONST,
+    "Rehearsal::passOver::silent": CONST,
+    "grammars::table": CONST,
+    "harmlessWords::words": CONST,
+    "isUnforeseen::foreseen": CONST,
+    "kindOf::kinds": CONST,
 }
 
 # What compilers put there.

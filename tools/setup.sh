@@ -3,7 +3,7 @@
 # Asks dpkg first, so it costs next to nothing when everything is there.
 set -eu
 
-build="g++ make cmake ninja-build libudunits2-dev libcli11-dev libedit-dev pybind11-dev python3-dev"
+build="g++ make cmake ninja-build libudunits2-dev libcli11-dev nlohmann-json3-dev libedit-dev pybind11-dev python3-dev"
 packages=
 for group in "${@:-run}"; do
   case $group in

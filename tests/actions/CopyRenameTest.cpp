@@ -1,8 +1,11 @@
 // The actions copy and rename.
 #include "database/KSLCoreTreeAndLeafModel.h"
 #include "database/ObjectDB.h"
+#include "actions/CopiedKSLModifer.h"
+#include "actions/CopyExecutor.h"
 #include "actions/DeleteExecutor.h"
 #include "actions/DeletionFilterIF.h"
+#include "actions/KSLCopyImpl.h"
 #include "actions/RenameExecutor.h"
 #include "actions/UpdateExecutor.h"
 #include "tests/support/TestSystem.h"
@@ -96,6 +99,31 @@ TEST_F(CopyRename, AnyValueOfATextIsCopied)
     RC_ASSERT(system.inconsistencies() == "");
     system.run("> delete /A:a, /A:b");
   }));
+}
+
+TEST_F(CopyRename, LinesAreTheApplicationsToModify)
+{
+  struct Modifier : CopiedKSLModifer {
+    Words modifyLines(Words lines, const std::string& newName, const std::string& oldName,
+                      const std::string& type) override
+    {
+      lines.insert(lines.end() - 1, "  y = " + newName + oldName + type);
+      return lines;
+    }
+  } modifier;
+  KSLCopyImpl impl(&modifier);
+  CopyExecutor copy(&impl);
+  system.registerAction("shared", [&copy](Words words) {
+    words.front() = "copy";
+    copy.invoke(words);
+  });
+  system.run("A: a\nEND");
+  ObjectDB::instance()->getObjectByPath("/A:a")->setValue("x", "a # b");
+  system.run("> shared from=/A:a, to=c");
+  EXPECT_EQ(
+      system.errors(),
+      "warning[8] KSLCopyImpl::performCopy: Value of parameter 'x' of object '/A:a' cannot be read back.");
+  EXPECT_EQ(system.state(), "A:a\n  x = a # b\nEND\nA:c\n  x = a\n  y = caA\nEND\n");
 }
 
 TEST_F(CopyRename, ARenameThatMayNotDeleteIsTakenBack)

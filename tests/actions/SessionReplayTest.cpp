@@ -1,6 +1,7 @@
 // The replay of sessions.
 #include "platform/ORVSystem.h"
 #include "rules/SchedulerObject.h"
+#include "command/RenamingBackCompatibilityFunctor.h"
 #include "SessionFixture.h"
 
 #include <rapidcheck/gtest.h>
@@ -59,6 +60,9 @@ TEST_F(SessionReplay, AFileIsNotReplayedWithinItself)
                      "File '" + (folder / "a.ksl") + "' is already being processed.", 4));
   EXPECT_EQ(system->state() + system->undoSteps(), "0");
   enter("SESSION:\nEND");
+  folder.write("c.ksl", "A: a\nEND\n");
+  replay("c.ksl");
+  enter("> rs");  // SESSION names it now
   enter("> session start, filename=" + (folder / "s.ksl"));
   enter("A: a\nEND");
   enter("> readsession");  // reads the line that it was written as
@@ -97,6 +101,16 @@ TEST_F(SessionReplay, VerboseModeTellsWhereAFileFailed)
                              "text failed: '> readsession filename=" + (folder / "s.ksl") + "'.\nerror[";
     EXPECT_EQ(listener.text.substr(0, told.size()), told) << listener.text;
   }
+  listener.text.clear();
+  folder.write("s.ksl", "A: a\nEND\n");
+  replay("s.ksl");
+  EXPECT_EQ(listener.text, "");
+  RenamingBackCompatibilityFunctor functor;  // whose lines would be others
+  system->interface()->setBackFunctor(&functor);
+  system->interface()->setBWC(false);  // for a session all the same
+  folder.write("s.ksl", "> nothing\n");
+  replay("s.ksl");
+  EXPECT_EQ(listener.text.find("Line 1 of the text failed: '> nothing'"), std::string::npos);
   reporter->setVerbose(false);
   reporter->setSink(former);
 }
@@ -105,8 +119,8 @@ TEST_F(SessionReplay, VerboseModeTellsWhereAFileFailed)
 
 std::string anyValue()
 {
-  const auto piece = rc::gen::element<std::string>(" ", ",", "\"", "\"a # b\"", "\\", "=", ":", "> x", "word",
-                                                   "END", std::string(85, 'w'), "\\ ");
+  const auto piece = rc::gen::element<std::string>(" ", ",", "\"", "\"a  # b\"", "\\", "=", ":", "> x",
+                                                   "word", "END", std::string(85, 'w'), "\\ ");
   return StringUtilities::vectorToString(*rc::gen::container<std::vector<std::string>>(piece),
                                          *rc::gen::element('.', ' '));
 }
@@ -132,9 +146,31 @@ std::string anyCommand()
   }
 }
 
+// What is entered is recorded from the lines that it was parsed into: just what its text alone gives.
+TEST_F(SessionReplay, ABlockIsTheSameFromTheParseAndFromTheText)
+{
+  EXPECT_TRUE(rc::check([this] {
+    startAfresh();
+    enter("> session start, mode=overwrite, filename=" + (folder / "s.ksl"));
+    const std::string before = contents();
+    std::string command =
+        anyCommand() + *rc::gen::element("", "\n", "\nA: a\n x = 1\nEND\n\n> update noaction");
+    std::erase_if(command, [drop = *rc::gen::element<std::string>("", "\\", "\"\\")](char c) {
+      return drop.find(c) != std::string::npos;  // many of them are of the common kind
+    });
+    RC_PRE(command.find("stopsilently") == std::string::npos);
+    enter(command);
+    const std::string block = contents().substr(before.size());
+    KSLCoreAPI::instance()->getSessionWriter()->writeSessionKSL(command);
+    RC_ASSERT(contents() == before + block + block);
+    enter("> session stop");
+    system->errors();
+  }));
+}
+
 TEST_F(SessionReplay, GivesTheStateThatWasRecorded)
 {
-  rc::check([this] {
+  EXPECT_TRUE(rc::check([this] {
     const int mode = *rc::gen::inRange(0, 2);
     startAfresh();
     KSLCoreAPI::instance()->setExternalKslUpdateMode(static_cast<kslUpdateMode>(mode));
@@ -159,7 +195,7 @@ TEST_F(SessionReplay, GivesTheStateThatWasRecorded)
     std::istringstream file(contents());
     for (std::string line; std::getline(file, line);)
       RC_ASSERT(line.size() <= 80U);
-  });
+  }));
 }
 
 }  // namespace

@@ -168,6 +168,11 @@ TEST_F(SessionTest, AWriterTakesAwayItselfAlone)
     KSLCoreAPI::instance()->setSessionWriter(first);
   }
   EXPECT_EQ(KSLCoreAPI::instance()->getSessionWriter(), first);
+  {
+    const WriteSessionExecutor other;
+  }
+  EXPECT_EQ(KSLCoreAPI::instance()->getSessionWriter(), nullptr);
+  KSLCoreAPI::instance()->setSessionWriter(first);
 }
 
 // The settings refuse the mode: the file was opened by then.

@@ -18,6 +18,7 @@ using Lines = std::vector<std::string>;
 class LoggingStrategy : public SessionUpdateStrategy {
  public:
   std::string log;
+  KSLAPI* store = nullptr;
   std::function<void(Lines& output, const std::string& action)> onAction =
       [](Lines& output, const std::string& action) { output.push_back("> " + action); };
   kslUpdateMode mode = kslUpdateAtEnd;
@@ -26,6 +27,7 @@ class LoggingStrategy : public SessionUpdateStrategy {
   {
     EXPECT_EQ(mainStore, KSLInterface::instance()->getKSLAPI());
     EXPECT_NE(mainStore, privateStore);
+    store = privateStore;
     log += mainStore->doesPathExist("/A:a") ? "prepare with a\n" : "prepare\n";
   }
   void acceptExpandedKSL(const Lines& lines, Lines& output) override
@@ -113,6 +115,15 @@ TEST_F(SessionUpdaterTest, AFailureTakesEverythingBack)
   EXPECT_EQ(system->errors(), error);
   EXPECT_EQ(system->state(), before + "C:z\nEND\n");
   system->expectConsistent();
+}
+
+TEST_F(SessionUpdaterTest, WhileOutputRunsNobodyElseIsHeard)
+{
+  setUpWork();
+  strategy.onAction = [](Lines& output, const std::string&) { output = {"> meddle"}; };
+  system->registerAction("meddle", [this](const Lines&) { strategy.store->loadKSLData({"> more"}); });
+  KSLCoreAPI::instance()->processKSLWithSessionUpdate("> first", &strategy);
+  EXPECT_EQ(strategy.log, "prepare with a\ntext \naction first\nprepare with a\ntext \n");
 }
 
 // The directive goes to nested and quoted names, to a name that is its type, and stays where the strategy put it.

@@ -110,6 +110,42 @@ TEST_F(SmallActions, BadArgumentsAreRefusedBeforeAnyChange)
   }
 }
 
+TEST_F(SmallActions, Printed)
+{
+  system.run(
+      "A: a\nx = 1\nB: b\ny = 2\nEND\nMARK: m\nEND\nEND\nCUT: c d\nCuts = /CUT:e\nCache = 1\n"
+      "LABEL: l\nEND\nEND\nCUT: e\nEND");
+  const std::string stars = std::string(32, '*') + "\n";
+  const std::string object =
+      stars
+      + "Current state of /CUT:c d\nChildren:\n  l\nExternal Parameters:\n  Colour = green, default=green\n"
+        "  Cuts = /CUT:e, default=\n  Layers = front, default=front\n  Normal = 0, 0, 1, default=0, 0, 1\n"
+        "  Offset = 0 [mm], default=0 [mm]\n  Option = Plane, default=Plane\n  Radius = 1 [m], default=1 [m]\n"
+        "  Visible = True, default=True\nInternal Parameters:\n  Cache = 1, default=\n";
+  const std::pair<const char*, std::string> rows[] = {
+      {"getstate A:a # x", ObjectDB::instance()->getState({"/A:a"}) + "\n"},
+      {"s /A:a//B:b/", ObjectDB::instance()->getState({"/A:a/B:b"}) + "\n"},
+      {"s /A:none", "\n"},
+      {"getrulesinfo name=/CUT:c d", object},
+      {"getrulesinfo TYPE = Object, Name = \"CUT:c d/\"", object},
+      {"getrulesinfo type=Parameter, name=Colour",
+       stars
+           + "Usage of 'Colour', default=green, local type=, remote type=\n/A:a/MARK:m, value=red\n"
+             "/CUT:c d, value=green\n/CUT:e, value=green\n"},
+      {"getrulesinfo name=Cuts, type=parameter",
+       stars
+           + "Usage of 'Cuts', default=, local type=Data, remote type=Data\n/CUT:c d, value=/CUT:e\n"
+             "/CUT:e, value=\n"},
+      {"getrulesinfo type=parameter, name=Normal of none", "Parameter 'Normal of none' not found.\n"},
+  };
+  for (const auto& [line, text] : rows) {
+    testing::internal::CaptureStdout();
+    system.run(std::string("> ") + line);
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), text) << line;
+  }
+  EXPECT_EQ(system.errors(), "warning[8] ObjectDB::getState: Object '/A:none' does not exist.");
+}
+
 TEST_F(SmallActions, UndoIsRefusedWhileASessionIsReplayed)
 {
   system.run("A: a\nEND");

@@ -1,5 +1,6 @@
 // The action readstate: what becomes of the work at hand, and of what the results define.
 #include "rules/SchedulerObject.h"
+#include "command/RenamingBackCompatibilityFunctor.h"
 #include "actions/FileProcessingScope.h"
 #include "actions/ReadStateExecutor.h"
 #include "stateRules.h"
@@ -240,6 +241,7 @@ class Converting : public ReadStateExecutor {
     EXPECT_EQ(object->getValue("Processing Mode"), "State");
     EXPECT_TRUE(SchedulerObject::setCatchExceptions(true));
     std::replace(lines.begin(), lines.end(), std::string("OLD: a"), std::string("A: a"));
+    std::replace(lines.begin(), lines.end(), std::string("OLD: w"), std::string("BOUNDARY: w"));
     return true;
   }
 };
@@ -249,13 +251,21 @@ TEST_F(StateLoad, DerivedOnesConvertTheFileAndTakeArguments)
   Converting executor;
   EXPECT_ANY_THROW(executor.invoke({"readstate", "filename=/no/such/file"}));
   EXPECT_FALSE(SchedulerObject::setCatchExceptions(false)) << "as it was, after a failure";
-  const std::string file = folder.write("a b.qst", "#\n# version 1\nOLD: a\nEND");
+  const std::string file = folder.write("a b.qst", "#\n# version 1\nOLD: w\nEND\nOLD: a\nEND");
   executor.invoke({"readstate", "colour=1", "filename=" + folder / "a b.qst", "mode=append"});
   EXPECT_EQ(executor.seen, "# version 1|" + file);
   EXPECT_FALSE(SchedulerObject::setCatchExceptions(false));
   EXPECT_EQ(work(), "A:a\nEND\n");
   executor.invoke({"readstate", "filename=" + folder.write("a b.qst", "A: b\n  x = 1\nEND"), "mode=append"});
   EXPECT_EQ(executor.seen, "|" + file) << "no comment, no version";
+  RenamingBackCompatibilityFunctor functor;
+  functor.renameType("FORMER", "A");
+  system.interface()->setBackFunctor(&functor);
+  system.interface()->setBWC(false);  // for a state all the same
+  system.fileChanges();
+  system.run("> readstate mode=append, filename=" + folder.write("old.qst", "FORMER: c\nEND"));
+  EXPECT_EQ(system.fileChanges().find("changed " + folder / "old.qst"), 0U);
+  EXPECT_NE(work().find("A:c"), std::string::npos);
 }
 
 }  // namespace

@@ -196,6 +196,7 @@ TEST_F(StateSave, APartIsNotAll)
   EXPECT_TRUE(system.stateChanges().isDBStateDirty());
   save("a.qst");
   EXPECT_FALSE(system.stateChanges().isDBStateDirty());
+  EXPECT_NE(system.fileChanges().find("changed " + folder / "a.qst"), std::string::npos);
   Careful().invoke({"savestate", "filename=" + folder / "a.qst"});
   EXPECT_EQ(body("a.qst"), "A:open\nEND\nB:secret\nEND\n");
   std::string deep;

@@ -23,8 +23,9 @@ const char* const computeRules =
     "PARAMETER: Pick\nLocal Type = Data\nRemote Type = Data\nAllowed String List = None, p, q\n"
     "Default = None\nEND\n"
     "PARAMETER: Inside\nLocal Type = Data\nRemote Type = Data\nRemote Path = /GROUP:g\nEND\n"
+    "PARAMETER: Own\nLocal Type = Data\nRemote Type = Data\nEND\n"
     "OBJECT: NODE\nKSLObject Class = Computing\nCategory = deletable\nScheduler = Data\n"
-    "Optional Parameter List = Value, Note, Source, Pick, Inside\nEND\n"
+    "Optional Parameter List = Value, Note, Source, Pick, Inside\nInternal Parameter List = Own\nEND\n"
     "OBJECT: USER\nKSLObject Class = Computing\nScheduler = Data\n"
     "Optional Parameter List = Main, Value\nEND\n"
     "OBJECT: GROUP\nKSLObject Class = DataKSLObject\nCategory = deletable\n"
@@ -128,7 +129,7 @@ TEST_F(ComputeTest, DefaultsThatNameObjectsWaitAndKeywordsNameNone)
   run("> delete p");
   EXPECT_EQ(value("/NODE:k", "Pick"), "p");
   EXPECT_EQ(run(node("main")), "main u");
-  run("> delete /NODE:main");
+  EXPECT_EQ(run("> delete /NODE:main"), "u");
   EXPECT_EQ(value("/USER:u", "Main") + parents("/USER:u"), "main");  // it waits again
   m_system.undo();
   EXPECT_EQ(parents("/USER:u"), "/NODE:main");
@@ -145,6 +146,19 @@ TEST_F(ComputeTest, NamesAreSoughtPlaceByPlace)
   expectRefused(node("t2", "Source = a"),
                 {"GenericKSLObject", "makeParentLinks", "More than one object with name 'a' exists.", 4});
   EXPECT_EQ(run(node("a", "Value = 1")), "a t");  // linked while the name was clear
+
+  run(node("e") + node("v", "Inside = e"));
+  run("&replace " + node("e") + "GROUP: g\n" + node("e") + "END\n");
+  EXPECT_EQ(value("/NODE:v", "Inside"), "/NODE:e") << "what comes back at its place is still meant";
+  m_system.run(node("v", "Inside = b2"), kslUpdateNoAction);
+  EXPECT_EQ(parents("/NODE:v"), "/NODE:e") << "linked by the next command";
+  run(node("fresh"));
+  EXPECT_EQ(value("/NODE:v", "Inside") + parents("/NODE:v"), "b2/NODE:b2");
+  ObjectDB::instance()->getObjectByPath("/NODE:v")->setValue("Own", "own");
+  run("GROUP: own\nEND\n> rename from=/NODE:own, to=other");
+  EXPECT_EQ(value("/NODE:v", "Own"), "other");
+  EXPECT_EQ(m_system.store().find("Own"), std::string::npos) << "internal ones are no text";
+  m_system.expectConsistent();
 }
 
 TEST_F(ComputeTest, ObjectsMayUpdateOthersWhileTheyAreUpdated)
@@ -185,6 +199,9 @@ TEST_F(ComputeTest, ForcedUpdates)
             "error[4] ObjectDB::getObjectByName: Object name b is ambiguous.\n"
             "warning[8] Executive::forceUpdate: Object 'x' does not exist. Update ignored.");
   EXPECT_EQ(run("> fu \"a\", \"/NODE: b\""), "a b b");
+  ObjectDB::supportOldStylePaths();
+  m_system.executive().forceUpdate({"NODE:b"});
+  EXPECT_EQ(take(), "b");
 }
 
 // Random commands over a few objects. After each, the graph must show exactly what the texts name, all is up to

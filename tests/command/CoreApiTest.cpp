@@ -53,6 +53,48 @@ TEST_F(CoreApi, TellsTheCourseOfACommand)
   system.errorList();
 }
 
+TEST_F(CoreApi, ObserversThatThrow)
+{
+  struct Case {
+    int type;
+    const char* text;
+    const char* told;
+    const char* errors;
+  };
+  const char* const failed = "error[4] Test::fail: failed";
+  const char* const inHistory =
+      "error[4] KSLInterface::parseHistory: Operation failed. (System exception string: out)";
+  const Case cases[] = {
+      {1, "A: k\nx = 1\nEND", "0 4 5 16 1", ""},
+      {5, "A: k\nx = 2\nEND", "0 4 5 16 1", ""},
+      {4, "A: k\nx = 3\nEND", "0 4 5 12 4 5 13 1",
+       "error[1] KSLInterface::invoke: Operation failed. (System exception string: out)"},
+      {16, "A: k\nx = 3\nEND", "0 4 5 16 12 4 5 13 1",
+       "error[1] KSLInterface::parseKSL: Operation failed. (System exception string: out)"},
+      {12, "A: k\nx = 3\nEND\n> fail", "0 4 5 12 4 5 13 1", failed},
+      {13, "A: k\nx = 3\nEND\n> fail", "0 4 5 12 4 5 13 1", failed},
+      {15, "> undo\n> fail", "0 4 5 14 4 5 15 1", failed},
+      {4, "> undo", "0 4 5 14 4 5 15 1", inHistory},
+      {4, "> redo", "0 4 5 12 4 5 13 1", inHistory},
+  };
+  for (const Case& entry : cases) {
+    if (entry.text == std::string("> redo"))
+      system.run("> undo");
+    SCOPED_TRACE(entry.text);
+    const std::string before = system.state();
+    system.notifications();
+    system.onNotification = [armed = true, type = entry.type](int now) mutable {
+      if (now == type && std::exchange(armed, false))
+        throw std::string("out");
+    };
+    EXPECT_EQ(told(entry.text), entry.told);
+    system.onNotification = nullptr;
+    EXPECT_EQ(system.errors(), entry.errors);
+    EXPECT_EQ(system.state() == before, *entry.errors != 0);
+    system.expectConsistent();
+  }
+}
+
 TEST_F(CoreApi, RefusesEmptyTextsBeforeAnybodyIsTold)
 {
   const auto empty = [&] { system.run(""); };
@@ -132,6 +174,9 @@ TEST_F(CoreApi, QueriesTakeNamesOrPaths)
   EXPECT_EQ(paths(api->getChildObjectsByCategory("/A:k", "deletable")), "/A:k/A:inner ");
 
   EXPECT_TRUE(api->hasObjectGotParam("/CUT:twice", "Radius"));
+  std::vector<std::pair<std::string, std::string>> users{{"/gone", ""}};
+  api->getObjectsWithParameter("Radius", users);
+  EXPECT_EQ(users, (std::vector<std::pair<std::string, std::string>>{{"/CUT:twice", "1 [m]"}}));
   std::map<std::string, std::string> params = {
       {"Colour", "green"},  {"Cuts", ""},        {"Layers", "front"}, {"Normal", "0, 0, 1"},
       {"Offset", "2 [mm]"}, {"Option", "Plane"}, {"Radius", "1 [m]"}, {"Visible", "True"}};

@@ -76,6 +76,26 @@ TEST_F(OutputFilesTest, AppearWhenTheirCommandHasEndedWell)
   EXPECT_EQ(files(), "a=outside b=5");
 }
 
+TEST_F(OutputFilesTest, ACommandMayGoOnAfterARecoveryInItsMiddle)
+{
+  system.registerAction("report", [this](const auto&) {
+    try {
+      system.run("> write a, 1\n> fail");
+    } catch (...) {
+      system.interface()->undoOnError();
+    }
+  });
+  system.onNotification = [this](int type) {
+    if (type == KSLCoreAPI::recoveryEnd)
+      OutputFiles::instance()->write(folder / "a", "of an object that was put back");
+    else if (type == KSLCoreAPI::outermostProcessed)
+      system.run("> write c, 3");
+  };
+  system.run("> report\n> write b, 2");
+  EXPECT_EQ(files(), "b=2 c=3");
+  EXPECT_EQ(system.errorList().size(), 1U);
+}
+
 // What a killed process left goes with the next save of the same file; what living ones write stays.
 TEST_F(OutputFilesTest, LeftoversOfDeadProcessesGo)
 {

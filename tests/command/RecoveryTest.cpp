@@ -19,6 +19,13 @@ class Recovery : public testing::Test {
   {
     system.registerAction("fail", [](const auto&) { throw data::invalid("Test", "fail", "failed"); });
     system.registerAction("nest", [this](const auto&) { system.run(nested); });
+    system.registerAction("swallow", [this](const auto&) {
+      try {
+        system.run("> fail");
+      } catch (...) {
+        system.undo();
+      }
+    });
     prepare();
   }
   // Two steps to undo, one to redo.
@@ -79,6 +86,7 @@ TEST_F(Recovery, OfAFailedText)
        unknownParam("/A:k")},
       {"syntax", "A: k\nx = 5\nEND\n?\n", "error[4] KSLAPI::loadKSLData: Syntax error in KSL line: '?'."},
       {"END", "A: k\nx = 5\n", "error[4] KSLInterface::preParseKSL: Not enough END statements in KSL."},
+      {"an undo after the failure", "> swallow"},
       {"no action", "A: k\nx = 5\nEND\nA: n\nx = 1\nEND\n> update noaction\n> fail", failed,
        kslUpdateNoAction},
       {"delete and make anew", "> delete k\nA: k\ny = 1\nEND\n> delete k\nA: k\nEND\n> fail", failed,
@@ -140,13 +148,23 @@ TEST_F(Recovery, ThatFailsItselfIsToldAndLeavesNoErrorPending)
   bool recovering = false;
   system.onNotification = [&](int type) {
     recovering = type == 12 || (recovering && type != 13);
-    if (type == 4 && recovering)
+    if (type == 4 && recovering) {
       system.run(nested);
+      system.interface()->doAction("delete k");
+    }
+    // Past the texts, too, store and database stay the same.
+    if (recovering || type == 13)
+      system.text()->loadKSLData({"A: sneaked", "END", "A: k", "x = 9", "&replace B: l", "END", "END"});
+    if (type == 13)
+      system.text()->loadKSLData({"> fail"});
+    if (recovering && type < 12)
+      system.executive().doAction("update");
   };
   system.run("A: a\nx = 1\nEND\n> fail");
-  EXPECT_EQ(system.errors(),
-            std::string(failed)
-                + "\nwarning[8] KSLInterface::parseKSL: Text submitted during error recovery is ignored.");
+  const std::string ignored =
+      "\nwarning[8] KSLInterface::parseKSL: Text submitted during error recovery is ignored.";
+  EXPECT_EQ(system.errors(), failed + ignored + ignored + "\n" + failed);
+  EXPECT_EQ(unordered(), unorderedBefore);
   expectSound();
 }
 

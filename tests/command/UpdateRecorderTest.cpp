@@ -39,6 +39,8 @@ TEST_F(UpdateRecorder, NumbersTellWhatAReaderMissed)
   EXPECT_TRUE(info->isSynchronised(read + 1));
   EXPECT_THROW(system.run(""), internal::badParam);
   EXPECT_EQ(info->getCurrentID(), read + 3) << "an empty text begins a recording too";
+  KSLCoreAPI::destroyInstance();
+  EXPECT_EQ(ObjectDB::instance()->getChangeNotify(), nullptr);
 }
 
 TEST_F(UpdateRecorder, TheDatabaseHasOneAtMost)
@@ -69,12 +71,15 @@ TEST_F(UpdateRecorder, DeletionsCoverWhatLiesInThem)
   recorder.objectDeleteBegin(object("/A:l"));
   recorder.objectDeleteEnd("/A:k", object("/A:k"));
   change("/A:l");
+  const ParamDefinition gone("gone", "", "", "", "", "");
+  recorder.paramChanged(object("/A:k"), &gone);
+  recorder.objectAdded(object("/A:k"));
   std::string told;
   const auto [first, last] = recorder.getUpdates();
   for (auto item = first; item != last; ++item)
     for (const auto& [path, values] : item->objects)
       told += std::to_string(item->type) + path + " " + std::to_string(values.size()) + "; ";
-  EXPECT_EQ(told, "2/A:k 0; 1/A:ka 1; 2/A:l 0; 1/A:k 3; ");
+  EXPECT_EQ(told, "2/A:k 0; 1/A:ka 1; 2/A:l 0; 1/A:k 4; ");
 }
 
 // A host's copy of the database, kept up by the items alone.

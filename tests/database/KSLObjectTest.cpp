@@ -230,6 +230,11 @@ TEST_F(KSLObjectTest, ReadingAndRefusedValuesTakeNoMemory)
   copy->unsetParam("fixed");  // to a default that is not allowed
   for (const char* name : {"m", "fixed"})
     EXPECT_EQ(copy->lookUpParam(name), twin->lookUpParam(name));
+  Listener listener;
+  copy->registerObjectChangeNotify(&listener);
+  copy->unsetParam("fixed");
+  EXPECT_EQ(listener.take(), "changed fixed = none\n") << "but whoever observes wants to know";
+  copy->registerObjectChangeNotify(nullptr);
   EXPECT_EQ(errorOf([&] { copy->getParam("b"); }),
             objectError("getParam", "Parameter 'b' does not exist on object /A:y."));
   std::string seen;  // by one who keeps what is shown, and another parameter
@@ -246,6 +251,8 @@ TEST_F(KSLObjectTest, SetValueRecordsWhatUndoNeeds)
   EXPECT_EQ(object->setValue("on", "Off"), "/P:p/A:x/on = Yes");
   EXPECT_EQ(object->setValue("on", "perhaps"), "/P:p/A:x/on = Off");
   EXPECT_EQ(object->setValue("on", "perhaps"), "/P:p/A:x/on = perhaps");
+  object->clearChangedParameters({"on", "none"});
+  EXPECT_FALSE(object->isParamChanged("on"));
   EXPECT_EQ(object->setValueWithoutPending("text", "new"), "old");
   EXPECT_EQ(errorOf([&] { object->setValueWithoutPending("none", ""); }),
             ErrorMsg("DataKSLObject", "setValue", "Parameter 'none' is not recognized.", 4));

@@ -58,6 +58,7 @@ TEST_F(ObjectDBTest, FindsByPathNameTypeAndCategory)
   EXPECT_EQ(names(db().getRoot()->getChildObjects()), "A:x A:z B:z B:y ");
   EXPECT_EQ(names(db().getObjectsByCategory("blue")), "B:z B:y ");
   EXPECT_EQ(names(db().getObjectsByType("/A:x", "B")), "B:inner ");
+  EXPECT_EQ(db().getState({}), "/A:x\n/A:x/B:inner\n/A:z\n/B:y\n/B:z\n");
   EXPECT_EQ(db().getState({"none", "x"}),
             "\n" + std::string(51, '-') + "\nA:x\n  B:inner\n  END\nEND\n\nScheduler list for A:x\n");
   EXPECT_EQ(reported.errors(),

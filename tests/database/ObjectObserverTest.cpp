@@ -30,6 +30,27 @@ TEST_F(ObjectObserverTest, FailingObserverLeavesParametersAsTheyWere)
   object->registerObjectChangeNotify(nullptr);
   object->registerObjectChangeNotify(nullptr);
   PrototypeEditor(*object).addParameter(std::move(param));  // refused ones carry no observer
+
+  struct Foreign : ParamDefinition::NotifyChange {
+    void paramChanged(ParamDefinition*) override {}
+  } foreign;  // of one parameter, which keeps it; the others get none
+  PrototypeEditor(*object).findParam("q")->setNotifyChange(&foreign);
+  EXPECT_NE(errorOf([&] { object->registerObjectChangeNotify(&listener); }).getMessage(), "");
+  for (const char* name : {"p", "new"})
+    PrototypeEditor(*object).findParam(name)->setNotifyChange(&foreign);
+  EXPECT_NE(errorOf([&] { PrototypeEditor(*object).findParam("q")->setNotifyChange(&foreign); }).getMessage(),
+            "");
+
+  struct Ending : DataKSLObject {
+    using KSLObject::removeAllParameters;
+  } ending;
+  for (const char* name : {"a", "b", "c"})
+    PrototypeEditor(ending).addParameter(makeParam({name}));
+  ending.registerObjectChangeNotify(&listener);
+  listener.take();
+  listener.failAt = 0;
+  EXPECT_EQ(errorOf([&] { ending.removeAllParameters(); }).getMessage(), "deleted a");
+  EXPECT_EQ(listener.take() + textOf(ending), "deleted b\ndeleted c\n") << "all are told";
 }
 
 }  // namespace

@@ -40,6 +40,8 @@ TEST_F(StateTextTest, WritesEssentialAndSetParametersOfTheContext)
   EXPECT_EQ(object->getState(externalParams),
             "A:x\n  Mode = near\n  app = 9\n  may = 9\n  must = 9\n  near must = 9\nEND\n");
   EXPECT_EQ(object->getState(internalParams), "A:x\n  secret = 9\nEND\n");
+  EXPECT_EQ(StringUtilities::vectorToString(object->getParamNamesInContext(allParams), ','),
+            "Mode,app,empty,may,must,near must,secret");
   EXPECT_EQ(object->getAppStrippedState(),
             "A:x\n  Mode = near\n  may = 9\n  must = 9\n  near must = 9\nEND\n");
   object->setValue("Mode", "far");
@@ -52,6 +54,13 @@ TEST_F(StateTextTest, WritesEssentialAndSetParametersOfTheContext)
       "A:x\n  Mode = sideways\n  app = 9\n  far may = 9\n  may = 9\n  must = 9\n  near must = 9\nEND\n");
   PrototypeEditor(*object).removeParameter("Mode");
   EXPECT_EQ(object->getState(externalParams), "A:x\n  app = 9\n  may = 9\n  must = 9\nEND\n");
+
+  Category::addCategory("application-object");
+  const KSLObject* top = add("", "TOP", "TOP");
+  add("/TOP", "Z", "late");
+  PrototypeEditor(static_cast<DataKSLObject&>(*add("/TOP", "A", "hidden"))).setCategory("application-object");
+  EXPECT_EQ(db().getRoot()->getState(allParams), "TOP:\n  A:hidden\n  END\n  Z:late\n  END\nEND\n");
+  EXPECT_EQ(top->getAppStrippedState(), "TOP:\n  Z:late\n  END\nEND\n");
 }
 
 }  // namespace

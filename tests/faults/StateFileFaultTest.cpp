@@ -6,6 +6,7 @@
 #include "database/ObjectDB.h"
 #include "actions/WriteSessionExecutor.h"
 #include "tests/actions/stateRules.h"
+#include "tests/faults/Trap.h"
 
 #include <cerrno>
 #include <csignal>
@@ -29,6 +30,10 @@ struct FileTrap {
 
   bool strikes()
   {
+    if (orv::trap.strikes(FaultKind::file)) {
+      errno = EIO;
+      return true;
+    }
     if (left == 0 || --left > 0)
       return false;
     if (kills && !halfway)
@@ -117,8 +122,7 @@ REPLACED int fchmod(int file, mode_t mode) noexcept
 
 REPLACED int fsync(int file)
 {
-  static auto* const real = orv::next<int(int)>("fsync");
-  return orv::fileTrap.strikes() ? -1 : real(file);
+  return orv::fileTrap.strikes() ? -1 : fcntl(file, F_GETFD) == -1 ? -1 : 0;  // nobody takes the power away
 }
 
 REPLACED int close(int file)
@@ -134,7 +138,10 @@ REPLACED int close(int file)
 REPLACED int rename(const char* from, const char* to) noexcept
 {
   static auto* const real = orv::next<int(const char*, const char*)>("rename");
-  return orv::fileTrap.strikes() ? -1 : real(from, to);
+  if (orv::fileTrap.strikes())
+    return -1;
+  ::unlink(to);  // or a disk may wait for the contents
+  return real(from, to);
 }
 
 namespace orv {

@@ -14,7 +14,8 @@ enum class FaultKind {
   notification,
   observer,
   action,
-  step
+  step,
+  file  // an operation of the C library
 };
 
 struct Trap {

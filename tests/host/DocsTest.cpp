@@ -2,6 +2,8 @@
 #include "Process.h"
 
 #include <algorithm>
+#include <cstdlib>
+#include <filesystem>
 #include <gtest/gtest.h>
 #include <regex>
 #include <sstream>
@@ -75,6 +77,40 @@ TEST_P(DocsTest, TextsDoWhatIsShown)
 INSTANTIATE_TEST_SUITE_P(Docs, DocsTest,
                          testing::Values("README.md", "docs/actions.md", "docs/language.md",
                                          "docs/units.md"));
+
+// What a shell prints, on both streams, where the program is called ksl.
+std::string transcript(const std::string& command)
+{
+  static const std::string program = makeFile("transcripts/ksl", "#!/bin/sh\nexec \"$KSL_BIN\" \"$@\"\n");
+  const std::string folder = program.substr(0, program.rfind('/'));
+  std::filesystem::permissions(program, std::filesystem::perms::owner_all);
+  const std::string out = makeFile("standard/transcript");
+  const std::string script =
+      makeFile("standard/script", "cd " + folder + "\nPATH=.:$PATH\n" + command + "\n");
+  static_cast<void>(std::system(("sh " + script + " > " + out + " 2>&1 < /dev/null").c_str()));
+  return readFile(out);
+}
+
+// Blocks "ksl NAME" are files. Each line "$ COMMAND" of a block "console" is run, in order, where these are, and prints
+// what stands below it.
+TEST(Docs, TranscriptsAreWhatHappens)
+{
+  std::string shown;
+  std::string printed;
+  for (const Block& block : blocksOf("docs/ksl.md")) {
+    if (block.language.starts_with("ksl "))
+      makeFile("transcripts/" + block.language.substr(4), block.text);
+    if (block.language != "console")
+      continue;
+    shown += block.text;
+    std::istringstream lines(block.text);
+    for (std::string line; std::getline(lines, line);)
+      if (line.starts_with("$ "))
+        printed.append(line).append("\n").append(transcript(line.substr(2)));
+  }
+  EXPECT_NE(shown, "");
+  EXPECT_EQ(printed, shown);
+}
 
 // The commands shown are recorded as shown, and play back to the state shown.
 TEST(Docs, SessionFileIsWrittenAndReadAsShown)

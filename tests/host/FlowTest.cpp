@@ -20,21 +20,10 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr const char* wind = R"(DATA READER:
-  Current Results File = any.res
-END
-DOMAIN: Wind Tunnel
-  BOUNDARY: Inflow
-    Boundary Type = Inlet
-    Inlet Speed = 10 [m s^-1]
-  END
-  BOUNDARY: Outflow
-    Boundary Type = Outlet
-  END
-  BOUNDARY: Cylinder
-  END
-END
-)";
+constexpr const char* wind =
+    "DATA READER:\nCurrent Results File = any.res\nEND\nDOMAIN: Wind Tunnel\n"
+    "BOUNDARY: Inflow\nBoundary Type = Inlet\nInlet Speed = 10 [m s^-1]\nEND\n"
+    "BOUNDARY: Outflow\nBoundary Type = Outlet\nEND\nBOUNDARY: Cylinder\nEND\nEND\n";
 
 std::string demoRules()
 {

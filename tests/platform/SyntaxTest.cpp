@@ -129,26 +129,11 @@ Contents contentsOf(const SyntaxTree& tree, const std::set<std::string>& named,
   return contents;
 }
 
-const char* const rules = R"(RULES:
-  KSLObjectClasses = DataKSLObject
-  PARAMETER: x
-  END
-  PARAMETER: y
-  END
-  OBJECT: A
-    KSLObject Class = DataKSLObject
-    Optional Parameter List = x, y
-  END
-  OBJECT: B
-    KSLObject Class = DataKSLObject
-    Optional Parameter List = x, y
-  END
-  SINGLETON: S
-    KSLObject Class = DataKSLObject
-    Optional Parameter List = x, y
-  END
-END
-)";
+const char* const rules =
+    "RULES:\nKSLObjectClasses = DataKSLObject\nPARAMETER: x\nEND\nPARAMETER: y\nEND\n"
+    "OBJECT: A\nKSLObject Class = DataKSLObject\nOptional Parameter List = x, y\nEND\n"
+    "OBJECT: B\nKSLObject Class = DataKSLObject\nOptional Parameter List = x, y\nEND\n"
+    "SINGLETON: S\nKSLObject Class = DataKSLObject\nOptional Parameter List = x, y\nEND\nEND\n";
 
 bool isSyntactic(const std::string& message)
 {

@@ -179,7 +179,9 @@ TEST(TextStore, UndoTakesBackWhatIsNotConfirmed)
     store.confirmTo(confirmed);
   store.undo();
   EXPECT_EQ(store.text() + store.changes(), "A: a\n  x = 2\nEND\n");
+  const auto last = store.changeMark();
   store.deleteObj("/A:a");
+  EXPECT_EQ(store.pendingMark(), last);
   store.confirmTo(store.changeMark() + 100);
   store.undo();
   EXPECT_EQ(store.text(), "");

@@ -14,6 +14,7 @@ namespace {
 class Logging : public GenericKSLObject {
  public:
   static std::string log;
+  static inline bool deletes = false;
   KSLObject* clone() const override
   {
     auto copy = std::make_unique<Logging>();
@@ -23,6 +24,8 @@ class Logging : public GenericKSLObject {
   void calculate(const std::string& type) override
   {
     log += type + " ";
+    if (deletes)
+      return ObjectDB::instance()->deleteObject(getPath());
     GenericKSLObject::calculate(type);
   }
 };
@@ -104,6 +107,15 @@ TEST_F(GenericKSLObjectTest, SchedulersOfAnObjectRunAlongTheirLinks)
   edit().addSchedulerLink("A", "C");
   EXPECT_EQ(thrown<ksl::cyclicRef>([&] { add("z"); }).getMessage(),
             "Attempt to create a cyclic dependency between object z (C) and object z (A).");
+}
+
+TEST_F(GenericKSLObjectTest, ACalculationMayDeleteItsObject)
+{
+  Logging* object = add("x");
+  Logging::deletes = true;
+  object->update();
+  Logging::deletes = false;
+  EXPECT_EQ(Logging::log, "A ");
 }
 
 TEST_F(GenericKSLObjectTest, MissingFunctionsAreExplainedAndAnEndIsQuiet)

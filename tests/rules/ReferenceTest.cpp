@@ -17,6 +17,7 @@ class ReferenceTest : public ::testing::Test {
  protected:
   ReferenceTest()
   {
+    ErrorProgressReporter::instance()->setSink(&said);
     makeType("T", true);
     makeType("U", true);
     makeType("P", false);
@@ -29,6 +30,7 @@ class ReferenceTest : public ::testing::Test {
     ExpressionNames::install(nullptr);
     ObjectDB::destroyInstance();
     ObjectFactory::destroyInstance();
+    ErrorProgressReporter::destroyInstance();
   }
 
   static void makeType(const char* type, bool withScheduler)
@@ -71,11 +73,24 @@ class ReferenceTest : public ::testing::Test {
       text += dependent.getObjPath() + "." + dependent.getParamName() + " ";
     return text;
   }
+  // What is wrong with one value, said in a batch of its own.
+  static std::string fault(const std::string& param, const std::string& value)
+  {
+    LinkTransaction batch(*ObjectDB::instance());
+    at("b")->setValue(param, value);
+    try {
+      batch.commit();
+    } catch (const Error& error) {
+      return error.getMessage();
+    }
+    return {};
+  }
   static void settle()
   {
     for (KSLObject* object : ObjectDB::instance()->getAllObjects())
       object->update();
   }
+  ErrorCollector said;
 };
 
 TEST_F(ReferenceTest, ARefusedValueChangesNothing)
@@ -108,11 +123,34 @@ TEST_F(ReferenceTest, ARefusedValueChangesNothing)
       ADD_FAILURE() << bad.value;
     } catch (const Error& error) {
       EXPECT_EQ(error.getMessage(), bad.message);
+      EXPECT_EQ(dynamic_cast<const data::notFound*>(&error) != nullptr,
+                bad.value == std::string("a, x, two"));
     }
     EXPECT_EQ(at("b")->getValue("Two") + " " + links("b"), "a, later " + before);
     EXPECT_FALSE(at("b")->getSchedulerObject("S")->isPending());
     EXPECT_EQ(dependents(at("later")) + dependents(at("c")), "/T:b.Two ");
   }
+  at("b")->setValueWithoutPending("Two", "a, T:a");
+  EXPECT_ANY_THROW(at("b")->setValue("Two", "b"));
+  settle();
+  add("P", "a");
+  EXPECT_EQ(links("b"), "/T:a (S) x1") << "what was set aside was due before, and is; once, for two names";
+  EXPECT_EQ(said.errors().size(), 0U);
+  // What a host deletes is nobody's fault, as long as the text stays; what a command does is.
+  ObjectDB::instance()->deleteObject("/T:a");
+  EXPECT_EQ(fault("One", "later"), "");
+  EXPECT_EQ(fault("One", ""), "");
+  EXPECT_EQ(fault("Two", "x"), "Object 'x' referred to in 'Two' does not exist.");
+  EXPECT_EQ(fault("Two", "later"), "");
+  at("b")->setValue("Two", "later");
+  EXPECT_EQ(fault("Two", "a, T:a"),
+            "Cannot connect parameter Two to object /P:a(it does not have Scheduler type S).");
+  at("b")->setValue("Two", "later");
+  add("P", "later");
+  settle();
+  LinkTransaction batch(*ObjectDB::instance());
+  ObjectDB::instance()->deleteObject("/T:later");
+  EXPECT_THROW(batch.commit(), data::invalid);
 }
 
 TEST_F(ReferenceTest, BatchesJudgeAtTheirEnd)

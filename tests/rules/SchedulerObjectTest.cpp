@@ -405,6 +405,10 @@ TEST(SchedulerObject, RefusalsTellWhatIsWrongAndChangeNothing)
             error("update", "Object m_name has scheduler but is not GenericKSLObject."));
   EXPECT_TRUE(unowned.isPending() && unsupported.isPending());
   EXPECT_EQ(a.getChildren().count(&b), 2);
+  a.setPending();
+  SchedulerObject copy(b);  // which has no parents to wait for
+  copy.update();
+  EXPECT_FALSE(copy.isPending());
 }
 
 TEST(SchedulerObject, CaughtFailuresAreReportedAndInterruptsAreNot)

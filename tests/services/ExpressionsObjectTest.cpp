@@ -95,8 +95,11 @@ TEST(ExpressionsObject, RefusedTextsChangeNothing)
     EXPECT_TRUE(error.substr(error.find(": ") + 2).starts_with(message)) << error;
     EXPECT_EQ(system->fullState() + ExpressionSystem::expressions().getSchedulerInfo(), before) << lines;
   }
-  EXPECT_EQ(system.define("later = 5"), "");
+  EXPECT_EQ(system.define("later = 5\nd = c\ng = d"), "");
   EXPECT_EQ(evaluated("c"), "7");
+  EXPECT_EQ(system.evaluator("v", "g"), "");
+  EXPECT_THROW(ExpressionSystem::expressions().setValue("c", "g + nobody"), ksl::cyclicRef);
+  EXPECT_EQ(system.define("later ="), unknown("b + later", "later")) << "however far the user is";
 }
 
 // Stores what it refuses.

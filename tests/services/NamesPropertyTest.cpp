@@ -19,80 +19,28 @@
 namespace orv::test {
 namespace {
 
-constexpr const char* rules = R"(RULES:
-  Categories = variable, deletable, has-local-variable
-  KSLObjectClasses = DataKSLObject, GenericKSLObject, ExpressionsKSLObject, ExpressionEvaluatorKSLObject
-  SchedulerTypes = S
-  SINGLETON: EXPRESSIONS
-    KSLObject Class = ExpressionsKSLObject
-  END
-  OBJECT: EXPRESSION EVALUATOR
-    KSLObject Class = ExpressionEvaluatorKSLObject
-    Scheduler = S
-    Essential Parameter List = Evaluated Expression
-    Internal Parameter List = Result, Result Units
-  END
-  OBJECT: EXPRESSION PREVIEW
-    KSLObject Class = ExpressionEvaluatorKSLObject
-    Scheduler = S
-    Essential Parameter List = Evaluated Expression
-    Internal Parameter List = Result, Result Units
-  END
-  PARAMETER: Evaluated Expression
-    Parameter Type = Expression
-    Local Type = S
-  END
-  PARAMETER: Result
-  END
-  PARAMETER: Result Units
-  END
-  OBJECT: N
-    KSLObject Class = GenericKSLObject
-    Scheduler = S
-    Optional Parameter List = Ref, Near, Size
-  END
-  OBJECT: M
-    KSLObject Class = GenericKSLObject
-    Scheduler = S
-    Optional Parameter List = Ref, Fall
-  END
-  OBJECT: G
-    KSLObject Class = DataKSLObject
-    Optional Parameter List = Note
-  END
-  OBJECT: GAUGE
-    KSLObject Class = GenericKSLObject
-    Category = variable
-    Scheduler = S
-    Optional Parameter List = Value
-  END
-  PARAMETER: Ref
-    Parameter Type = String List
-    Local Type = S
-    Remote Type = S
-  END
-  PARAMETER: Near
-    Local Type = S
-    Remote Type = S
-    Remote Path = /G:a
-  END
-  PARAMETER: Fall
-    Default = c
-    Local Type = S
-    Remote Type = S
-  END
-  PARAMETER: Size
-    Parameter Type = Real
-    Local Type = S
-  END
-  PARAMETER: Value
-    Parameter Type = Real
-    Local Type = S
-  END
-  PARAMETER: Note
-  END
-END
-)";
+constexpr const char* rules =
+    "RULES:\nCategories = variable, deletable, has-local-variable\nSchedulerTypes = S\n"
+    "KSLObjectClasses = DataKSLObject, GenericKSLObject, ExpressionsKSLObject, ExpressionEvaluatorKSLObject\n"
+    "SINGLETON: EXPRESSIONS\nKSLObject Class = ExpressionsKSLObject\nEND\n"
+    "OBJECT: EXPRESSION EVALUATOR\nKSLObject Class = ExpressionEvaluatorKSLObject\nScheduler = S\n"
+    "Essential Parameter List = Evaluated Expression\nInternal Parameter List = Result, Result Units\nEND\n"
+    "OBJECT: EXPRESSION PREVIEW\nKSLObject Class = ExpressionEvaluatorKSLObject\nScheduler = S\n"
+    "Essential Parameter List = Evaluated Expression\nInternal Parameter List = Result, Result Units\nEND\n"
+    "OBJECT: N\nKSLObject Class = GenericKSLObject\nScheduler = S\nOptional Parameter List = Ref, Near, "
+    "Size\n"
+    "END\n"
+    "OBJECT: M\nKSLObject Class = GenericKSLObject\nScheduler = S\nOptional Parameter List = Ref, Fall\nEND\n"
+    "OBJECT: G\nKSLObject Class = DataKSLObject\nOptional Parameter List = Note\nEND\n"
+    "OBJECT: GAUGE\nKSLObject Class = GenericKSLObject\nCategory = variable\nScheduler = S\n"
+    "Optional Parameter List = Value\nEND\n"
+    "PARAMETER: Evaluated Expression\nParameter Type = Expression\nLocal Type = S\nEND\n"
+    "PARAMETER: Ref\nParameter Type = String List\nLocal Type = S\nRemote Type = S\nEND\n"
+    "PARAMETER: Near\nLocal Type = S\nRemote Type = S\nRemote Path = /G:a\nEND\n"
+    "PARAMETER: Fall\nDefault = c\nLocal Type = S\nRemote Type = S\nEND\n"
+    "PARAMETER: Size\nParameter Type = Real\nLocal Type = S\nEND\n"
+    "PARAMETER: Value\nParameter Type = Real\nLocal Type = S\nEND\n"
+    "PARAMETER: Result\nEND\nPARAMETER: Result Units\nEND\nPARAMETER: Note\nEND\nEND\n";
 
 class Generator {
  public:

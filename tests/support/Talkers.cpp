@@ -12,9 +12,10 @@ namespace {
 constexpr const char* rules =
     "RULES:\nKSLObjectClasses = DataKSLObject, TalkingObject\nSchedulerTypes = Data\n"
     "PARAMETER: x\nLocal Type = Data\nEND\n"
+    "PARAMETER: sum\nParameter Type = Internal\nEND\n"
     "PARAMETER: mode\nAllowed String List = on, off\nDefault = off\nEND\n"
     "OBJECT: A\nKSLObject Class = DataKSLObject\nOptional Parameter List = x, mode\nEND\n"
-    "OBJECT: B\nKSLObject Class = TalkingObject\nScheduler = Data\nOptional Parameter List = x\nEND\n"
+    "OBJECT: B\nKSLObject Class = TalkingObject\nScheduler = Data\nOptional Parameter List = x, sum\nEND\n"
     "END\n";
 
 }  // namespace
@@ -57,6 +58,8 @@ void TalkingObject::update()
 
 void TalkingObject::calculate(const std::string&)
 {
+  if (TalkingSystem::s_current->onCalculation)
+    TalkingSystem::s_current->onCalculation(*this);
   TalkingSystem::s_current->at(Place::calculation);
 }
 
@@ -148,7 +151,7 @@ void TalkingSystem::report(const ErrorMsg& error)
     if (failure)
       m_failures.push_back(error);
   });
-  if (failure && !std::exchange(m_recovering, true) && onRecovery)
+  if (failure && system.interface()->isRecovering() && !std::exchange(m_recovering, true) && onRecovery)
     onRecovery();
   at(Place::sink);
 }
@@ -173,7 +176,9 @@ void TalkingSystem::notified(int type)
 void TalkingSystem::run(const std::string& text)
 {
   m_inCommand = true;
-  EXPECT_NO_THROW(system.run(text));
+  std::vector<std::string> lines;
+  note([&] { lines = {text}; });
+  EXPECT_NO_THROW(KSLCoreAPI::instance()->externalProcessKSL(lines));
   m_inCommand = false;
   EXPECT_TRUE(m_open.empty()) << "a notification was not closed";
   m_open.clear();

@@ -32,7 +32,7 @@ class TalkingObject : public GenericKSLObject {
   std::string setValueInternal(ParamDefinition* param, const std::string& value) override;
 };
 
-// Types A (x, mode: on or off), plain, and B (x), which talks. Actions: "say" is a talking executor that first reports a
+// Types A (x, mode: on or off), plain, and B (x, sum, which is internal), which talks. Actions: "say" is a talking executor that first reports a
 // warning and tells of a changed file; "fail" fails.
 class TalkingSystem : private DBChangeNotify,
                       private ErrorSink,
@@ -60,6 +60,7 @@ class TalkingSystem : private DBChangeNotify,
 
   // Told wherever somebody is called; what it throws is the caller's failure.
   std::function<void(Place)> onCall;
+  std::function<void(KSLObject&)> onCalculation;  // before that
   std::function<void()> onRecovery;
   // Around what this system notes for itself: faults that a test arranges must not hit it.
   std::function<void(bool begins)> onNote;

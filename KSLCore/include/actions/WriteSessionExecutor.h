@@ -13,6 +13,7 @@
 namespace orv {
 
 class KSLObject;
+struct ParsedText;
 
 //   > session start, filename=FILE, mode=none|overwrite|append
 //   > session stop | stopsilently
@@ -50,7 +51,9 @@ class ORV_API WriteSessionExecutor : public ActionExecutor {
   // mode, and in ASCII (FileText). On disk when it returns. Throws nothing but for lack of memory: when the file cannot
   // be written any more it is cut back to its last whole block, that is reported once, and the recording ends. Linear in
   // the text.
-  void writeSessionKSL(const std::string& text);
+  void writeSessionKSL(const std::string& text) { writeSessionKSL(text, nullptr); }
+  // The same for a text that was parsed already, in that mode, which saves most of the work.
+  void writeSessionKSL(const std::string& text, const ParsedText* parsed);
 
   // Ends a recording as "stop" does, when there is one; a failure is reported.
   void terminateSession();

@@ -19,6 +19,7 @@ class KSLUpdateInfo;
 class KSLUpdateRecorder;
 class SessionUpdateStrategy;
 class WriteSessionExecutor;
+struct ParsedText;
 
 // Observers attach for the notifications of command processing:
 //    0  a text begins (nested ones too)          1  it is done, well or not
@@ -169,6 +170,7 @@ class ORV_API KSLCoreAPI : public ObserverSubject {
  private:
   KSLCoreAPI();
   ~KSLCoreAPI() override;
+  void processText(const std::string& text, kslUpdateMode mode, ParsedText* ahead);
   void beginParseKSL();
   void endParseKSL();
   void closeCommand();

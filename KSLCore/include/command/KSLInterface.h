@@ -17,6 +17,7 @@ class Executive;
 class KSLRules;
 class PendingError;
 struct AdditionalRules;
+struct ParsedText;
 
 // Every command text enters here. It is split into lines, loaded into the text store in one call, and its
 // actions are run in order; the "> update" actions that are put in make the typed objects follow. What fails
@@ -61,7 +62,9 @@ class ORV_API KSLInterface {
   static constexpr int maxDepth = 200;
   // Runs a text; see the class. Throws only inside another parse, whose executors must let it pass.
   // Cost: linear in the text, plus what the changes touch.
-  void parseKSL(const std::string& text, kslUpdateMode mode);
+  void parseKSL(const std::string& text, kslUpdateMode mode) { parseKSL(text, mode, nullptr); }
+  // The same for a text that was parsed ahead, in this mode; null when it was not. What was parsed is used up.
+  void parseKSL(const std::string& text, kslUpdateMode mode, ParsedText* ahead);
   // REQUIRES: called from a handler. Runs a text that has failed already, of what is being handled.
   void failParse();
   // Throws what a text that is nested too deeply fails of.
@@ -76,7 +79,7 @@ class ORV_API KSLInterface {
   bool endCommand(bool keep);
   // Runs one action line (without ">"), outside any parse: what it throws comes to the caller and nothing is
   // taken back. internal::error, class "KSLInterface", function "doAction", "Pointer to Executive not set."
-  // without one.
+  // without one. Refused during a recovery, as a text is.
   void doAction(const std::string& line);
   // As Executive::forceUpdate; the same error without an Executive.
   void forceUpdate(const std::vector<std::string>& names);
@@ -143,8 +146,8 @@ class ORV_API KSLInterface {
   void runParse(kslUpdateMode mode, Work work);
   kslUpdateMode beginNewParse(kslUpdateMode mode);
   void endParse(kslUpdateMode outerMode);
-  void doParseKSL(const std::string& text, kslUpdateMode mode);
-  KSLLines preParseKSL(const std::string& text) const;
+  void doParseKSL(const std::string& text, kslUpdateMode mode, ParsedText* ahead);
+  KSLLines preParseKSL(const std::string& text, ParsedText* ahead) const;
   void updateForBackwardCompatibility(KSLLines& lines, kslUpdateMode mode);
   void processKSL(const KSLLines& lines);
   void handleParseException(bool force);

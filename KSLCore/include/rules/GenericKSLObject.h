@@ -108,8 +108,8 @@ class ORV_API GenericKSLObject : public DataKSLObject, public SchedulerOwner {
   // That scheduler is out of date.
   virtual void markUsers(const ParamDefinition::Rules& rules) noexcept;
   // Null without any.
-  using NameLinks = std::map<std::string_view, std::unique_ptr<NameLink>, std::less<>>;
-  const NameLinks* nameLinks() const noexcept { return m_links.get(); }
+  using NameLinks = std::map<std::string_view, NameLink>;
+  NameLinks* nameLinks() const noexcept { return m_links.get(); }
   NameLink* findNameLink(std::string_view param) const;
   // One more, or less, of them is due.
   void countDue(int change) noexcept { m_dueLinks += static_cast<std::uint32_t>(change); }

@@ -3,7 +3,6 @@
 
 #include "platform/ORVExport.h"
 #include "platform/ORVKSLAPI.h"
-#include "database/NameQuestion.h"
 #include "rules/Relocation.h"
 
 #include <cstddef>
@@ -11,7 +10,6 @@
 #include <memory>
 #include <set>
 #include <string>
-#include <utility>
 #include <vector>
 
 namespace orv {
@@ -22,7 +20,6 @@ class NameIndex;
 class NameLink;
 class NameRewriter;
 class ObjectDB;
-struct NameTarget;
 
 // An update of many texts, from its first change to its end: who applies changes makes one before, and commits it when
 // all are applied. Until then setting a parameter never fails for what its names mean: half-way through a list of
@@ -36,8 +33,6 @@ struct NameTarget;
 // A text that cannot be linked is an error of a command that set it, or another parameter of its object, or that broke
 // the link; else, and in a replay (undo, redo, recovery), it waits, with one warning. Expressions that only others use
 // are never at fault themselves: the objects at the end are.
-//
-// Also used for one link at a time: for what a calculation sets, and for links that wait when a walk comes by.
 class ORV_API LinkTransaction {
  public:
   enum class Kind { command, replay };
@@ -69,63 +64,23 @@ class ORV_API LinkTransaction {
 
  private:
   friend class GenericKSLObject;
-  enum class Mode { command, replay, set, walk };
   struct Mark {
     GenericKSLObject* object;  // null when it has ended
     std::uint64_t schedulers;  // a bit each
   };
 
-  // One link, whose text is about to be set; or those of an object that are due, for a walk.
-  LinkTransaction(NameLink& link, const std::string& text);
-  explicit LinkTransaction(GenericKSLObject& object);
-
   void touch(NameLink& link) noexcept;
-  void touchWaiting(GenericKSLObject& object) noexcept;
   void markLater(GenericKSLObject& object, std::size_t scheduler);
   void forget(const GenericKSLObject& object) noexcept;
-
-  // Judging.
-  void take(NameLink& link);
-  void find(NameLink& link, const std::string* text = nullptr);  // null: the text that the parameter has
-  void settleDefinitions();
-  void setSound(NameLink& link, bool sound, std::vector<NameLink*>& toAsk);
-  void judgeAndMake();
-  void judge(NameLink& link);
-  bool isStrict(const NameLink& link) const;
-  static const NameLink* unsoundIn(const NameLink& link);
-  static void blameDefinition(NameLink& link);
-  void warn(const NameLink& link) const noexcept;
-  static bool isSound(const NameLink& link);
-  static const std::vector<NameTarget>& targetsOf(const NameLink& link);
-  // The graph.
-  void make();
-  void makeAll();
-  void makeTargets(NameLink& link);
-  void addEdge(NameLink& link, NameTarget& target);
-  bool mayWaitForCircle(const NameLink& link) const;
-  void partAll() noexcept;
-  static bool stands(const NameLink& link);
-  static void dropNew(NameLink& link) noexcept;
-  static void joinOld(NameLink& link) noexcept;
-  static void endOld(NameLink& link, const std::vector<NameTarget>& next) noexcept;
-  bool isToBeUpdated(const NameLink& link) const;
-  static void commitLink(NameLink& link) noexcept;
-  void finish() noexcept;
   void markAll() noexcept;
-  void takeBack() noexcept;
   void close() noexcept;
 
   NameIndex& m_index;
-  const Mode m_mode;
+  const Kind m_kind;
   const std::unique_ptr<NameRewriter> m_rewriter;  // of an update
   LinkTransaction* m_outer = nullptr;
   std::vector<Mark> m_marks;
-  std::vector<NameQuestion> m_asked;                    // by the text that is looked at
-  std::vector<NameLink*> m_links;                       // what is judged; null when it has ended
-  std::vector<std::pair<NameLink*, bool>> m_wereSound;  // the definitions that changed, as they were
-  bool m_open = false;
-  bool m_parted = false;  // the edges that stood are taken away
-  bool m_committed = false;
+  bool m_open = true;
 };
 
 }  // namespace orv

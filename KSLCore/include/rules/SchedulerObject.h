@@ -39,6 +39,9 @@ class ORV_API SchedulerTrace {
   virtual void marked(const SchedulerObject& scheduler, const SchedulerObject* by) noexcept = 0;
   // A calculation ended, well or not. Not told when it destroyed its own scheduler.
   virtual void calculated(const SchedulerObject& scheduler, double seconds) noexcept = 0;
+  // Whether a calculation that is due is done. One that is not counts as done, and `calculated` tells it all the same:
+  // for those who want to know what would be calculated. Yes unless overridden.
+  virtual bool mayCalculate(const SchedulerObject& scheduler) noexcept;
 };
 
 // One named unit of recomputation of one object. Schedulers are joined parent to child into a graph without

@@ -1,24 +1,57 @@
 // The operations of the core API that know of session files.
 #include "platform/ORVUtilities.h"
+#include "command/CommandLines.h"
 #include "command/KSLCoreAPI.h"
 #include "command/KSLInterface.h"
+#include "command/caughtError.h"
 #include "actions/SessionUpdater.h"
 #include "actions/WriteSessionExecutor.h"
 
+#include <optional>
+
 namespace orv {
+
+namespace {
+
+std::string enteredText(const std::vector<std::string>& lines, kslUpdateMode mode)
+{
+  std::string text = StringUtilities::vectorToString(lines, '\n');
+  if (mode != kslUpdateAtEnd)
+    return text;
+  if (!text.empty())  // the last line ends before the update, also one that would be continued
+    text += StringUtilities::trimmed(text).ends_with('\\') ? "\n\n" : "\n";
+  return text += "> update\n";
+}
+
+// Nothing for a text that cannot be parsed: it fails in its turn.
+std::optional<ParsedText> parsedAhead(const std::string& text, kslUpdateMode mode)
+{
+  try {
+    return CommandLines(mode).parseAhead(text);
+  } catch (...) {
+    passUnwinding();
+    return {};
+  }
+}
+
+}  // namespace
 
 void KSLCoreAPI::externalProcessKSL(const std::vector<std::string>& lines)
 {
-  std::string text = StringUtilities::vectorToString(lines, '\n');
-  if (m_externalMode == kslUpdateAtEnd) {
-    if (!text.empty())  // the last line ends before the update, also one that would be continued
-      text += StringUtilities::trimmed(text).ends_with('\\') ? "\n\n" : "\n";
-    text += "> update\n";
+  std::string text;
+  std::optional<ParsedText> ahead;
+  try {
+    text = enteredText(lines, m_externalMode);
+    const bool isRefused = KSLInterface::instance()->isRecovering();
+    if (m_sessionWriter && m_sessionWriter->isRecording() && !text.empty() && !isRefused
+        && !m_commandOpen) {
+      ahead = parsedAhead(text, m_externalMode);
+      m_sessionWriter->writeSessionKSL(text, ahead ? &*ahead : nullptr);
+    }
+  } catch (...) {  // there is no memory: what cannot be recorded is not run
+    return KSLInterface::instance()->failParse();
   }
-  const bool isRefused = KSLInterface::instance()->isRecovering();
-  if (m_sessionWriter && !text.empty() && !isRefused && !m_commandOpen)
-    m_sessionWriter->writeSessionKSL(text);
-  processKSL(text, m_externalMode);
+  processText(text, m_externalMode, ahead ? &*ahead : nullptr);
   if (m_commandOpen)
     m_entered.append(text).append("\n");
 }

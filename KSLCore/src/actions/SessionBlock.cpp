@@ -3,10 +3,12 @@
 #include "platform/ORVKSLParseUtilities.h"
 #include "platform/ORVUtilities.h"
 #include "command/ActionExecutor.h"
+#include "command/CommandLines.h"
 #include "actions/FileText.h"
 
 #include <algorithm>
 #include <array>
+#include <cstring>
 #include <vector>
 
 namespace orv {
@@ -26,52 +28,42 @@ bool staysOneLine(std::string_view text)
   return text.back() != '\\';
 }
 
-// Whether a character, with the two behind it, needs a closer look: other than blanks for white space, or several of them
-// within a line; what begins a comment, an escape or a continuation.
-inline unsigned char isOdd(const char* at)
-{
-  const char c = *at;
-  const unsigned char odd = ((c < ' ') & (c != '\n')) | (c == '\x7F') | (c == '\\') | (c == '#') | (c == '{');
-  const unsigned char blanks = (c > ' ') & (at[1] == ' ') & (at[2] == ' ');
-  return odd | blanks;
-}
-
-// True for a text of which nearly every line stands as it is to be written, but for its place. Pieces of a fixed size and
-// no branches in them: a compiler makes instructions of it that look at many characters at once.
+// True for a text of which nearly every line is written as it was parsed: nothing has to be escaped, nothing
+// looks like a continuation, and no quotes keep blanks that the parse does not. Pieces of a fixed size and no branches in them: a compiler makes instructions of it that look at many
+// characters at once.
 bool isUsual(std::string_view text)
 {
+  const auto isOdd = [](char c) {
+    return static_cast<unsigned char>((static_cast<signed char>(c) <= 0) | (c == '{') | (c == '\\')
+                                      | (c == '"'));
+  };
   constexpr std::size_t width = 64;
-  while (text.size() >= width + 2) {
+  for (; text.size() >= width; text.remove_prefix(width)) {
     unsigned char odd = 0;
     for (std::size_t i = 0; i < width; ++i)
-      odd |= isOdd(text.data() + i);
+      odd |= isOdd(text[i]);
     if (odd != 0)
       return false;
-    text.remove_prefix(width);
   }
-  const std::string rest = std::string(text) + "\n\n";
-  for (std::size_t i = 0; i < text.size(); ++i)
-    if (isOdd(rest.data() + i) != 0)
-      return false;
-  return true;
+  return std::none_of(text.begin(), text.end(), isOdd);
 }
 
-// Without the blanks at its ends, which are all the white space that it has.
-std::string_view withoutBlanks(std::string_view line)
-{
-  std::size_t first = 0;
-  while (first < line.size() && line[first] == ' ')
-    ++first;
-  line.remove_prefix(first);
-  while (!line.empty() && line.back() == ' ')
-    line.remove_suffix(1);
-  return line;
-}
+constexpr std::size_t shortSize = 32;
+constexpr std::size_t lineRoom = lineWidth + shortSize + 1;
 
-// Of a statement without a comment.
-bool isHeader(std::string_view line)
+// Puts a line where there is room for it and a short text more; how long it is there. Most are short and have as much
+// behind them: copies of a fixed size take few instructions.
+inline std::size_t placeLine(char* out, std::size_t indent, std::string_view line, std::size_t readable)
 {
-  return line.find(':') != std::string_view::npos && line.find('=') == std::string_view::npos;
+  std::memset(out, ' ', shortSize);
+  if (indent > shortSize)
+    std::memset(out, ' ', indent);
+  if (line.size() <= shortSize && readable >= shortSize)
+    std::memcpy(out + indent, line.data(), shortSize);
+  else
+    std::memcpy(out + indent, line.data(), line.size());
+  out[indent + line.size()] = '\n';
+  return indent + line.size() + 1;
 }
 
 }  // namespace
@@ -89,12 +81,16 @@ bool SessionBlock::isLeftOut(std::string_view line)
   return !words.empty() && (words.front() == "session" || words.front() == "autolegend");
 }
 
-std::string SessionBlock::write(std::string_view text)
+std::string SessionBlock::write(std::string_view text, const ParsedText* parsed)
 {
-  m_usual = isUsual(text);
-  m_plain = m_usual || FileText::isPlain(text);
-  m_asEntered = false;
-  m_updates = false;
+  if (parsed && parsed->asEntered && isUsual(text)) {
+    writeParsed(*parsed);
+    if (m_mode != kslUpdateDefault || m_out.find(updateNoActionLine) == std::string::npos) {
+      closeBlocks();
+      return std::move(m_out += '\n');
+    }
+  }
+  m_plain = FileText::isPlain(text);
   writeLines(text);
   if (m_mode == kslUpdateDefault && m_count != 0) {  // will be refused for that
     m_asEntered = true;
@@ -106,8 +102,40 @@ std::string SessionBlock::write(std::string_view text)
     }
     closeBlocks();
   }
-  m_out += '\n';
-  return std::move(m_out);
+  return std::move(m_out += '\n');
+}
+
+// Lines of objects need no more than their place.
+void SessionBlock::writeParsed(const ParsedText& parsed)
+{
+  if (parsed.marks.empty())
+    return;
+  m_out.reserve(parsed.marks.size() * lineWidth / 4);
+  const char* at = parsed.lines[0].data();  // they stand in one piece
+  const std::string_view last = parsed.lines.back();
+  const char* const end = last.data() + last.size();
+  std::size_t size = 0;  // of what is written; behind it is room
+  for (const ParsedText::Mark& mark : parsed.marks) {
+    const std::string_view line(at, mark.size);
+    at += mark.size;
+    if (mark.type == ParsedText::putIn)
+      continue;
+    const bool isObjects = mark.type != MiniKSLParser::actionLine && mark.type != MiniKSLParser::emptyLine;
+    if (!isObjects || 2 * m_depth + line.size() > lineWidth) {
+      m_out.resize(size);
+      writeLine(line);
+      size = m_out.size();
+      continue;
+    }
+    if (mark.type == MiniKSLParser::endLine && !endBlock())
+      continue;
+    if (m_out.size() < size + lineRoom)
+      m_out.resize(size + 32 * lineRoom);
+    m_last = size;
+    size += placeLine(m_out.data() + size, 2 * m_depth, line, static_cast<std::size_t>(end - line.data()));
+    beginBlock(mark.type);
+  }
+  m_out.resize(size);
 }
 
 void SessionBlock::writeLines(std::string_view text)
@@ -118,8 +146,6 @@ void SessionBlock::writeLines(std::string_view text)
   m_last = 0;
   m_out.clear();
   m_out.reserve(text.size() + text.size() / 2);
-  if (m_usual)
-    return writeUsualLines();
   std::string_view line;
   while (takeLine(line)) {
     if (line.ends_with('\\'))
@@ -139,29 +165,12 @@ bool SessionBlock::endBlock()
   return true;
 }
 
-// The same for lines that need no more than their place.
-void SessionBlock::writeUsualLines()
+void SessionBlock::beginBlock(int lineType)
 {
-  while (!m_rest.empty()) {
-    const std::size_t end = std::min(m_rest.find('\n'), m_rest.size());
-    const std::string_view line = withoutBlanks(m_rest.substr(0, end));
-    m_rest.remove_prefix(std::min(end + 1, m_rest.size()));
-    if (line.empty())
-      continue;
-    if (line.front() == '>' || m_updates || 2 * m_depth + line.size() > lineWidth) {
-      writeLine(line);
-      continue;
-    }
-    const bool isEnd = line == "END";
-    if (isEnd && !endBlock())
-      continue;
-    m_last = m_out.size();
-    m_out.append(2 * m_depth, ' ').append(line) += '\n';
-    if (!isEnd && isHeader(line)) {
-      ++m_depth;
-      ++m_count;
-    }
-  }
+  if (lineType != MiniKSLParser::objectLine)
+    return;
+  ++m_depth;
+  ++m_count;
 }
 
 // Before an update that ends the command: what was left open counts for it.
@@ -221,10 +230,8 @@ void SessionBlock::writeLine(std::string_view line)
     writeText(text);
   else
     writeText(comment ? FileText::escapedComment(text) : FileText::escaped(text));
-  if (type == MiniKSLParser::objectLine) {
-    ++m_depth;
-    ++m_count;
-  } else if (m_updates && type == MiniKSLParser::endLine && m_count == 0) {
+  beginBlock(type);
+  if (m_updates && type == MiniKSLParser::endLine && m_count == 0) {
     m_out.append(updateLine) += '\n';
   }
 }

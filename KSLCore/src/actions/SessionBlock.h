@@ -9,6 +9,8 @@
 
 namespace orv {
 
+struct ParsedText;
+
 // Whole lines, indented by two blanks a level of open blocks and wrapped at 80 columns, without empty ones and those that
 // control sessions, and an empty line behind them. What is not ASCII is escaped (FileText).
 //
@@ -18,8 +20,8 @@ namespace orv {
 // each block takes effect by itself, has the updates of its blocks written. In mode no-action the last line is "> update
 // noaction".
 //
-// Most lines of most commands are short and stand as they are to be written: those are only copied, so that recording
-// costs little beside running.
+// Most lines of most commands are short and stand as they are to be written once they are parsed: those are only copied,
+// so that recording costs little beside running.
 class SessionBlock {
  public:
   explicit SessionBlock(kslUpdateMode mode) : m_mode(mode) {}
@@ -27,12 +29,14 @@ class SessionBlock {
   // Whether a line is session control, or what comes by itself: a replay must not do it again.
   static bool isLeftOut(std::string_view line);
 
-  // The block of a text; its lines end in LF or CR LF.
-  std::string write(std::string_view text);
+  // The block of a text; its lines end in LF or CR LF. What was parsed of it, if anything, is of this mode and has been
+  // found sound.
+  std::string write(std::string_view text, const ParsedText* parsed = nullptr);
 
  private:
   void writeLines(std::string_view text);
-  void writeUsualLines();
+  void writeParsed(const ParsedText& parsed);
+  void beginBlock(int lineType);
   bool endBlock();
   bool takeLine(std::string_view& line);
   std::string joined(std::string_view first);
@@ -46,7 +50,6 @@ class SessionBlock {
   long m_count = 0;          // headers less ENDs
   bool m_asEntered = false;  // surplus ENDs and all
   bool m_updates = false;    // those that follow top-level blocks are written
-  bool m_usual = false;      // nothing of it has to be looked at closely
   bool m_plain = true;       // nothing needs escapes
   std::size_t m_last = 0;    // where the last line begins
   std::string m_out;

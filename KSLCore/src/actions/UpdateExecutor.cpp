@@ -17,6 +17,8 @@ void UpdateExecutor::invoke(const std::vector<std::string>& words)
   if (!m_executive)
     throw internal::error("UpdateExecutor", "invoke", _("Pointer to Executive not set."));
   KSLInterface* owner = KSLInterface::instance();
+  if (owner->isRecovering())
+    return;  // of what an object has put into the store, the recovery takes care
   KSLAPI* store = owner->getKSLAPI();
   // Nested texts fill and clear the store's list while this one is applied.
   const KSLChangeList changes = store->takeKSLChangeList();

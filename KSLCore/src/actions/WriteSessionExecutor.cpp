@@ -17,6 +17,7 @@
 #include <cstdio>
 #include <filesystem>
 #include <sys/stat.h>
+#include <unistd.h>
 #include <utility>
 
 namespace orv {
@@ -233,9 +234,9 @@ void WriteSessionExecutor::append(const std::string& text)
 
 void WriteSessionExecutor::cutBack() noexcept
 {
-  std::error_code failure;  // a file that cannot be cut keeps its half block, which readers notice
-  if (m_canBeCut)
-    std::filesystem::resize_file(m_file, m_wholeSize, failure);
+  // A file that cannot be cut keeps its half block, which readers notice.
+  if (m_canBeCut && ::truncate(m_file.c_str(), static_cast<off_t>(m_wholeSize)) != 0)
+    m_canBeCut = false;
 }
 
 void WriteSessionExecutor::stop()
@@ -266,12 +267,14 @@ void WriteSessionExecutor::terminateSession()
 
 // ------------------------------------------------------------------------------------------------------- recording
 
-void WriteSessionExecutor::writeSessionKSL(const std::string& text)
+void WriteSessionExecutor::writeSessionKSL(const std::string& text, const ParsedText* parsed)
 {
-  if (!m_inProgress || text.find("AutoSaveState.qst") != std::string::npos)
+  // Sought first by the letters that texts hold least.
+  if (!m_inProgress
+      || (text.find("qst") != std::string::npos && text.find("AutoSaveState.qst") != std::string::npos))
     return;
   try {
-    append(SessionBlock(KSLCoreAPI::instance()->getExternalKslUpdateMode()).write(text));
+    append(SessionBlock(KSLCoreAPI::instance()->getExternalKslUpdateMode()).write(text, parsed));
   } catch (const file::error& error) {
     abandon(error);
   }

@@ -39,6 +39,8 @@ void CommandLines::begin(std::string_view text)
   m_atEnd = text.empty();
   const auto lineCount = static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n'));
   m_lines.reserve(text.size() + 2 * updateLine.size(), lineCount + 2);
+  if (m_ahead)
+    m_ahead->marks.reserve(lineCount + 2);
 }
 
 KSLLines CommandLines::parse(std::string_view text)
@@ -48,6 +50,16 @@ KSLLines CommandLines::parse(std::string_view text)
   if (!m_lines.empty())
     finish();
   return std::move(m_lines);
+}
+
+ParsedText CommandLines::parseAhead(std::string_view text)
+{
+  ParsedText ahead;
+  ahead.mode = m_mode;
+  m_ahead = &ahead;
+  const ScopeGuard done([this] { m_ahead = nullptr; });
+  ahead.lines = parse(text);
+  return ahead;
 }
 
 std::size_t CommandLines::sourceLine(std::string_view text, std::size_t index)
@@ -113,22 +125,34 @@ void CommandLines::endLine()
   const MiniKSLParser::LineType type = MiniKSLParser::scan(m_lines.begun()).type;
   if (type == MiniKSLParser::actionLine)
     return endActionLine();
+  mark(type, m_lines.begun().size());
   m_lines.end();
   if (m_mode == kslUpdateDefault)
     countDepth(type);
+}
+
+void CommandLines::addUpdate()
+{
+  mark(ParsedText::putIn, updateLine.size());
+  m_lines.add(updateLine);
 }
 
 void CommandLines::endActionLine()
 {
   std::string line(m_lines.begun());
   m_lines.drop();
-  if (line.size() > 1 && line[1] != ' ')
+  if (line.size() > 1 && line[1] != ' ') {
     line.insert(1, 1, ' ');
-  if (isUpdateLine(line))
-    return m_lines.add(line);
-  m_lines.add(updateLine);
+    if (m_ahead)
+      m_ahead->asEntered = false;
+  }
+  const bool isUpdate = isUpdateLine(line);
+  if (!isUpdate)
+    addUpdate();
+  mark(MiniKSLParser::actionLine, line.size());
   m_lines.add(line);
-  m_lines.add(updateLine);
+  if (!isUpdate)
+    addUpdate();
 }
 
 void CommandLines::countDepth(int lineType)
@@ -140,15 +164,17 @@ void CommandLines::countDepth(int lineType)
   if (lineType != MiniKSLParser::endLine)
     return;
   if (m_depth-- == 1)
-    m_lines.add(updateLine);
+    addUpdate();
 }
 
 void CommandLines::finish()
 {
-  if (m_mode == kslUpdateNoAction)
+  if (m_mode == kslUpdateNoAction) {
+    mark(ParsedText::putIn, updateNoActionLine.size());
     m_lines.add(updateNoActionLine);
-  else if (!isUpdateLine(m_lines.back()))
-    m_lines.add(updateLine);
+  } else if (!isUpdateLine(m_lines.back())) {
+    addUpdate();
+  }
   checkDepth();
 }
 

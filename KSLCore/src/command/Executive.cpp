@@ -114,7 +114,6 @@ void Executive::run(const Work& work)
 
 void Executive::applyUpdate(const Work& work)
 {
-  const bool queueWasEmpty = m_pendingUpdates.empty();
   LinkTransaction links(*ObjectDB::instance(),
                         work.replays ? LinkTransaction::Kind::replay : LinkTransaction::Kind::command,
                         m_relocation);
@@ -132,8 +131,7 @@ void Executive::applyUpdate(const Work& work)
     }
   }
   work.attempt([&] { appendToChangedObjects(links.commit()); });
-  if (queueWasEmpty)
-    updateChangedObjects(ObjectDB::instance(), work.log);
+  updateChangedObjects(ObjectDB::instance(), work.log);
 }
 
 void Executive::applyAll(const KSLChangeList& changes, const Work& work, LinkTransaction& links)

@@ -45,6 +45,11 @@ KSLCoreAPI::~KSLCoreAPI()
 
 void KSLCoreAPI::processKSL(const std::string& text, kslUpdateMode mode)
 {
+  processText(text, mode, nullptr);
+}
+
+void KSLCoreAPI::processText(const std::string& text, kslUpdateMode mode, ParsedText* ahead)
+{
   if (m_parseCount == 0 && m_recorder)
     m_recorder->reset();
   if (text.empty())
@@ -61,7 +66,7 @@ void KSLCoreAPI::processKSL(const std::string& text, kslUpdateMode mode)
   } catch (...) {
     return commands->failParse();
   }
-  commands->parseKSL(text, mode);
+  commands->parseKSL(text, mode, ahead);
 }
 
 bool KSLCoreAPI::beginCommand()

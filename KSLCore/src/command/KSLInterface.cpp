@@ -186,6 +186,8 @@ Executive& KSLInterface::executive() const
 
 void KSLInterface::doAction(const std::string& line)
 {
+  if (m_recovering)
+    return refuseText();
   executive().doAction(line);
 }
 
@@ -196,9 +198,9 @@ void KSLInterface::forceUpdate(const std::vector<std::string>& names)
 
 // --------------------------------------------------------------------------------------------------------- parsing
 
-void KSLInterface::parseKSL(const std::string& text, kslUpdateMode mode)
+void KSLInterface::parseKSL(const std::string& text, kslUpdateMode mode, ParsedText* ahead)
 {
-  runParse(mode, [&] { doParseKSL(text, mode); });
+  runParse(mode, [&] { doParseKSL(text, mode, ahead); });
 }
 
 void KSLInterface::failParse()
@@ -348,6 +350,7 @@ void KSLInterface::takeBack()
   m_history.recover(m_executive);
   OutputFiles::instance()->discard();  // what objects wrote when they became what they were
   m_error->report();                   // of a load that somebody made meanwhile
+  m_kslapi->undoPending();             // and that load
 }
 
 // One report for each text, but none for what the one who is being told submits.
@@ -359,9 +362,9 @@ void KSLInterface::refuseText()
   ErrorProgressReporter::instance()->reportError(m_refusal);
 }
 
-void KSLInterface::doParseKSL(const std::string& text, kslUpdateMode mode)
+void KSLInterface::doParseKSL(const std::string& text, kslUpdateMode mode, ParsedText* ahead)
 {
-  KSLLines lines = preParseKSL(text);
+  KSLLines lines = preParseKSL(text, ahead);
   const bool rewrite = m_bwc;
   if (m_bwcOverridePending) {
     m_bwc = m_savedBwc;
@@ -389,8 +392,11 @@ void KSLInterface::conclude()
   OutputFiles::instance()->publish();  // of texts that observers submitted
 }
 
-KSLLines KSLInterface::preParseKSL(const std::string& text) const
+// A text that is nested in others without a mode of its own has theirs, which nobody knew ahead.
+KSLLines KSLInterface::preParseKSL(const std::string& text, ParsedText* ahead) const
 {
+  if (ahead && ahead->mode == m_mode)
+    return std::move(ahead->lines);
   return CommandLines(m_mode).parse(text);
 }
 

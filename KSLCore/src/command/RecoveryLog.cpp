@@ -91,19 +91,32 @@ void RecoveryLog::noteFailed(const std::string& path, const std::string& param) 
   }
 }
 
+// Each takeover leaves what it has done in place, so one that fails is attempted once more; then all is taken over.
 void RecoveryLog::settle(KSLAPI& store)
 {
   for (const std::string& path : m_created)
     store.moveLast(path);
-  if (!m_failure.isPending() && !m_incomplete)
-    return;
+  const auto insist = [this](const auto& step) { return attempt(step) || attempt(step); };
+  if (!insist([&] { noteLoaded(store); }))
+    m_incomplete = true;
   Adoption adoption(store);
   for (const auto& failed : m_failed) {
     const std::string& param = failed.second;
-    attempt([&] { param.empty() ? adoption.object(failed.first) : adoption.param(failed.first, param); });
+    if (!insist([&] { param.empty() ? adoption.object(failed.first) : adoption.param(failed.first, param); }))
+      m_incomplete = true;
   }
   if (m_incomplete)
-    attempt([&] { adoption.object({}); });
+    insist([&] { adoption.object({}); });
+}
+
+// What somebody put into the store while objects were recovered, by none of the ways that are refused: the recovery's own
+// changes do not stand in the list.
+void RecoveryLog::noteLoaded(KSLAPI& store)
+{
+  const KSLChangeList& changes = *store.getKSLChangeList();
+  for (std::size_t i = 0; i < changes.size(); ++i)
+    m_failed.emplace(changes[i].path.str(), changes[i].name.str());
+  store.clearKSLChangeList();
 }
 
 void RecoveryLog::report()

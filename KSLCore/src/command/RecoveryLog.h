@@ -53,6 +53,7 @@ class RecoveryLog {
   void report();
 
  private:
+  void noteLoaded(KSLAPI& store);
   void noteFailed(const std::string& path, const std::string& param) noexcept;
 
   PendingError m_failure;

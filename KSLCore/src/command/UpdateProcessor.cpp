@@ -84,7 +84,6 @@ void UpdateProcessor::deletedObject(const std::string& path)
   if (!m_updater->hasObject(path))
     return;
   m_updater->deleteObject(path);
-  m_changed.erase(path);
 }
 
 void UpdateProcessor::newParam(const std::string& path, const std::string& name, const std::string& value)
@@ -169,7 +168,6 @@ void UpdateProcessor::create(const std::string& path)
 
 void UpdateProcessor::forget(const std::string& deletedPath)
 {
-  m_lastChanged.clear();
   if (!m_waiting.empty())
     m_waiting.push_back({deletedPath, true});
 }

@@ -10,13 +10,13 @@
 
 namespace orv {
 
-// Finds pointers by a text that the objects behind them own; equal keys are allowed and met in the order of
-// insertion. Some 12 to 24 bytes an entry. `KeyOf` is called with a const T& and gives a std::string_view,
-// which must not change while the pointer is here.
+// Finds pointers by what the objects behind them own, mostly a text; equal keys are allowed and met in the order of
+// insertion. Some 12 to 24 bytes an entry. `KeyOf` is called with a const T& and gives a Key, which must not change
+// while the pointer is here.
 //
 // Open addressing with linear probing: an entry stands at or after its home slot with no gap between, so that
 // entries of one key keep their order. Erasing closes the gap instead of leaving a mark.
-template <class T, class KeyOf>
+template <class T, class KeyOf, class Key = std::string_view, class Hash = std::hash<Key>>
 class PointerIndex {
  public:
   std::size_t size() const { return m_count; }
@@ -31,7 +31,7 @@ class PointerIndex {
 
   // The first entry of the key that `accept` takes; null when there is none.
   template <class Accept>
-  T* findIf(std::string_view key, Accept accept) const
+  T* findIf(const Key& key, Accept accept) const
   {
     if (m_count == 0)
       return nullptr;
@@ -42,7 +42,7 @@ class PointerIndex {
     }
     return nullptr;
   }
-  T* find(std::string_view key) const
+  T* find(const Key& key) const
   {
     return findIf(key, [](const T*) { return true; });
   }
@@ -52,9 +52,7 @@ class PointerIndex {
   {
     if (m_count == 0)
       return false;
-    std::size_t at = hashOf(KeyOf()(*entry)) & mask();
-    while (m_slots[at] && m_slots[at] != entry)
-      at = next(at);
+    const std::size_t at = slotOf(entry);
     if (!m_slots[at])
       return false;
     closeGap(at);
@@ -63,6 +61,9 @@ class PointerIndex {
       shrink();
     return true;
   }
+
+  // Another of the same key in its place. REQUIRES: the entry is here.
+  void replace(const T* entry, T* by) noexcept { m_slots[slotOf(entry)] = by; }
 
   template <class Visit>
   void forEach(Visit visit) const
@@ -76,12 +77,18 @@ class PointerIndex {
  private:
   static constexpr std::size_t smallest = 32;
 
-  static std::uint32_t hashOf(std::string_view key)
-  {
-    return static_cast<std::uint32_t>(std::hash<std::string_view>()(key));
-  }
+  static std::uint32_t hashOf(const Key& key) { return static_cast<std::uint32_t>(Hash()(key)); }
   std::size_t mask() const { return m_slots.size() - 1; }
   std::size_t next(std::size_t at) const { return (at + 1) & mask(); }
+
+  // Where the entry is; a free slot when it is not here.
+  std::size_t slotOf(const T* entry) const
+  {
+    std::size_t at = hashOf(KeyOf()(*entry)) & mask();
+    while (m_slots[at] && m_slots[at] != entry)
+      at = next(at);
+    return at;
+  }
 
   void place(std::uint32_t hash, T* entry)
   {

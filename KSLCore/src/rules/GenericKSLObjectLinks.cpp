@@ -6,6 +6,7 @@
 #include "database/ObjectDB.h"
 #include "rules/ExpressionNames.h"
 #include "rules/GenericKSLObject.h"
+#include "rules/LinkJudgement.h"
 #include "rules/LinkTransaction.h"
 #include "rules/NameLink.h"
 
@@ -77,7 +78,7 @@ NameLink* GenericKSLObject::findNameLink(std::string_view param) const
   if (!m_links)
     return nullptr;
   const auto found = m_links->find(param);
-  return found == m_links->end() ? nullptr : found->second.get();
+  return found == m_links->end() ? nullptr : &found->second;
 }
 
 NameLink& GenericKSLObject::nameLink(const ParamDefinition& param)
@@ -87,9 +88,8 @@ NameLink& GenericKSLObject::nameLink(const ParamDefinition& param)
   if (!m_links)
     m_links = std::make_unique<NameLinks>();
   NameIndex::of(*ObjectDB::instance());
-  auto link = std::make_unique<NameLink>(*this, param.getRules());
-  const std::string_view name = link->name();
-  return *m_links->emplace(name, std::move(link)).first->second;
+  const refcnt_ptr<const ParamDefinition::Rules>& rules = param.getRules();
+  return m_links->try_emplace(rules->name, *this, rules).first->second;
 }
 
 SchedulerObject* GenericKSLObject::linkedScheduler(const ParamDefinition::Rules& rules) const noexcept
@@ -112,7 +112,7 @@ std::vector<std::string> GenericKSLObject::getDelayedParams() const
   std::vector<std::string> names;
   if (m_links)
     for (const auto& [name, link] : *m_links)
-      if (link->waits() || link->isOwed())
+      if (link.waits() || link.isOwed())
         names.emplace_back(name);
   return names;
 }
@@ -140,7 +140,10 @@ void GenericKSLObject::createDelayedParamLinks()
 {
   if (m_dueLinks == 0)
     return;
-  LinkTransaction(*this).finish();
+  LinkJudgement judgement(NameIndex::of(*ObjectDB::instance()), LinkJudgement::Mode::walk);
+  judgement.takeDueOf(*this);
+  judgement.judge();
+  judgement.finish();
 }
 
 // The category may not be registered.
@@ -156,14 +159,12 @@ void GenericKSLObject::markLocalVariable() noexcept
 // What stands for the parameter elsewhere in this object is computed from it, and depends on what it uses.
 void GenericKSLObject::wakeLocalUsers(const std::string& used)
 {
-  if (!m_links || definesNames())
-    return;
-  for (const auto& [name, link] : *m_links) {
-    const std::vector<std::string>& locals = link->locals();
+  for (auto& [name, link] : *m_links) {
+    const std::vector<std::string>& locals = link.locals();
     if (std::find(locals.begin(), locals.end(), used) == locals.end())
       continue;
-    link->setDue();
-    if (const ParamDefinition* user = link->param())
+    link.setDue();
+    if (const ParamDefinition* user = link.param())
       setLocalPending(*user);
   }
 }
@@ -171,14 +172,23 @@ void GenericKSLObject::wakeLocalUsers(const std::string& used)
 // Another text stands in the parameter, or is about to. Without a transaction nothing can fail.
 void GenericKSLObject::noteSet(const ParamDefinition& param)
 {
-  LinkTransaction* transaction = m_links ? LinkTransaction::current() : nullptr;
-  if (transaction && !definesNames())
-    transaction->touchWaiting(*this);
+  if (!m_links)
+    return setLocalPending(param);
+  LinkTransaction* transaction = LinkTransaction::current();
+  bool hasLocals = false;
+  if (!definesNames()) {
+    for (auto& [name, link] : *m_links) {
+      if (transaction && link.waits())
+        transaction->touch(link);
+      hasLocals = hasLocals || !link.locals().empty();
+    }
+  }
   NameLink* link = transaction ? findNameLink(param.getName()) : nullptr;
   if (link)
     transaction->touch(*link);
   setLocalPending(param);
-  wakeLocalUsers(param.getName());
+  if (hasLocals)
+    wakeLocalUsers(param.getName());
 }
 
 // What can fail comes before the value is stored.
@@ -186,16 +196,21 @@ std::string GenericKSLObject::setValueInternal(ParamDefinition* param, const std
 {
   if (!param || getName().empty())  // a prototype links and marks nothing
     return DataKSLObject::setValueInternal(param, value);
-  NameLink* link = mayLink(*param, value) ? &nameLink(*param) : findNameLink(param->getName());
+  NameLink* link = mayLink(*param, value) ? &nameLink(*param) : nullptr;
   if (LinkTransaction::current()) {  // which forgets its notes when the command fails
     noteSet(*param);
     return DataKSLObject::setValueInternal(param, value);
   }
-  std::unique_ptr<LinkTransaction> single(link ? new LinkTransaction(*link, value) : nullptr);
-  std::string old = DataKSLObject::setValueInternal(param, value);
-  if (single)
-    single->finish();
-  single.reset();
+  std::string old;
+  if (link || (link = findNameLink(param->getName()))) {
+    LinkJudgement single(NameIndex::of(*ObjectDB::instance()), LinkJudgement::Mode::set);
+    single.take(*link, &value);
+    single.judge();
+    old = DataKSLObject::setValueInternal(param, value);
+    single.finish();
+  } else {
+    old = DataKSLObject::setValueInternal(param, value);
+  }
   noteSet(*param);
   return old;
 }
@@ -205,8 +220,12 @@ void GenericKSLObject::linkAdded(const ParamDefinition& param, bool aside)
   NameLink& link = nameLink(param);
   if (aside)
     return link.setAside();
-  if (!LinkTransaction::current())
-    LinkTransaction(link, param.getValue()).finish();
+  if (!LinkTransaction::current()) {
+    LinkJudgement single(NameIndex::of(*ObjectDB::instance()), LinkJudgement::Mode::set);
+    single.take(link);
+    single.judge();
+    single.finish();
+  }
   noteSet(param);
 }
 
@@ -218,9 +237,9 @@ std::string GenericKSLObject::setValueWithoutPending(const std::string& name, co
   if (link)
     link->setAside();
   if (m_links && !definesNames())
-    for (const auto& [user, other] : *m_links)  // what it is computed from changes, too
-      if (std::find(other->locals().begin(), other->locals().end(), name) != other->locals().end())
-        other->setAside();
+    for (auto& [user, other] : *m_links)  // what it is computed from changes, too
+      if (std::find(other.locals().begin(), other.locals().end(), name) != other.locals().end())
+        other.setAside();
   return old;
 }
 

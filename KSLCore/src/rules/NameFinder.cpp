@@ -99,6 +99,7 @@ void NameFinder::addTarget(KSLObject* target, bool fits, const std::string& sche
   else if (!target->getPath().empty())  // the root keeps no dependents
     found.object = target;
   found.scheduler = SharedText(scheduler);
+  m_found.usesDefinitions = m_found.usesDefinitions || !scheduler.empty();
   found.marks = marks && links;
   m_found.list.push_back(std::move(found));
   const KSLObject* place = target->getParentObject();

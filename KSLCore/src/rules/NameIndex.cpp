@@ -11,10 +11,10 @@ NameIndex::~NameIndex()
 {
   while (m_firstDue)
     removeDue(*m_firstDue);
-  for (const Users& users : m_table) {
-    for (Use* use = users.first; use; use = use->next)
-      use->users = nullptr;
-  }
+  m_table.forEach([](Use* last) {
+    for (Use* use = last; use; use = use->next)
+      use->link = nullptr;
+  });
 }
 
 NameIndex& NameIndex::of(ObjectDB& database)
@@ -41,9 +41,9 @@ void forEachLinkOf(const KSLObject* place, std::string_view name, Visit visit)
   const auto* computing = place->getPath().empty() ? nullptr : dynamic_cast<const GenericKSLObject*>(place);
   if (!computing || !computing->nameLinks())
     return;
-  for (const auto& [param, link] : *computing->nameLinks()) {
-    if (link->text().find(name) != std::string::npos)
-      visit(*link);
+  for (auto& [param, link] : *computing->nameLinks()) {
+    if (link.text().find(name) != std::string::npos)
+      visit(link);
   }
 }
 
@@ -89,6 +89,8 @@ void NameIndex::addDue(NameLink& link) noexcept
   link.m_nextDue = nullptr;
   (m_lastDue ? m_lastDue->m_nextDue : m_firstDue) = &link;
   m_lastDue = &link;
+  ++m_dueCount;
+  m_linkedDue = m_linkedDue || !link.targets().empty();
 }
 
 void NameIndex::removeDue(NameLink& link) noexcept
@@ -99,6 +101,8 @@ void NameIndex::removeDue(NameLink& link) noexcept
   link.owner().countDue(-1);
   (link.m_previousDue ? link.m_previousDue->m_nextDue : m_firstDue) = link.m_nextDue;
   (link.m_nextDue ? link.m_nextDue->m_previousDue : m_lastDue) = link.m_previousDue;
+  m_linkedDue = m_linkedDue && m_firstDue;
+  --m_dueCount;
 }
 
 // ------------------------------------------------------------------------------------------------------------ uses
@@ -109,12 +113,18 @@ NameUses::NameUses(NameIndex& index, NameLink& link, std::vector<NameQuestion>& 
   m_index = &index;
   m_uses = asked.empty() ? nullptr : std::make_unique<NameIndex::Use[]>(asked.size());
   for (NameQuestion& question : asked) {
-    const auto users = index.m_table.insert({question.place, std::move(question.name)}).first;
-    NameIndex::Use& use = m_uses[m_count++];
-    use = {&link, &*users, nullptr, users->first};
-    if (users->first)
-      users->first->previous = &use;
-    users->first = &use;
+    NameIndex::Use& use = m_uses[m_count];
+    use.place = question.place;
+    use.name = std::move(question.name);
+    use.next = index.m_table.find({use.place, use.name});
+    if (use.next) {
+      index.m_table.replace(use.next, &use);
+      use.next->previous = &use;
+    } else {
+      index.m_table.insert(&use);
+    }
+    use.link = &link;
+    ++m_count;
   }
 }
 
@@ -122,13 +132,16 @@ NameUses::~NameUses()
 {
   for (std::size_t i = 0; i < m_count; ++i) {
     NameIndex::Use& use = m_uses[i];
-    if (!use.users)  // the index has ended
+    if (!use.link)  // the index has ended
       continue;
-    (use.previous ? use.previous->next : use.users->first) = use.next;
     if (use.next)
       use.next->previous = use.previous;
-    if (!use.users->first)
-      m_index->m_table.erase(m_index->m_table.find(*use.users));
+    if (use.previous)
+      use.previous->next = use.next;
+    else if (use.next)
+      m_index->m_table.replace(&use, use.next);
+    else
+      m_index->m_table.erase(&use);
   }
 }
 

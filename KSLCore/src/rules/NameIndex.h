@@ -3,12 +3,12 @@
 
 #include "database/NameQuestion.h"
 #include "database/ObjectWatch.h"
+#include "database/PointerIndex.h"
 
 #include <cstddef>
 #include <memory>
 #include <string>
 #include <string_view>
-#include <unordered_set>
 #include <utility>
 #include <vector>
 
@@ -48,6 +48,9 @@ class NameIndex final : public ObjectWatch {
   }
 
   NameLink* firstDue() const noexcept { return m_firstDue; }
+  std::size_t dueCount() const noexcept { return m_dueCount; }
+  // Whether one that is due has been linked before.
+  bool isLinkedDue() const noexcept { return m_linkedDue; }
   void addDue(NameLink& link) noexcept;
   void removeDue(NameLink& link) noexcept;
 
@@ -58,36 +61,29 @@ class NameIndex final : public ObjectWatch {
     std::string_view name;
     bool operator==(const Key&) const = default;
   };
-  struct Use;
-  // Those who asked a question; at least one.
-  struct Users {
-    const KSLObject* place;
+  // One link that asked a question; in the table stands the last that asked it, which leads to the others.
+  struct Use {
+    NameLink* link = nullptr;  // null when the index has ended
+    const KSLObject* place = nullptr;
     std::string name;
-    mutable Use* first = nullptr;
-    operator Key() const noexcept { return {place, name}; }
+    Use* previous = nullptr;
+    Use* next = nullptr;
+  };
+  struct KeyOf {
+    Key operator()(const Use& use) const noexcept { return {use.place, use.name}; }
   };
   struct Hash {
-    using is_transparent = void;
     std::size_t operator()(const Key& key) const noexcept
     {
       return std::hash<std::string_view>()(key.name) ^ (std::hash<const void*>()(key.place) * 31);
     }
   };
-  struct Equal {
-    using is_transparent = void;
-    bool operator()(const Key& a, const Key& b) const noexcept { return a == b; }
-  };
-  struct Use {
-    NameLink* link = nullptr;
-    const Users* users = nullptr;
-    Use* previous = nullptr;
-    Use* next = nullptr;
-  };
-  using Table = std::unordered_set<Users, Hash, Equal>;
 
-  Table m_table;
+  PointerIndex<Use, KeyOf, Key, Hash> m_table;
   NameLink* m_firstDue = nullptr;
   NameLink* m_lastDue = nullptr;
+  std::size_t m_dueCount = 0;
+  bool m_linkedDue = false;                  // since the last time that none was due
   LinkTransaction* m_transaction = nullptr;  // not owned
 };
 
@@ -120,10 +116,7 @@ class NameUses {
 template <class Visit>
 void NameIndex::forEachUser(const KSLObject* place, std::string_view name, Visit visit) const
 {
-  const auto found = m_table.find(Key{place, name});
-  if (found == m_table.end())
-    return;
-  for (const Use* use = found->first; use; use = use->next)
+  for (const Use* use = m_table.find({place, name}); use; use = use->next)
     visit(*use->link);
 }
 

@@ -20,9 +20,9 @@
 //   setValueWithoutPending            due and set aside: no later command is to blame for what it says
 //   NameIndex::changed                due: something came or went under one of its names
 //   NameLink::lose                    due: a target ends. Forgiven at once when no command is under way
-//   LinkTransaction::commit           none, linked, missing or refused, as the text now says; missing stays forgiven
-//                                     while the text is the forgiven one
-//   LinkTransaction::~LinkTransaction nothing changes: what was due stays due
+//   LinkJudgement::finish             none, linked, missing or refused, as the text now says; missing stays forgiven
+//                                     while the text is the forgiven one. Due again when an edge was refused
+//   LinkJudgement::~LinkJudgement     without a finish nothing changes: what was due stays due
 //
 // A fault (missing or refused) is an error when a command touched the parameter, or another of its object, or broke a
 // link that stood; see LinkTransaction. A default text is never at fault.
@@ -61,7 +61,7 @@ struct NameTarget {
   }
 };
 
-// What the names of a text mean.
+// What the names of a text mean, for the judgement under way.
 struct NamedTargets {
   // Why the text cannot be linked as it stands.
   struct Fault {
@@ -73,14 +73,22 @@ struct NamedTargets {
     [[noreturn]] void raise() const;
   };
 
-  std::vector<NameTarget> list;        // of references one for each item; of expressions one for each object
-  std::vector<std::string> locals;     // other parameters of the object that an expression uses
-  std::shared_ptr<const Fault> fault;  // the first; few texts have one
-  std::shared_ptr<const Fault> refusal;    // the first that is no missing object
+  // Of the link, as it was found. What is asked of all links comes first: there may be a million.
+  NameLink* link = nullptr;
+  std::vector<NameTarget> list;  // of references one for each item; of expressions one for each object
+  bool isDefault = false;        // the text is the parameter's default
+  bool usesDefinitions = false;  // some targets define the names
+  bool stands = false;           // the link is so already
+  bool owed = false;             // it had an edge refused before
+  bool wasDue = false;
+  bool isTouched = false;
+  bool isDefinition = false;               // the owner defines names
+  bool waitsInPeace = false;               // the owner waits without error
   const ParamDefinition* param = nullptr;  // whose text it is; null when the object has lost it
-  bool isDefault = false;                  // the text is the parameter's default
-  bool stands = false;                     // the link is so already
-  bool owed = false;                       // it had an edge refused before
+  std::shared_ptr<const Fault> fault;      // the first; few texts have one
+  std::shared_ptr<const Fault> refusal;    // the first that is no missing object
+  std::vector<std::string> locals;         // other parameters of the object that an expression uses
+  NameUses uses;                           // the questions that the finding asked
 };
 
 class NameLink {
@@ -120,6 +128,7 @@ class NameLink {
   void noteChange(bool byCommand) noexcept;
 
  private:
+  friend class LinkJudgement;
   friend class LinkTransaction;
   friend class NameIndex;
   friend class NameRewriter;
@@ -135,14 +144,12 @@ class NameLink {
   std::vector<std::string> m_locals;
   NameUses m_uses;
   std::unique_ptr<std::string> m_forgiven;  // the text; null without
-  std::unique_ptr<NamedTargets> m_next;     // found by the transaction under way
-  NameUses m_nextUses;
-  NameIndex* m_dueIn = nullptr;  // null when it is not due
+  NamedTargets* m_next = nullptr;           // found by the judgement under way
+  NameIndex* m_dueIn = nullptr;             // null when it is not due
   NameLink* m_previousDue = nullptr;
   NameLink* m_nextDue = nullptr;
   State m_state = State::none;
   bool m_touched = false;
-  bool m_wasDue = false;     // before the transaction that judges it
   bool m_lost = false;       // a target ended since it was judged
   bool m_aside = false;      // the text was set behind the commands
   bool m_blameless = false;  // so was it, or what it names changed so

@@ -32,8 +32,8 @@ std::vector<NameLink*> NameRewriter::usersOf(const KSLObject& object) const
   m_index.forEachUser(object.getParentObject(), object.getName(), add);
   const auto* parent = dynamic_cast<const GenericKSLObject*>(object.getParentObject());
   if (parent && parent->nameLinks() && !parent->definesNames())
-    for (const auto& [name, link] : *parent->nameLinks())
-      add(*link);
+    for (auto& [name, link] : *parent->nameLinks())
+      add(link);
   std::sort(users.begin(), users.end(), [](const NameLink* a, const NameLink* b) {
     return std::tie(a->owner().getPath(), a->name()) < std::tie(b->owner().getPath(), b->name());
   });
@@ -202,6 +202,8 @@ KSLChangeList NameRewriter::rewrites()
       items.push_back(path.empty() ? item : respelled(*holder, *param, item, path));
     rewrite(*holder, *param, followed.text.empty() ? joined(items) : followed.text, changes);
   }
+  if (!m_relocation && !m_index.isLinkedDue())
+    return changes;
   for (NameLink* link = m_index.firstDue(); link; link = link->m_nextDue) {
     if (link->m_touched ? !m_relocation
                         : link->m_targets.empty())  // most: nothing was linked, or nothing copied

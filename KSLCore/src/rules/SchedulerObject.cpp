@@ -17,6 +17,11 @@ constexpr const char* className = "SchedulerObject";
 
 SchedulerTrace::~SchedulerTrace() = default;
 
+bool SchedulerTrace::mayCalculate(const SchedulerObject&) noexcept
+{
+  return true;
+}
+
 void SchedulerTrace::parameterSet(const SchedulerObject&, const std::string&) noexcept {}
 
 SchedulerObject::SchedulerObject() : m_serial(++Graph::current().lastSerial) {}

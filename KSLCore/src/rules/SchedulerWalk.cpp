@@ -176,7 +176,8 @@ bool SchedulerObject::Walk::countIsRight(const SchedulerObject& scheduler)
   top()->clearPending(m_graph);
   {
     const AfterCalculation after(*this);
-    calculate(*top());
+    if (SchedulerTrace* trace = getTrace(); !trace || trace->mayCalculate(*top()))
+      calculate(*top());
   }
   if (!top())
     return false;

@@ -76,12 +76,11 @@ void Journal::revert(Entry& entry)
 
 void Journal::confirm(std::size_t count) noexcept
 {
-  const auto end = m_entries.begin() + static_cast<std::ptrdiff_t>(count);
-  for (auto entry = m_entries.begin(); entry != end; ++entry) {
-    if (entry->kind == Kind::remove)
-      Tree::destroy(entry->node);
+  for (; count > 0; --count) {
+    if (m_entries.front().kind == Kind::remove)
+      Tree::destroy(m_entries.front().node);
+    m_entries.pop_front();
   }
-  m_entries.erase(m_entries.begin(), end);
 }
 
 }  // namespace orv::store

@@ -4,9 +4,11 @@
 #include "platform/internal/ContextLocal.h"
 #include "OwnDirectory.h"
 
+#include <array>
 #include <cstdlib>
 #include <cstring>
 #include <dlfcn.h>
+#include <elf.h>
 #include <filesystem>
 #include <fstream>
 #include <link.h>
@@ -82,15 +84,41 @@ std::string firstFile(const std::vector<std::string>& directories, const std::st
   return {};
 }
 
-// The file to load: it can be looked into before it is opened. The name itself is left to the loader, which knows a few
-// directories more from a list of its own (/etc/ld.so.cache).
+// True for a library of this program's word size; others stand in the same list.
+bool isOfThisKind(const std::string& file)
+{
+  std::ifstream stream(file, std::ios::binary);
+  std::array<char, 5> begin{};
+  return stream.read(begin.data(), begin.size()) && std::memcmp(begin.data(), ELFMAG, SELFMAG) == 0
+         && begin[EI_CLASS] == (sizeof(void*) == 8 ? ELFCLASS64 : ELFCLASS32);
+}
+
+// The file that the loader's own list has for a name: the list holds the files as texts, each ended by a zero.
+std::string listedFile(const std::string& library)
+{
+  std::ifstream stream("/etc/ld.so.cache", std::ios::binary);
+  const std::string list{std::istreambuf_iterator<char>(stream), {}};
+  const std::string ending = '/' + library + '\0';
+  for (std::size_t at = list.find(ending); at != std::string::npos; at = list.find(ending, at + 1)) {
+    const std::size_t begin = list.rfind('\0', at) + 1;
+    std::string file = list.substr(begin, at + ending.size() - 1 - begin);
+    if (file.front() == '/' && isOfThisKind(file))
+      return file;
+  }
+  return {};
+}
+
+// The file to load: it can be looked into before it is opened. The name itself is left for the loader to tell that there
+// is none.
 std::string findLibrary(const std::string& library)
 {
   if (library.find('/') != std::string::npos)
     return library;
   if (std::string file = firstFile(searchedDirectories(), library); !file.empty())
     return file;
-  const std::string file = firstFile(systemDirectories(), library);
+  if (std::string file = firstFile(systemDirectories(), library); !file.empty())
+    return file;
+  const std::string file = listedFile(library);
   return file.empty() ? library : file;
 }
 
@@ -216,7 +244,7 @@ void* SharedLibrary::open(const std::string& library)
     return nullptr;
   ScopeGuard unload([handle] { dlclose(handle); });
   const char* const stamp = static_cast<const char*>(dlsym(handle, "orvCalculateLibraryStamp"));
-  // One from the loader's list was not looked into before.
+  // Of what was no file that could be looked into, and was opened all the same.
   m_lastError = stampDifference(library, std::vector<std::string>{stamp ? stamp : ""});
   if (!m_lastError.empty())
     return nullptr;

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
+#include <dirent.h>
 #include <filesystem>
 #include <memory>
 
@@ -23,6 +24,23 @@ void dropCarriageReturns(std::string& text)
 }
 
 }  // namespace
+
+int namesIn(const std::string& directory, std::vector<std::string>& names)
+{
+  const auto close = [](DIR* open) { ::closedir(open); };
+  const std::unique_ptr<DIR, decltype(close)> open(::opendir(directory.c_str()), close);
+  if (!open)
+    return errno;
+  while (true) {
+    errno = 0;
+    const dirent* entry = ::readdir(open.get());
+    if (!entry)
+      return errno;
+    const std::string_view name = entry->d_name;
+    if (name != "." && name != "..")
+      names.emplace_back(name);
+  }
+}
 
 std::string tooLargeText()
 {
@@ -57,10 +75,10 @@ bool endsWith(std::string_view text, std::string_view ending)
   return text.size() >= ending.size() && text.substr(text.size() - ending.size()) == ending;
 }
 
-[[noreturn]] void throwListFailure(const std::string& directory, const std::error_code& failure)
+[[noreturn]] void throwListFailure(const std::string& directory, int reason)
 {
   throw file::error("ORVFile", "listFiles",
-                    _("Cannot read directory '%s': %s.", directory, failure.message()));
+                    _("Cannot read directory '%s': %s.", directory, Error::getSystemError(reason)));
 }
 
 }  // namespace
@@ -119,21 +137,16 @@ bool isAscii(std::string_view text) noexcept
 
 std::vector<std::string> listFiles(const std::string& directory, std::string_view ending)
 {
-  std::error_code failure;
   std::vector<std::string> names;
-  std::filesystem::directory_iterator entry(directory, failure);
-  for (; !failure && entry != std::filesystem::directory_iterator(); entry.increment(failure)) {
-    std::string name = entry->path().filename().string();
-    std::error_code unreadable;  // a link to nowhere is no file
-    if (endsWith(name, ending) && !entry->is_directory(unreadable) && entry->exists(unreadable))
-      names.push_back(std::move(name));
-  }
-  if (failure)
+  if (const int failure = namesIn(directory, names))
     throwListFailure(directory, failure);
-  std::sort(names.begin(), names.end());
   const std::string before = directory.empty() || directory.back() == '/' ? directory : directory + '/';
   for (auto& name : names)
     name.insert(0, before);
+  std::erase_if(names, [&](const std::string& name) {  // a link to nowhere is no file
+    return !endsWith(name, ending) || isDirectory(name) || !exists(name);
+  });
+  std::sort(names.begin(), names.end());
   return names;
 }
 

@@ -107,14 +107,14 @@ OutputFiles::File* OutputFiles::find(const std::string& fileName) const
 {
   const std::string name = ORVFile::getCanonicalName(fileName);
   const auto found = std::find_if(m_waiting.begin(), m_waiting.end(),
-                                  [&](const auto& file) { return file->canonicalName == name; });
+                                  [&](const auto& file) { return file && file->canonicalName == name; });
   return found == m_waiting.end() ? nullptr : found->get();
 }
 
 void OutputFiles::write(const std::string& asked, std::string_view text)
 {
   const std::string fileName = placeOf(asked);
-  if (fileName.empty())
+  if (m_dropping || fileName.empty())
     return;
   if (!m_inCommand) {
     ORVFile::replace(fileName, text);
@@ -150,8 +150,8 @@ void OutputFiles::publish()
   m_published.reserve(m_published.size() + m_waiting.size());
   m_written.reserve(m_written.size() + m_waiting.size());
   for (auto& file : m_waiting) {
+    m_written.push_back(file->fileName);  // from moving on nothing may fail
     file->moveIntoPlace();
-    m_written.push_back(file->fileName);
     m_published.push_back(std::move(file));
   }
   m_waiting.clear();

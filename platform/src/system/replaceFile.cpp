@@ -3,6 +3,7 @@
 #include "platform/ORVError.h"
 #include "platform/ORVSystem.h"
 #include "replacement.h"
+#include "wholeFile.h"
 
 #include <cerrno>
 #include <charconv>
@@ -112,15 +113,16 @@ pid_t ownerOf(std::string_view file, std::string_view prefix)
 void removeLeftovers(const std::string& name)
 {
   const std::string prefix = temporaryPrefix(name);
-  std::error_code failure;
-  for (std::filesystem::directory_iterator entry(getPath(name), failure), end; !failure && entry != end;
-       entry.increment(failure)) {
-    const pid_t owner = ownerOf(entry->path().filename().native(), prefix);
+  std::vector<std::string> names;
+  namesIn(getPath(name), names);
+  for (const std::string& other : names) {
+    const pid_t owner = ownerOf(other, prefix);
     if (owner <= 0 || owner == ::getpid() || ::kill(owner, 0) == 0 || errno != ESRCH)
       continue;
-    const int file = ::open(entry->path().c_str(), O_RDONLY | O_CLOEXEC);
+    const std::string leftover = getPath(name) + '/' + other;
+    const int file = ::open(leftover.c_str(), O_RDONLY | O_CLOEXEC);
     if (file >= 0 && ::flock(file, LOCK_EX | LOCK_NB) == 0)
-      ::unlink(entry->path().c_str());
+      ::unlink(leftover.c_str());
     if (file >= 0)
       ::close(file);
   }

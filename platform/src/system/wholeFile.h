@@ -7,8 +7,13 @@
 #include <algorithm>
 #include <string>
 #include <utility>
+#include <vector>
 
 namespace orv {
+
+// The names in a directory; 0, or the system's reason. In place of the standard iterators, which end the process when
+// there is no memory for them.
+int namesIn(const std::string& directory, std::vector<std::string>& names);
 
 // Why a file is not read to its end.
 std::string tooLargeText();

@@ -1,0 +1,163 @@
+#include "CheckCommand.h"
+
+#include "platform/ORVError.h"
+#include "platform/ORVSyntax.h"
+#include "platform/ORVSystem.h"
+#include "platform/ORVUtilities.h"
+#include "actions/FileText.h"
+#include "command/ActionFactory.h"
+#include "session/FileActions.h"
+#include "Host.h"
+#include "StandardStreams.h"
+#include "session/TextChecker.h"
+
+#include <algorithm>
+#include <deque>
+#include <filesystem>
+#include <iostream>
+
+using orv::CheckFinding;
+using orv::SyntaxTree;
+
+namespace {
+
+struct Text {
+  std::string name;  // as reports show it
+  std::string file;  // empty for a text of the command line
+  SyntaxTree tree;
+};
+
+// Escapes are undone where the head of a file says that there are some.
+std::string plainText(std::string text)
+{
+  if (text.starts_with("\xEF\xBB\xBF"))
+    text.erase(0, 3);
+  if (!text.starts_with(orv::FileText::stateHead) && !text.starts_with(orv::FileText::sessionHead))
+    return text;
+  std::vector<std::string> lines = orv::StringUtilities::stringToVector(text, '\n');
+  orv::FileText::undo(lines);
+  return orv::StringUtilities::vectorToString(lines, '\n');
+}
+
+// Definitions: RULES stand first.
+bool isLibrary(const SyntaxTree& tree)
+{
+  std::string room;
+  for (SyntaxTree::Index i = tree.firstChild(SyntaxTree::none); i != SyntaxTree::none; i = tree.next(i))
+    if (const SyntaxTree::Kind kind = tree[i].kind;
+        kind != SyntaxTree::Kind::blank && kind != SyntaxTree::Kind::comment)
+      return kind == SyntaxTree::Kind::header && tree.read(i, room).first == "RULES";
+  return false;
+}
+
+class Check {
+ public:
+  explicit Check(const CheckCommand::Options& options) : m_options(options)
+  {
+    for (const std::string& file : options.input.files)
+      addText(file == "-" ? "<stdin>" : file, file,
+              plainText(file == "-" ? readStandardInput() : orv::ORVFile::readAll(file)));
+    for (const std::string& text : options.input.texts)
+      addText("-e", {}, text);
+  }
+
+  // The files of definitions, and whether they say which classes there are, as a library must that needs no other.
+  const std::vector<std::string>& libraries() const { return m_libraries; }
+  bool definesClasses() const
+  {
+    return std::any_of(m_texts.begin(), m_texts.end(), [](const Text& text) {
+      return text.tree.reading() == SyntaxTree::Reading::library
+             && text.tree.text().find("KSLObjectClasses") != std::string::npos;
+    });
+  }
+
+  std::vector<CheckFinding> findings(const Host& host) const
+  {
+    orv::TextChecker checker(host.actions().getActions());
+    for (const Text& text : m_texts)
+      checker.check(text.tree);
+    return checker.finish();
+  }
+
+  const Text& textOf(const CheckFinding& finding) const { return m_texts[finding.text]; }
+
+ private:
+  // A file of definitions stands for itself, and is read as such.
+  void addText(const std::string& name, const std::string& file, std::string text)
+  {
+    const bool isState = text.starts_with(orv::FileText::stateHead);
+    const SyntaxTree::Reading reading = isState || m_options.input.updateMode != orv::kslUpdateDefault
+                                            ? SyntaxTree::Reading::atEnd
+                                            : SyntaxTree::Reading::command;
+    SyntaxTree tree(std::move(text), reading);
+    if (isLibrary(tree)) {
+      m_libraries.push_back(file);
+      tree = SyntaxTree(tree.text(), SyntaxTree::Reading::library);
+    }
+    m_texts.push_back({name, file, std::move(tree)});
+  }
+
+  const CheckCommand::Options& m_options;
+  std::deque<Text> m_texts;
+  std::vector<std::string> m_libraries;
+};
+
+std::string canonical(const std::string& path)
+{
+  std::error_code unknown;
+  return std::filesystem::weakly_canonical(path, unknown).string();
+}
+
+bool isPartOf(const std::string& file, const std::vector<std::string>& libraries)
+{
+  return std::any_of(libraries.begin(), libraries.end(), [&](const std::string& library) {
+    const std::string place = canonical(library);
+    return canonical(file) == place || canonical(file).starts_with(place + "/");
+  });
+}
+
+// Those that are in force, with the files of definitions that are checked; these alone when they need no others.
+std::vector<std::string> librariesFor(const Check& check, const TextOptions& input)
+{
+  std::vector<std::string> libraries = input.libraries.empty() ? Host::usualLibraries() : input.libraries;
+  std::vector<std::string> added = check.libraries();
+  std::erase_if(added, [&](const std::string& file) { return isPartOf(file, libraries); });
+  if (added.empty())
+    return input.libraries;
+  if (!check.definesClasses())
+    added.insert(added.begin(), libraries.begin(), libraries.end());
+  return added;
+}
+
+std::string placeOf(const Text& text, std::size_t offset)
+{
+  const SyntaxTree::Position place = text.tree.position(offset);
+  return text.name + ":" + std::to_string(place.line) + ":" + std::to_string(place.column) + ": ";
+}
+
+}  // namespace
+
+int CheckCommand::run(const Options& options)
+{
+  TextOptions input = options.input;
+  std::size_t errors = 0;
+  std::size_t warnings = 0;
+  const auto check = [&](const Host& host, const Check& texts) {
+    for (const CheckFinding& finding : texts.findings(host)) {
+      const bool isWarning = finding.error.getType() == orv::errorType::warning;
+      ++(isWarning ? warnings : errors);
+      std::cerr << placeOf(texts.textOf(finding), finding.offset)
+                << (isWarning ? "warning[8]: " : "error[4]: ") << finding.error.getMessage() << '\n';
+      for (const CheckFinding::Note& note : finding.notes)
+        std::cerr << placeOf(texts.textOf(finding), note.offset) << "note: " << note.message << '\n';
+    }
+  };
+  const Check texts(options);
+  input.libraries = librariesFor(texts, options.input);
+  const int status = runWithHost(input, [&](const Host& host) {
+    if (!options.load.empty() && !enterText(orv::loadStateText(options.load)))
+      return;
+    check(host, texts);
+  });
+  return status != 0 ? status : errors > 0 || (options.denyWarnings && warnings > 0);
+}

@@ -1,0 +1,18 @@
+// "ksl get": values of objects.
+#pragma once
+
+#include "Query.h"
+
+#include <string>
+
+class GetCommand {
+ public:
+  struct Options {
+    QueryOptions query;
+    std::string objects;  // a list of paths or names, in which * stands for any characters, or PATH.PARAM
+    std::string params;   // a list of names, with * likewise; empty for those that state text shows
+    std::string units;    // to show numbers in; empty for their own
+  };
+
+  static int run(const Options& options);
+};

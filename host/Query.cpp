@@ -1,0 +1,82 @@
+#include "Query.h"
+
+#include "platform/ORVError.h"
+#include "platform/ORVOutputFiles.h"
+#include "platform/ORVUtilities.h"
+#include "database/KSLObject.h"
+#include "database/ObjectDB.h"
+#include "command/KSLInterface.h"
+#include "session/FileActions.h"
+#include "session/QuietActions.h"
+
+namespace {
+
+const orv::KSLObject* objectNamed(const std::string& pathOrName)
+{
+  const std::string text =
+      orv::PathUtils::normalisePathBwdComp(std::string(orv::StringUtilities::trimmed(pathOrName)));
+  if (text.empty())
+    return nullptr;
+  const orv::ObjectDB* database = orv::ObjectDB::instance();
+  return text.front() == '/' ? database->getObjectByPath(text) : database->getObjectByName(text);
+}
+
+std::string nameOf(const TextOptions& input, std::size_t index)
+{
+  if (index < input.files.size())
+    return input.files[index] == "-" ? "<stdin>" : input.files[index];
+  return "-e";
+}
+
+}  // namespace
+
+const std::vector<std::string>& harmlessActions()
+{
+  static const std::vector<std::string> words{"load", "preferences", "setViewportView"};
+  return words;
+}
+
+int runQuery(const QueryOptions& options, const std::function<void()>& work,
+             const std::function<void(const std::string&)>& watch)
+{
+  return runWithHost(options.input, [&](Host&) {
+    const std::vector<Lines> texts = readTexts(options.input);
+    const orv::QuietActions quiet(*orv::KSLInterface::instance()->getExecutive(), harmlessActions());
+    orv::OutputFiles::instance()->setDropping(true);
+    const orv::ScopeGuard writeAgain([] { orv::OutputFiles::instance()->setDropping(false); });
+    const auto enter = [&](const std::string& name, const Lines& text) {
+      if (watch)
+        watch(name);
+      return isBlank(text) || enterText(text);
+    };
+    if (!options.load.empty() && !enter(options.load, Lines{orv::loadStateText(options.load)}))
+      return;
+    for (std::size_t i = 0; i < texts.size(); ++i)
+      enter(nameOf(options.input, i), texts[i]);
+    if (watch)
+      watch({});
+    work();
+  });
+}
+
+NamedParam findNamed(const std::string& text)
+{
+  for (std::size_t end = text.size(); end != std::string::npos && end > 0; end = text.rfind('.', end - 1)) {
+    const orv::KSLObject* object = objectNamed(text.substr(0, end));
+    if (object)
+      return {object, end < text.size() ? text.substr(end + 1) : std::string()};
+  }
+  return {};
+}
+
+NamedParam requireNamed(const std::string& text)
+{
+  NamedParam named = findNamed(text);
+  if (!named.object)
+    throw orv::data::notFound("ksl", "find", orv::_("Object '%s' does not exist.", text));
+  if (!named.param.empty() && !named.object->hasParam(named.param))
+    throw orv::data::notFound(
+        "ksl", "find",
+        orv::_("Parameter '%s' does not exist on object %s.", named.param, named.object->getPath()));
+  return named;
+}
