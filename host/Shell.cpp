@@ -11,6 +11,7 @@
 #include "FileActions.h"
 #include "Host.h"
 #include "ObjectText.h"
+#include "session/FileActions.h"
 
 #include <algorithm>
 #include <charconv>

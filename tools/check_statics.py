@@ -30,6 +30,7 @@ SHARED = {
     "resultsDefinedTypes::types": CONST,
     "KSLObject::getDependents::none": CONST,
     "listOf::none": CONST,
+    "Outcome::changes&::none": CONST,
     "ParamDefinition::getExtraRulesString::none": CONST,
     "ParamDefinition::getExtraRulesStrList::none": CONST,
     "NameLink::text::none": CONST,

@@ -11,7 +11,7 @@ from types import TracebackType
 from typing import TypeVar, Union
 
 from ksl import _ksl
-from ksl._errors import failure
+from ksl._errors import Error, failure
 from ksl._objects import CalculationObject, Object, Objects
 
 T = TypeVar("T")
@@ -39,6 +39,8 @@ class Session:
             places = [os.fspath(library)]
         else:
             places = [os.fspath(place) for place in library]
+        if any("," in place for place in places):
+            raise Error("A path of a library must not hold a ','.")
         self._lock = threading.RLock()
         self._files: dict[str, None] = {}
         self._core = _ksl.Core(",".join(places), rules, validate, changes)

@@ -74,6 +74,10 @@ const std::vector<Scenario>& textScenarios()
        "A: a\nx = 2\nB: b\nx =\nEND\nEND\nB: n\nB: m\nx = 1\nEND\nEND\nS:\nx = 4\nEND\n",
        atEnd},
       {"many objects", {}, many.c_str(), atEnd},
+      {"in pieces",
+       {tree},
+       "A: a\nx = 2\nEND\n\fB: n\nB: m\nx = 1\nEND\nEND\n> delete /S\n\fA: a\nx = 3\nEND\n",
+       atEnd},
   };
   return table;
 }
@@ -121,6 +125,7 @@ class FaultSweepTest : public testing::TestWithParam<FaultCase> {
   };
 
   static void prepare(SweepSystem& system, const Scenario& scenario);
+  static void enter(SweepSystem& system, const Scenario& scenario);
   static Completed complete(const Scenario& scenario);
   // False when the command met no fault.
   static bool strike(const Scenario& scenario, const Completed& completed, unsigned long n);
@@ -139,11 +144,33 @@ void FaultSweepTest::prepare(SweepSystem& system, const Scenario& scenario)
   expectRightGraph("before");
 }
 
+// A text that form feeds cut into pieces is one command all the same.
+void FaultSweepTest::enter(SweepSystem& system, const Scenario& scenario)
+{
+  const std::vector<std::string> pieces = StringUtilities::stringToVector(scenario.text, '\f');
+  if (pieces.size() == 1)
+    return system.run(scenario.text, scenario.mode);
+  KSLCoreAPI* api = KSLCoreAPI::instance();
+  if (!api->beginCommand())
+    return;
+  bool failed = false;
+  for (const std::string& piece : pieces) {
+    try {
+      if (!failed)
+        system.run(piece, scenario.mode);
+    } catch (const Unwind&) {
+      failed = true;
+    }
+  }
+  const bool done = api->endCommand(true);
+  EXPECT_FALSE(failed && done) << "a piece that fails fails the command";
+}
+
 FaultSweepTest::Completed FaultSweepTest::complete(const Scenario& scenario)
 {
   SweepSystem system;
   prepare(system, scenario);
-  system.run(scenario.text, scenario.mode);
+  enter(system, scenario);
   EXPECT_EQ(system.errors(), "");
   expectRightGraph("completed");
   Completed completed{SweepState::of(system), {}};
@@ -167,7 +194,7 @@ bool FaultSweepTest::strike(const Scenario& scenario, const Completed& completed
   trap = {GetParam().kind, n};
   bool thrown = false;
   try {
-    system.run(text, scenario.mode);
+    enter(system, scenario);
   } catch (...) {
     thrown = true;
   }

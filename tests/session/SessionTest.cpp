@@ -232,6 +232,8 @@ TEST(SessionParts, ExecutorsOfTheProgramMayUseTheSession)
   SessionOptions options = testOptions();
   options.prepare = [&](ActionFactory& actions) {
     actions.registerExecutor("say", std::make_unique<FunctionExecutor>([&] { session->run(text); }));
+    actions.registerExecutor("set",
+                             std::make_unique<FunctionExecutor>([&] { session->set("none", "x", "1"); }));
     actions.registerExecutor("undo", std::make_unique<FunctionExecutor>([] {}));
   };
   session = std::make_unique<Session>(options);
@@ -240,6 +242,8 @@ TEST(SessionParts, ExecutorsOfTheProgramMayUseTheSession)
   text = "NONE: said\nEND";
   EXPECT_EQ(told(session->run("A: b\nEND\n> say\nA: c\nEND")),
             "failed\nerror[4] ObjectFactory::createObject: Could not find object: NONE\nrolled back 2\n");
+  EXPECT_EQ(told(session->run("A: b\nEND\n> set")),
+            "failed\nerror[4] Session::set: Object 'none' does not exist.\nrolled back 1\n");
   EXPECT_TRUE(session->undo());
   EXPECT_TRUE(session->has("said")) << "the program's own word";
 }

@@ -244,7 +244,8 @@ Outcome Session::performOnFile(const std::string& fileName, bool written,
   return perform([&](KSLCoreAPI& api) {
     const std::string problem = fileNameProblem(fileName, written);
     if (!problem.empty())
-      throw data::invalid(className, "performOnFile", _("The file name '%s' %s.", fileName, problem));
+      throw data::invalid(className, written ? "save" : "load",
+                          _("The file name '%s' %s.", fileName, problem));
     api.externalProcessKSL({text(fileName)});
   });
 }

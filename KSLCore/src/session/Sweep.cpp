@@ -236,18 +236,18 @@ void Worker::collect(SweepTable::Row& row) const
   }
 }
 
+// The others need not go on after a failure; why they stop then is not told.
 void runWorker(Work& work) noexcept
 {
-  std::exception_ptr failure;
   try {
     Worker(work).run();
   } catch (...) {
-    failure = std::current_exception();
-    work.stopped = true;  // the others need not go on
+    const std::lock_guard lock(work.mutex);
+    if (!work.failure)
+      work.failure = std::current_exception();
+    work.stopped = true;
   }
   const std::lock_guard lock(work.mutex);
-  if (!work.failure)
-    work.failure = failure;
   --work.running;
   work.changed.notify_one();
 }

@@ -83,6 +83,8 @@ std::vector<Column> columnsOf(const SweepTable& table)
   for (const SweepTable::Row& row : table.rows)
     for (const auto& [name, value] : row.results)
       names.insert(name);
+  for (const std::string& name : table.settings)
+    names.erase(name);  // shown already
   for (const std::string& name : names) {
     Column& column = columns.emplace_back();
     column.head = name;
