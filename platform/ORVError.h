@@ -5,6 +5,8 @@
 
 #include <cstddef>
 #include <iosfwd>
+#include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <type_traits>
@@ -68,7 +70,14 @@ class ORV_API ErrorMsg {
   const std::vector<std::string>& getNotes() const { return m_notes; }
   void setNotes(std::vector<std::string> notes) noexcept { m_notes = std::move(notes); }
 
-  // Notes do not count.
+  // As that of Error.
+  const std::shared_ptr<const Diagnostic>& getDiagnostic() const { return m_diagnostic; }
+  void setDiagnostic(std::shared_ptr<const Diagnostic> diagnostic) noexcept
+  {
+    m_diagnostic = std::move(diagnostic);
+  }
+
+  // Notes and diagnostics do not count.
   bool operator==(const ErrorMsg& other) const;
 
  private:
@@ -77,6 +86,7 @@ class ORV_API ErrorMsg {
   std::string m_message;
   int m_type = 0;
   std::vector<std::string> m_notes;
+  std::shared_ptr<const Diagnostic> m_diagnostic;
 };
 
 // "error[4] Class::function: message", "warning[8] …" for type 8; further lines of the message, and the notes
@@ -104,6 +114,14 @@ class ORV_API ErrorCollector : public ErrorSink {
   std::vector<ErrorMsg> m_errors;
 };
 
+// Knows where things stand in the text that is being run, and tells it of an error.
+class ORV_API ErrorLocator {
+ public:
+  virtual ~ErrorLocator();
+  // Sets the place in the error's diagnostic. Called for errors that have none, and may throw.
+  virtual void locate(ErrorMsg& error) = 0;
+};
+
 // Where errors end up. Process-wide; not for several threads.
 class ORV_API ErrorProgressReporter {
  public:
@@ -113,6 +131,17 @@ class ORV_API ErrorProgressReporter {
   // Tells the sink, else standard error. Never throws.
   void reportError(const ErrorMsg& error) noexcept;
   void reportError(const Error& error) noexcept;
+
+  // Asks the locator where the error is, unless it knows that itself. Reporting does so too; errors that are kept to be
+  // reported later, when the text has gone, need it before. Never throws.
+  void locate(ErrorMsg& error) const noexcept;
+  // Not owned, and there until it is set again; null for none. Returns the one before, which a new one may ask.
+  ErrorLocator* setLocator(ErrorLocator* locator) noexcept;
+
+  // In a handler: what the exception arose from, which is no Error and cannot say so itself. Who turns it into an error
+  // takes that, for this one exception; null for any other. Never throw.
+  void noteConcern(const std::exception& failure, Diagnostic concern) noexcept;
+  std::shared_ptr<const Diagnostic> takeConcern(const std::exception* failure) noexcept;
 
   // Told in verbose mode only.
   void inform(std::string_view text) noexcept;
@@ -126,7 +155,12 @@ class ORV_API ErrorProgressReporter {
   bool isVerbose() const { return m_verbose; }
 
  private:
-  ErrorSink* m_sink = nullptr;  // not owned
+  std::optional<ErrorMsg> located(const ErrorMsg& error) const noexcept;
+
+  ErrorSink* m_sink = nullptr;        // not owned
+  ErrorLocator* m_locator = nullptr;  // not owned
+  const void* m_failure = nullptr;    // the exception that m_concern is about
+  std::shared_ptr<const Diagnostic> m_concern;
   bool m_verbose = false;
 };
 

@@ -13,7 +13,9 @@
 
 #include "platform/ORVExport.h"
 
+#include <cstddef>
 #include <exception>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -28,6 +30,32 @@ inline constexpr int ordinary = 4;   // the user's or caller's to mend
 inline constexpr int warning = 8;    // reported and skipped
 inline constexpr int internal = 32;  // a fault of the program
 }  // namespace errorType
+
+// What helps people and editors beside the fields of an error: where it is, what it is about, and what would be right.
+// Anything of it may be missing.
+struct Diagnostic {
+  // Where: a file, say; lines and columns count from 1 (0: not known), columns and length in bytes.
+  std::string source = {};
+  std::size_t line = 0;
+  std::size_t column = 0;
+  std::size_t length = 0;
+  std::string lineText = {};  // as the source has it
+
+  std::string object = {};     // its path
+  std::string parameter = {};  // of this object
+  std::string subject = {};    // the words that are wrong, as they were written
+
+  std::vector<std::string> valid = {};  // what could stand in the place of the subject
+  std::string suggestion = {};          // the one of it that was meant, probably
+
+  // What else explains it, in the same source; a line of 0 for none.
+  struct Note {
+    std::size_t line = 0;
+    std::size_t column = 0;
+    std::string message;
+  };
+  std::vector<Note> notes = {};
+};
 
 class ORV_API Error : public std::exception {
  public:
@@ -45,6 +73,18 @@ class ORV_API Error : public std::exception {
   const std::vector<std::string>& getNotes() const noexcept { return m_notes; }
   void setNotes(std::vector<std::string> notes) noexcept { m_notes = std::move(notes); }
 
+  // Null when nothing more is known. No part of what the error is, either.
+  const std::shared_ptr<const Diagnostic>& getDiagnostic() const noexcept { return m_diagnostic; }
+  void setDiagnostic(std::shared_ptr<const Diagnostic> diagnostic) noexcept
+  {
+    m_diagnostic = std::move(diagnostic);
+  }
+  // For those whom an error passes: it arose from this object, and this parameter of it. What the error knows itself
+  // stands, and a parameter belongs to the object that was named first.
+  void concern(std::string_view object, std::string_view parameter = {}) noexcept;
+  // Adds a note to the diagnostic, unless it has some.
+  void explain(std::string note) noexcept;
+
   // The system's text for an error number; without one, for the last failed call (errno).
   static std::string getSystemError();
   static std::string getSystemError(int number);
@@ -58,7 +98,19 @@ class ORV_API Error : public std::exception {
   std::string m_message;
   int m_type;
   std::vector<std::string> m_notes;
+  std::shared_ptr<const Diagnostic> m_diagnostic;
 };
+
+// Of words in whose place one of these could stand; suggests the one that was meant, when one is close.
+ORV_API Diagnostic oneOf(std::string subject, std::vector<std::string> valid);
+
+// The error with its diagnostic, to be thrown: throw diagnosed(data::invalid(…), {.parameter = name}).
+template <class E>
+[[nodiscard]] E diagnosed(E error, Diagnostic diagnostic)
+{
+  error.setDiagnostic(std::make_shared<const Diagnostic>(std::move(diagnostic)));
+  return error;
+}
 
 // The user asked to stop. Passes through code that swallows the errors of calculations.
 class ORV_API Interrupt : public Error {

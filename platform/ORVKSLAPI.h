@@ -163,6 +163,19 @@ class ORV_API KSLLines {
   std::vector<std::size_t> m_ends;
 };
 
+// Knows more of the RULES than the text store does; asked when validation is on.
+class ORV_API KSLValidator {
+ public:
+  virtual ~KSLValidator();
+  // Why a parameter cannot have the value, whatever reads it; empty when it can.
+  virtual std::string whyRefused(std::string_view type, const std::string& param,
+                                 const std::string& value) const = 0;
+  // Of an object that comes; may warn.
+  virtual void checkObject(const std::string& path) const = 0;
+  // What there is to choose from.
+  virtual std::vector<std::string> typeNames() const = 0;
+};
+
 class ORV_API KSLAPI {
  public:
   // One entry of an object, as its text lists it.
@@ -200,6 +213,8 @@ class ORV_API KSLAPI {
   // a block that is left open "Not enough END statements in KSL library '%s'."; a fault of loadKSLData is told
   // with the file's name behind its text. The store is unchanged then. A byte-order mark is dropped.
   void readNamedLibraries(const std::string& rules, const std::string& others);
+  // Tells of an error in a definition (its object is below /RULES) where in the libraries read last it is.
+  void locateInLibraries(Diagnostic& error) const;
 
   // Sets the store that tells which types are singletons when this one holds no RULES. Not owned.
   void setKindsFrom(const KSLAPI* store);
@@ -224,6 +239,8 @@ class ORV_API KSLAPI {
   // stays until undo. Cost: linear in the text.
   void loadKSLData(const std::vector<std::string>& lines);
   void loadKSLData(const KSLLines& lines);
+  // The same; `line` is the number of the line under way, also when this throws.
+  void loadKSLData(const KSLLines& lines, std::size_t& line);
 
   // Deletes an object and all below it; one that does not exist is left alone. Linear in what goes.
   void deleteObj(const std::string& path);
@@ -260,16 +277,23 @@ class ORV_API KSLAPI {
   // What somebody who understands the RULES knows of a type: its parameters, and whether it takes any other as well.
   // A type that was told before is told anew.
   void defineType(const std::string& type, std::vector<std::string> params, bool takesAnyParam);
-  void enableValidation(bool on);
+  // Returns the setting before.
+  bool enableValidation(bool on);
+  // Not owned; null for none.
+  void setValidator(const KSLValidator* validator);
   // Checks the objects of the given changes (of the current change list) against RULES, when validation is
   // on: throws ksl::invalid, class "KSLAPI", function "validateKSLData", "Object type '%s' is not defined."
-  // or "Parameter '%s' is not defined for object type '%s'.", type 4. Changes nothing.
+  // or "Parameter '%s' is not defined for object type '%s'.", type 4; with a validator, too, "Parameter '%s' of object
+  // '%s' cannot have value '%s'.". Changes nothing.
   void validateKSLData() const;
   void validateKSLData(const KSLChangeList& changes) const;
 
   // -- queries; constant time but for their results
 
   bool doesPathExist(const std::string& path) const;
+  // Appends "/" and the component of an object to a path, as a header with this type and name makes it: a singleton is
+  // its type alone, an object has its name, which is the type when the header has none.
+  void appendComponent(std::string& path, std::string_view type, std::string_view name) const;
   // The whole data as lines of KSL, in text order, unindented.
   std::vector<std::string> getExpandedKSL() const;
   // The entries of the object with this path in text order; none when there is no such object.

@@ -222,6 +222,12 @@ std::string toString(Int value)
       static_cast<std::conditional_t<std::is_unsigned_v<Int>, unsigned long long, long long>>(value));
 }
 
+// The candidate that the word was meant to be, when one is close: as few letters as a third of the longer one's, and
+// one at least, are wrong, missing, too many or have changed places. Letters in another case count half. Of several the
+// closest, then the first; empty when there is none, or the word itself is one. Cost: for each candidate of about the
+// word's length, the product of both lengths.
+ORV_API std::string closest(std::string_view word, const std::vector<std::string>& candidates);
+
 // Continued lines: a line whose last character is "\" goes on in the next one; the backslash is taken away
 // and the next line is appended with its white space simplified. The first line is tested as it stands (a
 // blank behind its "\" ends it), the ones after it once they are simplified, so that an empty line always

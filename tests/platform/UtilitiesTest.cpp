@@ -243,4 +243,23 @@ TEST(Observer, ObserversAndTypesComeAndGoInsideANotification)
   EXPECT_EQ(logged(1), "a1 ");
 }
 
+TEST(StringUtilities, ClosestIsWhatWasMeant)
+{
+  const std::vector<std::string> words = {"Axis", "Offset", "Option", "Axis Plane", "X", "Y"};
+  const std::pair<const char*, const char*> cases[] = {{"Axs", "Axis"},
+                                                       {"Aixs", "Axis"},
+                                                       {"axis", "Axis"},
+                                                       {"AXIS PLANE", "Axis Plane"},
+                                                       {"Offsets", "Offset"},
+                                                       {"Optoin", "Option"},
+                                                       {"y", "Y"},
+                                                       {"Axis", ""},  // it is there
+                                                       {"W", ""},     // nothing of it is right
+                                                       {"Ostrich", ""},
+                                                       {"", ""},
+                                                       {"Offtion", "Option"}};
+  for (const auto& [word, meant] : cases)
+    EXPECT_EQ(StringUtilities::closest(word, words), meant) << word;
+}
+
 }  // namespace

@@ -17,6 +17,7 @@ ErrorMsg::ErrorMsg(const Error& error, int type)
     : ErrorMsg(error.getClassName(), error.getFunction(), error.getMessage(), type)
 {
   m_notes = error.getNotes();
+  m_diagnostic = error.getDiagnostic();
 }
 
 bool ErrorMsg::operator==(const ErrorMsg& other) const

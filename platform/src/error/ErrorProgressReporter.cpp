@@ -7,6 +7,7 @@
 namespace orv {
 
 ErrorSink::~ErrorSink() = default;
+ErrorLocator::~ErrorLocator() = default;
 
 void ErrorSink::inform(std::string_view) {}
 
@@ -28,13 +29,71 @@ void ErrorProgressReporter::destroyInstance()
   theReporter.reset();
 }
 
+namespace {
+
+bool hasPlace(const ErrorMsg& error)
+{
+  const Diagnostic* known = error.getDiagnostic().get();
+  return known && (known->line > 0 || !known->source.empty());
+}
+
+}  // namespace
+
+void ErrorProgressReporter::locate(ErrorMsg& error) const noexcept
+{
+  if (!m_locator || hasPlace(error))
+    return;
+  try {
+    m_locator->locate(error);
+  } catch (...) {  // no memory: the error without a place is better than none
+  }
+}
+
+// Nothing when it stays as it is, or there is no memory for a copy.
+std::optional<ErrorMsg> ErrorProgressReporter::located(const ErrorMsg& error) const noexcept
+{
+  if (!m_locator || hasPlace(error))
+    return std::nullopt;
+  try {
+    ErrorMsg copy = error;
+    m_locator->locate(copy);
+    return copy;
+  } catch (...) {
+    return std::nullopt;
+  }
+}
+
+void ErrorProgressReporter::noteConcern(const std::exception& failure, Diagnostic concern) noexcept
+{
+  try {
+    m_concern = std::make_shared<const Diagnostic>(std::move(concern));
+    m_failure = &failure;
+  } catch (...) {
+    m_failure = nullptr;
+  }
+}
+
+std::shared_ptr<const Diagnostic> ErrorProgressReporter::takeConcern(const std::exception* failure) noexcept
+{
+  const void* known = std::exchange(m_failure, nullptr);
+  std::shared_ptr<const Diagnostic> concern = std::exchange(m_concern, nullptr);
+  return failure && known == failure ? concern : nullptr;
+}
+
+ErrorLocator* ErrorProgressReporter::setLocator(ErrorLocator* locator) noexcept
+{
+  return std::exchange(m_locator, locator);
+}
+
 void ErrorProgressReporter::reportError(const ErrorMsg& error) noexcept
 {
   try {
-    if (m_sink)
-      m_sink->report(error);
-    else
+    if (!m_sink)
       std::cerr << toText(error) + '\n' << std::flush;
+    else if (const std::optional<ErrorMsg> placed = located(error))
+      m_sink->report(*placed);
+    else
+      m_sink->report(error);
   } catch (...) {  // the report is the last resort: its own failure has nowhere to go
   }
 }

@@ -1,4 +1,5 @@
 #include "platform/ORVException.h"
+#include "platform/ORVUtilities.h"
 
 #include <cerrno>
 #include <cstdint>
@@ -13,6 +14,40 @@ Error::Error(std::string className, std::string function, std::string message, i
       m_message(std::move(message)),
       m_type(type)
 {}
+
+void Error::concern(std::string_view object, std::string_view parameter) noexcept
+{
+  const Diagnostic* known = m_diagnostic.get();
+  if (known && !known->object.empty())
+    return;
+  try {
+    Diagnostic more = known ? *known : Diagnostic();
+    more.object = object;
+    if (more.parameter.empty())
+      more.parameter = parameter;
+    m_diagnostic = std::make_shared<const Diagnostic>(std::move(more));
+  } catch (...) {}  // no memory: the error is worth more than this
+}
+
+void Error::explain(std::string note) noexcept
+{
+  if (m_diagnostic && !m_diagnostic->notes.empty())
+    return;
+  try {
+    Diagnostic more = m_diagnostic ? *m_diagnostic : Diagnostic();
+    more.notes.push_back({0, 0, std::move(note)});
+    m_diagnostic = std::make_shared<const Diagnostic>(std::move(more));
+  } catch (...) {}  // as above
+}
+
+Diagnostic oneOf(std::string subject, std::vector<std::string> valid)
+{
+  Diagnostic result;
+  result.suggestion = StringUtilities::closest(subject, valid);
+  result.subject = std::move(subject);
+  result.valid = std::move(valid);
+  return result;
+}
 
 // The destructors stand here so that each class's type information is made once, in this library.
 Error::~Error() = default;

@@ -1,9 +1,12 @@
 #include "platform/ORVError.h"
+#include "platform/ORVExpressionFunctions.h"
 #include "platform/ORVExpressions.h"
+#include "platform/src/units/UnitsDatabase.h"
 #include "ExpressionParser.h"
 #include "ExpressionProgram.h"
 
 #include <algorithm>
+#include <cctype>
 #include <utility>
 
 namespace orv {
@@ -23,12 +26,35 @@ std::size_t columnOf(std::string_view text, std::size_t position)
   return static_cast<std::size_t>(std::count_if(before.begin(), before.end(), isCharacterStart)) + 1;
 }
 
+// From there to the end of the word, or of the units.
+std::string wordAt(std::string_view text, std::size_t position)
+{
+  text.remove_prefix(std::min(position, text.size()));
+  if (text.starts_with('['))
+    return std::string(text.substr(0, text.find(']')).substr(1));
+  const auto isWord = [](char c) { return std::isalnum(static_cast<unsigned char>(c)) || c == '_'; };
+  const auto end = std::find_if_not(text.begin(), text.end(), isWord);
+  return std::string(text.begin(), end == text.begin() && !text.empty() ? end + 1 : end);
+}
+
+Diagnostic aboutFault(const std::string& text, const std::string& parameter, const ExpressionFault& fault)
+{
+  const std::string word = wordAt(text, fault.position);
+  const bool isUnits = fault.position < text.size() && text[fault.position] == '[';
+  Diagnostic more = isUnits ? unknownUnits(word) : Diagnostic();
+  if (more.subject.empty())
+    more.subject = word;
+  more.parameter = parameter;
+  return more;
+}
+
 data::invalid makeError(const std::string& text, const std::string& parameter, const ExpressionFault& fault)
 {
   std::string where = parameter.empty() ? std::string() : _(" for parameter '%s'", parameter);
-  return data::invalid(className, function,
-                       _("Cannot evaluate '%s'%s at column %d: %s.", text, where,
-                         columnOf(text, fault.position), fault.reason));
+  return diagnosed(data::invalid(className, function,
+                                 _("Cannot evaluate '%s'%s at column %d: %s.", text, where,
+                                   columnOf(text, fault.position), fault.reason)),
+                   aboutFault(text, parameter, fault));
 }
 
 }  // namespace
@@ -93,9 +119,10 @@ ExpressionValue ExpressionDef::evaluate(const std::vector<const ExpressionValue*
                                         const std::string& parameterName) const
 {
   if (!m_program->unknownFunctions().empty())
-    throw data::notFound(className, function,
-                         _("Expression '%s' depends on a function '%s' which does not exist.", m_text,
-                           m_program->unknownFunctions().front()));
+    throw diagnosed(data::notFound(className, function,
+                                   _("Expression '%s' depends on a function '%s' which does not exist.",
+                                     m_text, m_program->unknownFunctions().front())),
+                    oneOf(m_program->unknownFunctions().front(), expressionFunctionNames()));
   try {
     return m_program->run(values);
   } catch (const ExpressionFault& fault) {

@@ -1,4 +1,5 @@
 #include "platform/ORVError.h"
+#include "platform/ORVExpressionFunctions.h"
 #include "ExpressionProgram.h"
 
 #include <algorithm>
@@ -191,6 +192,14 @@ const ExpressionFunction* findExpressionFunction(std::string_view name)
   const Function* found = std::find_if(std::begin(functions), std::end(functions),
                                        [name](const Function& function) { return function.name == name; });
   return found == std::end(functions) ? nullptr : found;
+}
+
+std::vector<std::string> expressionFunctionNames()
+{
+  std::vector<std::string> names;
+  for (const Function& function : functions)
+    names.emplace_back(function.name);
+  return names;
 }
 
 std::string describeDimensions(const UnitDimensions& dimensions)

@@ -12,6 +12,7 @@ using Record = KSLAPI::Impl::Record;
 // ----------------------------------------------------------------------------------------------------- handlers
 
 KSLActionHandler::~KSLActionHandler() = default;
+KSLValidator::~KSLValidator() = default;
 KSLReplaceModeHandler::~KSLReplaceModeHandler() = default;
 
 KSLAPI::ObjectInfo::ObjectInfo(std::string name, std::string kind, std::string type, std::string path,
@@ -95,12 +96,12 @@ std::size_t countBlocks(const Lines& lines)
 }
 
 template <class Lines>
-void load(KSLAPI::Impl& store, const Lines& lines)
+void load(KSLAPI::Impl& store, const Lines& lines, std::size_t& i)
 {
   store::Loader loader(store, store.actionHandler, !store.refusesRules);
   Progress progress("blocks", countBlocks(lines));
   std::size_t blocks = 0;
-  for (std::size_t i = 0; i < lines.size(); ++i) {
+  for (i = 0; i < lines.size(); ++i) {
     if (!loader.readLine(lines[i]))
       return;
     if (lines[i] == blockEnd)
@@ -112,12 +113,19 @@ void load(KSLAPI::Impl& store, const Lines& lines)
 
 void KSLAPI::loadKSLData(const std::vector<std::string>& lines)
 {
-  load(*m_impl, lines);
+  std::size_t line = 0;
+  load(*m_impl, lines, line);
 }
 
 void KSLAPI::loadKSLData(const KSLLines& lines)
 {
-  load(*m_impl, lines);
+  std::size_t line = 0;
+  load(*m_impl, lines, line);
+}
+
+void KSLAPI::loadKSLData(const KSLLines& lines, std::size_t& line)
+{
+  load(*m_impl, lines, line);
 }
 
 void KSLAPI::deleteObj(const std::string& path)
@@ -188,9 +196,14 @@ void KSLAPI::undoPending()
 
 // --------------------------------------------------------------------------------------------------- validation
 
-void KSLAPI::enableValidation(bool on)
+bool KSLAPI::enableValidation(bool on)
 {
-  m_impl->validating = on;
+  return std::exchange(m_impl->validating, on);
+}
+
+void KSLAPI::setValidator(const KSLValidator* validator)
+{
+  m_impl->validator = validator;
 }
 
 void KSLAPI::validateKSLData() const
@@ -202,19 +215,56 @@ void KSLAPI::validateKSLData(const KSLChangeList& changes) const
 {
   if (!m_impl->validating)
     return;
-  const store::Rules& rules = m_impl->rules;
   for (std::size_t i = 0; i < changes.size(); ++i) {
     const KSLChange& change = changes[i];
-    if (change.kind == KSLChange::Kind::deleteObject || change.kind == KSLChange::Kind::deleteParam)
-      continue;
-    const std::string_view type = store::typeOf(store::lastComponent(change.path.str()));
-    if (rules.kindOf(type) == store::Kind::unknown)
-      throw ksl::invalid("KSLAPI", "validateKSLData", _("Object type '%s' is not defined.", type));
-    if (change.kind == KSLChange::Kind::createObject || rules.listsParam(type, change.name.str()))
-      continue;
-    throw ksl::invalid("KSLAPI", "validateKSLData",
-                       _("Parameter '%s' is not defined for object type '%s'.", change.name.str(), type));
+    if (change.kind == KSLChange::Kind::createObject)
+      m_impl->validateObject(change.path.str());
+    else if (change.kind == KSLChange::Kind::createParam || change.kind == KSLChange::Kind::changeParam)
+      m_impl->validateParam(change);
   }
+}
+
+namespace {
+
+[[noreturn]] void refuseData(std::string message, const std::string& path, Diagnostic more)
+{
+  more.object = path;
+  throw diagnosed(ksl::invalid("KSLAPI", "validateKSLData", std::move(message)), std::move(more));
+}
+
+}  // namespace
+
+std::string_view KSLAPI::Impl::validateType(const std::string& path) const
+{
+  const std::string_view type = store::typeOf(store::lastComponent(path));
+  if (rules.kindOf(type) == store::Kind::unknown)
+    refuseData(_("Object type '%s' is not defined.", type), path,
+               oneOf(std::string(type), validator ? validator->typeNames() : std::vector<std::string>()));
+  return type;
+}
+
+void KSLAPI::Impl::validateObject(const std::string& path) const
+{
+  validateType(path);
+  if (validator)
+    validator->checkObject(path);
+}
+
+void KSLAPI::Impl::validateParam(const KSLChange& change) const
+{
+  const std::string& path = change.path.str();
+  const std::string& name = change.name.str();
+  const std::string& value = change.value.str();
+  const std::string_view type = validateType(path);
+  if (!rules.listsParam(type, name)) {
+    Diagnostic more = oneOf(name, rules.paramsOf(type));
+    more.parameter = name;
+    refuseData(_("Parameter '%s' is not defined for object type '%s'.", name, type), path, std::move(more));
+  }
+  const std::string reason = validator ? validator->whyRefused(type, name, value) : std::string();
+  if (!reason.empty())
+    refuseData(_("Parameter '%s' of object '%s' cannot have value '%s'.", name, path, value), path,
+               {.parameter = name, .subject = value, .notes = {{0, 0, reason}}});
 }
 
 // ------------------------------------------------------------------------------------------------------ queries
@@ -267,6 +317,12 @@ bool KSLAPI::doesPathExist(const std::string& path) const
 {
   const std::string simple = StringUtilities::simplifyPath(path);
   return simple == "/" || m_impl->tree.find(std::string_view(simple)) != nullptr;
+}
+
+void KSLAPI::appendComponent(std::string& path, std::string_view type, std::string_view name) const
+{
+  path += '/';
+  m_impl->rules.appendComponent(path, type, name);
 }
 
 std::vector<std::string> KSLAPI::getExpandedKSL() const

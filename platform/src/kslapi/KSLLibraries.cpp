@@ -1,6 +1,7 @@
 // Definition libraries: KSL files read at start-up.
 #include "platform/ORVError.h"
 #include "platform/ORVKSLParseUtilities.h"
+#include "platform/ORVSourceText.h"
 #include "platform/ORVSystem.h"
 #include "platform/src/loader/OwnDirectory.h"
 #include "platform/src/parse/lexical.h"
@@ -41,7 +42,8 @@ std::vector<std::string> readLibrary(const std::string& file)
     std::string why = reason == std::string::npos ? text : text.substr(reason + 2);
     if (!why.empty() && why.back() == '.')
       why.pop_back();
-    throw file::error("KSLAPI", function, _("Cannot read KSL library '%s': %s.", file, why));
+    throw diagnosed(file::error("KSLAPI", function, _("Cannot read KSL library '%s': %s.", file, why)),
+                    {.source = file});
   }
 }
 
@@ -57,15 +59,38 @@ std::string joinedFrom(const std::vector<std::string>& lines, std::size_t first,
       .front();
 }
 
+SourceText sourceText(const store::Rules& rules, const std::string& file,
+                      const std::vector<std::string>& lines)
+{
+  const auto append = [&rules](std::string& path, std::string_view type, std::string_view name) {
+    path += '/';
+    rules.appendComponent(path, type, name);
+  };
+  return {file, StringUtilities::vectorToString(lines, '\n'), SyntaxTree::Reading::library, append};
+}
+
+// A count of END that is off has its cause somewhere, what else is wrong stands on the line.
+void locate(Error& error, const SourceText& text, std::size_t line)
+{
+  Diagnostic more = error.getDiagnostic() ? *error.getDiagnostic() : Diagnostic();
+  if (error.getMessage().find(" END statements ") != std::string::npos)
+    text.placeEnds(more);
+  else
+    text.placeLine(more, line);
+  error.setDiagnostic(std::make_shared<const Diagnostic>(std::move(more)));
+}
+
 // A library defines; nobody is there yet to act.
 void refuseActions(const std::string& file, const std::vector<std::string>& lines)
 {
   for (std::size_t i = 0, behind = 0; i < lines.size(); i = behind) {
     const std::string line = joinedFrom(lines, i, behind);
     if (MiniKSLParser::determineLineType(line) == MiniKSLParser::actionLine)
-      throw ksl::invalid("KSLAPI", function,
-                         _("Action line in KSL library '%s', line %d: '%s'.", file, i + 1,
-                           StringUtilities::simplifyWhitespace(line)));
+      throw diagnosed(
+          ksl::invalid("KSLAPI", function,
+                       _("Action line in KSL library '%s', line %d: '%s'.", file, i + 1,
+                         StringUtilities::simplifyWhitespace(line))),
+          {.source = file, .line = i + 1, .column = 1, .length = lines[i].size(), .lineText = lines[i]});
   }
 }
 
@@ -77,7 +102,9 @@ void readLibraryLine(store::Loader& loader, const std::string& file, const std::
   try {
     loader.readLine(line);
   } catch (const ksl::invalid& error) {
-    throw ksl::invalid(error.getClassName(), function, _("%s (KSL library '%s')", error.getMessage(), file));
+    ksl::invalid inFile(error.getClassName(), function, _("%s (KSL library '%s')", error.getMessage(), file));
+    inFile.setDiagnostic(error.getDiagnostic());
+    throw inFile;
   }
   // The text store alone would know of it, and no command could reach it.
   if (loader.depth() == 1 && !store::isRulesPath(loader.topPath()))
@@ -89,12 +116,18 @@ void readLibraryLine(store::Loader& loader, const std::string& file, const std::
 void loadLibrary(KSLAPI::Impl& store, const std::string& file, const std::vector<std::string>& lines)
 {
   store::Loader loader(store, nullptr, true);
-  for (std::size_t i = 0, behind = 0; i < lines.size(); i = behind) {
-    const std::string line = joinedFrom(lines, i, behind);
-    readLibraryLine(loader, file, line, i + 1);
+  std::size_t i = 0;
+  try {
+    for (std::size_t behind = 0; i < lines.size(); i = behind) {
+      const std::string line = joinedFrom(lines, i, behind);
+      readLibraryLine(loader, file, line, i + 1);
+    }
+    if (loader.depth() > 0)
+      throw ksl::invalid("KSLAPI", function, _("Not enough END statements in KSL library '%s'.", file));
+  } catch (Error& error) {
+    locate(error, sourceText(store.rules, file, lines), i + 1);
+    throw;
   }
-  if (loader.depth() > 0)
-    throw ksl::invalid("KSLAPI", function, _("Not enough END statements in KSL library '%s'.", file));
 }
 
 std::vector<std::string> splitPlaces(const std::string& text, char separator)
@@ -128,6 +161,7 @@ std::vector<std::string> filesOf(const std::vector<std::string>& places)
 
 void KSLAPI::Impl::readLibraryFiles(const std::vector<std::string>& files)
 {
+  libraryFiles = files;
   std::vector<std::vector<std::string>> texts;
   for (const std::string& file : files) {
     texts.push_back(readLibrary(file));
@@ -143,6 +177,15 @@ void KSLAPI::Impl::readLibraryFiles(const std::vector<std::string>& files)
     changes.truncate(told);
     throw;
   }
+}
+
+void KSLAPI::locateInLibraries(Diagnostic& error) const
+{
+  const std::vector<std::string>& files = m_impl->libraryFiles;
+  for (std::size_t i = files.size(); i-- > 0;)
+    if (sourceText(m_impl->rules, files[i], readLibrary(files[i]))
+            .placeObject(error, static_cast<std::size_t>(-1)))
+      return;
 }
 
 void KSLAPI::readLibraries()

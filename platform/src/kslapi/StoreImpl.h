@@ -54,16 +54,24 @@ class KSLAPI::Impl {
 
   void readLibraryFiles(const std::vector<std::string>& files);
 
+  // -- validation; throw what KSLAPI::validateKSLData does
+
+  void validateObject(const std::string& path) const;
+  void validateParam(const KSLChange& change) const;
+
   store::Tree tree;
   store::Journal journal{tree};
   store::Rules rules{tree};
   KSLChangeList changes{"KSL changes"};
   KSLActionHandler* actionHandler = nullptr;        // not owned
   KSLReplaceModeHandler* replaceHandler = nullptr;  // not owned
+  const KSLValidator* validator = nullptr;          // not owned
+  std::vector<std::string> libraryFiles;            // read last
   bool validating = false;
   bool refusesRules = false;
 
  private:
+  std::string_view validateType(const std::string& path) const;
   template <class Make>
   void make(KSLChange change, Record record, Make make);
   void assign(Node* node, store::Param* param, const SharedText& name, SharedText value, Record record);

@@ -48,6 +48,14 @@ void Rules::define(const std::string& type, std::vector<std::string> params, boo
   known.takesAny = takesAnyParam;
 }
 
+std::vector<std::string> Rules::paramsOf(std::string_view type) const
+{
+  const auto found = m_params.find(type);
+  if (found == m_params.end())
+    return {};
+  return {found->second.names.begin(), found->second.names.end()};
+}
+
 bool Rules::listsParam(std::string_view type, std::string_view param) const
 {
   if (m_fallback && !m_tree.find(rulesPath))

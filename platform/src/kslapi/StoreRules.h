@@ -26,6 +26,7 @@ class Rules {
   void define(const std::string& type, std::vector<std::string> params, bool takesAnyParam);
   // As defined.
   bool listsParam(std::string_view type, std::string_view param) const;
+  std::vector<std::string> paramsOf(std::string_view type) const;
 
   // Forgets what was looked up; called for every change at or below /RULES.
   void changed() { m_kinds.clear(); }

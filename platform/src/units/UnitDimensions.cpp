@@ -40,7 +40,8 @@ UnitDimensions::UnitDimensions(std::string_view units)
 {
   std::optional<ParsedUnits> parsed = UnitsDatabase::instance().parse(units);
   if (!parsed)
-    throw data::invalid("UnitsConverter", "parse", notRecognized(units));
+    throw diagnosed(data::invalid("UnitsConverter", "parse", notRecognized(units)),
+                    unknownUnits(std::string(units)));
   *this = parsed->dimensions;
 }
 

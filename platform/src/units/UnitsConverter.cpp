@@ -79,7 +79,8 @@ ParsedUnits parseForConversion(const std::string& units)
 {
   std::optional<ParsedUnits> parsed = UnitsDatabase::instance().parse(units);
   if (!parsed)
-    throw data::invalid("UnitsConverter", "convertUnits", notRecognized(units));
+    throw diagnosed(data::invalid("UnitsConverter", "convertUnits", notRecognized(units)),
+                    unknownUnits(units));
   return *parsed;
 }
 
@@ -95,7 +96,9 @@ const Conversion& findConversion(const std::string& from, const std::string& to)
   ParsedUnits parsedFrom = parseForConversion(from);
   ParsedUnits parsedTo = parseForConversion(to);
   if (parsedFrom.dimensions != parsedTo.dimensions)
-    throw data::invalid("UnitsConverter", "convertUnits", _("Cannot convert units '%s' to '%s'.", from, to));
+    throw diagnosed(
+        data::invalid("UnitsConverter", "convertUnits", _("Cannot convert units '%s' to '%s'.", from, to)),
+        {.subject = from});
   if (conversions.size() >= maxCachedPairs)
     conversions.clear();
   return conversions.emplace(std::tuple(from, to), Conversion(parsedFrom, parsedTo)).first->second;

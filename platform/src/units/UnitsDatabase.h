@@ -1,6 +1,7 @@
 // The database of units and the texts parsed with it. The only place that knows the units package behind it.
 #pragma once
 
+#include "platform/ORVException.h"
 #include "platform/ORVUnits.h"
 
 #include <cstddef>
@@ -51,5 +52,7 @@ std::optional<std::string> translateUnits(std::string_view units, const UnitDict
 
 // The message about units that parse() does not take.
 std::string notRecognized(std::string_view units);
+// What goes with it: the word that nobody knows, and the one that was meant.
+Diagnostic unknownUnits(const std::string& units);
 
 }  // namespace orv
