@@ -45,6 +45,23 @@ class CommandText : public testing::Test {
   kslUpdateMode nestedMode = kslUpdateDefault;
 };
 
+// Its lines are others than those of the text.
+TEST_F(CommandText, ErrorsHaveTheirPlaceInATextThatIsRewritten)
+{
+  watcher.rewrite = [](std::vector<std::string>& lines) { lines.insert(lines.begin(), "> note first"); };
+  const std::pair<const char*, std::size_t> cases[] = {
+      {"A: a\n  what  is  this # this?\nEND", 2},
+      {"A: a\nEND\n\n>fail \\\n now\n", 4},
+      {"CUT: b\nEND\nCUT: c\nColour = pink\nEND", 4},
+  };
+  for (const auto& [text, line] : cases) {
+    system.run(text);
+    const std::vector<ErrorMsg> errors = system.errorList();
+    ASSERT_EQ(errors.size(), 1U) << text;
+    EXPECT_EQ(errors.front().getDiagnostic()->line, line) << text;
+  }
+}
+
 TEST_F(CommandText, BecomesLines)
 {
   struct Case {

@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 #include <rapidcheck/gtest.h>
 #include <set>
+#include <stdexcept>
 
 namespace orv {
 namespace {
@@ -49,7 +50,12 @@ class Computing : public GenericKSLObject {
       onUpdate(*this);
     GenericKSLObject::update();
   }
-  void calculate(const std::string&) override { log += (log.empty() ? "" : " ") + getName(); }
+  void calculate(const std::string&) override
+  {
+    log += (log.empty() ? "" : " ") + getName();
+    if (getName() == "throws")
+      throw std::runtime_error("not mine");
+  }
 };
 
 class ComputeTest : public ::testing::Test {
@@ -245,6 +251,22 @@ RC_GTEST_FIXTURE_PROP(ComputeTest, LinksAreWhatTheTextsSay, ())
     check();
   }
   RC_ASSERT(sortedState() == states.back());
+}
+
+// Also when it throws what knows nothing of objects, far from the change: the command names who computed.
+TEST_F(ComputeTest, ACalculationThatFailsIsNamed)
+{
+  for (const bool caught : {false, true}) {
+    const bool before = SchedulerObject::setCatchExceptions(caught);
+    run(node("a") + node("throws", "Source = a"));
+    SchedulerObject::setCatchExceptions(before);
+    const std::vector<ErrorMsg> errors = m_system.errorList();
+    ASSERT_EQ(errors.size(), 1U);
+    ASSERT_NE(errors.front().getDiagnostic(), nullptr);
+    EXPECT_EQ(errors.front().getDiagnostic()->object, "/NODE:throws");
+    EXPECT_EQ(errors.front().getDiagnostic()->line, 4U);
+    m_system.run("> delete throws");
+  }
 }
 
 }  // namespace

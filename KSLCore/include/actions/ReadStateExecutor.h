@@ -89,7 +89,7 @@ class ORV_API ReadStateExecutor : public ActionExecutor {
   bool process(const Request& request, File& file);
   static void appendBlock(const File& file, const Block& block, std::string& text);
   static void loadResults(const Request& request, const File& file);
-  static bool loadStateData(File& file, Names& loaded);  // takes the lines
+  static bool loadStateData(const Request& request, File& file, Names& loaded);  // takes the lines
   static void resetToDefault(const Names& loaded);
   static bool isResDefinedObject(const std::string& type, const std::string& name);
   static bool exactObjectExists(const std::string& type, const std::string& name);

@@ -5,6 +5,7 @@
 #include "platform/ORVUtilities.h"
 #include "command/CommandNotifier.h"
 #include "command/KSLUpdateMode.h"
+#include "command/TextSource.h"
 
 #include <map>
 #include <memory>
@@ -69,11 +70,12 @@ class ORV_API KSLCoreAPI : public ObserverSubject {
   // Runs a command text; errors inside are reported and recovered from, not thrown. A nested one throws what carries
   // its failure outward. Throws internal::badParam, class "KSLCoreAPI", function "processKSL", "Input parameter %s is empty." with
   // "p_KSLStr" for an empty text.
-  void processKSL(const std::string& text, kslUpdateMode mode);
+  // Errors name the source, and their place in it, where they can be shown.
+  void processKSL(const std::string& text, kslUpdateMode mode, const TextSource& from = {});
   // Runs lines that the application's user entered, in the external update mode; with kslUpdateAtEnd ">
   // update" is added. While a session is recorded they are written to its file first, also when they fail then.
   // Throws as processKSL.
-  void externalProcessKSL(const std::vector<std::string>& lines);
+  void externalProcessKSL(const std::vector<std::string>& lines, const TextSource& from = {});
   // Replays a text through a SessionUpdater: what stands between its action lines goes to the strategy, and what that
   // makes of it is run. Not recorded. Throws as the SessionUpdater does. The strategy stays its caller's.
   void processKSLWithSessionUpdate(const std::string& text, SessionUpdateStrategy* strategy);

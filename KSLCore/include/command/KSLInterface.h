@@ -5,6 +5,7 @@
 #include "platform/ORVKSLAPI.h"
 #include "command/History.h"
 #include "command/KSLUpdateMode.h"
+#include "command/TextSource.h"
 
 #include <memory>
 #include <string>
@@ -16,6 +17,7 @@ class BackCompatibilityFunctor;
 class Executive;
 class KSLRules;
 class PendingError;
+class TextPlaces;
 struct AdditionalRules;
 
 // Every command text enters here. It is split into lines, loaded into the text store in one call, and its
@@ -59,9 +61,9 @@ class ORV_API KSLInterface {
   // Texts may be nested so deeply, in themselves or in those whom a text tells; a deeper one fails: internal::error,
   // class "KSLInterface", function "parseKSL", "Operation 'parseKSL' failed. Texts are nested too deeply."
   static constexpr int maxDepth = 200;
-  // Runs a text; see the class. Throws only inside another parse, whose executors must let it pass.
+  // Runs a text; see the class. Its errors tell where in the source they are. Throws only inside another parse, whose executors must let it pass.
   // Cost: linear in the text, plus what the changes touch.
-  void parseKSL(const std::string& text, kslUpdateMode mode);
+  void parseKSL(const std::string& text, kslUpdateMode mode, const TextSource& from = {});
   // REQUIRES: called from a handler. Runs a text that has failed already, of what is being handled.
   void failParse();
   // Throws what a text that is nested too deeply fails of.
@@ -135,10 +137,10 @@ class ORV_API KSLInterface {
   void runParse(kslUpdateMode mode, Work work);
   kslUpdateMode beginNewParse(kslUpdateMode mode);
   void endParse(kslUpdateMode outerMode);
-  void doParseKSL(const std::string& text, kslUpdateMode mode);
-  KSLLines preParseKSL(const std::string& text) const;
+  void doParseKSL(const std::string& text, kslUpdateMode mode, TextPlaces& places);
+  KSLLines preParseKSL(const std::string& text, const TextPlaces& places) const;
   void updateForBackwardCompatibility(KSLLines& lines, kslUpdateMode mode);
-  void processKSL(const KSLLines& lines);
+  void processKSL(const KSLLines& lines, std::size_t& current);
   void handleParseException(bool force);
   void refuseText();
   void reportWithin();
@@ -153,6 +155,7 @@ class ORV_API KSLInterface {
   std::unique_ptr<PendingError> m_error;
   std::unique_ptr<ActionHandler> m_actionHandler;
   std::unique_ptr<KSLRules> m_rules;
+  std::unique_ptr<KSLValidator> m_validator;
   History m_history;
 
   int m_entryCount = 0;

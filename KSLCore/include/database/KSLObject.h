@@ -173,7 +173,7 @@ class ORV_API KSLObject {
   Quantity getQuantityValue(const std::string& name) const;
   TripletBase<float> getTripletValue(const std::string& name) const;
   TripletBase<float> getTripletValue(const std::string& name, const std::string& units) const;
-  bool getBoolValue(const std::string& name) const { return readParam(name).getBoolValue(); }
+  bool getBoolValue(const std::string& name) const;
   std::vector<int> getIntArray(const std::string& name) const;
   std::vector<float> getFloatArray(const std::string& name) const;
   std::vector<float> getFloatArray(const std::string& name, const std::string& units) const;
@@ -248,6 +248,9 @@ class ORV_API KSLObject {
   // The writable form for a value that is about to be stored: throws as ParamDefinition::requireAllowed.
   ParamDefinition* findParamToSet(std::string_view name, const std::string& value);
 
+  // What is to be said of a parameter that this object does not have.
+  Diagnostic unknownParam(const std::string& name) const;
+
   Category& category() { return m_category; }
 
  private:
@@ -256,6 +259,8 @@ class ORV_API KSLObject {
   void allOrNothing(const std::string& name, Set set);
   friend class PrototypeEditor;
 
+  template <class Read>
+  auto readNaming(const std::string& name, Read read) const;
   const ParamDefinition& readParam(const std::string& name) const;
   void checkNewParameter(const ParamDefinition* param) const;
   void adopt(std::unique_ptr<ParamDefinition>& param);

@@ -196,6 +196,7 @@ class ORV_API ParamDefinition final {
   Quantity readQuantity(const std::string& text) const;
   float readFloat(const std::string& text, const std::string& units) const;
   std::string convertedElement(const std::string& text, const std::string& units, bool difference) const;
+  data::invalid refusal(const std::string& text) const;
   [[noreturn]] void throwOutOfRange(const char* function, const std::string& text) const;
   void notify();
 

@@ -11,6 +11,9 @@ struct AdditionalRules {
   // context. Without them nothing is essential, and the state text of an object shows only what was set; a
   // host whose users see states passes true.
   bool applyObjectRules = false;
+  // Whether keys that nobody reads, and that look like one that somebody does, are warned of. Any other key is for
+  // people and for other readers.
+  bool warnOfMisspeltKeys = false;
   // Further keys of a parameter definition, carried for the host to read (ParamDefinition::hasExtraRule):
   // those with one text, and those with a list.
   std::vector<std::string> extraStringRules;

@@ -14,8 +14,9 @@ void DebugExecutor::invoke(const std::vector<std::string>& words)
                "ReadSessionExecutor");  // the wrong class is what callers know: kept on purpose
   const std::string& option = words[1];
   if (option != "verbose_on" && option != "verbose_off")
-    throw ksl::invalid("DebugExecutor", "invoke",
-                       _("Option '%s' in action '%s' is not recognized.", option, "debug"));
+    throw diagnosed(ksl::invalid("DebugExecutor", "invoke",
+                                 _("Option '%s' in action '%s' is not recognized.", option, "debug")),
+                    oneOf(option, {"verbose_off", "verbose_on"}));
   ErrorProgressReporter::instance()->setVerbose(option == "verbose_on");
 }
 

@@ -2,6 +2,7 @@
 
 #include "platform/ORVError.h"
 #include "platform/ORVUtilities.h"
+#include "database/NamesBeside.h"
 #include "database/ObjectDB.h"
 #include "command/ActionFactory.h"
 #include "command/Executive.h"
@@ -40,8 +41,10 @@ void deleteText(const std::string& path)
   KSLAPI* store = KSLInterface::instance()->getKSLAPI();
   if (store->doesPathExist(path))
     return store->deleteObj(path);
-  ErrorProgressReporter::instance()->reportError(data::notFound(
-      "DeleteExecutor", "invoke", _("%s '%s' does not exist.", "KSL data", path), errorType::warning));
+  ErrorProgressReporter::instance()->reportError(
+      diagnosed(data::notFound("DeleteExecutor", "invoke", _("%s '%s' does not exist.", "KSL data", path),
+                               errorType::warning),
+                unknownObject(path)));
 }
 
 bool hostHas(const char* action)

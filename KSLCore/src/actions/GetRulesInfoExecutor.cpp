@@ -38,7 +38,8 @@ Arguments readArguments(const std::vector<std::string>& words)
     else if (key == "type")
       arguments.type = StringUtilities::toLower(value);
     else
-      throw refusal(_("Invalid parameter in %s: '%s'.", "getrulesinfo", key));
+      throw diagnosed(refusal(_("Invalid parameter in %s: '%s'.", "getrulesinfo", key)),
+                      oneOf(key, {"name", "type"}));
   }
   if (arguments.name.empty())
     throw refusal(_("Syntax error: getrulesinfo name must be specified."));

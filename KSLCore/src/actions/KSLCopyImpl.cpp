@@ -3,6 +3,7 @@
 #include "platform/ORVAbstractDataModels.h"
 #include "platform/ORVError.h"
 #include "platform/ORVKSLParseUtilities.h"
+#include "database/NamesBeside.h"
 #include "actions/CopiedKSLModifer.h"
 #include "actions/ReadableText.h"
 
@@ -110,8 +111,9 @@ KSLCopyImpl::Paths KSLCopyImpl::parseParams(const std::vector<std::string>& word
     const auto [name, value] = StringUtilities::splitNameValue(words[i]);
     const std::string key = StringUtilities::simplifyWhitespace(name);
     if (key != fromParam && key != toParam)
-      throw ksl::invalid(className, function,
-                         _("Action '%s' is provided with a bad parameter '%s'.", action, words[i]));
+      throw diagnosed(ksl::invalid(className, function,
+                                   _("Action '%s' is provided with a bad parameter '%s'.", action, words[i])),
+                      oneOf(key, {fromParam, toParam}));
     (key == fromParam ? paths.from : paths.to) =
         StringUtilities::trimmed(StringUtilities::unquoted(StringUtilities::simplifyWhitespace(value)));
   }
@@ -142,7 +144,7 @@ std::string KSLCopyImpl::performCopy(const TreeAndLeafReadModel& model, const Pa
   const KSLPath target(paths.to);
   const auto check = [](bool good, const char* format, const std::string& path) {
     if (!good)
-      throw data::invalid(className, "performCopy", _(format, path));
+      throw diagnosed(data::invalid(className, "performCopy", _(format, path)), unknownObject(path));
   };
   check(model.hasObject(source), "Attempt to copy nonexistent object '%s' failed.", paths.from);
   check(!model.hasObject(target), "Attempt to copy to existing object '%s' failed.", paths.to);

@@ -7,7 +7,7 @@
 
 namespace orv {
 
-void KSLCoreAPI::externalProcessKSL(const std::vector<std::string>& lines)
+void KSLCoreAPI::externalProcessKSL(const std::vector<std::string>& lines, const TextSource& from)
 {
   std::string text = StringUtilities::vectorToString(lines, '\n');
   if (m_externalMode == kslUpdateAtEnd) {
@@ -18,7 +18,7 @@ void KSLCoreAPI::externalProcessKSL(const std::vector<std::string>& lines)
   const bool isRefused = KSLInterface::instance()->isRecovering();
   if (m_sessionWriter && !text.empty() && !isRefused)
     m_sessionWriter->writeSessionKSL(text);
-  processKSL(text, m_externalMode);
+  processKSL(text, m_externalMode, from);
 }
 
 void KSLCoreAPI::processKSLWithSessionUpdate(const std::string& text, SessionUpdateStrategy* strategy)

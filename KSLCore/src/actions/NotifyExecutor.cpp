@@ -24,7 +24,8 @@ std::map<std::string, std::string> readArguments(const std::vector<std::string>&
     const auto [name, value] = StringUtilities::splitNameValue(words[i]);
     const auto argument = arguments.find(name);
     if (argument == arguments.end())
-      throw ksl::invalid(className, "invoke", _("Invalid parameter in %s: '%s'.", "notify", name));
+      throw diagnosed(ksl::invalid(className, "invoke", _("Invalid parameter in %s: '%s'.", "notify", name)),
+                      oneOf(name, {"filename", "op", "type"}));
     argument->second = StringUtilities::unquoted(value);
     if (argument->second.empty())
       throw data::invalid(className, "invoke", _("Empty '%s' parameter.", name));

@@ -90,8 +90,9 @@ ReadSessionExecutor::Params ReadSessionExecutor::processParams(const std::vector
           _("Syntax error: %s parameters should have the format: %s", "readsession", "param=value"));
     const std::string name = StringUtilities::removeAllWhitespace(action[i].substr(0, equals));
     if (m_parameters.count(name) == 0)
-      throw ksl::invalid(className, "processParams",
-                         _("Invalid parameter in %s: '%s'.", "readsession", name));
+      throw diagnosed(
+          ksl::invalid(className, "processParams", _("Invalid parameter in %s: '%s'.", "readsession", name)),
+          oneOf(name, {m_parameters.begin(), m_parameters.end()}));
     params[name] = action[i].substr(equals + 1);
   }
   return params;
@@ -129,7 +130,7 @@ void ReadSessionExecutor::replay(const std::string& text, const std::string& fil
     KSLCoreAPI::instance()->processKSLWithSessionUpdate(text, m_strategy);
   } else {
     KSLInterface::instance()->setBWCForNextProcessKSL(true);
-    KSLCoreAPI::instance()->processKSL(text, kslUpdateDefault);
+    KSLCoreAPI::instance()->processKSL(text, kslUpdateDefault, {.name = fileName});
   }
   explain.dismiss();
 }

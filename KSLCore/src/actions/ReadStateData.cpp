@@ -172,7 +172,7 @@ bool ReadStateExecutor::isKept(const Block& block, Names& loaded, std::set<std::
 }
 
 // False when there was no block to enter.
-bool ReadStateExecutor::loadStateData(File& file, Names& loaded)
+bool ReadStateExecutor::loadStateData(const Request& request, File& file, Names& loaded)
 {
   std::string text;
   text.reserve(
@@ -188,7 +188,7 @@ bool ReadStateExecutor::loadStateData(File& file, Names& loaded)
   if (text.empty())
     return !replaced.empty();
   KSLInterface::instance()->setBWCForNextProcessKSL(true);
-  KSLCoreAPI::instance()->processKSL(text, kslUpdateAtEnd);
+  KSLCoreAPI::instance()->processKSL(text, kslUpdateAtEnd, {.name = request.fileName, .isExcerpt = true});
   return true;
 }
 

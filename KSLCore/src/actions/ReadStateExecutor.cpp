@@ -3,6 +3,7 @@
 #include "platform/ORVApplicationSupport.h"
 #include "platform/ORVError.h"
 #include "platform/ORVKSLParseUtilities.h"
+#include "platform/ORVSourceText.h"
 #include "platform/ORVUtilities.h"
 #include "database/ObjectDB.h"
 #include "rules/SchedulerObject.h"
@@ -97,6 +98,27 @@ class HeaderReader : public MiniKSLParser {
   throw data::error(className, "loadStateData", message);
 }
 
+void placeEnds(Error& error, const std::string& fileName) noexcept
+{
+  try {
+    Diagnostic known;
+    SourceText(fileName, ORVFile::readAll(fileName), SyntaxTree::Reading::command, {}).placeEnds(known);
+    error.setDiagnostic(std::make_shared<const Diagnostic>(std::move(known)));
+  } catch (...) {}  // no memory, or the file has gone
+}
+
+// Does what throwDepth ends; the error then tells where in the file the cause is.
+template <class Work>
+auto placingEnds(const std::string& fileName, Work work)
+{
+  try {
+    return work();
+  } catch (data::error& error) {
+    placeEnds(error, fileName);
+    throw;
+  }
+}
+
 }  // namespace
 
 ReadStateExecutor::ReadStateExecutor(FileChangeManager* files, bool catchExceptionsOff)
@@ -146,7 +168,8 @@ void ReadStateExecutor::load(const std::vector<std::string>& words)
     return;
   }
   FileProcessingScope::checkNotInProgress(request.fileName, className, "invoke");
-  file.blocks = findBlocks(file.lines);  // judged before anything is deleted
+  // Judged before anything is deleted.
+  file.blocks = placingEnds(request.fileName, [&] { return findBlocks(file.lines); });
   if (m_files)
     m_files->registerFileChange(request.fileName, fileType);
   const bool created = FileProcessingScope::createObject(className, "invoke");
@@ -171,7 +194,7 @@ bool ReadStateExecutor::process(const Request& request, File& file)
   if (componentProcessing(file.lines, file.versionLine, request.fileName) || file.lines.size() != before)
     file.blocks = findBlocks(file.lines);
   Names loaded;
-  const bool entered = loadStateData(file, loaded);
+  const bool entered = loadStateData(request, file, loaded);
   if (overwrite)
     resetToDefault(loaded);
   if (request.recorded)
@@ -199,7 +222,8 @@ void ReadStateExecutor::readArgument(const std::string& argument, Request& reque
   const auto [name, value] = squeezedArgument(argument, action, className);
   const std::string key = StringUtilities::toLower(name);
   if (!m_paramNames.contains(key))
-    throw ksl::invalid(className, "invoke", _("Invalid parameter in %s: '%s'.", action, name));
+    throw diagnosed(ksl::invalid(className, "invoke", _("Invalid parameter in %s: '%s'.", action, name)),
+                    oneOf(name, {m_paramNames.begin(), m_paramNames.end()}));
   if (key == "filename")
     request.fileName = fileToRead(std::string_view(argument).substr(argument.find('=') + 1));
   else if (key == "load")
@@ -207,7 +231,8 @@ void ReadStateExecutor::readArgument(const std::string& argument, Request& reque
   else if (key == "mode") {
     request.mode = StringUtilities::toLower(value);
     if (request.mode != "overwrite" && request.mode != "append")
-      throw data::invalid(className, "invoke", _("Invalid parameter value: '%s'.", value));
+      throw diagnosed(data::invalid(className, "invoke", _("Invalid parameter value: '%s'.", value)),
+                      oneOf(value, {"append", "overwrite"}));
   }
 }
 
@@ -221,7 +246,7 @@ ReadStateExecutor::File ReadStateExecutor::readFile(Request& request)
   if (!ORVFile::isAscii(text))
     throw file::error(className, "invoke", _("Non ASCII file: '%s'.", request.fileName));
   if (text.starts_with(FileText::stateHead) && !text.ends_with('\n'))  // cut off, if only by a character
-    throwDepth(tooFewEnds);
+    placingEnds(request.fileName, [] { throwDepth(tooFewEnds); });
   File file;
   file.lines = StringUtilities::removeContinuation(linesOf(text));
   if (file.lines.size() > 1 && file.lines[1].starts_with('#'))

@@ -126,13 +126,15 @@ void WriteSessionExecutor::readParameter(const std::string& word, Request& reque
   request.other = true;
   auto [name, value] = squeezedArgument(word, "session", className);
   if (m_parameters.count(name) == 0)
-    throw refusal(_("Invalid parameter in %s: '%s'.", "session", name));
+    throw diagnosed(refusal(_("Invalid parameter in %s: '%s'.", "session", name)),
+                    oneOf(name, {m_parameters.begin(), m_parameters.end()}));
   if (name == "filename") {
     request.fileName = std::move(value);
     return;
   }
   if (m_modes.count(value) == 0)
-    throw data::invalid(className, "invoke", _("Invalid parameter value: '%s'.", value));
+    throw diagnosed(data::invalid(className, "invoke", _("Invalid parameter value: '%s'.", value)),
+                    oneOf(value, {m_modes.begin(), m_modes.end()}));
   request.mode = std::move(value);
 }
 

@@ -5,6 +5,7 @@
 #include "platform/ORVKSLParseUtilities.h"
 #include "platform/ORVSystem.h"
 #include "platform/ORVUtilities.h"
+#include "database/NamesBeside.h"
 #include "database/ObjectDB.h"
 #include "command/KSLCoreAPI.h"
 #include "command/actionChecks.h"
@@ -172,8 +173,10 @@ std::vector<const KSLObject*> topObjects()
 
 void reportMissing(const std::string& item)
 {
-  ErrorProgressReporter::instance()->reportError(data::invalid(
-      className, "writeStateData", _("Cannot find object %s. No state written for that object.", item)));
+  ErrorProgressReporter::instance()->reportError(
+      diagnosed(data::invalid(className, "writeStateData",
+                              _("Cannot find object %s. No state written for that object.", item)),
+                unknownObject(item)));
 }
 
 }  // namespace
@@ -245,9 +248,11 @@ void WriteStateExecutor::readArgument(const std::string& argument, Request& requ
   else if (name == "object")
     objects.push_back(value);
   else if (name != "mode")
-    throw ksl::invalid(className, "invoke", _("Invalid parameter in %s: '%s'.", action, name));
+    throw diagnosed(ksl::invalid(className, "invoke", _("Invalid parameter in %s: '%s'.", action, name)),
+                    oneOf(name, {"filename", "mode", "object"}));
   else if (value != "none" && value != "overwrite")
-    throw data::invalid(className, "invoke", _("Invalid parameter value: '%s'.", value));
+    throw diagnosed(data::invalid(className, "invoke", _("Invalid parameter value: '%s'.", value)),
+                    oneOf(value, {"none", "overwrite"}));
   else
     request.mode = value;
 }

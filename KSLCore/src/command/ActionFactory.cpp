@@ -37,7 +37,9 @@ ActionExecutor* ActionFactory::getExecutor(const std::string& action) const
     throw internal::badParam("ActionFactory", "getExecutor", _("Input parameter %s is empty.", "p_action"));
   const auto found = m_executors.find(action);
   if (found == m_executors.end())
-    throw internal::error("ActionFactory", "getExecutor", _("Action %s is not recognized.", action));
+    throw diagnosed(
+        internal::error("ActionFactory", "getExecutor", _("Action %s is not recognized.", action)),
+        oneOf(action, getActions()));
   return found->second.get();
 }
 

@@ -50,18 +50,15 @@ KSLLines CommandLines::parse(std::string_view text)
   return std::move(m_lines);
 }
 
-std::size_t CommandLines::sourceLine(std::string_view text, std::size_t index)
+std::vector<std::size_t> CommandLines::sourceLines(std::string_view text)
 {
   begin(text);
-  std::size_t last = 0;  // of the lines that count
-  for (std::size_t before = 0; m_lines.size() <= index; before = m_lines.size()) {
-    const std::size_t first = m_taken + 1;
-    if (!readLine())
-      return index == m_lines.size() ? last : 0;  // the update at the end
-    if (m_lines.size() > before)
-      last = first;
-  }
-  return last;
+  std::vector<std::size_t> lines;
+  for (std::size_t first = 1; readLine(); first = m_taken + 1)
+    lines.resize(m_lines.size(), first);
+  if (!lines.empty())
+    lines.push_back(lines.back());  // the update at the end
+  return lines;
 }
 
 bool CommandLines::readLine()

@@ -17,6 +17,7 @@
 #include <cstddef>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace orv {
 
@@ -29,9 +30,9 @@ class CommandLines {
   // KSL." or "Too many END statements in KSL.", judged by the final count and in the default mode only.
   KSLLines parse(std::string_view text);
 
-  // Which line of the text, counted from 1, the line with this index comes from that parse() gives; of an update that
-  // was put in, the line that asks for it. 0 when there is none. REQUIRES: nothing was parsed with this object.
-  std::size_t sourceLine(std::string_view text, std::size_t index);
+  // Which lines of the text, counted from 1, the lines come from that parse() gives; an update that was put in has the
+  // line that asks for it. REQUIRES: nothing was parsed with this object.
+  std::vector<std::size_t> sourceLines(std::string_view text);
 
   // True when the line, its comment ignored, begins with ">".
   static bool isActionLine(std::string_view line);

@@ -11,6 +11,7 @@
 #include "platform/ORVUtilities.h"
 #include "database/DependentUpdates.h"
 #include "database/KSLCoreTreeAndLeafModel.h"
+#include "database/NamesBeside.h"
 #include "database/ObjectDB.h"
 #include "database/ObjectFactory.h"
 #include "rules/GenericKSLObject.h"
@@ -201,8 +202,15 @@ void Executive::updateChangedObjects(ObjectDB* database, RecoveryLog* log)
   for (std::size_t done = 0; !m_pendingUpdates.empty(); progress.advance(++done)) {
     const std::string path = std::move(m_pendingUpdates.front());
     m_pendingUpdates.pop_front();
-    if (KSLObject* object = database->getObjectByPath(path))
+    KSLObject* object = database->getObjectByPath(path);
+    if (!object)
+      continue;
+    try {
       attempt([object] { object->update(); });
+    } catch (Error& error) {
+      error.concern(path);
+      throw;
+    }
   }
 }
 
@@ -235,9 +243,10 @@ void Executive::forceUpdateOf(const std::string& name)
     return report(ambiguous);
   }
   if (!object)
-    return report(internal::error("Executive", "forceUpdate",
-                                  _("Object '%s' does not exist. Update ignored.", name),
-                                  errorType::warning));
+    return report(
+        diagnosed(internal::error("Executive", "forceUpdate",
+                                  _("Object '%s' does not exist. Update ignored.", name), errorType::warning),
+                  unknownObject(name)));
   if (!dynamic_cast<GenericKSLObject*>(
           object))  // the class word is older than the classes of today and stays
     return report(internal::error("Executive", "forceUpdate",

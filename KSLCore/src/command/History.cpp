@@ -180,7 +180,10 @@ void History::replay(UndoMode mode, Executive* executive)
     m_mode = mode;
     replayTop(executive);
   } catch (...) {
-    throw data::error("KSLInterface", "parseHistory", caughtError("parseHistory").getMessage());
+    const ErrorMsg caught = caughtError("parseHistory");
+    data::error error("KSLInterface", "parseHistory", caught.getMessage());
+    error.setDiagnostic(caught.getDiagnostic());
+    throw error;
   }
 }
 

@@ -41,7 +41,7 @@ KSLCoreAPI::~KSLCoreAPI()
   stopRecording();
 }
 
-void KSLCoreAPI::processKSL(const std::string& text, kslUpdateMode mode)
+void KSLCoreAPI::processKSL(const std::string& text, kslUpdateMode mode, const TextSource& from)
 {
   if (m_parseCount == 0 && m_recorder)
     m_recorder->reset();
@@ -59,7 +59,7 @@ void KSLCoreAPI::processKSL(const std::string& text, kslUpdateMode mode)
   } catch (...) {
     return commands->failParse();
   }
-  commands->parseKSL(text, mode);
+  commands->parseKSL(text, mode, from);
 }
 
 void KSLCoreAPI::beginParseKSL()

@@ -22,12 +22,14 @@
 #include "platform/ORVUtilities.h"
 #include "rules/AdditionalRules.h"
 #include "rules/KSLRules.h"
+#include "rules/RulesValidator.h"
 #include "command/BackCompatibilityFunctor.h"
 #include "command/CommandLines.h"
 #include "command/CommandNotifier.h"
 #include "command/Executive.h"
 #include "command/caughtError.h"
 #include "PendingError.h"
+#include "TextPlaces.h"
 
 #include <utility>
 
@@ -37,55 +39,15 @@ namespace {
 
 constexpr const char* source = "KSLCore/src/KSLInterface";
 
-// The line of that number, from 1, as its writer knows it: the updates put in have none of their own.
-std::string lineOf(std::string_view text, std::size_t number)
-{
-  while (--number > 0)
-    text.remove_prefix(text.find('\n') + 1);
-  return StringUtilities::simplifyWhitespace(text.substr(0, text.find('\n')));
-}
-
-// Tells, in verbose mode, which line of a text the n-th action came from: long texts, such as recorded sessions, are
-// mended by taking a line out.
-void tellFailedLine(std::string_view text, kslUpdateMode mode, std::size_t n)
-{
-  ErrorProgressReporter* reporter = ErrorProgressReporter::instance();
-  if (!reporter->isVerbose())
-    return;
-  const KSLLines lines = CommandLines(mode).parse(text);
-  std::size_t index = 0;
-  for (; index < lines.size(); ++index)
-    if (CommandLines::isActionLine(lines[index]) && --n == 0)
-      break;
-  if (index == lines.size())
-    return;
-  const std::size_t number = CommandLines(mode).sourceLine(text, index);
-  std::string line = lineOf(text, number);
-  const bool putIn = lines[index].starts_with("> update") && line.find("update") == std::string::npos;
-  if (!putIn)
-    line = lines[index];  // whole, when it was continued
-  reporter->inform(_("Line %d of the text failed: '%s'.", number, line));
-}
-
 }  // namespace
 
-// Hands the store's action lines to the Executive, and keeps the first failure of a parse. Knows how far the load under
-// way has come.
+// Hands the store's action lines to the Executive, and keeps the first failure of a parse.
 class KSLInterface::ActionHandler final : public KSLActionHandler {
  public:
-  struct Progress {
-    std::size_t actions = 0;  // begun
-    bool failed = false;      // the last of them
-  };
-
   explicit ActionHandler(KSLInterface* owner) : m_owner(owner) {}
-
-  // Of the load under way; loads nest in an action.
-  Progress progress;
 
   bool handleAction(const std::string& action, const std::vector<std::string>& args) override
   {
-    ++progress.actions;
     try {
       std::string line = action;
       if (!args.empty())
@@ -95,8 +57,7 @@ class KSLInterface::ActionHandler final : public KSLActionHandler {
       m_owner->m_error->note("invoke");
     }
     // Also when somebody swallowed what a text of his threw.
-    progress.failed = m_owner->m_error->isPending();
-    return !progress.failed;
+    return !m_owner->m_error->isPending();
   }
 
  private:
@@ -124,11 +85,13 @@ KSLInterface::KSLInterface()
       m_error(std::make_unique<PendingError>()),
       m_actionHandler(std::make_unique<ActionHandler>(this)),
       m_rules(std::make_unique<KSLRules>()),
+      m_validator(std::make_unique<RulesValidator>(*m_kslapi)),
       m_history(m_kslapi.get(), m_error.get()),
       m_refusal("KSLInterface", "parseKSL", _("Text submitted during error recovery is ignored."),
                 errorType::warning)
 {
   m_kslapi->registerDefaultActionHandler(m_actionHandler.get());
+  m_kslapi->setValidator(m_validator.get());
   OutputFiles::instance();  // made while there is memory
 }
 
@@ -194,9 +157,17 @@ void KSLInterface::forceUpdate(const std::vector<std::string>& names)
 
 // --------------------------------------------------------------------------------------------------------- parsing
 
-void KSLInterface::parseKSL(const std::string& text, kslUpdateMode mode)
+void KSLInterface::parseKSL(const std::string& text, kslUpdateMode mode, const TextSource& from)
 {
-  runParse(mode, [&] { doParseKSL(text, mode); });
+  runParse(mode, [&] {
+    TextPlaces places(from, text, m_mode, *m_kslapi);
+    try {
+      doParseKSL(text, mode, places);
+    } catch (...) {
+      m_error->note("parseKSL");  // while the places are known
+      throw;
+    }
+  });
 }
 
 void KSLInterface::failParse()
@@ -322,25 +293,18 @@ void KSLInterface::refuseText()
   ErrorProgressReporter::instance()->reportError(m_refusal);
 }
 
-void KSLInterface::doParseKSL(const std::string& text, kslUpdateMode mode)
+void KSLInterface::doParseKSL(const std::string& text, kslUpdateMode mode, TextPlaces& places)
 {
-  KSLLines lines = preParseKSL(text);
+  places.lines = preParseKSL(text, places);
   const bool rewrite = m_bwc;
   if (m_bwcOverridePending) {
     m_bwc = m_savedBwc;
     m_bwcOverridePending = false;
   }
   if (rewrite)
-    updateForBackwardCompatibility(lines, mode);
-  const auto outer = std::exchange(m_actionHandler->progress, {});
-  const ScopeGuard leave([&] { m_actionHandler->progress = outer; });
-  ScopeGuard tell([&] {
-    const ActionHandler::Progress& progress = m_actionHandler->progress;
-    if (progress.failed && !(rewrite && m_backFunctor))  // whose lines are others
-      tellFailedLine(text, m_mode, progress.actions);
-  });
-  processKSL(lines);
-  tell.dismiss();
+    updateForBackwardCompatibility(places.lines, mode);
+  places.isRewritten = rewrite && m_backFunctor;
+  processKSL(places.lines, places.current);
   if (m_entryCount != 1)
     return;
   OutputFiles::instance()->publish();
@@ -348,9 +312,14 @@ void KSLInterface::doParseKSL(const std::string& text, kslUpdateMode mode)
   OutputFiles::instance()->publish();  // of texts that observers submitted
 }
 
-KSLLines KSLInterface::preParseKSL(const std::string& text) const
+KSLLines KSLInterface::preParseKSL(const std::string& text, const TextPlaces& places) const
 {
-  return CommandLines(m_mode).parse(text);
+  try {
+    return CommandLines(m_mode).parse(text);
+  } catch (data::error& error) {
+    places.explainEnds(error);
+    throw;
+  }
 }
 
 // Without a functor of the host's there is nothing to ask: the default one rewrites nothing.
@@ -366,14 +335,14 @@ void KSLInterface::updateForBackwardCompatibility(KSLLines& lines, kslUpdateMode
   lines = std::move(rewritten);
 }
 
-void KSLInterface::processKSL(const KSLLines& lines)
+void KSLInterface::processKSL(const KSLLines& lines, std::size_t& current)
 {
   writeProcessKSLDebug(lines);
   if (lines.empty())
     return;  // changes made outside wait for a text that updates
   const ScopeGuard clear([this] { m_kslapi->clearKSLChangeList(); });
   try {
-    m_kslapi->loadKSLData(lines);
+    m_kslapi->loadKSLData(lines, current);
   } catch (...) {
     if (!m_error->isPending())
       throw;

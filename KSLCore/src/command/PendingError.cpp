@@ -17,7 +17,9 @@ void PendingError::note(const char* function)
   if (m_error)
     return passUnwinding();
   try {
-    m_error = std::make_shared<const ErrorMsg>(caughtError(function));
+    ErrorMsg error = caughtError(function);
+    ErrorProgressReporter::instance()->locate(error);  // while its text is there
+    m_error = std::make_shared<const ErrorMsg>(std::move(error));
   } catch (const std::bad_alloc&) {
     m_error = m_noMemory;
   }

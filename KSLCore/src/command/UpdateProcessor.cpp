@@ -24,7 +24,7 @@ std::size_t UpdateProcessor::process(const KSLChangeList& changes)
     progress.advance(m_visited);
     const KSLChange change = changes[m_visited];  // the list may be changed meanwhile
     if (!m_log)
-      visit(change);
+      visitNaming(change);
     else if (!m_log->attempt(change.path.str(), change.name.str(), [&] { visit(change); }))
       continue;
     ++done;
@@ -38,6 +38,17 @@ void UpdateProcessor::visit(const KSLChange& change)
     visitRecorded(change);
   else
     KSLChangeProcessor::visit(change);
+}
+
+// As visit; an error tells what it arose from.
+void UpdateProcessor::visitNaming(const KSLChange& change)
+{
+  try {
+    visit(change);
+  } catch (Error& error) {
+    error.concern(change.path.str(), change.name.str());
+    throw;
+  }
 }
 
 void UpdateProcessor::visitRecorded(const KSLChange& change)
@@ -162,7 +173,12 @@ void UpdateProcessor::ensureObject(const std::string& path)
 void UpdateProcessor::create(const std::string& path)
 {
   m_changed.insert(path);
-  m_updater->createObject(path);
+  try {
+    m_updater->createObject(path);
+  } catch (Error& error) {
+    error.concern(path);
+    throw;
+  }
   if (m_log)
     m_log->noteCreated(path);
 }

@@ -55,6 +55,7 @@ class UpdateProcessor : public KSLChangeProcessor {
   void create(const std::string& path);
   void forget(const std::string& deletedPath);
   void noteChanged(const std::string& path);
+  void visitNaming(const KSLChange& change);
   void visitRecorded(const KSLChange& change);
   void record(const KSLChange& change);
 

@@ -23,7 +23,9 @@ ErrorMsg caughtError(const char* function)
   } catch (const std::bad_alloc&) {
     return systemError(_("Operation failed. Insufficient memory."));
   } catch (const std::exception& exception) {
-    return systemError(_("Operation failed. (System exception: %s)", exception.what()));
+    ErrorMsg error = systemError(_("Operation failed. (System exception: %s)", exception.what()));
+    error.setDiagnostic(ErrorProgressReporter::instance()->takeConcern(&exception));
+    return error;
   } catch (const std::string& text) {
     return systemError(_("Operation failed. (System exception string: %s)", text));
   } catch (const char* text) {

@@ -78,8 +78,9 @@ std::string DataKSLObject::setValue(const std::string& name, const std::string& 
 {
   ParamDefinition* param = findParamToSet(name, value);
   if (!param)
-    throw data::notFound(className, "setValue",
-                         _("Parameter '%s' is not recognized on object '%s'.", name, getPath()));
+    throw diagnosed(data::notFound(className, "setValue",
+                                   _("Parameter '%s' is not recognized on object '%s'.", name, getPath())),
+                    unknownParam(name));
   std::string line;  // with room for either text, so that nothing can fail once the value is stored
   line.reserve(getPath().size() + name.size() + std::max(value.size(), param->getValue().size()) + 4);
   line.append(getPath()).append(1, '/').append(name).append(" = ");
@@ -96,7 +97,8 @@ std::string DataKSLObject::setValueWithoutPending(const std::string& name, const
 {
   ParamDefinition* param = findParamToSet(name, value);
   if (!param)
-    throw data::notFound(className, "setValue", _("Parameter '%s' is not recognized.", name));
+    throw diagnosed(data::notFound(className, "setValue", _("Parameter '%s' is not recognized.", name)),
+                    unknownParam(name));
   return param->setValue(value);
 }
 

@@ -2,7 +2,6 @@
 
 #include "platform/ORVError.h"
 #include "platform/ORVException.h"
-#include "database/EvaluatingObject.h"
 #include "database/NullParentChildInfo.h"
 #include "database/ObjectChangeNotify.h"
 #include "database/ObjectDB.h"
@@ -197,12 +196,21 @@ ParamDefinition* KSLObject::findParamToSet(std::string_view name, const std::str
   return m_params.ownToSet(name, value, paramObserver());
 }
 
+Diagnostic KSLObject::unknownParam(const std::string& name) const
+{
+  Diagnostic more = oneOf(name, getParamNames(externalParams));
+  more.object = m_path;
+  more.parameter = name;
+  return more;
+}
+
 const ParamDefinition* KSLObject::getParam(const std::string& name) const
 {
   if (const ParamDefinition* param = m_params.own(name, paramObserver()))
     return param;
-  throw data::notFound("KSLObject", "getParam",
-                       _("Parameter '%s' does not exist on object %s.", name, m_path));
+  throw diagnosed(
+      data::notFound("KSLObject", "getParam", _("Parameter '%s' does not exist on object %s.", name, m_path)),
+      unknownParam(name));
 }
 
 const ParamDefinition& KSLObject::readParam(const std::string& name) const
@@ -393,57 +401,6 @@ std::map<std::string, std::string> KSLObject::getInternalParams(UnitSystemTypes:
                                                                 bool difference) const
 {
   return PreferredUnits::valuesOf(*this, internalParams, units, difference);
-}
-
-int KSLObject::getIntValue(const std::string& name) const
-{
-  const EvaluatingObject scope(this);
-  return readParam(name).getIntValue();
-}
-
-std::vector<int> KSLObject::getIntArray(const std::string& name) const
-{
-  const EvaluatingObject scope(this);
-  return readParam(name).getIntArray();
-}
-
-Quantity KSLObject::getQuantityValue(const std::string& name) const
-{
-  const EvaluatingObject scope(this);
-  return readParam(name).getQuantityValue();
-}
-
-float KSLObject::getFloatValue(const std::string& name) const
-{
-  return getFloatValue(name, {});
-}
-
-float KSLObject::getFloatValue(const std::string& name, const std::string& units) const
-{
-  const EvaluatingObject scope(this);
-  return readParam(name).getFloatValue(units);
-}
-
-std::vector<float> KSLObject::getFloatArray(const std::string& name) const
-{
-  return getFloatArray(name, {});
-}
-
-std::vector<float> KSLObject::getFloatArray(const std::string& name, const std::string& units) const
-{
-  const EvaluatingObject scope(this);
-  return readParam(name).getFloatArray(units);
-}
-
-TripletBase<float> KSLObject::getTripletValue(const std::string& name) const
-{
-  return getTripletValue(name, {});
-}
-
-TripletBase<float> KSLObject::getTripletValue(const std::string& name, const std::string& units) const
-{
-  const EvaluatingObject scope(this);
-  return readParam(name).getTripletValue(units);
 }
 
 void KSLObject::copyInternals(KSLObject* target) const

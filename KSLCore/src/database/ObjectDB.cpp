@@ -4,6 +4,7 @@
 #include "platform/ORVException.h"
 #include "platform/ORVUtilities.h"
 #include "database/DBChangeNotify.h"
+#include "database/NamesBeside.h"
 #include "database/ObjectHolderImpl.h"
 #include "database/PathIndex.h"
 #include "database/RootKSLObject.h"
@@ -213,7 +214,8 @@ KSLObject* ObjectDB::getObjectByName(const std::string& name) const
     return nullptr;
   const std::vector<KSLObject*> found = m_rootHolder->getChildObjectsByName(name);
   if (found.size() > 1)
-    throw data::invalid(className, "getObjectByName", _("Object name %s is ambiguous.", name));
+    throw diagnosed(data::invalid(className, "getObjectByName", _("Object name %s is ambiguous.", name)),
+                    severalObjects(name, found));
   return found.empty() ? nullptr : found.front();
 }
 

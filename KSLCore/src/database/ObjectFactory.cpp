@@ -85,7 +85,8 @@ std::unique_ptr<KSLObject> ObjectFactory::createObject(const std::string& parent
 {
   const KSLObject* prototype = findPrototype(type);
   if (!prototype)
-    throw data::notFound(className, "createObject", _("Could not find object: %s", type));
+    throw diagnosed(data::notFound(className, "createObject", _("Could not find object: %s", type)),
+                    oneOf(type, getObjectTypes()));
   std::unique_ptr<KSLObject> object(prototype->clone());
   object->initialize(parentPath, name);
   return object;

@@ -149,7 +149,21 @@ std::string ParamDefinition::convertedElement(const std::string& text, const std
 void ParamDefinition::requireAllowed(const std::string& text) const
 {
   if (!isAllowedValue(text))
-    throw data::invalid(className, "setValue", _("Parameter '%s' cannot have value '%s'.", getName(), text));
+    throw refusal(text);
+}
+
+// Of a list the first item that is not allowed is meant.
+data::invalid ParamDefinition::refusal(const std::string& text) const
+{
+  const std::vector<std::string> items = typeIs("String List") ? splitValue(text) : std::vector{text};
+  const auto wrong = std::find_if(items.begin(), items.end(), [&](const std::string& item) {
+    return !m_rules->allowedValues.contains(item);
+  });
+  Diagnostic more = oneOf(wrong == items.end() ? text : *wrong, m_rules->allowedInOrder);
+  more.parameter = getName();
+  return diagnosed(
+      data::invalid(className, "setValue", _("Parameter '%s' cannot have value '%s'.", getName(), text)),
+      std::move(more));
 }
 
 std::string ParamDefinition::setValue(std::string text)
@@ -240,8 +254,9 @@ std::map<std::string, std::string> ParamDefinition::createNameValueMap(const std
 
 void ParamDefinition::throwOutOfRange(const char* function, const std::string& text) const
 {
-  throw data::invalid(className, function,
-                      _("Value '%s' of parameter '%s' is out of range.", text, getName()));
+  throw diagnosed(
+      data::invalid(className, function, _("Value '%s' of parameter '%s' is out of range.", text, getName())),
+      {.parameter = getName(), .subject = text});
 }
 
 int ParamDefinition::readInt(const std::string& text) const
@@ -254,8 +269,9 @@ int ParamDefinition::readInt(const std::string& text) const
   if (!quantity || quantity->hasUnits())  // the evaluator knows whether units count as a number
     quantity = ExpressionEvaluator::evalSingleValue(text, getName());
   if (quantity->hasUnits())
-    throw data::invalid(className, "getIntValue",
-                        _("Integer parameter value %s must be Dimensionless.", text));
+    throw diagnosed(
+        data::invalid(className, "getIntValue", _("Integer parameter value %s must be Dimensionless.", text)),
+        {.parameter = getName(), .subject = text});
   const double truncated = std::trunc(quantity->getValue());
   if (!fitsInt(truncated))
     throwOutOfRange("getIntValue", text);
@@ -332,8 +348,10 @@ bool ParamDefinition::getBoolValue(const std::string& text) const
   bool recognised = true;
   const bool value = StringUtilities::isTrue(text, recognised);
   if (!recognised)
-    throw data::invalid(className, "getBoolValue",
-                        _("Parameter '%s' (of type boolean) cannot have value '%s'.", getName(), text));
+    throw diagnosed(
+        data::invalid(className, "getBoolValue",
+                      _("Parameter '%s' (of type boolean) cannot have value '%s'.", getName(), text)),
+        {.parameter = getName(), .subject = text, .valid = {"True", "False"}});
   return value;
 }
 

@@ -44,13 +44,30 @@ std::string converted(const ParamDefinition& param, const std::string& units, bo
 
 }  // namespace
 
+namespace {
+
+bool isColourRange(std::string_view name)
+{
+  return name == "Min" || name == "Max";
+}
+
+bool isValueOfVariable(std::string_view name)
+{
+  return name == "Value 1" || name == "Value 2" || name == "Value";
+}
+
+}  // namespace
+
+bool PreferredUnits::areThoseOfVariable(std::string_view name)
+{
+  return isColourRange(name) || isValueOfVariable(name);
+}
+
 std::string PreferredUnits::ofParameter(const KSLObject& object, const std::string& name)
 {
-  if (name == "Min" || name == "Max")
+  if (isColourRange(name))
     return ofColourRange(object);
-  if (name == "Value 1" || name == "Value 2" || name == "Value")
-    return ofVariable(valueOrEmpty(object, "Variable"));
-  return {};
+  return isValueOfVariable(name) ? ofVariable(valueOrEmpty(object, "Variable")) : std::string();
 }
 
 std::map<std::string, std::string> PreferredUnits::valuesOf(const KSLObject& object, ParamFilter filter,

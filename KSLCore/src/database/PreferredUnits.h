@@ -6,6 +6,7 @@
 
 #include <map>
 #include <string>
+#include <string_view>
 
 namespace orv {
 
@@ -19,6 +20,8 @@ class PreferredUnits {
   // Empty where nothing is preferred. The names "Min", "Max", "Value" and so on tie this to colour maps and
   // probes, on purpose: these types hold values of a variable that another parameter names.
   static std::string ofParameter(const KSLObject& object, const std::string& name);
+  // Whether the parameter has one of these names: its dimension is that of a variable, not that of its default.
+  static bool areThoseOfVariable(std::string_view name);
 };
 
 }  // namespace orv

@@ -4,6 +4,7 @@
 #include "platform/ORVException.h"
 #include "platform/ORVUtilities.h"
 #include "database/KSLObject.h"
+#include "database/NamesBeside.h"
 #include "database/ObjectDB.h"
 
 #include <utility>
@@ -45,7 +46,9 @@ KSLObject* RelativeLookup::resolveAbsolute(const std::string& path)
     return found;
   // Class and function are those of the reader of references, on purpose: that is who asks for absolute
   // paths.
-  throw data::notFound("GenericKSLObject", "makeParentLinks", _("Object '%s' does not exist.", path));
+  throw diagnosed(
+      data::notFound("GenericKSLObject", "makeParentLinks", _("Object '%s' does not exist.", path)),
+      unknownObject(path));
 }
 
 KSLObject* RelativeLookup::resolveRelative(const KSLObject& start, std::string_view path)
@@ -106,8 +109,9 @@ KSLObject* RelativeLookup::childNamed(const KSLObject& parent, std::string_view 
 {
   const std::vector<KSLObject*> children = parent.getChildObjectsByName(std::string(name));
   if (children.size() > 1) {
-    throw data::notFound("KSLObject", "getRelativeObjectInternal",
-                         _("More than one object with name '%s' exists.", name));
+    throw diagnosed(data::notFound("KSLObject", "getRelativeObjectInternal",
+                                   _("More than one object with name '%s' exists.", name)),
+                    severalObjects(name, children));
   }
   return children.empty() ? nullptr : children.front();
 }

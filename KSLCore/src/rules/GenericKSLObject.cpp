@@ -272,13 +272,24 @@ void GenericKSLObject::update()
     m_schedulers[i].update();
 }
 
+namespace {
+
+std::string inFunction(const SchedulerTypes::Function& function, const std::string& schedulerType)
+{
+  return _("in calculate function '%s' of '%s', for scheduler type '%s'", function.name, function.library,
+           schedulerType);
+}
+
+}  // namespace
+
 // Nothing of this object may be touched once the function runs: it may delete the object.
 void GenericKSLObject::calculate(const std::string& schedulerType)
 {
   const std::size_t index = m_types ? m_types->find(schedulerType) : SchedulerTypes::npos;
   if (index == SchedulerTypes::npos || m_types->entries[index].function.name.empty())
     return;
-  const SchedulerTypes::Function& function = m_types->entries[index].function;
+  const auto types = m_types;  // they may end with the object
+  const SchedulerTypes::Function& function = types->entries[index].function;
   SharedLibrary* loader = SharedLibrary::instance();
   const std::unique_ptr<CalculateFunction> instance(loader->getInstance(function.library, function.name));
   if (!instance) {
@@ -291,7 +302,15 @@ void GenericKSLObject::calculate(const std::string& schedulerType)
   }
   // NOLINTNEXTLINE(performance-unnecessary-copy-initialization): the caller's may end with the object
   const std::string type = schedulerType;
-  instance->calculate(this, type);
+  try {
+    instance->calculate(this, type);
+  } catch (Error& error) {
+    error.explain(inFunction(function, type));
+    throw;
+  } catch (const std::exception& failure) {
+    ErrorProgressReporter::instance()->noteConcern(failure, {.notes = {{0, 0, inFunction(function, type)}}});
+    throw;
+  }
 }
 
 // ------------------------------------------------------------------------------------------------------ for people

@@ -23,6 +23,35 @@ bool isObjectType(const KSLAPI::ObjectInfo& entry)
   return entry.getType() == "OBJECT" || entry.getType() == "SINGLETON";
 }
 
+// Errors of definitions, also warnings that are reported meanwhile, have a place in a library.
+class LibraryPlaces final : public ErrorLocator {
+ public:
+  explicit LibraryPlaces(const KSLAPI& store)
+      : m_store(store),
+        m_outer(ErrorProgressReporter::instance()->setLocator(this))
+  {}
+  ~LibraryPlaces() override { ErrorProgressReporter::instance()->setLocator(m_outer); }
+  LibraryPlaces(const LibraryPlaces&) = delete;
+  LibraryPlaces& operator=(const LibraryPlaces&) = delete;
+
+  void locate(ErrorMsg& error) override { locateAny(error); }
+  void locate(Error& error) const { locateAny(error); }
+
+ private:
+  template <class E>
+  void locateAny(E& error) const
+  {
+    if (!error.getDiagnostic())
+      return;
+    Diagnostic more = *error.getDiagnostic();
+    m_store.locateInLibraries(more);
+    error.setDiagnostic(std::make_shared<const Diagnostic>(std::move(more)));
+  }
+
+  const KSLAPI& m_store;
+  ErrorLocator* m_outer;
+};
+
 // Types that are taken although their objects cannot be reached by path.
 void warnOfTypeName(const std::string& type)
 {
@@ -47,14 +76,25 @@ void KSLRules::process(KSLAPI* api, const AdditionalRules& rules)
 {
   if (!api)
     throw internal::nullPointer("KSLRules", "process", _("Null pointer to %s.", "KSLAPI"));
+  const LibraryPlaces places(*api);
   const std::vector<KSLAPI::ObjectInfo> entries = api->getObjectInfo(c_rulesPath);
   readHeader(*api, entries);
-  for (const KSLAPI::ObjectInfo& entry : entries)
-    if (isObject(entry) && !isObjectType(entry))
-      addGlobalParam(api, entry, rules);
-  for (const KSLAPI::ObjectInfo& entry : entries)
-    if (isObject(entry) && isObjectType(entry))
-      addObjectType(api, entry, rules);
+  const auto readAll = [&](auto isMeant, auto read) {
+    for (const KSLAPI::ObjectInfo& entry : entries) {
+      if (!isObject(entry) || !isMeant(entry))
+        continue;
+      try {
+        read(entry);
+      } catch (Error& error) {
+        error.concern(entry.getPath());
+        places.locate(error);
+        throw;
+      }
+    }
+  };
+  readAll([](const auto& entry) { return !isObjectType(entry); },
+          [&](const auto& entry) { addGlobalParam(api, entry, rules); });
+  readAll(isObjectType, [&](const auto& entry) { addObjectType(api, entry, rules); });
 }
 
 void KSLRules::readHeader(const KSLAPI& api, const std::vector<KSLAPI::ObjectInfo>& entries)

@@ -291,7 +291,7 @@ void LinkTransaction::judge(NameLink& link)
   if (!link.m_next->fault)
     return;
   if (isStrict(link))
-    (m_mode == Mode::set ? link.m_next->refusal : link.m_next->fault)->raise();
+    (m_mode == Mode::set ? link.m_next->refusal : link.m_next->fault)->raise(link.owner(), link.name());
   if (m_mode != Mode::set)
     warn(link);
 }
@@ -333,8 +333,11 @@ void LinkTransaction::warn(const NameLink& link) const noexcept
       || owner.waitsWithoutError())
     return;
   try {
-    ErrorProgressReporter::instance()->reportError(ErrorMsg("GenericKSLObject", link.m_next->fault->function,
-                                                            link.m_next->fault->message, errorType::warning));
+    const NamedTargets::Fault& fault = *link.m_next->fault;
+    ErrorMsg warning("GenericKSLObject", fault.function, fault.message, errorType::warning);
+    warning.setDiagnostic(std::make_shared<const Diagnostic>(
+        Diagnostic{.object = owner.getPath(), .parameter = link.name(), .subject = fault.name}));
+    ErrorProgressReporter::instance()->reportError(warning);
   } catch (...) {}  // no memory for the text
 }
 
@@ -415,7 +418,8 @@ void LinkTransaction::addEdge(NameLink& link, NameTarget& target)
   const int before = parent->getChildren().count(child);
   try {
     parent->addChild(child, true);
-  } catch (const ksl::cyclicRef&) {
+  } catch (ksl::cyclicRef& error) {
+    error.concern(link.owner().getPath(), link.name());
     if (!m_parted || !mayWaitForCircle(link))
       throw;
   }

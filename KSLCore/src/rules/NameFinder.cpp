@@ -42,14 +42,14 @@ void NameFinder::note(NamedTargets::Fault fault)
     m_found.fault = shared;
 }
 
-void NameFinder::noteMissing(const char* function, std::string message)
+void NameFinder::noteMissing(const char* function, std::string_view name, std::string message)
 {
-  note({true, false, function, std::move(message), {}});
+  note({true, false, function, std::move(message), {}, std::string(name)});
 }
 
-void NameFinder::noteUnfit(const char* function, std::string message)
+void NameFinder::noteUnfit(const char* function, std::string_view name, std::string message)
 {
-  note({false, false, function, std::move(message), {}});
+  note({false, false, function, std::move(message), {}, std::string(name)});
 }
 
 void NameFinder::noteAmbiguous(std::string_view name, const std::vector<KSLObject*>& candidates)
@@ -60,7 +60,7 @@ void NameFinder::noteAmbiguous(std::string_view name, const std::vector<KSLObjec
     notes.push_back(_("it may be '%s'", candidate->getPath()));
   std::sort(notes.begin() + 1, notes.end());
   note({false, true, "makeParentLinks", _("More than one object with name '%s' exists.", name),
-        std::move(notes)});
+        std::move(notes), std::string(name)});
 }
 
 void NameFinder::makeParentLinks()
@@ -80,7 +80,7 @@ void NameFinder::makeParentLinks()
     if (!hit.candidates.empty())
       noteAmbiguous(name, hit.candidates);
     else if (!hit.object)
-      noteMissing("makeParentLinks",
+      noteMissing("makeParentLinks", name,
                   _("Object '%s' referred to in '%s' does not exist.", name, m_param.getName()));
   }
 }
@@ -93,7 +93,7 @@ void NameFinder::addTarget(KSLObject* target, bool fits, const std::string& sche
   const std::string& type = rules.remoteType.empty() ? rules.localType : rules.remoteType;
   NameTarget found;
   if (scheduler.empty() && marks && links && !(fits && target->hasScheduler(type)))
-    noteUnfit("makeParentLinks",
+    noteUnfit("makeParentLinks", target->getName(),
               _("Cannot connect parameter %s to object %s(it does not have Scheduler type %s).",
                 m_param.getName(), target->getPath(), type));
   else if (!target->getPath().empty())  // the root keeps no dependents
@@ -120,18 +120,18 @@ void NameFinder::makeVariableLinks()
     if (!variable.several.empty())
       noteAmbiguous(name, variable.several);
     else if (!variable.object)
-      noteMissing(function,
+      noteMissing(function, name,
                   _("Expression '%s' depends on a variable '%s' which does not exist.", m_text, name));
     else if (variable.isVariable)
       addTarget(variable.object, true, variable.scheduler, variable.marks);
     else
-      noteUnfit(function, _("Expression '%s' tries to use object '%s' as a variable.", m_text, name));
+      noteUnfit(function, name, _("Expression '%s' tries to use object '%s' as a variable.", m_text, name));
   }
   for (const std::string& name : uses.functions) {
     if (KSLObject* called = names.findFunction(m_object, name))
       addTarget(called, true);
     else
-      noteMissing(function,
+      noteMissing(function, name,
                   _("Expression '%s' depends on a function '%s' which does not exist.", m_text, name));
   }
   m_found.locals = std::move(uses.locals);
@@ -144,7 +144,7 @@ void NameFinder::makeLocatorLinks()
     if (KSLObject* location = names.findLocation(m_object, name))
       addTarget(location, true);
     else
-      noteMissing("makeLocatorLinks",
+      noteMissing("makeLocatorLinks", name,
                   _("Expression '%s' depends on a location '%s' which does not exist.", m_text, name));
   }
 }

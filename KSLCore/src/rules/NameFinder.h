@@ -30,8 +30,8 @@ class NameFinder {
   void addTarget(KSLObject* target, bool fits, const std::string& scheduler = {}, bool marks = true);
   void dropDoubles();
   void note(NamedTargets::Fault fault);
-  void noteMissing(const char* function, std::string message);
-  void noteUnfit(const char* function, std::string message);
+  void noteMissing(const char* function, std::string_view name, std::string message);
+  void noteUnfit(const char* function, std::string_view name, std::string message);
   void noteAmbiguous(std::string_view name, const std::vector<KSLObject*>& candidates);
 
   const GenericKSLObject& m_object;

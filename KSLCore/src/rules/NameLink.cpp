@@ -1,6 +1,7 @@
 #include "rules/NameLink.h"
 
 #include "platform/ORVException.h"
+#include "platform/ORVExpressionFunctions.h"
 #include "database/ObjectDB.h"
 #include "rules/GenericKSLObject.h"
 
@@ -8,11 +9,68 @@
 
 namespace orv {
 
-void NamedTargets::Fault::raise() const
+namespace {
+
+std::vector<std::string> sorted(std::vector<std::string> names)
 {
-  const auto raiseAs = [this](auto error) {
+  std::sort(names.begin(), names.end());
+  names.erase(std::unique(names.begin(), names.end()), names.end());
+  return names;
+}
+
+// Names that a reference from this object may mean: on top, beside it and in it.
+std::vector<std::string> objectsAround(const KSLObject& owner, const std::string& schedulerType)
+{
+  std::vector<std::string> names;
+  const auto add = [&](const KSLObject* child) {
+    if (child != &owner && child->hasScheduler(schedulerType))
+      names.push_back(child->getName());
+  };
+  ObjectDB::instance()->getRoot()->forEachChild(add);
+  if (const KSLObject* parent = owner.getParentObject(); parent && !parent->getPath().empty())
+    parent->forEachChild(add);
+  owner.forEachChild(add);
+  return sorted(std::move(names));
+}
+
+// Names that an expression of this object may use.
+std::vector<std::string> namesForExpressions(const KSLObject& owner)
+{
+  std::vector<std::string> names = expressionFunctionNames();
+  for (std::string& name : owner.getParamNames(externalParams))
+    names.push_back(std::move(name));
+  ObjectDB::instance()->getRoot()->forEachChild([&](const KSLObject* child) {
+    const auto* object = dynamic_cast<const GenericKSLObject*>(child);
+    if (!object || !object->definesNames())
+      return;
+    for (std::string& name : object->getParamNames(externalParams))
+      names.push_back(std::move(name));
+  });
+  return sorted(std::move(names));
+}
+
+// What was meant, probably. All that there is would be too much to be of help.
+Diagnostic explained(const NamedTargets::Fault& fault, const KSLObject& owner, const std::string& param)
+{
+  const ParamDefinition* definition = owner.lookUpParam(param);
+  const std::string type = definition ? definition->getRemoteType() : std::string();
+  std::vector<std::string> names;
+  if (fault.missing)
+    names = type.empty() ? namesForExpressions(owner) : objectsAround(owner, type);
+  Diagnostic more = oneOf(fault.name, std::move(names));
+  more.valid.clear();
+  more.object = owner.getPath();
+  more.parameter = param;
+  return more;
+}
+
+}  // namespace
+
+void NamedTargets::Fault::raise(const KSLObject& owner, const std::string& param) const
+{
+  const auto raiseAs = [&](auto error) {
     error.setNotes(notes);
-    throw error;
+    throw diagnosed(std::move(error), explained(*this, owner, param));
   };
   if (missing || ambiguous)
     raiseAs(data::notFound("GenericKSLObject", function, message));

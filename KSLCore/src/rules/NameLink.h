@@ -70,7 +70,9 @@ struct NamedTargets {
     std::string function;
     std::string message;
     std::vector<std::string> notes;
-    [[noreturn]] void raise() const;
+    std::string name;  // that is at fault
+    // Of a parameter of this object.
+    [[noreturn]] void raise(const KSLObject& owner, const std::string& param) const;
   };
 
   std::vector<NameTarget> list;        // of references one for each item; of expressions one for each object

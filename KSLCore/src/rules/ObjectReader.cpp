@@ -5,6 +5,7 @@
 #include "database/ObjectFactory.h"
 #include "database/ObjectRules.h"
 #include "database/PrototypeEditor.h"
+#include "RulesKey.h"
 
 #include <algorithm>
 #include <string_view>
@@ -15,9 +16,9 @@ namespace {
 
 constexpr const char* c_operation = "parseObject";
 
-[[noreturn]] void refuse(std::string message)
+[[noreturn]] void refuse(std::string message, Diagnostic more = {})
 {
-  throw ksl::invalid("KSLRules", c_operation, std::move(message));
+  throw diagnosed(ksl::invalid("KSLRules", c_operation, std::move(message)), std::move(more));
 }
 
 // The base class of a type's objects; the first entry counts, wherever it stands.
@@ -39,7 +40,8 @@ void warn(std::string message)
 
 std::unique_ptr<KSLObject> KSLRules::ObjectReader::read(const KSLAPI::ObjectInfo& entry, bool singleton)
 {
-  const std::vector<KSLAPI::ObjectInfo> entries = m_api->getObjectInfo(entry.getPath());
+  m_path = entry.getPath();
+  const std::vector<KSLAPI::ObjectInfo> entries = m_api->getObjectInfo(m_path);
   makePrototype(entry, classNameOf(entries), singleton);
   for (const KSLAPI::ObjectInfo& info : entries)
     readEntry(info);
@@ -55,7 +57,8 @@ void KSLRules::ObjectReader::makePrototype(const KSLAPI::ObjectInfo& entry, cons
                                            bool singleton)
 {
   if (!m_owner.m_objectClasses.contains(className))
-    refuse(_("KSL Object class '%s' is not recognized.", className));
+    refuse(_("KSL Object class '%s' is not recognized.", className),
+           oneOf(className, {m_owner.m_objectClasses.begin(), m_owner.m_objectClasses.end()}));
   std::unique_ptr<KSLObject> object = ObjectFactory::instance()->createBaseType(className);
   if (!dynamic_cast<DataKSLObject*>(
           object.get()))  // the "$" forms stay in the text: the formatter does not know them
@@ -100,7 +103,13 @@ void KSLRules::ObjectReader::readKey(const KSLAPI::ObjectInfo& param)
   };
   for (const Key& key : keys)
     if (param.getName() == key.name)
-      return (this->*key.read)(param);
+      return readingKey(param, [&] { (this->*key.read)(param); });
+  if (!m_extra.warnOfMisspeltKeys)
+    return;
+  std::vector<std::string> known{"KSLObject Class"};
+  for (const Key& key : keys)
+    known.emplace_back(key.name);
+  warnOfMisspeltKey(param, std::move(known));
   // Other keys are for people and for other readers of the RULES.
 }
 
@@ -110,7 +119,8 @@ void KSLRules::ObjectReader::readSchedulers(const KSLAPI::ObjectInfo& param)
 {
   for (const std::string& type : listOf(param)) {
     if (!m_owner.m_schedulerTypes.contains(type))
-      refuse(_("Scheduler type '%s' is not recognized.", type));
+      refuse(_("Scheduler type '%s' is not recognized.", type),
+             oneOf(type, {m_owner.m_schedulerTypes.begin(), m_owner.m_schedulerTypes.end()}));
     PrototypeEditor(*m_object).addScheduler(type);
     m_schedulers.insert(type);
   }
@@ -142,7 +152,8 @@ void KSLRules::ObjectReader::readSchedulerLinks(const KSLAPI::ObjectInfo& param)
 void KSLRules::ObjectReader::checkOwnScheduler(const std::string& type) const
 {
   if (!m_schedulers.contains(type))
-    refuse(_("Scheduler type '%s' is not recognized.", type));
+    refuse(_("Scheduler type '%s' is not recognized.", type),
+           oneOf(type, {m_schedulers.begin(), m_schedulers.end()}));
 }
 
 // ------------------------------------------------------------------------------------- lists and contexts
@@ -198,7 +209,8 @@ void KSLRules::ObjectReader::readContext(const KSLAPI::ObjectInfo& context)
 {
   const std::string& value = context.getName();
   if (!m_rules.getAllowedOptions().contains(value))
-    refuse(_("Object Context '%s' is not recognized.", value));
+    refuse(_("Object Context '%s' is not recognized.", value),
+           oneOf(value, {m_rules.getAllowedOptions().begin(), m_rules.getAllowedOptions().end()}));
   for (const KSLAPI::ObjectInfo& info : m_api->getObjectInfo(context.getPath())) {
     if (info.getKind() != "Param")
       continue;
@@ -206,12 +218,14 @@ void KSLRules::ObjectReader::readContext(const KSLAPI::ObjectInfo& context)
     if (!essential && info.getName() != "Optional Parameter List"
         && info.getName() != "Default Parameter List")
       continue;
-    const NameList names = listOf(info);
-    if (essential)
-      m_rules.addEssentialParams(value, names);
-    else
-      m_rules.addOptionalParams(value, names);
-    listParams(names);
+    readingKey(info, [&] {
+      const NameList names = listOf(info);
+      if (essential)
+        m_rules.addEssentialParams(value, names);
+      else
+        m_rules.addOptionalParams(value, names);
+      listParams(names);
+    });
   }
 }
 
@@ -226,10 +240,37 @@ void KSLRules::ObjectReader::readVariant(const KSLAPI::ObjectInfo& variant)
 void KSLRules::ObjectReader::addParams()
 {
   warnOfParamsListedTwice();
+  const auto add = [this](const std::string& name, bool internal) {
+    try {
+      addParam(name, internal);
+    } catch (Error& error) {
+      concernList(error, name);
+      throw;
+    }
+  };
   for (const std::string& name : m_listed)
-    addParam(name, false);
+    add(name, false);
   for (const std::string& name : m_internal)
-    addParam(name, true);
+    add(name, true);
+}
+
+// The error is about a name that one of the lists holds.
+void KSLRules::ObjectReader::concernList(Error& error, const std::string& name) const
+{
+  std::vector<std::string> paths{m_path};
+  for (std::size_t i = 0; i < paths.size(); ++i) {
+    for (const KSLAPI::ObjectInfo& info : m_api->getObjectInfo(paths[i])) {
+      if (info.getKind() == "Object")
+        paths.push_back(info.getPath());
+      const NameList names = info.getKind() == "Param" ? listOf(info) : NameList();
+      const bool isList = info.getName().ends_with("Parameter List");
+      if (!isList || std::find(names.begin(), names.end(), name) == names.end())
+        continue;
+      error.setDiagnostic(std::make_shared<const Diagnostic>(
+          Diagnostic{.object = paths[i], .parameter = info.getName(), .subject = name}));
+      return;
+    }
+  }
 }
 
 void KSLRules::ObjectReader::addParam(const std::string& name, bool internal)

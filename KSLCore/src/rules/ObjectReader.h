@@ -57,6 +57,7 @@ class KSLRules::ObjectReader {
 
   void addParams();
   void addParam(const std::string& name, bool internal);
+  void concernList(Error& error, const std::string& name) const;
   void warnOfParamsListedTwice() const;
   void warnOfContextRule() const;
 
@@ -64,6 +65,7 @@ class KSLRules::ObjectReader {
   KSLAPI* m_api;
   const AdditionalRules& m_extra;
 
+  std::string m_path;  // of the definition
   std::unique_ptr<DataKSLObject> m_object;
   ObjectRulesDef m_rules;
   std::set<std::string> m_schedulers;

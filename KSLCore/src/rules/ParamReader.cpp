@@ -1,6 +1,7 @@
 #include "rules/ParamReader.h"
 
 #include "platform/ORVError.h"
+#include "RulesKey.h"
 
 #include <algorithm>
 #include <string_view>
@@ -31,7 +32,7 @@ std::unique_ptr<ParamDefinition> KSLRules::ParamReader::read(const KSLAPI::Objec
   m_rules->name = entry.getName();
   for (const KSLAPI::ObjectInfo& info : m_api.getObjectInfo(entry.getPath()))
     if (info.getKind() == "Param")
-      readKey(info);
+      readingKey(info, [&] { readKey(info); });
 
   // Before anything is inherited, on purpose: a variant with values of its own starts with the first of them
   // and not with the parent's default, which it may not even allow.
@@ -58,7 +59,10 @@ void KSLRules::ParamReader::readKey(const KSLAPI::ObjectInfo& param)
     m_rules->setAllowedValues(m_api.getStringList(param.getPath()));
     return;
   }
-  readExtraKeys(param);  // any other key is for people
+  readExtraKeys(param);
+  if (m_extra.warnOfMisspeltKeys)  // any other key is for people
+    warnOfMisspeltKey(param, {"Parameter Type", "Local Type", "Remote Type", "Default", "Parameter Category",
+                              "Remote Path", "Allowed String List"});
 }
 
 bool KSLRules::ParamReader::readTextKey(const KSLAPI::ObjectInfo& param)
@@ -94,7 +98,8 @@ void KSLRules::ParamReader::readExtraKeys(const KSLAPI::ObjectInfo& param)
 void KSLRules::ParamReader::checkSchedulerType(const std::string& type) const
 {
   if (!type.empty() && !m_schedulerTypes.contains(type))
-    throw ksl::invalid("KSLRules", "parseParam", _("Scheduler type '%s' is not recognized.", type));
+    throw diagnosed(ksl::invalid("KSLRules", "parseParam", _("Scheduler type '%s' is not recognized.", type)),
+                    oneOf(type, {m_schedulerTypes.begin(), m_schedulerTypes.end()}));
 }
 
 void KSLRules::ParamReader::checkLinkTypes(const std::string& paramName) const

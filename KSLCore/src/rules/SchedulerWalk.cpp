@@ -47,9 +47,23 @@ SchedulerObject* top() noexcept
   return s_frames.back().scheduler;
 }
 
-void report(const std::string& message)
+void report(const std::string& message, Diagnostic more)
 {
-  ErrorProgressReporter::instance()->reportError(internal::error(className, "update", message));
+  ErrorProgressReporter::instance()->reportError(
+      diagnosed(internal::error(className, "update", message), std::move(more)));
+}
+
+// What is known of an exception that says nothing of objects itself.
+Diagnostic concernOf(const std::exception& failure)
+{
+  const auto known = ErrorProgressReporter::instance()->takeConcern(&failure);
+  return known ? *known : Diagnostic();
+}
+
+[[noreturn]] void rethrow(const std::exception& failure, Diagnostic more)
+{
+  ErrorProgressReporter::instance()->noteConcern(failure, std::move(more));
+  throw;
 }
 
 [[noreturn]] void throwTooDeep(const std::string& name)
@@ -179,10 +193,6 @@ inline void SchedulerObject::Walk::calculate(SchedulerObject& scheduler)
   SchedulerOwner& owner = *scheduler.m_support;
   // What the calculation is given, and what is told of it, must outlive the scheduler.
   const SharedText type = scheduler.m_type;
-  if (!s_catchExceptions) {
-    owner.calculate(type.str());
-    return;
-  }
   struct Scope {
     explicit Scope(const SchedulerObject& running) : calculation{&running, s_calculation, {}}
     {
@@ -193,6 +203,10 @@ inline void SchedulerObject::Walk::calculate(SchedulerObject& scheduler)
     {
       return calculation.scheduler ? calculation.scheduler->m_name : calculation.lostName;
     }
+    std::string path() const
+    {
+      return calculation.scheduler ? calculation.scheduler->getPath() : std::string();
+    }
     Calculation calculation;
   } scope(scheduler);
   try {
@@ -201,16 +215,27 @@ inline void SchedulerObject::Walk::calculate(SchedulerObject& scheduler)
     throw;
   } catch (const Unwind&) {
     throw;
-  } catch (const Error& error) {
+  } catch (Error& error) {
+    error.concern(scope.path());
+    if (!s_catchExceptions)
+      throw;
     ErrorProgressReporter::instance()->reportError(error);
   } catch (const std::exception& failure) {
-    report(_("Operation '%s' failed (system exception: %s).", scope.name(), failure.what()));
+    Diagnostic more = concernOf(failure);
+    more.object = scope.path();
+    if (s_catchExceptions)
+      report(_("Operation '%s' failed (system exception: %s).", scope.name(), failure.what()),
+             std::move(more));
+    else
+      rethrow(failure, std::move(more));
 #ifdef __GLIBCXX__
   } catch (const abi::__forced_unwind&) {  // of a thread that is cancelled; not to be stopped
     throw;
 #endif
   } catch (...) {
-    report(_("Operation '%s' failed with unrecognized exception.", scope.name()));
+    if (!s_catchExceptions)
+      throw;
+    report(_("Operation '%s' failed with unrecognized exception.", scope.name()), {.object = scope.path()});
   }
 }
 

@@ -3,6 +3,7 @@
 #include "platform/ORVError.h"
 #include "platform/ORVException.h"
 #include "database/KSLObject.h"
+#include "database/NamesBeside.h"
 #include "services/VariableNames.h"
 
 namespace orv {
@@ -41,7 +42,9 @@ NameValues::Node* NameValues::find(const KSLObject& from, const std::string& par
       return &nodeOf(*expressions, name);
   const ExpressionNames::Variable variable = VariableNames::findObject(from, name);
   if (!variable.several.empty())
-    throw data::notFound(className, "valueOf", _("More than one object with name '%s' exists.", name));
+    throw diagnosed(
+        data::notFound(className, "valueOf", _("More than one object with name '%s' exists.", name)),
+        severalObjects(name, variable.several));
   if (!variable.object)
     return nullptr;
   if (!variable.isVariable)

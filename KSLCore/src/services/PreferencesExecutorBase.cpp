@@ -46,6 +46,14 @@ bool isUnitsValueAllowed(const std::string& name, const std::string& value)
                             : EngineUnitSystemHandler::whyNoUnitsOf(quantityOf(name), value).empty();
 }
 
+std::vector<std::string> preferenceNames(std::vector<std::string> viewerNames)
+{
+  viewerNames.emplace_back(systemName);
+  for (const std::string& quantity : EngineUnitSystemHandler::getQuantityNames())
+    viewerNames.push_back(quantity + std::string(unitsSuffix));
+  return viewerNames;
+}
+
 NameValue parseArgument(const std::string& word)
 {
   if (word.find('=') == std::string::npos)
@@ -107,7 +115,9 @@ void PreferencesExecutorBase::invoke(const std::vector<std::string>& words)
     const auto& [name, value] = preference;
     const bool isUnits = isUnitsName(name);
     if (!isUnits && !contains(viewerNames, name))
-      throw ksl::invalid(className, "invoke", _("Invalid parameter in %s: '%s'.", actionName, name));
+      throw diagnosed(
+          ksl::invalid(className, "invoke", _("Invalid parameter in %s: '%s'.", actionName, name)),
+          oneOf(name, preferenceNames(viewerNames)));
     if (!(isUnits ? isUnitsValueAllowed(name, value) : isViewerValueAllowed(name, value)))
       throw data::invalid(className, "invoke", _("Invalid parameter value: '%s'.", value));
     (isUnits ? units : viewer).push_back(std::move(preference));

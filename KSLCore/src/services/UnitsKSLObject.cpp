@@ -18,9 +18,10 @@ using Settings = EngineUnitSystemHandler::Settings;
 
 [[noreturn]] void refuse(const KSLObject& object, const ParamDefinition& param, const std::string& reason)
 {
-  throw data::invalid(className, "update",
-                      _("Parameter '%s' of object '%s' cannot have value '%s'. %s", param.getName(),
-                        object.getPath(), param.getValue(), reason));
+  throw diagnosed(data::invalid(className, "update",
+                                _("Parameter '%s' of object '%s' cannot have value '%s'. %s", param.getName(),
+                                  object.getPath(), param.getValue(), reason)),
+                  {.object = object.getPath(), .parameter = param.getName(), .subject = param.getValue()});
 }
 
 std::string readSystem(const KSLObject& object)

@@ -1,0 +1,111 @@
+#include "TextPlaces.h"
+
+#include "platform/ORVSystem.h"
+#include "platform/ORVUtilities.h"
+#include "database/ObjectFactory.h"
+#include "command/CommandLines.h"
+
+#include <algorithm>
+
+namespace orv {
+
+namespace {
+
+constexpr std::string_view updateLine = "> update";
+
+}  // namespace
+
+TextPlaces::TextPlaces(const TextSource& source, const std::string& text, kslUpdateMode mode,
+                       const KSLAPI& store)
+    : m_source(source),
+      m_text(text),
+      m_mode(mode),
+      m_store(store),
+      m_outer(ErrorProgressReporter::instance()->setLocator(this))
+{}
+
+TextPlaces::~TextPlaces()
+{
+  ErrorProgressReporter::instance()->setLocator(m_outer);
+}
+
+void TextPlaces::locate(ErrorMsg& error)
+{
+  Diagnostic known = error.getDiagnostic() ? *error.getDiagnostic() : Diagnostic();
+  if (place(known))
+    error.setDiagnostic(std::make_shared<const Diagnostic>(std::move(known)));
+  else if (m_outer)
+    m_outer->locate(error);
+}
+
+// An action is where its error is, whatever it does; what an update applies stands elsewhere.
+bool TextPlaces::place(Diagnostic& error)
+{
+  if (m_source.name.empty() && m_outer)
+    return false;
+  const std::size_t line = currentLine();
+  const std::size_t last = line == 0 || m_source.isExcerpt ? static_cast<std::size_t>(-1) : line;
+  if (!isAction() && text().placeObject(error, last))
+    return true;
+  if (placeStatement(error, line))
+    return true;
+  error.source = m_source.name;
+  return !error.source.empty();
+}
+
+// The update at the end is of no statement: it is that of the whole text.
+bool TextPlaces::placeStatement(Diagnostic& error, std::size_t line)
+{
+  if (current >= lines.size() || (m_mode != kslUpdateDefault && lines[current].starts_with(updateLine)))
+    return false;
+  if (m_source.isExcerpt || isRewritten)
+    return text().placeText(error, lines[current]);
+  return line > 0 && text().placeLine(error, line);
+}
+
+bool TextPlaces::isAction() const
+{
+  if (current >= lines.size())
+    return false;
+  const std::string_view line = lines[current];
+  return CommandLines::isActionLine(line) && !line.starts_with(updateLine);
+}
+
+// 0 when it is not known.
+std::size_t TextPlaces::currentLine()
+{
+  if (isRewritten || current >= lines.size())
+    return 0;
+  if (m_lineOf.empty())
+    m_lineOf = CommandLines(m_mode).sourceLines(m_text);
+  return current < m_lineOf.size() ? m_lineOf[current] : 0;
+}
+
+const SourceText& TextPlaces::text()
+{
+  if (!m_read)
+    m_read.emplace(sourceText());
+  return *m_read;
+}
+
+SourceText TextPlaces::sourceText() const
+{
+  const auto reading = m_mode == kslUpdateDefault ? SyntaxTree::Reading::command : SyntaxTree::Reading::atEnd;
+  const auto append = [this](std::string& path, std::string_view type, std::string_view name) {
+    m_store.appendComponent(path, type, name);
+  };
+  return {m_source.name, m_source.isExcerpt ? ORVFile::readAll(m_source.name) : m_text, reading, append,
+          m_source.firstLine};
+}
+
+void TextPlaces::explainEnds(Error& error) const
+{
+  if (m_source.name.empty() && m_outer)
+    return;
+  const ObjectFactory* factory = ObjectFactory::instance();
+  Diagnostic known;
+  sourceText().placeEnds(known, [factory](std::string_view type) { return factory->hasObject(type); });
+  error.setDiagnostic(std::make_shared<const Diagnostic>(std::move(known)));
+}
+
+}  // namespace orv

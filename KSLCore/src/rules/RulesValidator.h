@@ -1,0 +1,32 @@
+// Checks what commands set against the RULES before anything is changed, beyond what the text store can.
+#pragma once
+
+#include "platform/ORVKSLAPI.h"
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace orv {
+
+class ParamDefinition;
+
+class RulesValidator final : public KSLValidator {
+ public:
+  // The store that holds the RULES; outlives this.
+  explicit RulesValidator(const KSLAPI& store) : m_store(store) {}
+
+  // Numbers are numbers, or expressions, whose units have the dimension of those of the default, unless it is that of a
+  // variable; a triplet has three.
+  // References, keywords and names in expressions are for those who link them.
+  std::string whyRefused(std::string_view type, const std::string& param,
+                         const std::string& value) const override;
+  // Warns, as the store's validation, of a parent that an "Allowed Parent List" does not have.
+  void checkObject(const std::string& path) const override;
+  std::vector<std::string> typeNames() const override;
+
+ private:
+  const KSLAPI& m_store;
+};
+
+}  // namespace orv
