@@ -21,23 +21,23 @@ bool wantsColour()
   return !(refusal && *refusal) && isatty(STDERR_FILENO);
 }
 
-// The head, "error[4]", is coloured; the text stays as the terminal has it.
-std::string coloured(const std::string& text, bool warning)
-{
-  const std::size_t head = text.find(']') + 1;
-  const char* const colour = warning ? "\x1b[1;33m" : "\x1b[1;31m";
-  return colour + text.substr(0, head) + "\x1b[0m" + text.substr(head);
-}
-
 }  // namespace
 
-ErrorPrinter::ErrorPrinter()
-    : m_coloured(wantsColour()),
+bool ErrorPrinter::s_forPrograms = false;
+
+ErrorPrinter::ErrorPrinter(ReportFormat format)
+    : m_format(format),
+      m_coloured(wantsColour()),
       m_former(orv::ErrorProgressReporter::instance()->setSink(this))
-{}
+{
+  s_forPrograms = format == ReportFormat::json || format == ReportFormat::sarif;
+}
 
 ErrorPrinter::~ErrorPrinter()
 {
+  if (m_format == ReportFormat::sarif)
+    std::cerr << sarifLog(m_log) << '\n';
+  s_forPrograms = false;
   orv::ErrorProgressReporter::instance()->setSink(m_former);
 }
 
@@ -45,12 +45,19 @@ void ErrorPrinter::report(const orv::ErrorMsg& error)
 {
   if (!isWarning(error))
     ++m_errors;
+  if (m_format == ReportFormat::sarif)
+    return m_log.push_back(error);
   CommandWatch::eraseLine();
-  const std::string text = printed(toText(error));
-  std::cerr << (m_coloured ? coloured(text, isWarning(error)) : text) << '\n';
+  std::cerr << reportText(error, m_format, m_coloured) << '\n';
   if (m_tracing)
     std::cerr << "report " << error.getType() << ' ' << error.getClassName() << ' ' << error.getFunction()
               << '\n';
+}
+
+void ErrorPrinter::remark(const std::string& line)
+{
+  if (!s_forPrograms)
+    std::cerr << line << '\n';
 }
 
 void ErrorPrinter::inform(std::string_view text)

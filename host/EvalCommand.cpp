@@ -53,6 +53,7 @@ int EvalCommand::run(const Options& options)
 {
   TextOptions input;
   input.libraries = options.libraries;
+  input.format = options.format;
   // Without its expressions there is no value, and one error is enough.
   return runWithTexts(input, [&options](const Texts&) {
     const ErrorWatch errors;

@@ -1,6 +1,8 @@
 // "ksl eval": computes one expression.
 #pragma once
 
+#include "ReportText.h"
+
 #include <string>
 #include <vector>
 
@@ -12,6 +14,7 @@ class EvalCommand {
     bool difference = false;  // in `units` the zero points of scales do not count
     std::string state;        // a state file whose expressions can be used; empty: none
     std::vector<std::string> libraries;
+    ReportFormat format = ReportFormat::text;
   };
 
   // Prints the value as "NUMBER [UNITS]". Returns the exit status: 0, or 1 when an error was reported.

@@ -15,27 +15,27 @@ std::string fileNameProblem(const std::string& name, bool written)
   return {};
 }
 
-Lines startRecordingText(const std::string& sessionFile)
+EnteredText startRecordingText(const std::string& sessionFile)
 {
-  return {"> session, start, filename=" + sessionFile};
+  return {{"> session, start, filename=" + sessionFile}, {.name = "--record"}};
 }
 
-Lines endRecordingText()
+EnteredText endRecordingText()
 {
-  return {"> session, stopsilently"};
+  return {{"> session, stopsilently"}, {.name = "--record"}};
 }
 
-Lines loadStateText(const std::string& stateFile)
+EnteredText loadStateText(const std::string& stateFile)
 {
-  return {"> readstate mode=overwrite, filename=" + stateFile};
+  return {{"> readstate mode=overwrite, filename=" + stateFile}, {.name = "--load"}};
 }
 
-Lines saveStateText(const std::string& stateFile)
+EnteredText saveStateText(const std::string& stateFile)
 {
-  return {"> savestate mode=overwrite, filename=" + stateFile};
+  return {{"> savestate mode=overwrite, filename=" + stateFile}, {.name = "--save"}};
 }
 
-Lines replayText(const std::string& sessionFile)
+EnteredText replayText(const std::string& sessionFile)
 {
-  return {"> readsession filename=" + sessionFile};
+  return {{"> readsession filename=" + sessionFile}, {.name = "--as-one"}};
 }

@@ -9,8 +9,8 @@
 // are written, so there must be none.
 std::string fileNameProblem(const std::string& name, bool written);
 
-Lines startRecordingText(const std::string& sessionFile);  // refuses a file that exists
-Lines endRecordingText();                                  // does nothing when nothing is recorded
-Lines loadStateText(const std::string& stateFile);         // in place of what is deletable
-Lines saveStateText(const std::string& stateFile);         // over a file that exists
-Lines replayText(const std::string& sessionFile);
+EnteredText startRecordingText(const std::string& sessionFile);  // refuses a file that exists
+EnteredText endRecordingText();                                  // does nothing when nothing is recorded
+EnteredText loadStateText(const std::string& stateFile);         // in place of what is deletable
+EnteredText saveStateText(const std::string& stateFile);         // over a file that exists
+EnteredText replayText(const std::string& sessionFile);

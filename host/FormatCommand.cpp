@@ -2,8 +2,10 @@
 
 #include "platform/ORVError.h"
 #include "platform/ORVException.h"
+#include "platform/ORVSourceText.h"
 #include "platform/ORVSyntax.h"
 #include "platform/ORVSystem.h"
+#include "ErrorPrinter.h"
 #include "StatementDiff.h"
 
 #include <algorithm>
@@ -17,7 +19,6 @@ using orv::SyntaxTree;
 
 // Of a file: who sees so many mends some before reading more. Causes come with the likeliest first.
 constexpr std::size_t mostReports = 20;
-constexpr std::size_t mostCauses = 5;
 
 struct Closer {
   void operator()(std::FILE* file) const
@@ -47,7 +48,8 @@ class FileFormatter {
   FileFormatter(const FormatCommand::Options& options, const std::string& name)
       : m_options(options),
         m_name(name),
-        m_tree(readBytes(name))
+        m_text(shownName(), readBytes(name), SyntaxTree::Reading::command, {}),
+        m_tree(m_text.tree())
   {}
 
   // False when the file is at fault, or not in the style and only to be checked.
@@ -86,56 +88,40 @@ class FileFormatter {
   {
     const std::vector<SyntaxTree::Report> reports = m_tree.reports();
     const std::size_t shown = std::min<std::size_t>(reports.size(), mostReports);
-    for (std::size_t i = 0; i < shown; ++i)
-      print(reports[i].offset, "error[4]", reports[i].message);
-    if (shown < reports.size())
-      std::cerr << shownName() << ": " << reports.size() - shown << " more errors\n";
-    reportCauses();
-  }
-
-  void reportCauses() const
-  {
-    const std::vector<orv::SyntaxNote> notes = orv::explainEnds(m_tree);
-    for (std::size_t i = 0; i < std::min(notes.size(), mostCauses); ++i) {
-      print(notes[i].offset, "note", notes[i].message);
-      if (notes[i].reason == orv::SyntaxNote::Reason::leftOpen && notes[i].next != SyntaxTree::none)
-        print(beginOf(notes[i].next), "note", "The next one begins here.");
+    for (std::size_t i = 0; i < shown; ++i) {
+      orv::Diagnostic place;
+      if (reports[i].node == SyntaxTree::none)
+        m_text.placeEnds(place);
+      else
+        m_text.placeBytes(place, reports[i].offset, reports[i].size);
+      orv::ErrorProgressReporter::instance()->reportError(
+          diagnosed(orv::ksl::invalid("ksl", "fmt", reports[i].message), std::move(place)));
     }
-  }
-
-  std::size_t beginOf(SyntaxTree::Index index) const
-  {
-    return m_tree[index].offset + std::min(m_tree.source(index).find_first_not_of(" \t"), m_tree[index].size);
-  }
-
-  void print(std::size_t offset, const char* head, const std::string& message) const
-  {
-    const SyntaxTree::Position place = m_tree.position(offset);
-    std::cerr << shownName() << ':' << place.line << ':' << place.column << ": " << head << ": " << message
-              << '\n';
+    if (shown < reports.size())
+      ErrorPrinter::remark(orv::_("%s: %d more errors", shownName(), reports.size() - shown));
   }
 
   const FormatCommand::Options& m_options;
   const std::string& m_name;
-  const SyntaxTree m_tree;
+  const orv::SourceText m_text;
+  const SyntaxTree& m_tree;
 };
 
 }  // namespace
 
 int FormatCommand::run(const Options& options)
 {
+  const ErrorPrinter printer(options.format);
+  orv::ErrorProgressReporter* reporter = orv::ErrorProgressReporter::instance();
   bool good = true;
   for (const std::string& file : options.files) {
     try {
       good = FileFormatter(options, file).format() && good;
     } catch (const orv::Error& error) {
-      std::cerr << "ksl: error[4]: " << error.getMessage() << '\n';
-      good = false;
+      reporter->reportError(error);
     }
   }
-  if (!std::cout.flush()) {
-    std::cerr << "ksl: error[4]: Cannot write to standard output.\n";
-    good = false;
-  }
-  return good ? 0 : 1;
+  if (!std::cout.flush())
+    reporter->reportError(orv::file::error("ksl", "fmt", "Cannot write to standard output."));
+  return good && printer.errorCount() == 0 ? 0 : 1;
 }

@@ -76,7 +76,7 @@ void drawSvg(const std::string& graph)
 int GraphCommand::run(const Options& options)
 {
   return runWithTexts(options.input, [&options](const Texts& texts) {
-    for (const Lines& text : texts)
+    for (const EnteredText& text : texts)
       enterText(text);
     const std::string graph = graphText(*orv::ObjectDB::instance());
     if (options.svg)

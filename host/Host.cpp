@@ -66,13 +66,14 @@ Host::Commands::~Commands()
   orv::KSLCoreAPI::destroyInstance();
 }
 
-Host::Host(const std::vector<std::string>& libraries)
+Host::Host(const std::vector<std::string>& libraries, bool validate)
 {
   orv::registerObjectClasses();
   orv::EngineUnitSystemHandler::instance();
   initialize(libraries);
   orv::AdditionalRules rules;
   rules.applyObjectRules = true;  // or no parameter would be essential, and states would lack their defaults
+  rules.warnOfMisspeltKeys = validate;
   orv::KSLInterface::instance()->processRules(rules);
 
   registerActions();

@@ -19,7 +19,7 @@ class Host {
   // Reads definition libraries (files or directories, whose names hold no comma) and makes types of their
   // RULES. Without any given: those of the environment variable ORV_KSL_LIBRARY_PATH when it is set, else the
   // demo library. Throws what KSLInterface::initialize and processRules do; everything is down again then.
-  explicit Host(const std::vector<std::string>& libraries);
+  Host(const std::vector<std::string>& libraries, bool validate);
   Host(const Host&) = delete;
   Host& operator=(const Host&) = delete;
   ~Host() { s_current = nullptr; }

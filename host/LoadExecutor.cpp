@@ -69,5 +69,6 @@ void LoadExecutor::invoke(const std::vector<std::string>& p_action)
   ResultsCheck(lines, stream.getFileName()).parse();
   const std::string text = orv::StringUtilities::vectorToString(orv::StringUtilities::indentKSL(lines), '\n');
   if (!orv::StringUtilities::trimmed(text).empty())
-    orv::KSLCoreAPI::instance()->processKSL(text, orv::kslUpdateDefault);
+    orv::KSLCoreAPI::instance()->processKSL(text, orv::kslUpdateDefault,
+                                            {.name = stream.getFileName(), .isExcerpt = true});
 }

@@ -21,8 +21,10 @@ void ProtectedObjects::filter(std::vector<std::string>& paths)
   std::erase_if(paths, [](const std::string& path) {
     const bool kept = isProtected(path);
     if (kept)
-      orv::ErrorProgressReporter::instance()->reportError(orv::data::invalid(
-          "ProtectedObjects", "filter", orv::_("Object '%s' is protected.", path), orv::errorType::warning));
+      orv::ErrorProgressReporter::instance()->reportError(
+          diagnosed(orv::data::invalid("ProtectedObjects", "filter",
+                                       orv::_("Object '%s' is protected.", path), orv::errorType::warning),
+                    {.object = path, .subject = path}));
     return kept;
   });
 }

@@ -37,7 +37,7 @@ void RunCommand::enter(const Texts& texts)
   if (m_options.traceChanges || m_options.timings)
     orv::KSLCoreAPI::instance()->recordKSLChanges(true);
   GraphTrace* const trace = graph ? &*graph : nullptr;
-  const auto enterFile = [&](const std::string& file, Lines (*text)(const std::string&)) {
+  const auto enterFile = [&](const std::string& file, EnteredText (*text)(const std::string&)) {
     return file.empty() || enterWatched(text(file), trace);
   };
 
@@ -58,7 +58,7 @@ void RunCommand::enter(const Texts& texts)
   const orv::ScopeGuard endAutoSave([this] { m_autoSave.reset(); });
   if (session)
     replay(*session, trace);
-  for (const Lines& text : texts)
+  for (const EnteredText& text : texts)
     enterWatched(text, trace);
   if (enterFile(m_options.save, saveStateText) && m_autoSave)
     m_autoSave->endWell();
@@ -102,6 +102,11 @@ void RunCommand::replay(const orv::SessionFile& session, GraphTrace* graph)
       std::cerr << m_options.replay << ':' << command.line << ": this command failed, the replay goes on\n";
 }
 
+bool RunCommand::enter(const orv::SessionFile::Command& command) const
+{
+  return enterText(command, m_options.replay);
+}
+
 template <class Text>
 bool RunCommand::enterWatched(const Text& text, GraphTrace* graph)
 {
@@ -109,7 +114,7 @@ bool RunCommand::enterWatched(const Text& text, GraphTrace* graph)
   if (m_autoSave)
     m_autoSave->saveIfDue();  // a calculation may end the program
   const Clock::time_point start = Clock::now();
-  const bool good = enterText(text);
+  const bool good = enter(text);
   const std::chrono::duration<double> time = Clock::now() - start;
   if (m_autoSave)
     m_autoSave->saveIfDue();

@@ -41,6 +41,8 @@ class RunCommand {
 
  private:
   void enter(const Texts& texts);
+  static bool enter(const EnteredText& text) { return enterText(text); }
+  bool enter(const orv::SessionFile::Command& command) const;
   template <class Text>
   bool enterWatched(const Text& text, GraphTrace* graph);
   orv::SessionFile readSession() const;

@@ -180,11 +180,11 @@ void Shell::takeLine(const std::string& line)
 void Shell::enterCommand()
 {
   const Lines text = m_input.take();
-  enter(text, commandTitle(text));
+  enter({text, {.name = orv::_("<entry %d>", ++m_entries)}}, commandTitle(text));
 }
 
 // False when an error was reported.
-bool Shell::enter(const Lines& text, const std::string& name)
+bool Shell::enter(const EnteredText& text, const std::string& name)
 {
   using Clock = std::chrono::steady_clock;
   const Clock::time_point start = Clock::now();
@@ -254,7 +254,15 @@ void Shell::runOwnCommand(const std::string& line)
       return reportMistake(orv::_("%s takes no argument.", word));
     return (this->*command.run)(argument);
   }
-  reportMistake(orv::_("There is no command '%s'. .help lists those that there are.", word));
+  std::vector<std::string> words;
+  for (const OwnCommand& command : ownCommands())
+    words.emplace_back(command.word);
+  orv::Diagnostic more = orv::oneOf(word, std::move(words));
+  more.valid.clear();
+  orv::ErrorProgressReporter::instance()->reportError(diagnosed(
+      orv::data::notFound("ksl", "shell",
+                          orv::_("There is no command '%s'. .help lists those that there are.", word)),
+      std::move(more)));
 }
 
 void Shell::showHelp(const std::string&)
@@ -311,7 +319,7 @@ void Shell::moveInHistory(const std::string& count, const char* action, const ch
   for (std::size_t i = 0; i < wanted; ++i) {
     const std::string name = (m_steps.*steps)().back();
     std::cout << done << name << '\n';
-    if (!enter({command}, command))
+    if (!enter({{command}, {.name = std::string(".") + action}}, command))
       return;
   }
 }

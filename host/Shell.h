@@ -34,7 +34,7 @@ class Shell {
   void loop();
   void takeLine(const std::string& line);
   void enterCommand();
-  bool enter(const Lines& text, const std::string& name);
+  bool enter(const EnteredText& text, const std::string& name);
   void interrupt(const std::string& dropped);
   bool mayEnd();
 
@@ -58,6 +58,7 @@ class Shell {
   GraphTrace m_calculations{false};
   std::vector<std::string> m_words;  // of the shell's own, for completion
   std::unique_ptr<LineReader> m_reader;
-  bool m_warned = false;  // Ctrl-C was the last thing typed, with nothing to drop
+  bool m_warned = false;      // Ctrl-C was the last thing typed, with nothing to drop
+  std::size_t m_entries = 0;  // commands entered
   bool m_ended = false;
 };

@@ -44,11 +44,12 @@ Texts readTexts(const TextOptions& options)
 {
   Texts texts;
   for (const std::string& file : options.files)
-    texts.push_back(readText(file));
-  for (const std::string& text : options.texts)
-    texts.push_back(splitLines(text));
+    texts.push_back({readText(file), {.name = file == "-" ? "<stdin>" : file}});
+  for (std::size_t i = 0; i < options.texts.size(); ++i)
+    texts.push_back({splitLines(options.texts[i]),
+                     {.name = "-e" + (i == 0 ? std::string() : orv::StringUtilities::toString(i + 1))}});
   // An empty file says nothing; the library takes an empty text for a slip of its caller.
-  std::erase_if(texts, isBlank);
+  std::erase_if(texts, [](const EnteredText& text) { return isBlank(text.lines); });
   return texts;
 }
 
@@ -60,7 +61,7 @@ void flushOutput()
 
 void runReported(const TextOptions& options, const std::function<void(Host&)>& work)
 {
-  Host host(options.libraries);
+  Host host(options.libraries, options.validate);
   orv::KSLCoreAPI* api = orv::KSLCoreAPI::instance();
   api->setExternalKslUpdateMode(options.updateMode);
   api->setValidationEnabled(options.validate);
@@ -100,7 +101,7 @@ int runWithTexts(const TextOptions& options, const std::function<void(const Text
 
 int runWithHost(const TextOptions& options, const std::function<void(Host&)>& work)
 {
-  ErrorPrinter printer;
+  ErrorPrinter printer(options.format);
   printer.setTracing(options.traceErrors);
   orv::ErrorProgressReporter* reporter = orv::ErrorProgressReporter::instance();
   try {
@@ -125,12 +126,12 @@ bool runCommand(Enter enter)
   enter(*orv::KSLCoreAPI::instance());
   CommandWatch::eraseLine();
   if (const std::size_t changes = orv::KSLInterface::instance()->getLastRecoverySize())
-    std::cerr << "rolled back " << changes << " changes\n";
+    ErrorPrinter::remark(orv::_("rolled back %d changes", changes));
   for (const std::string& file : orv::OutputFiles::instance()->written())
-    std::cerr << "wrote " << file << '\n';
+    ErrorPrinter::remark("wrote " + file);
   if (CommandWatch::requested()) {
     if (!watch.stopped())
-      std::cerr << "interrupted when the command was done\n";
+      ErrorPrinter::remark("interrupted when the command was done");
     throw orv::Interrupt("ksl", "enterText", orv::_("Interrupted."));
   }
   return errors.count() == 0;
@@ -138,13 +139,19 @@ bool runCommand(Enter enter)
 
 }  // namespace
 
-bool enterText(const Lines& text)
+bool enterText(const EnteredText& text)
 {
-  return runCommand([&](orv::KSLCoreAPI& api) { api.externalProcessKSL(text); });
+  return runCommand([&](orv::KSLCoreAPI& api) { api.externalProcessKSL(text.lines, text.source); });
 }
 
-bool enterText(const orv::SessionFile::Command& command)
+bool enterText(const orv::SessionFile::Command& command, const std::string& file)
 {
   const std::string text = orv::StringUtilities::vectorToString(command.lines, '\n');
-  return runCommand([&](orv::KSLCoreAPI& api) { api.processKSL(text, command.mode); });
+  const auto saysNothing = [](const std::string& line) {
+    return orv::StringUtilities::trimmed(orv::StringUtilities::withoutComment(line)).empty();
+  };
+  const auto first = std::find_if_not(command.lines.begin(), command.lines.end(), saysNothing);
+  const auto before = static_cast<std::size_t>(first - command.lines.begin());
+  const orv::TextSource source{.name = file, .firstLine = command.line - std::min(before, command.line - 1)};
+  return runCommand([&](orv::KSLCoreAPI& api) { api.processKSL(text, command.mode, source); });
 }

@@ -2,7 +2,9 @@
 #pragma once
 
 #include "command/KSLUpdateMode.h"
+#include "command/TextSource.h"
 #include "actions/SessionFile.h"
+#include "ReportText.h"
 
 #include <functional>
 #include <string>
@@ -17,10 +19,16 @@ struct TextOptions {
   orv::kslUpdateMode updateMode = orv::kslUpdateDefault;
   bool validate = false;
   bool traceErrors = false;
+  ReportFormat format = ReportFormat::text;
 };
 
 using Lines = std::vector<std::string>;
-using Texts = std::vector<Lines>;
+// One command, and where errors in it are.
+struct EnteredText {
+  Lines lines;
+  orv::TextSource source;
+};
+using Texts = std::vector<EnteredText>;
 
 // Brings the library up, reads all texts and gives them to `work`, which is to enter them. What work leaves on
 // std::cout is written. Returns the exit status: 0, or 1 when an error was reported, or 130 when Ctrl-C stopped
@@ -32,6 +40,6 @@ int runWithHost(const TextOptions& options, const std::function<void(Host&)>& wo
 
 // Enters a text as one command; one that fails is taken back, which is told. False when an error was reported.
 // Throws orv::Interrupt once Ctrl-C was pressed meanwhile; that, too, was told.
-bool enterText(const Lines& text);
-// The same for a command of a session, which is not recorded again.
-bool enterText(const orv::SessionFile::Command& command);
+bool enterText(const EnteredText& text);
+// The same for a command of a session file, which is not recorded again.
+bool enterText(const orv::SessionFile::Command& command, const std::string& file);

@@ -2,6 +2,7 @@
 #include "platform/ORVSystem.h"
 #include "platform/ORVUtilities.h"
 #include "EvalCommand.h"
+#include "ExplainCommand.h"
 #include "FileActions.h"
 #include "FormatCommand.h"
 #include "GraphCommand.h"
@@ -10,9 +11,11 @@
 #include "StandardStreams.h"
 
 #include <CLI/CLI.hpp>
+#include <iostream>
 #include <memory>
 #include <string>
 #include <utility>
+#include <vector>
 
 namespace {
 
@@ -43,35 +46,50 @@ void readLibrary(const std::string& path, TextOptions& options)
   options.libraries.push_back(path);
 }
 
+// What a word of the command line means; one that is none of them is wrong usage.
+template <class Meaning>
+Meaning meaningOf(const char* option, const std::string& word,
+                  const std::vector<std::pair<std::string, Meaning>>& words)
+{
+  std::vector<std::string> names;
+  for (const auto& [name, meaning] : words) {
+    if (word == name)
+      return meaning;
+    names.push_back(name);
+  }
+  const std::string meant = orv::StringUtilities::closest(word, names);
+  throw CLI::ValidationError(option, "'" + word + "' is none of "
+                                         + orv::StringUtilities::vectorToString(names, ", ")
+                                         + (meant.empty() ? "" : "; did you mean '" + meant + "'?"));
+}
+
 void readUpdateMode(const std::string& word, TextOptions& options)
 {
-  if (word == "at-end")
-    options.updateMode = orv::kslUpdateAtEnd;
-  else if (word == "default")
-    options.updateMode = orv::kslUpdateDefault;
-  else if (word == "no-action")
-    options.updateMode = orv::kslUpdateNoAction;
-  else
-    throw CLI::ValidationError("--update-mode", "'" + word + "' is none of at-end, default, no-action");
+  options.updateMode = meaningOf<orv::kslUpdateMode>("--update-mode", word,
+                                                     {{"at-end", orv::kslUpdateAtEnd},
+                                                      {"default", orv::kslUpdateDefault},
+                                                      {"no-action", orv::kslUpdateNoAction}});
+}
+
+void readFormat(const std::string& word, ReportFormat& format)
+{
+  format = meaningOf<ReportFormat>("--format", word,
+                                   {{"text", ReportFormat::text},
+                                    {"short", ReportFormat::shortText},
+                                    {"json", ReportFormat::json},
+                                    {"sarif", ReportFormat::sarif},
+                                    {"github", ReportFormat::github}});
 }
 
 void readTrace(const std::string& words, RunCommand::Options& options)
 {
-  for (const std::string& word : orv::StringUtilities::stringToVector(words, ',')) {
-    if (word == "notify")
-      options.traceNotifications = true;
-    else if (word == "errors")
-      options.input.traceErrors = true;
-    else if (word == "changes")
-      options.traceChanges = true;
-    else if (word == "graph")
-      options.traceGraph = true;
-    else if (word == "files")
-      options.traceFiles = true;
-    else
-      throw CLI::ValidationError("--trace",
-                                 "'" + word + "' is none of notify, changes, errors, graph, files");
-  }
+  const std::vector<std::pair<std::string, bool*>> traces = {{"notify", &options.traceNotifications},
+                                                             {"changes", &options.traceChanges},
+                                                             {"errors", &options.input.traceErrors},
+                                                             {"graph", &options.traceGraph},
+                                                             {"files", &options.traceFiles}};
+  for (const std::string& word : orv::StringUtilities::stringToVector(words, ','))
+    *meaningOf<bool*>("--trace", word, traces) = true;
 }
 
 // A file that an action line is to name.
@@ -86,8 +104,16 @@ void addFile(CLI::App& app, const char* name, const char* help, bool written, st
   addOption(app, name, "FILE", help, take);
 }
 
+void addFormat(CLI::App& command, ReportFormat& format)
+{
+  addOption(command, "--format", "FORMAT",
+            "How errors are shown: text, short (one line), json, sarif, github",
+            [&format](const std::string& word) { readFormat(word, format); });
+}
+
 void addRules(CLI::App& command, TextOptions& options)
 {
+  addFormat(command, options.format);
   addOption(command, "--library", "PATH",
             "Read definitions from this file or directory in place of the built-in ones; may be repeated",
             [&options](const std::string& path) { readLibrary(path, options); });
@@ -197,10 +223,11 @@ CLI::App* addEval(CLI::App& app, EvalCommand::Options& options)
                  "Show it as a difference, where 10 K are 18 F; what an expression subtracts is one anyway")
       ->needs(eval->get_option("--in"));
   addLoad(*eval, options.state);
+  addFormat(*eval, options.format);
   return eval;
 }
 
-CLI::App* addFormat(CLI::App& app, FormatCommand::Options& options)
+CLI::App* addFormatter(CLI::App& app, FormatCommand::Options& options)
 {
   CLI::App* format = app.add_subcommand("fmt", "Put KSL files into the one style; docs/ksl.md");
   format
@@ -211,7 +238,41 @@ CLI::App* addFormat(CLI::App& app, FormatCommand::Options& options)
   format->add_flag("--check", options.check,
                    "Write nothing; name the files that are not in the style, with exit status 1");
   format->add_flag("--diff", options.diff, "Write nothing; show what would change");
+  addFormat(*format, options.format);
   return format;
+}
+
+CLI::App* addExplain(CLI::App& app, std::string& text)
+{
+  CLI::App* explain =
+      app.add_subcommand("explain", "Say what a report means, and what to do; docs/errors.md");
+  explain->add_option("TEXT", text, "The report, or its message")->required()->type_name("");
+  return explain;
+}
+
+// What an argument that nobody expected was meant to be, as a line; empty when nothing is close.
+std::string suggestionFor(const CLI::App& app, const CLI::ParseError& error)
+{
+  const std::string message = error.what();
+  const std::size_t colon = message.find(": ");
+  if (dynamic_cast<const CLI::ExtrasError*>(&error) == nullptr || colon == std::string::npos)
+    return {};
+  const std::vector<CLI::App*> chosen = app.get_subcommands();
+  std::vector<std::string> options;
+  for (const CLI::Option* option : (chosen.empty() ? &app : chosen.front())->get_options())
+    options.push_back(option->get_single_name());
+  std::vector<std::string> commands;
+  for (const CLI::App* command : app.get_subcommands(nullptr))
+    commands.push_back(command->get_name());
+  for (const std::string& word : orv::StringUtilities::stringToVector(message.substr(colon + 2), ' ')) {
+    const std::size_t name = word.find_first_not_of('-');
+    const bool isOption = name > 0 && name != std::string::npos;
+    const std::string meant = orv::StringUtilities::closest(
+        isOption ? word.substr(name, word.find('=') - name) : word, isOption ? options : commands);
+    if (!meant.empty())
+      return "Did you mean '" + (isOption ? (meant.size() == 1 ? "-" : "--") + meant : meant) + "'?\n";
+  }
+  return {};
 }
 
 }  // namespace
@@ -239,17 +300,24 @@ int main(int argc, char** argv)
   EvalCommand::Options evalOptions;
   const CLI::App* eval = addEval(app, evalOptions);
   FormatCommand::Options formatOptions;
-  const CLI::App* format = addFormat(app, formatOptions);
+  const CLI::App* format = addFormatter(app, formatOptions);
+  std::string report;
+  const CLI::App* explain = addExplain(app, report);
   try {
     app.parse(argc, argv);
     checkFiles(runOptions);
   } catch (const CLI::ParseError& error) {
-    return app.exit(error) == 0 ? 0 : wrongUsage;
+    if (app.exit(error) == 0)
+      return 0;
+    std::cerr << suggestionFor(app, error);
+    return wrongUsage;
   }
   if (eval->parsed())
     return EvalCommand::run(evalOptions);
   if (format->parsed())
     return FormatCommand::run(formatOptions);
+  if (explain->parsed())
+    return ExplainCommand::run(report);
   if (app.get_subcommands().empty())
     return Shell::run(shellOptions);
   return graph->parsed() ? GraphCommand::run(graphOptions) : RunCommand(std::move(runOptions)).run();

@@ -101,8 +101,7 @@ TEST_F(Plugin, AnotherStampIsRefusedUnseen)
     for (const std::string search : {"ORV_KSL_PLUGIN_PATH=", "LD_LIBRARY_PATH="}) {
       const Outcome outcome = runRings("Size, other,", "ringArea", search + folder);
       EXPECT_EQ(outcome.out, "") << search;
-      EXPECT_TRUE(outcome.err.starts_with("warning[8] GenericKSLObject::calculate: " + message))
-          << outcome.err;
+      EXPECT_TRUE(outcome.err.starts_with("-e:1:1: warning[8]: " + message)) << outcome.err;
       EXPECT_NE(outcome.err.find(
                     "Calculate function 'ringArea' in library 'libother.so' for object type 'RING' was not "
                     "found."),

@@ -53,9 +53,8 @@ TEST(Files, RecordSaveLoadReplay)
 TEST(Files, NothingIsEnteredWithoutRecordingOrState)
 {
   const std::string there = makeFile("there.kses", "kept\n");
-  EXPECT_EQ(
-      runBoxes({"run", "--record", there, "--state"}, work),
-      (Outcome{1, "", "error[4] WriteSessionExecutor::invoke: Overwrite not allowed: " + there + "\n"}));
+  EXPECT_EQ(runBoxes({"run", "--format", "short", "--record", there, "--state"}, work),
+            (Outcome{1, "", "--record:1:1: error[4]: Overwrite not allowed: " + there + "\n"}));
   const Outcome unread = runBoxes({"run", "--load", newFile("no.qst"), "--save", there, "--state"}, work);
   EXPECT_EQ(std::pair(unread.status, unread.out), std::pair(1, std::string()));
   EXPECT_EQ(readFile(there), "kept\n");
@@ -77,8 +76,8 @@ TEST(Files, ResultsAreMadeByTheReader)
   for (const std::string line : {"x = 1", "> delete /CUT:a", "BOUNDARY: b", "&replace DOMAIN: d", "CUT: c"}) {
     makeFile("work/odd.res", "DOMAIN: d\nEND\n" + line + "\nEND\n");
     const std::string err = load("odd.res").err;
-    EXPECT_EQ(err.substr(0, err.find('\n')), "error[4] LoadExecutor::invoke: Results file 'odd.res' holds '"
-                                                 + line + "', which is no part of a domain.");
+    EXPECT_EQ(err.substr(0, err.find('\n')),
+              "-e:4:1: error[4]: Results file 'odd.res' holds '" + line + "', which is no part of a domain.");
   }
 }
 
@@ -108,15 +107,15 @@ TEST(Eval, ComputesOneExpression)
       {{"10 [K]", "--in", "F", "--difference"}, {0, "18 [F]\n", ""}},
       {{"60 [rpm]", "--in", "Hz"},
        {0, "6.283185307179586 [Hz]\n",
-        "warning[8] UnitsConverter::convertUnits: An angle counts as a number, in radians: 1 [rpm] is "
+        "ksl: warning[8]: An angle counts as a number, in radians: 1 [rpm] is "
         "0.10471975511965977 [Hz]. A whole turn is 'rev'.\n"}},
       {{"1 / 0"},
        {1, "",
-        "error[4] ExpressionEvaluator::evalSingleValue: Cannot evaluate '1 / 0' at column 3: division by "
+        "ksl: error[4]: Cannot evaluate '1 / 0' at column 3: division by "
         "zero.\n"}},
       // Without its state there is no value, and one error is enough.
-      {{"Head", "--load", "none.qst"},
-       {1, "", "error[4] ORVStream::open: Cannot open file 'none.qst': No such file or directory.\n"}},
+      {{"Head", "--format", "short", "--load", "none.qst"},
+       {1, "", "--load:1:1: error[4]: Cannot open file 'none.qst': No such file or directory.\n"}},
   };
   for (const auto& [arguments, expected] : rows) {
     Arguments all{"eval"};

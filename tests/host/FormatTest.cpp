@@ -50,8 +50,8 @@ TEST(Format, LeavesFaultyFilesAlone)
   EXPECT_EQ(
       ksl({"fmt", faulty, missing, good}),
       (Outcome{1, "",
-               faulty + ":5:1: error[4]: Not enough END statements in KSL.\n" + faulty
-                   + ":1:1: note: 'CUT: a' has no END.\n" + faulty + ":3:1: note: The next one begins here.\n"
+               faulty + ":1:1: error[4]: Not enough END statements in KSL.\n  1 | CUT: a\n    | ^~~~~~\n  "
+                   + faulty + ":1:1: 'CUT: a' has no END.\n  " + faulty + ":3:1: The next one begins here.\n"
                    + "ksl: error[4]: Cannot read file '" + missing + "': No such file or directory.\n"}));
   EXPECT_EQ(readFile(faulty), text);
   EXPECT_EQ(readFile(good), tidy);

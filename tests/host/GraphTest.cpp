@@ -38,11 +38,8 @@ TEST(Graph, ObjectsSchedulersAndLinks)
       "BOX: d\nEND\nBOX: c\n  On = d\nEND\nBOX: a\n  On = d\n  Beside = d\nEND\nBOX: b\n  On = d\nEND\nMARK: "
       "m\"\\ &lt;\nEND";
   EXPECT_EQ(graph({"--dot", "-"}, text), (Outcome{0, dot, ""}));
-  EXPECT_EQ(
-      graph({"-e", text, "-e", "MARK: n\nEND\nMURK: o\nEND"}),
-      (Outcome{
-          1, dot,
-          "error[4] ObjectFactory::createObject: Could not find object: MURK\nrolled back 2 changes\n"}));
+  EXPECT_EQ(graph({"--format", "short", "-e", text, "-e", "MARK: n\nEND\nMURK: o\nEND"}),
+            (Outcome{1, dot, "-e2:3:1: error[4]: Could not find object: MURK\nrolled back 2 changes\n"}));
 }
 
 TEST(Graph, SvgIsGraphvizsAnswer)
@@ -55,10 +52,10 @@ TEST(Graph, SvgIsGraphvizsAnswer)
             (Outcome{0, "1 -Tsvg\n" + graph({"-"}, "MARK: a\nEND").out, ""}));
   makeFile("bin/dot", "#!/bin/sh\nexit 3\n");
   EXPECT_EQ(graph({"--svg"}, {}, path),
-            (Outcome{1, "", "error[4] ksl::graph: Graphviz's program 'dot' failed.\n"}));
+            (Outcome{1, "", "ksl: error[4]: Graphviz's program 'dot' failed.\n"}));
   EXPECT_EQ(graph({"--svg"}, {}, path + "/none"),
             (Outcome{1, "",
-                     "error[4] ksl::graph: Graphviz's program 'dot' was not found. Install Graphviz (the "
+                     "ksl: error[4]: Graphviz's program 'dot' was not found. Install Graphviz (the "
                      "package 'graphviz'), or draw with --dot.\n"}));
 }
 
@@ -86,7 +83,7 @@ Outcome watch(const Arguments& options, const Arguments& commands)
 
 TEST(Watch, ChangesOfEachCommandInOrder)
 {
-  EXPECT_EQ(watch({"--trace", "changes"},
+  EXPECT_EQ(watch({"--format", "short", "--trace", "changes"},
                   {"BOX: a\n  Size = 2\n  Size = 3\nEND", "BOX: a\n  Size = 3\nEND", "> delete a",
                    "BOX: c\n  Size = 6\n  Colour = red\nEND", "NOTE: n\n  Text = new\nEND", "> undo"}),
             (Outcome{1, "",
@@ -96,7 +93,7 @@ TEST(Watch, ChangesOfEachCommandInOrder)
                      "value /BOX:a Size = 3\n"
                      // The same once more says nothing new.
                      "deleted /BOX:a\nvalue /BOX:b Beside = \nvalue /BOX:b On = \nvalue /BOX:c On = b\n"
-                     "error[4] DataKSLObject::setValue: Parameter 'Colour' is not recognized on object "
+                     "-e6:3:3: error[4]: Parameter 'Colour' is not recognized on object "
                      "'/BOX:c'.\nrolled back 1 changes\nvalue /BOX:c Size = 5\n"
                      "value /NOTE:n Text = new\n"
                      "value /NOTE:n Text = \nremoved /NOTE:n Text\ndeleted /NOTE:n\n"}));

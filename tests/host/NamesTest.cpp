@@ -120,8 +120,8 @@ class NamesTest : public testing::TestWithParam<Story> {};
 TEST_P(NamesTest, StoryHasItsEnd)
 {
   const Story& story = GetParam();
-  std::vector<std::string> arguments{"run",           "--library", library(), "--validate",
-                                     "--update-mode", "at-end",    "--state"};
+  std::vector<std::string> arguments{"run",    "--library", library(),  "--validate", "--update-mode",
+                                     "at-end", "--state",   "--format", "short"};
   for (const std::string& command : story.commands)
     arguments.insert(arguments.end(), {"-e", lines(command)});
   const Outcome outcome = ksl(arguments);
@@ -131,7 +131,7 @@ TEST_P(NamesTest, StoryHasItsEnd)
             (Outcome{0, outcome.out, ""}));
 }
 
-const std::string noVariable = "error[4] GenericKSLObject::makeVariableLinks: Expression '";
+const std::string noVariable = ": error[4]: Expression '";
 
 const std::string noG = noVariable + "g * 2 + k' depends on a variable 'g' which does not exist.";
 const std::string gaugeState =
@@ -159,9 +159,7 @@ const Story stories[] = {
      {"N: x; END; M: x; END; N: r; Ref = x; END"},
      1,
      "",
-     "error[4] GenericKSLObject::makeParentLinks: More than one object with name 'x' exists.;   in parameter "
-     "'Ref' of "
-     "object '/N:r';   it may be '/M:x';   it may be '/N:x'; rolled back 4 changes"},
+     "-e:6:7: error[4]: More than one object with name 'x' exists.; rolled back 4 changes"},
     {"TheNearerPlaceIsSaidInFull",
      {"G: g; END", "N: x; END", "N: r; Near = x; END", "G: g; N: x; END; END"},
      0,
@@ -190,9 +188,9 @@ const Story stories[] = {
       "> delete /GAUGE:g", "> rename from=/GAUGE:g, to=a-b"},
      1,
      gaugeState,
-     noVariable
-         + "n + g' depends on a variable 'g' which does not exist.; rolled back 2 changes; error[4] "
-           "RenameExecutor::invoke: Object '/GAUGE:g' cannot be renamed to '/GAUGE:a-b' because expression "
+     "-e2:1:17" + noVariable
+         + "n + g' depends on a variable 'g' which does not exist.; rolled back 2 changes; -e3:1:1: "
+           "error[4]: Object '/GAUGE:g' cannot be renamed to '/GAUGE:a-b' because expression "
            "'g * 2 + k' of "
            "object '/EXPRESSIONS' cannot use that name."},
     {"AFailedTextLeavesNoName",
@@ -200,8 +198,7 @@ const Story stories[] = {
       "EXPRESSION EVALUATOR: e; Evaluated Expression = n; END", "EXPRESSIONS:; k = 7; END"},
      1,
      "EXPRESSIONS:; k = 7; n = g * 2 + k; END",
-     "error[4] KSLAPI::validateKSLData: Object type 'UNKNOWN' is not defined.; " + noG
-         + "; rolled back 2 changes"},
+     "-e2:4:1: error[4]: Object type 'UNKNOWN' is not defined.; -e3:2:24" + noG + "; rolled back 2 changes"},
     {"AReversalInOneBlock",
      {"EXPRESSIONS:; b = 3; a = b; END", "GAUGE: g; Value = a; END", "EXPRESSIONS:; b = g; a = 2; END",
       "> undo", "> redo"},

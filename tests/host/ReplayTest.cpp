@@ -50,9 +50,9 @@ TEST(HostReplay, WhatIsNotWholeIsRefused)
   ASSERT_EQ(run({"run", "--record", session, "-e", "BOX: p12\nEND", "-e", "> delete /BOX:p12"}).status, 0);
   const std::string whole = readFile(session);
   const std::string cut = makeFile("cut.kses", whole.substr(0, whole.find("2\n", whole.find("> delete"))));
-  EXPECT_EQ(run({"replay", cut, "--state"}), (Outcome{1, "",
-                                                      "error[4] SessionFile::requireWhole: Session file '"
-                                                          + cut + "' is incomplete: line 8 has no end.\n"}));
+  EXPECT_EQ(
+      run({"replay", cut, "--state"}),
+      (Outcome{1, "", "ksl: error[4]: Session file '" + cut + "' is incomplete: line 8 has no end.\n"}));
   EXPECT_EQ(run({"replay", cut, "--keep-whole", "--state"}), (Outcome{0, "BOX:p12\n  Size = 1\nEND\n", ""}));
 }
 
@@ -63,11 +63,12 @@ TEST(HostReplay, WritesOnlyWhatIsAskedForNow)
   ASSERT_EQ(run({"run", "--record", session, "--save", state, "-e", "BOX: a\nEND"}).status, 0);
   const std::string saved = readFile(state);
   makeFile("newer.qst", "newer");
-  for (const Arguments& way : {Arguments{"replay", session}, Arguments{"replay", session, "--as-one"}}) {
+  for (const Arguments& way : {Arguments{"replay", "--format", "short", session},
+                               Arguments{"replay", "--format", "short", session, "--as-one"}}) {
     const Outcome outcome = run(way);
     EXPECT_EQ(outcome.status, 0);
-    EXPECT_EQ(outcome.err, "warning[8] ksl::replay: A recorded '> savestate mode=overwrite, filename=" + state
-                               + "' was passed over. --write-files runs it.\n");
+    EXPECT_EQ(outcome.err, session + ":8:1: warning[8]: A recorded '> savestate mode=overwrite, filename="
+                               + state + "' was passed over. --write-files runs it.\n");
     EXPECT_EQ(readFile(state), "newer");
   }
   EXPECT_EQ(run({"replay", session, "--write-files"}), (Outcome{0, "", ""}));
@@ -76,7 +77,7 @@ TEST(HostReplay, WritesOnlyWhatIsAskedForNow)
   const Outcome onto =
       run({"run", "--record", newFile("j.kses"), "-e", "> savestate filename=" + newFile("j.kses")});
   EXPECT_EQ(onto.status, 1);
-  EXPECT_NE(onto.err.find("WriteStateExecutor::invoke: File '"), std::string::npos) << onto.err;
+  EXPECT_NE(onto.err.find("error[4]: File '"), std::string::npos) << onto.err;
 }
 
 // A session that moved with the files that it names.
@@ -140,16 +141,16 @@ TEST(HostStreams, ClosedOnesAreNobodysFiles)
 TEST(HostStreams, WhatNeverEndsIsRefusedAndWhatIsLongIsCut)
 {
   const Outcome folder = ksl({"run", "/"});
-  EXPECT_EQ(folder.err, "error[4] ORVFile::readAll: Cannot read file '/': Is a directory.\n");
+  EXPECT_EQ(folder.err, "ksl: error[4]: Cannot read file '/': Is a directory.\n");
   const std::string big = makeFile("big.ksl", "");
   std::filesystem::resize_file(big, std::uintmax_t{1} << 32);
   EXPECT_EQ(ksl({"run", big}).err,
-            "error[4] ORVFile::readAll: Cannot read file '" + big + "': It has more than 1024 MB.\n");
+            "ksl: error[4]: Cannot read file '" + big + "': It has more than 1024 MB.\n");
   std::filesystem::remove(big);
   const std::string text = "\x1b[31m\xC2\x9B" + std::string(1000000, 'x') + "\xE2\x82\xAC";
   const Outcome outcome = run({"run", "-", "-e", "\xEF\xBB\xBF"}, text);
-  EXPECT_TRUE(outcome.err.starts_with(
-      "error[4] KSLAPI::loadKSLData: Syntax error in KSL line: '\\x1b[31m\\xc2\\x9bxxx"))
+  EXPECT_TRUE(
+      outcome.err.starts_with("<stdin>:1:1: error[4]: Syntax error in KSL line: '\\x1b[31m\\xc2\\x9bxxx"))
       << outcome.err.substr(0, 200);
   EXPECT_NE(outcome.err.find("xxx [... 999"), std::string::npos);
   EXPECT_LT(outcome.err.size(), 2000U);

@@ -20,7 +20,7 @@ std::string cutText(const std::string& name, const std::string& axis)
 
 Outcome run(const Arguments& options, const Arguments& texts)
 {
-  Arguments arguments{"run", "--state"};
+  Arguments arguments{"run", "--state", "--format", "short"};
   arguments.insert(arguments.end(), options.begin(), options.end());
   for (const std::string& text : texts)
     arguments.insert(arguments.end(), {"-e", text});
@@ -33,16 +33,13 @@ TEST(Run, AFailedCommandIsReportedOnceAndTakenBack)
 {
   const std::string fault = "> delete Base\nCUTT: a\nEND\n";
   // Entered again the changes change something: the text store did not keep them either.
-  EXPECT_EQ(
-      run({}, {base, changes + fault, changes, "> redo"}),
-      (Outcome{1, cutText("Base", "Z") + cutText("Next", "Y"),
-               "error[4] ObjectFactory::createObject: Could not find object: CUTT\nrolled back 6 changes\n"
-               "warning[8] KSLInterface::getHistoryChanges: Nothing to redo.\n"}));
-  EXPECT_EQ(
-      run({"--validate"}, {base, "CUT: Next\n  Colr = 1, 1, 1\nEND\n"}),
-      (Outcome{
-          1, cutText("Base", "X"),
-          "error[4] KSLAPI::validateKSLData: Parameter 'Colr' is not defined for object type 'CUT'.\n"}));
+  EXPECT_EQ(run({}, {base, changes + fault, changes, "> redo"}),
+            (Outcome{1, cutText("Base", "Z") + cutText("Next", "Y"),
+                     "-e2:8:1: error[4]: Could not find object: CUTT\nrolled back 6 changes\n"
+                     "-e4:1:1: warning[8]: Nothing to redo.\n"}));
+  EXPECT_EQ(run({"--validate"}, {base, "CUT: Next\n  Colr = 1, 1, 1\nEND\n"}),
+            (Outcome{1, cutText("Base", "X"),
+                     "-e2:2:3: error[4]: Parameter 'Colr' is not defined for object type 'CUT'.\n"}));
 }
 
 TEST(Run, FilesThenTextsEachOneCommand)
@@ -58,7 +55,7 @@ TEST(Run, FilesThenTextsEachOneCommand)
   for (const auto& [name, why] :
        {std::pair(gone, "No such file or directory"), std::pair(workFolder(), "Is a directory")})
     EXPECT_EQ(ksl({"run", file, name, "--state", "--trace", "notify", "-e", base}),
-              (Outcome{1, "", "error[4] ORVFile::readAll: Cannot read file '" + name + "': " + why + ".\n"}))
+              (Outcome{1, "", "ksl: error[4]: Cannot read file '" + name + "': " + why + ".\n"}))
         << "told before anything is run";
 }
 
@@ -70,16 +67,17 @@ TEST(Run, LibrariesStandInPlaceOfTheDemo)
   const Arguments thing{"run", "-e", "THING: a\nEND\n", "--state"};
   EXPECT_EQ(ksl(thing, {}, "ORV_KSL_LIBRARY_PATH=" + library), (Outcome{0, "THING:a\nEND\n", ""}));
   EXPECT_EQ(ksl(thing).status, 1);
-  EXPECT_EQ(run({"--library", makeFile("bad.ksl", "RULES:\nTHING: a\nEND\nEND\n"), "--trace", "notify"},
-                {"THING: a\nEND\n"}),
+  const std::string bad = makeFile("bad.ksl", "RULES:\nTHING: a\nEND\nEND\n");
+  EXPECT_EQ(run({"--library", bad, "--trace", "notify"}, {"THING: a\nEND\n"}),
             (Outcome{1, "",
-                     "error[4] KSLRules::process: KSL type 'THING' is not one of PARAMETER, OBJECT or "
-                     "SINGLETON.\n"}));
+                     bad
+                         + ":2:1: error[4]: KSL type 'THING' is not one of PARAMETER, OBJECT or "
+                           "SINGLETON.\n"}));
 }
 
 TEST(Run, ExamplesReadBackFromTheirState)
 {
-  Arguments arguments{"run", "--state"};
+  Arguments arguments{"run", "--validate", "--state"};
   for (const char* name : {"01-cylinder-study", "02-palettes-and-lamps", "03-probe-sweep", "04-flow-picture",
                            "05-slices", "06-units", "07-expressions"})
     arguments.push_back(sourceDir() + "/examples/" + name + ".ksl");
@@ -127,15 +125,16 @@ TEST(Run, CommandLine)
 
 TEST(Run, Trace)
 {
-  EXPECT_EQ(ksl({"run", "--trace", "notify,errors", "-e", base, "-e", "> delete Base\nwhat"}),
-            (Outcome{1, "",
-                     "notify 0\nnotify 4\nnotify 5\nnotify 16\nnotify 1\n"
-                     "notify 0\n"                                // the second command
-                     "notify 0\nnotify 4\nnotify 5\nnotify 1\n"  // the update that the deletion enters
-                     "notify 0\nnotify 1\n"                      // and the view
-                     "error[4] KSLAPI::loadKSLData: Syntax error in KSL line: 'what'.\n"
-                     "report 4 KSLAPI loadKSLData\n"
-                     "notify 12\nnotify 4\nnotify 5\nnotify 13\nnotify 1\nrolled back 2 changes\n"}));
+  EXPECT_EQ(
+      ksl({"run", "--format", "short", "--trace", "notify,errors", "-e", base, "-e", "> delete Base\nwhat"}),
+      (Outcome{1, "",
+               "notify 0\nnotify 4\nnotify 5\nnotify 16\nnotify 1\n"
+               "notify 0\n"                                // the second command
+               "notify 0\nnotify 4\nnotify 5\nnotify 1\n"  // the update that the deletion enters
+               "notify 0\nnotify 1\n"                      // and the view
+               "-e2:2:1: error[4]: Syntax error in KSL line: 'what'.\n"
+               "report 4 KSLAPI loadKSLData\n"
+               "notify 12\nnotify 4\nnotify 5\nnotify 13\nnotify 1\nrolled back 2 changes\n"}));
 }
 
 TEST(Run, ColourOnTerminalsOnly)
@@ -143,8 +142,11 @@ TEST(Run, ColourOnTerminalsOnly)
   for (const bool coloured : {true, false}) {
     Terminal terminal({"run", "-e", "what"}, coloured ? "NO_COLOR=" : "NO_COLOR=1");
     EXPECT_EQ(terminal.end(), 1);
-    EXPECT_EQ(terminal.takeScreen(), std::string(coloured ? "\x1b[1;31merror[4]\x1b[0m" : "error[4]")
-                                         + " KSLAPI::loadKSLData: Syntax error in KSL line: 'what'.\n");
+    EXPECT_EQ(terminal.takeScreen(),
+              coloured
+                  ? "-e:1:1: \x1b[1;31merror[4]\x1b[0m: Syntax error in KSL line: 'what'.\n  1 | what\n    | "
+                    "\x1b[1;31m^~~~\x1b[0m\n"
+                  : "-e:1:1: error[4]: Syntax error in KSL line: 'what'.\n  1 | what\n    | ^~~~\n");
   }
 }
 

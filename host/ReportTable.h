@@ -1,0 +1,4 @@
+#pragma once
+
+// See the source.
+extern const char* const reportTable;
