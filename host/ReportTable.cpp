@@ -93,6 +93,8 @@ Unknown value '%s' of context rule parameter.
 4 | The parameter that selects which others apply has a value that the definition does not know. | Use one of its options.
 Object '%s' does not stand in an object of type %s.
 8 | With --validate: the definition's "Allowed Parent List" does not have the parent. Nothing is refused. | Move the block into such an object.
+Parameter '%s' of object '%s' has no effect while '%s' is '%s'.
+8 | Told by ksl check: the parameter belongs to another choice. Its value is kept, and counts once the choice is made. | Take the line away, or make the choice that it belongs to.
 '%s' is a singleton object, but name '%s' does not equal type.
 4 | Of this type there is one object, which has no name. | Write the header as TYPE: alone.
 Object '%s' already initialized.
@@ -106,6 +108,10 @@ Object '%s' does not exist.
 4 | No object has this path or name. | Correct it; names are searched for beside, inside and above the object that uses them.
 %s '%s' does not exist.
 4 | The object, parameter or data named does not exist; a deletion warns only (8). | Correct the name.
+It is defined here, which is too late.
+note | The object is there in the end, but not when the block that names it takes effect. | Move its block before the one that names it, or enter the text with --update-mode at-end.
+Object '%s' referred to in '%s' is defined in a later text.
+8 | Told by ksl check: entered in this order, the text that names the object fails. | Name the files in another order.
 Object '%s' referred to in '%s' does not exist.
 4 | A reference names no object; 8 where it may come yet. | Create the object in the same command or before, or correct the name.
 No object with name '%s' exists.
@@ -552,4 +558,15 @@ No block is being entered.
 4 | There is nothing to cancel. | Nothing needs doing.
 No report in docs/errors.md reads like '%s'.
 4 | ksl explain finds a report by its text. | Copy the line of the report whole.
+
+## Looking
+
+'%s' is neither a type nor an object. ksl describe lists the types.
+4 | No definition has this type, and no object this path or name. | 'did you mean' shows a close type; -f and --load bring objects.
+No object matches '%s'.
+4 | The pattern of ksl get finds nothing. | With a '/' or ':' it is one of paths, else of names.
+No object that matches '%s' has a parameter '%s'.
+4 | There are such objects, but without these parameters. | ksl describe TYPE lists the parameters of a type.
+Cannot make folder '%s': %s.
+4 | The folder for the reference manual cannot be made; the system says why. | Mend what the system names, or choose another folder.
 )table";

@@ -7,12 +7,13 @@
 #include "rules/GenericKSLObject.h"
 #include "command/ActionExecutor.h"
 #include "CheckedActions.h"
+#include "CheckedExpressions.h"
 #include "CheckedFindings.h"
 #include "CheckedObjects.h"
 #include "CheckedTypes.h"
 
 #include <algorithm>
-#include <map>
+#include <optional>
 #include <set>
 #include <utility>
 
@@ -109,14 +110,7 @@ class TextChecker::Impl {
     Index node;
     const CheckedParam* param;
   };
-  // A named expression. What it uses must be there once somebody uses it.
-  struct Expression {
-    std::size_t text = static_cast<std::size_t>(-1);
-    Index node = 0;
-    ObjectIndex object = 0;
-    std::string value = {};
-    std::vector<std::string> uses = {};
-  };
+  using Expression = CheckedExpression;
   // An object that was not there when it was named.
   struct Missing {
     std::size_t finding;
@@ -330,9 +324,11 @@ class TextChecker::Impl {
         checkNames(*pending);
     }
     m_pending.clear();
-    if (std::exchange(m_definitionsChanged, false))
+    if (std::exchange(m_definitionsChanged, false)) {
       for (const std::string& name : std::set<std::string>(m_used))
         checkUses(name, nullptr);
+      checkCircles();
+    }
   }
 
   CheckedObjects::Hit resolve(ObjectIndex object, const CheckedParam& param, const std::string& item) const
@@ -465,6 +461,23 @@ class TextChecker::Impl {
           addMissingUse(name, found->second, used, user);
       }
     }
+  }
+
+  void checkCircles()
+  {
+    const std::optional<std::pair<std::string, std::string>> circle = findCircle(m_expressions, m_text);
+    if (!circle)
+      return;
+    const auto& [name, used] = *circle;
+    const Expression& expression = m_expressions.at(name);
+    const std::string path = m_objects[expression.object].path;
+    add(error("SchedulerObject", "addChild",
+              name == used
+                  ? _("Tried to make object %s (%s) reference itself.", path, name)
+                  : _("Attempt to create a cyclic dependency between object %s (%s) and object %s (%s).",
+                      path, used, path, name)),
+        expression.node, LeafKind::value, used, expression.object, nullptr)
+        .parameter = name;
   }
 
   bool isVariableObject(const std::string& name) const
@@ -615,8 +628,8 @@ class TextChecker::Impl {
   CheckedTypes m_types;
   CheckedObjects m_objects{m_types};
   const std::set<std::string> m_actions;
-  std::map<std::string, Expression> m_expressions;  // names that are defined
-  std::set<std::string> m_used;                     // of these, by values
+  CheckedExpressions m_expressions;  // those that are defined
+  std::set<std::string> m_used;      // of these, by values
   bool m_definitionsChanged = false;
   CheckedFindings m_findings;
   std::vector<Missing> m_missing;
