@@ -1,5 +1,4 @@
 #include "Query.h"
-#include "FileActions.h"
 
 #include "platform/ORVError.h"
 #include "platform/ORVOutputFiles.h"
@@ -7,6 +6,7 @@
 #include "database/KSLObject.h"
 #include "database/ObjectDB.h"
 #include "command/KSLInterface.h"
+#include "FileActions.h"
 #include "session/QuietActions.h"
 
 namespace {

@@ -4,7 +4,6 @@
 #include "platform/ORVUtilities.h"
 #include "database/KSLObject.h"
 #include "database/ObjectDB.h"
-#include "session/FileActions.h"
 #include "command/KSLCoreAPI.h"
 #include "command/KSLInterface.h"
 #include "Completer.h"

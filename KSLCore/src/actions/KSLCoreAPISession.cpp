@@ -43,8 +43,7 @@ void KSLCoreAPI::externalProcessKSL(const std::vector<std::string>& lines, const
   try {
     text = enteredText(lines, m_externalMode);
     const bool isRefused = KSLInterface::instance()->isRecovering();
-    if (m_sessionWriter && m_sessionWriter->isRecording() && !text.empty() && !isRefused
-        && !m_commandOpen) {
+    if (m_sessionWriter && m_sessionWriter->isRecording() && !text.empty() && !isRefused && !m_commandOpen) {
       ahead = parsedAhead(text, m_externalMode);
       m_sessionWriter->writeSessionKSL(text, ahead ? &*ahead : nullptr);
     }

@@ -71,7 +71,7 @@ void LoadExecutor::invoke(const std::vector<std::string>& p_action)
   const std::string text = StringUtilities::vectorToString(StringUtilities::indentKSL(lines), '\n');
   if (!StringUtilities::trimmed(text).empty())
     KSLCoreAPI::instance()->processKSL(text, kslUpdateDefault,
-                                        {.name = stream.getFileName(), .isExcerpt = true});
+                                       {.name = stream.getFileName(), .isExcerpt = true});
 }
 
 }  // namespace orv
