@@ -475,6 +475,8 @@ Density of fluid '%s' is not known.
 4 | The location of the picture is something else. | Name a cut.
 Shot '%s' looks nowhere: its eye point, or its up direction, and what it looks at are in line.
 4 | The camera has no direction. | Move the eye point.
+The program provides no function '%s' of library '%s'.
+8 | The program itself stands for this library, and knows no such function. | Register the function, or mend its name in the definitions.
 
 ## Undo, recovery and the program
 
@@ -569,4 +571,24 @@ No object that matches '%s' has a parameter '%s'.
 4 | There are such objects, but without these parameters. | ksl describe TYPE lists the parameters of a type.
 Cannot make folder '%s': %s.
 4 | The folder for the reference manual cannot be made; the system says why. | Mend what the system names, or choose another folder.
+## Sessions and sweeps
+
+The session has not begun.
+32 | ksl_open gave 0, and the session was used all the same. | Look at ksl_errors first.
+A command is under way.
+32 | A command in pieces was begun within another command, or in one of its calculations or observers. | Begin it when that has ended.
+The command has failed; nothing is added to it.
+4 | A piece of a command in pieces failed, and all of it was taken back. | End the command, and begin another.
+'%s' is not for pieces of a command.
+4 | undo, redo and what reads or writes files stand alone. | End the command first.
+The file name '%s' %s.
+4 | An action line could not name this file; the text says why. | Choose another name.
+Value '%s' of parameter '%s' cannot be written as text.
+4 | A line of KSL cannot hold the value: a line end, a comment or white space that counts. | Give another value.
+There are no values.
+4 | A sweep was given nothing to vary. | Name values with --set PATH.NAME=VALUES.
+'%s' is not PATH.PARAMETER=VALUES.
+4 | A setting of a sweep does not read so. | Write it like '/CUT:a.Offset=0, 10 [cm]' or '/CUT:a.Offset=0..1/9 [m]'.
+The context is in use on another thread.
+32 | One thread at a time works in a model. | Wait until the other thread has left it, or give each thread a model of its own.
 )table";

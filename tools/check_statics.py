@@ -41,6 +41,7 @@ SHARED = {
     "grammars::table": CONST,
     "harmlessWords::words": CONST,
     "isUnforeseen::foreseen": CONST,
+    "commonUnits::units": CONST,
     "kindOf::kinds": CONST,
 }
 

@@ -3,6 +3,7 @@
 
 #include <cstdio>
 #include <gtest/gtest.h>
+#include <regex>
 #include <sstream>
 #include <string>
 #include <utility>
@@ -80,6 +81,11 @@ class NamesTest : public testing::TestWithParam<Story> {
   }
 };
 
+std::string withoutPlaces(const std::string& reports)
+{
+  return std::regex_replace(reports, std::regex("[^\n]*: (error|warning)\\["), "$1[");
+}
+
 std::string withoutLinesOf(const std::string& mark, const std::string& text)
 {
   std::istringstream in(text);
@@ -96,13 +102,16 @@ TEST_P(NamesTest, StoryHasItsEnd)
   const std::string session = makeFile("names.qse");
   const std::string saved = makeFile("names.qst");
   std::remove(session.c_str());
-  const Outcome end =
-      enter({"run", "--validate", "--update-mode", "at-end", "--state", "--record", session}, story.commands);
+  const Outcome end = enter(
+      {"run", "--validate", "--update-mode", "at-end", "--state", "--format", "short", "--record", session},
+      story.commands);
   EXPECT_EQ((Outcome{end.status, unindented(end.out), end.err}),
             (Outcome{story.status, lines(story.state), lines(story.err)}));
-  Outcome replayed = enter({"replay", "--validate", "--state", "--save", saved, session}, {});
+  Outcome replayed =
+      enter({"replay", "--validate", "--state", "--format", "short", "--save", saved, session}, {});
   replayed.err = withoutLinesOf("this command failed, the replay goes on", replayed.err);
-  EXPECT_EQ(replayed, end);
+  EXPECT_EQ((Outcome{replayed.status, replayed.out, withoutPlaces(replayed.err)}),
+            (Outcome{end.status, end.out, withoutPlaces(end.err)}));
   const Outcome good{0, end.out, ""};
   EXPECT_EQ(enter({"run", "--update-mode", "at-end", "--state"}, {end.out}), good);
   // A saved state holds no evaluators; loading it leaves an object of its own.
@@ -122,8 +131,7 @@ const std::string gaugeText =
     "GAUGE: g; Value = 3; END; EXPRESSIONS:; k = 1; n = g * 2 + k; END; EXPRESSION EVALUATOR: e; "
     "Evaluated Expression = n; END; N: c; Size = n + g; END";
 
-const std::string noObject =
-    "GenericKSLObject::makeParentLinks: Object '/N:gone' referred to in 'Ref' does not exist.";
+const std::string noObject = ": Object '/N:gone' referred to in 'Ref' does not exist.";
 
 const std::string preview = "EXPRESSION PREVIEW: p; Evaluated Expression = a + b; END";
 
@@ -231,7 +239,7 @@ const Story stories[] = {
       "N: u; In = 2; END", "N: v; In = 3; END", "M: w; END", "N: gone; END"},
      1,
      "M:w; END; N:u; Ref = /N:gone; END; N:v; In = 3; END; N:gone; END",
-     "warning[8] " + noObject + "; error[4] " + noObject + "; rolled back 1 changes"},
+     "-e3: warning[8]" + noObject + "; -e4:1:1: error[4]" + noObject + "; rolled back 1 changes"},
     {"APreviewShowsThatTheExpressionsHaveGone",
      {preview, "EXPRESSIONS:; a = 1; b = 2; END", "> delete /EXPRESSIONS"},
      0,

@@ -20,9 +20,9 @@ TEST(SweepCommand, TableAndStatus)
                      "[\n  {\"a.Axis\": \"X\", \"files\": [], \"errors\": []},\n"
                      "  {\"a.Axis\": \"none\", \"files\": [], \"errors\": [\"error[4] "
                      "ParamDefinition::setValue: Parameter 'Axis' cannot have value 'none'.\"]}\n]\n",
-                     "error[4] ParamDefinition::setValue: Parameter 'Axis' cannot have value 'none'.\n"}));
-  EXPECT_EQ(sweep({"--set", "b.Axis=X"}),
-            (Outcome{1, "", "error[4] Sweep::sweep: Object 'b' does not exist.\n"}));
+                     "text:2:10: error[4]: Parameter 'Axis' cannot have value 'none'.\n  2 |   Axis = none\n"
+                     "    |          ^~~~ allowed: X, Y, Z\n  object /CUT:a\n"}));
+  EXPECT_EQ(sweep({"--set", "b.Axis=X"}), (Outcome{1, "", "ksl: error[4]: Object 'b' does not exist.\n"}));
   EXPECT_EQ(sweep({}).status, 2);
 }
 
