@@ -42,7 +42,7 @@ TEST_F(ObjectDBTest, RefusedAdditionsChangeNothing)
   Listener listener;
   db().registerChangeNotify(&listener);
   listener.failAt = 0;
-  auto unwanted = makeObject("/A:x", "B", "y", {{"p"}});
+  std::unique_ptr<KSLObject> unwanted = makeObject("/A:x", "B", "y", {{"p"}});
   EXPECT_EQ(errorOf([&] { db().addObject(std::move(unwanted)); }).getMessage(), "added /A:x/B:y");
   EXPECT_EQ(unwanted->getParentObject(), db().getRoot()) << "it has no place, and no observer either";
   unwanted->setValue("p", "1");
