@@ -28,7 +28,6 @@ FILES = ["platform/src/kslapi", *("KSLCore/src/" + layer for layer in check_laye
 SOURCES = "CMakeLists.txt cmake README.md KSLCore platform host plugins share examples docs tests fuzz tools".split()
 CMAKE = ["-G", "Ninja", "-DCMAKE_BUILD_TYPE=Debug", "-DCMAKE_CXX_FLAGS_DEBUG=-O1 -D_GLIBCXX_ASSERTIONS",
          "-DCMAKE_LINK_DEPENDS_NO_SHARED=ON", "-DKSL_TESTS=ON", "-DKSL_WERROR=OFF", "-DKSL_PYTHON=OFF"]
-
 HOME = pathlib.Path(__file__).resolve().parent
 STILLBORN = "does not compile"
 Mutant = collections.namedtuple("Mutant", "file line before after")  # line: from 1; texts without outer blanks
@@ -180,6 +179,8 @@ class Tree:
     def passes(self, program, limit):
         """Whether a test program passes within so many seconds."""
         def bounded():  # a mutant may well ask for all the memory and all the time there is
+            for ignored in (signal.SIGHUP, signal.SIGQUIT):  # by nohup, for one
+                signal.signal(ignored, signal.SIG_DFL)
             for what, most in (("AS", 4 << 30), ("CPU", int(limit)), ("CORE", 0)):
                 resource.setrlimit(getattr(resource, "RLIMIT_" + what), (most, most))
         with tempfile.TemporaryDirectory() as folder:

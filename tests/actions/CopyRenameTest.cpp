@@ -35,6 +35,7 @@ class CopyRename : public testing::Test {
     const std::string state = system.state();
     const std::string full = system.fullState();
     EXPECT_EQ(system.errors(), "");
+    EXPECT_EQ(system.executive().setRelocation(nullptr), nullptr) << "nothing moves any more";
     if (full == before)
       return state;
     EXPECT_EQ(system.interface()->getUndoStack().size(), steps + 1);

@@ -304,10 +304,12 @@ TEST_F(KSLObjectTest, GivesValuesInTheUnitsPeopleWant)
 
 TEST_F(KSLObjectTest, DeletedObjectsLeaveTheListsThatNameThem)
 {
-  KSLObject* const user = add("", "U", "u", {{"List", "", ""}, {"Other", "", ""}, {"Disjoint", "", ""}});
+  KSLObject* const user =
+      add("", "U", "u", {{"List", "", ""}, {"Other", "", ""}, {"Disjoint", "", ""}, {"Full", "", ""}});
   user->setValue("List", "/A:a, a , /B:b/A:a,b, gone");  // no default, which would wait
   user->setValue("Other", "/B:b");
   user->setValue("Disjoint", "x,y");
+  user->setValue("Full", "b");
   KSLObject* const a = add("", "A", "a");
   KSLObject* const b = add("", "B", "b");
   add("/B:b", "A", "a");
@@ -326,11 +328,20 @@ TEST_F(KSLObjectTest, DeletedObjectsLeaveTheListsThatNameThem)
   updates.getExternalChanges(&model);  // made again after what follows
   for (const char* left : {"x", "y"})  // nothing is named by both
     updates.setModifiedParam("/U:u", "Disjoint", left, false);
+  for (const auto& [param, value] : {std::pair("Full", "b"), std::pair("Disjoint", "was changed")})
+    updates.setGoing("/B:b", "/U:u", *user->getParam(param), [&] {
+      return DependentUpdates::References{.value = value,
+                                          .items = {{"/B:b", "b"}},
+                                          .whenEmpty = "none",
+                                          .internal = true,
+                                          .reportedAt = db().changeCount()};
+    });
 
   EXPECT_EQ(TestSystem::render(*updates.getExternalChanges(&model)),
             "change /U:u Disjoint =  (x,y)\nchange /U:u List = gone (/A:a, a , /B:b/A:a,b, gone)\n"
             "change /U:u Other =  (/B:b)\n");
-  EXPECT_EQ(TestSystem::render(*updates.getInternalChanges(&model)), "change /U:u Other = a,c (/B:b)\n");
+  EXPECT_EQ(TestSystem::render(*updates.getInternalChanges(&model)),
+            "change /U:u Full = none (b)\nchange /U:u Other = a,c (/B:b)\n");
 }
 
 }  // namespace

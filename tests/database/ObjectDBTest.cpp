@@ -38,6 +38,18 @@ TEST_F(ObjectDBTest, RefusedAdditionsChangeNothing)
   EXPECT_EQ(refused(makeObject("/A:none", "B", "y")),
             expected("Parent of new object ('/A:none/B:y')does not exist in the database."));
   EXPECT_EQ(refused(makeObject("/A:x/", "B", "y")), expected("Path '/A:x//B:y' is not normal."));
+
+  Listener listener;
+  db().registerChangeNotify(&listener);
+  listener.failAt = 0;
+  std::unique_ptr<KSLObject> unwanted = makeObject("/A:x", "B", "y", {{"p"}});
+  EXPECT_EQ(errorOf([&] { db().addObject(std::move(unwanted)); }).getMessage(), "added /A:x/B:y");
+  EXPECT_EQ(unwanted->getParentObject(), db().getRoot()) << "it has no place, and no observer either";
+  unwanted->setValue("p", "1");
+  db().addObject(std::move(unwanted));
+  db().registerChangeNotify(nullptr);
+  db().getObjectByPath("/A:x/B:y")->setValue("p", "2");
+  EXPECT_EQ(listener.take(), "added /A:x/B:y\n");
 }
 
 TEST_F(ObjectDBTest, FindsByPathNameTypeAndCategory)
@@ -46,7 +58,7 @@ TEST_F(ObjectDBTest, FindsByPathNameTypeAndCategory)
   for (const char* name : {"z", "y"})
     PrototypeEditor(*static_cast<DataKSLObject*>(add("", "B", name))).setCategory("blue");
   KSLObject* const x = add("", "A", "x", {{"p", "", "7"}});
-  KSLObject* const inner = add("/A:x", "B", "inner");
+  KSLObject* const inner = add("/A:x", "B", "inner", {{"p", "", "7, 8"}});
   add("", "A", "z");
   EXPECT_EQ(db().getObjectByPath("//A:x/./B:inner/"), inner);
   EXPECT_EQ(db().getObjectByPath("A:x"), nullptr);
@@ -56,13 +68,20 @@ TEST_F(ObjectDBTest, FindsByPathNameTypeAndCategory)
   EXPECT_EQ(errorOf([] { db().hasObject("z"); }),
             ErrorMsg("ObjectDB", "getObjectByName", "Object name z is ambiguous.", 4));
   EXPECT_EQ(names(db().getRoot()->getChildObjects()), "A:x A:z B:z B:y ");
-  EXPECT_EQ(names(db().getObjectsByCategory("blue")), "B:z B:y ");
+  EXPECT_EQ(db().getNamesByCategory("blue"), (std::vector<std::string>{"z", "y"}));
   EXPECT_EQ(names(db().getObjectsByType("/A:x", "B")), "B:inner ");
   EXPECT_EQ(db().getState({}), "/A:x\n/A:x/B:inner\n/A:z\n/B:y\n/B:z\n");
   EXPECT_EQ(db().getState({"none", "x"}),
             "\n" + std::string(51, '-') + "\nA:x\n  B:inner\n  END\nEND\n\nScheduler list for A:x\n");
   EXPECT_EQ(reported.errors(),
             std::vector{ErrorMsg("ObjectDB", "getState", "Object 'none' does not exist.", 8)});
+  std::vector<std::pair<std::string, std::string>> single;
+  db().getObjectsWithParameter("p", single);
+  EXPECT_EQ(single, (decltype(single){{"/A:x", "7"}})) << "lists are left out";
+  inner->setPendingDelete(true);
+  EXPECT_EQ(db().getPathsPendingDeletion("/A:x", "ALL OBJECTS"), std::vector<std::string>{"/A:x/B:inner"});
+  inner->setPendingDelete(false);
+  EXPECT_EQ(db().getState({"/"}).find("Scheduler"), std::string::npos) << "the root is only a place";
   ObjectDB::supportOldStylePaths();
   EXPECT_EQ(db().getObjectByPath("A:x/B:inner"), inner);
 }

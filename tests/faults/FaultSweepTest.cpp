@@ -338,6 +338,19 @@ TEST(FaultSweep, CFunctionsFailByReportAlone)
   EXPECT_GT(n, 2U);
 }
 
+// The words for what went wrong may need memory that is not there either.
+TEST(FaultSweep, AFailureThatCannotBeSaidIsStillOne)
+{
+  SweepSystem system;
+  system.registerAction("starve", [](const auto&) {
+    trap = {FaultKind::allocation, 1};
+    throw 1;
+  });
+  system.run("A: late\nEND\n> starve");
+  EXPECT_EQ(system.errors(), "error[1] KSLInterface::parseKSL: Operation failed. Insufficient memory.");
+  EXPECT_EQ(system.state(), "");
+}
+
 // An object by itself, without the journal that takes back what a failed command has done.
 TEST(FaultSweep, AValueIsStoredOnlyWhenItsRecordIsSafe)
 {

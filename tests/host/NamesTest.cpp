@@ -197,7 +197,7 @@ const Story stories[] = {
      "M:r; END; M:x; END",
      ""},
     {"RenamesAreFollowedInOneStep",
-     {"N: x; END; N: c; Ref = x; END; M: d; Ref = c, N:x, /N:x; END", "> rename from=/N:x, to=y", "> undo",
+     {"N: x; END; N: c; Ref = x; END; M: d; Ref = c, N:x, ../N:x; END", "> rename from=/N:x, to=y", "> undo",
       "> redo"},
      0,
      "M:d; Ref = c, N:y, /N:y; END; N:c; Ref = y; END; N:y; END",

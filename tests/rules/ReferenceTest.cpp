@@ -153,27 +153,6 @@ TEST_F(ReferenceTest, ARefusedValueChangesNothing)
   EXPECT_THROW(batch.commit(), data::invalid);
 }
 
-TEST_F(ReferenceTest, BatchesJudgeAtTheirEnd)
-{
-  at("a")->setValue("One", "b");
-  settle();
-  {
-    LinkTransaction batch(*ObjectDB::instance());
-    at("b")->setValue("One", "a");
-    at("a")->setValue("One", "");
-    EXPECT_FALSE(at("b")->getSchedulerObject("S")->isPending());
-    EXPECT_TRUE(batch.commit().empty());
-    EXPECT_EQ(links("b") + links("a"), "/T:a (S) x1none");
-    EXPECT_TRUE(at("b")->getSchedulerObject("S")->isPending());
-  }
-  LinkTransaction batch(*ObjectDB::instance());
-  at("a")->setValue("One", "b");
-  EXPECT_EQ(thrown<ksl::cyclicRef>([&] { batch.commit(); }).getMessage(),
-            "Attempt to create a cyclic dependency between object b (S) and object a (S).");
-  EXPECT_EQ(LinkTransaction::current(), nullptr);
-  EXPECT_TRUE(at("a")->getSchedulerObject("S")->isPending());
-}
-
 // Every word is a name: of a variable, with "@" of a location, with "()" of a function; "Free" is the object's own.
 class WordNames : public ExpressionNames {
  public:

@@ -52,10 +52,6 @@ bool NameRewriter::follow(const KSLObject& going)
       followIn(*link, going);
     object->forEachChild([&waiting](const KSLObject* child) { waiting.push_back(child); });
   }
-  for (const NameLink* link = m_index.firstDue(); link; link = link->m_nextDue) {
-    if (link->m_touched)
-      followIn(*link, going);
-  }
   return true;
 }
 
@@ -173,8 +169,7 @@ std::string respelled(const GenericKSLObject& holder, const ParamDefinition& par
   const bool isRelative = !name.empty() && name.front() != '/' && name.find("..") == std::string::npos;
   if (target && isRelative) {
     name.replace(end == std::string::npos ? 0 : end + 1, std::string::npos, target->getName());
-    const ReferenceResolver::Hit hit = ReferenceResolver(holder, param, false).find(name);
-    if (hit.object == target && hit.fits)
+    if (ReferenceResolver(holder, param, false).find(name).object == target)
       return StringUtilities::writtenName(name);
   }
   return StringUtilities::writtenName(path);
