@@ -2,6 +2,7 @@
 
 #include "platform/ORVError.h"
 #include "platform/internal/ContextLocal.h"
+#include "platform/internal/SharedLocks.h"
 #include "ExactUnits.h"
 #include "UnitNames.h"
 
@@ -182,7 +183,7 @@ UnitsDatabase& UnitsDatabase::instance()
 }
 
 UnitsDatabase::Dictionary::Dictionary(const UnitsDatabase& database)
-    : m_lock(database.m_mutex),
+    : m_lock(SharedLocks::units()),
       m_dictionary(*database.m_system)
 {}
 
@@ -213,7 +214,7 @@ std::optional<ParsedUnits> UnitsDatabase::parse(std::string_view units) const
 
 std::optional<ParsedUnits> UnitsDatabase::parseNew(std::string_view units) const
 {
-  const std::lock_guard lock(m_mutex);
+  const std::lock_guard lock(SharedLocks::units());
   PackageCall call;
   std::optional<std::string> text = translateUnits(units, *m_system);
   if (!text)
