@@ -6,6 +6,7 @@
 #include "ExactUnits.h"
 #include "UnitNames.h"
 
+#include <atomic>
 #include <cmath>
 #include <locale.h>
 #include <map>
@@ -178,8 +179,14 @@ UnitsDatabase::~UnitsDatabase() = default;
 
 UnitsDatabase& UnitsDatabase::instance()
 {
-  static UnitsDatabase& database = *new UnitsDatabase;
-  return database;
+  static constinit std::atomic<UnitsDatabase*> database = nullptr;
+  if (UnitsDatabase* made = database.load(std::memory_order_acquire))
+    return *made;
+  const std::lock_guard lock(SharedLocks::units());
+  UnitsDatabase* made = database.load(std::memory_order_relaxed);
+  if (!made)
+    database.store(made = new UnitsDatabase, std::memory_order_release);
+  return *made;
 }
 
 UnitsDatabase::Dictionary::Dictionary(const UnitsDatabase& database)
