@@ -114,6 +114,7 @@ install:       ## build the release preset and install it to PREFIX (/usr/local)
 
 package:       ## Debian packages of the release preset, in build/packages; what is in them is tried
 	@tools/setup.sh package
+	cmake --preset release >/dev/null
 	@$(MAKE) --no-print-directory build-release
 	rm -rf build/packages
 	cpack --config build/release/CPackConfig.cmake -B build/packages

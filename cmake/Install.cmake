@@ -50,7 +50,7 @@ foreach(plugin IN LISTS plugin_targets)
   endif()
 endforeach()
 
-if(KSL_PYTHON)
+if(TARGET ksl_python)
   # Debian's Python looks in one folder below /usr, where packages are installed, and in another one below /usr/local.
   install(CODE "
     if(CMAKE_INSTALL_PREFIX STREQUAL /usr)
@@ -79,7 +79,7 @@ set(CPACK_COMPONENTS_ALL library dev)
 if(KSL_HOST)
   list(APPEND CPACK_COMPONENTS_ALL host)
 endif()
-if(KSL_PYTHON)
+if(TARGET ksl_python)
   list(APPEND CPACK_COMPONENTS_ALL python)
 endif()
 set(CPACK_DEB_COMPONENT_INSTALL ON)

@@ -3,12 +3,13 @@
 #include "platform/ORVUtilities.h"
 #include "JsonText.h"
 #include "PrintedText.h"
+#include "session/Outcome.h"
 
 #include <algorithm>
 
 namespace {
 
-constexpr std::size_t widest = 100;  // of a source line, and of a list of what is valid
+constexpr std::size_t widest = 100;  // of a source line
 
 std::string severityOf(const orv::ErrorMsg& error)
 {
@@ -41,30 +42,6 @@ std::string indented(std::string_view text)
 bool isCut(char c)  // within a character of UTF-8
 {
   return (static_cast<unsigned char>(c) & 0xC0) == 0x80;
-}
-
-// As many as fit into a line.
-std::string listText(const std::vector<std::string>& items)
-{
-  std::string text;
-  for (std::size_t i = 0; i < items.size(); ++i) {
-    if (i > 0 && text.size() + items[i].size() > widest)
-      return text + ", ... (" + orv::StringUtilities::toString(items.size()) + ")";
-    text.append(i > 0 ? ", " : "").append(items[i].empty() ? "\"\"" : items[i]);
-  }
-  return text;
-}
-
-// What would be right.
-std::string adviceText(const orv::Diagnostic& known)
-{
-  std::string text;
-  if (!known.suggestion.empty())
-    text = "did you mean '" + known.suggestion + "'?";
-  constexpr std::size_t most = 8;  // of a list that is of help beside a suggestion
-  if (!known.valid.empty() && (text.empty() || known.valid.size() <= most))
-    text.append(text.empty() ? "" : " ").append("allowed: ").append(listText(known.valid));
-  return printed(text);
 }
 
 // The line, and a mark below the words that are meant.
@@ -119,7 +96,7 @@ std::string fullText(const orv::ErrorMsg& error, bool coloured)
   const orv::Diagnostic none;
   const orv::Diagnostic& known = error.getDiagnostic() ? *error.getDiagnostic() : none;
   std::string out = placeText(&known) + headOf(error, coloured) + ": " + indented(error.getMessage());
-  const std::string advice = adviceText(known);
+  const std::string advice = printed(orv::hintOf(error));
   const bool showsLine = known.line > 0 && known.column > 0 && !known.lineText.empty();
   if (showsLine)
     appendLine(out, known, coloured);
@@ -230,7 +207,7 @@ std::string githubText(const orv::ErrorMsg& error)
   if (known.line > 0)
     out += orv::_("line=%d,col=%d,", known.line, known.column);
   out += "title=" + escaped(headOf(error, false), true) + "::" + escaped(error.getMessage(), false);
-  const std::string advice = adviceText(known);
+  const std::string advice = printed(orv::hintOf(error));
   return advice.empty() ? out : out + escaped("\n" + advice, false);
 }
 

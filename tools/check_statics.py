@@ -16,9 +16,11 @@ ROOT = pathlib.Path(__file__).resolve().parent.parent
 
 CONST = "never changed once it is made"
 SHARED = {
-    "slots": "under its mutex: the list of context variables",
+    "slots": "under its lock: the list of context variables",
     "UnitsDatabase::instance::database": "asked under its mutex",
-    "loaderMutex::mutex": "a mutex",
+    "SharedLocks::loaderLock": "a mutex",
+    "SharedLocks::unitsLock": "a mutex",
+    "SharedLocks::slotsLock": "a mutex",
     "UnitSystemWatch::watch::instance": "an observer without data",
     "baseHandler::handler": "an object without data",
     "SharedText::emptyText::empty": CONST,

@@ -39,7 +39,7 @@ def page(text, name):
             line += " " + next(lines)  # no line end within code
         fenced ^= line.startswith("```")
         if not fenced:
-            line = line.replace('`"`', "<tt>&quot;</tt>")
+            line = line.replace('`"`', "<tt>&quot;</tt>").replace("\\n", "\\\\n")  # it looks for commands in code, too
         if not fenced and (heading := re.match(r"##+ (.+)", line)):
             line += " {#%s}" % anchor(name, heading[1])
         out.append(line if fenced else re.sub(r"\[([^\]]+)\]\((?!\w+:)([^)\s]+)\)", link, line))

@@ -3,17 +3,18 @@
 # Asks dpkg first, so it costs next to nothing when everything is there.
 set -eu
 
-build="g++ make cmake ninja-build libudunits2-dev libcli11-dev nlohmann-json3-dev libedit-dev pybind11-dev python3-dev"
+build="g++ make cmake ninja-build libudunits2-dev libcli11-dev nlohmann-json3-dev libedit-dev"
+python="python3 python3-dev python3-numpy pybind11-dev"  # for the Python package
 packages=
 for group in "${@:-run}"; do
   case $group in
     run) packages="$packages $build" ;;
-    test) packages="$packages $build libgtest-dev libgmock-dev librapidcheck-dev python3 python3-numpy mypy udunits-bin pkgconf binutils" ;;
+    test) packages="$packages $build $python libgtest-dev libgmock-dev librapidcheck-dev mypy udunits-bin pkgconf binutils abigail-tools" ;;
     check) packages="$packages $build libgtest-dev libgmock-dev librapidcheck-dev python3 udunits-bin git clang-format clang-tidy" ;;
     mutate) packages="$packages $build libgtest-dev libgmock-dev librapidcheck-dev python3 udunits-bin git ccache" ;;
     bench) packages="$packages $build libbenchmark-dev libmuparser-dev valgrind python3" ;;
     fuzz) packages="$packages $build clang libclang-rt-14-dev" ;;
-    package) packages="$packages $build dpkg-dev file python3 python3-numpy pkgconf binutils" ;;
+    package) packages="$packages $build $python dpkg-dev file pkgconf binutils" ;;
     docs) packages="$packages make doxygen python3" ;;
     dist) packages="$packages git" ;;
     *) echo "setup.sh: unknown group '$group' (run, test, check, mutate, bench, fuzz, package, docs, dist)" >&2; exit 2 ;;

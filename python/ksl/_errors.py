@@ -15,7 +15,7 @@ class Error(Exception):
     """
 
     def __init__(self, message: str, *, file: str | None = None, line: int | None = None, column: int | None = None,
-                 object: str | None = None, hint: str | None = None, report: Report | None = None,
+                 object: str | None = None, parameter: str | None = None, hint: str | None = None, report: Report | None = None,
                  outcome: Outcome | None = None) -> None:
         super().__init__(message)
         self.message = message
@@ -25,6 +25,9 @@ class Error(Exception):
         self.column = column
         #: Path of the object concerned.
         self.object = object
+        #: The parameter of that object.
+        self.parameter = parameter
+        #: What would be right.
         self.hint = hint
         #: The report with its class, function and type; None of one that Python raised itself.
         self.report = report
@@ -33,20 +36,20 @@ class Error(Exception):
 
 
 def from_report(report: Report, outcome: Outcome | None = None) -> Error:
-    return Error(report.message, report=report, outcome=outcome)
+    return Error(report.message, file=report.file, line=report.line, column=report.column, object=report.object,
+                 parameter=report.parameter, hint=report.hint, report=report, outcome=outcome)
 
 
-def failure(outcome: Outcome, cause: BaseException | None, file: str | None = None) -> Error:
+def failure(outcome: Outcome, cause: BaseException | None) -> Error:
     """The error that stands for a command that failed."""
-    report = outcome.errors[0]
-    error = Error(report.message, report=report, outcome=outcome, file=file)
+    error = from_report(outcome.errors[0], outcome)
     if cause is None:
         return error
     place = cause.__traceback__
     while place is not None and place.tb_next is not None:
         place = place.tb_next
     if place is not None:
-        error.file, error.line = place.tb_frame.f_code.co_filename, place.tb_lineno
+        error.file, error.line, error.column = place.tb_frame.f_code.co_filename, place.tb_lineno, None
     error.object = getattr(cause, "_ksl_object", None)
     error.__cause__ = cause
     return error

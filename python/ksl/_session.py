@@ -59,13 +59,16 @@ class Session:
 
     # ---- commands
 
-    def run(self, text: str) -> _ksl.Outcome:
-        """Runs KSL text, blocks and action lines, as one command: one undo step."""
-        return self._do(lambda core: core.run(text))
+    def run(self, text: str, *, source: str = "", first_line: int = 1) -> _ksl.Outcome:
+        """Runs KSL text, blocks and action lines, as one command: one undo step.
+
+        Errors have their line in it, counted from first_line, and the source as their file.
+        """
+        return self._do(lambda core: core.run(text, source, first_line))
 
     def run_file(self, name: str | os.PathLike[str]) -> _ksl.Outcome:
         """Runs what stands in a file, saved states and recorded sessions included."""
-        return self._do(lambda core: core.run_file(os.fspath(name)), file=os.fspath(name))
+        return self._do(lambda core: core.run_file(os.fspath(name)))
 
     def undo(self) -> _ksl.Outcome:
         """Takes the newest step back. With none, the outcome has a warning."""
@@ -87,10 +90,11 @@ class Session:
     def command(self, title: str = "") -> Iterator[Session]:
         """Several changes as one command and one undo step.
 
-        An exception, that of a failing change among them, takes all of it back. The title is for people who read the code.
+        An exception, that of a failing change among them, takes all of it back. The title is in the outcome that
+        subscribers are told.
         """
         with self._lock:
-            self._core.begin()
+            self._core.begin(title)
             try:
                 yield self
             except BaseException:
@@ -99,6 +103,13 @@ class Session:
             outcome = self._note(self._core.end(True))
             if not outcome:
                 raise failure(outcome, self._core.take_cause())
+
+    def plan(self, text: str, *, source: str = "", first_line: int = 1) -> _ksl.Plan:
+        """What running the text would do; nothing is done, nothing calculated, no file written, nobody told.
+
+        A text that would fail raises nothing: the plan has its errors. Not within a command.
+        """
+        return self._ask(lambda core: core.plan(text, source, first_line))
 
     # ---- objects
 
@@ -188,11 +199,11 @@ class Session:
         with self._lock:
             return question(self._core)
 
-    def _do(self, command: Callable[[_ksl.Core], _ksl.Outcome], file: str | None = None) -> _ksl.Outcome:
+    def _do(self, command: Callable[[_ksl.Core], _ksl.Outcome]) -> _ksl.Outcome:
         with self._lock:
             outcome = self._note(command(self._core))
             if not outcome:
-                raise failure(outcome, self._core.take_cause(), file)
+                raise failure(outcome, self._core.take_cause())
             return outcome
 
     def _note(self, outcome: _ksl.Outcome) -> _ksl.Outcome:

@@ -193,9 +193,10 @@ py::object Core::takeCause()
   return cause;
 }
 
-orv::Outcome Core::run(const std::string& text)
+orv::Outcome Core::run(const std::string& text, const std::string& source, std::size_t firstLine)
 {
-  return command([&](orv::Session& model) { return model.run(text); });
+  return command(
+      [&](orv::Session& model) { return model.run(text, {.name = source, .firstLine = firstLine}); });
 }
 
 orv::Outcome Core::runFile(const std::string& fileName)
@@ -228,11 +229,11 @@ orv::Outcome Core::load(const std::string& fileName)
   return command([&](orv::Session& model) { return model.load(fileName); });
 }
 
-void Core::begin()
+void Core::begin(const std::string& title)
 {
   if (m_inside > 0 || m_command)
     throw orv::internal::error(className, "command", orv::_("A command is under way."));
-  m_command = std::make_unique<orv::Session::Command>(session());
+  m_command = std::make_unique<orv::Session::Command>(session(), title);
 }
 
 orv::Outcome Core::end(bool keep)
@@ -244,6 +245,13 @@ orv::Outcome Core::end(bool keep)
 }
 
 // -------------------------------------------------------------------------------------------------------- questions
+
+orv::Plan Core::plan(const std::string& text, const std::string& source, std::size_t firstLine) const
+{
+  const orv::Session& model = session();
+  const py::gil_scoped_release unlocked;
+  return model.plan(text, {.name = source, .firstLine = firstLine});
+}
 
 std::string Core::state(const std::vector<std::string>& objects) const
 {

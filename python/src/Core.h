@@ -2,6 +2,7 @@
 #pragma once
 
 #include "platform/ORVException.h"
+#include "session/Planner.h"
 #include "session/Session.h"
 
 #include <cstddef>
@@ -53,20 +54,22 @@ class Core {
 
   // ---- Commands
 
-  orv::Outcome run(const std::string& text);
+  orv::Outcome run(const std::string& text, const std::string& source, std::size_t firstLine);
   orv::Outcome runFile(const std::string& fileName);
   orv::Outcome set(const std::string& object, const std::map<std::string, std::string>& values);
   orv::Outcome undo();
   orv::Outcome redo();
   orv::Outcome save(const std::string& fileName);
   orv::Outcome load(const std::string& fileName);
-  void begin();
+  void begin(const std::string& title);
   orv::Outcome end(bool keep);
   // The exception of the Python code that made the last command fail, else None; gone afterwards.
   py::object takeCause();
 
   // ---- Questions
 
+  // Nothing of the interpreter is used in the copy of the process that makes it.
+  orv::Plan plan(const std::string& text, const std::string& source, std::size_t firstLine) const;
   std::string state(const std::vector<std::string>& objects) const;
   bool has(const std::string& object) const;
   std::string path(const std::string& object) const;

@@ -69,6 +69,26 @@ std::string sweepTable(const std::string& library, const std::string& modelFile,
   }
 }
 
+py::object given(const std::string& text)
+{
+  return text.empty() ? py::object(py::none()) : py::object(py::str(text));
+}
+
+py::object given(std::size_t number)
+{
+  return number == 0 ? py::object(py::none()) : py::object(py::int_(number));
+}
+
+// Reads one of the things that an error may know; None when it does not.
+template <class T>
+auto known(T orv::Diagnostic::*member)
+{
+  return [member](const orv::ErrorMsg& error) -> py::object {
+    const orv::Diagnostic* diagnostic = error.getDiagnostic().get();
+    return diagnostic ? given(diagnostic->*member) : py::object(py::none());
+  };
+}
+
 void bindOutcome(py::module_& module)
 {
   py::class_<orv::ErrorMsg>(module, "Report")
@@ -77,6 +97,12 @@ void bindOutcome(py::module_& module)
       .def_property_readonly("function", &orv::ErrorMsg::getFunction)
       .def_property_readonly("type", &orv::ErrorMsg::getType)
       .def_property_readonly("notes", &orv::ErrorMsg::getNotes)
+      .def_property_readonly("file", known(&orv::Diagnostic::source))
+      .def_property_readonly("line", known(&orv::Diagnostic::line))
+      .def_property_readonly("column", known(&orv::Diagnostic::column))
+      .def_property_readonly("object", known(&orv::Diagnostic::object))
+      .def_property_readonly("parameter", known(&orv::Diagnostic::parameter))
+      .def_property_readonly("hint", [](const orv::ErrorMsg& error) { return given(hintOf(error)); })
       .def("__str__", [](const orv::ErrorMsg& error) { return toText(error); })
       .def("__repr__", [](const orv::ErrorMsg& error) { return "<" + toText(error) + ">"; });
   py::class_<orv::Change>(module, "Change")
@@ -98,10 +124,83 @@ void bindOutcome(py::module_& module)
       .def_property_readonly("rolled_back", &orv::Outcome::rolledBack)
       .def_property_readonly("changes", [](const orv::Outcome& outcome) { return outcome.changes(); })
       .def_property_readonly("files", [](const orv::Outcome& outcome) { return outcome.files(); })
+      .def_property_readonly("title", [](const orv::Outcome& outcome) { return outcome.title(); })
       .def("__repr__", [](const orv::Outcome& outcome) {
         if (!outcome)
           return "<Outcome failed: " + toText(outcome.errors().front()) + ">";
         return orv::_("<Outcome done: %d changes>", outcome.changes().size());
+      });
+}
+
+// Of all steps, errors or warnings.
+std::vector<orv::ErrorMsg> reportsOf(const orv::Plan& plan, bool warnings)
+{
+  std::vector<orv::ErrorMsg> reports;
+  for (const orv::Plan::Step& step : plan.steps)
+    for (const orv::ErrorMsg& report : step.reports)
+      if ((report.getType() == orv::errorType::warning) == warnings)
+        reports.push_back(report);
+  return reports;
+}
+
+using Values = std::map<std::string, std::pair<std::string, std::string>>;
+
+// Before and after.
+Values valuesOf(const orv::Plan::Object& object)
+{
+  Values values;
+  for (const orv::Plan::Param& param : object.params)
+    if (!param.internal)
+      values.emplace(param.name, std::pair(param.before, param.after));
+  return values;
+}
+
+void bindPlan(py::module_& module)
+{
+  using orv::Plan;
+  py::class_<Plan::Object>(module, "PlannedChange")
+      .def_property_readonly("kind",
+                             [](const Plan::Object& object) {
+                               static const char* const kinds[] = {"added", "changed", "deleted"};
+                               return kinds[object.kind];
+                             })
+      .def_readonly("path", &Plan::Object::path)
+      .def_property_readonly("values", &valuesOf)
+      .def("__repr__",
+           [](py::handle self) { return py::str("<{} {}>").format(self.attr("kind"), self.attr("path")); });
+  py::class_<orv::CalculationLog::Entry>(module, "PlannedCalculation")
+      .def_readonly("path", &orv::CalculationLog::Entry::path)
+      .def_readonly("computes", &orv::CalculationLog::Entry::scheduler)
+      .def_property_readonly("reasons",
+                             [](const orv::CalculationLog::Entry& entry) {
+                               std::vector<std::string> texts;
+                               for (const orv::CalculationReason& reason : entry.reasons)
+                                 texts.push_back(reason.text());
+                               return texts;
+                             })
+      .def("__repr__", [](const orv::CalculationLog::Entry& entry) {
+        return "<" + entry.path + " (" + entry.scheduler + ")>";
+      });
+  py::class_<Plan>(module, "Plan")
+      .def("__bool__", [](const Plan& plan) { return reportsOf(plan, false).empty(); })
+      .def_property_readonly("errors", [](const Plan& plan) { return reportsOf(plan, false); })
+      .def_property_readonly("warnings", [](const Plan& plan) { return reportsOf(plan, true); })
+      .def_readonly("objects", &Plan::objects)
+      .def_readonly("calculations", &Plan::calculations)
+      .def_readonly("written_files", &Plan::writtenFiles)
+      .def_property_readonly("named_files",
+                             [](const Plan& plan) {
+                               std::vector<std::string> files;
+                               for (const Plan::NamedFile& named : plan.namedFiles)
+                                 files.push_back(named.file);
+                               return files;
+                             })
+      .def_readonly("not_foreseen", &Plan::passedOver)
+      .def("__repr__", [](const Plan& plan) {
+        const std::vector<orv::ErrorMsg> errors = reportsOf(plan, false);
+        return errors.empty() ? orv::_("<Plan: %d objects change, %d calculations>", plan.objects.size(),
+                                       plan.calculations.size())
+                              : "<Plan would fail: " + toText(errors.front()) + ">";
       });
 }
 
@@ -151,6 +250,7 @@ void bindCore(py::module_& module)
       .def("begin", &Core::begin)
       .def("end", &Core::end)
       .def("take_cause", &Core::takeCause)
+      .def("plan", &Core::plan)
       .def("state", &Core::state)
       .def("has", &Core::has)
       .def("path", &Core::path)
@@ -191,6 +291,7 @@ PYBIND11_MODULE(_ksl, module)
     }
   });
   bindOutcome(module);
+  bindPlan(module);
   bindCore(module);
   module.def("installed_library", &orv::Session::installedLibrary);
   module.def("split", [](const std::string& text) { return orv::StringUtilities::splitValue(text); });

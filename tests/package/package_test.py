@@ -81,6 +81,10 @@ class PackageTest(unittest.TestCase):
 
     def test_host_uses_what_it_was_installed_with(self):
         self.assertEqual(run(self.ksl, "run", "-e", COMMAND, "--state", cwd=self.folder), STATE)
+        page = (self.prefix / "share/man/man1/ksl.1").read_text()
+        self.assertIn(".TH", page)
+        for script in ("bash-completion/completions/ksl", "zsh/vendor-completions/_ksl", "fish/vendor_completions.d/ksl.fish"):
+            self.assertIn("sweep", (self.prefix / "share" / script).read_text())
         run(self.ksl, "run", SOURCES / "examples/04-flow-picture.ksl", cwd=self.folder)
         self.assertIn("<svg", (self.folder / "flow-picture.svg").read_text())
 
@@ -129,6 +133,16 @@ class PackageTest(unittest.TestCase):
             run("cmake", "--install", ".", "--prefix", "installed", cwd=self.folder)
             self.assertFalse((self.folder / "installed").exists(), "only the project around it installs")
 
+    def test_parts_that_are_left_out_need_nothing(self):
+        off = [f"-DKSL_{part}=OFF" for part in ("HOST", "PLUGINS", "PYTHON")]
+        lacking = [f"-D{what}_INCLUDE_DIR=NOTFOUND" for what in ("CLI11", "NLOHMANN_JSON", "LIBEDIT")]
+        run("cmake", "-G", "Ninja", "-S", SOURCES, "-B", "bare", *off, *lacking, cwd=self.folder)
+        targets = run("ninja", "-C", "bare", "-t", "targets", "all", cwd=self.folder)
+        self.assertIn("libORVKSLCore.so", targets)
+        self.assertFalse(re.search(r"bin/ksl:|libflow|_ksl\.", targets))
+        no_pybind = ["-DCMAKE_DISABLE_FIND_PACKAGE_pybind11=ON", "-DKSL_PYTHON=ON"]
+        self.assertIn("no package for Python", run("cmake", "-G", "Ninja", "-S", SOURCES, "-B", "light", *no_pybind, cwd=self.folder))
+
     def test_binaries_name_no_folder_of_this_machine(self):
         back = os.path.relpath(self.libdir, self.ksl.parent)
         for binary, runpath in ((self.ksl, [f"$ORIGIN/{back}"]), (self.libdir / "libORVKSLCore.so", []),
@@ -159,7 +173,9 @@ class PackageTest(unittest.TestCase):
         packages = next(iter(self.prefix.rglob("dist-packages")), None)
         if packages is None:
             self.skipTest("built without KSL_PYTHON")
-        python = f"import ksl\ns = ksl.Session()\ns.run({COMMAND!r})\nprint(s.state(), end='')"
+        python = (f"import ksl\ns = ksl.Session()\ns.run({COMMAND!r})\nassert s.plan('CUT: b\\nEND')\n"
+                  "try:\n  s.run('NONE: b\\nEND', source='b.ksl')\nexcept ksl.Error as e:\n"
+                  "  assert (e.file, e.line) == ('b.ksl', 1)\nprint(s.state(), end='')")
         self.assertEqual(run("/usr/bin/python3", "-W", "error", "-c", python, cwd=self.folder, PYTHONPATH=str(packages)),
                          STATE)
 

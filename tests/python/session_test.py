@@ -126,9 +126,12 @@ class Rings(unittest.TestCase):
                 pass
             self.session["a"]["Inner Radius"] = 0
         self.assertEqual(self.session.state(), before)
+        titles = []
+        self.session.subscribe(lambda outcome: titles.append(outcome.title))
         with self.session.command("both"):
             self.session["a"]["Inner Radius"] = 0
             self.session["b"]["Inner Radius"] = 0
+        self.assertEqual(titles, ["both"])
         self.session.undo()
         self.assertEqual(self.areas(), [3, 6, 9])
 

@@ -6,10 +6,13 @@
 #include "command/ActionExecutor.h"
 #include "command/ActionFactory.h"
 #include "command/KSLInterface.h"
+#include "session/Planner.h"
 #include "tests/support/TempFolder.h"
 #include "tests/support/TestSystem.h"
 #include "tests/support/thrown.h"
 
+#include <atomic>
+#include <fstream>
 #include <gtest/gtest.h>
 #include <thread>
 
@@ -86,6 +89,63 @@ TEST_F(SessionTest, OutcomesSayWhatCameOfACommand)
   };
   for (const Row& row : rows)
     EXPECT_EQ(told(session.run(row.text)), row.outcome) << row.text;
+}
+
+// Of a text that the caller knows. What the session makes of a question of his has no places.
+TEST_F(SessionTest, ErrorsKnowTheirPlaceInWhatWasGiven)
+{
+  const auto place = [](const Outcome& outcome) {
+    const Diagnostic* known = outcome.errors().at(0).getDiagnostic().get();
+    return !known ? "unknown"
+                  : _("%s:%d:%d %s.%s ", known->source, known->line, known->column, known->object,
+                      known->parameter)
+                        + hintOf(outcome.errors()[0]);
+  };
+  const TempFolder folder;
+  std::ofstream(folder / "a.ksl") << "A: a\nEND\nA: b\n  xx = 1\nEND\n";
+  const std::string all = "allowed: Colour, Cuts, Layers, Normal, Offset, Option, Radius, Visible";
+  session.run("CUT: c\nEND");
+  EXPECT_EQ(place(session.run("CUT: c\n  Offst = 1\nEND\n")),
+            ":2:3 /CUT:c.Offst did you mean 'Offset'? " + all);
+  EXPECT_EQ(place(session.run("\nNONE: a\nEND\n", {"typed", 10})).substr(0, 11), "typed:11:1 ");
+  EXPECT_EQ(place(session.run("A: a\n  x = 1\n\n", {"typed", 10})), "typed:11:0 . ");
+  EXPECT_EQ(place(session.runFile(folder / "a.ksl")).substr(0, (folder / "a.ksl").size() + 5),
+            (folder / "a.ksl") + ":4:3 ");
+  EXPECT_EQ(place(session.set("c", "Offst", "1")), ":0:0 /CUT:c.Offst did you mean 'Offset'? " + all);
+}
+
+TEST_F(SessionTest, APlanDoesNothing)
+{
+  session.run("A: a\nEND");
+  const std::string before = session.state();
+  const Plan plan = session.plan("A: a\n  x = 1\nEND\nA: b\nEND\n");
+  EXPECT_EQ(plan.objects.size(), 2U);
+  EXPECT_FALSE(plan.steps.at(0).failed);
+  const Plan faulty = session.plan("A: a\n  x = 1\n");
+  ASSERT_TRUE(faulty.steps.at(0).failed);
+  EXPECT_EQ(faulty.steps[0].reports, session.run("A: a\n  x = 1\n").errors());
+  EXPECT_TRUE(session.plan(" ").steps.empty());
+  EXPECT_EQ(session.state(), before);
+  EXPECT_EQ(undoSteps(), 1U);
+}
+
+// The copy of the process that makes a plan needs what another thread holds at this moment.
+TEST(SessionParts, PlansAreMadeBesideOtherThreads)
+{
+  SessionOptions options = testOptions();
+  options.validate = true;
+  Session session(options);
+  std::atomic<bool> done = false;
+  std::thread other([&done] {
+    Session own(testOptions());
+    own.run("CUT: a\n  Offset = 1 [m]\nEND");
+    while (!done)
+      EXPECT_THROW(own.quantity("a", "Offset", "none"), Error);
+  });
+  for (int i = 0; i < 100; ++i)
+    EXPECT_FALSE(session.plan("CUT: b\n  Offset = 1 [furlong]\nEND").steps.at(0).failed);
+  done = true;
+  other.join();
 }
 
 // What the front door sets is what is there then, or nothing is set.

@@ -40,7 +40,11 @@ static int checkCommands(ksl_session* session)
   REQUIRE(!ksl_run(session, "CUT: a\n  None = 1\nEND"));
   REQUIRE(ksl_errors(session, 0) && ksl_errors(session, 0)->type == KSL_ERROR && !ksl_errors(session, 1));
   REQUIRE(strncmp(ksl_errors(session, 0)->text, "error[4] ", 9) == 0);
+  REQUIRE(ksl_errors(session, 0)->line == 2 && ksl_errors(session, 0)->column == 3);
+  REQUIRE(strcmp(ksl_errors(session, 0)->object, "/CUT:a") == 0 && !*ksl_errors(session, 0)->source);
   REQUIRE(!ksl_changes(session, 0));
+  REQUIRE(!ksl_run(session, "CUT: a\n  Axis = W\nEND"));
+  REQUIRE(strcmp(ksl_errors(session, 0)->hint, "allowed: X, Y, Z") == 0);
   REQUIRE(ksl_set(session, "a", "Offset", "50 [cm]"));
   REQUIRE(ksl_undo(session) && strcmp(ksl_get(session, "a", "Offset"), "25 [cm]") == 0);
   REQUIRE(ksl_redo(session) && strcmp(ksl_get(session, "a", "Offset"), "50 [cm]") == 0);

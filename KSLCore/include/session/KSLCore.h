@@ -57,6 +57,13 @@ typedef struct ksl_error {
   const char* function;
   const char* message;
   const char* text; /* all of it as people see it, on one or more lines */
+  /* Where and what: texts are empty, numbers 0, where it is not known. */
+  const char* source; /* of the text: a file; empty for one that was given to ksl_run */
+  size_t line;        /* from 1 */
+  size_t column;      /* from 1, in bytes */
+  const char* object; /* its path */
+  const char* parameter;
+  const char* hint; /* what would be right */
 } ksl_error;
 
 /* What the last command reported, or the last question that failed: for (i = 0; (error = ksl_errors(s, i)); ++i). Null

@@ -35,6 +35,9 @@ struct Change {
 // "created PATH", "value PATH NAME = TEXT", "removed PATH NAME", "deleted PATH".
 ORV_API std::string toText(const Change& change);
 
+// What would be right, for people: "did you mean 'Offset'? allowed: Axis, Offset"; empty when the error does not know.
+ORV_API std::string hintOf(const ErrorMsg& error);
+
 // A value, cheap to copy: what it tells stays as it was.
 class ORV_API Outcome {
  public:
@@ -50,11 +53,14 @@ class ORV_API Outcome {
   const std::vector<Change>& changes() const& noexcept;
   // Files that calculations wrote, in the order in which they were written first.
   const std::vector<std::string>& files() const& noexcept { return m_files; }
+  // What a command in pieces was called when it began; empty for others.
+  const std::string& title() const& noexcept { return m_title; }
   // Of an outcome that nobody keeps: "for (const ErrorMsg& error : session.run(text).errors())".
   std::vector<ErrorMsg> errors() && { return std::move(m_errors); }
   std::vector<ErrorMsg> warnings() && { return std::move(m_warnings); }
   std::vector<Change> changes() && { return static_cast<const Outcome&>(*this).changes(); }
   std::vector<std::string> files() && { return std::move(m_files); }
+  std::string title() && { return std::move(m_title); }
 
  private:
   friend class SessionModel;
@@ -64,6 +70,7 @@ class ORV_API Outcome {
   std::size_t m_rolledBack = 0;
   std::shared_ptr<const std::vector<Change>> m_changes;  // null for none
   std::vector<std::string> m_files;
+  std::string m_title;
 };
 
 }  // namespace orv

@@ -3,6 +3,7 @@
 
 #include "platform/ORVUnits.h"
 #include "command/KSLUpdateMode.h"
+#include "command/TextSource.h"
 #include "session/Outcome.h"
 #include "session/Registration.h"
 
@@ -18,6 +19,7 @@ namespace orv {
 class ActionFactory;
 class ErrorSink;
 class KSLObject;
+struct Plan;
 
 // How a session begins.
 struct SessionOptions {
@@ -75,7 +77,8 @@ class ORV_API Session {
   // ---- Commands. Each is done as a whole or not at all, and is one undo step.
 
   // KSL text: blocks and action lines. A blank text does nothing, well.
-  Outcome run(const std::string& text);
+  // Errors know their place in it, and call it by the name of its source.
+  Outcome run(const std::string& text, const TextSource& source = {});
   // What stands in a file, session and state files included. One that cannot be read is the Outcome's error.
   Outcome runFile(const std::string& fileName);
   // Sets parameters of an object that is there.
@@ -101,7 +104,8 @@ class ORV_API Session {
   class ORV_API Command {
    public:
     // internal::error, class "KSLCoreAPI", function "beginCommand", "A command is under way."
-    explicit Command(Session& session);
+    // The title is for those who are told of the Outcome.
+    explicit Command(Session& session, std::string title = {});
     // Takes it back when it has not ended.
     ~Command();
     Command(const Command&) = delete;
@@ -114,6 +118,7 @@ class ORV_API Session {
    private:
     Outcome finish(bool keep);
     Session& m_session;
+    std::string m_title;
     bool m_ended = false;
     Outcome m_outcome;
   };
@@ -140,6 +145,9 @@ class ORV_API Session {
   std::vector<std::string> children(const std::string& object) const;
   // Paths of all objects of the type or category, parents before children; "" is all of them. O(objects).
   std::vector<std::string> objects(const std::string& typeOrCategory) const;
+  // What running the text would do, of which nothing is done; see Planner (session/Planner.h), which may throw. A text
+  // that would fail has its errors in the one step of the plan. A blank one has no steps.
+  Plan plan(const std::string& text, const TextSource& source = {}) const;
   // What the last command changed; see Outcome.
   const std::vector<Change>& changes() const;
 
@@ -168,8 +176,9 @@ class ORV_API Session {
 
  private:
   struct Impl;
+  enum class Text { given, made };  // by the caller, or here of what he asks for
   template <class Work>
-  Outcome perform(Work work);
+  Outcome perform(Text text, Work work);
   Outcome moveBy(const char* action);
   Outcome performOnFile(const std::string& fileName, bool written, std::string (*text)(const std::string&));
   template <class Ask>

@@ -41,6 +41,7 @@ struct ksl_session {
   std::optional<orv::Session> session;
   std::vector<ErrorMsg> reports;
   std::vector<std::string> texts;  // of the reports, as people see them
+  std::vector<std::string> hints;
   std::vector<ksl_error> errors;
   orv::Outcome outcome;  // of the last command
   std::vector<ksl_change> changes;
@@ -67,12 +68,21 @@ void ksl_session::setErrors(std::vector<ErrorMsg> list)
   errors.clear();
   reports = std::move(list);
   texts.clear();
-  for (const ErrorMsg& report : reports)
+  hints.clear();
+  for (const ErrorMsg& report : reports) {
     texts.push_back(toText(report));
+    hints.push_back(hintOf(report));
+  }
   for (std::size_t i = 0; i < reports.size(); ++i) {
     const ErrorMsg& report = reports[i];
+    const orv::Diagnostic* known = report.getDiagnostic().get();
+    const auto text = [known](std::string orv::Diagnostic::*member) {
+      return known ? (known->*member).c_str() : "";
+    };
     errors.push_back({report.getType(), report.getClassName().c_str(), report.getFunction().c_str(),
-                      report.getMessage().c_str(), texts[i].c_str()});
+                      report.getMessage().c_str(), texts[i].c_str(), text(&orv::Diagnostic::source),
+                      known ? known->line : 0, known ? known->column : 0, text(&orv::Diagnostic::object),
+                      text(&orv::Diagnostic::parameter), hints[i].c_str()});
   }
 }
 

@@ -15,6 +15,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <fcntl.h>
 #include <set>
 #include <sys/wait.h>
 #include <tuple>
@@ -130,7 +131,7 @@ class Pipe {
  public:
   Pipe()
   {
-    if (::pipe(m_ends) != 0)
+    if (::pipe2(m_ends, O_CLOEXEC) != 0)
       fail(std::strerror(errno));
   }
   Pipe(const Pipe&) = delete;

@@ -18,6 +18,7 @@
 #include "SessionModel.h"
 #include "blockText.h"
 #include "session/FileActions.h"
+#include "session/Planner.h"
 
 #include <algorithm>
 #include <dlfcn.h>
@@ -33,9 +34,14 @@ constexpr const char* className = "Session";
 // An address of this library, or of the program that holds it.
 const char here = 0;
 
-bool isBlank(const std::string& text)
+bool isBlankLine(const std::string& line)
 {
-  return StringUtilities::trimmed(text).empty();
+  return StringUtilities::trimmed(line).empty();
+}
+
+bool isBlank(const std::vector<std::string>& lines)
+{
+  return std::all_of(lines.begin(), lines.end(), isBlankLine);
 }
 
 // What is left open by these lines; less than 0 when there are too many ENDs.
@@ -56,18 +62,22 @@ int openBlocks(const std::vector<std::string>& lines)
 }
 
 // The command processor takes it for a slip that does no harm, where definitions take effect at the end.
-void requireEnds(const std::vector<std::string>& lines)
+void requireEnds(const std::vector<std::string>& lines, const TextSource& source)
 {
-  if (openBlocks(lines) > 0)
-    throw data::error("KSLInterface", "preParseKSL", _("Not enough END statements in KSL."));
+  if (openBlocks(lines) <= 0)
+    return;
+  const auto last = std::find_if_not(lines.rbegin(), lines.rend(), isBlankLine);
+  const auto count = static_cast<std::size_t>(lines.rend() - last);
+  throw diagnosed(data::error("KSLInterface", "preParseKSL", _("Not enough END statements in KSL.")),
+                  {.source = source.name, .line = source.firstLine + count - 1});
 }
 
-void enter(KSLCoreAPI& api, const std::vector<std::string>& lines)
+void enter(KSLCoreAPI& api, const std::vector<std::string>& lines, const TextSource& source)
 {
-  if (std::all_of(lines.begin(), lines.end(), isBlank))
+  if (isBlank(lines))
     return;  // an empty text counts as a slip of the caller's there
-  requireEnds(lines);
-  api.externalProcessKSL(lines);
+  requireEnds(lines, source);
+  api.externalProcessKSL(lines, source);
 }
 
 data::notFound noSuchObject(const char* function, const std::string& object)
@@ -163,10 +173,11 @@ ActionFactory& Session::actions() const
 // ------------------------------------------------------------------------------------------------------- commands
 
 template <class Work>
-Outcome Session::perform(Work work)
+Outcome Session::perform(Text text, Work work)
 {
   const Context::Scope scope(m_impl->context);
   SessionModel& model = *m_impl->model;
+  const SessionModel::Places places(model, text == Text::given);
   KSLCoreAPI& api = *KSLCoreAPI::instance();
   const bool isInside = model.isInside();
   const bool isPiece = !isInside && (api.isCommandOpen() || model.hasCommandFailed());
@@ -192,17 +203,18 @@ Outcome Session::perform(Work work)
   return isInside || isPiece ? model.outcomeSince(before) : model.endNotes();
 }
 
-Outcome Session::run(const std::string& text)
+Outcome Session::run(const std::string& text, const TextSource& source)
 {
-  return perform([&](KSLCoreAPI& api) { enter(api, StringUtilities::stringToVector(text, '\n')); });
+  return perform(Text::given,
+                 [&](KSLCoreAPI& api) { enter(api, StringUtilities::stringToVector(text, '\n'), source); });
 }
 
 Outcome Session::runFile(const std::string& fileName)
 {
-  return perform([&](KSLCoreAPI& api) {
+  return perform(Text::given, [&](KSLCoreAPI& api) {
     std::vector<std::string> lines = ORVFile::readLines(fileName);
     FileText::undo(lines);
-    enter(api, lines);
+    enter(api, lines, {.name = fileName});
   });
 }
 
@@ -213,7 +225,7 @@ Outcome Session::set(const std::string& object, const std::string& parameter, co
 
 Outcome Session::set(const std::string& object, const std::map<std::string, std::string>& values)
 {
-  return perform([&](KSLCoreAPI& api) {
+  return perform(Text::made, [&](KSLCoreAPI& api) {
     api.externalProcessKSL({blockText(getObject("set", object).getPath(), values)});
   });
 }
@@ -221,7 +233,7 @@ Outcome Session::set(const std::string& object, const std::map<std::string, std:
 // Within a command in pieces, they would move along the steps before it.
 Outcome Session::moveBy(const char* action)
 {
-  return perform([&](KSLCoreAPI& api) {
+  return perform(Text::made, [&](KSLCoreAPI& api) {
     if (api.isCommandOpen())
       throw data::invalid(className, "run", _("'%s' is not for pieces of a command.", action));
     api.externalProcessKSL({action});
@@ -241,7 +253,7 @@ Outcome Session::redo()
 Outcome Session::performOnFile(const std::string& fileName, bool written,
                                std::string (*text)(const std::string&))
 {
-  return perform([&](KSLCoreAPI& api) {
+  return perform(Text::made, [&](KSLCoreAPI& api) {
     const std::string problem = fileNameProblem(fileName, written);
     if (!problem.empty())
       throw data::invalid(className, written ? "save" : "load",
@@ -262,7 +274,7 @@ Outcome Session::load(const std::string& fileName)
 
 // -------------------------------------------------------------------------------------------- a command in pieces
 
-Session::Command::Command(Session& session) : m_session(session)
+Session::Command::Command(Session& session, std::string title) : m_session(session), m_title(std::move(title))
 {
   const Context::Scope scope(session.m_impl->context);
   SessionModel& model = *session.m_impl->model;
@@ -296,7 +308,7 @@ Outcome Session::Command::finish(bool keep)
       KSLCoreAPI::instance()->endCommand(keep);
     model.forgetCommand();
   }
-  return m_outcome = model.endNotes();
+  return m_outcome = model.endNotes(m_title);
 }
 
 // -------------------------------------------------------------------------------------------------------- queries
@@ -392,6 +404,23 @@ std::vector<std::string> Session::objects(const std::string& typeOrCategory) con
         paths.push_back(object.getPath());
     });
     return paths;
+  });
+}
+
+Plan Session::plan(const std::string& text, const TextSource& source) const
+{
+  return ask([&]() -> Plan {
+    const std::vector<std::string> lines = StringUtilities::stringToVector(text, '\n');
+    if (isBlank(lines))
+      return {};
+    try {
+      requireEnds(lines, source);
+    } catch (const Error& error) {
+      Plan plan;
+      plan.steps.push_back({{}, {ErrorMsg(error)}, true});
+      return plan;
+    }
+    return Planner({"load", "preferences", "setViewportView"}).plan({{lines, source}});
   });
 }
 

@@ -44,6 +44,19 @@ bool environmentNamesLibraries()
   return path && *path;
 }
 
+ErrorMsg withoutPlace(ErrorMsg error)
+{
+  if (!error.getDiagnostic() || !error.getDiagnostic()->source.empty())
+    return error;
+  Diagnostic rest = *error.getDiagnostic();
+  rest.line = rest.column = rest.length = 0;
+  rest.lineText.clear();
+  for (Diagnostic::Note& note : rest.notes)
+    note.line = note.column = 0;
+  error.setDiagnostic(std::make_shared<const Diagnostic>(std::move(rest)));
+  return error;
+}
+
 }  // namespace
 
 SessionModel::Commands::~Commands()
@@ -114,9 +127,9 @@ void SessionModel::registerExecutors()
 
 void SessionModel::Sink::report(const ErrorMsg& error)
 {
-  m_owner->m_reports.push_back(error);
+  m_owner->m_reports.push_back(m_owner->m_placesKnown ? error : withoutPlace(error));
   if (ErrorSink* next = m_owner->m_options.sink)
-    next->report(error);
+    next->report(m_owner->m_reports.back());
   else if (m_owner->m_inside == 0)
     std::cerr << toText(error) << '\n';
 }
@@ -157,11 +170,12 @@ Outcome SessionModel::outcomeSince(std::size_t reportCount) const
   return outcome;
 }
 
-Outcome SessionModel::endNotes()
+Outcome SessionModel::endNotes(const std::string& title)
 {
   if (m_tookBack && m_rolledBack == 0)
     m_rolledBack = KSLInterface::instance()->getLastRecoverySize();
   Outcome outcome = outcomeSince(0);
+  outcome.m_title = title;
   std::vector<Change> changes = m_changes.take();
   if (!m_tookBack && !changes.empty())
     outcome.m_changes = std::make_shared<const std::vector<Change>>(std::move(changes));

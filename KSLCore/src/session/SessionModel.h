@@ -44,13 +44,29 @@ class SessionModel {
   };
   bool isInside() const { return m_inside > 0; }
 
+  // Whether people know the text that is run while it lives, so that places in it can be told to them.
+  class Places {
+   public:
+    Places(SessionModel& model, bool known) : m_known(model.m_placesKnown), m_before(m_known)
+    {
+      m_known = known;
+    }
+    ~Places() { m_known = m_before; }
+    Places(const Places&) = delete;
+    Places& operator=(const Places&) = delete;
+
+   private:
+    bool& m_known;
+    bool m_before;
+  };
+
   // What is reported and changed from here on belongs to the command that begins.
   void beginNotes();
   std::size_t reportCount() const { return m_reports.size(); }
   // What was reported since there were so many.
   Outcome outcomeSince(std::size_t reportCount) const;
   // What came of the command; also the last one's from now on. Tells the observers.
-  Outcome endNotes();
+  Outcome endNotes(const std::string& title = {});
   const Outcome& last() const { return m_last; }
 
   void report(const Error& error);
@@ -108,6 +124,7 @@ class SessionModel {
   std::size_t m_rolledBack = 0;
   std::size_t m_inside = 0;  // operations under way, one within the other
   bool m_commandFailed = false;
+  bool m_placesKnown = true;
   Outcome m_last;
   std::map<int, Session::Observer> m_observers;
   int m_newestObserver = 0;

@@ -1,6 +1,7 @@
 #include "platform/ORVContext.h"
 #include "platform/ORVError.h"
 #include "platform/internal/ContextLocal.h"
+#include "platform/internal/SharedLocks.h"
 
 #include <array>
 #include <cstdlib>
@@ -16,9 +17,8 @@ namespace {
 
 constexpr const char* source = "platform/src/Context";
 
-// All variables that a context has ever asked for.
+// All variables that a context has ever asked for; under its lock.
 struct Slots {
-  std::mutex mutex;
   std::uint32_t last = 0;
   std::array<const ContextSlot*, maxContextSlots> all{};
 };
@@ -45,7 +45,7 @@ struct ContextValues : ContextTable {
 
 void ContextSlot::takeIndex() noexcept
 {
-  const std::lock_guard lock(slots.mutex);
+  const std::lock_guard lock(SharedLocks::slots());
   if (m_index.load(std::memory_order_relaxed) != 0)
     return;
   if (!assertThat(slots.last + 1 < maxContextSlots, "there are slots for all variables of contexts", source))

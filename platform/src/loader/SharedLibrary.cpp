@@ -2,6 +2,7 @@
 #include "platform/ORVError.h"
 #include "platform/ORVUtilities.h"
 #include "platform/internal/ContextLocal.h"
+#include "platform/internal/SharedLocks.h"
 #include "OwnDirectory.h"
 
 #include <array>
@@ -25,14 +26,6 @@ CalculateFunction::~CalculateFunction() = default;
 namespace {
 
 constinit ContextLocal<SharedLibrary*> theLoader(ContextEnd::libraries, &SharedLibrary::destroyInstance);
-
-// Of whoever calls the loader: what it gives is read after its own locks are gone. A library that is loaded may load
-// others.
-std::recursive_mutex& loaderMutex()
-{
-  static std::recursive_mutex& mutex = *new std::recursive_mutex;
-  return mutex;
-}
 
 // What the loader said, and nothing of an earlier failure.
 std::string loaderError()
@@ -209,7 +202,7 @@ SharedLibrary::SharedLibrary() = default;
 
 SharedLibrary::~SharedLibrary()
 {
-  const std::lock_guard lock(loaderMutex());
+  const std::lock_guard lock(SharedLocks::loader());
   for (const auto& [library, handle] : m_handles)
     dlclose(handle);
 }
@@ -263,7 +256,8 @@ void SharedLibrary::provide(const std::string& library, Source source)
 
 SharedLibrary::Factory SharedLibrary::find(const std::string& library, const std::string& function)
 {
-  const std::lock_guard lock(loaderMutex());
+  const std::lock_guard lock(
+      SharedLocks::loader());  // what the loader gives is read after its own locks are gone
   void* const handle = open(library);
   if (!handle)
     return nullptr;

@@ -2,9 +2,11 @@
 
 #include "platform/ORVError.h"
 #include "platform/internal/ContextLocal.h"
+#include "platform/internal/SharedLocks.h"
 #include "ExactUnits.h"
 #include "UnitNames.h"
 
+#include <atomic>
 #include <cmath>
 #include <locale.h>
 #include <map>
@@ -177,12 +179,18 @@ UnitsDatabase::~UnitsDatabase() = default;
 
 UnitsDatabase& UnitsDatabase::instance()
 {
-  static UnitsDatabase& database = *new UnitsDatabase;
-  return database;
+  static constinit std::atomic<UnitsDatabase*> database = nullptr;
+  if (UnitsDatabase* made = database.load(std::memory_order_acquire))
+    return *made;
+  const std::lock_guard lock(SharedLocks::units());
+  UnitsDatabase* made = database.load(std::memory_order_relaxed);
+  if (!made)
+    database.store(made = new UnitsDatabase, std::memory_order_release);
+  return *made;
 }
 
 UnitsDatabase::Dictionary::Dictionary(const UnitsDatabase& database)
-    : m_lock(database.m_mutex),
+    : m_lock(SharedLocks::units()),
       m_dictionary(*database.m_system)
 {}
 
@@ -213,7 +221,7 @@ std::optional<ParsedUnits> UnitsDatabase::parse(std::string_view units) const
 
 std::optional<ParsedUnits> UnitsDatabase::parseNew(std::string_view units) const
 {
-  const std::lock_guard lock(m_mutex);
+  const std::lock_guard lock(SharedLocks::units());
   PackageCall call;
   std::optional<std::string> text = translateUnits(units, *m_system);
   if (!text)

@@ -51,7 +51,6 @@ class UnitsDatabase {
   ~UnitsDatabase();
   std::optional<ParsedUnits> parseNew(std::string_view units) const;
 
-  mutable std::mutex m_mutex;  // whoever calls the package
   std::unique_ptr<System> m_system;
 };
 
