@@ -52,6 +52,33 @@ struct SchedulerObject::Graph::Calculation {
   const SchedulerObject* scheduler;
   Calculation* outer;
   std::string lostName;
+
+  const std::string& name() const { return scheduler ? scheduler->m_name : lostName; }
+  std::string path() const { return scheduler ? scheduler->getPath() : std::string(); }
+
+  // REQUIRES: called from a handler, of what the calculation threw. Reports it, or lets it out with what is known of
+  // it. Functions apart: what reports need takes no stack in updates that nest.
+  [[gnu::noinline]] void fail(Error& error, bool isCaught) const
+  {
+    error.concern(path());
+    if (!isCaught)
+      throw;
+    ErrorProgressReporter::instance()->reportError(error);
+  }
+  [[gnu::noinline]] void fail(const std::exception& failure, bool isCaught) const
+  {
+    Diagnostic more = concernOf(failure);
+    more.object = path();
+    if (!isCaught)
+      rethrow(failure, std::move(more));
+    report(_("Operation '%s' failed (system exception: %s).", name(), failure.what()), std::move(more));
+  }
+  [[gnu::noinline]] void fail(bool isCaught) const
+  {
+    if (!isCaught)
+      throw;
+    report(_("Operation '%s' failed with unrecognized exception.", name()), {.object = path()});
+  }
 };
 
 constinit ContextLocal<SchedulerObject::Graph> SchedulerObject::Graph::s_current(ContextEnd::memory, [] {
@@ -212,14 +239,6 @@ inline void SchedulerObject::Walk::calculate(SchedulerObject& scheduler)
       graph.calculation = &calculation;
     }
     ~Scope() { graph.calculation = calculation.outer; }
-    const std::string& name() const
-    {
-      return calculation.scheduler ? calculation.scheduler->m_name : calculation.lostName;
-    }
-    std::string path() const
-    {
-      return calculation.scheduler ? calculation.scheduler->getPath() : std::string();
-    }
     Graph& graph;
     Graph::Calculation calculation;
   } scope(m_graph, scheduler);
@@ -230,26 +249,15 @@ inline void SchedulerObject::Walk::calculate(SchedulerObject& scheduler)
   } catch (const Unwind&) {
     throw;
   } catch (Error& error) {
-    error.concern(scope.path());
-    if (!m_graph.catchExceptions)
-      throw;
-    ErrorProgressReporter::instance()->reportError(error);
+    scope.calculation.fail(error, m_graph.catchExceptions);
   } catch (const std::exception& failure) {
-    Diagnostic more = concernOf(failure);
-    more.object = scope.path();
-    if (m_graph.catchExceptions)
-      report(_("Operation '%s' failed (system exception: %s).", scope.name(), failure.what()),
-             std::move(more));
-    else
-      rethrow(failure, std::move(more));
+    scope.calculation.fail(failure, m_graph.catchExceptions);
 #ifdef __GLIBCXX__
   } catch (const abi::__forced_unwind&) {  // of a thread that is cancelled; not to be stopped
     throw;
 #endif
   } catch (...) {
-    if (!m_graph.catchExceptions)
-      throw;
-    report(_("Operation '%s' failed with unrecognized exception.", scope.name()), {.object = scope.path()});
+    scope.calculation.fail(m_graph.catchExceptions);
   }
 }
 
