@@ -17,7 +17,7 @@ FOLDERS = ["platform", "KSLCore", "host", "plugins"]
 
 # Formatted texts that are no reports and no part of one that could be looked up.
 OTHERS = {
-    " Looked for in '%s' and the system's places.", " [%s]", " for parameter '%s'", "%d changed, %d recalculated, %s\\n", "%d added, %d changed, %d deleted",
+    ", ... (%d)", " Looked for in '%s' and the system's places.", " [%s]", " for parameter '%s'", "%d changed, %d recalculated, %s\\n", "%d added, %d changed, %d deleted",
     "%d of %d %s", "%s (%s) x%d", "%s: %d more errors", "%s: %s", "%s: %s %s", "/RULES/%s:%s/Allowed Parent List",
     "%s Did you mean '%s'?", "<entry %d>", "line=%d,col=%d,", "rolled back %d changes",
 }
