@@ -66,11 +66,11 @@ Diagnostic explained(const NamedTargets::Fault& fault, const KSLObject& owner, c
 
 }  // namespace
 
-void NamedTargets::Fault::raise(const KSLObject& owner, const std::string& param) const
+void NamedTargets::Fault::raise(const KSLObject& owner, const std::string& parameter) const
 {
   const auto raiseAs = [&](auto error) {
     error.setNotes(notes);
-    throw diagnosed(std::move(error), explained(*this, owner, param));
+    throw diagnosed(std::move(error), explained(*this, owner, parameter));
   };
   if (missing || ambiguous)
     raiseAs(data::notFound("GenericKSLObject", function, message));
