@@ -46,7 +46,8 @@ struct SessionOptions {
 };
 
 // Owns all that a model needs, from the rules to the history, in a Context of its own: what KSLCoreAPI::instance() and the
-// like are while an operation of the session runs. Sessions share nothing. Everything done here can be done with those classes, and both may be mixed.
+// like are while an operation of the session runs. Sessions share nothing. Everything done here can be done with those
+// classes, and both may be mixed.
 //
 //   orv::Session session;
 //   orv::Outcome done = session.run("CUT: a\n  Offset = 2 [m]\nEND\n");
@@ -59,8 +60,9 @@ struct SessionOptions {
 // exist.", and what KSLObject throws. Objects are named by path ("/CUT:a"; "/" is the root), top-level ones also by
 // name.
 //
-// For one thread at a time; calculations and observers are called on the thread of the command. Not to be ended while a
-// Scope of it lives, nor from within a command.
+// For one thread at a time: what is called while another thread is inside throws what Context::Scope does. Calculations
+// and observers are called on the thread of the command. Not to be ended while a Scope of it lives, nor from within a
+// command.
 class ORV_API Session {
  public:
   using Options = SessionOptions;
