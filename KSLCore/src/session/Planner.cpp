@@ -73,7 +73,7 @@ class Rehearsal {
     ErrorProgressReporter::instance()->setSink(&m_errors);
     ErrorProgressReporter::instance()->setVerbose(false);
     ProgressWatcher::set(nullptr);
-    OutputFiles::instance()->setDropping(true);
+    OutputFiles::instance()->setNames(&OutputFiles::nowhere);
     watchObjects();
   }
 
