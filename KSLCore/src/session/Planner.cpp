@@ -15,7 +15,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <csignal>
-#include <cstring>
 #include <fcntl.h>
 #include <poll.h>
 #include <set>
@@ -134,7 +133,7 @@ class Pipe {
   Pipe()
   {
     if (::pipe2(m_ends, O_CLOEXEC) != 0)
-      fail(std::strerror(errno));
+      fail(Error::getSystemError(errno));
   }
   Pipe(const Pipe&) = delete;
   Pipe& operator=(const Pipe&) = delete;
@@ -209,7 +208,7 @@ Plan Planner::plan(const std::vector<Planner::Text>& texts) const
   Pipe pipe;
   const pid_t copy = ::fork();
   if (copy < 0)
-    fail(std::strerror(errno));
+    fail(Error::getSystemError(errno));
   if (copy == 0)
     rehearse(texts, m_harmless, pipe);
   pipe.closeEnd(1);
