@@ -152,13 +152,16 @@ class PackageTest(unittest.TestCase):
         self.assertEqual(run("./questions", cwd=self.folder, fails=True),
                          "warning[8] KSLCoreC::reportError: a text\nnothing there\n")
 
-    def test_smallest_plugin_by_the_documented_line(self):
-        smallest = SOURCES / "plugins/smallest"
-        shutil.copy(smallest / "smallest.cpp", self.folder)
+    def build_smallest_plugin(self):
+        for file in ("smallest.cpp", "rings.ksl"):
+            shutil.copy(SOURCES / "plugins/smallest" / file, self.folder)
         line = re.search(r"^ {4}(c\+\+ .*-shared.*)$", (SOURCES / "docs/plugins.md").read_text(), re.MULTILINE)[1]
         run("sh", "-c", line.replace("c++", str(arguments.cxx), 1), cwd=self.folder)
-        state = run(self.ksl, "run", "--library", smallest / "rings.ksl", "-e", "RING: a\nEND", "--state",
-                    cwd=self.folder, ORV_KSL_PLUGIN_PATH=".")
+
+    def test_smallest_plugin_by_the_documented_line(self):
+        self.build_smallest_plugin()
+        state = run(self.ksl, "run", "--library", "rings.ksl", "-e", "RING: a\nEND", "--state", cwd=self.folder,
+                    ORV_KSL_PLUGIN_PATH=".")
         self.assertIn("Area = 9.42477796076938 [m^2]", state)
         self.assertFalse([file for file in self.files if "libsmallest" in file.name], "the example is no product")
 
@@ -214,11 +217,14 @@ class PackageTest(unittest.TestCase):
         package = next((file.parent for file in self.files if file.name.startswith("_ksl.cpython")), None)
         if package is None:
             self.skipTest("built without KSL_PYTHON")
-        place = {} if arguments.fresh else {"PYTHONPATH": str(package.parent)}
+        self.build_smallest_plugin()  # which finds the library that the module has loaded for itself
         python = (f"import ksl\ns = ksl.Session()\ns.run({COMMAND!r})\nassert s.plan('CUT: b\\nEND')\n"
                   "try:\n  s.run('NONE: b\\nEND', source='b.ksl')\nexcept ksl.Error as e:\n"
-                  "  assert (e.file, e.line) == ('b.ksl', 1)\nprint(s.state(), end='')")
-        self.assertEqual(run("/usr/bin/python3", "-W", "error", "-c", python, cwd=self.folder, **place), STATE)
+                  "  assert (e.file, e.line) == ('b.ksl', 1)\nprint(s.state(), end='')\n"
+                  "r = ksl.Session('rings.ksl')\nr.run('RING: a\\nEND')\nprint(r['a']['Area'])")
+        place = {} if arguments.fresh else {"PYTHONPATH": str(package.parent)}
+        self.assertEqual(run("/usr/bin/python3", "-W", "error", "-c", python, cwd=self.folder, ORV_KSL_PLUGIN_PATH=".",
+                             **place), STATE + "9.42477796076938 [m^2]\n")
 
 
 def main():
