@@ -130,6 +130,10 @@ class Object(Mapping[str, Value]):
         """One command."""
         self.update({name: value})
 
+    @overload
+    def update(self, values: Mapping[str, Settable], /, **named: Settable) -> _ksl.Outcome: ...
+    @overload
+    def update(self, values: Iterable[tuple[str, Settable]] = ..., /, **named: Settable) -> _ksl.Outcome: ...
     def update(self, values: Mapping[str, Settable] | Iterable[tuple[str, Settable]] = (), /,
                **named: Settable) -> _ksl.Outcome:
         """Sets several parameters with one command; names that are no words go into the mapping."""
