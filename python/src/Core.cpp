@@ -164,7 +164,7 @@ void Core::raiseStopped()
     return;
   py::error_already_set stop = std::move(*m_stop);
   m_stop.reset();
-  throw stop;
+  throw py::error_already_set(std::move(stop));
 }
 
 py::object Core::takeCause()
