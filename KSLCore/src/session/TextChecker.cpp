@@ -96,13 +96,16 @@ class TextChecker::Impl {
 
   std::vector<NameInText> names()
   {
-    for (const LaterUse& use : m_uses) {
-      m_names.begin(*use.tree, use.text);
-      if (m_expressions.count(use.name) > 0)
-        m_names.addUses(use.node, use.name, true, use.name);
-      else if (const CheckedObjects::Hit hit = resolveVariable(CheckedObjects::root, use.name); hit.fits)
-        m_names.addUses(use.node, use.name, false, m_objects[hit.object].path);
-    }
+    for (const Missing& missing : m_missing)
+      if (const CheckedObjects::Hit hit = resolve(missing.object, *missing.param, missing.item);
+          hit.object != CheckedObjects::none) {
+        m_names.begin(*missing.place.tree, missing.place.text);
+        m_names.addItem(missing.place.node, missing.number, m_objects[hit.object].path);
+      }
+    for (const MissingName& missing : m_missingNames)
+      addUse(missing.object, missing.name, missing.place);
+    for (const LaterUse& use : m_uses)
+      addUse(use.object, use.name, use.place);
     return m_names.take();
   }
 
@@ -133,12 +136,17 @@ class TextChecker::Impl {
     const CheckedParam* param;
   };
   using Expression = CheckedExpression;
-  // A name in the definition of an expression, which may come before what it names.
-  struct LaterUse {
+  // A place that names something, in a text that may be done with.
+  struct Place {
     const SyntaxTree* tree;
     std::size_t text;
     Index node;
+  };
+  // A name in the definition of an expression, which may come before what it names.
+  struct LaterUse {
+    ObjectIndex object;
     std::string name;
+    Place place;
   };
   // An object that was not there when it was named.
   struct Missing {
@@ -146,6 +154,8 @@ class TextChecker::Impl {
     ObjectIndex object;
     const CheckedParam* param;
     std::string item;
+    Place place;
+    std::size_t number;  // of the item in the value
   };
 
   // A name of an expression that was not defined when it was used.
@@ -153,6 +163,7 @@ class TextChecker::Impl {
     std::size_t finding;
     ObjectIndex object;
     std::string name;
+    Place place;
   };
 
   CheckFinding& add(ErrorMsg error, Index node, LeafKind leaf, std::string subject)
@@ -168,6 +179,17 @@ class TextChecker::Impl {
     if (param)
       finding.parameter = param->definition->getName();
     return finding;
+  }
+
+  Place placeOf(Index node) const { return {m_tree, m_text, node}; }
+
+  void addUse(ObjectIndex object, const std::string& name, const Place& place)
+  {
+    m_names.begin(*place.tree, place.text);
+    if (m_expressions.count(name) > 0)
+      m_names.addUses(place.node, name, true, name);
+    else if (const CheckedObjects::Hit hit = resolveVariable(object, name); hit.fits)
+      m_names.addUses(place.node, name, false, m_objects[hit.object].path);
   }
 
   // ---- statements
@@ -278,7 +300,7 @@ class TextChecker::Impl {
       return;
     m_names.addDefined(node, name);
     for (const std::string& used : expression.uses)
-      m_uses.push_back({m_tree, m_text, node, used});
+      m_uses.push_back({CheckedObjects::root, used, placeOf(node)});
   }
 
   // The names that it uses.
@@ -424,7 +446,7 @@ class TextChecker::Impl {
       if (!hit.candidates.empty())
         addAmbiguous(pending, name, hit.candidates);
       else if (hit.object == CheckedObjects::none)
-        addMissing(pending, item, name);
+        addMissing(pending, item, name, place);
       else if (!hit.fits && m_objects[pending.object].type->hasScheduler(definition.getLocalType()))
         add(error("GenericKSLObject", "makeParentLinks",
                   _("Cannot connect parameter %s to object %s(it does not have Scheduler type %s).",
@@ -433,7 +455,8 @@ class TextChecker::Impl {
     }
   }
 
-  void addMissing(const Pending& pending, const std::string& item, const std::string& name)
+  void addMissing(const Pending& pending, const std::string& item, const std::string& name,
+                  std::size_t number)
   {
     if (m_unforeseen)
       return;
@@ -442,7 +465,8 @@ class TextChecker::Impl {
         add(error("GenericKSLObject", "makeParentLinks",
                   _("Object '%s' referred to in '%s' does not exist.", name, definition.getName())),
             pending.node, LeafKind::value, name, pending.object, pending.param);
-    m_missing.push_back({m_findings.size() - 1, pending.object, pending.param, item});
+    m_missing.push_back(
+        {m_findings.size() - 1, pending.object, pending.param, item, placeOf(pending.node), number});
     constexpr std::size_t most = 50;  // of the findings that list what there is
     if (m_missing.size() > most)
       return;
@@ -512,7 +536,7 @@ class TextChecker::Impl {
               _("Expression '%s' depends on a variable '%s' which does not exist.", pending.value, name)),
         pending.node, LeafKind::value, name, pending.object, pending.param)
         .valid = expressionNames();
-    m_missingNames.push_back({m_findings.size() - 1, pending.object, name});
+    m_missingNames.push_back({m_findings.size() - 1, pending.object, name, placeOf(pending.node)});
   }
 
   std::vector<std::string> expressionNames() const
@@ -587,7 +611,8 @@ class TextChecker::Impl {
         isHere ? expression.object : user->object, nullptr);
     finding.parameter = isHere ? name : user->param->definition->getName();
     finding.valid = expressionNames();
-    m_missingNames.push_back({m_findings.size() - 1, CheckedObjects::root, used});
+    m_missingNames.push_back(
+        {m_findings.size() - 1, CheckedObjects::root, used, placeOf(isHere ? expression.node : user->node)});
   }
 
   // ---- contexts
