@@ -114,6 +114,11 @@ LspPosition LspText::positionOf(std::size_t offset) const
 {
   offset = std::min(offset, text().size());
   const auto line = std::upper_bound(m_starts.begin(), m_starts.end(), offset) - 1;
-  return {static_cast<std::size_t>(line - m_starts.begin()),
-          unitsIn(std::string_view(text()).substr(*line, offset - *line))};
+  LspPosition position{static_cast<std::size_t>(line - m_starts.begin()), 0};
+  for (std::size_t at = *line; at < offset;) {
+    const std::size_t size = bytesAt(text(), at);
+    at += size;
+    position.character += at > offset ? 0 : size == 4 ? 2 : 1;
+  }
+  return position;
 }
