@@ -697,6 +697,24 @@ class TextChecker::Impl {
       followCopy(node, words);
     } else if (isUnforeseen(words.front())) {
       m_unforeseen = true;
+    } else if (m_collects) {
+      noteMentions(node, words);
+    }
+  }
+
+  // Objects that an action looks at: all that are named by path, or where the action takes objects alone.
+  void noteMentions(Index node, const std::vector<std::string>& words)
+  {
+    static const std::set<std::string>& looking =
+        *new std::set<std::string>{"forceupdate", "fu", "getstate", "s"};
+    for (std::size_t i = 1; i < words.size(); ++i) {
+      const std::string word = words[i].substr(words[i].find('=') + 1);
+      if (word.empty() || (word.front() != '/' && looking.count(words.front()) == 0))
+        continue;
+      bool isAmbiguous = false;
+      const ObjectIndex object = m_objects.findNamed(word, isAmbiguous);
+      if (object != CheckedObjects::none && !isAmbiguous)
+        m_names.addArgument(node, word, m_objects[object].path);
     }
   }
 
