@@ -225,17 +225,17 @@ class Names(Workspace):
         super().setUp()
         self.texts = {"a.ksl": "CUT: Mid\nEND\nEXPRESSIONS:\n  width = 2 [m]\n  twice = 2 * width\nEND\n",
                       "b.ksl": "BAND: b\n  Location = /CUT:Mid\nEND\nBAND: c\n  Location = Mid\nEND\n"
-                               "CUT: d\n  Offset = width + 1 [m]\nEND\n> delete Mid\n"}
+                               "CUT: d\n  Offset = width + 1 [m]\nEND\n> fu Mid, /BAND:b\n> delete Mid\n"}
         self.uris = {name: self.file(name, text) for name, text in self.texts.items()}
 
     def test_definition_and_references(self):
         a, b = self.uris["a.ksl"], self.uris["b.ksl"]
         with Client(self.folder) as client:
-            for line, character in ((1, 22), (4, 14), (9, 10)):
+            for line, character in ((1, 22), (4, 14), (9, 6), (10, 10)):
                 self.assertEqual(client.at("definition", b, line, character), [{"uri": a, "range": span(0, 5, 8)}])
             found = client.at("references", a, 0, 6, context={"includeDeclaration": False})
             self.assertEqual([(each["uri"], each["range"]) for each in found],
-                             [(b, span(1, 18, 21)), (b, span(4, 13, 16)), (b, span(9, 9, 12))])
+                             [(b, span(1, 18, 21)), (b, span(4, 13, 16)), (b, span(9, 5, 8)), (b, span(10, 9, 12))])
             self.assertEqual(client.at("definition", b, 7, 12), [{"uri": a, "range": span(3, 2, 7)}])
             self.assertEqual(len(client.at("references", a, 4, 16, context={"includeDeclaration": True})), 3)
             self.assertIn("Axis", client.at("hover", a, 0, 1)["contents"]["value"])

@@ -95,8 +95,6 @@ class ORV_API TextChecker {
 
  private:
   class Impl;
-  std::unique_ptr<CheckMemory> m_ownMemory;  // when none is given
-  CheckMemory* m_memory;
   std::unique_ptr<Impl> m_impl;
 };
 

@@ -50,12 +50,19 @@ bool mayHoldNames(std::string_view text)
   return false;
 }
 
+bool takesObjectsAlone(std::string_view action)
+{
+  return action == "forceupdate" || action == "fu" || action == "getstate" || action == "s";
+}
+
 }  // namespace
 
 class TextChecker::Impl {
  public:
-  Impl(const std::vector<std::string>& actions, CheckMemory::Impl& memory)
-      : m_memory(memory),
+  // `own` is the memory when the caller has none.
+  Impl(const std::vector<std::string>& actions, CheckMemory::Impl& memory, std::unique_ptr<CheckMemory> own)
+      : m_ownMemory(std::move(own)),
+        m_memory(memory),
         m_actions(actions.begin(), actions.end())
   {
     for (const KSLObject* object : ObjectDB::instance()->getAllObjects())
@@ -91,6 +98,8 @@ class TextChecker::Impl {
     checkContexts();
     ++m_text;
   }
+
+  KnownStatements& knownOf(std::size_t key) { return m_memory.texts[key]; }
 
   void collectNames() { m_collects = true; }
 
@@ -697,6 +706,22 @@ class TextChecker::Impl {
       followCopy(node, words);
     } else if (isUnforeseen(words.front())) {
       m_unforeseen = true;
+    } else if (m_collects) {
+      noteMentions(node, words);
+    }
+  }
+
+  // Objects that an action looks at: all that are named by path, or where the action takes objects alone.
+  void noteMentions(Index node, const std::vector<std::string>& words)
+  {
+    for (std::size_t i = 1; i < words.size(); ++i) {
+      const std::string word = words[i].substr(words[i].find('=') + 1);
+      if (word.empty() || (word.front() != '/' && !takesObjectsAlone(words.front())))
+        continue;
+      bool isAmbiguous = false;
+      const ObjectIndex object = m_objects.findNamed(word, isAmbiguous);
+      if (object != CheckedObjects::none && !isAmbiguous)
+        m_names.addArgument(node, word, m_objects[object].path);
     }
   }
 
@@ -751,6 +776,7 @@ class TextChecker::Impl {
       finding.isLater = m_objects[hit.object].text != finding.text;
   }
 
+  const std::unique_ptr<CheckMemory> m_ownMemory;
   CheckMemory::Impl& m_memory;
   CheckedTypes& m_types = m_memory.types;
   CheckedObjects m_objects{m_types};
@@ -785,14 +811,14 @@ void CheckMemory::forget(std::size_t key)
 }
 
 TextChecker::TextChecker(const std::vector<std::string>& actions)
-    : m_ownMemory(std::make_unique<CheckMemory>()),
-      m_memory(m_ownMemory.get()),
-      m_impl(std::make_unique<Impl>(actions, *m_memory->m_impl))
-{}
+{
+  auto memory = std::make_unique<CheckMemory>();
+  CheckMemory::Impl& known = *memory->m_impl;
+  m_impl = std::make_unique<Impl>(actions, known, std::move(memory));
+}
 
 TextChecker::TextChecker(const std::vector<std::string>& actions, CheckMemory& memory)
-    : m_memory(&memory),
-      m_impl(std::make_unique<Impl>(actions, *memory.m_impl))
+    : m_impl(std::make_unique<Impl>(actions, *memory.m_impl, nullptr))
 {}
 
 TextChecker::~TextChecker() = default;
@@ -805,7 +831,7 @@ void TextChecker::check(const SyntaxTree& tree)
 
 void TextChecker::check(const SyntaxTree& tree, std::size_t key)
 {
-  m_impl->check(tree, m_memory->m_impl->texts[key]);
+  m_impl->check(tree, m_impl->knownOf(key));
 }
 
 void TextChecker::collectNames()
