@@ -174,7 +174,7 @@ void LspServer::notice(const std::string& method, const LspJson& params)
 }
 
 // Texts may hold bytes that JSON cannot: they are replaced.
-void LspServer::send(LspJson message) const
+void LspServer::send(const LspJson& message) const
 {
   m_send(message.dump(-1, ' ', false, LspJson::error_handler_t::replace));
 }

@@ -44,7 +44,7 @@ class LspServer {
   void answer(const LspJson& id, const std::string& method, const LspJson& params);
   LspJson resultOf(const std::string& method, const LspJson& params);
   void notice(const std::string& method, const LspJson& params);
-  void send(LspJson message) const;
+  void send(const LspJson& message) const;
   void sendFailure(const LspJson& id, const LspFailure& failure) const;
   void tell(LspDocument& document);
   void tellGone(const std::string& uri);
