@@ -5,7 +5,7 @@
 #include "platform/ORVSystem.h"
 #include "platform/ORVUtilities.h"
 #include "command/ActionFactory.h"
-#include "actions/FileText.h"
+#include "command/FileText.h"
 #include "FileActions.h"
 #include "Host.h"
 #include "StandardStreams.h"
@@ -14,8 +14,12 @@
 #include <algorithm>
 #include <deque>
 #include <filesystem>
+#include <functional>
+#include <map>
 #include <memory>
 #include <optional>
+#include <set>
+#include <tuple>
 #include <utility>
 
 using orv::CheckFinding;
@@ -41,6 +45,18 @@ std::string plainText(std::string text)
   return orv::StringUtilities::vectorToString(lines, '\n');
 }
 
+std::string canonical(const std::string& path)
+{
+  std::error_code unknown;
+  return std::filesystem::weakly_canonical(path, unknown).string();
+}
+
+// As the header of a library does.
+bool saysClasses(const std::string& text)
+{
+  return text.find("KSLObjectClasses") != std::string::npos;
+}
+
 // Definitions: RULES stand first.
 bool isLibrary(const SyntaxTree& tree)
 {
@@ -59,18 +75,26 @@ class Check {
     for (const std::string& file : options.input.files)
       addText(file == "-" ? "<stdin>" : file, file,
               plainText(file == "-" ? readStandardInput() : orv::ORVFile::readAll(file)));
-    for (const std::string& text : options.input.texts)
-      addText("-e", {}, text);
+    for (std::size_t i = 0; i < options.input.texts.size(); ++i)
+      addText("-e" + (i == 0 ? std::string() : orv::StringUtilities::toString(i + 1)), {},
+              options.input.texts[i]);
   }
 
   // The files of definitions, and whether they say which classes there are, as a library must that needs no other.
   const std::vector<std::string>& libraries() const { return m_libraries; }
   bool definesClasses() const
   {
-    return std::any_of(m_texts.begin(), m_texts.end(), [](const Text& text) {
-      return text.tree.reading() == SyntaxTree::Reading::library
-             && text.tree.text().find("KSLObjectClasses") != std::string::npos;
+    return std::any_of(m_texts.begin(), m_texts.end(), [this](const Text& text) {
+      return std::find(m_libraries.begin(), m_libraries.end(), text.file) != m_libraries.end()
+             && saysClasses(text.tree.text());
     });
+  }
+  // One that cannot be read, which was told: the others are checked without it. False when it is none of these.
+  bool drop(const std::string& library)
+  {
+    return std::erase_if(m_libraries,
+                         [&](const std::string& file) { return canonical(file) == canonical(library); })
+           > 0;
   }
 
   std::vector<CheckFinding> findings(const Host& host) const
@@ -78,12 +102,20 @@ class Check {
     orv::TextChecker checker(host.actions().getActions());
     for (const Text& text : m_texts)
       checker.check(text.tree);
-    return checker.finish();
+    std::vector<CheckFinding> findings = checker.finish();
+    std::erase_if(findings, [this](const CheckFinding& finding) { return wasDropped(textOf(finding)); });
+    return findings;
   }
 
   const Text& textOf(const CheckFinding& finding) const { return m_texts[finding.text]; }
 
  private:
+  bool wasDropped(const Text& text) const
+  {
+    return text.tree.reading() == SyntaxTree::Reading::library
+           && std::find(m_libraries.begin(), m_libraries.end(), text.file) == m_libraries.end();
+  }
+
   // A file of definitions stands for itself, and is read as such.
   void addText(const std::string& name, const std::string& file, std::string text)
   {
@@ -104,12 +136,6 @@ class Check {
   std::vector<std::string> m_libraries;
 };
 
-std::string canonical(const std::string& path)
-{
-  std::error_code unknown;
-  return std::filesystem::weakly_canonical(path, unknown).string();
-}
-
 bool isPartOf(const std::string& file, const std::vector<std::string>& libraries)
 {
   return std::any_of(libraries.begin(), libraries.end(), [&](const std::string& library) {
@@ -118,7 +144,20 @@ bool isPartOf(const std::string& file, const std::vector<std::string>& libraries
   });
 }
 
-// Those that are in force, with the files of definitions that are checked; these alone when they need no others.
+// The folder of a file that is one of several of a library: one of the others is its header. Empty for none.
+std::string libraryAround(const std::string& file)
+{
+  const std::filesystem::path folder = std::filesystem::path(canonical(file)).parent_path();
+  std::error_code unknown;
+  for (const auto& each : std::filesystem::directory_iterator(folder, unknown))
+    if (each.is_regular_file(unknown) && each.path().extension() == std::filesystem::path(file).extension()
+        && saysClasses(orv::ORVFile::readAll(each.path().string())))
+      return folder.string();
+  return {};
+}
+
+// Those that are in force, with the files of definitions that are checked; these alone when they need no others, and the
+// library that they are a part of when they need that.
 std::vector<std::string> librariesFor(const Check& check, const TextOptions& input)
 {
   std::vector<std::string> libraries = input.libraries.empty() ? Host::usualLibraries() : input.libraries;
@@ -126,10 +165,52 @@ std::vector<std::string> librariesFor(const Check& check, const TextOptions& inp
   std::erase_if(added, [&](const std::string& file) { return isPartOf(file, libraries); });
   if (added.empty())
     return input.libraries;
-  if (!check.definesClasses())
+  if (check.definesClasses())
+    return added;
+  const std::string around = input.libraries.empty() ? libraryAround(added.front()) : std::string();
+  if (around.empty())
     added.insert(added.begin(), libraries.begin(), libraries.end());
+  else {
+    std::erase_if(added, [&](const std::string& file) { return isPartOf(file, {around}); });
+    added.insert(added.begin(), around);
+  }
   return added;
 }
+
+// Reports of a library's files go by the names that they were given here, and are made once however often it is read.
+class NamesAsGiven : public orv::ErrorSink {
+ public:
+  explicit NamesAsGiven(const std::vector<std::string>& files)
+      : m_next(orv::ErrorProgressReporter::instance()->setSink(this))
+  {
+    for (const std::string& file : files)
+      m_names[canonical(file)] = file;
+  }
+  ~NamesAsGiven() override { orv::ErrorProgressReporter::instance()->setSink(m_next); }
+  NamesAsGiven(const NamesAsGiven&) = delete;
+  NamesAsGiven& operator=(const NamesAsGiven&) = delete;
+
+  void report(const orv::ErrorMsg& error) override
+  {
+    const auto place = error.getDiagnostic();
+    if (place && !m_seen.emplace(place->source, place->line, place->column, error.getMessage()).second)
+      return;
+    const auto name = place && !m_names.empty() ? m_names.find(canonical(place->source)) : m_names.end();
+    if (name == m_names.end())
+      return m_next->report(error);
+    orv::Diagnostic renamed = *place;
+    renamed.source = name->second;
+    orv::ErrorMsg report = error;
+    report.setDiagnostic(std::make_shared<const orv::Diagnostic>(std::move(renamed)));
+    m_next->report(report);
+  }
+  void inform(std::string_view text) override { m_next->inform(text); }
+
+ private:
+  std::map<std::string, std::string> m_names;  // by canonical ones
+  std::set<std::tuple<std::string, std::size_t, std::size_t, std::string>> m_seen;
+  orv::ErrorSink* m_next;
+};
 
 // The line that a byte stands in, without its end.
 std::string lineAt(const std::string& text, std::size_t offset)
@@ -162,6 +243,28 @@ orv::ErrorMsg reportOf(const CheckFinding& finding, const Text& text)
   return report;
 }
 
+using Report = std::function<void(const Host&, const Check&)>;
+
+// False when a file of definitions could not be read, and was dropped.
+bool checked(const CheckCommand::Options& options, Check& texts, const Report& report)
+{
+  TextOptions input = options.input;
+  input.libraries = librariesFor(texts, options.input);
+  input.validate = true;
+  try {
+    withHost(input, [&](const Host& host) {
+      if (options.load.empty() || enterText(loadStateText(options.load)))
+        report(host, texts);
+    });
+  } catch (const orv::Interrupt&) {
+    throw;
+  } catch (const orv::Error& error) {
+    orv::ErrorProgressReporter::instance()->reportError(error);
+    return !error.getDiagnostic() || !texts.drop(error.getDiagnostic()->source);
+  }
+  return true;
+}
+
 }  // namespace
 
 int CheckCommand::run(const Options& options)
@@ -174,14 +277,9 @@ int CheckCommand::run(const Options& options)
     }
   };
   const int status = runReporting(options.input, [&] {
-    const Check texts(options);
-    TextOptions input = options.input;
-    input.libraries = librariesFor(texts, options.input);
-    input.validate = true;
-    withHost(input, [&](const Host& host) {
-      if (options.load.empty() || enterText(loadStateText(options.load)))
-        report(host, texts);
-    });
+    Check texts(options);
+    const NamesAsGiven names(texts.libraries());
+    while (!checked(options, texts, report)) {}
   });
   return status == 0 && hasWarnings && options.denyWarnings ? 1 : status;
 }

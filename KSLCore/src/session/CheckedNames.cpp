@@ -1,0 +1,310 @@
+#include "CheckedNames.h"
+
+#include "platform/ORVExpressions.h"
+#include "platform/ORVUtilities.h"
+#include "database/ObjectDB.h"
+#include "rules/GenericKSLObject.h"
+
+#include <algorithm>
+#include <optional>
+#include <utility>
+
+namespace orv {
+
+using LeafKind = SyntaxTree::LeafKind;
+using ObjectIndex = CheckedNames::ObjectIndex;
+
+namespace {
+
+// False only for texts that are surely numbers, with units or without: most are.
+bool mayHoldNames(std::string_view text)
+{
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    if (text[i] == '[')
+      i = std::min(text.find(']', i), text.size() - 1);
+    else if ((text[i] | 0x20) >= 'a' && (text[i] | 0x20) <= 'z')
+      return true;
+  }
+  return false;
+}
+
+}  // namespace
+
+CheckedNames::CheckedNames(CheckState& state) : m_state(state)
+{
+  for (const KSLObject* object : ObjectDB::instance()->getAllObjects())
+    if (const auto* computing = dynamic_cast<const GenericKSLObject*>(object);
+        computing && computing->definesNames())
+      computing->forEachDefinedName([this](const std::string& name) { m_expressions[name]; });
+}
+
+void CheckedNames::note(Index node, ObjectIndex object, const CheckedParam& param, const std::string& value)
+{
+  const GenericKSLObject* computing = m_state.objects[object].type->computing;
+  const bool isExpression = param.isExpression && mayHoldNames(value);
+  if (!computing || computing->waitsWithoutError() || !(param.isReference || isExpression))
+    return;
+  if (isExpression && param.values.takesText())
+    checkExpression(node, object, param.definition->getName(), value);
+  m_pending.push_back({object, node, &param, value});
+}
+
+void CheckedNames::noteDefault(ObjectIndex object, const CheckedParam& param)
+{
+  if (param.isReference || param.isExpression)
+    m_pending.push_back({object, 0, &param, {}});
+}
+
+void CheckedNames::noteDefinition(Index node, ObjectIndex object, const std::string& name,
+                                  const std::string& value)
+{
+  m_expressions[name] = {m_state.text, node, object, value, checkExpression(node, object, name, value)};
+  m_definitionsChanged = true;
+}
+
+// The names that it uses.
+std::vector<std::string> CheckedNames::checkExpression(Index node, ObjectIndex object,
+                                                       const std::string& name, const std::string& value)
+{
+  ExpressionDef expression(value);
+  try {
+    if (!value.empty())
+      expression.parse(name);
+  } catch (const Error& error) {
+    m_state.add(ErrorMsg(error), node, LeafKind::value, value, object, nullptr).parameter = name;
+  }
+  return expression.isParsed() ? expression.getNames() : std::vector<std::string>();
+}
+
+// Of a parameter that is set twice the last text counts.
+void CheckedNames::settle()
+{
+  std::set<std::pair<ObjectIndex, const CheckedParam*>> seen;
+  for (auto pending = m_pending.rbegin(); pending != m_pending.rend(); ++pending) {
+    if (!m_state.objects[pending->object].alive
+        || (m_pending.size() > 1 && !seen.emplace(pending->object, pending->param).second))
+      continue;
+    if (pending->value.empty())
+      m_links.setToDefault(pending->object, *pending->param);
+    else if (pending->param->isReference)
+      checkReference(*pending);
+    else
+      checkNames(*pending);
+  }
+  m_pending.clear();
+  if (std::exchange(m_definitionsChanged, false)) {
+    for (const std::string& name : std::set<std::string>(m_used))
+      checkUses(name, nullptr);
+    checkCircles();
+  }
+  m_links.addCircles();
+}
+
+void CheckedNames::finish()
+{
+  for (const Missing& missing : m_missing)
+    lookLater(missing);
+}
+
+void CheckedNames::checkReference(const Pending& pending)
+{
+  const ParamDefinition& definition = *pending.param->definition;
+  std::vector<ObjectIndex> targets;
+  for (const std::string& item : StringUtilities::splitValue(pending.value)) {
+    const std::string name(StringUtilities::unquoted(item));
+    if (name.empty() || definition.getAllowedValues().count(item) > 0)
+      continue;
+    const CheckedObjects::Hit hit = m_state.objects.resolve(pending.object, item, definition);
+    if (!hit.candidates.empty())
+      addAmbiguous(pending, name, hit.candidates);
+    else if (hit.object == CheckedObjects::none)
+      addMissing(pending, item, name);
+    else if (!hit.fits && m_state.objects[pending.object].type->hasScheduler(definition.getLocalType()))
+      m_state.add(CheckState::error(
+                      "GenericKSLObject", "makeParentLinks",
+                      _("Cannot connect parameter %s to object %s(it does not have Scheduler type %s).",
+                        definition.getName(), m_state.objects[hit.object].path, definition.getRemoteType())),
+                  pending.node, LeafKind::value, name, pending.object, pending.param);
+    else if (hit.fits)
+      targets.push_back(hit.object);
+  }
+  m_links.set(pending.object, *pending.param, pending.node, std::move(targets));
+}
+
+void CheckedNames::addMissing(const Pending& pending, const std::string& item, const std::string& name)
+{
+  if (m_state.unforeseen)
+    return;
+  const ParamDefinition& definition = *pending.param->definition;
+  CheckFinding& finding = m_state.add(
+      CheckState::error("GenericKSLObject", "makeParentLinks",
+                        _("Object '%s' referred to in '%s' does not exist.", name, definition.getName())),
+      pending.node, LeafKind::value, name, pending.object, pending.param);
+  m_missing.push_back({m_state.findings.size() - 1, pending.object, pending.param, item});
+  constexpr std::size_t most = 50;  // of the findings that list what there is
+  if (m_missing.size() > most)
+    return;
+  for (const ObjectIndex child : m_state.objects[CheckedObjects::root].children)
+    if (m_state.objects[child].type->hasScheduler(definition.getRemoteType()))
+      finding.valid.push_back(m_state.objects[child].name);
+}
+
+void CheckedNames::addAmbiguous(const Pending& pending, const std::string& name,
+                                const std::vector<ObjectIndex>& candidates)
+{
+  CheckFinding& finding =
+      m_state.add(CheckState::error("GenericKSLObject", "makeParentLinks",
+                                    _("More than one object with name '%s' exists.", name)),
+                  pending.node, LeafKind::value, name, pending.object, pending.param);
+  for (const ObjectIndex candidate : candidates) {
+    finding.valid.push_back(m_state.objects[candidate].path);
+    finding.notes.push_back(
+        {(*m_state.tree)[pending.node].offset, _("it may be '%s'", m_state.objects[candidate].path)});
+  }
+}
+
+void CheckedNames::checkNames(const Pending& pending)
+{
+  std::vector<ObjectIndex> objects;
+  for (const std::string& item : StringUtilities::splitValue(pending.value)) {
+    ExpressionDef expression(item);
+    try {
+      expression.parse();
+    } catch (const data::invalid&) {
+      continue;  // told already
+    }
+    for (const std::string& name : expression.getUnknownFunctions())
+      m_state.add(CheckState::error("GenericKSLObject", "makeVariableLinks",
+                                    _("Expression '%s' depends on a function '%s' which does not exist.",
+                                      pending.value, name)),
+                  pending.node, LeafKind::value, name, pending.object, pending.param);
+    for (const std::string& name : expression.getNames())
+      checkName(pending, name, objects);
+  }
+  m_links.set(pending.object, *pending.param, pending.node, std::move(objects));
+}
+
+// An object that the name stands for is added.
+void CheckedNames::checkName(const Pending& pending, const std::string& name,
+                             std::vector<ObjectIndex>& objects)
+{
+  const CheckedType& type = *m_state.objects[pending.object].type;
+  const bool isLocal = name != pending.param->definition->getName() && type.findParam(name);
+  if (isLocal)
+    return;
+  if (m_expressions.count(name) > 0)
+    return checkUses(name, &pending);
+  const CheckedObjects::Hit hit = m_state.objects.resolve(
+      pending.object, name, {}, [](const CheckedType& candidate) { return candidate.isVariable; });
+  if (!hit.candidates.empty())
+    addAmbiguous(pending, name, hit.candidates);
+  else if (hit.object == CheckedObjects::none && !m_state.unforeseen)
+    m_state
+        .add(CheckState::error(
+                 "GenericKSLObject", "makeVariableLinks",
+                 _("Expression '%s' depends on a variable '%s' which does not exist.", pending.value, name)),
+             pending.node, LeafKind::value, name, pending.object, pending.param)
+        .valid = expressionNames();
+  else if (hit.object != CheckedObjects::none && !hit.fits)
+    m_state.add(
+        CheckState::error("GenericKSLObject", "makeVariableLinks",
+                          _("Expression '%s' tries to use object '%s' as a variable.", pending.value, name)),
+        pending.node, LeafKind::value, name, pending.object, pending.param);
+  else if (hit.fits)
+    objects.push_back(hit.object);
+}
+
+std::vector<std::string> CheckedNames::expressionNames() const
+{
+  std::vector<std::string> names;
+  for (const auto& [name, expression] : m_expressions)
+    names.push_back(name);
+  return names;
+}
+
+// A name that is used, and what the expression of this name uses in its turn. Told where the expression stands, else at
+// its user.
+void CheckedNames::checkUses(const std::string& top, const Pending* user)
+{
+  std::vector<std::string> waiting{top};
+  std::set<std::string> seen{top};
+  while (!waiting.empty()) {
+    const std::string name = std::move(waiting.back());
+    waiting.pop_back();
+    const auto found = m_expressions.find(name);
+    if (found == m_expressions.end())
+      continue;
+    m_used.insert(name);
+    for (const std::string& used : found->second.uses) {
+      if (m_expressions.count(used) > 0 ? !seen.insert(used).second : isVariableObject(used))
+        continue;
+      if (m_expressions.count(used) > 0)
+        waiting.push_back(used);
+      else
+        addMissingUse(name, found->second, used, user);
+    }
+  }
+}
+
+void CheckedNames::checkCircles()
+{
+  const std::optional<std::pair<std::string, std::string>> circle = findCircle(m_expressions, m_state.text);
+  if (!circle)
+    return;
+  const auto& [name, used] = *circle;
+  const Expression& expression = m_expressions.at(name);
+  const std::string path = m_state.objects[expression.object].path;
+  m_state
+      .add(CheckState::error(
+               "SchedulerObject", "addChild",
+               name == used
+                   ? _("Tried to make object %s (%s) reference itself.", path, name)
+                   : _("Attempt to create a cyclic dependency between object %s (%s) and object %s (%s).",
+                       path, used, path, name)),
+           expression.node, LeafKind::value, used, expression.object, nullptr)
+      .parameter = name;
+}
+
+bool CheckedNames::isVariableObject(const std::string& name) const
+{
+  return m_state.objects
+      .resolve(CheckedObjects::root, name, {}, [](const CheckedType& type) { return type.isVariable; })
+      .fits;
+}
+
+void CheckedNames::addMissingUse(const std::string& name, const Expression& expression,
+                                 const std::string& used, const Pending* user)
+{
+  const bool isHere = expression.text == m_state.text;
+  if (m_state.unforeseen || (!isHere && !user))
+    return;
+  CheckFinding& finding = m_state.add(
+      CheckState::error(
+          "GenericKSLObject", "makeVariableLinks",
+          _("Expression '%s' depends on a variable '%s' which does not exist.", expression.value, used)),
+      isHere ? expression.node : user->node, LeafKind::value, used, isHere ? expression.object : user->object,
+      nullptr);
+  finding.parameter = isHere ? name : user->param->definition->getName();
+  finding.valid = expressionNames();
+}
+
+// An object that comes later is there in the end, but not in time.
+void CheckedNames::lookLater(const Missing& missing)
+{
+  const CheckedObjects::Hit hit =
+      m_state.objects.resolve(missing.object, missing.item, *missing.param->definition);
+  if (hit.object == CheckedObjects::none)
+    return;
+  CheckFinding& finding = m_state.findings[missing.finding];
+  const CheckedObjects::Object& found = m_state.objects[hit.object];
+  if (found.text == finding.text) {
+    finding.notes.push_back({found.offset, _("It is defined here, which is too late.")});
+    return;
+  }
+  finding.error = CheckState::warning(
+      "GenericKSLObject", "makeParentLinks",
+      _("Object '%s' referred to in '%s' is defined in a later text.", finding.subject, finding.parameter));
+  finding.valid.clear();
+}
+
+}  // namespace orv
