@@ -87,13 +87,16 @@ TEST(Reports, AreWholeAsShown)
   }
 }
 
-// "cut.ksl:4:10: error[4]: ..." as the file and line, and the kind of report; empty for a report without a place.
-std::string placeOf(const std::string& report)
+// Of the first error, or warning if there is none: "cut.ksl:4:10: error[4]: ..." as the file and line, and the kind of
+// report; empty for reports without a place.
+std::string placeOf(const std::string& reports)
 {
   std::smatch found;
-  const bool isPlaced =
-      std::regex_search(report, found, std::regex("^([^ :]+:[0-9]+:)[0-9]+: ([a-z]+)\\[[0-9]+\\]: "));
-  return isPlaced ? found[1].str() + found[2].str() : std::string();
+  for (const char* kind : {"error", "warning"})
+    if (std::regex_search(reports, found,
+                          std::regex(std::string("(^|\n)([^ :]+:[0-9]+:)[0-9]+: (") + kind + ")\\[")))
+      return found[2].str() + found[3].str();
+  return {};
 }
 
 // All files in the demo's language, each with its error, checked together.
