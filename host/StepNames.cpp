@@ -17,14 +17,21 @@ bool isAction(const std::string& command, std::string_view word)
   return orv::ActionExecutor::splitActionLine(command.substr(1)).front() == word;
 }
 
+// "TYPE: name" as paths have it.
+std::string pathLike(const std::string& text)
+{
+  const std::string object = orv::PathUtils::normalisePathBwdComp(text);
+  if (object.starts_with('/') || object.find(':') == std::string::npos)
+    return object;
+  const auto [type, name] = orv::StringUtilities::splitObjectTypeAndName(object);
+  return "/" + type + ":" + name;
+}
+
 // Whether a path is that of the object, or of one below it. Of an object at the top the name will do.
 bool isOf(std::string_view path, std::string_view object)
 {
-  if (object.front() != '/') {
-    path.remove_prefix(1);
-    if (object.find(':') == std::string_view::npos)
-      path.remove_prefix(std::min(path.find(':'), path.size() - 1) + 1);
-  }
+  if (object.front() != '/')
+    path.remove_prefix(path.find(':') == std::string_view::npos ? 1 : path.find(':') + 1);
   return path.starts_with(object) && (path.size() == object.size() || path[object.size()] == '/');
 }
 
@@ -63,7 +70,7 @@ void StepNames::follow(const std::string& command)
 std::size_t StepNames::undosTo(const std::string& what) const
 {
   const std::string name = orv::StringUtilities::simplifyWhitespace(what);
-  const std::string object = orv::PathUtils::normalisePathBwdComp(name);
+  const std::string object = pathLike(name);
   for (std::size_t i = m_undo.names.size(); !object.empty() && i-- > 0;)
     if (m_undo.names[i] == name || touches(m_undo.changes[i].lock().get(), object))
       return m_undo.names.size() - i;

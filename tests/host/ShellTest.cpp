@@ -214,7 +214,8 @@ TEST(Shell, DotsLookAndMove)
        "  \"setBy\": \".read shell-read.ksl\",\n/CUT:Mid Span.Axis = Z\n  set by CUT: Mid Span\n"},
       {".describe PALETTE.Scheme", "  Takes     Spectrum, Heat, Ocean or Grey\n"},
       {".plan shell-plan.ksl", "    Axis: Z -> Y\n"},
-      {".undo \"PALETTE: Warm\"", "undone: > delete Warm\n"},  // the last that changed it
+      {".undo \"PALETTE: Warm\"\n.undo \"PALETTE: Warm\"\n.history",  // the last that changed it, each time
+       "undone: > delete Warm\nundone: PALETTE: Warm\n    1  CUT: Mid Span\n"},
       {".undo Mid Span\n.state Mid Span",
        "undone: > delete Warm\nundone: PALETTE: Warm\nundone: CUT: Mid Span\n  Axis = X\n"},
       {".undo .read  shell-read.ksl\n.tree", "undone: CUT: Mid Span\nundone: .read shell-read.ksl\n"},

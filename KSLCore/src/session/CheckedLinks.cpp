@@ -131,19 +131,43 @@ std::vector<CheckedLinks::Edge> CheckedLinks::edgesOf(const Node& node)
 
 // ------------------------------------------------------------------------------------------------------------- circles
 
+bool CheckedLinks::isToBeSearched(const Key& key) const
+{
+  const CheckedObjects::Object& object = m_state.objects[key.first];
+  return object.alive && (object.text == ofDatabase || m_used.count(key.first) > 0);
+}
+
 void CheckedLinks::addCircles()
 {
+  if (m_news.empty())
+    return;
+  m_credit += creditOfCommand;
   std::set<Node> done;
-  for (const auto& [object, param] : m_news) {
-    const CheckedObjects::Object& checked = m_state.objects[object];
-    if (checked.alive && (checked.text == ofDatabase || m_used.count(object) > 0))
-      search({object, param->definition->getLocalType()}, done);
+  bool isWhole = true;
+  for (const Key& key : m_news) {
+    if (!isToBeSearched(key))
+      continue;
+    isWhole = isWhole && search({key.first, key.second->definition->getLocalType()}, done);
+    if (!isWhole)
+      m_postponed.push_back(key);
   }
   m_news.clear();
 }
 
-// Depth first; a calculation that is met again on the way down closes a circle.
-void CheckedLinks::search(const Node& start, std::set<Node>& done)
+void CheckedLinks::endText()
+{
+  m_credit = static_cast<std::size_t>(-1);
+  std::set<Node> done;
+  for (const Key& key : m_postponed)
+    if (isToBeSearched(key))
+      search({key.first, key.second->definition->getLocalType()}, done);
+  m_postponed.clear();
+  m_told.clear();
+  m_credit = creditOfText;
+}
+
+// Depth first; a calculation that is met again on the way down closes a circle. False when the credit did not last.
+bool CheckedLinks::search(const Node& start, std::set<Node>& done)
 {
   std::vector<Step> steps;
   std::set<Node> above;
@@ -152,9 +176,10 @@ void CheckedLinks::search(const Node& start, std::set<Node>& done)
       return;
     above.insert(node);
     steps.push_back({node, edgesOf(node)});
+    --m_credit;
   };
   enter(start);
-  while (!steps.empty()) {
+  while (!steps.empty() && m_credit > 0) {
     Step& step = steps.back();
     if (step.next == step.edges.size()) {
       above.erase(step.node);
@@ -167,6 +192,7 @@ void CheckedLinks::search(const Node& start, std::set<Node>& done)
     else
       enter(next);
   }
+  return steps.empty();
 }
 
 // Told at the statement that closed it: the last one of those that the circle leads through.
@@ -187,7 +213,7 @@ void CheckedLinks::addCircle(const std::vector<Step>& steps, const Node& again)
     if (steps[i].node == again)
       break;
   }
-  if (!last)
+  if (!last || !m_told.insert(closing).second)
     return;
   const ParamDefinition& param = *closing.second->definition;
   const CheckedObjects::Object& from = m_state.objects[source.first];

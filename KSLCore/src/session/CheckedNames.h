@@ -26,6 +26,8 @@ class CheckedNames {
   void noteDefinition(Index node, ObjectIndex object, const std::string& name, const std::string& value);
   // What was noted takes effect.
   void settle();
+  // The text under way ends, and all of it has settled.
+  void endText() { m_links.endText(); }
   // After the last text: what came too late for those that name it.
   void finish();
 

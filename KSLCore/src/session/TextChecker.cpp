@@ -47,6 +47,7 @@ class TextChecker::Impl {
         m_blocks.push_back({i, CheckedObjects::none});
     }
     m_names.settle();
+    m_names.endText();
     if (!tree.text().starts_with(FileText::stateHead))  // which says everything, whatever has an effect
       checkContexts();
     m_contexts.clear();
