@@ -20,10 +20,9 @@ bool isAction(const std::string& command, std::string_view word)
 // "TYPE: name" as paths have it.
 std::string pathLike(const std::string& text)
 {
-  const std::string object = orv::PathUtils::normalisePathBwdComp(text);
-  if (object.starts_with('/') || object.find(':') == std::string::npos)
-    return object;
-  const auto [type, name] = orv::StringUtilities::splitObjectTypeAndName(object);
+  if (text.starts_with('/') || text.find(':') == std::string::npos)
+    return orv::PathUtils::normalisePathBwdComp(text);
+  const auto [type, name] = orv::StringUtilities::splitObjectTypeAndName(text);
   return "/" + type + ":" + name;
 }
 
