@@ -5,7 +5,7 @@
 #include "command/FileText.h"
 #include "CheckState.h"
 #include "CheckedActionLines.h"
-#include "CheckedNames.h"
+#include "CheckedValues.h"
 
 #include <algorithm>
 #include <utility>
@@ -40,14 +40,14 @@ class TextChecker::Impl {
       while (!m_blocks.empty() && m_blocks.back().node != node.parent)
         m_blocks.pop_back();
       if (node.parent == SyntaxTree::none && (settlesBlocks || node.kind == Kind::action))
-        m_names.settle();
+        m_values.settle();
       if (node.faults == 0 || node.faults == SyntaxTree::leftOpen)
         checkNode(i, node.kind);
       else if (node.kind == Kind::header)
         m_blocks.push_back({i, CheckedObjects::none});
     }
-    m_names.settle();
-    m_names.endText();
+    m_values.settle();
+    m_values.endText();
     if (!tree.text().starts_with(FileText::stateHead))  // which says everything, whatever has an effect
       checkContexts();
     m_contexts.clear();
@@ -56,7 +56,7 @@ class TextChecker::Impl {
 
   std::vector<CheckFinding> finish()
   {
-    m_names.finish();
+    m_values.finish();
     return m_state.findings.take();
   }
 
@@ -157,7 +157,7 @@ class TextChecker::Impl {
     const CheckedType& type = *m_state.objects[object].type;
     const CheckedParam* param = type.findParam(statement.first);
     if (type.takesAnyParam)
-      m_names.noteDefinition(node, object, std::string(statement.first), std::string(statement.rest));
+      m_values.noteDefinition(node, object, std::string(statement.first), std::string(statement.rest));
     else if (param)
       checkValue(node, object, *param, statement.rest);
     else if (m_state.tree->missingEnds() == 0)  // else it may stand in another block than it seems
@@ -180,9 +180,9 @@ class TextChecker::Impl {
     else if (isKeyword || value.empty() || value == definition.getDefaultValue()) {
       if (!isKeyword)
         isSound(node, index, param, value);
-      m_names.noteDefault(index, param);
+      m_values.noteDefault(index, param);
     } else if (isSound(node, index, param, value)) {
-      m_names.note(node, index, param, value);
+      m_values.note(node, index, param, value);
     }
     if (definition.getName() == "Protected") {
       bool isReadable = false;
@@ -263,7 +263,7 @@ class TextChecker::Impl {
   }
 
   CheckState m_state;
-  CheckedNames m_names{m_state};
+  CheckedValues m_values{m_state};
   CheckedActionLines m_actions;
 
   // Of the text under way

@@ -1,4 +1,4 @@
-#include "CheckedNames.h"
+#include "CheckedValues.h"
 
 #include "platform/ORVExpressions.h"
 #include "platform/ORVUtilities.h"
@@ -12,7 +12,7 @@
 namespace orv {
 
 using LeafKind = SyntaxTree::LeafKind;
-using ObjectIndex = CheckedNames::ObjectIndex;
+using ObjectIndex = CheckedValues::ObjectIndex;
 
 namespace {
 
@@ -30,7 +30,7 @@ bool mayHoldNames(std::string_view text)
 
 }  // namespace
 
-CheckedNames::CheckedNames(CheckState& state) : m_state(state)
+CheckedValues::CheckedValues(CheckState& state) : m_state(state)
 {
   for (const KSLObject* object : ObjectDB::instance()->getAllObjects())
     if (const auto* computing = dynamic_cast<const GenericKSLObject*>(object);
@@ -38,7 +38,7 @@ CheckedNames::CheckedNames(CheckState& state) : m_state(state)
       computing->forEachDefinedName([this](const std::string& name) { m_expressions[name]; });
 }
 
-void CheckedNames::note(Index node, ObjectIndex object, const CheckedParam& param, const std::string& value)
+void CheckedValues::note(Index node, ObjectIndex object, const CheckedParam& param, const std::string& value)
 {
   const GenericKSLObject* computing = m_state.objects[object].type->computing;
   const bool isExpression = param.isExpression && mayHoldNames(value);
@@ -49,13 +49,13 @@ void CheckedNames::note(Index node, ObjectIndex object, const CheckedParam& para
   m_pending.push_back({object, node, &param, value});
 }
 
-void CheckedNames::noteDefault(ObjectIndex object, const CheckedParam& param)
+void CheckedValues::noteDefault(ObjectIndex object, const CheckedParam& param)
 {
   if (param.isReference || param.isExpression)
     m_pending.push_back({object, 0, &param, {}});
 }
 
-void CheckedNames::noteDefinition(Index node, ObjectIndex object, const std::string& name,
+void CheckedValues::noteDefinition(Index node, ObjectIndex object, const std::string& name,
                                   const std::string& value)
 {
   m_expressions[name] = {m_state.text, node, object, value, checkExpression(node, object, name, value)};
@@ -63,7 +63,7 @@ void CheckedNames::noteDefinition(Index node, ObjectIndex object, const std::str
 }
 
 // The names that it uses.
-std::vector<std::string> CheckedNames::checkExpression(Index node, ObjectIndex object,
+std::vector<std::string> CheckedValues::checkExpression(Index node, ObjectIndex object,
                                                        const std::string& name, const std::string& value)
 {
   ExpressionDef expression(value);
@@ -77,7 +77,7 @@ std::vector<std::string> CheckedNames::checkExpression(Index node, ObjectIndex o
 }
 
 // Of a parameter that is set twice the last text counts.
-void CheckedNames::settle()
+void CheckedValues::settle()
 {
   std::set<std::pair<ObjectIndex, const CheckedParam*>> seen;
   for (auto pending = m_pending.rbegin(); pending != m_pending.rend(); ++pending) {
@@ -100,13 +100,13 @@ void CheckedNames::settle()
   m_links.addCircles();
 }
 
-void CheckedNames::finish()
+void CheckedValues::finish()
 {
   for (const Missing& missing : m_missing)
     lookLater(missing);
 }
 
-void CheckedNames::checkReference(const Pending& pending)
+void CheckedValues::checkReference(const Pending& pending)
 {
   const ParamDefinition& definition = *pending.param->definition;
   std::vector<ObjectIndex> targets;
@@ -131,7 +131,7 @@ void CheckedNames::checkReference(const Pending& pending)
   m_links.set(pending.object, *pending.param, pending.node, std::move(targets));
 }
 
-void CheckedNames::addMissing(const Pending& pending, const std::string& item, const std::string& name)
+void CheckedValues::addMissing(const Pending& pending, const std::string& item, const std::string& name)
 {
   if (m_state.unforeseen)
     return;
@@ -149,7 +149,7 @@ void CheckedNames::addMissing(const Pending& pending, const std::string& item, c
       finding.valid.push_back(m_state.objects[child].name);
 }
 
-void CheckedNames::addAmbiguous(const Pending& pending, const std::string& name,
+void CheckedValues::addAmbiguous(const Pending& pending, const std::string& name,
                                 const std::vector<ObjectIndex>& candidates)
 {
   CheckFinding& finding =
@@ -163,7 +163,7 @@ void CheckedNames::addAmbiguous(const Pending& pending, const std::string& name,
   }
 }
 
-void CheckedNames::checkNames(const Pending& pending)
+void CheckedValues::checkNames(const Pending& pending)
 {
   std::vector<ObjectIndex> objects;
   for (const std::string& item : StringUtilities::splitValue(pending.value)) {
@@ -185,7 +185,7 @@ void CheckedNames::checkNames(const Pending& pending)
 }
 
 // An object that the name stands for is added.
-void CheckedNames::checkName(const Pending& pending, const std::string& name,
+void CheckedValues::checkName(const Pending& pending, const std::string& name,
                              std::vector<ObjectIndex>& objects)
 {
   const CheckedType& type = *m_state.objects[pending.object].type;
@@ -214,7 +214,7 @@ void CheckedNames::checkName(const Pending& pending, const std::string& name,
     objects.push_back(hit.object);
 }
 
-std::vector<std::string> CheckedNames::expressionNames() const
+std::vector<std::string> CheckedValues::expressionNames() const
 {
   std::vector<std::string> names;
   for (const auto& [name, expression] : m_expressions)
@@ -224,7 +224,7 @@ std::vector<std::string> CheckedNames::expressionNames() const
 
 // A name that is used, and what the expression of this name uses in its turn. Told where the expression stands, else at
 // its user.
-void CheckedNames::checkUses(const std::string& top, const Pending* user)
+void CheckedValues::checkUses(const std::string& top, const Pending* user)
 {
   std::vector<std::string> waiting{top};
   std::set<std::string> seen{top};
@@ -246,7 +246,7 @@ void CheckedNames::checkUses(const std::string& top, const Pending* user)
   }
 }
 
-void CheckedNames::checkCircles()
+void CheckedValues::checkCircles()
 {
   const std::optional<std::pair<std::string, std::string>> circle = findCircle(m_expressions, m_state.text);
   if (!circle)
@@ -265,14 +265,14 @@ void CheckedNames::checkCircles()
       .parameter = name;
 }
 
-bool CheckedNames::isVariableObject(const std::string& name) const
+bool CheckedValues::isVariableObject(const std::string& name) const
 {
   return m_state.objects
       .resolve(CheckedObjects::root, name, {}, [](const CheckedType& type) { return type.isVariable; })
       .fits;
 }
 
-void CheckedNames::addMissingUse(const std::string& name, const Expression& expression,
+void CheckedValues::addMissingUse(const std::string& name, const Expression& expression,
                                  const std::string& used, const Pending* user)
 {
   const bool isHere = expression.text == m_state.text;
@@ -289,7 +289,7 @@ void CheckedNames::addMissingUse(const std::string& name, const Expression& expr
 }
 
 // An object that comes later is there in the end, but not in time.
-void CheckedNames::lookLater(const Missing& missing)
+void CheckedValues::lookLater(const Missing& missing)
 {
   const CheckedObjects::Hit hit =
       m_state.objects.resolve(missing.object, missing.item, *missing.param->definition);

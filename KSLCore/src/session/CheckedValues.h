@@ -11,13 +11,13 @@
 
 namespace orv {
 
-class CheckedNames {
+class CheckedValues {
  public:
   using ObjectIndex = CheckedObjects::Index;
   using Index = SyntaxTree::Index;
 
   // Begins with the expressions that the database defines. The state outlives this.
-  explicit CheckedNames(CheckState& state);
+  explicit CheckedValues(CheckState& state);
 
   // A value that may name something, to be judged when what was defined takes effect; one that is the default, or a keyword.
   void note(Index node, ObjectIndex object, const CheckedParam& param, const std::string& value);
