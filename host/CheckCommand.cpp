@@ -8,12 +8,11 @@
 #include "command/FileText.h"
 #include "FileActions.h"
 #include "Host.h"
+#include "Libraries.h"
 #include "StandardStreams.h"
 #include "session/TextChecker.h"
 
-#include <algorithm>
 #include <deque>
-#include <filesystem>
 #include <functional>
 #include <map>
 #include <memory>
@@ -45,29 +44,6 @@ std::string plainText(std::string text)
   return orv::StringUtilities::vectorToString(lines, '\n');
 }
 
-std::string canonical(const std::string& path)
-{
-  std::error_code unknown;
-  return std::filesystem::weakly_canonical(path, unknown).string();
-}
-
-// As the header of a library does.
-bool saysClasses(const std::string& text)
-{
-  return text.find("KSLObjectClasses") != std::string::npos;
-}
-
-// Definitions: RULES stand first.
-bool isLibrary(const SyntaxTree& tree)
-{
-  std::string room;
-  for (SyntaxTree::Index i = tree.firstChild(SyntaxTree::none); i != SyntaxTree::none; i = tree.next(i))
-    if (const SyntaxTree::Kind kind = tree[i].kind;
-        kind != SyntaxTree::Kind::blank && kind != SyntaxTree::Kind::comment)
-      return kind == SyntaxTree::Kind::header && tree.read(i, room).first == "RULES";
-  return false;
-}
-
 class Check {
  public:
   explicit Check(const CheckCommand::Options& options) : m_options(options)
@@ -80,22 +56,9 @@ class Check {
               options.input.texts[i]);
   }
 
-  // The files of definitions, and whether they say which classes there are, as a library must that needs no other.
-  const std::vector<std::string>& libraries() const { return m_libraries; }
-  bool definesClasses() const
-  {
-    return std::any_of(m_texts.begin(), m_texts.end(), [this](const Text& text) {
-      return std::find(m_libraries.begin(), m_libraries.end(), text.file) != m_libraries.end()
-             && saysClasses(text.tree.text());
-    });
-  }
+  const Definitions& definitions() const { return m_definitions; }
   // One that cannot be read, which was told: the others are checked without it. False when it is none of these.
-  bool drop(const std::string& library)
-  {
-    return std::erase_if(m_libraries,
-                         [&](const std::string& file) { return canonical(file) == canonical(library); })
-           > 0;
-  }
+  bool drop(const std::string& library) { return m_definitions.drop(library); }
 
   std::vector<CheckFinding> findings(const Host& host) const
   {
@@ -112,8 +75,7 @@ class Check {
  private:
   bool wasDropped(const Text& text) const
   {
-    return text.tree.reading() == SyntaxTree::Reading::library
-           && std::find(m_libraries.begin(), m_libraries.end(), text.file) == m_libraries.end();
+    return text.tree.reading() == SyntaxTree::Reading::library && !m_definitions.has(text.file);
   }
 
   // A file of definitions stands for itself, and is read as such.
@@ -125,7 +87,7 @@ class Check {
                                             : SyntaxTree::Reading::command;
     SyntaxTree tree(std::move(text), reading);
     if (isLibrary(tree)) {
-      m_libraries.push_back(file);
+      m_definitions.add(file, tree);
       tree = SyntaxTree(tree.text(), SyntaxTree::Reading::library);
     }
     m_texts.push_back({name, file, std::move(tree)});
@@ -133,49 +95,8 @@ class Check {
 
   const CheckCommand::Options& m_options;
   std::deque<Text> m_texts;
-  std::vector<std::string> m_libraries;
+  Definitions m_definitions;
 };
-
-bool isPartOf(const std::string& file, const std::vector<std::string>& libraries)
-{
-  return std::any_of(libraries.begin(), libraries.end(), [&](const std::string& library) {
-    const std::string place = canonical(library);
-    return canonical(file) == place || canonical(file).starts_with(place + "/");
-  });
-}
-
-// The folder of a file that is one of several of a library: one of the others is its header. Empty for none.
-std::string libraryAround(const std::string& file)
-{
-  const std::filesystem::path folder = std::filesystem::path(canonical(file)).parent_path();
-  std::error_code unknown;
-  for (const auto& each : std::filesystem::directory_iterator(folder, unknown))
-    if (each.is_regular_file(unknown) && each.path().extension() == std::filesystem::path(file).extension()
-        && saysClasses(orv::ORVFile::readAll(each.path().string())))
-      return folder.string();
-  return {};
-}
-
-// Those that are in force, with the files of definitions that are checked; these alone when they need no others, and the
-// library that they are a part of when they need that.
-std::vector<std::string> librariesFor(const Check& check, const TextOptions& input)
-{
-  std::vector<std::string> libraries = input.libraries.empty() ? Host::usualLibraries() : input.libraries;
-  std::vector<std::string> added = check.libraries();
-  std::erase_if(added, [&](const std::string& file) { return isPartOf(file, libraries); });
-  if (added.empty())
-    return input.libraries;
-  if (check.definesClasses())
-    return added;
-  const std::string around = input.libraries.empty() ? libraryAround(added.front()) : std::string();
-  if (around.empty())
-    added.insert(added.begin(), libraries.begin(), libraries.end());
-  else {
-    std::erase_if(added, [&](const std::string& file) { return isPartOf(file, {around}); });
-    added.insert(added.begin(), around);
-  }
-  return added;
-}
 
 // Reports of a library's files go by the names that they were given here, and are made once however often it is read.
 class NamesAsGiven : public orv::ErrorSink {
@@ -184,7 +105,7 @@ class NamesAsGiven : public orv::ErrorSink {
       : m_next(orv::ErrorProgressReporter::instance()->setSink(this))
   {
     for (const std::string& file : files)
-      m_names[canonical(file)] = file;
+      m_names[canonicalName(file)] = file;
   }
   ~NamesAsGiven() override { orv::ErrorProgressReporter::instance()->setSink(m_next); }
   NamesAsGiven(const NamesAsGiven&) = delete;
@@ -195,7 +116,7 @@ class NamesAsGiven : public orv::ErrorSink {
     const auto place = error.getDiagnostic();
     if (place && !m_seen.emplace(place->source, place->line, place->column, error.getMessage()).second)
       return;
-    const auto name = place && !m_names.empty() ? m_names.find(canonical(place->source)) : m_names.end();
+    const auto name = place && !m_names.empty() ? m_names.find(canonicalName(place->source)) : m_names.end();
     if (name == m_names.end())
       return m_next->report(error);
     orv::Diagnostic renamed = *place;
@@ -249,7 +170,7 @@ using Report = std::function<void(const Host&, const Check&)>;
 bool checked(const CheckCommand::Options& options, Check& texts, const Report& report)
 {
   TextOptions input = options.input;
-  input.libraries = librariesFor(texts, options.input);
+  input.libraries = librariesFor(texts.definitions(), options.input.libraries);
   input.validate = true;
   try {
     withHost(input, [&](const Host& host) {
@@ -278,7 +199,7 @@ int CheckCommand::run(const Options& options)
   };
   const int status = runReporting(options.input, [&] {
     Check texts(options);
-    const NamesAsGiven names(texts.libraries());
+    const NamesAsGiven names(texts.definitions().files);
     while (!checked(options, texts, report)) {}
   });
   return status == 0 && hasWarnings && options.denyWarnings ? 1 : status;

@@ -202,7 +202,8 @@ bool Shell::bringBack(const Lines& rest)
   lines.insert(lines.end(), rest.begin(), rest.end());
   if (lines.size() < 2 || !m_reader->isInteractive() || m_reader->bringBack(textOf(lines)))
     return false;
-  const std::string left = rest.empty() ? "" : StringUtilities::toString(rest.size()) + " lines behind it were not entered. ";
+  const std::string left =
+      rest.empty() ? "" : StringUtilities::toString(rest.size()) + " lines behind it were not entered. ";
   m_last = std::move(lines);
   std::cerr << left << ".edit brings it back.\n";
   return false;

@@ -3,6 +3,7 @@
 #include "CheckCommand.h"
 #include "CommandTable.h"
 #include "DiffCommand.h"
+#include "LspCommand.h"
 #include "Options.h"
 
 #include <iostream>
@@ -16,6 +17,7 @@ struct Tools::Options {
   PlanCommand::Options plan;
   WhyCommand::Options why;
   CheckCommand::Options check;
+  TextOptions lsp;
   std::string shell;
 };
 
@@ -97,6 +99,7 @@ Tools::Tools(CLI::App& app) : m_options(std::make_unique<Options>())
   addPlan(app);
   addWhy(app);
   addCheck(app);
+  addLsp(app);
   addCompletion(app);
 }
 
@@ -172,6 +175,16 @@ void Tools::addCheck(CLI::App& app)
   addLoad(*command, options.load);
   command->add_flag("--deny-warnings", options.denyWarnings, "Exit status 1 for warnings, too");
   add(command, [&options] { return CheckCommand::run(options); });
+}
+
+void Tools::addLsp(CLI::App& app)
+{
+  TextOptions& options = m_options->lsp;
+  CLI::App* command =
+      app.add_subcommand("lsp", "Serve editors on standard input and output; docs/editors.md");
+  addLibraries(*command, options);
+  command->add_flag("--stdio")->description("What it does anyway; editors say so");
+  add(command, [&options] { return LspCommand::run(options); });
 }
 
 void Tools::addCompletion(CLI::App& app)

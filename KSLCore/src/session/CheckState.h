@@ -3,6 +3,7 @@
 
 #include "platform/ORVSyntax.h"
 #include "CheckedFindings.h"
+#include "CheckedNames.h"
 #include "CheckedObjects.h"
 #include "CheckedTypes.h"
 
@@ -12,9 +13,14 @@
 namespace orv {
 
 struct CheckState {
-  CheckedTypes types;
+  // The types outlive this.
+  explicit CheckState(CheckedTypes& knownTypes) : types(knownTypes) {}
+
+  CheckedTypes& types;
   CheckedObjects objects{types};
   CheckedFindings findings;
+  CheckedNames names;
+  bool collects = false;  // the names
   const SyntaxTree* tree = nullptr;
   std::size_t text = 0;     // the number of the text
   bool unforeseen = false;  // what is there may be otherwise than it seems

@@ -60,6 +60,8 @@ ObjectIndex CheckedActionLines::findNamed(Index node, const std::string& name)
   if (isAmbiguous)
     m_state.add(CheckState::error("ObjectDB", "getObjectByName", _("Object name %s is ambiguous.", name)),
                 node, LeafKind::arguments, name);
+  else if (m_state.collects && object != CheckedObjects::none)
+    m_state.names.addArgument(node, name, m_state.objects[object].path);
   return object;
 }
 

@@ -70,7 +70,7 @@ class CheckedLinks {
   std::set<Object> m_used;  // something is computed from these
   std::vector<Key> m_news;
   std::vector<Key> m_postponed;
-  std::set<Key> m_told;  // that close circles, of this text
+  std::set<Key> m_told;                 // that close circles, of this text
   std::size_t m_credit = creditOfText;  // how many calculations may be looked at before the end of the text
   std::map<std::string, std::set<std::string>> m_kinds;  // of data, and those that are computed from them
   std::unordered_map<const CheckedType*, std::vector<const CheckedParam*>> m_circular;

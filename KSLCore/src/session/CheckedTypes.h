@@ -28,6 +28,7 @@ struct CheckedParam {
   ValueCheck values;
   bool isReference = false;   // an object that computes links it
   bool isExpression = false;  // names in it stand for values
+  bool inAllContexts = true;  // of its type
 };
 
 struct CheckedType {

@@ -38,33 +38,47 @@ CheckedValues::CheckedValues(CheckState& state) : m_state(state)
       computing->forEachDefinedName([this](const std::string& name) { m_expressions[name]; });
 }
 
+bool CheckedValues::mayName(const CheckedType& type, const CheckedParam& param, const std::string& value)
+{
+  if (!type.computing || type.computing->waitsWithoutError())
+    return false;
+  return param.isReference || (param.isExpression && mayHoldNames(value));
+}
+
 void CheckedValues::note(Index node, ObjectIndex object, const CheckedParam& param, const std::string& value)
 {
-  const GenericKSLObject* computing = m_state.objects[object].type->computing;
-  const bool isExpression = param.isExpression && mayHoldNames(value);
-  if (!computing || computing->waitsWithoutError() || !(param.isReference || isExpression))
-    return;
-  if (isExpression && param.values.takesText())
+  if (param.isExpression && param.values.takesText())
     checkExpression(node, object, param.definition->getName(), value);
   m_pending.push_back({object, node, &param, value});
 }
 
-void CheckedValues::noteDefault(ObjectIndex object, const CheckedParam& param)
+// What a line before in this block may have set counts no more.
+void CheckedValues::noteNone(ObjectIndex object, const CheckedParam& param)
 {
-  if (param.isReference || param.isExpression)
-    m_pending.push_back({object, 0, &param, {}});
+  if (!param.isReference && !param.isExpression)
+    return;
+  for (std::size_t i = m_pending.size(); i-- > 0 && m_pending[i].object == object;)
+    if (m_pending[i].param == &param)
+      m_pending.erase(m_pending.begin() + static_cast<std::ptrdiff_t>(i));
+  m_links.setToDefault(object, param);
 }
 
 void CheckedValues::noteDefinition(Index node, ObjectIndex object, const std::string& name,
-                                  const std::string& value)
+                                   const std::string& value)
 {
-  m_expressions[name] = {m_state.text, node, object, value, checkExpression(node, object, name, value)};
+  Expression& expression =
+      m_expressions[name] = {m_state.text, node, object, value, checkExpression(node, object, name, value)};
   m_definitionsChanged = true;
+  if (!m_state.collects)
+    return;
+  m_state.names.addDefined(node, name);
+  for (const std::string& used : expression.uses)
+    m_uses.push_back({CheckedObjects::root, used, placeOf(node)});
 }
 
 // The names that it uses.
 std::vector<std::string> CheckedValues::checkExpression(Index node, ObjectIndex object,
-                                                       const std::string& name, const std::string& value)
+                                                        const std::string& name, const std::string& value)
 {
   ExpressionDef expression(value);
   try {
@@ -84,9 +98,7 @@ void CheckedValues::settle()
     if (!m_state.objects[pending->object].alive
         || (m_pending.size() > 1 && !seen.emplace(pending->object, pending->param).second))
       continue;
-    if (pending->value.empty())
-      m_links.setToDefault(pending->object, *pending->param);
-    else if (pending->param->isReference)
+    if (pending->param->isReference)
       checkReference(*pending);
     else
       checkNames(*pending);
@@ -104,21 +116,54 @@ void CheckedValues::finish()
 {
   for (const Missing& missing : m_missing)
     lookLater(missing);
+  for (const MissingName& missing : m_missingNames)
+    lookLater(missing);
+}
+
+void CheckedValues::collectLater()
+{
+  for (const Missing& missing : m_missing)
+    if (const CheckedObjects::Hit hit = resolve(missing); hit.object != CheckedObjects::none) {
+      m_state.names.begin(*missing.place.tree, missing.place.text);
+      m_state.names.addItem(missing.place.node, missing.number, m_state.objects[hit.object].path);
+    }
+  for (const MissingName& missing : m_missingNames)
+    addUse(missing.object, missing.name, missing.place);
+  for (const LaterUse& use : m_uses)
+    addUse(use.object, use.name, use.place);
+}
+
+void CheckedValues::addUse(ObjectIndex object, const std::string& name, const Place& place)
+{
+  m_state.names.begin(*place.tree, place.text);
+  if (m_expressions.count(name) > 0)
+    m_state.names.addUses(place.node, name, true, name);
+  else if (const CheckedObjects::Hit hit = resolveVariable(object, name); hit.fits)
+    m_state.names.addUses(place.node, name, false, m_state.objects[hit.object].path);
+}
+
+CheckedObjects::Hit CheckedValues::resolve(const Missing& missing) const
+{
+  return m_state.objects.resolve(missing.object, missing.item, *missing.param->definition);
 }
 
 void CheckedValues::checkReference(const Pending& pending)
 {
   const ParamDefinition& definition = *pending.param->definition;
   std::vector<ObjectIndex> targets;
+  std::size_t number = 0;
   for (const std::string& item : StringUtilities::splitValue(pending.value)) {
+    const std::size_t place = number++;
     const std::string name(StringUtilities::unquoted(item));
     if (name.empty() || definition.getAllowedValues().count(item) > 0)
       continue;
     const CheckedObjects::Hit hit = m_state.objects.resolve(pending.object, item, definition);
+    if (m_state.collects && hit.object != CheckedObjects::none)
+      m_state.names.addItem(pending.node, place, m_state.objects[hit.object].path);
     if (!hit.candidates.empty())
       addAmbiguous(pending, name, hit.candidates);
     else if (hit.object == CheckedObjects::none)
-      addMissing(pending, item, name);
+      addMissing(pending, item, name, place);
     else if (!hit.fits && m_state.objects[pending.object].type->hasScheduler(definition.getLocalType()))
       m_state.add(CheckState::error(
                       "GenericKSLObject", "makeParentLinks",
@@ -131,7 +176,8 @@ void CheckedValues::checkReference(const Pending& pending)
   m_links.set(pending.object, *pending.param, pending.node, std::move(targets));
 }
 
-void CheckedValues::addMissing(const Pending& pending, const std::string& item, const std::string& name)
+void CheckedValues::addMissing(const Pending& pending, const std::string& item, const std::string& name,
+                               std::size_t number)
 {
   if (m_state.unforeseen)
     return;
@@ -140,7 +186,8 @@ void CheckedValues::addMissing(const Pending& pending, const std::string& item, 
       CheckState::error("GenericKSLObject", "makeParentLinks",
                         _("Object '%s' referred to in '%s' does not exist.", name, definition.getName())),
       pending.node, LeafKind::value, name, pending.object, pending.param);
-  m_missing.push_back({m_state.findings.size() - 1, pending.object, pending.param, item});
+  m_missing.push_back(
+      {m_state.findings.size() - 1, pending.object, pending.param, item, placeOf(pending.node), number});
   constexpr std::size_t most = 50;  // of the findings that list what there is
   if (m_missing.size() > most)
     return;
@@ -150,7 +197,7 @@ void CheckedValues::addMissing(const Pending& pending, const std::string& item, 
 }
 
 void CheckedValues::addAmbiguous(const Pending& pending, const std::string& name,
-                                const std::vector<ObjectIndex>& candidates)
+                                 const std::vector<ObjectIndex>& candidates)
 {
   CheckFinding& finding =
       m_state.add(CheckState::error("GenericKSLObject", "makeParentLinks",
@@ -186,25 +233,24 @@ void CheckedValues::checkNames(const Pending& pending)
 
 // An object that the name stands for is added.
 void CheckedValues::checkName(const Pending& pending, const std::string& name,
-                             std::vector<ObjectIndex>& objects)
+                              std::vector<ObjectIndex>& objects)
 {
   const CheckedType& type = *m_state.objects[pending.object].type;
   const bool isLocal = name != pending.param->definition->getName() && type.findParam(name);
   if (isLocal)
     return;
-  if (m_expressions.count(name) > 0)
+  if (m_expressions.count(name) > 0) {
+    if (m_state.collects)
+      m_state.names.addUses(pending.node, name, true, name);
     return checkUses(name, &pending);
-  const CheckedObjects::Hit hit = m_state.objects.resolve(
-      pending.object, name, {}, [](const CheckedType& candidate) { return candidate.isVariable; });
+  }
+  const CheckedObjects::Hit hit = resolveVariable(pending.object, name);
+  if (m_state.collects && hit.fits)
+    m_state.names.addUses(pending.node, name, false, m_state.objects[hit.object].path);
   if (!hit.candidates.empty())
     addAmbiguous(pending, name, hit.candidates);
   else if (hit.object == CheckedObjects::none && !m_state.unforeseen)
-    m_state
-        .add(CheckState::error(
-                 "GenericKSLObject", "makeVariableLinks",
-                 _("Expression '%s' depends on a variable '%s' which does not exist.", pending.value, name)),
-             pending.node, LeafKind::value, name, pending.object, pending.param)
-        .valid = expressionNames();
+    addMissingName(pending, name);
   else if (hit.object != CheckedObjects::none && !hit.fits)
     m_state.add(
         CheckState::error("GenericKSLObject", "makeVariableLinks",
@@ -212,6 +258,17 @@ void CheckedValues::checkName(const Pending& pending, const std::string& name,
         pending.node, LeafKind::value, name, pending.object, pending.param);
   else if (hit.fits)
     objects.push_back(hit.object);
+}
+
+void CheckedValues::addMissingName(const Pending& pending, const std::string& name)
+{
+  m_state
+      .add(CheckState::error(
+               "GenericKSLObject", "makeVariableLinks",
+               _("Expression '%s' depends on a variable '%s' which does not exist.", pending.value, name)),
+           pending.node, LeafKind::value, name, pending.object, pending.param)
+      .valid = expressionNames();
+  m_missingNames.push_back({m_state.findings.size() - 1, pending.object, name, placeOf(pending.node)});
 }
 
 std::vector<std::string> CheckedValues::expressionNames() const
@@ -267,13 +324,16 @@ void CheckedValues::checkCircles()
 
 bool CheckedValues::isVariableObject(const std::string& name) const
 {
-  return m_state.objects
-      .resolve(CheckedObjects::root, name, {}, [](const CheckedType& type) { return type.isVariable; })
-      .fits;
+  return resolveVariable(CheckedObjects::root, name).fits;
+}
+
+CheckedObjects::Hit CheckedValues::resolveVariable(ObjectIndex from, const std::string& name) const
+{
+  return m_state.objects.resolve(from, name, {}, [](const CheckedType& type) { return type.isVariable; });
 }
 
 void CheckedValues::addMissingUse(const std::string& name, const Expression& expression,
-                                 const std::string& used, const Pending* user)
+                                  const std::string& used, const Pending* user)
 {
   const bool isHere = expression.text == m_state.text;
   if (m_state.unforeseen || (!isHere && !user))
@@ -286,13 +346,14 @@ void CheckedValues::addMissingUse(const std::string& name, const Expression& exp
       nullptr);
   finding.parameter = isHere ? name : user->param->definition->getName();
   finding.valid = expressionNames();
+  m_missingNames.push_back({m_state.findings.size() - 1, CheckedObjects::root, used,
+                            placeOf(isHere ? expression.node : user->node)});
 }
 
 // An object that comes later is there in the end, but not in time.
 void CheckedValues::lookLater(const Missing& missing)
 {
-  const CheckedObjects::Hit hit =
-      m_state.objects.resolve(missing.object, missing.item, *missing.param->definition);
+  const CheckedObjects::Hit hit = resolve(missing);
   if (hit.object == CheckedObjects::none)
     return;
   CheckFinding& finding = m_state.findings[missing.finding];
@@ -305,6 +366,17 @@ void CheckedValues::lookLater(const Missing& missing)
       "GenericKSLObject", "makeParentLinks",
       _("Object '%s' referred to in '%s' is defined in a later text.", finding.subject, finding.parameter));
   finding.valid.clear();
+  finding.isLater = true;
+}
+
+void CheckedValues::lookLater(const MissingName& missing)
+{
+  CheckFinding& finding = m_state.findings[missing.finding];
+  const auto expression = m_expressions.find(missing.name);
+  if (expression != m_expressions.end())
+    finding.isLater = expression->second.text != finding.text;
+  else if (const CheckedObjects::Hit hit = resolveVariable(missing.object, missing.name); hit.fits)
+    finding.isLater = m_state.objects[hit.object].text != finding.text;
 }
 
 }  // namespace orv

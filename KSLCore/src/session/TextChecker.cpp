@@ -3,6 +3,7 @@
 #include "platform/ORVUtilities.h"
 #include "database/ObjectFactory.h"
 #include "command/FileText.h"
+#include "CheckMemory.h"
 #include "CheckState.h"
 #include "CheckedActionLines.h"
 #include "CheckedValues.h"
@@ -23,11 +24,16 @@ using ObjectIndex = CheckedObjects::Index;
 
 class TextChecker::Impl {
  public:
-  explicit Impl(const std::vector<std::string>& actions) : m_actions(m_state, actions) {}
+  Impl(const std::vector<std::string>& actions, CheckMemory::Impl& memory)
+      : m_state(memory.types),
+        m_actions(m_state, actions)
+  {}
 
-  void check(const SyntaxTree& tree)
+  void check(const SyntaxTree& tree, KnownStatements& known)
   {
+    m_known = &known;
     m_state.tree = &tree;
+    m_state.names.begin(tree, m_state.text);
     m_blocks.clear();
     m_state.findings.begin(tree, m_state.text);
     m_state.findings.addSyntax([this](std::string_view type) { return m_state.types.find(type) != nullptr; });
@@ -42,7 +48,7 @@ class TextChecker::Impl {
       if (node.parent == SyntaxTree::none && (settlesBlocks || node.kind == Kind::action))
         m_values.settle();
       if (node.faults == 0 || node.faults == SyntaxTree::leftOpen)
-        checkNode(i, node.kind);
+        checkNode(i, node);
       else if (node.kind == Kind::header)
         m_blocks.push_back({i, CheckedObjects::none});
     }
@@ -52,6 +58,14 @@ class TextChecker::Impl {
       checkContexts();
     m_contexts.clear();
     ++m_state.text;
+  }
+
+  void collectNames() { m_state.collects = true; }
+
+  std::vector<NameInText> names()
+  {
+    m_values.collectLater();
+    return m_state.names.take();
   }
 
   std::vector<CheckFinding> finish()
@@ -73,13 +87,14 @@ class TextChecker::Impl {
 
   // ---- statements
 
-  void checkNode(Index node, Kind kind)
+  void checkNode(Index node, const SyntaxTree::Node& statement)
   {
-    if (kind == Kind::header)
+    if (statement.kind == Kind::header)
       beginBlock(node);
-    else if (kind == Kind::parameter && !m_blocks.empty() && m_blocks.back().object != CheckedObjects::none)
-      checkParam(node, m_blocks.back().object);
-    else if (kind == Kind::action)
+    else if (statement.kind == Kind::parameter && !m_blocks.empty()
+             && m_blocks.back().object != CheckedObjects::none)
+      checkParam(node, m_blocks.back().object, (*m_known)[statement.id]);
+    else if (statement.kind == Kind::action)
       m_actions.check(node);
   }
 
@@ -135,6 +150,8 @@ class TextChecker::Impl {
       defined.text = m_state.text;
       defined.offset = (*m_state.tree)[node].offset;
     }
+    if (m_state.collects)
+      m_state.names.addHeader(node, defined.path);
     return object;
   }
 
@@ -151,15 +168,19 @@ class TextChecker::Impl {
                 node, LeafKind::type, made.type->name, object, nullptr);
   }
 
-  void checkParam(Index node, ObjectIndex object)
+  void checkParam(Index node, ObjectIndex object, KnownStatement& known)
   {
-    const SyntaxTree::Statement statement = m_state.tree->read(node, m_state.room);
     const CheckedType& type = *m_state.objects[object].type;
-    const CheckedParam* param = type.findParam(statement.first);
+    if (known.type == &type && !known.mayName) {
+      m_values.noteNone(object, *known.param);
+      return checkContext(node, object, *known.param);
+    }
+    const SyntaxTree::Statement statement = m_state.tree->read(node, m_state.room);
+    const CheckedParam* param = known.type == &type ? known.param : type.findParam(statement.first);
     if (type.takesAnyParam)
       m_values.noteDefinition(node, object, std::string(statement.first), std::string(statement.rest));
     else if (param)
-      checkValue(node, object, *param, statement.rest);
+      checkValue(node, object, *param, std::string(statement.rest), known);
     else if (m_state.tree->missingEnds() == 0)  // else it may stand in another block than it seems
       m_state
           .add(CheckState::error("DataKSLObject", "setValue",
@@ -169,30 +190,49 @@ class TextChecker::Impl {
           .valid = type.paramNames();
   }
 
-  void checkValue(Index node, ObjectIndex index, const CheckedParam& param, std::string_view text)
+  void checkValue(Index node, ObjectIndex index, const CheckedParam& param, const std::string& value,
+                  KnownStatement& known)
   {
-    const ParamDefinition& definition = *param.definition;
     CheckedObjects::Object& object = m_state.objects[index];
-    const std::string value(text);
-    const bool isKeyword = definition.getAllowedValues().count(value) > 0;
-    if (!isKeyword && !definition.isAllowedValue(value))
-      addRefusal(node, index, param, value);
-    else if (isKeyword || value.empty() || value == definition.getDefaultValue()) {
-      if (!isKeyword)
-        isSound(node, index, param, value);
-      m_values.noteDefault(index, param);
-    } else if (isSound(node, index, param, value)) {
+    const KnownStatement told = known.type == object.type ? known : judge(node, index, param, value);
+    if (told.mayName)
       m_values.note(node, index, param, value);
-    }
-    if (definition.getName() == "Protected") {
-      bool isReadable = false;
-      object.isProtected = StringUtilities::isTrue(value, isReadable);
-    }
-    if (object.type->contextRule == definition.getName()) {
+    else if (told.type)
+      m_values.noteNone(index, param);
+    known = told;
+    if (object.type->contextRule == param.definition->getName()) {
       object.context = value;
       object.hasContext = true;
+      known.type = nullptr;  // it is to be read each time
     }
-    if (!object.type->contextRule.empty() && !belongs(object, definition))
+    if (param.definition->getName() == "Protected") {
+      bool isReadable = false;
+      object.isProtected = StringUtilities::isTrue(value, isReadable);
+      known.type = nullptr;
+    }
+    checkContext(node, index, param);
+  }
+
+  // What the statement alone says; nothing when that is wrong, which is told.
+  KnownStatement judge(Index node, ObjectIndex index, const CheckedParam& param, const std::string& value)
+  {
+    const ParamDefinition& definition = *param.definition;
+    const CheckedType* type = m_state.objects[index].type;
+    if (definition.getAllowedValues().count(value) > 0)
+      return {type, &param, false};
+    if (!definition.isAllowedValue(value)) {
+      addRefusal(node, index, param, value);
+      return {};
+    }
+    if (!isSound(node, index, param, value))
+      return {};
+    const bool isUsual = value.empty() || value == definition.getDefaultValue();
+    return {type, &param, !isUsual && CheckedValues::mayName(*type, param, value)};
+  }
+
+  void checkContext(Index node, ObjectIndex index, const CheckedParam& param)
+  {
+    if (!param.inAllContexts && !belongs(m_state.objects[index], *param.definition))
       m_contexts.push_back({index, node, &param});
   }
 
@@ -267,16 +307,51 @@ class TextChecker::Impl {
   CheckedActionLines m_actions;
 
   // Of the text under way
+  KnownStatements* m_known = nullptr;
   std::vector<Block> m_blocks;
   std::vector<Context> m_contexts;
 };
 
-TextChecker::TextChecker(const std::vector<std::string>& actions) : m_impl(std::make_unique<Impl>(actions)) {}
+CheckMemory::CheckMemory() : m_impl(std::make_unique<Impl>()) {}
+CheckMemory::~CheckMemory() = default;
+
+void CheckMemory::forget(std::size_t key)
+{
+  m_impl->texts.erase(key);
+}
+
+TextChecker::TextChecker(const std::vector<std::string>& actions)
+    : m_ownMemory(std::make_unique<CheckMemory>()),
+      m_memory(m_ownMemory.get()),
+      m_impl(std::make_unique<Impl>(actions, *m_memory->m_impl))
+{}
+
+TextChecker::TextChecker(const std::vector<std::string>& actions, CheckMemory& memory)
+    : m_memory(&memory),
+      m_impl(std::make_unique<Impl>(actions, *memory.m_impl))
+{}
+
 TextChecker::~TextChecker() = default;
 
 void TextChecker::check(const SyntaxTree& tree)
 {
-  m_impl->check(tree);
+  KnownStatements nothing;
+  m_impl->check(tree, nothing);
+}
+
+void TextChecker::check(const SyntaxTree& tree, std::size_t key)
+{
+  m_impl->check(tree, m_memory->m_impl->texts[key]);
+}
+
+void TextChecker::collectNames()
+{
+  m_impl->collectNames();
+}
+
+std::vector<NameInText> TextChecker::names()
+{
+  return m_impl->names();
 }
 
 std::vector<CheckFinding> TextChecker::finish()
