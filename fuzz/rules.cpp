@@ -1,7 +1,7 @@
 // RULES and commands made from the same bytes: whatever the rules say that can be processed, store and database hold the
 // same after every command, all of it can be undone and done again, and what is written reads back to the same text.
 #include "platform/ORVSystem.h"
-#include "actions/FileText.h"
+#include "command/FileText.h"
 #include "actions/WriteStateExecutor.h"
 #include "fuzz/FuzzSystem.h"
 

@@ -5,7 +5,7 @@
 #include "platform/ORVSystem.h"
 #include "platform/ORVUtilities.h"
 #include "command/ActionFactory.h"
-#include "actions/FileText.h"
+#include "command/FileText.h"
 #include "FileActions.h"
 #include "Host.h"
 #include "Libraries.h"
@@ -13,8 +13,12 @@
 #include "session/TextChecker.h"
 
 #include <deque>
+#include <functional>
+#include <map>
 #include <memory>
 #include <optional>
+#include <set>
+#include <tuple>
 #include <utility>
 
 using orv::CheckFinding;
@@ -47,23 +51,33 @@ class Check {
     for (const std::string& file : options.input.files)
       addText(file == "-" ? "<stdin>" : file, file,
               plainText(file == "-" ? readStandardInput() : orv::ORVFile::readAll(file)));
-    for (const std::string& text : options.input.texts)
-      addText("-e", {}, text);
+    for (std::size_t i = 0; i < options.input.texts.size(); ++i)
+      addText("-e" + (i == 0 ? std::string() : orv::StringUtilities::toString(i + 1)), {},
+              options.input.texts[i]);
   }
 
   const Definitions& definitions() const { return m_definitions; }
+  // One that cannot be read, which was told: the others are checked without it. False when it is none of these.
+  bool drop(const std::string& library) { return m_definitions.drop(library); }
 
   std::vector<CheckFinding> findings(const Host& host) const
   {
     orv::TextChecker checker(host.actions().getActions());
     for (const Text& text : m_texts)
       checker.check(text.tree);
-    return checker.finish();
+    std::vector<CheckFinding> findings = checker.finish();
+    std::erase_if(findings, [this](const CheckFinding& finding) { return wasDropped(textOf(finding)); });
+    return findings;
   }
 
   const Text& textOf(const CheckFinding& finding) const { return m_texts[finding.text]; }
 
  private:
+  bool wasDropped(const Text& text) const
+  {
+    return text.tree.reading() == SyntaxTree::Reading::library && !m_definitions.has(text.file);
+  }
+
   // A file of definitions stands for itself, and is read as such.
   void addText(const std::string& name, const std::string& file, std::string text)
   {
@@ -82,6 +96,41 @@ class Check {
   const CheckCommand::Options& m_options;
   std::deque<Text> m_texts;
   Definitions m_definitions;
+};
+
+// Reports of a library's files go by the names that they were given here, and are made once however often it is read.
+class NamesAsGiven : public orv::ErrorSink {
+ public:
+  explicit NamesAsGiven(const std::vector<std::string>& files)
+      : m_next(orv::ErrorProgressReporter::instance()->setSink(this))
+  {
+    for (const std::string& file : files)
+      m_names[canonicalName(file)] = file;
+  }
+  ~NamesAsGiven() override { orv::ErrorProgressReporter::instance()->setSink(m_next); }
+  NamesAsGiven(const NamesAsGiven&) = delete;
+  NamesAsGiven& operator=(const NamesAsGiven&) = delete;
+
+  void report(const orv::ErrorMsg& error) override
+  {
+    const auto place = error.getDiagnostic();
+    if (place && !m_seen.emplace(place->source, place->line, place->column, error.getMessage()).second)
+      return;
+    const auto name = place && !m_names.empty() ? m_names.find(canonicalName(place->source)) : m_names.end();
+    if (name == m_names.end())
+      return m_next->report(error);
+    orv::Diagnostic renamed = *place;
+    renamed.source = name->second;
+    orv::ErrorMsg report = error;
+    report.setDiagnostic(std::make_shared<const orv::Diagnostic>(std::move(renamed)));
+    m_next->report(report);
+  }
+  void inform(std::string_view text) override { m_next->inform(text); }
+
+ private:
+  std::map<std::string, std::string> m_names;  // by canonical ones
+  std::set<std::tuple<std::string, std::size_t, std::size_t, std::string>> m_seen;
+  orv::ErrorSink* m_next;
 };
 
 // The line that a byte stands in, without its end.
@@ -115,6 +164,28 @@ orv::ErrorMsg reportOf(const CheckFinding& finding, const Text& text)
   return report;
 }
 
+using Report = std::function<void(const Host&, const Check&)>;
+
+// False when a file of definitions could not be read, and was dropped.
+bool checked(const CheckCommand::Options& options, Check& texts, const Report& report)
+{
+  TextOptions input = options.input;
+  input.libraries = librariesFor(texts.definitions(), options.input.libraries);
+  input.validate = true;
+  try {
+    withHost(input, [&](const Host& host) {
+      if (options.load.empty() || enterText(loadStateText(options.load)))
+        report(host, texts);
+    });
+  } catch (const orv::Interrupt&) {
+    throw;
+  } catch (const orv::Error& error) {
+    orv::ErrorProgressReporter::instance()->reportError(error);
+    return !error.getDiagnostic() || !texts.drop(error.getDiagnostic()->source);
+  }
+  return true;
+}
+
 }  // namespace
 
 int CheckCommand::run(const Options& options)
@@ -127,14 +198,9 @@ int CheckCommand::run(const Options& options)
     }
   };
   const int status = runReporting(options.input, [&] {
-    const Check texts(options);
-    TextOptions input = options.input;
-    input.libraries = librariesFor(texts.definitions(), options.input.libraries);
-    input.validate = true;
-    withHost(input, [&](const Host& host) {
-      if (options.load.empty() || enterText(loadStateText(options.load)))
-        report(host, texts);
-    });
+    Check texts(options);
+    const NamesAsGiven names(texts.definitions().files);
+    while (!checked(options, texts, report)) {}
   });
   return status == 0 && hasWarnings && options.denyWarnings ? 1 : status;
 }

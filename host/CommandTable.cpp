@@ -150,12 +150,15 @@ std::string zshScript(const std::vector<CommandEntry>& table)
       text += "        " + quoted("1:subcommand:(" + joined(subcommands(table)) + ")") + " ;;\n";
       continue;
     }
-    // The subcommand is an argument to zsh as well.
+    // The subcommand is an argument to zsh as well. Of other arguments nothing is offered; a mere message would hide the
+    // options.
     const OptionEntry rest = command.arguments.empty() ? OptionEntry{} : command.arguments.front();
     text += "        " + quoted("1: :()") + " "
-            + quoted("*" + (command.arguments.empty() ? std::string(": : ") : zshAction(rest))) + " ;;\n";
+            + quoted("*" + (rest.isFile() || !rest.choices.empty() ? zshAction(rest) : ": :()")) + " ;;\n";
   }
-  return text + "  esac\n}\n_ksl \"$@\"\n";
+  // Found by the completion system, the file is the function; sourced, it says so.
+  return text
+         + "  esac\n}\nif [[ \"${funcstack[1]}\" == _ksl ]]; then\n  _ksl \"$@\"\nelse\n  compdef _ksl ksl\nfi\n";
 }
 
 // ------------------------------------------------------------------------------------------------------------- fish

@@ -99,6 +99,8 @@ std::vector<std::string> Completer::sourced(std::string_view source, std::string
     return fileNames(typed);
   if (source == "@object")
     return m_objects.matching(typed, {});
+  if (source == "@value" || source == "@subject")
+    return valueNames(typed, source == "@subject");
   return StringUtilities::stringToVector(source, '|');
 }
 
@@ -138,7 +140,8 @@ Completions Completer::completeStatement(const CommandInput& input, std::string_
   if (colon != std::string_view::npos)
     return completeHeader(input, text, colon);
 
-  std::vector<std::string> candidates = typeHeaders();
+  std::vector<std::string> candidates =
+      typeHeaders(input.blocks().empty() ? std::string() : input.blocks().back().type);
   if (!input.blocks().empty()) {
     for (const std::string& name : parameterNames(input.blocks()))
       candidates.push_back(name + " = ");
@@ -244,15 +247,18 @@ Completions Completer::completeOwn(std::string_view text) const
   const std::size_t start = skipBlanks(text, 0);
   const std::size_t blank = text.find(' ', start);
   const std::string_view typed = text.substr(start, blank == std::string_view::npos ? blank : blank - start);
-  std::vector<std::string> candidates;
-  for (const std::string& word : m_words) {
-    const bool takesObject = word.back() == '@';
-    const std::string name = takesObject ? word.substr(0, word.size() - 1) : word;
-    if (takesObject && blank != std::string_view::npos && name == typed) {
-      const std::size_t item = lastItem(text, blank);
-      return matching(text.substr(item), item, m_objects.matching(text.substr(item), {}));
-    }
-    candidates.push_back(takesObject ? name + " " : name);
+  if (blank == std::string_view::npos) {
+    std::vector<std::string> candidates;
+    for (const Word& word : m_words)
+      candidates.push_back(word.argument.empty() ? word.name : word.name + " ");
+    return matching(typed, start, std::move(candidates));
   }
-  return blank == std::string_view::npos ? matching(typed, start, std::move(candidates)) : Completions();
+  const auto word =
+      std::find_if(m_words.begin(), m_words.end(), [&](const Word& each) { return each.name == typed; });
+  if (word == m_words.end() || word->argument.empty())
+    return {};
+  std::size_t item = lastItem(text, blank);
+  if (item < text.size() && text[item] == '"')
+    ++item;
+  return matching(text.substr(item), item, sourced(word->argument, text.substr(item)));
 }

@@ -16,7 +16,7 @@ class ParamDefinition;
 }  // namespace orv
 
 // Knows the grammar of commands, and asks the rules and the objects that there are at the moment for the rest:
-//   TYPE: name          types; names of the objects of the type
+//   TYPE: name          types that may stand here; names of the objects of the type
 //   Name = value        in a block, parameters that its type lists; values that are allowed, objects that can be
 //                       referred to, units in brackets, functions and names in expressions, else the value that it
 //                       has now
@@ -26,8 +26,15 @@ class ParamDefinition;
 // Linear in the objects that could be meant, of one parent.
 class Completer {
  public:
-  // `words` are the shell's own, with a "@" behind those that take an object. All outlive this.
-  Completer(const orv::ActionFactory& actions, const std::vector<std::string>& words,
+  // One of the shell's own words, and what is to follow it: "@file", "@object" (several), "@value" (PATH.PARAM),
+  // "@subject" (a type, too); nothing when empty.
+  struct Word {
+    std::string name;
+    std::string argument;
+  };
+
+  // All outlive this.
+  Completer(const orv::ActionFactory& actions, const std::vector<Word>& words,
             const NamedObjects& objects = NamedObjects::ofDatabase())
       : m_actions(actions),
         m_words(words),
@@ -49,6 +56,6 @@ class Completer {
   Completions completeStatement(const CommandInput& input, std::string_view text) const;
 
   const orv::ActionFactory& m_actions;
-  const std::vector<std::string>& m_words;
+  const std::vector<Word>& m_words;
   const NamedObjects& m_objects;
 };

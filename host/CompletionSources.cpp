@@ -8,6 +8,7 @@
 #include "database/ObjectDB.h"
 #include "database/ObjectFactory.h"
 #include "rules/GenericKSLObject.h"
+#include "Query.h"
 #include "session/TypeCatalogue.h"
 
 #include <filesystem>
@@ -50,12 +51,15 @@ bool calculates(const KSLObject& object, const std::string& schedulerType)
 
 }  // namespace
 
-std::vector<std::string> typeHeaders()
+std::vector<std::string> typeHeaders(const std::string& parent)
 {
-  const ObjectFactory* factory = ObjectFactory::instance();
+  std::vector<std::string> types = orv::TypeCatalogue::childrenOf(parent);
+  if (types.empty())
+    types = orv::TypeCatalogue::childrenOf({});
   std::vector<std::string> headers;
-  for (const std::string& type : factory->getObjectTypes())
-    headers.push_back(type + (factory->findPrototype(type)->isSingleton() ? ":" : ": "));
+  for (const std::string& type : types)
+    if (const KSLObject* prototype = ObjectFactory::instance()->findPrototype(type))
+      headers.push_back(type + (prototype->isSingleton() ? ":" : ": "));
   return headers;
 }
 
@@ -110,6 +114,27 @@ std::vector<std::string> NamedObjects::matching(std::string_view typed,
       if (schedulerType.empty() || calculates(*child, schedulerType))
         names.push_back(isPath ? child->getPath() : child->getName());
     });
+  return names;
+}
+
+std::vector<std::string> valueNames(std::string_view typed, bool withTypes)
+{
+  const std::size_t dot = typed.rfind('.');
+  const std::string before(typed.substr(0, dot == std::string_view::npos ? 0 : dot));
+  const ObjectFactory* factory = ObjectFactory::instance();
+  const KSLObject* object = before.empty() ? nullptr : findNamed(before).object;
+  if (!object && withTypes && factory->hasObject(before))
+    object = factory->findPrototype(before);
+  std::vector<std::string> names;
+  if (object) {
+    for (const std::string& param : object->getParamNames(orv::allParams))
+      names.push_back(before + "." + param);
+    return names;
+  }
+  names = NamedObjects::ofDatabase().matching(typed, {});
+  if (withTypes)
+    for (const std::string& type : factory->getObjectTypes())
+      names.push_back(type);
   return names;
 }
 

@@ -12,8 +12,10 @@ class KSLObject;
 class ParamDefinition;
 }  // namespace orv
 
-// The beginnings of blocks: "CUT: ", or "SESSION:" for a type of which there is one object only.
-std::vector<std::string> typeHeaders();
+// The beginnings of blocks that may stand in one of this type, of those at the top when it is empty: "CUT: ", or
+// "SESSION:" for a type of which there is one object only. Where the rules say of no type that it may stand there, those
+// of which they do not say where they may.
+std::vector<std::string> typeHeaders(const std::string& parent);
 // The object that the open blocks define, the root without any; null when it does not exist yet.
 const orv::KSLObject* objectOf(const std::vector<CommandInput::Block>& blocks);
 // Those of the innermost block's type that its rules list, given what the block or its object says already.
@@ -39,5 +41,7 @@ class NamedObjects {
 bool takesExpression(const std::vector<CommandInput::Block>& blocks, const orv::ParamDefinition* param);
 // Units that the parameter's values may have, all for null.
 std::vector<std::string> unitsOf(const orv::ParamDefinition* param);
+// What can be asked about: top-level objects; behind "OBJECT." its parameters. With types, these as well.
+std::vector<std::string> valueNames(std::string_view typed, bool withTypes);
 // Files and folders ("name/") in the folder that is typed so far.
 std::vector<std::string> fileNames(std::string_view typed);

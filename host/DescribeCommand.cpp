@@ -212,7 +212,9 @@ void printAll(OutputFormat format)
   std::cout << table.text(0, takesColour(STDOUT_FILENO));
 }
 
-void print(const DescribeCommand::Options& options)
+}  // namespace
+
+void DescribeCommand::print(const Options& options)
 {
   if (!options.html.empty())
     writeManual(options.html, ManualFormat::html);
@@ -231,8 +233,6 @@ void print(const DescribeCommand::Options& options)
   else
     std::cout << (subject.param ? printer.paramText(*subject.param) : printer.typeText());
 }
-
-}  // namespace
 
 int DescribeCommand::run(const Options& options)
 {

@@ -15,4 +15,6 @@ class DescribeCommand {
   };
 
   static int run(const Options& options);
+  // Tells of what there is now. Throws data::notFound for what there is not.
+  static void print(const Options& options);
 };

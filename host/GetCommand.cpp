@@ -157,7 +157,9 @@ void printCsv(const std::vector<Value>& values, const std::string& units)
   }
 }
 
-void print(const GetCommand::Options& options)
+}  // namespace
+
+void GetCommand::print(const Options& options)
 {
   if (!options.units.empty() && !orv::UnitsConverter::isValid(options.units))
     throw orv::data::invalid("UnitsConverter", "convertUnits",
@@ -170,8 +172,6 @@ void print(const GetCommand::Options& options)
   else
     printText(values, options.units);
 }
-
-}  // namespace
 
 int GetCommand::run(const Options& options)
 {

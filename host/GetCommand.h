@@ -15,4 +15,6 @@ class GetCommand {
   };
 
   static int run(const Options& options);
+  // Prints what there is now. Throws data::notFound for what there is not.
+  static void print(const Options& options);
 };

@@ -26,6 +26,7 @@ class PlainLineReader : public LineReader {
     return Result::line;
   }
   void remember(const std::string&) override {}
+  bool bringBack(const std::string&) override { return false; }
   bool isInteractive() const override { return m_interactive; }
 
  private:

@@ -19,10 +19,13 @@ class LineReader {
   enum class Result { line, interrupted, end };
 
   virtual ~LineReader() = default;
-  // Reads a line, without its end; interrupted when Ctrl-C dropped what there was of it.
+  // Reads a line, without its end; several, with the ends between them, when they were pasted or brought back.
+  // Interrupted when Ctrl-C dropped what there was.
   virtual Result read(const std::string& prompt, std::string& line) = 0;
-  // Puts the line in the history, and that in its file.
-  virtual void remember(const std::string& line) = 0;
+  // Puts the text, which may have several lines, in the history, and that in its file by the time of the next reading.
+  virtual void remember(const std::string& text) = 0;
+  // The next reading begins with this text, to be edited. False when such texts cannot be shown here.
+  virtual bool bringBack(const std::string& text) = 0;
   virtual bool isInteractive() const = 0;
 };
 

@@ -261,7 +261,7 @@ LspJson completionsAt(const orv::ActionFactory& actions, LspWorkspace& workspace
       at = end + 1;
     }
   }
-  const std::vector<std::string> noWords;
+  const std::vector<Completer::Word> noWords;
   const ObjectsOfTexts objects(workspace.names());
   const std::string_view typed = bytes.substr(line, offset - line);
   const Completions found = Completer(actions, noWords, objects).complete(input, typed);

@@ -1,6 +1,6 @@
 #include "LspText.h"
 
-#include "actions/FileText.h"
+#include "command/FileText.h"
 #include "Libraries.h"
 
 #include <algorithm>

@@ -2,6 +2,8 @@
 
 #include "session/FileActions.h"
 
+#include <unistd.h>
+
 namespace {
 
 // The library takes its places as one list; see KSLAPI::readNamedLibraries.
@@ -85,9 +87,24 @@ void addEntering(CLI::App& command, TextOptions& options)
             [&options](const std::string& word) { readUpdateMode(word, options); });
 }
 
+void addFiles(CLI::App& command, std::vector<std::string>& files, const char* help)
+{
+  command.add_option("FILE", files, help)->type_name("");
+  command.callback([&files] {
+    if (files.empty() && ::isatty(STDIN_FILENO))
+      throw CLI::RequiredError("FILE");
+    if (files.empty())
+      files.emplace_back("-");
+  });
+}
+
 void addTexts(CLI::App& command, TextOptions& options)
 {
   command.add_option("FILE", options.files, "Files to enter, in order; - is standard input")->type_name("");
+  command.callback([&options] {
+    if (options.files.empty() && options.texts.empty() && !::isatty(STDIN_FILENO))
+      options.files.emplace_back("-");
+  });
   addEntering(command, options);
   addRules(command, options);
 }

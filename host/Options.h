@@ -45,5 +45,8 @@ void addRules(CLI::App& command, TextOptions& options);
 void addLoad(CLI::App& command, std::string& file);
 // -e and --update-mode.
 void addEntering(CLI::App& command, TextOptions& options);
-// Files, and what goes with them: what is entered, and how.
+// FILE..., at least one; standard input stands for those that are not given, unless it is a terminal.
+void addFiles(CLI::App& command, std::vector<std::string>& files, const char* help);
+// Files, and what goes with them: what is entered, and how. Standard input likewise, when there is no text either; on a
+// terminal there may be nothing.
 void addTexts(CLI::App& command, TextOptions& options);

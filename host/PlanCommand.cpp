@@ -85,7 +85,9 @@ nlohmann::ordered_json jsonOf(const Plan& plan)
           {"notForeseen", plan.passedOver}};
 }
 
-void plan(const PlanCommand::Options& options)
+}  // namespace
+
+void PlanCommand::print(const Options& options)
 {
   TextOptions input;
   input.files = options.files;
@@ -107,9 +109,7 @@ void plan(const PlanCommand::Options& options)
     printText(result);
 }
 
-}  // namespace
-
 int PlanCommand::run(const Options& options)
 {
-  return runQuery(options.query, [&options] { plan(options); });
+  return runQuery(options.query, [&options] { print(options); });
 }

@@ -14,4 +14,6 @@ class PlanCommand {
   };
 
   static int run(const Options& options);
+  // Plans what the files would do to what there is now.
+  static void print(const Options& options);
 };

@@ -558,6 +558,20 @@ There are only %d steps to %s. .history lists them.
 4 | Fewer are left. | Use a smaller number.
 No block is being entered.
 4 | There is nothing to cancel. | Nothing needs doing.
+%s takes %s.
+4 | A command of the shell needs something behind it. | Write it, or see .help.
+No step is called '%s' or has changed such an object.
+4 | .undo was given neither a number, nor what a step is called or has changed. | .history lists the steps.
+A file name here %s.
+4 | An action line could not name this file; the text says why. | Choose another name.
+No command was entered yet.
+4 | .edit has nothing to edit. | Name an object behind it.
+There is no terminal to edit on.
+4 | .edit starts an editor, which needs a terminal. | Use the shell on one.
+The editor '%s' failed; nothing is entered.
+4 | The program that VISUAL or EDITOR names, or vi, did not start or did not end well. | Set VISUAL to an editor that is there.
+Standard input is read already.
+4 | The shell reads its commands there. | Name a file.
 No report in docs/errors.md reads like '%s'.
 4 | ksl explain finds a report by its text. | Copy the line of the report whole.
 

@@ -1,77 +1,40 @@
-#include "Shell.h"
-
 #include "platform/ORVError.h"
 #include "platform/ORVUtilities.h"
-#include "database/KSLObject.h"
-#include "database/ObjectDB.h"
 #include "command/KSLCoreAPI.h"
 #include "command/KSLInterface.h"
-#include "Completer.h"
 #include "FileActions.h"
 #include "Host.h"
-#include "ObjectText.h"
+#include "ShellWords.h"
+#include "Trace.h"
 #include "session/FileActions.h"
 
-#include <algorithm>
-#include <charconv>
 #include <chrono>
 #include <csignal>
-#include <iomanip>
 #include <iostream>
+#include <utility>
 
 namespace StringUtilities = orv::StringUtilities;
 
-// One that begins with ".". The argument is what follows the word, trimmed.
-struct Shell::OwnCommand {
-  const char* word;
-  const char* argument;  // as help shows it; empty for none
-  bool takesObject;
-  const char* help;
-  void (Shell::*run)(const std::string& argument);
-};
-
-const std::vector<Shell::OwnCommand>& Shell::ownCommands()
-{
-  static const std::vector<OwnCommand> commands = {
-      {".cancel", "", false, "drop the block that is being entered", &Shell::cancel},
-      {".help", "", false, "show this list", &Shell::showHelp},
-      {".history", "", false, "list what can be undone and redone, numbered", &Shell::showHistory},
-      {".quit", "", false, "leave", &Shell::quit},
-      {".redo", "[N]", false, "do the last step, or N steps, again", &Shell::redo},
-      {".state", "[NAME,...]", true, "print the state text of objects, or of all", &Shell::showState},
-      {".tree", "[NAME]", true, "show an object and what is below it, or all", &Shell::showTree},
-      {".undo", "[N]", false, "take back the last step, or N steps", &Shell::undo},
-  };
-  return commands;
-}
-
 namespace {
 
-void reportMistake(const std::string& message)
+Lines linesOf(const std::string& text)
 {
-  orv::ErrorProgressReporter::instance()->reportError(
-      orv::ErrorMsg("ksl", "shell", message, orv::errorType::ordinary));
+  return StringUtilities::stringToVector(text, '\n');
 }
 
-// 0 for what is no number of steps.
-std::size_t readCount(const std::string& text)
+std::string textOf(const Lines& lines)
 {
-  if (text.empty())
-    return 1;
-  std::size_t count = 0;
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), count);
-  return error == std::errc() && end == text.data() + text.size() ? count : 0;
+  return StringUtilities::vectorToString(lines, '\n');
 }
 
-void printSteps(const std::vector<std::string>& steps, const char* title, bool newestLast)
+// What people type who do not know that there are words with a dot.
+std::string meantWord(std::string_view line)
 {
-  if (steps.empty())
-    return;
-  std::cout << title << '\n';
-  for (std::size_t i = 0; i < steps.size(); ++i) {
-    const std::size_t index = newestLast ? i : steps.size() - 1 - i;
-    std::cout << std::setw(5) << steps.size() - index << "  " << steps[index] << '\n';
-  }
+  if (line == "help" || line == "?")
+    return ".help";
+  if (line == "exit" || line == "quit")
+    return ".quit";
+  return std::string(line);
 }
 
 }  // namespace
@@ -96,17 +59,31 @@ int Shell::run(const Options& options)
 Shell::Shell(Host& host, const Options& options)
     : m_host(host),
       m_autoSave(AutoSave::folderFor(options.load, {}, options.record), {options.load}),
-      m_steps(*orv::KSLInterface::instance())
+      m_steps(*orv::KSLInterface::instance()),
+      m_file(options.load)
 {
   for (const OwnCommand& command : ownCommands())
-    m_words.push_back(std::string(command.word) + (command.takesObject ? "@" : ""));
+    m_words.push_back({command.word, command.completed});
   const Completer completer(host.actions(), m_words);
-  m_reader =
-      makeLineReader([this, completer](std::string_view text) { return completer.complete(m_input, text); },
-                     historyFileName());
-  orv::KSLCoreAPI::instance()->recordKSLChanges(true);
+  m_reader = makeLineReader([this, completer](std::string_view text) { return complete(completer, text); },
+                            historyFileName());
   if (m_reader->isInteractive())
     std::signal(SIGINT, [](int) {});  // between a line and its command it has nothing to stop
+}
+
+// Several lines may be edited at once: those above the cursor are as if they were entered.
+Completions Shell::complete(const Completer& completer, std::string_view beforeCursor) const
+{
+  const std::size_t end = beforeCursor.rfind('\n');
+  if (end == std::string_view::npos)
+    return completer.complete(m_input, beforeCursor);
+  CommandInput input = m_input;
+  for (const std::string& line : linesOf(std::string(beforeCursor.substr(0, end))))
+    if (input.add(line))
+      input.clear();
+  Completions found = completer.complete(input, beforeCursor.substr(end + 1));
+  found.start += end + 1;
+  return found;
 }
 
 bool Shell::begin(const Options& options)
@@ -147,16 +124,16 @@ void Shell::offerLeftover()
 
 void Shell::loop()
 {
-  std::string line;
+  std::string text;
   while (!m_ended) {
     std::cout.flush();
-    switch (m_reader->read(m_input.prompt(), line)) {
+    switch (m_reader->read(m_input.prompt(), text)) {
       case LineReader::Result::line:
         m_warned = false;
-        takeLine(line);
+        takeLines(linesOf(text));
         break;
       case LineReader::Result::interrupted:
-        interrupt(line);
+        interrupt(text);
         break;
       case LineReader::Result::end:
         m_ended = mayEnd();
@@ -165,23 +142,32 @@ void Shell::loop()
   }
 }
 
-void Shell::takeLine(const std::string& line)
+// After a command that is refused the others wait: they come back with it.
+bool Shell::takeLines(const Lines& lines)
 {
-  if (!StringUtilities::trimmed(line).empty())
-    m_reader->remember(line);
-  const std::string_view trimmed = StringUtilities::trimmed(StringUtilities::withoutComment(line));
-  const bool isOwn = !trimmed.empty() && trimmed.front() == '.';
-  // A value may go on with a dot.
-  if (isOwn && (!m_input.isContinued() || trimmed == ".cancel"))
-    return runOwnCommand(std::string(trimmed));
-  if (m_input.add(line))
-    enterCommand();
+  for (std::size_t i = 0; i < lines.size() && !m_ended; ++i)
+    if (!takeLine(lines[i]))
+      return bringBack({lines.begin() + static_cast<std::ptrdiff_t>(i) + 1, lines.end()});
+  return true;
 }
 
-void Shell::enterCommand()
+bool Shell::takeLine(const std::string& line)
 {
-  const Lines text = m_input.take();
-  enter({text, {.name = orv::_("<entry %d>", ++m_entries)}}, commandTitle(text));
+  const std::string word = meantWord(StringUtilities::trimmed(StringUtilities::withoutComment(line)));
+  // A value may go on with a dot.
+  if (word.starts_with('.') && (!m_input.isContinued() || word == ".cancel")) {
+    m_reader->remember(line);
+    runOwnCommand(word);
+    return true;
+  }
+  return !m_input.add(line) || enterCommand();
+}
+
+bool Shell::enterCommand()
+{
+  m_last = m_input.take();
+  m_reader->remember(textOf(m_last));
+  return enter({m_last, {.name = orv::_("<entry %d>", ++m_entries)}}, commandTitle(m_last));
 }
 
 // False when an error was reported.
@@ -189,9 +175,10 @@ bool Shell::enter(const EnteredText& text, const std::string& name)
 {
   using Clock = std::chrono::steady_clock;
   const Clock::time_point start = Clock::now();
+  const std::size_t before = m_record.log().entries().size();
   bool good = false;
   m_autoSave.saveIfDue();  // a calculation may end the program
-  m_calculations.takeCalculations();
+  m_record.beginCommand(name);
   try {
     good = enterText(text);
   } catch (const orv::Interrupt&) {  // it was told; the shell goes on
@@ -200,10 +187,33 @@ bool Shell::enter(const EnteredText& text, const std::string& name)
   m_steps.follow(name);
   m_autoSave.saveIfDue();
   std::cout.flush();
-  if (good)
-    std::cerr << summaryText(*orv::KSLCoreAPI::instance()->getUpdateInfo(), m_calculations.takeCalculations(),
-                             time.count());
+  if (good) {
+    m_record.endCommand();
+    std::cerr << summaryText(*orv::KSLCoreAPI::instance()->getUpdateInfo(),
+                             m_record.log().entries().size() - before, time.count());
+  }
   return good;
+}
+
+// The command that was refused, to be edited, with what was typed or pasted behind it. One line is soon typed again.
+bool Shell::bringBack(const Lines& rest)
+{
+  Lines lines = m_last;
+  lines.insert(lines.end(), rest.begin(), rest.end());
+  if (lines.size() < 2 || !m_reader->isInteractive() || m_reader->bringBack(textOf(lines)))
+    return false;
+  const std::string left =
+      rest.empty() ? "" : StringUtilities::toString(rest.size()) + " lines behind it were not entered. ";
+  m_last = std::move(lines);
+  std::cerr << left << ".edit brings it back.\n";
+  return false;
+}
+
+// What was typed of a command can still be found in the history.
+void Shell::dropInput()
+{
+  if (const Lines lines = m_input.take(); !lines.empty())
+    m_reader->remember(textOf(lines));
 }
 
 // Ctrl-C drops what is being entered; with nothing to drop, twice in a row ends the shell.
@@ -211,7 +221,7 @@ void Shell::interrupt(const std::string& dropped)
 {
   if (!m_input.empty() || !dropped.empty()) {
     m_warned = false;
-    return m_input.clear();
+    return dropInput();
   }
   if (m_warned)
     throw orv::Interrupt("ksl", "shell", orv::_("Interrupted."));
@@ -227,10 +237,17 @@ bool Shell::mayEnd()
       enterCommand();
     return true;
   }
-  if (!m_host.hasUnsavedWork())
+  return mayLeaveWork();
+}
+
+// A terminal that is gone gives no answer.
+bool Shell::mayLeaveWork()
+{
+  if (!m_reader->isInteractive() || !m_host.hasUnsavedWork())
     return true;
+  const std::string where = m_file.empty() ? "" : " in " + m_file;
   std::string answer;
-  switch (m_reader->read("There is unsaved work. Leave all the same? [y/N] ", answer)) {
+  switch (m_reader->read("There is unsaved work. Save it" + where + "? [y]es, [n]o, [c]ancel: ", answer)) {
     case LineReader::Result::interrupted:
       return false;
     case LineReader::Result::end:
@@ -238,101 +255,19 @@ bool Shell::mayEnd()
     case LineReader::Result::line:
       break;
   }
-  return StringUtilities::toLower(answer).substr(0, 1) == "y";
+  answer = StringUtilities::toLower(answer).substr(0, 1);
+  if (answer != "y")
+    return answer == "n";
+  std::string file = m_file;
+  if (file.empty() && m_reader->read("File: ", file) != LineReader::Result::line)
+    return false;
+  file = unquotedArgument(std::string(StringUtilities::trimmed(file)));
+  return !file.empty() && mayOverwrite(file) && saveIn(file);
 }
 
-// ------------------------------------------------------------------------------------------------------ own commands
-
-void Shell::runOwnCommand(const std::string& line)
+bool Shell::answersYes(const std::string& question)
 {
-  const std::size_t blank = std::min(line.find_first_of(" \t"), line.size());
-  const std::string word = line.substr(0, blank);
-  const std::string argument = StringUtilities::removeWhitespace(line.substr(blank));
-  for (const OwnCommand& command : ownCommands()) {
-    if (word != command.word)
-      continue;
-    if (!argument.empty() && !*command.argument)
-      return reportMistake(orv::_("%s takes no argument.", word));
-    return (this->*command.run)(argument);
-  }
-  std::vector<std::string> words;
-  for (const OwnCommand& command : ownCommands())
-    words.emplace_back(command.word);
-  orv::Diagnostic more = orv::oneOf(word, std::move(words));
-  more.valid.clear();
-  orv::ErrorProgressReporter::instance()->reportError(diagnosed(
-      orv::data::notFound("ksl", "shell",
-                          orv::_("There is no command '%s'. .help lists those that there are.", word)),
-      std::move(more)));
-}
-
-void Shell::showHelp(const std::string&)
-{
-  for (const OwnCommand& command : ownCommands()) {
-    const std::string usage = std::string(command.word) + ' ' + command.argument;
-    std::cout << std::left << std::setw(20) << usage << std::right << command.help << '\n';
-  }
-  std::cout << "All else is KSL: blocks (TYPE: name ... END), entered with the END that closes them,\n"
-               "and actions (> word argument, ...).\n";
-}
-
-void Shell::showTree(const std::string& argument)
-{
-  if (const orv::KSLObject* object = findObject(argument.empty() ? "/" : argument))
-    std::cout << treeText(*object);
-}
-
-void Shell::showState(const std::string& argument)
-{
-  std::cout << stateText(argument.empty() ? "/" : argument);
-}
-
-void Shell::showHistory(const std::string&)
-{
-  if (m_steps.undoable().empty() && m_steps.redoable().empty())
-    std::cout << "Nothing to undo or redo.\n";
-  printSteps(m_steps.undoable(), "To be undone, the last one first to go:", true);
-  printSteps(m_steps.redoable(), "To be redone, the first one first:", false);
-}
-
-void Shell::undo(const std::string& argument)
-{
-  moveInHistory(argument, "undo", "undone: ", &StepNames::undoable);
-}
-
-void Shell::redo(const std::string& argument)
-{
-  moveInHistory(argument, "redo", "redone: ", &StepNames::redoable);
-}
-
-void Shell::moveInHistory(const std::string& count, const char* action, const char* done,
-                          const std::vector<std::string>& (StepNames::*steps)() const)
-{
-  const std::size_t wanted = readCount(count);
-  const std::size_t there = (m_steps.*steps)().size();
-  if (wanted == 0)
-    return reportMistake(orv::_("'%s' is no number of steps.", count));
-  if (there == 0)
-    return reportMistake(orv::_("Nothing to %s.", action));
-  if (wanted > there)
-    return reportMistake(orv::_("There are only %d steps to %s. .history lists them.", there, action));
-  const std::string command = std::string("> ") + action;
-  for (std::size_t i = 0; i < wanted; ++i) {
-    const std::string name = (m_steps.*steps)().back();
-    std::cout << done << name << '\n';
-    if (!enter({{command}, {.name = std::string(".") + action}}, command))
-      return;
-  }
-}
-
-void Shell::cancel(const std::string&)
-{
-  if (m_input.empty())
-    return reportMistake(orv::_("No block is being entered."));
-  m_input.clear();
-}
-
-void Shell::quit(const std::string&)
-{
-  m_ended = mayEnd();
+  std::string answer;
+  return m_reader->read(question, answer) == LineReader::Result::line
+         && StringUtilities::toLower(answer).starts_with('y');
 }

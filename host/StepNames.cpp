@@ -1,8 +1,11 @@
 #include "StepNames.h"
 
+#include "platform/ORVKSLAPI.h"
+#include "platform/ORVUtilities.h"
 #include "command/ActionExecutor.h"
 #include "command/KSLInterface.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace {
@@ -12,6 +15,31 @@ bool isAction(const std::string& command, std::string_view word)
   if (command.empty() || command.front() != '>')
     return false;
   return orv::ActionExecutor::splitActionLine(command.substr(1)).front() == word;
+}
+
+// "TYPE: name" as paths have it.
+std::string pathLike(const std::string& text)
+{
+  if (text.starts_with('/') || text.find(':') == std::string::npos)
+    return orv::PathUtils::normalisePathBwdComp(text);
+  const auto [type, name] = orv::StringUtilities::splitObjectTypeAndName(text);
+  return "/" + type + ":" + name;
+}
+
+// Whether a path is that of the object, or of one below it. Of an object at the top the name will do.
+bool isOf(std::string_view path, std::string_view object)
+{
+  if (object.front() != '/')
+    path.remove_prefix(path.find(':') == std::string_view::npos ? 1 : path.find(':') + 1);
+  return path.starts_with(object) && (path.size() == object.size() || path[object.size()] == '/');
+}
+
+bool touches(const orv::KSLChangeList* changes, const std::string& object)
+{
+  for (std::size_t i = 0; changes && i < changes->size(); ++i)
+    if (isOf((*changes)[i].path.str(), object))
+      return true;
+  return false;
 }
 
 const std::string& nameFor(const std::string& moved, const std::string& command)
@@ -38,6 +66,16 @@ void StepNames::follow(const std::string& command)
   grow(m_redo, redo, isAction(command, "undo") ? nameFor(undone, command) : command);
 }
 
+std::size_t StepNames::undosTo(const std::string& what) const
+{
+  const std::string name = orv::StringUtilities::simplifyWhitespace(what);
+  const std::string object = pathLike(name);
+  for (std::size_t i = m_undo.names.size(); !object.empty() && i-- > 0;)
+    if (m_undo.names[i] == name || touches(m_undo.changes[i].lock().get(), object))
+      return m_undo.names.size() - i;
+  return 0;
+}
+
 std::string StepNames::shrink(Stack& stack, const orv::HistoryStack& steps)
 {
   std::vector<std::string>& names = stack.names;
@@ -47,6 +85,7 @@ std::string StepNames::shrink(Stack& stack, const orv::HistoryStack& steps)
   while (names.size() > steps.size() - (isExchanged ? 1 : 0)) {
     dropped = std::move(names.back());
     names.pop_back();
+    stack.changes.pop_back();
   }
   return dropped;
 }
@@ -54,5 +93,8 @@ std::string StepNames::shrink(Stack& stack, const orv::HistoryStack& steps)
 void StepNames::grow(Stack& stack, const orv::HistoryStack& steps, const std::string& name)
 {
   stack.names.resize(steps.size(), name);
+  stack.changes.resize(steps.size());
+  if (!stack.changes.empty())
+    stack.changes.back() = steps.shareTop();
   stack.top = steps.topId();
 }

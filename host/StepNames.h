@@ -3,6 +3,8 @@
 
 #include "command/HistoryStack.h"
 
+#include <cstddef>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -24,9 +26,14 @@ class StepNames {
   const std::vector<std::string>& undoable() const { return m_undo.names; }
   const std::vector<std::string>& redoable() const { return m_redo.names; }
 
+  // How many steps an undo takes to reach the newest one that is called so, or that has changed the object of this path,
+  // "TYPE: name" or name, or one below it; 0 for none. Linear in the changes of these steps.
+  std::size_t undosTo(const std::string& what) const;
+
  private:
   struct Stack {
     std::vector<std::string> names;
+    std::vector<std::weak_ptr<const orv::KSLChangeList>> changes;  // of as many steps
     orv::HistoryStack::ListId top = 0;
   };
 

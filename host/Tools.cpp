@@ -2,13 +2,9 @@
 
 #include "CheckCommand.h"
 #include "CommandTable.h"
-#include "DescribeCommand.h"
 #include "DiffCommand.h"
-#include "GetCommand.h"
 #include "LspCommand.h"
 #include "Options.h"
-#include "PlanCommand.h"
-#include "WhyCommand.h"
 
 #include <iostream>
 #include <string>
@@ -54,6 +50,47 @@ void addObjects(CLI::App& command, QueryOptions& options)
 
 }  // namespace
 
+void addQuestion(CLI::App& command, DescribeCommand::Options& options)
+{
+  command
+      .add_option("SUBJECT", options.subject,
+                  "A type, TYPE.PARAM, an object or PATH.PARAM; without one, all types are listed")
+      ->type_name("");
+  addFormat(command, options.query);
+  addOption(command, "--html", "DIR", "Write a reference manual of all types into this folder, as HTML",
+            [&options](const std::string& folder) { options.html = folder; });
+  addOption(command, "--markdown", "DIR", "The same as Markdown",
+            [&options](const std::string& folder) { options.markdown = folder; });
+}
+
+void addQuestion(CLI::App& command, GetCommand::Options& options)
+{
+  command
+      .add_option("PATHS", options.objects,
+                  "Paths or names, joined by commas, in which * stands for anything; or PATH.PARAM")
+      ->required()
+      ->type_name("");
+  command
+      .add_option("PARAMS", options.params,
+                  "Names of parameters, likewise; without any, those that state text shows")
+      ->type_name("");
+  addOption(command, "--in", "UNIT", "Show numbers in these units",
+            [&options](const std::string& units) { options.units = units; });
+  addFormat(command, options.query, true);
+}
+
+void addQuestion(CLI::App& command, PlanCommand::Options& options)
+{
+  addFiles(command, options.files, "Files to plan, in order; - is standard input");
+  addFormat(command, options.query);
+}
+
+void addQuestion(CLI::App& command, WhyCommand::Options& options)
+{
+  command.add_option("PATH", options.subject, "A path or name, or PATH.PARAM")->required()->type_name("");
+  addFormat(command, options.query);
+}
+
 Tools::Tools(CLI::App& app) : m_options(std::make_unique<Options>())
 {
   addDescribe(app);
@@ -81,15 +118,7 @@ void Tools::addDescribe(CLI::App& app)
   DescribeCommand::Options& options = m_options->describe;
   CLI::App* command =
       app.add_subcommand("describe", "Tell what types and parameters there are, and what they take");
-  command
-      ->add_option("SUBJECT", options.subject,
-                   "A type, TYPE.PARAM, an object or PATH.PARAM; without one, all types are listed")
-      ->type_name("");
-  addFormat(*command, options.query);
-  addOption(*command, "--html", "DIR", "Write a reference manual of all types into this folder, as HTML",
-            [&options](const std::string& folder) { options.html = folder; });
-  addOption(*command, "--markdown", "DIR", "The same as Markdown",
-            [&options](const std::string& folder) { options.markdown = folder; });
+  addQuestion(*command, options);
   addObjects(*command, options.query);
   add(command, [&options] { return DescribeCommand::run(options); });
 }
@@ -98,18 +127,7 @@ void Tools::addGet(CLI::App& app)
 {
   GetCommand::Options& options = m_options->get;
   CLI::App* command = app.add_subcommand("get", "Print values of objects, results included");
-  command
-      ->add_option("PATHS", options.objects,
-                   "Paths or names, joined by commas, in which * stands for anything; or PATH.PARAM")
-      ->required()
-      ->type_name("");
-  command
-      ->add_option("PARAMS", options.params,
-                   "Names of parameters, likewise; without any, those that state text shows")
-      ->type_name("");
-  addOption(*command, "--in", "UNIT", "Show numbers in these units",
-            [&options](const std::string& units) { options.units = units; });
-  addFormat(*command, options.query, true);
+  addQuestion(*command, options);
   addObjects(*command, options.query);
   add(command, [&options] { return GetCommand::run(options); });
 }
@@ -134,10 +152,7 @@ void Tools::addPlan(CLI::App& app)
 {
   PlanCommand::Options& options = m_options->plan;
   CLI::App* command = app.add_subcommand("plan", "Tell what entering files would change, and change nothing");
-  command->add_option("FILE", options.files, "Files to plan, in order; - is standard input")
-      ->required()
-      ->type_name("");
-  addFormat(*command, options.query);
+  addQuestion(*command, options);
   addObjects(*command, options.query);
   add(command, [&options] { return PlanCommand::run(options); });
 }
@@ -147,8 +162,7 @@ void Tools::addWhy(CLI::App& app)
   WhyCommand::Options& options = m_options->why;
   CLI::App* command =
       app.add_subcommand("why", "Tell what an object is computed from, and which change reached it last");
-  command->add_option("PATH", options.subject, "A path or name, or PATH.PARAM")->required()->type_name("");
-  addFormat(*command, options.query);
+  addQuestion(*command, options);
   addObjects(*command, options.query);
   add(command, [&options] { return WhyCommand::run(options); });
 }

@@ -1,10 +1,21 @@
 // The subcommands that look at texts, rules and values.
 #pragma once
 
+#include "DescribeCommand.h"
+#include "GetCommand.h"
+#include "PlanCommand.h"
+#include "WhyCommand.h"
+
 #include <CLI/CLI.hpp>
 #include <functional>
 #include <memory>
 #include <vector>
+
+// What is asked of these commands, without what there is to look at: options and arguments that the shell takes, too.
+void addQuestion(CLI::App& command, DescribeCommand::Options& options);
+void addQuestion(CLI::App& command, GetCommand::Options& options);
+void addQuestion(CLI::App& command, PlanCommand::Options& options);
+void addQuestion(CLI::App& command, WhyCommand::Options& options);
 
 class Tools {
  public:

@@ -4,14 +4,13 @@
 #include "database/KSLObject.h"
 #include "rules/GenericKSLObject.h"
 #include "command/KSLCoreAPI.h"
-#include "command/KSLUpdateInfo.h"
+#include "ChangeRecord.h"
 #include "TextTable.h"
 #include "Values.h"
 #include "session/CalculationLog.h"
 
 #include <algorithm>
 #include <iostream>
-#include <map>
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <set>
@@ -27,48 +26,6 @@ using orv::ParamDefinition;
 using orv::SchedulerObject;
 
 namespace {
-
-// What happened while texts were entered.
-class Record {
- public:
-  Record() { orv::KSLCoreAPI::instance()->recordKSLChanges(true); }
-
-  // The text of this name is entered next; empty when the last one has been.
-  void next(const std::string& name)
-  {
-    if (!m_names.empty())
-      noteChanges(m_names.back());
-    m_log.setCommand(static_cast<int>(m_names.size()));
-    m_names.push_back(name);
-  }
-
-  const CalculationLog& log() const { return m_log; }
-  const std::string& nameOf(const CalculationLog::Entry& entry) const
-  {
-    return m_names.at(static_cast<std::size_t>(entry.command));
-  }
-  // The text that set a parameter last; empty when none did.
-  std::string setBy(const KSLObject& object, const std::string& param) const
-  {
-    const auto found = m_setters.find({object.getPath(), param});
-    return found == m_setters.end() ? std::string() : found->second;
-  }
-
- private:
-  void noteChanges(const std::string& name)
-  {
-    const auto [first, end] = orv::KSLCoreAPI::instance()->getUpdateInfo()->getUpdates();
-    for (auto item = first; item != end; ++item)
-      for (const auto& [path, params] : item->objects)
-        for (const auto& [param, status] : params)
-          if (status.set)
-            m_setters[{path, param}] = name;
-  }
-
-  CalculationLog m_log;
-  std::vector<std::string> m_names;
-  std::map<std::pair<std::string, std::string>, std::string> m_setters;
-};
 
 std::string nameOf(const std::string& path, const std::string& scheduler)
 {
@@ -195,7 +152,7 @@ std::vector<Source> sourcesOf(const SchedulerObject& top)
 
 class Answer {
  public:
-  Answer(const NamedParam& subject, const Record& record)
+  Answer(const NamedParam& subject, const ChangeRecord& record)
       : m_subject(subject),
         m_record(record),
         m_coloured(takesColour(STDOUT_FILENO))
@@ -300,24 +257,31 @@ class Answer {
   }
 
   const NamedParam& m_subject;
-  const Record& m_record;
+  const ChangeRecord& m_record;
   const bool m_coloured;
 };
 
 }  // namespace
 
+void WhyCommand::print(const std::string& subject, const ChangeRecord& record, OutputFormat format)
+{
+  const NamedParam named = requireNamed(subject);
+  const Answer answer(named, record);
+  std::cout << (format == OutputFormat::json ? printedJson(answer.json()) : answer.text());
+}
+
 int WhyCommand::run(const Options& options)
 {
-  std::optional<Record> record;
+  std::optional<ChangeRecord> record;
   const auto watch = [&](const std::string& name) {
-    if (!record)
+    if (record)
+      record->endCommand();
+    else
       record.emplace();
-    record->next(name);
+    record->beginCommand(name);
   };
   const auto answer = [&] {
-    const NamedParam subject = requireNamed(options.subject);
-    const Answer result(subject, *record);
-    std::cout << (options.query.format == OutputFormat::json ? printedJson(result.json()) : result.text());
+    print(options.subject, *record, options.query.format);
     record.reset();
   };
   return runQuery(options.query, answer, watch);

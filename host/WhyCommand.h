@@ -5,6 +5,8 @@
 
 #include <string>
 
+class ChangeRecord;
+
 class WhyCommand {
  public:
   struct Options {
@@ -13,4 +15,6 @@ class WhyCommand {
   };
 
   static int run(const Options& options);
+  // Answers from what was recorded of the commands so far. Throws data::notFound for what there is not.
+  static void print(const std::string& subject, const ChangeRecord& record, OutputFormat format);
 };

@@ -181,6 +181,16 @@ CLI::App* addExplain(CLI::App& app, std::string& text)
   return explain;
 }
 
+// An option of the shell in front of a subcommand would be lost on it.
+void refuseMisplaced(const CLI::App& app)
+{
+  const std::vector<CLI::App*> chosen = app.get_subcommands();
+  for (const CLI::Option* option : app.get_options())
+    if (!chosen.empty() && option->count() > 0)
+      throw CLI::ValidationError(option->get_name(), "in front of '" + chosen.front()->get_name()
+                                                         + "' it has no effect; write it behind");
+}
+
 // What an argument that nobody expected was meant to be, as a line; empty when nothing is close.
 std::string suggestionFor(const CLI::App& app, const CLI::ParseError& error)
 {
@@ -239,6 +249,7 @@ int main(int argc, char** argv)
   const Tools tools(app);
   try {
     app.parse(argc, argv);
+    refuseMisplaced(app);
     checkFiles(runOptions);
   } catch (const CLI::ParseError& error) {
     if (app.exit(error) == 0)

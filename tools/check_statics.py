@@ -43,7 +43,7 @@ SHARED = {
     "harmlessWords::words": CONST,
     "isUnforeseen::foreseen": CONST,
     "commonUnits::units": CONST,
-    "kindOf::kinds": CONST,
+    "longForm::forms": CONST,
 }
 
 # What compilers put there.

@@ -1,5 +1,5 @@
 // What session and state files make of any text, and what becomes of files that are not whole.
-#include "actions/FileText.h"
+#include "command/FileText.h"
 
 #include "platform/ORVSystem.h"
 #include "database/KSLObject.h"

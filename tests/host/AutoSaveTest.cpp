@@ -114,9 +114,10 @@ TEST(AutoSave, IsWrittenBesideTheFilesAndOfferedOnce)
   terminal.enter(".state left");
   EXPECT_NE(terminal.takeScreen().find("BOX:left"), std::string::npos);
   terminal.type(".quit\r");
-  terminal.waitForPrompt("There is unsaved work. Leave all the same? [y/N] ");
+  terminal.waitForPrompt("There is unsaved work. Save it in " + folder + "a.qst? [y]es, [n]o, [c]ancel: ");
   terminal.type("y\r");
   EXPECT_EQ(terminal.end(), 0);
+  EXPECT_NE(readFile(folder + "a.qst").find("BOX:left"), std::string::npos);
   EXPECT_FALSE(fs::exists(file));
 
   // Whoever loads or saves a file of that name has it still.

@@ -2,6 +2,7 @@
 #include "Process.h"
 
 #include <algorithm>
+#include <cctype>
 #include <gtest/gtest.h>
 #include <map>
 #include <random>
@@ -141,12 +142,21 @@ const std::vector<Damage>& damages()
       {"END with a letter more", Kind::end, [](Lines& lines, std::size_t at) { lines[at].text += "E"; }},
       {"END with a word", Kind::end, [](Lines& lines, std::size_t at) { lines[at].text += " CUT"; }},
       {"END with a semicolon", Kind::end, [](Lines& lines, std::size_t at) { lines[at].text += ";"; }},
+      {"END with a no-break blank", Kind::end,
+       [](Lines& lines, std::size_t at) { lines[at].text += "\xC2\xA0"; }},
       {"END short of a letter", Kind::end, [](Lines& lines, std::size_t at) { lines[at].text.pop_back(); }},
       {"header gone", Kind::header,
        [](Lines& lines, std::size_t at) { lines.erase(lines.begin() + static_cast<long>(at)); }, true},
       {"header without a colon", Kind::header,
        [](Lines& lines, std::size_t at) { replace(lines[at].text, ":", ""); }},
       {"header with a value", Kind::header, [](Lines& lines, std::size_t at) { lines[at].text += " = 1"; }},
+      {"header with an equals sign", Kind::header,
+       [](Lines& lines, std::size_t at) { replace(lines[at].text, ":", " ="); }},
+      {"header in small letters", Kind::header,
+       [](Lines& lines, std::size_t at) {
+         for (std::size_t i = 0; i < lines[at].text.find(':'); ++i)
+           lines[at].text[i] = static_cast<char>(std::tolower(lines[at].text[i]));
+       }},
       {"type misspelt", Kind::header,
        [](Lines& lines, std::size_t at) { replace(lines[at].text, ":", "S:"); }},
       {"type short of a letter", Kind::header,
@@ -177,6 +187,18 @@ const std::vector<Damage>& damages()
          lines[at].text.replace(lines[at].text.find('=') + 1, std::string::npos, " ][ ?");
        }},
       {"parameter continued", Kind::parameter, [](Lines& lines, std::size_t at) { lines[at].text += " \\"; },
+       true},
+      {"parameter with two equals signs", Kind::parameter,
+       [](Lines& lines, std::size_t at) { replace(lines[at].text, "=", "=="); }},
+      {"value with units too many", Kind::parameter,
+       [](Lines& lines, std::size_t at) { lines[at].text += " [kg]"; }},
+      {"value with a bracket left open", Kind::parameter,
+       [](Lines& lines, std::size_t at) { lines[at].text += " ["; }},
+      {"line end lost", Kind::parameter,
+       [](Lines& lines, std::size_t at) {
+         lines[at].text += lines[at + 1].text;
+         lines.erase(lines.begin() + static_cast<long>(at) + 1);
+       },
        true},
       {"word for a line", Kind::parameter,
        [](Lines& lines, std::size_t at) { lines[at].text = "  something"; }},

@@ -4,8 +4,10 @@
 #include <algorithm>
 #include <filesystem>
 #include <gtest/gtest.h>
+#include <map>
 #include <random>
 #include <regex>
+#include <set>
 #include <sstream>
 
 namespace {
@@ -83,6 +85,52 @@ TEST(Reports, AreWholeAsShown)
     EXPECT_EQ(outcome.status != 0, isError || outcome.err.find("Run with --help") != std::string::npos)
         << each.name;
   }
+}
+
+// Of the first error, or warning if there is none: "cut.ksl:4:10: error[4]: ..." as the file and line, and the kind of
+// report; empty for reports without a place.
+std::string placeOf(const std::string& reports)
+{
+  std::smatch found;
+  for (const char* kind : {"error", "warning"})
+    if (std::regex_search(reports, found,
+                          std::regex(std::string("(^|\n)([^ :]+:[0-9]+:)[0-9]+: (") + kind + ")\\[")))
+      return found[2].str() + found[3].str();
+  return {};
+}
+
+// All files in the demo's language, each with its error, checked together.
+TEST(Reports, CheckTellsThemInOneGo)
+{
+  Arguments arguments{"check", "--format", "short"};
+  std::map<std::string, std::string> expected;  // places, and the cases
+  const std::vector<Case> cases = readCases(sourceDir() + "/tests/host/reports.txt");
+  for (std::size_t i = 0; i < cases.size(); ++i) {
+    const Arguments& given = cases[i].arguments;
+    if (std::find(given.begin(), given.end(), "--library") != given.end() || placeOf(cases[i].report).empty())
+      continue;
+    const std::string folder = "case" + std::to_string(i) + "/";
+    for (const auto& [name, text] : cases[i].files) {
+      makeFile("work/" + folder + name, text);
+      if (!name.ends_with(".res"))
+        arguments.push_back(folder + name);
+    }
+    expected[folder + placeOf(cases[i].report)] = cases[i].name;
+  }
+  std::istringstream told(ksl(arguments, {}, "ORV_KSL_LIBRARY_PATH=").err);
+  for (std::string line; std::getline(told, line);)
+    expected.erase(placeOf(line));
+  std::set<std::string> untold;
+  for (const auto& [place, name] : expected)
+    untold.insert(name);
+  EXPECT_GE(cases.size() - untold.size(), 40U);
+  EXPECT_EQ(untold, (std::set<std::string>{
+                        "action on nothing",                // another file has the object
+                        "calculation",                      // is not done
+                        "reference of an earlier command",  // what is deleted is used by nothing that is seen
+                        "results file",                     // is not read
+                        "value in a text of the command line"  // is no file
+                    }));
 }
 
 TEST(Reports, FormatsForPrograms)

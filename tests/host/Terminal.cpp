@@ -109,6 +109,11 @@ void Terminal::waitFor(const std::string& text)
 void Terminal::waitForPrompt(const std::string& prompt)
 {
   waitFor("\n" + prompt);
+  waitForKeys();
+}
+
+void Terminal::waitForKeys()
+{
   // Keys that come before the line is edited would be echoed, and Ctrl-C would be a signal.
   for (struct termios modes = {}; tcgetattr(m_terminal, &modes) == 0 && (modes.c_lflag & ICANON);)
     poll(nullptr, 0, 1);

@@ -21,6 +21,8 @@ class Terminal {
   void waitFor(const std::string& text);
   // Waits for a prompt at the beginning of a line, and until it takes keys.
   void waitForPrompt(const std::string& prompt);
+  // Waits until keys are taken one by one, as they are where a line is edited.
+  void waitForKeys();
   // Types a line and waits for the prompt behind what comes of it.
   void enter(const std::string& line, const std::string& prompt = "ksl> ");
   // Waits for the program's end. Its status; -1 when it ended by a signal.

@@ -119,27 +119,64 @@ INSTANTIATE_TEST_SUITE_P(
              "bash|zsh|fish|man: tcsh not in {bash,zsh,fish,man}\nRun with --help for more information.\n"}}),
     [](const auto& story) { return std::string(story.param.name); });
 
-// What bash offers behind these words, sorted.
-std::string completed(const std::string& words, int index)
+// What a shell's script, given the words as its first argument, prints once it has read the completion of ksl.
+std::string completed(const std::string& shell, const std::string& script, const std::string& words)
 {
-  const std::string script =
-      makeFile("work/complete.sh", ksl({"completion", "bash"}).out + "COMP_WORDS=(" + words
-                                       + ")\nCOMP_CWORD=" + std::to_string(index)
-                                       + "\n_ksl\nprintf '%s\\n' \"${COMPREPLY[@]}\" | sort\n");
+  makeFile("work/" + shell + "/_ksl", ksl({"completion", shell}).out);
+  makeFile("work/" + shell + "/script", script);
   const std::string out = makeFile("standard/completed");
-  static_cast<void>(
-      std::system(("cd " + workFolder() + " && bash " + script + " > " + out + " 2>&1").c_str()));
+  static_cast<void>(std::system(("cd " + workFolder() + " && PATH=$(dirname $KSL_BIN):$PATH " + shell + " "
+                                 + shell + "/script '" + words + "' > " + out + " 2>&1")
+                                    .c_str()));
   return readFile(out);
 }
 
-TEST(Completion, OffersWhatTheParserTakes)
+bool isThere(const std::string& program)
 {
-  EXPECT_EQ(completed("ksl des", 1), "describe\n");
-  EXPECT_EQ(completed("ksl get --format ''", 3), "csv\njson\ntext\n");
-  EXPECT_EQ(completed("ksl check --de", 2), "--deny-warnings\n");
-  makeFile("work/with blank.txt");
-  EXPECT_EQ(completed("ksl check with", 2), "with blank.txt\n");
-  EXPECT_EQ(completed("ksl completion f", 2), "fish\n");
+  return std::system(("command -v " + program + " > /dev/null").c_str()) == 0;
+}
+
+class Completion : public testing::TestWithParam<std::pair<const char*, const char*>> {};
+
+// The words as they are completed where one thing can stand there.
+TEST_P(Completion, OffersWhatTheParserTakes)
+{
+  const auto& [shell, script] = GetParam();
+  if (!isThere(shell))
+    GTEST_SKIP() << "no " << shell << " here";
+  makeFile("work/with-dash.txt");
+  for (const auto& [words, last] : {std::pair("ksl des", "describe"),
+                                    {"ksl get --format c", "csv"},
+                                    {"ksl get --fo", "--format"},
+                                    {"ksl check --de", "--deny-warnings"},
+                                    {"ksl run with", "with-dash.txt"},
+                                    {"ksl completion f", "fish"}})
+    EXPECT_EQ(completed(shell, script, words), std::string(last) + "\n") << words;
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Shells, Completion,
+    testing::Values(
+        std::pair("bash",
+                  "source bash/_ksl; COMP_WORDS=($1); COMP_CWORD=$((${#COMP_WORDS[@]} - 1)); _ksl\n"
+                  "printf '%s\\n' \"${COMPREPLY[@]}\""),
+        std::pair("fish", "source fish/_ksl; complete -C $argv[1] | string replace -r '\\t.*' ''"),
+        // It completes on a terminal only: another zsh shows what Tab made of the words.
+        std::pair("zsh", R"(
+zmodload zsh/zpty
+zpty z 'zsh -f -i'
+zpty -w z 'fpath=($PWD/zsh $fpath); autoload -U compinit; compinit -u -D; bindkey "^I" complete-word'
+zpty -w z 'show() { print -r -- "[[${${(z)BUFFER}[-1]}]]" }; zle -N show; bindkey "^X" show; echo rea""dy'
+zpty -r -m z shown '*ready*'
+zpty -w -n z "$1"$'\t\x18'
+zpty -r -m z shown '*\[\[*\]\]*'
+print -r -- "${${shown##*\[\[}%%\]\]*}"
+zpty -d z
+)")),
+    [](const auto& shell) { return std::string(shell.param.first); });
+
+TEST(Manual, PageHasAllOptions)
+{
   const std::string page = ksl({"completion", "man"}).out;
   for (const char* part : {".SH \"ksl describe\"", "\\fB\\-\\-deny\\-warnings\\fR", ".TH KSL 1"})
     EXPECT_NE(page.find(part), std::string::npos) << part;

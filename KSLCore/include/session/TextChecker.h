@@ -67,7 +67,7 @@ class ORV_API CheckMemory {
 //
 // What is told and what entering does agree, but for what only a calculation, or a file that an action reads, knows: after
 // an action whose effect on the objects cannot be foreseen (undo, readstate), missing objects are no longer told. An object
-// that only a later text defines is told as a warning. Of circles those of expressions are told.
+// that only a later text defines is told as a warning. That an expression which an action deletes is still used is not told.
 //
 // Linear in the texts. Memory for the objects that they define, not for their parameters.
 class ORV_API TextChecker {

@@ -4,7 +4,7 @@
 #include "platform/ORVUtilities.h"
 #include "command/ActionExecutor.h"
 #include "command/CommandLines.h"
-#include "actions/FileText.h"
+#include "command/FileText.h"
 
 #include <algorithm>
 #include <array>

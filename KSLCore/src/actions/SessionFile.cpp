@@ -4,7 +4,7 @@
 #include "platform/ORVKSLParseUtilities.h"
 #include "platform/ORVSystem.h"
 #include "platform/ORVUtilities.h"
-#include "actions/FileText.h"
+#include "command/FileText.h"
 
 #include <fstream>
 #include <utility>

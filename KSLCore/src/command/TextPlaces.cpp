@@ -4,6 +4,7 @@
 #include "platform/ORVUtilities.h"
 #include "database/ObjectFactory.h"
 #include "command/CommandLines.h"
+#include "command/FileText.h"
 
 #include <algorithm>
 
@@ -88,13 +89,25 @@ const SourceText& TextPlaces::text()
   return *m_read;
 }
 
+namespace {
+
+// As it is, but for escapes, which a file says that it has.
+std::string readableText(const std::string& file)
+{
+  std::vector<std::string> lines = ORVFile::readLines(file);
+  FileText::undo(lines);
+  return StringUtilities::vectorToString(lines, '\n');
+}
+
+}  // namespace
+
 SourceText TextPlaces::sourceText() const
 {
   const auto reading = m_mode == kslUpdateDefault ? SyntaxTree::Reading::command : SyntaxTree::Reading::atEnd;
   const auto append = [this](std::string& path, std::string_view type, std::string_view name) {
     m_store.appendComponent(path, type, name);
   };
-  return {m_source.name, m_source.isExcerpt ? ORVFile::readAll(m_source.name) : m_text, reading, append,
+  return {m_source.name, m_source.isExcerpt ? readableText(m_source.name) : m_text, reading, append,
           m_source.firstLine};
 }
 

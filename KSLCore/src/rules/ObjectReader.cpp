@@ -216,8 +216,12 @@ void KSLRules::ObjectReader::readContext(const KSLAPI::ObjectInfo& context)
       continue;
     const bool essential = info.getName() == "Essential Parameter List";
     if (!essential && info.getName() != "Optional Parameter List"
-        && info.getName() != "Default Parameter List")
+        && info.getName() != "Default Parameter List") {
+      if (m_extra.warnOfMisspeltKeys)
+        warnOfMisspeltKey(info,
+                          {"Essential Parameter List", "Optional Parameter List", "Default Parameter List"});
       continue;
+    }
     readingKey(info, [&] {
       const NameList names = listOf(info);
       if (essential)

@@ -16,9 +16,7 @@ class RulesValidator final : public KSLValidator {
   // The store that holds the RULES; outlives this.
   explicit RulesValidator(const KSLAPI& store) : m_store(store) {}
 
-  // Numbers are numbers, or expressions, whose units have the dimension of those of the default, unless it is that of a
-  // variable; a triplet has three.
-  // References, keywords and names in expressions are for those who link them.
+  // As ValueCheck says. References, keywords and names in expressions are for those who link them.
   std::string whyRefused(std::string_view type, const std::string& param,
                          const std::string& value) const override;
   // Warns, as the store's validation, of a parent that an "Allowed Parent List" does not have.

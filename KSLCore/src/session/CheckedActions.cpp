@@ -2,6 +2,7 @@
 
 #include "platform/ORVError.h"
 #include "platform/ORVUtilities.h"
+#include "command/actionChecks.h"
 
 #include <algorithm>
 #include <map>
@@ -61,7 +62,23 @@ const std::map<std::string, Grammar>& grammars()
 
 std::string longForm(const std::string& action)
 {
-  return action == "rs" ? "readsession" : action == "db" ? "debug" : action;
+  static const std::map<std::string, std::string> forms{
+      {"rs", "readsession"}, {"db", "debug"}, {"fu", "forceupdate"}, {"s", "getstate"}};
+  const auto found = forms.find(action);
+  return found == forms.end() ? action : found->second;
+}
+
+// Throws as the executor does.
+void checkCount(const std::vector<std::string>& words, const std::string& action)
+{
+  if (action == "delete")
+    checkAtLeast(words, "delete", 1, "DeleteExecutor");
+  else if (action == "forceupdate")
+    checkAtLeast(words, "forceupdate", 1, "ForceUpdateExecutor");
+  else if (action == "getstate")
+    checkExactly(words, "getstate", 1, "GetStateExecutor");
+  else if (action == "debug")
+    checkExactly(words, "debug", 1, "ReadSessionExecutor");  // as the executor says
 }
 
 bool has(const std::vector<std::string>& list, const std::string& word)
@@ -101,6 +118,11 @@ std::optional<ActionFault> faultOfArgument(const std::string& action, const Gram
 std::optional<ActionFault> faultOf(const std::vector<std::string>& words)
 {
   const std::string action = longForm(words.front());
+  try {
+    checkCount(words, action);
+  } catch (const Error& error) {
+    return ActionFault{error.getClassName(), error.getFunction(), error.getMessage(), words.front(), {}};
+  }
   const auto found = grammars().find(action);
   if (found == grammars().end())
     return std::nullopt;

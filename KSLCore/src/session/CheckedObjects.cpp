@@ -25,6 +25,9 @@ CheckedObjects::CheckedObjects(CheckedTypes& types) : m_types(types), m_objects(
         m_objects[added].context = rule->getValue();
         m_objects[added].hasContext = true;
       }
+      bool isReadable = false;
+      if (const ParamDefinition* mark = child->lookUpParam("Protected"))
+        m_objects[added].isProtected = StringUtilities::isTrue(mark->getValue(), isReadable);
       waiting.emplace_back(child, added);
     });
   }
@@ -180,6 +183,14 @@ CheckedObjects::Hit CheckedObjects::resolve(Index from, std::string_view item, c
   if (!decides(walk(from, name), fits, hit) && from != root)
     decides(walk(root, name), fits, hit);
   return hit;
+}
+
+CheckedObjects::Hit CheckedObjects::resolve(Index from, std::string_view item,
+                                            const ParamDefinition& param) const
+{
+  const std::string& remote = param.getRemoteType();
+  return resolve(from, item, param.getRemotePath(),
+                 [&](const CheckedType& type) { return remote.empty() || type.hasScheduler(remote); });
 }
 
 }  // namespace orv

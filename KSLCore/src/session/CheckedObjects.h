@@ -28,6 +28,7 @@ class CheckedObjects {
     bool alive = true;
     std::string context;  // value of its context rule, when a text sets it
     bool hasContext = false;
+    bool isProtected = false;
     std::size_t text = static_cast<std::size_t>(-1);  // that defines it first, and where
     std::size_t offset = 0;
   };
@@ -56,6 +57,8 @@ class CheckedObjects {
   };
   using Fits = std::function<bool(const CheckedType&)>;
   Hit resolve(Index from, std::string_view item, const std::string& remotePath, const Fits& fits) const;
+  // The same, where the parameter says where to look, and what for.
+  Hit resolve(Index from, std::string_view item, const ParamDefinition& param) const;
 
  private:
   using Indices = std::vector<Index>;

@@ -1,11 +1,8 @@
 #include "CheckedTypes.h"
 
 #include "platform/ORVError.h"
-#include "platform/ORVExpressions.h"
 #include "platform/ORVUtilities.h"
 #include "database/ObjectFactory.h"
-#include "database/PreferredUnits.h"
-#include "database/QuantityScanner.h"
 #include "rules/GenericKSLObject.h"
 #include "services/EngineUnitSystemHandler.h"
 #include "services/UnitsKSLObject.h"
@@ -17,36 +14,21 @@ namespace orv {
 
 namespace {
 
-using Kind = CheckedParam::Kind;
-
-Kind kindOf(const std::string& type)
-{
-  static const std::map<std::string, Kind> kinds{
-      {"Logical", Kind::logical},      {"Real", Kind::number},          {"Quantity", Kind::number},
-      {"Real List", Kind::numbers},    {"Real Triplet", Kind::triplet}, {"Integer", Kind::integer},
-      {"Integer List", Kind::integers}};
-  const auto found = kinds.find(type);
-  return found == kinds.end() ? Kind::text : found->second;
-}
-
 CheckedParam checkedParam(const ParamDefinition& param, const GenericKSLObject* owner)
 {
-  CheckedParam checked;
-  checked.definition = &param;
+  CheckedParam checked(param);
   checked.isExpression = owner && owner->holdsExpression(param);
   checked.isReference = owner && !checked.isExpression && !param.getRemoteType().empty();
-  if (param.getRemoteType().empty())
-    checked.kind = kindOf(param.getType());
-  const std::vector<std::string> items = StringUtilities::splitValue(param.getDefaultValue());
-  const std::optional<Quantity> usual = items.empty() ? std::nullopt : scanQuantity(items.front());
-  // A zero without units may be one of anything.
-  const bool isKnown = usual && (usual->hasUnits() || usual->getValue() != 0)
-                       && !PreferredUnits::areThoseOfVariable(param.getName());
-  if (isKnown && (!usual->hasUnits() || UnitsConverter::isValid(usual->getUnits()))) {
-    checked.units = usual->getUnits();
-    checked.dimensions = UnitDimensions(checked.units);
-  }
   return checked;
+}
+
+std::vector<std::pair<std::string, std::string>> linksOf(const std::string& type)
+{
+  const std::vector<std::string> list = TypeCatalogue::listOf(type, "Scheduler Links");
+  std::vector<std::pair<std::string, std::string>> links;
+  for (std::size_t i = 0; i + 1 < list.size(); i += 2)
+    links.emplace_back(list[i], list[i + 1]);
+  return links;
 }
 
 // Those that the context rule lists as its values.
@@ -78,8 +60,10 @@ std::unique_ptr<CheckedType> checkedType(const KSLObject& prototype)
   type->takesAnyParam = type->computing && type->computing->definesNames();
   type->isVariable = prototype.isA("variable") && prototype.hasParam("Value");
   type->parents = TypeCatalogue::listOf(type->name, "Allowed Parent List");
-  if (type->computing)
+  if (type->computing) {
     type->schedulers = TypeCatalogue::listOf(type->name, "Scheduler");
+    type->links = linksOf(type->name);
+  }
   if (const ObjectRules* rules = prototype.getObjectRules(); rules && rules->hasContextRule()) {
     type->contextRule = rules->getContextRuleName();
     const ParamDefinition* rule = prototype.lookUpParam(type->contextRule);
@@ -91,46 +75,6 @@ std::unique_ptr<CheckedType> checkedType(const KSLObject& prototype)
     checked.inAllContexts = isInAllContexts(*type, param);
   });
   return type;
-}
-
-std::string whyNoUnits(const CheckedParam& param, const std::string& units)
-{
-  if (units.empty() || units == param.units)
-    return {};
-  const bool isInteger = param.kind == Kind::integer || param.kind == Kind::integers;
-  if (std::string reason = UnitsConverter::whyInvalid(units); !reason.empty())
-    return reason;
-  const UnitDimensions dimensions(units);
-  if (isInteger)
-    return dimensions.isDimensionless() ? std::string() : _("An integer has no units.");
-  if (!param.dimensions || *param.dimensions == dimensions)
-    return {};
-  return _("The units are not those of the default, '%s'.", param.definition->getDefaultValue());
-}
-
-// The units of a number, or of an expression that names nothing.
-std::string whyNoNumber(const CheckedParam& param, const std::string& item)
-{
-  if (const std::optional<Quantity> quantity = scanQuantity(item))
-    return whyNoUnits(param, quantity->getUnits());
-  ExpressionDef expression(item);
-  expression.parse();
-  if (!expression.getNames().empty() || !expression.getUnknownFunctions().empty())
-    return {};
-  return whyNoUnits(param, expression.evaluate({}).getQuantity().getUnits());
-}
-
-std::string whyNoNumbers(const CheckedParam& param, std::string_view value)
-{
-  const bool isOne = param.kind == Kind::number || param.kind == Kind::integer;
-  const std::vector<std::string> items =
-      isOne ? std::vector<std::string>{std::string(value)} : StringUtilities::splitValue(value);
-  if (param.kind == Kind::triplet && items.size() != 3)
-    return _("A triplet has three numbers, not %d.", items.size());
-  for (const std::string& item : items)
-    if (std::string reason = whyNoNumber(param, item); !reason.empty())
-      return reason;
-  return {};
 }
 
 }  // namespace
@@ -159,22 +103,6 @@ const CheckedType* CheckedTypes::find(std::string_view name)
   const KSLObject* prototype = ObjectFactory::instance()->findPrototype(name);
   return m_types.emplace(std::string(name), prototype ? checkedType(*prototype) : nullptr)
       .first->second.get();
-}
-
-std::string whyRefused(const CheckedParam& param, std::string_view value)
-{
-  if (value.empty() || param.kind == Kind::text)
-    return {};
-  if (param.kind == Kind::logical) {
-    bool isTruth = true;
-    StringUtilities::isTrue(value, isTruth);
-    return isTruth ? std::string() : _("It is neither true nor false.");
-  }
-  try {
-    return whyNoNumbers(param, value);
-  } catch (const Error& error) {
-    return error.getMessage();
-  }
 }
 
 std::string whyNoPreference(const CheckedType& type, const std::string& param, const std::string& value)

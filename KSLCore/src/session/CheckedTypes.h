@@ -1,16 +1,15 @@
 // What the rules say of types, in the form that checking many lines asks for.
 #pragma once
 
-#include "platform/ORVUnits.h"
 #include "database/KSLObject.h"
+#include "rules/ValueCheck.h"
 
 #include <functional>
-#include <map>
 #include <memory>
-#include <optional>
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 namespace orv {
@@ -23,15 +22,13 @@ struct TextHash {
 };
 
 struct CheckedParam {
-  enum class Kind { text, logical, number, integer, numbers, integers, triplet };
+  explicit CheckedParam(const ParamDefinition& param) : definition(&param), values(param) {}
 
-  const ParamDefinition* definition = nullptr;
-  Kind kind = Kind::text;
-  bool isReference = false;                  // an object that computes links it
-  bool isExpression = false;                 // names in it stand for values
-  bool inAllContexts = true;                 // of its type
-  std::string units;                         // of the default
-  std::optional<UnitDimensions> dimensions;  // that values must have; none when any will do
+  const ParamDefinition* definition;
+  ValueCheck values;
+  bool isReference = false;   // an object that computes links it
+  bool isExpression = false;  // names in it stand for values
+  bool inAllContexts = true;  // of its type
 };
 
 struct CheckedType {
@@ -42,6 +39,7 @@ struct CheckedType {
   bool isVariable = false;  // its objects can be used in expressions
   std::vector<std::string> parents;
   std::vector<std::string> schedulers;
+  std::vector<std::pair<std::string, std::string>> links;  // of these: the second is computed from the first
   std::string contextRule;
   std::string defaultContext;
   std::unordered_map<std::string, CheckedParam, TextHash, std::equal_to<>> params;
@@ -62,10 +60,8 @@ class CheckedTypes {
   std::unordered_map<std::string, std::unique_ptr<CheckedType>, TextHash, std::equal_to<>> m_types;
 };
 
-// Why the parameter cannot have the value, in the words of its reader; empty when it can, as far as can be seen. Allowed
-// values and names are not looked at.
-std::string whyRefused(const CheckedParam& param, std::string_view value);
-// The same of an object that chooses units, in the words of UnitsKSLObject; empty for objects of other classes.
+// Why a parameter of an object that chooses units cannot have the value, in the words of UnitsKSLObject; empty when it can,
+// and for objects of other classes.
 std::string whyNoPreference(const CheckedType& type, const std::string& param, const std::string& value);
 
 }  // namespace orv

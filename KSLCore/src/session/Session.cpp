@@ -14,7 +14,7 @@
 #include "command/KSLCoreAPI.h"
 #include "command/KSLInterface.h"
 #include "command/caughtError.h"
-#include "actions/FileText.h"
+#include "command/FileText.h"
 #include "SessionModel.h"
 #include "blockText.h"
 #include "session/FileActions.h"

@@ -1,4 +1,4 @@
-#include "actions/FileText.h"
+#include "command/FileText.h"
 
 #include "platform/ORVSystem.h"
 #include "platform/ORVUtilities.h"

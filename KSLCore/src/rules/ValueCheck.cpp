@@ -1,0 +1,105 @@
+#include "rules/ValueCheck.h"
+
+#include "platform/ORVError.h"
+#include "platform/ORVExpressions.h"
+#include "platform/ORVUtilities.h"
+#include "database/ParamDefinition.h"
+#include "database/PreferredUnits.h"
+#include "database/QuantityScanner.h"
+
+#include <utility>
+#include <vector>
+
+namespace orv {
+
+ValueCheck::ValueCheck(const ParamDefinition& definition)
+    : m_definition(&definition),
+      m_kind(definition.getRemoteType().empty() ? kindOf(definition.getType()) : Kind::text)
+{}
+
+ValueCheck::Kind ValueCheck::kindOf(const std::string& type)
+{
+  static constexpr std::pair<std::string_view, Kind> kinds[] = {
+      {"Logical", Kind::logical},      {"Real", Kind::number},          {"Quantity", Kind::number},
+      {"Real List", Kind::numbers},    {"Real Triplet", Kind::triplet}, {"Integer", Kind::integer},
+      {"Integer List", Kind::integers}};
+  for (const auto& [name, kind] : kinds)
+    if (name == type)
+      return kind;
+  return Kind::text;
+}
+
+std::string ValueCheck::whyRefused(std::string_view value) const
+{
+  if (value.empty() || m_kind == Kind::text)
+    return {};
+  if (m_kind == Kind::logical) {
+    bool isTruth = true;
+    StringUtilities::isTrue(value, isTruth);
+    return isTruth ? std::string() : _("It is neither true nor false.");
+  }
+  try {
+    return whyNoNumbers(value);
+  } catch (const Error& error) {
+    const Diagnostic* more = error.getDiagnostic().get();
+    const bool isMeant = more && !more->suggestion.empty();
+    return isMeant ? _("%s Did you mean '%s'?", error.getMessage(), more->suggestion) : error.getMessage();
+  }
+}
+
+std::string ValueCheck::whyNoNumbers(std::string_view value) const
+{
+  const bool isOne = m_kind == Kind::number || m_kind == Kind::integer;
+  const std::vector<std::string> items =
+      isOne ? std::vector<std::string>{std::string(value)} : StringUtilities::splitValue(value);
+  if (m_kind == Kind::triplet && items.size() != 3)
+    return _("A triplet has three numbers, not %d.", items.size());
+  for (const std::string& item : items)
+    if (std::string reason = whyNoNumber(item); !reason.empty())
+      return reason;
+  return {};
+}
+
+// The units of an expression are known when it names nothing.
+std::string ValueCheck::whyNoNumber(const std::string& item) const
+{
+  if (const std::optional<Quantity> quantity = scanQuantity(item))
+    return whyNoUnits(quantity->getUnits());
+  ExpressionDef expression(item);
+  expression.parse();
+  if (!expression.getNames().empty() || !expression.getUnknownFunctions().empty())
+    return {};
+  return whyNoUnits(expression.evaluate({}).getQuantity().getUnits());
+}
+
+// A zero without units may be one of anything.
+void ValueCheck::readDefault() const
+{
+  m_isDefaultRead = true;
+  const std::vector<std::string> items = StringUtilities::splitValue(m_definition->getDefaultValue());
+  const std::optional<Quantity> usual = items.empty() ? std::nullopt : scanQuantity(items.front());
+  if (!usual || (!usual->hasUnits() && usual->getValue() == 0)
+      || PreferredUnits::areThoseOfVariable(m_definition->getName())
+      || (usual->hasUnits() && !UnitsConverter::isValid(usual->getUnits())))
+    return;
+  m_units = usual->getUnits();
+  m_dimensions = UnitDimensions(m_units);
+}
+
+std::string ValueCheck::whyNoUnits(const std::string& units) const
+{
+  if (units.empty())
+    return {};
+  if (!m_isDefaultRead)
+    readDefault();
+  if (units == m_units && !isInteger())
+    return {};
+  const UnitDimensions dimensions(units);
+  if (isInteger())
+    return dimensions.isDimensionless() ? std::string() : _("An integer has no units.");
+  if (!m_dimensions || *m_dimensions == dimensions)
+    return {};
+  return _("The units are not those of the default, '%s'.", m_definition->getDefaultValue());
+}
+
+}  // namespace orv

@@ -1,0 +1,231 @@
+#include "CheckedLinks.h"
+
+#include "platform/ORVUtilities.h"
+#include "database/ObjectDB.h"
+#include "database/ObjectFactory.h"
+
+#include <algorithm>
+
+namespace orv {
+
+using Object = CheckedLinks::Object;
+
+namespace {
+
+constexpr std::size_t ofDatabase = static_cast<std::size_t>(-1);
+
+}  // namespace
+
+// The kind of data that it asks for: an expression takes what it uses as what it is itself.
+const std::string& CheckedLinks::sourceOf(const ParamDefinition& param)
+{
+  return param.getRemoteType().empty() ? param.getLocalType() : param.getRemoteType();
+}
+
+bool CheckedLinks::mayCircle(const ParamDefinition& param)
+{
+  if (m_kinds.empty()) {
+    for (const std::string& name : ObjectFactory::instance()->getObjectTypes()) {
+      const CheckedType& type = *m_state.types.find(name);
+      for (const auto& [from, to] : type.links)
+        m_kinds[from].insert(to);
+      for (const auto& [unused, each] : type.params)
+        if (each.isReference || each.isExpression)
+          m_kinds[sourceOf(*each.definition)].insert(each.definition->getLocalType());
+    }
+  }
+  std::set<std::string> reached{param.getLocalType()};
+  std::vector<std::string> waiting{param.getLocalType()};
+  while (!waiting.empty()) {
+    const std::string kind = std::move(waiting.back());
+    waiting.pop_back();
+    for (const std::string& next : m_kinds[kind])
+      if (reached.insert(next).second)
+        waiting.push_back(next);
+  }
+  return reached.count(sourceOf(param)) > 0;
+}
+
+const std::vector<const CheckedParam*>& CheckedLinks::circularOf(const CheckedType& type)
+{
+  const auto [found, isNew] = m_circular.try_emplace(&type);
+  if (isNew)
+    for (const auto& [name, param] : type.params)
+      if ((param.isReference || param.isExpression) && type.hasScheduler(param.definition->getLocalType())
+          && mayCircle(*param.definition))
+        found->second.push_back(&param);
+  return found->second;
+}
+
+void CheckedLinks::set(Object object, const CheckedParam& param, SyntaxTree::Index node,
+                       std::vector<Object> targets)
+{
+  const std::vector<const CheckedParam*>& circular = circularOf(*m_state.objects[object].type);
+  if (std::find(circular.begin(), circular.end(), &param) == circular.end())
+    return;
+  m_used.insert(targets.begin(), targets.end());
+  m_named[{object, &param}] = {m_state.text, node, std::move(targets), false};
+  m_news.emplace_back(object, &param);
+}
+
+void CheckedLinks::setToDefault(Object object, const CheckedParam& param)
+{
+  if (m_state.objects[object].text != ofDatabase && m_named.count({object, &param}) == 0)
+    return;  // it has its default
+  const std::vector<const CheckedParam*>& circular = circularOf(*m_state.objects[object].type);
+  if (std::find(circular.begin(), circular.end(), &param) != circular.end())
+    m_named[{object, &param}] = {m_state.text, 0, {}, true};
+}
+
+// ------------------------------------------------------------------------------------------------------- what is there
+
+std::vector<Object> CheckedLinks::defaultTargets(Object object, const CheckedParam& param) const
+{
+  const ParamDefinition& definition = *param.definition;
+  std::vector<Object> targets;
+  if (!param.isReference || definition.getAllowedValues().count(definition.getDefaultValue()) > 0)
+    return targets;
+  for (const std::string& item : StringUtilities::splitValue(definition.getDefaultValue()))
+    if (const CheckedObjects::Hit hit = m_state.objects.resolve(object, item, definition); hit.fits)
+      targets.push_back(hit.object);
+  return targets;
+}
+
+std::vector<Object> CheckedLinks::targetsOf(Object object, const CheckedParam& param) const
+{
+  const auto named = m_named.find({object, &param});
+  if (named != m_named.end() && !named->second.isDefault)
+    return named->second.targets;
+  const CheckedObjects::Object& checked = m_state.objects[object];
+  const KSLObject* there =
+      named == m_named.end() ? ObjectDB::instance()->getObjectByPath(checked.path) : nullptr;
+  const ParamDefinition* definition = there ? there->lookUpParam(param.definition->getName()) : nullptr;
+  if (!definition)
+    return defaultTargets(object, param);
+  std::vector<Object> targets;
+  for (const KSLObject* target : there->namedObjects(*definition))
+    if (const Object index = target ? m_state.objects.findPath(target->getPath()) : CheckedObjects::none;
+        index != CheckedObjects::none)
+      targets.push_back(index);
+  return targets;
+}
+
+std::vector<CheckedLinks::Edge> CheckedLinks::edgesOf(const Node& node)
+{
+  const CheckedType& type = *m_state.objects[node.first].type;
+  std::vector<Edge> edges;
+  for (const auto& [from, to] : type.links)
+    if (to == node.second)
+      edges.push_back({{node.first, from}, nullptr});
+  for (const CheckedParam* param : circularOf(type)) {
+    if (param->definition->getLocalType() != node.second)
+      continue;
+    const std::string& kind = sourceOf(*param->definition);
+    for (const Object target : targetsOf(node.first, *param))
+      if (m_state.objects[target].alive && m_state.objects[target].type
+          && m_state.objects[target].type->hasScheduler(kind))
+        edges.push_back({{target, kind}, param});
+  }
+  return edges;
+}
+
+// ------------------------------------------------------------------------------------------------------------- circles
+
+bool CheckedLinks::isToBeSearched(const Key& key) const
+{
+  const CheckedObjects::Object& object = m_state.objects[key.first];
+  return object.alive && (object.text == ofDatabase || m_used.count(key.first) > 0);
+}
+
+void CheckedLinks::addCircles()
+{
+  if (m_news.empty())
+    return;
+  m_credit += creditOfCommand;
+  std::set<Node> done;
+  bool isWhole = true;
+  for (const Key& key : m_news) {
+    if (!isToBeSearched(key))
+      continue;
+    isWhole = isWhole && search({key.first, key.second->definition->getLocalType()}, done);
+    if (!isWhole)
+      m_postponed.push_back(key);
+  }
+  m_news.clear();
+}
+
+void CheckedLinks::endText()
+{
+  m_credit = static_cast<std::size_t>(-1);
+  std::set<Node> done;
+  for (const Key& key : m_postponed)
+    if (isToBeSearched(key))
+      search({key.first, key.second->definition->getLocalType()}, done);
+  m_postponed.clear();
+  m_told.clear();
+  m_credit = creditOfText;
+}
+
+// Depth first; a calculation that is met again on the way down closes a circle. False when the credit did not last.
+bool CheckedLinks::search(const Node& start, std::set<Node>& done)
+{
+  std::vector<Step> steps;
+  std::set<Node> above;
+  const auto enter = [&](const Node& node) {
+    if (!done.insert(node).second)
+      return;
+    above.insert(node);
+    steps.push_back({node, edgesOf(node)});
+    --m_credit;
+  };
+  enter(start);
+  while (!steps.empty() && m_credit > 0) {
+    Step& step = steps.back();
+    if (step.next == step.edges.size()) {
+      above.erase(step.node);
+      steps.pop_back();
+      continue;
+    }
+    const Node next = step.edges[step.next++].to;
+    if (above.count(next) > 0)
+      addCircle(steps, next);
+    else
+      enter(next);
+  }
+  return steps.empty();
+}
+
+// Told at the statement that closed it: the last one of those that the circle leads through.
+void CheckedLinks::addCircle(const std::vector<Step>& steps, const Node& again)
+{
+  const Named* last = nullptr;
+  Key closing;
+  Node source;
+  for (std::size_t i = steps.size(); i-- > 0;) {
+    const Edge& edge = steps[i].edges[steps[i].next - 1];
+    const auto named = edge.param ? m_named.find({steps[i].node.first, edge.param}) : m_named.end();
+    if (named != m_named.end() && named->second.text == m_state.text && !named->second.isDefault
+        && (!last || named->second.node > last->node)) {
+      last = &named->second;
+      closing = named->first;
+      source = edge.to;
+    }
+    if (steps[i].node == again)
+      break;
+  }
+  if (!last || !m_told.insert(closing).second)
+    return;
+  const ParamDefinition& param = *closing.second->definition;
+  const CheckedObjects::Object& from = m_state.objects[source.first];
+  const CheckedObjects::Object& object = m_state.objects[closing.first];
+  const bool isSelf = source.first == closing.first && source.second == param.getLocalType();
+  m_state.add(
+      CheckState::error(
+          "SchedulerObject", "addChild",
+          isSelf ? _("Tried to make object %s (%s) reference itself.", from.name, source.second)
+                 : _("Attempt to create a cyclic dependency between object %s (%s) and object %s (%s).",
+                     from.name, source.second, object.name, param.getLocalType())),
+      last->node, SyntaxTree::LeafKind::value, from.name, closing.first, closing.second);
+}
+
+}  // namespace orv

@@ -1,0 +1,79 @@
+// Which objects are computed from which, as far as texts say; for circles among them.
+#pragma once
+
+#include "CheckState.h"
+
+#include <map>
+#include <set>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+namespace orv {
+
+// Keeps what parameters name that may be part of a circle: those from whose kind of data the rules lead back to what they
+// are computed from. Few types have any, and others cost nothing here.
+class CheckedLinks {
+ public:
+  using Object = CheckedObjects::Index;
+
+  // The state outlives this.
+  explicit CheckedLinks(CheckState& state) : m_state(state) {}
+
+  // What a parameter names now, by the statement at this node of the text under way; and what its default does.
+  void set(Object object, const CheckedParam& param, SyntaxTree::Index node, std::vector<Object> targets);
+  void setToDefault(Object object, const CheckedParam& param);
+  // Adds a finding for each circle that has come since the last call, as entering reports it. Costs what the objects that
+  // are newly linked are computed from, unless nothing is computed from them; what would cost more than the text is long
+  // waits for its end, and is told then if the circle is still there.
+  void addCircles();
+  void endText();
+
+ private:
+  // A calculation: an object, and what of it is computed.
+  using Node = std::pair<Object, std::string_view>;
+  struct Named {
+    std::size_t text;
+    SyntaxTree::Index node;
+    std::vector<Object> targets;
+    bool isDefault;
+  };
+  // From a calculation to one that it is computed from.
+  struct Edge {
+    Node to;
+    const CheckedParam* param;  // null within an object
+  };
+  struct Step {
+    Node node;
+    std::vector<Edge> edges;
+    std::size_t next = 0;
+  };
+  using Key = std::pair<Object, const CheckedParam*>;
+
+  static constexpr std::size_t creditOfText = 10000;
+  static constexpr std::size_t creditOfCommand = 10;
+
+  static const std::string& sourceOf(const ParamDefinition& param);
+  bool mayCircle(const ParamDefinition& param);
+  const std::vector<const CheckedParam*>& circularOf(const CheckedType& type);
+  std::vector<Object> targetsOf(Object object, const CheckedParam& param) const;
+  std::vector<Object> defaultTargets(Object object, const CheckedParam& param) const;
+  std::vector<Edge> edgesOf(const Node& node);
+  bool isToBeSearched(const Key& key) const;
+  bool search(const Node& start, std::set<Node>& done);
+  void addCircle(const std::vector<Step>& steps, const Node& again);
+
+  CheckState& m_state;
+  std::map<Key, Named> m_named;
+  std::set<Object> m_used;  // something is computed from these
+  std::vector<Key> m_news;
+  std::vector<Key> m_postponed;
+  std::set<Key> m_told;                 // that close circles, of this text
+  std::size_t m_credit = creditOfText;  // how many calculations may be looked at before the end of the text
+  std::map<std::string, std::set<std::string>> m_kinds;  // of data, and those that are computed from them
+  std::unordered_map<const CheckedType*, std::vector<const CheckedParam*>> m_circular;
+};
+
+}  // namespace orv
