@@ -34,7 +34,8 @@ CheckedParam checkedParam(const ParamDefinition& param, const GenericKSLObject* 
   CheckedParam checked;
   checked.definition = &param;
   checked.isExpression = owner && owner->holdsExpression(param);
-  checked.isReference = owner && !checked.isExpression && !param.getRemoteType().empty();
+  checked.isReference =
+      owner && !checked.isExpression && !param.getRemoteType().empty() && !param.getRules()->remoteOptional;
   if (param.getRemoteType().empty())
     checked.kind = kindOf(param.getType());
   const std::vector<std::string> items = StringUtilities::splitValue(param.getDefaultValue());
