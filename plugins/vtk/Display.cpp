@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
+#include <dlfcn.h>
 #include <fcntl.h>
 #include <mutex>
 #include <string>
@@ -69,6 +70,26 @@ std::string startServer()
   return ":" + display;
 }
 
+// VTK ends the process when a display that is named cannot be opened.
+void requireDisplay(const char* display)
+{
+  void* const library = dlopen("libX11.so.6", RTLD_NOW | RTLD_LOCAL);
+  if (!library)
+    return;
+  using Open = void* (*)(const char*);
+  using Close = int (*)(void*);
+  const auto open = reinterpret_cast<Open>(dlsym(library, "XOpenDisplay"));
+  const auto close = reinterpret_cast<Close>(dlsym(library, "XCloseDisplay"));
+  void* const connection = open && close ? open(display) : nullptr;
+  if (connection)
+    close(connection);
+  dlclose(library);
+  if (open && close && !connection)
+    fail("needDisplay",
+         orv::_("The display '%s' cannot be opened; without DISPLAY, pictures are painted in memory.",
+                display));
+}
+
 }  // namespace
 
 void needDisplay()
@@ -80,7 +101,7 @@ void needDisplay()
   }
   const char* const display = std::getenv("DISPLAY");
   if (display && *display)
-    return;
+    return server == 0 ? requireDisplay(display) : void();
   setenv("DISPLAY", startServer().c_str(), 1);
   if (!std::exchange(isWatched, true))
     std::atexit(&endDisplay);

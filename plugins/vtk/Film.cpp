@@ -18,7 +18,7 @@ namespace results {
 
 namespace {
 
-// Its exit status; 127 when there is no such program.
+// Its exit status; -1 when there is no such program.
 int runProgram(std::vector<std::string> words)
 {
   std::vector<char*> arguments;
@@ -34,7 +34,7 @@ int runProgram(std::vector<std::string> words)
   posix_spawn_file_actions_destroy(&files);
   int status = 0;
   if (failure != 0 || waitpid(pid, &status, 0) != pid)
-    return 127;
+    return -1;
   return WIFEXITED(status) ? WEXITSTATUS(status) : 126;
 }
 
@@ -51,7 +51,7 @@ std::string joined(const Film& film, const std::string& file, double perSecond)
   const int status = runProgram({"ffmpeg", "-y", "-loglevel", "error", "-framerate",
                                  orv::StringUtilities::toString(perSecond), "-i", folder.file("%d.png"),
                                  "-vf", "pad=ceil(iw/2)*2:ceil(ih/2)*2", "-pix_fmt", "yuv420p", made});
-  if (status == 127)
+  if (status < 0)
     fail("joinMovie",
          orv::_("'%s' cannot be made: ffmpeg, which joins pictures, is not there (Debian's package ffmpeg).",
                 file));

@@ -34,11 +34,16 @@ class ResultsTest(unittest.TestCase):
         grids.legacy(self.folder / "grid.vtk")
         self.grid = "RESULTS:\nResults File = grid.vtk\nVariable Units = p=Pa, U=m s^-1\nEND\n"
 
-    def ksl(self, *texts, options=(), status=0, command="run"):
-        words = [KSL, command, "--library", str(LIBRARY), *options]
+    def ksl(self, *texts, options=(), status=0, path=None):
+        words = [KSL, "run", "--library", str(LIBRARY), *options]
         for text in texts:
             words += ["-e", text]
         environment = {k: v for k, v in os.environ.items() if k != "DISPLAY"}
+        if path is not None:  # where ffmpeg is looked for; Xvfb stands where systems have it
+            bin = self.folder / "bin"
+            bin.mkdir(exist_ok=True)
+            (bin / "Xvfb").exists() or (bin / "Xvfb").symlink_to(shutil.which("Xvfb"))
+            environment["PATH"] = f"{path}:{bin}:/nowhere" if path else str(bin)
         done = subprocess.run(words, cwd=self.folder, capture_output=True, text=True, env=environment, timeout=120)
         self.assertEqual(done.returncode, status, done.stderr)
         return done
@@ -255,6 +260,13 @@ class ResultsTest(unittest.TestCase):
             flow = re.findall(r"^Flow,Flux of U,([\d.]+)", (self.folder / "cylinder.csv").read_text(), re.M)
             self.assertAlmostEqual(float(flow[0]), 1.2, delta=0.0012)
 
+    def test_a_display_that_is_not_there(self):
+        text = self.grid + self.CUT + "SHOT: s\nPicture List = c\nOutput File = s.png\nEND\n"
+        done = subprocess.run([KSL, "run", "--library", str(LIBRARY), "-e", text], cwd=self.folder, capture_output=True, text=True,
+                              env={**os.environ, "DISPLAY": ":4711"}, timeout=60)
+        self.assertEqual(done.returncode, 1, done.stderr)
+        self.assertIn("The display ':4711' cannot be opened", done.stderr)
+
     def test_every_kind_of_show_and_file_is_painted(self):
         shows = (self.CUT + "PATCH: w\nTransparency = 0.5\nEND\nCOLOUR: k\nLocation = w\nVariable = p\nTransparency = 0.4\nEND\n"
                  "BAND: b\nLocation = c\nVariable = U.x\nOutline = On\nRange Mode = Fixed\nMin = 1 [m s^-1]\nMax = 2 [m s^-1]\nEND\n"
@@ -278,10 +290,18 @@ class ResultsTest(unittest.TestCase):
 
     def test_pictures_over_time(self):
         grids.foam(self.folder / "case")
-        self.ksl("RESULTS:\nResults File = case\nEND\n" + self.CUT + "BAND: b\nLocation = c\nVariable = p\nEND\n"
+        text = ("RESULTS:\nResults File = case\nEND\n" + self.CUT + "BAND: b\nLocation = c\nVariable = p\nEND\n"
                  "SHOT: s\nPicture List = b\nView List = X\nPicture Size = 160, 120\nTime List = All\nOutput File = f.png\nEND\n")
+        self.ksl(text)
         first, second = ((self.folder / f"f.000{n}.png").read_bytes() for n in (1, 2))
         self.assertNotEqual(first, second)
+        # Without the program that joins pictures nothing is written; with one, what it makes of them in their order.
+        movie = "MOVIE: m\nShot = s\nOutput File = f.mp4\nEND\n"
+        self.assertIn("ffmpeg, which joins pictures, is not there", self.ksl(text, movie, status=1, path="").stderr)
+        (self.folder / "ffmpeg").write_text("#!/bin/sh\nfor last; do :; done\n/bin/cat ${last%film.mp4}0.png ${last%film.mp4}1.png > $last\n")
+        (self.folder / "ffmpeg").chmod(0o755)
+        self.ksl(text, movie, path=str(self.folder))
+        self.assertEqual((self.folder / "f.mp4").read_bytes(), first + second)
 
     def test_charts(self):
         self.ksl(self.grid + "PROBE: l\nOption = Line\nPoint 1 = 0 [m], 0.5 [m], 0.5 [m]\nPoint 2 = 2 [m], 0.5 [m], 0.5 [m]\nVariable List = p, U.x\nEND\n"
