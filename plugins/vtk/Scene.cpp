@@ -65,8 +65,8 @@ void addSight(vtkRenderer& renderer, const Sight& sight, int place, double pixel
   const Ptr<vtkActor> actor =
       actorOf(show.isLit ? withNormals(show.body) : show.body, place, show.lineWidth * pixels, sight.opacity);
   actor->GetProperty()->SetLighting(show.isLit);
-  actor->GetProperty()->SetAmbient(0.25);
-  actor->GetProperty()->SetDiffuse(0.8);
+  actor->GetProperty()->SetAmbient(show.isLit ? 0.25 : 1);
+  actor->GetProperty()->SetDiffuse(show.isLit ? 0.8 : 0);
   actor->GetProperty()->SetSpecular(show.isColoured ? 0 : 0.12);
   actor->GetProperty()->SetSpecularPower(24);
   actor->GetProperty()->SetPointSize(static_cast<float>(6 * pixels));
