@@ -10,7 +10,7 @@ BENCH_ARGS ?=
 EXAMPLES = $(sort $(wildcard examples/*.ksl))
 CXX_FILES = git ls-files -z '*.h' '*.c' '*.cpp'
 
-.PHONY: build run run-results test test-results sanitize race check layers share headers format-check tidy format mutate soak bench bench-count fuzz \
+.PHONY: build run run-results test test-results sanitize race check layers share headers format-check tidy format mutate soak bench bench-count fuzz test-editors \
   install package docs dist clean help
 
 build:         ## build the release preset; the host is build/release/bin/ksl
@@ -117,7 +117,7 @@ bench:         ## build and run the benchmarks (BENCH_ARGS=…)
 
 bench-count:   ## count the instructions of each kind of work; fails 3 % above the figures that are kept
 	@tools/setup.sh bench
-	@$(MAKE) --no-print-directory build-release TARGETS='--target bench_counts'
+	@$(MAKE) --no-print-directory build-release TARGETS='--target bench_counts ksl'
 	python3 tools/bench_count.py
 
 fuzz:          ## build and run each fuzzer for FUZZ_SECONDS (30)
@@ -128,18 +128,28 @@ fuzz:          ## build and run each fuzzer for FUZZ_SECONDS (30)
 	  $$f -max_total_time=$(FUZZ_SECONDS) -timeout=10 -artifact_prefix=build/fuzz/$$name- \
 	    build/fuzz/corpus/$$name $$(ls -d fuzz/corpus/$$name 2>/dev/null); done
 
+test-editors:  ## the grammar, "ksl lsp" driven by npm's protocol library and by Neovim
+	@tools/setup.sh editors
+	@$(MAKE) --no-print-directory build-dev TARGETS='--target ksl'
+	mkdir -p build/editors
+	cp tests/editors/package.json build/editors
+	cd build/editors && npm install --silent --no-audit --no-fund --no-package-lock
+	node tests/editors/grammar.mjs build/editors/node_modules .
+	node tests/editors/client.mjs build/editors/node_modules build/dev/bin/ksl
+	KSL_BIN=$(CURDIR)/build/dev/bin/ksl nvim --headless --clean --cmd 'set rtp^=editors/vim' \
+	  -c 'luafile tests/editors/neovim.lua'
+
 install:       ## build the release preset and install it to PREFIX (/usr/local)
 	@$(MAKE) --no-print-directory build
 	cmake --install build/release $(if $(PREFIX),--prefix $(abspath $(PREFIX)))
 
-package:       ## Debian packages of the release preset, in build/packages; what is in them is tried
+package:       ## Debian packages of the release preset, in build/packages; tried in a fresh root (by root)
 	@tools/setup.sh package
 	cmake --preset release >/dev/null
 	@$(MAKE) --no-print-directory build-release
 	rm -rf build/packages
 	cpack --config build/release/CPackConfig.cmake -B build/packages
-	for p in build/packages/*.deb; do dpkg-deb -x "$$p" build/packages/root; done
-	python3 tests/package/package_test.py --build build/release --installed build/packages/root/usr
+	python3 tests/package/package_test.py --build build/release --packages build/packages
 
 docs:          ## the reference manual of the public headers, in build/docs/html
 	@tools/setup.sh docs

@@ -1,5 +1,6 @@
-// The data that every peer is measured with: groups of a hundred objects, ten parameters each, half of them
-// numbers.
+// The data that every peer is measured with, in groups of a hundred objects. The plain model has ten short parameters
+// for each object, half of them numbers. The real one, of the same shape, has what a post-processor has: objects that
+// compute, names and values longer than fifteen characters, units, allowed lists, defaults, an expression, references.
 #pragma once
 
 #include <cstdint>
@@ -50,8 +51,36 @@ inline void appendParams(std::string& text, long object, const char* indent)
     text.append(indent).append(paramName(i)).append(" = ").append(paramValue(object, i)).append("\n");
 }
 
-inline std::string modelText(const Shape& shape)
+inline void appendRealParams(std::string& text, long object, const Shape& shape, const char* indent)
 {
+  static const char* const walls[] = {"No Slip Wall", "Free Slip Wall", "Specified Shear"};
+  const auto add = [&](const char* name, const std::string& value) {
+    text.append(indent).append(name).append(" = ").append(value).append("\n");
+  };
+  const std::string number = paramValue(object, 0);
+  add("Surface Roughness Height", number + " [mm]");
+  add("Reference Temperature", number + " [K]");
+  add("Wall Influence On Flow", walls[object % 3]);
+  add("Visibility", object % 2 ? "On" : "Off");
+  add("Transparency", "0." + std::to_string(object % 10));
+  add("Colour Palette Name", "blue to red, scheme " + std::to_string(object % 50));
+  add("Description Of The Part", "the part with the number " + std::to_string(object));
+  add("Rotation Axis Origin", number + " [m], 0.25 [m], 1.5 [m]");
+  add("Mass Flow Rate Formula", number + " [kg s^-1] * 3");
+  if (object % shape.group)
+    add("Upstream Location", objectPath(object - 1, shape));
+}
+
+enum class Parameters { plain, real };
+
+inline std::string modelText(const Shape& shape, Parameters parameters = Parameters::plain)
+{
+  const auto appendParams = [&](std::string& text, long object, const char* indent) {
+    if (parameters == Parameters::real)
+      appendRealParams(text, object, shape, indent);
+    else
+      bench::appendParams(text, object, indent);
+  };
   std::string text;
   for (long object = 0; object < shape.objects; ++object) {
     if (object % shape.group == 0) {
@@ -84,6 +113,40 @@ inline std::vector<std::string> modelRules(int params = paramCount)
     lines.insert(lines.end(), {std::string("PARAMETER: ") + param, "END"});
   lines.insert(lines.end(), {"SINGLETON: FILE PROCESSING", "KSLObject Class = DataKSLObject",
                              "Essential Parameter List = Processing Mode, Path Stack", "END"});
+  lines.push_back("END");
+  return lines;
+}
+
+// Those of the real model: twenty more parameters that the texts leave at their defaults.
+inline std::vector<std::string> realRules()
+{
+  std::vector<std::string> lines{"RULES:", "Categories = Geometry", "SchedulerTypes = Geometry, Picture",
+                                 "KSLObjectClasses = DataKSLObject, GenericKSLObject"};
+  std::string list;
+  const auto add = [&](const std::string& name, const std::vector<std::string>& said) {
+    lines.push_back("PARAMETER: " + name);
+    lines.insert(lines.end(), said.begin(), said.end());
+    lines.push_back("END");
+    list += (list.empty() ? "" : ", ") + name;
+  };
+  add("Surface Roughness Height", {"Parameter Type = Real", "Default = 0 [mm]", "Local Type = Geometry"});
+  add("Reference Temperature", {"Parameter Type = Real", "Default = 25 [C]", "Local Type = Geometry"});
+  add("Wall Influence On Flow",
+      {"Allowed String List = No Slip Wall, Free Slip Wall, Specified Shear", "Local Type = Geometry"});
+  add("Visibility", {"Parameter Type = Logical", "Allowed String List = On, Off", "Local Type = Picture"});
+  add("Transparency", {"Parameter Type = Real", "Default = 0", "Local Type = Picture"});
+  add("Colour Palette Name", {"Parameter Type = String", "Local Type = Picture"});
+  add("Description Of The Part", {"Parameter Type = String"});
+  add("Rotation Axis Origin", {"Parameter Type = Real Triplet", "Local Type = Geometry"});
+  add("Mass Flow Rate Formula", {"Parameter Type = Expression", "Local Type = Geometry"});
+  add("Upstream Location", {"Local Type = Geometry", "Remote Type = Geometry"});
+  for (int i = 0; i < 20; ++i)
+    add("Spare Setting Of Number " + std::to_string(i),
+        {"Default = a default value, number " + std::to_string(i)});
+  for (const char* type : {"GROUP", "PART"})
+    lines.insert(lines.end(), {std::string("OBJECT: ") + type, "KSLObject Class = GenericKSLObject",
+                               "Scheduler = Geometry, Picture", "Scheduler Links = Geometry, Picture",
+                               "Category = Geometry", "Optional Parameter List = " + list, "END"});
   lines.push_back("END");
   return lines;
 }

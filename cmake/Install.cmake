@@ -72,6 +72,10 @@ if(TARGET ksl_python)
   install(FILES ${python_files} DESTINATION ${python_package_dir} COMPONENT python)
 endif()
 
+if(NOT PROJECT_IS_TOP_LEVEL)
+  return()
+endif()
+
 # Debian packages, one for each component (make package). All paths are relative, so it is no matter that the build was
 # configured for another prefix.
 set(CPACK_GENERATOR DEB)

@@ -8,12 +8,11 @@
 #include "actions/FileText.h"
 #include "FileActions.h"
 #include "Host.h"
+#include "Libraries.h"
 #include "StandardStreams.h"
 #include "session/TextChecker.h"
 
-#include <algorithm>
 #include <deque>
-#include <filesystem>
 #include <memory>
 #include <optional>
 #include <utility>
@@ -41,17 +40,6 @@ std::string plainText(std::string text)
   return orv::StringUtilities::vectorToString(lines, '\n');
 }
 
-// Definitions: RULES stand first.
-bool isLibrary(const SyntaxTree& tree)
-{
-  std::string room;
-  for (SyntaxTree::Index i = tree.firstChild(SyntaxTree::none); i != SyntaxTree::none; i = tree.next(i))
-    if (const SyntaxTree::Kind kind = tree[i].kind;
-        kind != SyntaxTree::Kind::blank && kind != SyntaxTree::Kind::comment)
-      return kind == SyntaxTree::Kind::header && tree.read(i, room).first == "RULES";
-  return false;
-}
-
 class Check {
  public:
   explicit Check(const CheckCommand::Options& options) : m_options(options)
@@ -63,15 +51,7 @@ class Check {
       addText("-e", {}, text);
   }
 
-  // The files of definitions, and whether they say which classes there are, as a library must that needs no other.
-  const std::vector<std::string>& libraries() const { return m_libraries; }
-  bool definesClasses() const
-  {
-    return std::any_of(m_texts.begin(), m_texts.end(), [](const Text& text) {
-      return text.tree.reading() == SyntaxTree::Reading::library
-             && text.tree.text().find("KSLObjectClasses") != std::string::npos;
-    });
-  }
+  const Definitions& definitions() const { return m_definitions; }
 
   std::vector<CheckFinding> findings(const Host& host) const
   {
@@ -93,7 +73,7 @@ class Check {
                                             : SyntaxTree::Reading::command;
     SyntaxTree tree(std::move(text), reading);
     if (isLibrary(tree)) {
-      m_libraries.push_back(file);
+      m_definitions.add(file, tree);
       tree = SyntaxTree(tree.text(), SyntaxTree::Reading::library);
     }
     m_texts.push_back({name, file, std::move(tree)});
@@ -101,35 +81,8 @@ class Check {
 
   const CheckCommand::Options& m_options;
   std::deque<Text> m_texts;
-  std::vector<std::string> m_libraries;
+  Definitions m_definitions;
 };
-
-std::string canonical(const std::string& path)
-{
-  std::error_code unknown;
-  return std::filesystem::weakly_canonical(path, unknown).string();
-}
-
-bool isPartOf(const std::string& file, const std::vector<std::string>& libraries)
-{
-  return std::any_of(libraries.begin(), libraries.end(), [&](const std::string& library) {
-    const std::string place = canonical(library);
-    return canonical(file) == place || canonical(file).starts_with(place + "/");
-  });
-}
-
-// Those that are in force, with the files of definitions that are checked; these alone when they need no others.
-std::vector<std::string> librariesFor(const Check& check, const TextOptions& input)
-{
-  std::vector<std::string> libraries = input.libraries.empty() ? Host::usualLibraries() : input.libraries;
-  std::vector<std::string> added = check.libraries();
-  std::erase_if(added, [&](const std::string& file) { return isPartOf(file, libraries); });
-  if (added.empty())
-    return input.libraries;
-  if (!check.definesClasses())
-    added.insert(added.begin(), libraries.begin(), libraries.end());
-  return added;
-}
 
 // The line that a byte stands in, without its end.
 std::string lineAt(const std::string& text, std::size_t offset)
@@ -176,7 +129,7 @@ int CheckCommand::run(const Options& options)
   const int status = runReporting(options.input, [&] {
     const Check texts(options);
     TextOptions input = options.input;
-    input.libraries = librariesFor(texts, options.input);
+    input.libraries = librariesFor(texts.definitions(), options.input.libraries);
     input.validate = true;
     withHost(input, [&](const Host& host) {
       if (options.load.empty() || enterText(loadStateText(options.load)))

@@ -1,11 +1,13 @@
 #include "Completer.h"
 
+#include "platform/ORVExpressionFunctions.h"
 #include "platform/ORVUtilities.h"
 #include "database/KSLObject.h"
 #include "command/ActionFactory.h"
 #include "CompletionSources.h"
 
 #include <algorithm>
+#include <cctype>
 #include <map>
 
 namespace StringUtilities = orv::StringUtilities;
@@ -79,16 +81,26 @@ std::size_t lastItem(std::string_view text, std::size_t from)
   return skipBlanks(text, comma == std::string_view::npos || comma < from ? from : comma + 1);
 }
 
-std::vector<std::string> sourced(std::string_view source, std::string_view typed)
+// Where the word of an expression begins that the text ends in.
+std::size_t lastWord(std::string_view text, std::size_t from)
+{
+  std::size_t start = text.size();
+  while (start > from
+         && (std::isalnum(static_cast<unsigned char>(text[start - 1])) || text[start - 1] == '_'))
+    --start;
+  return start;
+}
+
+}  // namespace
+
+std::vector<std::string> Completer::sourced(std::string_view source, std::string_view typed) const
 {
   if (source == "@file")
     return fileNames(typed);
   if (source == "@object")
-    return objectNames(typed);
+    return m_objects.matching(typed, {});
   return StringUtilities::stringToVector(source, '|');
 }
-
-}  // namespace
 
 Completions Completer::complete(const CommandInput& input, std::string_view beforeCursor) const
 {
@@ -140,14 +152,7 @@ Completions Completer::completeHeader(const CommandInput& input, std::string_vie
 {
   const std::string type(StringUtilities::trimmed(text.substr(0, colon)));
   const std::size_t start = skipBlanks(text, colon + 1);
-  const KSLObject* parent = objectOf(input.blocks());
-  std::vector<std::string> names;
-  if (parent)
-    parent->forEachChild([&](const KSLObject* child) {
-      if (child->typeIs(type) && !child->isSingleton())
-        names.push_back(child->getName());
-    });
-  return matching(text.substr(start), start, std::move(names));
+  return matching(text.substr(start), start, m_objects.namesIn(input.blocks(), type));
 }
 
 Completions Completer::completeValue(const CommandInput& input, std::string_view text,
@@ -157,9 +162,9 @@ Completions Completer::completeValue(const CommandInput& input, std::string_view
     return {};
   const std::string name(StringUtilities::trimmed(text.substr(0, equals)));
   const ParamDefinition* param = parameterOf(input.blocks(), name);
-  if (!param)
-    return {};
   const std::size_t whole = skipBlanks(text, equals + 1);
+  if (!param)
+    return completeWord(input, param, text, whole);
   const std::size_t item = lastItem(text, equals + 1);
   const std::vector<std::string>& allowed = param->getRules()->allowedInOrder;
   if (!allowed.empty()) {
@@ -167,13 +172,33 @@ Completions Completer::completeValue(const CommandInput& input, std::string_view
     return matching(text.substr(start), start, allowed);
   }
   if (!param->getRemoteType().empty())
-    return matching(text.substr(item), item, objectNames(text.substr(item), param->getRemoteType()));
+    return matching(text.substr(item), item, m_objects.matching(text.substr(item), param->getRemoteType()));
+  Completions word = completeWord(input, param, text, whole);
+  if (!word.texts.empty())
+    return word;
   std::vector<std::string> values;
   if (param->typeIs("Logical"))
     values = {"False", "True"};
   else if (!param->getValue().empty())
     values = {param->getValue()};
   return matching(text.substr(whole), whole, std::move(values));
+}
+
+// Units in an open bracket, or what an expression is made of, once a letter of it is there.
+Completions Completer::completeWord(const CommandInput& input, const ParamDefinition* param,
+                                    std::string_view text, std::size_t whole) const
+{
+  const std::size_t bracket = text.rfind('[');
+  if (bracket != std::string_view::npos && bracket >= whole
+      && text.find(']', bracket) == std::string_view::npos)
+    return matching(text.substr(bracket + 1), bracket + 1, unitsOf(param));
+  const std::size_t start = lastWord(text, whole);
+  if (start == text.size() || !takesExpression(input.blocks(), param))
+    return {};
+  std::vector<std::string> words = m_objects.expressions();
+  for (const std::string& function : orv::expressionFunctionNames())
+    words.push_back(function + "(");
+  return matching(text.substr(start), start, std::move(words));
 }
 
 Completions Completer::completeAction(std::string_view text) const
@@ -225,7 +250,7 @@ Completions Completer::completeOwn(std::string_view text) const
     const std::string name = takesObject ? word.substr(0, word.size() - 1) : word;
     if (takesObject && blank != std::string_view::npos && name == typed) {
       const std::size_t item = lastItem(text, blank);
-      return matching(text.substr(item), item, objectNames(text.substr(item)));
+      return matching(text.substr(item), item, m_objects.matching(text.substr(item), {}));
     }
     candidates.push_back(takesObject ? name + " " : name);
   }

@@ -1,11 +1,14 @@
 #include "CompletionSources.h"
 
+#include "platform/ORVCommonUnits.h"
 #include "platform/ORVError.h"
+#include "platform/ORVUnits.h"
 #include "platform/ORVUtilities.h"
 #include "database/KSLObject.h"
 #include "database/ObjectDB.h"
 #include "database/ObjectFactory.h"
 #include "rules/GenericKSLObject.h"
+#include "session/TypeCatalogue.h"
 
 #include <filesystem>
 #include <optional>
@@ -89,7 +92,14 @@ const ParamDefinition* parameterOf(const std::vector<CommandInput::Block>& block
   return object ? object->lookUpParam(name) : nullptr;
 }
 
-std::vector<std::string> objectNames(std::string_view typed, const std::string& schedulerType)
+const NamedObjects& NamedObjects::ofDatabase()
+{
+  static const NamedObjects& objects = *new NamedObjects;
+  return objects;
+}
+
+std::vector<std::string> NamedObjects::matching(std::string_view typed,
+                                                const std::string& schedulerType) const
 {
   const bool isPath = !typed.empty() && typed.front() == '/';
   const std::string parentPath(isPath ? orv::PathUtils::parentPath(typed) : std::string_view());
@@ -101,6 +111,47 @@ std::vector<std::string> objectNames(std::string_view typed, const std::string& 
         names.push_back(isPath ? child->getPath() : child->getName());
     });
   return names;
+}
+
+std::vector<std::string> NamedObjects::namesIn(const std::vector<CommandInput::Block>& blocks,
+                                               const std::string& type) const
+{
+  std::vector<std::string> names;
+  if (const KSLObject* parent = objectOf(blocks))
+    parent->forEachChild([&](const KSLObject* child) {
+      if (child->typeIs(type) && !child->isSingleton())
+        names.push_back(child->getName());
+    });
+  return names;
+}
+
+std::vector<std::string> NamedObjects::expressions() const
+{
+  std::vector<std::string> names;
+  for (const KSLObject* object : orv::ObjectDB::instance()->getAllObjects())
+    if (const auto* computing = dynamic_cast<const orv::GenericKSLObject*>(object);
+        computing && computing->definesNames())
+      computing->forEachDefinedName([&](const std::string& name) { names.push_back(name); });
+  return names;
+}
+
+bool takesExpression(const std::vector<CommandInput::Block>& blocks, const ParamDefinition* param)
+{
+  const KSLObject* prototype = ObjectFactory::instance()->findPrototype(blocks.back().type);
+  const auto* computing = dynamic_cast<const orv::GenericKSLObject*>(prototype);
+  return computing && (computing->definesNames() || (param && computing->holdsExpression(*param)));
+}
+
+std::vector<std::string> unitsOf(const ParamDefinition* param)
+{
+  const std::string usual = param ? orv::unitsInValue(param->getDefaultValue()) : std::string();
+  std::vector<std::string> units;
+  for (const std::string& unit : orv::commonUnits())
+    if (usual.empty() || orv::UnitsConverter::areConvertible(unit, usual))
+      units.push_back(unit);
+  if (!usual.empty())
+    units.push_back(usual);
+  return units;
 }
 
 std::vector<std::string> fileNames(std::string_view typed)

@@ -21,8 +21,23 @@ std::vector<std::string> parameterNames(const std::vector<CommandInput::Block>& 
 // That of the object, else that of its type; null when it has none of this name.
 const orv::ParamDefinition* parameterOf(const std::vector<CommandInput::Block>& blocks,
                                         const std::string& name);
-// Names of the top-level objects; when a path is typed, paths of the objects below what is typed of it. With a
-// scheduler type only those that have one.
-std::vector<std::string> objectNames(std::string_view typed, const std::string& schedulerType = {});
+// What can be named: objects and expressions of the database, unless an heir knows others.
+class NamedObjects {
+ public:
+  virtual ~NamedObjects() = default;
+  static const NamedObjects& ofDatabase();
+  // Names of the top-level objects; when a path is typed, paths of the objects below what is typed of it. With a
+  // scheduler type only those that have one.
+  virtual std::vector<std::string> matching(std::string_view typed, const std::string& schedulerType) const;
+  // Objects of a type in the object that the open blocks define.
+  virtual std::vector<std::string> namesIn(const std::vector<CommandInput::Block>& blocks,
+                                           const std::string& type) const;
+  virtual std::vector<std::string> expressions() const;
+};
+
+// Whether names in the parameter stand for values; null is one that its type does not list.
+bool takesExpression(const std::vector<CommandInput::Block>& blocks, const orv::ParamDefinition* param);
+// Units that the parameter's values may have, all for null.
+std::vector<std::string> unitsOf(const orv::ParamDefinition* param);
 // Files and folders ("name/") in the folder that is typed so far.
 std::vector<std::string> fileNames(std::string_view typed);

@@ -35,8 +35,8 @@ int runQuery(const QueryOptions& options, const std::function<void()>& work,
   return runWithHost(options.input, [&](Host&) {
     const Texts texts = readTexts(options.input);
     const orv::QuietActions quiet(*orv::KSLInterface::instance()->getExecutive(), harmlessActions());
-    orv::OutputFiles::instance()->setDropping(true);
-    const orv::ScopeGuard writeAgain([] { orv::OutputFiles::instance()->setDropping(false); });
+    orv::OutputFiles::instance()->setNames(&orv::OutputFiles::nowhere);
+    const orv::ScopeGuard writeAgain([] { orv::OutputFiles::instance()->setNames(nullptr); });
     const auto enter = [&](const EnteredText& text, const std::string& name) {
       if (watch)
         watch(name);

@@ -17,7 +17,10 @@
 #include <optional>
 #include <utility>
 
-RunCommand::RunCommand(Options options) : m_options(std::move(options)) {}
+RunCommand::RunCommand(Options options) : m_options(std::move(options))
+{
+  m_options.input.endsProgram = true;
+}
 
 int RunCommand::run()
 {

@@ -15,6 +15,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <iostream>
+#include <memory>
 
 namespace {
 
@@ -93,12 +94,15 @@ int runWithTexts(const TextOptions& options, const std::function<void(const Text
 
 void withHost(const TextOptions& options, const std::function<void(Host&)>& work)
 {
-  Host host(options.libraries, options.validate);
+  auto owned = std::make_unique<Host>(options.libraries, options.validate);
+  Host& host = *owned;
   orv::KSLCoreAPI* api = orv::KSLCoreAPI::instance();
   api->setExternalKslUpdateMode(options.updateMode);
   api->setValidationEnabled(options.validate);
   work(host);
   flushOutput();
+  if (options.endsProgram)
+    (void)owned.release();
 }
 
 int runWithHost(const TextOptions& options, const std::function<void(Host&)>& work)

@@ -20,6 +20,7 @@ struct TextOptions {
   bool validate = false;
   bool traceErrors = false;
   ReportFormat format = ReportFormat::text;
+  bool endsProgram = false;  // when this is done: the model's memory is left to the system
 };
 
 using Lines = std::vector<std::string>;

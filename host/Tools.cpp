@@ -5,6 +5,7 @@
 #include "DescribeCommand.h"
 #include "DiffCommand.h"
 #include "GetCommand.h"
+#include "LspCommand.h"
 #include "Options.h"
 #include "PlanCommand.h"
 #include "WhyCommand.h"
@@ -20,6 +21,7 @@ struct Tools::Options {
   PlanCommand::Options plan;
   WhyCommand::Options why;
   CheckCommand::Options check;
+  TextOptions lsp;
   std::string shell;
 };
 
@@ -60,6 +62,7 @@ Tools::Tools(CLI::App& app) : m_options(std::make_unique<Options>())
   addPlan(app);
   addWhy(app);
   addCheck(app);
+  addLsp(app);
   addCompletion(app);
 }
 
@@ -158,6 +161,16 @@ void Tools::addCheck(CLI::App& app)
   addLoad(*command, options.load);
   command->add_flag("--deny-warnings", options.denyWarnings, "Exit status 1 for warnings, too");
   add(command, [&options] { return CheckCommand::run(options); });
+}
+
+void Tools::addLsp(CLI::App& app)
+{
+  TextOptions& options = m_options->lsp;
+  CLI::App* command =
+      app.add_subcommand("lsp", "Serve editors on standard input and output; docs/editors.md");
+  addLibraries(*command, options);
+  command->add_flag("--stdio")->description("What it does anyway; editors say so");
+  add(command, [&options] { return LspCommand::run(options); });
 }
 
 void Tools::addCompletion(CLI::App& app)

@@ -27,6 +27,7 @@ class Tools {
   void addPlan(CLI::App& app);
   void addWhy(CLI::App& app);
   void addCheck(CLI::App& app);
+  void addLsp(CLI::App& app);
   void addCompletion(CLI::App& app);
 
   std::unique_ptr<Options> m_options;

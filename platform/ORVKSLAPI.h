@@ -139,28 +139,67 @@ class ORV_API KSLReplaceModeHandler {
 
 // -------------------------------------------------------------------------------------------------- text store
 
-// Lines kept in one piece of text: a text of a million lines is two blocks of memory. Views hold until the next
-// line is added.
+// Lines kept in pieces of text, which can be given back as they are read. Views hold until the next line is added, or
+// their line is forgotten.
 class ORV_API KSLLines {
  public:
+  // What reading a line found: its type, as MiniKSLParser::scan tells it, and the place of its mark. Only of a line that
+  // is without comment and white space at its ends.
+  struct Scanned {
+    std::int32_t type = unknown;
+    std::uint32_t mark = 0;
+    static constexpr std::int32_t unknown = -1;
+  };
+
   void reserve(std::size_t characters, std::size_t lines);
   void add(std::string_view line);
   // The same without a copy: append the line to the text that begin() gives, then end() it or drop() it.
-  std::string& begin() { return m_text; }
-  std::string_view begun() const { return std::string_view(m_text).substr(lastEnd()); }
-  void end() { m_ends.push_back(m_text.size()); }
-  void drop() { m_text.resize(lastEnd()); }
+  std::string& begin();
+  std::string_view begun() const
+  {
+    return std::string_view(m_pieces.back().text).substr(m_pieces.back().end());
+  }
+  void end() { end(Scanned()); }
+  // Who has scanned the line saves who reads it the same.
+  void end(Scanned scanned);
+  void drop() { m_pieces.back().text.resize(m_pieces.back().end()); }
 
-  std::size_t size() const { return m_ends.size(); }
-  bool empty() const { return m_ends.empty(); }
-  std::string_view operator[](std::size_t index) const;
+  std::size_t size() const { return m_size; }
+  bool empty() const { return m_size == 0; }
+  std::string_view operator[](std::size_t index) const { return viewIn(m_pieces[index / pieceLines], index); }
+  Scanned scanned(std::size_t index) const
+  {
+    return m_pieces[index / pieceLines].lines[index % pieceLines].scanned;
+  }
+  // The line and what may be read behind it.
+  std::string_view from(std::size_t index) const;
   std::string_view back() const { return (*this)[size() - 1]; }
   std::vector<std::string> copy() const;
 
+  // Lines before this one are not asked for again: their memory is given back, piece by piece.
+  void forgetBefore(std::size_t index) noexcept;
+
  private:
-  std::size_t lastEnd() const { return m_ends.empty() ? 0 : m_ends.back(); }
-  std::string m_text;
-  std::vector<std::size_t> m_ends;
+  static constexpr std::size_t pieceLines = 512;
+  struct Line {
+    std::size_t end;  // in the text of its piece
+    Scanned scanned;
+  };
+  struct Piece {
+    std::string text;
+    std::vector<Line> lines;
+    std::size_t end() const { return lines.empty() ? 0 : lines.back().end; }
+  };
+  static std::string_view viewIn(const Piece& piece, std::size_t index)
+  {
+    const std::size_t line = index % pieceLines;
+    const std::size_t first = line == 0 ? 0 : piece.lines[line - 1].end;
+    return std::string_view(piece.text).substr(first, piece.lines[line].end - first);
+  }
+
+  std::vector<Piece> m_pieces;  // all but the last hold pieceLines
+  std::size_t m_size = 0;
+  std::size_t m_forgotten = 0;  // pieces
 };
 
 // Knows more of the RULES than the text store does; asked when validation is on.
@@ -239,8 +278,8 @@ class ORV_API KSLAPI {
   // stays until undo. Cost: linear in the text.
   void loadKSLData(const std::vector<std::string>& lines);
   void loadKSLData(const KSLLines& lines);
-  // The same; `line` is the number of the line under way, also when this throws.
-  void loadKSLData(const KSLLines& lines, std::size_t& line);
+  // The same; `line` is the number of the line under way, also when this throws. Lines before it are forgotten on the way.
+  void loadKSLData(KSLLines& lines, std::size_t& line);
 
   // Deletes an object and all below it; one that does not exist is left alone. Linear in what goes.
   void deleteObj(const std::string& path);

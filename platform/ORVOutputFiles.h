@@ -32,16 +32,15 @@ class ORV_API OutputFiles {
   // Makes the text the whole content of the file, once the command has ended well; the last of several texts of one
   // command counts. What no file can be put beside of, such as a device, is written then. Throws as ORVFile::replace.
   void write(const std::string& fileName, std::string_view text);
-  // Whether what is written is dropped at once, for those who only look at what commands compute; returns the setting
-  // before. Off at start.
-  bool setDropping(bool on) noexcept { return std::exchange(m_dropping, on); }
   // The file that holds what the command has written to this one; the name itself when it has written nothing.
   std::string pending(const std::string& fileName) const;
 
   // Puts what is written somewhere else: what this gives for a name is written in its place, and nothing for an empty
-  // one. Null, as at start, leaves names as they are.
+  // one. Null, as at start, leaves names as they are. Returns what was set before.
   using Names = std::function<std::string(const std::string& fileName)>;
-  void setNames(Names names) { m_names = std::move(names); }
+  Names setNames(Names names) { return std::exchange(m_names, std::move(names)); }
+  // For those who only look at what commands compute.
+  static std::string nowhere(const std::string&) { return {}; }
 
   // -- For the command processor. Each but publish keeps its failures to itself.
 
@@ -70,7 +69,6 @@ class ORV_API OutputFiles {
   std::vector<std::string> m_written;
   Names m_names;
   bool m_inCommand = false;
-  bool m_dropping = false;
 };
 
 }  // namespace orv

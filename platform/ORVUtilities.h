@@ -129,7 +129,7 @@ class ORV_API SharedText {
   ~SharedText()
   {
     if (m_rep && --m_rep->count == 0)
-      delete m_rep;
+      destroy(m_rep);
   }
 
   // The text; lives as long as any of its holders.
@@ -152,6 +152,9 @@ class ORV_API SharedText {
     std::string text;
   };
   static const std::string& emptyText() noexcept;
+  static Rep* make(std::string_view text);
+  static Rep* make(std::string&& text);
+  static void destroy(Rep* rep) noexcept;
   Rep* m_rep = nullptr;  // null is the empty text
 };
 

@@ -38,7 +38,6 @@ SHARED = {
     "NameLink::text::none": CONST,
     "EngineUnitSystemHandler::getUnitSystemNames::names": CONST,
     "quantityDimensions::dimensions": CONST,
-    "Outcome::changes&::none": CONST,
     "Rehearsal::passOver::silent": CONST,
     "grammars::table": CONST,
     "harmlessWords::words": CONST,

@@ -2,10 +2,13 @@
 
 from __future__ import annotations
 
+import os
 from typing import TYPE_CHECKING
 
 if TYPE_CHECKING:
     from ksl._ksl import Outcome, Report
+
+_PACKAGE = os.path.join(os.path.dirname(__file__), "")
 
 
 class Error(Exception):
@@ -34,6 +37,10 @@ class Error(Exception):
         #: What came of the command; None of a question.
         self.outcome = outcome
 
+    def __reduce__(self) -> tuple[type, tuple[str], dict[str, object]]:
+        """Goes to other processes without what belongs to the session."""
+        return (type(self), (self.message,), {**self.__dict__, "report": None, "outcome": None})
+
 
 def from_report(report: Report, outcome: Outcome | None = None) -> Error:
     return Error(report.message, file=report.file, line=report.line, column=report.column, object=report.object,
@@ -45,11 +52,23 @@ def failure(outcome: Outcome, cause: BaseException | None) -> Error:
     error = from_report(outcome.errors[0], outcome)
     if cause is None:
         return error
-    place = cause.__traceback__
-    while place is not None and place.tb_next is not None:
-        place = place.tb_next
-    if place is not None:
-        error.file, error.line, error.column = place.tb_frame.f_code.co_filename, place.tb_lineno, None
+    error.file, error.line, _ = raised(cause)
+    error.column = None
     error.object = getattr(cause, "_ksl_object", None)
     error.__cause__ = cause
     return error
+
+
+def raised(error: BaseException) -> tuple[str, int, str]:
+    """File and line, the innermost that are not of this package, and what a traceback ends with."""
+    file, line = "", 0
+    place = error.__traceback__
+    while place is not None:
+        if not place.tb_frame.f_code.co_filename.startswith(_PACKAGE):
+            file, line = place.tb_frame.f_code.co_filename, place.tb_lineno
+        place = place.tb_next
+    try:
+        message = str(error)
+    except Exception:  # the program's own class
+        message = ""
+    return file, line, f"{type(error).__name__}: {message}" if message else type(error).__name__

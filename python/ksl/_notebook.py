@@ -2,7 +2,9 @@
 
 from __future__ import annotations
 
+from collections.abc import Iterable
 from html import escape
+from pathlib import Path
 from typing import TYPE_CHECKING
 
 if TYPE_CHECKING:
@@ -12,32 +14,40 @@ if TYPE_CHECKING:
 _MOST = 200  # objects that are shown
 
 
+def svg_in(picture: Path) -> str:
+    return picture.read_text(encoding="utf-8", errors="replace")
+
+
 def _table(one: Object) -> str:
     rows = "".join(f"<tr><td>{escape(name)}</td><td>{escape(value)}</td></tr>" for name, value in one.items() if value)
     return f"<table>{rows}</table>" if rows else ""
 
 
+def _trees(tops: Iterable[Object], is_open: bool) -> str:
+    """The objects with their parameters and what is in them, to be unfolded."""
+    left = _MOST
+
+    def shown(siblings: Iterable[Object], is_open: bool) -> str:
+        nonlocal left
+        text = ""
+        for one in siblings:
+            if left == 0:
+                return text + "<p>…</p>"
+            left -= 1
+            text += (f"<details{' open' if is_open else ''}><summary>{escape(one.type)} <b>{escape(one.name)}</b></summary>"
+                     f"{_table(one)}{shown(one.children, False)}</details>")
+        return text
+
+    # Bytes that are no text cannot be shown.
+    return shown(tops, is_open).encode("utf-8", "replace").decode()
+
+
 def object_html(one: Object) -> str:
-    """The object with its parameters, and the objects in it, to be unfolded."""
-    left = [_MOST]
-
-    def shown(top: Object, is_open: bool) -> str:
-        if left[0] == 0:
-            return ""
-        left[0] -= 1
-        title = f"{escape(top.type)} <b>{escape(top.name)}</b>"
-        inside = "".join(shown(child, False) for child in top.children)
-        return f"<details{' open' if is_open else ''}><summary>{title}</summary>{_table(top)}{inside}</details>"
-
-    text = shown(one, True)
-    return text if left[0] else text + "<p>…</p>"
+    return _trees([one], True)
 
 
 def session_html(session: Session) -> str:
     """The pictures, then the tree of objects."""
-    pictures = "".join(f"<figure>{picture.read_text(encoding='utf-8')}<figcaption>{escape(picture.name)}</figcaption>"
-                       "</figure>" for picture in session.pictures())
-    tops = list(session)
-    trees = "".join(object_html(top).replace("<details open>", "<details>", 1) for top in tops[:_MOST])
-    more = f"<p>… and {len(tops) - _MOST} more</p>" if len(tops) > _MOST else ""
-    return f"{pictures}{trees}{more}" or "<p>no objects</p>"
+    pictures = "".join(f"<figure>{svg_in(picture)}<figcaption>{escape(picture.name)}</figcaption></figure>"
+                       for picture in session.pictures())
+    return pictures + _trees(session, False) or "<p>no objects</p>"

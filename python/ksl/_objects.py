@@ -3,10 +3,10 @@
 from __future__ import annotations
 
 import math
-from collections.abc import Iterator, Mapping, Sequence
+from collections.abc import Iterable, Iterator, Mapping, Sequence
 from typing import TYPE_CHECKING, Any, Union, overload
 
-from ksl import _ksl
+from ksl import _ksl, _notebook
 from ksl._errors import Error
 
 if TYPE_CHECKING:
@@ -35,7 +35,7 @@ def text_of(value: Settable) -> str:
         if not math.isfinite(value):
             raise Error(f"{value} is no finite number.")
         return _ksl.number_text(value)
-    if isinstance(value, Sequence):
+    if isinstance(value, Sequence) and not isinstance(value, (bytes, bytearray, memoryview)):
         return ", ".join(text_of(item) for item in value)
     raise TypeError(f"a parameter cannot be set to {type(value).__name__}")
 
@@ -43,7 +43,8 @@ def text_of(value: Settable) -> str:
 class Value(str):
     """The text of a parameter, and the number that it is.
 
-    It is a str with all that a str can. Numbers are computed when they are asked for, expressions included.
+    It is a str with all that a str can. Numbers are computed when they are asked for, expressions included: they are those
+    of what the parameter is then.
     """
 
     _source: Object | CalculationObject
@@ -67,6 +68,7 @@ class Value(str):
 
     @property
     def units(self) -> str:
+        """Those of the number, as they are written or computed."""
         return self.quantity()[1]
 
     def __float__(self) -> float:
@@ -115,6 +117,8 @@ class Object(Mapping[str, Value]):
         self.path = path
 
     def __getitem__(self, name: str) -> Value:
+        if not isinstance(name, str):
+            raise KeyError(name)
         try:
             return Value(self._session._ask(lambda core: core.value(self.path, name)), self, name)
         except Error as error:
@@ -126,9 +130,14 @@ class Object(Mapping[str, Value]):
         """One command."""
         self.update({name: value})
 
-    def update(self, values: Mapping[str, Settable] | None = None, **named: Settable) -> _ksl.Outcome:
+    @overload
+    def update(self, values: Mapping[str, Settable], /, **named: Settable) -> _ksl.Outcome: ...
+    @overload
+    def update(self, values: Iterable[tuple[str, Settable]] = ..., /, **named: Settable) -> _ksl.Outcome: ...
+    def update(self, values: Mapping[str, Settable] | Iterable[tuple[str, Settable]] = (), /,
+               **named: Settable) -> _ksl.Outcome:
         """Sets several parameters with one command; names that are no words go into the mapping."""
-        texts = {name: text_of(value) for name, value in {**(values or {}), **named}.items()}
+        texts = {name: text_of(value) for name, value in {**dict(values), **named}.items()}
         return self._session._do(lambda core: core.set(self.path, texts))
 
     def __iter__(self) -> Iterator[str]:
@@ -150,10 +159,12 @@ class Object(Mapping[str, Value]):
         return f"<ksl.Object {self.path}>"
 
     def exists(self) -> bool:
+        """Whether there is such an object."""
         return self._session._ask(lambda core: core.has(self.path))
 
     @property
     def type(self) -> str:
+        """Its type, "CUT"."""
         return self._session._ask(lambda core: core.type(self.path))
 
     @property
@@ -168,6 +179,7 @@ class Object(Mapping[str, Value]):
 
     @property
     def children(self) -> list[Object]:
+        """The objects directly below."""
         return [Object(self._session, path) for path in self._session._ask(lambda core: core.children(self.path))]
 
     def walk(self) -> Iterator[Object]:
@@ -194,8 +206,7 @@ class Object(Mapping[str, Value]):
         return self._session._ask(lambda core: core.quantity(self.path, name))
 
     def _repr_html_(self) -> str:
-        from ksl._notebook import object_html
-        return object_html(self)
+        return _notebook.object_html(self)
 
 
 class Objects(Sequence[Object]):
@@ -241,14 +252,16 @@ class CalculationObject(Mapping[str, Value]):
 
     @property
     def path(self) -> str:
+        """Where it is, "/RING:a"."""
         return self._core.path()
 
     @property
     def type(self) -> str:
+        """Its type, "RING"."""
         return self._core.type()
 
     def __getitem__(self, name: str) -> Value:
-        if not self._core.has(name):
+        if not isinstance(name, str) or not self._core.has(name):
             raise KeyError(name)
         return Value(self._core.get(name), self, name)
 

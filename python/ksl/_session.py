@@ -10,7 +10,7 @@ from pathlib import Path
 from types import TracebackType
 from typing import TypeVar, Union
 
-from ksl import _ksl
+from ksl import _ksl, _notebook
 from ksl._errors import Error, failure
 from ksl._objects import CalculationObject, Object, Objects
 
@@ -46,7 +46,7 @@ class Session:
         self._core = _ksl.Core(",".join(places), rules, validate, changes)
 
     def close(self) -> None:
-        """Ends it; nothing can be asked of it then."""
+        """Ends it, and takes a command that is open back; nothing can be asked of it then."""
         with self._lock:
             self._core.close()
 
@@ -98,7 +98,8 @@ class Session:
             try:
                 yield self
             except BaseException:
-                self._note(self._core.end(False))
+                if self._core.is_open():
+                    self._note(self._core.end(False))
                 raise
             outcome = self._note(self._core.end(True))
             if not outcome:
@@ -107,7 +108,7 @@ class Session:
     def plan(self, text: str, *, source: str = "", first_line: int = 1) -> _ksl.Plan:
         """What running the text would do; nothing is done, nothing calculated, no file written, nobody told.
 
-        A text that would fail raises nothing: the plan has its errors. Not within a command.
+        A text that would fail raises nothing: the plan has its errors. Not within a command. Ctrl-C ends it.
         """
         return self._ask(lambda core: core.plan(text, source, first_line))
 
@@ -115,12 +116,13 @@ class Session:
 
     @property
     def root(self) -> Object:
+        """What the objects at the top are in."""
         return Object(self, "/")
 
     def __getitem__(self, name: str) -> Object:
         """The object of this path, or of this name at the top. KeyError when there is none."""
         def find(core: _ksl.Core) -> str:
-            if not core.has(name):
+            if not isinstance(name, str) or not core.has(name):
                 raise KeyError(name)
             return core.path(name)
         return Object(self, self._ask(find))
@@ -140,8 +142,12 @@ class Session:
         return iter(self.root.children)
 
     def __len__(self) -> int:
-        """How many objects there are."""
-        return len(self.objects())
+        """How many objects are at the top; all there are: len(s.objects())."""
+        return len(self.root.children)
+
+    def __bool__(self) -> bool:
+        """A session without objects is one, too."""
+        return True
 
     def objects(self, type_or_category: str = "") -> Objects:
         """All objects of a type or category, parents before children; all there are without one."""
@@ -157,7 +163,8 @@ class Session:
     def subscribe(self, observer: Callable[[_ksl.Outcome], object]) -> Callable[[], None]:
         """Calls the function with the outcome of each command when it is over. What it gives takes it away again.
 
-        What the observer raises is shown and otherwise ignored.
+        What the observer raises is shown and otherwise ignored, but for KeyboardInterrupt and the like, which end up where
+        the command was given.
         """
         number = self._ask(lambda core: core.observe(observer))
         return lambda: self._ask(lambda core: core.unobserve(number))
@@ -186,12 +193,11 @@ class Session:
         return [Path(file) for file in self._files if file.endswith(".svg") and Path(file).is_file()]
 
     def _repr_html_(self) -> str:
-        from ksl._notebook import session_html
-        return session_html(self)
+        return _notebook.session_html(self)
 
     def _repr_svg_(self) -> str | None:
         pictures = self.pictures()
-        return pictures[-1].read_text(encoding="utf-8") if pictures else None
+        return _notebook.svg_in(pictures[-1]) if pictures else None
 
     # ---- for the objects
 

@@ -26,16 +26,19 @@ class Sweep:
     rows: list[dict[str, Any]]
 
     def column(self, name: str) -> list[Any]:
+        """What stands under this name, row by row."""
         return [row[name] for row in self.rows]
 
     def to_csv(self, name: str | os.PathLike[str]) -> None:
-        with open(name, "w", newline="", encoding="utf-8") as file:
+        """Writes the table with a line of names; lists are joined by semicolons."""
+        with open(name, "w", newline="", encoding="utf-8", errors="surrogateescape") as file:
             writer = csv.DictWriter(file, self.columns)
             writer.writeheader()
             writer.writerows({key: "; ".join(value) if isinstance(value, list) else value for key, value in row.items()}
                              for row in self.rows)
 
     def to_json(self, name: str | os.PathLike[str]) -> None:
+        """Writes the rows as a list of objects."""
         with open(name, "w", encoding="utf-8") as file:
             json.dump(self.rows, file, indent=2)
 

@@ -7,6 +7,8 @@
 
 #include <chrono>
 #include <limits>
+#include <pybind11/stl.h>
+#include <tuple>
 #include <utility>
 
 namespace ksl {
@@ -17,25 +19,6 @@ static constexpr const char* library = "libpython.so";
 namespace {
 
 constexpr const char* className = "python";
-
-// The innermost place of the Python code, "FILE", LINE; empty and 0 without one.
-std::pair<std::string, int> placeOf(const py::error_already_set& error)
-{
-  py::object at = error.trace();
-  if (!at || at.is_none())
-    return {};
-  while (!at.attr("tb_next").is_none())
-    at = at.attr("tb_next");
-  return {py::str(at.attr("tb_frame").attr("f_code").attr("co_filename")), at.attr("tb_lineno").cast<int>()};
-}
-
-// As a traceback ends: "ZeroDivisionError: division by zero".
-std::string textOf(const py::error_already_set& error)
-{
-  std::string text = py::str(error.type().attr("__name__"));
-  const std::string message = py::str(error.value());
-  return message.empty() ? text : text + ": " + message;
-}
 
 bool stops(const py::error_already_set& error)
 {
@@ -56,7 +39,7 @@ class Core::Watch : public orv::ProgressWatcher {
 
   void stepped(const orv::Progress*) override
   {
-    if (++m_steps % 64 != 0 || Clock::now() < m_next)
+    if (++m_steps % 16 != 0 || Clock::now() < m_next)
       return;
     m_next = Clock::now() + std::chrono::milliseconds(50);
     const py::gil_scoped_acquire lock;
@@ -181,7 +164,7 @@ void Core::raiseStopped()
     return;
   py::error_already_set stop = std::move(*m_stop);
   m_stop.reset();
-  throw stop;
+  throw py::error_already_set(std::move(stop));
 }
 
 py::object Core::takeCause()
@@ -238,6 +221,7 @@ void Core::begin(const std::string& title)
 
 orv::Outcome Core::end(bool keep)
 {
+  session();
   if (!m_command)
     throw orv::internal::error(className, "command", orv::_("No command is under way."));
   const std::unique_ptr<orv::Session::Command> ending = std::move(m_command);
@@ -246,11 +230,19 @@ orv::Outcome Core::end(bool keep)
 
 // -------------------------------------------------------------------------------------------------------- questions
 
-orv::Plan Core::plan(const std::string& text, const std::string& source, std::size_t firstLine) const
+orv::Plan Core::plan(const std::string& text, const std::string& source, std::size_t firstLine)
 {
   const orv::Session& model = session();
-  const py::gil_scoped_release unlocked;
-  return model.plan(text, {.name = source, .firstLine = firstLine});
+  orv::Plan plan;
+  try {
+    const py::gil_scoped_release unlocked;
+    const orv::Session::Scope scope(model);
+    const Watch watch(*this);
+    plan = model.plan(text, {.name = source, .firstLine = firstLine});
+  } catch (const orv::Interrupt&) {
+    raiseStopped();
+  }
+  return plan;
 }
 
 std::string Core::state(const std::vector<std::string>& objects) const
@@ -350,6 +342,9 @@ int Core::observe(py::function observer)
     if (at == m_observers.end())
       return;
     const py::function function = at->second;
+    // Its own commands have causes of their own.
+    const orv::ScopeGuard restore(
+        [this, cause = std::exchange(m_cause, std::nullopt)]() mutable { m_cause = std::move(cause); });
     try {
       function(outcome);
     } catch (py::error_already_set& error) {
@@ -365,7 +360,8 @@ int Core::observe(py::function observer)
 
 void Core::unobserve(int number)
 {
-  session().unobserve(number);
+  if (m_session)
+    m_session->unobserve(number);
   m_observers.erase(number);
 }
 
@@ -398,8 +394,9 @@ void Core::failCalculation(const std::string& name, const std::string& path, py:
     m_stop.emplace(std::move(error));
     throw orv::Interrupt(className, "interrupt", orv::_("Interrupted. The command is taken back."));
   }
-  const auto [file, line] = placeOf(error);
-  const std::string text = textOf(error);
+  const auto [file, line, text] = py::module_::import("ksl._errors")
+                                      .attr("raised")(error.value())
+                                      .cast<std::tuple<std::string, int, std::string>>();
   m_cause.emplace(std::move(error));
   throw orv::data::error(
       className, name, orv::_("Calculation of object '%s' failed (%s, line %d): %s", path, file, line, text));

@@ -10,10 +10,14 @@
 #include <map>
 #include <memory>
 #include <optional>
-#include <pybind11/numpy.h>
-#include <pybind11/pybind11.h>
 #include <string>
 #include <vector>
+
+// Before what uses it.
+#include "textCaster.h"
+
+#include <pybind11/numpy.h>
+#include <pybind11/pybind11.h>
 
 namespace ksl {
 
@@ -69,7 +73,7 @@ class Core {
   // ---- Questions
 
   // Nothing of the interpreter is used in the copy of the process that makes it.
-  orv::Plan plan(const std::string& text, const std::string& source, std::size_t firstLine) const;
+  orv::Plan plan(const std::string& text, const std::string& source, std::size_t firstLine);
   std::string state(const std::vector<std::string>& objects) const;
   bool has(const std::string& object) const;
   std::string path(const std::string& object) const;

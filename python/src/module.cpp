@@ -71,7 +71,7 @@ std::string sweepTable(const std::string& library, const std::string& modelFile,
 
 py::object given(const std::string& text)
 {
-  return text.empty() ? py::object(py::none()) : py::object(py::str(text));
+  return text.empty() ? py::object(py::none()) : py::cast(text);
 }
 
 py::object given(std::size_t number)
@@ -91,40 +91,52 @@ auto known(T orv::Diagnostic::*member)
 
 void bindOutcome(py::module_& module)
 {
-  py::class_<orv::ErrorMsg>(module, "Report")
-      .def_property_readonly("message", &orv::ErrorMsg::getMessage)
-      .def_property_readonly("class_name", &orv::ErrorMsg::getClassName)
-      .def_property_readonly("function", &orv::ErrorMsg::getFunction)
-      .def_property_readonly("type", &orv::ErrorMsg::getType)
-      .def_property_readonly("notes", &orv::ErrorMsg::getNotes)
-      .def_property_readonly("file", known(&orv::Diagnostic::source))
-      .def_property_readonly("line", known(&orv::Diagnostic::line))
-      .def_property_readonly("column", known(&orv::Diagnostic::column))
-      .def_property_readonly("object", known(&orv::Diagnostic::object))
-      .def_property_readonly("parameter", known(&orv::Diagnostic::parameter))
-      .def_property_readonly("hint", [](const orv::ErrorMsg& error) { return given(hintOf(error)); })
+  py::class_<orv::ErrorMsg>(module, "Report", "What was reported, as data. What is not known is None.")
+      .def_property_readonly("message", &orv::ErrorMsg::getMessage, "What is wrong.")
+      .def_property_readonly("class_name", &orv::ErrorMsg::getClassName, "Who reported it.")
+      .def_property_readonly("function", &orv::ErrorMsg::getFunction, "In the course of what.")
+      .def_property_readonly("type", &orv::ErrorMsg::getType,
+                             "4 an error, 8 a warning, 1 a failure of the machine, 32 a fault of a program.")
+      .def_property_readonly("notes", &orv::ErrorMsg::getNotes, "What else is worth knowing.")
+      .def_property_readonly("file", known(&orv::Diagnostic::source), "Of the text.")
+      .def_property_readonly("line", known(&orv::Diagnostic::line), "From 1.")
+      .def_property_readonly("column", known(&orv::Diagnostic::column), "From 1, in bytes.")
+      .def_property_readonly("object", known(&orv::Diagnostic::object), "Its path.")
+      .def_property_readonly("parameter", known(&orv::Diagnostic::parameter), "Of that object.")
+      .def_property_readonly(
+          "hint", [](const orv::ErrorMsg& error) { return given(hintOf(error)); }, "What would be right.")
       .def("__str__", [](const orv::ErrorMsg& error) { return toText(error); })
       .def("__repr__", [](const orv::ErrorMsg& error) { return "<" + toText(error) + ">"; });
-  py::class_<orv::Change>(module, "Change")
-      .def_property_readonly("kind",
-                             [](const orv::Change& change) {
-                               static const char* const kinds[] = {"created", "value", "removed", "deleted"};
-                               return kinds[static_cast<int>(change.kind)];
-                             })
-      .def_readonly("path", &orv::Change::path)
-      .def_readonly("parameter", &orv::Change::parameter)
-      .def_readonly("value", &orv::Change::value)
-      .def_readonly("internal", &orv::Change::internal)
+  py::class_<orv::Change>(module, "Change", "One change of an object.")
+      .def_property_readonly(
+          "kind",
+          [](const orv::Change& change) {
+            static const char* const kinds[] = {"created", "value", "removed", "deleted"};
+            return kinds[static_cast<int>(change.kind)];
+          },
+          "created, value, removed or deleted.")
+      .def_readonly("path", &orv::Change::path, "Of the object.")
+      .def_readonly("parameter", &orv::Change::parameter, "Of values and removals.")
+      .def_readonly("value", &orv::Change::value, "As stored.")
+      .def_readonly("internal", &orv::Change::internal, "Whether it is a parameter of the program's.")
       .def("__str__", [](const orv::Change& change) { return toText(change); })
       .def("__repr__", [](const orv::Change& change) { return "<" + toText(change) + ">"; });
-  py::class_<orv::Outcome>(module, "Outcome")
+  py::class_<orv::Outcome>(module, "Outcome", "What came of a command; true when no error was reported.")
       .def("__bool__", [](const orv::Outcome& outcome) { return bool(outcome); })
-      .def_property_readonly("errors", [](const orv::Outcome& outcome) { return outcome.errors(); })
-      .def_property_readonly("warnings", [](const orv::Outcome& outcome) { return outcome.warnings(); })
-      .def_property_readonly("rolled_back", &orv::Outcome::rolledBack)
-      .def_property_readonly("changes", [](const orv::Outcome& outcome) { return outcome.changes(); })
-      .def_property_readonly("files", [](const orv::Outcome& outcome) { return outcome.files(); })
-      .def_property_readonly("title", [](const orv::Outcome& outcome) { return outcome.title(); })
+      .def_property_readonly(
+          "errors", [](const orv::Outcome& outcome) { return outcome.errors(); }, "Why it was taken back.")
+      .def_property_readonly(
+          "warnings", [](const orv::Outcome& outcome) { return outcome.warnings(); },
+          "What does not stop it.")
+      .def_property_readonly("rolled_back", &orv::Outcome::rolledBack, "How many changes were taken back.")
+      .def_property_readonly(
+          "changes", [](const orv::Outcome& outcome) { return outcome.changes(); },
+          "In the order in which they were made.")
+      .def_property_readonly(
+          "files", [](const orv::Outcome& outcome) { return outcome.files(); }, "What calculations wrote.")
+      .def_property_readonly(
+          "title", [](const orv::Outcome& outcome) { return outcome.title(); },
+          "What Session.command was given.")
       .def("__repr__", [](const orv::Outcome& outcome) {
         if (!outcome)
           return "<Outcome failed: " + toText(outcome.errors().front()) + ">";
@@ -158,44 +170,52 @@ Values valuesOf(const orv::Plan::Object& object)
 void bindPlan(py::module_& module)
 {
   using orv::Plan;
-  py::class_<Plan::Object>(module, "PlannedChange")
-      .def_property_readonly("kind",
-                             [](const Plan::Object& object) {
-                               static const char* const kinds[] = {"added", "changed", "deleted"};
-                               return kinds[object.kind];
-                             })
-      .def_readonly("path", &Plan::Object::path)
-      .def_property_readonly("values", &valuesOf)
+  py::class_<Plan::Object>(module, "PlannedChange", "What would become of one object.")
+      .def_property_readonly(
+          "kind",
+          [](const Plan::Object& object) {
+            static const char* const kinds[] = {"added", "changed", "deleted"};
+            return kinds[object.kind];
+          },
+          "added, changed or deleted.")
+      .def_readonly("path", &Plan::Object::path, "Of the object.")
+      .def_property_readonly("values", &valuesOf, "By parameter: before and after.")
       .def("__repr__",
            [](py::handle self) { return py::str("<{} {}>").format(self.attr("kind"), self.attr("path")); });
-  py::class_<orv::CalculationLog::Entry>(module, "PlannedCalculation")
-      .def_readonly("path", &orv::CalculationLog::Entry::path)
-      .def_readonly("computes", &orv::CalculationLog::Entry::scheduler)
-      .def_property_readonly("reasons",
-                             [](const orv::CalculationLog::Entry& entry) {
-                               std::vector<std::string> texts;
-                               for (const orv::CalculationReason& reason : entry.reasons)
-                                 texts.push_back(reason.text());
-                               return texts;
-                             })
+  py::class_<orv::CalculationLog::Entry>(module, "PlannedCalculation", "What would be computed.")
+      .def_readonly("path", &orv::CalculationLog::Entry::path, "Of the object.")
+      .def_readonly("computes", &orv::CalculationLog::Entry::scheduler, "The scheduler.")
+      .def_property_readonly(
+          "reasons",
+          [](const orv::CalculationLog::Entry& entry) {
+            std::vector<std::string> texts;
+            for (const orv::CalculationReason& reason : entry.reasons)
+              texts.push_back(reason.text());
+            return texts;
+          },
+          "What it is due to.")
       .def("__repr__", [](const orv::CalculationLog::Entry& entry) {
         return "<" + entry.path + " (" + entry.scheduler + ")>";
       });
-  py::class_<Plan>(module, "Plan")
+  py::class_<Plan>(module, "Plan", "What a text would do; true when it would not fail.")
       .def("__bool__", [](const Plan& plan) { return reportsOf(plan, false).empty(); })
-      .def_property_readonly("errors", [](const Plan& plan) { return reportsOf(plan, false); })
-      .def_property_readonly("warnings", [](const Plan& plan) { return reportsOf(plan, true); })
-      .def_readonly("objects", &Plan::objects)
-      .def_readonly("calculations", &Plan::calculations)
-      .def_readonly("written_files", &Plan::writtenFiles)
-      .def_property_readonly("named_files",
-                             [](const Plan& plan) {
-                               std::vector<std::string> files;
-                               for (const Plan::NamedFile& named : plan.namedFiles)
-                                 files.push_back(named.file);
-                               return files;
-                             })
-      .def_readonly("not_foreseen", &Plan::passedOver)
+      .def_property_readonly(
+          "errors", [](const Plan& plan) { return reportsOf(plan, false); }, "Why it would fail.")
+      .def_property_readonly(
+          "warnings", [](const Plan& plan) { return reportsOf(plan, true); }, "What would not stop it.")
+      .def_readonly("objects", &Plan::objects, "The difference between before and after, in path order.")
+      .def_readonly("calculations", &Plan::calculations, "What would be computed.")
+      .def_readonly("written_files", &Plan::writtenFiles, "Those that actions would write.")
+      .def_property_readonly(
+          "named_files",
+          [](const Plan& plan) {
+            std::vector<std::string> files;
+            for (const Plan::NamedFile& named : plan.namedFiles)
+              files.push_back(named.file);
+            return files;
+          },
+          "Of objects that would be computed again: these may be read or written.")
+      .def_readonly("not_foreseen", &Plan::passedOver, "Action lines whose effect is not known.")
       .def("__repr__", [](const Plan& plan) {
         const std::vector<orv::ErrorMsg> errors = reportsOf(plan, false);
         return errors.empty() ? orv::_("<Plan: %d objects change, %d calculations>", plan.objects.size(),

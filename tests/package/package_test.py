@@ -1,6 +1,9 @@
 #!/usr/bin/env python3
 """Installs a build, moves what was installed, and uses it as others do: by CMake, by pkg-config, from C, as a plug-in.
 
+With --packages the Debian packages are installed in a fresh root and used there: the system's with what it has, but
+without our sources. That takes root; without it they are unpacked and moved as a build is.
+
 With KSL_PACKAGE_FULL in the environment the sources are built inside another project, too; without it that project is
 only configured and its own program compiled, for building the library once more takes minutes.
 """
@@ -43,7 +46,37 @@ target_link_libraries(units PRIVATE orvksl::core)
 get_property(added DIRECTORY {SOURCES} PROPERTY BUILDSYSTEM_TARGETS)
 message(STATUS "added ${{added}}")
 """
+# The folder of all this, the sources, the packages, the build.
+FRESH_ROOT = """
+set -e
+cd "$0"
+{ mount -t tmpfs none . && cd "$0" && mkdir new work root &&
+  mount -t overlay none -o lowerdir=/,upperdir=new,workdir=work root && cd root; } || exit 77
+mkdir -p ".$1" kit/docs kit/plugins kit/tests
+mount -t tmpfs none ".$1"
+mount -t proc none proc
+mount --rbind /dev dev
+cp "$2"/*.deb kit
+cd kit
+cp -r "$1/tests/package" tests
+cp -r "$1/examples" .
+cp -r "$1/plugins/smallest" plugins
+cp "$1/docs/plugins.md" docs
+exec chroot .. sh -c 'dpkg -i /kit/*.deb && exec python3 /kit/tests/package/package_test.py --fresh --build "$0"' "$3"
+"""
 arguments = None
+
+
+def try_in_fresh_root():
+    """Whether there is one to be had; ends the program when something failed in it."""
+    if os.geteuid() != 0 or subprocess.run(["unshare", "-m", "true"]).returncode != 0:
+        return False
+    with tempfile.TemporaryDirectory(prefix="orvksl-") as folder:
+        done = subprocess.run(["unshare", "-m", "sh", "-c", FRESH_ROOT, folder, SOURCES, arguments.packages.resolve(),
+                               arguments.build]).returncode
+    if done not in (0, 77):
+        sys.exit(done)
+    return done == 0
 
 
 def run(*command, cwd, text="", fails=False, **environment):
@@ -59,15 +92,21 @@ class PackageTest(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
         root = pathlib.Path(cls.enterClassContext(tempfile.TemporaryDirectory(prefix="orvksl-"))).resolve()
-        if arguments.installed:
-            shutil.copytree(arguments.installed, root / "first", symlinks=True)
+        cls.root, cls.prefix = root, pathlib.Path("/usr") if arguments.fresh else root / "elsewhere/moved"
+        if arguments.packages:
+            for package in arguments.packages.glob("*.deb"):
+                run("dpkg-deb", "-x", package, root / "first", cwd=SOURCES)
+        elif not arguments.fresh:
+            run("cmake", "--install", arguments.build, "--strip", "--prefix", root / "first/usr", cwd=root)
+        if arguments.fresh:
+            cls.files = run("dpkg", "-L", "ksl", "liborvkslcore1", "liborvkslcore-dev", "python3-ksl", cwd=root).split("\n")
         else:
-            run("cmake", "--install", arguments.build, "--strip", "--prefix", root / "first", cwd=root)
-        cls.root, cls.prefix, cls.ksl = root, root / "elsewhere/moved", root / "elsewhere/moved/bin/ksl"
-        cls.prefix.parent.mkdir()
-        (root / "first").rename(cls.prefix)
-        cls.demo = cls.prefix / "share/orvksl/demo"
-        cls.libdir = next(cls.prefix.rglob("orvksl.pc")).parents[1]
+            cls.prefix.parent.mkdir()
+            (root / "first/usr").rename(cls.prefix)
+            cls.files = cls.prefix.rglob("*")
+        cls.files = [file for file in map(pathlib.Path, cls.files) if file.is_file()]
+        cls.ksl, cls.demo = cls.prefix / "bin/ksl", cls.prefix / "share/orvksl/demo"
+        cls.libdir = next(file for file in cls.files if file.name == "orvksl.pc").parents[1]
         CLEAN["PKG_CONFIG_PATH"] = str(cls.libdir / "pkgconfig")
 
     def setUp(self):
@@ -113,16 +152,20 @@ class PackageTest(unittest.TestCase):
         self.assertEqual(run("./questions", cwd=self.folder, fails=True),
                          "warning[8] KSLCoreC::reportError: a text\nnothing there\n")
 
-    def test_smallest_plugin_by_the_documented_line(self):
-        smallest = SOURCES / "plugins/smallest"
-        shutil.copy(smallest / "smallest.cpp", self.folder)
+    def build_smallest_plugin(self):
+        for file in ("smallest.cpp", "rings.ksl"):
+            shutil.copy(SOURCES / "plugins/smallest" / file, self.folder)
         line = re.search(r"^ {4}(c\+\+ .*-shared.*)$", (SOURCES / "docs/plugins.md").read_text(), re.MULTILINE)[1]
         run("sh", "-c", line.replace("c++", str(arguments.cxx), 1), cwd=self.folder)
-        state = run(self.ksl, "run", "--library", smallest / "rings.ksl", "-e", "RING: a\nEND", "--state",
-                    cwd=self.folder, ORV_KSL_PLUGIN_PATH=".")
-        self.assertIn("Area = 9.42477796076938 [m^2]", state)
-        self.assertEqual(list(self.prefix.rglob("libsmallest*")), [], "the example is no product")
 
+    def test_smallest_plugin_by_the_documented_line(self):
+        self.build_smallest_plugin()
+        state = run(self.ksl, "run", "--library", "rings.ksl", "-e", "RING: a\nEND", "--state", cwd=self.folder,
+                    ORV_KSL_PLUGIN_PATH=".")
+        self.assertIn("Area = 9.42477796076938 [m^2]", state)
+        self.assertFalse([file for file in self.files if "libsmallest" in file.name], "the example is no product")
+
+    @unittest.skipUnless((SOURCES / "CMakeLists.txt").exists(), "there are no sources here")
     def test_inside_another_project(self):
         self.assertIn("added interface_stamp;orvksl_objects;KSLCore;KSLCoreStatic\n", self.configure(AROUND))
         full = "KSL_PACKAGE_FULL" in os.environ
@@ -133,6 +176,7 @@ class PackageTest(unittest.TestCase):
             run("cmake", "--install", ".", "--prefix", "installed", cwd=self.folder)
             self.assertFalse((self.folder / "installed").exists(), "only the project around it installs")
 
+    @unittest.skipUnless((SOURCES / "CMakeLists.txt").exists(), "there are no sources here")
     def test_parts_that_are_left_out_need_nothing(self):
         off = [f"-DKSL_{part}=OFF" for part in ("HOST", "PLUGINS", "PYTHON")]
         lacking = [f"-D{what}_INCLUDE_DIR=NOTFOUND" for what in ("CLI11", "NLOHMANN_JSON", "LIBEDIT")]
@@ -149,7 +193,7 @@ class PackageTest(unittest.TestCase):
                                 (self.libdir / "orvksl/libflow.so", ["$ORIGIN/.."])):
             dynamic = run("readelf", "-d", "-W", binary, cwd=self.root)
             self.assertEqual(re.findall(r"\((?:RUNPATH|RPATH)\).*\[(.*)\]", dynamic), runpath, binary)
-        for file in filter(pathlib.Path.is_file, self.prefix.rglob("*")):
+        for file in self.files:
             content = b"" if file.suffix == ".a" else file.read_bytes()  # which keeps what debuggers want to know
             self.assertFalse(any(os.fsencode(place) in content for place in (SOURCES, arguments.build)), file)
 
@@ -170,25 +214,33 @@ class PackageTest(unittest.TestCase):
         self.assertEqual(run("./session", cwd=self.folder, text=COMMAND), STATE)
 
     def test_session_in_python(self):
-        packages = next(iter(self.prefix.rglob("dist-packages")), None)
-        if packages is None:
+        package = next((file.parent for file in self.files if file.name.startswith("_ksl.cpython")), None)
+        if package is None:
             self.skipTest("built without KSL_PYTHON")
+        self.build_smallest_plugin()  # which finds the library that the module has loaded for itself
         python = (f"import ksl\ns = ksl.Session()\ns.run({COMMAND!r})\nassert s.plan('CUT: b\\nEND')\n"
                   "try:\n  s.run('NONE: b\\nEND', source='b.ksl')\nexcept ksl.Error as e:\n"
-                  "  assert (e.file, e.line) == ('b.ksl', 1)\nprint(s.state(), end='')")
-        self.assertEqual(run("/usr/bin/python3", "-W", "error", "-c", python, cwd=self.folder, PYTHONPATH=str(packages)),
-                         STATE)
+                  "  assert (e.file, e.line) == ('b.ksl', 1)\nprint(s.state(), end='')\n"
+                  "r = ksl.Session('rings.ksl')\nr.run('RING: a\\nEND')\nprint(r['a']['Area'])")
+        place = {} if arguments.fresh else {"PYTHONPATH": str(package.parent)}
+        self.assertEqual(run("/usr/bin/python3", "-W", "error", "-c", python, cwd=self.folder, ORV_KSL_PLUGIN_PATH=".",
+                             **place), STATE + "9.42477796076938 [m^2]\n")
 
 
 def main():
     global arguments
     parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
     parser.add_argument("--build", type=pathlib.Path, default=SOURCES / "build/dev")
-    parser.add_argument("--installed", type=pathlib.Path, help="a prefix to copy instead of installing the build")
+    parser.add_argument("--packages", type=pathlib.Path, help="a folder of Debian packages instead of the build")
+    parser.add_argument("--fresh", action="store_true", help=argparse.SUPPRESS)  # in the fresh root
     parser.add_argument("--cxx", default=os.environ.get("CXX", "c++"))
     parser.add_argument("--cc", default=os.environ.get("CC", "cc"))
     arguments, others = parser.parse_known_args()
     arguments.build = arguments.build.resolve()
+    if arguments.packages:
+        if try_in_fresh_root():
+            return
+        print("No fresh root to be had: the packages are unpacked.")
     unittest.main(argv=[sys.argv[0], *others], verbosity=2)
 
 

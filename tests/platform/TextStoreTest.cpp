@@ -1,6 +1,7 @@
 // The text store: what texts become, what is told of it, and how it is taken back.
 #include "platform/ORVError.h"
 #include "platform/ORVKSLAPI.h"
+#include "platform/ORVKSLParseUtilities.h"
 #include "tests/support/TempFolder.h"
 #include "tests/support/TestSystem.h"
 #include "tests/support/thrown.h"
@@ -93,6 +94,43 @@ TEST(TextStore, ReadsEveryKindOfLine)
     store.load(text);
     EXPECT_EQ(store.changes(), changes);
     EXPECT_EQ(store.takeActions(), actions);
+  }
+}
+
+// Whether their reader is told what they are or not, and also when the last is wrong.
+TEST(TextStore, LetsGoOfManyLinesAsItReadsThem)
+{
+  constexpr std::size_t count = 3000;
+  for (const bool scanned : {false, true}) {
+    KSLLines lines;
+    std::string expected = "O: a\n";
+    const auto add = [&](const std::string& line) {
+      lines.begin() += line;
+      const MiniKSLParser::Line is = MiniKSLParser::scan(lines.begun());
+      lines.end(scanned ? KSLLines::Scanned{is.type, static_cast<std::uint32_t>(is.mark)}
+                        : KSLLines::Scanned());
+    };
+    add("O: a");
+    for (std::size_t i = 0; i < count; ++i) {
+      add("p" + std::to_string(i) + " = " + std::to_string(i));
+      expected += "p" + std::to_string(i) + " = " + std::to_string(i) + "\n";
+    }
+    lines.begin() += "dropped";
+    lines.drop();
+    add("> stop");
+    EXPECT_EQ(lines[count], "p2999 = 2999");
+    EXPECT_TRUE(lines.from(1).starts_with("p0 = 0p1 = 1"));
+
+    Store store;
+    store.load(kinds);
+    store.takeKSLChangeList();
+    store.onAction = [](const std::string&) { return false; };
+    std::size_t line = 0;
+    store.loadKSLData(lines, line);
+    EXPECT_EQ(line, count + 1);
+    EXPECT_EQ(lines[line], "> stop");
+    EXPECT_NE(StringUtilities::vectorToString(store.getExpandedKSL(), '\n').find(expected),
+              std::string::npos);
   }
 }
 

@@ -4,6 +4,7 @@ import doctest
 import gc
 import os
 import pathlib
+import pickle
 import re
 import signal
 import subprocess
@@ -68,7 +69,7 @@ class Rings(unittest.TestCase):
         def area(ring):
             self.calls.append(ring.path)
             if float(ring["Inner Radius"]) < 0:
-                raise ValueError("negative")
+                ring["negative"]
             below = float(self.session[ring["Base"]]["Area"]) if ring["Base"] else 0
             ring["Area"] = below + ring["Outer Radius"].to("m") ** 2 - ring["Inner Radius"].to("m") ** 2
             self.leaked = ring
@@ -89,19 +90,27 @@ class Rings(unittest.TestCase):
             self.leaked["Area"]
 
     def test_exception_is_one_report_that_names_object_and_line(self):
-        heard = []
-        self.session.subscribe(heard.append)
+        heard, own_causes = [], []
+
+        def hear(outcome):
+            heard.append(outcome)
+            if len(heard) == 1:
+                with self.assertRaises(ksl.Error) as own:
+                    self.session.run("NONE: a\nEND\n")
+                own_causes.append(own.exception.__cause__)
+        self.session.subscribe(hear)
         with self.assertRaises(ksl.Error) as raised:
             self.session.run("RING: a\n  Outer Radius = 4 [m]\nEND\nRING: b\n  Inner Radius = -1 [m]\nEND\n")
         error = raised.exception
-        line = next(n for n, text in enumerate(pathlib.Path(__file__).read_text().splitlines(), 1) if '("negative")' in text)
+        line = next(n for n, text in enumerate(pathlib.Path(__file__).read_text().splitlines(), 1) if '["negative"]' in text)
         self.assertEqual((error.file, error.line, error.object), (__file__, line, "/RING:b"))
         self.assertEqual([str(report) for report in error.outcome.errors],
                          [f"error[4] python::ringArea: Calculation of object '/RING:b' failed ({__file__}, line {line}): "
-                          "ValueError: negative"])
-        self.assertIsInstance(error.__cause__, ValueError)
+                          "KeyError: 'negative'"])
+        self.assertIsInstance(error.__cause__, KeyError)
         self.assertEqual(self.areas(), [3, 6, 9])
-        self.assertEqual(len(heard), 1)
+        self.assertEqual((len(heard), own_causes), (2, [None]))
+        self.assertEqual(pickle.loads(pickle.dumps(error)).line, line)
 
     def test_command_in_pieces_leaves_nothing_however_it_fails(self):
         before = self.session.state()
@@ -150,15 +159,16 @@ class Rings(unittest.TestCase):
             self.session["a"]["Inner Radius"] = 0
 
     def test_control_c_takes_a_command_back(self):
-        timer = threading.Timer(0.3, lambda: os.kill(os.getpid(), signal.SIGINT))
         text = "".join(f"RING: r{i}\nEND\n" for i in range(400000))
-        timer.start()
-        started = time.monotonic()
-        with self.assertRaises(KeyboardInterrupt):
-            self.session.run(text)
-        self.assertLess(time.monotonic() - started, 60)
-        timer.join()
-        self.assertEqual(len(self.session), 3)
+        for work in (self.session.plan, self.session.run):
+            timer = threading.Timer(0.3, lambda: os.kill(os.getpid(), signal.SIGINT))
+            timer.start()
+            started = time.monotonic()
+            with self.subTest(work), self.assertRaises(KeyboardInterrupt):
+                work(text)
+            self.assertLess(time.monotonic() - started, 60)
+            timer.join()
+            self.assertEqual(len(self.session), 3)
         self.session["a"]["Inner Radius"] = 0
         self.assertEqual(self.areas(), [4, 7, 10])
 
@@ -175,20 +185,21 @@ class Objects(unittest.TestCase):
         self.assertEqual(dict(cut)["Axis"], "X")
         self.assertNotIn("Area", set(cut))
         self.assertIn("Area", cut)
-        cut.update({"Offset": 2, "Axis": "Z"}, Visibility=False)
+        cut.update([("Offset", 2), ("Axis", "Z")], Visibility=False)
         self.assertEqual((cut["Offset"], cut["Axis"], cut["Visibility"]), ("2", "Z", "False"))
         self.session.undo()
         self.assertEqual(cut["Axis"], "X")
         self.assertEqual([o.path for o in self.session.root.walk()], ["/", "/CUT:a", "/DOMAIN:d", "/DOMAIN:d/BOUNDARY:b"])
         boundary = self.session["/DOMAIN:d/BOUNDARY:b"]
         self.assertEqual((boundary.type, boundary.name, boundary.parent), ("BOUNDARY", "b", self.session["d"]))
+        self.assertEqual(len(self.session), len(list(self.session)))
         del self.session["d"]
         self.assertFalse(boundary.exists())
         self.assertNotIn("d", self.session)
 
     def test_what_is_not_there(self):
         cut = self.session["a"]
-        for ask in (lambda: self.session["none"], lambda: cut["none"]):
+        for ask in (lambda: self.session["none"], lambda: self.session[0], lambda: cut["none"], lambda: cut[0]):
             with self.assertRaises(KeyError):
                 ask()
         with self.assertRaises(ksl.Error) as raised:
@@ -204,6 +215,21 @@ class Objects(unittest.TestCase):
         self.session.close()
         with self.assertRaisesRegex(ksl.Error, "closed"):
             self.session.state()
+
+    def test_bytes_that_are_no_text(self):
+        path = os.fsencode(self.enterContext(tempfile.TemporaryDirectory())) + b"/\xe4.ksl"
+        pathlib.Path(os.fsdecode(path)).write_bytes(b"CUT: \xfc\nEND\n")
+        self.session.run_file(os.fsdecode(path))
+        cut = self.session.objects("CUT")[1]
+        self.assertEqual(os.fsencode(cut.name), b"\xfc")
+        self.assertIn("CUT <b>?</b>", self.session._repr_html_())
+        with self.assertRaises(ksl.Error) as raised:
+            cut["Axis"] = "\udcff"
+        self.assertEqual(os.fsencode(raised.exception.message), b"Parameter 'Axis' cannot have value '\xff'.")
+        state = self.session.state()
+        self.session.undo()
+        self.session.run(state)
+        self.assertEqual(self.session.state(), state)
 
     def test_columns_are_quick(self):
         text = "".join(f"CUT: c{i}\n  Offset = {i} [mm]\nEND\n" for i in range(100000))

@@ -415,6 +415,10 @@ TEST(SessionFiles, SaveLoadAndTheDemoOfTheInstallation)
   session.run("CUT: c\nEND");
   const Outcome loaded = session.load(folder / "work.qst");
   EXPECT_TRUE(loaded) << told(loaded);
+  std::filesystem::rename(folder / "work.qst", folder / "wo rk.qst");
+  EXPECT_TRUE(session.load(folder / "wo rk.qst"));
+  folder.write("work.qst", "another");
+  EXPECT_EQ(session.load(folder / "wo rk.qst").errors().at(0).getClassName(), "Session");
   EXPECT_TRUE(session.has("/DOMAIN:Tunnel")) << "the results are read as ksl reads them";
   EXPECT_FALSE(session.has("/CUT:c"));
   for (const char* name : {"", "a,b", "two words"})

@@ -173,5 +173,64 @@ TEST(TextChecker, TellsOfDamagedTextsWhatEnteringReports)
   }
 }
 
+std::string findingsOf(TextChecker& checker)
+{
+  std::string text;
+  for (const CheckFinding& finding : checker.finish())
+    text += std::to_string(finding.offset) + "+" + std::to_string(finding.size) + " " + toText(finding.error)
+            + " " + StringUtilities::vectorToString(finding.valid, std::string_view(",")) + "\n";
+  return text;
+}
+
+// A block becomes one of another type, or some bytes others of the text.
+struct Edit {
+  std::size_t offset = 0;
+  std::size_t removed = 0;
+  std::string inserted;
+
+  Edit(const SyntaxTree& tree, std::mt19937& random)
+  {
+    const std::string& text = tree.text();
+    const SyntaxTree::Node node = tree[random() % tree.size()];
+    offset = node.offset;
+    if (node.kind == SyntaxTree::Kind::header) {
+      offset = text.find_first_not_of(' ', offset);
+      removed = text.find(':', offset) - offset;
+      const std::vector<std::string> types = ObjectFactory::instance()->getObjectTypes();
+      inserted = types[random() % types.size()];
+      return;
+    }
+    offset += random() % node.size;
+    removed = std::min<std::size_t>(random() % 20, text.size() - offset);
+    inserted = text.substr(random() % text.size(), random() % 30);
+  }
+};
+
+TEST(TextChecker, RememberedStatementsChangeNoFinding)
+{
+  const DemoSystem system;
+  std::mt19937 random(5);
+  for (const std::string& text : soundTexts()) {
+    CheckMemory memory;
+    SyntaxTree tree(text);
+    const auto expectSame = [&] {
+      TextChecker again({}, memory);
+      again.check(tree, 0);
+      TextChecker afresh(std::vector<std::string>{});
+      afresh.check(tree);
+      EXPECT_EQ(findingsOf(again), findingsOf(afresh)) << tree.text();
+    };
+    for (int i = 0; i < 40; ++i) {
+      const Edit edit(tree, random);
+      const std::string out = tree.text().substr(edit.offset, edit.removed);
+      tree.edit(edit.offset, edit.removed, edit.inserted);
+      expectSame();
+      if (random() % 4 != 0)  // else it stays
+        tree.edit(edit.offset, edit.inserted.size(), out);
+      expectSame();
+    }
+  }
+}
+
 }  // namespace
 }  // namespace orv

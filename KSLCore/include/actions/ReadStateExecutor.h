@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <set>
 #include <string>
+#include <string_view>
 #include <unordered_set>
 #include <vector>
 
@@ -68,14 +69,15 @@ class ORV_API ReadStateExecutor : public ActionExecutor {
   };
   // A block at the top level of the file.
   struct Block {
-    std::size_t first;  // lines of its header and its END
+    std::size_t first;  // of the text: its header line up to its END line
     std::size_t last;
+    bool hasActions;
     std::string type;
     std::string name;
   };
   struct File {
     std::string versionLine;
-    std::vector<std::string> lines;
+    std::string text;  // whole lines, without comments
     std::vector<Block> blocks;
   };
   using Names = std::unordered_set<std::string>;
@@ -84,12 +86,12 @@ class ORV_API ReadStateExecutor : public ActionExecutor {
   Request readRequest(const std::vector<std::string>& words) const;
   void readArgument(const std::string& argument, Request& request) const;
   static File readFile(Request& request);
-  static bool emptyInputFile(const std::vector<std::string>& lines);
-  static std::vector<Block> findBlocks(const std::vector<std::string>& lines);
+  static std::vector<Block> findBlocks(std::string_view text);
+  void processComponents(const Request& request, File& file);
   bool process(const Request& request, File& file);
   static void appendBlock(const File& file, const Block& block, std::string& text);
   static void loadResults(const Request& request, const File& file);
-  static bool loadStateData(const Request& request, File& file, Names& loaded);  // takes the lines
+  static bool loadStateData(const Request& request, File& file, Names& loaded);  // takes the text
   static void resetToDefault(const Names& loaded);
   static bool isResDefinedObject(const std::string& type, const std::string& name);
   static bool exactObjectExists(const std::string& type, const std::string& name);

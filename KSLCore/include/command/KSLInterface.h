@@ -154,7 +154,7 @@ class ORV_API KSLInterface {
   void doParseKSL(const std::string& text, kslUpdateMode mode, ParsedText* ahead, TextPlaces& places);
   KSLLines preParseKSL(const std::string& text, ParsedText* ahead, const TextPlaces& places) const;
   void updateForBackwardCompatibility(KSLLines& lines, kslUpdateMode mode);
-  void processKSL(const KSLLines& lines, std::size_t& current);
+  void processKSL(KSLLines& lines, std::size_t& current);
   void handleParseException(bool force);
   void takeBack();
   void conclude();

@@ -186,6 +186,7 @@ class ORV_API KSLObject {
   // The one observer of this object's parameters, not owned; null takes it away (also twice). A second one
   // throws internal::error, "Attempt to register ObjectChangeNotify when one is already registered.".
   void registerObjectChangeNotify(ObjectChangeNotify* observer);
+  bool isObserved() const { return m_paramNotify != nullptr; }
 
   // ---- State text
 
@@ -256,6 +257,12 @@ class ORV_API KSLObject {
 
   Category& category() { return m_category; }
 
+  // Of an object whose class is known to be one of the library's own, with no override of setValue: a line that nobody
+  // reads need not be made.
+  void setPlainClass() { m_plainClass = true; }
+  // Whether the result of the setValue that has just begun is read by nobody.
+  bool takeLineUnread();
+
  private:
   friend class ObjectHolderImpl;
   template <class Set>
@@ -280,10 +287,12 @@ class ORV_API KSLObject {
   std::unique_ptr<ParamNotify> m_paramNotify;  // knows the observer; null without one
   refcnt_ptr<const ObjectRules> m_rules;
   std::uint32_t m_siblingSlot = 0;  // where the parent's holder lists this object
-  bool m_validData = true;
-  bool m_singleton = false;
-  bool m_pendingDelete = false;
-  bool m_searchUp = false;
+  bool m_validData : 1 = true;
+  bool m_singleton : 1 = false;
+  bool m_pendingDelete : 1 = false;
+  bool m_searchUp : 1 = false;
+  bool m_plainClass : 1 = false;
+  bool m_lineUnread : 1 = false;  // setWhole drops the line of the setValue that it is about to call
 };
 
 }  // namespace orv

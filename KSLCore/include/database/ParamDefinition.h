@@ -6,6 +6,7 @@
 #include "platform/ORVUnits.h"
 #include "platform/ORVUtilities.h"
 
+#include <cstddef>
 #include <map>
 #include <memory>
 #include <set>
@@ -16,7 +17,7 @@
 
 namespace orv {
 
-// A value is kept as text only; every typed read parses it anew. The description is shared by all copies, so
+// A value is kept as text only, which it shares with the text store; every typed read parses it anew. The description is shared by all copies, so
 // that a parameter costs little more than its text: there are millions of them.
 //
 // All failures are data::invalid of type 4, class "ParamDefinition", unless stated otherwise; a call that
@@ -66,6 +67,9 @@ class ORV_API ParamDefinition final {
   ParamDefinition(const ParamDefinition& other);
   ParamDefinition& operator=(const ParamDefinition&) = delete;
   ~ParamDefinition() = default;
+  // There are millions: each takes its 32 bytes and no more.
+  static void* operator new(std::size_t size);
+  static void operator delete(void* memory) noexcept;
 
   // A copy of its own, as the copy constructor makes it.
   std::unique_ptr<ParamDefinition> clone() const;
@@ -95,7 +99,8 @@ class ORV_API ParamDefinition final {
   // ---- Value
 
   // The value as stored; the reference holds until the next setValue.
-  const std::string& getValue() const { return m_value; }
+  const std::string& getValue() const { return m_value.str(); }
+  const SharedText& getShared() const { return m_value; }
   // With `convert` false and no units: the value as stored. Otherwise each list element that is a quantity
   // becomes its bare number: in `units`, or when that is empty in the units preferred by the unit system in
   // force for its own units, or when it prefers none in its own. Other elements stay; several are joined with
@@ -108,6 +113,8 @@ class ORV_API ParamDefinition final {
   // text. The same text again is a change like any other, on purpose. Throws as requireAllowed; what the
   // observer throws puts value and flags back and passes on.
   std::string setValue(std::string text);
+  // The same for a text that others share.
+  void setShared(SharedText text);
   // Function "setValue", "Parameter '%s' cannot have value '%s'.", when the value is not allowed.
   void requireAllowed(const std::string& text) const;
 
@@ -116,7 +123,7 @@ class ORV_API ParamDefinition final {
   bool isAllowedValue(const std::string& text) const;
 
   // List elements as StringUtilities::splitValue cuts them.
-  std::vector<std::string> splitValue() const { return splitValue(m_value); }
+  std::vector<std::string> splitValue() const { return splitValue(getValue()); }
   static std::vector<std::string> splitValue(std::string_view text);
   // As StringUtilities::splitNameValue.
   static std::pair<std::string, std::string> splitNameValue(std::string_view text);
@@ -153,10 +160,10 @@ class ORV_API ParamDefinition final {
 
   // The value, or another text, as StringUtilities::isTrue reads it. Function "getBoolValue": "Parameter '%s'
   // (of type boolean) cannot have value '%s'.".
-  bool getBoolValue() const { return getBoolValue(m_value); }
+  bool getBoolValue() const { return getBoolValue(getValue()); }
   bool getBoolValue(const std::string& text) const;
 
-  ExpressionDef getExpression() const { return ExpressionDef(m_value); }
+  ExpressionDef getExpression() const { return ExpressionDef(getValue()); }
   std::vector<ExpressionDef> getExpressionArray() const;  // one for each list element
 
   // True when every list element is a quantity as it stands; so for an empty value.
@@ -178,7 +185,7 @@ class ORV_API ParamDefinition final {
 
   // Value and flags, for a change of several steps that may have to be taken back.
   struct State {
-    std::string value;
+    SharedText value;
     bool hasBeenSet = false;
     bool changed = false;
     bool operator==(const State& other) const
@@ -205,12 +212,12 @@ class ORV_API ParamDefinition final {
   [[noreturn]] void throwOutOfRange(const char* function, const std::string& text) const;
   void notify();
 
-  std::string m_value;
+  SharedText m_value;
+  refcnt_ptr<const Rules> m_rules;         // never null
+  NotifyChange* m_notifyChange = nullptr;  // not owned
   bool m_internal = false;
   bool m_hasBeenSet = false;
   bool m_changed = false;
-  NotifyChange* m_notifyChange = nullptr;  // not owned
-  refcnt_ptr<const Rules> m_rules;         // never null
 };
 
 }  // namespace orv

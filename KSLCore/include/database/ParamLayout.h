@@ -6,6 +6,7 @@
 #include "database/ParamDefinition.h"
 
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <string_view>
 #include <vector>
@@ -28,12 +29,14 @@ class ORV_API ParamLayout : public rcount_base {
   struct Entry {
     std::string_view name;  // stands in the prototype's rules
     std::shared_ptr<const ParamDefinition> prototype;
+    mutable std::uint32_t follower = 0;  // the slot that was found after this one, the last time
   };
   std::size_t lowerBound(std::string_view name) const;
   std::size_t insert(std::shared_ptr<const ParamDefinition> prototype);  // REQUIRES: a name that is not there
 
   std::vector<Entry> m_entries;
-  // Who sets a parameter looks for it several times in a row. Only where to look first: what stands there is compared.
+  // Who sets a parameter looks for it several times in a row, and texts name parameters in the order in which they did
+  // for the object before. Only where to look first: what stands there is compared.
   mutable std::size_t m_lastFound = 0;
 };
 

@@ -7,8 +7,8 @@
 
 namespace orv {
 
-// Why an action line cannot name this file; empty when it can. White space is taken out of the names of files that
-// are written, so there must be none.
+// Why an action line cannot name this file; empty when it can. White space is taken out of names, so there must be none
+// in that of a file that is written; one that is read is found all the same, unless there is one of the name without.
 ORV_API std::string fileNameProblem(const std::string& name, bool written);
 
 ORV_API std::string startRecordingText(const std::string& sessionFile);  // refuses a file that exists

@@ -40,7 +40,9 @@ ORV_API int ksl_open(const char* library, ksl_session** session);
 /* Ends it, with all that it gave out. Null is ignored. Not from an observer. */
 ORV_API void ksl_close(ksl_session* session);
 
-/* ---- Commands: each is done as a whole, which gives 1, or not at all. Each is one undo step. */
+/* ---- Commands: each is done as a whole, which gives 1, or not at all. Each is one undo step. When there is no memory
+ * to tell what came of one ("Insufficient memory"), it may have been done.
+ */
 
 /* KSL text: blocks and action lines. */
 ORV_API int ksl_run(ksl_session* session, const char* text);

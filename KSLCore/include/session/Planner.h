@@ -56,9 +56,9 @@ struct Plan {
 // it sets, further texts that it enters) is not in the plan. Actions are done as QuietActions does them.
 //
 // Costs what entering costs, without calculations, and the copy of the process's tables of memory. Threads of the
-// program are not in the copy. Throws internal::error, class "Planner", function "plan", "Operation '%s' failed (system
-// exception: %s)." with "plan" when there is no copy to be had or it came to a bad end, and while a command is under
-// way.
+// program are not in the copy. Whoever watches (ProgressWatcher) is told now and then, and stops it with what he throws.
+// Throws internal::error, class "Planner", function "plan", "Operation '%s' failed (system exception: %s)." with "plan"
+// when there is no copy to be had or it came to a bad end, and while a command is under way.
 class ORV_API Planner {
  public:
   // The program's own actions that are done rather than passed over; see QuietActions.

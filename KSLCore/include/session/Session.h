@@ -46,21 +46,23 @@ struct SessionOptions {
 };
 
 // Owns all that a model needs, from the rules to the history, in a Context of its own: what KSLCoreAPI::instance() and the
-// like are while an operation of the session runs. Sessions share nothing. Everything done here can be done with those classes, and both may be mixed.
+// like are while an operation of the session runs. Sessions share nothing. Everything done here can be done with those
+// classes, and both may be mixed.
 //
 //   orv::Session session;
 //   orv::Outcome done = session.run("CUT: a\n  Offset = 2 [m]\nEND\n");
 //   for (const orv::ErrorMsg& error : done.errors()) std::cerr << toText(error) << '\n';
 //   std::cout << session.state();
 //
-// What goes wrong in a command is in its Outcome; nothing is thrown but for lack of memory. From within a command (an
-// executor, a calculation) commands are parts of it, and one that fails throws what carries that outward, which must
-// pass through. Queries throw data::notFound, class "Session", with the operation as function, "Object '%s' does not
-// exist.", and what KSLObject throws. Objects are named by path ("/CUT:a"; "/" is the root), top-level ones also by
-// name.
+// What goes wrong in a command is in its Outcome; nothing is thrown but for lack of memory to make that, when the command
+// may have been done. From within a command (an executor, a calculation) commands are parts of it, and one that fails
+// throws what carries that outward, which must pass through. Queries throw data::notFound, class "Session", with the
+// operation as function, "Object '%s' does not exist.", and what KSLObject throws. Objects are named by path ("/CUT:a";
+// "/" is the root), top-level ones also by name.
 //
-// For one thread at a time; calculations and observers are called on the thread of the command. Not to be ended while a
-// Scope of it lives, nor from within a command.
+// For one thread at a time: what is called while another thread is inside throws what Context::Scope does. Calculations
+// and observers are called on the thread of the command. Not to be ended while a Scope of it lives, nor from within a
+// command.
 class ORV_API Session {
  public:
   using Options = SessionOptions;

@@ -17,7 +17,6 @@
 
 #include <algorithm>
 #include <map>
-#include <numeric>
 
 namespace orv {
 
@@ -110,9 +109,19 @@ std::map<std::string, std::string> savedDefaults(const std::string& type)
 // Adds the lines of a block. A state is data: an action in it is passed over, inside blocks as between them.
 void ReadStateExecutor::appendBlock(const File& file, const Block& block, std::string& text)
 {
-  for (std::size_t i = block.first; i <= block.last; ++i)
-    if (!StringUtilities::trimmed(file.lines[i]).starts_with('>'))
-      text.append(file.lines[i]) += '\n';
+  std::string_view rest = std::string_view(file.text).substr(block.first, block.last - block.first);
+  if (!block.hasActions) {
+    text += rest;
+    rest = {};
+  }
+  while (!rest.empty()) {
+    const std::string_view line = rest.substr(0, std::min(rest.find('\n'), rest.size() - 1) + 1);
+    if (!StringUtilities::trimmed(line).starts_with('>'))
+      text += line;
+    rest.remove_prefix(line.size());
+  }
+  if (!text.ends_with('\n'))
+    text += '\n';
 }
 
 void ReadStateExecutor::loadResults(const Request& request, const File& file)
@@ -175,15 +184,13 @@ bool ReadStateExecutor::isKept(const Block& block, Names& loaded, std::set<std::
 bool ReadStateExecutor::loadStateData(const Request& request, File& file, Names& loaded)
 {
   std::string text;
-  text.reserve(
-      std::accumulate(file.lines.begin(), file.lines.end(), std::size_t{0},
-                      [](std::size_t sum, const std::string& line) { return sum + line.size() + 1; }));
+  text.reserve(file.text.size() + 1);
   std::set<std::string> replaced;
   for (const Block& block : file.blocks) {
     if (isKept(block, loaded, replaced))
       appendBlock(file, block, text);
   }
-  file.lines = {};  // the memory is needed now
+  file.text = {};  // the memory is needed now
   deleteObjects({replaced.begin(), replaced.end()}, kslUpdateAtEnd);
   if (text.empty())
     return !replaced.empty();

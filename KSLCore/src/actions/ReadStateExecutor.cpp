@@ -19,7 +19,8 @@
 
 #include <algorithm>
 #include <map>
-#include <optional>
+#include <typeinfo>
+#include <utility>
 
 namespace orv {
 
@@ -55,6 +56,32 @@ void dropComment(std::string& line)
   line.resize(StringUtilities::withoutComment(line).size());
   if (!line.empty() && line.back() == '\\')
     line += ' ';  // the line is whole: it must not go on when it is read once more
+}
+
+// The comment lines that a file begins with.
+std::size_t headSize(std::string_view text)
+{
+  std::size_t at = 0;
+  while (at < text.size() && text[at] == '#')
+    at = std::min(text.find('\n', at), text.size() - 1) + 1;
+  return at;
+}
+
+std::string_view secondLine(std::string_view text)
+{
+  const std::size_t end = text.find('\n');
+  if (end == std::string_view::npos)
+    return {};
+  text.remove_prefix(end + 1);
+  return text.substr(0, text.find('\n'));
+}
+
+// Without lines that go on and other ends of lines than "\n", and behind the head without comments and escapes: as most
+// states are.
+bool isAsRead(std::string_view text, std::size_t head)
+{
+  const auto has = [text](char c, std::size_t from) { return text.find(c, from) != std::string_view::npos; };
+  return !has('\\', 0) && !has('\r', 0) && !has('#', head) && !has('{', head);
 }
 
 void recordLoad(const std::string& fileName, const std::string& mode, bool loadData)
@@ -162,14 +189,14 @@ void ReadStateExecutor::load(const std::vector<std::string>& words)
 {
   Request request = readRequest(words);
   File file = readFile(request);
-  if (emptyInputFile(file.lines)) {
+  if (StringUtilities::trimmed(file.text).empty()) {
     ErrorProgressReporter::instance()->reportError(
         file::error(className, "invoke", _("State file contains no data.")));
     return;
   }
   FileProcessingScope::checkNotInProgress(request.fileName, className, "invoke");
   // Judged before anything is deleted.
-  file.blocks = placingEnds(request.fileName, [&] { return findBlocks(file.lines); });
+  file.blocks = placingEnds(request.fileName, [&] { return findBlocks(file.text); });
   if (m_files)
     m_files->registerFileChange(request.fileName, fileType);
   const bool created = FileProcessingScope::createObject(className, "invoke");
@@ -190,9 +217,7 @@ bool ReadStateExecutor::process(const Request& request, File& file)
     loadResults(request, file);
   requireProcessingObject();
   const FileProcessingScope scope("State", request.fileName);
-  const std::size_t before = file.lines.size();
-  if (componentProcessing(file.lines, file.versionLine, request.fileName) || file.lines.size() != before)
-    file.blocks = findBlocks(file.lines);
+  processComponents(request, file);
   Names loaded;
   const bool entered = loadStateData(request, file, loaded);
   if (overwrite)
@@ -241,44 +266,71 @@ ReadStateExecutor::File ReadStateExecutor::readFile(Request& request)
 {
   ORVMPStream stream(request.fileName, ORVStream::Mode::read);
   request.fileName = stream.getFileName();
-  const std::string text = stream.readAll();
+  std::string text = stream.readAll();
   stream.close();
   if (!ORVFile::isAscii(text))
     throw file::error(className, "invoke", _("Non ASCII file: '%s'.", request.fileName));
   if (text.starts_with(FileText::stateHead) && !text.ends_with('\n'))  // cut off, if only by a character
     placingEnds(request.fileName, [] { throwDepth(tooFewEnds); });
   File file;
-  file.lines = StringUtilities::removeContinuation(linesOf(text));
-  if (file.lines.size() > 1 && file.lines[1].starts_with('#'))
-    file.versionLine = file.lines[1];
+  const std::size_t head = headSize(text);
+  if (isAsRead(text, head)) {
+    file.versionLine = secondLine(std::string_view(text).substr(0, head));
+    text.erase(0, head);
+    file.text = std::move(text);
+    return file;
+  }
+  std::vector<std::string> lines = StringUtilities::removeContinuation(linesOf(text));
+  if (lines.size() > 1 && lines[1].starts_with('#'))
+    file.versionLine = lines[1];
   FileText::Reader reader;
-  std::for_each(file.lines.begin(), file.lines.end(), [&](std::string& line) { reader.read(line); });
-  std::for_each(file.lines.begin(), file.lines.end(), dropComment);
+  for (std::string& line : lines) {
+    reader.read(line);
+    dropComment(line);
+    file.text.append(line) += '\n';
+  }
   return file;
 }
 
-bool ReadStateExecutor::emptyInputFile(const std::vector<std::string>& lines)
+// Lines are made for those who may want to change them.
+void ReadStateExecutor::processComponents(const Request& request, File& file)
 {
-  return std::all_of(lines.begin(), lines.end(),
-                     [](const std::string& line) { return StringUtilities::trimmed(line).empty(); });
+  if (typeid(*this) == typeid(ReadStateExecutor))
+    return;
+  std::string_view text = file.text;
+  if (text.ends_with('\n'))
+    text.remove_suffix(1);
+  std::vector<std::string> lines = StringUtilities::stringToVector(text, '\n');
+  const std::size_t before = lines.size();
+  if (!componentProcessing(lines, file.versionLine, request.fileName) && lines.size() == before)
+    return;
+  file.text.clear();
+  for (const std::string& line : lines)
+    file.text.append(line) += '\n';
+  file.blocks = findBlocks(file.text);
 }
 
-std::vector<ReadStateExecutor::Block> ReadStateExecutor::findBlocks(const std::vector<std::string>& lines)
+std::vector<ReadStateExecutor::Block> ReadStateExecutor::findBlocks(std::string_view text)
 {
   std::vector<Block> blocks;
   std::size_t depth = 0;
-  for (std::size_t i = 0; i < lines.size(); ++i) {
-    const int type = MiniKSLParser::determineLineType(lines[i]);
+  for (std::size_t at = 0; at < text.size();) {
+    const std::size_t end = std::min(text.find('\n', at), text.size());
+    const std::string_view line = text.substr(at, end - at);
+    const std::size_t first = std::exchange(at, std::min(end + 1, text.size()));
+    const int type = MiniKSLParser::determineLineType(line);
     if (type == MiniKSLParser::objectLine && depth++ == 0) {
-      HeaderReader header(lines[i]);
-      blocks.push_back({i, i, std::move(header.type), std::move(header.name)});
+      HeaderReader header{std::string(line)};
+      blocks.push_back({first, at, false, std::move(header.type), std::move(header.name)});
     }
+    if (type == MiniKSLParser::actionLine && depth > 0)
+      blocks.back().hasActions = true;
     if (type != MiniKSLParser::endLine)
       continue;
     if (depth == 0)
       throwDepth("Too many END statements in KSL.");
     if (--depth == 0)
-      blocks.back().last = i;
+      blocks.back().last = at;
   }
   if (depth != 0)  // cut off
     throwDepth(tooFewEnds);

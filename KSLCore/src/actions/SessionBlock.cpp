@@ -111,13 +111,11 @@ void SessionBlock::writeParsed(const ParsedText& parsed)
   if (parsed.marks.empty())
     return;
   m_out.reserve(parsed.marks.size() * lineWidth / 4);
-  const char* at = parsed.lines[0].data();  // they stand in one piece
-  const std::string_view last = parsed.lines.back();
-  const char* const end = last.data() + last.size();
   std::size_t size = 0;  // of what is written; behind it is room
-  for (const ParsedText::Mark& mark : parsed.marks) {
-    const std::string_view line(at, mark.size);
-    at += mark.size;
+  for (std::size_t i = 0; i < parsed.marks.size(); ++i) {
+    const ParsedText::Mark mark = parsed.marks[i];
+    const std::string_view readable = parsed.lines.from(i);
+    const std::string_view line = readable.substr(0, mark.size);
     if (mark.type == ParsedText::putIn)
       continue;
     const bool isObjects = mark.type != MiniKSLParser::actionLine && mark.type != MiniKSLParser::emptyLine;
@@ -132,7 +130,7 @@ void SessionBlock::writeParsed(const ParsedText& parsed)
     if (m_out.size() < size + lineRoom)
       m_out.resize(size + 32 * lineRoom);
     m_last = size;
-    size += placeLine(m_out.data() + size, 2 * m_depth, line, static_cast<std::size_t>(end - line.data()));
+    size += placeLine(m_out.data() + size, 2 * m_depth, line, readable.size());
     beginBlock(mark.type);
   }
   m_out.resize(size);

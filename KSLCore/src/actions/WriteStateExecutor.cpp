@@ -18,7 +18,9 @@
 #include "actions/stateTypes.h"
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
+#include <cstdint>
 #include <sys/stat.h>
 
 namespace orv {
@@ -90,16 +92,73 @@ void appendLine(std::string_view text, std::size_t depth, std::string& out)
   out.append(indentOf(depth), ' ').append(text) += '\n';
 }
 
+// Names and values that a line holds as they are: printable, without comments and escapes, single blanks between words.
+bool isSimple(std::string_view text)
+{
+  enum Kind : std::uint8_t { common = 0, blank = 1, special = 2 };
+  static constexpr std::array<std::uint8_t, 256> kinds = [] {
+    std::array<std::uint8_t, 256> table{};
+    for (std::size_t c = 0; c < table.size(); ++c)
+      table[c] = c > ' ' && c < 0x7f && c != '#' && c != '{' && c != '\\' ? common : special;
+    table[' '] = blank;
+    return table;
+  }();
+  std::uint8_t seen = 0;
+  std::uint8_t before = blank;  // none at the beginning either
+  for (const char c : text) {
+    const std::uint8_t kind = kinds[static_cast<unsigned char>(c)];
+    seen |= kind & (before | special);
+    before = kind;
+  }
+  return seen == 0 && before != blank;
+}
+
+constexpr std::string_view equalSign = " = ";
+
+// The lines of parameters that fit as they are, as nearly all do. What stands before a value is kept for each parameter
+// of a type, and found again by the rules that hold its name.
+class SimpleLines {
+ public:
+  // False, and nothing, for a line that needs another look.
+  bool append(const ParamDefinition& param, const std::string& value, std::size_t depth, std::string& out)
+  {
+    const std::string* const start = startOf(param.getName(), indentOf(depth));
+    if (!start || start->size() + value.size() > width || !isSimple(value))
+      return false;
+    out.append(*start).append(value) += '\n';
+    return true;
+  }
+
+ private:
+  struct Known {
+    const std::string* name = nullptr;
+    std::size_t indent = 0;
+    std::string start;
+  };
+  const std::string* startOf(const std::string& name, std::size_t indent)
+  {
+    constexpr std::uint64_t spread = 0x9e3779b97f4a7c15;  // addresses have much in common
+    Known& known = m_known[(reinterpret_cast<std::uintptr_t>(&name) * spread) >> 57];
+    if (known.name == &name && known.indent == indent)
+      return &known.start;
+    if (!isSimple(name) || !isReadableParam(name))
+      return nullptr;
+    known = {&name, indent, std::string(indent, ' ').append(name).append(equalSign)};
+    return &known.start;
+  }
+
+  std::array<Known, 128> m_known;
+};
+
 // The line of a parameter. Most fit as they are; they are not taken apart first.
 void appendParameter(const KSLObject& object, const std::string& name, const std::string& value,
                      std::size_t depth, std::string& out)
 {
-  constexpr std::string_view equals = " = ";
   const bool readable = isReadable(value);
   if (!readable)
     reportUnreadable(className, "validatedParameters", object.getPath(), name, value);
   const std::size_t start = out.size();
-  out.append(indentOf(depth), ' ').append(name).append(equals).append(value);
+  out.append(indentOf(depth), ' ').append(name).append(equalSign).append(value);
   const bool plain = FileText::isPlain(std::string_view(out).substr(start));
   if (plain && readable && value.back() != '\\' && out.size() - start <= width) {
     out += '\n';
@@ -121,7 +180,7 @@ const std::string& idleValue(const ParamDefinition& param)
 }
 
 // False when a line was left out.
-bool appendParameters(const KSLObject& object, std::size_t depth, std::string& out)
+bool appendParameters(const KSLObject& object, std::size_t depth, SimpleLines& lines, std::string& out)
 {
   bool complete = true;
   const bool isFileProcessing = object.pathIs(fileProcessingPath);
@@ -129,6 +188,8 @@ bool appendParameters(const KSLObject& object, std::size_t depth, std::string& o
     if (!isSaved(param, object.getType()))
       return;
     const std::string& value = isFileProcessing ? idleValue(param) : param.getValue();
+    if (lines.append(param, value, depth, out))
+      return;
     if (!isReadableParam(param.getName())) {
       reportLeftOut("validatedParameters", param.getName() + " = " + value);
       complete = false;
@@ -362,6 +423,7 @@ bool WriteStateExecutor::validatedParameters(const KSLObject& top, std::size_t d
     std::size_t depth;
   };
   bool complete = true;
+  SimpleLines lines;
   std::vector<Visit> waiting{{&top, depth}};
   while (!waiting.empty()) {
     const Visit visit = waiting.back();
@@ -374,7 +436,7 @@ bool WriteStateExecutor::validatedParameters(const KSLObject& top, std::size_t d
       complete = false;  // and nothing that is in it
       continue;
     }
-    complete = appendParameters(*visit.object, visit.depth + 1, out) && complete;
+    complete = appendParameters(*visit.object, visit.depth + 1, lines, out) && complete;
     waiting.push_back({nullptr, visit.depth});
     const auto first = static_cast<std::ptrdiff_t>(waiting.size());
     visit.object->forEachChild([&](const KSLObject* child) {

@@ -4,7 +4,7 @@
 #include "platform/ORVKSLParseUtilities.h"
 #include "platform/ORVUtilities.h"
 
-#include <algorithm>
+#include <cstdint>
 
 namespace orv {
 
@@ -37,10 +37,11 @@ void CommandLines::begin(std::string_view text)
 {
   m_rest = text;
   m_atEnd = text.empty();
-  const auto lineCount = static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n'));
-  m_lines.reserve(text.size() + 2 * updateLine.size(), lineCount + 2);
+  constexpr std::size_t usualLine = 16;  // characters
+  const std::size_t lineCount = text.size() / usualLine + 4;
+  m_lines.reserve(text.size() + 2 * updateLine.size(), lineCount);
   if (m_ahead)
-    m_ahead->marks.reserve(lineCount + 2);
+    m_ahead->marks.reserve(lineCount);
 }
 
 KSLLines CommandLines::parse(std::string_view text)
@@ -119,11 +120,15 @@ void CommandLines::endLine()
 {
   if (m_lines.begun().empty())
     return;
-  const MiniKSLParser::LineType type = MiniKSLParser::scan(m_lines.begun()).type;
+  const std::string_view line = m_lines.begun();
+  const MiniKSLParser::Line scanned = MiniKSLParser::scan(line);
+  const MiniKSLParser::LineType type = scanned.type;
   if (type == MiniKSLParser::actionLine)
     return endActionLine();
-  mark(type, m_lines.begun().size());
-  m_lines.end();
+  mark(type, line.size());
+  const bool whole = scanned.text.size() == line.size() && line.size() <= UINT32_MAX;
+  m_lines.end(whole ? KSLLines::Scanned{type, static_cast<std::uint32_t>(scanned.mark)}
+                    : KSLLines::Scanned());
   if (m_mode == kslUpdateDefault)
     countDepth(type);
 }

@@ -1,10 +1,12 @@
 #include "command/DBUpdater.h"
 
 #include "platform/ORVUtilities.h"
+#include "database/DataKSLObject.h"
 #include "database/ObjectDB.h"
 #include "database/ObjectFactory.h"
 #include "rules/LinkTransaction.h"
 
+#include <typeinfo>
 #include <utility>
 #include <vector>
 
@@ -114,6 +116,14 @@ void ObjectDBUpdater::unsetParam(const std::string& path, const std::string& nam
 {
   if (KSLObject* object = find(path))
     object->unsetParam(name);
+}
+
+// Objects that compute mark others when they are set; classes of the host may do anything.
+bool ObjectDBUpdater::goesUnseen(const std::string& path)
+{
+  const KSLObject* object = find(path);
+  return object && typeid(*object) == typeid(DataKSLObject) && !object->isObserved()
+         && !m_database->getChangeNotify();
 }
 
 std::size_t ObjectDBUpdater::changeCount() const

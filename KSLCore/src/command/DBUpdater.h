@@ -21,6 +21,8 @@ class DBUpdater {
   virtual void deleteObject(const std::string& path) = 0;
   virtual void setParam(const std::string& path, const std::string& name, const std::string& value) = 0;
   virtual void unsetParam(const std::string& path, const std::string& name) = 0;
+  // Whether nobody could tell if parameters were unset just before their object goes.
+  virtual bool goesUnseen(const std::string&) { return false; }
   // Moves on whenever an object comes or goes.
   virtual std::size_t changeCount() const { return 0; }
 };
@@ -36,6 +38,7 @@ class ObjectDBUpdater : public DBUpdater {
   void deleteObject(const std::string& path) override;
   void setParam(const std::string& path, const std::string& name, const std::string& value) override;
   void unsetParam(const std::string& path, const std::string& name) override;
+  bool goesUnseen(const std::string& path) override;
   std::size_t changeCount() const override;
 
  private:

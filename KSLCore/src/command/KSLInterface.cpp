@@ -384,7 +384,7 @@ void KSLInterface::updateForBackwardCompatibility(KSLLines& lines, kslUpdateMode
   lines = std::move(rewritten);
 }
 
-void KSLInterface::processKSL(const KSLLines& lines, std::size_t& current)
+void KSLInterface::processKSL(KSLLines& lines, std::size_t& current)
 {
   writeProcessKSLDebug(lines);
   if (lines.empty())

@@ -3,6 +3,7 @@
 #include "platform/ORVException.h"
 #include "platform/ORVProgress.h"
 #include "platform/ORVUtilities.h"
+#include "database/ValueAtHand.h"
 #include "command/DBUpdater.h"
 #include "RecoveryLog.h"
 
@@ -18,6 +19,8 @@ std::size_t UpdateProcessor::process(const KSLChangeList& changes)
   m_list = &changes;
   const ScopeGuard end([this] { m_list = nullptr; });
   m_recorded = 0;
+  m_goesBefore = 0;
+  m_staysBefore = 0;
   std::size_t done = 0;
   Progress progress("changes", changes.size());
   for (m_visited = 0; m_visited < changes.size(); ++m_visited) {
@@ -36,8 +39,28 @@ void UpdateProcessor::visit(const KSLChange& change)
 {
   if (m_history && (!m_list || m_visited >= m_recorded))
     visitRecorded(change);
-  else
-    KSLChangeProcessor::visit(change);
+  else if (!wentAlong())
+    apply(change);
+  else if (change.kind == KSLChange::Kind::deleteObject)
+    forget(change.path.str());
+}
+
+// True for what the list names behind the deletion of an object that it was in, when no object has come or gone since.
+bool UpdateProcessor::wentAlong() const
+{
+  return m_history && m_updater->createsObjects() && m_updater->changeCount() == m_goneCount;
+}
+
+// Changes come object by object: what was found out for one parameter holds for the next.
+void UpdateProcessor::apply(const KSLChange& change)
+{
+  const ValueAtHand value(change.value);
+  const bool ofParam = !change.name.empty();
+  m_sameObject = ofParam && change.path.same(m_objectPath) && m_updater->changeCount() == m_objectCount;
+  KSLChangeProcessor::visit(change);
+  m_objectPath =
+      m_sameObject || (ofParam && m_updater->hasObject(change.path.str())) ? change.path : SharedText();
+  m_objectCount = m_updater->changeCount();
 }
 
 // As visit; an error tells what it arose from.
@@ -59,7 +82,8 @@ void UpdateProcessor::visitRecorded(const KSLChange& change)
   try {
     record(change);
     after = m_history->size();
-    KSLChangeProcessor::visit(change);
+    apply(change);
+    m_goneCount = m_updater->changeCount();
   } catch (...) {
     const bool leftNothing =
         change.kind != KSLChange::Kind::deleteObject || m_updater->changeCount() == changesBefore;
@@ -99,7 +123,7 @@ void UpdateProcessor::deletedObject(const std::string& path)
 
 void UpdateProcessor::newParam(const std::string& path, const std::string& name, const std::string& value)
 {
-  if (m_updater->createsObjects() && !m_updater->hasObject(path)) {
+  if (!m_sameObject && m_updater->createsObjects() && !m_updater->hasObject(path)) {
     createWaiting();
     ensureObject(path);
   }
@@ -117,7 +141,27 @@ void UpdateProcessor::changedParam(const std::string& path, const std::string& n
 void UpdateProcessor::deletedParam(const std::string& path, const std::string& name, const std::string&)
 {
   noteChanged(path);
-  m_updater->unsetParam(path, name);
+  if (!goesNext())
+    m_updater->unsetParam(path, name);
+}
+
+// True for a parameter that is unset together with all that follow in the list up to the deletion of their object, as
+// in the undo of a definition, when nobody could see it meanwhile.
+bool UpdateProcessor::goesNext()
+{
+  if (!m_list || m_log || m_visited < m_staysBefore)
+    return false;
+  if (m_visited < m_goesBefore)
+    return true;
+  const SharedText& path = (*m_list)[m_visited].path;
+  std::size_t end = m_visited + 1;
+  while (end < m_list->size() && (*m_list)[end].kind == KSLChange::Kind::deleteParam
+         && (*m_list)[end].path == path)
+    ++end;
+  const bool goes = end < m_list->size() && (*m_list)[end].kind == KSLChange::Kind::deleteObject
+                    && (*m_list)[end].path == path && m_updater->goesUnseen(path.str());
+  (goes ? m_goesBefore : m_staysBefore) = end;
+  return goes;
 }
 
 void UpdateProcessor::createWaiting()
@@ -190,7 +234,7 @@ void UpdateProcessor::forget(const std::string& deletedPath)
 
 void UpdateProcessor::noteChanged(const std::string& path)
 {
-  if (path == m_lastChanged)
+  if (m_sameObject || path == m_lastChanged)
     return;
   if (m_updater->hasObject(path))  // else there is nothing to update
     m_changed.insert(path);

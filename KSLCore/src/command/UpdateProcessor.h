@@ -55,17 +55,26 @@ class UpdateProcessor : public KSLChangeProcessor {
   void create(const std::string& path);
   void forget(const std::string& deletedPath);
   void noteChanged(const std::string& path);
+  void apply(const KSLChange& change);
+  bool goesNext();
+  bool wentAlong() const;
   void visitNaming(const KSLChange& change);
   void visitRecorded(const KSLChange& change);
   void record(const KSLChange& change);
 
-  DBUpdater* m_updater;                   // not owned
-  KSLChangeList* m_history;               // not owned
-  RecoveryLog* m_log;                     // not owned
-  std::string m_lastChanged;              // noted already, or not there
+  DBUpdater* m_updater;           // not owned
+  KSLChangeList* m_history;       // not owned
+  RecoveryLog* m_log;             // not owned
+  std::string m_lastChanged;      // noted already, or not there
+  SharedText m_objectPath;        // of the parameter visited last, when that is there; else empty
+  std::size_t m_objectCount = 0;  // the updater's count of changes then
+  bool m_sameObject = false;      // the change under way is one of its parameters, too
+  std::size_t m_goesBefore = 0;   // changes before this one unset parameters of an object that goes next
+  std::size_t m_staysBefore = 0;  // changes before this one are known to be no such
   const KSLChangeList* m_list = nullptr;  // under way
   std::size_t m_visited = 0;              // of its changes
   std::size_t m_recorded = 0;             // of its changes; ahead of the visit in a deletion
+  std::size_t m_goneCount = 0;            // the updater's count of changes behind that deletion
   std::set<std::string> m_changed;
   std::vector<Waiting> m_waiting;  // in the order reported
 };

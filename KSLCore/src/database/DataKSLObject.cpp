@@ -2,6 +2,7 @@
 
 #include "platform/ORVError.h"
 #include "platform/ORVException.h"
+#include "database/ValueAtHand.h"
 
 #include <algorithm>
 #include <memory>
@@ -22,6 +23,12 @@ bool keepsTruthValue(const ParamDefinition& param, const std::string& text)
   bool newOk = true;
   const bool present = StringUtilities::isTrue(param.getValue(), presentOk);
   return StringUtilities::isTrue(text, newOk) == present && presentOk && newOk;
+}
+
+// A parameter's own text stays where it is: the caller may still be reading it.
+void setText(ParamDefinition& param, const std::string& value)
+{
+  param.setShared(&value == &param.getValue() ? param.getShared() : ValueAtHand::share(value));
 }
 
 }  // namespace
@@ -60,6 +67,7 @@ SchedulerObject* DataKSLObject::getSchedulerObject(const std::string& schedulerT
 KSLObject* DataKSLObject::clone() const
 {
   auto copy = std::make_unique<DataKSLObject>();
+  copy->setPlainClass();
   copyInternals(copy.get());  // the type too
   return copy.release();
 }
@@ -76,11 +84,19 @@ void DataKSLObject::initialize(const std::string& name)
 
 std::string DataKSLObject::setValue(const std::string& name, const std::string& value)
 {
+  const bool lineUnread = takeLineUnread();
   ParamDefinition* param = findParamToSet(name, value);
   if (!param)
     throw diagnosed(data::notFound(className, "setValue",
                                    _("Parameter '%s' is not recognized on object '%s'.", name, getPath())),
                     unknownParam(name));
+  if (lineUnread) {
+    if (keepsTruthValue(*param, value))
+      setText(*param, value);
+    else
+      setValueInternal(param, value);
+    return {};
+  }
   std::string line;  // with room for either text, so that nothing can fail once the value is stored
   line.reserve(getPath().size() + name.size() + std::max(value.size(), param->getValue().size()) + 4);
   line.append(getPath()).append(1, '/').append(name).append(" = ");
@@ -106,7 +122,9 @@ std::string DataKSLObject::setValueInternal(ParamDefinition* param, const std::s
 {
   if (!param)
     throw internal::nullPointer(className, "setValue", _("Input parameter %s is a null pointer.", "p_param"));
-  return param->setValue(value);
+  std::string before = param->getValue();
+  setText(*param, value);
+  return before;
 }
 
 void DataKSLObject::addScheduler(const std::string&)

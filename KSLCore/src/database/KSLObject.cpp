@@ -323,6 +323,7 @@ void KSLObject::unsetParam(const std::string& name)
     return;
   }
   allOrNothing(name, [&] {
+    m_lineUnread = m_plainClass;
     setValue(name, defaultValue);  // may replace the parameter
     if (ParamDefinition* now = findParam(name))
       now->unset();
@@ -349,7 +350,17 @@ void KSLObject::allOrNothing(const std::string& name, Set set)
 
 void KSLObject::setWhole(const std::string& name, const std::string& value)
 {
-  allOrNothing(name, [&] { setValue(name, value); });
+  allOrNothing(name, [&] {
+    m_lineUnread = m_plainClass;
+    setValue(name, value);
+  });
+}
+
+bool KSLObject::takeLineUnread()
+{
+  const bool unread = m_lineUnread;
+  m_lineUnread = false;
+  return unread;
 }
 
 void KSLObject::setWholeWithoutPending(const std::string& name, const std::string& value)

@@ -2,6 +2,7 @@
 
 #include "platform/ORVError.h"
 #include "platform/ORVException.h"
+#include "platform/internal/SmallBlocks.h"
 #include "database/QuantityScanner.h"
 
 #include <algorithm>
@@ -69,21 +70,33 @@ ParamDefinition::ParamDefinition() : m_rules(new Rules) {}
 
 ParamDefinition::ParamDefinition(std::string name, std::string localType, std::string remoteType,
                                  std::string type, std::string defaultValue, std::string category)
-    : m_value(defaultValue),
+    : m_value(std::string_view(defaultValue)),
       m_rules(makeRules(std::move(name), std::move(localType), std::move(remoteType), std::move(type),
                         std::move(defaultValue), std::move(category)))
 {}
 
 ParamDefinition::ParamDefinition(refcnt_ptr<const Rules> rules) : m_rules(checkedRules(std::move(rules)))
 {
-  m_value = m_rules->defaultValue;
+  m_value = SharedText(std::string_view(m_rules->defaultValue));
 }
 
 ParamDefinition::ParamDefinition(const ParamDefinition& other)
     : m_value(other.m_value),
-      m_internal(other.m_internal),
-      m_rules(other.m_rules)
+      m_rules(other.m_rules),
+      m_internal(other.m_internal)
 {}
+
+void* ParamDefinition::operator new(std::size_t)
+{
+  static_assert(sizeof(ParamDefinition) == 32);
+  return SmallBlocks<sizeof(ParamDefinition)>::take();
+}
+
+void ParamDefinition::operator delete(void* memory) noexcept
+{
+  if (memory)
+    SmallBlocks<sizeof(ParamDefinition)>::give(memory);
+}
 
 std::unique_ptr<ParamDefinition> ParamDefinition::clone() const
 {
@@ -116,12 +129,12 @@ const std::vector<std::string>& ParamDefinition::getExtraRulesStrList(std::strin
 std::string ParamDefinition::getValue(bool convert, const std::string& units, bool difference) const
 {
   if (!convert && units.empty())
-    return m_value;
+    return getValue();
   std::vector<std::string> elements = splitValue();
   if (elements.empty())
-    return m_value;
+    return getValue();
   if (elements.size() == 1)
-    return convertedElement(m_value, units, difference);
+    return convertedElement(getValue(), units, difference);
   for (std::string& element : elements)
     element = convertedElement(element, units, difference);
   return StringUtilities::vectorToString(elements, ',');
@@ -168,19 +181,25 @@ data::invalid ParamDefinition::refusal(const std::string& text) const
 
 std::string ParamDefinition::setValue(std::string text)
 {
-  requireAllowed(text);
+  std::string before = getValue();
+  setShared(SharedText(std::move(text)));
+  return before;
+}
+
+void ParamDefinition::setShared(SharedText text)
+{
+  requireAllowed(text.str());
   const bool wasSet = std::exchange(m_hasBeenSet, true);
   const bool wasChanged = std::exchange(m_changed, true);
-  m_value.swap(text);
+  std::swap(m_value, text);
   try {
     notify();
   } catch (...) {
-    m_value.swap(text);
+    std::swap(m_value, text);
     m_hasBeenSet = wasSet;
     m_changed = wasChanged;
     throw;
   }
-  return text;
 }
 
 void ParamDefinition::unset()
@@ -198,7 +217,7 @@ void ParamDefinition::restore(State state) noexcept
 {
   if (state == getState())
     return;
-  m_value.swap(state.value);
+  std::swap(m_value, state.value);
   m_hasBeenSet = state.hasBeenSet;
   m_changed = state.changed;
   try {
@@ -280,7 +299,7 @@ int ParamDefinition::readInt(const std::string& text) const
 
 int ParamDefinition::getIntValue() const
 {
-  return readInt(m_value);
+  return readInt(getValue());
 }
 
 std::vector<int> ParamDefinition::getIntArray() const
@@ -306,7 +325,7 @@ Quantity ParamDefinition::readQuantity(const std::string& text) const
 
 Quantity ParamDefinition::getQuantityValue() const
 {
-  return readQuantity(m_value);
+  return readQuantity(getValue());
 }
 
 float ParamDefinition::readFloat(const std::string& text, const std::string& units) const
@@ -319,7 +338,7 @@ float ParamDefinition::readFloat(const std::string& text, const std::string& uni
 
 float ParamDefinition::getFloatValue(const std::string& units) const
 {
-  return readFloat(m_value, units);
+  return readFloat(getValue(), units);
 }
 
 std::vector<float> ParamDefinition::getFloatArray(const std::string& units) const

@@ -27,9 +27,16 @@ std::size_t ParamLayout::find(std::string_view name) const
 {
   if (holds(m_entries, m_lastFound, name))
     return m_lastFound;
-  const std::size_t slot = lowerBound(name);
-  if (!holds(m_entries, slot, name))
+  if (m_entries.empty())
     return npos;
+  const Entry& last = m_entries[std::min(m_lastFound, m_entries.size() - 1)];
+  std::size_t slot = last.follower;
+  if (!holds(m_entries, slot, name)) {
+    slot = lowerBound(name);
+    if (!holds(m_entries, slot, name))
+      return npos;
+    last.follower = static_cast<std::uint32_t>(slot);
+  }
   m_lastFound = slot;
   return slot;
 }

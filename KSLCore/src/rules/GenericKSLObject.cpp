@@ -168,6 +168,7 @@ void GenericKSLObject::registerBaseType()
 KSLObject* GenericKSLObject::clone() const
 {
   auto copy = std::make_unique<GenericKSLObject>();
+  copy->setPlainClass();
   copyInternals(copy.get());
   return copy.release();
 }

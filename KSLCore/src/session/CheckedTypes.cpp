@@ -50,6 +50,26 @@ CheckedParam checkedParam(const ParamDefinition& param, const GenericKSLObject* 
   return checked;
 }
 
+// Those that the context rule lists as its values.
+bool isInAllContexts(const CheckedType& type, const ParamDefinition& param)
+{
+  if (type.contextRule.empty() || param.isInternal())
+    return true;
+  const ObjectRules& rules = *type.prototype->getObjectRules();
+  const ParamDefinition* rule = type.prototype->lookUpParam(type.contextRule);
+  if (!rule || rule->getRules()->allowedInOrder.empty())
+    return false;
+  try {
+    const std::vector<std::string>& contexts = rule->getRules()->allowedInOrder;
+    return rules.isParamAllowed(param.getName()) && rules.isParamAllowed(param.getName(), type.defaultContext)
+           && std::all_of(contexts.begin(), contexts.end(), [&](const std::string& context) {
+                return rules.isParamAllowed(param.getName(), context);
+              });
+  } catch (const data::invalid&) {
+    return false;  // it is to be asked each time
+  }
+}
+
 std::unique_ptr<CheckedType> checkedType(const KSLObject& prototype)
 {
   auto type = std::make_unique<CheckedType>();
@@ -67,7 +87,9 @@ std::unique_ptr<CheckedType> checkedType(const KSLObject& prototype)
     type->defaultContext = rule ? rule->getValue() : std::string();
   }
   prototype.forEachParam([&](const ParamDefinition& param) {
-    type->params.emplace(param.getName(), checkedParam(param, type->computing));
+    CheckedParam& checked =
+        type->params.emplace(param.getName(), checkedParam(param, type->computing)).first->second;
+    checked.inAllContexts = isInAllContexts(*type, param);
   });
   return type;
 }

@@ -29,6 +29,7 @@ struct CheckedParam {
   Kind kind = Kind::text;
   bool isReference = false;                  // an object that computes links it
   bool isExpression = false;                 // names in it stand for values
+  bool inAllContexts = true;                 // of its type
   std::string units;                         // of the default
   std::optional<UnitDimensions> dimensions;  // that values must have; none when any will do
 };

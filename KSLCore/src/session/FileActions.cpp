@@ -2,6 +2,8 @@
 
 #include "platform/ORVUtilities.h"
 
+#include <filesystem>
+
 namespace orv {
 
 std::string fileNameProblem(const std::string& name, bool written)
@@ -12,7 +14,9 @@ std::string fileNameProblem(const std::string& name, bool written)
     return "must not hold any of , # \\ \"";
   if (StringUtilities::simplifyWhitespace(name) != name)
     return "must not hold white space but single blanks inside";
-  if (written && name.find(' ') != std::string::npos)
+  std::error_code unknown;
+  if (name.find(' ') != std::string::npos
+      && (written || std::filesystem::exists(StringUtilities::removeAllWhitespace(name), unknown)))
     return "must not hold blanks";
   return {};
 }

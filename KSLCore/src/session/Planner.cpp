@@ -14,8 +14,9 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstring>
+#include <csignal>
 #include <fcntl.h>
+#include <poll.h>
 #include <set>
 #include <sys/wait.h>
 #include <tuple>
@@ -71,7 +72,7 @@ class Rehearsal {
     ErrorProgressReporter::instance()->setSink(&m_errors);
     ErrorProgressReporter::instance()->setVerbose(false);
     ProgressWatcher::set(nullptr);
-    OutputFiles::instance()->setDropping(true);
+    OutputFiles::instance()->setNames(&OutputFiles::nowhere);
     watchObjects();
   }
 
@@ -132,7 +133,7 @@ class Pipe {
   Pipe()
   {
     if (::pipe2(m_ends, O_CLOEXEC) != 0)
-      fail(std::strerror(errno));
+      fail(Error::getSystemError(errno));
   }
   Pipe(const Pipe&) = delete;
   Pipe& operator=(const Pipe&) = delete;
@@ -157,11 +158,19 @@ class Pipe {
     }
     return true;
   }
+  // While there is nothing to be read, whoever watches is told.
   std::string readAll() const
   {
     std::string bytes;
     char buffer[1 << 16];
+    constexpr int patience = 10;  // milliseconds
     for (;;) {
+      pollfd waiting{m_ends[0], POLLIN, 0};
+      const int ready = ::poll(&waiting, 1, patience);
+      if (ready == 0 || (ready < 0 && errno == EINTR)) {
+        Progress::step();
+        continue;
+      }
       const ssize_t count = ::read(m_ends[0], buffer, sizeof buffer);
       if (count == 0 || (count < 0 && errno != EINTR))
         return bytes;
@@ -199,13 +208,18 @@ Plan Planner::plan(const std::vector<Planner::Text>& texts) const
   Pipe pipe;
   const pid_t copy = ::fork();
   if (copy < 0)
-    fail(std::strerror(errno));
+    fail(Error::getSystemError(errno));
   if (copy == 0)
     rehearse(texts, m_harmless, pipe);
   pipe.closeEnd(1);
-  const std::string bytes = pipe.readAll();
-  int status = 0;
-  while (::waitpid(copy, &status, 0) < 0 && errno == EINTR) {}
+  std::string bytes;
+  {
+    const ScopeGuard end([copy] {
+      ::kill(copy, SIGKILL);  // of what it could still do nothing is wanted
+      while (::waitpid(copy, nullptr, 0) < 0 && errno == EINTR) {}
+    });
+    bytes = pipe.readAll();
+  }
   Plan plan;
   if (!unpack(bytes, plan))
     fail("the copy of the process came to a bad end");

@@ -6,9 +6,11 @@
 #include "database/ObjectFactory.h"
 #include "rules/GenericKSLObject.h"
 #include "command/ActionExecutor.h"
+#include "CheckMemory.h"
 #include "CheckedActions.h"
 #include "CheckedExpressions.h"
 #include "CheckedFindings.h"
+#include "CheckedNames.h"
 #include "CheckedObjects.h"
 #include "CheckedTypes.h"
 
@@ -48,11 +50,20 @@ bool mayHoldNames(std::string_view text)
   return false;
 }
 
+bool takesObjectsAlone(std::string_view action)
+{
+  return action == "forceupdate" || action == "fu" || action == "getstate" || action == "s";
+}
+
 }  // namespace
 
 class TextChecker::Impl {
  public:
-  explicit Impl(const std::vector<std::string>& actions) : m_actions(actions.begin(), actions.end())
+  // `own` is the memory when the caller has none.
+  Impl(const std::vector<std::string>& actions, CheckMemory::Impl& memory, std::unique_ptr<CheckMemory> own)
+      : m_ownMemory(std::move(own)),
+        m_memory(memory),
+        m_actions(actions.begin(), actions.end())
   {
     for (const KSLObject* object : ObjectDB::instance()->getAllObjects())
       if (const auto* computing = dynamic_cast<const GenericKSLObject*>(object);
@@ -60,9 +71,11 @@ class TextChecker::Impl {
         computing->forEachDefinedName([this](const std::string& name) { m_expressions[name]; });
   }
 
-  void check(const SyntaxTree& tree)
+  void check(const SyntaxTree& tree, KnownStatements& known)
   {
     m_tree = &tree;
+    m_known = &known;
+    m_names.begin(tree, m_text);
     m_blocks.clear();
     m_findings.begin(tree, m_text);
     m_findings.addSyntax([this](std::string_view type) { return m_types.find(type) != nullptr; });
@@ -77,7 +90,7 @@ class TextChecker::Impl {
       if (node.parent == SyntaxTree::none && (settlesBlocks || node.kind == Kind::action))
         settle();
       if (node.faults == 0 || node.faults == SyntaxTree::leftOpen)
-        checkNode(i, node.kind);
+        checkNode(i, node);
       else if (node.kind == Kind::header)
         m_blocks.push_back({i, CheckedObjects::none});
     }
@@ -86,9 +99,30 @@ class TextChecker::Impl {
     ++m_text;
   }
 
+  KnownStatements& knownOf(std::size_t key) { return m_memory.texts[key]; }
+
+  void collectNames() { m_collects = true; }
+
+  std::vector<NameInText> names()
+  {
+    for (const Missing& missing : m_missing)
+      if (const CheckedObjects::Hit hit = resolve(missing.object, *missing.param, missing.item);
+          hit.object != CheckedObjects::none) {
+        m_names.begin(*missing.place.tree, missing.place.text);
+        m_names.addItem(missing.place.node, missing.number, m_objects[hit.object].path);
+      }
+    for (const MissingName& missing : m_missingNames)
+      addUse(missing.object, missing.name, missing.place);
+    for (const LaterUse& use : m_uses)
+      addUse(use.object, use.name, use.place);
+    return m_names.take();
+  }
+
   std::vector<CheckFinding> finish()
   {
     for (const Missing& missing : m_missing)
+      lookLater(missing);
+    for (const MissingName& missing : m_missingNames)
       lookLater(missing);
     return m_findings.take();
   }
@@ -111,12 +145,34 @@ class TextChecker::Impl {
     const CheckedParam* param;
   };
   using Expression = CheckedExpression;
+  // A place that names something, in a text that may be done with.
+  struct Place {
+    const SyntaxTree* tree;
+    std::size_t text;
+    Index node;
+  };
+  // A name in the definition of an expression, which may come before what it names.
+  struct LaterUse {
+    ObjectIndex object;
+    std::string name;
+    Place place;
+  };
   // An object that was not there when it was named.
   struct Missing {
     std::size_t finding;
     ObjectIndex object;
     const CheckedParam* param;
     std::string item;
+    Place place;
+    std::size_t number;  // of the item in the value
+  };
+
+  // A name of an expression that was not defined when it was used.
+  struct MissingName {
+    std::size_t finding;
+    ObjectIndex object;
+    std::string name;
+    Place place;
   };
 
   CheckFinding& add(ErrorMsg error, Index node, LeafKind leaf, std::string subject)
@@ -134,15 +190,27 @@ class TextChecker::Impl {
     return finding;
   }
 
+  Place placeOf(Index node) const { return {m_tree, m_text, node}; }
+
+  void addUse(ObjectIndex object, const std::string& name, const Place& place)
+  {
+    m_names.begin(*place.tree, place.text);
+    if (m_expressions.count(name) > 0)
+      m_names.addUses(place.node, name, true, name);
+    else if (const CheckedObjects::Hit hit = resolveVariable(object, name); hit.fits)
+      m_names.addUses(place.node, name, false, m_objects[hit.object].path);
+  }
+
   // ---- statements
 
-  void checkNode(Index node, Kind kind)
+  void checkNode(Index node, const SyntaxTree::Node& statement)
   {
-    if (kind == Kind::header)
+    if (statement.kind == Kind::header)
       beginBlock(node);
-    else if (kind == Kind::parameter && !m_blocks.empty() && m_blocks.back().object != CheckedObjects::none)
-      checkParam(node, m_blocks.back().object);
-    else if (kind == Kind::action)
+    else if (statement.kind == Kind::parameter && !m_blocks.empty()
+             && m_blocks.back().object != CheckedObjects::none)
+      checkParam(node, m_blocks.back().object, (*m_known)[statement.id]);
+    else if (statement.kind == Kind::action)
       checkAction(node);
   }
 
@@ -195,6 +263,8 @@ class TextChecker::Impl {
       defined.text = m_text;
       defined.offset = (*m_tree)[node].offset;
     }
+    if (m_collects)
+      m_names.addHeader(node, defined.path);
     return object;
   }
 
@@ -211,15 +281,17 @@ class TextChecker::Impl {
         node, LeafKind::type, made.type->name, object, nullptr);
   }
 
-  void checkParam(Index node, ObjectIndex object)
+  void checkParam(Index node, ObjectIndex object, KnownStatement& known)
   {
-    const SyntaxTree::Statement statement = m_tree->read(node, m_room);
     const CheckedType& type = *m_objects[object].type;
-    const CheckedParam* param = type.findParam(statement.first);
+    if (known.type == &type && !known.mayName)
+      return checkContext(node, object, *known.param);
+    const SyntaxTree::Statement statement = m_tree->read(node, m_room);
+    const CheckedParam* param = known.type == &type ? known.param : type.findParam(statement.first);
     if (type.takesAnyParam)
       checkDefinition(node, object, std::string(statement.first), std::string(statement.rest));
     else if (param)
-      checkValue(node, object, *param, statement.rest);
+      checkValue(node, object, *param, std::string(statement.rest), known);
     else if (m_tree->missingEnds() == 0)  // else it may stand in another block than it seems
       add(error(
               "DataKSLObject", "setValue",
@@ -230,8 +302,14 @@ class TextChecker::Impl {
 
   void checkDefinition(Index node, ObjectIndex object, const std::string& name, const std::string& value)
   {
-    m_expressions[name] = {m_text, node, object, value, checkExpression(node, object, name, value)};
+    Expression& expression =
+        m_expressions[name] = {m_text, node, object, value, checkExpression(node, object, name, value)};
     m_definitionsChanged = true;
+    if (!m_collects)
+      return;
+    m_names.addDefined(node, name);
+    for (const std::string& used : expression.uses)
+      m_uses.push_back({CheckedObjects::root, used, placeOf(node)});
   }
 
   // The names that it uses.
@@ -248,22 +326,49 @@ class TextChecker::Impl {
     return expression.isParsed() ? expression.getNames() : std::vector<std::string>();
   }
 
-  void checkValue(Index node, ObjectIndex index, const CheckedParam& param, std::string_view text)
+  void checkValue(Index node, ObjectIndex index, const CheckedParam& param, const std::string& value,
+                  KnownStatement& known)
   {
-    const ParamDefinition& definition = *param.definition;
     CheckedObjects::Object& object = m_objects[index];
-    const std::string value(text);
-    const bool isKeyword = definition.getAllowedValues().count(value) > 0;
-    if (!isKeyword && !definition.isAllowedValue(value))
-      addRefusal(node, index, param, value);
-    else if (!isKeyword && isSound(node, index, param, value) && !value.empty()
-             && value != definition.getDefaultValue())
+    const KnownStatement told = known.type == object.type ? known : judge(node, index, param, value);
+    if (told.mayName)
       noteNames(node, index, param, value);
-    if (object.type->contextRule == definition.getName()) {
+    known = told;
+    if (object.type->contextRule == param.definition->getName()) {
       object.context = value;
       object.hasContext = true;
+      known.type = nullptr;  // it is to be read each time
     }
-    if (!object.type->contextRule.empty() && !belongs(object, definition))
+    checkContext(node, index, param);
+  }
+
+  // What the statement alone says; nothing when that is wrong, which is told.
+  KnownStatement judge(Index node, ObjectIndex index, const CheckedParam& param, const std::string& value)
+  {
+    const ParamDefinition& definition = *param.definition;
+    const CheckedType* type = m_objects[index].type;
+    if (definition.getAllowedValues().count(value) > 0)
+      return {type, &param, false};
+    if (!definition.isAllowedValue(value)) {
+      addRefusal(node, index, param, value);
+      return {};
+    }
+    if (!isSound(node, index, param, value))
+      return {};
+    const bool isUsual = value.empty() || value == definition.getDefaultValue();
+    return {type, &param, !isUsual && mayNameSomething(*type, param, value)};
+  }
+
+  static bool mayNameSomething(const CheckedType& type, const CheckedParam& param, const std::string& value)
+  {
+    if (!type.computing || type.computing->waitsWithoutError())
+      return false;
+    return param.isReference || (param.isExpression && mayHoldNames(value));
+  }
+
+  void checkContext(Index node, ObjectIndex index, const CheckedParam& param)
+  {
+    if (!param.inAllContexts && !belongs(m_objects[index], *param.definition))
       m_contexts.push_back({index, node, &param});
   }
 
@@ -299,11 +404,7 @@ class TextChecker::Impl {
 
   void noteNames(Index node, ObjectIndex object, const CheckedParam& param, const std::string& value)
   {
-    const GenericKSLObject* computing = m_objects[object].type->computing;
-    const bool isExpression = param.isExpression && mayHoldNames(value);
-    if (!computing || computing->waitsWithoutError() || !(param.isReference || isExpression))
-      return;
-    if (isExpression && param.kind == CheckedParam::Kind::text)
+    if (param.isExpression && param.kind == CheckedParam::Kind::text)
       checkExpression(node, object, param.definition->getName(), value);
     m_pending.push_back({object, node, &param, value});
   }
@@ -342,15 +443,19 @@ class TextChecker::Impl {
   void checkReference(const Pending& pending)
   {
     const ParamDefinition& definition = *pending.param->definition;
+    std::size_t number = 0;
     for (const std::string& item : StringUtilities::splitValue(pending.value)) {
+      const std::size_t place = number++;
       const std::string name(StringUtilities::unquoted(item));
       if (name.empty() || definition.getAllowedValues().count(item) > 0)
         continue;
       const CheckedObjects::Hit hit = resolve(pending.object, *pending.param, item);
+      if (m_collects && hit.object != CheckedObjects::none)
+        m_names.addItem(pending.node, place, m_objects[hit.object].path);
       if (!hit.candidates.empty())
         addAmbiguous(pending, name, hit.candidates);
       else if (hit.object == CheckedObjects::none)
-        addMissing(pending, item, name);
+        addMissing(pending, item, name, place);
       else if (!hit.fits && m_objects[pending.object].type->hasScheduler(definition.getLocalType()))
         add(error("GenericKSLObject", "makeParentLinks",
                   _("Cannot connect parameter %s to object %s(it does not have Scheduler type %s).",
@@ -359,7 +464,8 @@ class TextChecker::Impl {
     }
   }
 
-  void addMissing(const Pending& pending, const std::string& item, const std::string& name)
+  void addMissing(const Pending& pending, const std::string& item, const std::string& name,
+                  std::size_t number)
   {
     if (m_unforeseen)
       return;
@@ -368,7 +474,8 @@ class TextChecker::Impl {
         add(error("GenericKSLObject", "makeParentLinks",
                   _("Object '%s' referred to in '%s' does not exist.", name, definition.getName())),
             pending.node, LeafKind::value, name, pending.object, pending.param);
-    m_missing.push_back({m_findings.size() - 1, pending.object, pending.param, item});
+    m_missing.push_back(
+        {m_findings.size() - 1, pending.object, pending.param, item, placeOf(pending.node), number});
     constexpr std::size_t most = 50;  // of the findings that list what there is
     if (m_missing.size() > most)
       return;
@@ -414,21 +521,31 @@ class TextChecker::Impl {
     const bool isLocal = name != pending.param->definition->getName() && type.findParam(name);
     if (isLocal)
       return;
-    if (m_expressions.count(name) > 0)
+    if (m_expressions.count(name) > 0) {
+      if (m_collects)
+        m_names.addUses(pending.node, name, true, name);
       return checkUses(name, &pending);
-    const CheckedObjects::Hit hit = m_objects.resolve(
-        pending.object, name, {}, [](const CheckedType& candidate) { return candidate.isVariable; });
+    }
+    const CheckedObjects::Hit hit = resolveVariable(pending.object, name);
+    if (m_collects && hit.fits)
+      m_names.addUses(pending.node, name, false, m_objects[hit.object].path);
     if (!hit.candidates.empty())
       addAmbiguous(pending, name, hit.candidates);
     else if (hit.object == CheckedObjects::none && !m_unforeseen)
-      add(error("GenericKSLObject", "makeVariableLinks",
-                _("Expression '%s' depends on a variable '%s' which does not exist.", pending.value, name)),
-          pending.node, LeafKind::value, name, pending.object, pending.param)
-          .valid = expressionNames();
+      addMissingName(pending, name);
     else if (hit.object != CheckedObjects::none && !hit.fits)
       add(error("GenericKSLObject", "makeVariableLinks",
                 _("Expression '%s' tries to use object '%s' as a variable.", pending.value, name)),
           pending.node, LeafKind::value, name, pending.object, pending.param);
+  }
+
+  void addMissingName(const Pending& pending, const std::string& name)
+  {
+    add(error("GenericKSLObject", "makeVariableLinks",
+              _("Expression '%s' depends on a variable '%s' which does not exist.", pending.value, name)),
+        pending.node, LeafKind::value, name, pending.object, pending.param)
+        .valid = expressionNames();
+    m_missingNames.push_back({m_findings.size() - 1, pending.object, name, placeOf(pending.node)});
   }
 
   std::vector<std::string> expressionNames() const
@@ -482,9 +599,12 @@ class TextChecker::Impl {
 
   bool isVariableObject(const std::string& name) const
   {
-    return m_objects
-        .resolve(CheckedObjects::root, name, {}, [](const CheckedType& type) { return type.isVariable; })
-        .fits;
+    return resolveVariable(CheckedObjects::root, name).fits;
+  }
+
+  CheckedObjects::Hit resolveVariable(ObjectIndex from, const std::string& name) const
+  {
+    return m_objects.resolve(from, name, {}, [](const CheckedType& type) { return type.isVariable; });
   }
 
   void addMissingUse(const std::string& name, const Expression& expression, const std::string& used,
@@ -500,6 +620,8 @@ class TextChecker::Impl {
         isHere ? expression.object : user->object, nullptr);
     finding.parameter = isHere ? name : user->param->definition->getName();
     finding.valid = expressionNames();
+    m_missingNames.push_back(
+        {m_findings.size() - 1, CheckedObjects::root, used, placeOf(isHere ? expression.node : user->node)});
   }
 
   // ---- contexts
@@ -568,6 +690,8 @@ class TextChecker::Impl {
     if (isAmbiguous)
       add(error("ObjectDB", "getObjectByName", _("Object name %s is ambiguous.", name)), node,
           LeafKind::arguments, name);
+    else if (m_collects && object != CheckedObjects::none)
+      m_names.addArgument(node, name, m_objects[object].path);
     return object;
   }
 
@@ -582,6 +706,22 @@ class TextChecker::Impl {
       followCopy(node, words);
     } else if (isUnforeseen(words.front())) {
       m_unforeseen = true;
+    } else if (m_collects) {
+      noteMentions(node, words);
+    }
+  }
+
+  // Objects that an action looks at: all that are named by path, or where the action takes objects alone.
+  void noteMentions(Index node, const std::vector<std::string>& words)
+  {
+    for (std::size_t i = 1; i < words.size(); ++i) {
+      const std::string word = words[i].substr(words[i].find('=') + 1);
+      if (word.empty() || (word.front() != '/' && !takesObjectsAlone(words.front())))
+        continue;
+      bool isAmbiguous = false;
+      const ObjectIndex object = m_objects.findNamed(word, isAmbiguous);
+      if (object != CheckedObjects::none && !isAmbiguous)
+        m_names.addArgument(node, word, m_objects[object].path);
     }
   }
 
@@ -623,9 +763,22 @@ class TextChecker::Impl {
         "GenericKSLObject", "makeParentLinks",
         _("Object '%s' referred to in '%s' is defined in a later text.", finding.subject, finding.parameter));
     finding.valid.clear();
+    finding.isLater = true;
   }
 
-  CheckedTypes m_types;
+  void lookLater(const MissingName& missing)
+  {
+    CheckFinding& finding = m_findings[missing.finding];
+    const auto expression = m_expressions.find(missing.name);
+    if (expression != m_expressions.end())
+      finding.isLater = expression->second.text != finding.text;
+    else if (const CheckedObjects::Hit hit = resolveVariable(missing.object, missing.name); hit.fits)
+      finding.isLater = m_objects[hit.object].text != finding.text;
+  }
+
+  const std::unique_ptr<CheckMemory> m_ownMemory;
+  CheckMemory::Impl& m_memory;
+  CheckedTypes& m_types = m_memory.types;
   CheckedObjects m_objects{m_types};
   const std::set<std::string> m_actions;
   CheckedExpressions m_expressions;  // those that are defined
@@ -633,23 +786,62 @@ class TextChecker::Impl {
   bool m_definitionsChanged = false;
   CheckedFindings m_findings;
   std::vector<Missing> m_missing;
+  std::vector<MissingName> m_missingNames;
+  CheckedNames m_names;
+  std::vector<LaterUse> m_uses;
+  bool m_collects = false;
   std::size_t m_text = 0;
   bool m_unforeseen = false;  // what is there may be otherwise than it seems
 
   // Of the text under way
   const SyntaxTree* m_tree = nullptr;
+  KnownStatements* m_known = nullptr;
   std::vector<Block> m_blocks;
   std::vector<Pending> m_pending;
   std::vector<Context> m_contexts;
   std::string m_room;
 };
 
-TextChecker::TextChecker(const std::vector<std::string>& actions) : m_impl(std::make_unique<Impl>(actions)) {}
+CheckMemory::CheckMemory() : m_impl(std::make_unique<Impl>()) {}
+CheckMemory::~CheckMemory() = default;
+
+void CheckMemory::forget(std::size_t key)
+{
+  m_impl->texts.erase(key);
+}
+
+TextChecker::TextChecker(const std::vector<std::string>& actions)
+{
+  auto memory = std::make_unique<CheckMemory>();
+  CheckMemory::Impl& known = *memory->m_impl;
+  m_impl = std::make_unique<Impl>(actions, known, std::move(memory));
+}
+
+TextChecker::TextChecker(const std::vector<std::string>& actions, CheckMemory& memory)
+    : m_impl(std::make_unique<Impl>(actions, *memory.m_impl, nullptr))
+{}
+
 TextChecker::~TextChecker() = default;
 
 void TextChecker::check(const SyntaxTree& tree)
 {
-  m_impl->check(tree);
+  KnownStatements nothing;
+  m_impl->check(tree, nothing);
+}
+
+void TextChecker::check(const SyntaxTree& tree, std::size_t key)
+{
+  m_impl->check(tree, m_impl->knownOf(key));
+}
+
+void TextChecker::collectNames()
+{
+  m_impl->collectNames();
+}
+
+std::vector<NameInText> TextChecker::names()
+{
+  return m_impl->names();
 }
 
 std::vector<CheckFinding> TextChecker::finish()

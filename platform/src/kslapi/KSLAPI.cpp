@@ -1,8 +1,11 @@
 #include "platform/ORVError.h"
+#include "platform/ORVKSLParseUtilities.h"
 #include "platform/ORVProgress.h"
 #include "platform/ORVUtilities.h"
 #include "StoreImpl.h"
 #include "StoreLoader.h"
+
+#include <algorithm>
 
 namespace orv {
 
@@ -56,20 +59,50 @@ void KSLAPI::registerReplaceModeHandler(KSLReplaceModeHandler* handler)
 
 void KSLLines::reserve(std::size_t characters, std::size_t lines)
 {
-  m_text.reserve(characters);
-  m_ends.reserve(lines);
+  constexpr std::size_t usualLine = 32;  // characters
+  m_pieces.reserve(lines / pieceLines + 1);
+  if (m_pieces.empty())
+    m_pieces.emplace_back();
+  m_pieces.front().text.reserve(std::min(characters, pieceLines * usualLine));
+  m_pieces.front().lines.reserve(std::min(lines, pieceLines));
+}
+
+std::string& KSLLines::begin()
+{
+  if (m_pieces.empty()) {
+    m_pieces.emplace_back();
+  } else if (m_pieces.back().lines.size() == pieceLines) {
+    Piece next;
+    next.text.reserve(m_pieces.back().text.size() + m_pieces.back().text.size() / 4);
+    next.lines.reserve(pieceLines);
+    m_pieces.push_back(std::move(next));
+  }
+  return m_pieces.back().text;
+}
+
+void KSLLines::end(Scanned scanned)
+{
+  m_pieces.back().lines.push_back({m_pieces.back().text.size(), scanned});
+  ++m_size;
 }
 
 void KSLLines::add(std::string_view line)
 {
-  m_text += line;
+  begin() += line;
   end();
 }
 
-std::string_view KSLLines::operator[](std::size_t index) const
+std::string_view KSLLines::from(std::size_t index) const
 {
-  const std::size_t first = index == 0 ? 0 : m_ends[index - 1];
-  return std::string_view(m_text).substr(first, m_ends[index] - first);
+  const std::string_view line = (*this)[index];
+  const std::string& text = m_pieces[index / pieceLines].text;
+  return {line.data(), static_cast<std::size_t>(text.data() + text.size() - line.data())};
+}
+
+void KSLLines::forgetBefore(std::size_t index) noexcept
+{
+  for (; m_forgotten < index / pieceLines; ++m_forgotten)
+    m_pieces[m_forgotten] = Piece();
 }
 
 std::vector<std::string> KSLLines::copy() const
@@ -95,37 +128,57 @@ std::size_t countBlocks(const Lines& lines)
   return blocks;
 }
 
-template <class Lines>
-void load(KSLAPI::Impl& store, const Lines& lines, std::size_t& i)
+MiniKSLParser::Line scannedAt(const std::vector<std::string>& lines, std::size_t index)
+{
+  return MiniKSLParser::scan(lines[index]);
+}
+
+MiniKSLParser::Line scannedAt(const KSLLines& lines, std::size_t index)
+{
+  const KSLLines::Scanned scanned = lines.scanned(index);
+  if (scanned.type == KSLLines::Scanned::unknown)
+    return MiniKSLParser::scan(lines[index]);
+  return {static_cast<MiniKSLParser::LineType>(scanned.type), lines[index], scanned.mark};
+}
+
+// Calls read(i) before each line is read. False when an action failed.
+template <class Lines, class Read>
+bool load(KSLAPI::Impl& store, const Lines& lines, Read read)
 {
   store::Loader loader(store, store.actionHandler, !store.refusesRules);
   Progress progress("blocks", countBlocks(lines));
   std::size_t blocks = 0;
-  for (i = 0; i < lines.size(); ++i) {
-    if (!loader.readLine(lines[i]))
-      return;
-    if (lines[i] == blockEnd)
+  for (std::size_t i = 0; i < lines.size(); ++i) {
+    read(i);
+    const MiniKSLParser::Line scanned = scannedAt(lines, i);
+    if (!loader.readLine(lines[i], scanned))
+      return false;
+    if (scanned.type == MiniKSLParser::endLine && lines[i] == blockEnd)
       progress.advance(++blocks);
   }
+  return true;
 }
 
 }  // namespace
 
 void KSLAPI::loadKSLData(const std::vector<std::string>& lines)
 {
-  std::size_t line = 0;
-  load(*m_impl, lines, line);
+  load(*m_impl, lines, [](std::size_t) {});
 }
 
 void KSLAPI::loadKSLData(const KSLLines& lines)
 {
-  std::size_t line = 0;
-  load(*m_impl, lines, line);
+  load(*m_impl, lines, [](std::size_t) {});
 }
 
-void KSLAPI::loadKSLData(const KSLLines& lines, std::size_t& line)
+void KSLAPI::loadKSLData(KSLLines& lines, std::size_t& line)
 {
-  load(*m_impl, lines, line);
+  const bool whole = load(*m_impl, lines, [&](std::size_t i) {
+    line = i;
+    lines.forgetBefore(i);
+  });
+  if (whole)
+    line = lines.size();
 }
 
 void KSLAPI::deleteObj(const std::string& path)

@@ -1,7 +1,6 @@
 #include "StoreLoader.h"
 
 #include "platform/ORVError.h"
-#include "platform/ORVKSLParseUtilities.h"
 #include "platform/src/parse/lexical.h"
 
 namespace orv::store {
@@ -26,9 +25,8 @@ void checkName(std::string_view name, bool inRules)
 
 }  // namespace
 
-bool Loader::readLine(std::string_view line)
+bool Loader::readLine(std::string_view line, const MiniKSLParser::Line& scanned)
 {
-  const MiniKSLParser::Line scanned = MiniKSLParser::scan(line);
   switch (scanned.type) {
     case MiniKSLParser::emptyLine:
       return true;
@@ -86,7 +84,8 @@ void Loader::readParam(std::string_view line, std::string_view statement, std::s
   const auto [name, value] = lexical::readParameter(statement, equals);
   if (name.empty() || m_open.empty())
     syntaxError(line);
-  m_store.setParam(openNode(), m_store.tree.intern(name), value, KSLAPI::Impl::Record::yes);
+  Node* const node = openNode();
+  m_store.setParam(node, m_store.tree.internNext(node, name), value, KSLAPI::Impl::Record::yes);
 }
 
 void Loader::endBlock()

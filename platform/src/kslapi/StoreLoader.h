@@ -18,6 +18,7 @@
 // blocks are found again by path when nodes have gone, and the rest of a block makes its object anew.
 #pragma once
 
+#include "platform/ORVKSLParseUtilities.h"
 #include "StoreImpl.h"
 
 #include <string>
@@ -36,8 +37,9 @@ class Loader {
         m_removals(store.tree.removals())
   {}
 
-  // False when an action failed: the rest is not to be read.
-  bool readLine(std::string_view line);
+  // False when an action failed: the rest is not to be read. `scanned` is what the line is.
+  bool readLine(std::string_view line, const MiniKSLParser::Line& scanned);
+  bool readLine(std::string_view line) { return readLine(line, MiniKSLParser::scan(line)); }
   // Blocks still open.
   std::size_t depth() const { return m_open.size(); }
   // The object of the outermost one. REQUIRES: depth() > 0.

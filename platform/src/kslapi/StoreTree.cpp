@@ -311,6 +311,14 @@ SharedText Tree::intern(std::string_view text)
   return found != m_names.end() ? *found : *m_names.emplace(text).first;
 }
 
+SharedText Tree::internNext(const Node* node, std::string_view text)
+{
+  const std::size_t at = node->params.size();
+  const Node* const like = node->previous;
+  return like && at < like->params.size() && like->params[at].name == text ? like->params[at].name
+                                                                           : intern(text);
+}
+
 SharedText Tree::intern(const SharedText& text)
 {
   SharedText& recent =

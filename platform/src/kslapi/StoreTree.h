@@ -93,6 +93,8 @@ class Tree {
 
   // The one shared text of this tree for a parameter name.
   SharedText intern(std::string_view text);
+  // The same for the parameter that a text names next in this node: siblings are alike.
+  SharedText internNext(const Node* node, std::string_view text);
   SharedText intern(const SharedText& text);  // quick for a text that came from here
   // The same without making one; empty when the tree never saw the text.
   SharedText findInterned(std::string_view text) const;

@@ -20,4 +20,15 @@ std::string ownDirectory()
   return std::filesystem::path(own.dli_fname).parent_path().string();
 }
 
+void offerToLibraries() noexcept
+{
+  Dl_info own{};
+  void* const self = dladdr(&here, &own) != 0 && own.dli_fname
+                         ? dlopen(own.dli_fname, RTLD_NOW | RTLD_NOLOAD | RTLD_GLOBAL)
+                         : nullptr;
+  if (self)
+    dlclose(self);
+  dlerror();  // a program is not to be had so, and needs not
+}
+
 }  // namespace orv

@@ -9,4 +9,8 @@ namespace orv {
 // tell.
 std::string ownDirectory();
 
+// Lets libraries that are loaded from now on use what this one offers without being linked with it, also where it was
+// loaded for one user alone, as modules of Python are.
+void offerToLibraries() noexcept;
+
 }  // namespace orv

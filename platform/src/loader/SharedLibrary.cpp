@@ -174,6 +174,7 @@ void* openFile(const std::string& library, const std::string& file, std::string&
     why = stampDifference(library, stampsIn(file));
   if (!why.empty())
     return nullptr;
+  offerToLibraries();
   void* const handle = dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL);
   if (handle)
     return handle;

@@ -19,7 +19,8 @@ TextLine lineAt(std::string_view text, std::size_t offset) noexcept
 
 std::string_view bareName(std::string_view text) noexcept
 {
-  return trimmed(unquoted(trimmed(text)));
+  const std::string_view name = trimmed(text);
+  return name.starts_with('"') ? trimmed(unquoted(name)) : name;
 }
 
 bool takeReplaceWord(std::string_view& statement) noexcept

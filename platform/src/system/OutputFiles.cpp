@@ -114,7 +114,7 @@ OutputFiles::File* OutputFiles::find(const std::string& fileName) const
 void OutputFiles::write(const std::string& asked, std::string_view text)
 {
   const std::string fileName = placeOf(asked);
-  if (m_dropping || fileName.empty())
+  if (fileName.empty())
     return;
   if (!m_inCommand) {
     ORVFile::replace(fileName, text);

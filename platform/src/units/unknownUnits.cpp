@@ -1,3 +1,4 @@
+#include "platform/ORVCommonUnits.h"
 #include "platform/ORVUtilities.h"
 #include "UnitsDatabase.h"
 
@@ -6,9 +7,7 @@
 
 namespace orv {
 
-namespace {
-
-// Those that engineers write; the database, which takes many more, does not list its own.
+// The database does not list its own.
 const std::vector<std::string>& commonUnits()
 {
   static const std::vector<std::string>& units = *new std::vector<std::string>{
@@ -22,8 +21,6 @@ const std::vector<std::string>& commonUnits()
       "volt",  "ohm",    "litre",  "liter",  "gallon",  "percent", "rpm",    "celsius", "fahrenheit"};
   return units;
 }
-
-}  // namespace
 
 Diagnostic unknownUnits(const std::string& units)
 {

@@ -1,13 +1,31 @@
 #include "platform/ORVUtilities.h"
+#include "platform/internal/SmallBlocks.h"
+
+#include <new>
 
 namespace orv {
 
-SharedText::SharedText(std::string_view text) : m_rep(text.empty() ? nullptr : new Rep{1, std::string(text)})
-{}
+SharedText::SharedText(std::string_view text) : m_rep(text.empty() ? nullptr : make(text)) {}
 
-SharedText::SharedText(std::string&& text) : m_rep(text.empty() ? nullptr : new Rep{1, std::move(text)}) {}
+SharedText::SharedText(std::string&& text) : m_rep(text.empty() ? nullptr : make(std::move(text))) {}
 
 SharedText::SharedText(const char* text) : SharedText(std::string_view(text ? text : "")) {}
+
+SharedText::Rep* SharedText::make(std::string_view text)
+{
+  return make(std::string(text));
+}
+
+SharedText::Rep* SharedText::make(std::string&& text)
+{
+  return new (SmallBlocks<sizeof(Rep)>::take()) Rep{1, std::move(text)};
+}
+
+void SharedText::destroy(Rep* rep) noexcept
+{
+  rep->~Rep();
+  SmallBlocks<sizeof(Rep)>::give(rep);
+}
 
 const std::string& SharedText::emptyText() noexcept
 {
