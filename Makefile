@@ -10,7 +10,7 @@ BENCH_ARGS ?=
 EXAMPLES = $(sort $(wildcard examples/*.ksl))
 CXX_FILES = git ls-files -z '*.h' '*.c' '*.cpp'
 
-.PHONY: build run test sanitize race check layers share headers format-check tidy format mutate soak bench bench-count fuzz test-editors \
+.PHONY: build run run-results test test-results sanitize race check layers share headers format-check tidy format mutate soak bench bench-count fuzz test-editors \
   install package docs dist clean help
 
 build:         ## build the release preset; the host is build/release/bin/ksl
@@ -43,6 +43,26 @@ test:          ## build the dev preset; run all tests and the checks of tools/
 	@tools/setup.sh test
 	@$(MAKE) --no-print-directory build-dev
 	ctest --preset dev
+
+# What both need: the host, and the calculate library on VTK.
+RESULTS_TARGETS = --target ksl --target plugin_vtk
+
+run-results:   ## the post-processor on VTK (installs it) on a flow past a cylinder; ends with a picture
+	@tools/setup.sh results
+	cmake --preset release -DKSL_VTK=ON >/dev/null
+	@$(MAKE) --no-print-directory build-release TARGETS='$(RESULTS_TARGETS)'
+	@mkdir -p build/run-results
+	cp examples/results/cylinder.vtu build/run-results/
+	cd build/run-results && ../release/bin/ksl run --library ../../share/ksl-results ../../examples/results/cylinder.ksl
+	@printf '\nTo look at, in build/run-results:\n'
+	@printf '  %-24s%s\n' cylinder.png 'the speed, with streamlines' cylinder-wake.svg 'a profile of the wake' \
+	  cylinder.csv 'the flux behind the cylinder, and the pressure in front of it'
+
+test-results:  ## the tests of the post-processor on VTK (installs it)
+	@tools/setup.sh results
+	cmake --preset dev -DKSL_VTK=ON >/dev/null
+	@$(MAKE) --no-print-directory build-dev TARGETS='$(RESULTS_TARGETS)'
+	ctest --preset results
 
 sanitize:      ## the same tests under the address and undefined behaviour sanitizers
 	@tools/setup.sh test

@@ -43,6 +43,12 @@ if(KSL_HOST)
   install(FILES ${KSL_COMMAND_FILES}/_ksl DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/vendor-completions COMPONENT host ${optional})
   install(FILES ${KSL_COMMAND_FILES}/ksl.fish DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d COMPONENT host ${optional})
   install(DIRECTORY share/ksl/ DESTINATION ${CMAKE_INSTALL_DATADIR}/orvksl/demo COMPONENT host)
+  # Some files are those of the demo, here as links.
+  file(GLOB results_rules CONFIGURE_DEPENDS share/ksl-results/*.ksl)
+  foreach(file IN LISTS results_rules)
+    file(REAL_PATH ${file} file)
+    install(FILES ${file} DESTINATION ${CMAKE_INSTALL_DATADIR}/orvksl/results COMPONENT host)
+  endforeach()
 endif()
 foreach(plugin IN LISTS plugin_targets)
   if(NOT plugin STREQUAL plugin_smallest)  # an example for readers

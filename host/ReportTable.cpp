@@ -477,6 +477,103 @@ Shot '%s' looks nowhere: its eye point, or its up direction, and what it looks a
 4 | The camera has no direction. | Move the eye point.
 The program provides no function '%s' of library '%s'.
 8 | The program itself stands for this library, and knows no such function. | Register the function, or mend its name in the definitions.
+Calculate library '%s' not loaded: %s
+4 | The beginning of the library failed; its own words follow. | As they say.
+
+## Results on VTK
+
+Results file '%s' cannot be read: %s.
+4 | The file that RESULTS names cannot be opened; the system says why. | Name another file, or give rights to read it.
+Results file '%s' is of no kind that is known: %s.
+4 | The ending of its name is not one of those listed. | Name a file of a kind that is read, or convert it.
+Results file '%s' is no collection of results.
+4 | A .pvd file has a Collection of DataSet entries; this one has none. | Write it anew.
+Results file '%s' holds no cells.
+4 | It was read, but there is no mesh in it. | See what wrote it.
+Results file '%s' has nothing at time %s: its times are %s.
+4 | No time of the file is the one asked for, within a millionth of the range. | Take one of the times listed, First or Last.
+Field '%s' of '%s' at time %s cannot be read: its file is damaged or not of the mesh's size.
+4 | The case has the file, but not one value for each cell. | Write the field anew, or take its file away.
+%s cannot be computed: the calculate library vtk was built without VTK. Install VTK's files for development (Debian's package libvtk9-dev) and build again with KSL_VTK=ON.
+4 | Results need VTK, which was not there when the program was built. | As it says; 'tools/setup.sh results' installs what is missing.
+Variable '%s' is not in the results of %s: there are %s.
+4 | Neither the file nor a VARIABLE has this name. | Take one of those listed, or a component such as U.x.
+Variable '%s' has no values on points.
+4 | It stands on cells alone, and cannot be shown or read at points. | Take another variable.
+Variable '%s' of %s is no vector.
+4 | Arrows, streamlines and fluxes need three components. | Take a vector.
+Variable '%s' of %s is no pressure.
+4 | A force is that of a number on a surface. | Take a variable with one component.
+Parameter '%s' of %s has no direction.
+4 | All its three numbers are 0. | Give a direction.
+Cut '%s' has no plane: its points lie on a line.
+4 | Three points make a plane only when they do not lie on a line. | Move one of them.
+%s holds nothing of the results, which extend over %s.
+4 | The place lies beside the mesh; its lowest and highest x, y and z are told. | Move it.
+Region '%s' is not in the results of %s: there are %s.
+4 | The boundary has no part of this name. | Take one of those listed.
+%s is empty: '%s' goes from %s to %s, which does not hold %s.
+4 | The variable has this value nowhere. | Take a value in between.
+%s holds no cells: '%s' goes from %s to %s.
+4 | The variable lies between Min and Max nowhere. | Take values within its range.
+%s has points with other than three coordinates.
+4 | A point is x, y and z. | Complete the list.
+%s has no seed in the results, which extend over %s.
+4 | All points that the lines begin at lie outside the mesh, or where nothing moves. | Move the seeds.
+%s lies outside the results, which extend over %s.
+4 | No point of the probe is in the mesh. | Move it.
+'%s' of %s is no palette: there are the schemes Spectrum, Heat, Ocean, Grey, Viridis, Cividis, Magma and Cool Warm, and objects of the type PALETTE.
+4 | Neither a scheme nor a PALETTE has this name. | Take one of these.
+%s takes a surface: its location is a volume.
+4 | Fluxes and forces are those through a surface. | Name a cut, a patch or a level surface.
+%s needs a density: a variable or a value.
+4 | A mass flow is a flux times a density. | Set Density.
+%s has no '%s': its location is a %s.
+4 | Surfaces have areas, volumes have volumes. | Take the other Option, or another place.
+%s has no column '%s' to draw a line over.
+4 | The numbers of this object were not found along a line, nor over time. | Name a probe along a line, give a Time List, or set Across.
+%s has no columns to draw.
+4 | None of the columns named is there. | See the columns in a TABLE of the same objects.
+The picture size of %s is not two numbers from 100 to 16384.
+4 | Width and height in pixels. | Give both.
+The picture size of %s is not two numbers from 1 to 16384.
+4 | Width and height in pixels. | Give both.
+'%s' of %s is no view: there are Given, X, -X, Y, -Y, Z, -Z and Isometric.
+4 | A View List names views. | Take one of these.
+'%s' is of no kind that pictures are written in: .png, .gltf, .vtp.
+4 | The ending of the file's name says how it is written. | Take one of these.
+'%s' is of no kind that tables are written in: .csv, .json.
+4 | The ending of the file's name says how it is written. | Take one of these.
+'%s' is of no kind that charts are written in: .svg, .png.
+4 | The ending of the file's name says how it is written. | Take one of these.
+The display '%s' cannot be opened; without DISPLAY, pictures are painted in memory.
+4 | DISPLAY names an X server that is not there, or does not let this program in. | Unset DISPLAY, or name another one.
+'%s' cannot be made: ffmpeg, which joins pictures, is not there (Debian's package ffmpeg).
+4 | A film is made by another program. | Install it.
+'%s' cannot be made: ffmpeg gives the exit status %d.
+4 | It knows no film with this ending, or could not write it. | Take .mp4, .webm or .gif.
+Expression '%s': %s at '%s'.
+4 | The expression of a VARIABLE cannot be read from here on. | Mend it there.
+Expression '%s': %s.
+4 | The values in the expression of a VARIABLE do not go together. | Mend it as it says.
+Function '%s' is not known
+part | Of an expression over fields. | mag, dot, cross, grad, div, curl, sqrt, abs, exp, log, sin, cos, min and max are.
+Function '%s' takes %d values
+part | As it says. | Give so many, with commas between.
+there is no variable '%s'; there are %s
+part | The results do not have it. | Take one of those listed; put names with other characters than letters, digits and '_' in single quotes.
+%s takes two numbers or two vectors
+part | A number and a vector cannot be added or compared. | Take mag of the vector, or a component.
+%s takes values of one dimension, not '%s' and '%s'
+part | What is added or compared has one dimension. | Mend the expression, or the units of the variables.
+%s takes a number, not a vector
+part | As it says. | Take mag of the vector, or a component.
+%s takes a pure number, not '%s'
+part | As it says. | Divide by a value with these units.
+%s takes two vectors
+part | As it says. | As it says.
+%s takes a vector
+part | As it says. | As it says.
 
 ## Undo, recovery and the program
 

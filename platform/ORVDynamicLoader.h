@@ -38,6 +38,11 @@ class ORV_API CalculateFunction {
 //   ORV_CALCULATE_LIBRARY;
 //   extern "C" ORV_API orv::CalculateFunction* slice() { return new Slice; }
 //
+// A library may also export "extern "C" ORV_API void orvCalculateLibraryBegin()" and "...End()". Each context that uses the
+// library calls Begin once, before it makes the first function, or when RULES name the library under CalculateLibraries,
+// before they are read on: object classes are registered there (KSLObject::registerBaseTypeWithFactory). A library whose
+// Begin throws is not loaded. End is called before a context lets go of the library; what it throws has no one to go to.
+//
 // A library named without a directory is looked for in the directories of ORV_KSL_PLUGIN_PATH (separated by
 // ":"), in that order, then in the directory that this library (or the program that holds it) is in and in the
 // folder "orvksl" there, then where the system looks.
@@ -57,6 +62,9 @@ class ORV_API SharedLibrary {
   void provide(const std::string& library, Source source);
   // Why the last getInstance gave null, in words for the user; empty after a success.
   const std::string& getLastError() const { return m_lastError; }
+  // Loads a library before its first function is asked for; false as getInstance gives null. True for one that the program
+  // provides.
+  bool load(const std::string& library);
 
  private:
   SharedLibrary();

@@ -3,7 +3,10 @@
 
 #include "platform/ORVExport.h"
 
+#include <atomic>
 #include <cstddef>
+#include <exception>
+#include <thread>
 #include <utility>
 
 namespace orv {
@@ -83,6 +86,34 @@ class ORV_API Progress {
   std::size_t m_total;
   std::size_t m_done = 0;
   Progress* m_outer;
+};
+
+// The same for work of foreign code, through which nothing may be thrown, told from its callback:
+//
+//   CallbackProgress progress("percent", 100);
+//   run(filter, [&](double share) { return progress.advance(100 * share); });  // false: the filter should stop
+//   progress.check();
+//
+// What the watcher throws is kept, and thrown when the foreign code has returned.
+class ORV_API CallbackProgress {
+ public:
+  CallbackProgress(const char* units, std::size_t total)
+      : m_progress(units, total),
+        m_thread(std::this_thread::get_id())
+  {}
+
+  // Whether the work goes on. Tells nobody once it is to stop; on other threads than the one that made this it only
+  // says what is known.
+  bool advance(std::size_t done) noexcept;
+  bool isStopped() const noexcept { return m_isStopped; }
+  // Throws what ended the work; once.
+  void check();
+
+ private:
+  Progress m_progress;
+  std::thread::id m_thread;
+  std::exception_ptr m_stop;
+  std::atomic<bool> m_isStopped = false;
 };
 
 }  // namespace orv

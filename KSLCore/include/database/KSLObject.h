@@ -177,6 +177,9 @@ class ORV_API KSLObject {
   std::vector<int> getIntArray(const std::string& name) const;
   std::vector<float> getFloatArray(const std::string& name) const;
   std::vector<float> getFloatArray(const std::string& name, const std::string& units) const;
+  // In full precision; empty units: as written.
+  std::vector<double> getRealArray(const std::string& name, const std::string& units) const;
+  TripletBase<double> getPointValue(const std::string& name, const std::string& units) const;
 
   // ---- Observation
 

@@ -39,6 +39,7 @@ class ORV_API ParamDefinition final {
     std::string category;    // "Parameter Category"
     std::map<std::string, std::string, std::less<>> extraStrings;
     std::map<std::string, std::vector<std::string>, std::less<>> extraLists;
+    bool remoteOptional = false;  // "Remote Optional": a text that names no object stands for itself
 
     // Replaces both forms of the allowed values.
     void setAllowedValues(std::vector<std::string> asWritten);
@@ -150,9 +151,12 @@ class ORV_API ParamDefinition final {
   // Each element read as getFloatValue does. An empty value is an error, as there.
   std::vector<float> getFloatArray() const { return getFloatArray({}); }
   std::vector<float> getFloatArray(const std::string& units) const;
+  // The same in full precision.
+  std::vector<double> getRealArray(const std::string& units) const;
   // Function "getTripletValue": "Parameter %s must have exactly three values.".
   TripletBase<float> getTripletValue() const { return getTripletValue({}); }
   TripletBase<float> getTripletValue(const std::string& units) const;
+  TripletBase<double> getPointValue(const std::string& units) const;  // the same in full precision
 
   // The value, or another text, as StringUtilities::isTrue reads it. Function "getBoolValue": "Parameter '%s'
   // (of type boolean) cannot have value '%s'.".
@@ -204,6 +208,7 @@ class ORV_API ParamDefinition final {
   float readFloat(const std::string& text, const std::string& units) const;
   std::string convertedElement(const std::string& text, const std::string& units, bool difference) const;
   data::invalid refusal(const std::string& text) const;
+  void requireTriplet(std::size_t count) const;
   [[noreturn]] void throwOutOfRange(const char* function, const std::string& text) const;
   void notify();
 

@@ -3,6 +3,7 @@
 
 #include "platform/ORVUtilities.h"
 #include "database/DataKSLObject.h"
+#include "rules/ObjectData.h"
 #include "rules/SchedulerObject.h"
 
 #include <cstdint>
@@ -93,6 +94,15 @@ class ORV_API GenericKSLObject : public DataKSLObject, public SchedulerOwner {
   // Those whose links wait or are due, in name order.
   std::vector<std::string> getDelayedParams() const;
 
+  // ---- What calculations keep
+
+  // Keeps what a calculation of this scheduler made, in place of what was kept. It ends when the scheduler is calculated
+  // again or its calculation fails, and with the object. Throws as getSchedulerObject.
+  void keepData(const std::string& schedulerType, std::unique_ptr<ObjectData> data);
+  // Null without any, and while the scheduler is out of date. Whoever depends on the scheduler may use it in its own
+  // calculation.
+  const ObjectData* getData(std::string_view schedulerType) const noexcept;
+
   // ---- What its parameters name; for those who link
 
   // Parameters define names, which others use: their faults are those of the users.
@@ -167,6 +177,7 @@ class ORV_API GenericKSLObject : public DataKSLObject, public SchedulerOwner {
   void noteSet(const ParamDefinition& param);
   void wakeLocalUsers(const std::string& used);
   NameLink& nameLink(const ParamDefinition& param);
+  void dropData(std::size_t scheduler) noexcept;
 
   refcnt_ptr<SchedulerTypes> m_types;  // null without any; shared with the prototype
   std::vector<SchedulerObject>
@@ -174,6 +185,8 @@ class ORV_API GenericKSLObject : public DataKSLObject, public SchedulerOwner {
   std::unique_ptr<NameLinks> m_links;  // null without names
   std::uint32_t m_dueLinks = 0;
   std::uint32_t m_markPlace = 0;  // one more than where a LinkTransaction lists this object
+  using KeptData = std::vector<std::unique_ptr<ObjectData>>;
+  std::unique_ptr<KeptData> m_data;  // one for each scheduler; null when nothing was ever kept
 };
 
 }  // namespace orv

@@ -57,6 +57,16 @@ std::vector<float> KSLObject::getFloatArray(const std::string& name, const std::
   return readNaming(name, [&](const ParamDefinition& param) { return param.getFloatArray(units); });
 }
 
+std::vector<double> KSLObject::getRealArray(const std::string& name, const std::string& units) const
+{
+  return readNaming(name, [&](const ParamDefinition& param) { return param.getRealArray(units); });
+}
+
+TripletBase<double> KSLObject::getPointValue(const std::string& name, const std::string& units) const
+{
+  return readNaming(name, [&](const ParamDefinition& param) { return param.getPointValue(units); });
+}
+
 TripletBase<float> KSLObject::getTripletValue(const std::string& name) const
 {
   return getTripletValue(name, {});

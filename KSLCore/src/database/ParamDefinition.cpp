@@ -353,13 +353,37 @@ std::vector<float> ParamDefinition::getFloatArray(const std::string& units) cons
   return result;
 }
 
+std::vector<double> ParamDefinition::getRealArray(const std::string& units) const
+{
+  const std::vector<std::string> elements = splitValue();
+  if (elements.empty())
+    return {readQuantity({}).convertTo(units)};  // throws, as for any empty value
+  std::vector<double> result;
+  result.reserve(elements.size());
+  for (const std::string& element : elements)
+    result.push_back(readQuantity(element).convertTo(units));
+  return result;
+}
+
+TripletBase<double> ParamDefinition::getPointValue(const std::string& units) const
+{
+  const std::vector<double> values = getRealArray(units);
+  requireTriplet(values.size());
+  return {values[0], values[1], values[2]};
+}
+
 TripletBase<float> ParamDefinition::getTripletValue(const std::string& units) const
 {
   const std::vector<float> values = getFloatArray(units);
-  if (values.size() != 3)
+  requireTriplet(values.size());
+  return {values[0], values[1], values[2]};
+}
+
+void ParamDefinition::requireTriplet(std::size_t count) const
+{
+  if (count != 3)
     throw data::invalid(className, "getTripletValue",
                         _("Parameter %s must have exactly three values.", getName()));
-  return {values[0], values[1], values[2]};
 }
 
 bool ParamDefinition::getBoolValue(const std::string& text) const

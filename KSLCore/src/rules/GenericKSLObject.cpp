@@ -276,6 +276,32 @@ void GenericKSLObject::update()
     m_schedulers[i].update();
 }
 
+// ------------------------------------------------------------------------------------------- what calculations keep
+
+ObjectData::~ObjectData() = default;
+
+void GenericKSLObject::keepData(const std::string& schedulerType, std::unique_ptr<ObjectData> data)
+{
+  const auto index = static_cast<std::size_t>(getSchedulerObject(schedulerType) - m_schedulers.data());
+  if (!m_data)
+    m_data = std::make_unique<KeptData>(m_schedulers.size());
+  (*m_data)[index].swap(data);
+}
+
+const ObjectData* GenericKSLObject::getData(std::string_view schedulerType) const noexcept
+{
+  const SchedulerObject* scheduler = m_data ? findSchedulerObject(schedulerType) : nullptr;
+  if (!scheduler || scheduler->isPending())
+    return nullptr;
+  return (*m_data)[static_cast<std::size_t>(scheduler - m_schedulers.data())].get();
+}
+
+void GenericKSLObject::dropData(std::size_t scheduler) noexcept
+{
+  if (m_data)
+    (*m_data)[scheduler].reset();
+}
+
 namespace {
 
 std::string inFunction(const SchedulerTypes::Function& function, const std::string& schedulerType)
@@ -292,6 +318,7 @@ void GenericKSLObject::calculate(const std::string& schedulerType)
   const std::size_t index = m_types ? m_types->find(schedulerType) : SchedulerTypes::npos;
   if (index == SchedulerTypes::npos || m_types->entries[index].function.name.empty())
     return;
+  dropData(index);
   const auto types = m_types;  // they may end with the object
   const SchedulerTypes::Function& function = types->entries[index].function;
   SharedLibrary* loader = SharedLibrary::instance();
@@ -306,8 +333,14 @@ void GenericKSLObject::calculate(const std::string& schedulerType)
   }
   // NOLINTNEXTLINE(performance-unnecessary-copy-initialization): the caller's may end with the object
   const std::string type = schedulerType;
+  const ActiveUpdate calculation(this);
+  ScopeGuard drop([&] {
+    if (calculation.objectLives())
+      dropData(index);
+  });
   try {
     instance->calculate(this, type);
+    drop.dismiss();
   } catch (Error& error) {
     error.explain(inFunction(function, type));
     throw;

@@ -1,5 +1,6 @@
 #include "rules/KSLRules.h"
 
+#include "platform/ORVDynamicLoader.h"
 #include "platform/ORVError.h"
 #include "database/Category.h"
 #include "database/ObjectFactory.h"
@@ -66,6 +67,16 @@ void warnOfTypeName(const std::string& type)
       ErrorMsg("KSLRules", "process", message, errorType::warning));
 }
 
+// They may bring object classes along.
+void loadLibraries(const std::vector<std::string>& names)
+{
+  SharedLibrary* const loader = SharedLibrary::instance();
+  for (const std::string& name : names) {
+    if (!loader->load("lib" + name + SHLIBEXT))
+      throw ksl::invalid("KSLRules", "process", loader->getLastError());
+  }
+}
+
 }  // namespace
 
 KSLRules::KSLRules() = default;
@@ -106,6 +117,8 @@ void KSLRules::readHeader(const KSLAPI& api, const std::vector<KSLAPI::ObjectInf
     if (entry.getName() == "Categories")
       for (const std::string& name : names)
         Category::addCategory(name);
+    else if (entry.getName() == "CalculateLibraries")
+      loadLibraries(names);
     else if (entry.getName() == "SchedulerTypes")
       m_schedulerTypes.insert(names.begin(), names.end());
     else if (entry.getName() == "KSLObjectClasses")

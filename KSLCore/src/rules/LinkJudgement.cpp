@@ -44,6 +44,7 @@ void LinkJudgement::take(NameLink& link, const std::string* text)
   NamedTargets& found = m_found.emplace_back(
       param ? NameFinder::find(owner, *param, text ? *text : param->getValue(), m_asked) : NamedTargets());
   found.link = &link;
+  found.mayNameNothing = found.isDefault || link.rules().remoteOptional;
   found.owed = link.m_owes;
   found.wasDue = link.isDue();
   found.isTouched = link.m_touched;
@@ -163,7 +164,7 @@ void LinkJudgement::judge()
 bool LinkJudgement::isStrict(const NamedTargets& found) const
 {
   const NameLink& link = *found.link;
-  if (found.isDefault || found.isDefinition || found.waitsInPeace)
+  if (found.mayNameNothing || found.isDefinition || found.waitsInPeace)
     return false;
   if (m_mode == Mode::set)
     return found.refusal && &found == &m_found.front();
@@ -215,7 +216,7 @@ void LinkJudgement::blameDefinition(NamedTargets& found)
 // A reference that comes to wait although nobody is to blame for it now.
 void LinkJudgement::warn(const NamedTargets& found) noexcept
 {
-  if (!found.fault->missing || found.isDefault || found.link->waits() || found.isDefinition
+  if (!found.fault->missing || found.mayNameNothing || found.link->waits() || found.isDefinition
       || found.waitsInPeace)
     return;
   try {

@@ -79,6 +79,7 @@ struct NamedTargets {
   NameLink* link = nullptr;
   std::vector<NameTarget> list;  // of references one for each item; of expressions one for each object
   bool isDefault = false;        // the text is the parameter's default
+  bool mayNameNothing = false;   // so it, or the RULES, may wait without error
   bool usesDefinitions = false;  // some targets define the names
   bool stands = false;           // the link is so already
   bool owed = false;             // it had an edge refused before

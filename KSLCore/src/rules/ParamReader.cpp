@@ -59,10 +59,15 @@ void KSLRules::ParamReader::readKey(const KSLAPI::ObjectInfo& param)
     m_rules->setAllowedValues(m_api.getStringList(param.getPath()));
     return;
   }
+  if (param.getName() == "Remote Optional") {
+    bool recognised = true;
+    m_remoteOptional = StringUtilities::isTrue(param.getValue(), recognised);
+    return;
+  }
   readExtraKeys(param);
   if (m_extra.warnOfMisspeltKeys)  // any other key is for people
     warnOfMisspeltKey(param, {"Parameter Type", "Local Type", "Remote Type", "Default", "Parameter Category",
-                              "Remote Path", "Allowed String List"});
+                              "Remote Path", "Remote Optional", "Allowed String List"});
 }
 
 bool KSLRules::ParamReader::readTextKey(const KSLAPI::ObjectInfo& param)
@@ -123,6 +128,8 @@ void KSLRules::ParamReader::inherit(const ParamDefinition& parent)
   fill(m_default, from.defaultValue);
   fill(m_category, from.category);
   fill(m_remotePath, from.remotePath);
+  if (!m_remoteOptional)
+    m_remoteOptional = from.remoteOptional;
   if (m_rules->allowedInOrder.empty())
     m_rules->setAllowedValues(from.allowedInOrder);
   inheritExtraRules(parent);
@@ -146,6 +153,7 @@ void KSLRules::ParamReader::storeTexts()
   m_rules->defaultValue = m_default.value_or("");
   m_rules->category = m_category.value_or("");
   m_rules->remotePath = m_remotePath.value_or("");
+  m_rules->remoteOptional = m_remoteOptional.value_or(false);
 }
 
 }  // namespace orv

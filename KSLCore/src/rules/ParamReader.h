@@ -50,6 +50,7 @@ class KSLRules::ParamReader {
   Text m_default;
   Text m_category;
   Text m_remotePath;
+  std::optional<bool> m_remoteOptional;
   refcnt_ptr<ParamDefinition::Rules> m_rules;
 };
 

@@ -18,7 +18,8 @@ CheckedParam checkedParam(const ParamDefinition& param, const GenericKSLObject* 
 {
   CheckedParam checked(param);
   checked.isExpression = owner && owner->holdsExpression(param);
-  checked.isReference = owner && !checked.isExpression && !param.getRemoteType().empty();
+  checked.isReference =
+      owner && !checked.isExpression && !param.getRemoteType().empty() && !param.getRules()->remoteOptional;
   return checked;
 }
 

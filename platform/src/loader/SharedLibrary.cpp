@@ -168,7 +168,7 @@ void* loadedAlready(const std::string& file)
 }
 
 // Null, with the reason, when the file cannot be loaded or must not be.
-void* load(const std::string& library, const std::string& file, std::string& why)
+void* openFile(const std::string& library, const std::string& file, std::string& why)
 {
   if (isPath(file))
     why = stampDifference(library, stampsIn(file));
@@ -197,6 +197,26 @@ void* findFunction(void* handle, const std::string& function)
   return std::strcmp(library->l_name, found.dli_fname) == 0 ? symbol : nullptr;
 }
 
+// Of a library that has it.
+void callHook(void* handle, const char* name)
+{
+  if (void* const hook = findFunction(handle, name))
+    reinterpret_cast<void (*)()>(hook)();
+}
+
+// Why the library cannot begin; empty when it has.
+std::string begin(void* handle, const std::string& library)
+{
+  try {
+    callHook(handle, "orvCalculateLibraryBegin");
+    return {};
+  } catch (const std::exception& failure) {
+    return _("Calculate library '%s' not loaded: %s", library, failure.what());
+  } catch (...) {
+    return _("Calculate library '%s' not loaded: %s", library, "unrecognized exception.");
+  }
+}
+
 }  // namespace
 
 SharedLibrary::SharedLibrary() = default;
@@ -204,8 +224,12 @@ SharedLibrary::SharedLibrary() = default;
 SharedLibrary::~SharedLibrary()
 {
   const std::lock_guard lock(SharedLocks::loader());
-  for (const auto& [library, handle] : m_handles)
+  for (const auto& [library, handle] : m_handles) {
+    try {
+      callHook(handle, "orvCalculateLibraryEnd");
+    } catch (...) {}
     dlclose(handle);
+  }
 }
 
 SharedLibrary* SharedLibrary::instance()
@@ -233,13 +257,15 @@ void* SharedLibrary::open(const std::string& library)
   const std::string file = findLibrary(library);
   void* handle = loadedAlready(file);
   if (!handle)
-    handle = load(library, file, m_lastError);
+    handle = openFile(library, file, m_lastError);
   if (!handle)
     return nullptr;
   ScopeGuard unload([handle] { dlclose(handle); });
   const char* const stamp = static_cast<const char*>(dlsym(handle, "orvCalculateLibraryStamp"));
   // Of what was no file that could be looked into, and was opened all the same.
   m_lastError = stampDifference(library, std::vector<std::string>{stamp ? stamp : ""});
+  if (m_lastError.empty())
+    m_lastError = begin(handle, library);
   if (!m_lastError.empty())
     return nullptr;
   m_handles.emplace(library, handle);
@@ -253,6 +279,13 @@ void SharedLibrary::provide(const std::string& library, Source source)
     m_sources[library] = std::move(source);
   else
     m_sources.erase(library);
+}
+
+bool SharedLibrary::load(const std::string& library)
+{
+  m_lastError.clear();
+  const std::lock_guard lock(SharedLocks::loader());
+  return m_sources.contains(library) || open(library);
 }
 
 SharedLibrary::Factory SharedLibrary::find(const std::string& library, const std::string& function)

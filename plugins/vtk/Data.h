@@ -1,0 +1,159 @@
+// What the calculations keep with their objects: meshes, places in them, and what is shown there.
+#pragma once
+
+#include "database/KSLObject.h"
+#include "rules/GenericKSLObject.h"
+#include "Ptr.h"
+#include "Values.h"
+
+#include <functional>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+#include <vtkDataSet.h>
+#include <vtkLookupTable.h>
+#include <vtkPolyData.h>
+
+namespace results {
+
+using Units = std::map<std::string, std::string>;  // of variables, by name
+
+struct Region {
+  std::string name;
+  Ptr<vtkPolyData> faces;
+};
+
+// Results at one time: all cells in one piece, lengths in metres. Fields stand on the points in any case, and on the cells
+// too when they were given there. Never changed once it is made.
+struct Mesh {
+  Ptr<vtkDataSet> cells;
+  std::vector<Region> regions;  // of the boundary, where the file tells them
+  Units units;
+  std::vector<double> times;  // that the file has
+  double time = 0;
+};
+
+// A variable made from others.
+struct Field {
+  std::string name;
+  std::string key;  // differs when the values do
+  std::function<void(Mesh&)> addTo;
+};
+
+// What a result is wanted for, when that is not what its object shows at the moment.
+struct Request {
+  std::optional<double> time;
+  std::vector<std::shared_ptr<const Field>> fields;
+  bool isPresent() const { return !time && fields.empty(); }
+};
+
+// A part of a mesh: a surface, lines, points or a volume.
+struct Place {
+  Ptr<vtkDataSet> data;
+  Vec normal{};  // of a plane: its triangles face either way
+  Units units;
+  std::shared_ptr<const Mesh> mesh;
+};
+
+struct Legend {
+  std::string title;
+  std::string units;
+  Ptr<vtkLookupTable> colours;
+  bool isStepped = false;
+  bool isSame(const Legend& other) const;
+};
+
+// Something to be seen.
+struct Show {
+  Ptr<vtkPolyData> body;
+  bool isColoured = false;  // by the point array "colour" and the legend's table
+  Legend legend;
+  bool isLit = true;
+  Ptr<vtkPolyData> lines;  // over the body, in one dark colour; null without
+  double lineWidth = 1;    // in points of the picture
+};
+
+// What an object keeps is a recipe, and what it gave for the present.
+template <class T>
+struct Kept : orv::ObjectData {
+  using Recipe = std::function<std::shared_ptr<const T>(const Request&)>;
+  explicit Kept(Recipe made) : recipe(std::move(made)), now(recipe({})) {}
+  Kept(Recipe made, std::shared_ptr<const T> present) : recipe(std::move(made)), now(std::move(present)) {}
+  std::shared_ptr<const T> at(const Request& request) const
+  {
+    return request.isPresent() ? now : recipe(request);
+  }
+  const Recipe recipe;
+  const std::shared_ptr<const T> now;  // null without results
+};
+
+// An object's result, wherever it is wanted later: null without an object or results.
+template <class T>
+using Source = std::shared_ptr<const typename Kept<T>::Recipe>;
+
+template <class T>
+const Kept<T>* keptBy(const orv::KSLObject* object, const char* scheduler)
+{
+  const auto* computing = dynamic_cast<const orv::GenericKSLObject*>(object);
+  return computing ? dynamic_cast<const Kept<T>*>(computing->getData(scheduler)) : nullptr;
+}
+
+// Gives what the present is now and what the recipe is, for closures: both outlive the object.
+template <class T>
+std::function<std::shared_ptr<const T>(const Request&)> sourceOf(const Kept<T>& kept)
+{
+  return [recipe = kept.recipe, now = kept.now](const Request& request) {
+    return request.isPresent() ? now : recipe(request);
+  };
+}
+
+template <class T>
+void keep(orv::KSLObject& object, const char* scheduler, typename Kept<T>::Recipe recipe)
+{
+  dynamic_cast<orv::GenericKSLObject&>(object).keepData(scheduler,
+                                                        std::make_unique<Kept<T>>(std::move(recipe)));
+}
+
+// The objects that a parameter names, in the order of its text; without those that name nothing.
+std::vector<const orv::KSLObject*> named(const orv::KSLObject& object, const std::string& param);
+const orv::KSLObject* namedOne(const orv::KSLObject& object, const std::string& param);  // null without
+
+// ---- Variables
+
+// A variable on a mesh or place: a field, or one component of it. "U" is a field, "U.x" a component, "U.mag" its length.
+struct Variable {
+  std::string name;    // as asked for
+  std::string field;   // as it stands in the data
+  int component = -1;  // -1: all
+  bool isLength = false;
+  std::string units;
+  vtkDataArray* onPoints = nullptr;
+  vtkDataArray* onCells = nullptr;                        // null where values were given on points
+  int components() const;                                 // 1 for numbers
+  double value(vtkDataArray& array, vtkIdType at) const;  // a vector counts by its length
+  Vec vector(vtkDataArray& array, vtkIdType at) const;
+};
+
+// For the object at the path. Throws data::invalid, "Variable 'T' is not in the results of /BAND:a: there are U, p.".
+Variable findVariable(const std::string& path, const std::string& name, vtkDataSet& data, const Units& units);
+std::vector<std::string> variableNames(vtkDataSet& data);
+// The VARIABLE objects that a parameter names, as fields for a request.
+std::vector<std::shared_ptr<const Field>> fieldsOf(const orv::KSLObject& object, const std::string& param);
+
+// A quantity that is given for a variable, as a number in the variable's units: without units it counts as one in these.
+double inUnits(const orv::Quantity& value, const std::string& units);
+// Null for an empty parameter.
+std::optional<orv::Quantity> given(const orv::KSLObject& object, const std::string& param);
+// How a value in `from` is shown in `to`; empty `to`: as it is.
+double converted(double value, const std::string& from, const std::string& to);
+// The product of both; "" when one is not known.
+std::string product(const std::string& a, const std::string& b);
+
+// The outer surface of what is no surface yet.
+Ptr<vtkPolyData> surfaceOf(vtkDataSet& data);
+Ptr<vtkDataSet> copyOf(vtkDataSet& data);  // a shallow one
+std::string extentText(vtkDataSet& data);
+
+}  // namespace results

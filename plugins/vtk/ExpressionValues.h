@@ -1,0 +1,56 @@
+// The values in an expression over fields: numbers, vectors or tensors, at all points or all cells, in SI units.
+#pragma once
+
+#include "platform/ORVUnits.h"
+#include "Data.h"
+
+#include <string>
+#include <vector>
+#include <vtkDoubleArray.h>
+
+namespace results {
+
+struct Value {
+  Ptr<vtkDoubleArray> array;  // one tuple when it is the same everywhere
+  bool isConstant = false;
+  bool isKnown = true;  // the dimensions are
+  orv::UnitDimensions dimensions;
+  int components() const { return array->GetNumberOfComponents(); }
+};
+
+std::string unitsOf(const Value& value);      // "1" for numbers
+int operandsOf(const std::string& function);  // 0: no such function
+
+class Evaluation {
+ public:
+  Evaluation(const std::string& expression, const Units& units, vtkDataSet& data, bool onCells);
+
+  // Whether the cells have all fields that they need: asked before values on cells.
+  bool hasCells() const;
+  static bool hasGradient(const std::string& expression);
+
+  Value number(double value, const std::string& units) const;
+  Value variable(const std::string& name) const;
+  Value sum(const Value& a, const Value& b, double sign) const;
+  Value product(const Value& a, const Value& b) const;
+  Value quotient(const Value& a, const Value& b) const;
+  Value power(const Value& a, const Value& b) const;
+  Value function(const std::string& name, const std::vector<Value>& values) const;
+  // As long as the data, named.
+  Ptr<vtkDoubleArray> arrayOf(const Value& value, const std::string& name) const;
+
+ private:
+  [[noreturn]] void refuse(const std::string& what) const;
+  void requireAlike(const Value& a, const Value& b, const char* what) const;
+  void requireNumber(const Value& value, const std::string& function) const;
+  Value make(const Value& a, const Value& b, int components) const;
+  Value derived(const std::string& name, const Value& value) const;
+  Value elementary(const std::string& name, const Value& value) const;
+
+  const std::string& m_expression;
+  const Units& m_units;
+  vtkDataSet& m_data;
+  bool m_onCells;
+};
+
+}  // namespace results

@@ -1,0 +1,102 @@
+// What OpenFOAM's own files say that VTK's reader does not.
+#include "platform/ORVUtilities.h"
+#include "Reader.h"
+
+#include <cmath>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+namespace results {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+// The directory of a time, whose name may be written in many ways; empty when there is none.
+fs::path timeDirectory(const fs::path& root, double time)
+{
+  std::error_code failure;
+  for (const fs::directory_entry& entry : fs::directory_iterator(root, failure)) {
+    const std::string name = entry.path().filename().string();
+    char* end = nullptr;
+    const double value = std::strtod(name.c_str(), &end);
+    if (end != name.c_str() && *end == '\0' && std::abs(value - time) <= 1e-9 * std::max(1.0, std::abs(time)))
+      return entry.path();
+  }
+  return {};
+}
+
+// Of the parts of a decomposed case any will do: all have the same fields.
+fs::path partOf(const fs::path& root)
+{
+  std::error_code failure;
+  for (const fs::directory_entry& entry : fs::directory_iterator(root, failure)) {
+    if (entry.path().filename().string().starts_with("processor"))
+      return entry.path();
+  }
+  return root;
+}
+
+std::string headOf(const fs::path& file)
+{
+  std::ifstream stream(file, std::ios::binary);
+  std::string head(4096, '\0');
+  stream.read(head.data(), static_cast<std::streamsize>(head.size()));
+  head.resize(static_cast<std::size_t>(stream.gcount()));
+  return head;
+}
+
+// What follows a word, up to the semicolon.
+std::string entryOf(const std::string& head, const std::string& word)
+{
+  const std::size_t at = head.find(word);
+  const std::size_t end = at == std::string::npos ? at : head.find(';', at);
+  if (end == std::string::npos)
+    return {};
+  return orv::StringUtilities::simplifyWhitespace(head.substr(at + word.size(), end - at - word.size()));
+}
+
+// "[0 1 -1 0 0 0 0]" is "m s^-1"; none is "1".
+std::string unitsOf(const std::string& dimensions)
+{
+  static const char* const bases[] = {"kg", "m", "s", "K", "mol", "A", "cd"};
+  std::istringstream stream(dimensions.size() > 2 ? dimensions.substr(1, dimensions.size() - 2) : "");
+  std::string units;
+  double power = 0;
+  for (int i = 0; i < 7 && stream >> power; ++i) {
+    if (power == 0)
+      continue;
+    units += (units.empty() ? "" : " ") + std::string(bases[i]);
+    if (power != 1)
+      units += "^" + orv::StringUtilities::toString(power);
+  }
+  return units.empty() ? "1" : units;
+}
+
+}  // namespace
+
+FoamFields foamFields(const std::string& controlDict, double time, bool isDecomposed)
+{
+  const fs::path file = fs::absolute(controlDict);
+  const bool isControl = file.filename() == "controlDict";
+  const fs::path root = isControl ? file.parent_path().parent_path() : file.parent_path();
+  FoamFields fields;
+  std::error_code failure;
+  const fs::path directory = timeDirectory(isDecomposed ? partOf(root) : root, time);
+  for (const fs::directory_entry& entry : fs::directory_iterator(directory, failure)) {
+    if (!entry.is_regular_file(failure) || entry.path().extension() == ".gz")
+      continue;
+    const std::string head = headOf(entry.path());
+    const std::string kind = entryOf(head, "class ");
+    if (kind.find("vol") == std::string::npos || kind.find("Field") == std::string::npos)
+      continue;
+    const std::string name = entry.path().filename().string();
+    fields.names.push_back(name);
+    fields.units[name] = unitsOf(entryOf(head, "dimensions"));
+  }
+  return fields;
+}
+
+}  // namespace results

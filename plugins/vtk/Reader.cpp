@@ -1,0 +1,295 @@
+#include "Reader.h"
+
+#include "platform/ORVError.h"
+#include "platform/ORVException.h"
+#include "platform/ORVUtilities.h"
+#include "Memory.h"
+#include "running.h"
+
+#include <algorithm>
+#include <cmath>
+#include <filesystem>
+#include <set>
+#include <vtkAlgorithm.h>
+#include <vtkCGNSReader.h>
+#include <vtkCellData.h>
+#include <vtkCompositeDataSet.h>
+#include <vtkDataArraySelection.h>
+#include <vtkDummyController.h>
+#include <vtkGenericDataObjectReader.h>
+#include <vtkGenericEnSightReader.h>
+#include <vtkInformation.h>
+#include <vtkMultiBlockDataSet.h>
+#include <vtkPLYReader.h>
+#include <vtkPOpenFOAMReader.h>
+#include <vtkPointData.h>
+#include <vtkSTLReader.h>
+#include <vtkStreamingDemandDrivenPipeline.h>
+#include <vtkXMLDataElement.h>
+#include <vtkXMLGenericDataObjectReader.h>
+#include <vtkXMLUtilities.h>
+
+namespace results {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+std::string endingOf(const std::string& file)
+{
+  return orv::StringUtilities::toLower(fs::path(file).extension().string());
+}
+
+std::string controlDictOf(const std::string& file)
+{
+  return fs::is_directory(file) ? (fs::path(file) / "system" / "controlDict").string() : file;
+}
+
+// VTK says odd things of files that are not there.
+void requireFile(const std::string& file)
+{
+  errno = 0;
+  std::error_code failure;
+  const fs::file_status status = fs::status(file, failure);
+  if (!fs::exists(status))
+    throw orv::file::error(
+        "Results", "readResults",
+        orv::_("Results file '%s' cannot be read: %s.", file, "No such file or directory"));
+  if (FILE* stream = fs::is_directory(status) ? nullptr : std::fopen(file.c_str(), "rb")) {
+    std::fclose(stream);
+    return;
+  }
+  if (!fs::is_directory(status))
+    throw orv::file::error(
+        "Results", "readResults",
+        orv::_("Results file '%s' cannot be read: %s.", file, orv::Error::getSystemError()));
+}
+
+// What VTK says of a file is told with its name.
+template <class Action>
+void reading(const std::string& file, Action action)
+{
+  try {
+    action();
+  } catch (const orv::data::invalid& error) {
+    std::string said = error.getMessage();
+    while (!said.empty() && (said.back() == '.' || said.back() == ' '))
+      said.pop_back();
+    fail("readResults", orv::_("Results file '%s' cannot be read: %s.", file, said));
+  }
+}
+
+constexpr const char* kinds =
+    ".vtu, .pvtu, .vtp, .vts, .vti, .vtr, .vtm, .vtk, .pvd, .stl, .ply, .case, .encas, .cgns, .foam, "
+    "controlDict and directories of OpenFOAM cases";
+
+Ptr<vtkAlgorithm> foamReader(const ReadOptions& options)
+{
+  const auto reader = make<vtkPOpenFOAMReader>();
+  reader->SetController(make<vtkDummyController>());
+  reader->SetFileName(controlDictOf(options.file).c_str());
+  reader->SetCaseType(options.isDecomposed ? vtkPOpenFOAMReader::DECOMPOSED_CASE
+                                           : vtkPOpenFOAMReader::RECONSTRUCTED_CASE);
+  reader->CreateCellToPointOn();
+  reader->SkipZeroTimeOff();
+  reading(options.file, [&reader] { runInformation(*reader, "readResults"); });
+  reader->EnableAllPatchArrays();
+  reader->EnableAllCellArrays();
+  reader->EnableAllPointArrays();
+  return reader;
+}
+
+Ptr<vtkAlgorithm> cgnsReader(const std::string& file)
+{
+  const auto reader = make<vtkCGNSReader>();
+  reader->SetFileName(file.c_str());
+  reader->SetLoadBndPatch(true);
+  reading(file, [&reader] { runInformation(*reader, "readResults"); });
+  reader->EnableAllBases();
+  reader->EnableAllFamilies();
+  reader->EnableAllPointArrays();
+  reader->EnableAllCellArrays();
+  return reader;
+}
+
+template <class Reader>
+Ptr<vtkAlgorithm> plainReader(const std::string& file)
+{
+  const auto reader = make<Reader>();
+  reader->SetFileName(file.c_str());
+  return reader;
+}
+
+Ptr<vtkAlgorithm> legacyReader(const std::string& file)
+{
+  const auto reader = make<vtkGenericDataObjectReader>();
+  reader->SetFileName(file.c_str());
+  reader->ReadAllScalarsOn();
+  reader->ReadAllVectorsOn();
+  reader->ReadAllFieldsOn();
+  return reader;
+}
+
+Ptr<vtkAlgorithm> readerOf(const ReadOptions& options)
+{
+  const std::string& file = options.file;
+  requireFile(file);
+  const std::string ending = endingOf(file);
+  if (isOpenFoam(file))
+    return foamReader(options);
+  if (ending == ".cgns")
+    return cgnsReader(file);
+  if (ending == ".vtk")
+    return legacyReader(file);
+  if (ending == ".stl")
+    return plainReader<vtkSTLReader>(file);
+  if (ending == ".ply")
+    return plainReader<vtkPLYReader>(file);
+  if (ending == ".case" || ending == ".encas") {
+    const auto reader = make<vtkGenericEnSightReader>();
+    reader->SetCaseFileName(file.c_str());
+    return reader;
+  }
+  const std::set<std::string> xml{".vtu",  ".vtp",  ".vts",  ".vti",  ".vtr", ".vtm",
+                                  ".pvtu", ".pvtp", ".pvts", ".pvti", ".pvtr"};
+  if (xml.contains(ending))
+    return plainReader<vtkXMLGenericDataObjectReader>(file);
+  fail("readResults", orv::_("Results file '%s' is of no kind that is known: %s.", file, kinds));
+}
+
+// A collection of files, each with a time.
+struct Listed {
+  double time;
+  std::string file;
+};
+std::vector<Listed> readCollection(const std::string& file)
+{
+  requireFile(file);
+  const auto root = Ptr<vtkXMLDataElement>::Take(vtkXMLUtilities::ReadElementFromFile(file.c_str()));
+  vtkXMLDataElement* const collection = root ? root->FindNestedElementWithName("Collection") : nullptr;
+  if (!collection)
+    fail("readResults", orv::_("Results file '%s' is no collection of results.", file));
+  std::vector<Listed> listed;
+  for (int i = 0; i < collection->GetNumberOfNestedElements(); ++i) {
+    vtkXMLDataElement* const entry = collection->GetNestedElement(i);
+    double time = 0;
+    entry->GetScalarAttribute("timestep", time);
+    if (const char* name = entry->GetAttribute("file"))
+      listed.push_back({time, (fs::path(file).parent_path() / name).string()});
+  }
+  return listed;
+}
+
+std::vector<double> timesOf(const std::string& file, vtkAlgorithm& reader)
+{
+  reading(file, [&reader] { runInformation(reader, "readResults"); });
+  vtkInformation* const information = reader.GetOutputInformation(0);
+  auto* const key = vtkStreamingDemandDrivenPipeline::TIME_STEPS();
+  if (!information || !information->Has(key))
+    return {};
+  const double* const times = information->Get(key);
+  return {times, times + information->Length(key)};
+}
+
+// A field that the reader left out, because its file is damaged.
+void requireFields(const Mesh& mesh, const FoamFields& fields, const ReadOptions& options)
+{
+  for (const std::string& name : fields.names) {
+    if (!mesh.cells->GetCellData()->GetArray(name.c_str()))
+      fail("readResults",
+           orv::_(
+               "Field '%s' of '%s' at time %s cannot be read: its file is damaged or not of the mesh's size.",
+               name, options.file, readable(mesh.time, 10)));
+  }
+}
+
+Ptr<vtkDataObject> readAt(const ReadOptions& options, double time)
+{
+  const Ptr<vtkAlgorithm> reader = readerOf(options);
+  if (!timesOf(options.file, *reader).empty())
+    reader->GetOutputInformation(0)->Set(vtkStreamingDemandDrivenPipeline::UPDATE_TIME_STEP(), time);
+  reading(options.file, [&reader] { run(*reader, "readResults"); });
+  return reader->GetOutputDataObject(0);
+}
+
+Ptr<vtkDataObject> readCollected(const ReadOptions& options, double time)
+{
+  const auto all = make<vtkMultiBlockDataSet>();
+  for (const Listed& listed : readCollection(options.file)) {
+    if (listed.time != time)
+      continue;
+    ReadOptions part = options;
+    part.file = listed.file;
+    all->SetBlock(all->GetNumberOfBlocks(), readAt(part, 0));
+  }
+  return all;
+}
+
+std::shared_ptr<const Mesh> readNew(const ReadOptions& options, double time)
+{
+  const Ptr<vtkDataObject> data =
+      endingOf(options.file) == ".pvd" ? readCollected(options, time) : readAt(options, time);
+  const std::shared_ptr<Mesh> mesh = data ? assemble(*data) : nullptr;
+  if (!mesh || mesh->cells->GetNumberOfCells() == 0)
+    fail("readResults", orv::_("Results file '%s' holds no cells.", options.file));
+  mesh->time = time;
+  mesh->times = timesIn(options);
+  if (isOpenFoam(options.file)) {
+    const FoamFields fields = foamFields(controlDictOf(options.file), time, options.isDecomposed);
+    requireFields(*mesh, fields, options);
+    mesh->units = fields.units;
+  }
+  for (const auto& [name, units] : options.units)
+    mesh->units[name] = units;
+  scaleLengths(*mesh, options.scale);
+  return mesh;
+}
+
+// What a file was when it was read: its name, its size, and when it was written.
+std::string versionOf(const std::string& file)
+{
+  std::error_code failure;
+  const fs::path path =
+      isOpenFoam(file) ? fs::path(controlDictOf(file)).parent_path().parent_path() : fs::path(file);
+  const auto written = fs::last_write_time(path, failure).time_since_epoch().count();
+  const auto size = fs::is_regular_file(path) ? fs::file_size(path, failure) : 0;
+  return fs::absolute(file).string() + "|" + std::to_string(written) + "|" + std::to_string(size);
+}
+
+}  // namespace
+
+bool isOpenFoam(const std::string& file)
+{
+  std::error_code failure;
+  return endingOf(file) == ".foam" || fs::path(file).filename() == "controlDict"
+         || (fs::is_directory(file, failure)
+             && fs::exists(fs::path(file) / "system" / "controlDict", failure));
+}
+
+std::vector<double> timesIn(const ReadOptions& options)
+{
+  std::vector<double> times;
+  if (endingOf(options.file) == ".pvd") {
+    for (const Listed& listed : readCollection(options.file))
+      times.push_back(listed.time);
+  } else {
+    times = timesOf(options.file, *readerOf(options));
+  }
+  std::sort(times.begin(), times.end());
+  times.erase(std::unique(times.begin(), times.end()), times.end());
+  return times;
+}
+
+std::shared_ptr<const Mesh> readMesh(const ReadOptions& options, double time)
+{
+  requireFile(options.file);
+  std::string key =
+      join({"mesh", versionOf(options.file), options.isDecomposed ? "parts" : "whole",
+            orv::StringUtilities::toString(options.scale), orv::StringUtilities::toString(time)},
+           "|");
+  for (const auto& [name, units] : options.units)
+    key += "|" + name + "=" + units;
+  return Memory::recall<Mesh>(key, [&] { return readNew(options, time); });
+}
+
+}  // namespace results

@@ -1,0 +1,45 @@
+// Results files of the kinds that VTK reads.
+#pragma once
+
+#include "Data.h"
+
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace results {
+
+struct ReadOptions {
+  std::string file;
+  bool isDecomposed = false;  // of an OpenFOAM case
+  double scale = 1;           // lengths in the file times this are metres
+  Units units;                // of variables, over those that the file tells
+};
+
+// The times that a file has, in ascending order; none for one that knows no time. Throws file::error for a file that
+// cannot be opened and data::invalid for one that cannot be read.
+std::vector<double> timesIn(const ReadOptions& options);
+
+// The results at a time, one of timesIn, or any when there is none. What was read before and is in memory still is not
+// read again while the file stays as it is. Throws as timesIn.
+std::shared_ptr<const Mesh> readMesh(const ReadOptions& options, double time);
+
+// Whether the boundary of an OpenFOAM case is named `file`: "x.foam", or "system/controlDict", or a directory with one.
+bool isOpenFoam(const std::string& file);
+
+// ---- Of OpenFOAM cases
+
+// Units of the fields at a time, from the heads of their files; and the names of the fields that should be there.
+struct FoamFields {
+  Units units;
+  std::vector<std::string> names;
+};
+FoamFields foamFields(const std::string& controlDict, double time, bool isDecomposed);
+
+// ---- Inside
+
+// One piece of all the cells of what was read, with the regions that stand beside them.
+std::shared_ptr<Mesh> assemble(vtkDataObject& data);
+void scaleLengths(Mesh& mesh, double factor);
+
+}  // namespace results

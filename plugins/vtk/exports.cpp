@@ -1,0 +1,50 @@
+// The functions under the names that RULES call them by.
+#include "platform/ORVDynamicLoader.h"
+#include "Display.h"
+#include "Memory.h"
+#include "functions.h"
+#include "running.h"
+
+#include <mutex>
+
+namespace {
+
+// VTK's object factories, its garbage collector and the display are the process's: models on several threads take turns.
+std::recursive_mutex& turn()
+{
+  static std::recursive_mutex mutex;
+  return mutex;
+}
+
+template <void (*calculation)(orv::KSLObject&)>
+class Function : public orv::CalculateFunction {
+ public:
+  void calculate(orv::KSLObject* object, const std::string&) override
+  {
+    const std::lock_guard lock(turn());
+    calculation(*object);
+  }
+};
+
+}  // namespace
+
+ORV_CALCULATE_LIBRARY;
+
+extern "C" ORV_API void orvCalculateLibraryBegin()
+{
+  results::silenceVtk();
+}
+
+extern "C" ORV_API void orvCalculateLibraryEnd()
+{
+  results::Memory::clear();
+  results::endDisplay();
+}
+
+#define RESULTS_FUNCTION(name)                      \
+  extern "C" ORV_API orv::CalculateFunction* name() \
+  {                                                 \
+    return new Function<results::name>;             \
+  }
+
+RESULTS_FUNCTIONS(RESULTS_FUNCTION)

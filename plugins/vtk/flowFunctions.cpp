@@ -1,0 +1,170 @@
+// Arrows and streamlines: how vectors are shown.
+#include "platform/ORVError.h"
+#include "Colouring.h"
+#include "Streams.h"
+#include "functions.h"
+#include "running.h"
+
+#include <algorithm>
+#include <cmath>
+#include <set>
+#include <vtkArrowSource.h>
+#include <vtkCellArray.h>
+#include <vtkDoubleArray.h>
+#include <vtkGlyph3D.h>
+#include <vtkPointData.h>
+#include <vtkPoints.h>
+
+namespace results {
+
+using orv::KSLObject;
+
+namespace {
+
+Variable vectorIn(const std::string& path, const std::string& name, vtkDataSet& data, const Units& units)
+{
+  Variable variable = findVariable(path, name, data, units);
+  if (variable.components() != 3 || !variable.onPoints)
+    fail("findVariable", orv::_("Variable '%s' of %s is no vector.", name, path));
+  return variable;
+}
+
+// One point of each cube of that size which has points: the same ones for the same place.
+std::vector<vtkIdType> spread(vtkDataSet& data, double spacing)
+{
+  std::set<std::array<long long, 3>> taken;
+  std::vector<vtkIdType> chosen;
+  for (vtkIdType i = 0; i < data.GetNumberOfPoints(); ++i) {
+    Vec at;
+    data.GetPoint(i, at.data());
+    std::array<long long, 3> cube{};
+    for (std::size_t k = 0; k < 3 && spacing > 0; ++k)
+      cube.at(k) = std::llround(at.at(k) / spacing);
+    if (spacing <= 0 || taken.insert(cube).second)
+      chosen.push_back(i);
+  }
+  return chosen;
+}
+
+struct Arrows {
+  std::string path;
+  std::string variable;
+  double spacing;
+  double factor;
+};
+
+double longest(const Variable& variable, const std::vector<vtkIdType>& at)
+{
+  double most = 0;
+  for (const vtkIdType i : at)
+    most = std::max(most, length(variable.vector(*variable.onPoints, i)));
+  return most;
+}
+
+Ptr<vtkPolyData> arrowsOn(const Arrows& arrows, const Place& place, double& scale)
+{
+  const Variable variable = vectorIn(arrows.path, arrows.variable, *place.data, place.units);
+  const std::vector<vtkIdType> at = spread(*place.data, arrows.spacing);
+  const double most = longest(variable, at);
+  const double reach = arrows.spacing > 0 ? arrows.spacing : place.data->GetLength() / 40;
+  scale = most > 0 ? 1.6 * arrows.factor * reach / most : 0;
+  const auto points = make<vtkPoints>();
+  const auto vectors = make<vtkDoubleArray>();
+  const auto input = make<vtkPolyData>();
+  vectors->SetName("arrow");
+  vectors->SetNumberOfComponents(3);
+  input->GetPointData()->CopyAllocate(place.data->GetPointData());
+  for (const vtkIdType i : at) {
+    const vtkIdType to = points->InsertNextPoint(place.data->GetPoint(i));
+    const Vec vector = variable.vector(*variable.onPoints, i);
+    vectors->InsertNextTuple(vector.data());
+    input->GetPointData()->CopyData(place.data->GetPointData(), i, to);
+  }
+  input->SetPoints(points);
+  input->GetPointData()->AddArray(vectors);
+  const auto shape = make<vtkArrowSource>();
+  shape->SetTipResolution(12);
+  shape->SetShaftResolution(8);
+  const auto glyph = make<vtkGlyph3D>();
+  glyph->SetInputData(input);
+  glyph->SetSourceConnection(shape->GetOutputPort());
+  glyph->SetInputArrayToProcess(1, 0, 0, vtkDataObject::FIELD_ASSOCIATION_POINTS, "arrow");
+  glyph->SetVectorModeToUseVector();
+  glyph->SetScaleModeToScaleByVector();
+  glyph->SetScaleFactor(scale);
+  run(*glyph, "placeArrows");
+  return glyph->GetOutput();
+}
+
+}  // namespace
+
+void placeArrows(KSLObject& object)
+{
+  const Arrows arrows{object.getPath(), text(object, "Variable"), number(object, "Spacing", "m"),
+                      number(object, "Length Factor", "")};
+  const auto scale = std::make_shared<double>(0);
+  const bool isColoured = text(object, "Colour Mode") != "Constant";
+  std::vector<std::shared_ptr<const Field>> fields = fieldsOf(object, "Variable");
+  Colouring colouring;
+  if (isColoured) {
+    colouring =
+        colouringOf(object, text(object, "Colour Mode") == "Variable" ? "Colour Variable" : "Variable");
+    for (const auto& field : fieldsOf(object, "Colour Variable"))
+      fields.push_back(field);
+  }
+  keepShow(
+      object,
+      [arrows, scale, isColoured, colouring](const Place& place) {
+        const Ptr<vtkPolyData> body = arrowsOn(arrows, place, *scale);
+        if (isColoured)
+          return coloured(colouring, place, body, true);
+        auto show = std::make_shared<Show>();
+        show->body = body;
+        return show;
+      },
+      fields);
+  setResult(object, "Arrow Scale", *scale);
+}
+
+void followStreams(KSLObject& object)
+{
+  const auto* mesh = keptBy<Mesh>(namedOne(object, "Reader"), "Data");
+  const auto* location = keptBy<Place>(namedOne(object, "Location"), "Geometry");
+  if (!mesh || !mesh->now)
+    return;
+  const Streams streams(object);
+  const bool isColoured = text(object, "Colour Mode") != "Constant";
+  const Colouring colouring =
+      isColoured
+          ? colouringOf(object, text(object, "Colour Mode") == "Variable" ? "Colour Variable" : "Variable")
+          : Colouring();
+  std::vector<std::shared_ptr<const Field>> fields = fieldsOf(object, "Variable");
+  for (const auto& field : fieldsOf(object, "Colour Variable"))
+    fields.push_back(field);
+  std::function<std::shared_ptr<const Place>(const Request&)> seeds;
+  if (location && location->now)
+    seeds = sourceOf(*location);
+  keep<Show>(object, "Colour",
+             [source = sourceOf(*mesh), seeds, streams, fields, isColoured, colouring,
+              width = number(object, "Line Width", "")](const Request& request) {
+               Request all = request;
+               all.fields.insert(all.fields.end(), fields.begin(), fields.end());
+               Place place;
+               place.mesh = source(all);
+               place.units = place.mesh->units;
+               place.data = streams.follow(*place.mesh, seeds ? seeds(request).get() : nullptr);
+               auto show = std::make_shared<Show>();
+               const Ptr<vtkPolyData> lines = vtkPolyData::SafeDownCast(place.data);
+               if (isColoured)
+                 show = coloured(colouring, place, lines, false);
+               else
+                 show->body = lines;
+               show->isLit = false;
+               show->lineWidth = width;
+               return show;
+             });
+  const auto* kept = keptBy<Show>(&object, "Colour");
+  setResult(object, "Point Count", static_cast<double>(kept->now->body->GetNumberOfPoints()));
+}
+
+}  // namespace results

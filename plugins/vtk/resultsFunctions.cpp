@@ -1,0 +1,160 @@
+// Results files, and variables that are made from what they hold.
+#include "platform/ORVError.h"
+#include "platform/ORVUnits.h"
+#include "Data.h"
+#include "Expression.h"
+#include "Memory.h"
+#include "Reader.h"
+#include "functions.h"
+#include "running.h"
+
+#include <algorithm>
+#include <cmath>
+#include <vtkCellData.h>
+#include <vtkPointData.h>
+
+namespace results {
+
+using orv::KSLObject;
+
+namespace {
+
+// "p=Pa, U=m s^-1".
+Units unitsOf(const KSLObject& object)
+{
+  Units units;
+  for (const std::string& item : items(object, "Variable Units")) {
+    const auto [name, text] = orv::ParamDefinition::splitNameValue(item);
+    const std::string plain(orv::StringUtilities::unquoted(text));
+    if (const std::string wrong = orv::UnitsConverter::whyInvalid(plain); !wrong.empty())
+      fail("readResults", wrong);
+    units[name] = plain.empty() ? "1" : plain;
+  }
+  return units;
+}
+
+ReadOptions optionsOf(const KSLObject& object)
+{
+  return {text(object, "Results File"), text(object, "Case Type") == "Decomposed",
+          object.getQuantityValue("Scale Factor").convertTo(""), unitsOf(object)};
+}
+
+std::string timesText(const std::vector<double>& times)
+{
+  std::vector<std::string> texts;
+  for (const double time : times)
+    texts.push_back(readable(time, 10) + " [s]");
+  return join(texts);
+}
+
+// The one of the file's times that is meant.
+double timeNear(const std::vector<double>& times, double wanted, const std::string& file)
+{
+  if (times.empty())
+    return 0;
+  const double span = times.back() - times.front();
+  for (const double time : times) {
+    if (std::abs(time - wanted) <= 1e-6 * std::max(span, std::abs(wanted)))
+      return time;
+  }
+  fail("readResults", orv::_("Results file '%s' has nothing at time %s: its times are %s.", file,
+                             withUnits(wanted, "s"), timesText(times)));
+}
+
+double timeOf(const KSLObject& object, const std::vector<double>& times, const std::string& file)
+{
+  const std::string wanted = text(object, "Time");
+  if (times.empty() || wanted == "Last")
+    return times.empty() ? 0 : times.back();
+  return wanted == "First" ? times.front() : timeNear(times, number(object, "Time", "s"), file);
+}
+
+std::shared_ptr<const Mesh> withFields(const std::shared_ptr<const Mesh>& mesh,
+                                       const std::vector<std::shared_ptr<const Field>>& fields)
+{
+  if (fields.empty())
+    return mesh;
+  auto more = std::make_shared<Mesh>(*mesh);
+  more->cells = copyOf(*mesh->cells);
+  for (Region& region : more->regions)
+    region.faces = vtkPolyData::SafeDownCast(copyOf(*region.faces));
+  for (const auto& field : fields)
+    field->addTo(*more);
+  return more;
+}
+
+void tell(KSLObject& object, const Mesh& mesh, const std::vector<double>& times)
+{
+  std::vector<std::string> regions{"Boundary"};
+  for (const Region& region : mesh.regions)
+    regions.push_back(region.name);
+  std::vector<std::string> variables;
+  for (const std::string& name : variableNames(*mesh.cells)) {
+    const auto known = mesh.units.find(name);
+    variables.push_back(known == mesh.units.end() ? name : name + " [" + known->second + "]");
+  }
+  setResult(object, "Cell Count", static_cast<double>(mesh.cells->GetNumberOfCells()));
+  setResult(object, "Point Count", static_cast<double>(mesh.cells->GetNumberOfPoints()));
+  setResult(object, "Variables", join(variables));
+  setResult(object, "Region List", join(regions));
+  setResult(object, "Times", timesText(times));
+  setResult(object, "Current Time", times.empty() ? "" : withUnits(mesh.time, "s"));
+  setResult(object, "Extent", extentText(*mesh.cells));
+}
+
+}  // namespace
+
+void readResults(KSLObject& object)
+{
+  const ReadOptions options = optionsOf(object);
+  if (options.file.empty()) {
+    for (const char* name :
+         {"Cell Count", "Point Count", "Variables", "Region List", "Times", "Current Time", "Extent"})
+      setResult(object, name, "");
+    return;
+  }
+  const std::vector<double> times = timesIn(options);
+  const double present = timeOf(object, times, options.file);
+  const std::shared_ptr<const Mesh> mesh = readMesh(options, present);
+  keep<Mesh>(object, "Data", [=](const Request& request) {
+    const bool isOther = request.time && *request.time != present;
+    return withFields(isOther ? readMesh(options, timeNear(times, *request.time, options.file)) : mesh,
+                      request.fields);
+  });
+  tell(object, *mesh, times);
+}
+
+// The whole of the results is a place, too.
+void showResults(KSLObject& object)
+{
+  const auto* kept = keptBy<Mesh>(&object, "Data");
+  if (!kept || !kept->now)
+    return;
+  keep<Place>(object, "Geometry", [source = sourceOf(*kept)](const Request& request) {
+    auto place = std::make_shared<Place>();
+    place->mesh = source(request);
+    place->data = place->mesh->cells;
+    place->units = place->mesh->units;
+    return place;
+  });
+}
+
+void defineVariable(KSLObject& object)
+{
+  const auto expression = std::make_shared<const Expression>(text(object, "Expression"));
+  auto field = std::make_shared<Field>();
+  field->name = object.getName();
+  field->key = object.getName() + "=" + text(object, "Expression");
+  field->addTo = [name = field->name, expression](Mesh& mesh) { expression->addTo(mesh, name); };
+  const auto* kept = keptBy<Mesh>(namedOne(object, "Reader"), "Data");
+  setResult(object, "Variable Units", "");
+  if (kept && kept->now) {  // so that what is wrong is told here
+    const std::shared_ptr<const Mesh> mesh = kept->at({std::nullopt, {field}});
+    const auto units = mesh->units.find(field->name);
+    setResult(object, "Variable Units", units == mesh->units.end() ? "" : units->second);
+  }
+  dynamic_cast<orv::GenericKSLObject&>(object).keepData(
+      "Field", std::make_unique<Kept<Field>>([field](const Request&) { return field; }));
+}
+
+}  // namespace results

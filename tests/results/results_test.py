@@ -1,0 +1,355 @@
+#!/usr/bin/env python3
+"""The post-processor on VTK against numbers that are known: `ksl` on small grids, and on the flow past a cylinder."""
+
+import json
+import os
+import pathlib
+import re
+import shutil
+import signal
+import subprocess
+import sys
+import tempfile
+import time
+import unittest
+
+import grids
+
+SOURCE = pathlib.Path(__file__).resolve().parents[2]
+KSL = os.environ["KSL_BIN"]
+LIBRARY = SOURCE / "share" / "ksl-results"
+EXAMPLE = SOURCE / "examples" / "results"
+
+
+def servers():
+    found = subprocess.run(["ps", "-eo", "ppid,comm,args"], capture_output=True, text=True).stdout
+    return [line for line in found.splitlines() if "Xvfb -displayfd" in line and str(os.getpid()) in line.split()[:1]]
+
+
+class ResultsTest(unittest.TestCase):
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory(prefix="ksl-results-test-")
+        self.addCleanup(folder.cleanup)
+        self.folder = pathlib.Path(folder.name)
+        grids.legacy(self.folder / "grid.vtk")
+        self.grid = "RESULTS:\nResults File = grid.vtk\nVariable Units = p=Pa, U=m s^-1\nEND\n"
+
+    def ksl(self, *texts, options=(), status=0, path=None):
+        words = [KSL, "run", "--library", str(LIBRARY), *options]
+        for text in texts:
+            words += ["-e", text]
+        environment = {k: v for k, v in os.environ.items() if k != "DISPLAY"}
+        if path is not None:  # where ffmpeg is looked for; Xvfb stands where systems have it
+            bin = self.folder / "bin"
+            bin.mkdir(exist_ok=True)
+            (bin / "Xvfb").exists() or (bin / "Xvfb").symlink_to(shutil.which("Xvfb"))
+            environment["PATH"] = f"{path}:{bin}:/nowhere" if path else str(bin)
+        done = subprocess.run(words, cwd=self.folder, capture_output=True, text=True, env=environment, timeout=120)
+        self.assertEqual(done.returncode, status, done.stderr)
+        return done
+
+    def numbers(self, objects, *texts, grid=None):
+        """{object: {column: [values]}} of the objects in the last text."""
+        table = f"TABLE: t\nValue List = {', '.join(objects)}\nOutput File = t.json\nEND\n"
+        self.ksl((self.grid if grid is None else grid) + texts[0] + table, *texts[1:])
+        read = json.loads((self.folder / "t.json").read_text())
+        return {entry["object"].split(":")[1]: {c["name"] + " " + c["units"]: c["values"] for c in entry["columns"]} for entry in read}
+
+    def value(self, text, *later, grid=None):
+        """The first number of the object `x`."""
+        return next(iter(self.numbers(["x"], text, *later, grid=grid)["x"].values()))[0]
+
+    def integral(self, option, place, more="", **where):
+        return self.value(f"{place}INTEGRAL: x\nOption = {option}\nLocation = c\n{more}END\n", **where)
+
+    # ---- numbers
+
+    CUT = "CUT: c\nAxis = X\nOffset = 0.7 [m]\nEND\n"
+    BACK = "CUT: c\nOption = Point and Normal\nPoint = 0.7 [m], 0 [m], 0 [m]\nNormal = -2, 0, 0\nEND\n"
+    THREE = "CUT: c\nOption = Three Points\nPoint 1 = 0.7 [m], 0 [m], 0 [m]\nPoint 2 = 70 [cm], 1 [m], 0 [m]\nPoint 3 = 0.7 [m], 0 [m], 1 [m]\nEND\n"
+    ALL = "PATCH: c\nEND\n"
+    HALF = "CLIP: c\nAxis = X\nOffset = 1 [m]\nEND\n"
+    HOT = "THRESHOLD: c\nVariable = p\nMin = 6.9 [Pa]\nEND\n"
+    PLANE = "CUT: c\nOffset = 0.5 [m]\nAxis = Z\nEND\n"
+
+    def test_linear_fields_are_exact(self):
+        speed = "Variable = U\n"
+        for name, (option, place, more), wanted in (
+                ("average", ("Average", self.CUT, "Variable = p\n"), 1 + 1.4 + 1.5 + 2),
+                ("integral in other units", ("Integral", self.CUT, "Variable = p\nUser Units = kN\n"), 5.9e-3),
+                ("flux", ("Flux", self.CUT, speed), 1.7),
+                ("flux, the other way", ("Flux", self.BACK, speed), -1.7),
+                ("flux, three points", ("Flux", self.THREE, speed), 1.7),
+                ("flux, reversed", ("Flux", self.CUT, speed + "Reversed = On\n"), -1.7),
+                ("mass flow", ("Mass Flow", self.CUT, speed + "Density = 1.2 [g l^-1]\n"), 1.2 * 1.7),
+                ("out of the whole boundary", ("Flux", self.ALL, speed), 6 * 2),
+                ("area", ("Area", self.ALL, ""), 10),
+                ("volume", ("Volume", self.HALF, ""), 1),
+                ("average in a volume", ("Average", self.HALF, "Variable = p\n"), 1 + 1 + 1.5 + 2),
+                ("force along x", ("Force", self.ALL, "Variable = p\nDirection = 2, 0, 0\n"), 4),
+                ("force", ("Force", self.ALL, "Variable = p\n"), 2 * 29 ** 0.5),
+                ("moment about y", ("Moment", self.ALL, "Variable = p\nDirection = 0, 1, 0\n"), -6),
+                ("moment about another point", ("Moment", self.ALL, "Variable = p\nPoint = 1 [m], 0.5 [m], 50 [cm]\n"), 0),
+                ("maximum", ("Maximum", self.ALL, "Variable = p\n"), 12),
+                ("minimum of a component", ("Minimum", self.ALL, "Variable = U.z\n"), 0),
+                ("cells above", ("Minimum", self.HOT, "Variable = p\n"), 7.5),
+                ("a level", ("Average", "LEVEL SURFACE: c\nVariable = p\nValue = 0.006 [kPa]\nEND\n", "Variable = p\n"), 6),
+                ("half of the range", ("Average", "LEVEL SURFACE: c\nOption = Fraction\nVariable = p\nEND\n", "Variable = p\n"), 6.5),
+        ):
+            with self.subTest(name):
+                self.assertAlmostEqual(self.integral(option, place, more), wanted, places=7)
+
+    def test_variables_from_expressions(self):
+        definition = "VARIABLE: q\nExpression = {}\nEND\n"
+        probe = "PROBE: x\nPoint = 0.3 [m], 0.4 [m], 60 [cm]\nVariable List = q\nEND\n"
+        for expression, wanted in (("p", "5.2 Pa"), ("mag(grad(p))", f"{29 ** 0.5} kg m^-2 s^-2"), ("div(U)", "6 s^-1"),
+                                   ("mag(curl(U))", "0 s^-1"), ("U.y - 0.3 [m s^-1]", "0.5 m s^-1"),
+                                   ("dot(U, U) / (3 [m s^-1])^2", f"{(1.3 ** 2 + 0.8 ** 2 + 1.8 ** 2) / 9} "),
+                                   ("max(p, 5.9 [Pa]) - -p", "11.1 kg m^-1 s^-2"), ("'p' * 2", "10.4 kg m^-1 s^-2")):
+            with self.subTest(expression):
+                found = self.numbers(["x"], definition.format(expression) + probe)["x"]
+                column = next(name for name in found if name.startswith("q"))
+                number, units = wanted.split(" ", 1)
+                # Products are the field's own between its points: linear there.
+                self.assertAlmostEqual(found[column][0], float(number), delta=0.2 if "dot" in expression or "max" in expression else 1e-9)
+                self.assertEqual(column, "q " + ("kg m^-1 s^-2" if units == "Pa" else units))
+        places = ("CUT: m\nAxis = X\nOffset = 0.7 [m]\nEND\nBAND: b\nLocation = m\nVariable = q\nEND\n"
+                  "LEVEL SURFACE: c\nVariable = q\nValue = 12 [Pa]\nEND\nINTEGRAL: x\nOption = Average\nLocation = c\nVariable = p\nEND\n")
+        self.assertAlmostEqual(self.value(definition.format("2 * p") + places), 6, places=7)
+        # What is defined by another expression is followed.
+        self.assertAlmostEqual(self.value(definition.format("2 * p") + places, "VARIABLE: q\nExpression = 3 * p\nEND\n"), 4, places=7)
+
+    def test_values_of_cells_are_integrated_as_they_are(self):
+        grids.legacy(self.folder / "grid.vtk", on_cells=True)
+        self.assertAlmostEqual(self.integral("Flux", self.CUT, "Variable = U\n"), 1.75, places=7)
+        self.assertAlmostEqual(self.integral("Average", self.HALF, "Variable = p\n"), 5.5, places=7)
+
+    def test_scales_and_probes(self):
+        grids.legacy(self.folder / "mm.vtk", scale=1000)
+        small = self.grid.replace("grid.vtk", "mm.vtk\nScale Factor = 0.001")
+        self.assertAlmostEqual(self.integral("Flux", self.CUT, "Variable = U\n", grid=small), 1.7, places=7)
+        line = "PROBE: x\nOption = Line\nPoint 1 = -1 [m], 0.5 [m], 0.5 [m]\nPoint 2 = 3 [m], 0.5 [m], 0.5 [m]\nSamples = 9\nVariable List = p, U.x\nEND\n"
+        found = self.numbers(["x"], line)["x"]
+        self.assertEqual(found["X m"], [0, 0.5, 1, 1.5, 2])
+        for x, p, u in zip(found["X m"], found["p Pa"], found["U.x m s^-1"]):
+            self.assertAlmostEqual(p, grids.pressure(x, 0.5, 0.5), places=9)
+            self.assertAlmostEqual(u, 1 + x, places=9)
+
+    # ---- formats
+
+    def test_each_format_gives_the_same_numbers(self):
+        text = self.CUT + "INTEGRAL: x\nOption = Flux\nLocation = c\nVariable = U\nEND\n" \
+                          "INTEGRAL: a\nOption = Average\nLocation = c\nVariable = p\nEND\n" \
+                          "INTEGRAL: v\nOption = Volume\nLocation = RESULTS\nEND\n"
+        for name, write in (("g.vtu", grids.vtu), ("g.pvtu", grids.pvtu), ("g.vtm", grids.vtm), ("g.pvd", grids.pvd),
+                            ("g.vts", grids.vts), ("g.vti", grids.vti), ("g.case", grids.ensight), ("grid.vtk", None)):
+            with self.subTest(name):
+                if write:
+                    write(self.folder / name)
+                found = self.numbers(["x", "a", "v"], text, grid=self.grid.replace("grid.vtk", name))
+                for object, wanted in (("x", 1.7), ("a", 5.9), ("v", 2)):
+                    self.assertAlmostEqual(next(iter(found[object].values()))[0], wanted, places=5 if name == "g.case" else 7)
+
+    def test_openfoam_cases_whole_and_in_parts(self):
+        text = self.CUT + "INTEGRAL: x\nOption = Flux\nLocation = c\nVariable = U\nTime List = All\nEND\n" \
+                          "PATCH: e\nRegions = ends\nEND\nINTEGRAL: f\nOption = Flux\nLocation = e\nVariable = U\nEND\n"
+        for parts in (1, 2):
+            with self.subTest(parts=parts):
+                grids.foam(self.folder / f"case{parts}", parts=parts)
+                case = f"RESULTS:\nResults File = case{parts}\nCase Type = {'Decomposed' if parts > 1 else 'Reconstructed'}\nEND\n"
+                found = self.numbers(["x", "f"], text, grid=case)
+                for value, wanted in zip(found["x"]["Flux of U m^3 s^-1"], (1.75, 3.5), strict=True):
+                    self.assertAlmostEqual(value, wanted, places=6)
+                self.assertEqual(found["x"]["Time s"], [0, 1])
+                self.assertAlmostEqual(found["f"]["Flux of U m^3 s^-1"][0], 2 * (2.75 - 1.25), places=6)
+
+    def test_surfaces(self):
+        (self.folder / "s.stl").write_text("solid s\nfacet normal 0 0 1\nouter loop\nvertex 0 0 0\nvertex 3 0 0\nvertex 0 4 0\n"
+                                           "endloop\nendfacet\nendsolid s\n")
+        (self.folder / "s.ply").write_text("ply\nformat ascii 1.0\nelement vertex 3\nproperty float x\nproperty float y\nproperty float z\n"
+                                           "element face 1\nproperty list uchar int vertex_indices\nend_header\n0 0 0\n3 0 0\n0 4 0\n3 0 1 2\n")
+        for file in ("s.stl", "s.ply"):
+            self.assertAlmostEqual(self.integral("Area", self.ALL, grid=f"RESULTS:\nResults File = {file}\nEND\n"), 6, places=6)
+
+    # ---- what goes wrong
+
+    def test_errors_are_told_once_and_leave_nothing(self):
+        (self.folder / "bad.vtu").write_text("<VTKFile type='UnstructuredGrid'><Unstruc")
+        (self.folder / "text.xyz").write_text("")
+        case = grids.foam(self.folder / "case", times=("0", "1"))
+        field = case / "1" / "p"
+        field.write_text(field.read_text()[:260])
+        grids.pvd(self.folder / "t.pvd", times=(0, 2.5))
+        good = self.grid + self.CUT + "INTEGRAL: i\nOption = Flux\nLocation = c\nVariable = U\nEND\n"
+        for text, says in (
+                ("RESULTS:\nResults File = gird.vtk\nEND\n", "'gird.vtk' cannot be read: No such file"),
+                ("RESULTS:\nResults File = bad.vtu\nEND\n", "'bad.vtu' cannot be read: Error parsing XML"),
+                ("RESULTS:\nResults File = text.xyz\nEND\n", "of no kind that is known"),
+                ("RESULTS:\nResults File = case\nEND\n", "'case' cannot be read: Error reading line"),
+                ("RESULTS:\nResults File = t.pvd\nTime = 2 [s]\nEND\n", "its times are 0 [s], 2.5 [s]"),
+                ("CUT: c\nOffset = 7 [m]\nEND\n", "holds nothing of the results, which extend over 0 [m], 2 [m]"),
+                ("INTEGRAL: i\nVariable = T\nEND\n", "Variable 'T' is not in the results of /INTEGRAL:i: there are U, p."),
+                ("PROBE: o\nPoint = 9 [m], 0 [m], 0 [m]\nVariable List = p\nEND\n", "/PROBE:o lies outside the results"),
+                ("PATCH: o\nRegions = wall\nEND\n", "there are Boundary."),
+                ("LEVEL SURFACE: o\nVariable = p\nValue = 40 [Pa]\nEND\n", "goes from 1 [Pa] to 12 [Pa], which does not hold 40 [Pa]"),
+                ("VARIABLE: o\nExpression = p + U.x\nEND\n", "'kg m^-1 s^-2' and 'm s^-1'"),
+                ("VARIABLE: o\nExpression = 2 * (p\nEND\n", "A ')' is missing at 'the end'"),
+                ("STREAMLINES: o\nVariable = U\nPoint 1 = 5 [m], 0 [m], 0 [m]\nPoint 2 = 6 [m], 0 [m], 0 [m]\nEND\n", "has no seed"),
+                ("SHOT: o\nOutput File = o.bmp\nEND\n", "'o.bmp' is of no kind"),
+        ):
+            with self.subTest(text):
+                done = self.ksl(good, text, options=("--state",), status=1)
+                self.assertEqual(done.stderr.count("error["), 1, done.stderr)
+                self.assertIn(says, done.stderr)
+                self.assertEqual(re.findall(r"0x[0-9a-f]+|\.cxx", done.stderr), [])
+                self.assertEqual(done.stdout, self.ksl(good, options=("--state",)).stdout)
+
+    def test_references_that_are_empty_give_no_results(self):
+        done = self.ksl("CUT: c\nEND\nBAND: b\nLocation = c\nVariable = p\nEND\nINTEGRAL: i\nLocation = c\nEND\nSHOT: s\nOutput File = s.png\nEND\n"
+                        "STREAMLINES: l\nVariable = U\nEND\nTABLE: t\nValue List = i\nOutput File = t.csv\nEND\n")
+        self.assertNotIn("error", done.stderr)
+
+    # ---- edits
+
+    def test_what_is_taken_back_is_as_before(self):
+        text = self.CUT + "INTEGRAL: x\nOption = Flux\nLocation = c\nVariable = U\nEND\n"
+        for steps in (("CUT: c\nOffset = 1.9 [m]\nEND\n", ">undo\n"), (">delete /CUT:c\n", ">undo\n"),
+                      ("RESULTS:\nScale Factor = 2\nEND\n", ">undo\n", ">redo\n", ">undo\n")):
+            self.assertAlmostEqual(self.value(text, *steps), 1.7, places=7)
+
+    def test_an_offset_recalculates_what_hangs_on_it(self):
+        text = (self.grid + self.CUT + "CUT: d\nAxis = Y\nOffset = 0.2 [m]\nEND\nBAND: b\nLocation = c\nVariable = p\nEND\n"
+                "BAND: e\nLocation = d\nVariable = p\nEND\nINTEGRAL: i\nLocation = c\nEND\nSHOT: s\nPicture List = e\nEND\n")
+        runs = {tuple(re.findall(r"^calculated (\S+ \S+)", self.ksl(
+            text, "CUT: c\nOffset = 0.8 [m]\nEND\n", ">undo\n", ">delete /BAND:e\n", ">undo\n", options=("--trace", "graph")).stderr, re.M)) for _ in range(4)}
+        self.assertEqual(len(runs), 1)
+        done = self.ksl(text, "CUT: c\nOffset = 0.8 [m]\nEND\n", options=("--trace", "graph")).stderr
+        last = re.findall(r"^calculated (\S+) \((\w+)\)", done[done.rindex("parameter Offset") - 200:], re.M)
+        self.assertEqual(set(last[-5:]), {("/CUT:c", "Geometry"), ("/CUT:c", "Picture"), ("/BAND:b", "Colour"), ("/BAND:b", "Picture"),
+                                          ("/INTEGRAL:i", "Value")})
+
+    def test_states_are_read_back_in_all_modes(self):
+        text = self.grid + self.CUT + "PATCH: w\nEND\nPALETTE: q\nScheme = Magma\nEND\nBAND: b\nLocation = c\nVariable = p\nPalette = q\nEND\n" \
+            "SHOT: s\nPicture List = b\nCAPTION: Title\nText = t\nEND\nEND\nMOVIE: m\nShot = s\nEND\n"
+        whole = self.ksl(text, options=("--state",)).stdout
+        self.ksl(text, ">savestate filename=a.qst\n")
+        for mode in ("overwrite", "append"):
+            for before in ("", text):
+                done = self.ksl(*([before] if before else []), f">readstate filename=a.qst, mode={mode}\n", options=("--state",))
+                for line in whole.splitlines():
+                    self.assertIn(line, done.stdout)
+
+    # ---- pictures
+
+    def test_the_cylinder_twice_without_a_display(self):
+        for name in ("cylinder.vtu", "cylinder.ksl"):
+            shutil.copy(EXAMPLE / name, self.folder)
+        contents = []
+        for _ in range(2):
+            self.ksl(options=("cylinder.ksl",))
+            contents.append((self.folder / "cylinder.png").read_bytes())
+        self.assertEqual(contents[0], contents[1])
+        self.assertEqual(contents[0][:8], b"\x89PNG\r\n\x1a\n")
+        self.assertEqual(servers(), [])
+        flows = re.findall(r"^Flow,Flux of U,([\d.]+),m\^3 s\^-1$", (self.folder / "cylinder.csv").read_text(), re.M)
+        self.assertAlmostEqual(float(flows[0]), 1.2, delta=0.0012)
+        text = (EXAMPLE / "cylinder.ksl").read_text()
+        for offset in (-5, 3, 12):
+            moved = text.replace("Offset = 5 [m]", f"Offset = {offset} [m]")
+            self.ksl(moved)
+            flow = re.findall(r"^Flow,Flux of U,([\d.]+)", (self.folder / "cylinder.csv").read_text(), re.M)
+            self.assertAlmostEqual(float(flow[0]), 1.2, delta=0.0012)
+
+    def test_a_display_that_is_not_there(self):
+        text = self.grid + self.CUT + "SHOT: s\nPicture List = c\nOutput File = s.png\nEND\n"
+        done = subprocess.run([KSL, "run", "--library", str(LIBRARY), "-e", text], cwd=self.folder, capture_output=True, text=True,
+                              env={**os.environ, "DISPLAY": ":4711"}, timeout=60)
+        self.assertEqual(done.returncode, 1, done.stderr)
+        self.assertIn("The display ':4711' cannot be opened", done.stderr)
+
+    def test_every_kind_of_show_and_file_is_painted(self):
+        shows = (self.CUT + "PATCH: w\nTransparency = 0.5\nEND\nCOLOUR: k\nLocation = w\nVariable = p\nTransparency = 0.4\nEND\n"
+                 "BAND: b\nLocation = c\nVariable = U.x\nOutline = On\nRange Mode = Fixed\nMin = 1 [m s^-1]\nMax = 2 [m s^-1]\nEND\n"
+                 "ARROW: a\nLocation = c\nVariable = U\nColour Mode = Variable\nColour Variable = p\nPalette = Heat\nEND\n"
+                 "STREAMLINES: l\nOption = Sphere\nPoint = 1 [m], 0.5 [m], 0.5 [m]\nRadius = 0.3 [m]\nVariable = U\nLine Count = 9\nEND\n"
+                 "MESH LINES: m\nLocation = w\nEND\nOUTLINE: o\nOption = Box\nLocation = RESULTS\nEND\n")
+        shot = "SHOT: s\nView List = {}\nPicture Size = 240, 160\nOutput File = {}\n{}END\n"
+        empty = None
+        for views, file, more in (("Isometric", "all.png", "Picture List = o\n"), ("Isometric", "all.png", ""), ("X, -Y, Isometric", "three.png", ""),
+                                  ("Z", "clear.png", "Transparent = On\n"), ("Isometric", "all.gltf", ""), ("Isometric", "all.vtp", "")):
+            with self.subTest(file):
+                self.ksl(self.grid + shows + shot.format(views, file, more))
+                content = (self.folder / file).read_bytes()
+                self.assertGreater(len(content), 1000)
+                if file.endswith(".png"):
+                    self.assertEqual(content[16:24], bytes([0, 0, 0, 240, 0, 0, 0, 160]))
+                    self.assertNotEqual(content, empty)
+                    empty = content
+                elif file.endswith(".gltf"):
+                    self.assertGreater(len(json.loads(content)["meshes"]), 4)
+
+    def test_pictures_over_time(self):
+        grids.foam(self.folder / "case")
+        text = ("RESULTS:\nResults File = case\nEND\n" + self.CUT + "BAND: b\nLocation = c\nVariable = p\nEND\n"
+                 "SHOT: s\nPicture List = b\nView List = X\nPicture Size = 160, 120\nTime List = All\nOutput File = f.png\nEND\n")
+        self.ksl(text)
+        first, second = ((self.folder / f"f.000{n}.png").read_bytes() for n in (1, 2))
+        self.assertNotEqual(first, second)
+        # Without the program that joins pictures nothing is written; with one, what it makes of them in their order.
+        movie = "MOVIE: m\nShot = s\nOutput File = f.mp4\nEND\n"
+        self.assertIn("ffmpeg, which joins pictures, is not there", self.ksl(text, movie, status=1, path="").stderr)
+        (self.folder / "ffmpeg").write_text("#!/bin/sh\nfor last; do :; done\n/bin/cat ${last%film.mp4}0.png ${last%film.mp4}1.png > $last\n")
+        (self.folder / "ffmpeg").chmod(0o755)
+        self.ksl(text, movie, path=str(self.folder))
+        self.assertEqual((self.folder / "f.mp4").read_bytes(), first + second)
+
+    def test_charts(self):
+        self.ksl(self.grid + "PROBE: l\nOption = Line\nPoint 1 = 0 [m], 0.5 [m], 0.5 [m]\nPoint 2 = 2 [m], 0.5 [m], 0.5 [m]\nVariable List = p, U.x\nEND\n"
+                 "CHART: k\nValue List = l\nVariable List = p\nTitle = \"a < b\"\nOutput File = k.svg\nEND\nCHART: j\nValue List = l\nOutput File = j.png\nEND\n")
+        drawing = (self.folder / "k.svg").read_text()
+        self.assertIn(">p in Pa</text>", drawing)
+        self.assertIn(">a &lt; b</text>", drawing)
+        line = re.findall(r'points="([^"]*)" fill="none" stroke="#1f6fb4"', drawing)[0].split()
+        self.assertEqual(len(line), 10)
+        self.assertTrue((self.folder / "j.png").read_bytes().startswith(b"\x89PNG"))
+
+    # ---- the document
+
+    def test_the_document_shows_what_happens(self):
+        shutil.copy(EXAMPLE / "cylinder.vtu", self.folder)
+        document = (SOURCE / "docs" / "results.md").read_text()
+        for name, text in re.findall(r"^```ksl (\S+)\n(.*?)^```", document, re.M | re.S):
+            (self.folder / name).write_text(text)
+        (self.folder / "bin").mkdir()
+        (self.folder / "bin" / "ksl").symlink_to(KSL)
+        environment = {k: v for k, v in os.environ.items() if k != "DISPLAY"}
+        environment.update(ORV_KSL_LIBRARY_PATH=str(LIBRARY), PATH=f"{self.folder / 'bin'}:{os.environ['PATH']}")
+        self.maxDiff = None
+        shown = printed = ""
+        for block in re.findall(r"^```console\n(.*?)^```", document, re.M | re.S):
+            shown += block
+            for command in re.findall(r"^\$ (.*(?:\n> .*)*)", block, re.M):
+                done = subprocess.run(["sh", "-c", command.replace("\n> ", "\n")], cwd=self.folder, env=environment, text=True,
+                                      stdout=subprocess.PIPE, stderr=subprocess.STDOUT, timeout=60)
+                printed += f"$ {command}\n{done.stdout}" + ("" if done.stdout.endswith("\n") else "\n")
+        self.assertGreater(len(shown), 500)
+        self.assertEqual(printed, shown)
+
+    # ---- being stopped
+
+    def test_streamlines_are_stopped(self):
+        shutil.copy(EXAMPLE / "cylinder.vtu", self.folder)
+        text = ("RESULTS:\nResults File = cylinder.vtu\nEND\nSTREAMLINES: l\nVariable = U\nLine Count = 40000\n"
+                "Point 1 = -5.9 [m], -2.8 [m], 0.1 [m]\nPoint 2 = -5.9 [m], 2.8 [m], 0.1 [m]\nEND\n")
+        run = subprocess.Popen([KSL, "run", "--library", str(LIBRARY), "-e", text], cwd=self.folder, stderr=subprocess.PIPE)
+        time.sleep(3)
+        self.assertIsNone(run.poll())
+        begin = time.monotonic()
+        run.send_signal(signal.SIGINT)
+        _, said = run.communicate(timeout=30)
+        self.assertLess(time.monotonic() - begin, 2)  # on a machine that does other things, too
+        self.assertEqual(run.returncode, 130, said)
+
+
+if __name__ == "__main__":
+    unittest.main(argv=[sys.argv[0], "-v", *sys.argv[1:]])
