@@ -287,12 +287,12 @@ class ORV_API KSLObject {
   std::unique_ptr<ParamNotify> m_paramNotify;  // knows the observer; null without one
   refcnt_ptr<const ObjectRules> m_rules;
   std::uint32_t m_siblingSlot = 0;  // where the parent's holder lists this object
-  bool m_validData : 1 = true;
-  bool m_singleton : 1 = false;
-  bool m_pendingDelete : 1 = false;
-  bool m_searchUp : 1 = false;
-  bool m_plainClass : 1 = false;
-  bool m_lineUnread : 1 = false;  // setWhole drops the line of the setValue that it is about to call
+  bool m_validData : 1;
+  bool m_singleton : 1;
+  bool m_pendingDelete : 1;
+  bool m_searchUp : 1;
+  bool m_plainClass : 1;
+  bool m_lineUnread : 1;  // setWhole drops the line of the setValue that it is about to call
 };
 
 }  // namespace orv

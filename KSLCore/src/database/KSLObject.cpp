@@ -44,7 +44,15 @@ class KSLObject::ParamNotify final : public ParamDefinition::NotifyChange {
   ObjectChangeNotify* m_observer;  // not owned
 };
 
-KSLObject::KSLObject() : m_place(NullParentChildInfo::instance()) {}
+KSLObject::KSLObject()
+    : m_place(NullParentChildInfo::instance()),
+      m_validData(true),
+      m_singleton(false),
+      m_pendingDelete(false),
+      m_searchUp(false),
+      m_plainClass(false),
+      m_lineUnread(false)
+{}
 
 KSLObject::~KSLObject() = default;
 
