@@ -9,7 +9,7 @@ namespace {
 
 using Arguments = std::vector<std::string>;
 
-Outcome run(Arguments arguments, const std::string& input = {})
+Outcome runArguments(Arguments arguments, const std::string& input = {})
 {
   arguments.insert(arguments.end(), {"--library", boxes(), "--library", fileTypes()});
   return ksl(arguments, input);
@@ -31,9 +31,9 @@ const std::string day =
 TEST(HostReplay, ADayInTheShell)
 {
   const std::string session = newFile("day.kses");
-  const Outcome typed = run({"--record", session}, day + ".state\n");
+  const Outcome typed = runArguments({"--record", session}, day + ".state\n");
   const std::string state = typed.out.substr(typed.out.find("BOX:a"));
-  const Outcome replayed = run({"replay", session, "--state"});
+  const Outcome replayed = runArguments({"replay", session, "--state"});
   EXPECT_EQ(replayed.out, state.substr(0, state.find("FILE PROCESSING")));
   EXPECT_EQ(replayed.status, 1);
   for (const int line : {9, 19, 26}) {
@@ -41,41 +41,44 @@ TEST(HostReplay, ADayInTheShell)
         "\n" + session + ":" + std::to_string(line) + ": this command failed, the replay goes on\n";
     EXPECT_NE(replayed.err.find(note), std::string::npos) << note << replayed.err;
   }
-  EXPECT_EQ(run({"replay", "--as-one", session, "--state"}).out, "") << "the first failure takes all back";
+  EXPECT_EQ(runArguments({"replay", "--as-one", session, "--state"}).out, "")
+      << "the first failure takes all back";
 }
 
 TEST(HostReplay, WhatIsNotWholeIsRefused)
 {
   const std::string session = newFile("cut.kses");
-  ASSERT_EQ(run({"run", "--record", session, "-e", "BOX: p12\nEND", "-e", "> delete /BOX:p12"}).status, 0);
+  ASSERT_EQ(
+      runArguments({"run", "--record", session, "-e", "BOX: p12\nEND", "-e", "> delete /BOX:p12"}).status, 0);
   const std::string whole = readFile(session);
   const std::string cut = makeFile("cut.kses", whole.substr(0, whole.find("2\n", whole.find("> delete"))));
   EXPECT_EQ(
-      run({"replay", cut, "--state"}),
+      runArguments({"replay", cut, "--state"}),
       (Outcome{1, "", "ksl: error[4]: Session file '" + cut + "' is incomplete: line 8 has no end.\n"}));
-  EXPECT_EQ(run({"replay", cut, "--keep-whole", "--state"}), (Outcome{0, "BOX:p12\n  Size = 1\nEND\n", ""}));
+  EXPECT_EQ(runArguments({"replay", cut, "--keep-whole", "--state"}),
+            (Outcome{0, "BOX:p12\n  Size = 1\nEND\n", ""}));
 }
 
 TEST(HostReplay, WritesOnlyWhatIsAskedForNow)
 {
   const std::string state = newFile("newer.qst");
   const std::string session = newFile("saves.kses");
-  ASSERT_EQ(run({"run", "--record", session, "--save", state, "-e", "BOX: a\nEND"}).status, 0);
+  ASSERT_EQ(runArguments({"run", "--record", session, "--save", state, "-e", "BOX: a\nEND"}).status, 0);
   const std::string saved = readFile(state);
   makeFile("newer.qst", "newer");
   for (const Arguments& way : {Arguments{"replay", "--format", "short", session},
                                Arguments{"replay", "--format", "short", session, "--as-one"}}) {
-    const Outcome outcome = run(way);
+    const Outcome outcome = runArguments(way);
     EXPECT_EQ(outcome.status, 0);
     EXPECT_EQ(outcome.err, session + ":8:1: warning[8]: A recorded '> savestate mode=overwrite, filename="
                                + state + "' was passed over. --write-files runs it.\n");
     EXPECT_EQ(readFile(state), "newer");
   }
-  EXPECT_EQ(run({"replay", session, "--write-files"}), (Outcome{0, "", ""}));
+  EXPECT_EQ(runArguments({"replay", session, "--write-files"}), (Outcome{0, "", ""}));
   EXPECT_EQ(readFile(state).substr(60), saved.substr(60));
-  EXPECT_EQ(run({"run", "--record", newFile("one"), "--save", newFile("one")}).status, 2);
+  EXPECT_EQ(runArguments({"run", "--record", newFile("one"), "--save", newFile("one")}).status, 2);
   const Outcome onto =
-      run({"run", "--record", newFile("j.kses"), "-e", "> savestate filename=" + newFile("j.kses")});
+      runArguments({"run", "--record", newFile("j.kses"), "-e", "> savestate filename=" + newFile("j.kses")});
   EXPECT_EQ(onto.status, 1);
   EXPECT_NE(onto.err.find("error[4]: File '"), std::string::npos) << onto.err;
 }
@@ -86,7 +89,7 @@ TEST(HostReplay, FilesAreFoundBesideTheSession)
   makeFile("moved/a.qst", "BOX: a\n  Size = 4\nEND\n");
   const std::string session =
       makeFile("moved/s.kses", "> readstate mode=append, filename=a.qst\n\n> undo\n\n> redo\n");
-  const Outcome outcome = run({"replay", session, "--state=a"});
+  const Outcome outcome = runArguments({"replay", session, "--state=a"});
   EXPECT_EQ(outcome.out, "BOX:a\n  Size = 4\nEND\n") << outcome.err;
   EXPECT_EQ(outcome.status, 0);
 }
@@ -148,7 +151,7 @@ TEST(HostStreams, WhatNeverEndsIsRefusedAndWhatIsLongIsCut)
             "ksl: error[4]: Cannot read file '" + big + "': It has more than 1024 MB.\n");
   std::filesystem::remove(big);
   const std::string text = "\x1b[31m\xC2\x9B" + std::string(1000000, 'x') + "\xE2\x82\xAC";
-  const Outcome outcome = run({"run", "-", "-e", "\xEF\xBB\xBF"}, text);
+  const Outcome outcome = runArguments({"run", "-", "-e", "\xEF\xBB\xBF"}, text);
   EXPECT_TRUE(
       outcome.err.starts_with("<stdin>:1:1: error[4]: Syntax error in KSL line: '\\x1b[31m\\xc2\\x9bxxx"))
       << outcome.err.substr(0, 200);
