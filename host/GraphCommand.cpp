@@ -16,10 +16,10 @@
 
 namespace {
 
-struct Closer {
+struct FileCloser {
   void operator()(std::FILE* file) const { std::fclose(file); }
 };
-using File = std::unique_ptr<std::FILE, Closer>;
+using File = std::unique_ptr<std::FILE, FileCloser>;
 
 [[noreturn]] void fail(const std::string& message)
 {

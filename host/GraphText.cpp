@@ -13,7 +13,7 @@ namespace {
 using Schedulers = std::vector<orv::SchedulerObject>;
 
 // Behind a backslash the language takes a quote for itself, and in labels some letters for more than that.
-std::string quoted(std::string_view name)
+std::string quotedLabel(std::string_view name)
 {
   std::string text = "\"";
   for (const char c : name) {
@@ -30,12 +30,12 @@ std::string shown(std::string_view name)
   std::string text;
   for (const char c : name)
     text.append(c == '&' ? "&amp;" : std::string_view(&c, 1));
-  return quoted(text);
+  return quotedLabel(text);
 }
 
 std::string nodeOf(const orv::SchedulerObject& scheduler)
 {
-  return quoted(scheduler.getPath() + " (" + scheduler.getType() + ")");
+  return quotedLabel(scheduler.getPath() + " (" + scheduler.getType() + ")");
 }
 
 const Schedulers& schedulersOf(const orv::KSLObject& object)
@@ -48,13 +48,13 @@ const Schedulers& schedulersOf(const orv::KSLObject& object)
 void appendObject(const orv::KSLObject& object, std::string& text)
 {
   const Schedulers& schedulers = schedulersOf(object);
-  const std::string path = quoted(object.getPath());
+  const std::string path = quotedLabel(object.getPath());
   const std::string label = shown(object.getPath());
   if (schedulers.empty()) {
     text.append("  ").append(path).append(" [label=").append(label).append(", shape=plain];\n");
     return;
   }
-  text.append("  subgraph ").append(quoted("cluster " + object.getPath())).append(" {\n");
+  text.append("  subgraph ").append(quotedLabel("cluster " + object.getPath())).append(" {\n");
   text.append("    label=").append(label).append(";\n");
   for (const orv::SchedulerObject& scheduler : schedulers) {
     text.append("    ").append(nodeOf(scheduler)).append(" [label=");

@@ -11,7 +11,7 @@ namespace orv {
 
 namespace {
 
-constexpr const char* className = "KSLCopyImpl";
+constexpr const char* kslCopyImplClass = "KSLCopyImpl";
 
 bool isPath(std::string_view text)
 {
@@ -32,7 +32,7 @@ class BlockWriter final : public TreeVisitor {
   {
     if (value.empty())
       return;
-    reportUnreadable(className, "performCopy", path, name, value);
+    reportUnreadable(kslCopyImplClass, "performCopy", path, name, value);
     m_builder.addParam(name, value);
   }
   void endObject() override { m_builder.endObject(); }
@@ -46,7 +46,7 @@ class BlockWriter final : public TreeVisitor {
 
 data::invalid pathError(const char* format, const std::string& first, const std::string& second)
 {
-  return {className, "normalisePaths", _(format, first, second)};
+  return {kslCopyImplClass, "normalisePaths", _(format, first, second)};
 }
 
 // The target's path, when it was given as the new name of the last component.
@@ -105,20 +105,20 @@ KSLCopyImpl::Paths KSLCopyImpl::parseParams(const std::vector<std::string>& word
   constexpr const char* function = "parseParams";
   const std::string action = words.empty() ? std::string() : words.front();
   if (action != copyAction && action != renameAction)
-    throw ksl::invalid(className, function, _("Action '%s' is not supported.", action));
+    throw ksl::invalid(kslCopyImplClass, function, _("Action '%s' is not supported.", action));
   Paths paths;
   for (std::size_t i = 1; i < words.size(); ++i) {
     const auto [name, value] = StringUtilities::splitNameValue(words[i]);
     const std::string key = StringUtilities::simplifyWhitespace(name);
     if (key != fromParam && key != toParam)
-      throw diagnosed(ksl::invalid(className, function,
+      throw diagnosed(ksl::invalid(kslCopyImplClass, function,
                                    _("Action '%s' is provided with a bad parameter '%s'.", action, words[i])),
                       oneOf(key, {fromParam, toParam}));
     (key == fromParam ? paths.from : paths.to) =
         StringUtilities::trimmed(StringUtilities::unquoted(StringUtilities::simplifyWhitespace(value)));
   }
   if (paths.from.empty() || paths.to.empty())
-    throw ksl::invalid(className, function,
+    throw ksl::invalid(kslCopyImplClass, function,
                        _("Action '%s' needs a 'from' parameter and a 'to' parameter.", action));
   return paths;
 }
@@ -144,7 +144,7 @@ std::string KSLCopyImpl::performCopy(const TreeAndLeafReadModel& model, const Pa
   const KSLPath target(paths.to);
   const auto check = [](bool good, const char* format, const std::string& path) {
     if (!good)
-      throw diagnosed(data::invalid(className, "performCopy", _(format, path)), unknownObject(path));
+      throw diagnosed(data::invalid(kslCopyImplClass, "performCopy", _(format, path)), unknownObject(path));
   };
   check(model.hasObject(source), "Attempt to copy nonexistent object '%s' failed.", paths.from);
   check(!model.hasObject(target), "Attempt to copy to existing object '%s' failed.", paths.to);

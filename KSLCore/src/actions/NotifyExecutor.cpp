@@ -11,7 +11,7 @@ namespace orv {
 
 namespace {
 
-constexpr const char* className = "NotifyExecutor";
+constexpr const char* notifyExecutorClass = "NotifyExecutor";
 
 std::map<std::string, std::string> readArguments(const std::vector<std::string>& words)
 {
@@ -19,16 +19,17 @@ std::map<std::string, std::string> readArguments(const std::vector<std::string>&
   for (std::size_t i = 1; i < words.size(); ++i) {
     if (words[i].find('=') == std::string::npos)
       throw ksl::invalid(
-          className, "invoke",
+          notifyExecutorClass, "invoke",
           _("Syntax error: %s parameters should have the format: %s", "notify", "param=value"));
     const auto [name, value] = StringUtilities::splitNameValue(words[i]);
     const auto argument = arguments.find(name);
     if (argument == arguments.end())
-      throw diagnosed(ksl::invalid(className, "invoke", _("Invalid parameter in %s: '%s'.", "notify", name)),
-                      oneOf(name, {"filename", "op", "type"}));
+      throw diagnosed(
+          ksl::invalid(notifyExecutorClass, "invoke", _("Invalid parameter in %s: '%s'.", "notify", name)),
+          oneOf(name, {"filename", "op", "type"}));
     argument->second = StringUtilities::unquoted(value);
     if (argument->second.empty())
-      throw data::invalid(className, "invoke", _("Empty '%s' parameter.", name));
+      throw data::invalid(notifyExecutorClass, "invoke", _("Empty '%s' parameter.", name));
   }
   return arguments;
 }
@@ -39,11 +40,11 @@ NotifyExecutor::~NotifyExecutor() = default;
 
 void NotifyExecutor::invoke(const std::vector<std::string>& words)
 {
-  checkAction(words, {"notify"}, className);
+  checkAction(words, {"notify"}, notifyExecutorClass);
   const std::map<std::string, std::string> arguments = readArguments(words);
   const auto given = [&arguments](const char* name) { return !arguments.at(name).empty(); };
   if (words.size() != 4 || !given("op") || !given("filename") || !given("type"))
-    throw ksl::invalid(className, "invoke", _("Did not specify correct number of parameters"));
+    throw ksl::invalid(notifyExecutorClass, "invoke", _("Did not specify correct number of parameters"));
   if (m_files && arguments.at("op") == "filechange")
     m_files->registerExternalFileChange(arguments.at("filename"), arguments.at("type"));
 }

@@ -18,7 +18,7 @@ namespace orv {
 
 namespace {
 
-constexpr const char* className = "ReadSessionExecutor";
+constexpr const char* readSessionExecutorClass = "ReadSessionExecutor";
 constexpr const char* sessionPath = "/SESSION";
 constexpr const char* fileNameParam = "Session Filename";
 
@@ -40,7 +40,7 @@ void showFileName(const std::string& fileName)
   text.beginObject("SESSION", "");
   text.addParam(fileNameParam, shown);
   text.endObject();
-  reportUnreadable(className, "readFileContents", sessionPath, fileNameParam, shown);
+  reportUnreadable(readSessionExecutorClass, "readFileContents", sessionPath, fileNameParam, shown);
   KSLCoreAPI::instance()->processKSL(text.text(), kslUpdateDefault);
 }
 
@@ -58,7 +58,7 @@ void ReadSessionExecutor::invoke(const std::vector<std::string>& p_action)
 {
   validateAction(p_action);
   const Params params = processParams(p_action);
-  FileProcessingScope::createObject(className, "invoke");
+  FileProcessingScope::createObject(readSessionExecutorClass, "invoke");
   std::string fileName;
   const std::string text = readFileContents(params, fileName);
   if (text.empty()) {
@@ -76,7 +76,7 @@ void ReadSessionExecutor::invoke(const std::vector<std::string>& p_action)
 
 void ReadSessionExecutor::validateAction(const std::vector<std::string>& action)
 {
-  checkAction(action, {"readsession", "rs"}, className, "validateAction");
+  checkAction(action, {"readsession", "rs"}, readSessionExecutorClass, "validateAction");
 }
 
 ReadSessionExecutor::Params ReadSessionExecutor::processParams(const std::vector<std::string>& action) const
@@ -86,13 +86,13 @@ ReadSessionExecutor::Params ReadSessionExecutor::processParams(const std::vector
     const std::size_t equals = action[i].find('=');
     if (equals == std::string::npos)
       throw ksl::invalid(
-          className, "processParams",
+          readSessionExecutorClass, "processParams",
           _("Syntax error: %s parameters should have the format: %s", "readsession", "param=value"));
     const std::string name = StringUtilities::removeAllWhitespace(action[i].substr(0, equals));
     if (m_parameters.count(name) == 0)
-      throw diagnosed(
-          ksl::invalid(className, "processParams", _("Invalid parameter in %s: '%s'.", "readsession", name)),
-          oneOf(name, {m_parameters.begin(), m_parameters.end()}));
+      throw diagnosed(ksl::invalid(readSessionExecutorClass, "processParams",
+                                   _("Invalid parameter in %s: '%s'.", "readsession", name)),
+                      oneOf(name, {m_parameters.begin(), m_parameters.end()}));
     params[name] = action[i].substr(equals + 1);
   }
   return params;
@@ -103,14 +103,14 @@ std::string ReadSessionExecutor::readFileContents(const Params& params, std::str
   const auto named = params.find("filename");
   fileName = named == params.end() ? asFileName(defaultFileName()) : fileToRead(named->second);
   if (fileName.empty())
-    throw ksl::invalid(className, "readFileContents", _("No Filename Specified"));
+    throw ksl::invalid(readSessionExecutorClass, "readFileContents", _("No Filename Specified"));
   ORVMPStream stream(fileName, ORVStream::Mode::read);
   fileName = stream.getFileName();
-  FileProcessingScope::checkNotInProgress(fileName, className, "invoke");
+  FileProcessingScope::checkNotInProgress(fileName, readSessionExecutorClass, "invoke");
   std::string text = stream.readAll();
   stream.close();
   if (!ORVFile::isAscii(text))
-    throw file::error(className, "readFileContents", _("Non ASCII file: '%s'.", fileName));
+    throw file::error(readSessionExecutorClass, "readFileContents", _("Non ASCII file: '%s'.", fileName));
   if (findSession())
     showFileName(fileName);
   if (text.find('{') == std::string::npos)

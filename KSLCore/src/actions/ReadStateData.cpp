@@ -22,7 +22,7 @@ namespace orv {
 
 namespace {
 
-constexpr const char* className = "ReadStateExecutor";
+constexpr const char* readStateDataClass = "ReadStateExecutor";
 constexpr const char* readerType = "DATA READER";
 constexpr const char* resultsParam = "Current Results File";
 
@@ -67,7 +67,7 @@ void findResults(Lines& block, const std::string& stateFile)
   const std::string local = besideState(stateFile, named);
   if (!isFile(local))
     throw data::invalid(
-        className, "invoke",
+        readStateDataClass, "invoke",
         _("Results file referred to in the state was not found:\n\n  %s\n\nPlease ensure that the file path "
           "is "
           "correct.\nAlternatively, load the results file first, then the\nstate file with 'Load results' "
@@ -75,7 +75,7 @@ void findResults(Lines& block, const std::string& stateFile)
           named));
   setResultsFile(block, local);
   ErrorProgressReporter::instance()->reportError(data::invalid(
-      className, "invoke",
+      readStateDataClass, "invoke",
       _("Results file referred to in the state was not found:\n\n  %s\n\nLocal results file with "
         "the same name was loaded instead:\n\n  %s\n",
         named, local)));

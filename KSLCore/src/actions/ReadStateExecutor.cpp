@@ -26,7 +26,7 @@ namespace orv {
 
 namespace {
 
-constexpr const char* className = "ReadStateExecutor";
+constexpr const char* readStateExecutorClass = "ReadStateExecutor";
 constexpr const char* action = "readstate";
 constexpr const char* fileType = "qst";
 constexpr const char* overwriteMode = "Overwrite";
@@ -48,7 +48,7 @@ std::map<std::string, std::string> settings(const KSLObject* state)
 void requireProcessingObject()
 {
   if (!ObjectDB::instance()->hasObject(fileProcessingPath))
-    throw ksl::invalid(className, "invoke", _("Cannot find object %s", "FILE PROCESSING"));
+    throw ksl::invalid(readStateExecutorClass, "invoke", _("Cannot find object %s", "FILE PROCESSING"));
 }
 
 void dropComment(std::string& line)
@@ -87,7 +87,7 @@ bool isAsRead(std::string_view text, std::size_t head)
 void recordLoad(const std::string& fileName, const std::string& mode, bool loadData)
 {
   const std::string shown = StringUtilities::writtenName(fileName);
-  reportUnreadable(className, "invoke", "/STATE", "State Filename", shown);
+  reportUnreadable(readStateExecutorClass, "invoke", "/STATE", "State Filename", shown);
   KSLBuilder text;
   text.beginObject("STATE", "");
   text.addParam("State Filename", shown);
@@ -122,7 +122,7 @@ class HeaderReader : public MiniKSLParser {
 
 [[noreturn]] void throwDepth(const char* message)
 {
-  throw data::error(className, "loadStateData", message);
+  throw data::error(readStateExecutorClass, "loadStateData", message);
 }
 
 void placeEnds(Error& error, const std::string& fileName) noexcept
@@ -173,7 +173,7 @@ bool ReadStateExecutor::componentProcessing(std::vector<std::string>&, const std
 
 void ReadStateExecutor::invoke(const std::vector<std::string>& p_action)
 {
-  checkAction(p_action, {action}, className);
+  checkAction(p_action, {action}, readStateExecutorClass);
   const bool caught = !m_catchExceptionsOff && SchedulerObject::setCatchExceptions(true);
   ScopeGuard onFailure([&] {
     if (!m_catchExceptionsOff)
@@ -191,15 +191,15 @@ void ReadStateExecutor::load(const std::vector<std::string>& words)
   File file = readFile(request);
   if (StringUtilities::trimmed(file.text).empty()) {
     ErrorProgressReporter::instance()->reportError(
-        file::error(className, "invoke", _("State file contains no data.")));
+        file::error(readStateExecutorClass, "invoke", _("State file contains no data.")));
     return;
   }
-  FileProcessingScope::checkNotInProgress(request.fileName, className, "invoke");
+  FileProcessingScope::checkNotInProgress(request.fileName, readStateExecutorClass, "invoke");
   // Judged before anything is deleted.
   file.blocks = placingEnds(request.fileName, [&] { return findBlocks(file.text); });
   if (m_files)
     m_files->registerFileChange(request.fileName, fileType);
-  const bool created = FileProcessingScope::createObject(className, "invoke");
+  const bool created = FileProcessingScope::createObject(readStateExecutorClass, "invoke");
   const bool broughtSomething = process(request, file);
   requireProcessingObject();
   if (created && !broughtSomething)  // what is as empty as before is saved as such
@@ -244,11 +244,12 @@ ReadStateExecutor::Request ReadStateExecutor::readRequest(const std::vector<std:
 
 void ReadStateExecutor::readArgument(const std::string& argument, Request& request) const
 {
-  const auto [name, value] = squeezedArgument(argument, action, className);
+  const auto [name, value] = squeezedArgument(argument, action, readStateExecutorClass);
   const std::string key = StringUtilities::toLower(name);
   if (!m_paramNames.contains(key))
-    throw diagnosed(ksl::invalid(className, "invoke", _("Invalid parameter in %s: '%s'.", action, name)),
-                    oneOf(name, {m_paramNames.begin(), m_paramNames.end()}));
+    throw diagnosed(
+        ksl::invalid(readStateExecutorClass, "invoke", _("Invalid parameter in %s: '%s'.", action, name)),
+        oneOf(name, {m_paramNames.begin(), m_paramNames.end()}));
   if (key == "filename")
     request.fileName = fileToRead(std::string_view(argument).substr(argument.find('=') + 1));
   else if (key == "load")
@@ -256,8 +257,9 @@ void ReadStateExecutor::readArgument(const std::string& argument, Request& reque
   else if (key == "mode") {
     request.mode = StringUtilities::toLower(value);
     if (request.mode != "overwrite" && request.mode != "append")
-      throw diagnosed(data::invalid(className, "invoke", _("Invalid parameter value: '%s'.", value)),
-                      oneOf(value, {"append", "overwrite"}));
+      throw diagnosed(
+          data::invalid(readStateExecutorClass, "invoke", _("Invalid parameter value: '%s'.", value)),
+          oneOf(value, {"append", "overwrite"}));
   }
 }
 
@@ -269,7 +271,7 @@ ReadStateExecutor::File ReadStateExecutor::readFile(Request& request)
   std::string text = stream.readAll();
   stream.close();
   if (!ORVFile::isAscii(text))
-    throw file::error(className, "invoke", _("Non ASCII file: '%s'.", request.fileName));
+    throw file::error(readStateExecutorClass, "invoke", _("Non ASCII file: '%s'.", request.fileName));
   if (text.starts_with(FileText::stateHead) && !text.ends_with('\n'))  // cut off, if only by a character
     placingEnds(request.fileName, [] { throwDepth(tooFewEnds); });
   File file;

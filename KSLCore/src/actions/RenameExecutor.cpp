@@ -12,13 +12,13 @@ namespace orv {
 
 namespace {
 
-constexpr const char* className = "RenameExecutor";
+constexpr const char* renameExecutorClass = "RenameExecutor";
 
 // A rename that leaves both would be a copy that nobody asked for.
 void checkGone(const TreeAndLeafReadModel& model, const KSLCopyImpl::Paths& paths)
 {
   if (model.hasObject(KSLPath(paths.from)) && model.hasObject(KSLPath(paths.to)))
-    throw data::invalid(className, "invoke",
+    throw data::invalid(renameExecutorClass, "invoke",
                         _("Object '%s' cannot be renamed because it must not be deleted.", paths.from));
 }
 
@@ -35,9 +35,9 @@ RenameExecutor::~RenameExecutor() = default;
 
 void RenameExecutor::invoke(const std::vector<std::string>& words)
 {
-  checkAction(words, {KSLCopyImpl::renameAction}, className);
+  checkAction(words, {KSLCopyImpl::renameAction}, renameExecutorClass);
   if (words.size() != 3)
-    throw ksl::invalid(className, "invoke", _("Did not specify correct number of parameters"));
+    throw ksl::invalid(renameExecutorClass, "invoke", _("Did not specify correct number of parameters"));
   const refcnt_ptr<TreeAndLeafReadModel> model(new KSLCoreTreeAndLeafModel);
   const std::string text = m_impl->obtainRenameKSL(*model, words);
   if (text.empty())

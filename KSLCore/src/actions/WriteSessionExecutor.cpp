@@ -24,7 +24,7 @@ namespace orv {
 
 namespace {
 
-constexpr const char* className = "WriteSessionExecutor";
+constexpr const char* writeSessionExecutorClass = "WriteSessionExecutor";
 constexpr const char* sessionPath = "/SESSION";
 constexpr const char* fileNameParam = "Session Filename";
 constexpr const char* modeParam = "Write Session Mode";
@@ -34,7 +34,7 @@ constinit ContextLocal<std::string*> thePreamble(ContextEnd::memory,
 
 ksl::invalid refusal(std::string message)
 {
-  return {className, "invoke", std::move(message)};
+  return {writeSessionExecutorClass, "invoke", std::move(message)};
 }
 
 std::string setting(const KSLObject* settings, const char* param)
@@ -49,9 +49,10 @@ void requireMissing(const std::string& fileName)
   errno = 0;
   const int result = stat(fileName.c_str(), &status);
   if (result == 0)
-    throw file::error(className, "invoke", _("Overwrite not allowed: %s", fileName));
+    throw file::error(writeSessionExecutorClass, "invoke", _("Overwrite not allowed: %s", fileName));
   if (errno != ENOENT)
-    throw file::error(className, "invoke", _("File status error: '%s' - %s.", "Bad Status", fileName));
+    throw file::error(writeSessionExecutorClass, "invoke",
+                      _("File status error: '%s' - %s.", "Bad Status", fileName));
 }
 
 }  // namespace
@@ -79,7 +80,7 @@ WriteSessionExecutor::~WriteSessionExecutor()
 
 void WriteSessionExecutor::invoke(const std::vector<std::string>& words)
 {
-  checkAction(words, {"session"}, className);
+  checkAction(words, {"session"}, writeSessionExecutorClass);
   const KSLObject* settings = ObjectDB::instance()->getObjectByPath(sessionPath);
   Request request;
   request.fileName = asFileName(setting(settings, fileNameParam));
@@ -133,7 +134,7 @@ void WriteSessionExecutor::requestStop(Request& request, bool silently) const
 void WriteSessionExecutor::readParameter(const std::string& word, Request& request) const
 {
   request.other = true;
-  auto [name, value] = squeezedArgument(word, "session", className);
+  auto [name, value] = squeezedArgument(word, "session", writeSessionExecutorClass);
   if (m_parameters.count(name) == 0)
     throw diagnosed(refusal(_("Invalid parameter in %s: '%s'.", "session", name)),
                     oneOf(name, {m_parameters.begin(), m_parameters.end()}));
@@ -142,8 +143,9 @@ void WriteSessionExecutor::readParameter(const std::string& word, Request& reque
     return;
   }
   if (m_modes.count(value) == 0)
-    throw diagnosed(data::invalid(className, "invoke", _("Invalid parameter value: '%s'.", value)),
-                    oneOf(value, {m_modes.begin(), m_modes.end()}));
+    throw diagnosed(
+        data::invalid(writeSessionExecutorClass, "invoke", _("Invalid parameter value: '%s'.", value)),
+        oneOf(value, {m_modes.begin(), m_modes.end()}));
   request.mode = std::move(value);
 }
 
@@ -167,7 +169,7 @@ void WriteSessionExecutor::start(Request request, const KSLObject* settings)
     text.addParam(fileNameParam, shown);
     text.addParam(modeParam, request.mode);
     text.endObject();
-    reportUnreadable(className, "invoke", sessionPath, fileNameParam, shown);
+    reportUnreadable(writeSessionExecutorClass, "invoke", sessionPath, fileNameParam, shown);
     KSLCoreAPI::instance()->processKSL(text.text(), kslUpdateDefault);
   }
   writeHeader();
@@ -215,7 +217,7 @@ void WriteSessionExecutor::heal(const std::string& fileName)
   if (whole >= std::filesystem::file_size(fileName, failure))
     return;
   ErrorProgressReporter::instance()->reportError(
-      file::error(className, "invoke",
+      file::error(writeSessionExecutorClass, "invoke",
                   _("Session file '%s' ended with an incomplete command, which was cut off.", fileName),
                   errorType::warning));
   std::filesystem::resize_file(fileName, whole);

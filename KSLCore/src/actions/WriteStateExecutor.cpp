@@ -27,7 +27,7 @@ namespace orv {
 
 namespace {
 
-constexpr const char* className = "WriteStateExecutor";
+constexpr const char* writeStateExecutorClass = "WriteStateExecutor";
 constexpr const char* action = "savestate";
 constexpr const char* fileType = "qst";
 constexpr std::size_t width = 80;
@@ -76,8 +76,8 @@ bool isReadableHeader(const std::string& header)
 
 void reportLeftOut(const char* function, const std::string& line)
 {
-  ErrorProgressReporter::instance()->reportError(
-      data::invalid(className, function, _("Line '%s' cannot be read back.", line), errorType::warning));
+  ErrorProgressReporter::instance()->reportError(data::invalid(
+      writeStateExecutorClass, function, _("Line '%s' cannot be read back.", line), errorType::warning));
 }
 
 // Lines are not indented further: the text grows with the work, and not with the square of its depth.
@@ -156,7 +156,7 @@ void appendParameter(const KSLObject& object, const std::string& name, const std
 {
   const bool readable = isReadable(value);
   if (!readable)
-    reportUnreadable(className, "validatedParameters", object.getPath(), name, value);
+    reportUnreadable(writeStateExecutorClass, "validatedParameters", object.getPath(), name, value);
   const std::size_t start = out.size();
   out.append(indentOf(depth), ' ').append(name).append(equalSign).append(value);
   const bool plain = FileText::isPlain(std::string_view(out).substr(start));
@@ -235,7 +235,7 @@ std::vector<const KSLObject*> topObjects()
 void reportMissing(const std::string& item)
 {
   ErrorProgressReporter::instance()->reportError(
-      diagnosed(data::invalid(className, "writeStateData",
+      diagnosed(data::invalid(writeStateExecutorClass, "writeStateData",
                               _("Cannot find object %s. No state written for that object.", item)),
                 unknownObject(item)));
 }
@@ -261,7 +261,7 @@ void WriteStateExecutor::excludeObject(const std::string& type, const std::strin
 
 void WriteStateExecutor::invoke(const std::vector<std::string>& p_action)
 {
-  checkAction(p_action, {action}, className);
+  checkAction(p_action, {action}, writeStateExecutorClass);
   const Request request = readRequest(p_action);
   checkTarget(request);
   const bool everything = StringUtilities::trimmed(request.objects).empty();
@@ -303,17 +303,19 @@ WriteStateExecutor::Request WriteStateExecutor::readRequest(const std::vector<st
 void WriteStateExecutor::readArgument(const std::string& argument, Request& request,
                                       std::vector<std::string>& objects) const
 {
-  const auto [name, value] = squeezedArgument(argument, action, className);
+  const auto [name, value] = squeezedArgument(argument, action, writeStateExecutorClass);
   if (name == "filename")
     request.fileName = value;
   else if (name == "object")
     objects.push_back(value);
   else if (name != "mode")
-    throw diagnosed(ksl::invalid(className, "invoke", _("Invalid parameter in %s: '%s'.", action, name)),
-                    oneOf(name, {"filename", "mode", "object"}));
+    throw diagnosed(
+        ksl::invalid(writeStateExecutorClass, "invoke", _("Invalid parameter in %s: '%s'.", action, name)),
+        oneOf(name, {"filename", "mode", "object"}));
   else if (value != "none" && value != "overwrite")
-    throw diagnosed(data::invalid(className, "invoke", _("Invalid parameter value: '%s'.", value)),
-                    oneOf(value, {"none", "overwrite"}));
+    throw diagnosed(
+        data::invalid(writeStateExecutorClass, "invoke", _("Invalid parameter value: '%s'.", value)),
+        oneOf(value, {"none", "overwrite"}));
   else
     request.mode = value;
 }
@@ -322,18 +324,18 @@ void WriteStateExecutor::checkTarget(const Request& request)
 {
   const WriteSessionExecutor* writer = KSLCoreAPI::instance()->getSessionWriter();
   if (writer && writer->isRecordingTo(request.fileName))
-    throw file::error(className, "invoke",
+    throw file::error(writeStateExecutorClass, "invoke",
                       _("File '%s' is the session file that is being written.", request.fileName));
   if (request.mode == "Overwrite")
     return;
   if (request.mode != "None")
-    throw ksl::invalid(className, "invoke", _("Invalid parameter value: %s.", "mode"));
+    throw ksl::invalid(writeStateExecutorClass, "invoke", _("Invalid parameter value: %s.", "mode"));
   struct stat status {};
   if (::stat(request.fileName.c_str(), &status) == 0)
-    throw file::error(className, "invoke", _("Overwrite not allowed: %s", request.fileName));
+    throw file::error(writeStateExecutorClass, "invoke", _("Overwrite not allowed: %s", request.fileName));
   const int failure = errno;
   if (failure != ENOENT)
-    throw file::error(className, "invoke",
+    throw file::error(writeStateExecutorClass, "invoke",
                       _("File status error: '%s' - %s.", request.fileName, Error::getSystemError(failure)));
 }
 

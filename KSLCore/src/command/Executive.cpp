@@ -28,7 +28,7 @@ namespace orv {
 
 namespace {
 
-constexpr const char* source = "KSLCore/src/Executive";
+constexpr const char* executiveSource = "KSLCore/src/Executive";
 constexpr auto forward = KSLChangeList::Direction::forward;
 
 }  // namespace
@@ -41,7 +41,7 @@ void Executive::doAction(std::string line)
   const std::vector<std::string> words = ActionExecutor::splitActionLine(line);
   if (words.empty())
     throw ksl::invalid("Executive", "doAction", _("Empty action line."));
-  if (!assertThat(m_actionFactory != nullptr, "m_actionFactory", source))
+  if (!assertThat(m_actionFactory != nullptr, "m_actionFactory", executiveSource))
     throw internal::error("Executive", "doAction", _("Pointer to ActionFactory not set."));
   m_actionFactory->getExecutor(words.front())->invoke(words);
 }

@@ -45,7 +45,7 @@ namespace orv {
 
 namespace {
 
-constexpr const char* source = "KSLCore/src/History";
+constexpr const char* historySource = "KSLCore/src/History";
 
 // What an observer of a recovery throws has no one to go to.
 void notifyQuietly(CommandNotifier::Notification type)
@@ -158,13 +158,14 @@ void History::confirm()
 
 void History::checkRest() const
 {
-  assertThat(m_mode == NORMAL, "m_mode == NORMAL", source);
-  assertThat(m_undoStack.isDelimited() && m_redoStack.isDelimited(), "the stacks are delimited", source);
-  assertThat(!m_undoStack.top() || !m_undoStack.top()->empty(), "no empty step to undo", source);
-  assertThat(!m_redoStack.top() || !m_redoStack.top()->empty(), "no empty step to redo", source);
-  assertThat(!m_application, "!m_application", source);
-  assertThat(m_steps.empty(), "m_steps.empty()", source);
-  assertThat(!m_error->isPending(), "!m_error->isPending()", source);
+  assertThat(m_mode == NORMAL, "m_mode == NORMAL", historySource);
+  assertThat(m_undoStack.isDelimited() && m_redoStack.isDelimited(), "the stacks are delimited",
+             historySource);
+  assertThat(!m_undoStack.top() || !m_undoStack.top()->empty(), "no empty step to undo", historySource);
+  assertThat(!m_redoStack.top() || !m_redoStack.top()->empty(), "no empty step to redo", historySource);
+  assertThat(!m_application, "!m_application", historySource);
+  assertThat(m_steps.empty(), "m_steps.empty()", historySource);
+  assertThat(!m_error->isPending(), "!m_error->isPending()", historySource);
 }
 
 // --------------------------------------------------------------------------------------------------- undo and redo

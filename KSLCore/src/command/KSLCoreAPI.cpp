@@ -10,13 +10,13 @@ namespace orv {
 
 namespace {
 
-constinit ContextLocal<KSLCoreAPI*> theInstance(ContextEnd::observers, &KSLCoreAPI::destroyInstance);
+constinit ContextLocal<KSLCoreAPI*> theKSLCoreAPI(ContextEnd::observers, &KSLCoreAPI::destroyInstance);
 
 }  // namespace
 
 KSLCoreAPI* KSLCoreAPI::instance()
 {
-  KSLCoreAPI*& instance = *theInstance;
+  KSLCoreAPI*& instance = *theKSLCoreAPI;
   if (!instance)
     instance = new KSLCoreAPI;
   return instance;
@@ -24,12 +24,12 @@ KSLCoreAPI* KSLCoreAPI::instance()
 
 KSLCoreAPI* KSLCoreAPI::current() noexcept
 {
-  return *theInstance;
+  return *theKSLCoreAPI;
 }
 
 void KSLCoreAPI::destroyInstance()
 {
-  delete std::exchange(*theInstance, nullptr);
+  delete std::exchange(*theKSLCoreAPI, nullptr);
 }
 
 KSLCoreAPI::KSLCoreAPI()

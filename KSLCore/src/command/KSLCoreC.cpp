@@ -14,7 +14,7 @@ using namespace orv;
 
 namespace {
 
-constexpr const char* className = "KSLCoreC";
+constexpr const char* kslCoreCClass = "KSLCoreC";
 
 // The function's word with what it was asked; every failure inside names it.
 struct Call {
@@ -23,9 +23,9 @@ struct Call {
   std::string text(const char* argument, const char* name) const
   {
     if (!argument)
-      throw internal::nullPointer(className, function, _("Input parameter %s is a null pointer.", name));
+      throw internal::nullPointer(kslCoreCClass, function, _("Input parameter %s is a null pointer.", name));
     if (!*argument)
-      throw data::invalid(className, function, _("Input parameter %s is empty.", name));
+      throw data::invalid(kslCoreCClass, function, _("Input parameter %s is empty.", name));
     return argument;
   }
 
@@ -41,7 +41,7 @@ struct Call {
   {
     const KSLObject* found = findObject(object);
     if (!found)
-      throw data::notFound(className, function, _("Object '%s' does not exist.", object));
+      throw data::notFound(kslCoreCClass, function, _("Object '%s' does not exist.", object));
     return *found;
   }
 };
@@ -192,7 +192,7 @@ void reportError(const char* text, int level)
 {
   guarded("reportError", [&](const Call& call) {
     ErrorProgressReporter::instance()->reportError(
-        ErrorMsg(className, call.function, call.text(text, "text"), knownLevel(level)));
+        ErrorMsg(kslCoreCClass, call.function, call.text(text, "text"), knownLevel(level)));
     return true;
   });
 }

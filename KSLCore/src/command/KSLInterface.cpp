@@ -38,9 +38,9 @@ namespace orv {
 
 namespace {
 
-constinit ContextLocal<KSLInterface*> theInstance(ContextEnd::commands, &KSLInterface::destroyInstance);
+constinit ContextLocal<KSLInterface*> theKSLInterface(ContextEnd::commands, &KSLInterface::destroyInstance);
 
-constexpr const char* source = "KSLCore/src/KSLInterface";
+constexpr const char* kslInterfaceSource = "KSLCore/src/KSLInterface";
 
 }  // namespace
 
@@ -71,7 +71,7 @@ class KSLInterface::ActionHandler final : public KSLActionHandler {
 
 KSLInterface* KSLInterface::instance()
 {
-  KSLInterface*& instance = *theInstance;
+  KSLInterface*& instance = *theKSLInterface;
   if (!instance)
     instance = new KSLInterface;
   return instance;
@@ -79,7 +79,7 @@ KSLInterface* KSLInterface::instance()
 
 void KSLInterface::destroyInstance()
 {
-  delete std::exchange(*theInstance, nullptr);
+  delete std::exchange(*theKSLInterface, nullptr);
 }
 
 KSLInterface::KSLInterface()
@@ -243,7 +243,7 @@ bool KSLInterface::beginCommand()
 
 bool KSLInterface::endCommand(bool keep)
 {
-  assertThat(m_entryCount == 1, "m_entryCount == 1", source);
+  assertThat(m_entryCount == 1, "m_entryCount == 1", kslInterfaceSource);
   const ScopeGuard end([this] { endParse(kslUpdateDefault); });
   try {
     if (keep && !m_error->isPending())
@@ -306,7 +306,7 @@ void KSLInterface::endParse(kslUpdateMode outerMode)
 
 void KSLInterface::handleParseException(bool force)
 {
-  assertThat(m_entryCount > 0, "m_entryCount > 0", source);
+  assertThat(m_entryCount > 0, "m_entryCount > 0", kslInterfaceSource);
   if (m_entryCount != 1 && !force)
     throw AbortException(m_error->get());
   takeBack();

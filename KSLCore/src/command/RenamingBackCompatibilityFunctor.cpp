@@ -13,13 +13,14 @@ namespace orv {
 
 namespace {
 
-constexpr const char* className = "RenamingBackCompatibilityFunctor";
+constexpr const char* renamingBackCompatibilityFunctorClass = "RenamingBackCompatibilityFunctor";
 constexpr std::string_view replaceWord = "&replace ";
 
-void requireText(const std::string& text, const char* function, const char* name)
+void requireNamed(const std::string& text, const char* function, const char* name)
 {
   if (text.empty())
-    throw data::invalid(className, function, _("Input parameter %s is empty.", name));
+    throw data::invalid(renamingBackCompatibilityFunctorClass, function,
+                        _("Input parameter %s is empty.", name));
 }
 
 // Puts `text` in place of a part of the line, given by a view into it.
@@ -51,27 +52,29 @@ void RenamingBackCompatibilityFunctor::addTo(Names& table, const std::string& fr
   if (const auto known = table.find(from); known != table.end()) {
     if (known->second == to)
       return;
-    throw data::invalid(className, function, _("'%s' is already renamed to '%s'.", from, known->second));
+    throw data::invalid(renamingBackCompatibilityFunctorClass, function,
+                        _("'%s' is already renamed to '%s'.", from, known->second));
   }
   if (lastOf(table, to) == from)
-    throw data::invalid(className, function, _("Renaming '%s' to '%s' leads back to '%s'.", from, to, from));
+    throw data::invalid(renamingBackCompatibilityFunctorClass, function,
+                        _("Renaming '%s' to '%s' leads back to '%s'.", from, to, from));
   table.emplace(from, to);
 }
 
 void RenamingBackCompatibilityFunctor::renameType(const std::string& oldType, const std::string& newType)
 {
-  requireText(oldType, "renameType", "p_oldType");
-  requireText(newType, "renameType", "p_newType");
+  requireNamed(oldType, "renameType", "p_oldType");
+  requireNamed(newType, "renameType", "p_newType");
   addTo(m_types, oldType, newType, "renameType");
 }
 
 void RenamingBackCompatibilityFunctor::renameParameter(const std::string& oldType, const std::string& oldName,
                                                        const std::string& newType, const std::string& newName)
 {
-  requireText(oldType, "renameParameter", "p_oldType");
-  requireText(oldName, "renameParameter", "p_oldName");
-  requireText(newType, "renameParameter", "p_newType");
-  requireText(newName, "renameParameter", "p_newName");
+  requireNamed(oldType, "renameParameter", "p_oldType");
+  requireNamed(oldName, "renameParameter", "p_oldName");
+  requireNamed(newType, "renameParameter", "p_newType");
+  requireNamed(newName, "renameParameter", "p_newName");
   Names types = m_types;
   addTo(types, oldType, newType, "renameParameter");
   addTo(m_parameters[oldType], oldName, newName, "renameParameter");
@@ -80,16 +83,16 @@ void RenamingBackCompatibilityFunctor::renameParameter(const std::string& oldTyp
 
 void RenamingBackCompatibilityFunctor::dropParameter(const std::string& oldType, const std::string& oldName)
 {
-  requireText(oldType, "dropParameter", "p_oldType");
-  requireText(oldName, "dropParameter", "p_oldName");
+  requireNamed(oldType, "dropParameter", "p_oldType");
+  requireNamed(oldName, "dropParameter", "p_oldName");
   addTo(m_parameters[oldType], oldName, {}, "dropParameter");
 }
 
 void RenamingBackCompatibilityFunctor::renameValue(const std::string& type, const std::string& name,
                                                    const std::string& oldValue, const std::string& newValue)
 {
-  requireText(type, "renameValue", "p_type");
-  requireText(name, "renameValue", "p_name");
+  requireNamed(type, "renameValue", "p_type");
+  requireNamed(name, "renameValue", "p_name");
   addTo(m_values[{type, name}], oldValue, newValue, "renameValue");
 }
 

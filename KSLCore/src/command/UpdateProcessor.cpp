@@ -245,18 +245,18 @@ void UpdateProcessor::noteChanged(const std::string& path)
 
 namespace {
 
-constexpr const char* source = "KSLCore/src/Executive";
+constexpr const char* updateProcessorSource = "KSLCore/src/Executive";
 
 }  // namespace
 
 void InternalParamUpdateProcessor::newObject(const std::string&)
 {
-  reportAssertion("Unexpected call to InternalParamChangeProcessor::newObject", source);
+  reportAssertion("Unexpected call to InternalParamChangeProcessor::newObject", updateProcessorSource);
 }
 
 void InternalParamUpdateProcessor::deletedObject(const std::string&)
 {
-  reportAssertion("Unexpected call to InternalParamChangeProcessor::deletedObject", source);
+  reportAssertion("Unexpected call to InternalParamChangeProcessor::deletedObject", updateProcessorSource);
 }
 
 void InternalParamUpdateProcessor::newParam(const std::string& path, const std::string& name,
@@ -274,7 +274,7 @@ void InternalParamUpdateProcessor::changedParam(const std::string& path, const s
 
 void InternalParamUpdateProcessor::deletedParam(const std::string&, const std::string&, const std::string&)
 {
-  reportAssertion("Unexpected call to InternalParamChangeProcessor::deletedParam", source);
+  reportAssertion("Unexpected call to InternalParamChangeProcessor::deletedParam", updateProcessorSource);
 }
 
 }  // namespace orv

@@ -11,7 +11,7 @@ namespace orv {
 
 namespace {
 
-constexpr const char* className = "DataKSLObject";
+constexpr const char* dataKSLObjectClass = "DataKSLObject";
 
 // True when a "Logical" parameter is given another word for the truth value that it has. Words that are none
 // differ.
@@ -43,7 +43,7 @@ DataKSLObject::~DataKSLObject()
 void DataKSLObject::registerBaseType()
 {
   auto prototype = std::make_unique<DataKSLObject>();
-  registerBaseTypeWithFactory(className, prototype.get());
+  registerBaseTypeWithFactory(dataKSLObjectClass, prototype.get());
   (void)prototype.release();  // the factory's, now that it has taken it
 }
 
@@ -60,7 +60,7 @@ void DataKSLObject::setPending() {}
 
 SchedulerObject* DataKSLObject::getSchedulerObject(const std::string& schedulerType) const
 {
-  throw data::notFound(className, "getSchedulerObject",
+  throw data::notFound(dataKSLObjectClass, "getSchedulerObject",
                        _("Scheduler type '%s' for object type '%s' not found.", schedulerType, getType()));
 }
 
@@ -87,7 +87,7 @@ std::string DataKSLObject::setValue(const std::string& name, const std::string& 
   const bool lineUnread = takeLineUnread();
   ParamDefinition* param = findParamToSet(name, value);
   if (!param)
-    throw diagnosed(data::notFound(className, "setValue",
+    throw diagnosed(data::notFound(dataKSLObjectClass, "setValue",
                                    _("Parameter '%s' is not recognized on object '%s'.", name, getPath())),
                     unknownParam(name));
   if (lineUnread) {
@@ -113,15 +113,17 @@ std::string DataKSLObject::setValueWithoutPending(const std::string& name, const
 {
   ParamDefinition* param = findParamToSet(name, value);
   if (!param)
-    throw diagnosed(data::notFound(className, "setValue", _("Parameter '%s' is not recognized.", name)),
-                    unknownParam(name));
+    throw diagnosed(
+        data::notFound(dataKSLObjectClass, "setValue", _("Parameter '%s' is not recognized.", name)),
+        unknownParam(name));
   return param->setValue(value);
 }
 
 std::string DataKSLObject::setValueInternal(ParamDefinition* param, const std::string& value)
 {
   if (!param)
-    throw internal::nullPointer(className, "setValue", _("Input parameter %s is a null pointer.", "p_param"));
+    throw internal::nullPointer(dataKSLObjectClass, "setValue",
+                                _("Input parameter %s is a null pointer.", "p_param"));
   std::string before = param->getValue();
   setText(*param, value);
   return before;
@@ -129,17 +131,17 @@ std::string DataKSLObject::setValueInternal(ParamDefinition* param, const std::s
 
 void DataKSLObject::addScheduler(const std::string&)
 {
-  throw data::invalid(className, "addScheduler", _("Cannot add scheduler to type DataKSLObject."));
+  throw data::invalid(dataKSLObjectClass, "addScheduler", _("Cannot add scheduler to type DataKSLObject."));
 }
 
 void DataKSLObject::addSchedulerLink(const std::string&, const std::string&)
 {
-  throw data::invalid(className, "addScheduler", _("Cannot add scheduler to type DataKSLObject."));
+  throw data::invalid(dataKSLObjectClass, "addScheduler", _("Cannot add scheduler to type DataKSLObject."));
 }
 
 void DataKSLObject::addFunction(const std::string&, const std::string&, const std::string&)
 {
-  throw data::invalid(className, "addScheduler", _("Cannot add function to type DataKSLObject."));
+  throw data::invalid(dataKSLObjectClass, "addScheduler", _("Cannot add function to type DataKSLObject."));
 }
 
 }  // namespace orv

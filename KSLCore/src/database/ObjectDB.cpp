@@ -17,9 +17,9 @@ namespace orv {
 
 namespace {
 
-constinit ContextLocal<ObjectDB*> theInstance(ContextEnd::objects, &ObjectDB::destroyInstance);
+constinit ContextLocal<ObjectDB*> theObjectDB(ContextEnd::objects, &ObjectDB::destroyInstance);
 
-constexpr const char* className = "ObjectDB";
+constexpr const char* objectDBClass = "ObjectDB";
 
 // True when simplifying would leave the path as it is: no empty component, no ".", no slash at the end.
 bool isNormal(std::string_view path)
@@ -42,7 +42,7 @@ bool isNormal(std::string_view path)
 void requireText(const std::string& text, const char* function, const char* name)
 {
   if (text.empty())
-    throw data::invalid(className, function, _("Input parameter %s is empty.", name));
+    throw data::invalid(objectDBClass, function, _("Input parameter %s is empty.", name));
 }
 
 bool pathBefore(const KSLObject* a, const KSLObject* b)
@@ -104,7 +104,7 @@ class ObjectDB::DeleteGuard {
 
 ObjectDB* ObjectDB::instance()
 {
-  ObjectDB*& instance = *theInstance;
+  ObjectDB*& instance = *theObjectDB;
   if (!instance)
     instance = new ObjectDB;
   return instance;
@@ -112,14 +112,14 @@ ObjectDB* ObjectDB::instance()
 
 ObjectDB* ObjectDB::current() noexcept
 {
-  ObjectDB* const instance = *theInstance;
+  ObjectDB* const instance = *theObjectDB;
   return instance && !instance->m_ending ? instance : nullptr;
 }
 
 // Objects that end may still ask the database, so it stays reachable until all are gone.
 void ObjectDB::destroyInstance()
 {
-  ObjectDB*& instance = *theInstance;
+  ObjectDB*& instance = *theObjectDB;
   delete instance;
   instance = nullptr;
   KSLObject::resetPathNormaliser();
@@ -215,7 +215,7 @@ KSLObject* ObjectDB::getObjectByName(const std::string& name) const
     return nullptr;
   const std::vector<KSLObject*> found = m_rootHolder->getChildObjectsByName(name);
   if (found.size() > 1)
-    throw diagnosed(data::invalid(className, "getObjectByName", _("Object name %s is ambiguous.", name)),
+    throw diagnosed(data::invalid(objectDBClass, "getObjectByName", _("Object name %s is ambiguous.", name)),
                     severalObjects(name, found));
   return found.empty() ? nullptr : found.front();
 }
@@ -227,23 +227,23 @@ ObjectHolder* ObjectDB::checkedParentOf(const KSLObject* object) const
   constexpr const char* function = "addObject";
   const auto requireField = [&](const std::string& text, const char* field) {
     if (text.empty())
-      throw data::invalid(className, function, _("Invalid KSLObject. %s field is empty.", field));
+      throw data::invalid(objectDBClass, function, _("Invalid KSLObject. %s field is empty.", field));
   };
   if (!object)
-    throw internal::badParam(className, function, _("Null pointer to %s.", "KSLObject"));
+    throw internal::badParam(objectDBClass, function, _("Null pointer to %s.", "KSLObject"));
   const std::string& path = object->getPath();
   requireField(object->getType(), "Type");
   requireField(object->getName(), "name");
   requireField(path, "path");
   if (hasObject(path))
-    throw data::duplicate(className, function,
+    throw data::duplicate(objectDBClass, function,
                           _("KSLObject '%s' (path '%s') already exists.", object->getName(), path));
   ObjectHolder* parent = findParentHolder(path);
   if (!parent)  // the blank that is missing in this text is missed by nobody: it is compared as it stands
-    throw data::invalid(className, function,
+    throw data::invalid(objectDBClass, function,
                         _("Parent of new object ('%s')does not exist in the database.", path));
   if (!isNormal(path))
-    throw data::invalid(className, function, _("Path '%s' is not normal.", path));
+    throw data::invalid(objectDBClass, function, _("Path '%s' is not normal.", path));
   return parent;
 }
 
@@ -290,9 +290,9 @@ void ObjectDB::deleteObject(const std::string& path)
   requireText(path, "deleteObject", "p_path");
   ObjectHolder* holder = findObjectHolder(path);
   if (!holder)
-    throw data::notFound(className, "deleteObject", _("%s '%s' does not exist.", "KSLObject", path));
+    throw data::notFound(objectDBClass, "deleteObject", _("%s '%s' does not exist.", "KSLObject", path));
   if (!holder->getParentHolder())
-    throw internal::error(className, "deleteObject",
+    throw internal::error(objectDBClass, "deleteObject",
                           _("Attempt to delete object that has no parent object ('%s')", path));
   doDeleteObject(holder);
 }
@@ -323,7 +323,7 @@ ObjectHolder* ObjectDB::holderOf(const KSLObject* child) const
 {
   if (ObjectHolder* holder = m_index->find(child->getPath()))
     return holder;
-  throw internal::error(className, "doDeleteObject",
+  throw internal::error(objectDBClass, "doDeleteObject",
                         _("%s '%s' does not exist.", "KSLObject", child->getPath()));
 }
 
@@ -342,7 +342,7 @@ void ObjectDB::removeLeaf(ObjectHolder* holder)
 void ObjectDB::registerChangeNotify(DBChangeNotify* observer)
 {
   if (observer && m_changeNotify)
-    throw internal::error(className, "registerChangeNotify",
+    throw internal::error(objectDBClass, "registerChangeNotify",
                           _("Attempt to register DBChangeNotify when one is already registered."));
   if (!observer && m_changeNotify)
     m_index->forEach([](ObjectHolder* holder) { holder->getObject()->registerObjectChangeNotify(nullptr); });
@@ -518,7 +518,7 @@ void ObjectDB::appendStateOf(const std::string& pathOrName, std::string& text) c
       pathOrName.front() == '/' ? getObjectByPath(pathOrName) : getObjectByName(pathOrName);
   if (!object) {
     ErrorProgressReporter::instance()->reportError(data::notFound(
-        className, "getState", _("Object '%s' does not exist.", pathOrName), errorType::warning));
+        objectDBClass, "getState", _("Object '%s' does not exist.", pathOrName), errorType::warning));
     return;
   }
   text.append(1, '\n').append(51, '-').append(1, '\n');

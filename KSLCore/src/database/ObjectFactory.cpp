@@ -11,15 +11,15 @@ namespace orv {
 
 namespace {
 
-constinit ContextLocal<ObjectFactory*> theInstance(ContextEnd::types, &ObjectFactory::destroyInstance);
+constinit ContextLocal<ObjectFactory*> theObjectFactory(ContextEnd::types, &ObjectFactory::destroyInstance);
 
-constexpr const char* className = "ObjectFactory";
+constexpr const char* objectFactoryClass = "ObjectFactory";
 
 template <class T>
 void requirePrototype(const T* prototype, const char* function)
 {
   if (!prototype)
-    throw internal::nullPointer(className, function,
+    throw internal::nullPointer(objectFactoryClass, function,
                                 _("Input parameter %s is a null pointer.", "p_prototype"));
 }
 
@@ -44,7 +44,7 @@ ObjectFactory::~ObjectFactory() = default;
 
 ObjectFactory* ObjectFactory::instance()
 {
-  ObjectFactory*& instance = *theInstance;
+  ObjectFactory*& instance = *theObjectFactory;
   if (!instance)
     instance = new ObjectFactory;
   return instance;
@@ -52,7 +52,7 @@ ObjectFactory* ObjectFactory::instance()
 
 void ObjectFactory::destroyInstance()
 {
-  ObjectFactory*& instance = *theInstance;
+  ObjectFactory*& instance = *theObjectFactory;
   delete instance;
   instance = nullptr;
   Category::resetRegistry();
@@ -62,9 +62,10 @@ void ObjectFactory::registerBaseType(const std::string& name, std::unique_ptr<KS
 {
   requirePrototype(prototype.get(), "registerBaseType");
   if (name.empty())  // "$1" is no directive: the text has been read like this for ever
-    throw ksl::error(className, "registerBaseType", _("Invalid KSLObject. $1 field is empty.", "p_baseType"));
+    throw ksl::error(objectFactoryClass, "registerBaseType",
+                     _("Invalid KSLObject. $1 field is empty.", "p_baseType"));
   if (m_baseTypes.count(name))
-    throw ksl::error(className, "registerBaseType",
+    throw ksl::error(objectFactoryClass, "registerBaseType",
                      _("Duplicate data: KSLObject base type '%s' already exists.", name));
   auto& place = m_baseTypes[name];
   place = std::move(prototype);
@@ -79,7 +80,7 @@ std::unique_ptr<KSLObject> ObjectFactory::createBaseType(const std::string& name
 {
   const auto found = m_baseTypes.find(name);
   if (found == m_baseTypes.end())
-    throw data::notFound(className, "createBaseType", _("Could not find base type: %s", name));
+    throw data::notFound(objectFactoryClass, "createBaseType", _("Could not find base type: %s", name));
   return std::unique_ptr<KSLObject>(found->second->clone());
 }
 
@@ -88,7 +89,7 @@ std::unique_ptr<KSLObject> ObjectFactory::createObject(const std::string& parent
 {
   const KSLObject* prototype = findPrototype(type);
   if (!prototype)
-    throw diagnosed(data::notFound(className, "createObject", _("Could not find object: %s", type)),
+    throw diagnosed(data::notFound(objectFactoryClass, "createObject", _("Could not find object: %s", type)),
                     oneOf(type, getObjectTypes()));
   std::unique_ptr<KSLObject> object(prototype->clone());
   object->initialize(parentPath, name);
@@ -105,9 +106,9 @@ void ObjectFactory::addObject(std::unique_ptr<KSLObject>&& prototype)
   requirePrototype(prototype.get(), "addObject");
   const std::string& type = prototype->getType();
   if (type.empty())
-    throw ksl::error(className, "addObject", _("Invalid KSLObject. $1 field is empty.", "Type"));
+    throw ksl::error(objectFactoryClass, "addObject", _("Invalid KSLObject. $1 field is empty.", "Type"));
   if (m_objects.count(type))
-    throw data::duplicate(className, "addObject",
+    throw data::duplicate(objectFactoryClass, "addObject",
                           _("Duplicate data: KSLObject type '%s' already exists.", type));
   auto& place = m_objects[type];
   place = std::move(prototype);
@@ -123,7 +124,7 @@ void ObjectFactory::addParam(std::unique_ptr<ParamDefinition>&& prototype)
   requirePrototype(prototype.get(), "addParam");
   const std::string& name = prototype->getName();
   if (m_params.count(name))  // the function word is the objects' one, on purpose
-    throw data::duplicate(className, "addParameter",
+    throw data::duplicate(objectFactoryClass, "addParameter",
                           _("Duplicate data: Parameter '%s' already exists.", name));
   auto& place = m_params[name];
   place = std::move(prototype);
@@ -138,7 +139,7 @@ std::unique_ptr<ParamDefinition> ObjectFactory::createParam(const std::string& n
 {
   const auto found = m_params.find(name);
   if (found == m_params.end())
-    throw data::notFound(className, "createParam", _("Could not find parameter: %s", name));
+    throw data::notFound(objectFactoryClass, "createParam", _("Could not find parameter: %s", name));
   return found->second->clone();
 }
 

@@ -14,7 +14,7 @@ namespace orv {
 
 namespace {
 
-constexpr const char* className = "ParamDefinition";
+constexpr const char* paramDefinitionClass = "ParamDefinition";
 
 refcnt_ptr<const ParamDefinition::Rules> makeRules(std::string name, std::string localType,
                                                    std::string remoteType, std::string type,
@@ -33,7 +33,7 @@ refcnt_ptr<const ParamDefinition::Rules> makeRules(std::string name, std::string
 refcnt_ptr<const ParamDefinition::Rules> checkedRules(refcnt_ptr<const ParamDefinition::Rules> rules)
 {
   if (!rules)
-    throw internal::nullPointer(className, "ParamDefinition",
+    throw internal::nullPointer(paramDefinitionClass, "ParamDefinition",
                                 _("Input parameter %s is a null pointer.", "p_rules"));
   return rules;
 }
@@ -174,9 +174,9 @@ data::invalid ParamDefinition::refusal(const std::string& text) const
   });
   Diagnostic more = oneOf(wrong == items.end() ? text : *wrong, m_rules->allowedInOrder);
   more.parameter = getName();
-  return diagnosed(
-      data::invalid(className, "setValue", _("Parameter '%s' cannot have value '%s'.", getName(), text)),
-      std::move(more));
+  return diagnosed(data::invalid(paramDefinitionClass, "setValue",
+                                 _("Parameter '%s' cannot have value '%s'.", getName(), text)),
+                   std::move(more));
 }
 
 std::string ParamDefinition::setValue(std::string text)
@@ -234,7 +234,7 @@ void ParamDefinition::notify()
 void ParamDefinition::setNotifyChange(NotifyChange* observer)
 {
   if (m_notifyChange && observer)
-    throw internal::error(className, "setNotifyChange",
+    throw internal::error(paramDefinitionClass, "setNotifyChange",
                           _("Attempt to register NotifyChange when one is already registered."));
   m_notifyChange = observer;
 }
@@ -273,24 +273,25 @@ std::map<std::string, std::string> ParamDefinition::createNameValueMap(const std
 
 void ParamDefinition::throwOutOfRange(const char* function, const std::string& text) const
 {
-  throw diagnosed(
-      data::invalid(className, function, _("Value '%s' of parameter '%s' is out of range.", text, getName())),
-      {.parameter = getName(), .subject = text});
+  throw diagnosed(data::invalid(paramDefinitionClass, function,
+                                _("Value '%s' of parameter '%s' is out of range.", text, getName())),
+                  {.parameter = getName(), .subject = text});
 }
 
 int ParamDefinition::readInt(const std::string& text) const
 {
   if (text.empty())
-    throw data::invalid(className, "getIntValueInternal", _("No value for parameter %s.", getName()));
+    throw data::invalid(paramDefinitionClass, "getIntValueInternal",
+                        _("No value for parameter %s.", getName()));
   if (const std::optional<int> number = scanInt(text))
     return *number;
   std::optional<Quantity> quantity = scanQuantity(text);
   if (!quantity || quantity->hasUnits())  // the evaluator knows whether units count as a number
     quantity = ExpressionEvaluator::evalSingleValue(text, getName());
   if (quantity->hasUnits())
-    throw diagnosed(
-        data::invalid(className, "getIntValue", _("Integer parameter value %s must be Dimensionless.", text)),
-        {.parameter = getName(), .subject = text});
+    throw diagnosed(data::invalid(paramDefinitionClass, "getIntValue",
+                                  _("Integer parameter value %s must be Dimensionless.", text)),
+                    {.parameter = getName(), .subject = text});
   const double truncated = std::trunc(quantity->getValue());
   if (!fitsInt(truncated))
     throwOutOfRange("getIntValue", text);
@@ -313,7 +314,7 @@ std::vector<int> ParamDefinition::getIntArray() const
 Quantity ParamDefinition::readQuantity(const std::string& text) const
 {
   if (text.empty())
-    throw data::invalid(className, "getQuantityValueInternal",
+    throw data::invalid(paramDefinitionClass, "getQuantityValueInternal",
                         _("Value for parameter '%s' is empty.", getName()));
   const std::optional<Quantity> quantity = scanQuantity(text);
   if (!quantity)
@@ -382,7 +383,7 @@ TripletBase<float> ParamDefinition::getTripletValue(const std::string& units) co
 void ParamDefinition::requireTriplet(std::size_t count) const
 {
   if (count != 3)
-    throw data::invalid(className, "getTripletValue",
+    throw data::invalid(paramDefinitionClass, "getTripletValue",
                         _("Parameter %s must have exactly three values.", getName()));
 }
 
@@ -392,7 +393,7 @@ bool ParamDefinition::getBoolValue(const std::string& text) const
   const bool value = StringUtilities::isTrue(text, recognised);
   if (!recognised)
     throw diagnosed(
-        data::invalid(className, "getBoolValue",
+        data::invalid(paramDefinitionClass, "getBoolValue",
                       _("Parameter '%s' (of type boolean) cannot have value '%s'.", getName(), text)),
         {.parameter = getName(), .subject = text, .valid = {"True", "False"}});
   return value;

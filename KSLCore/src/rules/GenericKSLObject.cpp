@@ -18,7 +18,7 @@ namespace orv {
 
 namespace {
 
-constexpr const char* className = "GenericKSLObject";
+constexpr const char* genericKSLObjectClass = "GenericKSLObject";
 
 std::string notFoundText(std::string_view schedulerType, const std::string& objectType)
 {
@@ -31,7 +31,7 @@ void runEnding(Step step) noexcept
 {
   const auto report = [](std::string text) {
     ErrorProgressReporter::instance()->reportError(
-        internal::error(className, "~GenericKSLObject", std::move(text)));
+        internal::error(genericKSLObjectClass, "~GenericKSLObject", std::move(text)));
   };
   constexpr const char* operation = "~GenericKSLObject";
   try {
@@ -81,7 +81,7 @@ SchedulerTypes& GenericKSLObject::writableTypes()
 void GenericKSLObject::addScheduler(const std::string& schedulerType)
 {
   if (m_types && m_types->find(schedulerType) != SchedulerTypes::npos)
-    throw data::duplicate(className, "addSchedulerObject",
+    throw data::duplicate(genericKSLObjectClass, "addSchedulerObject",
                           _("Duplicate data: Scheduler type '%s' already exists.", schedulerType));
   writableTypes().insert(schedulerType);
 }
@@ -91,9 +91,9 @@ void GenericKSLObject::addFunction(const std::string& schedulerType, const std::
 {
   const std::size_t index = m_types ? m_types->find(schedulerType) : SchedulerTypes::npos;
   if (index == SchedulerTypes::npos)
-    throw data::notFound(className, "addFunction", notFoundText(schedulerType, getType()));
+    throw data::notFound(genericKSLObjectClass, "addFunction", notFoundText(schedulerType, getType()));
   if (!m_types->entries[index].function.name.empty())
-    throw data::duplicate(className, "addFunction",
+    throw data::duplicate(genericKSLObjectClass, "addFunction",
                           _("Duplicate data: Scheduler type '%s' for object type '%s' already exists.",
                             schedulerType, getType()));
   writableTypes().entries[index].function = {library, function};
@@ -104,7 +104,7 @@ void GenericKSLObject::addSchedulerLink(const std::string& from, const std::stri
   const std::pair<std::string, std::string> link(from, to);
   if (m_types && std::find(m_types->links.begin(), m_types->links.end(), link) != m_types->links.end())
     throw data::duplicate(
-        className, "addSchedulerLink",
+        genericKSLObjectClass, "addSchedulerLink",
         _("Duplicate scheduler link between '%s:%s' and '%s:%s'.", getType(), from, getType(), to));
   auto& all = writableTypes().links;
   const auto behind =
@@ -161,7 +161,7 @@ GenericKSLObject::~GenericKSLObject()
 void GenericKSLObject::registerBaseType()
 {
   auto prototype = std::make_unique<GenericKSLObject>();
-  registerBaseTypeWithFactory(className, prototype.get());
+  registerBaseTypeWithFactory(genericKSLObjectClass, prototype.get());
   (void)prototype.release();  // the factory's, now that it has taken it
 }
 
@@ -203,7 +203,7 @@ void GenericKSLObject::initialize(const std::string& name)
 void GenericKSLObject::checkNotInitialized() const
 {
   if (!m_schedulers.empty())
-    throw data::invalid(className, "initialize",
+    throw data::invalid(genericKSLObjectClass, "initialize",
                         _("Scheduler object of type '%s' in object '%s' is not null.",
                           m_schedulers.front().getType(), getName()));
 }
@@ -239,7 +239,7 @@ SchedulerObject* GenericKSLObject::getSchedulerObject(const std::string& schedul
 {
   if (SchedulerObject* scheduler = findSchedulerObject(schedulerType))
     return scheduler;
-  throw data::notFound(className, "getSchedulerObject", notFoundText(schedulerType, getType()));
+  throw data::notFound(genericKSLObjectClass, "getSchedulerObject", notFoundText(schedulerType, getType()));
 }
 
 void GenericKSLObject::setPending()
@@ -326,8 +326,8 @@ void GenericKSLObject::calculate(const std::string& schedulerType)
   if (!instance) {
     if (!loader->getLastError().empty())
       ErrorProgressReporter::instance()->reportError(
-          ErrorMsg(className, "calculate", loader->getLastError(), errorType::warning));
-    throw data::notFound(className, "calculate",
+          ErrorMsg(genericKSLObjectClass, "calculate", loader->getLastError(), errorType::warning));
+    throw data::notFound(genericKSLObjectClass, "calculate",
                          _("Calculate function '%s' in library '%s' for object type '%s' was not found.",
                            function.name, function.library, getType()));
   }

@@ -11,7 +11,7 @@ namespace orv {
 
 namespace {
 
-constexpr const char* className = "SchedulerObject";
+constexpr const char* schedulerObjectClass = "SchedulerObject";
 
 }  // namespace
 
@@ -81,12 +81,12 @@ SchedulerTrace* SchedulerObject::getTrace() noexcept
 void SchedulerObject::addChild(SchedulerObject* child, bool checkCycles)
 {
   if (!child)
-    throw internal::badParam(className, "addChild", _("Input parameter %s is empty.", "p_child"));
+    throw internal::badParam(schedulerObjectClass, "addChild", _("Input parameter %s is empty.", "p_child"));
   if (child == this)
-    throw ksl::cyclicRef(className, "addChild",
+    throw ksl::cyclicRef(schedulerObjectClass, "addChild",
                          _("Tried to make object %s (%s) reference itself.", getName(), getType()));
   if (checkCycles && checkCyclic(child))
-    throw ksl::cyclicRef(className, "addChild",
+    throw ksl::cyclicRef(schedulerObjectClass, "addChild",
                          _("Attempt to create a cyclic dependency between object %s (%s) and object %s (%s).",
                            getName(), getType(), child->getName(), child->getType()));
   // Deliberately nothing while the children are being updated: see the header.
@@ -175,10 +175,10 @@ SchedulerOwner& SchedulerObject::findSupport()
 {
   // Both messages name the member, on purpose, not the object.
   if (!m_owner)
-    throw internal::nullPointer(className, "update", _("Null pointer to %s.", "m_name"));
+    throw internal::nullPointer(schedulerObjectClass, "update", _("Null pointer to %s.", "m_name"));
   m_support = dynamic_cast<SchedulerOwner*>(m_owner);
   if (!m_support)
-    throw internal::nullPointer(className, "update",
+    throw internal::nullPointer(schedulerObjectClass, "update",
                                 _("Object %s has scheduler but is not GenericKSLObject.", "m_name"));
   return *m_support;
 }

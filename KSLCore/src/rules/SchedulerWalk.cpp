@@ -18,18 +18,18 @@ constexpr int deepestNesting = 1000;
 // Room for usual depths is not given back after each update.
 constexpr std::size_t keptFrames = 32768;
 
-constexpr const char* className = "SchedulerObject";
+constexpr const char* schedulerWalkClass = "SchedulerObject";
 
 [[noreturn]] void throwTooDeep(const std::string& name)
 {
-  throw internal::error(className, "update",
+  throw internal::error(schedulerWalkClass, "update",
                         _("Operation '%s' failed. Updates are nested too deeply.", name));
 }
 
 void report(const std::string& message, Diagnostic more)
 {
   ErrorProgressReporter::instance()->reportError(
-      diagnosed(internal::error(className, "update", message), std::move(more)));
+      diagnosed(internal::error(schedulerWalkClass, "update", message), std::move(more)));
 }
 
 // What is known of an exception that says nothing of objects itself.

@@ -14,8 +14,8 @@ namespace {
 
 constexpr std::size_t maxAnswers = 1024;
 
-constinit ContextLocal<EngineUnitSystemHandler*> theInstance(ContextEnd::unitSystem,
-                                                             &EngineUnitSystemHandler::destroyInstance);
+constinit ContextLocal<EngineUnitSystemHandler*> theEngineUnitSystemHandler(
+    ContextEnd::unitSystem, &EngineUnitSystemHandler::destroyInstance);
 
 // Parsed at first use, in the order of the quantities: a program that never shows a unit does not wait for
 // the database.
@@ -123,7 +123,7 @@ EngineUnitSystemHandler::~EngineUnitSystemHandler() = default;
 
 EngineUnitSystemHandler* EngineUnitSystemHandler::instance()
 {
-  EngineUnitSystemHandler*& instance = *theInstance;
+  EngineUnitSystemHandler*& instance = *theEngineUnitSystemHandler;
   if (!instance) {
     instance = new EngineUnitSystemHandler;
     setCurrent(instance);
@@ -133,7 +133,7 @@ EngineUnitSystemHandler* EngineUnitSystemHandler::instance()
 
 void EngineUnitSystemHandler::destroyInstance()
 {
-  EngineUnitSystemHandler*& instance = *theInstance;
+  EngineUnitSystemHandler*& instance = *theEngineUnitSystemHandler;
   if (instance && current() == instance)
     setCurrent(nullptr);
   delete std::exchange(instance, nullptr);
@@ -141,7 +141,7 @@ void EngineUnitSystemHandler::destroyInstance()
 
 EngineUnitSystemHandler* EngineUnitSystemHandler::existing() noexcept
 {
-  return *theInstance;
+  return *theEngineUnitSystemHandler;
 }
 
 // ------------------------------------------------------------------------------------------------ what there is

@@ -17,7 +17,7 @@ namespace orv {
 
 namespace {
 
-constexpr const char* className = "ExpressionEvaluatorKSLObject";
+constexpr const char* expressionEvaluatorKSLObjectClass = "ExpressionEvaluatorKSLObject";
 constexpr const char* textParameter = "Evaluated Expression";
 
 // All that were initialised, in that order.
@@ -86,7 +86,7 @@ ExpressionEvaluatorKSLObject::~ExpressionEvaluatorKSLObject()
 void ExpressionEvaluatorKSLObject::registerBaseType()
 {
   auto prototype = std::make_unique<ExpressionEvaluatorKSLObject>();
-  registerBaseTypeWithFactory(className, prototype.get());
+  registerBaseTypeWithFactory(expressionEvaluatorKSLObjectClass, prototype.get());
   (void)prototype.release();  // the factory's, now that it has taken it
 }
 
@@ -188,7 +188,7 @@ void ExpressionEvaluatorKSLObject::showValue(const std::string& text)
       UnitsConverter::convertUnits(own, units, value.getQuantity().getValue(), number,
                                    value.getQuantity().isDifference());
   } catch (const data::invalid& error) {
-    throw data::invalid(className, "evaluate",
+    throw data::invalid(expressionEvaluatorKSLObjectClass, "evaluate",
                         _("Cannot show expression '%s' of object '%s' in units '%s'. %s", text, getPath(),
                           units, error.getMessage()));
   }

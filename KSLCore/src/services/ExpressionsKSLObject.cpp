@@ -16,7 +16,7 @@ namespace orv {
 
 namespace {
 
-constexpr const char* className = "ExpressionsKSLObject";
+constexpr const char* expressionsKSLObjectClass = "ExpressionsKSLObject";
 
 // In the order of their initialisation; the first counts.
 using Objects = std::vector<ExpressionsKSLObject*>;
@@ -30,7 +30,7 @@ ExpressionDef parsed(const std::string& name, const std::string& text)
     return expression;
   expression.parse(name);
   if (!expression.getUnknownFunctions().empty())
-    throw data::notFound(className, "setValue",
+    throw data::notFound(expressionsKSLObjectClass, "setValue",
                          _("Expression '%s' depends on a function '%s' which does not exist.", text,
                            expression.getUnknownFunctions().front()));
   return expression;
@@ -61,7 +61,7 @@ void ExpressionsKSLObject::registerBaseType()
 {
   auto prototype = std::make_unique<ExpressionsKSLObject>();
   ExpressionsKSLObject* registered = prototype.get();
-  registerBaseTypeWithFactory(className, registered);
+  registerBaseTypeWithFactory(expressionsKSLObjectClass, registered);
   (void)prototype.release();  // the factory's, now that it has taken it
   registered->m_names = std::make_unique<VariableNames>();
 }
@@ -110,13 +110,14 @@ const std::string& ExpressionsKSLObject::getExpressionText(const std::string& na
 {
   if (const ExpressionCache::Entry* entry = m_cache->findDefined(name))
     return entry->expression.getText();
-  throw data::notFound(className, "getExpressionText", _("Expression '%s' does not exist.", name));
+  throw data::notFound(expressionsKSLObjectClass, "getExpressionText",
+                       _("Expression '%s' does not exist.", name));
 }
 
 ExpressionValue ExpressionsKSLObject::evaluateFully(const std::string& name)
 {
   if (!hasExpression(name))
-    throw data::notFound(className, "evaluate", _("Expression '%s' does not exist.", name));
+    throw data::notFound(expressionsKSLObjectClass, "evaluate", _("Expression '%s' does not exist.", name));
   return NameValues().valueOf(*this, name);
 }
 
@@ -189,7 +190,8 @@ void ExpressionsKSLObject::valueRestored(const ParamDefinition& param) noexcept
 void ExpressionsKSLObject::addExpression(const std::string& name, const std::string& value, bool aside)
 {
   if (!ExpressionDef::isName(name))
-    throw data::invalid(className, "setValue", _("'%s' is not a name that expressions can use.", name));
+    throw data::invalid(expressionsKSLObjectClass, "setValue",
+                        _("'%s' is not a name that expressions can use.", name));
   auto param = std::make_unique<ParamDefinition>(name, "", "", "string", "", "Other");
   param->setValue(value);
   ExpressionCache::Change change(*m_cache, name, parsed(name, value));

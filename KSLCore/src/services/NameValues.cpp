@@ -10,7 +10,7 @@ namespace orv {
 
 namespace {
 
-constexpr const char* className = "VariableNames";
+constexpr const char* nameValuesClass = "VariableNames";
 
 }  // namespace
 
@@ -43,13 +43,13 @@ NameValues::Node* NameValues::find(const KSLObject& from, const std::string& par
   const ExpressionNames::Variable variable = VariableNames::findObject(from, name);
   if (!variable.several.empty())
     throw diagnosed(
-        data::notFound(className, "valueOf", _("More than one object with name '%s' exists.", name)),
+        data::notFound(nameValuesClass, "valueOf", _("More than one object with name '%s' exists.", name)),
         severalObjects(name, variable.several));
   if (!variable.object)
     return nullptr;
   if (!variable.isVariable)
     throw data::invalid(
-        className, "valueOf",
+        nameValuesClass, "valueOf",
         _("Expression '%s' tries to use object '%s' as a variable.", expression.getText(), name));
   return &nodeOf(*variable.object, VariableNames::valueParameter);
 }
@@ -151,7 +151,7 @@ void NameValues::use(Node& user, Node& used, std::vector<Node*>& open)
   }
   try {
     throw ksl::cyclicRef(
-        className, "valueOf",
+        nameValuesClass, "valueOf",
         _("Tried to make object %s (%s) reference itself.", used.object->getPath(), used.parameter));
   } catch (...) {
     fail(user);

@@ -17,7 +17,7 @@ namespace orv {
 
 namespace {
 
-constexpr const char* className = "PreferencesExecutorBase";
+constexpr const char* preferencesExecutorBaseClass = "PreferencesExecutorBase";
 constexpr const char* actionName = "preferences";
 constexpr const char* systemName = "Unit System";
 constexpr std::string_view unitsSuffix = " Units";
@@ -58,7 +58,7 @@ NameValue parseArgument(const std::string& word)
 {
   if (word.find('=') == std::string::npos)
     throw ksl::invalid(
-        className, "invoke",
+        preferencesExecutorBaseClass, "invoke",
         _("Syntax error: %s parameters should have the format: %s", actionName, "param=value"));
   return StringUtilities::splitNameValue(word);
 }
@@ -67,7 +67,7 @@ std::string unitsPath()
 {
   std::string path = UnitsKSLObject::findPath();
   if (path.empty())
-    throw data::notFound(className, "invoke",
+    throw data::notFound(preferencesExecutorBaseClass, "invoke",
                          _("No object type of class '%s' is defined.", "UnitsKSLObject"));
   return path;
 }
@@ -105,8 +105,8 @@ bool PreferencesExecutorBase::isViewerValueAllowed(const std::string&, const std
 
 void PreferencesExecutorBase::invoke(const std::vector<std::string>& words)
 {
-  checkAction(words, {actionName}, className);
-  checkAtLeast(words, actionName, 1, className);
+  checkAction(words, {actionName}, preferencesExecutorBaseClass);
+  checkAtLeast(words, actionName, 1, preferencesExecutorBaseClass);
   const std::vector<std::string> viewerNames = viewerParams();
   std::vector<NameValue> units;
   std::vector<NameValue> viewer;
@@ -115,11 +115,11 @@ void PreferencesExecutorBase::invoke(const std::vector<std::string>& words)
     const auto& [name, value] = preference;
     const bool isUnits = isUnitsName(name);
     if (!isUnits && !contains(viewerNames, name))
-      throw diagnosed(
-          ksl::invalid(className, "invoke", _("Invalid parameter in %s: '%s'.", actionName, name)),
-          oneOf(name, preferenceNames(viewerNames)));
+      throw diagnosed(ksl::invalid(preferencesExecutorBaseClass, "invoke",
+                                   _("Invalid parameter in %s: '%s'.", actionName, name)),
+                      oneOf(name, preferenceNames(viewerNames)));
     if (!(isUnits ? isUnitsValueAllowed(name, value) : isViewerValueAllowed(name, value)))
-      throw data::invalid(className, "invoke", _("Invalid parameter value: '%s'.", value));
+      throw data::invalid(preferencesExecutorBaseClass, "invoke", _("Invalid parameter value: '%s'.", value));
     (isUnits ? units : viewer).push_back(std::move(preference));
   }
 

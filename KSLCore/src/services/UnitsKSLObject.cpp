@@ -12,13 +12,13 @@ namespace orv {
 
 namespace {
 
-constexpr const char* className = "UnitsKSLObject";
+constexpr const char* unitsKSLObjectClass = "UnitsKSLObject";
 
 using Settings = EngineUnitSystemHandler::Settings;
 
 [[noreturn]] void refuse(const KSLObject& object, const ParamDefinition& param, const std::string& reason)
 {
-  throw diagnosed(data::invalid(className, "update",
+  throw diagnosed(data::invalid(unitsKSLObjectClass, "update",
                                 _("Parameter '%s' of object '%s' cannot have value '%s'. %s", param.getName(),
                                   object.getPath(), param.getValue(), reason)),
                   {.object = object.getPath(), .parameter = param.getName(), .subject = param.getValue()});
@@ -83,7 +83,7 @@ UnitsKSLObject::~UnitsKSLObject()
 void UnitsKSLObject::registerBaseType()
 {
   auto prototype = std::make_unique<UnitsKSLObject>();
-  registerBaseTypeWithFactory(className, prototype.get());
+  registerBaseTypeWithFactory(unitsKSLObjectClass, prototype.get());
   (void)prototype.release();  // the factory's, now that it has taken it
 }
 

@@ -13,7 +13,7 @@ namespace orv {
 
 namespace {
 
-constexpr const char* className = "LoadExecutor";
+constexpr const char* loadExecutorClass = "LoadExecutor";
 
 // Refuses whatever is not a domain, a boundary in one, or a parameter of these.
 class ResultsCheck : public MiniKSLParser {
@@ -40,7 +40,7 @@ class ResultsCheck : public MiniKSLParser {
  private:
   [[noreturn]] void refuse() const
   {
-    throw file::error(className, "invoke",
+    throw file::error(loadExecutorClass, "invoke",
                       _("Results file '%s' holds '%s', which is no part of a domain.", m_fileName,
                         StringUtilities::removeWhitespace(currentLine())));
   }
@@ -52,7 +52,8 @@ std::string resultsFile()
   const KSLObject* reader = ObjectDB::instance()->getObjectByPath("/DATA READER");
   std::string name = reader ? reader->getValue("Current Results File") : std::string();
   if (name.empty())
-    throw data::invalid(className, "invoke", _("There are no results to load: DATA READER names no file."));
+    throw data::invalid(loadExecutorClass, "invoke",
+                        _("There are no results to load: DATA READER names no file."));
   return name;
 }
 
@@ -61,10 +62,10 @@ std::string resultsFile()
 void LoadExecutor::invoke(const std::vector<std::string>& p_action)
 {
   if (p_action.empty())
-    throw internal::badParam(className, "invoke", _("Input parameter %s is empty.", "p_action"));
+    throw internal::badParam(loadExecutorClass, "invoke", _("Input parameter %s is empty.", "p_action"));
   if (p_action.front() != "load")
-    throw internal::badParam(className, "invoke",
-                             _("Action '%s' cannot be handled by %s.", p_action.front(), className));
+    throw internal::badParam(loadExecutorClass, "invoke",
+                             _("Action '%s' cannot be handled by %s.", p_action.front(), loadExecutorClass));
   ORVMPStream stream(resultsFile(), ORVStream::Mode::read);
   const std::vector<std::string> lines = StringUtilities::removeContinuation(stream.readLines());
   ResultsCheck(lines, stream.getFileName()).parse();

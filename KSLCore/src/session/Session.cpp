@@ -11,10 +11,10 @@
 #include "platform/ORVOutputFiles.h"
 #include "platform/ORVSystem.h"
 #include "database/ObjectDB.h"
+#include "command/FileText.h"
 #include "command/KSLCoreAPI.h"
 #include "command/KSLInterface.h"
 #include "command/caughtError.h"
-#include "command/FileText.h"
 #include "SessionModel.h"
 #include "blockText.h"
 #include "session/FileActions.h"
@@ -29,7 +29,7 @@ namespace orv {
 
 namespace {
 
-constexpr const char* className = "Session";
+constexpr const char* sessionClass = "Session";
 
 // An address of this library, or of the program that holds it.
 const char here = 0;
@@ -82,7 +82,7 @@ void enter(KSLCoreAPI& api, const std::vector<std::string>& lines, const TextSou
 
 data::notFound noSuchObject(const char* function, const std::string& object)
 {
-  return {className, function, _("Object '%s' does not exist.", object)};
+  return {sessionClass, function, _("Object '%s' does not exist.", object)};
 }
 
 const KSLObject* findObject(const std::string& pathOrName)
@@ -188,7 +188,7 @@ Outcome Session::perform(Text text, Work work)
     const SessionModel::Inside inside(model);
     if (model.hasCommandFailed() && isPiece)
       ErrorProgressReporter::instance()->reportError(ErrorMsg(
-          className, "run", _("The command has failed; nothing is added to it."), errorType::ordinary));
+          sessionClass, "run", _("The command has failed; nothing is added to it."), errorType::ordinary));
     else
       work(api);
   } catch (const Unwind&) {
@@ -235,7 +235,7 @@ Outcome Session::moveBy(const char* action)
 {
   return perform(Text::made, [&](KSLCoreAPI& api) {
     if (api.isCommandOpen())
-      throw data::invalid(className, "run", _("'%s' is not for pieces of a command.", action));
+      throw data::invalid(sessionClass, "run", _("'%s' is not for pieces of a command.", action));
     api.externalProcessKSL({action});
   });
 }
@@ -256,7 +256,7 @@ Outcome Session::performOnFile(const std::string& fileName, bool written,
   return perform(Text::made, [&](KSLCoreAPI& api) {
     const std::string problem = fileNameProblem(fileName, written);
     if (!problem.empty())
-      throw data::invalid(className, written ? "save" : "load",
+      throw data::invalid(sessionClass, written ? "save" : "load",
                           _("The file name '%s' %s.", fileName, problem));
     api.externalProcessKSL({text(fileName)});
   });

@@ -26,7 +26,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr const char* className = "Sweep";
+constexpr const char* sweepClass = "Sweep";
 constexpr std::size_t longest = 100;  // of a result that is shown without being asked for
 
 // "PATH.NAME": names may hold dots in paths, so the last one counts.
@@ -92,7 +92,7 @@ class StopWatch : public ProgressWatcher {
   void stepped(const Progress*) override
   {
     if (m_stopped)
-      throw Interrupt(className, "sweep", _("Interrupted."));
+      throw Interrupt(sweepClass, "sweep", _("Interrupted."));
   }
 
  private:
@@ -150,7 +150,7 @@ class Worker {
 void requireDone(const Outcome& outcome)
 {
   if (!outcome)
-    throw data::error(className, "sweep", outcome.errors().front().getMessage());
+    throw data::error(sweepClass, "sweep", outcome.errors().front().getMessage());
 }
 
 void Worker::runModel()
@@ -163,7 +163,7 @@ void Worker::runModel()
   requireDone(m_session.run(options.model));
   for (const SweepSetting& setting : options.settings)
     if (!m_session.has(setting.object))
-      throw data::notFound(className, "sweep", _("Object '%s' does not exist.", setting.object));
+      throw data::notFound(sweepClass, "sweep", _("Object '%s' does not exist.", setting.object));
 }
 
 // Rows share nothing but the model: each sets all that others have set.
@@ -264,7 +264,7 @@ void waitFor(Work& work)
     lock.lock();
   }
   if (isAsked)
-    throw Interrupt(className, "sweep", _("Interrupted."));
+    throw Interrupt(sweepClass, "sweep", _("Interrupted."));
   if (work.failure)
     std::rethrow_exception(work.failure);
 }
@@ -283,7 +283,7 @@ std::vector<SweepTable::Row> rowsOf(const std::vector<SweepSetting>& settings)
     rows = std::move(longer);
   }
   if (settings.empty() || rows.empty())
-    throw data::error(className, "sweep", _("There are no values."));
+    throw data::error(sweepClass, "sweep", _("There are no values."));
   return rows;
 }
 

@@ -15,7 +15,7 @@ constinit thread_local ContextTable* currentContextTable = nullptr;
 
 namespace {
 
-constexpr const char* source = "platform/src/Context";
+constexpr const char* contextSource = "platform/src/Context";
 
 // All variables that a context has ever asked for; under its lock.
 struct Slots {
@@ -48,7 +48,8 @@ void ContextSlot::takeIndex() noexcept
   const std::lock_guard lock(SharedLocks::slots());
   if (m_index.load(std::memory_order_relaxed) != 0)
     return;
-  if (!assertThat(slots.last + 1 < maxContextSlots, "there are slots for all variables of contexts", source))
+  if (!assertThat(slots.last + 1 < maxContextSlots, "there are slots for all variables of contexts",
+                  contextSource))
     std::abort();
   slots.all[++slots.last] = this;
   m_index.store(slots.last, std::memory_order_relaxed);
@@ -67,7 +68,7 @@ Context::Context() : m_values(std::make_unique<ContextValues>(this)) {}
 // A destructor that asks for a part that has ended makes it anew: what is made while stages end is ended, too.
 Context::~Context()
 {
-  if (!assertThat(!isInUse(), "a context that ends is not in use", source))
+  if (!assertThat(!isInUse(), "a context that ends is not in use", contextSource))
     std::abort();
   const Scope scope(*this);
   for (int round = 0; round < 2; ++round) {
@@ -125,7 +126,8 @@ Context::Scope::Scope(Context* context) : m_context(context), m_outer(current())
 
 Context::Scope::~Scope()
 {
-  if (!assertThat(current() == m_context, "scopes of contexts end where they began, the last first", source))
+  if (!assertThat(current() == m_context, "scopes of contexts end where they began, the last first",
+                  contextSource))
     std::abort();
   currentContextTable = m_outer ? m_outer->m_values.get() : nullptr;
   if (m_context)

@@ -57,7 +57,7 @@ Operand divide(const Operand& left, const Operand& right)
   return {left.number / right.number, dimensions, Operand::noFault, kind};
 }
 
-Operand power(const Operand& base, const Operand& exponent)
+Operand raised(const Operand& base, const Operand& exponent)
 {
   if (!exponent.dimensions.isDimensionless())
     throw ExpressionRefusal{
@@ -112,7 +112,7 @@ Operand compute(const Step& step, std::span<const Operand> arguments)
     case Code::divide:
       return divide(arguments[0], arguments[1]);
     case Code::power:
-      return power(arguments[0], arguments[1]);
+      return raised(arguments[0], arguments[1]);
     case Code::call:
       return step.function->compute(*step.function, arguments);
     case Code::less:

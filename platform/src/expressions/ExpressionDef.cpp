@@ -14,7 +14,7 @@ namespace orv {
 
 namespace {
 
-constexpr const char* className = "ExpressionEvaluator";
+constexpr const char* expressionDefClass = "ExpressionEvaluator";
 constexpr const char* function = "evalSingleValue";
 
 constinit ContextLocal<ExpressionResolver*> theResolver;
@@ -52,7 +52,7 @@ Diagnostic aboutFault(const std::string& text, const std::string& parameter, con
 data::invalid makeError(const std::string& text, const std::string& parameter, const ExpressionFault& fault)
 {
   std::string where = parameter.empty() ? std::string() : _(" for parameter '%s'", parameter);
-  return diagnosed(data::invalid(className, function,
+  return diagnosed(data::invalid(expressionDefClass, function,
                                  _("Cannot evaluate '%s'%s at column %d: %s.", text, where,
                                    columnOf(text, fault.position), fault.reason)),
                    aboutFault(text, parameter, fault));
@@ -120,7 +120,7 @@ ExpressionValue ExpressionDef::evaluate(const std::vector<const ExpressionValue*
                                         const std::string& parameterName) const
 {
   if (!m_program->unknownFunctions().empty())
-    throw diagnosed(data::notFound(className, function,
+    throw diagnosed(data::notFound(expressionDefClass, function,
                                    _("Expression '%s' depends on a function '%s' which does not exist.",
                                      m_text, m_program->unknownFunctions().front())),
                     oneOf(m_program->unknownFunctions().front(), expressionFunctionNames()));
@@ -185,7 +185,7 @@ ExpressionValue ExpressionEvaluator::evaluate(const std::string& text, const std
     std::optional<ExpressionValue> value =
         resolver ? resolver->valueOf(name, expression, parameterName) : std::nullopt;
     if (!value)
-      throw data::notFound(className, function,
+      throw data::notFound(expressionDefClass, function,
                            _("Expression '%s' depends on a variable '%s' which does not exist.", text, name));
     values.push_back(std::move(*value));
   }

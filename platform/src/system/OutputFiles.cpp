@@ -13,7 +13,7 @@ namespace orv {
 
 namespace {
 
-constinit ContextLocal<OutputFiles*> theInstance(ContextEnd::files, &OutputFiles::destroyInstance);
+constinit ContextLocal<OutputFiles*> theOutputFiles(ContextEnd::files, &OutputFiles::destroyInstance);
 
 [[noreturn]] void throwFailure(const std::string& fileName, int reason)
 {
@@ -89,7 +89,7 @@ struct OutputFiles::File {
 
 OutputFiles* OutputFiles::instance()
 {
-  OutputFiles*& instance = *theInstance;
+  OutputFiles*& instance = *theOutputFiles;
   if (!instance)
     instance = new OutputFiles;
   return instance;
@@ -97,7 +97,7 @@ OutputFiles* OutputFiles::instance()
 
 void OutputFiles::destroyInstance()
 {
-  delete std::exchange(*theInstance, nullptr);
+  delete std::exchange(*theOutputFiles, nullptr);
 }
 
 OutputFiles::OutputFiles() = default;
