@@ -21,6 +21,7 @@ SHARED = {
     "SharedLocks::loaderLock": "a mutex",
     "SharedLocks::unitsLock": "a mutex",
     "SharedLocks::slotsLock": "a mutex",
+    "SharedLocks::blocksLock": "a mutex",
     "UnitSystemWatch::watch::instance": "an observer without data",
     "baseHandler::handler": "an object without data",
     "SharedText::emptyText::empty": CONST,

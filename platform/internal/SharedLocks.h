@@ -9,5 +9,6 @@ namespace orv::SharedLocks {
 std::recursive_mutex& loader() noexcept;  // whoever loads libraries, which may load others
 std::mutex& units() noexcept;             // whoever calls the units package
 std::mutex& slots() noexcept;             // the list of context variables
+std::mutex& blocks() noexcept;            // memory that threads left to others
 
 }  // namespace orv::SharedLocks

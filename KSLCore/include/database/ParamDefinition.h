@@ -17,8 +17,8 @@
 
 namespace orv {
 
-// A value is kept as text only, which it shares with the text store; every typed read parses it anew. The description is shared by all copies, so
-// that a parameter costs little more than its text: there are millions of them.
+// A value is kept as text only, which it shares with the text store; every typed read parses it anew. The description is
+// shared by all copies, so that a parameter costs little more than its text: there are millions of them.
 //
 // All failures are data::invalid of type 4, class "ParamDefinition", unless stated otherwise; a call that
 // throws leaves the parameter as it was. Reads cost what the text is long.

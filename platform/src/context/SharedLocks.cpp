@@ -10,16 +10,19 @@ namespace {
 constinit std::recursive_mutex loaderLock;
 constinit std::mutex unitsLock;
 constinit std::mutex slotsLock;
+constinit std::mutex blocksLock;
 
 void lockAll()
 {
   loaderLock.lock();
   unitsLock.lock();
   slotsLock.lock();
+  blocksLock.lock();
 }
 
 void unlockAll()
 {
+  blocksLock.unlock();
   slotsLock.unlock();
   unitsLock.unlock();
   loaderLock.unlock();
@@ -28,6 +31,7 @@ void unlockAll()
 // The one thread of the copy is not the thread that locked, as far as a lock with an owner knows.
 void unlockInCopy()
 {
+  blocksLock.unlock();
   slotsLock.unlock();
   unitsLock.unlock();
   new (&loaderLock) std::recursive_mutex;
@@ -53,6 +57,11 @@ std::mutex& units() noexcept
 std::mutex& slots() noexcept
 {
   return slotsLock;
+}
+
+std::mutex& blocks() noexcept
+{
+  return blocksLock;
 }
 
 }  // namespace orv::SharedLocks

@@ -1,5 +1,7 @@
 #include "platform/internal/SmallBlocks.h"
 
+#include "platform/internal/SharedLocks.h"
+
 #include <mutex>
 #include <new>
 #include <utility>
@@ -36,25 +38,14 @@ class FreeBlocks {
  private:
   static_assert(size >= sizeof(Block) && size % alignof(std::max_align_t) % alignof(Block) == 0);
 
-  struct Left {
-    std::mutex lock;
-    Block* chains = nullptr;
-  };
-  // Never destroyed: texts may end after main.
-  static Left& left()
-  {
-    static Left& instance = *new Left;
-    return instance;
-  }
-
   struct Leaving {
     bool expected = false;
     ~Leaving()
     {
       if (!s_first)
         return;
-      const std::lock_guard<std::mutex> guard(left().lock);
-      s_first->nextChain = std::exchange(left().chains, s_first);
+      const std::lock_guard guard(SharedLocks::blocks());
+      s_first->nextChain = std::exchange(s_left, s_first);
       s_first = nullptr;
     }
   };
@@ -64,9 +55,9 @@ class FreeBlocks {
     static thread_local Leaving leaving;
     leaving.expected = true;
     {
-      const std::lock_guard<std::mutex> guard(left().lock);
-      if (left().chains)
-        return std::exchange(left().chains, left().chains->nextChain);
+      const std::lock_guard guard(SharedLocks::blocks());
+      if (s_left)
+        return std::exchange(s_left, s_left->nextChain);
     }
     return cut();
   }
@@ -83,10 +74,13 @@ class FreeBlocks {
   __attribute__((tls_model("initial-exec")))
 #endif
   static constinit thread_local Block* s_first;
+  static constinit Block* s_left;  // chains, under the lock
 };
 
 template <std::size_t size>
 constinit thread_local Block* FreeBlocks<size>::s_first = nullptr;
+template <std::size_t size>
+constinit Block* FreeBlocks<size>::s_left = nullptr;
 
 #endif
 
