@@ -62,8 +62,8 @@ class ORV_API KSLInterface {
   // Texts may be nested so deeply, in themselves or in those whom a text tells; a deeper one fails: internal::error,
   // class "KSLInterface", function "parseKSL", "Operation 'parseKSL' failed. Texts are nested too deeply."
   static constexpr int maxDepth = 200;
-  // Runs a text; see the class. Its errors tell where in the source they are. Throws only inside another parse, whose executors must let it pass.
-  // Cost: linear in the text, plus what the changes touch.
+  // Runs a text; see the class. Its errors tell where in the source they are. Throws only inside another parse, whose
+  // executors must let it pass. Cost: linear in the text, plus what the changes touch.
   void parseKSL(const std::string& text, kslUpdateMode mode, const TextSource& from = {})
   {
     parseKSL(text, mode, from, nullptr);

@@ -28,9 +28,9 @@ bool staysOneLine(std::string_view text)
   return text.back() != '\\';
 }
 
-// True for a text of which nearly every line is written as it was parsed: nothing has to be escaped, nothing
-// looks like a continuation, and no quotes keep blanks that the parse does not. Pieces of a fixed size and no branches in them: a compiler makes instructions of it that look at many
-// characters at once.
+// True for a text of which nearly every line is written as it was parsed: nothing has to be escaped, nothing looks like a
+// continuation, and no quotes keep blanks that the parse does not. Pieces of a fixed size and no branches in them: a
+// compiler makes instructions of it that look at many characters at once.
 bool isUsual(std::string_view text)
 {
   const auto isOdd = [](char c) {
