@@ -26,7 +26,7 @@ import check_layers
 
 FILES = ["platform/src/kslapi", *("KSLCore/src/" + layer for layer in check_layers.CORE if layer != "session")]
 SOURCES = "CMakeLists.txt cmake README.md KSLCore platform host plugins share examples docs tests fuzz tools".split()
-CMAKE = ["-G", "Ninja", "-DCMAKE_BUILD_TYPE=Debug", "-DCMAKE_CXX_FLAGS_DEBUG=-O1 -D_GLIBCXX_ASSERTIONS",
+CMAKE = ["-G", "Ninja", "-DCMAKE_BUILD_TYPE=Debug", "-DCMAKE_CXX_FLAGS_DEBUG=-O0 -D_GLIBCXX_ASSERTIONS",
          "-DCMAKE_LINK_DEPENDS_NO_SHARED=ON", "-DKSL_TESTS=ON", "-DKSL_WERROR=OFF", "-DKSL_PYTHON=OFF"]
 HOME = pathlib.Path(__file__).resolve().parent
 STILLBORN = "does not compile"

@@ -125,10 +125,9 @@ TEST(Reports, CheckTellsThemInOneGo)
     untold.insert(name);
   EXPECT_GE(cases.size() - untold.size(), 40U);
   EXPECT_EQ(untold, (std::set<std::string>{
-                        "action on nothing",                // another file has the object
-                        "calculation",                      // is not done
-                        "reference of an earlier command",  // what is deleted is used by nothing that is seen
-                        "results file",                     // is not read
+                        "action on nothing",                   // another file has the object
+                        "calculation",                         // is not done
+                        "results file",                        // is not read
                         "value in a text of the command line"  // is no file
                     }));
 }

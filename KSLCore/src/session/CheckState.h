@@ -22,9 +22,10 @@ struct CheckState {
   CheckedNames names;
   bool collects = false;  // the names
   const SyntaxTree* tree = nullptr;
-  std::size_t text = 0;     // the number of the text
-  bool unforeseen = false;  // what is there may be otherwise than it seems
-  std::string room;         // for statements that are read
+  std::size_t text = 0;                          // the number of the text
+  bool unforeseen = false;                       // what is there may be otherwise than it seems
+  SyntaxTree::Index removal = SyntaxTree::none;  // the action that took objects away and has not settled
+  std::string room;                              // for statements that are read
 
   static ErrorMsg error(const char* className, const char* function, std::string message);
   static ErrorMsg warning(const char* className, const char* function, std::string message);

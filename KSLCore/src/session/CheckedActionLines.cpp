@@ -109,6 +109,7 @@ void CheckedActionLines::followDelete(Index node, const std::vector<std::string>
                   node, LeafKind::arguments, words[i], object, nullptr);
     else
       m_state.objects.remove(object);
+    m_state.removal = node;
   }
 }
 

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <optional>
+#include <string_view>
 #include <utility>
 
 namespace orv {
@@ -61,6 +62,7 @@ void CheckedValues::noteNone(ObjectIndex object, const CheckedParam& param)
     if (m_pending[i].param == &param)
       m_pending.erase(m_pending.begin() + static_cast<std::ptrdiff_t>(i));
   m_links.setToDefault(object, param);
+  m_users.erase({object, &param});
 }
 
 void CheckedValues::noteDefinition(Index node, ObjectIndex object, const std::string& name,
@@ -69,6 +71,7 @@ void CheckedValues::noteDefinition(Index node, ObjectIndex object, const std::st
   Expression& expression =
       m_expressions[name] = {m_state.text, node, object, value, checkExpression(node, object, name, value)};
   m_definitionsChanged = true;
+  m_definers.insert(object);
   if (!m_state.collects)
     return;
   m_state.names.addDefined(node, name);
@@ -93,6 +96,8 @@ std::vector<std::string> CheckedValues::checkExpression(Index node, ObjectIndex 
 // Of a parameter that is set twice the last text counts.
 void CheckedValues::settle()
 {
+  if (const Index removal = std::exchange(m_state.removal, SyntaxTree::none); removal != SyntaxTree::none)
+    settleRemoval(removal);
   std::set<std::pair<ObjectIndex, const CheckedParam*>> seen;
   for (auto pending = m_pending.rbegin(); pending != m_pending.rend(); ++pending) {
     if (!m_state.objects[pending->object].alive
@@ -213,6 +218,7 @@ void CheckedValues::addAmbiguous(const Pending& pending, const std::string& name
 void CheckedValues::checkNames(const Pending& pending)
 {
   std::vector<ObjectIndex> objects;
+  std::vector<std::string> named;
   for (const std::string& item : StringUtilities::splitValue(pending.value)) {
     ExpressionDef expression(item);
     try {
@@ -225,9 +231,16 @@ void CheckedValues::checkNames(const Pending& pending)
                                     _("Expression '%s' depends on a function '%s' which does not exist.",
                                       pending.value, name)),
                   pending.node, LeafKind::value, name, pending.object, pending.param);
-    for (const std::string& name : expression.getNames())
+    for (const std::string& name : expression.getNames()) {
       checkName(pending, name, objects);
+      if (m_expressions.count(name) > 0)
+        named.push_back(name);
+    }
   }
+  if (named.empty())
+    m_users.erase({pending.object, pending.param});
+  else
+    m_users[{pending.object, pending.param}] = {pending.value, std::move(named)};
   m_links.set(pending.object, *pending.param, pending.node, std::move(objects));
 }
 
@@ -320,6 +333,58 @@ void CheckedValues::checkCircles()
                        path, used, path, name)),
            expression.node, LeafKind::value, used, expression.object, nullptr)
       .parameter = name;
+}
+
+// Expressions go with the objects that define them, unless a value needs one.
+void CheckedValues::settleRemoval(Index node)
+{
+  std::set<std::string> gone;
+  if (std::erase_if(m_definers, [this](ObjectIndex object) { return !m_state.objects[object].alive; }) > 0)
+    for (const auto& [name, expression] : m_expressions)
+      if (!m_state.objects[expression.object].alive)
+        gone.insert(name);
+  if (gone.empty())
+    return;
+  for (const auto& [key, user] : m_users) {
+    std::string name;
+    if (!m_state.objects[key.first].alive)
+      continue;
+    const Expression* const expression = lostBy(user, gone, name);
+    if (name.empty())
+      continue;
+    m_state.add(CheckState::error("GenericKSLObject", "makeVariableLinks",
+                                  _("Expression '%s' depends on a variable '%s' which does not exist.",
+                                    expression ? expression->value : user.value, name)),
+                node, LeafKind::arguments, {}, key.first, key.second);
+    return;
+  }
+  for (const std::string& name : gone)
+    m_expressions.erase(name);
+}
+
+// The name of a lost expression that the user needs, itself or through others, of which the last is returned.
+const CheckedExpression* CheckedValues::lostBy(const User& user, const std::set<std::string>& gone,
+                                               std::string& name) const
+{
+  std::vector<std::pair<const Expression*, const std::string*>> waiting;
+  std::set<std::string_view> seen;
+  const auto wait = [&](const Expression* expression, const std::vector<std::string>& names) {
+    for (const std::string& each : names)
+      if (seen.insert(each).second)
+        waiting.emplace_back(expression, &each);
+  };
+  wait(nullptr, user.names);
+  while (!waiting.empty()) {
+    const auto [expression, each] = waiting.back();
+    waiting.pop_back();
+    if (gone.count(*each) > 0 && !isVariableObject(*each)) {
+      name = *each;
+      return expression;
+    }
+    if (const auto found = m_expressions.find(*each); found != m_expressions.end())
+      wait(&found->second, found->second.uses);
+  }
+  return nullptr;
 }
 
 bool CheckedValues::isVariableObject(const std::string& name) const

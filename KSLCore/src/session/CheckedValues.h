@@ -5,8 +5,10 @@
 #include "CheckedExpressions.h"
 #include "CheckedLinks.h"
 
+#include <map>
 #include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace orv {
@@ -64,6 +66,11 @@ class CheckedValues {
     Place place;
     std::size_t number;  // of the item in the value
   };
+  // Of a parameter: the expressions that its value names.
+  struct User {
+    std::string value;
+    std::vector<std::string> names;
+  };
   // A name of an expression that was not defined when it was used.
   struct MissingName {
     std::size_t finding;
@@ -89,6 +96,8 @@ class CheckedValues {
   std::vector<std::string> expressionNames() const;
   void checkUses(const std::string& top, const Pending* user);
   void checkCircles();
+  void settleRemoval(Index node);
+  const Expression* lostBy(const User& user, const std::set<std::string>& gone, std::string& name) const;
   bool isVariableObject(const std::string& name) const;
   void addMissingUse(const std::string& name, const Expression& expression, const std::string& used,
                      const Pending* user);
@@ -100,6 +109,8 @@ class CheckedValues {
   CheckedExpressions m_expressions;  // those that are defined
   std::set<std::string> m_used;      // of these, by values
   bool m_definitionsChanged = false;
+  std::set<ObjectIndex> m_definers;  // of expressions
+  std::map<std::pair<ObjectIndex, const CheckedParam*>, User> m_users;
   std::vector<Pending> m_pending;
   std::vector<Missing> m_missing;
   std::vector<MissingName> m_missingNames;
