@@ -117,7 +117,7 @@ bench:         ## build and run the benchmarks (BENCH_ARGS=…)
 
 bench-count:   ## count the instructions of each kind of work; fails 3 % above the figures that are kept
 	@tools/setup.sh bench
-	@$(MAKE) --no-print-directory build-count
+	@$(MAKE) --no-print-directory build-release TARGETS='--target bench_counts ksl'
 	python3 tools/bench_count.py
 
 fuzz:          ## build and run each fuzzer for FUZZ_SECONDS (30)

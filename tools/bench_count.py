@@ -84,7 +84,7 @@ def verdict(counts, figures):
 
 def main():
     parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
-    parser.add_argument("--program", default=str(ROOT / "build/count/bin/bench_counts"))
+    parser.add_argument("--program", default=str(ROOT / "build/release/bin/bench_counts"))
     parser.add_argument("--keep", action="store_true", help="write the figures instead of comparing")
     arguments = parser.parse_args()
     counts = measure(arguments.program)
