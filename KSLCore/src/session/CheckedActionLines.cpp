@@ -3,6 +3,7 @@
 #include "platform/ORVError.h"
 #include "platform/ORVUtilities.h"
 #include "command/ActionExecutor.h"
+#include "command/actionChecks.h"
 #include "actions/KSLCopyImpl.h"
 #include "CheckedActions.h"
 
@@ -75,6 +76,8 @@ void CheckedActionLines::follow(Index node, const std::vector<std::string>& word
   } else if (isOneOf(words.front(), {"forceupdate", "fu", "getstate", "s"})) {
     for (std::size_t i = 1; i < words.size(); ++i)
       findNamed(node, words[i]);
+  } else if (words.front() == "getrulesinfo") {
+    followRulesInfo(node, words);
   } else if (isUnforeseen(words.front())) {
     m_state.unforeseen = true;
   } else if (m_state.collects) {
@@ -94,6 +97,21 @@ void CheckedActionLines::noteMentions(Index node, const std::vector<std::string>
     if (object != CheckedObjects::none && !isAmbiguous)
       m_state.names.addArgument(node, word, m_state.objects[object].path);
   }
+}
+
+void CheckedActionLines::followRulesInfo(Index node, const std::vector<std::string>& words)
+{
+  const RulesInfoRequest request = rulesInfoRequest(words);
+  if (request.type != "object")
+    return;
+  const ObjectIndex object =
+      m_state.objects.findPath(PathUtils::normalisePathBwdComp(namedPath(request.name)));
+  if (object == CheckedObjects::none && !m_state.unforeseen)
+    m_state.add(CheckState::error("GetRulesInfoExecutor", "invoke",
+                                  _("getrulesinfo: object %s does not exist.", request.name)),
+                node, LeafKind::arguments, request.name);
+  else if (m_state.collects && object != CheckedObjects::none)
+    m_state.names.addArgument(node, request.name, m_state.objects[object].path);
 }
 
 // Objects that are protected stay, unless they go with one that is not.

@@ -26,6 +26,7 @@ class CheckedActionLines {
 
   ObjectIndex findNamed(Index node, const std::string& name);
   void follow(Index node, const std::vector<std::string>& words);
+  void followRulesInfo(Index node, const std::vector<std::string>& words);
   void noteMentions(Index node, const std::vector<std::string>& words);
   void followDelete(Index node, const std::vector<std::string>& words);
   void followCopy(Index node, const std::vector<std::string>& words);

@@ -113,7 +113,41 @@ std::optional<ActionFault> faultOfArgument(const std::string& action, const Gram
   return std::nullopt;
 }
 
+// As its executor reads them.
+std::optional<ActionFault> faultOfRulesInfo(const Grammar& grammar, const std::vector<std::string>& words)
+{
+  const auto fault = [&grammar](std::string message, std::string subject, std::vector<std::string> valid) {
+    return ActionFault{grammar.className, grammar.function, std::move(message), std::move(subject),
+                       std::move(valid)};
+  };
+  for (std::size_t i = 1; i < words.size(); ++i)
+    if (words[i].find('=') == std::string::npos)
+      return fault(_("Syntax error: getrulesinfo [type=object*|parameter] name=objectname"), words[i],
+                   grammar.names);
+  const RulesInfoRequest request = rulesInfoRequest(words);
+  if (request.name.empty())
+    return fault(_("Syntax error: getrulesinfo name must be specified."), words.front(), {});
+  if (request.type != "object" && request.type != "parameter")
+    return fault(_("Syntax error: getrulesinfo type can be object or parameter."), request.type,
+                 {"object", "parameter"});
+  return std::nullopt;
+}
+
 }  // namespace
+
+RulesInfoRequest rulesInfoRequest(const std::vector<std::string>& words)
+{
+  RulesInfoRequest request{"object", {}};
+  for (std::size_t i = 1; i < words.size(); ++i) {
+    auto [key, value] = StringUtilities::splitNameValue(words[i]);
+    key = StringUtilities::toLower(key);
+    if (key == "name")
+      request.name = std::move(value);
+    else if (key == "type")
+      request.type = StringUtilities::toLower(value);
+  }
+  return request;
+}
 
 std::optional<ActionFault> faultOf(const std::vector<std::string>& words)
 {
@@ -130,6 +164,8 @@ std::optional<ActionFault> faultOf(const std::vector<std::string>& words)
   for (std::size_t i = 1; i < words.size(); ++i)
     if (std::optional<ActionFault> fault = faultOfArgument(action, grammar, words[i]))
       return fault;
+  if (action == "getrulesinfo")
+    return faultOfRulesInfo(grammar, words);
   for (const std::string& name : grammar.required)
     if (argumentOf(words, name).empty())
       return ActionFault{grammar.className,
