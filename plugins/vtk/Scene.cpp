@@ -4,6 +4,7 @@
 #include "Colouring.h"
 #include "Display.h"
 #include "ScratchFolder.h"
+#include "Sheet.h"
 #include "running.h"
 
 #include <algorithm>
@@ -13,7 +14,9 @@
 #include <vtkAppendPolyData.h>
 #include <vtkCamera.h>
 #include <vtkGLTFExporter.h>
+#include <vtkImageShrink3D.h>
 #include <vtkLight.h>
+#include <vtkMath.h>
 #include <vtkPNGWriter.h>
 #include <vtkPointData.h>
 #include <vtkPolyDataMapper.h>
@@ -125,7 +128,32 @@ void addLamps(vtkRenderer& renderer, const std::vector<Lamp>& lamps)
   }
 }
 
-void aim(vtkRenderer& renderer, const Camera& camera, bool hasLegend)
+// Moves and widens the view so that all is seen between these two places across, -1 and 1 being the sides of the view.
+void fit(vtkRenderer& renderer, double left, double right)
+{
+  vtkCamera& view = *renderer.GetActiveCamera();
+  std::array<double, 6> box{};
+  renderer.ComputeVisiblePropBounds(box.data());
+  Pixel low{1e9, 1e9};
+  Pixel high{-1e9, -1e9};
+  for (int corner = 0; corner < 8; ++corner) {
+    renderer.SetWorldPoint(box.at(corner & 1), box.at(2 + (corner >> 1 & 1)), box.at(4 + (corner >> 2)), 1);
+    renderer.WorldToView();
+    const double* const at = renderer.GetViewPoint();
+    low = {std::min(low.x, at[0]), std::min(low.y, at[1])};
+    high = {std::max(high.x, at[0]), std::max(high.y, at[1])};
+  }
+  const double room = 1.76;
+  const double zoom =
+      std::min((right - left) / std::max(1e-9, high.x - low.x), room / std::max(1e-9, high.y - low.y));
+  view.SetParallelScale(view.GetParallelScale() / zoom);
+  const double half = vtkMath::RadiansFromDegrees(view.GetViewAngle() / 2);
+  view.SetViewAngle(2 * vtkMath::DegreesFromRadians(std::atan(std::tan(half) / zoom)));
+  view.SetWindowCenter((zoom * (low.x + high.x) - left - right) / 2, zoom * (low.y + high.y) / 2);
+}
+
+// `margin` is what is left free on the right, as a share of the view.
+void aim(vtkRenderer& renderer, const Camera& camera, double margin)
 {
   vtkCamera& view = *renderer.GetActiveCamera();
   view.SetParallelProjection(camera.isParallel);
@@ -150,9 +178,14 @@ void aim(vtkRenderer& renderer, const Camera& camera, bool hasLegend)
   view.SetPosition(from.data());
   view.SetViewUp(up.data());
   renderer.ResetCamera();
-  view.Zoom(hasLegend ? 1.1 : 1.25);
-  view.SetWindowCenter(hasLegend ? 0.16 : 0, 0);  // the legend stands on the right
+  fit(renderer, -0.94, 0.94 - 2 * std::min(0.7, margin));
   renderer.ResetCameraClippingRange();
+}
+
+bool hasGlass(const Picture& picture)
+{
+  return std::any_of(picture.sights.begin(), picture.sights.end(),
+                     [](const Sight& sight) { return sight.opacity < 1 && sight.show->isLit; });
 }
 
 // One scene, in a window that nobody sees. Painted by one thread at a time: the display is the process's.
@@ -192,24 +225,18 @@ class Stage {
     renderer->SetBackground(picture.background[0], picture.background[1], picture.background[2]);
     renderer->SetBackgroundAlpha(picture.hasBackground ? 1 : 0);
     // What shines through itself has to be sorted; that forgets which of two in one place comes later.
-    const bool hasGlass = std::any_of(picture.sights.begin(), picture.sights.end(), [](const Sight& sight) {
-      return sight.opacity < 1 && sight.show->isLit;
-    });
-    renderer->SetUseDepthPeeling(hasGlass);
+    renderer->SetUseDepthPeeling(hasGlass(picture));
     renderer->SetMaximumNumberOfPeels(6);
     m_window->AddRenderer(renderer);
-    const double pixels = std::max(1.0, picture.height / 700.0);
+    const double pixels = std::max<double>(picture.density, picture.height / 700.0);
     for (std::size_t i = 0; i < picture.sights.size(); ++i)
       addSight(*renderer, picture.sights[i], static_cast<int>(i), pixels);
     addLamps(*renderer, picture.lamps);
     const Camera& camera = picture.cameras.at(static_cast<std::size_t>(place));
-    const bool hasLegend = place + 1 == views
-                           && std::any_of(picture.sights.begin(), picture.sights.end(),
-                                          [](const Sight& sight) { return sight.show->isColoured; });
-    aim(*renderer, camera, hasLegend);
     const int width = picture.width / views;
+    aim(*renderer, camera, place + 1 == views ? widthOfLegends(picture, picture.height) / width : 0);
     if (picture.hasScale && camera.isParallel)
-      addScale(*renderer, camera, width, picture.height);
+      addScale(*renderer, picture, camera, width, picture.height);
     addMarks(*renderer, picture, width, picture.height);
     if (place + 1 == views)
       addLegends(*renderer, picture, width, picture.height);
@@ -225,17 +252,21 @@ class Stage {
 
 namespace {
 
-std::string pngOf(Stage& stage, bool hasBackground)
+std::string pngOf(Stage& stage, const Picture& picture)
 {
   stage.window().Render();
   const auto grab = make<vtkWindowToImageFilter>();
   grab->SetInput(&stage.window());
   grab->ReadFrontBufferOff();
   grab->ShouldRerenderOff();
-  if (!hasBackground)
+  if (!picture.hasBackground)
     grab->SetInputBufferTypeToRGBA();
+  const auto smaller = make<vtkImageShrink3D>();
+  smaller->SetInputConnection(grab->GetOutputPort());
+  smaller->SetShrinkFactors(picture.density, picture.density, 1);
+  smaller->AveragingOn();
   const auto writer = make<vtkPNGWriter>();
-  writer->SetInputConnection(grab->GetOutputPort());
+  writer->SetInputConnection((picture.density > 1 ? smaller->GetOutputPort() : grab->GetOutputPort()));
   writer->WriteToMemoryOn();
   run(*writer, "takePicture");
   const vtkUnsignedCharArray* const bytes = writer->GetResult();
@@ -250,8 +281,15 @@ std::string pngOf(Stage& stage, bool hasBackground)
 
 std::string paintPng(const Picture& picture)
 {
-  Stage stage(picture);
-  return pngOf(stage, picture.hasBackground);
+  // Where things that shine through are sorted, edges have no samples: they come from a larger picture.
+  Picture painted = picture;
+  if (hasGlass(picture) && picture.samples > 1 && std::max(picture.width, picture.height) <= 4096) {
+    painted.density = 2;
+    painted.width *= 2;
+    painted.height *= 2;
+  }
+  Stage stage(painted);
+  return pngOf(stage, painted);
 }
 
 std::string paintFlat(int width, int height, const std::function<void(vtkRenderer&)>& draw)
@@ -262,7 +300,7 @@ std::string paintFlat(int width, int height, const std::function<void(vtkRendere
   empty.cameras.emplace_back();
   Stage stage(empty);
   draw(*stage.window().GetRenderers()->GetFirstRenderer());
-  return pngOf(stage, true);
+  return pngOf(stage, empty);
 }
 
 std::string paintGltf(const Picture& picture)

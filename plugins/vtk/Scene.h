@@ -61,6 +61,8 @@ struct Picture {
   bool hasBackground = true;
   Rgb background{1, 1, 1};
   bool hasScale = true;
+  int density =
+      1;  // what is counted in pixels below is painted so many times larger, and made smaller at last
 };
 
 // The picture as the content of a PNG file. The same picture gives the same bytes.
@@ -74,9 +76,10 @@ std::string asVtp(const Picture& picture);
 
 // ---- Inside
 
+double widthOfLegends(const Picture& picture, int height);  // with room round them
 void addLegends(vtkRenderer& renderer, const Picture& picture, int width, int height);
 void addMarks(vtkRenderer& renderer, const Picture& picture, int width, int height);
 void addCaptions(vtkRenderer& renderer, const Picture& picture, int width, int height);
-void addScale(vtkRenderer& renderer, const Camera& camera, int width, int height);
+void addScale(vtkRenderer& renderer, const Picture& picture, const Camera& camera, int width, int height);
 
 }  // namespace results
