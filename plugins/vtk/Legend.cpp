@@ -11,7 +11,7 @@ namespace {
 
 double scaleOf(const Picture& picture, int height)
 {
-  return picture.density * std::clamp(height / picture.density / 700.0, 0.6, 4.0);
+  return picture.density * std::clamp(height / picture.density / 700.0, 0.75, 4.0);
 }
 
 // The labels of a legend: each end of a band where there is room for it, always the lowest and the highest; round values

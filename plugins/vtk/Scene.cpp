@@ -10,6 +10,8 @@
 #include <algorithm>
 #include <cmath>
 #include <mutex>
+#include <unistd.h>
+#include <utility>
 #include <vtkActor.h>
 #include <vtkAppendPolyData.h>
 #include <vtkCamera.h>
@@ -43,15 +45,19 @@ Ptr<vtkPolyData> withNormals(const Ptr<vtkPolyData>& body)
   return normals->GetOutput();
 }
 
-// What comes later in a picture, and lies in the same place, is seen.
+// What comes later in a picture, and lies in the same place, is seen, and lines on a surface before it. The steps are so
+// small that nothing comes through from behind, which is far away where the eye is near to something else.
 Ptr<vtkActor> actorOf(const Ptr<vtkPolyData>& body, int place, double lineWidth, double opacity)
 {
+  constexpr double lines = 4;  // against what VTK adds itself
+  constexpr double points = 8;
+  const double step = -0.1 * place;
   const auto mapper = make<vtkPolyDataMapper>();
   mapper->SetInputData(body);
   mapper->SetResolveCoincidentTopologyToPolygonOffset();
-  mapper->SetRelativeCoincidentTopologyPolygonOffsetParameters(0, -4.0 * place);
-  mapper->SetRelativeCoincidentTopologyLineOffsetParameters(0, -4.0 * place - 4);
-  mapper->SetRelativeCoincidentTopologyPointOffsetParameter(-4.0 * place - 4);
+  mapper->SetRelativeCoincidentTopologyPolygonOffsetParameters(1, step);
+  mapper->SetRelativeCoincidentTopologyLineOffsetParameters(-1, step - 0.1 + lines);
+  mapper->SetRelativeCoincidentTopologyPointOffsetParameter(step - 0.1 + points);
   mapper->ScalarVisibilityOff();
   const auto actor = make<vtkActor>();
   actor->SetMapper(mapper);
@@ -68,7 +74,7 @@ void addSight(vtkRenderer& renderer, const Sight& sight, int place, double pixel
   const Ptr<vtkActor> actor =
       actorOf(show.isLit ? withNormals(show.body) : show.body, place, show.lineWidth * pixels, sight.opacity);
   actor->GetProperty()->SetLighting(show.isLit);
-  actor->GetProperty()->SetAmbient(show.isLit ? 0.25 : 1);
+  actor->GetProperty()->SetAmbient(show.isLit ? 0.34 : 1);
   actor->GetProperty()->SetDiffuse(show.isLit ? 0.8 : 0);
   actor->GetProperty()->SetSpecular(show.isColoured ? 0 : 0.12);
   actor->GetProperty()->SetSpecularPower(24);
@@ -188,16 +194,42 @@ bool hasGlass(const Picture& picture)
                      [](const Sight& sight) { return sight.opacity < 1 && sight.show->isLit; });
 }
 
-// One scene, in a window that nobody sees. Painted by one thread at a time: the display is the process's.
+// The window that nobody sees, which takes longer to make than a picture: kept for the next one. Left to the system where
+// the process ends; a copy of the process makes its own.
+struct Window {
+  Ptr<vtkRenderWindow> window;
+  int samples = 0;
+  pid_t process = 0;
+};
+
+Window& kept()
+{
+  static auto* const window = new Window;
+  return *window;
+}
+
+Ptr<vtkRenderWindow> windowWith(int samples)
+{
+  if (kept().process != getpid())
+    new Ptr<vtkRenderWindow>(std::move(kept().window));
+  if (kept().samples != samples)
+    closeWindow();
+  if (!kept().window) {
+    kept() = {make<vtkRenderWindow>(), samples, getpid()};
+    kept().window->SetOffScreenRendering(1);
+    kept().window->SetMultiSamples(samples);
+    kept().window->SetAlphaBitPlanes(1);
+  }
+  return kept().window;
+}
+
+// One scene. Painted by one thread at a time: the display is the process's.
 class Stage {
  public:
   explicit Stage(const Picture& picture) : m_lock(painting())
   {
     needDisplay();
-    m_window = make<vtkRenderWindow>();
-    m_window->SetOffScreenRendering(1);
-    m_window->SetMultiSamples(picture.samples);
-    m_window->SetAlphaBitPlanes(1);
+    m_window = windowWith(picture.samples);
     m_window->SetSize(picture.width, picture.height);
     const auto views = static_cast<int>(picture.cameras.size());
     for (int i = 0; i < views; ++i)
@@ -205,8 +237,12 @@ class Stage {
   }
   ~Stage()
   {
-    if (m_window)
-      m_window->Finalize();
+    while (vtkRenderer* renderer = m_window->GetRenderers()->GetFirstRenderer())
+      m_window->RemoveRenderer(renderer);
+    m_window->ReleaseCurrent();  // the next picture may be another thread's
+    constexpr double muchMemory = 16e6;
+    if (static_cast<double>(m_window->GetSize()[0]) * m_window->GetSize()[1] > muchMemory)
+      closeWindow();
   }
   Stage(const Stage&) = delete;
   Stage& operator=(const Stage&) = delete;
@@ -278,6 +314,14 @@ std::string pngOf(Stage& stage, const Picture& picture)
 }
 
 }  // namespace
+
+void closeWindow()
+{
+  if (kept().window && kept().process == getpid()) {
+    kept().window->Finalize();
+    kept().window = nullptr;
+  }
+}
 
 std::string paintPng(const Picture& picture)
 {

@@ -71,6 +71,8 @@ std::string paintPng(const Picture& picture);
 std::string paintFlat(int width, int height, const std::function<void(vtkRenderer&)>& draw);
 // The scene in three dimensions, as the content of a glTF file; colours stand at its points.
 std::string paintGltf(const Picture& picture);
+// Ends what pictures are painted with, until the next one; before the display goes.
+void closeWindow();
 // All that is seen, as one file of VTK's.
 std::string asVtp(const Picture& picture);
 

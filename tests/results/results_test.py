@@ -16,6 +16,8 @@ import unittest
 import grids
 
 SOURCE = pathlib.Path(__file__).resolve().parents[2]
+sys.path.insert(0, str(SOURCE / "tools"))
+import results_document
 KSL = os.environ["KSL_BIN"]
 LIBRARY = SOURCE / "share" / "ksl-results"
 EXAMPLE = SOURCE / "examples" / "results"
@@ -356,24 +358,13 @@ class ResultsTest(unittest.TestCase):
     # ---- the document
 
     def test_the_document_shows_what_happens(self):
-        shutil.copy(EXAMPLE / "cylinder.vtu", self.folder)
-        document = (SOURCE / "docs" / "results.md").read_text()
-        for name, text in re.findall(r"^```ksl (\S+)\n(.*?)^```", document, re.M | re.S):
-            (self.folder / name).write_text(text)
-        (self.folder / "bin").mkdir()
-        (self.folder / "bin" / "ksl").symlink_to(KSL)
-        environment = {k: v for k, v in os.environ.items() if k != "DISPLAY"}
-        environment.update(ORV_KSL_LIBRARY_PATH=str(LIBRARY), PATH=f"{self.folder / 'bin'}:{os.environ['PATH']}")
         self.maxDiff = None
-        shown = printed = ""
-        for block in re.findall(r"^```console\n(.*?)^```", document, re.M | re.S):
-            shown += block
-            for command in re.findall(r"^\$ (.*(?:\n> .*)*)", block, re.M):
-                done = subprocess.run(["sh", "-c", command.replace("\n> ", "\n")], cwd=self.folder, env=environment, text=True,
-                                      stdout=subprocess.PIPE, stderr=subprocess.STDOUT, timeout=60)
-                printed += f"$ {command}\n{done.stdout}" + ("" if done.stdout.endswith("\n") else "\n")
+        shown, printed = results_document.run(KSL, self.folder)
         self.assertGreater(len(shown), 500)
         self.assertEqual(printed, shown)
+        for name, picture in results_document.pictures().items():
+            self.assertTrue(picture.is_file(), picture)
+            self.assertTrue(name == "wind.png" or (self.folder / name).is_file(), name)
 
     # ---- being stopped
 
