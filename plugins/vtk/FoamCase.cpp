@@ -1,11 +1,13 @@
 // What OpenFOAM's own files say that VTK's reader does not.
 #include "platform/ORVUtilities.h"
 #include "Reader.h"
+#include "ScratchFolder.h"
 
 #include <cmath>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <set>
 #include <sstream>
 
 namespace results {
@@ -28,15 +30,22 @@ fs::path timeDirectory(const fs::path& root, double time)
   return {};
 }
 
-// Of the parts of a decomposed case any will do: all have the same fields.
-fs::path partOf(const fs::path& root)
+std::set<fs::path> partsOf(const fs::path& root)
 {
+  std::set<fs::path> parts;
   std::error_code failure;
   for (const fs::directory_entry& entry : fs::directory_iterator(root, failure)) {
     if (entry.path().filename().string().starts_with("processor"))
-      return entry.path();
+      parts.insert(entry.path());
   }
-  return root;
+  return parts;
+}
+
+// Of the parts of a decomposed case any will do: all have the same fields.
+fs::path partOf(const fs::path& root)
+{
+  const std::set<fs::path> parts = partsOf(root);
+  return parts.empty() ? root : *parts.begin();
 }
 
 std::string headOf(const fs::path& file)
@@ -77,11 +86,38 @@ std::string unitsOf(const std::string& dimensions)
 
 }  // namespace
 
+fs::path foamRoot(const std::string& file)
+{
+  const fs::path path = fs::absolute(file);
+  if (fs::is_directory(path))
+    return path;
+  return path.filename() == "controlDict" ? path.parent_path().parent_path() : path.parent_path();
+}
+
+// A mesh that moves stands beside the fields of any time before.
+std::string foamVersion(const fs::path& root, double time, bool isDecomposed)
+{
+  std::error_code failure;
+  std::string stamps = stampOf(root / "system" / "controlDict");
+  const auto add = [&](const fs::path& folder) {
+    std::set<fs::path> files;
+    for (const fs::directory_entry& entry : fs::recursive_directory_iterator(folder, failure))
+      files.insert(entry.path());
+    for (const fs::path& file : files)
+      stamps += stampOf(file);
+  };
+  for (const fs::path& part : isDecomposed ? partsOf(root) : std::set<fs::path>{root}) {
+    add(timeDirectory(part, time));
+    add(part / "constant" / "polyMesh");
+    for (const fs::directory_entry& entry : fs::directory_iterator(part, failure))
+      add(entry.path() / "polyMesh");
+  }
+  return stamps;
+}
+
 FoamFields foamFields(const std::string& controlDict, double time, bool isDecomposed)
 {
-  const fs::path file = fs::absolute(controlDict);
-  const bool isControl = file.filename() == "controlDict";
-  const fs::path root = isControl ? file.parent_path().parent_path() : file.parent_path();
+  const fs::path root = foamRoot(controlDict);
   FoamFields fields;
   std::error_code failure;
   const fs::path directory = timeDirectory(isDecomposed ? partOf(root) : root, time);

@@ -4,11 +4,14 @@
 #include "platform/ORVException.h"
 #include "platform/ORVUtilities.h"
 #include "Memory.h"
+#include "ScratchFolder.h"
 #include "running.h"
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 #include <filesystem>
+#include <optional>
 #include <set>
 #include <vtkAlgorithm.h>
 #include <vtkCGNSReader.h>
@@ -83,11 +86,12 @@ constexpr const char* kinds =
     ".vtu, .pvtu, .vtp, .vts, .vti, .vtr, .vtm, .vtk, .pvd, .stl, .ply, .case, .encas, .cgns, .foam, "
     "controlDict and directories of OpenFOAM cases";
 
-Ptr<vtkAlgorithm> foamReader(const ReadOptions& options)
+// `control` when the case has been written elsewhere.
+Ptr<vtkAlgorithm> foamReader(const ReadOptions& options, const std::string& control = "")
 {
   const auto reader = make<vtkPOpenFOAMReader>();
   reader->SetController(make<vtkDummyController>());
-  reader->SetFileName(controlDictOf(options.file).c_str());
+  reader->SetFileName((control.empty() ? controlDictOf(options.file) : control).c_str());
   reader->SetCaseType(options.isDecomposed ? vtkPOpenFOAMReader::DECOMPOSED_CASE
                                            : vtkPOpenFOAMReader::RECONSTRUCTED_CASE);
   reader->CreateCellToPointOn();
@@ -203,13 +207,12 @@ void requireFields(const Mesh& mesh, const FoamFields& fields, const ReadOptions
   }
 }
 
-Ptr<vtkDataObject> readAt(const ReadOptions& options, double time)
+Ptr<vtkDataObject> readAt(const ReadOptions& options, vtkAlgorithm& reader, double time)
 {
-  const Ptr<vtkAlgorithm> reader = readerOf(options);
-  if (!timesOf(options.file, *reader).empty())
-    reader->GetOutputInformation(0)->Set(vtkStreamingDemandDrivenPipeline::UPDATE_TIME_STEP(), time);
-  reading(options.file, [&reader] { run(*reader, "readResults"); });
-  return reader->GetOutputDataObject(0);
+  if (!timesOf(options.file, reader).empty())
+    reader.GetOutputInformation(0)->Set(vtkStreamingDemandDrivenPipeline::UPDATE_TIME_STEP(), time);
+  reading(options.file, [&reader] { run(reader, "readResults"); });
+  return reader.GetOutputDataObject(0);
 }
 
 Ptr<vtkDataObject> readCollected(const ReadOptions& options, double time)
@@ -220,40 +223,97 @@ Ptr<vtkDataObject> readCollected(const ReadOptions& options, double time)
       continue;
     ReadOptions part = options;
     part.file = listed.file;
-    all->SetBlock(all->GetNumberOfBlocks(), readAt(part, 0));
+    all->SetBlock(all->GetNumberOfBlocks(), readAt(part, *readerOf(part), 0));
   }
   return all;
 }
 
-std::shared_ptr<const Mesh> readNew(const ReadOptions& options, double time)
+std::shared_ptr<Mesh> assembled(const ReadOptions& options, double time, const Ptr<vtkDataObject>& data)
 {
-  const Ptr<vtkDataObject> data =
-      endingOf(options.file) == ".pvd" ? readCollected(options, time) : readAt(options, time);
-  const std::shared_ptr<Mesh> mesh = data ? assemble(*data) : nullptr;
+  std::shared_ptr<Mesh> mesh = data ? assemble(*data) : nullptr;
   if (!mesh || mesh->cells->GetNumberOfCells() == 0)
     fail("readResults", orv::_("Results file '%s' holds no cells.", options.file));
   mesh->time = time;
   mesh->times = timesIn(options);
-  if (isOpenFoam(options.file)) {
-    const FoamFields fields = foamFields(controlDictOf(options.file), time, options.isDecomposed);
-    requireFields(*mesh, fields, options);
-    mesh->units = fields.units;
-  }
+  return mesh;
+}
+
+bool isOfCommonFiles(const ReadOptions& options)
+{
+  return options.isDecomposed && isOpenFoam(options.file) && isCollated(foamRoot(options.file));
+}
+
+std::shared_ptr<Mesh> readFoam(const ReadOptions& options, double time)
+{
+  std::string control = controlDictOf(options.file);
+  std::optional<ScratchFolder> apart;
+  if (isOfCommonFiles(options))
+    control = writeApart(foamRoot(options.file), time, apart.emplace());
+  requireFile(options.file);
+  const std::shared_ptr<Mesh> mesh =
+      assembled(options, time, readAt(options, *foamReader(options, control), time));
+  const FoamFields fields = foamFields(control, time, options.isDecomposed);
+  requireFields(*mesh, fields, options);
+  mesh->units = fields.units;
+  return mesh;
+}
+
+std::shared_ptr<const Mesh> readNew(const ReadOptions& options, double time)
+{
+  const std::shared_ptr<Mesh> mesh =
+      isOpenFoam(options.file) ? readFoam(options, time)
+      : endingOf(options.file) == ".pvd"
+          ? assembled(options, time, readCollected(options, time))
+          : assembled(options, time, readAt(options, *readerOf(options), time));
   for (const auto& [name, units] : options.units)
     mesh->units[name] = units;
   scaleLengths(*mesh, options.scale);
   return mesh;
 }
 
-// What a file was when it was read: its name, its size, and when it was written.
-std::string versionOf(const std::string& file)
+// The files that one of several files names, "<Piece Source='a.vtu'/>" or "model: a.geo": those of its words that are files.
+std::vector<fs::path> namedIn(const fs::path& file)
 {
+  static const std::set<std::string> ofSeveral{".pvtu", ".pvtp", ".pvts", ".pvti", ".pvtr",
+                                               ".vtm",  ".pvd",  ".case", ".encas"};
+  std::vector<fs::path> files;
+  if (!ofSeveral.contains(endingOf(file.string())))
+    return files;
+  std::string text = readFile(file.string());
+  std::replace_if(
+      text.begin(), text.end(), [](char c) { return std::strchr("\"'<>=\t\r\n", c) != nullptr; }, ' ');
   std::error_code failure;
-  const fs::path path =
-      isOpenFoam(file) ? fs::path(controlDictOf(file)).parent_path().parent_path() : fs::path(file);
-  const auto written = fs::last_write_time(path, failure).time_since_epoch().count();
-  const auto size = fs::is_regular_file(path) ? fs::file_size(path, failure) : 0;
-  return fs::absolute(file).string() + "|" + std::to_string(written) + "|" + std::to_string(size);
+  for (const std::string& word : orv::StringUtilities::stringToVector(text, ' ')) {
+    const fs::path named = file.parent_path() / word;
+    if (!word.empty() && fs::is_regular_file(named, failure))
+      files.push_back(named);
+  }
+  return files;
+}
+
+std::string stampsOf(const fs::path& file)
+{
+  std::string stamps;
+  std::set<fs::path> known{file};
+  std::vector<fs::path> waiting{file};
+  while (!waiting.empty()) {
+    const fs::path next = waiting.back();
+    waiting.pop_back();
+    stamps += stampOf(next);
+    for (const fs::path& named : namedIn(next)) {
+      if (known.insert(named).second)
+        waiting.push_back(named);
+    }
+  }
+  return stamps;
+}
+
+// What a mesh was read from: its name, the sizes of its files, and when they were written.
+std::string versionOf(const ReadOptions& options, double time)
+{
+  return fs::absolute(options.file).string() + "|"
+         + (isOpenFoam(options.file) ? foamVersion(foamRoot(options.file), time, options.isDecomposed)
+                                     : stampsOf(options.file));
 }
 
 }  // namespace
@@ -272,6 +332,8 @@ std::vector<double> timesIn(const ReadOptions& options)
   if (endingOf(options.file) == ".pvd") {
     for (const Listed& listed : readCollection(options.file))
       times.push_back(listed.time);
+  } else if (isOfCommonFiles(options)) {
+    times = collatedTimes(foamRoot(options.file));
   } else {
     times = timesOf(options.file, *readerOf(options));
   }
@@ -284,7 +346,7 @@ std::shared_ptr<const Mesh> readMesh(const ReadOptions& options, double time)
 {
   requireFile(options.file);
   std::string key =
-      join({"mesh", versionOf(options.file), options.isDecomposed ? "parts" : "whole",
+      join({"mesh", versionOf(options, time), options.isDecomposed ? "parts" : "whole",
             orv::StringUtilities::toString(options.scale), orv::StringUtilities::toString(time)},
            "|");
   for (const auto& [name, units] : options.units)
