@@ -2,6 +2,7 @@
 #include "platform/ORVUtilities.h"
 #include "Reader.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdlib>
 #include <filesystem>
@@ -75,13 +76,58 @@ std::string unitsOf(const std::string& dimensions)
   return units.empty() ? "1" : units;
 }
 
-}  // namespace
-
-FoamFields foamFields(const std::string& controlDict, double time, bool isDecomposed)
+fs::path rootOf(const std::string& controlDict)
 {
   const fs::path file = fs::absolute(controlDict);
   const bool isControl = file.filename() == "controlDict";
-  const fs::path root = isControl ? file.parent_path().parent_path() : file.parent_path();
+  return isControl ? file.parent_path().parent_path() : file.parent_path();
+}
+
+std::vector<fs::path> partsOf(const fs::path& root, bool isDecomposed)
+{
+  std::vector<fs::path> parts;
+  std::error_code failure;
+  for (const fs::directory_entry& entry : fs::directory_iterator(root, failure)) {
+    if (isDecomposed && entry.path().filename().string().starts_with("processor"))
+      parts.push_back(entry.path());
+  }
+  if (parts.empty())
+    parts.push_back(root);
+  return parts;
+}
+
+void addFiles(const fs::path& directory, std::vector<std::string>& files)
+{
+  std::error_code failure;
+  for (const fs::directory_entry& entry : fs::directory_iterator(directory, failure)) {
+    if (entry.is_regular_file(failure))
+      files.push_back(entry.path().string());
+  }
+}
+
+}  // namespace
+
+std::vector<std::string> foamFiles(const std::string& controlDict, std::optional<double> time,
+                                   bool isDecomposed)
+{
+  const fs::path root = rootOf(controlDict);
+  std::vector<std::string> files;
+  for (const fs::path& part : partsOf(root, isDecomposed)) {
+    files.push_back(part.string());
+    if (!time)
+      continue;
+    files.back() = (part / "constant").string();
+    const fs::path directory = timeDirectory(part, *time);
+    for (const fs::path& each : {part / "constant" / "polyMesh", directory, directory / "polyMesh"})
+      addFiles(each, files);
+  }
+  std::sort(files.begin(), files.end());
+  return files;
+}
+
+FoamFields foamFields(const std::string& controlDict, double time, bool isDecomposed)
+{
+  const fs::path root = rootOf(controlDict);
   FoamFields fields;
   std::error_code failure;
   const fs::path directory = timeDirectory(isDecomposed ? partOf(root) : root, time);

@@ -225,7 +225,7 @@ Ptr<vtkDataObject> readCollected(const ReadOptions& options, double time)
   return all;
 }
 
-std::shared_ptr<const Mesh> readNew(const ReadOptions& options, double time)
+std::shared_ptr<Mesh> readNew(const ReadOptions& options, double time)
 {
   const Ptr<vtkDataObject> data =
       endingOf(options.file) == ".pvd" ? readCollected(options, time) : readAt(options, time);
@@ -245,15 +245,43 @@ std::shared_ptr<const Mesh> readNew(const ReadOptions& options, double time)
   return mesh;
 }
 
-// What a file was when it was read: its name, its size, and when it was written.
-std::string versionOf(const std::string& file)
+void addNamedFiles(vtkXMLDataElement& element, const fs::path& folder, std::vector<fs::path>& files)
 {
+  for (const char* attribute : {"Source", "file"})
+    if (const char* name = element.GetAttribute(attribute))
+      files.push_back(folder / name);
+  for (int i = 0; i < element.GetNumberOfNestedElements(); ++i)
+    addNamedFiles(*element.GetNestedElement(i), folder, files);
+}
+
+// A file that names others, such as the pieces of its mesh, is what they are, too.
+void addFileAndPieces(orv::ResultKey& key, const fs::path& file)
+{
+  static const std::set<std::string> lists{".pvd", ".vtm", ".pvtu", ".pvtp", ".pvts", ".pvti", ".pvtr"};
+  key.addFile(file.string());
   std::error_code failure;
-  const fs::path path =
-      isOpenFoam(file) ? fs::path(controlDictOf(file)).parent_path().parent_path() : fs::path(file);
-  const auto written = fs::last_write_time(path, failure).time_since_epoch().count();
-  const auto size = fs::is_regular_file(path) ? fs::file_size(path, failure) : 0;
-  return fs::absolute(file).string() + "|" + std::to_string(written) + "|" + std::to_string(size);
+  if (!lists.contains(endingOf(file.string())) || !fs::is_regular_file(file, failure))
+    return;
+  const auto root = Ptr<vtkXMLDataElement>::Take(vtkXMLUtilities::ReadElementFromFile(file.c_str()));
+  std::vector<fs::path> files;
+  if (root)
+    addNamedFiles(*root, file.parent_path(), files);
+  for (const fs::path& piece : files)
+    key.addFile(piece.string());
+}
+
+// What is there to be read: all, or at a time.
+orv::ResultKey keyOf(const ReadOptions& options, const char* function, std::optional<double> time)
+{
+  orv::ResultKey key(function);
+  key.add(options.isDecomposed);
+  if (!isOpenFoam(options.file)) {
+    addFileAndPieces(key, options.file);
+    return key;
+  }
+  for (const std::string& file : foamFiles(controlDictOf(options.file), time, options.isDecomposed))
+    key.addFile(file);
+  return key;
 }
 
 }  // namespace
@@ -268,28 +296,36 @@ bool isOpenFoam(const std::string& file)
 
 std::vector<double> timesIn(const ReadOptions& options)
 {
-  std::vector<double> times;
-  if (endingOf(options.file) == ".pvd") {
-    for (const Listed& listed : readCollection(options.file))
-      times.push_back(listed.time);
-  } else {
-    times = timesOf(options.file, *readerOf(options));
-  }
-  std::sort(times.begin(), times.end());
-  times.erase(std::unique(times.begin(), times.end()), times.end());
-  return times;
+  return *remembered<std::vector<double>>(
+      keyOf(options, "timesIn", {}), "timesIn", options.file, [&](Making&) {
+        auto times = std::make_shared<std::vector<double>>();
+        if (endingOf(options.file) == ".pvd") {
+          for (const Listed& listed : readCollection(options.file))
+            times->push_back(listed.time);
+        } else {
+          *times = timesOf(options.file, *readerOf(options));
+        }
+        std::sort(times->begin(), times->end());
+        times->erase(std::unique(times->begin(), times->end()), times->end());
+        return times;
+      });
 }
 
 std::shared_ptr<const Mesh> readMesh(const ReadOptions& options, double time)
 {
-  requireFile(options.file);
-  std::string key =
-      join({"mesh", versionOf(options.file), options.isDecomposed ? "parts" : "whole",
-            orv::StringUtilities::toString(options.scale), orv::StringUtilities::toString(time)},
-           "|");
+  orv::ResultKey key = keyOf(options, "readMesh", time);
+  key.addAll(time, options.scale);
   for (const auto& [name, units] : options.units)
-    key += "|" + name + "=" + units;
-  return Memory::recall<Mesh>(key, [&] { return readNew(options, time); });
+    key.addAll(name, units);
+  return remembered<Mesh>(key, "readMesh", options.file, [&](Making& making) {
+    const std::shared_ptr<Mesh> mesh = readNew(options, time);
+    mesh->key = key;
+    std::size_t bytes = bytesOf(*mesh->cells);
+    for (const Region& region : mesh->regions)
+      bytes += bytesOf(*region.faces);
+    making.takes(bytes);
+    return mesh;
+  });
 }
 
 }  // namespace results

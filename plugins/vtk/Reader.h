@@ -4,6 +4,7 @@
 #include "Data.h"
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -35,6 +36,11 @@ struct FoamFields {
   std::vector<std::string> names;
 };
 FoamFields foamFields(const std::string& controlDict, double time, bool isDecomposed);
+
+// What tells that a case is another than it was: the directories that times stand in; at a time, the files of its mesh and
+// fields.
+std::vector<std::string> foamFiles(const std::string& controlDict, std::optional<double> time,
+                                   bool isDecomposed);
 
 // ---- Inside
 
