@@ -1,12 +1,13 @@
 // What OpenFOAM's own files say that VTK's reader does not.
 #include "platform/ORVUtilities.h"
 #include "Reader.h"
+#include "ScratchFolder.h"
 
-#include <algorithm>
 #include <cmath>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <set>
 #include <sstream>
 
 namespace results {
@@ -29,15 +30,22 @@ fs::path timeDirectory(const fs::path& root, double time)
   return {};
 }
 
-// Of the parts of a decomposed case any will do: all have the same fields.
-fs::path partOf(const fs::path& root)
+std::set<fs::path> partsOf(const fs::path& root)
 {
+  std::set<fs::path> parts;
   std::error_code failure;
   for (const fs::directory_entry& entry : fs::directory_iterator(root, failure)) {
     if (entry.path().filename().string().starts_with("processor"))
-      return entry.path();
+      parts.insert(entry.path());
   }
-  return root;
+  return parts;
+}
+
+// Of the parts of a decomposed case any will do: all have the same fields.
+fs::path partOf(const fs::path& root)
+{
+  const std::set<fs::path> parts = partsOf(root);
+  return parts.empty() ? root : *parts.begin();
 }
 
 std::string headOf(const fs::path& file)
@@ -76,58 +84,41 @@ std::string unitsOf(const std::string& dimensions)
   return units.empty() ? "1" : units;
 }
 
-fs::path rootOf(const std::string& controlDict)
-{
-  const fs::path file = fs::absolute(controlDict);
-  const bool isControl = file.filename() == "controlDict";
-  return isControl ? file.parent_path().parent_path() : file.parent_path();
-}
-
-std::vector<fs::path> partsOf(const fs::path& root, bool isDecomposed)
-{
-  std::vector<fs::path> parts;
-  std::error_code failure;
-  for (const fs::directory_entry& entry : fs::directory_iterator(root, failure)) {
-    if (isDecomposed && entry.path().filename().string().starts_with("processor"))
-      parts.push_back(entry.path());
-  }
-  if (parts.empty())
-    parts.push_back(root);
-  return parts;
-}
-
-void addFiles(const fs::path& directory, std::vector<std::string>& files)
-{
-  std::error_code failure;
-  for (const fs::directory_entry& entry : fs::directory_iterator(directory, failure)) {
-    if (entry.is_regular_file(failure))
-      files.push_back(entry.path().string());
-  }
-}
-
 }  // namespace
 
-std::vector<std::string> foamFiles(const std::string& controlDict, std::optional<double> time,
-                                   bool isDecomposed)
+fs::path foamRoot(const std::string& file)
 {
-  const fs::path root = rootOf(controlDict);
-  std::vector<std::string> files;
-  for (const fs::path& part : partsOf(root, isDecomposed)) {
-    files.push_back(part.string());
-    if (!time)
+  const fs::path path = fs::absolute(file);
+  if (fs::is_directory(path))
+    return path;
+  return path.filename() == "controlDict" ? path.parent_path().parent_path() : path.parent_path();
+}
+
+// A mesh that moves stands beside the fields of any time before.
+std::vector<std::string> foamFiles(const fs::path& root, std::optional<double> time, bool isDecomposed)
+{
+  std::error_code failure;
+  std::set<fs::path> files{root / "system" / "controlDict"};
+  const auto add = [&](const fs::path& folder) {
+    for (const fs::directory_entry& entry : fs::recursive_directory_iterator(folder, failure))
+      files.insert(entry.path());
+  };
+  for (const fs::path& part : isDecomposed ? partsOf(root) : std::set<fs::path>{root}) {
+    if (!time) {
+      files.insert(part);
       continue;
-    files.back() = (part / "constant").string();
-    const fs::path directory = timeDirectory(part, *time);
-    for (const fs::path& each : {part / "constant" / "polyMesh", directory, directory / "polyMesh"})
-      addFiles(each, files);
+    }
+    add(timeDirectory(part, *time));
+    add(part / "constant" / "polyMesh");
+    for (const fs::directory_entry& entry : fs::directory_iterator(part, failure))
+      add(entry.path() / "polyMesh");
   }
-  std::sort(files.begin(), files.end());
-  return files;
+  return {files.begin(), files.end()};
 }
 
 FoamFields foamFields(const std::string& controlDict, double time, bool isDecomposed)
 {
-  const fs::path root = rootOf(controlDict);
+  const fs::path root = foamRoot(controlDict);
   FoamFields fields;
   std::error_code failure;
   const fs::path directory = timeDirectory(isDecomposed ? partOf(root) : root, time);

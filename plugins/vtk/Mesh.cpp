@@ -3,6 +3,7 @@
 #include "running.h"
 
 #include <algorithm>
+#include <numeric>
 #include <vtkAppendFilter.h>
 #include <vtkAppendPolyData.h>
 #include <vtkCellData.h>
@@ -15,6 +16,7 @@
 #include <vtkGenericCell.h>
 #include <vtkImageData.h>
 #include <vtkInformation.h>
+#include <vtkIntArray.h>
 #include <vtkMultiBlockDataSet.h>
 #include <vtkPointData.h>
 #include <vtkPointSet.h>
@@ -148,6 +150,16 @@ void fillPoints(Mesh& mesh)
   }
 }
 
+// So that pieces of a place know which cell they are of.
+void numberCells(vtkDataSet& cells)
+{
+  const auto numbers = make<vtkIntArray>();
+  numbers->SetName(cellNumbers);
+  numbers->SetNumberOfTuples(cells.GetNumberOfCells());
+  std::iota(numbers->GetPointer(0), numbers->GetPointer(0) + cells.GetNumberOfCells(), 0);
+  cells.GetCellData()->AddArray(numbers);
+}
+
 void addRegion(Mesh& mesh, const Leaf& leaf)
 {
   const bool isBetweenParts = leaf.name.starts_with("procBoundary");
@@ -187,6 +199,7 @@ std::shared_ptr<Mesh> assemble(vtkDataObject& data)
     return nullptr;
   mesh->cells = joined(std::move(parts));
   fillPoints(*mesh);
+  numberCells(*mesh->cells);
   return mesh;
 }
 

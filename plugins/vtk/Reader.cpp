@@ -4,11 +4,14 @@
 #include "platform/ORVException.h"
 #include "platform/ORVUtilities.h"
 #include "Memory.h"
+#include "ScratchFolder.h"
 #include "running.h"
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 #include <filesystem>
+#include <optional>
 #include <set>
 #include <vtkAlgorithm.h>
 #include <vtkCGNSReader.h>
@@ -83,11 +86,12 @@ constexpr const char* kinds =
     ".vtu, .pvtu, .vtp, .vts, .vti, .vtr, .vtm, .vtk, .pvd, .stl, .ply, .case, .encas, .cgns, .foam, "
     "controlDict and directories of OpenFOAM cases";
 
-Ptr<vtkAlgorithm> foamReader(const ReadOptions& options)
+// `control` when the case has been written elsewhere.
+Ptr<vtkAlgorithm> foamReader(const ReadOptions& options, const std::string& control = "")
 {
   const auto reader = make<vtkPOpenFOAMReader>();
   reader->SetController(make<vtkDummyController>());
-  reader->SetFileName(controlDictOf(options.file).c_str());
+  reader->SetFileName((control.empty() ? controlDictOf(options.file) : control).c_str());
   reader->SetCaseType(options.isDecomposed ? vtkPOpenFOAMReader::DECOMPOSED_CASE
                                            : vtkPOpenFOAMReader::RECONSTRUCTED_CASE);
   reader->CreateCellToPointOn();
@@ -203,13 +207,12 @@ void requireFields(const Mesh& mesh, const FoamFields& fields, const ReadOptions
   }
 }
 
-Ptr<vtkDataObject> readAt(const ReadOptions& options, double time)
+Ptr<vtkDataObject> readAt(const ReadOptions& options, vtkAlgorithm& reader, double time)
 {
-  const Ptr<vtkAlgorithm> reader = readerOf(options);
-  if (!timesOf(options.file, *reader).empty())
-    reader->GetOutputInformation(0)->Set(vtkStreamingDemandDrivenPipeline::UPDATE_TIME_STEP(), time);
-  reading(options.file, [&reader] { run(*reader, "readResults"); });
-  return reader->GetOutputDataObject(0);
+  if (!timesOf(options.file, reader).empty())
+    reader.GetOutputInformation(0)->Set(vtkStreamingDemandDrivenPipeline::UPDATE_TIME_STEP(), time);
+  reading(options.file, [&reader] { run(reader, "readResults"); });
+  return reader.GetOutputDataObject(0);
 }
 
 Ptr<vtkDataObject> readCollected(const ReadOptions& options, double time)
@@ -220,67 +223,100 @@ Ptr<vtkDataObject> readCollected(const ReadOptions& options, double time)
       continue;
     ReadOptions part = options;
     part.file = listed.file;
-    all->SetBlock(all->GetNumberOfBlocks(), readAt(part, 0));
+    all->SetBlock(all->GetNumberOfBlocks(), readAt(part, *readerOf(part), 0));
   }
   return all;
 }
 
-std::shared_ptr<Mesh> readNew(const ReadOptions& options, double time)
+std::shared_ptr<Mesh> assembled(const ReadOptions& options, double time, const Ptr<vtkDataObject>& data)
 {
-  const Ptr<vtkDataObject> data =
-      endingOf(options.file) == ".pvd" ? readCollected(options, time) : readAt(options, time);
-  const std::shared_ptr<Mesh> mesh = data ? assemble(*data) : nullptr;
+  std::shared_ptr<Mesh> mesh = data ? assemble(*data) : nullptr;
   if (!mesh || mesh->cells->GetNumberOfCells() == 0)
     fail("readResults", orv::_("Results file '%s' holds no cells.", options.file));
   mesh->time = time;
   mesh->times = timesIn(options);
-  if (isOpenFoam(options.file)) {
-    const FoamFields fields = foamFields(controlDictOf(options.file), time, options.isDecomposed);
-    requireFields(*mesh, fields, options);
-    mesh->units = fields.units;
-  }
+  return mesh;
+}
+
+bool isOfCommonFiles(const ReadOptions& options)
+{
+  return options.isDecomposed && isOpenFoam(options.file) && isCollated(foamRoot(options.file));
+}
+
+std::shared_ptr<Mesh> readFoam(const ReadOptions& options, double time)
+{
+  std::string control = controlDictOf(options.file);
+  std::optional<ScratchFolder> apart;
+  if (isOfCommonFiles(options))
+    control = writeApart(foamRoot(options.file), time, apart.emplace());
+  requireFile(options.file);
+  const std::shared_ptr<Mesh> mesh =
+      assembled(options, time, readAt(options, *foamReader(options, control), time));
+  const FoamFields fields = foamFields(control, time, options.isDecomposed);
+  requireFields(*mesh, fields, options);
+  mesh->units = fields.units;
+  return mesh;
+}
+
+std::shared_ptr<Mesh> readNew(const ReadOptions& options, double time)
+{
+  const std::shared_ptr<Mesh> mesh =
+      isOpenFoam(options.file) ? readFoam(options, time)
+      : endingOf(options.file) == ".pvd"
+          ? assembled(options, time, readCollected(options, time))
+          : assembled(options, time, readAt(options, *readerOf(options), time));
   for (const auto& [name, units] : options.units)
     mesh->units[name] = units;
   scaleLengths(*mesh, options.scale);
   return mesh;
 }
 
-void addNamedFiles(vtkXMLDataElement& element, const fs::path& folder, std::vector<fs::path>& files)
+// The files that one of several files names, "<Piece Source='a.vtu'/>" or "model: a.geo": those of its words that are files.
+std::vector<fs::path> namedIn(const fs::path& file)
 {
-  for (const char* attribute : {"Source", "file"})
-    if (const char* name = element.GetAttribute(attribute))
-      files.push_back(folder / name);
-  for (int i = 0; i < element.GetNumberOfNestedElements(); ++i)
-    addNamedFiles(*element.GetNestedElement(i), folder, files);
+  static const std::set<std::string> ofSeveral{".pvtu", ".pvtp", ".pvts", ".pvti", ".pvtr",
+                                               ".vtm",  ".pvd",  ".case", ".encas"};
+  std::vector<fs::path> files;
+  if (!ofSeveral.contains(endingOf(file.string())))
+    return files;
+  std::string text = readFile(file.string());
+  std::replace_if(
+      text.begin(), text.end(), [](char c) { return std::strchr("\"'<>=\t\r\n", c) != nullptr; }, ' ');
+  std::error_code failure;
+  for (const std::string& word : orv::StringUtilities::stringToVector(text, ' ')) {
+    const fs::path named = file.parent_path() / word;
+    if (!word.empty() && fs::is_regular_file(named, failure))
+      files.push_back(named);
+  }
+  return files;
 }
 
-// A file that names others, such as the pieces of its mesh, is what they are, too.
-void addFileAndPieces(orv::ResultKey& key, const fs::path& file)
+void addFiles(orv::ResultKey& key, const fs::path& file)
 {
-  static const std::set<std::string> lists{".pvd", ".vtm", ".pvtu", ".pvtp", ".pvts", ".pvti", ".pvtr"};
-  key.addFile(file.string());
-  std::error_code failure;
-  if (!lists.contains(endingOf(file.string())) || !fs::is_regular_file(file, failure))
-    return;
-  const auto root = Ptr<vtkXMLDataElement>::Take(vtkXMLUtilities::ReadElementFromFile(file.c_str()));
-  std::vector<fs::path> files;
-  if (root)
-    addNamedFiles(*root, file.parent_path(), files);
-  for (const fs::path& piece : files)
-    key.addFile(piece.string());
+  std::set<fs::path> known{file};
+  std::vector<fs::path> waiting{file};
+  while (!waiting.empty()) {
+    const fs::path next = waiting.back();
+    waiting.pop_back();
+    key.addFile(next.string());
+    for (const fs::path& named : namedIn(next)) {
+      if (known.insert(named).second)
+        waiting.push_back(named);
+    }
+  }
 }
 
 // What is there to be read: all, or at a time.
 orv::ResultKey keyOf(const ReadOptions& options, const char* function, std::optional<double> time)
 {
   orv::ResultKey key(function);
-  key.add(options.isDecomposed);
-  if (!isOpenFoam(options.file)) {
-    addFileAndPieces(key, options.file);
-    return key;
+  key.addAll(options.file, options.isDecomposed);
+  if (isOpenFoam(options.file)) {
+    for (const std::string& file : foamFiles(foamRoot(options.file), time, options.isDecomposed))
+      key.addFile(file);
+  } else {
+    addFiles(key, options.file);
   }
-  for (const std::string& file : foamFiles(controlDictOf(options.file), time, options.isDecomposed))
-    key.addFile(file);
   return key;
 }
 
@@ -296,19 +332,21 @@ bool isOpenFoam(const std::string& file)
 
 std::vector<double> timesIn(const ReadOptions& options)
 {
-  return *remembered<std::vector<double>>(
-      keyOf(options, "timesIn", {}), "timesIn", options.file, [&](Making&) {
-        auto times = std::make_shared<std::vector<double>>();
-        if (endingOf(options.file) == ".pvd") {
-          for (const Listed& listed : readCollection(options.file))
-            times->push_back(listed.time);
-        } else {
-          *times = timesOf(options.file, *readerOf(options));
-        }
-        std::sort(times->begin(), times->end());
-        times->erase(std::unique(times->begin(), times->end()), times->end());
-        return times;
-      });
+  const auto find = [&](Making&) {
+    auto times = std::make_shared<std::vector<double>>();
+    if (endingOf(options.file) == ".pvd") {
+      for (const Listed& listed : readCollection(options.file))
+        times->push_back(listed.time);
+    } else if (isOfCommonFiles(options)) {
+      *times = collatedTimes(foamRoot(options.file));
+    } else {
+      *times = timesOf(options.file, *readerOf(options));
+    }
+    std::sort(times->begin(), times->end());
+    times->erase(std::unique(times->begin(), times->end()), times->end());
+    return times;
+  };
+  return *remembered<std::vector<double>>(keyOf(options, "timesIn", {}), "timesIn", options.file, find);
 }
 
 std::shared_ptr<const Mesh> readMesh(const ReadOptions& options, double time)

@@ -3,12 +3,15 @@
 
 #include "Data.h"
 
+#include <filesystem>
 #include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
 namespace results {
+
+class ScratchFolder;
 
 struct ReadOptions {
   std::string file;
@@ -30,17 +33,23 @@ bool isOpenFoam(const std::string& file);
 
 // ---- Of OpenFOAM cases
 
+std::filesystem::path foamRoot(const std::string& file);
+// The files and directories that tell which times there are; of a time, those that its mesh is read from.
+std::vector<std::string> foamFiles(const std::filesystem::path& root, std::optional<double> time,
+                                   bool isDecomposed);
+
+// Whether the parts of a decomposed case stand in common files; their times; and one time of it with a folder for each part.
+bool isCollated(const std::filesystem::path& root);
+std::vector<double> collatedTimes(const std::filesystem::path& root);
+std::string writeApart(const std::filesystem::path& root, double wanted,
+                       const ScratchFolder& scratch);  // controlDict
+
 // Units of the fields at a time, from the heads of their files; and the names of the fields that should be there.
 struct FoamFields {
   Units units;
   std::vector<std::string> names;
 };
 FoamFields foamFields(const std::string& controlDict, double time, bool isDecomposed);
-
-// What tells that a case is another than it was: the directories that times stand in; at a time, the files of its mesh and
-// fields.
-std::vector<std::string> foamFiles(const std::string& controlDict, std::optional<double> time,
-                                   bool isDecomposed);
 
 // ---- Inside
 

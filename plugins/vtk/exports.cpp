@@ -2,6 +2,7 @@
 #include "platform/ORVDynamicLoader.h"
 #include "Display.h"
 #include "Memory.h"
+#include "Scene.h"
 #include "functions.h"
 #include "running.h"
 
@@ -38,6 +39,7 @@ extern "C" ORV_API void orvCalculateLibraryBegin()
 
 extern "C" ORV_API void orvCalculateLibraryEnd()
 {
+  results::closeWindow();
   results::endDisplay();
 }
 
