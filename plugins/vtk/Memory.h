@@ -1,36 +1,33 @@
-// What was computed not long ago, for when it is wanted again: a command that is taken back, a switch to and fro.
+// What was computed not long ago, for when it is wanted again: the core's memory of results, for VTK's data.
 #pragma once
 
+#include "platform/ORVResultMemory.h"
+
 #include <cstddef>
-#include <functional>
 #include <memory>
 #include <string>
+#include <utility>
+
+class vtkDataObject;
 
 namespace results {
 
-struct Mesh;
+using Making = orv::ResultMemory::Making;
 
-class Memory {
- public:
-  // What the key stands for: remembered, or made and remembered. The key says all that the result hangs on.
-  template <class T>
-  static std::shared_ptr<const T> recall(const std::string& key,
-                                         const std::function<std::shared_ptr<const T>()>& make)
-  {
-    if (auto known = std::static_pointer_cast<const T>(find(key)))
-      return known;
-    std::shared_ptr<const T> made = make();
-    add(key, made, sizeOf(*made));
-    return made;
-  }
-  static void clear();
+// By the environment's KSL_RESULTS_MEMORY, in megabytes: how much may be kept that nobody uses. For the beginning of the
+// library.
+void limitMemory();
 
- private:
-  static std::shared_ptr<const void> find(const std::string& key);
-  // The oldest go while there is more than the environment's KSL_RESULTS_MEMORY, in megabytes (512 without), that nobody
-  // else holds.
-  static void add(const std::string& key, std::shared_ptr<const void> value, std::size_t kilobytes);
-  static std::size_t sizeOf(const Mesh& mesh);
-};
+std::size_t bytesOf(vtkDataObject& data);
+
+// What the key stands for: remembered, or made and remembered. All calculations come by here. Traces tell the function and
+// what it is for, a path or a file.
+template <class T, class Make>
+std::shared_ptr<const T> remembered(const orv::ResultKey& key, const char* function,
+                                    const std::string& subject, Make&& make)
+{
+  return orv::ResultMemory::instance().recall<T>(key, std::string(function) + " " + subject,
+                                                 std::forward<Make>(make));
+}
 
 }  // namespace results

@@ -258,7 +258,7 @@ std::shared_ptr<Mesh> readFoam(const ReadOptions& options, double time)
   return mesh;
 }
 
-std::shared_ptr<const Mesh> readNew(const ReadOptions& options, double time)
+std::shared_ptr<Mesh> readNew(const ReadOptions& options, double time)
 {
   const std::shared_ptr<Mesh> mesh =
       isOpenFoam(options.file) ? readFoam(options, time)
@@ -291,29 +291,33 @@ std::vector<fs::path> namedIn(const fs::path& file)
   return files;
 }
 
-std::string stampsOf(const fs::path& file)
+void addFiles(orv::ResultKey& key, const fs::path& file)
 {
-  std::string stamps;
   std::set<fs::path> known{file};
   std::vector<fs::path> waiting{file};
   while (!waiting.empty()) {
     const fs::path next = waiting.back();
     waiting.pop_back();
-    stamps += stampOf(next);
+    key.addFile(next.string());
     for (const fs::path& named : namedIn(next)) {
       if (known.insert(named).second)
         waiting.push_back(named);
     }
   }
-  return stamps;
 }
 
-// What a mesh was read from: its name, the sizes of its files, and when they were written.
-std::string versionOf(const ReadOptions& options, double time)
+// What is there to be read: all, or at a time.
+orv::ResultKey keyOf(const ReadOptions& options, const char* function, std::optional<double> time)
 {
-  return fs::absolute(options.file).string() + "|"
-         + (isOpenFoam(options.file) ? foamVersion(foamRoot(options.file), time, options.isDecomposed)
-                                     : stampsOf(options.file));
+  orv::ResultKey key(function);
+  key.addAll(options.file, options.isDecomposed);
+  if (isOpenFoam(options.file)) {
+    for (const std::string& file : foamFiles(foamRoot(options.file), time, options.isDecomposed))
+      key.addFile(file);
+  } else {
+    addFiles(key, options.file);
+  }
+  return key;
 }
 
 }  // namespace
@@ -328,30 +332,38 @@ bool isOpenFoam(const std::string& file)
 
 std::vector<double> timesIn(const ReadOptions& options)
 {
-  std::vector<double> times;
-  if (endingOf(options.file) == ".pvd") {
-    for (const Listed& listed : readCollection(options.file))
-      times.push_back(listed.time);
-  } else if (isOfCommonFiles(options)) {
-    times = collatedTimes(foamRoot(options.file));
-  } else {
-    times = timesOf(options.file, *readerOf(options));
-  }
-  std::sort(times.begin(), times.end());
-  times.erase(std::unique(times.begin(), times.end()), times.end());
-  return times;
+  const auto find = [&](Making&) {
+    auto times = std::make_shared<std::vector<double>>();
+    if (endingOf(options.file) == ".pvd") {
+      for (const Listed& listed : readCollection(options.file))
+        times->push_back(listed.time);
+    } else if (isOfCommonFiles(options)) {
+      *times = collatedTimes(foamRoot(options.file));
+    } else {
+      *times = timesOf(options.file, *readerOf(options));
+    }
+    std::sort(times->begin(), times->end());
+    times->erase(std::unique(times->begin(), times->end()), times->end());
+    return times;
+  };
+  return *remembered<std::vector<double>>(keyOf(options, "timesIn", {}), "timesIn", options.file, find);
 }
 
 std::shared_ptr<const Mesh> readMesh(const ReadOptions& options, double time)
 {
-  requireFile(options.file);
-  std::string key =
-      join({"mesh", versionOf(options, time), options.isDecomposed ? "parts" : "whole",
-            orv::StringUtilities::toString(options.scale), orv::StringUtilities::toString(time)},
-           "|");
+  orv::ResultKey key = keyOf(options, "readMesh", time);
+  key.addAll(time, options.scale);
   for (const auto& [name, units] : options.units)
-    key += "|" + name + "=" + units;
-  return Memory::recall<Mesh>(key, [&] { return readNew(options, time); });
+    key.addAll(name, units);
+  return remembered<Mesh>(key, "readMesh", options.file, [&](Making& making) {
+    const std::shared_ptr<Mesh> mesh = readNew(options, time);
+    mesh->key = key;
+    std::size_t bytes = bytesOf(*mesh->cells);
+    for (const Region& region : mesh->regions)
+      bytes += bytesOf(*region.faces);
+    making.takes(bytes);
+    return mesh;
+  });
 }
 
 }  // namespace results
