@@ -19,21 +19,36 @@
 
 namespace {
 
-Lines splitLines(const std::string& text)
+// The ends of lines as the library has them.
+std::string withPlainEnds(std::string text)
 {
+  if (text.find('\r') == std::string::npos)
+    return text;
   Lines lines = orv::StringUtilities::stringToVector(text, '\n');
   for (std::string& line : lines)
     if (!line.empty() && line.back() == '\r')
       line.pop_back();
-  return lines;
+  return orv::StringUtilities::vectorToString(lines, '\n');
+}
+
+// The last line of a file ends; a text has ends between its lines only.
+std::string textOfFile(const std::string& file)
+{
+  std::string text = orv::ORVFile::readAll(file);
+  if (text.ends_with('\n'))
+    text.pop_back();
+  return text;
 }
 
 // Escapes are undone where the head of a file says that there are some.
-Lines readText(const std::string& file)
+std::string readText(const std::string& file)
 {
-  Lines lines = file == "-" ? splitLines(readStandardInput()) : orv::ORVFile::readLines(file);
+  std::string text = file == "-" ? withPlainEnds(readStandardInput()) : textOfFile(file);
+  if (!orv::FileText::mayBeEscaped(text))
+    return text;
+  Lines lines = orv::StringUtilities::stringToVector(text, '\n');
   orv::FileText::undo(lines);
-  return lines;
+  return orv::StringUtilities::vectorToString(lines, '\n');
 }
 
 void flushOutput()
@@ -67,9 +82,9 @@ class ErrorCounter : public orv::ErrorSink {
 
 }  // namespace
 
-bool isBlank(const Lines& lines)
+bool isBlank(const std::string& text)
 {
-  return std::all_of(lines.begin(), lines.end(), [](const std::string& line) { return line.empty(); });
+  return text.find_first_not_of('\n') == std::string::npos;
 }
 
 Texts readTexts(const TextOptions& options)
@@ -78,7 +93,7 @@ Texts readTexts(const TextOptions& options)
   for (const std::string& file : options.files)
     texts.push_back({readText(file), {.name = file == "-" ? "<stdin>" : file}});
   for (std::size_t i = 0; i < options.texts.size(); ++i)
-    texts.push_back({splitLines(options.texts[i]),
+    texts.push_back({withPlainEnds(options.texts[i]),
                      {.name = "-e" + (i == 0 ? std::string() : orv::StringUtilities::toString(i + 1))}});
   return texts;
 }
@@ -87,7 +102,7 @@ int runWithTexts(const TextOptions& options, const std::function<void(const Text
 {
   return runWithHost(options, [&](const Host&) {
     Texts texts = readTexts(options);
-    std::erase_if(texts, [](const EnteredText& text) { return isBlank(text.lines); });
+    std::erase_if(texts, [](const EnteredText& text) { return isBlank(text.text); });
     work(texts);
   });
 }
@@ -152,7 +167,7 @@ bool runCommand(Enter enter)
 
 bool enterText(const EnteredText& text)
 {
-  return runCommand([&](orv::KSLCoreAPI& api) { api.externalProcessKSL(text.lines, text.source); });
+  return runCommand([&](orv::KSLCoreAPI& api) { api.externalProcessText(text.text, text.source); });
 }
 
 bool enterText(const orv::SessionFile::Command& command, const std::string& file)
