@@ -60,8 +60,8 @@ run-results:   ## the post-processor on VTK (installs it) on a flow past a cylin
 
 test-results:  ## the tests of the post-processor on VTK (installs it)
 	@tools/setup.sh results
-	cmake --preset dev -DKSL_VTK=ON >/dev/null
-	@$(MAKE) --no-print-directory build-dev TARGETS='$(RESULTS_TARGETS)'
+	cmake --preset dev -DKSL_VTK=ON -DKSL_MPI=ON >/dev/null
+	@$(MAKE) --no-print-directory build-dev TARGETS='$(RESULTS_TARGETS) --target ksl_mpi'
 	ctest --preset results
 
 sanitize:      ## the same tests under the address and undefined behaviour sanitizers

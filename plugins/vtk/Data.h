@@ -55,6 +55,7 @@ struct Place {
   Vec normal{};  // of a plane: its triangles face either way
   Units units;
   std::shared_ptr<const Mesh> mesh;
+  bool isAtFirst = false;  // of several processes, the first has all of it
 };
 
 struct Legend {
@@ -154,6 +155,6 @@ std::string product(const std::string& a, const std::string& b);
 // The outer surface of what is no surface yet.
 Ptr<vtkPolyData> surfaceOf(vtkDataSet& data);
 Ptr<vtkDataSet> copyOf(vtkDataSet& data);  // a shallow one
-std::string extentText(vtkDataSet& data);
+std::string extentText(vtkDataSet& data);  // of the pieces of all processes
 
 }  // namespace results

@@ -28,15 +28,18 @@ fs::path timeDirectory(const fs::path& root, double time)
   return {};
 }
 
-// Of the parts of a decomposed case any will do: all have the same fields.
-fs::path partOf(const fs::path& root)
+// Those of a decomposed case; else itself.
+std::vector<fs::path> partsOf(const fs::path& root, bool isDecomposed)
 {
+  std::vector<fs::path> parts;
   std::error_code failure;
   for (const fs::directory_entry& entry : fs::directory_iterator(root, failure)) {
-    if (entry.path().filename().string().starts_with("processor"))
-      return entry.path();
+    if (isDecomposed && entry.path().filename().string().starts_with("processor"))
+      parts.push_back(entry.path());
   }
-  return root;
+  if (parts.empty())
+    parts.push_back(root);
+  return parts;
 }
 
 std::string headOf(const fs::path& file)
@@ -75,16 +78,9 @@ std::string unitsOf(const std::string& dimensions)
   return units.empty() ? "1" : units;
 }
 
-}  // namespace
-
-FoamFields foamFields(const std::string& controlDict, double time, bool isDecomposed)
+void addFields(const fs::path& directory, FoamFields& fields)
 {
-  const fs::path file = fs::absolute(controlDict);
-  const bool isControl = file.filename() == "controlDict";
-  const fs::path root = isControl ? file.parent_path().parent_path() : file.parent_path();
-  FoamFields fields;
   std::error_code failure;
-  const fs::path directory = timeDirectory(isDecomposed ? partOf(root) : root, time);
   for (const fs::directory_entry& entry : fs::directory_iterator(directory, failure)) {
     if (!entry.is_regular_file(failure) || entry.path().extension() == ".gz")
       continue;
@@ -93,9 +89,21 @@ FoamFields foamFields(const std::string& controlDict, double time, bool isDecomp
     if (kind.find("vol") == std::string::npos || kind.find("Field") == std::string::npos)
       continue;
     const std::string name = entry.path().filename().string();
-    fields.names.push_back(name);
-    fields.units[name] = unitsOf(entryOf(head, "dimensions"));
+    if (fields.units.emplace(name, unitsOf(entryOf(head, "dimensions"))).second)
+      fields.names.push_back(name);
   }
+}
+
+}  // namespace
+
+FoamFields foamFields(const std::string& controlDict, double time, bool isDecomposed)
+{
+  const fs::path file = fs::absolute(controlDict);
+  const bool isControl = file.filename() == "controlDict";
+  const fs::path root = isControl ? file.parent_path().parent_path() : file.parent_path();
+  FoamFields fields;
+  for (const fs::path& part : partsOf(root, isDecomposed))
+    addFields(timeDirectory(part, time), fields);
   return fields;
 }
 

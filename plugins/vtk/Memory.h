@@ -27,6 +27,7 @@ class Memory {
 
  private:
   static std::shared_ptr<const void> find(const std::string& key);
+  static std::shared_ptr<const void> findHere(const std::string& key);
   // The oldest go while there is more than the environment's KSL_RESULTS_MEMORY, in megabytes (512 without), that nobody
   // else holds.
   static void add(const std::string& key, std::shared_ptr<const void> value, std::size_t kilobytes);

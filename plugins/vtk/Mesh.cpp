@@ -101,12 +101,27 @@ void completeFields(std::vector<Ptr<vtkDataSet>>& parts)
   }
 }
 
-Ptr<vtkDataSet> joined(std::vector<Ptr<vtkDataSet>> parts)
+// One of its points, by itself: VTK looks for equal points where there are two parts.
+Ptr<vtkDataSet> onePointOf(vtkDataSet& part)
 {
-  if (parts.size() == 1)
+  const auto points = make<vtkPoints>();
+  points->SetDataTypeToDouble();
+  points->InsertNextPoint(part.GetPoint(0));
+  const auto one = make<vtkUnstructuredGrid>();
+  one->SetPoints(points);
+  one->GetPointData()->CopyAllocate(part.GetPointData(), 1);
+  one->GetPointData()->CopyData(part.GetPointData(), vtkIdType(0), vtkIdType(0));
+  return one;
+}
+
+Ptr<vtkDataSet> joined(std::vector<Ptr<vtkDataSet>> parts, bool hasSeams)
+{
+  if (parts.size() == 1 && !hasSeams)
     return copyOf(*parts.front());
   for (Ptr<vtkDataSet>& part : parts)
     part = copyOf(*part);
+  if (parts.size() == 1)
+    parts.push_back(onePointOf(*parts.front()));
   completeFields(parts);
   const bool isSurface = std::all_of(parts.begin(), parts.end(),
                                      [](vtkDataSet* part) { return vtkPolyData::SafeDownCast(part); });
@@ -169,7 +184,7 @@ void addRegion(Mesh& mesh, const Leaf& leaf)
 
 }  // namespace
 
-std::shared_ptr<Mesh> assemble(vtkDataObject& data)
+std::shared_ptr<Mesh> assemble(vtkDataObject& data, bool hasSeams)
 {
   const std::vector<Leaf> leaves = leavesOf(data);
   int most = 0;
@@ -185,7 +200,7 @@ std::shared_ptr<Mesh> assemble(vtkDataObject& data)
   }
   if (parts.empty())
     return nullptr;
-  mesh->cells = joined(std::move(parts));
+  mesh->cells = joined(std::move(parts), hasSeams);
   fillPoints(*mesh);
   return mesh;
 }

@@ -3,7 +3,10 @@
 #include "platform/ORVError.h"
 #include "platform/ORVException.h"
 #include "platform/ORVUtilities.h"
+#include "Communicator.h"
 #include "Memory.h"
+#include "OwnPart.h"
+#include "Pieces.h"
 #include "running.h"
 
 #include <algorithm>
@@ -90,7 +93,8 @@ Ptr<vtkAlgorithm> foamReader(const ReadOptions& options)
   reader->SetFileName(controlDictOf(options.file).c_str());
   reader->SetCaseType(options.isDecomposed ? vtkPOpenFOAMReader::DECOMPOSED_CASE
                                            : vtkPOpenFOAMReader::RECONSTRUCTED_CASE);
-  reader->CreateCellToPointOn();
+  reader->SetCreateCellToPoint(
+      !options.isDecomposed);  // values on points of parts are made when these are one
   reader->SkipZeroTimeOff();
   reading(options.file, [&reader] { runInformation(*reader, "readResults"); });
   reader->EnableAllPatchArrays();
@@ -191,28 +195,94 @@ std::vector<double> timesOf(const std::string& file, vtkAlgorithm& reader)
   return {times, times + information->Length(key)};
 }
 
+// All read one case. Who has no part of it knows no times.
+std::vector<double> sameForAll(const std::vector<double>& times, const std::string& file)
+{
+  for (const std::string& each : exchanged("times", bytesOf(times))) {
+    const std::vector<double> theirs = valuesOf<double>(each);
+    if (!times.empty() && !theirs.empty() && theirs != times)
+      fail("readResults",
+           orv::_("Results file '%s' has other times in the pieces of other processes.", file));
+    if (times.empty() && !theirs.empty())
+      return theirs;
+  }
+  return times;
+}
+
 // A field that the reader left out, because its file is damaged.
-void requireFields(const Mesh& mesh, const FoamFields& fields, const ReadOptions& options)
+void requireFields(const Mesh& mesh, const FoamFields& fields, const ReadOptions& options, double time)
 {
   for (const std::string& name : fields.names) {
     if (!mesh.cells->GetCellData()->GetArray(name.c_str()))
       fail("readResults",
            orv::_(
                "Field '%s' of '%s' at time %s cannot be read: its file is damaged or not of the mesh's size.",
-               name, options.file, readable(mesh.time, 10)));
+               name, options.file, readable(time, 10)));
   }
 }
 
-Ptr<vtkDataObject> readAt(const ReadOptions& options, double time)
+// Whether a file tells of pieces that processes can read one by one.
+bool isOfPieces(const std::string& file)
 {
-  const Ptr<vtkAlgorithm> reader = readerOf(options);
-  if (!timesOf(options.file, *reader).empty())
-    reader->GetOutputInformation(0)->Set(vtkStreamingDemandDrivenPipeline::UPDATE_TIME_STEP(), time);
-  reading(options.file, [&reader] { run(*reader, "readResults"); });
-  return reader->GetOutputDataObject(0);
+  return endingOf(file) == ".pvtu" || endingOf(file) == ".pvtp";
 }
 
-Ptr<vtkDataObject> readCollected(const ReadOptions& options, double time)
+vtkIdType piecesIn(vtkXMLDataElement* element)
+{
+  vtkIdType count = element && std::string_view(element->GetName()) == "Piece";
+  for (int i = 0; element && i < element->GetNumberOfNestedElements(); ++i)
+    count += piecesIn(element->GetNestedElement(i));
+  return count;
+}
+
+// Whether VTK has put several parts together here, each with all its points.
+bool hasSeams(const ReadOptions& options, bool isPiece)
+{
+  vtkIdType parts = 0;
+  if (isOpenFoam(options.file))
+    parts = options.isDecomposed ? static_cast<vtkIdType>(processorsOf(rootOfCase(options.file)).size()) : 0;
+  else if (endingOf(options.file) == ".pvtu")
+    parts =
+        piecesIn(Ptr<vtkXMLDataElement>::Take(vtkXMLUtilities::ReadElementFromFile(options.file.c_str())));
+  const Share share = Share::of(parts);
+  return (isPiece ? share.end - share.first : parts) > 1;
+}
+
+// Whether each of several processes reads a part of its own; else all read everything.
+bool isInPieces(const ReadOptions& options)
+{
+  if (isOpenFoam(options.file))
+    return options.isDecomposed && !processorsOf(rootOfCase(options.file)).empty();
+  if (endingOf(options.file) != ".pvd")
+    return isOfPieces(options.file);
+  const std::vector<Listed> listed = readCollection(options.file);
+  return std::all_of(listed.begin(), listed.end(), [](const Listed& each) { return isOfPieces(each.file); });
+}
+
+Ptr<vtkDataObject> readAt(const ReadOptions& options, double time, bool isPiece)
+{
+  const OwnPart own(options);
+  Ptr<vtkDataObject> data;
+  if (own.isEmpty())
+    return data;
+  own.told([&] {
+    const Ptr<vtkAlgorithm> reader = readerOf(own.options());
+    const bool hasTimes = !timesOf(options.file, *reader).empty();
+    vtkInformation& wanted = *reader->GetOutputInformation(0);
+    if (hasTimes)
+      wanted.Set(vtkStreamingDemandDrivenPipeline::UPDATE_TIME_STEP(), time);
+    if (isPiece && isOfPieces(options.file)) {
+      wanted.Set(vtkStreamingDemandDrivenPipeline::UPDATE_PIECE_NUMBER(), Communicator::instance().rank());
+      wanted.Set(vtkStreamingDemandDrivenPipeline::UPDATE_NUMBER_OF_PIECES(),
+                 Communicator::instance().size());
+    }
+    reading(options.file, [&reader] { run(*reader, "readResults"); });
+    data = reader->GetOutputDataObject(0);
+  });
+  return data;
+}
+
+Ptr<vtkDataObject> readCollected(const ReadOptions& options, double time, bool isPiece)
 {
   const auto all = make<vtkMultiBlockDataSet>();
   for (const Listed& listed : readCollection(options.file)) {
@@ -220,25 +290,30 @@ Ptr<vtkDataObject> readCollected(const ReadOptions& options, double time)
       continue;
     ReadOptions part = options;
     part.file = listed.file;
-    all->SetBlock(all->GetNumberOfBlocks(), readAt(part, 0));
+    all->SetBlock(all->GetNumberOfBlocks(), readAt(part, 0, isPiece));
   }
   return all;
 }
 
 std::shared_ptr<const Mesh> readNew(const ReadOptions& options, double time)
 {
-  const Ptr<vtkDataObject> data =
-      endingOf(options.file) == ".pvd" ? readCollected(options, time) : readAt(options, time);
-  const std::shared_ptr<Mesh> mesh = data ? assemble(*data) : nullptr;
-  if (!mesh || mesh->cells->GetNumberOfCells() == 0)
+  const bool isPiece = isInPieces(options);
+  const Ptr<vtkDataObject> data = endingOf(options.file) == ".pvd" ? readCollected(options, time, isPiece)
+                                                                   : readAt(options, time, isPiece);
+  std::shared_ptr<Mesh> mesh = data ? assemble(*data, hasSeams(options, isPiece)) : nullptr;
+  if (mesh && mesh->cells->GetNumberOfCells() == 0)
+    mesh = nullptr;
+  if (mesh && isOpenFoam(options.file)) {
+    const OwnPart own(options);
+    const FoamFields fields = foamFields(controlDictOf(own.options().file), time, options.isDecomposed);
+    requireFields(*mesh, fields, options, time);
+    mesh->units = fields.units;
+  }
+  mesh = shared(mesh, isPiece);
+  if (!mesh)
     fail("readResults", orv::_("Results file '%s' holds no cells.", options.file));
   mesh->time = time;
   mesh->times = timesIn(options);
-  if (isOpenFoam(options.file)) {
-    const FoamFields fields = foamFields(controlDictOf(options.file), time, options.isDecomposed);
-    requireFields(*mesh, fields, options);
-    mesh->units = fields.units;
-  }
   for (const auto& [name, units] : options.units)
     mesh->units[name] = units;
   scaleLengths(*mesh, options.scale);
@@ -273,11 +348,13 @@ std::vector<double> timesIn(const ReadOptions& options)
     for (const Listed& listed : readCollection(options.file))
       times.push_back(listed.time);
   } else {
-    times = timesOf(options.file, *readerOf(options));
+    const OwnPart own(options);
+    if (!own.isEmpty())
+      own.told([&] { times = timesOf(options.file, *readerOf(own.options())); });
   }
   std::sort(times.begin(), times.end());
   times.erase(std::unique(times.begin(), times.end()), times.end());
-  return times;
+  return sameForAll(times, options.file);
 }
 
 std::shared_ptr<const Mesh> readMesh(const ReadOptions& options, double time)

@@ -1,8 +1,10 @@
 // Numbers: values at points, and sums over places.
 #include "platform/ORVError.h"
 #include "platform/ORVUnits.h"
+#include "Communicator.h"
 #include "Data.h"
 #include "Numbers.h"
+#include "Pieces.h"
 #include "Surface.h"
 #include "functions.h"
 #include "running.h"
@@ -49,11 +51,30 @@ std::vector<double> pathOf(vtkDataSet& data)
   return path;
 }
 
+// Those of a list are there already.
+Ptr<vtkDataSet> pointsAtFirst(const Place& place)
+{
+  if (Communicator::instance().isAlone() || place.isAtFirst)
+    return place.data;
+  return gatheredPoints(*place.data);
+}
+
 struct ProbeMaker {
   std::string path;
   std::vector<std::string> variables;
 
   Numbers operator()(const Place& place) const
+  {
+    Place whole = place;
+    whole.data = pointsAtFirst(place);
+    Numbers numbers = numbersOf(whole);
+    for (Column& column : numbers.columns)
+      column.values = valuesOf<double>(ofFirst(bytesOf(column.values)));
+    return numbers;
+  }
+
+ private:
+  Numbers numbersOf(const Place& place) const
   {
     Numbers numbers;
     numbers.columns.push_back({"Distance", "m", pathOf(*place.data)});
@@ -116,7 +137,8 @@ Kept<Place>::Recipe probePlace(const KSLObject& object,
     place->mesh = source(all);
     place->units = place->mesh->units;
     place->data = sampled(*place->mesh, points);
-    if (place->data->GetNumberOfPoints() == 0)
+    place->isAtFirst = true;
+    if (countPoints(*place->data) == 0)
       fail("probeResults", orv::_("%s lies outside the results, which extend over %s.", path,
                                   extentText(*place->mesh->cells)));
     return place;
@@ -133,7 +155,7 @@ void placeProbe(KSLObject& object)
     return;
   keep<Place>(object, "Geometry", place);
   setResult(object, "Sample Count",
-            static_cast<double>(keptBy<Place>(&object, "Geometry")->now->data->GetNumberOfPoints()));
+            static_cast<double>(countPoints(*pointsAtFirst(*keptBy<Place>(&object, "Geometry")->now))));
 }
 
 void readProbe(KSLObject& object)

@@ -1,6 +1,8 @@
 // Places in the results: cuts, patches of the boundary, level surfaces, parts of the volume, points.
 #include "platform/ORVError.h"
 #include "Data.h"
+#include "Pieces.h"
+#include "Seams.h"
 #include "Surface.h"
 #include "functions.h"
 #include "running.h"
@@ -50,6 +52,7 @@ void keepPlace(KSLObject& object, PlaceMaker maker, std::vector<std::shared_ptr<
                 all.fields.insert(all.fields.end(), fields.begin(), fields.end());
                 const std::shared_ptr<const Mesh> mesh = source(all);
                 std::shared_ptr<Place> place = maker(mesh);
+                takeFields(*place->data, *mesh->cells);
                 place->mesh = mesh;
                 place->units = mesh->units;
                 return place;
@@ -67,7 +70,7 @@ void tellSurface(KSLObject& object)
   const Place* const place = present(object);
   if (!place)
     return;
-  setResult(object, "Triangle Count", static_cast<double>(place->data->GetNumberOfCells()));
+  setResult(object, "Triangle Count", static_cast<double>(countCells(*place->data)));
   setResult(object, "Area", areaOf(*vtkPolyData::SafeDownCast(place->data)), "m^2");
 }
 
@@ -163,7 +166,7 @@ void cutResults(KSLObject& object)
     auto place = std::make_shared<Place>();
     place->normal = plane.normal;
     place->data = clippedSurface(clean->GetOutput(), shape);
-    if (place->data->GetNumberOfCells() == 0)
+    if (countCells(*place->data) == 0)
       failEmpty(path, *mesh);
     return place;
   });
@@ -181,7 +184,7 @@ Ptr<vtkPolyData> facesOf(const Mesh& mesh, const std::string& name)
     if (region.name == name)
       return region.faces;
   }
-  return name == "Boundary" ? surfaceOf(*mesh.cells) : nullptr;
+  return name == "Boundary" ? outerSurface(*mesh.cells) : nullptr;
 }
 
 std::string regionNames(const Mesh& mesh)
@@ -236,7 +239,9 @@ const char* addNumbers(vtkDataSet& data, const Variable& variable)
 std::array<double, 2> rangeOf(vtkDataSet& data, const char* array)
 {
   std::array<double, 2> range{};
-  data.GetPointData()->GetArray(array)->GetRange(range.data());
+  data.GetPointData()->GetArray(array)->GetRange(range.data());  // of none, the least is above the most
+  for (const std::array<double, 2>& each : ofAll("range", std::array<double, 2>(range)))
+    range = {std::min(range[0], each[0]), std::max(range[1], each[1])};
   return range;
 }
 
@@ -270,7 +275,7 @@ void findLevel(KSLObject& object)
         auto place = std::make_shared<Place>();
         place->data = contour->GetOutput();
         place->data->GetPointData()->RemoveArray(numbers);
-        if (place->data->GetNumberOfCells() == 0)
+        if (countCells(*place->data) == 0)
           fail("findLevel", orv::_("%s is empty: '%s' goes from %s to %s, which does not hold %s.", path,
                                    name, withUnits(low, variable.units), withUnits(high, variable.units),
                                    withUnits(*level, variable.units)));
@@ -291,7 +296,7 @@ void tellVolume(KSLObject& object)
   const Place* const place = present(object);
   if (!place)
     return;
-  setResult(object, "Cell Count", static_cast<double>(place->data->GetNumberOfCells()));
+  setResult(object, "Cell Count", static_cast<double>(countCells(*place->data)));
   setResult(object, "Volume", volumeOf(*place->data), "m^3");
 }
 
@@ -335,7 +340,7 @@ void clipResults(KSLObject& object)
     run(*clip, "clipResults");
     auto place = std::make_shared<Place>();
     place->data = clip->GetOutput();
-    if (place->data->GetNumberOfCells() == 0)
+    if (countCells(*place->data) == 0)
       failEmpty(path, *mesh);
     return place;
   });
@@ -361,7 +366,7 @@ void thresholdResults(KSLObject& object)
         auto place = std::make_shared<Place>();
         place->data = threshold->GetOutput();
         place->data->GetPointData()->RemoveArray(numbers);
-        if (place->data->GetNumberOfCells() == 0)
+        if (countCells(*place->data) == 0)
           fail("thresholdResults", orv::_("%s holds no cells: '%s' goes from %s to %s.", path, name,
                                           withUnits(rangeOf(*data, numbers)[0], variable.units),
                                           withUnits(rangeOf(*data, numbers)[1], variable.units)));
@@ -395,12 +400,13 @@ void placePoints(KSLObject& object)
             [points = pointsOf(object), path = object.getPath()](const std::shared_ptr<const Mesh>& mesh) {
               auto place = std::make_shared<Place>();
               place->data = sampled(*mesh, points);
-              if (!points.empty() && place->data->GetNumberOfPoints() == 0)
+              place->isAtFirst = true;
+              if (!points.empty() && countPoints(*place->data) == 0)
                 failEmpty(path, *mesh);
               return place;
             });
   if (const Place* const place = present(object))
-    setResult(object, "Point Count", static_cast<double>(place->data->GetNumberOfPoints()));
+    setResult(object, "Point Count", static_cast<double>(countPoints(*place->data)));
 }
 
 }  // namespace results

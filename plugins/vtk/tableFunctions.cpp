@@ -3,6 +3,7 @@
 #include "platform/ORVOutputFiles.h"
 #include "platform/ORVUtilities.h"
 #include "Chart.h"
+#include "Communicator.h"
 #include "Numbers.h"
 #include "functions.h"
 #include "running.h"
@@ -137,6 +138,8 @@ void drawChart(KSLObject& object)
   if (ending != ".svg" && ending != ".png")
     fail("drawChart", orv::_("'%s' is of no kind that charts are written in: .svg, .png.", file));
   const Chart chart(object, all);
+  if (!Communicator::instance().isFirst())
+    return;
   orv::OutputFiles::instance()->write(file, ending == ".svg" ? chart.asSvg() : chart.asPng());
 }
 
