@@ -13,6 +13,7 @@
 #include <vtkDataSetSurfaceFilter.h>
 #include <vtkDoubleArray.h>
 #include <vtkGenericCell.h>
+#include <vtkIdList.h>
 #include <vtkImageData.h>
 #include <vtkInformation.h>
 #include <vtkMultiBlockDataSet.h>
@@ -140,7 +141,24 @@ Ptr<vtkDataSet> joined(std::vector<Ptr<vtkDataSet>> parts, bool hasSeams)
   return append->GetOutput();
 }
 
-// Fields on cells get values on points, too.
+// VTK leaves their values open.
+std::vector<vtkIdType> pointsWithoutCells(vtkDataSet& data)
+{
+  std::vector<bool> isUsed(static_cast<std::size_t>(data.GetNumberOfPoints()));
+  const auto corners = make<vtkIdList>();
+  for (vtkIdType i = 0; i < data.GetNumberOfCells(); ++i) {
+    data.GetCellPoints(i, corners);
+    for (const vtkIdType point : *corners)
+      isUsed[static_cast<std::size_t>(point)] = true;
+  }
+  std::vector<vtkIdType> unused;
+  for (std::size_t i = 0; i < isUsed.size(); ++i)
+    if (!isUsed[i])
+      unused.push_back(static_cast<vtkIdType>(i));
+  return unused;
+}
+
+// Fields on cells get values on points, too; a point without cells the one of the first, which is some value of the field.
 void fillPoints(Mesh& mesh)
 {
   bool isMissing = false;
@@ -155,11 +173,15 @@ void fillPoints(Mesh& mesh)
   filter->SetInputData(mesh.cells);
   filter->PassCellDataOn();
   run(*filter, "assemble");
+  const std::vector<vtkIdType> unused = pointsWithoutCells(*mesh.cells);
   auto* const points = vtkDataSet::SafeDownCast(filter->GetOutputDataObject(0))->GetPointData();
   for (int i = 0; i < points->GetNumberOfArrays(); ++i) {
     vtkDataArray* const array = points->GetArray(i);
-    if (array && array->GetName() && !mesh.cells->GetPointData()->HasArray(array->GetName()))
-      mesh.cells->GetPointData()->AddArray(array);
+    if (!array || !array->GetName() || mesh.cells->GetPointData()->HasArray(array->GetName()))
+      continue;
+    for (const vtkIdType point : unused)
+      array->SetTuple(point, 0, mesh.cells->GetCellData()->GetArray(array->GetName()));
+    mesh.cells->GetPointData()->AddArray(array);
   }
 }
 

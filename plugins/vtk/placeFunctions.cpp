@@ -238,8 +238,10 @@ const char* addNumbers(vtkDataSet& data, const Variable& variable)
 
 std::array<double, 2> rangeOf(vtkDataSet& data, const char* array)
 {
-  std::array<double, 2> range{};
-  data.GetPointData()->GetArray(array)->GetRange(range.data());  // of none, the least is above the most
+  constexpr double most = std::numeric_limits<double>::max();
+  std::array<double, 2> range{most, -most};
+  if (data.GetNumberOfPoints() > 0)
+    data.GetPointData()->GetArray(array)->GetRange(range.data());
   for (const std::array<double, 2>& each : ofAll("range", std::array<double, 2>(range)))
     range = {std::min(range[0], each[0]), std::max(range[1], each[1])};
   return range;

@@ -43,8 +43,9 @@ THRESHOLD: t
   Min = 6 [Pa]
 END
 LEVEL SURFACE: l
+  Option = Fraction
   Variable = p
-  Value = 6.2 [Pa]
+  Fraction = 0.47
 END
 PATCH: w
 END
