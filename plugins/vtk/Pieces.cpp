@@ -10,6 +10,7 @@
 #include <map>
 #include <numeric>
 #include <set>
+#include <tuple>
 #include <vtkAppendPolyData.h>
 #include <vtkCellArray.h>
 #include <vtkCellData.h>
@@ -89,7 +90,10 @@ struct FieldKind {
   std::string name;
   int components = 1;
   bool isOnCells = false;
-  auto operator<=>(const FieldKind&) const = default;
+  bool operator<(const FieldKind& other) const
+  {
+    return std::tie(name, components, isOnCells) < std::tie(other.name, other.components, other.isOnCells);
+  }
 };
 
 vtkDataSetAttributes& fieldsIn(vtkDataSet& data, bool onCells)
@@ -170,7 +174,11 @@ std::string kindOf(vtkDataSet& data)
 {
   std::string text = vtkPolyData::SafeDownCast(&data) ? "surface\n" : "volume\n";
   for (const FieldKind& kind : fieldsIn(data))
-    text += (kind.isOnCells ? "C " : "P ") + std::to_string(kind.components) + " " + kind.name + "\n";
+    text.append(kind.isOnCells ? "C " : "P ")
+        .append(std::to_string(kind.components))
+        .append(" ")
+        .append(kind.name)
+        .append("\n");
   return text;
 }
 
@@ -335,7 +343,7 @@ Ptr<vtkPolyData> unmarshalled(const std::string& bytes)
   const auto buffer = make<vtkCharArray>();
   buffer->SetNumberOfTuples(static_cast<vtkIdType>(bytes.size()));
   std::copy(bytes.begin(), bytes.end(), buffer->GetPointer(0));
-  const auto data = make<vtkPolyData>();
+  auto data = make<vtkPolyData>();
   if (!vtkCommunicator::UnMarshalDataObject(buffer, data))
     fail("gather", "The data of a process cannot be understood.");
   return data;

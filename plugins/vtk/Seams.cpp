@@ -135,7 +135,7 @@ std::uint64_t faceHash(vtkPolyData& surface, vtkIdType face, const std::vector<B
 Ptr<vtkPolyData> facesWhere(vtkPolyData& surface, const std::function<bool(vtkIdType)>& isWanted)
 {
   surface.BuildCells();
-  const auto part = make<vtkPolyData>();
+  auto part = make<vtkPolyData>();
   part->SetPoints(surface.GetPoints());
   part->GetPointData()->ShallowCopy(surface.GetPointData());
   part->AllocateEstimate(surface.GetNumberOfCells(), 4);
@@ -209,7 +209,7 @@ Ptr<vtkPolyData> outerSurface(vtkDataSet& data)
       if (const auto known = faces.find(hash); known != faces.end())
         inside.insert(known->second);
   }
-  const Ptr<vtkPolyData> outer =
+  Ptr<vtkPolyData> outer =
       inside.empty() ? surface : facesWhere(*surface, [&](vtkIdType face) { return !inside.contains(face); });
   if (!outer->GetPoints())
     outer->SetPoints(make<vtkPoints>());

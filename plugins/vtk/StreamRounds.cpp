@@ -29,7 +29,7 @@ Ptr<vtkStreamTracer> tracerIn(vtkDataSet& cells, const std::vector<Vec>& seeds, 
     points->InsertNextPoint(seed.data());
   const auto start = make<vtkPolyData>();
   start->SetPoints(points);
-  const auto tracer = make<vtkStreamTracer>();
+  auto tracer = make<vtkStreamTracer>();
   tracer->SetInputData(&cells);
   tracer->SetSourceData(start);
   tracer->SetInputArrayToProcess(0, 0, 0, vtkDataObject::FIELD_ASSOCIATION_POINTS, search.field.c_str());
@@ -143,6 +143,7 @@ class Rounds {
     search.isForward = !isBackward;
     search.isBackward = isBackward;
     std::vector<Vec> seeds;
+    seeds.reserve(heads.size());
     for (const std::size_t head : heads)
       seeds.push_back(ways[head].length > 0 ? ways[head].next : m_heads[head].at);
     const auto tracer = tracerWithStep(seeds, search, step);
@@ -167,7 +168,7 @@ class Rounds {
   Ptr<vtkStreamTracer> tracerWithStep(const std::vector<Vec>& seeds, const StreamSearch& search,
                                       double step) const
   {
-    const auto tracer = tracerIn(m_cells, {}, search);
+    auto tracer = tracerIn(m_cells, {}, search);
     const auto points = make<vtkPoints>();
     points->SetDataTypeToDouble();
     for (const Vec& seed : seeds)
@@ -284,7 +285,7 @@ Ptr<vtkPolyData> tracedTogether(vtkDataSet& cells, const std::vector<Vec>& seeds
   if (!lines->GetPoints())
     lines->SetPoints(make<vtkPoints>());
   takeFields(*lines, cells);
-  const Ptr<vtkPolyData> all = gathered(lines, false);
+  Ptr<vtkPolyData> all = gathered(lines, false);
   all->GetCellData()->Initialize();
   return all;
 }
