@@ -10,7 +10,7 @@ BENCH_ARGS ?=
 EXAMPLES = $(sort $(wildcard examples/*.ksl))
 CXX_FILES = git ls-files -z '*.h' '*.c' '*.cpp'
 
-.PHONY: build run run-results test test-results sanitize race check layers share headers format-check tidy format mutate soak bench bench-count fuzz test-editors \
+.PHONY: build run run-results run-results-large results-pictures test test-results sanitize sanitize-results race check layers share headers format-check tidy format mutate soak bench bench-count fuzz test-editors \
   install package docs dist clean help
 
 build:         ## build the release preset; the host is build/release/bin/ksl
@@ -44,25 +44,41 @@ test:          ## build the dev preset; run all tests and the checks of tools/
 	@$(MAKE) --no-print-directory build-dev
 	ctest --preset dev
 
-# What both need: the host, and the calculate library on VTK.
+# What all of them need: the host, and the calculate library on VTK. A build that is there for something else goes without
+# VTK again afterwards.
 RESULTS_TARGETS = --target ksl --target plugin_vtk
+RESULTS_PRESET ?= release
+RESULTS_KSL = build/$(RESULTS_PRESET)/bin/ksl
+define with_vtk
+@tools/setup.sh $(2)
+cmake --preset $(1) -DKSL_VTK=ON $(3) >/dev/null
+@$(MAKE) --no-print-directory build-$(1) TARGETS='$(RESULTS_TARGETS) $(4)'
+endef
 
 run-results:   ## the post-processor on VTK (installs it) on a flow past a cylinder; ends with a picture
-	@tools/setup.sh results
-	cmake --preset release -DKSL_VTK=ON >/dev/null
-	@$(MAKE) --no-print-directory build-release TARGETS='$(RESULTS_TARGETS)'
+	$(call with_vtk,$(RESULTS_PRESET),results)
 	@mkdir -p build/run-results
 	cp examples/results/cylinder.vtu build/run-results/
-	cd build/run-results && ../release/bin/ksl run --library ../../share/ksl-results ../../examples/results/cylinder.ksl
+	cd build/run-results && ../../$(RESULTS_KSL) run --library ../../share/ksl-results ../../examples/results/cylinder.ksl
 	@printf '\nTo look at, in build/run-results:\n'
 	@printf '  %-24s%s\n' cylinder.png 'the speed, with streamlines' cylinder-wake.svg 'a profile of the wake' \
 	  cylinder.csv 'the flux behind the cylinder, and the pressure in front of it'
 
+run-results-large: ## wind around buildings by OpenFOAM (installs it; takes minutes) and 2.7 million cells: numbers and times beside VTK's Python
+	$(call with_vtk,release,results-large)
+	/usr/bin/python3 bench/results/large.py --ksl build/release/bin/ksl --folder build/run-results-large --million
+
+results-pictures: ## the pictures of docs/results.md, from its own texts and from that of run-results-large
+	$(call with_vtk,release,results)
+	python3 tools/results_document.py --ksl build/release/bin/ksl --wind build/run-results-large
+
 test-results:  ## the tests of the post-processor on VTK (installs it)
-	@tools/setup.sh results
-	cmake --preset dev -DKSL_VTK=ON -DKSL_MPI=ON >/dev/null
-	@$(MAKE) --no-print-directory build-dev TARGETS='$(RESULTS_TARGETS) --target ksl_mpi'
-	ctest --preset results
+	$(call with_vtk,dev,results,-DKSL_MPI=ON,--target ksl_mpi)
+	status=0; ctest --preset results || status=$$?; cmake --preset dev >/dev/null; exit $$status
+
+sanitize-results: ## the same tests under the address and undefined behaviour sanitizers; VTK's own leaks are left out
+	$(call with_vtk,asan,results)
+	status=0; ctest --preset asan-results || status=$$?; cmake --preset asan >/dev/null; exit $$status
 
 sanitize:      ## the same tests under the address and undefined behaviour sanitizers
 	@tools/setup.sh test
@@ -166,7 +182,7 @@ clean:         ## remove everything built
 	rm -rf build
 
 help:          ## this list
-	@sed -nE 's/^([a-z-]+):[^#]*## (.*)/make \1	\2/p' Makefile | expand -t 16
+	@sed -nE 's/^([a-z-]+):[^#]*## (.*)/make \1	\2/p' Makefile | expand -t 24
 
 # Configured once; ninja itself sees later changes of CMakeLists.txt and new files.
 build/%/build.ninja: CMakePresets.json

@@ -12,7 +12,7 @@ if(KSL_VTK)  # AUTO, too, is no false value
   find_package(VTK 9 QUIET ${vtk_required} COMPONENTS
     CommonCore CommonDataModel CommonExecutionModel FiltersCore FiltersExtraction FiltersFlowPaths FiltersGeneral
     FiltersGeometry FiltersModeling FiltersSources IOCGNSReader IOEnSight IOExport IOGeometry IOImage IOLegacy IOPLY
-    IOParallel IOParallelXML IOXML ParallelCore RenderingAnnotation RenderingCore RenderingFreeType RenderingOpenGL2
+    IOParallel IOParallelXML IOXML ImagingCore ParallelCore RenderingAnnotation RenderingCore RenderingFreeType RenderingOpenGL2
     ChartsCore ViewsContext2D RenderingContext2D RenderingContextOpenGL2)
 endif()
 

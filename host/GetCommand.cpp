@@ -19,7 +19,7 @@ using orv::ParamDefinition;
 
 namespace {
 
-struct Value {
+struct FoundValue {
   const KSLObject* object;
   const ParamDefinition* param;
 };
@@ -48,7 +48,7 @@ class Finder {
         m_params(orv::StringUtilities::splitValue(options.params))
   {}
 
-  std::vector<Value> find()
+  std::vector<FoundValue> find()
   {
     for (const std::string& item : orv::StringUtilities::splitValue(m_options.objects))
       if (isPattern(item))
@@ -106,7 +106,7 @@ class Finder {
 
   const GetCommand::Options& m_options;
   const std::vector<std::string> m_params;
-  std::vector<Value> m_values;
+  std::vector<FoundValue> m_values;
 };
 
 // A field of a CSV file: quoted where it must be.
@@ -120,22 +120,22 @@ std::string field(const std::string& text)
   return quoted + '"';
 }
 
-void printText(const std::vector<Value>& values, const std::string& units)
+void printText(const std::vector<FoundValue>& values, const std::string& units)
 {
   if (values.size() == 1) {  // as scripts want it
     std::cout << valueIn(*values.front().param, units) << '\n';
     return;
   }
   TextTable table({"OBJECT", "PARAMETER", "VALUE"});
-  for (const Value& value : values)
+  for (const FoundValue& value : values)
     table.add({value.object->getPath(), value.param->getName(), valueIn(*value.param, units)});
   std::cout << table.text(0, takesColour(STDOUT_FILENO));
 }
 
-void printJson(const std::vector<Value>& values, const std::string& units)
+void printJson(const std::vector<FoundValue>& values, const std::string& units)
 {
   nlohmann::ordered_json all = nlohmann::ordered_json::array();
-  for (const Value& value : values) {
+  for (const FoundValue& value : values) {
     nlohmann::ordered_json json{{"object", value.object->getPath()}, {"parameter", value.param->getName()}};
     json.update(toJson(*value.param, units));
     all.push_back(std::move(json));
@@ -144,10 +144,10 @@ void printJson(const std::vector<Value>& values, const std::string& units)
 }
 
 // One number has a column of its own, and so have its units.
-void printCsv(const std::vector<Value>& values, const std::string& units)
+void printCsv(const std::vector<FoundValue>& values, const std::string& units)
 {
   std::cout << "object,parameter,value,units\n";
-  for (const Value& value : values) {
+  for (const FoundValue& value : values) {
     const nlohmann::ordered_json json = toJson(*value.param, units);
     const bool isNumber = json.contains("number");
     const std::string text = isNumber ? json["number"].dump() : json["value"].get_ref<const std::string&>();
@@ -164,7 +164,7 @@ void GetCommand::print(const Options& options)
   if (!options.units.empty() && !orv::UnitsConverter::isValid(options.units))
     throw orv::data::invalid("UnitsConverter", "convertUnits",
                              orv::UnitsConverter::whyInvalid(options.units));
-  const std::vector<Value> values = Finder(options).find();
+  const std::vector<FoundValue> values = Finder(options).find();
   if (options.query.format == OutputFormat::json)
     printJson(values, options.units);
   else if (options.query.format == OutputFormat::csv)

@@ -4,13 +4,13 @@
 
 namespace {
 
-std::string quoted(std::string_view text)
+std::string asJsonString(std::string_view text)
 {
   return nlohmann::json(text).dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
 }
 
 template <class Items, class TextOf>
-std::string listOf(const Items& items, TextOf textOf)
+std::string jsonList(const Items& items, TextOf textOf)
 {
   std::string out;
   for (const auto& item : items)
@@ -22,7 +22,7 @@ std::string listOf(const Items& items, TextOf textOf)
 
 void JsonText::add(std::string_view name, std::string_view value)
 {
-  addRaw(name, quoted(value));
+  addRaw(name, asJsonString(value));
 }
 
 void JsonText::add(std::string_view name, std::size_t value)
@@ -32,15 +32,15 @@ void JsonText::add(std::string_view name, std::size_t value)
 
 void JsonText::add(std::string_view name, const std::vector<std::string>& values)
 {
-  addRaw(name, listOf(values, quoted));
+  addRaw(name, jsonList(values, asJsonString));
 }
 
 void JsonText::add(std::string_view name, const std::vector<JsonText>& values)
 {
-  addRaw(name, listOf(values, [](const JsonText& value) { return value.text(); }));
+  addRaw(name, jsonList(values, [](const JsonText& value) { return value.text(); }));
 }
 
 void JsonText::addRaw(std::string_view name, std::string_view value)
 {
-  m_members.append(m_members.empty() ? "" : ",").append(quoted(name)).append(":").append(value);
+  m_members.append(m_members.empty() ? "" : ",").append(asJsonString(name)).append(":").append(value);
 }

@@ -13,7 +13,7 @@ using orv::SyntaxTree;
 namespace {
 
 constexpr std::size_t mostFindings = 1000;  // of a text; nobody reads more
-constexpr std::size_t mostListed = 12;      // of what could stand instead
+constexpr std::size_t mostFixes = 12;       // of what could stand instead
 
 bool isWarning(const CheckFinding& finding)
 {
@@ -35,7 +35,7 @@ std::string messageOf(const CheckFinding& finding)
   const auto [valid, meant] = choiceFor(finding);
   if (!meant.empty())
     message += "\nDid you mean '" + meant + "'?";
-  if (!valid.empty() && valid.size() <= mostListed)
+  if (!valid.empty() && valid.size() <= mostFixes)
     message += "\nallowed: " + orv::StringUtilities::vectorToString(valid, ", ");
   return message;
 }
@@ -64,7 +64,7 @@ class Fixes {
     const std::string_view written =
         std::string_view(m_document.text.text()).substr(finding.offset, finding.size);
     auto [valid, meant] = choiceFor(finding);
-    if (valid.size() > mostListed)
+    if (valid.size() > mostFixes)
       valid.clear();
     if (!meant.empty() && std::find(valid.begin(), valid.end(), meant) == valid.end())
       valid.push_back(meant);

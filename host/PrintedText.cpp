@@ -6,7 +6,7 @@
 
 namespace {
 
-constexpr std::size_t longest = 1000;  // of a line that is printed whole
+constexpr std::size_t longestLine = 1000;  // of a line that is printed whole
 
 bool isCut(char c)  // within a character of UTF-8
 {
@@ -41,12 +41,12 @@ void appendEscaped(std::string& out, std::string_view text)
 
 void appendLine(std::string& out, std::string_view line)
 {
-  if (line.size() <= longest)
+  if (line.size() <= longestLine)
     return appendEscaped(out, line);
-  std::size_t head = longest / 2;
+  std::size_t head = longestLine / 2;
   while (head > 0 && isCut(line[head]))
     --head;
-  std::size_t tail = line.size() - longest / 4;
+  std::size_t tail = line.size() - longestLine / 4;
   while (tail < line.size() && isCut(line[tail]))
     ++tail;
   appendEscaped(out, line.substr(0, head));

@@ -548,8 +548,8 @@ The picture size of %s is not two numbers from 1 to 16384.
 4 | The ending of the file's name says how it is written. | Take one of these.
 The display '%s' cannot be opened; without DISPLAY, pictures are painted in memory.
 4 | DISPLAY names an X server that is not there, or does not let this program in. | Unset DISPLAY, or name another one.
-'%s' cannot be made: ffmpeg, which joins pictures, is not there (Debian's package ffmpeg).
-4 | A film is made by another program. | Install it.
+'%s' is not made: ffmpeg, which joins pictures, is not there (Debian's package ffmpeg).
+8 | A film is made by another program; its pictures are written all the same. | Install it.
 '%s' cannot be made: ffmpeg gives the exit status %d.
 4 | It knows no film with this ending, or could not write it. | Take .mp4, .webm or .gif.
 Expression '%s': %s at '%s'.

@@ -39,7 +39,7 @@ std::string indented(std::string_view text)
   return out;
 }
 
-bool isCut(char c)  // within a character of UTF-8
+bool isWithinCharacter(char c)  // within a character of UTF-8
 {
   return (static_cast<unsigned char>(c) & 0xC0) == 0x80;
 }
@@ -50,10 +50,10 @@ void appendLine(std::string& out, const orv::Diagnostic& known, bool coloured)
   std::string_view line = known.lineText;
   const std::size_t column = std::min(known.column - 1, line.size());
   std::size_t begin = column > widest / 2 && line.size() > widest ? column - widest / 2 : 0;
-  while (begin > 0 && isCut(line[begin]))
+  while (begin > 0 && isWithinCharacter(line[begin]))
     --begin;
   std::size_t end = std::min(line.size(), std::max(begin + widest, column + 1));
-  while (end < line.size() && isCut(line[end]))
+  while (end < line.size() && isWithinCharacter(line[end]))
     ++end;
   const std::string number = orv::StringUtilities::toString(known.line);
   const std::string dots = begin > 0 ? "..." : "";
@@ -61,11 +61,11 @@ void appendLine(std::string& out, const orv::Diagnostic& known, bool coloured)
   out.append(printed(line.substr(begin, end - begin))).append(end < line.size() ? "..." : "");
   out.append("\n  ").append(number.size(), ' ').append(" | ").append(dots.size(), ' ');
   for (const char c : line.substr(begin, column - begin))
-    if (!isCut(c))
+    if (!isWithinCharacter(c))
       out += c == '\t' ? '\t' : ' ';
   const std::string_view meant = line.substr(column, std::min(known.length, end - column));
-  const auto size =
-      static_cast<std::size_t>(std::count_if(meant.begin(), meant.end(), [](char c) { return !isCut(c); }));
+  const auto size = static_cast<std::size_t>(
+      std::count_if(meant.begin(), meant.end(), [](char c) { return !isWithinCharacter(c); }));
   const std::string mark = '^' + std::string(size > 1 ? size - 1 : 0, '~');
   out.append(coloured ? "\x1b[1;31m" + mark + "\x1b[0m" : mark);
 }

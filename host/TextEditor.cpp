@@ -11,7 +11,7 @@
 
 namespace {
 
-[[noreturn]] void fail(const std::string& message)
+[[noreturn]] void failEdit(const std::string& message)
 {
   throw orv::file::error("ksl", "edit", message);
 }
@@ -33,11 +33,11 @@ class TemporaryFile {
     m_name = (std::filesystem::temp_directory_path(unknown) / "ksl-XXXXXX.ksl").string();
     const int file = ::mkstemps(m_name.data(), 4);
     if (file < 0)
-      fail(orv::_("Cannot write a temporary file: %s.", orv::Error::getSystemError()));
+      failEdit(orv::_("Cannot write a temporary file: %s.", orv::Error::getSystemError()));
     const bool isWritten = ::write(file, text.data(), text.size()) == static_cast<ssize_t>(text.size());
     if (::close(file) != 0 || !isWritten) {
       ::unlink(m_name.c_str());
-      fail(orv::_("Cannot write a temporary file: %s.", orv::Error::getSystemError()));
+      failEdit(orv::_("Cannot write a temporary file: %s.", orv::Error::getSystemError()));
     }
   }
   ~TemporaryFile() { ::unlink(m_name.c_str()); }
@@ -61,6 +61,6 @@ std::string editedText(const std::string& text)
     name += c == '\'' ? "'\\''" : std::string(1, c);
   // As others do: the variable holds a command with its options.
   if (std::system((program + " '" + name + "'").c_str()) != 0)
-    fail(orv::_("The editor '%s' failed; nothing is entered.", program));
+    failEdit(orv::_("The editor '%s' failed; nothing is entered.", program));
   return orv::ORVFile::readAll(file.name());
 }

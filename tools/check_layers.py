@@ -49,7 +49,7 @@ def private_to(path):
         if path.startswith(tree + "/src/"):
             return tree
     names = path.split("/")
-    return "/".join(names[:2]) if names[0] == "plugins" else None
+    return "/".join(names[:2]) if names[0] == "plugins" and names[1] != "common" else None
 
 
 def sources(root):

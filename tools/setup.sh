@@ -1,5 +1,5 @@
 #!/bin/sh
-# Installs the Debian packages that one kind of work needs: setup.sh run|test|results|check|mutate|bench|fuzz|editors|package|docs|dist ...
+# Installs the Debian packages that one kind of work needs: setup.sh run|test|results|results-large|check|mutate|bench|fuzz|editors|package|docs|dist ...
 # Asks dpkg first, so it costs next to nothing when everything is there.
 set -eu
 
@@ -14,12 +14,13 @@ for group in "${@:-run}"; do
     mutate) packages="$packages $build libgtest-dev libgmock-dev librapidcheck-dev python3 udunits-bin git ccache" ;;
     bench) packages="$packages $build libbenchmark-dev libmuparser-dev valgrind python3" ;;
     results) packages="$packages $build python3 procps libgtest-dev libgmock-dev librapidcheck-dev libvtk9-dev xvfb openmpi-bin libopenmpi-dev" ;;
+    results-large) packages="$packages $build libvtk9-dev xvfb python3-vtk9 python3-numpy openfoam openfoam-examples ffmpeg" ;;
     fuzz) packages="$packages $build clang libclang-rt-14-dev" ;;
     editors) packages="$packages $build neovim $(command -v npm >/dev/null || echo npm)" ;;
     package) packages="$packages $build $python dpkg-dev file pkgconf binutils" ;;
     docs) packages="$packages make doxygen python3" ;;
     dist) packages="$packages git" ;;
-    *) echo "setup.sh: unknown group '$group' (run, test, results, check, mutate, bench, fuzz, editors, package, docs, dist)" >&2; exit 2 ;;
+    *) echo "setup.sh: unknown group '$group' (run, test, results, results-large, check, mutate, bench, fuzz, editors, package, docs, dist)" >&2; exit 2 ;;
   esac
 done
 

@@ -4,10 +4,11 @@
 #include "platform/ORVException.h"
 #include "platform/ORVUtilities.h"
 #include "Values.h"
+#include "plugins/common/Colours.h"
 
 #include <algorithm>
-#include <charconv>
-#include <iterator>
+#include <cmath>
+#include <optional>
 
 namespace flow {
 
@@ -15,52 +16,10 @@ using orv::KSLObject;
 
 namespace {
 
-struct Named {
-  std::string_view name;
-  std::string_view hex;
-};
-
-constexpr Named colourNames[] = {
-    {"black", "#000000"},       {"white", "#ffffff"},      {"grey", "#808080"},
-    {"gray", "#808080"},        {"light grey", "#d3d3d3"}, {"dark grey", "#555555"},
-    {"silver", "#c0c0c0"},      {"red", "#e6301f"},        {"dark red", "#8b0000"},
-    {"orange", "#ff9f1c"},      {"gold", "#ffd700"},       {"yellow", "#ffee33"},
-    {"pale yellow", "#fffbe0"}, {"green", "#2e9e4f"},      {"dark green", "#0b5d2a"},
-    {"light green", "#a8e6a1"}, {"cyan", "#20c5d8"},       {"turquoise", "#40e0d0"},
-    {"blue", "#1f4fe0"},        {"light blue", "#add8e6"}, {"sky blue", "#87ceeb"},
-    {"royal blue", "#4169e1"},  {"dark blue", "#00008b"},  {"navy", "#0b1e5b"},
-    {"purple", "#7b2d9b"},      {"violet", "#c77dff"},     {"magenta", "#e020c0"},
-    {"pink", "#ffb6c1"},        {"brown", "#8b5a2b"},      {"beige", "#f5f0dc"},
-};
-
-struct Scheme {
-  std::string_view name;
-  std::vector<std::string_view> steps;
-};
-
 const std::vector<std::string_view>& schemeSteps(std::string_view name)
 {
-  static const Scheme schemes[] = {
-      {"Spectrum",
-       {"#34308f", "#2f6db5", "#45a7c4", "#86cfa5", "#d0ec9c", "#fbf5ae", "#fdcf7a", "#f79050", "#df4b45",
-        "#9c1442"}},
-      {"Heat", {"#1b0c2e", "#571a55", "#9c2a55", "#d94b40", "#f58735", "#fbc257", "#fcf2c0"}},
-      {"Ocean", {"#081d43", "#0e4480", "#1f75ae", "#4ba8c4", "#97d3d3", "#e2f4ea"}},
-      {"Grey", {"#202225", "#f2f3f4"}},
-  };
-  const auto found = std::find_if(std::begin(schemes), std::end(schemes),
-                                  [name](const Scheme& scheme) { return scheme.name == name; });
-  return (found != std::end(schemes) ? found : std::begin(schemes))->steps;
-}
-
-Rgb fromHex(std::string_view text)
-{
-  unsigned value = 0;
-  const char* const end = text.data() + text.size();
-  const bool hash = text.size() == 7 && text.front() == '#';
-  if (!hash || std::from_chars(text.data() + 1, end, value, 16).ptr != end)
-    throw orv::data::invalid("FlowLibrary", "readColour", orv::_("Colour '%s' is not known.", text));
-  return {(value >> 16) / 255.0, (value >> 8 & 255) / 255.0, (value & 255) / 255.0};
+  const colours::Scheme* const scheme = colours::findScheme(name);
+  return (scheme ? *scheme : colours::schemes().front()).steps;
 }
 
 Rgb mixed(Rgb a, Rgb b, double share)
@@ -86,9 +45,10 @@ std::string toHex(Rgb colour)
 Rgb readColour(std::string_view text)
 {
   const std::string name = orv::StringUtilities::toLower(orv::StringUtilities::simplifyWhitespace(text));
-  const auto found = std::find_if(std::begin(colourNames), std::end(colourNames),
-                                  [&name](const Named& known) { return known.name == name; });
-  return fromHex(found != std::end(colourNames) ? found->hex : std::string_view(name));
+  const std::optional<unsigned> value = colours::find(name);
+  if (!value)
+    throw orv::data::invalid("FlowLibrary", "readColour", orv::_("Colour '%s' is not known.", name));
+  return {(*value >> 16) / 255.0, (*value >> 8 & 255) / 255.0, (*value & 255) / 255.0};
 }
 
 Rgb colourOf(const KSLObject& object, const std::string& name)

@@ -51,9 +51,7 @@ void Chart::Axis::span(double from, double to)
     from -= room;
     to += room;
   }
-  const double rough = (to - from) / 6;
-  const double base = std::pow(10, std::floor(std::log10(rough)));
-  step = base * (rough / base > 5 ? 10 : rough / base > 2 ? 5 : rough / base > 1 ? 2 : 1);
+  step = roundStep(to - from, 6);
   low = step * std::floor(from / step + 1e-9);
   high = step * std::ceil(to / step - 1e-9);
 }

@@ -25,6 +25,9 @@ struct Region {
   Ptr<vtkPolyData> faces;
 };
 
+inline constexpr const char* cellNumbers =
+    "vtkCells";  // an array that is no variable: the number of each cell
+
 // Results at one time: all cells in one piece, lengths in metres. Fields stand on the points in any case, and on the cells
 // too when they were given there. Never changed once it is made.
 struct Mesh {

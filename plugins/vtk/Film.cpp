@@ -40,7 +40,7 @@ int runProgram(std::vector<std::string> words)
 
 }  // namespace
 
-std::string joined(const Film& film, const std::string& file, double perSecond)
+std::optional<std::string> joined(const Film& film, const std::string& file, double perSecond)
 {
   const ScratchFolder folder;
   for (std::size_t i = 0; i < film.pictures.size(); ++i) {
@@ -51,10 +51,15 @@ std::string joined(const Film& film, const std::string& file, double perSecond)
   const int status = runProgram({"ffmpeg", "-y", "-loglevel", "error", "-framerate",
                                  orv::StringUtilities::toString(perSecond), "-i", folder.file("%d.png"),
                                  "-vf", "pad=ceil(iw/2)*2:ceil(ih/2)*2", "-pix_fmt", "yuv420p", made});
-  if (status < 0)
-    fail("joinMovie",
-         orv::_("'%s' cannot be made: ffmpeg, which joins pictures, is not there (Debian's package ffmpeg).",
-                file));
+  if (status < 0) {
+    orv::ErrorProgressReporter::instance()->reportError(
+        orv::ErrorMsg("Results", "joinMovie",
+                      orv::_("'%s' is not made: ffmpeg, which joins pictures, is not there (Debian's package "
+                             "ffmpeg).",
+                             file),
+                      orv::errorType::warning));
+    return std::nullopt;
+  }
   if (status != 0)
     fail("joinMovie", orv::_("'%s' cannot be made: ffmpeg gives the exit status %d.", file, status));
   return readFile(made);

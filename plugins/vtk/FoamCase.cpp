@@ -1,11 +1,13 @@
 // What OpenFOAM's own files say that VTK's reader does not.
 #include "platform/ORVUtilities.h"
 #include "Reader.h"
+#include "ScratchFolder.h"
 
 #include <cmath>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <set>
 #include <sstream>
 
 namespace results {
@@ -28,17 +30,14 @@ fs::path timeDirectory(const fs::path& root, double time)
   return {};
 }
 
-// Those of a decomposed case; else itself.
-std::vector<fs::path> partsOf(const fs::path& root, bool isDecomposed)
+std::set<fs::path> partsOf(const fs::path& root)
 {
-  std::vector<fs::path> parts;
+  std::set<fs::path> parts;
   std::error_code failure;
   for (const fs::directory_entry& entry : fs::directory_iterator(root, failure)) {
-    if (isDecomposed && entry.path().filename().string().starts_with("processor"))
-      parts.push_back(entry.path());
+    if (entry.path().filename().string().starts_with("processor"))
+      parts.insert(entry.path());
   }
-  if (parts.empty())
-    parts.push_back(root);
   return parts;
 }
 
@@ -96,13 +95,41 @@ void addFields(const fs::path& directory, FoamFields& fields)
 
 }  // namespace
 
+fs::path foamRoot(const std::string& file)
+{
+  const fs::path path = fs::absolute(file);
+  if (fs::is_directory(path))
+    return path;
+  return path.filename() == "controlDict" ? path.parent_path().parent_path() : path.parent_path();
+}
+
+// A mesh that moves stands beside the fields of any time before.
+std::string foamVersion(const fs::path& root, double time, bool isDecomposed)
+{
+  std::error_code failure;
+  std::string stamps = stampOf(root / "system" / "controlDict");
+  const auto add = [&](const fs::path& folder) {
+    std::set<fs::path> files;
+    for (const fs::directory_entry& entry : fs::recursive_directory_iterator(folder, failure))
+      files.insert(entry.path());
+    for (const fs::path& file : files)
+      stamps += stampOf(file);
+  };
+  for (const fs::path& part : isDecomposed ? partsOf(root) : std::set<fs::path>{root}) {
+    add(timeDirectory(part, time));
+    add(part / "constant" / "polyMesh");
+    for (const fs::directory_entry& entry : fs::directory_iterator(part, failure))
+      add(entry.path() / "polyMesh");
+  }
+  return stamps;
+}
+
 FoamFields foamFields(const std::string& controlDict, double time, bool isDecomposed)
 {
-  const fs::path file = fs::absolute(controlDict);
-  const bool isControl = file.filename() == "controlDict";
-  const fs::path root = isControl ? file.parent_path().parent_path() : file.parent_path();
+  const fs::path root = foamRoot(controlDict);
+  const std::set<fs::path> parts = isDecomposed ? partsOf(root) : std::set<fs::path>();
   FoamFields fields;
-  for (const fs::path& part : partsOf(root, isDecomposed))
+  for (const fs::path& part : parts.empty() ? std::set<fs::path>{root} : parts)
     addFields(timeDirectory(part, time), fields);
   return fields;
 }

@@ -9,28 +9,46 @@ namespace results {
 
 namespace {
 
-double scaleOf(int height)
+double scaleOf(const Picture& picture, int height)
 {
-  return std::clamp(height / 700.0, 0.6, 4.0);
+  return picture.density * std::clamp(height / picture.density / 700.0, 0.75, 4.0);
 }
 
-void drawLegend(Sheet& sheet, const Legend& legend, int width, int height, int place)
+// The labels of a legend: each end of a band where there is room for it, always the lowest and the highest; round values
+// where colours blend.
+struct Ticks {
+  std::vector<double> values;
+  double step = 0;
+};
+
+Ticks ticksOf(const Legend& legend, long most)
 {
-  const double s = sheet.scale();
-  const double barHeight = std::min(0.55 * height, 420 * s);
-  const double panel = std::max(118.0, Canvas::widthOf(legend.title, 14) + 26) * s;
-  const double heading = (legend.units.empty() ? 34 : 52) * s;
-  const double right = width - 14 * s - place * (panel + 12 * s);
-  const double low = (height - barHeight - heading - 16 * s) / 2;
-  const Pixel corner{right - panel, low};
-  const Pixel top{right, low + barHeight + heading + 16 * s};
-  sheet.box(corner, top, paper, 0.9);
-  sheet.frame(corner, top, edge, 1);
-  sheet.text({corner.x + 12 * s, top.y - 18 * s}, legend.title, 14, ink, {.isBold = true});
-  if (!legend.units.empty())
-    sheet.text({corner.x + 12 * s, top.y - 38 * s}, "in " + typesetUnits(legend.units), 13, faint);
-  const Pixel bar{corner.x + 12 * s, low + 16 * s};
-  const double barWidth = 20 * s;
+  const double* const range = legend.colours->GetTableRange();
+  Ticks ticks;
+  if (!legend.isStepped) {
+    ticks.step = roundStep(range[1] - range[0], static_cast<double>(std::min(most, 8L)));
+    for (double at = std::ceil(range[0] / ticks.step - 1e-6); at <= range[1] / ticks.step + 1e-6; ++at)
+      ticks.values.push_back(at * ticks.step);
+    return ticks;
+  }
+  const auto bands = static_cast<long>(legend.colours->GetNumberOfTableValues());
+  long stride = (bands + most - 1) / most;
+  while (stride < bands && bands % stride != 0)
+    ++stride;
+  const double band = (range[1] - range[0]) / static_cast<double>(bands);
+  ticks.step = band * static_cast<double>(stride);
+  for (long i = 0; i <= bands; i += stride)
+    ticks.values.push_back(range[0] + band * static_cast<double>(i));
+  return ticks;
+}
+
+double panelOf(const Legend& legend)
+{
+  return std::max(118.0, Canvas::widthOf(legend.title, 14) + 26);
+}
+
+void drawColours(Sheet& sheet, const Legend& legend, Pixel bar, double barWidth, double barHeight)
+{
   const auto colours = legend.colours->GetNumberOfTableValues();
   for (vtkIdType i = 0; i < colours; ++i) {
     const double* const colour = legend.colours->GetTableValue(i);
@@ -39,45 +57,74 @@ void drawLegend(Sheet& sheet, const Legend& legend, int width, int height, int p
     sheet.box({bar.x, from}, {bar.x + barWidth, to}, {colour[0], colour[1], colour[2]});
   }
   sheet.frame(bar, {bar.x + barWidth, bar.y + barHeight}, ink, 1);
-  // Each end of a band where there is room for it, or even parts; always the lowest and the highest.
+}
+
+// Its right edge stands at `right`.
+void drawLegend(Sheet& sheet, const Legend& legend, double right, int height)
+{
+  const double s = sheet.scale();
+  const double barHeight = std::min(0.55 * height, 420 * s);
+  const double heading = (legend.units.empty() ? 40 : 60) * s;
+  const double low = (height - barHeight - heading - 18 * s) / 2;
+  const Pixel corner{right - panelOf(legend) * s, low};
+  const Pixel top{right, low + barHeight + heading + 18 * s};
+  sheet.box(corner, top, paper, 0.9);
+  sheet.frame(corner, top, edge, 1);
+  sheet.text({corner.x + 12 * s, top.y - 18 * s}, legend.title, 14, ink, {.isBold = true});
+  if (!legend.units.empty())
+    sheet.text({corner.x + 12 * s, top.y - 37 * s}, "in " + typesetUnits(legend.units), 13, faint);
+  const Pixel bar{corner.x + 12 * s, low + 18 * s};
+  const double barWidth = 20 * s;
+  drawColours(sheet, legend, bar, barWidth, barHeight);
   const double* const range = legend.colours->GetTableRange();
-  const auto most = std::max(1L, std::lround(barHeight / (26 * s)));
-  const long bands = legend.isStepped ? static_cast<long>(colours) : 8;
-  long stride = (bands + most - 1) / most;
-  while (stride < bands && bands % stride != 0)
-    ++stride;
-  const double step = (range[1] - range[0]) * static_cast<double>(stride) / static_cast<double>(bands);
-  for (long i = 0; i <= bands; i += stride) {
-    const double share = static_cast<double>(i) / static_cast<double>(bands);
-    const double y = bar.y + barHeight * share;
+  const Ticks ticks = ticksOf(legend, std::max(1L, std::lround(barHeight / (26 * s))));
+  for (const double value : ticks.values) {
+    const double y = bar.y + barHeight * (value - range[0]) / (range[1] - range[0]);
     sheet.lines({{bar.x + barWidth, y}, {bar.x + barWidth + 5 * s, y}}, ink, 1);
-    sheet.text({bar.x + barWidth + 10 * s, y}, typesetNumber(range[0] + share * (range[1] - range[0]), step),
-               13, ink);
+    sheet.text({bar.x + barWidth + 10 * s, y}, typesetNumber(value, ticks.step), 13, ink);
   }
 }
 
-}  // namespace
-
 // One for all that have the same colours for the same values.
-void addLegends(vtkRenderer& renderer, const Picture& picture, int width, int height)
+std::vector<const Legend*> legendsOf(const Picture& picture)
 {
-  Sheet sheet(renderer, scaleOf(height));
-  std::vector<const Legend*> drawn;
+  std::vector<const Legend*> legends;
   for (const Sight& sight : picture.sights) {
     const Legend& legend = sight.show->legend;
     const bool isKnown = !sight.show->isColoured || legend.title.empty()
-                         || std::any_of(drawn.begin(), drawn.end(),
+                         || std::any_of(legends.begin(), legends.end(),
                                         [&legend](const Legend* known) { return known->isSame(legend); });
-    if (isKnown)
-      continue;
-    drawLegend(sheet, legend, width, height, static_cast<int>(drawn.size()));
-    drawn.push_back(&legend);
+    if (!isKnown)
+      legends.push_back(&legend);
+  }
+  return legends;
+}
+
+constexpr double legendGap = 12;
+
+}  // namespace
+
+double widthOfLegends(const Picture& picture, int height)
+{
+  double width = 0;
+  for (const Legend* legend : legendsOf(picture))
+    width += (panelOf(*legend) + legendGap) * scaleOf(picture, height);
+  return width;
+}
+
+void addLegends(vtkRenderer& renderer, const Picture& picture, int width, int height)
+{
+  Sheet sheet(renderer, scaleOf(picture, height));
+  double right = width - legendGap * sheet.scale();
+  for (const Legend* legend : legendsOf(picture)) {
+    drawLegend(sheet, *legend, right, height);
+    right -= (panelOf(*legend) + legendGap) * sheet.scale();
   }
 }
 
 void addMarks(vtkRenderer& renderer, const Picture& picture, int width, int height)
 {
-  Sheet sheet(renderer, scaleOf(height));
+  Sheet sheet(renderer, scaleOf(picture, height));
   const double s = sheet.scale();
   for (const Mark& mark : picture.marks) {
     renderer.SetWorldPoint(mark.at[0], mark.at[1], mark.at[2], 1);
@@ -111,7 +158,7 @@ void addMarks(vtkRenderer& renderer, const Picture& picture, int width, int heig
 
 void addCaptions(vtkRenderer& renderer, const Picture& picture, int width, int height)
 {
-  Sheet sheet(renderer, scaleOf(height));
+  Sheet sheet(renderer, scaleOf(picture, height));
   const double whole = width * static_cast<double>(picture.cameras.size());
   for (const Caption& caption : picture.captions)
     sheet.text({caption.across * whole, caption.up * height}, caption.text, caption.height, caption.colour,
@@ -119,11 +166,11 @@ void addCaptions(vtkRenderer& renderer, const Picture& picture, int width, int h
 }
 
 // A line that is a round number of metres long.
-void addScale(vtkRenderer& renderer, const Camera& camera, int width, int height)
+void addScale(vtkRenderer& renderer, const Picture& picture, const Camera& camera, int width, int height)
 {
   if (!camera.side.empty())
     return;
-  Sheet sheet(renderer, scaleOf(height));
+  Sheet sheet(renderer, scaleOf(picture, height));
   const double s = sheet.scale();
   const double perMetre = height / camera.height;
   const double most = 0.2 * width / perMetre;

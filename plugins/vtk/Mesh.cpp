@@ -3,6 +3,7 @@
 #include "running.h"
 
 #include <algorithm>
+#include <numeric>
 #include <vtkAppendFilter.h>
 #include <vtkAppendPolyData.h>
 #include <vtkCellData.h>
@@ -16,6 +17,7 @@
 #include <vtkIdList.h>
 #include <vtkImageData.h>
 #include <vtkInformation.h>
+#include <vtkIntArray.h>
 #include <vtkMultiBlockDataSet.h>
 #include <vtkPointData.h>
 #include <vtkPointSet.h>
@@ -185,6 +187,16 @@ void fillPoints(Mesh& mesh)
   }
 }
 
+// So that pieces of a place know which cell they are of.
+void numberCells(vtkDataSet& cells)
+{
+  const auto numbers = make<vtkIntArray>();
+  numbers->SetName(cellNumbers);
+  numbers->SetNumberOfTuples(cells.GetNumberOfCells());
+  std::iota(numbers->GetPointer(0), numbers->GetPointer(0) + cells.GetNumberOfCells(), 0);
+  cells.GetCellData()->AddArray(numbers);
+}
+
 void addRegion(Mesh& mesh, const Leaf& leaf)
 {
   const bool isBetweenParts = leaf.name.starts_with("procBoundary");
@@ -224,6 +236,7 @@ std::shared_ptr<Mesh> assemble(vtkDataObject& data, bool hasSeams)
     return nullptr;
   mesh->cells = joined(std::move(parts), hasSeams);
   fillPoints(*mesh);
+  numberCells(*mesh->cells);
   return mesh;
 }
 

@@ -12,16 +12,6 @@ namespace results {
 
 namespace fs = std::filesystem;
 
-std::string rootOfCase(const std::string& file)
-{
-  std::error_code failure;
-  const fs::path whole = fs::absolute(file);
-  if (fs::is_directory(whole, failure))
-    return whole.string();
-  return (whole.filename() == "controlDict" ? whole.parent_path().parent_path() : whole.parent_path())
-      .string();
-}
-
 std::vector<std::string> processorsOf(const std::string& root)
 {
   constexpr std::string_view word = "processor";
@@ -42,7 +32,7 @@ std::vector<std::string> processorsOf(const std::string& root)
 OwnPart::OwnPart(const ReadOptions& options) : m_options(options)
 {
   const bool isCase = !Communicator::instance().isAlone() && options.isDecomposed && isOpenFoam(options.file);
-  const std::string root = isCase ? rootOfCase(options.file) : std::string();
+  const std::string root = isCase ? foamRoot(options.file).string() : std::string();
   const std::vector<std::string> processors = isCase ? processorsOf(root) : std::vector<std::string>();
   if (processors.empty())
     return;

@@ -30,7 +30,5 @@ class OwnPart {
 
 // The directories of the parts that a decomposed case has one by one, by name, in order; none for a case without.
 std::vector<std::string> processorsOf(const std::string& root);
-// Where a case stands.
-std::string rootOfCase(const std::string& file);
 
 }  // namespace results

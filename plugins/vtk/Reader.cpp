@@ -7,11 +7,14 @@
 #include "Memory.h"
 #include "OwnPart.h"
 #include "Pieces.h"
+#include "ScratchFolder.h"
 #include "running.h"
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 #include <filesystem>
+#include <optional>
 #include <set>
 #include <vtkAlgorithm.h>
 #include <vtkCGNSReader.h>
@@ -86,11 +89,12 @@ constexpr const char* kinds =
     ".vtu, .pvtu, .vtp, .vts, .vti, .vtr, .vtm, .vtk, .pvd, .stl, .ply, .case, .encas, .cgns, .foam, "
     "controlDict and directories of OpenFOAM cases";
 
-Ptr<vtkAlgorithm> foamReader(const ReadOptions& options)
+// `control` when the case has been written elsewhere.
+Ptr<vtkAlgorithm> foamReader(const ReadOptions& options, const std::string& control = "")
 {
   const auto reader = make<vtkPOpenFOAMReader>();
   reader->SetController(make<vtkDummyController>());
-  reader->SetFileName(controlDictOf(options.file).c_str());
+  reader->SetFileName((control.empty() ? controlDictOf(options.file) : control).c_str());
   reader->SetCaseType(options.isDecomposed ? vtkPOpenFOAMReader::DECOMPOSED_CASE
                                            : vtkPOpenFOAMReader::RECONSTRUCTED_CASE);
   reader->SetCreateCellToPoint(
@@ -227,6 +231,11 @@ bool isOfPieces(const std::string& file)
   return endingOf(file) == ".pvtu" || endingOf(file) == ".pvtp";
 }
 
+bool isOfCommonFiles(const ReadOptions& options)
+{
+  return options.isDecomposed && isOpenFoam(options.file) && isCollated(foamRoot(options.file));
+}
+
 vtkIdType piecesIn(vtkXMLDataElement* element)
 {
   vtkIdType count = element && std::string_view(element->GetName()) == "Piece";
@@ -240,7 +249,9 @@ bool hasSeams(const ReadOptions& options, bool isPiece)
 {
   vtkIdType parts = 0;
   if (isOpenFoam(options.file))
-    parts = options.isDecomposed ? static_cast<vtkIdType>(processorsOf(rootOfCase(options.file)).size()) : 0;
+    parts = options.isDecomposed
+                ? static_cast<vtkIdType>(processorsOf(foamRoot(options.file).string()).size())
+                : 0;
   else if (endingOf(options.file) == ".pvtu")
     parts =
         piecesIn(Ptr<vtkXMLDataElement>::Take(vtkXMLUtilities::ReadElementFromFile(options.file.c_str())));
@@ -252,34 +263,26 @@ bool hasSeams(const ReadOptions& options, bool isPiece)
 bool isInPieces(const ReadOptions& options)
 {
   if (isOpenFoam(options.file))
-    return options.isDecomposed && !processorsOf(rootOfCase(options.file)).empty();
+    return options.isDecomposed
+           && (isOfCommonFiles(options) || !processorsOf(foamRoot(options.file).string()).empty());
   if (endingOf(options.file) != ".pvd")
     return isOfPieces(options.file);
   const std::vector<Listed> listed = readCollection(options.file);
   return std::all_of(listed.begin(), listed.end(), [](const Listed& each) { return isOfPieces(each.file); });
 }
 
-Ptr<vtkDataObject> readAt(const ReadOptions& options, double time, bool isPiece)
+Ptr<vtkDataObject> readAt(const ReadOptions& options, vtkAlgorithm& reader, double time, bool isPiece)
 {
-  const OwnPart own(options);
-  Ptr<vtkDataObject> data;
-  if (own.isEmpty())
-    return data;
-  own.told([&] {
-    const Ptr<vtkAlgorithm> reader = readerOf(own.options());
-    const bool hasTimes = !timesOf(options.file, *reader).empty();
-    vtkInformation& wanted = *reader->GetOutputInformation(0);
-    if (hasTimes)
-      wanted.Set(vtkStreamingDemandDrivenPipeline::UPDATE_TIME_STEP(), time);
-    if (isPiece && isOfPieces(options.file)) {
-      wanted.Set(vtkStreamingDemandDrivenPipeline::UPDATE_PIECE_NUMBER(), Communicator::instance().rank());
-      wanted.Set(vtkStreamingDemandDrivenPipeline::UPDATE_NUMBER_OF_PIECES(),
-                 Communicator::instance().size());
-    }
-    reading(options.file, [&reader] { run(*reader, "readResults"); });
-    data = reader->GetOutputDataObject(0);
-  });
-  return data;
+  const bool hasTimes = !timesOf(options.file, reader).empty();
+  vtkInformation& wanted = *reader.GetOutputInformation(0);
+  if (hasTimes)
+    wanted.Set(vtkStreamingDemandDrivenPipeline::UPDATE_TIME_STEP(), time);
+  if (isPiece && isOfPieces(options.file)) {
+    wanted.Set(vtkStreamingDemandDrivenPipeline::UPDATE_PIECE_NUMBER(), Communicator::instance().rank());
+    wanted.Set(vtkStreamingDemandDrivenPipeline::UPDATE_NUMBER_OF_PIECES(), Communicator::instance().size());
+  }
+  reading(options.file, [&reader] { run(reader, "readResults"); });
+  return reader.GetOutputDataObject(0);
 }
 
 Ptr<vtkDataObject> readCollected(const ReadOptions& options, double time, bool isPiece)
@@ -290,25 +293,53 @@ Ptr<vtkDataObject> readCollected(const ReadOptions& options, double time, bool i
       continue;
     ReadOptions part = options;
     part.file = listed.file;
-    all->SetBlock(all->GetNumberOfBlocks(), readAt(part, 0, isPiece));
+    all->SetBlock(all->GetNumberOfBlocks(), readAt(part, *readerOf(part), 0, isPiece));
   }
   return all;
+}
+
+// Null without cells.
+std::shared_ptr<Mesh> assembled(const Ptr<vtkDataObject>& data, bool hasSeams)
+{
+  const std::shared_ptr<Mesh> mesh = data ? assemble(*data, hasSeams) : nullptr;
+  return mesh && mesh->cells->GetNumberOfCells() > 0 ? mesh : nullptr;
+}
+
+// Null where this process has no part of it.
+std::shared_ptr<Mesh> readFoam(const ReadOptions& options, double time)
+{
+  ReadOptions present = options;
+  std::optional<ScratchFolder> apart;
+  if (isOfCommonFiles(options))
+    present.file = writeApart(foamRoot(options.file), time, apart.emplace());
+  requireFile(options.file);
+  const OwnPart own(present);
+  std::shared_ptr<Mesh> mesh;
+  if (own.isEmpty())
+    return mesh;
+  own.told([&] {
+    const std::string control = controlDictOf(own.options().file);
+    const Ptr<vtkAlgorithm> reader = foamReader(options, control);
+    mesh = assembled(readAt(options, *reader, time, true), hasSeams(present, true));
+    if (!mesh)
+      return;
+    const FoamFields fields = foamFields(control, time, options.isDecomposed);
+    requireFields(*mesh, fields, options, time);
+    mesh->units = fields.units;
+  });
+  return mesh;
 }
 
 std::shared_ptr<const Mesh> readNew(const ReadOptions& options, double time)
 {
   const bool isPiece = isInPieces(options);
-  const Ptr<vtkDataObject> data = endingOf(options.file) == ".pvd" ? readCollected(options, time, isPiece)
-                                                                   : readAt(options, time, isPiece);
-  std::shared_ptr<Mesh> mesh = data ? assemble(*data, hasSeams(options, isPiece)) : nullptr;
-  if (mesh && mesh->cells->GetNumberOfCells() == 0)
-    mesh = nullptr;
-  if (mesh && isOpenFoam(options.file)) {
-    const OwnPart own(options);
-    const FoamFields fields = foamFields(controlDictOf(own.options().file), time, options.isDecomposed);
-    requireFields(*mesh, fields, options, time);
-    mesh->units = fields.units;
-  }
+  std::shared_ptr<Mesh> mesh;
+  if (isOpenFoam(options.file))
+    mesh = readFoam(options, time);
+  else if (endingOf(options.file) == ".pvd")
+    mesh = assembled(readCollected(options, time, isPiece), hasSeams(options, isPiece));
+  else
+    mesh = assembled(readAt(options, *readerOf(options), time, isPiece), hasSeams(options, isPiece));
   mesh = shared(mesh, isPiece);
   if (!mesh)
     fail("readResults", orv::_("Results file '%s' holds no cells.", options.file));
@@ -320,15 +351,49 @@ std::shared_ptr<const Mesh> readNew(const ReadOptions& options, double time)
   return mesh;
 }
 
-// What a file was when it was read: its name, its size, and when it was written.
-std::string versionOf(const std::string& file)
+// The files that one of several files names, "<Piece Source='a.vtu'/>" or "model: a.geo": those of its words that are files.
+std::vector<fs::path> namedIn(const fs::path& file)
 {
+  static const std::set<std::string> ofSeveral{".pvtu", ".pvtp", ".pvts", ".pvti", ".pvtr",
+                                               ".vtm",  ".pvd",  ".case", ".encas"};
+  std::vector<fs::path> files;
+  if (!ofSeveral.contains(endingOf(file.string())))
+    return files;
+  std::string text = readFile(file.string());
+  std::replace_if(
+      text.begin(), text.end(), [](char c) { return std::strchr("\"'<>=\t\r\n", c) != nullptr; }, ' ');
   std::error_code failure;
-  const fs::path path =
-      isOpenFoam(file) ? fs::path(controlDictOf(file)).parent_path().parent_path() : fs::path(file);
-  const auto written = fs::last_write_time(path, failure).time_since_epoch().count();
-  const auto size = fs::is_regular_file(path) ? fs::file_size(path, failure) : 0;
-  return fs::absolute(file).string() + "|" + std::to_string(written) + "|" + std::to_string(size);
+  for (const std::string& word : orv::StringUtilities::stringToVector(text, ' ')) {
+    const fs::path named = file.parent_path() / word;
+    if (!word.empty() && fs::is_regular_file(named, failure))
+      files.push_back(named);
+  }
+  return files;
+}
+
+std::string stampsOf(const fs::path& file)
+{
+  std::string stamps;
+  std::set<fs::path> known{file};
+  std::vector<fs::path> waiting{file};
+  while (!waiting.empty()) {
+    const fs::path next = waiting.back();
+    waiting.pop_back();
+    stamps += stampOf(next);
+    for (const fs::path& named : namedIn(next)) {
+      if (known.insert(named).second)
+        waiting.push_back(named);
+    }
+  }
+  return stamps;
+}
+
+// What a mesh was read from: its name, the sizes of its files, and when they were written.
+std::string versionOf(const ReadOptions& options, double time)
+{
+  return fs::absolute(options.file).string() + "|"
+         + (isOpenFoam(options.file) ? foamVersion(foamRoot(options.file), time, options.isDecomposed)
+                                     : stampsOf(options.file));
 }
 
 }  // namespace
@@ -347,6 +412,8 @@ std::vector<double> timesIn(const ReadOptions& options)
   if (endingOf(options.file) == ".pvd") {
     for (const Listed& listed : readCollection(options.file))
       times.push_back(listed.time);
+  } else if (isOfCommonFiles(options)) {
+    times = collatedTimes(foamRoot(options.file));
   } else {
     const OwnPart own(options);
     if (!own.isEmpty())
@@ -361,7 +428,7 @@ std::shared_ptr<const Mesh> readMesh(const ReadOptions& options, double time)
 {
   requireFile(options.file);
   std::string key =
-      join({"mesh", versionOf(options.file), options.isDecomposed ? "parts" : "whole",
+      join({"mesh", versionOf(options, time), options.isDecomposed ? "parts" : "whole",
             orv::StringUtilities::toString(options.scale), orv::StringUtilities::toString(time)},
            "|");
   for (const auto& [name, units] : options.units)

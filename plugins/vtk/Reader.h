@@ -3,11 +3,14 @@
 
 #include "Data.h"
 
+#include <filesystem>
 #include <memory>
 #include <string>
 #include <vector>
 
 namespace results {
+
+class ScratchFolder;
 
 struct ReadOptions {
   std::string file;
@@ -28,6 +31,16 @@ std::shared_ptr<const Mesh> readMesh(const ReadOptions& options, double time);
 bool isOpenFoam(const std::string& file);
 
 // ---- Of OpenFOAM cases
+
+std::filesystem::path foamRoot(const std::string& file);
+// What all files that a mesh is read from were when it was read.
+std::string foamVersion(const std::filesystem::path& root, double time, bool isDecomposed);
+
+// Whether the parts of a decomposed case stand in common files; their times; and one time of it with a folder for each part.
+bool isCollated(const std::filesystem::path& root);
+std::vector<double> collatedTimes(const std::filesystem::path& root);
+std::string writeApart(const std::filesystem::path& root, double wanted,
+                       const ScratchFolder& scratch);  // controlDict
 
 // Units of the fields at a time, from the heads of their files; and the names of the fields that should be there.
 struct FoamFields {

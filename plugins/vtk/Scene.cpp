@@ -4,16 +4,21 @@
 #include "Colouring.h"
 #include "Display.h"
 #include "ScratchFolder.h"
+#include "Sheet.h"
 #include "running.h"
 
 #include <algorithm>
 #include <cmath>
 #include <mutex>
+#include <unistd.h>
+#include <utility>
 #include <vtkActor.h>
 #include <vtkAppendPolyData.h>
 #include <vtkCamera.h>
 #include <vtkGLTFExporter.h>
+#include <vtkImageShrink3D.h>
 #include <vtkLight.h>
+#include <vtkMath.h>
 #include <vtkPNGWriter.h>
 #include <vtkPointData.h>
 #include <vtkPolyDataMapper.h>
@@ -40,15 +45,19 @@ Ptr<vtkPolyData> withNormals(const Ptr<vtkPolyData>& body)
   return normals->GetOutput();
 }
 
-// What comes later in a picture, and lies in the same place, is seen.
+// What comes later in a picture, and lies in the same place, is seen, and lines on a surface before it. The steps are so
+// small that nothing comes through from behind, which is far away where the eye is near to something else.
 Ptr<vtkActor> actorOf(const Ptr<vtkPolyData>& body, int place, double lineWidth, double opacity)
 {
+  constexpr double lines = 4;  // against what VTK adds itself
+  constexpr double points = 8;
+  const double step = -0.1 * place;
   const auto mapper = make<vtkPolyDataMapper>();
   mapper->SetInputData(body);
   mapper->SetResolveCoincidentTopologyToPolygonOffset();
-  mapper->SetRelativeCoincidentTopologyPolygonOffsetParameters(0, -4.0 * place);
-  mapper->SetRelativeCoincidentTopologyLineOffsetParameters(0, -4.0 * place - 4);
-  mapper->SetRelativeCoincidentTopologyPointOffsetParameter(-4.0 * place - 4);
+  mapper->SetRelativeCoincidentTopologyPolygonOffsetParameters(1, step);
+  mapper->SetRelativeCoincidentTopologyLineOffsetParameters(-1, step - 0.1 + lines);
+  mapper->SetRelativeCoincidentTopologyPointOffsetParameter(step - 0.1 + points);
   mapper->ScalarVisibilityOff();
   const auto actor = make<vtkActor>();
   actor->SetMapper(mapper);
@@ -65,7 +74,7 @@ void addSight(vtkRenderer& renderer, const Sight& sight, int place, double pixel
   const Ptr<vtkActor> actor =
       actorOf(show.isLit ? withNormals(show.body) : show.body, place, show.lineWidth * pixels, sight.opacity);
   actor->GetProperty()->SetLighting(show.isLit);
-  actor->GetProperty()->SetAmbient(show.isLit ? 0.25 : 1);
+  actor->GetProperty()->SetAmbient(show.isLit ? 0.34 : 1);
   actor->GetProperty()->SetDiffuse(show.isLit ? 0.8 : 0);
   actor->GetProperty()->SetSpecular(show.isColoured ? 0 : 0.12);
   actor->GetProperty()->SetSpecularPower(24);
@@ -125,7 +134,32 @@ void addLamps(vtkRenderer& renderer, const std::vector<Lamp>& lamps)
   }
 }
 
-void aim(vtkRenderer& renderer, const Camera& camera, bool hasLegend)
+// Moves and widens the view so that all is seen between these two places across, -1 and 1 being the sides of the view.
+void fit(vtkRenderer& renderer, double left, double right)
+{
+  vtkCamera& view = *renderer.GetActiveCamera();
+  std::array<double, 6> box{};
+  renderer.ComputeVisiblePropBounds(box.data());
+  Pixel low{1e9, 1e9};
+  Pixel high{-1e9, -1e9};
+  for (int corner = 0; corner < 8; ++corner) {
+    renderer.SetWorldPoint(box.at(corner & 1), box.at(2 + (corner >> 1 & 1)), box.at(4 + (corner >> 2)), 1);
+    renderer.WorldToView();
+    const double* const at = renderer.GetViewPoint();
+    low = {std::min(low.x, at[0]), std::min(low.y, at[1])};
+    high = {std::max(high.x, at[0]), std::max(high.y, at[1])};
+  }
+  const double room = 1.76;
+  const double zoom =
+      std::min((right - left) / std::max(1e-9, high.x - low.x), room / std::max(1e-9, high.y - low.y));
+  view.SetParallelScale(view.GetParallelScale() / zoom);
+  const double half = vtkMath::RadiansFromDegrees(view.GetViewAngle() / 2);
+  view.SetViewAngle(2 * vtkMath::DegreesFromRadians(std::atan(std::tan(half) / zoom)));
+  view.SetWindowCenter((zoom * (low.x + high.x) - left - right) / 2, zoom * (low.y + high.y) / 2);
+}
+
+// `margin` is what is left free on the right, as a share of the view.
+void aim(vtkRenderer& renderer, const Camera& camera, double margin)
 {
   vtkCamera& view = *renderer.GetActiveCamera();
   view.SetParallelProjection(camera.isParallel);
@@ -150,21 +184,52 @@ void aim(vtkRenderer& renderer, const Camera& camera, bool hasLegend)
   view.SetPosition(from.data());
   view.SetViewUp(up.data());
   renderer.ResetCamera();
-  view.Zoom(hasLegend ? 1.1 : 1.25);
-  view.SetWindowCenter(hasLegend ? 0.16 : 0, 0);  // the legend stands on the right
+  fit(renderer, -0.94, 0.94 - 2 * std::min(0.7, margin));
   renderer.ResetCameraClippingRange();
 }
 
-// One scene, in a window that nobody sees. Painted by one thread at a time: the display is the process's.
+bool hasGlass(const Picture& picture)
+{
+  return std::any_of(picture.sights.begin(), picture.sights.end(),
+                     [](const Sight& sight) { return sight.opacity < 1 && sight.show->isLit; });
+}
+
+// The window that nobody sees, which takes longer to make than a picture: kept for the next one. Left to the system where
+// the process ends; a copy of the process makes its own.
+struct Window {
+  Ptr<vtkRenderWindow> window;
+  int samples = 0;
+  pid_t process = 0;
+};
+
+Window& kept()
+{
+  static auto* const window = new Window;
+  return *window;
+}
+
+Ptr<vtkRenderWindow> windowWith(int samples)
+{
+  if (kept().process != getpid())
+    new Ptr<vtkRenderWindow>(std::move(kept().window));
+  if (kept().samples != samples)
+    closeWindow();
+  if (!kept().window) {
+    kept() = {make<vtkRenderWindow>(), samples, getpid()};
+    kept().window->SetOffScreenRendering(1);
+    kept().window->SetMultiSamples(samples);
+    kept().window->SetAlphaBitPlanes(1);
+  }
+  return kept().window;
+}
+
+// One scene. Painted by one thread at a time: the display is the process's.
 class Stage {
  public:
   explicit Stage(const Picture& picture) : m_lock(painting())
   {
     needDisplay();
-    m_window = make<vtkRenderWindow>();
-    m_window->SetOffScreenRendering(1);
-    m_window->SetMultiSamples(picture.samples);
-    m_window->SetAlphaBitPlanes(1);
+    m_window = windowWith(picture.samples);
     m_window->SetSize(picture.width, picture.height);
     const auto views = static_cast<int>(picture.cameras.size());
     for (int i = 0; i < views; ++i)
@@ -172,8 +237,12 @@ class Stage {
   }
   ~Stage()
   {
-    if (m_window)
-      m_window->Finalize();
+    while (vtkRenderer* renderer = m_window->GetRenderers()->GetFirstRenderer())
+      m_window->RemoveRenderer(renderer);
+    m_window->ReleaseCurrent();  // the next picture may be another thread's
+    constexpr double muchMemory = 16e6;
+    if (static_cast<double>(m_window->GetSize()[0]) * m_window->GetSize()[1] > muchMemory)
+      closeWindow();
   }
   Stage(const Stage&) = delete;
   Stage& operator=(const Stage&) = delete;
@@ -192,24 +261,18 @@ class Stage {
     renderer->SetBackground(picture.background[0], picture.background[1], picture.background[2]);
     renderer->SetBackgroundAlpha(picture.hasBackground ? 1 : 0);
     // What shines through itself has to be sorted; that forgets which of two in one place comes later.
-    const bool hasGlass = std::any_of(picture.sights.begin(), picture.sights.end(), [](const Sight& sight) {
-      return sight.opacity < 1 && sight.show->isLit;
-    });
-    renderer->SetUseDepthPeeling(hasGlass);
+    renderer->SetUseDepthPeeling(hasGlass(picture));
     renderer->SetMaximumNumberOfPeels(6);
     m_window->AddRenderer(renderer);
-    const double pixels = std::max(1.0, picture.height / 700.0);
+    const double pixels = std::max<double>(picture.density, picture.height / 700.0);
     for (std::size_t i = 0; i < picture.sights.size(); ++i)
       addSight(*renderer, picture.sights[i], static_cast<int>(i), pixels);
     addLamps(*renderer, picture.lamps);
     const Camera& camera = picture.cameras.at(static_cast<std::size_t>(place));
-    const bool hasLegend = place + 1 == views
-                           && std::any_of(picture.sights.begin(), picture.sights.end(),
-                                          [](const Sight& sight) { return sight.show->isColoured; });
-    aim(*renderer, camera, hasLegend);
     const int width = picture.width / views;
+    aim(*renderer, camera, place + 1 == views ? widthOfLegends(picture, picture.height) / width : 0);
     if (picture.hasScale && camera.isParallel)
-      addScale(*renderer, camera, width, picture.height);
+      addScale(*renderer, picture, camera, width, picture.height);
     addMarks(*renderer, picture, width, picture.height);
     if (place + 1 == views)
       addLegends(*renderer, picture, width, picture.height);
@@ -225,17 +288,21 @@ class Stage {
 
 namespace {
 
-std::string pngOf(Stage& stage, bool hasBackground)
+std::string pngOf(Stage& stage, const Picture& picture)
 {
   stage.window().Render();
   const auto grab = make<vtkWindowToImageFilter>();
   grab->SetInput(&stage.window());
   grab->ReadFrontBufferOff();
   grab->ShouldRerenderOff();
-  if (!hasBackground)
+  if (!picture.hasBackground)
     grab->SetInputBufferTypeToRGBA();
+  const auto smaller = make<vtkImageShrink3D>();
+  smaller->SetInputConnection(grab->GetOutputPort());
+  smaller->SetShrinkFactors(picture.density, picture.density, 1);
+  smaller->AveragingOn();
   const auto writer = make<vtkPNGWriter>();
-  writer->SetInputConnection(grab->GetOutputPort());
+  writer->SetInputConnection((picture.density > 1 ? smaller->GetOutputPort() : grab->GetOutputPort()));
   writer->WriteToMemoryOn();
   run(*writer, "takePicture");
   const vtkUnsignedCharArray* const bytes = writer->GetResult();
@@ -248,10 +315,25 @@ std::string pngOf(Stage& stage, bool hasBackground)
 
 }  // namespace
 
+void closeWindow()
+{
+  if (kept().window && kept().process == getpid()) {
+    kept().window->Finalize();
+    kept().window = nullptr;
+  }
+}
+
 std::string paintPng(const Picture& picture)
 {
-  Stage stage(picture);
-  return pngOf(stage, picture.hasBackground);
+  // Where things that shine through are sorted, edges have no samples: they come from a larger picture.
+  Picture painted = picture;
+  if (hasGlass(picture) && picture.samples > 1 && std::max(picture.width, picture.height) <= 4096) {
+    painted.density = 2;
+    painted.width *= 2;
+    painted.height *= 2;
+  }
+  Stage stage(painted);
+  return pngOf(stage, painted);
 }
 
 std::string paintFlat(int width, int height, const std::function<void(vtkRenderer&)>& draw)
@@ -262,7 +344,7 @@ std::string paintFlat(int width, int height, const std::function<void(vtkRendere
   empty.cameras.emplace_back();
   Stage stage(empty);
   draw(*stage.window().GetRenderers()->GetFirstRenderer());
-  return pngOf(stage, true);
+  return pngOf(stage, empty);
 }
 
 std::string paintGltf(const Picture& picture)

@@ -61,6 +61,8 @@ struct Picture {
   bool hasBackground = true;
   Rgb background{1, 1, 1};
   bool hasScale = true;
+  int density =
+      1;  // what is counted in pixels below is painted so many times larger, and made smaller at last
 };
 
 // The picture as the content of a PNG file. The same picture gives the same bytes.
@@ -69,14 +71,17 @@ std::string paintPng(const Picture& picture);
 std::string paintFlat(int width, int height, const std::function<void(vtkRenderer&)>& draw);
 // The scene in three dimensions, as the content of a glTF file; colours stand at its points.
 std::string paintGltf(const Picture& picture);
+// Ends what pictures are painted with, until the next one; before the display goes.
+void closeWindow();
 // All that is seen, as one file of VTK's.
 std::string asVtp(const Picture& picture);
 
 // ---- Inside
 
+double widthOfLegends(const Picture& picture, int height);  // with room round them
 void addLegends(vtkRenderer& renderer, const Picture& picture, int width, int height);
 void addMarks(vtkRenderer& renderer, const Picture& picture, int width, int height);
 void addCaptions(vtkRenderer& renderer, const Picture& picture, int width, int height);
-void addScale(vtkRenderer& renderer, const Camera& camera, int width, int height);
+void addScale(vtkRenderer& renderer, const Picture& picture, const Camera& camera, int width, int height);
 
 }  // namespace results

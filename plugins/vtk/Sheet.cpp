@@ -194,9 +194,21 @@ std::string typesetUnits(const std::string& units)
 }
 
 // A minus sign, not a hyphen; as many figures behind the point as the steps between the labels need.
+double roundStep(double whole, double parts)
+{
+  const double rough = whole / parts;
+  const double base = std::pow(10, std::floor(std::log10(rough)));
+  return base * (rough / base > 5 ? 10 : rough / base > 2 ? 5 : rough / base > 1 ? 2 : 1);
+}
+
 std::string typesetNumber(double value, double step)
 {
-  const int decimals = step > 0 ? static_cast<int>(std::ceil(1 - std::log10(step) - 1e-9)) : 3;
+  const double power = step > 0 ? std::floor(std::log10(step) + 1e-9) : -3;
+  const double leading = step / std::pow(10, power);
+  const bool isRound = std::abs(leading - std::round(leading)) < 1e-9;  // one figure tells such steps apart
+  const int decimals = static_cast<int>(isRound    ? -power
+                                        : step > 0 ? std::ceil(1 - std::log10(step) - 1e-9)
+                                                   : 3);
   const bool isUsual = std::abs(value) < 1e6 && decimals <= 6;
   if (std::abs(value) < 1e-6 * step)
     value = 0;

@@ -81,6 +81,8 @@ class SvgSheet : public Canvas {
 std::string toHex(const Rgb& colour);
 // Units as people write them: "m/s" for "m s^-1".
 std::string typesetUnits(const std::string& units);
+// A step of 1, 2 or 5 times a power of ten, of which about so many parts make the whole.
+double roundStep(double whole, double parts);
 // With a minus sign, and as many figures as the steps between labels need.
 std::string typesetNumber(double value, double step);
 

@@ -3,6 +3,7 @@
 #include "Communicator.h"
 #include "Display.h"
 #include "Memory.h"
+#include "Scene.h"
 #include "functions.h"
 #include "running.h"
 
@@ -39,6 +40,7 @@ extern "C" ORV_API void orvCalculateLibraryBegin()
 extern "C" ORV_API void orvCalculateLibraryEnd()
 {
   results::Memory::clear();
+  results::closeWindow();
   results::endDisplay();
 }
 

@@ -8,7 +8,7 @@
 
 #include <algorithm>
 #include <cmath>
-#include <set>
+#include <map>
 #include <vtkArrowSource.h>
 #include <vtkCellArray.h>
 #include <vtkCellData.h>
@@ -31,21 +31,32 @@ Variable vectorIn(const std::string& path, const std::string& name, vtkDataSet& 
   return variable;
 }
 
-// One point of each cube of that size which has points: the same ones for the same place.
+// Of each cube of that size which has points, the one next to its middle.
 std::vector<vtkIdType> spread(vtkDataSet& data, double spacing)
 {
-  std::set<std::array<long long, 3>> taken;
-  std::vector<vtkIdType> chosen;
+  struct Chosen {
+    vtkIdType point;
+    double distance;
+  };
+  std::map<std::array<long long, 3>, Chosen> cubes;
   for (vtkIdType i = 0; i < data.GetNumberOfPoints(); ++i) {
     Vec at;
     data.GetPoint(i, at.data());
     std::array<long long, 3> cube{};
-    for (std::size_t k = 0; k < 3 && spacing > 0; ++k)
+    Vec off{};
+    for (std::size_t k = 0; k < 3; ++k) {
       cube.at(k) = std::llround(at.at(k) / spacing);
-    if (spacing <= 0 || taken.insert(cube).second)
-      chosen.push_back(i);
+      off.at(k) = at.at(k) - spacing * static_cast<double>(cube.at(k));
+    }
+    const double distance = length(off);
+    Chosen& chosen = cubes.try_emplace(cube, Chosen{i, distance}).first->second;
+    if (distance < chosen.distance)
+      chosen = {i, distance};
   }
-  return chosen;
+  std::vector<vtkIdType> points;
+  for (const auto& [cube, chosen] : cubes)
+    points.push_back(chosen.point);
+  return points;
 }
 
 struct Arrows {
@@ -66,10 +77,10 @@ double longest(const Variable& variable, const std::vector<vtkIdType>& at)
 Ptr<vtkPolyData> arrowsOn(const Arrows& arrows, const Place& place, double& scale)
 {
   const Variable variable = vectorIn(arrows.path, arrows.variable, *place.data, place.units);
-  const std::vector<vtkIdType> at = spread(*place.data, arrows.spacing);
+  const double reach = arrows.spacing > 0 ? arrows.spacing : std::max(1e-12, place.data->GetLength() / 40);
+  const std::vector<vtkIdType> at = spread(*place.data, reach);
   const double most = longest(variable, at);
-  const double reach = arrows.spacing > 0 ? arrows.spacing : place.data->GetLength() / 40;
-  scale = most > 0 ? 1.6 * arrows.factor * reach / most : 0;
+  scale = most > 0 ? arrows.factor * reach / most : 0;
   const auto points = make<vtkPoints>();
   const auto vectors = make<vtkDoubleArray>();
   const auto input = make<vtkPolyData>();
@@ -86,6 +97,9 @@ Ptr<vtkPolyData> arrowsOn(const Arrows& arrows, const Place& place, double& scal
   input->GetPointData()->AddArray(vectors);
   const auto shape = make<vtkArrowSource>();
   shape->SetTipResolution(12);
+  shape->SetTipLength(0.3);
+  shape->SetTipRadius(0.085);
+  shape->SetShaftRadius(0.022);
   shape->SetShaftResolution(8);
   const auto glyph = make<vtkGlyph3D>();
   glyph->SetInputData(input);

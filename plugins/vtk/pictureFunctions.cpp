@@ -257,9 +257,10 @@ void joinMovie(KSLObject& movie)
 {
   const auto* kept = keptBy<Film>(namedOne(movie, "Shot"), "Picture");
   const std::string file = text(movie, "Output File");
-  if (kept && kept->now && !file.empty() && Communicator::instance().isFirst())
-    orv::OutputFiles::instance()->write(file,
-                                        joined(*kept->now, file, number(movie, "Pictures per Second", "")));
+  if (!kept || !kept->now || file.empty() || !Communicator::instance().isFirst())
+    return;
+  if (const auto film = joined(*kept->now, file, number(movie, "Pictures per Second", "")))
+    orv::OutputFiles::instance()->write(file, *film);
 }
 
 }  // namespace results

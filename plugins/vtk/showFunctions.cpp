@@ -7,13 +7,15 @@
 
 #include <algorithm>
 #include <cmath>
+#include <map>
+#include <vtkCellArray.h>
 #include <vtkCellData.h>
 #include <vtkContourFilter.h>
 #include <vtkDoubleArray.h>
-#include <vtkExtractEdges.h>
 #include <vtkFeatureEdges.h>
 #include <vtkOutlineFilter.h>
 #include <vtkPointData.h>
+#include <vtkPolygon.h>
 
 namespace results {
 
@@ -81,14 +83,65 @@ void paintColours(KSLObject& object)
   tellRange(object);
 }
 
+namespace {
+
+// One side of a face: where it is, and of which cell.
+struct Side {
+  vtkIdType face;
+  int cell;
+  bool isAlone = true;
+};
+
+// Whether two faces that meet are pieces of one face of a cell.
+bool isOneFace(vtkPolyData& surface, vtkIdType a, vtkIdType b)
+{
+  std::array<Vec, 2> normals{};
+  for (std::size_t i = 0; i < 2; ++i) {
+    const vtkIdType* points = nullptr;
+    vtkIdType count = 0;
+    surface.GetCellPoints(i == 0 ? a : b, count, points);
+    vtkPolygon::ComputeNormal(surface.GetPoints(), static_cast<int>(count), points, normals.at(i).data());
+  }
+  return std::abs(dot(normals[0], normals[1])) > 0.9;
+}
+
+// The edges of a surface, without those that only part a cell's face into triangles.
+Ptr<vtkPolyData> cellEdges(vtkPolyData& surface)
+{
+  vtkDataArray* const numbers =
+      surface.GetCellData()->GetArray(cellNumbers);  // filters may have made it one of doubles
+  std::map<std::pair<vtkIdType, vtkIdType>, Side> edges;
+  surface.BuildCells();
+  for (vtkIdType face = 0; face < surface.GetNumberOfCells(); ++face) {
+    const vtkIdType* points = nullptr;
+    vtkIdType count = 0;
+    surface.GetCellPoints(face, count, points);
+    const int cell = static_cast<int>(numbers ? numbers->GetComponent(face, 0) : static_cast<double>(face));
+    for (vtkIdType i = 0; i < count; ++i) {
+      const auto [known, isNew] =
+          edges.try_emplace(std::minmax(points[i], points[(i + 1) % count]), face, cell);
+      Side& other = known->second;
+      other.isAlone = isNew || other.cell != cell || !isOneFace(surface, other.face, face);
+    }
+  }
+  const auto lines = make<vtkCellArray>();
+  for (const auto& [ends, side] : edges) {
+    if (side.isAlone)
+      lines->InsertNextCell({ends.first, ends.second});
+  }
+  const auto result = make<vtkPolyData>();
+  result->SetPoints(surface.GetPoints());
+  result->SetLines(lines);
+  return result;
+}
+
+}  // namespace
+
 void drawMesh(KSLObject& object)
 {
   keepShow(object, [width = number(object, "Line Width", "")](const Place& place) {
-    const auto edges = make<vtkExtractEdges>();
-    edges->SetInputData(surfaceOf(*place.data));
-    run(*edges, "drawMesh");
     auto show = std::make_shared<Show>();
-    show->body = edges->GetOutput();
+    show->body = cellEdges(*surfaceOf(*place.data));
     show->isLit = false;
     show->lineWidth = width;
     return show;

@@ -167,16 +167,17 @@ TEST_F(StateSave, ReplacesWhatTheNameLeadsTo)
 
 TEST_F(StateSave, TellsOfValuesThatCannotBeReadBack)
 {
-  system.run("A: a\nx = \"a # b\"\nEND\nB: c\nEND\nB: d\nEND\nB: e\nEND");
+  system.run("A: a\nx = \"a # b\"\nEND\nB: c\nEND\nB: d\nEND\nB: e\nEND\nB: f\nEND");
   const auto set = [](const char* path, const char* value) {
     ObjectDB::instance()->getObjectByPath(path)->setValue("x", value);
   };
   set("/B:c", "a # b");
   set("/B:d", "a  b");
   set("/B:e", "a\nb");
+  set("/B:f", "a ");
   save("a.qst");
   std::string expected;
-  for (const char* path : {"/B:c", "/B:d", "/B:e"})
+  for (const char* path : {"/B:c", "/B:d", "/B:e", "/B:f"})
     expected += std::string(expected.empty() ? "" : "\n")
                 + "warning[8] WriteStateExecutor::validatedParameters: Value of parameter 'x' of object '"
                 + path + "' cannot be read back.";

@@ -11,13 +11,13 @@
 namespace orv {
 namespace {
 
-struct Command {
+struct SubmittedCommand {
   const char* name;
   const char* text;
   bool fails;
 };
 
-constexpr Command commands[] = {
+constexpr SubmittedCommand commands[] = {
     {"good", "B: b\nx = 1\nEND\n> delete /B:old\n> say", false},
     {"failing", "&replace B: old\nEND\nB: b\nx = 1\nEND\n> say\n> fail", true},
     {"failing in an update", "B: b\nx = 1\nEND\n> say\nA: b\nx = 1\nmode = bogus\nEND", true},
@@ -30,11 +30,11 @@ constexpr const char* bad = "A: kept\nmode = bogus\nx = 9\nEND\nA: said\nEND";
 class Contract : public testing::Test {
  protected:
   // One command, with one text submitted. False when there was no such occasion.
-  bool walk(const Talker& talker, unsigned long occasion, const Command& command, const std::string& text,
-            bool swallows);
+  bool walk(const Talker& talker, unsigned long occasion, const SubmittedCommand& command,
+            const std::string& text, bool swallows);
 };
 
-bool Contract::walk(const Talker& talker, unsigned long occasion, const Command& command,
+bool Contract::walk(const Talker& talker, unsigned long occasion, const SubmittedCommand& command,
                     const std::string& text, bool swallows)
 {
   TalkingSystem talking;
@@ -76,7 +76,7 @@ TEST_F(Contract, EachPlaceInEachPhase)
 {
   for (const Talker& talker : talkers()) {
     bool everSpoke = false;
-    for (const Command& command : commands) {
+    for (const SubmittedCommand& command : commands) {
       for (const std::string text : {good, bad, "> undo"}) {
         for (const bool swallows : {false, true}) {
           bool spoke = true;

@@ -6,6 +6,7 @@
 #include "platform/ORVProgress.h"
 #include "platform/ORVUnits.h"
 #include "platform/ORVUtilities.h"
+#include "platform/internal/FreeBlocks.h"
 #include "database/DataKSLObject.h"
 #include "database/EvaluatingObject.h"
 #include "database/ObjectDB.h"
@@ -18,11 +19,21 @@
 #include "tests/support/TestSystem.h"
 #include "tests/support/thrown.h"
 
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
 #include <deque>
 #include <functional>
 #include <gtest/gtest.h>
 #include <memory>
+#include <mutex>
+#include <random>
+#include <set>
 #include <thread>
+#include <utility>
+#include <vector>
 
 namespace orv {
 
@@ -247,6 +258,74 @@ TEST(ContextsDeathTest, DoNotEndWhileTheyAreInUse)
         context.reset();
       },
       "a context that ends is not in use");
+}
+
+std::mutex& lockOfBlocks() noexcept
+{
+  static constinit std::mutex lock;
+  return lock;
+}
+
+// Blocks that threads take, hand to each other and leave behind: none is given out twice, all are given out again, and
+// what is taken in a row lies together.
+TEST(Contexts, SmallBlocksServeAllThreads)
+{
+  using Blocks = FreeBlocks<48, lockOfBlocks>;
+  struct Marked {
+    std::array<std::size_t, 6> marks;
+  };
+  std::mutex lock;
+  std::vector<Marked*> shared;
+  std::atomic<int> twice = 0;
+  const auto give = [&twice](Marked* block) {
+    twice += std::ranges::count(block->marks, block->marks[0]) != 6;
+    Blocks::give(block);
+  };
+  const auto taken = [](std::vector<Marked*>& from, std::size_t at) {
+    Marked* const block = std::exchange(from[at % from.size()], from.back());
+    from.pop_back();
+    return block;
+  };
+  const auto live = [&](unsigned seed) {
+    std::mt19937 random(seed);
+    std::vector<Marked*> mine;
+    for (int step = 0; step < 3000; ++step) {
+      const unsigned choice = random() % 8;
+      if (mine.empty() || choice < 4)
+        (new (mine.emplace_back(static_cast<Marked*>(Blocks::take()))) Marked)->marks.fill(seed);
+      else if (choice < 6)
+        give(taken(mine, random()));
+      else {
+        std::unique_lock guard(lock);
+        shared.push_back(taken(mine, random()));
+        Marked* const other = choice == 7 ? taken(shared, random()) : nullptr;
+        guard.unlock();
+        if (other)
+          give(other);
+      }
+    }
+    for (; !mine.empty(); give(taken(mine, random()))) {}
+  };
+  for (unsigned round = 0; round < 5; ++round) {
+    std::deque<std::thread> threads;
+    for (unsigned number = 1; number < 5; ++number)
+      threads.emplace_back(live, round * 5 + number);
+    live(round * 5);
+    for (std::thread& thread : threads)
+      thread.join();
+  }
+  for (; !shared.empty(); give(taken(shared, 0))) {}
+  EXPECT_EQ(twice, 0);
+  std::vector<void*> again;
+  std::set<std::uintptr_t> pages;
+  for (int count = 0; count < 4000; ++count)
+    pages.insert(reinterpret_cast<std::uintptr_t>(again.emplace_back(Blocks::take())) / 4096);
+  std::ranges::shuffle(again, std::mt19937(1));
+  std::ranges::for_each(again, Blocks::give);
+  std::set<std::uintptr_t> inARow;
+  for (int count = 0; count < 400; ++count)
+    inARow.insert(reinterpret_cast<std::uintptr_t>(again[count] = Blocks::take()) / 4096);
+  EXPECT_LT(inARow.size(), pages.size() / 5);
 }
 
 }  // namespace

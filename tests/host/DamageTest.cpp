@@ -27,7 +27,7 @@ struct Line {
   std::size_t
       header;  // the line of the block that it belongs to, from 1; its own of a header, 0 of an action
 };
-using Lines = std::vector<Line>;
+using DamagedLines = std::vector<Line>;
 
 enum class Kind { header, parameter, end, action };
 
@@ -75,7 +75,7 @@ class Writer {
     end();
   }
 
-  Lines lines;
+  DamagedLines lines;
 
  private:
   void addDomain(const std::string& name)
@@ -104,7 +104,7 @@ class Writer {
   std::vector<std::size_t> m_open;
 };
 
-Lines soundText(Random& random, std::size_t blocks)
+DamagedLines soundText(Random& random, std::size_t blocks)
 {
   Writer writer(random);
   for (std::size_t i = 1; i <= blocks; ++i)
@@ -124,7 +124,7 @@ void replace(std::string& line, const std::string& what, const std::string& by)
 struct Damage {
   const char* name;
   Kind kind;
-  void (*apply)(Lines& lines, std::size_t at);
+  void (*apply)(DamagedLines& lines, std::size_t at);
   // It concerns two lines: what came or went stands between them, or the backslash of one swallows the next.
   bool isBetween = false;
 };
@@ -133,85 +133,94 @@ const std::vector<Damage>& damages()
 {
   static const std::vector<Damage> all = {
       {"END gone", Kind::end,
-       [](Lines& lines, std::size_t at) { lines.erase(lines.begin() + static_cast<long>(at)); }, true},
+       [](DamagedLines& lines, std::size_t at) { lines.erase(lines.begin() + static_cast<long>(at)); }, true},
       {"END twice", Kind::end,
-       [](Lines& lines, std::size_t at) { lines.insert(lines.begin() + static_cast<long>(at), lines[at]); },
+       [](DamagedLines& lines, std::size_t at) {
+         lines.insert(lines.begin() + static_cast<long>(at), lines[at]);
+       },
        true},
       {"END in small letters", Kind::end,
-       [](Lines& lines, std::size_t at) { replace(lines[at].text, "END", "end"); }},
-      {"END with a letter more", Kind::end, [](Lines& lines, std::size_t at) { lines[at].text += "E"; }},
-      {"END with a word", Kind::end, [](Lines& lines, std::size_t at) { lines[at].text += " CUT"; }},
-      {"END with a semicolon", Kind::end, [](Lines& lines, std::size_t at) { lines[at].text += ";"; }},
+       [](DamagedLines& lines, std::size_t at) { replace(lines[at].text, "END", "end"); }},
+      {"END with a letter more", Kind::end,
+       [](DamagedLines& lines, std::size_t at) { lines[at].text += "E"; }},
+      {"END with a word", Kind::end, [](DamagedLines& lines, std::size_t at) { lines[at].text += " CUT"; }},
+      {"END with a semicolon", Kind::end, [](DamagedLines& lines, std::size_t at) { lines[at].text += ";"; }},
       {"END with a no-break blank", Kind::end,
-       [](Lines& lines, std::size_t at) { lines[at].text += "\xC2\xA0"; }},
-      {"END short of a letter", Kind::end, [](Lines& lines, std::size_t at) { lines[at].text.pop_back(); }},
+       [](DamagedLines& lines, std::size_t at) { lines[at].text += "\xC2\xA0"; }},
+      {"END short of a letter", Kind::end,
+       [](DamagedLines& lines, std::size_t at) { lines[at].text.pop_back(); }},
       {"header gone", Kind::header,
-       [](Lines& lines, std::size_t at) { lines.erase(lines.begin() + static_cast<long>(at)); }, true},
+       [](DamagedLines& lines, std::size_t at) { lines.erase(lines.begin() + static_cast<long>(at)); }, true},
       {"header without a colon", Kind::header,
-       [](Lines& lines, std::size_t at) { replace(lines[at].text, ":", ""); }},
-      {"header with a value", Kind::header, [](Lines& lines, std::size_t at) { lines[at].text += " = 1"; }},
+       [](DamagedLines& lines, std::size_t at) { replace(lines[at].text, ":", ""); }},
+      {"header with a value", Kind::header,
+       [](DamagedLines& lines, std::size_t at) { lines[at].text += " = 1"; }},
       {"header with an equals sign", Kind::header,
-       [](Lines& lines, std::size_t at) { replace(lines[at].text, ":", " ="); }},
+       [](DamagedLines& lines, std::size_t at) { replace(lines[at].text, ":", " ="); }},
       {"header in small letters", Kind::header,
-       [](Lines& lines, std::size_t at) {
+       [](DamagedLines& lines, std::size_t at) {
          for (std::size_t i = 0; i < lines[at].text.find(':'); ++i)
            lines[at].text[i] = static_cast<char>(std::tolower(lines[at].text[i]));
        }},
       {"type misspelt", Kind::header,
-       [](Lines& lines, std::size_t at) { replace(lines[at].text, ":", "S:"); }},
+       [](DamagedLines& lines, std::size_t at) { replace(lines[at].text, ":", "S:"); }},
       {"type short of a letter", Kind::header,
-       [](Lines& lines, std::size_t at) {
+       [](DamagedLines& lines, std::size_t at) {
          replace(lines[at].text, lines[at].text.find("DOM") == std::string::npos ? "U" : "M", "");
          lines[at].text.insert(lines[at].text.find(':'), "Q");
        }},
-      {"name with a slash", Kind::header, [](Lines& lines, std::size_t at) { lines[at].text += "/x"; }},
-      {"name with a comma", Kind::header, [](Lines& lines, std::size_t at) { lines[at].text += ", x"; }},
-      {"header continued", Kind::header, [](Lines& lines, std::size_t at) { lines[at].text += " \\"; }, true},
+      {"name with a slash", Kind::header,
+       [](DamagedLines& lines, std::size_t at) { lines[at].text += "/x"; }},
+      {"name with a comma", Kind::header,
+       [](DamagedLines& lines, std::size_t at) { lines[at].text += ", x"; }},
+      {"header continued", Kind::header, [](DamagedLines& lines, std::size_t at) { lines[at].text += " \\"; },
+       true},
       {"parameter with a colon", Kind::parameter,
-       [](Lines& lines, std::size_t at) { replace(lines[at].text, "=", ":"); }},
+       [](DamagedLines& lines, std::size_t at) { replace(lines[at].text, "=", ":"); }},
       {"parameter without an equals sign", Kind::parameter,
-       [](Lines& lines, std::size_t at) { replace(lines[at].text, "=", ""); }},
+       [](DamagedLines& lines, std::size_t at) { replace(lines[at].text, "=", ""); }},
       {"parameter with a colon before", Kind::parameter,
-       [](Lines& lines, std::size_t at) { replace(lines[at].text, " =", ": ="); }},
+       [](DamagedLines& lines, std::size_t at) { replace(lines[at].text, " =", ": ="); }},
       {"parameter misspelt", Kind::parameter,
-       [](Lines& lines, std::size_t at) { replace(lines[at].text, " =", "x ="); }},
+       [](DamagedLines& lines, std::size_t at) { replace(lines[at].text, " =", "x ="); }},
       {"parameter in capitals", Kind::parameter,
-       [](Lines& lines, std::size_t at) {
+       [](DamagedLines& lines, std::size_t at) {
          replace(lines[at].text, "i", "I");
          replace(lines[at].text, "s", "S");
        }},
       {"parameter without a name", Kind::parameter,
-       [](Lines& lines, std::size_t at) { lines[at].text.erase(0, lines[at].text.find('=')); }},
+       [](DamagedLines& lines, std::size_t at) { lines[at].text.erase(0, lines[at].text.find('=')); }},
       {"value that is none", Kind::parameter,
-       [](Lines& lines, std::size_t at) {
+       [](DamagedLines& lines, std::size_t at) {
          lines[at].text.replace(lines[at].text.find('=') + 1, std::string::npos, " ][ ?");
        }},
-      {"parameter continued", Kind::parameter, [](Lines& lines, std::size_t at) { lines[at].text += " \\"; },
-       true},
+      {"parameter continued", Kind::parameter,
+       [](DamagedLines& lines, std::size_t at) { lines[at].text += " \\"; }, true},
       {"parameter with two equals signs", Kind::parameter,
-       [](Lines& lines, std::size_t at) { replace(lines[at].text, "=", "=="); }},
+       [](DamagedLines& lines, std::size_t at) { replace(lines[at].text, "=", "=="); }},
       {"value with units too many", Kind::parameter,
-       [](Lines& lines, std::size_t at) { lines[at].text += " [kg]"; }},
+       [](DamagedLines& lines, std::size_t at) { lines[at].text += " [kg]"; }},
       {"value with a bracket left open", Kind::parameter,
-       [](Lines& lines, std::size_t at) { lines[at].text += " ["; }},
+       [](DamagedLines& lines, std::size_t at) { lines[at].text += " ["; }},
       {"line end lost", Kind::parameter,
-       [](Lines& lines, std::size_t at) {
+       [](DamagedLines& lines, std::size_t at) {
          lines[at].text += lines[at + 1].text;
          lines.erase(lines.begin() + static_cast<long>(at) + 1);
        },
        true},
       {"word for a line", Kind::parameter,
-       [](Lines& lines, std::size_t at) { lines[at].text = "  something"; }},
+       [](DamagedLines& lines, std::size_t at) { lines[at].text = "  something"; }},
       {"action misspelt", Kind::action,
-       [](Lines& lines, std::size_t at) { replace(lines[at].text, "delete", "delte"); }},
+       [](DamagedLines& lines, std::size_t at) { replace(lines[at].text, "delete", "delte"); }},
       {"action without a mark", Kind::action,
-       [](Lines& lines, std::size_t at) { replace(lines[at].text, "> ", ""); }},
-      {"action with nothing", Kind::action, [](Lines& lines, std::size_t at) { lines[at].text = ">"; }},
+       [](DamagedLines& lines, std::size_t at) { replace(lines[at].text, "> ", ""); }},
+      {"action with nothing", Kind::action,
+       [](DamagedLines& lines, std::size_t at) { lines[at].text = ">"; }},
   };
   return all;
 }
 
-std::string textOf(const Lines& lines)
+std::string textOf(const DamagedLines& lines)
 {
   std::string text;
   for (const Line& line : lines)
@@ -248,7 +257,7 @@ TEST(Damage, ReportsNameTheLineOrItsBlock)
   std::vector<Expected> expected;
   for (const Damage& damage : damages()) {
     for (int i = 0; i < 12; ++i) {
-      Lines lines = soundText(random, 3 + pick(random, 5));
+      DamagedLines lines = soundText(random, 3 + pick(random, 5));
       std::vector<std::size_t> fitting;
       for (std::size_t at = 0; at < lines.size(); ++at)
         if (kindOf(lines[at].text) == damage.kind)
@@ -285,7 +294,7 @@ TEST(Damage, OneEndMissingInAThousandFiles)
   const std::size_t damaged = pick(random, 1000);
   std::size_t header = 0;
   for (std::size_t i = 0; i < 1000; ++i) {
-    Lines lines = soundText(random, 4);
+    DamagedLines lines = soundText(random, 4);
     if (i == damaged) {
       std::size_t at = lines.size() / 2;
       while (kindOf(lines[at].text) != Kind::end)

@@ -15,7 +15,7 @@ Outcome runArguments(Arguments arguments, const std::string& input = {})
   return ksl(arguments, input);
 }
 
-std::string newFile(const std::string& name)
+std::string newReplayFile(const std::string& name)
 {
   const std::string path = makeFile(name, {});
   std::filesystem::remove(path);
@@ -30,7 +30,7 @@ const std::string day =
 // Three typos and two undos: the state of that day, and its reports once more, each with its place.
 TEST(HostReplay, ADayInTheShell)
 {
-  const std::string session = newFile("day.kses");
+  const std::string session = newReplayFile("day.kses");
   const Outcome typed = runArguments({"--record", session}, day + ".state\n");
   const std::string state = typed.out.substr(typed.out.find("BOX:a"));
   const Outcome replayed = runArguments({"replay", session, "--state"});
@@ -47,7 +47,7 @@ TEST(HostReplay, ADayInTheShell)
 
 TEST(HostReplay, WhatIsNotWholeIsRefused)
 {
-  const std::string session = newFile("cut.kses");
+  const std::string session = newReplayFile("cut.kses");
   ASSERT_EQ(
       runArguments({"run", "--record", session, "-e", "BOX: p12\nEND", "-e", "> delete /BOX:p12"}).status, 0);
   const std::string whole = readFile(session);
@@ -61,8 +61,8 @@ TEST(HostReplay, WhatIsNotWholeIsRefused)
 
 TEST(HostReplay, WritesOnlyWhatIsAskedForNow)
 {
-  const std::string state = newFile("newer.qst");
-  const std::string session = newFile("saves.kses");
+  const std::string state = newReplayFile("newer.qst");
+  const std::string session = newReplayFile("saves.kses");
   ASSERT_EQ(runArguments({"run", "--record", session, "--save", state, "-e", "BOX: a\nEND"}).status, 0);
   const std::string saved = readFile(state);
   makeFile("newer.qst", "newer");
@@ -76,9 +76,10 @@ TEST(HostReplay, WritesOnlyWhatIsAskedForNow)
   }
   EXPECT_EQ(runArguments({"replay", session, "--write-files"}), (Outcome{0, "", ""}));
   EXPECT_EQ(readFile(state).substr(60), saved.substr(60));
-  EXPECT_EQ(runArguments({"run", "--record", newFile("one"), "--save", newFile("one")}).status, 2);
-  const Outcome onto =
-      runArguments({"run", "--record", newFile("j.kses"), "-e", "> savestate filename=" + newFile("j.kses")});
+  EXPECT_EQ(runArguments({"run", "--record", newReplayFile("one"), "--save", newReplayFile("one")}).status,
+            2);
+  const Outcome onto = runArguments(
+      {"run", "--record", newReplayFile("j.kses"), "-e", "> savestate filename=" + newReplayFile("j.kses")});
   EXPECT_EQ(onto.status, 1);
   EXPECT_NE(onto.err.find("error[4]: File '"), std::string::npos) << onto.err;
 }
@@ -129,7 +130,7 @@ TEST(HostOutput, FilesAreThoseOfTheLastGoodState)
 // What is closed is not taken by the next file that is opened.
 TEST(HostStreams, ClosedOnesAreNobodysFiles)
 {
-  const std::string session = newFile("closed.kses");
+  const std::string session = newReplayFile("closed.kses");
   const std::string command = "'" + std::string(std::getenv("KSL_BIN")) + "' run --library '" + boxes()
                               + "' --library '" + fileTypes() + "' --record '" + session
                               + "' -e 'BOX: a\nEND' -e 'BX: b\nEND' --state";

@@ -12,7 +12,7 @@ const std::string greeting = "ksl 1.0.0. Tab completes; .help lists the shell's 
 const std::string question = "There is unsaved work. Save it? [y]es, [n]o, [c]ancel: ";
 const std::string key_interrupt = "\x03";
 
-std::string newFile(const std::string& name)
+std::string newShellFile(const std::string& name)
 {
   const std::string path = makeFile(name);
   std::filesystem::remove(path);
@@ -239,7 +239,7 @@ TEST(Shell, BlocksComeBackAndPastesAreTakenAsTheyAre)
   const std::string up = "\x1b[A";
   const std::string end = "\x05";
   const std::string backspace = "\x7f";
-  const std::string state = newFile("shell-saved.qst");
+  const std::string state = newShellFile("shell-saved.qst");
   Terminal terminal({"--library", boxes(), "--library", fileTypes()},
                     "TERM=xterm VISUAL= EDITOR='sed -i s/Edited/Mended/'");
   const auto enter = [&](const std::string& keys, const std::string& seen) {

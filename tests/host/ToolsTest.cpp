@@ -7,13 +7,13 @@
 
 namespace {
 
-struct Story {
+struct ToolStory {
   const char* name;
   Arguments arguments;
   Outcome outcome;
 };
 
-class ToolsTest : public testing::TestWithParam<Story> {};
+class ToolsTest : public testing::TestWithParam<ToolStory> {};
 
 // Files: a.ksl, and b.ksl, which differs; the state and the session of a.ksl.
 TEST_P(ToolsTest, SaysWhatIsAskedFor)
@@ -40,79 +40,86 @@ const std::string lateReport =
 INSTANTIATE_TEST_SUITE_P(
     Stories, ToolsTest,
     testing::Values(
-        Story{"DescribeUnknown",
-              {"describe", "CUTS"},
-              {1, "",
-               "ksl: error[4]: 'CUTS' is neither a type nor an object. ksl describe lists the types.\n  did "
-               "you mean 'CUT'?\n"}},
-        Story{"DescribeUnknownParameter",
-              {"describe", "CUT.Axes"},
-              {1, "",
-               "ksl: error[4]: Parameter 'Axes' is not defined for object type 'CUT'.\n  did you mean "
-               "'Axis'?\n"}},
-        Story{"GetOfAState", {"get", "--load", "a.qst", "a.Offset"}, {0, "25 [cm]\n", ""}},
-        Story{"GetInOtherUnits",
-              {"get", "-f", "a.ksl", "a", "Offset", "--in", "kg"},
-              {1, "", "ksl: error[4]: Cannot convert units 'cm' to 'kg'.\n"}},
-        Story{"GetNothing",
-              {"get", "-f", "a.ksl", "b*", "Offset"},
-              {1, "", "ksl: error[4]: No object matches 'b*'.\n"}},
-        Story{"StateAsJson",
-              {"run", "a.ksl", "--state=a", "--format", "json"},
-              {0,
-               "[\n  {\n    \"path\": \"/CUT:a\",\n    \"type\": \"CUT\",\n    \"name\": \"a\",\n    "
-               "\"parameters\": {\n"
-               "      \"Axis\": {\n        \"value\": \"X\"\n      },\n"
-               "      \"Domain List\": {\n        \"value\": \"All Domains\"\n      },\n"
-               "      \"Offset\": {\n        \"value\": \"25 [cm]\",\n        \"number\": 25.0,\n        "
-               "\"units\": \"cm\"\n"
-               "      },\n"
-               "      \"Option\": {\n        \"value\": \"Axis Plane\"\n      },\n"
-               "      \"Selected\": {\n        \"value\": \"On\"\n      },\n"
-               "      \"Visibility\": {\n        \"value\": \"On\"\n      }\n    }\n  }\n]\n",
-               ""}},
-        Story{"DiffOfTextAndState", {"diff", "a.ksl", "a.qst"}, {0, "", ""}},
-        Story{"DiffOfStateAndSession", {"diff", "a.qst", "a.kses"}, {0, "", ""}},
-        Story{"DiffOfMeanings", {"diff", "--values", "a.ksl", "b.ksl"}, {0, "", ""}},
-        Story{"DiffOfTexts",
-              {"diff", "a.ksl", "b.ksl"},
-              {1,
-               "--- a.ksl\n+++ b.ksl\n~ /CUT:a\n    Offset: 25 [cm] -> 0.25 [m]\n    Selected: On -> Yes\n"
-               "0 added, 1 changed, 0 deleted\n",
-               ""}},
-        Story{"DiffOfWhatIsNotThere",
-              {"diff", "a.ksl", "none.ksl"},
-              {2, "", "ksl: error[4]: Cannot read file 'none.ksl': No such file or directory.\n"}},
-        Story{"PlanOfAFailure",
-              {"plan", "later.ksl"},
-              {1, "0 added, 0 changed, 0 deleted, 0 recalculated\n",
-               lateReport
-                   + "  2 |   Location = late\n    |              ^~~~\n  object /BAND:b\n"
-                     "nothing of later.ksl would be done\n"}},
-        Story{"WhyUnknown",
-              {"why", "a", "-e", "CUT: b\nEND"},
-              {1, "", "ksl: error[4]: Object 'a' does not exist.\n"}},
-        Story{"WhyOfPlainData", {"why", "a", "-e", "LAMP: a\nEND"}, {0, "/LAMP:a computes nothing.\n", ""}},
-        Story{"CheckOfWhatComesTooLate", {"check", "later.ksl", "--format", "short"}, {1, "", lateReport}},
-        Story{"CheckOfWhatComesInALaterFile",
-              {"check", "--format", "short", "-e", "BAND: b\nLocation = a\nEND", "-e", "CUT: a\nEND"},
-              {0, "",
-               "-e:2:12: warning[8]: Object 'a' referred to in 'Location' is defined in a later text.\n"}},
-        Story{"CheckDeniesWarnings",
-              {"check", "--deny-warnings", "--format", "short", "-e", "LAMP: a\nEND"},
-              {1, "", "-e:1:1: warning[8]: Object '/LAMP:a' does not stand in an object of type SHOT.\n"}},
-        Story{"CheckNamesTheBlockLeftOpen",
-              {"check", "open.ksl"},
-              {1, "",
-               "open.ksl:1:1: error[4]: Not enough END statements in KSL.\n  1 | CUT: a\n    | ^~~~~~\n"
-               "  'CUT: a' has no END.\n"}},
-        Story{"CheckWithALibraryOfOnesOwn",
-              {"check", "lib.ksl", "pond.ksl", "--format", "short"},
-              {0, "",
-               "lib.ksl:4:5: warning[8]: Key 'Essental Parameter List' of definition '/RULES/OBJECT:POND' is "
-               "not "
-               "recognized.\n"}},
-        Story{
+        ToolStory{
+            "DescribeUnknown",
+            {"describe", "CUTS"},
+            {1, "",
+             "ksl: error[4]: 'CUTS' is neither a type nor an object. ksl describe lists the types.\n  did "
+             "you mean 'CUT'?\n"}},
+        ToolStory{"DescribeUnknownParameter",
+                  {"describe", "CUT.Axes"},
+                  {1, "",
+                   "ksl: error[4]: Parameter 'Axes' is not defined for object type 'CUT'.\n  did you mean "
+                   "'Axis'?\n"}},
+        ToolStory{"GetOfAState", {"get", "--load", "a.qst", "a.Offset"}, {0, "25 [cm]\n", ""}},
+        ToolStory{"GetInOtherUnits",
+                  {"get", "-f", "a.ksl", "a", "Offset", "--in", "kg"},
+                  {1, "", "ksl: error[4]: Cannot convert units 'cm' to 'kg'.\n"}},
+        ToolStory{"GetNothing",
+                  {"get", "-f", "a.ksl", "b*", "Offset"},
+                  {1, "", "ksl: error[4]: No object matches 'b*'.\n"}},
+        ToolStory{"StateAsJson",
+                  {"run", "a.ksl", "--state=a", "--format", "json"},
+                  {0,
+                   "[\n  {\n    \"path\": \"/CUT:a\",\n    \"type\": \"CUT\",\n    \"name\": \"a\",\n    "
+                   "\"parameters\": {\n"
+                   "      \"Axis\": {\n        \"value\": \"X\"\n      },\n"
+                   "      \"Domain List\": {\n        \"value\": \"All Domains\"\n      },\n"
+                   "      \"Offset\": {\n        \"value\": \"25 [cm]\",\n        \"number\": 25.0,\n        "
+                   "\"units\": \"cm\"\n"
+                   "      },\n"
+                   "      \"Option\": {\n        \"value\": \"Axis Plane\"\n      },\n"
+                   "      \"Selected\": {\n        \"value\": \"On\"\n      },\n"
+                   "      \"Visibility\": {\n        \"value\": \"On\"\n      }\n    }\n  }\n]\n",
+                   ""}},
+        ToolStory{"DiffOfTextAndState", {"diff", "a.ksl", "a.qst"}, {0, "", ""}},
+        ToolStory{"DiffOfStateAndSession", {"diff", "a.qst", "a.kses"}, {0, "", ""}},
+        ToolStory{"DiffOfMeanings", {"diff", "--values", "a.ksl", "b.ksl"}, {0, "", ""}},
+        ToolStory{
+            "DiffOfTexts",
+            {"diff", "a.ksl", "b.ksl"},
+            {1,
+             "--- a.ksl\n+++ b.ksl\n~ /CUT:a\n    Offset: 25 [cm] -> 0.25 [m]\n    Selected: On -> Yes\n"
+             "0 added, 1 changed, 0 deleted\n",
+             ""}},
+        ToolStory{"DiffOfWhatIsNotThere",
+                  {"diff", "a.ksl", "none.ksl"},
+                  {2, "", "ksl: error[4]: Cannot read file 'none.ksl': No such file or directory.\n"}},
+        ToolStory{"PlanOfAFailure",
+                  {"plan", "later.ksl"},
+                  {1, "0 added, 0 changed, 0 deleted, 0 recalculated\n",
+                   lateReport
+                       + "  2 |   Location = late\n    |              ^~~~\n  object /BAND:b\n"
+                         "nothing of later.ksl would be done\n"}},
+        ToolStory{"WhyUnknown",
+                  {"why", "a", "-e", "CUT: b\nEND"},
+                  {1, "", "ksl: error[4]: Object 'a' does not exist.\n"}},
+        ToolStory{
+            "WhyOfPlainData", {"why", "a", "-e", "LAMP: a\nEND"}, {0, "/LAMP:a computes nothing.\n", ""}},
+        ToolStory{
+            "CheckOfWhatComesTooLate", {"check", "later.ksl", "--format", "short"}, {1, "", lateReport}},
+        ToolStory{
+            "CheckOfWhatComesInALaterFile",
+            {"check", "--format", "short", "-e", "BAND: b\nLocation = a\nEND", "-e", "CUT: a\nEND"},
+            {0, "",
+             "-e:2:12: warning[8]: Object 'a' referred to in 'Location' is defined in a later text.\n"}},
+        ToolStory{
+            "CheckDeniesWarnings",
+            {"check", "--deny-warnings", "--format", "short", "-e", "LAMP: a\nEND"},
+            {1, "", "-e:1:1: warning[8]: Object '/LAMP:a' does not stand in an object of type SHOT.\n"}},
+        ToolStory{"CheckNamesTheBlockLeftOpen",
+                  {"check", "open.ksl"},
+                  {1, "",
+                   "open.ksl:1:1: error[4]: Not enough END statements in KSL.\n  1 | CUT: a\n    | ^~~~~~\n"
+                   "  'CUT: a' has no END.\n"}},
+        ToolStory{
+            "CheckWithALibraryOfOnesOwn",
+            {"check", "lib.ksl", "pond.ksl", "--format", "short"},
+            {0, "",
+             "lib.ksl:4:5: warning[8]: Key 'Essental Parameter List' of definition '/RULES/OBJECT:POND' is "
+             "not "
+             "recognized.\n"}},
+        ToolStory{
             "CompletionOfNothing",
             {"completion", "tcsh"},
             {2, "",

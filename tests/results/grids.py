@@ -1,8 +1,12 @@
 """Results files with fields whose integrals are known: p = 1 + 2x + 3y + 4z [Pa] and U = (1 + x, 2y, 3z) [m/s] on the box
 0..2, 0..1, 0..1, in cubes of half a metre."""
 
+import ctypes
 import itertools
 import pathlib
+import re
+import shutil
+import subprocess
 
 SIZE = (4, 2, 2)
 STEP = 0.5
@@ -59,21 +63,19 @@ def xml(kind, extent, piece, geometry):
             f"<PointData>{data}</PointData>{geometry}</Piece></{kind}></VTKFile>\n")
 
 
-SIDES = [(0, 3, 2, 1), (4, 5, 6, 7), (0, 1, 5, 4), (3, 7, 6, 2), (0, 4, 7, 3), (1, 2, 6, 5)]
-
-
 def vtu(file, are_polyhedra=False, part=None):
     """The whole, or some of its cells; the same cells may be called hexahedra or polyhedra."""
     own = cells() if part is None else [c for n, c in enumerate(cells()) if n in part]
     body = "<Points>" + array("Points", points(), 3) + "</Points><Cells>" + array("connectivity", own, kind="Int64")
     body += array("offsets", (8 * (i + 1) for i in range(len(own))), kind="Int64")
     if are_polyhedra:
-        faces = [[6] + [n for side in SIDES for n in (4, *(c[k] for k in side))] for c in own]
+        faces = [[6] + [n for side in SHAPES for n in (4, *(c[k] for k in side))] for c in own]
         body += array("faces", faces, kind="Int64") + array("faceoffsets", (31 * (i + 1) for i in range(len(own))), kind="Int64")
     body += array("types", (42 if are_polyhedra else 12 for _ in own), kind="UInt8") + "</Cells>"
     pathlib.Path(file).write_text(xml("UnstructuredGrid", "", f'NumberOfPoints="{len(points())}" NumberOfCells="{len(own)}"', body))
 
 
+SHAPES = ((0, 3, 2, 1), (4, 5, 6, 7), (0, 1, 5, 4), (3, 7, 6, 2), (0, 4, 7, 3), (1, 2, 6, 5))  # of a cell's faces
 EXTENT = "0 {} 0 {} 0 {}".format(*SIZE)
 
 
@@ -128,6 +130,50 @@ def ensight(file):
         head + "".join("".join(f"{velocity(*x)[axis]:12.5e}\n" for x in points()) for axis in range(3)))
 
 
+def vtp(file):
+    """The outer faces of the box."""
+    faces = {}
+    for cell in cells():
+        for shape in SHAPES:
+            face = tuple(cell[corner] for corner in shape)
+            faces.setdefault(tuple(sorted(face)), []).append(face)
+    outer = [f[0] for f in faces.values() if len(f) == 1]
+    body = "<Points>" + array("Points", points(), 3) + "</Points><Polys>" + array("connectivity", outer, kind="Int64")
+    body += array("offsets", (4 * (i + 1) for i in range(len(outer))), kind="Int64") + "</Polys>"
+    pathlib.Path(file).write_text(xml("PolyData", "", f'NumberOfPoints="{len(points())}" NumberOfPolys="{len(outer)}"', body))
+
+
+def cgns(file):
+    """Written by the library that VTK brings."""
+    name = re.search(r"libvtkcgns\S*", subprocess.run(["/sbin/ldconfig", "-p"], capture_output=True, text=True).stdout).group()
+    library = ctypes.CDLL(name)
+    made = [ctypes.c_int() for _ in range(7)]
+    handle, base, zone, coordinate, section, solution, field = map(ctypes.byref, made)
+
+    def call(function, *arguments):
+        failed = getattr(library, "vtkcgns_cg_" + function)(*arguments)
+        assert not failed, ctypes.c_char_p(library.vtkcgns_cg_get_error()).value
+
+    def column(values):
+        return (ctypes.c_double * len(values))(*values)
+
+    real, vertex, unstructured, hexahedra = 4, 2, 3, 17
+    call("open", str(file).encode(), 1, handle)
+    fn = made[0]
+    call("base_write", fn, b"Base", 3, 3, base)
+    call("zone_write", fn, 1, b"inside", (ctypes.c_longlong * 3)(len(points()), len(cells()), 0), unstructured, zone)
+    for axis, name in enumerate((b"CoordinateX", b"CoordinateY", b"CoordinateZ")):
+        call("coord_write", fn, 1, 1, real, name, column([p[axis] for p in points()]), coordinate)
+    corners = [n + 1 for c in cells() for n in c]
+    call("section_write", fn, 1, 1, b"Cells", hexahedra, ctypes.c_longlong(1), ctypes.c_longlong(len(cells())), 0,
+         (ctypes.c_longlong * len(corners))(*corners), section)
+    call("sol_write", fn, 1, 1, b"Solution", vertex, solution)
+    call("field_write", fn, 1, 1, 1, real, b"p", column([pressure(*x) for x in points()]), field)
+    for axis, name in enumerate((b"UX", b"UY", b"UZ")):
+        call("field_write", fn, 1, 1, 1, real, name, column([velocity(*x)[axis] for x in points()]), field)
+    call("close", fn)
+
+
 def foam(case, times=("0", "1"), parts=1):
     """An OpenFOAM case: values on cells; the boundary has the patches `sides` (z and y) and `ends` (x). With several parts
     a decomposed one, in slices along x."""
@@ -143,6 +189,21 @@ def foam(case, times=("0", "1"), parts=1):
     return case
 
 
+def collate(case, parts):
+    """Puts the files of a decomposed case together, one for all parts, of which only the first keeps its head."""
+    together = case / f"processors{parts}"
+    for file in sorted((case / "processor0").rglob("*")):
+        if file.is_file():
+            place = file.relative_to(case / "processor0")
+            blocks = [(case / f"processor{part}" / place).read_bytes() for part in range(parts)]
+            blocks[1:] = [block[block.index(b"}") + 1:] for block in blocks[1:]]
+            (together / place).parent.mkdir(parents=True, exist_ok=True)
+            (together / place).write_bytes(foam_head("decomposedBlockData", file.name).encode() + b"".join(
+                b"\n// Processor%d\n\n%d\n(%s)\n" % (i, len(block), block) for i, block in enumerate(blocks)))
+    for part in range(parts):
+        shutil.rmtree(case / f"processor{part}")
+
+
 def foam_head(kind, name):
     return f"FoamFile\n{{\n version 2.0;\n format ascii;\n class {kind};\n object {name};\n}}\n"
 
@@ -152,7 +213,7 @@ def foam_part(root, inside, times):
     number = {cell: i for i, cell in enumerate(mine)}
     faces = {}
     for cell in mine:
-        for shape in SIDES:
+        for shape in SHAPES:
             face = tuple(cells()[cell][corner] for corner in shape)
             faces.setdefault(tuple(sorted(face)), []).append((face, number[cell]))
     shared = sorted((f for f in faces.values() if len(f) == 2), key=lambda f: (f[0][1], f[1][1]))

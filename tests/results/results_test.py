@@ -16,6 +16,8 @@ import unittest
 import grids
 
 SOURCE = pathlib.Path(__file__).resolve().parents[2]
+sys.path.insert(0, str(SOURCE / "tools"))
+import results_document
 KSL = os.environ["KSL_BIN"]
 LIBRARY = SOURCE / "share" / "ksl-results"
 EXAMPLE = SOURCE / "examples" / "results"
@@ -142,7 +144,8 @@ class ResultsTest(unittest.TestCase):
                           "INTEGRAL: a\nOption = Average\nLocation = c\nVariable = p\nEND\n" \
                           "INTEGRAL: v\nOption = Volume\nLocation = RESULTS\nEND\n"
         for name, write in (("g.vtu", grids.vtu), ("g.pvtu", grids.pvtu), ("g.vtm", grids.vtm), ("g.pvd", grids.pvd),
-                            ("g.vts", grids.vts), ("g.vti", grids.vti), ("g.case", grids.ensight), ("grid.vtk", None)):
+                            ("g.vts", grids.vts), ("g.vti", grids.vti), ("g.case", grids.ensight), ("g.cgns", grids.cgns),
+                            ("grid.vtk", None)):
             with self.subTest(name):
                 if write:
                     write(self.folder / name)
@@ -153,15 +156,44 @@ class ResultsTest(unittest.TestCase):
     def test_openfoam_cases_whole_and_in_parts(self):
         text = self.CUT + "INTEGRAL: x\nOption = Flux\nLocation = c\nVariable = U\nTime List = All\nEND\n" \
                           "PATCH: e\nRegions = ends\nEND\nINTEGRAL: f\nOption = Flux\nLocation = e\nVariable = U\nEND\n"
-        for parts in (1, 2):
-            with self.subTest(parts=parts):
-                grids.foam(self.folder / f"case{parts}", parts=parts)
-                case = f"RESULTS:\nResults File = case{parts}\nCase Type = {'Decomposed' if parts > 1 else 'Reconstructed'}\nEND\n"
+        for kind, parts in (("whole", 1), ("apart", 2), ("collated", 2)):
+            with self.subTest(kind):
+                folder = grids.foam(self.folder / kind, parts=parts)
+                if kind == "collated":
+                    grids.collate(folder, parts)
+                case = f"RESULTS:\nResults File = {kind}\nCase Type = {'Decomposed' if parts > 1 else 'Reconstructed'}\nEND\n"
                 found = self.numbers(["x", "f"], text, grid=case)
                 for value, wanted in zip(found["x"]["Flux of U m^3 s^-1"], (1.75, 3.5), strict=True):
                     self.assertAlmostEqual(value, wanted, places=6)
                 self.assertEqual(found["x"]["Time s"], [0, 1])
                 self.assertAlmostEqual(found["f"]["Flux of U m^3 s^-1"][0], 2 * (2.75 - 1.25), places=6)
+        damaged = self.folder / "collated" / "processors2" / "1" / "p"
+        damaged.write_bytes(damaged.read_bytes()[:-40])
+        self.assertIn("Field 'p' of 'collated' at time 1 cannot be read", self.ksl(case, status=1).stderr)
+
+    def test_files_that_are_written_again_are_read_again(self):
+        case = grids.foam(self.folder / "case")
+        grids.pvtu(self.folder / "g.pvtu")
+        piece = self.folder / "g.pvtu.piece.vtu"
+        values = piece.read_text()
+        doubled = re.sub(r'(Name="p".*?>)(.*?)<', lambda m: m[1] + " ".join(str(2 * float(x)) for x in m[2].split()) + "<", values, flags=re.S)
+        average = lambda: json.loads((self.folder / "t.json").read_text())[0]["columns"][0]["values"][0]
+        for name, rewrite, wanted in (("case", lambda: shutil.copy(case / "0" / "p", case / "1" / "p"), 0.5),
+                                      ("g.pvtu", lambda: piece.write_text(doubled), 2)):
+            with self.subTest(name):
+                (self.folder / "t.json").unlink(missing_ok=True)
+                shell = subprocess.Popen([KSL, "--library", str(LIBRARY)], cwd=self.folder, text=True, stdin=subprocess.PIPE,
+                                         stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, env={**os.environ, "XDG_STATE_HOME": str(self.folder)})
+                shell.stdin.write(f"RESULTS:\nResults File = {name}\nEND\n{self.CUT}INTEGRAL: x\nOption = Average\nLocation = c\nVariable = p\nEND\n"
+                                  "TABLE: t\nValue List = x\nOutput File = t.json\nEND\n")
+                shell.stdin.flush()
+                deadline = time.monotonic() + 60
+                while not (self.folder / "t.json").exists() and time.monotonic() < deadline:
+                    time.sleep(0.02)
+                first = average()
+                rewrite()
+                shell.communicate(">forceupdate /RESULTS:RESULTS\n", timeout=60)
+                self.assertAlmostEqual(average() / first, wanted, places=6)
 
     def test_surfaces(self):
         (self.folder / "s.stl").write_text("solid s\nfacet normal 0 0 1\nouter loop\nvertex 0 0 0\nvertex 3 0 0\nvertex 0 4 0\n"
@@ -170,6 +202,9 @@ class ResultsTest(unittest.TestCase):
                                            "element face 1\nproperty list uchar int vertex_indices\nend_header\n0 0 0\n3 0 0\n0 4 0\n3 0 1 2\n")
         for file in ("s.stl", "s.ply"):
             self.assertAlmostEqual(self.integral("Area", self.ALL, grid=f"RESULTS:\nResults File = {file}\nEND\n"), 6, places=6)
+        grids.vtp(self.folder / "g.vtp")
+        for option, wanted in (("Area", 10), ("Integral", 65), ("Force", 2 * 29 ** 0.5)):
+            self.assertAlmostEqual(self.integral(option, self.ALL, "Variable = p\n", grid=self.grid.replace("grid.vtk", "g.vtp")), wanted, places=7)
 
     # ---- what goes wrong
 
@@ -272,11 +307,11 @@ class ResultsTest(unittest.TestCase):
                  "BAND: b\nLocation = c\nVariable = U.x\nOutline = On\nRange Mode = Fixed\nMin = 1 [m s^-1]\nMax = 2 [m s^-1]\nEND\n"
                  "ARROW: a\nLocation = c\nVariable = U\nColour Mode = Variable\nColour Variable = p\nPalette = Heat\nEND\n"
                  "STREAMLINES: l\nOption = Sphere\nPoint = 1 [m], 0.5 [m], 0.5 [m]\nRadius = 0.3 [m]\nVariable = U\nLine Count = 9\nEND\n"
-                 "MESH LINES: m\nLocation = w\nEND\nOUTLINE: o\nOption = Box\nLocation = RESULTS\nEND\n")
+                 "MESH LINES: m\nLocation = w\nEND\nMESH LINES: n\nLocation = c\nEND\nOUTLINE: o\nOption = Box\nLocation = RESULTS\nEND\n")
         shot = "SHOT: s\nView List = {}\nPicture Size = 240, 160\nOutput File = {}\n{}END\n"
         empty = None
         for views, file, more in (("Isometric", "all.png", "Picture List = o\n"), ("Isometric", "all.png", ""), ("X, -Y, Isometric", "three.png", ""),
-                                  ("Z", "clear.png", "Transparent = On\n"), ("Isometric", "all.gltf", ""), ("Isometric", "all.vtp", "")):
+                                  ("Z", "clear.png", "Transparent = On\n"), ("Isometric", "all.gltf", ""), ("Isometric", "all.vtp", ""), ("Z", "mesh.vtp", "Picture List = n\n")):
             with self.subTest(file):
                 self.ksl(self.grid + shows + shot.format(views, file, more))
                 content = (self.folder / file).read_bytes()
@@ -285,6 +320,8 @@ class ResultsTest(unittest.TestCase):
                     self.assertEqual(content[16:24], bytes([0, 0, 0, 240, 0, 0, 0, 160]))
                     self.assertNotEqual(content, empty)
                     empty = content
+                elif file == "mesh.vtp":  # four squares
+                    self.assertIn('NumberOfLines="12"', content.decode(errors="replace"))
                 elif file.endswith(".gltf"):
                     self.assertGreater(len(json.loads(content)["meshes"]), 4)
 
@@ -295,9 +332,14 @@ class ResultsTest(unittest.TestCase):
         self.ksl(text)
         first, second = ((self.folder / f"f.000{n}.png").read_bytes() for n in (1, 2))
         self.assertNotEqual(first, second)
-        # Without the program that joins pictures nothing is written; with one, what it makes of them in their order.
+        # Without the program that joins pictures there are only these; with one, what it makes of them in their order.
         movie = "MOVIE: m\nShot = s\nOutput File = f.mp4\nEND\n"
-        self.assertIn("ffmpeg, which joins pictures, is not there", self.ksl(text, movie, status=1, path="").stderr)
+        (self.folder / "f.0001.png").unlink()
+        told = self.ksl(text + movie, path="").stderr
+        self.assertEqual(re.findall(r"(?:error|warning)\[.*ffmpeg.*", told), ["warning[8]: 'f.mp4' is not made: ffmpeg, which joins pictures, is not "
+                                                                             "there (Debian's package ffmpeg)."])
+        self.assertEqual((self.folder / "f.0001.png").read_bytes(), first)
+        self.assertFalse((self.folder / "f.mp4").exists())
         (self.folder / "ffmpeg").write_text("#!/bin/sh\nfor last; do :; done\n/bin/cat ${last%film.mp4}0.png ${last%film.mp4}1.png > $last\n")
         (self.folder / "ffmpeg").chmod(0o755)
         self.ksl(text, movie, path=str(self.folder))
@@ -316,24 +358,13 @@ class ResultsTest(unittest.TestCase):
     # ---- the document
 
     def test_the_document_shows_what_happens(self):
-        shutil.copy(EXAMPLE / "cylinder.vtu", self.folder)
-        document = (SOURCE / "docs" / "results.md").read_text()
-        for name, text in re.findall(r"^```ksl (\S+)\n(.*?)^```", document, re.M | re.S):
-            (self.folder / name).write_text(text)
-        (self.folder / "bin").mkdir()
-        (self.folder / "bin" / "ksl").symlink_to(KSL)
-        environment = {k: v for k, v in os.environ.items() if k != "DISPLAY"}
-        environment.update(ORV_KSL_LIBRARY_PATH=str(LIBRARY), PATH=f"{self.folder / 'bin'}:{os.environ['PATH']}")
         self.maxDiff = None
-        shown = printed = ""
-        for block in re.findall(r"^```console\n(.*?)^```", document, re.M | re.S):
-            shown += block
-            for command in re.findall(r"^\$ (.*(?:\n> .*)*)", block, re.M):
-                done = subprocess.run(["sh", "-c", command.replace("\n> ", "\n")], cwd=self.folder, env=environment, text=True,
-                                      stdout=subprocess.PIPE, stderr=subprocess.STDOUT, timeout=60)
-                printed += f"$ {command}\n{done.stdout}" + ("" if done.stdout.endswith("\n") else "\n")
+        shown, printed = results_document.run(KSL, self.folder)
         self.assertGreater(len(shown), 500)
         self.assertEqual(printed, shown)
+        for name, picture in results_document.pictures().items():
+            self.assertTrue(picture.is_file(), picture)
+            self.assertTrue(name == "wind.png" or (self.folder / name).is_file(), name)
 
     # ---- being stopped
 

@@ -129,7 +129,7 @@ class ORV_API SchedulerObject {
   static bool addLink(LinkMap& map, SchedulerObject* other) { return map.add(other); }
   static bool deleteLink(LinkMap& map, SchedulerObject* other) { return map.remove(other); }
   static bool destroyLink(LinkMap& map, SchedulerObject* other) { return map.erase(other); }
-  // Whether an edge from this scheduler to the target would close a cycle.
+  // Whether an edge from this scheduler to another one would close a cycle.
   bool checkCyclic(SchedulerObject* target);
   void link(SchedulerObject* child);
   // What a parent adds to the state of its children.

@@ -15,22 +15,22 @@ namespace {
 
 constexpr const char* ruler = "********************************\n";
 
-ksl::invalid refusal(std::string message)
+ksl::invalid refusedQuestion(std::string message)
 {
   return {"GetRulesInfoExecutor", "invoke", std::move(message)};
 }
 
-struct Arguments {
+struct RulesQuestion {
   std::string type = "object";
   std::string name;
 };
 
-Arguments readArguments(const std::vector<std::string>& words)
+RulesQuestion readQuestion(const std::vector<std::string>& words)
 {
-  Arguments arguments;
+  RulesQuestion arguments;
   for (auto word = words.begin() + 1; word != words.end(); ++word) {
     if (word->find('=') == std::string::npos)
-      throw refusal(_("Syntax error: getrulesinfo [type=object*|parameter] name=objectname"));
+      throw refusedQuestion(_("Syntax error: getrulesinfo [type=object*|parameter] name=objectname"));
     auto [key, value] = StringUtilities::splitNameValue(*word);
     key = StringUtilities::toLower(key);
     if (key == "name")
@@ -38,11 +38,11 @@ Arguments readArguments(const std::vector<std::string>& words)
     else if (key == "type")
       arguments.type = StringUtilities::toLower(value);
     else
-      throw diagnosed(refusal(_("Invalid parameter in %s: '%s'.", "getrulesinfo", key)),
+      throw diagnosed(refusedQuestion(_("Invalid parameter in %s: '%s'.", "getrulesinfo", key)),
                       oneOf(key, {"name", "type"}));
   }
   if (arguments.name.empty())
-    throw refusal(_("Syntax error: getrulesinfo name must be specified."));
+    throw refusedQuestion(_("Syntax error: getrulesinfo name must be specified."));
   return arguments;
 }
 
@@ -85,7 +85,7 @@ std::string objectText(const std::string& name)
   const std::string path = PathUtils::normalisePathBwdComp(namedPath(name));
   const KSLObject* object = KSLCoreAPI::instance()->getObjectByPath(path);
   if (!object)
-    throw refusal(_("getrulesinfo: object %s does not exist.", name));
+    throw refusedQuestion(_("getrulesinfo: object %s does not exist.", name));
   std::string text = ruler;
   text.append("Current state of ").append(object->getPath()).append("\nChildren:\n");
   object->forEachChild(
@@ -102,13 +102,13 @@ GetRulesInfoExecutor::~GetRulesInfoExecutor() = default;
 void GetRulesInfoExecutor::invoke(const std::vector<std::string>& words)
 {
   checkAction(words, {"getrulesinfo"}, "GetRulesInfoExecutor");
-  const Arguments arguments = readArguments(words);
+  const RulesQuestion arguments = readQuestion(words);
   if (arguments.type == "parameter")
     std::cout << parameterText(std::string(StringUtilities::unquoted(arguments.name)));
   else if (arguments.type == "object")
     std::cout << objectText(arguments.name);
   else
-    throw refusal(_("Syntax error: getrulesinfo type can be object or parameter."));
+    throw refusedQuestion(_("Syntax error: getrulesinfo type can be object or parameter."));
 }
 
 }  // namespace orv

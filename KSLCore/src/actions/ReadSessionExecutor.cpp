@@ -19,18 +19,18 @@ namespace orv {
 namespace {
 
 constexpr const char* readSessionExecutorClass = "ReadSessionExecutor";
-constexpr const char* sessionPath = "/SESSION";
-constexpr const char* fileNameParam = "Session Filename";
+constexpr const char* sessionObjectPath = "/SESSION";
+constexpr const char* sessionFileParam = "Session Filename";
 
 const KSLObject* findSession()
 {
-  return ObjectDB::instance()->getObjectByPath(sessionPath);
+  return ObjectDB::instance()->getObjectByPath(sessionObjectPath);
 }
 
 std::string defaultFileName()
 {
   const KSLObject* session = findSession();
-  return session && session->hasParam(fileNameParam) ? session->getValue(fileNameParam) : std::string();
+  return session && session->hasParam(sessionFileParam) ? session->getValue(sessionFileParam) : std::string();
 }
 
 void showFileName(const std::string& fileName)
@@ -38,9 +38,9 @@ void showFileName(const std::string& fileName)
   const std::string shown = StringUtilities::writtenName(fileName);
   KSLBuilder text;
   text.beginObject("SESSION", "");
-  text.addParam(fileNameParam, shown);
+  text.addParam(sessionFileParam, shown);
   text.endObject();
-  reportUnreadable(readSessionExecutorClass, "readFileContents", sessionPath, fileNameParam, shown);
+  reportUnreadable(readSessionExecutorClass, "readFileContents", sessionObjectPath, sessionFileParam, shown);
   KSLCoreAPI::instance()->processKSL(text.text(), kslUpdateDefault);
 }
 

@@ -27,8 +27,8 @@ namespace orv {
 namespace {
 
 constexpr const char* readStateExecutorClass = "ReadStateExecutor";
-constexpr const char* action = "readstate";
-constexpr const char* fileType = "qst";
+constexpr const char* readAction = "readstate";
+constexpr const char* readFileType = "qst";
 constexpr const char* overwriteMode = "Overwrite";
 constexpr const char* tooFewEnds = "Not enough END statements in KSL.";
 
@@ -154,7 +154,7 @@ ReadStateExecutor::ReadStateExecutor(FileChangeManager* files, bool catchExcepti
       m_catchExceptionsOff(catchExceptionsOff)
 {
   if (m_files)
-    m_files->registerFileType(fileType);
+    m_files->registerFileType(readFileType);
 }
 
 ReadStateExecutor::~ReadStateExecutor() = default;
@@ -173,7 +173,7 @@ bool ReadStateExecutor::componentProcessing(std::vector<std::string>&, const std
 
 void ReadStateExecutor::invoke(const std::vector<std::string>& p_action)
 {
-  checkAction(p_action, {action}, readStateExecutorClass);
+  checkAction(p_action, {readAction}, readStateExecutorClass);
   const bool caught = !m_catchExceptionsOff && SchedulerObject::setCatchExceptions(true);
   ScopeGuard onFailure([&] {
     if (!m_catchExceptionsOff)
@@ -198,7 +198,7 @@ void ReadStateExecutor::load(const std::vector<std::string>& words)
   // Judged before anything is deleted.
   file.blocks = placingEnds(request.fileName, [&] { return findBlocks(file.text); });
   if (m_files)
-    m_files->registerFileChange(request.fileName, fileType);
+    m_files->registerFileChange(request.fileName, readFileType);
   const bool created = FileProcessingScope::createObject(readStateExecutorClass, "invoke");
   const bool broughtSomething = process(request, file);
   requireProcessingObject();
@@ -244,11 +244,11 @@ ReadStateExecutor::Request ReadStateExecutor::readRequest(const std::vector<std:
 
 void ReadStateExecutor::readArgument(const std::string& argument, Request& request) const
 {
-  const auto [name, value] = squeezedArgument(argument, action, readStateExecutorClass);
+  const auto [name, value] = squeezedArgument(argument, readAction, readStateExecutorClass);
   const std::string key = StringUtilities::toLower(name);
   if (!m_paramNames.contains(key))
     throw diagnosed(
-        ksl::invalid(readStateExecutorClass, "invoke", _("Invalid parameter in %s: '%s'.", action, name)),
+        ksl::invalid(readStateExecutorClass, "invoke", _("Invalid parameter in %s: '%s'.", readAction, name)),
         oneOf(name, {m_paramNames.begin(), m_paramNames.end()}));
   if (key == "filename")
     request.fileName = fileToRead(std::string_view(argument).substr(argument.find('=') + 1));

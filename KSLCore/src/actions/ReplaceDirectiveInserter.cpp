@@ -4,7 +4,7 @@ namespace orv {
 
 namespace {
 
-constexpr const char* step = "  ";
+constexpr const char* indentColumns = "  ";
 constexpr std::size_t stepSize = 2;
 
 }  // namespace
@@ -40,7 +40,7 @@ void ReplaceDirectiveInserter::newObject(const std::string& type, const std::str
   m_current.push(type, name);
   const bool replace = inReplaceMode() || m_paths.count(m_current) != 0;
   m_output.push_back(m_indentation + (replace ? "&replace " : "") + m_current[m_current.size() - 1].header());
-  m_indentation += step;
+  m_indentation += indentColumns;
 }
 
 void ReplaceDirectiveInserter::newParameter(const std::string& name, const std::string& value)

@@ -111,11 +111,16 @@ void SessionBlock::writeParsed(const ParsedText& parsed)
   if (parsed.marks.empty())
     return;
   m_out.reserve(parsed.marks.size() * lineWidth / 4);
-  std::size_t size = 0;  // of what is written; behind it is room
+  std::size_t size = 0;       // of what is written; behind it is room
+  std::string_view readable;  // lines follow each other, piece by piece
+  std::size_t taken = 0;
   for (std::size_t i = 0; i < parsed.marks.size(); ++i) {
     const ParsedText::Mark mark = parsed.marks[i];
-    const std::string_view readable = parsed.lines.from(i);
+    readable.remove_prefix(taken);
+    if (readable.empty())
+      readable = parsed.lines.from(i);
     const std::string_view line = readable.substr(0, mark.size);
+    taken = line.size();
     if (mark.type == ParsedText::putIn)
       continue;
     const bool isObjects = mark.type != MiniKSLParser::actionLine && mark.type != MiniKSLParser::emptyLine;

@@ -10,7 +10,7 @@ namespace orv {
 
 namespace {
 
-const KSLObject* findObject(const std::string& item)
+const KSLObject* findListed(const std::string& item)
 {
   const ObjectDB* database = ObjectDB::instance();
   if (item.find_first_of("/:") != std::string::npos)
@@ -64,7 +64,7 @@ std::vector<const KSLObject*> listedObjects(const std::string& list, bool squeez
     const std::string item = StringUtilities::removeWhitespace(text);
     if (item.empty())
       continue;
-    const KSLObject* object = findObject(item);
+    const KSLObject* object = findListed(item);
     if (!object && squeezed)
       object = names.find(item);
     if (object)

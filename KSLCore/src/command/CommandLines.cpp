@@ -10,8 +10,8 @@ namespace orv {
 
 namespace {
 
-constexpr std::string_view updateLine = "> update";
-constexpr std::string_view updateNoActionLine = "> update noaction";
+constexpr std::string_view updateAction = "> update";
+constexpr std::string_view updateNoActionAction = "> update noaction";
 
 bool continues(std::string_view line)
 {
@@ -22,7 +22,7 @@ bool continues(std::string_view line)
 // another.
 bool isUpdateLine(std::string_view line)
 {
-  return line.substr(0, updateLine.size()) == updateLine;
+  return line.substr(0, updateAction.size()) == updateAction;
 }
 
 }  // namespace
@@ -39,7 +39,7 @@ void CommandLines::begin(std::string_view text)
   m_atEnd = text.empty();
   constexpr std::size_t usualLine = 16;  // characters
   const std::size_t lineCount = text.size() / usualLine + 4;
-  m_lines.reserve(text.size() + 2 * updateLine.size(), lineCount);
+  m_lines.reserve(text.size() + 2 * updateAction.size(), lineCount);
   if (m_ahead)
     m_ahead->marks.reserve(lineCount);
 }
@@ -135,8 +135,8 @@ void CommandLines::endLine()
 
 void CommandLines::addUpdate()
 {
-  mark(ParsedText::putIn, updateLine.size());
-  m_lines.add(updateLine);
+  mark(ParsedText::putIn, updateAction.size());
+  m_lines.add(updateAction);
 }
 
 void CommandLines::endActionLine()
@@ -172,8 +172,8 @@ void CommandLines::countDepth(int lineType)
 void CommandLines::finish()
 {
   if (m_mode == kslUpdateNoAction) {
-    mark(ParsedText::putIn, updateNoActionLine.size());
-    m_lines.add(updateNoActionLine);
+    mark(ParsedText::putIn, updateNoActionAction.size());
+    m_lines.add(updateNoActionAction);
   } else if (!isUpdateLine(m_lines.back())) {
     addUpdate();
   }

@@ -8,7 +8,7 @@ namespace orv {
 
 namespace {
 
-void requireText(const std::string& text, const char* function, const char* name)
+void requireArgument(const std::string& text, const char* function, const char* name)
 {
   if (text.empty())
     throw data::invalid("KSLCoreAPI", function, _("Input parameter %s is empty.", name));
@@ -16,7 +16,7 @@ void requireText(const std::string& text, const char* function, const char* name
 
 std::string stateOf(const std::string& path, ParamFilter filter)
 {
-  requireText(path, "getObjectKSL", "p_path");
+  requireArgument(path, "getObjectKSL", "p_path");
   const KSLObject* object = ObjectDB::instance()->getObjectByPath(path);
   return object ? object->getState(filter) : std::string();
 }
@@ -25,14 +25,14 @@ std::string stateOf(const std::string& path, ParamFilter filter)
 
 bool KSLCoreAPI::hasObject(const std::string& path) const
 {
-  requireText(path, "hasObject", "p_path");
+  requireArgument(path, "hasObject", "p_path");
   return ObjectDB::instance()->hasObject(path);
 }
 
 bool KSLCoreAPI::hasObjectGotParam(const std::string& path, const std::string& param) const
 {
-  requireText(path, "getObjectParamHasParamByPath", "p_path");
-  requireText(param, "getObjectParamHasParamByPath", "p_param");
+  requireArgument(path, "getObjectParamHasParamByPath", "p_path");
+  requireArgument(param, "getObjectParamHasParamByPath", "p_param");
   const KSLObject* object = getObjectByPath(path);
   return object && object->hasParam(param);
 }

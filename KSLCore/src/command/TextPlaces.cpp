@@ -12,7 +12,7 @@ namespace orv {
 
 namespace {
 
-constexpr std::string_view updateLine = "> update";
+constexpr std::string_view updateStart = "> update";
 
 }  // namespace
 
@@ -57,7 +57,7 @@ bool TextPlaces::place(Diagnostic& error)
 // The update at the end is of no statement: it is that of the whole text.
 bool TextPlaces::placeStatement(Diagnostic& error, std::size_t line)
 {
-  if (current >= lines.size() || (m_mode != kslUpdateDefault && lines[current].starts_with(updateLine)))
+  if (current >= lines.size() || (m_mode != kslUpdateDefault && lines[current].starts_with(updateStart)))
     return false;
   if (m_source.isExcerpt || isRewritten)
     return text().placeText(error, lines[current]);
@@ -69,7 +69,7 @@ bool TextPlaces::isAction() const
   if (current >= lines.size())
     return false;
   const std::string_view line = lines[current];
-  return CommandLines::isActionLine(line) && !line.starts_with(updateLine);
+  return CommandLines::isActionLine(line) && !line.starts_with(updateStart);
 }
 
 // 0 when it is not known.

@@ -7,7 +7,7 @@ namespace orv {
 
 namespace {
 
-std::string valueOrEmpty(const KSLObject& object, const char* name)
+std::string textOrEmpty(const KSLObject& object, const char* name)
 {
   const ParamDefinition* param = object.lookUpParam(name);
   return param ? param->getValue() : std::string();
@@ -21,15 +21,15 @@ std::string ofVariable(const std::string& variable)
 
 std::string ofColourRange(const KSLObject& object)
 {
-  const std::string mode = valueOrEmpty(object, "Colour Mode");
+  const std::string mode = textOrEmpty(object, "Colour Mode");
   if (mode == "Constant" || mode == "Unique")
     return {};
   if (mode == "Time")
     return UnitSystemHandler::current()->getPreferredUnitsForQuantity("Time");
   if (mode == "Use Plot Variable")
-    return ofVariable(valueOrEmpty(object, "Variable"));
+    return ofVariable(textOrEmpty(object, "Variable"));
   if (mode == "Variable")
-    return ofVariable(valueOrEmpty(object, "Colour Variable"));
+    return ofVariable(textOrEmpty(object, "Colour Variable"));
   return ofVariable(mode);  // any other mode names the variable itself, on purpose
 }
 
@@ -67,7 +67,7 @@ std::string PreferredUnits::ofParameter(const KSLObject& object, const std::stri
 {
   if (isColourRange(name))
     return ofColourRange(object);
-  return isValueOfVariable(name) ? ofVariable(valueOrEmpty(object, "Variable")) : std::string();
+  return isValueOfVariable(name) ? ofVariable(textOrEmpty(object, "Variable")) : std::string();
 }
 
 std::map<std::string, std::string> PreferredUnits::valuesOf(const KSLObject& object, ParamFilter filter,
@@ -75,7 +75,7 @@ std::map<std::string, std::string> PreferredUnits::valuesOf(const KSLObject& obj
 {
   std::map<std::string, std::string> values;
   const bool convert = units == UnitSystemTypes::preferred;
-  const std::string userUnits = convert ? valueOrEmpty(object, "User Units") : std::string();
+  const std::string userUnits = convert ? textOrEmpty(object, "User Units") : std::string();
   object.forEachParam([&](const ParamDefinition& param) {
     if (!(filter & (param.isInternal() ? internalParams : externalParams)))
       return;

@@ -22,7 +22,7 @@ namespace {
 
 constinit ContextLocal<const ExpressionNames*> theExpressionNames;
 
-bool isLetter(char c)
+bool isLetterOfName(char c)
 {
   return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
 }
@@ -35,7 +35,7 @@ bool mayHoldNames(std::string_view text)
       i = std::min(text.find(']', i), text.size() - 1);
     const bool isExponent = (text[i] | 0x20) == 'e' && i > 0
                             && (text[i - 1] == '.' || std::isdigit(static_cast<unsigned char>(text[i - 1])));
-    if (isLetter(text[i]) && !isExponent)
+    if (isLetterOfName(text[i]) && !isExponent)
       return true;
   }
   return false;

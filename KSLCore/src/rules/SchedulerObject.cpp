@@ -122,8 +122,6 @@ void SchedulerObject::deleteChild(SchedulerObject* child) noexcept
 
 bool SchedulerObject::checkCyclic(SchedulerObject* target)
 {
-  if (target == this)
-    return true;
   // Most links are made in the order of creation, to or from something that is not linked yet.
   if (m_parents.empty() || target->m_children.empty())
     return false;

@@ -24,7 +24,7 @@ constexpr std::string_view unitsSuffix = " Units";
 
 using NameValue = std::pair<std::string, std::string>;
 
-bool contains(const std::vector<std::string>& names, const std::string& name)
+bool holds(const std::vector<std::string>& names, const std::string& name)
 {
   return std::find(names.begin(), names.end(), name) != names.end();
 }
@@ -37,12 +37,12 @@ std::string quantityOf(const std::string& name)
 
 bool isUnitsName(const std::string& name)
 {
-  return name == systemName || contains(EngineUnitSystemHandler::getQuantityNames(), quantityOf(name));
+  return name == systemName || holds(EngineUnitSystemHandler::getQuantityNames(), quantityOf(name));
 }
 
 bool isUnitsValueAllowed(const std::string& name, const std::string& value)
 {
-  return name == systemName ? contains(EngineUnitSystemHandler::getUnitSystemNames(), value)
+  return name == systemName ? holds(EngineUnitSystemHandler::getUnitSystemNames(), value)
                             : EngineUnitSystemHandler::whyNoUnitsOf(quantityOf(name), value).empty();
 }
 
@@ -114,7 +114,7 @@ void PreferencesExecutorBase::invoke(const std::vector<std::string>& words)
     NameValue preference = parseArgument(words[i]);
     const auto& [name, value] = preference;
     const bool isUnits = isUnitsName(name);
-    if (!isUnits && !contains(viewerNames, name))
+    if (!isUnits && !holds(viewerNames, name))
       throw diagnosed(ksl::invalid(preferencesExecutorBaseClass, "invoke",
                                    _("Invalid parameter in %s: '%s'.", actionName, name)),
                       oneOf(name, preferenceNames(viewerNames)));

@@ -58,9 +58,9 @@ VariableNames::~VariableNames()
 namespace {
 
 // Goes through the texts of the object's own parameters that stand for names, each once.
-class Collector {
+class UsedNames {
  public:
-  explicit Collector(const KSLObject& object) : m_object(object) {}
+  explicit UsedNames(const KSLObject& object) : m_object(object) {}
 
   ExpressionNames::Uses collect(const std::string& parameter, const std::string& text)
   {
@@ -118,7 +118,7 @@ class Collector {
 ExpressionNames::Uses VariableNames::namesIn(const KSLObject& object, const ParamDefinition& param,
                                              const std::string& text) const
 {
-  return Collector(object).collect(param.getName(), text);
+  return UsedNames(object).collect(param.getName(), text);
 }
 
 // ------------------------------------------------------------------------------------------------- what it names

@@ -18,7 +18,7 @@ using ObjectIndex = CheckedValues::ObjectIndex;
 namespace {
 
 // False only for texts that are surely numbers, with units or without: most are.
-bool mayHoldNames(std::string_view text)
+bool mayUseNames(std::string_view text)
 {
   for (std::size_t i = 0; i < text.size(); ++i) {
     if (text[i] == '[')
@@ -43,7 +43,7 @@ bool CheckedValues::mayName(const CheckedType& type, const CheckedParam& param, 
 {
   if (!type.computing || type.computing->waitsWithoutError())
     return false;
-  return param.isReference || (param.isExpression && mayHoldNames(value));
+  return param.isReference || (param.isExpression && mayUseNames(value));
 }
 
 void CheckedValues::note(Index node, ObjectIndex object, const CheckedParam& param, const std::string& value)

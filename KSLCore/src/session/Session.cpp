@@ -32,7 +32,7 @@ namespace {
 constexpr const char* sessionClass = "Session";
 
 // An address of this library, or of the program that holds it.
-const char here = 0;
+const char inThisLibrary = 0;
 
 bool isBlankLine(const std::string& line)
 {
@@ -85,7 +85,7 @@ data::notFound noSuchObject(const char* function, const std::string& object)
   return {sessionClass, function, _("Object '%s' does not exist.", object)};
 }
 
-const KSLObject* findObject(const std::string& pathOrName)
+const KSLObject* findObjectOf(const std::string& pathOrName)
 {
   if (pathOrName.empty())
     return nullptr;
@@ -96,7 +96,7 @@ const KSLObject* findObject(const std::string& pathOrName)
 
 const KSLObject& getObject(const char* function, const std::string& pathOrName)
 {
-  const KSLObject* object = findObject(pathOrName);
+  const KSLObject* object = findObjectOf(pathOrName);
   if (!object)
     throw noSuchObject(function, pathOrName);
   return *object;
@@ -150,7 +150,7 @@ std::string Session::installedLibrary()
 {
   namespace fs = std::filesystem;
   Dl_info own{};
-  if (dladdr(&here, &own) == 0 || !own.dli_fname)
+  if (dladdr(&inThisLibrary, &own) == 0 || !own.dli_fname)
     return {};
   std::error_code unknown;
   const fs::path file = fs::absolute(own.dli_fname, unknown);
@@ -342,7 +342,7 @@ std::string Session::state(const std::vector<std::string>& objects) const
 
 bool Session::has(const std::string& object) const
 {
-  return ask([&] { return findObject(object) != nullptr; });
+  return ask([&] { return findObjectOf(object) != nullptr; });
 }
 
 const KSLObject& Session::object(const std::string& object) const

@@ -13,7 +13,7 @@ namespace orv {
 
 namespace {
 
-const KSLAPI& store()
+const KSLAPI& rulesStore()
 {
   return *KSLInterface::instance()->getKSLAPI();
 }
@@ -25,7 +25,7 @@ std::string rulesPathOf(const KSLObject& prototype)
 
 std::string textAt(const std::string& path, const std::string& key)
 {
-  const std::string* value = store().findParam(path, key);
+  const std::string* value = rulesStore().findParam(path, key);
   return value ? *value : std::string();
 }
 
@@ -42,9 +42,9 @@ void appendNew(std::vector<std::string>& list, const std::vector<std::string>& i
 }
 
 // Makes the description of one type from its prototype and the text of its rules.
-class Reader {
+class TypeReader {
  public:
-  explicit Reader(const KSLObject& prototype)
+  explicit TypeReader(const KSLObject& prototype)
       : m_prototype(prototype),
         m_rules(prototype.getObjectRules()),
         m_path(rulesPathOf(prototype))
@@ -70,7 +70,7 @@ class Reader {
  private:
   std::vector<std::string> list(const std::string& key) const
   {
-    return store().getStringList(m_path + "/" + key);
+    return rulesStore().getStringList(m_path + "/" + key);
   }
 
   // As the rules list them, so that what belongs together stands together; what only the object's class brings along
@@ -81,7 +81,7 @@ class Reader {
     const auto appendFrom = [&](const std::string& path) {
       for (const char* key :
            {"Essential Parameter List", "Optional Parameter List", "Default Parameter List"})
-        appendNew(names, store().getStringList(path + "/" + key));
+        appendNew(names, rulesStore().getStringList(path + "/" + key));
     };
     for (const std::string& context : m_type.contexts)
       appendFrom(m_path + "/CONTEXT:" + context);
@@ -160,7 +160,7 @@ TypeInfo TypeCatalogue::describe(std::string_view type)
   const KSLObject* prototype = ObjectFactory::instance()->findPrototype(type);
   if (!prototype)
     throw data::notFound("TypeCatalogue", "describe", _("Could not find object: %s", type));
-  return Reader(*prototype).read();
+  return TypeReader(*prototype).read();
 }
 
 std::string TypeCatalogue::keyOf(std::string_view type, std::string_view key)
@@ -172,7 +172,7 @@ std::string TypeCatalogue::keyOf(std::string_view type, std::string_view key)
 std::vector<std::string> TypeCatalogue::listOf(std::string_view type, std::string_view key)
 {
   const KSLObject* prototype = ObjectFactory::instance()->findPrototype(type);
-  return prototype ? store().getStringList(rulesPathOf(*prototype) + "/" + std::string(key))
+  return prototype ? rulesStore().getStringList(rulesPathOf(*prototype) + "/" + std::string(key))
                    : std::vector<std::string>();
 }
 

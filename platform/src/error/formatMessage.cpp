@@ -23,7 +23,7 @@ struct Directive {
 // A slip in a format must not cost the memory of a line that is a gigabyte wide.
 constexpr std::size_t widest = 4096;
 
-bool isDigit(char c)
+bool isPlaceDigit(char c)
 {
   return c >= '0' && c <= '9';
 }
@@ -36,7 +36,7 @@ bool isOneOf(char c, std::string_view letters)
 std::size_t readNumber(std::string_view text, std::size_t& at)
 {
   std::size_t number = 0;
-  for (; at < text.size() && isDigit(text[at]); ++at)
+  for (; at < text.size() && isPlaceDigit(text[at]); ++at)
     number = std::min(widest, number * 10 + static_cast<std::size_t>(text[at] - '0'));
   return number;
 }
@@ -93,8 +93,8 @@ void padNumber(std::string& out, std::string text, const Directive& directive)
   const bool negative = text.front() == '-';
   if (!negative && (directive.plus || directive.blank))
     text.insert(0, 1, directive.plus ? '+' : ' ');
-  const std::size_t sign = isDigit(text.front()) ? 0 : 1;
-  if (directive.zero && !directive.left && text.size() > sign && isDigit(text[sign])
+  const std::size_t sign = isPlaceDigit(text.front()) ? 0 : 1;
+  if (directive.zero && !directive.left && text.size() > sign && isPlaceDigit(text[sign])
       && text.size() < directive.width)
     text.insert(sign, directive.width - text.size(), '0');
   pad(out, text, directive);

@@ -9,11 +9,11 @@ namespace orv {
 
 namespace {
 
-using Value = ExpressionOperand;
+using Operand = ExpressionOperand;
 using Function = ExpressionFunction;
-using Arguments = std::span<const ExpressionOperand>;
+using Operands = std::span<const ExpressionOperand>;
 
-double pureNumber(const Function& self, const Value& value)
+double pureNumber(const Function& self, const Operand& value)
 {
   if (!value.dimensions.isDimensionless())
     throw ExpressionRefusal{
@@ -21,9 +21,9 @@ double pureNumber(const Function& self, const Value& value)
   return value.number;
 }
 
-void requireEqualDimensions(const Function& self, Arguments arguments)
+void requireEqualDimensions(const Function& self, Operands arguments)
 {
-  for (const Value& value : arguments) {
+  for (const Operand& value : arguments) {
     if (value.dimensions != arguments[0].dimensions)
       throw ExpressionRefusal{_("function '%s' cannot take %s together with %s", self.name,
                                 describeDimensions(arguments[0].dimensions),
@@ -31,12 +31,12 @@ void requireEqualDimensions(const Function& self, Arguments arguments)
   }
 }
 
-Value computePlain(const Function& self, Arguments arguments)
+Operand computePlain(const Function& self, Operands arguments)
 {
   return {self.plain(pureNumber(self, arguments[0])), {}};
 }
 
-Value computeArc(const Function& self, Arguments arguments)
+Operand computeArc(const Function& self, Operands arguments)
 {
   double number = pureNumber(self, arguments[0]);
   if (number < -1 || number > 1)
@@ -44,7 +44,7 @@ Value computeArc(const Function& self, Arguments arguments)
   return {self.plain(number), {}};
 }
 
-Value computeLogarithm(const Function& self, Arguments arguments)
+Operand computeLogarithm(const Function& self, Operands arguments)
 {
   double number = pureNumber(self, arguments[0]);
   if (number < 0)
@@ -54,7 +54,7 @@ Value computeLogarithm(const Function& self, Arguments arguments)
   return {self.plain(number), {}};
 }
 
-Value computeRoot(const Function&, Arguments arguments)
+Operand computeRoot(const Function&, Operands arguments)
 {
   const UnitDimensions dimensions = arguments[0].dimensions.power(0.5);
   if (arguments[0].number < 0)
@@ -62,46 +62,46 @@ Value computeRoot(const Function&, Arguments arguments)
   return {std::sqrt(arguments[0].number), dimensions};
 }
 
-Value computeAbs(const Function&, Arguments arguments)
+Operand computeAbs(const Function&, Operands arguments)
 {
-  return {std::abs(arguments[0].number), arguments[0].dimensions, Value::noFault, arguments[0].kind};
+  return {std::abs(arguments[0].number), arguments[0].dimensions, Operand::noFault, arguments[0].kind};
 }
 
-bool isLess(const Value& a, const Value& b)
+bool isLess(const Operand& a, const Operand& b)
 {
   return a.number < b.number;
 }
 
-Value oneOf(const Value& chosen, Arguments arguments)
+Operand chosenOf(const Operand& chosen, Operands arguments)
 {
-  Value result = chosen;
+  Operand result = chosen;
   result.kind = commonKind(arguments);
   return result;
 }
 
-Value computeMin(const Function& self, Arguments arguments)
+Operand computeMin(const Function& self, Operands arguments)
 {
   requireEqualDimensions(self, arguments);
-  return oneOf(*std::min_element(arguments.begin(), arguments.end(), isLess), arguments);
+  return chosenOf(*std::min_element(arguments.begin(), arguments.end(), isLess), arguments);
 }
 
-Value computeMax(const Function& self, Arguments arguments)
+Operand computeMax(const Function& self, Operands arguments)
 {
   requireEqualDimensions(self, arguments);
-  return oneOf(*std::max_element(arguments.begin(), arguments.end(), isLess), arguments);
+  return chosenOf(*std::max_element(arguments.begin(), arguments.end(), isLess), arguments);
 }
 
 // The remainder of the division truncated toward zero, so it has the sign of the first argument.
-Value computeMod(const Function& self, Arguments arguments)
+Operand computeMod(const Function& self, Operands arguments)
 {
   requireEqualDimensions(self, arguments);
   if (arguments[1].number == 0)
     throw ExpressionUndefined{"division by zero", arguments[0].dimensions};
-  return {std::fmod(arguments[0].number, arguments[1].number), arguments[0].dimensions, Value::noFault,
+  return {std::fmod(arguments[0].number, arguments[1].number), arguments[0].dimensions, Operand::noFault,
           arguments[0].kind};
 }
 
-Value computeAtan2(const Function& self, Arguments arguments)
+Operand computeAtan2(const Function& self, Operands arguments)
 {
   requireEqualDimensions(self, arguments);
   return {std::atan2(arguments[0].number, arguments[1].number), {}};
@@ -109,11 +109,11 @@ Value computeAtan2(const Function& self, Arguments arguments)
 
 // Both branches are computed, so that their dimensions are checked; what is undefined in the one not chosen does
 // not matter.
-Value computeIf(const Function& self, Arguments arguments)
+Operand computeIf(const Function& self, Operands arguments)
 {
   const double condition = pureNumber(self, arguments[0]);
   requireEqualDimensions(self, arguments.subspan(1));
-  return oneOf(arguments[condition != 0 ? 1 : 2], arguments.subspan(1));
+  return chosenOf(arguments[condition != 0 ? 1 : 2], arguments.subspan(1));
 }
 
 double plainMin(const double* arguments, std::size_t count)

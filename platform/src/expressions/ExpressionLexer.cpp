@@ -19,14 +19,14 @@ bool isHexDigit(char c)
   return isDigit(c) || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F');
 }
 
-bool isLetter(char c)
+bool isNameLetter(char c)
 {
   return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
 }
 
 bool isNameCharacter(char c)
 {
-  return isLetter(c) || isDigit(c) || c == '_' || c == '.';
+  return isNameLetter(c) || isDigit(c) || c == '_' || c == '.';
 }
 
 bool isContinuationByte(char c)
@@ -67,7 +67,7 @@ ExpressionToken ExpressionLexer::next()
     return {ExpressionToken::end, m_pos, {}};
   if (startsNumber())
     return takeNumber();
-  if (isLetter(at(m_pos)))
+  if (isNameLetter(at(m_pos)))
     return takeName();
   return at(m_pos) == '[' ? takeUnits() : takeSymbol();
 }

@@ -14,7 +14,7 @@ namespace orv {
 
 namespace {
 
-constexpr const char* function = "readNamedLibraries";
+constexpr const char* librariesFunction = "readNamedLibraries";
 constexpr std::string_view libraryEnding = ".ksl";
 constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
 
@@ -42,8 +42,9 @@ std::vector<std::string> readLibrary(const std::string& file)
     std::string why = reason == std::string::npos ? text : text.substr(reason + 2);
     if (!why.empty() && why.back() == '.')
       why.pop_back();
-    throw diagnosed(file::error("KSLAPI", function, _("Cannot read KSL library '%s': %s.", file, why)),
-                    {.source = file});
+    throw diagnosed(
+        file::error("KSLAPI", librariesFunction, _("Cannot read KSL library '%s': %s.", file, why)),
+        {.source = file});
   }
 }
 
@@ -87,7 +88,7 @@ void refuseActions(const std::string& file, const std::vector<std::string>& line
     const std::string line = joinedFrom(lines, i, behind);
     if (MiniKSLParser::determineLineType(line) == MiniKSLParser::actionLine)
       throw diagnosed(
-          ksl::invalid("KSLAPI", function,
+          ksl::invalid("KSLAPI", librariesFunction,
                        _("Action line in KSL library '%s', line %d: '%s'.", file, i + 1,
                          StringUtilities::simplifyWhitespace(line))),
           {.source = file, .line = i + 1, .column = 1, .length = lines[i].size(), .lineText = lines[i]});
@@ -98,18 +99,19 @@ void readLibraryLine(store::Loader& loader, const std::string& file, const std::
                      std::size_t number)
 {
   if (loader.depth() == 0 && MiniKSLParser::determineLineType(line) == MiniKSLParser::endLine)
-    throw ksl::invalid("KSLAPI", function, _("Too many END statements in KSL library '%s'.", file));
+    throw ksl::invalid("KSLAPI", librariesFunction, _("Too many END statements in KSL library '%s'.", file));
   try {
     loader.readLine(line);
   } catch (const ksl::invalid& error) {
-    ksl::invalid inFile(error.getClassName(), function, _("%s (KSL library '%s')", error.getMessage(), file));
+    ksl::invalid inFile(error.getClassName(), librariesFunction,
+                        _("%s (KSL library '%s')", error.getMessage(), file));
     inFile.setDiagnostic(error.getDiagnostic());
     throw inFile;
   }
   // The text store alone would know of it, and no command could reach it.
   if (loader.depth() == 1 && !store::isRulesPath(loader.topPath()))
     throw ksl::invalid(
-        "KSLAPI", function,
+        "KSLAPI", librariesFunction,
         _("Object '%s' in KSL library '%s', line %d, is no definition.", loader.topPath(), file, number));
 }
 
@@ -123,7 +125,8 @@ void loadLibrary(KSLAPI::Impl& store, const std::string& file, const std::vector
       readLibraryLine(loader, file, line, i + 1);
     }
     if (loader.depth() > 0)
-      throw ksl::invalid("KSLAPI", function, _("Not enough END statements in KSL library '%s'.", file));
+      throw ksl::invalid("KSLAPI", librariesFunction,
+                         _("Not enough END statements in KSL library '%s'.", file));
   } catch (Error& error) {
     locate(error, sourceText(store.rules, file, lines), i + 1);
     throw;

@@ -14,7 +14,7 @@ UnitSystemHandler* baseHandler()
   return handler;
 }
 
-constinit ContextLocal<UnitSystemHandler*> theHandler;  // null: the base class's
+constinit ContextLocal<UnitSystemHandler*> theUnitSystemHandler;  // null: the base class's
 
 }  // namespace
 
@@ -37,14 +37,14 @@ std::string UnitSystemHandler::getPreferredUnitsFromUnits(const std::string&, co
 
 UnitSystemHandler* UnitSystemHandler::current()
 {
-  UnitSystemHandler* const handler = *theHandler;
+  UnitSystemHandler* const handler = *theUnitSystemHandler;
   return handler ? handler : baseHandler();
 }
 
 UnitSystemHandler* UnitSystemHandler::setCurrent(UnitSystemHandler* handler)
 {
   UnitSystemHandler* const before = current();
-  *theHandler = handler;
+  *theUnitSystemHandler = handler;
   return before;
 }
 

@@ -13,7 +13,7 @@ constexpr std::size_t maxLength = 255;
 // The package keeps exponents in 16 bits and wraps silently; with this bound none comes near.
 constexpr long maxExponentProduct = 4096;
 
-bool isDigit(char c)
+bool isPowerDigit(char c)
 {
   return c >= '0' && c <= '9';
 }
@@ -58,7 +58,7 @@ class Translator {
   }
   std::size_t skipDigits(std::size_t pos) const
   {
-    while (isDigit(at(pos)))
+    while (isPowerDigit(at(pos)))
       ++pos;
     return pos;
   }
@@ -80,7 +80,7 @@ class Translator {
     std::size_t end = skipDigits(digits);
     if (end == digits)
       return !marked;
-    if (at(end) == '.' && isDigit(at(end + 1)))
+    if (at(end) == '.' && isPowerDigit(at(end + 1)))
       return false;
     long exponent = 0;
     for (std::size_t i = digits; i < end && exponent <= maxExponentProduct; ++i)
@@ -97,7 +97,7 @@ class Translator {
     char c = at(m_pos);
     if (isWordStart(c))
       return takeWord();
-    if (isDigit(c))
+    if (isPowerDigit(c))
       return takeNumber();
     m_afterUnit = c == ')' || c == '%' || c == '\'' || c == '"';
     copyTo(m_pos + 1);
@@ -109,9 +109,9 @@ class Translator {
   bool takeWord()
   {
     std::size_t end = m_pos;
-    while (isWordStart(at(end)) || isDigit(at(end)))
+    while (isWordStart(at(end)) || isPowerDigit(at(end)))
       ++end;
-    while (isDigit(at(end - 1)))
+    while (isPowerDigit(at(end - 1)))
       --end;
     constexpr std::size_t markLength = 3;
     const std::string_view mark = m_text.substr(end, markLength);
@@ -139,7 +139,7 @@ class Translator {
     bool isZero = m_text.substr(m_pos, end - m_pos).find_first_not_of("0.") == std::string_view::npos;
     if (at(end) == 'e' || at(end) == 'E') {
       std::size_t digits = end + 1 + (at(end + 1) == '-' || at(end + 1) == '+' ? 1 : 0);
-      if (isDigit(at(digits)))
+      if (isPowerDigit(at(digits)))
         end = skipDigits(digits);
     }
     copyTo(end);
