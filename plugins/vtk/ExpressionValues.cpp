@@ -260,9 +260,8 @@ Value Evaluation::function(const std::string& name, const std::vector<Value>& va
 
 namespace {
 
-// Derivatives on cells, as VTK's filter finds them, but with the cells on both sides of a seam: of the means at points, in
-// the middle of each cell.
-Ptr<vtkDoubleArray> derivedOnCells(const std::string& name, vtkDataSet& data, vtkDoubleArray& values)
+// Values of cells as means at points, of the cells on both sides of a seam.
+Ptr<vtkDataArray> meansAtPoints(vtkDataSet& data, vtkDoubleArray& values)
 {
   const Ptr<vtkDataSet> own = copyOf(data);
   own->GetCellData()->Initialize();
@@ -272,14 +271,22 @@ Ptr<vtkDoubleArray> derivedOnCells(const std::string& name, vtkDataSet& data, vt
   filter->SetInputData(own);
   if (data.GetNumberOfCells() > 0)
     run(*filter, "defineVariable");
-  const int count = values.GetNumberOfComponents();
   auto* const output = vtkDataSet::SafeDownCast(filter->GetOutputDataObject(0));
-  vtkDataArray* means = output ? output->GetPointData()->GetArray(values.GetName()) : nullptr;
-  const auto none = results::make<vtkDoubleArray>();
-  none->SetNumberOfComponents(count);
-  means = means ? means : none.Get();
+  Ptr<vtkDataArray> means = output ? output->GetPointData()->GetArray(values.GetName()) : nullptr;
+  if (!means) {
+    means = results::make<vtkDoubleArray>();
+    means->SetNumberOfComponents(values.GetNumberOfComponents());
+  }
   mendSeams(data, {means});
-  const auto result = results::make<vtkDoubleArray>();
+  return means;
+}
+
+// Derivatives on cells, as VTK's filter finds them: of the means at points, in the middle of each cell.
+Ptr<vtkDoubleArray> derivedOnCells(const std::string& name, vtkDataSet& data, vtkDoubleArray& values)
+{
+  const int count = values.GetNumberOfComponents();
+  const Ptr<vtkDataArray> means = meansAtPoints(data, values);
+  auto result = results::make<vtkDoubleArray>();
   result->SetNumberOfComponents(name == "div" ? 1 : 3);
   result->SetNumberOfTuples(data.GetNumberOfCells());
   const auto cell = results::make<vtkGenericCell>();

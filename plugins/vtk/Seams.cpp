@@ -217,52 +217,73 @@ Ptr<vtkPolyData> outerSurface(vtkDataSet& data)
   return outer;
 }
 
-// Each tells how many cells it has round a point, and what they give; their mean is taken in one order by all.
+namespace {
+
+int widthOf(const std::vector<vtkDataArray*>& arrays)
+{
+  int width = 0;
+  for (vtkDataArray* array : arrays)
+    width += array->GetNumberOfComponents();
+  return width;
+}
+
+// Of each point: where it is, how many cells are round it, and the values there.
+std::vector<double> toldOf(vtkDataSet& data, const std::vector<vtkIdType>& points,
+                           const std::vector<vtkDataArray*>& arrays)
+{
+  std::vector<double> told;
+  const auto cells = make<vtkIdList>();
+  for (const vtkIdType point : points) {
+    const Spot spot = spotOf(data, point);
+    told.insert(told.end(), spot.at.begin(), spot.at.end());
+    data.GetPointCells(point, cells);
+    told.push_back(static_cast<double>(cells->GetNumberOfIds()));
+    for (vtkDataArray* array : arrays)
+      for (int k = 0; k < array->GetNumberOfComponents(); ++k)
+        told.push_back(array->GetComponent(point, k));
+  }
+  return told;
+}
+
+// What all tell of a point, each by as many cells as it has there.
+struct Mean {
+  double weight = 0;
+  int shares = 0;
+  std::vector<double> sums;
+};
+
+}  // namespace
+
+// All add up in one order: the mean is the same everywhere.
 void mendSeams(vtkDataSet& data, const std::vector<vtkDataArray*>& onPoints)
 {
   if (Communicator::instance().isAlone())
     return;
   const std::vector<vtkIdType> points = candidates(data, boxesOfOthers(data));
-  std::vector<double> mine;
-  const auto cells = make<vtkIdList>();
-  for (const vtkIdType point : points) {
-    const Spot spot = spotOf(data, point);
-    mine.insert(mine.end(), spot.at.begin(), spot.at.end());
-    data.GetPointCells(point, cells);
-    mine.push_back(static_cast<double>(cells->GetNumberOfIds()));
-    for (vtkDataArray* array : onPoints)
-      for (int k = 0; k < array->GetNumberOfComponents(); ++k)
-        mine.push_back(array->GetComponent(point, k));
-  }
-  std::size_t width = 4;
-  for (const vtkDataArray* array : onPoints)
-    width += static_cast<std::size_t>(const_cast<vtkDataArray*>(array)->GetNumberOfComponents());
-  std::unordered_map<Spot, std::size_t, SpotHash> places;
-  for (std::size_t i = 0; i < points.size(); ++i)
-    places.emplace(spotOf(data, points[i]), i);
-  std::vector<double> sums(points.size() * (width - 3));
-  std::vector<int> shares(points.size());
-  for (const std::string& each : exchanged("seams", bytesOf(mine))) {
-    const std::vector<double> theirs = valuesOf<double>(each);
-    for (std::size_t at = 0; at + width <= theirs.size(); at += width) {
-      const auto place = places.find(Spot{{theirs[at], theirs[at + 1], theirs[at + 2]}});
-      if (place == places.end())
+  const auto width = static_cast<std::size_t>(widthOf(onPoints));
+  std::unordered_map<Spot, Mean, SpotHash> means;
+  for (const vtkIdType point : points)
+    means[spotOf(data, point)].sums.resize(width);
+  for (const std::string& each : exchanged("seams", bytesOf(toldOf(data, points, onPoints)))) {
+    const std::vector<double> told = valuesOf<double>(each);
+    for (std::size_t at = 0; at + 4 + width <= told.size(); at += 4 + width) {
+      const auto known = means.find(Spot{{told[at], told[at + 1], told[at + 2]}});
+      if (known == means.end())
         continue;
-      double* const sum = &sums[place->second * (width - 3)];
-      const double weight = theirs[at + 3];
-      ++shares[place->second];
-      sum[0] += weight;
-      for (std::size_t k = 4; k < width; ++k)
-        sum[k - 3] += weight * theirs[at + k];
+      Mean& mean = known->second;
+      mean.weight += told[at + 3];
+      ++mean.shares;
+      for (std::size_t k = 0; k < width; ++k)
+        mean.sums[k] += told[at + 3] * told[at + 4 + k];
     }
   }
-  for (std::size_t i = 0; i < points.size(); ++i) {
-    const double* value = &sums[i * (width - 3)];
-    const double weight = *value++;
+  for (const vtkIdType point : points) {
+    const Mean& mean = means[spotOf(data, point)];
+    std::size_t place = 0;
     for (vtkDataArray* array : onPoints)
-      for (int k = 0; k < array->GetNumberOfComponents(); ++k, ++value)
-        if (shares[i] > 1 && weight > 0)
-          array->SetComponent(points[i], k, *value / weight);
+      for (int k = 0; k < array->GetNumberOfComponents(); ++k, ++place)
+        if (mean.shares > 1 && mean.weight > 0)
+          array->SetComponent(point, k, mean.sums[place] / mean.weight);
   }
 }
 

@@ -92,13 +92,14 @@ def vts(file):
 def pvtu(file, pieces=1):
     file = pathlib.Path(file)
     width = -(-len(cells()) // pieces)
-    for n in range(pieces):
-        vtu(f"{file}.piece{n}.vtu", part=range(n * width, (n + 1) * width))
+    names = [f"{file}.piece{n if pieces > 1 else ''}.vtu" for n in range(pieces)]
+    for n, name in enumerate(names):
+        vtu(name, part=range(n * width, (n + 1) * width))
     arrays = '<PDataArray type="Float64" Name="p"/><PDataArray type="Float64" Name="U" NumberOfComponents="3"/>'
     file.write_text(
         '<VTKFile type="PUnstructuredGrid" version="0.1"><PUnstructuredGrid GhostLevel="0">'
         f'<PPointData>{arrays}</PPointData><PPoints><PDataArray type="Float64" NumberOfComponents="3"/></PPoints>'
-        + "".join(f'<Piece Source="{file.name}.piece{n}.vtu"/>' for n in range(pieces)) + "</PUnstructuredGrid></VTKFile>\n")
+        + "".join(f'<Piece Source="{pathlib.Path(name).name}"/>' for name in names) + "</PUnstructuredGrid></VTKFile>\n")
 
 
 def vtm(file):
