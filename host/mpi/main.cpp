@@ -45,7 +45,7 @@ int main(int argc, char** argv)
 {
   int level = 0;
   MPI_Init_thread(&argc, &argv, MPI_THREAD_FUNNELED, &level);  // VTK has threads; they do not talk
-  CommandWatch::heed(SIGTERM);  // mpirun's own way to pass on Ctrl-C
+  CommandWatch::heed(SIGTERM);                                 // mpirun's own way to pass on Ctrl-C
   int status = 0;
   {
     MpiCommunicator communicator;
