@@ -61,6 +61,8 @@ struct Head {
   Vec at{};
   double reach = 0;
   bool isBackward = false;
+  Vec push{};     // over a seam, when nobody has it where it is
+  int tries = 0;  // of that
 };
 
 // A part of a line, of what a tracer gave.
@@ -74,6 +76,7 @@ struct Way {
   std::int64_t head = 0;
   double length = 0;
   Vec next{};
+  Vec push{};
   std::int64_t leaves = 0;  // the piece, not the reach
 };
 
@@ -132,7 +135,7 @@ class Rounds {
         continue;
       ways[i].head = static_cast<std::int64_t>(i);
       if (ways[i].leaves)
-        ways[i].next = ways[i].next + beyond(m_parts[i].back(), isBackward);
+        ways[i].push = beyond(m_parts[i].back(), isBackward);
       m_ways.push_back(ways[i]);
     }
   }
@@ -159,7 +162,9 @@ class Rounds {
       Way& way = ways[head];
       for (vtkIdType i = 1; i < ids->GetNumberOfIds(); ++i)
         way.length += length(pointOf(*lines, ids->GetId(i)) - pointOf(*lines, ids->GetId(i - 1)));
-      way.leaves = static_cast<int>(reasons->GetTuple1(line)) == vtkStreamTracer::OUT_OF_DOMAIN;
+      const auto reason = static_cast<int>(reasons->GetTuple1(line));
+      way.leaves = reason != vtkStreamTracer::OUT_OF_LENGTH && reason != vtkStreamTracer::OUT_OF_STEPS
+                   && reason != vtkStreamTracer::STAGNATION;
       way.next = pointOf(*lines, ids->GetId(ids->GetNumberOfIds() - 1));
       m_parts[head].push_back({lines, line});
     }
@@ -208,6 +213,14 @@ class Rounds {
     return speed > 0 ? ((isBackward ? -1 : 1) * usualStep / 500 * size / speed) * along : Vec{};
   }
 
+  // The last step may have ended further before the seam than it was to: up to a tenth of a cell.
+  static void pushOn(const Head& head, std::vector<Head>& next)
+  {
+    constexpr int most = 4;
+    if (head.tries < most && length(head.push) > 0)
+      next.push_back({head.at + head.push, head.reach, head.isBackward, 3 * head.push, head.tries + 1});
+  }
+
   // Of those who could follow a line, the one who came furthest has done it.
   bool handOver()
   {
@@ -227,13 +240,16 @@ class Rounds {
     }
     std::vector<Head> next;
     for (std::size_t i = 0; i < m_heads.size(); ++i) {
-      if (best[i].length <= 0)
+      if (best[i].length
+          <= 1e-6 * m_size) {  // a point at the very seam is in two pieces, and leaves both at once
+        pushOn(m_heads[i], next);
         continue;
+      }
       if (by[i] == static_cast<std::size_t>(Communicator::instance().rank()))
         keep(m_parts[i], m_heads[i].reach);
       const double left = m_heads[i].reach - best[i].length;
-      if (best[i].leaves && left > 0 && best[i].length > 1e-9 * m_size)
-        next.push_back({best[i].next, left, m_heads[i].isBackward});
+      if (best[i].leaves && left > 0)
+        next.push_back({best[i].next + best[i].push, left, m_heads[i].isBackward, 3 * best[i].push, 0});
     }
     m_heads = std::move(next);
     return !m_heads.empty();
