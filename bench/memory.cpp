@@ -2,15 +2,18 @@
 // its own.
 //   bench_memory [OBJECTS...]
 // Rows: peer, objects, MiB at the peak, MiB above a process that only makes the text (of "ksl run": that is given an
-// empty text), bytes an object of that.
+// empty text), bytes an object of that. "# edit" lines: live bytes that an edit of one parameter leaves, from one end
+// of the model to the other.
 #include "bench/Baselines.h"
 #include "bench/LibraryPeer.h"
 #include "bench/Model.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <malloc.h>
 #include <string>
 #include <sys/resource.h>
 #include <sys/wait.h>
@@ -29,6 +32,7 @@ void loadInto(Peer& peer, const std::string& text)
 }
 
 constexpr const char* real = "library, real";
+constexpr const char* undone = "library, undone and redone";
 
 void work(const std::string& peer, const std::string& text)
 {
@@ -43,8 +47,13 @@ void work(const std::string& peer, const std::string& text)
     _exit(store.size() ? 0 : 1);
   }
   if (peer.starts_with("library")) {
-    LibraryPeer store(peer == real ? realRules() : modelRules(peer == "library" ? paramCount : 50));
+    LibraryPeer store(peer == real ? realRules()
+                                   : modelRules(peer == "library, 50 parameters" ? 50 : paramCount));
     loadInto(store, text);
+    if (peer == undone) {
+      store.undo();
+      store.redo();
+    }
     _exit(store.size() ? 0 : 1);
   }
   _exit(text.empty() ? 1 : 0);  // "text": nothing but the text itself
@@ -97,6 +106,23 @@ std::pair<long, long> peaksOfRun(const std::filesystem::path& program, Parameter
   return peaks;
 }
 
+// In a process of its own; edits of different objects, each a command.
+void printEdits(const Shape& shape)
+{
+  peakOf("edits", [&] {
+    LibraryPeer store;
+    store.load(modelText(shape));
+    const long edits = std::min(shape.objects / 2, 10000L);
+    const auto live = [] { return static_cast<double>(mallinfo2().uordblks + mallinfo2().hblkhd); };
+    const double before = live();
+    for (long k = 0; k < edits; ++k)
+      store.run(editText(k * (shape.objects / edits), shape, paramName(1), "brass-" + std::to_string(k)));
+    std::printf("# edit\t%ld\t%.0f bytes\n", shape.objects, (live() - before) / static_cast<double>(edits));
+    std::fflush(stdout);
+    _exit(0);
+  });
+}
+
 void print(const char* peer, long objects, long peak, long without)
 {
   std::printf("%s\t%ld\t%.1f\t%.1f\t%.0f\n", peer, objects, static_cast<double>(peak) / 1024,
@@ -121,7 +147,7 @@ int main(int argc, char** argv)
       return peakOf(peer, [&] { work(peer, modelText({objects}, parameters)); });
     };
     const long text = peakOfPeer("text", Parameters::plain);
-    for (const char* peer : {"map", "flat", "library", "library, 50 parameters"})
+    for (const char* peer : {"map", "flat", "library", undone, "library, 50 parameters"})
       print(peer, objects, peakOfPeer(peer, Parameters::plain), text);
     print(real, objects, peakOfPeer(real, Parameters::real), peakOfPeer("text", Parameters::real));
     for (const auto& [name, parameters] :
@@ -129,6 +155,7 @@ int main(int argc, char** argv)
       const auto [with, without] = peaksOfRun(program, parameters, objects);
       print(name, objects, with, without);
     }
+    printEdits({objects});
   }
   return 0;
 }

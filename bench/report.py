@@ -48,7 +48,7 @@ def times(table):
 
 
 def memory(file):
-    rows = [line.rstrip("\n").split("\t") for line in open(file)][1:]
+    rows = [line.rstrip("\n").split("\t") for line in open(file) if line[0] != "#"][1:]
     map_peak = {row[1]: float(row[2]) for row in rows if row[0] == "map"}
     print("| peer | objects | peak MiB | × map | bytes an object above the text |")
     print("|---|---:|---:|---:|---:|")

@@ -37,11 +37,10 @@ class HelpFormatter : public CLI::Formatter {
 
 void readTrace(const std::string& words, RunCommand::Options& options)
 {
-  const std::vector<std::pair<std::string, bool*>> traces = {{"notify", &options.traceNotifications},
-                                                             {"changes", &options.traceChanges},
-                                                             {"errors", &options.input.traceErrors},
-                                                             {"graph", &options.traceGraph},
-                                                             {"files", &options.traceFiles}};
+  const std::vector<std::pair<std::string, bool*>> traces = {
+      {"notify", &options.traceNotifications}, {"changes", &options.traceChanges},
+      {"errors", &options.input.traceErrors},  {"graph", &options.traceGraph},
+      {"files", &options.traceFiles},          {"results", &options.traceResults}};
   for (const std::string& word : orv::StringUtilities::stringToVector(words, ','))
     *meaningOf<bool*>("--trace", word, traces) = true;
 }
@@ -60,7 +59,7 @@ void addWatching(CLI::App& command, RunCommand::Options& options)
   command.add_flag("--state{/}", options.state,
                    "Print the state text of all objects at the end, or of these");
   addOption(command, "--trace", "WORD,...",
-            "Tell on standard error what goes on: notify, changes, errors, graph, files",
+            "Tell on standard error what goes on: notify, changes, errors, graph, files, results",
             [&options](const std::string& words) { readTrace(words, options); });
   command.add_flag("--timings", options.timings, "Tell on standard error what each command changed and took");
 }

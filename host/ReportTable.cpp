@@ -181,6 +181,10 @@ Expression '%s' depends on a location '%s' which does not exist.
 4 | No object can be the location. | Correct the name.
 Expression '%s' tries to use object '%s' as a variable.
 4 | The object has no value. | Name one that has.
+Variable '%s' has no value: nothing is computed for it.
+4 | The variable's value is computed, and what it is computed from is missing. | Complete the object.
+Variable '%s' is out of date.
+4 | The variable's value is computed, and what it is computed from has changed since. | Enter > update.
 Expression '%s' does not exist.
 4 | Nobody has defined it. | Define it in EXPRESSIONS.
 '%s' is not a name that expressions can use.

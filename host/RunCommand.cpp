@@ -38,6 +38,9 @@ void RunCommand::enter(const Texts& texts)
   std::optional<GraphTrace> graph;
   if (m_options.traceGraph || m_options.timings)
     graph.emplace(m_options.traceGraph);
+  std::optional<ResultsTrace> results;
+  if (m_options.traceResults)
+    results.emplace();
   if (m_options.traceChanges || m_options.timings)
     orv::KSLCoreAPI::instance()->recordKSLChanges(true);
   GraphTrace* const trace = graph ? &*graph : nullptr;

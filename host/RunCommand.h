@@ -18,6 +18,7 @@ class RunCommand {
     bool traceChanges = false;
     bool traceGraph = false;
     bool traceFiles = false;
+    bool traceResults = false;
     bool timings = false;
     // Files, empty for none: the texts are recorded in a session file; a state is loaded before them and one is saved
     // after them; a session is replayed in their place.

@@ -43,6 +43,12 @@ void GraphTrace::ended(const orv::SchedulerObject& scheduler, Reasons reasons, d
             << millisecondsText(seconds) << '\n';
 }
 
+void ResultsTrace::recalled(std::string_view what, bool found) noexcept
+{
+  CommandWatch::eraseLine();
+  std::cerr << (found ? "found " : "made ") << what << '\n';
+}
+
 // ---------------------------------------------------------------------------------------------------- changes
 
 std::string millisecondsText(double seconds)

@@ -1,6 +1,7 @@
 // Shows what goes on in the library, on standard error.
 #pragma once
 
+#include "platform/ORVResultMemory.h"
 #include "platform/ORVUtilities.h"
 #include "session/CalculationLog.h"
 
@@ -40,6 +41,20 @@ class GraphTrace : public orv::CalculationWatch {
  private:
   bool m_printing;
   std::size_t m_calculations = 0;
+};
+
+// Writes "made FUNCTION SUBJECT" for each result that a calculation library made, and "found FUNCTION SUBJECT" for each
+// that it had made before. Set while it lives.
+class ResultsTrace : public orv::ResultTrace {
+ public:
+  ResultsTrace() : m_former(orv::ResultMemory::instance().setTrace(this)) {}
+  ~ResultsTrace() override { orv::ResultMemory::instance().setTrace(m_former); }
+  ResultsTrace(const ResultsTrace&) = delete;
+  ResultsTrace& operator=(const ResultsTrace&) = delete;
+  void recalled(std::string_view what, bool found) noexcept override;
+
+ private:
+  orv::ResultTrace* m_former;
 };
 
 // What the last command did: "value PATH NAME = TEXT", "deleted PATH", "removed PATH NAME", in the order in

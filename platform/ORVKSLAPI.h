@@ -57,13 +57,18 @@ class ORV_API KSLChangeProcessor {
   virtual void visit(const KSLChange& change);
 };
 
-// An ordered list of changes: a small value that knows none of its consumers.
+class ChangeGroup;
+class ChangeGroups;
+
+// An ordered list of changes: a small value that knows none of its consumers. What it holds are groups (see there), so
+// that a definition with all its parameters takes little more than one change; each change is told as its own.
 class ORV_API KSLChangeList {
  public:
   enum class Direction { forward = 0, backward = 1 };
 
   // The modifier is not owned and may be null; it sees every change that is added.
-  explicit KSLChangeList(std::string name = {}, ChangeListModifierIF* modifier = nullptr);
+  explicit KSLChangeList(const std::string& name = {}, ChangeListModifierIF* modifier = nullptr);
+  KSLChangeList(SharedText name, ChangeListModifierIF* modifier);
   KSLChangeList(const KSLChangeList& other);
   KSLChangeList(KSLChangeList&& other) noexcept;
   KSLChangeList& operator=(KSLChangeList other) noexcept;
@@ -78,12 +83,13 @@ class ORV_API KSLChangeList {
   // Shows the change to the modifier, and appends it unless that drops it.
   void add(KSLChange change);
 
-  const std::string& getName() const { return m_name; }
+  const std::string& getName() const { return m_name.str(); }
   void setModifier(ChangeListModifierIF* modifier) { m_modifier = modifier; }
   ChangeListModifierIF* getModifier() const { return m_modifier; }
   bool empty() const { return m_size == 0; }
   std::size_t size() const { return m_size; }
-  const KSLChange& operator[](std::size_t index) const;
+  // O(log n). Who goes through a list lets process() show it.
+  KSLChange operator[](std::size_t index) const;
   void clear();
   void swapChanges(KSLChangeList& other) noexcept;  // names and modifiers stay
   // Forgets the newest changes until `size` are left; nothing when there are no more. Cannot fail.
@@ -94,12 +100,17 @@ class ORV_API KSLChangeList {
   void process(Direction direction, KSLChangeProcessor* processor) const;
 
  private:
+  friend class ChangeGroups;
   // Chunks of growing size: appending moves nothing, and a short list is small.
-  using Chunk = std::vector<KSLChange>;
-  std::string m_name;
+  struct Chunk;
+  ChangeGroup& append(ChangeGroup&& group);
+  ChangeGroup* last() noexcept;
+
+  SharedText m_name;
   ChangeListModifierIF* m_modifier;  // not owned
   std::vector<Chunk> m_chunks;
-  std::size_t m_size = 0;
+  std::size_t m_size = 0;  // changes
+  std::size_t m_cuts = 0;  // how often changes have gone
 };
 
 // Appends each visited change to a list.
@@ -364,6 +375,8 @@ class ORV_API KSLAPIUpdateProcessor : public KSLChangeProcessor {
                     const std::string& oldValue) override;
   void deletedParam(const std::string& path, const std::string& name, const std::string& value) override;
   void visit(const KSLChange& change) override;
+  // As if the list showed all its changes backward, but an object with its parameters comes and goes in one piece.
+  void takeBack(const KSLChangeList& inverses);
 
  private:
   KSLAPI* m_store;

@@ -115,6 +115,8 @@ class ORV_API SharedText {
   explicit SharedText(std::string_view text);
   explicit SharedText(std::string&& text);
   explicit SharedText(const char* text);  // null is the empty text
+  // The same for who knows the hash of the text.
+  SharedText(std::string_view text, std::uint32_t hash);
   SharedText(const SharedText& other) noexcept : m_rep(other.m_rep)
   {
     if (m_rep)
@@ -145,10 +147,25 @@ class ORV_API SharedText {
     return m_rep == other.m_rep || (m_rep && other.m_rep && m_rep->text == other.m_rep->text);
   }
   bool operator==(std::string_view text) const noexcept { return str() == text; }
+  // Of the text; found once for each text object. Never 0.
+  std::uint32_t hash() const noexcept
+  {
+    if (!m_rep)
+      return hashOf({});
+    if (m_rep->hash == 0)
+      m_rep->hash = hashOf(m_rep->text);
+    return m_rep->hash;
+  }
+  static std::uint32_t hashOf(std::string_view text) noexcept
+  {
+    const auto hash = static_cast<std::uint32_t>(std::hash<std::string_view>()(text));
+    return hash == 0 ? 1 : hash;
+  }
 
  private:
   struct Rep {
     std::uint32_t count;
+    std::uint32_t hash;  // 0 until it is asked for
     std::string text;
   };
   static const std::string& emptyText() noexcept;

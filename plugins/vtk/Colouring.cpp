@@ -1,6 +1,7 @@
 #include "Colouring.h"
 
 #include "platform/ORVError.h"
+#include "Memory.h"
 #include "Pieces.h"
 #include "running.h"
 
@@ -63,12 +64,21 @@ Range rangeIn(const std::string& path, const std::string& name, vtkDataSet& data
   return range.low <= range.high ? range : Range{0, 1};
 }
 
+// Over all of a mesh, for whoever shows the variable.
+Range rangeIn(const std::string& path, const std::string& name, const Mesh& mesh)
+{
+  const orv::ResultKey key = orv::ResultKey("rangeIn").addAll(name, mesh.key);
+  return *remembered<Range>(key, "rangeIn", path, [&](Making&) {
+    return std::make_shared<Range>(rangeIn(path, name, *mesh.cells, mesh.units));
+  });
+}
+
 Range rangeOf(const Colouring& colouring, const Place& place, const Variable& variable)
 {
   const bool isLocal = colouring.mode == "Local" || !place.mesh;
   Range range = colouring.mode == "Fixed" ? Range{0, 1}
                 : isLocal ? rangeIn(colouring.path, colouring.variable, *place.data, place.units)
-                          : rangeIn(colouring.path, colouring.variable, *place.mesh->cells, place.units);
+                          : rangeIn(colouring.path, colouring.variable, *place.mesh);
   if (colouring.low)
     range.low = inUnits(*colouring.low, variable.units);
   if (colouring.high)

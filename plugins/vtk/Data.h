@@ -1,6 +1,7 @@
 // What the calculations keep with their objects: meshes, places in them, and what is shown there.
 #pragma once
 
+#include "platform/ORVResultMemory.h"
 #include "database/KSLObject.h"
 #include "rules/GenericKSLObject.h"
 #include "Ptr.h"
@@ -36,12 +37,14 @@ struct Mesh {
   Units units;
   std::vector<double> times;  // that the file has
   double time = 0;
+  orv::ResultKey key;                // what it was computed from
+  std::shared_ptr<const Mesh> base;  // that all but a field of it is; null for what was read
 };
 
 // A variable made from others.
 struct Field {
   std::string name;
-  std::string key;  // differs when the values do
+  orv::ResultKey key;
   std::function<void(Mesh&)> addTo;
 };
 
@@ -59,6 +62,10 @@ struct Place {
   Units units;
   std::shared_ptr<const Mesh> mesh;
   bool isAtFirst = false;  // of several processes, the first has all of it
+  double size = 0;         // area or volume
+  double level = 0;        // of a level surface, with its units
+  std::string levelUnits;
+  orv::ResultKey key;  // what it was computed from
 };
 
 struct Legend {
@@ -75,16 +82,31 @@ struct Show {
   bool isColoured = false;  // by the point array "colour" and the legend's table
   Legend legend;
   bool isLit = true;
-  Ptr<vtkPolyData> lines;  // over the body, in one dark colour; null without
-  double lineWidth = 1;    // in points of the picture
+  Ptr<vtkPolyData> lines;             // over the body, in one dark colour; null without
+  double lineWidth = 1;               // in points of the picture
+  std::shared_ptr<const void> basis;  // a result that it is made of; null without
 };
+
+// Unlike any other where nobody can find it again.
+template <class T>
+orv::ResultKey keyOf(const std::shared_ptr<const T>& result)
+{
+  if constexpr (requires { result->key; })
+    return result ? result->key : orv::ResultKey();
+  else
+    return orv::ResultKey::unique();
+}
 
 // What an object keeps is a recipe, and what it gave for the present.
 template <class T>
 struct Kept : orv::ObjectData {
   using Recipe = std::function<std::shared_ptr<const T>(const Request&)>;
-  explicit Kept(Recipe made) : recipe(std::move(made)), now(recipe({})) {}
-  Kept(Recipe made, std::shared_ptr<const T> present) : recipe(std::move(made)), now(std::move(present)) {}
+  explicit Kept(Recipe made) : Kept(made, made({})) {}
+  Kept(Recipe made, std::shared_ptr<const T> present)
+      : ObjectData(keyOf(present)),
+        recipe(std::move(made)),
+        now(std::move(present))
+  {}
   std::shared_ptr<const T> at(const Request& request) const
   {
     return request.isPresent() ? now : recipe(request);

@@ -104,24 +104,25 @@ fs::path foamRoot(const std::string& file)
 }
 
 // A mesh that moves stands beside the fields of any time before.
-std::string foamVersion(const fs::path& root, double time, bool isDecomposed)
+std::vector<std::string> foamFiles(const fs::path& root, std::optional<double> time, bool isDecomposed)
 {
   std::error_code failure;
-  std::string stamps = stampOf(root / "system" / "controlDict");
+  std::set<fs::path> files{root / "system" / "controlDict"};
   const auto add = [&](const fs::path& folder) {
-    std::set<fs::path> files;
     for (const fs::directory_entry& entry : fs::recursive_directory_iterator(folder, failure))
       files.insert(entry.path());
-    for (const fs::path& file : files)
-      stamps += stampOf(file);
   };
   for (const fs::path& part : isDecomposed ? partsOf(root) : std::set<fs::path>{root}) {
-    add(timeDirectory(part, time));
+    if (!time) {
+      files.insert(part);
+      continue;
+    }
+    add(timeDirectory(part, *time));
     add(part / "constant" / "polyMesh");
     for (const fs::directory_entry& entry : fs::directory_iterator(part, failure))
       add(entry.path() / "polyMesh");
   }
-  return stamps;
+  return {files.begin(), files.end()};
 }
 
 FoamFields foamFields(const std::string& controlDict, double time, bool isDecomposed)

@@ -1,37 +1,59 @@
-// What was computed not long ago, for when it is wanted again: a command that is taken back, a switch to and fro.
+// What was computed not long ago, for when it is wanted again: the core's memory of results, for VTK's data.
 #pragma once
 
+#include "platform/ORVResultMemory.h"
+#include "Communicator.h"
+
 #include <cstddef>
-#include <functional>
 #include <memory>
 #include <string>
+#include <utility>
+
+class vtkDataObject;
 
 namespace results {
 
-struct Mesh;
+// By the environment's KSL_RESULTS_MEMORY, in megabytes: how much may be kept that nobody uses. For the beginning of the
+// library.
+void limitMemory();
 
-class Memory {
+std::size_t memoryOf(vtkDataObject& data);
+
+// A result while it is made. What it takes is the same for all processes, that of the one where it takes most: so their
+// memories, which have the same limit, let go of the same results.
+class Making {
  public:
-  // What the key stands for: remembered, or made and remembered. The key says all that the result hangs on.
+  explicit Making(orv::ResultMemory::Making& making) : m_making(making) {}
+  void takes(std::size_t bytes);
   template <class T>
-  static std::shared_ptr<const T> recall(const std::string& key,
-                                         const std::function<std::shared_ptr<const T>()>& make)
+  std::shared_ptr<const T> hold(const std::shared_ptr<const T>& other)
   {
-    if (auto known = std::static_pointer_cast<const T>(find(key)))
-      return known;
-    std::shared_ptr<const T> made = make();
-    add(key, made, sizeOf(*made));
-    return made;
+    return m_making.hold(other);
   }
-  static void clear();
 
  private:
-  static std::shared_ptr<const void> find(const std::string& key);
-  static std::shared_ptr<const void> findHere(const std::string& key);
-  // The oldest go while there is more than the environment's KSL_RESULTS_MEMORY, in megabytes (512 without), that nobody
-  // else holds.
-  static void add(const std::string& key, std::shared_ptr<const void> value, std::size_t kilobytes);
-  static std::size_t sizeOf(const Mesh& mesh);
+  orv::ResultMemory::Making& m_making;
 };
+
+bool isTrueForAll(const char* what, bool isTrueHere);
+
+// What the key stands for: remembered, or made and remembered. All calculations come by here. Traces tell the function and
+// what it is for, a path or a file.
+//
+// Making it may take all processes: so it is found by all of them, or made by all, whatever each of them remembers.
+template <class T, class Make>
+std::shared_ptr<const T> remembered(const orv::ResultKey& key, const char* function,
+                                    const std::string& subject, Make&& make)
+{
+  orv::ResultMemory& memory = orv::ResultMemory::instance();
+  const std::string what = std::string(function) + " " + subject;
+  const auto makeHere = [&make](orv::ResultMemory::Making& inner) {
+    Making making(inner);
+    return make(making);
+  };
+  if (Communicator::instance().isAlone() || isTrueForAll("remembered", memory.has<T>(key)))
+    return memory.recall<T>(key, what, makeHere);
+  return memory.makeAnew<T>(key, what, makeHere);
+}
 
 }  // namespace results

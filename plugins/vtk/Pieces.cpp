@@ -226,15 +226,15 @@ std::string kindsOf(const Mesh* mesh)
 }
 
 // What the pieces of all have.
-struct Common {
+struct CommonKinds {
   std::string cells;
   std::vector<std::pair<std::string, std::string>> regions;
   Units units;
 };
 
-Common commonOf(const std::vector<std::string>& all)
+CommonKinds commonOf(const std::vector<std::string>& all)
 {
-  Common common;
+  CommonKinds common;
   for (const std::string& kinds : all) {
     const std::vector<std::string> parts = orv::StringUtilities::stringToVector(kinds, partMark);
     if (kinds.empty() || parts.empty())
@@ -270,7 +270,7 @@ void requireAll(const Mesh& mesh, const std::vector<std::string>& all)
   }
 }
 
-void completeRegions(Mesh& mesh, const Common& common)
+void completeRegions(Mesh& mesh, const CommonKinds& common)
 {
   std::vector<Region> regions;
   for (const auto& [name, kind] : common.regions) {
@@ -310,7 +310,7 @@ std::shared_ptr<Mesh> shared(std::shared_ptr<Mesh> mesh, bool isPiece)
   if (mesh && !isPiece)
     split(*mesh);
   const std::vector<std::string> all = exchanged("pieces", kindsOf(mesh.get()));
-  const Common common = commonOf(all);
+  const CommonKinds common = commonOf(all);
   if (common.cells.empty())
     return nullptr;
   if (mesh) {

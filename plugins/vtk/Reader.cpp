@@ -330,7 +330,7 @@ std::shared_ptr<Mesh> readFoam(const ReadOptions& options, double time)
   return mesh;
 }
 
-std::shared_ptr<const Mesh> readNew(const ReadOptions& options, double time)
+std::shared_ptr<Mesh> readNew(const ReadOptions& options, double time)
 {
   const bool isPiece = isInPieces(options);
   std::shared_ptr<Mesh> mesh;
@@ -371,29 +371,40 @@ std::vector<fs::path> namedIn(const fs::path& file)
   return files;
 }
 
-std::string stampsOf(const fs::path& file)
+void addFiles(orv::ResultKey& key, const fs::path& file)
 {
-  std::string stamps;
   std::set<fs::path> known{file};
   std::vector<fs::path> waiting{file};
   while (!waiting.empty()) {
     const fs::path next = waiting.back();
     waiting.pop_back();
-    stamps += stampOf(next);
+    key.addFile(next.string());
     for (const fs::path& named : namedIn(next)) {
       if (known.insert(named).second)
         waiting.push_back(named);
     }
   }
-  return stamps;
 }
 
-// What a mesh was read from: its name, the sizes of its files, and when they were written.
-std::string versionOf(const ReadOptions& options, double time)
+// What is there to be read: all, or at a time. Of several processes each has a piece of its own, and a file that one of them
+// sees change has changed for all.
+orv::ResultKey keyOf(const ReadOptions& options, const char* function, std::optional<double> time)
 {
-  return fs::absolute(options.file).string() + "|"
-         + (isOpenFoam(options.file) ? foamVersion(foamRoot(options.file), time, options.isDecomposed)
-                                     : stampsOf(options.file));
+  orv::ResultKey key(function);
+  key.addAll(options.file, options.isDecomposed);
+  if (isOpenFoam(options.file)) {
+    for (const std::string& file : foamFiles(foamRoot(options.file), time, options.isDecomposed))
+      key.addFile(file);
+  } else {
+    addFiles(key, options.file);
+  }
+  const Communicator& processes = Communicator::instance();
+  if (processes.isAlone())
+    return key;
+  orv::ResultKey piece(function);
+  for (const std::string& each : exchanged("files", key.toString()))
+    piece.add(each);
+  return piece.addAll(processes.rank(), processes.size());
 }
 
 }  // namespace
@@ -408,32 +419,41 @@ bool isOpenFoam(const std::string& file)
 
 std::vector<double> timesIn(const ReadOptions& options)
 {
-  std::vector<double> times;
-  if (endingOf(options.file) == ".pvd") {
-    for (const Listed& listed : readCollection(options.file))
-      times.push_back(listed.time);
-  } else if (isOfCommonFiles(options)) {
-    times = collatedTimes(foamRoot(options.file));
-  } else {
-    const OwnPart own(options);
-    if (!own.isEmpty())
-      own.told([&] { times = timesOf(options.file, *readerOf(own.options())); });
-  }
-  std::sort(times.begin(), times.end());
-  times.erase(std::unique(times.begin(), times.end()), times.end());
-  return sameForAll(times, options.file);
+  const auto find = [&](Making&) {
+    auto times = std::make_shared<std::vector<double>>();
+    if (endingOf(options.file) == ".pvd") {
+      for (const Listed& listed : readCollection(options.file))
+        times->push_back(listed.time);
+    } else if (isOfCommonFiles(options)) {
+      *times = collatedTimes(foamRoot(options.file));
+    } else {
+      const OwnPart own(options);
+      if (!own.isEmpty())
+        own.told([&] { *times = timesOf(options.file, *readerOf(own.options())); });
+    }
+    std::sort(times->begin(), times->end());
+    times->erase(std::unique(times->begin(), times->end()), times->end());
+    *times = sameForAll(*times, options.file);
+    return times;
+  };
+  return *remembered<std::vector<double>>(keyOf(options, "timesIn", {}), "timesIn", options.file, find);
 }
 
 std::shared_ptr<const Mesh> readMesh(const ReadOptions& options, double time)
 {
-  requireFile(options.file);
-  std::string key =
-      join({"mesh", versionOf(options, time), options.isDecomposed ? "parts" : "whole",
-            orv::StringUtilities::toString(options.scale), orv::StringUtilities::toString(time)},
-           "|");
+  orv::ResultKey key = keyOf(options, "readMesh", time);
+  key.addAll(time, options.scale);
   for (const auto& [name, units] : options.units)
-    key += "|" + name + "=" + units;
-  return Memory::recall<Mesh>(key, [&] { return readNew(options, time); });
+    key.addAll(name, units);
+  return remembered<Mesh>(key, "readMesh", options.file, [&](Making& making) {
+    const std::shared_ptr<Mesh> mesh = readNew(options, time);
+    mesh->key = key;
+    std::size_t bytes = memoryOf(*mesh->cells);
+    for (const Region& region : mesh->regions)
+      bytes += memoryOf(*region.faces);
+    making.takes(bytes);
+    return mesh;
+  });
 }
 
 }  // namespace results

@@ -5,6 +5,7 @@
 
 #include <filesystem>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -33,8 +34,9 @@ bool isOpenFoam(const std::string& file);
 // ---- Of OpenFOAM cases
 
 std::filesystem::path foamRoot(const std::string& file);
-// What all files that a mesh is read from were when it was read.
-std::string foamVersion(const std::filesystem::path& root, double time, bool isDecomposed);
+// The files and directories that tell which times there are; of a time, those that its mesh is read from.
+std::vector<std::string> foamFiles(const std::filesystem::path& root, std::optional<double> time,
+                                   bool isDecomposed);
 
 // Whether the parts of a decomposed case stand in common files; their times; and one time of it with a folder for each part.
 bool isCollated(const std::filesystem::path& root);

@@ -210,7 +210,7 @@ Window& kept()
 
 Ptr<vtkRenderWindow> windowWith(int samples)
 {
-  if (kept().process != getpid())
+  if (kept().window && kept().process != getpid())
     new Ptr<vtkRenderWindow>(std::move(kept().window));
   if (kept().samples != samples)
     closeWindow();

@@ -23,15 +23,6 @@ ScratchFolder::~ScratchFolder()
   std::filesystem::remove_all(m_path, failure);
 }
 
-std::string stampOf(const std::filesystem::path& file)
-{
-  std::error_code failure;
-  const auto written = std::filesystem::last_write_time(file, failure).time_since_epoch().count();
-  const auto size =
-      std::filesystem::is_regular_file(file, failure) ? std::filesystem::file_size(file, failure) : 0;
-  return std::to_string(written) + "," + std::to_string(size) + ";";
-}
-
 std::string readFile(const std::string& file)
 {
   std::ifstream stream(file, std::ios::binary);

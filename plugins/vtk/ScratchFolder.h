@@ -18,7 +18,6 @@ class ScratchFolder {
   std::filesystem::path m_path;
 };
 
-std::string stampOf(const std::filesystem::path& file);  // differs once it is written again
 std::string readFile(const std::string& file);
 void writeFile(const std::string& file, const std::string& content);
 

@@ -28,6 +28,15 @@ Streams::Streams(const orv::KSLObject& object)
   }
 }
 
+orv::ResultKey Streams::keyFor(const Mesh& mesh, const Place* seeds) const
+{
+  orv::ResultKey key("followStreams");
+  key.addAll(m_variable, m_option, m_direction, m_radius, m_reach, m_count);
+  for (const Vec& end : {m_from, m_to})
+    key.addAll(end[0], end[1], end[2]);
+  return key.addAll(mesh.key, seeds ? seeds->key : orv::ResultKey());
+}
+
 namespace {
 
 // Some of all points, evenly over their list, which is that of the pieces one behind the other.

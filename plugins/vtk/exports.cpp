@@ -35,11 +35,11 @@ ORV_CALCULATE_LIBRARY;
 extern "C" ORV_API void orvCalculateLibraryBegin()
 {
   results::silenceVtk();
+  results::limitMemory();
 }
 
 extern "C" ORV_API void orvCalculateLibraryEnd()
 {
-  results::Memory::clear();
   results::closeWindow();
   results::endDisplay();
 }

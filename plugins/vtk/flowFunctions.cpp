@@ -2,6 +2,7 @@
 #include "platform/ORVError.h"
 #include "Colouring.h"
 #include "Communicator.h"
+#include "Memory.h"
 #include "Streams.h"
 #include "functions.h"
 #include "running.h"
@@ -168,6 +169,25 @@ void placeArrows(KSLObject& object)
   setResult(object, "Arrow Scale", valuesOf<double>(ofFirst(bytesOf(std::vector<double>{*scale}))).at(0));
 }
 
+namespace {
+
+std::shared_ptr<const Place> linesIn(const Streams& streams, const std::shared_ptr<const Mesh>& mesh,
+                                     const std::shared_ptr<const Place>& seeds, const std::string& path)
+{
+  const orv::ResultKey key = streams.keyFor(*mesh, seeds.get());
+  return remembered<Place>(key, "followStreams", path, [&](Making& making) {
+    auto place = std::make_shared<Place>();
+    place->data = streams.follow(*mesh, seeds.get());
+    place->mesh = making.hold(mesh);
+    place->units = mesh->units;
+    place->key = key;
+    making.takes(memoryOf(*place->data));
+    return place;
+  });
+}
+
+}  // namespace
+
 void followStreams(KSLObject& object)
 {
   const auto* mesh = keptBy<Mesh>(namedOne(object, "Reader"), "Data");
@@ -188,19 +208,18 @@ void followStreams(KSLObject& object)
     seeds = sourceOf(*location);
   keep<Show>(object, "Colour",
              [source = sourceOf(*mesh), seeds, streams, fields, isColoured, colouring,
-              width = number(object, "Line Width", "")](const Request& request) {
+              path = object.getPath(), width = number(object, "Line Width", "")](const Request& request) {
                Request all = request;
                all.fields.insert(all.fields.end(), fields.begin(), fields.end());
-               Place place;
-               place.mesh = source(all);
-               place.units = place.mesh->units;
-               place.data = streams.follow(*place.mesh, seeds ? seeds(request).get() : nullptr);
+               const std::shared_ptr<const Place> place =
+                   linesIn(streams, source(all), seeds ? seeds(request) : nullptr, path);
                auto show = std::make_shared<Show>();
-               const Ptr<vtkPolyData> lines = vtkPolyData::SafeDownCast(place.data);
+               const Ptr<vtkPolyData> lines = vtkPolyData::SafeDownCast(place->data);
                if (isColoured)
-                 show = coloured(colouring, place, lines, false);
+                 show = coloured(colouring, *place, lines, false);
                else
                  show->body = lines;
+               show->basis = place;
                show->isLit = false;
                show->lineWidth = width;
                return show;

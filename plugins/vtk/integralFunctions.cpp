@@ -1,6 +1,7 @@
 // Sums over places.
 #include "platform/ORVError.h"
 #include "platform/ORVUnits.h"
+#include "Memory.h"
 #include "Numbers.h"
 #include "Pieces.h"
 #include "Surface.h"
@@ -279,6 +280,18 @@ Sum sumOver(const Integral& integral, const Place& place)
   return sum;
 }
 
+std::shared_ptr<const Sum> sumAt(const Integral& integral, const Place& place)
+{
+  orv::ResultKey key("integrate");
+  key.addAll(integral.option, integral.variable, integral.density, integral.userUnits, integral.isReversed);
+  if (integral.densityValue)
+    key.addAll(integral.densityValue->getValue(), integral.densityValue->getUnits());
+  for (const Vec& vector : {integral.direction, integral.about})
+    key.addAll(vector[0], vector[1], vector[2]);
+  return remembered<Sum>(key.add(place.key), "integrate", integral.path,
+                         [&](Making&) { return std::make_shared<Sum>(sumOver(integral, place)); });
+}
+
 Numbers asNumbers(const Integral& integral, const Sum& sum)
 {
   Numbers numbers;
@@ -319,7 +332,8 @@ Integral integralOf(const KSLObject& object)
 
 void tell(KSLObject& object, const Sum& sum)
 {
-  setResult(object, "Result", sum.value, sum.units);
+  for (const char* name : {"Result", "Value"})
+    setResult(object, name, sum.value, sum.units);
   setResult(object, "Size", sum.size, sum.sizeUnits);
   if (sum.isVector)
     setResult(object, "Components", std::span<const double>(sum.vector), sum.units);
@@ -332,25 +346,25 @@ void tell(KSLObject& object, const Sum& sum)
 void integrate(KSLObject& object)
 {
   const auto* kept = keptBy<Place>(namedOne(object, "Location"), "Geometry");
-  for (const char* name : {"Result", "Size", "Components", "Position"})
+  for (const char* name : {"Result", "Value", "Size", "Components", "Position"})
     setResult(object, name, "");
   if (!kept || !kept->now)
     return;
   std::vector<std::shared_ptr<const Field>> fields = fieldsOf(object, "Variable");
   for (const auto& field : fieldsOf(object, "Density"))
     fields.push_back(field);
-  const auto sumAt = [integral = integralOf(object), fields,
-                      place = sourceOf(*kept)](const Request& request) {
+  const Integral integral = integralOf(object);
+  const auto sumFor = [&, place = sourceOf(*kept)](const Request& request) {
     Request all = request;
     all.fields.insert(all.fields.end(), fields.begin(), fields.end());
-    return sumOver(integral, *place(all));
+    return sumAt(integral, *place(all));
   };
-  const Sum present = sumAt({});
+  const std::shared_ptr<const Sum> present = sumFor({});
   keepNumbers(object, kept->now->mesh ? kept->now->mesh->times : std::vector<double>(),
               [&](const Request& request) {
-                return asNumbers(integralOf(object), request.isPresent() ? present : sumAt(request));
+                return asNumbers(integral, request.isPresent() ? *present : *sumFor(request));
               });
-  tell(object, present);
+  tell(object, *present);
 }
 
 }  // namespace results

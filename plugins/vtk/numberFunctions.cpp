@@ -3,6 +3,7 @@
 #include "platform/ORVUnits.h"
 #include "Communicator.h"
 #include "Data.h"
+#include "Memory.h"
 #include "Numbers.h"
 #include "Pieces.h"
 #include "Surface.h"
@@ -108,6 +109,8 @@ void tellProbe(KSLObject& object, const Numbers& numbers, std::size_t variables)
     for (std::size_t k = 4; k < 4 + variables; ++k)
       values.push_back(withUnits(numbers.columns[k].values[i], unitsToShow(numbers.columns[k].units)));
   }
+  const bool isOne = text(object, "Option") == "Single Point" && values.size() == 1;
+  setResult(object, "Value", isOne ? values.front() : std::string());
   setResult(object, "Positions", join(positions));
   setResult(object, "Results", join(values));
 }
@@ -129,19 +132,26 @@ Kept<Place>::Recipe probePlace(const KSLObject& object,
   const auto* kept = keptBy<Mesh>(namedOne(object, "Reader"), "Data");
   if (!kept || !kept->now)
     return {};
-  return [source = sourceOf(*kept), fields, points = probePoints(object),
-          path = object.getPath()](const Request& request) {
+  return [source = sourceOf(*kept), fields, points = probePoints(object), path = object.getPath(),
+          own = dynamic_cast<const orv::GenericKSLObject&>(object).ownResultKey("Geometry")](
+             const Request& request) {
     Request all = request;
     all.fields.insert(all.fields.end(), fields.begin(), fields.end());
-    auto place = std::make_shared<Place>();
-    place->mesh = source(all);
-    place->units = place->mesh->units;
-    place->data = sampled(*place->mesh, points);
-    place->isAtFirst = true;
-    if (countPoints(*place->data) == 0)
-      fail("probeResults", orv::_("%s lies outside the results, which extend over %s.", path,
-                                  extentText(*place->mesh->cells)));
-    return place;
+    const std::shared_ptr<const Mesh> mesh = source(all);
+    const orv::ResultKey key = orv::ResultKey(own).add(mesh->key);
+    return remembered<Place>(key, "placeProbe", path, [&](Making& making) {
+      auto place = std::make_shared<Place>();
+      place->data = sampled(*mesh, points);
+      place->isAtFirst = true;
+      if (countPoints(*place->data) == 0)
+        fail("probeResults",
+             orv::_("%s lies outside the results, which extend over %s.", path, extentText(*mesh->cells)));
+      place->mesh = making.hold(mesh);
+      place->units = mesh->units;
+      place->key = key;
+      making.takes(memoryOf(*place->data));
+      return place;
+    });
   };
 }
 
@@ -161,8 +171,8 @@ void placeProbe(KSLObject& object)
 void readProbe(KSLObject& object)
 {
   const auto* kept = keptBy<Place>(&object, "Geometry");
-  setResult(object, "Positions", "");
-  setResult(object, "Results", "");
+  for (const char* name : {"Positions", "Results", "Value"})
+    setResult(object, name, "");
   if (!kept || !kept->now)
     return;
   const ProbeMaker maker{object.getPath(), items(object, "Variable List")};

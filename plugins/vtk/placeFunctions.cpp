@@ -1,6 +1,7 @@
 // Places in the results: cuts, patches of the boundary, level surfaces, parts of the volume, points.
 #include "platform/ORVError.h"
 #include "Data.h"
+#include "Memory.h"
 #include "Pieces.h"
 #include "Seams.h"
 #include "Surface.h"
@@ -35,28 +36,43 @@ namespace {
 
 using PlaceMaker = std::function<std::shared_ptr<Place>(const std::shared_ptr<const Mesh>&)>;
 
-// Keeps a place in the results of the object's reader; nothing without results. `fields` come with the place whatever is
-// wanted of it.
-void keepPlace(KSLObject& object, PlaceMaker maker, std::vector<std::shared_ptr<const Field>> fields = {})
+// The results that the object lies in; without any, null, and nothing is told of it.
+const Kept<Mesh>* resultsFor(KSLObject& object)
 {
   const auto* kept = keptBy<Mesh>(namedOne(object, "Reader"), "Data");
-  if (!kept || !kept->now) {
-    for (const char* name : {"Triangle Count", "Cell Count", "Area", "Volume"})
-      setResult(object, name, "");
-    return;
-  }
-  keep<Place>(object, "Geometry",
-              [source = sourceOf(*kept), maker = std::move(maker),
-               fields = std::move(fields)](const Request& request) {
-                Request all = request;
-                all.fields.insert(all.fields.end(), fields.begin(), fields.end());
-                const std::shared_ptr<const Mesh> mesh = source(all);
-                std::shared_ptr<Place> place = maker(mesh);
-                takeFields(*place->data, *mesh->cells);
-                place->mesh = mesh;
-                place->units = mesh->units;
-                return place;
-              });
+  if (kept && kept->now)
+    return kept;
+  for (const char* name : {"Triangle Count", "Cell Count", "Point Count", "Area", "Volume", "Level"})
+    setResult(object, name, "");
+  return nullptr;
+}
+
+// Keeps the place that `maker` finds in the results, by what the object's own parameters say. `fields` come with the place
+// whatever is wanted of it.
+void keepPlace(KSLObject& object, const Kept<Mesh>& results, const char* function, PlaceMaker maker,
+               std::vector<std::shared_ptr<const Field>> fields = {})
+{
+  keep<Place>(
+      object, "Geometry",
+      [source = sourceOf(results), maker = std::move(maker), fields = std::move(fields), function,
+       path = object.getPath(),
+       own = dynamic_cast<orv::GenericKSLObject&>(object).ownResultKey("Geometry")](const Request& request) {
+        Request all = request;
+        all.fields.insert(all.fields.end(), fields.begin(), fields.end());
+        const std::shared_ptr<const Mesh> mesh = source(all);
+        const orv::ResultKey key = orv::ResultKey(own).add(mesh->key);
+        return remembered<Place>(key, function, path, [&](Making& making) {
+          std::shared_ptr<Place> place = maker(mesh);
+          takeFields(*place->data, *mesh->cells);
+          auto* const surface = vtkPolyData::SafeDownCast(place->data);
+          place->size = surface ? areaOf(*surface) : volumeOf(*place->data);
+          place->mesh = making.hold(mesh);
+          place->units = mesh->units;
+          place->key = key;
+          making.takes(memoryOf(*place->data));
+          return place;
+        });
+      });
 }
 
 const Place* present(const KSLObject& object)
@@ -71,7 +87,7 @@ void tellSurface(KSLObject& object)
   if (!place)
     return;
   setResult(object, "Triangle Count", static_cast<double>(countCells(*place->data)));
-  setResult(object, "Area", areaOf(*vtkPolyData::SafeDownCast(place->data)), "m^2");
+  setResult(object, "Area", place->size, "m^2");
 }
 
 [[noreturn]] void failEmpty(const std::string& path, const Mesh& mesh)
@@ -149,27 +165,32 @@ Ptr<vtkPolyData> clippedSurface(const Ptr<vtkPolyData>& surface, vtkImplicitFunc
 
 void cutResults(KSLObject& object)
 {
+  const auto* results = resultsFor(object);
+  if (!results)
+    return;
   const Plane plane = planeOf(object);
   const Ptr<vtkImplicitFunction> shape = clipShape(object, plane);
-  keepPlace(object, [plane, shape, path = object.getPath()](const std::shared_ptr<const Mesh>& mesh) {
-    const auto function = make<vtkPlane>();
-    function->SetOrigin(plane.origin.data());
-    function->SetNormal(plane.normal.data());
-    const auto cutter = make<vtkCutter>();
-    cutter->SetInputData(mesh->cells);
-    cutter->SetCutFunction(function);
-    cutter->SetOutputPointsPrecision(vtkAlgorithm::DOUBLE_PRECISION);
-    run(*cutter, "cutResults");
-    const auto clean = make<vtkStaticCleanPolyData>();  // each triangle may have come with points of its own
-    clean->SetInputData(cutter->GetOutput());
-    run(*clean, "cutResults");
-    auto place = std::make_shared<Place>();
-    place->normal = plane.normal;
-    place->data = clippedSurface(clean->GetOutput(), shape);
-    if (countCells(*place->data) == 0)
-      failEmpty(path, *mesh);
-    return place;
-  });
+  keepPlace(object, *results, "cutResults",
+            [plane, shape, path = object.getPath()](const std::shared_ptr<const Mesh>& mesh) {
+              const auto function = make<vtkPlane>();
+              function->SetOrigin(plane.origin.data());
+              function->SetNormal(plane.normal.data());
+              const auto cutter = make<vtkCutter>();
+              cutter->SetInputData(mesh->cells);
+              cutter->SetCutFunction(function);
+              cutter->SetOutputPointsPrecision(vtkAlgorithm::DOUBLE_PRECISION);
+              run(*cutter, "cutResults");
+              const auto clean =
+                  make<vtkStaticCleanPolyData>();  // each triangle may have come with points of its own
+              clean->SetInputData(cutter->GetOutput());
+              run(*clean, "cutResults");
+              auto place = std::make_shared<Place>();
+              place->normal = plane.normal;
+              place->data = clippedSurface(clean->GetOutput(), shape);
+              if (countCells(*place->data) == 0)
+                failEmpty(path, *mesh);
+              return place;
+            });
   tellSurface(object);
 }
 
@@ -199,22 +220,26 @@ std::string regionNames(const Mesh& mesh)
 
 void findPatch(KSLObject& object)
 {
-  keepPlace(object, [wanted = items(object, "Regions"),
-                     path = object.getPath()](const std::shared_ptr<const Mesh>& mesh) {
-    const auto append = make<vtkAppendPolyData>();
-    for (const std::string& name : wanted) {
-      const Ptr<vtkPolyData> faces = facesOf(*mesh, name);
-      if (!faces)
-        fail("findPatch", orv::_("Region '%s' is not in the results of %s: there are %s.", name, path,
-                                 regionNames(*mesh)));
-      append->AddInputData(faces);
-    }
-    auto place = std::make_shared<Place>();
-    if (!wanted.empty())
-      run(*append, "findPatch");
-    place->data = append->GetOutput() ? append->GetOutput() : make<vtkPolyData>().Get();
-    return place;
-  });
+  const auto* results = resultsFor(object);
+  if (!results)
+    return;
+  keepPlace(
+      object, *results, "findPatch",
+      [wanted = items(object, "Regions"), path = object.getPath()](const std::shared_ptr<const Mesh>& mesh) {
+        const auto append = make<vtkAppendPolyData>();
+        for (const std::string& name : wanted) {
+          const Ptr<vtkPolyData> faces = facesOf(*mesh, name);
+          if (!faces)
+            fail("findPatch", orv::_("Region '%s' is not in the results of %s: there are %s.", name, path,
+                                     regionNames(*mesh)));
+          append->AddInputData(faces);
+        }
+        auto place = std::make_shared<Place>();
+        if (!wanted.empty())
+          run(*append, "findPatch");
+        place->data = append->GetOutput() ? append->GetOutput() : make<vtkPolyData>().Get();
+        return place;
+      });
   tellSurface(object);
 }
 
@@ -251,41 +276,44 @@ std::array<double, 2> rangeOf(vtkDataSet& data, const char* array)
 
 void findLevel(KSLObject& object)
 {
+  const auto* results = resultsFor(object);
+  if (!results)
+    return;
   const std::string name = text(object, "Variable");
   const bool isFraction = text(object, "Option") == "Fraction";
-  const auto level = std::make_shared<double>(0);
-  const auto units = std::make_shared<std::string>();
   keepPlace(
-      object,
-      [name, isFraction, level, units, path = object.getPath(),
+      object, *results, "findLevel",
+      [name, isFraction, path = object.getPath(),
        value = object.getQuantityValue(isFraction ? "Fraction" : "Value")](
           const std::shared_ptr<const Mesh>& mesh) {
         const Ptr<vtkDataSet> data = copyOf(*mesh->cells);
         const Variable variable = findVariable(path, name, *data, mesh->units);
         const char* const numbers = addNumbers(*data, variable);
         const auto [low, high] = rangeOf(*data, numbers);
-        *units = variable.units;
-        *level = isFraction ? low + value.getValue() * (high - low) : inUnits(value, variable.units);
+        const double level =
+            isFraction ? low + value.getValue() * (high - low) : inUnits(value, variable.units);
         const auto contour = make<vtkContourFilter>();
         contour->SetInputData(data);
         contour->SetInputArrayToProcess(0, 0, 0, vtkDataObject::FIELD_ASSOCIATION_POINTS, numbers);
-        contour->SetValue(0, *level);
+        contour->SetValue(0, level);
         contour->SetOutputPointsPrecision(vtkAlgorithm::DOUBLE_PRECISION);
         contour->ComputeNormalsOff();
         contour->ComputeScalarsOff();
         run(*contour, "findLevel");
         auto place = std::make_shared<Place>();
+        place->level = level;
+        place->levelUnits = variable.units;
         place->data = contour->GetOutput();
         place->data->GetPointData()->RemoveArray(numbers);
         if (countCells(*place->data) == 0)
           fail("findLevel", orv::_("%s is empty: '%s' goes from %s to %s, which does not hold %s.", path,
                                    name, withUnits(low, variable.units), withUnits(high, variable.units),
-                                   withUnits(*level, variable.units)));
+                                   withUnits(level, variable.units)));
         return place;
       },
       fieldsOf(object, "Variable"));
-  if (present(object))
-    setResult(object, "Level", *level, *units);
+  if (const Place* const place = present(object))
+    setResult(object, "Level", place->level, place->levelUnits);
   tellSurface(object);
 }
 
@@ -299,7 +327,7 @@ void tellVolume(KSLObject& object)
   if (!place)
     return;
   setResult(object, "Cell Count", static_cast<double>(countCells(*place->data)));
-  setResult(object, "Volume", volumeOf(*place->data), "m^3");
+  setResult(object, "Volume", place->size, "m^3");
 }
 
 Ptr<vtkImplicitFunction> shapeOf(const KSLObject& clip)
@@ -331,28 +359,35 @@ Ptr<vtkImplicitFunction> shapeOf(const KSLObject& clip)
 // Keeps what is behind the plane, or inside the box or sphere; the other side when it is reversed.
 void clipResults(KSLObject& object)
 {
+  const auto* results = resultsFor(object);
+  if (!results)
+    return;
   const bool keepsOutside = isOn(object, "Reversed");
-  keepPlace(object, [keepsOutside, shape = shapeOf(object),
-                     path = object.getPath()](const std::shared_ptr<const Mesh>& mesh) {
-    const auto clip = make<vtkTableBasedClipDataSet>();
-    clip->SetInputData(mesh->cells);
-    clip->SetClipFunction(shape);
-    clip->SetOutputPointsPrecision(vtkAlgorithm::DOUBLE_PRECISION);
-    clip->SetInsideOut(!keepsOutside);
-    run(*clip, "clipResults");
-    auto place = std::make_shared<Place>();
-    place->data = clip->GetOutput();
-    if (countCells(*place->data) == 0)
-      failEmpty(path, *mesh);
-    return place;
-  });
+  keepPlace(object, *results, "clipResults",
+            [keepsOutside, shape = shapeOf(object),
+             path = object.getPath()](const std::shared_ptr<const Mesh>& mesh) {
+              const auto clip = make<vtkTableBasedClipDataSet>();
+              clip->SetInputData(mesh->cells);
+              clip->SetClipFunction(shape);
+              clip->SetOutputPointsPrecision(vtkAlgorithm::DOUBLE_PRECISION);
+              clip->SetInsideOut(!keepsOutside);
+              run(*clip, "clipResults");
+              auto place = std::make_shared<Place>();
+              place->data = clip->GetOutput();
+              if (countCells(*place->data) == 0)
+                failEmpty(path, *mesh);
+              return place;
+            });
   tellVolume(object);
 }
 
 void thresholdResults(KSLObject& object)
 {
+  const auto* results = resultsFor(object);
+  if (!results)
+    return;
   keepPlace(
-      object,
+      object, *results, "thresholdResults",
       [low = given(object, "Min"), high = given(object, "Max"), name = text(object, "Variable"),
        path = object.getPath()](const std::shared_ptr<const Mesh>& mesh) {
         const Ptr<vtkDataSet> data = copyOf(*mesh->cells);
@@ -398,7 +433,10 @@ std::vector<Vec> pointsOf(const KSLObject& object)
 
 void placePoints(KSLObject& object)
 {
-  keepPlace(object,
+  const auto* results = resultsFor(object);
+  if (!results)
+    return;
+  keepPlace(object, *results, "placePoints",
             [points = pointsOf(object), path = object.getPath()](const std::shared_ptr<const Mesh>& mesh) {
               auto place = std::make_shared<Place>();
               place->data = sampled(*mesh, points);

@@ -71,18 +71,44 @@ double timeOf(const KSLObject& object, const std::vector<double>& times, const s
   return wanted == "First" ? times.front() : timeNear(times, number(object, "Time", "s"), file);
 }
 
-std::shared_ptr<const Mesh> withFields(const std::shared_ptr<const Mesh>& mesh,
-                                       const std::vector<std::shared_ptr<const Field>>& fields)
+std::size_t bytesOfField(const Mesh& mesh, const std::string& name)
 {
-  if (fields.empty())
-    return mesh;
-  auto more = std::make_shared<Mesh>(*mesh);
-  more->cells = copyOf(*mesh->cells);
-  for (Region& region : more->regions)
-    region.faces = vtkPolyData::SafeDownCast(copyOf(*region.faces));
+  std::size_t kilobytes = 0;
+  for (vtkFieldData* fields : {static_cast<vtkFieldData*>(mesh.cells->GetPointData()),
+                               static_cast<vtkFieldData*>(mesh.cells->GetCellData())})
+    if (vtkDataArray* const array = fields->GetArray(name.c_str()))
+      kilobytes += array->GetActualMemorySize();
+  return 1024 * kilobytes;
+}
+
+// The mesh with one more; all else is shared.
+std::shared_ptr<const Mesh> withField(const std::shared_ptr<const Mesh>& mesh, const Field& field)
+{
+  const orv::ResultKey key = orv::ResultKey("withField").addAll(mesh->key, field.key);
+  return remembered<Mesh>(key, "defineVariable", field.name, [&](Making& making) {
+    auto more = std::make_shared<Mesh>(*mesh);
+    more->cells = copyOf(*mesh->cells);
+    for (Region& region : more->regions)
+      region.faces = vtkPolyData::SafeDownCast(copyOf(*region.faces));
+    field.addTo(*more);
+    more->key = key;
+    more->base = making.hold(mesh);
+    making.takes(bytesOfField(*more, field.name));
+    return more;
+  });
+}
+
+// In one order, whoever wants them, and each once.
+std::shared_ptr<const Mesh> withFields(std::shared_ptr<const Mesh> mesh,
+                                       std::vector<std::shared_ptr<const Field>> fields)
+{
+  const auto isBefore = [](const auto& a, const auto& b) { return a->key < b->key; };
+  const auto isSame = [](const auto& a, const auto& b) { return a->key == b->key; };
+  std::sort(fields.begin(), fields.end(), isBefore);
+  fields.erase(std::unique(fields.begin(), fields.end(), isSame), fields.end());
   for (const auto& field : fields)
-    field->addTo(*more);
-  return more;
+    mesh = withField(mesh, *field);
+  return mesh;
 }
 
 void tell(KSLObject& object, const Mesh& mesh, const std::vector<double>& times)
@@ -137,6 +163,7 @@ void showResults(KSLObject& object)
     place->mesh = source(request);
     place->data = place->mesh->cells;
     place->units = place->mesh->units;
+    place->key = orv::ResultKey("showResults").add(place->mesh->key);
     return place;
   });
 }
@@ -146,7 +173,7 @@ void defineVariable(KSLObject& object)
   const auto expression = std::make_shared<const Expression>(text(object, "Expression"));
   auto field = std::make_shared<Field>();
   field->name = object.getName();
-  field->key = object.getName() + "=" + text(object, "Expression");
+  field->key = orv::ResultKey("defineVariable").addAll(object.getName(), text(object, "Expression"));
   field->addTo = [name = field->name, expression](Mesh& mesh) { expression->addTo(mesh, name); };
   const auto* kept = keptBy<Mesh>(namedOne(object, "Reader"), "Data");
   setResult(object, "Variable Units", "");

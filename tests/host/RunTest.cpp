@@ -96,7 +96,8 @@ TEST(Run, CommandLine)
   const std::pair<Arguments, std::string> wrong[] = {
       {{"fly"}, "The following argument was not expected: fly"},
       {{"run", "--svg"}, "The following argument was not expected: --svg"},
-      {{"run", "--trace", "notify,foo"}, "--trace: 'foo' is none of notify, changes, errors, graph, files"},
+      {{"run", "--trace", "notify,foo"},
+       "--trace: 'foo' is none of notify, changes, errors, graph, files, results"},
       {{"run", "--update-mode", "often"}, "--update-mode: 'often' is none of at-end, default, no-action"},
       {{"graph", "--library", ""}, "--library: a path must not be empty or hold a ','"},
       {{"run", "-e"}, "-e: 1 required TEXT missing"},

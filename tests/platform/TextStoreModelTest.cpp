@@ -1,5 +1,6 @@
 // Change lists against a vector, and what the store's changes lead to.
 #include "platform/ORVKSLAPI.h"
+#include "platform/internal/ChangeGroup.h"
 #include "tests/support/TestSystem.h"
 
 #include <algorithm>
@@ -16,15 +17,36 @@ using Direction = KSLChangeList::Direction;
 
 // ------------------------------------------------------------------------------------------------------- change list
 
-Texts paths(const KSLChangeList& list, Direction direction)
+// A line for each change.
+Texts shown(const KSLChangeList& list, Direction direction)
 {
   KSLChangeList copied;
   ChangeListCopyProcessor copy(copied);
   list.process(direction, &copy);
-  Texts texts;
-  for (std::size_t i = 0; i < copied.size(); ++i)
-    texts.push_back(copied[i].path.str());
-  return texts;
+  Texts lines = StringUtilities::stringToVector(TestSystem::render(copied), '\n');
+  if (!lines.empty())
+    lines.pop_back();  // behind the last line
+  return lines;
+}
+
+// The k-th of a sequence in which changes of one object follow each other, of one sort and of several.
+void addChange(KSLChangeList& list, int k)
+{
+  const std::string path = "/A:" + std::to_string(k / 12);
+  const std::string name = "p" + std::to_string(k % 12);
+  switch (k % 12) {
+    case 0:
+      return list.createObject(path);
+    case 7:
+      return list.changeParam(path, "p6", "new", "old");
+    case 9:
+    case 10:
+      return list.deleteParam(path, name, "was");
+    case 11:
+      return list.deleteObject(path);
+    default:
+      return list.createParam(path, name, std::to_string(k));
+  }
 }
 
 // Sizes are drawn over several chunks: growth doubles, then goes on evenly.
@@ -40,9 +62,11 @@ RC_GTEST_PROP(ChangeList, IsAVector, ())
     switch (*rc::gen::inRange(0, 6)) {
       case 0:
       case 1:
-        for (int i = *rc::gen::inRange(0, 3000); i > 0; --i) {
-          model.push_back("/A:" + std::to_string(++next));
-          list.createObject(model.back());
+        for (int i = *rc::gen::inRange(0, 200); i > 0; --i) {
+          KSLChangeList one;
+          addChange(one, ++next);
+          model.push_back(shown(one, Direction::forward).front());
+          addChange(list, next);
         }
         break;
       case 2:
@@ -57,8 +81,8 @@ RC_GTEST_PROP(ChangeList, IsAVector, ())
         list = KSLChangeList(list);
     }
     RC_ASSERT(list.size() == model.size());
-    RC_ASSERT(paths(list, Direction::forward) == model);
-    RC_ASSERT(paths(list, Direction::backward) == Texts(model.rbegin(), model.rend()));
+    RC_ASSERT(shown(list, Direction::forward) == model);
+    RC_ASSERT(shown(list, Direction::backward) == Texts(model.rbegin(), model.rend()));
   }
 }
 
@@ -117,16 +141,38 @@ void loadOrDelete(KSLAPI& store)
   store.loadKSLData(text);  // what is open is closed
 }
 
-// Changes on what there was give what there is; undo, and the inverses, newest first, give what there was.
+// As the history records them.
+KSLChangeList inversesOf(const KSLChangeList& changes)
+{
+  KSLChangeList inverses;
+  ChangeGroups::Cursor cursor(changes);
+  for (std::size_t i = 0; i < changes.size(); i = inverses.size())
+    ChangeGroups::add(inverses, cursor.find(i)->inverse());
+  return inverses;
+}
+
+// Takes the changes back and gives what that changed.
+KSLChangeList takeBack(KSLAPI& store, const KSLChangeList& changes)
+{
+  store.recordChanges();
+  store.clearKSLChangeList();
+  KSLAPIUpdateProcessor(&store, true).takeBack(inversesOf(changes));
+  return store.takeKSLChangeList();
+}
+
+// Changes on what there was give what there is; undo, and the inverses, newest first, give what there was. What a list
+// tells stays, whatever becomes of the objects.
 RC_GTEST_PROP(TextStore, ChangesLeadThereAndBack, ())
 {
   KSLAPI store;
+  std::vector<std::pair<KSLChangeList, Texts>> kept;
   for (int round = *rc::gen::inRange(1, 8); round > 0; --round) {
     const Texts before = contents(store);
     for (int steps = *rc::gen::inRange(1, 12); steps > 0; --steps)
       loadOrDelete(store);
     const Texts after = contents(store);
     const KSLChangeList changes = *store.getKSLChangeList();
+    kept.emplace_back(changes, shown(changes, Direction::forward));
     if (*rc::gen::arbitrary<bool>()) {
       store.undo();
       RC_ASSERT(contents(store) == before);
@@ -139,7 +185,16 @@ RC_GTEST_PROP(TextStore, ChangesLeadThereAndBack, ())
       for (std::size_t i = changes.size(); i-- > 0;)
         processor.visit(changes[i].inverse());
       RC_ASSERT(contents(store) == before);
+    } else {
+      const KSLChangeList undone = takeBack(store, changes);
+      RC_ASSERT(contents(store) == before);
+      kept.emplace_back(undone, shown(undone, Direction::forward));
+      const KSLChangeList redone = takeBack(store, undone);
+      RC_ASSERT(contents(store) == after);
+      kept.emplace_back(redone, shown(redone, Direction::forward));
     }
+    for (const auto& [list, lines] : kept)
+      RC_ASSERT(shown(list, Direction::forward) == lines);
     store.recordChanges();
     store.clearKSLChangeList();
   }

@@ -111,6 +111,11 @@ class MpiTest(unittest.TestCase):
     def words(self, processes, *words):
         return ["mpirun", "-q", "-n", str(processes), KSL_MPI, *words] if processes else [KSL, *words]
 
+    @staticmethod
+    def words_each(settings, *words):
+        """Processes that differ: for each, a setting of its environment."""
+        return ["mpirun", "-q", *[word for setting in settings for word in (":", "-n", "1", "-x", setting, KSL_MPI, *words)][1:]]
+
     def run_words(self, words, status=0, text=None):
         done = subprocess.run(words, cwd=self.folder, env=ENVIRONMENT, capture_output=True, text=True, input=text or "", timeout=PATIENCE)
         self.assertEqual(done.returncode, status, done.stderr)
@@ -238,10 +243,8 @@ class MpiTest(unittest.TestCase):
         shutil.copytree(LIBRARY, rules)
         for file in rules.glob("*.ksl"):
             file.write_text(file.read_text().replace("Default = 11\n", "Default = 12\n"))
-        words = ["mpirun", "-q", *(word for path in (LIBRARY, rules) for word in (
-            ":", "-n", "1", "-x", f"ORV_KSL_LIBRARY_PATH={path}", KSL_MPI, "run", "-e", "PALETTE: q\nEND\n", "-e", "BAND: b\nEND\n", "-e", "CUT: c\nEND\n"))]
-        words.remove(":")
-        done = self.run_words(words, 1)
+        done = self.run_words(self.words_each([f"ORV_KSL_LIBRARY_PATH={path}" for path in (LIBRARY, rules)], "run", "-e", "PALETTE: q\nEND\n",
+                                              "-e", "BAND: b\nEND\n", "-e", "CUT: c\nEND\n"), 1)
         self.assertEqual(done.stderr.count("error["), 1, done.stderr)
         self.assertRegex(done.stderr, r"the models of process 0 and process 1 differ, first in /\S+. The run is stopped")
 
@@ -258,9 +261,13 @@ class MpiTest(unittest.TestCase):
                 lambda: f"PROBE: x\nPoint = {dice.choice((0.3, 1.7, 5))} [m], 0.4 [m], 0.6 [m]\nEND\n",
                 lambda: f"> delete /CUT:{dice.choice('cdef')}\n", lambda: "> undo\n", lambda: "> undo\n", lambda: "> redo\n"))())
         wanted = self.ksl(0, *commands, options=("--state",), status=1)
-        found = self.ksl(3, *commands, options=("--state",), status=1)  # the models are compared after each
         self.assertGreater(wanted.stderr.count("error["), 15)
-        self.assertEqual((found.stdout, found.stderr), (wanted.stdout, wanted.stderr))
+        entered = [word for text in commands for word in ("-e", text)]
+        for limits in ("512 512 512", "512 0 512"):  # who remembers nothing has to make what the others know
+            with self.subTest(memory=limits):  # the models are compared after each command
+                found = self.run_words(self.words_each([f"KSL_RESULTS_MEMORY={limit}" for limit in limits.split()], "run", "--library",
+                                                       str(LIBRARY), "--state", *entered), 1)
+                self.assertEqual((found.stdout, found.stderr), (wanted.stdout, wanted.stderr))
 
     # ---- being stopped
 

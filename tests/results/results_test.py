@@ -274,6 +274,97 @@ class ResultsTest(unittest.TestCase):
                 for line in whole.splitlines():
                     self.assertIn(line, done.stdout)
 
+    # ---- results as values, and what comes back
+
+    STEERED = ("CUT: d\nAxis = X\nOffset = x / 2 [m^2 s^-1]\nEND\nINTEGRAL: y\nOption = Flux\nLocation = d\nVariable = U\nEND\n"
+               + CUT + "INTEGRAL: x\nOption = Flux\nLocation = c\nVariable = U\nEND\n")
+    MOVED = "CUT: c\nOffset = 0.8 [m]\nEND\n"
+
+    def values(self, *texts, options=(), **more):
+        """What the integrals x and y are after the texts, and what was told."""
+        table = "TABLE: t\nValue List = x, y\nOutput File = t.json\nEND\n"
+        done = self.ksl(*texts, table, options=("--update-mode", "at-end", *options), **more)
+        read = json.loads((self.folder / "t.json").read_text())
+        return [round(entry["columns"][0]["values"][0], 6) for entry in read], done.stderr
+
+    def test_a_number_steers_a_cut(self):
+        model = self.grid + self.STEERED
+        self.assertEqual(self.values(model)[0], [1.7, 1.85])
+        moved, told = self.values(model, "CUT: b\nAxis = Y\nOffset = 0.3 [m]\nEND\n", self.MOVED, options=("--trace", "graph"))
+        self.assertEqual(moved, [1.8, 1.9])
+        calculated = re.findall(r"^calculated (\S+) \((\w+)\)", told[told.index("parameter Offset") - 40:], re.M)
+        self.assertEqual(calculated[:6], [("/CUT:c", "Geometry"), ("/CUT:c", "Picture"), ("/INTEGRAL:x", "Value"), ("/CUT:d", "Geometry"),
+                                          ("/CUT:d", "Picture"), ("/INTEGRAL:y", "Value")])
+        self.assertEqual(calculated[6:], [("/TABLE:t", "Value")])
+        for text, says in (("CUT: c\nOffset = y / 2 [m^2 s^-1]\nEND\n", "cyclic dependency between object y (Value) and object c (Geometry)"),
+                           ("RESULTS:\nResults File =\nEND\nEXPRESSION EVALUATOR: e\nEvaluated Expression = x\nEND\n", "'/INTEGRAL:x' has no value"),
+                           (">delete /INTEGRAL:x\n", "depends on a variable 'x'")):
+            with self.subTest(text):
+                self.assertEqual(self.ksl(model, text, options=("--update-mode", "at-end", "--state"), status=1).stderr.count("error["), 1)
+                self.assertIn(says, self.ksl(model, text, options=("--update-mode", "at-end"), status=1).stderr)
+        self.assertEqual(self.values(model, ">savestate filename=s.qst\n", ">delete /CUT:d, /CUT:c, /INTEGRAL:x, /INTEGRAL:y\n",
+                                     ">readstate filename=s.qst, mode=overwrite\n")[0], [1.7, 1.85])
+        self.assertEqual(self.values(model, ">rename from=/INTEGRAL:x, to=Inlet Flow\n", ">rename from=/INTEGRAL:Inlet Flow, to=x\n", self.MOVED,
+                                     ">undo\n", ">undo\n", ">redo\n", ">redo\n")[0], [1.8, 1.9])
+        # Without results nothing has a value, and nothing asks for one.
+        self.ksl(self.STEERED, options=("--update-mode", "at-end"))
+        checked = subprocess.run([KSL, "check", "--library", str(LIBRARY), "--update-mode", "at-end", "-"], cwd=self.folder, input=model, text=True,
+                                 capture_output=True)
+        self.assertEqual((checked.returncode, checked.stderr), (0, ""), checked.stdout)
+
+    def test_what_was_computed_comes_back_from_memory(self):
+        grids.pvd(self.folder / "t.pvd", times=(0, 2.5))
+        model = self.grid.replace("grid.vtk", "t.pvd\nTime = First") + self.STEERED + (
+            "VARIABLE: q\nExpression = 2 * p\nEND\nPROBE: o\nPoint = 1 [m], 0.5 [m], 0.5 [m]\nVariable List = q\nEND\n"
+            "STREAMLINES: l\nVariable = q2\nVariable = U\nPoint 1 = 0.1 [m], 0.2 [m], 0.3 [m]\nPoint 2 = 0.1 [m], 0.8 [m], 0.7 [m]\nEND\n"
+            "COLOUR: k\nLocation = c\nVariable = q\nEND\nCLIP: v\nAxis = X\nOffset = 1 [m]\nEND\n")
+        first, told = self.values(model, options=("--trace", "results"))
+        once = sorted(re.findall(r"^made (.*)", told, re.M))
+        self.assertEqual(len(once), len(set(once)) + 1, once)  # the cut once with the variable, once without
+        for name, steps, makes in (
+                ("a typo in the file's name", ("RESULTS:\nResults File = t.pdv\nEND\n",), 0),
+                ("an edit", (self.MOVED, ">undo\n"), 5), ("a deletion", (">delete /INTEGRAL:y, /CUT:d\n", ">undo\n"), 0),
+                ("a time step", ("RESULTS:\nTime = Last\nEND\n", ">undo\n", ">redo\n", ">undo\n"), len(once) - 1),
+                ("an edit and a failure", (self.MOVED, "CUT: d\nOffset = x\nVariable = p\nEND\n", ">undo\n"), 5)):
+            with self.subTest(name):
+                status = 1 if "typo" in name or "failure" in name else 0
+                again, told = self.values(model, *steps, options=("--trace", "results"), status=status)
+                self.assertEqual(again, first)
+                made = re.findall(r"^made (.*)", told, re.M)
+                self.assertEqual(len(made), len(once) + makes, told)
+
+    def test_memory_falls_when_results_are_deleted(self):
+        """What a process takes with two big meshes, and when one, and then all of what it showed, is gone."""
+        with open(self.folder / "big.vtk", "wb") as file:
+            file.write(b"# vtk DataFile Version 3.0\nbig\nBINARY\nDATASET STRUCTURED_POINTS\nDIMENSIONS 161 161 161\nORIGIN 0 0 0\n"
+                       b"SPACING 1 1 1\nPOINT_DATA 4173281\nSCALARS p double 1\nLOOKUP_TABLE default\n" + bytes(8 * 4173281))
+        text = "RESULTS: {0}\nResults File = big.vtk\nScale Factor = {1}\nEND\nCUT: {0} Cut\nAxis = X\nOffset = 1 [m]\nReader = {0}\nEND\n"
+        for limit, falls in (("0", True), ("512", False)):
+            with self.subTest(limit=limit):
+                shell = subprocess.Popen([KSL, "--library", str(LIBRARY)], cwd=self.folder, stdin=subprocess.PIPE, stderr=subprocess.PIPE, text=True,
+                                         env={**os.environ, "KSL_RESULTS_MEMORY": limit})
+                sizes = []
+                for command, summaries in ((text.format("A", 1) + text.format("B", 2), 4), (">delete /CUT:B Cut, /RESULTS:B\n", 1)):
+                    shell.stdin.write(command)
+                    shell.stdin.flush()
+                    for _ in range(summaries):
+                        self.assertIn("recalculated", shell.stderr.readline())
+                    sizes.append(int(re.search(r"VmRSS:\s*(\d+)", pathlib.Path(f"/proc/{shell.pid}/status").read_text())[1]))
+                shell.communicate("", timeout=60)
+                self.assertEqual(sizes[0] - sizes[1] > 25000, falls, sizes)
+
+    def test_ten_runs_calculate_alike_and_fail_alike(self):
+        model = self.grid + self.STEERED + "CUT: e\nAxis = Y\nOffset = 0.3 [m]\nEND\n"
+        steps = (self.MOVED, ">delete /CUT:e, /INTEGRAL:y\n", ">undo\n", ">undo\n", ">redo\n", "CUT: e\nOffset = 9 [m]\nEND\nCUT: c\nOffset = 8 [m]\nEND\n",
+                 ">undo\n", "RESULTS:\nResults File = gird.vtk\nEND\n")
+        runs = set()
+        for _ in range(10):
+            told = self.ksl(model, *steps, options=("--update-mode", "at-end", "--trace", "graph,results"), status=1).stderr
+            runs.add(re.sub(r"; [\d.]+ ms$", "", told, flags=re.M))
+        self.assertEqual(len(runs), 1)
+        self.assertEqual(re.findall(r"^(?:made|found|calculated) (\S+ \S+)", min(runs), re.M)[:3], ["timesIn grid.vtk", "timesIn grid.vtk", "readMesh grid.vtk"])
+        self.assertEqual(min(runs).count("error["), 2)
+
     # ---- pictures
 
     def test_the_cylinder_twice_without_a_display(self):

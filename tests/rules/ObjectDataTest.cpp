@@ -15,17 +15,20 @@ namespace orv::test {
 namespace {
 
 const char* const rules =
-    "RULES:\nSchedulerTypes = Data\nKSLObjectClasses = GenericKSLObject\n"
+    "RULES:\nSchedulerTypes = Data, Look\nKSLObjectClasses = GenericKSLObject\n"
     "PARAMETER: From\nParameter Type = String List\n"
     "Local Type = Data\nRemote Type = Data\nEND\n"
     "PARAMETER: Field\nLocal Type = Data\nRemote Type = Data\nRemote Optional = True\nEND\n"
     "PARAMETER: Size\nParameter Type = Real List\nLocal Type = Data\nDefault = 0\nEND\n"
-    "OBJECT: N\nKSLObject Class = GenericKSLObject\nScheduler = Data\n"
-    "Calculate Function = Data, counted, keep\nOptional Parameter List = From, Field, Size\nEND\nEND\n";
+    "PARAMETER: Tint\nLocal Type = Look\nEND\nPARAMETER: Note\nEND\n"
+    "OBJECT: N\nKSLObject Class = GenericKSLObject\nScheduler = Data, Look\nScheduler Links = Data, Look\n"
+    "Calculate Function = Data, counted, keep\nOptional Parameter List = From, Field, Size, Tint, Note\n"
+    "Internal Parameter List = Sum\nEND\nPARAMETER: Sum\nEND\nEND\n";
 
 // Says how many there are, and of what size; what it is made from is shared.
 struct Counted : ObjectData {
   explicit Counted(double value) : size(value) { ++alive; }
+  Counted(const ResultKey& key, double value) : ObjectData(key), size(value) { ++alive; }
   ~Counted() override { --alive; }
   static inline int alive = 0;
   double size;
@@ -57,6 +60,22 @@ class Keep : public CalculateFunction {
     if (size < 0)
       throw data::invalid("Keep", "calculate", "No size.");
     own.keepData(type, std::make_unique<Counted>(size));
+  }
+};
+
+// The same, from memory where it was computed before.
+class Recall : public CalculateFunction {
+ public:
+  void calculate(KSLObject* object, const std::string& type) override
+  {
+    auto& own = dynamic_cast<GenericKSLObject&>(*object);
+    const ResultKey key = own.resultKey(type);
+    const auto sum = ResultMemory::instance().recall<double>(key, own.getName(), [&](ResultMemory::Making&) {
+      Keep().calculate(object, type);
+      return std::make_shared<double>(dynamic_cast<const Counted&>(*own.getData(type)).size);
+    });
+    own.keepData(type, std::make_unique<Counted>(key, *sum));
+    own.setValue("Sum", StringUtilities::toString(*sum));
   }
 };
 
@@ -113,6 +132,42 @@ TEST_F(ObjectDataTest, AnOptionalReferenceFollowsAnObjectWhenThereIsOne)
   EXPECT_NE(enter("N: p\nField = a\nEND\n").find("cyclic"), std::string::npos);
   EXPECT_EQ(enter(">delete /N:p\n"), "");
   EXPECT_EQ(enter("N: a\nField = q\nEND\n"), "");
+}
+
+// What a command that is taken back had computed anew, and what is undone, comes back from memory.
+TEST_F(ObjectDataTest, ResultsAreFoundByWhatTheyWereComputedFrom)
+{
+  SharedLibrary::instance()->provide("libcounted.so", [](const std::string&) { return new Recall; });
+  const auto computed = [&](const std::string& text) {
+    Keep::log.clear();
+    enter(text);
+    return Keep::log;
+  };
+  EXPECT_EQ(computed("N: a\nSize = 1\nEND\nN: b\nSize = 2\nFrom = a\nEND\nN: c\nFrom = b\nField = q\nEND\n"),
+            "a:; b: a; c: b; ");
+  const std::string before = m_system->fullState();
+  EXPECT_EQ(computed("N: a\nSize = 5\nEND\nN: c\nSize = -9\nEND\n"), "a:; b: a; c: b; c: b; ");
+  EXPECT_EQ(m_system->fullState(), before);
+  for (const auto& [text, wanted] : std::vector<std::pair<std::string, std::string>>{
+           {"N: a\nSize = 5\nEND\n", ""},  // as in the command that failed
+           {"N: a\nSize = 6\nEND\n", "a:; b: a; c: b; "},
+           {"N: a\nSize = 2 * 0.5\nEND\n", ""},  // a value is what it gives
+           {"N: a\nTint = red\nEND\n", ""},      // of a calculation that comes later
+           {"N: b\nFrom = /N:a\nEND\n", ""},     // the same object
+           {"N: b\nFrom = a, a\nEND\n", "b: a a; c: b; "},
+           {"N: c\nField = w\nEND\n", "c: b; "},  // only the calculation knows what that is
+           {"N: a\nNote = x\nEND\nN: a\nSize = 1\nEND\n", "a:; b: a a; c: b; "},  // it may be read
+           {"N: d\nSize = 2\nFrom = a, a\nEND\n", ""},                            // as b
+           {"> delete /N:d, /N:c\n", ""},
+           {"N: c\nFrom = b\nField = w\nEND\n", ""}}) {
+    EXPECT_EQ(computed(text), wanted) << text;
+    m_system->undo();
+    EXPECT_EQ(m_system->errors(), "");
+    EXPECT_EQ(Keep::log, wanted) << "undo of " << text;
+    m_system->redo();
+    EXPECT_EQ(Keep::log, wanted) << "redo of " << text;
+  }
+  EXPECT_EQ(sizes(), "1 4 4 of 3");
 }
 
 TEST_F(ObjectDataTest, NothingIsLeftOfACalculationThatFailed)

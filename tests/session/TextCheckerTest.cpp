@@ -60,7 +60,7 @@ struct EvaluatorsOnly : public CalculationLog {
   }
 };
 struct DemoSystem : private DemoClasses, public TestSystem {
-  DemoSystem() : TestSystem(rules())
+  explicit DemoSystem(const std::string& more = "") : TestSystem(rules() + more)
   {
     KSLCoreAPI::instance()->setValidationEnabled(true);
     for (const char* word : {"load", "preferences"})
@@ -93,9 +93,9 @@ struct Verdict {
   std::string run;    // errors that are reported
 };
 
-Verdict verdictOn(const std::string& text)
+Verdict verdictOn(const std::string& text, const std::string& moreRules = "")
 {
-  DemoSystem system;
+  DemoSystem system(moreRules);
   TextChecker checker({"update",       "undo",       "redo",      "forceupdate", "fu",
                        "delete",       "copy",       "rename",    "getstate",    "s",
                        "getrulesinfo", "debug",      "db",        "notify",      "session",
@@ -271,6 +271,31 @@ TEST(TextChecker, TellsOfCircles)
        {shots + set("b", "All") + set("a", "b"), set("a", "a\n  Picture List = All"),
         set("a", "Nobody\n  Picture List = All"), shots + "> delete b\n" + set("a", "c")})
     EXPECT_EQ(verdictOn(text).check + verdictOn(text).run, "") << text;
+}
+
+// A value that is computed has users which follow all calculations of its object; what it is, nobody knows yet.
+TEST(TextChecker, KnowsWhatVariablesAreComputedFrom)
+{
+  const std::string rules =
+      "\nRULES:\nOBJECT: GAUGE\nKSLObject Class = GenericKSLObject\nCategory = deletable, variable\n"
+      "Scheduler = Picture\nOptional Parameter List = On\nInternal Parameter List = Value\n"
+      "PARAMETER: Value\nDefault =\nLocal Type =\nEND\nEND\n"
+      "PARAMETER: On\nLocal Type = Picture\nRemote Type = Geometry\nEND\nEND\n";
+  const std::string gauge = "CUT: a\nEND\nGAUGE: g\n  On = a\nEND\n";
+  for (const std::string& text :
+       {gauge
+            + "CUT: b\n  Offset = g + 1 [m]\nEND\nGAUGE: h\n  On = b\nEND\nCUT: c\n  Offset = h\nEND\n"
+              "CUT: a\n  Offset = 2 [m]\nEND\n",
+        "CUT: a\n  Offset = 0 [m]\nEND\n> delete a\n" + gauge + "CUT: a\n  Transparency = 2 * 0.1\nEND\n"})
+    EXPECT_EQ(verdictOn(text, rules).check + verdictOn(text, rules).run, "") << text;
+  for (const std::string& text :
+       {gauge + "CUT: a\n  Offset = g\nEND\n",
+        gauge + "CUT: b\n  Offset = g\nEND\nGAUGE: h\n  On = b\nEND\nCUT: a\n  Offset = h\nEND\n",
+        std::string("CUT: a\n  Offset = Area\nEND\n")}) {
+    const Verdict verdict = verdictOn(text, rules);
+    EXPECT_EQ(verdict.check, verdict.run) << text;
+    EXPECT_NE(verdict.check, "");
+  }
 }
 
 }  // namespace

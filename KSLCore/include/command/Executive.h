@@ -2,6 +2,7 @@
 #pragma once
 
 #include "platform/ORVExport.h"
+#include "platform/ORVUtilities.h"
 
 #include <deque>
 #include <memory>
@@ -85,11 +86,12 @@ class ORV_API Executive {
   void applyDependents(const Work& work, DependentUpdates& dependents, LinkTransaction& links,
                        DBUpdater& updater, UpdateProcessor& processor);
   void appendToChangedObjects(const std::set<std::string>& paths);
+  void appendToChangedObjects(std::vector<SharedText> paths);
   void updateChangedObjects(ObjectDB* database, RecoveryLog* log);
   void forceUpdateOf(const std::string& name);
   void resetChangeProcessing();
 
-  std::deque<std::string> m_pendingUpdates;   // paths of the objects whose update is due
+  std::deque<SharedText> m_pendingUpdates;    // paths of the objects whose update is due
   bool m_updating = false;                    // the queue is being drained
   bool m_applying = false;                    // changes are being applied
   std::unique_ptr<KSLChangeList> m_deferred;  // to be applied after those

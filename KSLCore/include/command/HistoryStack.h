@@ -43,6 +43,7 @@ class ORV_API HistoryStack {
     ListId id;
   };
   bool m_delimited = true;
+  SharedText m_listName{"undoredo"};
   std::vector<Step> m_lists;
   ChangeListModifierIF* m_modifier = nullptr;  // not owned
 };

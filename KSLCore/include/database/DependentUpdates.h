@@ -58,6 +58,12 @@ class ORV_API DependentUpdates {
   void setGoing(const std::string& goingPath, const std::string& objectPath, const ParamDefinition& param,
                 const std::function<References()>& references);
 
+  // Whether nothing was reported.
+  bool empty() const
+  {
+    return m_references.empty() && m_externalUpdates.empty() && m_internalUpdates.empty();
+  }
+
   // The changes that the reports so far make on the model's present values, in path and name order. Owned by
   // the collector; valid until the next report. Computed once after a report; n log n in the reports.
   const KSLChangeList* getExternalChanges(const TreeAndLeafReadModel* model);
@@ -72,8 +78,8 @@ class ORV_API DependentUpdates {
   std::map<std::pair<std::string, std::string>, References> m_references;  // by path and parameter
   std::vector<ParamUpdate> m_externalUpdates;
   std::vector<ParamUpdate> m_internalUpdates;
-  bool m_synchronised = true;
-  std::unique_ptr<KSLChangeList> m_externalChanges;
+  bool m_synchronised = false;
+  std::unique_ptr<KSLChangeList> m_externalChanges;  // both null until they are asked for
   std::unique_ptr<KSLChangeList> m_internalChanges;
 };
 

@@ -91,6 +91,7 @@ class ORV_API KSLObject {
   // The same two, all or nothing for the parameter named: what an override has stored before it throws is taken
   // back. For those who apply changes.
   void setWhole(const std::string& name, const std::string& value);
+  void setWhole(const std::string& name, const SharedText& value);
   void setWholeWithoutPending(const std::string& name, const std::string& value);
   // data::notFound, "Parameter '%s' does not exist on object %s.". The pointer is this object's alone, and
   // shows what is set, until the parameter is removed. For that a parameter that was never written gets a
@@ -115,11 +116,15 @@ class ORV_API KSLObject {
 
   const std::string& getName() const { return m_name; }
   const std::string& getType() const { return m_type.str(); }
-  const std::string& getPath() const { return m_path; }
+  const std::string& getPath() const { return m_path.str(); }
   bool isSingleton() const { return m_singleton; }
   bool nameIs(std::string_view name) const { return m_name == name; }
   bool typeIs(std::string_view type) const { return m_type == type; }
   bool pathIs(std::string_view path) const { return m_path == path; }
+  const SharedText& getSharedPath() const { return m_path; }
+  // Keeps its path in the memory of this text when that is the same path. For those who create objects, before anybody
+  // knows this one.
+  void sharePath(const SharedText& path);
   bool isA(std::string_view typeOrCategory) const;  // the type, or any category of the object
   const Category& getCategory() const { return m_category; }
   // "TYPE:" for a singleton, else "TYPE:name".
@@ -260,6 +265,8 @@ class ORV_API KSLObject {
   // Of an object whose class is known to be one of the library's own, with no override of setValue: a line that nobody
   // reads need not be made.
   void setPlainClass() { m_plainClass = true; }
+  // The same of one that stores what it is given, and nothing more.
+  void setStoringClass() { m_plainClass = m_storingClass = true; }
   // Whether the result of the setValue that has just begun is read by nobody.
   bool takeLineUnread();
 
@@ -280,8 +287,8 @@ class ORV_API KSLObject {
   Category m_category;
   std::unique_ptr<DependentSet> m_dependents;  // null without any
   std::string m_name;
-  SharedText m_type;  // shared with the prototype
-  std::string m_path;
+  SharedText m_type;               // shared with the prototype
+  SharedText m_path;               // with the text store
   mutable ParamSet m_params;       // what is asked for becomes the object's own; a copied prototype publishes
   const ParentChildInfo* m_place;  // never null, not owned
   std::unique_ptr<ParamNotify> m_paramNotify;  // knows the observer; null without one
@@ -292,6 +299,7 @@ class ORV_API KSLObject {
   bool m_pendingDelete : 1;
   bool m_searchUp : 1;
   bool m_plainClass : 1;
+  bool m_storingClass : 1;
   bool m_lineUnread : 1;  // setWhole drops the line of the setValue that it is about to call
 };
 

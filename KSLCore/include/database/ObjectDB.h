@@ -63,6 +63,10 @@ class ORV_API ObjectDB {
   // parameter path is empty.".
   bool hasObject(const std::string& pathOrName) const;
   KSLObject* getObjectByPath(const std::string& path) const;  // null when there is none
+  // The same; quick for a text that the object shares, or whose hash is known.
+  KSLObject* getObjectByPath(const SharedText& path) const;
+  // Whether what would be the parent of an object with this path is there; quick for one sibling after the other.
+  bool hasParentOf(const std::string& path) const { return findParentHolder(path) != nullptr; }
   // Among the top-level objects only. Null when there is none; data::invalid "Object name %s is ambiguous.".
   KSLObject* getObjectByName(const std::string& name) const;
 
@@ -138,6 +142,7 @@ class ORV_API ObjectDB {
   bool m_ending = false;
   std::unique_ptr<RootKSLObject> m_root;
   std::unique_ptr<ObjectHolder> m_rootHolder;
+  mutable ObjectHolder* m_lastParent = nullptr;  // the one asked for last, while it is there
 };
 
 }  // namespace orv

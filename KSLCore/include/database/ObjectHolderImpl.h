@@ -3,6 +3,7 @@
 
 #include "database/ObjectHolder.h"
 
+#include <cstddef>
 #include <memory>
 
 namespace orv {
@@ -17,6 +18,9 @@ class ORV_API ObjectHolderImpl final : public ObjectHolder {
   ObjectHolderImpl(const ObjectHolderImpl&) = delete;
   ObjectHolderImpl& operator=(const ObjectHolderImpl&) = delete;
   ~ObjectHolderImpl() override;
+  // There is one for each object: it takes its 32 bytes and no more.
+  static void* operator new(std::size_t size);
+  static void operator delete(void* memory) noexcept;
 
   std::vector<KSLObject*> getChildObjects() const override;
   std::vector<KSLObject*> getChildObjectsByName(const std::string& name) const override;

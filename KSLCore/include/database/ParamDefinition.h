@@ -7,6 +7,7 @@
 #include "platform/ORVUtilities.h"
 
 #include <cstddef>
+#include <cstdint>
 #include <map>
 #include <memory>
 #include <set>
@@ -115,6 +116,8 @@ class ORV_API ParamDefinition final {
   std::string setValue(std::string text);
   // The same for a text that others share.
   void setShared(SharedText text);
+  // The same for one of which requireAllowed was asked.
+  void setAllowed(SharedText text);
   // Function "setValue", "Parameter '%s' cannot have value '%s'.", when the value is not allowed.
   void requireAllowed(const std::string& text) const;
 
@@ -203,6 +206,7 @@ class ORV_API ParamDefinition final {
   void setNotifyChange(NotifyChange* observer);
 
  private:
+  friend class ParamSet;
   int readInt(const std::string& text) const;
   Quantity readQuantity(const std::string& text) const;
   float readFloat(const std::string& text, const std::string& units) const;
@@ -218,6 +222,7 @@ class ORV_API ParamDefinition final {
   bool m_internal = false;
   bool m_hasBeenSet = false;
   bool m_changed = false;
+  std::uint32_t m_slot = 0;  // in the layout of the object's parameters; the ParamSet's
 };
 
 }  // namespace orv

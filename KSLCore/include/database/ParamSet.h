@@ -57,8 +57,8 @@ class ORV_API ParamSet {
   template <class Visit>
   void forEachOwn(Visit visit)
   {
-    for (Own& entry : m_own)
-      visit(*entry.param);
+    for (const Own& param : m_own)
+      visit(*param);
   }
   // All parameters in name order. `visit(const ParamDefinition&)` may ask for own definitions, but must not
   // write, add or remove.
@@ -67,10 +67,10 @@ class ORV_API ParamSet {
   {
     std::size_t next = 0;
     for (std::size_t slot = 0; slot < size(); ++slot) {
-      while (next < m_own.size() && m_own[next].slot < slot)
+      while (next < m_own.size() && m_own[next]->m_slot < slot)
         ++next;
-      if (next < m_own.size() && m_own[next].slot == slot)
-        visit(static_cast<const ParamDefinition&>(*m_own[next].param));
+      if (next < m_own.size() && m_own[next]->m_slot == slot)
+        visit(static_cast<const ParamDefinition&>(*m_own[next]));
       else
         visit((*m_layout)[slot]);
     }
@@ -81,10 +81,7 @@ class ORV_API ParamSet {
   void copyTo(ParamSet& target, bool publish);
 
  private:
-  struct Own {
-    std::uint32_t slot;
-    std::unique_ptr<ParamDefinition> param;
-  };
+  using Own = std::unique_ptr<ParamDefinition>;  // knows its slot
   std::size_t slotOf(std::string_view name) const
   {
     return m_layout ? m_layout->find(name) : ParamLayout::npos;
@@ -93,6 +90,8 @@ class ORV_API ParamSet {
   ParamDefinition* ownSlot(std::size_t slot, ParamDefinition::NotifyChange* observer);
   std::vector<Own>::iterator ownAt(std::size_t slot);
   std::vector<Own>::const_iterator ownAt(std::size_t slot) const;
+  ParamDefinition* insertCopy(std::vector<Own>::iterator place, std::size_t slot,
+                              ParamDefinition::NotifyChange* observer);
   void insertOwn(std::size_t slot, std::unique_ptr<ParamDefinition> param);
   void reserveOwn();
   std::size_t insertSlot(std::shared_ptr<const ParamDefinition> prototype);

@@ -32,6 +32,8 @@ class ORV_API ExpressionNames {
     // name.
     std::string scheduler = {};
     bool marks = true;  // false: a change marks nothing, so there is nothing to link to
+    // The value is what calculations of the object leave: it comes after all its schedulers.
+    bool isComputed = false;
     std::vector<KSLObject*> several = {};
   };
 

@@ -103,6 +103,17 @@ class ORV_API GenericKSLObject : public DataKSLObject, public SchedulerOwner {
   // calculation.
   const ObjectData* getData(std::string_view schedulerType) const noexcept;
 
+  // What a calculation of this scheduler makes hangs on this, for the ResultMemory: the function; the values of the
+  // parameters with this Local Type, of those that name none, and of those of schedulers that come before it in this
+  // object, expressions by what they give now; and what those schedulers keep, and those of the objects that these
+  // parameters name keep for them. Of what keeps nothing, the values of all its parameters count. Not in it are the object's
+  // own name and path, files, units that are preferred, and whatever else a function asks: it adds these. Throws as
+  // getSchedulerObject. O(values).
+  ResultKey resultKey(const std::string& schedulerType) const;
+  // The same without what other objects and schedulers keep, and without the names of references that have to name an
+  // object: for who asks for results of these at other times, and adds their keys.
+  ResultKey ownResultKey(const std::string& schedulerType) const;
+
   // ---- What its parameters name; for those who link
 
   // Parameters define names, which others use: their faults are those of the users.

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "platform/ORVExport.h"
+#include "platform/ORVResultMemory.h"
 
 namespace orv {
 
@@ -9,10 +10,19 @@ namespace orv {
 // behind them (`std::shared_ptr<const Mesh>`) what others build on: any number of cuts hold one mesh then.
 class ORV_API ObjectData {
  public:
-  ObjectData() = default;
+  // Unlike any other: what is computed from this one is computed anew each time that this one is.
+  ObjectData() : m_key(ResultKey::unique()) {}
+  // Of what was found, or can be found again, in the ResultMemory.
+  explicit ObjectData(const ResultKey& key) : m_key(key) {}
   ObjectData(const ObjectData&) = delete;
   ObjectData& operator=(const ObjectData&) = delete;
   virtual ~ObjectData();
+
+  // What it was computed from.
+  const ResultKey& getKey() const noexcept { return m_key; }
+
+ private:
+  const ResultKey m_key;
 };
 
 }  // namespace orv

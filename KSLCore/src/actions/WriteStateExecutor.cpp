@@ -138,15 +138,23 @@ class SimpleLines {
   const std::string* startOf(const std::string& name, std::size_t indent)
   {
     constexpr std::uint64_t spread = 0x9e3779b97f4a7c15;  // addresses have much in common
-    Known& known = m_known[(reinterpret_cast<std::uintptr_t>(&name) * spread) >> 57];
-    if (known.name == &name && known.indent == indent)
-      return &known.start;
+    const std::size_t home = (reinterpret_cast<std::uintptr_t>(&name) * spread) >> 57;
+    Known* known = &m_known[home];
+    for (std::size_t i = 0; i < tries; ++i) {
+      Known& at = m_known[(home + i) % m_known.size()];
+      if (at.name == &name && at.indent == indent)
+        return &at.start;
+      if (known->name && !at.name)
+        known = &at;
+    }
     if (!isSimple(name) || !isReadableParam(name))
       return nullptr;
-    known = {&name, indent, std::string(indent, ' ').append(name).append(equalSign)};
-    return &known.start;
+    *known = {&name, indent, std::string(indent, ' ').append(name).append(equalSign)};
+    return &known->start;
   }
 
+  static constexpr std::size_t tries =
+      4;  // places of a name: two that meet in one would drive each other out
   std::array<Known, 128> m_known;
 };
 

@@ -57,6 +57,24 @@ class DependentsOfTree {
   std::vector<std::pair<std::string, DependentSet>> m_known;  // by path
 };
 
+// As KSLPath reads a component with the slash before it; nearly all of them stand as they are meant.
+std::pair<std::string, std::string> typeAndName(std::string_view component)
+{
+  const auto isMeant = [](std::string_view text) {
+    return !text.empty() && !StringUtilities::isSpace(text.front()) && !StringUtilities::isSpace(text.back())
+           && text.front() != '"';
+  };
+  const std::size_t colon = component.find(':');
+  if (colon != std::string_view::npos && component.front() == '/') {
+    const std::string_view type = component.substr(1, colon - 1);
+    const std::string_view name = component.substr(colon + 1);
+    if (isMeant(type) && isMeant(name))
+      return {std::string(type), std::string(name)};
+  }
+  const KSLPath path(component);
+  return {path.getLastType(), path.getLastName()};
+}
+
 }  // namespace
 
 DBUpdater::~DBUpdater() = default;
@@ -79,18 +97,29 @@ KSLObject* ObjectDBUpdater::find(const std::string& path)
   return m_last;
 }
 
+KSLObject* ObjectDBUpdater::find(const SharedText& path)
+{
+  return m_database->getObjectByPath(path);
+}
+
+bool ObjectDBUpdater::hasParentOf(const std::string& path)
+{
+  return m_database->hasParentOf(path);
+}
+
 bool ObjectDBUpdater::hasObject(const std::string& path)
 {
   const bool isPath = !path.empty() && path.front() == '/';
   return isPath ? find(path) != nullptr : m_database->hasObject(path);
 }
 
-void ObjectDBUpdater::createObject(const std::string& path)
+void ObjectDBUpdater::createObject(const SharedText& path)
 {
-  const std::string parent(PathUtils::parentPath(path));
-  const KSLPath last(std::string_view(path).substr(parent.size()));
-  m_database->addObject(
-      ObjectFactory::instance()->createObject(parent, last.getLastType(), last.getLastName()));
+  const std::string parent(PathUtils::parentPath(path.str()));
+  const auto [type, name] = typeAndName(std::string_view(path.str()).substr(parent.size()));
+  std::unique_ptr<KSLObject> object = ObjectFactory::instance()->createObject(parent, type, name);
+  object->sharePath(path);
+  m_database->addObject(std::move(object));
 }
 
 void ObjectDBUpdater::deleteObject(const std::string& path)
@@ -119,7 +148,7 @@ void ObjectDBUpdater::unsetParam(const std::string& path, const std::string& nam
 }
 
 // Objects that compute mark others when they are set; classes of the host may do anything.
-bool ObjectDBUpdater::goesUnseen(const std::string& path)
+bool ObjectDBUpdater::goesUnseen(const SharedText& path)
 {
   const KSLObject* object = find(path);
   return object && typeid(*object) == typeid(DataKSLObject) && !object->isObserved()
@@ -138,7 +167,7 @@ bool ObjectDBUpdaterNoAction::hasObject(const std::string& path)
   return m_database->hasObject(path);
 }
 
-void ObjectDBUpdaterNoAction::createObject(const std::string&) {}
+void ObjectDBUpdaterNoAction::createObject(const SharedText&) {}
 
 void ObjectDBUpdaterNoAction::deleteObject(const std::string&) {}
 
@@ -150,5 +179,15 @@ void ObjectDBUpdaterNoAction::setParam(const std::string& path, const std::strin
 }
 
 void ObjectDBUpdaterNoAction::unsetParam(const std::string&, const std::string&) {}
+
+KSLObject* ObjectDBUpdaterNoAction::find(const SharedText& path)
+{
+  return m_database->getObjectByPath(path);
+}
+
+bool ObjectDBUpdaterNoAction::hasParentOf(const std::string& path)
+{
+  return m_database->hasParentOf(path);
+}
 
 }  // namespace orv

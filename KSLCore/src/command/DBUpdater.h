@@ -1,6 +1,8 @@
 // How the changes of a text store reach the typed objects.
 #pragma once
 
+#include "platform/ORVUtilities.h"
+
 #include <string>
 
 namespace orv {
@@ -17,12 +19,16 @@ class DBUpdater {
   // Whether createObject does anything.
   virtual bool createsObjects() const = 0;
   virtual bool hasObject(const std::string& path) = 0;
-  virtual void createObject(const std::string& path) = 0;
+  virtual void createObject(const SharedText& path) = 0;
   virtual void deleteObject(const std::string& path) = 0;
   virtual void setParam(const std::string& path, const std::string& name, const std::string& value) = 0;
   virtual void unsetParam(const std::string& path, const std::string& name) = 0;
+  // Null when it is not there. Good until changeCount() moves on.
+  virtual KSLObject* find(const SharedText& path) = 0;
+  // Whether an object with this path has a place to stand in.
+  virtual bool hasParentOf(const std::string& path) = 0;
   // Whether nobody could tell if parameters were unset just before their object goes.
-  virtual bool goesUnseen(const std::string&) { return false; }
+  virtual bool goesUnseen(const SharedText&) { return false; }
   // Moves on whenever an object comes or goes.
   virtual std::size_t changeCount() const { return 0; }
 };
@@ -34,11 +40,13 @@ class ObjectDBUpdater : public DBUpdater {
   ObjectDBUpdater(ObjectDB* database, DependentUpdates* dependents, LinkTransaction* links);
   bool createsObjects() const override { return true; }
   bool hasObject(const std::string& path) override;
-  void createObject(const std::string& path) override;
+  void createObject(const SharedText& path) override;
   void deleteObject(const std::string& path) override;
   void setParam(const std::string& path, const std::string& name, const std::string& value) override;
   void unsetParam(const std::string& path, const std::string& name) override;
-  bool goesUnseen(const std::string& path) override;
+  KSLObject* find(const SharedText& path) override;
+  bool hasParentOf(const std::string& path) override;
+  bool goesUnseen(const SharedText& path) override;
   std::size_t changeCount() const override;
 
  private:
@@ -60,10 +68,12 @@ class ObjectDBUpdaterNoAction : public DBUpdater {
   explicit ObjectDBUpdaterNoAction(ObjectDB* database) : m_database(database) {}
   bool createsObjects() const override { return false; }
   bool hasObject(const std::string& path) override;
-  void createObject(const std::string& path) override;
+  void createObject(const SharedText& path) override;
   void deleteObject(const std::string& path) override;
   void setParam(const std::string& path, const std::string& name, const std::string& value) override;
   void unsetParam(const std::string& path, const std::string& name) override;
+  KSLObject* find(const SharedText& path) override;
+  bool hasParentOf(const std::string& path) override;
 
  private:
   ObjectDB* m_database;

@@ -22,6 +22,7 @@
 #include "command/UpdateProcessor.h"
 #include "RecoveryLog.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace orv {
@@ -163,8 +164,11 @@ void Executive::applyDependents(const Work& work, DependentUpdates& dependents, 
     work.process(changes, storeProcessor);
     processor.process(changes);
   };
-  applyInBoth(*dependents.getExternalChanges(model.get()));
+  if (!dependents.empty())
+    applyInBoth(*dependents.getExternalChanges(model.get()));
   applyInBoth(links.rewrites());
+  if (dependents.empty())
+    return;
   InternalParamUpdateProcessor internalProcessor(&updater);
   work.process(*dependents.getInternalChanges(model.get()), internalProcessor);
   appendToChangedObjects(internalProcessor.getChanged());
@@ -181,7 +185,17 @@ void Executive::updateNoAction(const KSLChangeList& changes, KSLChangeList* hist
 
 void Executive::appendToChangedObjects(const std::set<std::string>& paths)
 {
-  m_pendingUpdates.insert(m_pendingUpdates.end(), paths.begin(), paths.end());
+  for (const std::string& path : paths)
+    m_pendingUpdates.emplace_back(std::string_view(path));
+}
+
+// Each once, in path order.
+void Executive::appendToChangedObjects(std::vector<SharedText> paths)
+{
+  std::sort(paths.begin(), paths.end(),
+            [](const SharedText& a, const SharedText& b) { return a.str() < b.str(); });
+  const auto end = std::unique(paths.begin(), paths.end());
+  m_pendingUpdates.insert(m_pendingUpdates.end(), paths.begin(), end);
 }
 
 void Executive::updateChangedObjects(ObjectDB* database, RecoveryLog* log)
@@ -198,7 +212,7 @@ void Executive::updateChangedObjects(ObjectDB* database, RecoveryLog* log)
   attempt([] { CommandNotifier::notify(CommandNotifier::updateBegin); });
   Progress progress("objects", m_pendingUpdates.size());
   for (std::size_t done = 0; !m_pendingUpdates.empty(); progress.advance(++done)) {
-    const std::string path = std::move(m_pendingUpdates.front());
+    const SharedText path = std::move(m_pendingUpdates.front());
     m_pendingUpdates.pop_front();
     KSLObject* object = database->getObjectByPath(path);
     if (!object)
@@ -206,7 +220,7 @@ void Executive::updateChangedObjects(ObjectDB* database, RecoveryLog* log)
     try {
       attempt([object] { object->update(); });
     } catch (Error& error) {
-      error.concern(path);
+      error.concern(path.str());
       throw;
     }
   }

@@ -217,7 +217,7 @@ void History::getChangesOfTop(KSLChangeList& changes)
   }
   const ScopeGuard pop([from] { from->pop(); });  // also when the replay fails
   KSLAPIUpdateProcessor store(m_store, true);
-  top->process(KSLChangeList::Direction::backward, &store);
+  store.takeBack(*top);
   KSLChangeList changed = m_store->takeKSLChangeList();
   changes.swapChanges(changed);
 }

@@ -14,7 +14,7 @@ KSLChangeList* HistoryStack::writeableTop()
 {
   if (m_delimited) {
     ListId& lastId = *theLastId;
-    m_lists.push_back({std::make_shared<KSLChangeList>("undoredo", m_modifier), lastId + 1});
+    m_lists.push_back({std::make_shared<KSLChangeList>(m_listName, m_modifier), lastId + 1});
     ++lastId;
     m_delimited = false;
   }

@@ -19,6 +19,7 @@
 #include "command/KSLInterface.h"
 
 #include "platform/ORVOutputFiles.h"
+#include "platform/ORVResultMemory.h"
 #include "platform/ORVUtilities.h"
 #include "platform/internal/ContextLocal.h"
 #include "rules/AdditionalRules.h"
@@ -288,6 +289,7 @@ kslUpdateMode KSLInterface::beginNewParse(kslUpdateMode mode)
 {
   if (m_entryCount++ == 0) {
     OutputFiles::instance()->begin();
+    ResultMemory::beginCommand();
     m_kslapi->refuseRules(true);
     m_history.open();
   }
@@ -302,6 +304,7 @@ void KSLInterface::endParse(kslUpdateMode outerMode)
   m_kslapi->refuseRules(false);
   OutputFiles::instance()->end();
   m_history.close();
+  ResultMemory::endCommand();
 }
 
 void KSLInterface::handleParseException(bool force)
@@ -319,6 +322,7 @@ void KSLInterface::takeBack()
   const ScopeGuard end([this] { m_recovering = false; });
   m_error->report();
   OutputFiles::instance()->discard();
+  ResultMemory::takeBack();
   m_history.recover(m_executive);
   OutputFiles::instance()->discard();  // what objects wrote when they became what they were
   m_error->report();                   // of a load that somebody made meanwhile

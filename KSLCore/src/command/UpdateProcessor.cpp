@@ -3,6 +3,7 @@
 #include "platform/ORVException.h"
 #include "platform/ORVProgress.h"
 #include "platform/ORVUtilities.h"
+#include "database/KSLObject.h"
 #include "database/ValueAtHand.h"
 #include "command/DBUpdater.h"
 #include "RecoveryLog.h"
@@ -14,26 +15,155 @@ namespace orv {
 
 // ------------------------------------------------------------------------------------------------ UpdateProcessor
 
+namespace {
+
+// Runs a step of a change; an error tells what it arose from. True when there was none.
+template <class Step>
+bool naming(const std::string& path, const std::string& param, Step step)
+{
+  try {
+    step();
+    return true;
+  } catch (Error& error) {
+    error.concern(path, param);
+    throw;
+  }
+}
+
+}  // namespace
+
 std::size_t UpdateProcessor::process(const KSLChangeList& changes)
 {
   m_list = &changes;
   const ScopeGuard end([this] { m_list = nullptr; });
   m_recorded = 0;
-  m_goesBefore = 0;
-  m_staysBefore = 0;
   std::size_t done = 0;
   Progress progress("changes", changes.size());
-  for (m_visited = 0; m_visited < changes.size(); ++m_visited) {
+  ChangeGroups::Cursor cursor(changes);
+  for (m_visited = 0; m_visited < changes.size();) {
     progress.advance(m_visited);
-    const KSLChange change = changes[m_visited];  // the list may be changed meanwhile
-    if (!m_log)
-      visitNaming(change);
-    else if (!m_log->attempt(change.path.str(), change.name.str(), [&] { visit(change); }))
+    const ChangeGroup group = *cursor.find(m_visited);  // the list may be changed meanwhile
+    const std::size_t at = m_visited - cursor.first();
+    if (const std::size_t applied = applyGroup(group, at, progress)) {
+      m_visited += applied;
+      done += applied;
       continue;
-    ++done;
+    }
+    const KSLChange change = group[at];
+    const auto step = [&] { visit(change); };
+    const bool isDone = m_log ? m_log->attempt(change.path.str(), change.name.str(), step)
+                              : naming(change.path.str(), change.name.str(), step);
+    done += isDone;
+    ++m_visited;
   }
   return done;
 }
+
+// -------------------------------------------------------------------------------------------------------- groups
+
+std::size_t UpdateProcessor::applyGroup(const ChangeGroup& group, std::size_t at, Progress& progress)
+{
+  using Object = ChangeGroup::Object;
+  const ChangeGroup::Listed* const all = group.listed();
+  if (all && m_visited < m_recorded) {
+    if (!wentAlong())
+      return 0;
+    if (all->object == Object::last || (all->object == Object::first && at == 0))
+      forget(group.path().str());
+    return group.size() - at;
+  }
+  if (at > 0 || !m_history || m_log || m_history->getModifier() || !m_updater->createsObjects())
+    return 0;
+  if (!all)
+    changeParam(group);
+  else if (all->creates && !all->descending && all->object != Object::last)
+    createGroup(group, progress);
+  else if (!all->creates && all->descending && all->object == Object::last
+           && m_updater->goesUnseen(group.path()))
+    removeGroup(group);
+  else
+    return 0;
+  return group.size();
+}
+
+void UpdateProcessor::createGroup(const ChangeGroup& group, Progress& progress)
+{
+  const ChangeGroup::Listed& all = *group.listed();
+  const std::size_t before = m_history->size();
+  ChangeGroups::add(*m_history, group.inverse());
+  const std::size_t after = m_history->size();
+  std::size_t done = 0;
+  ScopeGuard unrecord([&] {
+    if (m_history->size() == after)  // else others have recorded since
+      m_history->truncate(before + done);
+  });
+  if (all.object == ChangeGroup::Object::first) {
+    if (all.params() == 0)
+      newObject(group.path());
+    ++done;
+  }
+  KSLObject* object = nullptr;
+  std::size_t count = 0;
+  for (std::size_t i = all.from; i < all.run.size(); ++i, ++done) {
+    if (done > 0)
+      progress.advance(m_visited + done);
+    const store::Param& param = all.run[i];
+    naming(group.path().str(), param.name.str(), [&] {
+      if (!object || m_updater->changeCount() != count) {
+        object = objectToSet(group.path());
+        count = m_updater->changeCount();
+      }
+      if (object)
+        object->setWhole(param.name.str(), param.value);
+    });
+  }
+  unrecord.dismiss();
+}
+
+void UpdateProcessor::changeParam(const ChangeGroup& group)
+{
+  const KSLChange change = group[0];
+  const std::size_t before = m_history->size();
+  ChangeGroups::add(*m_history, group.inverse());
+  ScopeGuard unrecord([&] {
+    if (m_history->size() == before + 1)  // else others have recorded since
+      m_history->truncate(before);
+  });
+  naming(change.path.str(), change.name.str(), [&] {
+    noteChanged(change.path);
+    if (KSLObject* object = m_updater->find(change.path))
+      object->setWhole(change.name.str(), change.value);
+  });
+  unrecord.dismiss();
+}
+
+KSLObject* UpdateProcessor::objectToSet(const SharedText& path)
+{
+  if (!m_updater->find(path)) {
+    createWaiting();
+    ensureObject(path);
+  }
+  noteChanged(path);
+  return m_updater->find(path);
+}
+
+// Nobody could see its parameters being unset one by one before it goes.
+void UpdateProcessor::removeGroup(const ChangeGroup& group)
+{
+  const std::size_t before = m_history->size();
+  ChangeGroups::add(*m_history, group.inverse());
+  const std::size_t after = m_history->size();
+  const std::size_t changesBefore = m_updater->changeCount();
+  ScopeGuard unrecord([&] {
+    if (m_updater->changeCount() == changesBefore && m_history->size() == after)
+      m_history->truncate(before);
+  });
+  forget(group.path().str());
+  naming(group.path().str(), {}, [&] { m_updater->deleteObject(group.path().str()); });
+  unrecord.dismiss();
+}
+
+// ------------------------------------------------------------------------------------------------- single changes
 
 void UpdateProcessor::visit(const KSLChange& change)
 {
@@ -63,17 +193,6 @@ void UpdateProcessor::apply(const KSLChange& change)
   m_objectCount = m_updater->changeCount();
 }
 
-// As visit; an error tells what it arose from.
-void UpdateProcessor::visitNaming(const KSLChange& change)
-{
-  try {
-    visit(change);
-  } catch (Error& error) {
-    error.concern(change.path.str(), change.name.str());
-    throw;
-  }
-}
-
 void UpdateProcessor::visitRecorded(const KSLChange& change)
 {
   const std::size_t before = m_history->size();
@@ -95,21 +214,34 @@ void UpdateProcessor::visitRecorded(const KSLChange& change)
 
 void UpdateProcessor::record(const KSLChange& change)
 {
-  m_history->add(change.inverse());
   m_recorded = m_visited + 1;
   if (change.kind != KSLChange::Kind::deleteObject || !m_list)
-    return;
-  const auto goesAlong = [&](const KSLChange& other) {
-    return (other.kind == KSLChange::Kind::deleteObject || other.kind == KSLChange::Kind::deleteParam)
-           && PathUtils::isSameOrBelow(other.path.str(), change.path.str());
+    return m_history->add(change.inverse());
+  const auto goesAlong = [&](const ChangeGroup& group) {
+    return group.listed() && !group.listed()->creates
+           && PathUtils::isSameOrBelow(group.path().str(), change.path.str());
   };
-  for (; m_recorded < m_list->size() && goesAlong((*m_list)[m_recorded]); ++m_recorded)
-    m_history->add((*m_list)[m_recorded].inverse());
+  ChangeGroups::Cursor cursor(*m_list);
+  for (m_recorded = m_visited; m_recorded < m_list->size();) {
+    const ChangeGroup& group = *cursor.find(m_recorded);
+    if (!goesAlong(group))
+      return;
+    if (const std::size_t at = m_recorded - cursor.first())
+      m_history->add(group[at].inverse());
+    else
+      ChangeGroups::add(*m_history, group.inverse());
+    m_recorded += m_recorded == cursor.first() ? group.size() : 1;
+  }
 }
 
 void UpdateProcessor::newObject(const std::string& path)
 {
-  if (m_updater->createsObjects() && !m_updater->hasObject(path))
+  newObject(SharedText(std::string_view(path)));
+}
+
+void UpdateProcessor::newObject(const SharedText& path)
+{
+  if (m_updater->createsObjects() && !m_updater->find(path))
     m_waiting.push_back({path, false});
 }
 
@@ -125,7 +257,7 @@ void UpdateProcessor::newParam(const std::string& path, const std::string& name,
 {
   if (!m_sameObject && m_updater->createsObjects() && !m_updater->hasObject(path)) {
     createWaiting();
-    ensureObject(path);
+    ensureObject(SharedText(std::string_view(path)));
   }
   noteChanged(path);
   m_updater->setParam(path, name, value);
@@ -141,27 +273,7 @@ void UpdateProcessor::changedParam(const std::string& path, const std::string& n
 void UpdateProcessor::deletedParam(const std::string& path, const std::string& name, const std::string&)
 {
   noteChanged(path);
-  if (!goesNext())
-    m_updater->unsetParam(path, name);
-}
-
-// True for a parameter that is unset together with all that follow in the list up to the deletion of their object, as
-// in the undo of a definition, when nobody could see it meanwhile.
-bool UpdateProcessor::goesNext()
-{
-  if (!m_list || m_log || m_visited < m_staysBefore)
-    return false;
-  if (m_visited < m_goesBefore)
-    return true;
-  const SharedText& path = (*m_list)[m_visited].path;
-  std::size_t end = m_visited + 1;
-  while (end < m_list->size() && (*m_list)[end].kind == KSLChange::Kind::deleteParam
-         && (*m_list)[end].path == path)
-    ++end;
-  const bool goes = end < m_list->size() && (*m_list)[end].kind == KSLChange::Kind::deleteObject
-                    && (*m_list)[end].path == path && m_updater->goesUnseen(path.str());
-  (goes ? m_goesBefore : m_staysBefore) = end;
-  return goes;
+  m_updater->unsetParam(path, name);
 }
 
 void UpdateProcessor::createWaiting()
@@ -173,7 +285,7 @@ void UpdateProcessor::createWaiting()
   waiting.swap(m_waiting);
   for (const Waiting& entry : waiting) {
     if (m_log)
-      m_log->attempt(entry.path, {}, [&] { ensureObject(entry.path); });
+      m_log->attempt(entry.path.str(), {}, [&] { ensureObject(entry.path); });
     else
       ensureObject(entry.path);
   }
@@ -188,8 +300,8 @@ void UpdateProcessor::dropDeleted(std::vector<Waiting>& waiting)
   std::set<std::string, std::less<>> deleted;
   for (std::size_t i = waiting.size(); i-- > 0;) {
     if (waiting[i].deleted)
-      deleted.insert(waiting[i].path);
-    for (std::string_view at = waiting[i].path; !at.empty() && !waiting[i].deleted;
+      deleted.insert(waiting[i].path.str());
+    for (std::string_view at = waiting[i].path.str(); !at.empty() && !waiting[i].deleted;
          at = PathUtils::parentPath(at))
       waiting[i].deleted = deleted.count(at) > 0;
   }
@@ -198,47 +310,44 @@ void UpdateProcessor::dropDeleted(std::vector<Waiting>& waiting)
 
 // Parents first, whatever the order of the changes. What is made here beyond the changes has no inverse of
 // its own: the store reports every object that it makes, so its list is complete.
-void UpdateProcessor::ensureObject(const std::string& path)
+void UpdateProcessor::ensureObject(const SharedText& path)
 {
-  std::vector<std::string> missing;
-  for (std::string_view at = PathUtils::parentPath(path); !at.empty(); at = PathUtils::parentPath(at)) {
-    std::string ancestor(at);
-    if (m_updater->hasObject(ancestor))
-      break;
-    missing.push_back(std::move(ancestor));
-  }
+  std::vector<SharedText> missing;
+  for (SharedText at = path; !m_updater->hasParentOf(at.str()); missing.push_back(at))
+    at = SharedText(PathUtils::parentPath(at.str()));
   for (std::size_t i = missing.size(); i-- > 0;)
     create(missing[i]);
-  if (!m_updater->hasObject(path))
+  if (!m_updater->find(path))
     create(path);
 }
 
-void UpdateProcessor::create(const std::string& path)
+void UpdateProcessor::create(const SharedText& path)
 {
-  m_changed.insert(path);
-  try {
-    m_updater->createObject(path);
-  } catch (Error& error) {
-    error.concern(path);
-    throw;
-  }
+  m_changed.push_back(path);
+  naming(path.str(), {}, [&] { m_updater->createObject(path); });
   if (m_log)
-    m_log->noteCreated(path);
+    m_log->noteCreated(path.str());
 }
 
 void UpdateProcessor::forget(const std::string& deletedPath)
 {
   if (!m_waiting.empty())
-    m_waiting.push_back({deletedPath, true});
+    m_waiting.push_back({SharedText(std::string_view(deletedPath)), true});
+}
+
+void UpdateProcessor::noteChanged(const SharedText& path)
+{
+  if (m_lastChanged == path)
+    return;
+  if (m_updater->find(path))  // else there is nothing to update
+    m_changed.push_back(path);
+  m_lastChanged = path;
 }
 
 void UpdateProcessor::noteChanged(const std::string& path)
 {
-  if (m_sameObject || path == m_lastChanged)
-    return;
-  if (m_updater->hasObject(path))  // else there is nothing to update
-    m_changed.insert(path);
-  m_lastChanged = path;
+  if (!m_sameObject && !(m_lastChanged == std::string_view(path)))
+    noteChanged(SharedText(std::string_view(path)));
 }
 
 // ----------------------------------------------------------------------------------- InternalParamUpdateProcessor

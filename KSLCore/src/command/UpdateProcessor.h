@@ -2,6 +2,7 @@
 #pragma once
 
 #include "platform/ORVKSLAPI.h"
+#include "platform/internal/ChangeGroup.h"
 
 #include <set>
 #include <string>
@@ -10,12 +11,18 @@
 namespace orv {
 
 class DBUpdater;
+class KSLObject;
+class Progress;
 class RecoveryLog;
 
+// A list is applied group by group: an object is looked up once for the parameters that it gets, and its inverse is
+// recorded in one piece. Where a modifier wants to see each inverse, in a recovery, and where updates create no objects,
+// changes are applied one by one.
+//
 // One recording rule: the inverse of a change is in the history before the change is made, and is taken out again,
 // which cannot fail, when the change threw and left nothing behind. The database deletes an object with its contents,
 // which the list names one by one behind it: their inverses are part of the one change. Replays pass over what is
-// there already, so an inverse may stand there whose change came to nothing.
+// there already, so an inverse may stand there whose change came to nothing; of a group only those stay that were made.
 //
 // Objects are created when a parameter needs them, for a replay may meet parameters before their object. A
 // path that was reported new and got no parameter yet waits; whenever an object is created, those waiting are
@@ -41,41 +48,47 @@ class UpdateProcessor : public KSLChangeProcessor {
   // How many were applied.
   std::size_t process(const KSLChangeList& changes);
   void createWaiting();
-  const std::set<std::string>& getChanged() const { return m_changed; }
+  // The objects that changed, in the order in which they did, some more than once.
+  const std::vector<SharedText>& getChanged() const { return m_changed; }
 
  private:
   // An object that was reported new and waits; or one that was deleted, and with it what waited below it.
   struct Waiting {
-    std::string path;
+    SharedText path;
     bool deleted;
   };
 
+  // How many changes it applied of a group, `at` of which are: all the others, or none when they are to be applied one
+  // by one.
+  std::size_t applyGroup(const ChangeGroup& group, std::size_t at, Progress& progress);
+  void createGroup(const ChangeGroup& group, Progress& progress);
+  void removeGroup(const ChangeGroup& group);
+  void changeParam(const ChangeGroup& group);
+  KSLObject* objectToSet(const SharedText& path);
   static void dropDeleted(std::vector<Waiting>& waiting);
-  void ensureObject(const std::string& path);
-  void create(const std::string& path);
+  void newObject(const SharedText& path);
+  void ensureObject(const SharedText& path);
+  void create(const SharedText& path);
   void forget(const std::string& deletedPath);
+  void noteChanged(const SharedText& path);
   void noteChanged(const std::string& path);
   void apply(const KSLChange& change);
-  bool goesNext();
   bool wentAlong() const;
-  void visitNaming(const KSLChange& change);
   void visitRecorded(const KSLChange& change);
   void record(const KSLChange& change);
 
-  DBUpdater* m_updater;           // not owned
-  KSLChangeList* m_history;       // not owned
-  RecoveryLog* m_log;             // not owned
-  std::string m_lastChanged;      // noted already, or not there
-  SharedText m_objectPath;        // of the parameter visited last, when that is there; else empty
-  std::size_t m_objectCount = 0;  // the updater's count of changes then
-  bool m_sameObject = false;      // the change under way is one of its parameters, too
-  std::size_t m_goesBefore = 0;   // changes before this one unset parameters of an object that goes next
-  std::size_t m_staysBefore = 0;  // changes before this one are known to be no such
+  DBUpdater* m_updater;                   // not owned
+  KSLChangeList* m_history;               // not owned
+  RecoveryLog* m_log;                     // not owned
+  SharedText m_lastChanged;               // noted already, or not there
+  SharedText m_objectPath;                // of the parameter visited last, when that is there; else empty
+  std::size_t m_objectCount = 0;          // the updater's count of changes then
+  bool m_sameObject = false;              // the change under way is one of its parameters, too
   const KSLChangeList* m_list = nullptr;  // under way
   std::size_t m_visited = 0;              // of its changes
   std::size_t m_recorded = 0;             // of its changes; ahead of the visit in a deletion
   std::size_t m_goneCount = 0;            // the updater's count of changes behind that deletion
-  std::set<std::string> m_changed;
+  std::vector<SharedText> m_changed;
   std::vector<Waiting> m_waiting;  // in the order reported
 };
 

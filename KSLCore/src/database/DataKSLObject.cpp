@@ -67,7 +67,7 @@ SchedulerObject* DataKSLObject::getSchedulerObject(const std::string& schedulerT
 KSLObject* DataKSLObject::clone() const
 {
   auto copy = std::make_unique<DataKSLObject>();
-  copy->setPlainClass();
+  copy->setStoringClass();
   copyInternals(copy.get());  // the type too
   return copy.release();
 }

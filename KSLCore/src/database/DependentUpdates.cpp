@@ -66,11 +66,7 @@ void rebuild(const TreeAndLeafReadModel* model, const std::vector<ParamUpdate>& 
 
 }  // namespace
 
-DependentUpdates::DependentUpdates()
-    : m_externalChanges(std::make_unique<KSLChangeList>("Dependent KSL - external params")),
-      m_internalChanges(std::make_unique<KSLChangeList>("Dependent KSL - internal params"))
-{}
-
+DependentUpdates::DependentUpdates() = default;
 DependentUpdates::~DependentUpdates() = default;
 
 void DependentUpdates::setModifiedParam(const std::string& objectPath, const std::string& paramName,
@@ -114,6 +110,10 @@ void DependentUpdates::syncChangeLists(const TreeAndLeafReadModel* model)
 {
   if (m_synchronised)
     return;
+  if (!m_externalChanges)
+    m_externalChanges = std::make_unique<KSLChangeList>("Dependent KSL - external params");
+  if (!m_internalChanges)
+    m_internalChanges = std::make_unique<KSLChangeList>("Dependent KSL - internal params");
   settleReferences(model);
   consolidateUpdates(model, m_externalUpdates);
   rebuild(model, m_externalUpdates, *m_externalChanges);

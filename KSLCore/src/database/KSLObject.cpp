@@ -13,6 +13,7 @@
 #include "database/RelativeLookup.h"
 #include "database/StateTextLogger.h"
 #include "database/StateTraversal.h"
+#include "database/ValueAtHand.h"
 
 #include <exception>
 #include <ostream>
@@ -51,6 +52,7 @@ KSLObject::KSLObject()
       m_pendingDelete(false),
       m_searchUp(false),
       m_plainClass(false),
+      m_storingClass(false),
       m_lineUnread(false)
 {}
 
@@ -186,7 +188,13 @@ void KSLObject::setPath(const std::string& parentPath, const std::string& name)
   if (!m_singleton)
     full.append(1, ':').append(name);
   m_name = name;
-  m_path = std::move(full);
+  m_path = SharedText(std::move(full));
+}
+
+void KSLObject::sharePath(const SharedText& path)
+{
+  if (m_path == path)
+    m_path = path;
 }
 
 // ---------------------------------------------------------------------------------------------------- parameters
@@ -214,7 +222,7 @@ ParamDefinition* KSLObject::findParamToSet(std::string_view name, const std::str
 Diagnostic KSLObject::unknownParam(const std::string& name) const
 {
   Diagnostic more = oneOf(name, getParamNames(externalParams));
-  more.object = m_path;
+  more.object = getPath();
   more.parameter = name;
   return more;
 }
@@ -223,9 +231,9 @@ const ParamDefinition* KSLObject::getParam(const std::string& name) const
 {
   if (const ParamDefinition* param = m_params.own(name, paramObserver()))
     return param;
-  throw diagnosed(
-      data::notFound("KSLObject", "getParam", _("Parameter '%s' does not exist on object %s.", name, m_path)),
-      unknownParam(name));
+  throw diagnosed(data::notFound("KSLObject", "getParam",
+                                 _("Parameter '%s' does not exist on object %s.", name, getPath())),
+                  unknownParam(name));
 }
 
 const ParamDefinition& KSLObject::readParam(const std::string& name) const
@@ -362,6 +370,16 @@ void KSLObject::setWhole(const std::string& name, const std::string& value)
     m_lineUnread = m_plainClass;
     setValue(name, value);
   });
+}
+
+void KSLObject::setWhole(const std::string& name, const SharedText& value)
+{
+  if (m_storingClass) {
+    if (ParamDefinition* param = findParamToSet(name, value.str()))
+      return param->setAllowed(value);
+  }
+  const ValueAtHand hand(value);
+  setWhole(name, value.str());
 }
 
 bool KSLObject::takeLineUnread()

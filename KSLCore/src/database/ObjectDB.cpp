@@ -60,7 +60,7 @@ class ObjectDB::DeleteGuard {
   DeleteGuard(ObjectDB& database, ObjectHolder* holder)
       : m_database(database),
         m_holder(holder),
-        m_path(holder->getObject()->getPath())
+        m_path(holder->getObject()->getSharedPath())
   {
     KSLObject* object = holder->getObject();
     const bool wasPending = object->isPendingDelete();
@@ -78,14 +78,14 @@ class ObjectDB::DeleteGuard {
   // An observer's failure has no one to tell here.
   ~DeleteGuard()
   {
-    const ObjectHolder* left = m_database.m_index->find(m_path);
+    const ObjectHolder* left = m_database.m_index->find(PathKey(m_path));
     KSLObject* object = left ? left->getObject() : nullptr;
     if (object)
       object->setPendingDelete(false);
     if (!m_database.m_changeNotify)
       return;
     try {
-      m_database.m_changeNotify->objectDeleteEnd(m_path, object);
+      m_database.m_changeNotify->objectDeleteEnd(m_path.str(), object);
     } catch (...) {}
   }
 
@@ -97,7 +97,7 @@ class ObjectDB::DeleteGuard {
  private:
   ObjectDB& m_database;
   ObjectHolder* m_holder;
-  std::string m_path;
+  SharedText m_path;
 };
 
 // ------------------------------------------------------------------------------------------------------ instance
@@ -179,17 +179,23 @@ std::string ObjectDB::normalised(const std::string& path) const
 ObjectHolder* ObjectDB::findObjectHolder(const std::string& path) const
 {
   if (!m_pathNormaliseFun && path.size() > 1 && isNormal(path))
-    return m_index->find(path);
+    return m_index->find(PathKey(path));
   const std::string normal = normalised(path);
-  return normal.empty() ? m_rootHolder.get() : m_index->find(normal);
+  return normal.empty() ? m_rootHolder.get() : m_index->find(PathKey(normal));
 }
 
 ObjectHolder* ObjectDB::findParentHolder(const std::string& path) const
 {
   const std::string_view parent = PathUtils::parentPath(path);
-  if (!m_pathNormaliseFun && parent.size() > 1 && isNormal(parent))
-    return m_index->find(parent);
-  return findObjectHolder(std::string(parent));
+  if (m_pathNormaliseFun || parent.size() <= 1)
+    return findObjectHolder(std::string(parent));
+  if (m_lastParent && m_lastParent->getObject()->getPath() == parent)
+    return m_lastParent;
+  ObjectHolder* const found =
+      isNormal(parent) ? m_index->find(PathKey(parent)) : findObjectHolder(std::string(parent));
+  if (found && found->getObject()->getPath() == parent)
+    m_lastParent = found;
+  return found;
 }
 
 bool ObjectDB::hasObject(const std::string& pathOrName) const
@@ -207,6 +213,15 @@ KSLObject* ObjectDB::getObjectByPath(const std::string& path) const
 {
   const ObjectHolder* holder = findObjectHolder(path);
   return holder ? holder->getObject() : nullptr;
+}
+
+KSLObject* ObjectDB::getObjectByPath(const SharedText& path) const
+{
+  if (m_pathNormaliseFun || path.str().size() <= 1)
+    return getObjectByPath(path.str());
+  if (const ObjectHolder* holder = m_index->find(PathKey(path)))
+    return holder->getObject();
+  return isNormal(path.str()) ? nullptr : getObjectByPath(path.str());
 }
 
 KSLObject* ObjectDB::getObjectByName(const std::string& name) const
@@ -235,7 +250,7 @@ ObjectHolder* ObjectDB::checkedParentOf(const KSLObject* object) const
   requireField(object->getType(), "Type");
   requireField(object->getName(), "name");
   requireField(path, "path");
-  if (hasObject(path))
+  if (getObjectByPath(object->getSharedPath()))
     throw data::duplicate(objectDBClass, function,
                           _("KSLObject '%s' (path '%s') already exists.", object->getName(), path));
   ObjectHolder* parent = findParentHolder(path);
@@ -258,7 +273,11 @@ void ObjectDB::insert(ObjectHolder* parent, KSLObject* object)
   });
   object->setParentChildInfo(holder.get());
   m_index->insert(holder.get());
-  ScopeGuard unlist([&] { m_index->erase(holder.get()); });
+  ScopeGuard unlist([&] {
+    m_index->erase(holder.get());
+    if (m_lastParent == holder.get())  // an observer has looked
+      m_lastParent = nullptr;
+  });
   if (m_changeNotify) {
     object->registerObjectChangeNotify(m_changeNotify);
     ScopeGuard unobserve([&] { object->registerObjectChangeNotify(nullptr); });
@@ -321,7 +340,7 @@ void ObjectDB::doDeleteObject(ObjectHolder* top)
 
 ObjectHolder* ObjectDB::holderOf(const KSLObject* child) const
 {
-  if (ObjectHolder* holder = m_index->find(child->getPath()))
+  if (ObjectHolder* holder = m_index->find(PathKey(child->getSharedPath())))
     return holder;
   throw internal::error(objectDBClass, "doDeleteObject",
                         _("%s '%s' does not exist.", "KSLObject", child->getPath()));
@@ -331,6 +350,8 @@ ObjectHolder* ObjectDB::holderOf(const KSLObject* child) const
 void ObjectDB::removeLeaf(ObjectHolder* holder)
 {
   ++m_changes;
+  if (holder == m_lastParent)
+    m_lastParent = nullptr;
   if (m_watch && !m_ending)
     m_watch->objectGoing(*holder->getObject());
   holder->getParentHolder()->removeChildObject(holder->getObject());

@@ -2,6 +2,7 @@
 
 #include "platform/ORVError.h"
 #include "platform/ORVException.h"
+#include "platform/internal/SmallBlocks.h"
 #include "database/KSLObject.h"
 #include "database/PointerIndex.h"
 #include "database/SiblingGroup.h"
@@ -169,6 +170,18 @@ ObjectHolderImpl::ObjectHolderImpl(ObjectHolder* parent, KSLObject* object)
 {}
 
 ObjectHolderImpl::~ObjectHolderImpl() = default;
+
+void* ObjectHolderImpl::operator new(std::size_t)
+{
+  static_assert(sizeof(ObjectHolderImpl) == 32);
+  return SmallBlocks<sizeof(ObjectHolderImpl)>::take();
+}
+
+void ObjectHolderImpl::operator delete(void* memory) noexcept
+{
+  if (memory)
+    SmallBlocks<sizeof(ObjectHolderImpl)>::give(memory);
+}
 
 std::vector<KSLObject*> ObjectHolderImpl::getChildObjects() const
 {

@@ -189,6 +189,11 @@ std::string ParamDefinition::setValue(std::string text)
 void ParamDefinition::setShared(SharedText text)
 {
   requireAllowed(text.str());
+  setAllowed(std::move(text));
+}
+
+void ParamDefinition::setAllowed(SharedText text)
+{
   const bool wasSet = std::exchange(m_hasBeenSet, true);
   const bool wasChanged = std::exchange(m_changed, true);
   std::swap(m_value, text);

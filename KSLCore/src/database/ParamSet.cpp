@@ -10,41 +10,42 @@ namespace {
 // True when a copy of either would look the same.
 bool copiesAlike(const ParamDefinition& a, const ParamDefinition& b)
 {
-  return a.isInternal() == b.isInternal() && a.getValue() == b.getValue() && a.getRules() == b.getRules();
+  return a.isInternal() == b.isInternal() && a.getShared() == b.getShared() && a.getRules() == b.getRules();
 }
+
+constexpr std::size_t firstRoom = 4;
 
 // Room grows with what is written, and never beyond what the type has.
 template <class Owns>
-void insertAt(Owns& own, typename Owns::iterator place, std::size_t slot,
-              std::unique_ptr<ParamDefinition> param, std::size_t most)
+void insertAt(Owns& own, typename Owns::iterator place, std::unique_ptr<ParamDefinition> param,
+              std::size_t most)
 {
   const auto index = place - own.begin();
   if (own.size() == own.capacity())
-    own.reserve(std::max(own.size() + 1, std::min(2 * own.size() + 2, most)));
-  own.insert(own.begin() + index, {static_cast<std::uint32_t>(slot), std::move(param)});
-}
-
-template <class Owns>
-ParamDefinition* insertCopy(Owns& own, typename Owns::iterator place, std::size_t slot,
-                            const ParamDefinition& prototype, std::size_t most,
-                            ParamDefinition::NotifyChange* observer)
-{
-  std::unique_ptr<ParamDefinition> made = prototype.clone();
-  ParamDefinition* param = made.get();
-  param->setNotifyChange(observer);
-  insertAt(own, place, slot, std::move(made), most);
-  return param;
+    own.reserve(std::max(own.size() + 1, std::min(own.empty() ? firstRoom : 2 * own.size() + 2, most)));
+  own.insert(own.begin() + index, std::move(param));
 }
 
 }  // namespace
 
+ParamDefinition* ParamSet::insertCopy(std::vector<Own>::iterator place, std::size_t slot,
+                                      ParamDefinition::NotifyChange* observer)
+{
+  std::unique_ptr<ParamDefinition> made = (*m_layout)[slot].clone();
+  ParamDefinition* param = made.get();
+  param->m_slot = static_cast<std::uint32_t>(slot);
+  param->setNotifyChange(observer);
+  insertAt(m_own, place, std::move(made), m_layout->size());
+  return param;
+}
+
 std::vector<ParamSet::Own>::const_iterator ParamSet::ownAt(std::size_t slot) const
 {
   // Slots rise, so an entry never stands behind its slot; where all are written it stands there.
-  if (slot < m_own.size() && m_own[slot].slot == slot)
+  if (slot < m_own.size() && m_own[slot]->m_slot == slot)
     return m_own.begin() + static_cast<std::ptrdiff_t>(slot);
   return std::lower_bound(m_own.begin(), m_own.end(), slot,
-                          [](const Own& entry, std::size_t key) { return entry.slot < key; });
+                          [](const Own& param, std::size_t key) { return param->m_slot < key; });
 }
 
 std::vector<ParamSet::Own>::iterator ParamSet::ownAt(std::size_t slot)
@@ -55,7 +56,7 @@ std::vector<ParamSet::Own>::iterator ParamSet::ownAt(std::size_t slot)
 const ParamDefinition& ParamSet::at(std::size_t slot) const
 {
   const auto own = ownAt(slot);
-  return own != m_own.end() && own->slot == slot ? *own->param : (*m_layout)[slot];
+  return own != m_own.end() && (*own)->m_slot == slot ? **own : (*m_layout)[slot];
 }
 
 const ParamDefinition* ParamSet::find(std::string_view name) const
@@ -70,7 +71,7 @@ ParamDefinition* ParamSet::findOwn(std::string_view name)
   if (slot == ParamLayout::npos)
     return nullptr;
   const auto own = ownAt(slot);
-  return own != m_own.end() && own->slot == slot ? own->param.get() : nullptr;
+  return own != m_own.end() && (*own)->m_slot == slot ? own->get() : nullptr;
 }
 
 ParamDefinition* ParamSet::own(std::string_view name, ParamDefinition::NotifyChange* observer)
@@ -86,26 +87,26 @@ ParamDefinition* ParamSet::ownToSet(std::string_view name, const std::string& va
   if (slot == ParamLayout::npos)
     return nullptr;
   const auto place = ownAt(slot);
-  if (place != m_own.end() && place->slot == slot) {
-    place->param->requireAllowed(value);
-    return place->param.get();
+  if (place != m_own.end() && (*place)->m_slot == slot) {
+    (*place)->requireAllowed(value);
+    return place->get();
   }
-  const ParamDefinition& prototype = (*m_layout)[slot];
-  prototype.requireAllowed(value);
-  return insertCopy(m_own, place, slot, prototype, m_layout->size(), observer);
+  (*m_layout)[slot].requireAllowed(value);
+  return insertCopy(place, slot, observer);
 }
 
 ParamDefinition* ParamSet::ownSlot(std::size_t slot, ParamDefinition::NotifyChange* observer)
 {
   const auto place = ownAt(slot);
-  if (place != m_own.end() && place->slot == slot)
-    return place->param.get();
-  return insertCopy(m_own, place, slot, (*m_layout)[slot], m_layout->size(), observer);
+  if (place != m_own.end() && (*place)->m_slot == slot)
+    return place->get();
+  return insertCopy(place, slot, observer);
 }
 
 void ParamSet::insertOwn(std::size_t slot, std::unique_ptr<ParamDefinition> param)
 {
-  insertAt(m_own, ownAt(slot), slot, std::move(param), m_layout->size());
+  param->m_slot = static_cast<std::uint32_t>(slot);
+  insertAt(m_own, ownAt(slot), std::move(param), m_layout->size());
 }
 
 ParamLayout& ParamSet::writableLayout()
@@ -128,7 +129,7 @@ std::size_t ParamSet::insertSlot(std::shared_ptr<const ParamDefinition> prototyp
 {
   const std::size_t slot = writableLayout().insert(std::move(prototype));
   for (auto later = ownAt(slot); later != m_own.end(); ++later)
-    ++later->slot;
+    ++(*later)->m_slot;
   return slot;
 }
 
@@ -149,12 +150,12 @@ ParamSet::Taken ParamSet::take(std::string_view name)
   taken.prototype = std::move(entries[slot].prototype);
   entries.erase(entries.begin() + static_cast<std::ptrdiff_t>(slot));
   auto own = ownAt(slot);
-  if (own != m_own.end() && own->slot == slot) {
-    taken.own = std::move(own->param);
+  if (own != m_own.end() && (*own)->m_slot == slot) {
+    taken.own = std::move(*own);
     own = m_own.erase(own);
   }
   for (; own != m_own.end(); ++own)
-    --own->slot;
+    --(*own)->m_slot;
   return taken;
 }
 
@@ -178,11 +179,11 @@ void ParamSet::clear() noexcept
 
 void ParamSet::publishOwn()
 {
-  for (const Own& entry : m_own) {
-    if (copiesAlike(*entry.param, (*m_layout)[entry.slot]))
+  for (const Own& param : m_own) {
+    if (copiesAlike(*param, (*m_layout)[param->m_slot]))
       continue;
-    std::shared_ptr<const ParamDefinition> prototype = entry.param->clone();
-    writableLayout().m_entries[entry.slot].prototype = std::move(prototype);
+    std::shared_ptr<const ParamDefinition> prototype = param->clone();
+    writableLayout().m_entries[param->m_slot].prototype = std::move(prototype);
   }
 }
 
@@ -193,9 +194,9 @@ void ParamSet::copyTo(ParamSet& target, bool publish)
   target.m_layout = m_layout;
   if (publish)
     return;
-  for (const Own& entry : m_own) {
-    if (!copiesAlike(*entry.param, (*m_layout)[entry.slot]))
-      target.insertOwn(entry.slot, entry.param->clone());
+  for (const Own& param : m_own) {
+    if (!copiesAlike(*param, (*m_layout)[param->m_slot]))
+      target.insertOwn(param->m_slot, param->clone());
   }
 }
 

@@ -54,9 +54,13 @@ void runEnding(Step step) noexcept
 
 std::size_t SchedulerTypes::find(std::string_view type) const noexcept
 {
+  constexpr std::size_t few = 8;  // as most types have: quicker to compare than to search
   const auto at =
-      std::lower_bound(entries.begin(), entries.end(), type,
-                       [](const Entry& entry, std::string_view key) { return entry.type.str() < key; });
+      entries.size() <= few
+          ? std::find_if(entries.begin(), entries.end(),
+                         [type](const Entry& entry) { return entry.type == type; })
+          : std::lower_bound(entries.begin(), entries.end(), type,
+                             [](const Entry& entry, std::string_view key) { return entry.type.str() < key; });
   return at != entries.end() && at->type == type ? static_cast<std::size_t>(at - entries.begin()) : npos;
 }
 

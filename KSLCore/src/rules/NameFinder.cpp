@@ -110,6 +110,16 @@ void NameFinder::addTarget(KSLObject* target, bool fits, const std::string& sche
     m_asked.push_back({place, target->getName()});
 }
 
+// Which of its calculations leaves the value nobody says: it is there when all have run.
+void NameFinder::addComputed(KSLObject* target)
+{
+  const auto* computing = dynamic_cast<const GenericKSLObject*>(target);
+  if (!computing || computing->getSchedulers().empty())
+    return addTarget(target, true, {}, false);
+  for (const SchedulerObject& scheduler : computing->getSchedulers())
+    addTarget(target, true, scheduler.getType());
+}
+
 // Without an expressions service nobody comes here: expressions depend on nothing then.
 void NameFinder::makeVariableLinks()
 {
@@ -123,6 +133,8 @@ void NameFinder::makeVariableLinks()
     else if (!variable.object)
       noteMissing(function, name,
                   _("Expression '%s' depends on a variable '%s' which does not exist.", m_text, name));
+    else if (variable.isComputed)
+      addComputed(variable.object);
     else if (variable.isVariable)
       addTarget(variable.object, true, variable.scheduler, variable.marks);
     else

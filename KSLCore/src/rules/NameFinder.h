@@ -28,6 +28,7 @@ class NameFinder {
   void makeVariableLinks();
   void makeLocatorLinks();
   void addTarget(KSLObject* target, bool fits, const std::string& scheduler = {}, bool marks = true);
+  void addComputed(KSLObject* target);
   void dropDoubles();
   void note(NamedTargets::Fault fault);
   void noteMissing(const char* function, std::string_view name, std::string message);

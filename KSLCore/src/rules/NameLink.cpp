@@ -40,6 +40,8 @@ std::vector<std::string> namesForExpressions(const KSLObject& owner)
   for (std::string& name : owner.getParamNames(externalParams))
     names.push_back(std::move(name));
   ObjectDB::instance()->getRoot()->forEachChild([&](const KSLObject* child) {
+    if (child->isA("variable"))
+      names.push_back(child->getName());
     const auto* object = dynamic_cast<const GenericKSLObject*>(child);
     if (!object || !object->definesNames())
       return;

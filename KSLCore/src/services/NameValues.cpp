@@ -4,7 +4,10 @@
 #include "platform/ORVException.h"
 #include "database/KSLObject.h"
 #include "database/NamesBeside.h"
+#include "rules/GenericKSLObject.h"
 #include "services/VariableNames.h"
+
+#include <algorithm>
 
 namespace orv {
 
@@ -113,9 +116,27 @@ bool NameValues::begin(Node& node)
   return true;
 }
 
+// A value that is out of date must not pass for one.
+void NameValues::requireComputed(const KSLObject& object, const ParamDefinition& value)
+{
+  const auto* computing = dynamic_cast<const GenericKSLObject*>(&object);
+  const auto isPending = [](const SchedulerObject& scheduler) { return scheduler.isPending(); };
+  const bool isOld =
+      computing
+      && std::any_of(computing->getSchedulers().begin(), computing->getSchedulers().end(), isPending);
+  if (isOld || value.getValue().empty())
+    throw diagnosed(
+        data::invalid(nameValuesClass, "valueOf",
+                      isOld ? _("Variable '%s' is out of date.", object.getPath())
+                            : _("Variable '%s' has no value: nothing is computed for it.", object.getPath())),
+        {.object = object.getPath(), .parameter = value.getName()});
+}
+
 void NameValues::read(Node& node)
 {
   const ParamDefinition* param = node.object->lookUpParam(node.parameter);
+  if (VariableNames::isComputed(*param))
+    requireComputed(*node.object, *param);
   if (param->getValue().empty())
     param->getQuantityValue();  // throws, as for any empty value
   node.expression = ExpressionDef(param->getValue());

@@ -15,6 +15,7 @@
 namespace orv {
 
 class KSLObject;
+class ParamDefinition;
 
 // Follows names through texts: other parameters of an object, named expressions, variables, as VariableNames finds
 // them. Every text is evaluated once, what it uses before it, on a stack of its own: names may lead as far as memory
@@ -23,7 +24,8 @@ class NameValues {
  public:
   // The value of a name in a text that stands in a parameter of the object; none when nothing has that name. Throws
   // what the texts throw that it leads to; data::notFound, class "VariableNames", function "valueOf", "More than one
-  // object with name '%s' exists."; data::invalid, "Expression '%s' tries to use object '%s' as a variable."; and
+  // object with name '%s' exists."; data::invalid, "Expression '%s' tries to use object '%s' as a variable.", and for
+  // what is computed "Variable '%s' has no value: nothing is computed for it." and "Variable '%s' is out of date."; and
   // ksl::cyclicRef, "Tried to make object %s (%s) reference itself." (path, parameter), when a text leads back to
   // itself.
   std::optional<ExpressionValue> valueOf(const KSLObject& from, const std::string& parameter,
@@ -52,6 +54,7 @@ class NameValues {
   void bringUpToDate(Node& start);
   bool begin(Node& node);
   static void read(Node& node);
+  static void requireComputed(const KSLObject& object, const ParamDefinition& value);
   Node* nextUsed(Node& node);
   void use(Node& user, Node& used, std::vector<Node*>& open);
   static void compute(Node& node);

@@ -123,9 +123,15 @@ ExpressionNames::Uses VariableNames::namesIn(const KSLObject& object, const Para
 
 // ------------------------------------------------------------------------------------------------- what it names
 
+bool VariableNames::isComputed(const ParamDefinition& param)
+{
+  return param.isInternal() && param.getLocalType().empty();
+}
+
 bool VariableNames::isLocal(const KSLObject& object, const std::string& parameter, const std::string& name)
 {
-  return name != parameter && object.hasParam(name) && !dynamic_cast<const ExpressionsKSLObject*>(&object)
+  const ParamDefinition* param = name == parameter ? nullptr : object.lookUpParam(name);
+  return param && !isComputed(*param) && !dynamic_cast<const ExpressionsKSLObject*>(&object)
          && !dynamic_cast<const ExpressionEvaluatorKSLObject*>(&object);
 }
 
@@ -151,7 +157,10 @@ ExpressionNames::Variable VariableNames::findObject(const KSLObject& from, const
   ReferenceResolver::Hit hit = ReferenceResolver(from, isVariable, asked).find(name);
   if (!hit.fits)
     return {.object = hit.object, .isVariable = false, .several = std::move(hit.candidates)};
-  const std::string scheduler = hit.object->lookUpParam(valueParameter)->getLocalType();
+  const ParamDefinition& value = *hit.object->lookUpParam(valueParameter);
+  if (isComputed(value))
+    return {.object = hit.object, .isVariable = true, .isComputed = true};
+  const std::string& scheduler = value.getLocalType();
   return {hit.object, true, scheduler, hit.object->hasScheduler(scheduler)};
 }
 

@@ -31,8 +31,11 @@ class VariableNames : public ExpressionNames {
 
   // Whose value an object that is a variable has.
   static constexpr const char* valueParameter = "Value";
+  // Whether calculations of its object leave a parameter's value: nobody sets it, and setting it marks nothing.
+  static bool isComputed(const ParamDefinition& param);
   // Whether a name in the text of one of the object's parameters stands for another of its parameters: never for
-  // the parameter itself, so that "Chord = Chord" takes the value of an expression of that name.
+  // the parameter itself, so that "Chord = Chord" takes the value of an expression of that name, and never for one that
+  // is computed, perhaps from this very text.
   static bool isLocal(const KSLObject& object, const std::string& parameter, const std::string& name);
   // Whose expressions count, seen from an object; null when there are none.
   static ExpressionsKSLObject* expressionsFor(const KSLObject& from);

@@ -16,26 +16,49 @@ constexpr std::size_t ofDatabase = static_cast<std::size_t>(-1);
 
 }  // namespace
 
-// The kind of data that it asks for: an expression takes what it uses as what it is itself.
-const std::string& CheckedLinks::sourceOf(const ParamDefinition& param)
+// The kinds of data of an object that a parameter asks for when it names the object.
+std::vector<std::string_view> CheckedLinks::sourcesIn(const CheckedType& target, const CheckedParam& param)
 {
-  return param.getRemoteType().empty() ? param.getLocalType() : param.getRemoteType();
+  if (param.isExpression)
+    return {target.valueSchedulers.begin(), target.valueSchedulers.end()};
+  const auto kind =
+      std::find(target.schedulers.begin(), target.schedulers.end(), param.definition->getRemoteType());
+  return kind == target.schedulers.end() ? std::vector<std::string_view>()
+                                         : std::vector<std::string_view>{*kind};
 }
 
-bool CheckedLinks::mayCircle(const ParamDefinition& param)
+// Those that it may ask for, whatever it names.
+std::vector<std::string> CheckedLinks::sourcesOf(const CheckedParam& param) const
 {
-  if (m_kinds.empty()) {
-    for (const std::string& name : ObjectFactory::instance()->getObjectTypes()) {
-      const CheckedType& type = *m_state.types.find(name);
-      for (const auto& [from, to] : type.links)
-        m_kinds[from].insert(to);
-      for (const auto& [unused, each] : type.params)
-        if (each.isReference || each.isExpression)
-          m_kinds[sourceOf(*each.definition)].insert(each.definition->getLocalType());
-    }
+  return param.isExpression ? m_valueKinds : std::vector{param.definition->getRemoteType()};
+}
+
+void CheckedLinks::findKinds()
+{
+  const std::vector<std::string> names = ObjectFactory::instance()->getObjectTypes();
+  std::set<std::string> valueKinds;
+  for (const std::string& name : names) {
+    const CheckedType& type = *m_state.types.find(name);
+    valueKinds.insert(type.valueSchedulers.begin(), type.valueSchedulers.end());
   }
-  std::set<std::string> reached{param.getLocalType()};
-  std::vector<std::string> waiting{param.getLocalType()};
+  m_valueKinds.assign(valueKinds.begin(), valueKinds.end());
+  for (const std::string& name : names) {
+    const CheckedType& type = *m_state.types.find(name);
+    for (const auto& [from, to] : type.links)
+      m_kinds[from].insert(to);
+    for (const auto& [unused, each] : type.params)
+      if (each.isReference || each.isExpression)
+        for (const std::string& kind : sourcesOf(each))
+          m_kinds[kind].insert(each.definition->getLocalType());
+  }
+}
+
+bool CheckedLinks::mayCircle(const CheckedParam& param)
+{
+  if (m_kinds.empty())
+    findKinds();
+  std::set<std::string> reached{param.definition->getLocalType()};
+  std::vector<std::string> waiting{param.definition->getLocalType()};
   while (!waiting.empty()) {
     const std::string kind = std::move(waiting.back());
     waiting.pop_back();
@@ -43,7 +66,9 @@ bool CheckedLinks::mayCircle(const ParamDefinition& param)
       if (reached.insert(next).second)
         waiting.push_back(next);
   }
-  return reached.count(sourceOf(param)) > 0;
+  const std::vector<std::string> sources = sourcesOf(param);
+  return std::any_of(sources.begin(), sources.end(),
+                     [&reached](const std::string& kind) { return reached.count(kind) > 0; });
 }
 
 const std::vector<const CheckedParam*>& CheckedLinks::circularOf(const CheckedType& type)
@@ -52,7 +77,7 @@ const std::vector<const CheckedParam*>& CheckedLinks::circularOf(const CheckedTy
   if (isNew)
     for (const auto& [name, param] : type.params)
       if ((param.isReference || param.isExpression) && type.hasScheduler(param.definition->getLocalType())
-          && mayCircle(*param.definition))
+          && mayCircle(param))
         found->second.push_back(&param);
   return found->second;
 }
@@ -120,11 +145,11 @@ std::vector<CheckedLinks::Edge> CheckedLinks::edgesOf(const Node& node)
   for (const CheckedParam* param : circularOf(type)) {
     if (param->definition->getLocalType() != node.second)
       continue;
-    const std::string& kind = sourceOf(*param->definition);
     for (const Object target : targetsOf(node.first, *param))
-      if (m_state.objects[target].alive && m_state.objects[target].type
-          && m_state.objects[target].type->hasScheduler(kind))
-        edges.push_back({{target, kind}, param});
+      if (const CheckedType* targetType = m_state.objects[target].type;
+          m_state.objects[target].alive && targetType)
+        for (const std::string_view kind : sourcesIn(*targetType, *param))
+          edges.push_back({{target, kind}, param});
   }
   return edges;
 }

@@ -55,8 +55,10 @@ class CheckedLinks {
   static constexpr std::size_t creditOfText = 10000;
   static constexpr std::size_t creditOfCommand = 10;
 
-  static const std::string& sourceOf(const ParamDefinition& param);
-  bool mayCircle(const ParamDefinition& param);
+  static std::vector<std::string_view> sourcesIn(const CheckedType& target, const CheckedParam& param);
+  std::vector<std::string> sourcesOf(const CheckedParam& param) const;
+  void findKinds();
+  bool mayCircle(const CheckedParam& param);
   const std::vector<const CheckedParam*>& circularOf(const CheckedType& type);
   std::vector<Object> targetsOf(Object object, const CheckedParam& param) const;
   std::vector<Object> defaultTargets(Object object, const CheckedParam& param) const;
@@ -73,6 +75,7 @@ class CheckedLinks {
   std::set<Key> m_told;                 // that close circles, of this text
   std::size_t m_credit = creditOfText;  // how many calculations may be looked at before the end of the text
   std::map<std::string, std::set<std::string>> m_kinds;  // of data, and those that are computed from them
+  std::vector<std::string> m_valueKinds;                 // that expressions may use
   std::unordered_map<const CheckedType*, std::vector<const CheckedParam*>> m_circular;
 };
 

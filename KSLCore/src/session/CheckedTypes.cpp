@@ -6,6 +6,7 @@
 #include "rules/GenericKSLObject.h"
 #include "services/EngineUnitSystemHandler.h"
 #include "services/UnitsKSLObject.h"
+#include "services/VariableNames.h"
 #include "session/TypeCatalogue.h"
 
 #include <algorithm>
@@ -52,6 +53,15 @@ bool isInAllContexts(const CheckedType& type, const ParamDefinition& param)
   }
 }
 
+std::vector<std::string> valueSchedulersOf(const CheckedType& type)
+{
+  const ParamDefinition& value = *type.prototype->lookUpParam(VariableNames::valueParameter);
+  if (VariableNames::isComputed(value))
+    return type.schedulers;
+  return type.hasScheduler(value.getLocalType()) ? std::vector{value.getLocalType()}
+                                                 : std::vector<std::string>();
+}
+
 std::unique_ptr<CheckedType> checkedType(const KSLObject& prototype)
 {
   auto type = std::make_unique<CheckedType>();
@@ -59,12 +69,14 @@ std::unique_ptr<CheckedType> checkedType(const KSLObject& prototype)
   type->computing = dynamic_cast<const GenericKSLObject*>(&prototype);
   type->name = prototype.getType();
   type->takesAnyParam = type->computing && type->computing->definesNames();
-  type->isVariable = prototype.isA("variable") && prototype.hasParam("Value");
+  type->isVariable = prototype.isA("variable") && prototype.hasParam(VariableNames::valueParameter);
   type->parents = TypeCatalogue::listOf(type->name, "Allowed Parent List");
   if (type->computing) {
     type->schedulers = TypeCatalogue::listOf(type->name, "Scheduler");
     type->links = linksOf(type->name);
   }
+  if (type->isVariable)
+    type->valueSchedulers = valueSchedulersOf(*type);
   if (const ObjectRules* rules = prototype.getObjectRules(); rules && rules->hasContextRule()) {
     type->contextRule = rules->getContextRuleName();
     const ParamDefinition* rule = prototype.lookUpParam(type->contextRule);

@@ -36,7 +36,8 @@ struct CheckedType {
   const GenericKSLObject* computing = nullptr;  // the same, when it computes
   std::string name;
   bool takesAnyParam = false;
-  bool isVariable = false;  // its objects can be used in expressions
+  bool isVariable = false;                   // its objects can be used in expressions
+  std::vector<std::string> valueSchedulers;  // then: which of its calculations their users follow
   std::vector<std::string> parents;
   std::vector<std::string> schedulers;
   std::vector<std::pair<std::string, std::string>> links;  // of these: the second is computed from the first

@@ -4,6 +4,7 @@
 #include "platform/ORVUtilities.h"
 #include "database/ObjectDB.h"
 #include "rules/GenericKSLObject.h"
+#include "services/VariableNames.h"
 
 #include <algorithm>
 #include <optional>
@@ -249,8 +250,8 @@ void CheckedValues::checkName(const Pending& pending, const std::string& name,
                               std::vector<ObjectIndex>& objects)
 {
   const CheckedType& type = *m_state.objects[pending.object].type;
-  const bool isLocal = name != pending.param->definition->getName() && type.findParam(name);
-  if (isLocal)
+  const CheckedParam* own = name == pending.param->definition->getName() ? nullptr : type.findParam(name);
+  if (own && !VariableNames::isComputed(*own->definition))
     return;
   if (m_expressions.count(name) > 0) {
     if (m_state.collects)

@@ -210,7 +210,7 @@ void KSLAPI::clearKSLChangeList()
 
 KSLChangeList KSLAPI::takeKSLChangeList()
 {
-  KSLChangeList taken(m_impl->changes.getName());
+  KSLChangeList taken(m_impl->changesName, nullptr);
   taken.swapChanges(m_impl->changes);
   return taken;
 }
@@ -268,8 +268,10 @@ void KSLAPI::validateKSLData(const KSLChangeList& changes) const
 {
   if (!m_impl->validating)
     return;
+  ChangeGroups::Cursor cursor(changes);
   for (std::size_t i = 0; i < changes.size(); ++i) {
-    const KSLChange& change = changes[i];
+    const ChangeGroup& group = *cursor.find(i);
+    const KSLChange change = group[i - cursor.first()];
     if (change.kind == KSLChange::Kind::createObject)
       m_impl->validateObject(change.path.str());
     else if (change.kind == KSLChange::Kind::createParam || change.kind == KSLChange::Kind::changeParam)
@@ -450,25 +452,15 @@ KSLAPIUpdateProcessor::KSLAPIUpdateProcessor(KSLAPI* store, bool record) : m_sto
 
 void KSLAPIUpdateProcessor::visit(const KSLChange& change)
 {
-  KSLAPI::Impl& store = *m_store->m_impl;
-  const Record record = m_record ? Record::yes : Record::no;
-  switch (change.kind) {
-    case KSLChange::Kind::createObject:
-      store.ensureNode(change.path, record);
-      return;
-    case KSLChange::Kind::deleteObject:
-      if (Node* node = store.tree.find(change.path); node && node != store.tree.root())
-        store.removeNode(node, record);
-      return;
-    case KSLChange::Kind::createParam:
-    case KSLChange::Kind::changeParam:
-      store.setParam(store.ensureNode(change.path, record), store.tree.intern(change.name), change.value,
-                     record);
-      return;
-    case KSLChange::Kind::deleteParam:
-      if (Node* node = store.tree.find(change.path))
-        store.unsetParam(node, change.name, record);
-      return;
+  m_store->m_impl->apply(change, m_record ? Record::yes : Record::no);
+}
+
+void KSLAPIUpdateProcessor::takeBack(const KSLChangeList& inverses)
+{
+  ChangeGroups::Cursor cursor(inverses);
+  for (std::size_t left = inverses.size(); left > 0; left = cursor.first()) {
+    const ChangeGroup group = cursor.find(left - 1)->reversed();
+    m_store->m_impl->apply(group, m_record ? Record::yes : Record::no);
   }
 }
 

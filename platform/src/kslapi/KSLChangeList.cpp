@@ -1,4 +1,5 @@
 #include "platform/ORVKSLAPI.h"
+#include "platform/internal/ChangeGroup.h"
 
 #include <algorithm>
 
@@ -76,30 +77,40 @@ void KSLChangeProcessor::visit(const KSLChange& change)
 
 // --------------------------------------------------------------------------------------------------------- list
 
+struct KSLChangeList::Chunk {
+  std::vector<ChangeGroup> groups;  // never empty
+  std::size_t first;                // change
+};
+
 namespace {
 
-// Chunks double up to a size that the allocator is quick with, and every chunk has lastChunk places from then on.
-constexpr std::size_t firstChunk = 3;
-constexpr std::size_t doublings = 3;
-constexpr std::size_t lastChunk = firstChunk << doublings;
-constexpr std::size_t doubledPart = firstChunk * ((std::size_t(1) << doublings) - 1);
+// Chunks double up to a size that the allocator is quick with, and every chunk has room for so many groups from then
+// on.
+constexpr std::size_t firstChunk = 1;
+constexpr std::size_t doublings = 4;
 
 std::size_t chunkCapacity(std::size_t chunk)
 {
-  return chunk < doublings ? firstChunk << chunk : lastChunk;
+  return firstChunk << std::min(chunk, doublings);
 }
 
 }  // namespace
 
-KSLChangeList::KSLChangeList(std::string name, ChangeListModifierIF* modifier)
+KSLChangeList::KSLChangeList(const std::string& name, ChangeListModifierIF* modifier)
+    : KSLChangeList(SharedText(std::string_view(name)), modifier)
+{}
+
+KSLChangeList::KSLChangeList(SharedText name, ChangeListModifierIF* modifier)
     : m_name(std::move(name)),
       m_modifier(modifier)
 {}
 
 KSLChangeList::KSLChangeList(const KSLChangeList& other) : m_name(other.m_name), m_modifier(nullptr)
 {
-  for (std::size_t i = 0; i < other.m_size; ++i)
-    add(other[i]);
+  for (const Chunk& chunk : other.m_chunks) {
+    for (const ChangeGroup& group : chunk.groups)
+      append(ChangeGroup(group));
+  }
   m_modifier = other.m_modifier;
 }
 
@@ -109,7 +120,7 @@ KSLChangeList::KSLChangeList(KSLChangeList&& other) noexcept
       m_chunks(std::move(other.m_chunks)),
       m_size(std::exchange(other.m_size, 0))
 {
-  other.m_chunks.clear();
+  other.clear();
 }
 
 KSLChangeList& KSLChangeList::operator=(KSLChangeList other) noexcept
@@ -152,65 +163,148 @@ void KSLChangeList::add(KSLChange change)
 {
   if (m_modifier && !m_modifier->modify(change))
     return;
-  if (m_chunks.empty() || m_chunks.back().size() == chunkCapacity(m_chunks.size() - 1)) {
-    Chunk chunk;
-    chunk.reserve(chunkCapacity(m_chunks.size()));
-    m_chunks.push_back(std::move(chunk));
-  }
-  m_chunks.back().push_back(std::move(change));
-  ++m_size;
+  ChangeGroup* const group = last();
+  if (group && group->take(change))
+    ++m_size;
+  else
+    append(ChangeGroup(std::move(change)));
 }
 
-const KSLChange& KSLChangeList::operator[](std::size_t index) const
+ChangeGroup* KSLChangeList::last() noexcept
 {
-  if (index >= doubledPart) {
-    index -= doubledPart;
-    return m_chunks[doublings + index / lastChunk][index % lastChunk];
+  return m_chunks.empty() ? nullptr : &m_chunks.back().groups.back();
+}
+
+ChangeGroup& KSLChangeList::append(ChangeGroup&& group)
+{
+  const std::size_t changes = group.size();
+  if (m_chunks.empty() || m_chunks.back().groups.size() == chunkCapacity(m_chunks.size() - 1)) {
+    Chunk chunk{{}, m_size};
+    chunk.groups.reserve(chunkCapacity(m_chunks.size()));
+    chunk.groups.push_back(std::move(group));
+    m_chunks.push_back(std::move(chunk));
+  } else {
+    m_chunks.back().groups.push_back(std::move(group));
   }
-  std::size_t chunk = 0;
-  while (index >= chunkCapacity(chunk))
-    index -= chunkCapacity(chunk++);
-  return m_chunks[chunk][index];
+  m_size += changes;
+  return m_chunks.back().groups.back();
+}
+
+KSLChange KSLChangeList::operator[](std::size_t index) const
+{
+  ChangeGroups::Cursor cursor(*this);
+  const ChangeGroup* const group = cursor.find(index);
+  return (*group)[index - cursor.first()];
 }
 
 void KSLChangeList::clear()
 {
+  ++m_cuts;
   m_size = 0;
   m_chunks.clear();
 }
 
 void KSLChangeList::swapChanges(KSLChangeList& other) noexcept
 {
+  ++m_cuts;
+  ++other.m_cuts;
   std::swap(m_chunks, other.m_chunks);
   std::swap(m_size, other.m_size);
 }
 
 void KSLChangeList::truncate(std::size_t size) noexcept
 {
+  ++m_cuts;
   while (m_size > size) {
-    Chunk& chunk = m_chunks.back();
-    const std::size_t count = std::min(chunk.size(), m_size - size);
-    chunk.erase(chunk.end() - static_cast<std::ptrdiff_t>(count), chunk.end());
-    m_size -= count;
-    if (chunk.empty())
+    std::vector<ChangeGroup>& groups = m_chunks.back().groups;
+    const std::size_t before = m_size - groups.back().size();
+    if (before < size) {
+      groups.back().truncate(size - before);
+      m_size = size;
+      return;
+    }
+    m_size = before;
+    groups.pop_back();
+    if (groups.empty())
       m_chunks.pop_back();
   }
 }
 
 void KSLChangeList::process(Direction direction, KSLChangeProcessor* processor) const
 {
-  // Each change is held by a copy: a processor may clear the list that it is being shown.
+  // Each change is a copy: a processor may clear the list that it is being shown.
+  ChangeGroups::Cursor cursor(*this);
+  const auto show = [&](std::size_t index) {
+    const ChangeGroup* const group = cursor.find(index);
+    const KSLChange change = (*group)[index - cursor.first()];
+    processor->visit(change);
+  };
   if (direction == Direction::forward) {
-    for (std::size_t i = 0; i < m_size; ++i) {
-      const KSLChange change = (*this)[i];
-      processor->visit(change);
-    }
+    for (std::size_t i = 0; i < m_size; ++i)
+      show(i);
     return;
   }
-  for (std::size_t i = m_size; i-- > 0; i = std::min(i, m_size)) {
-    const KSLChange change = (*this)[i];
-    processor->visit(change);
+  for (std::size_t i = m_size; i-- > 0; i = std::min(i, m_size))
+    show(i);
+}
+
+// ------------------------------------------------------------------------------------------------------- groups
+
+void ChangeGroups::add(KSLChangeList& list, ChangeGroup group)
+{
+  if (!list.m_modifier) {
+    list.append(std::move(group));
+    return;
   }
+  const std::size_t before = list.size();
+  try {
+    for (std::size_t i = 0; i < group.size(); ++i)
+      list.add(group[i]);
+  } catch (...) {
+    list.truncate(before);
+    throw;
+  }
+}
+
+void ChangeGroups::addNewest(KSLChangeList& list, const SharedText& path, const store::ParamRun& params)
+{
+  ChangeGroup* const group = list.m_modifier ? nullptr : list.last();
+  if (group && group->take(path, params)) {
+    ++list.m_size;
+    return;
+  }
+  ChangeGroup::Listed listed;
+  listed.run = params;
+  listed.from = static_cast<std::uint32_t>(params.size() - 1);
+  listed.ofNode = true;
+  add(list, ChangeGroup(path, std::move(listed)));
+}
+
+ChangeGroups::Cursor::Cursor(const KSLChangeList& list) : m_list(list), m_cuts(list.m_cuts) {}
+
+// Where it was asked last, or just behind; else in the chunk that holds the change.
+const ChangeGroup* ChangeGroups::Cursor::find(std::size_t change)
+{
+  const auto& chunks = m_list.m_chunks;
+  const auto isIn = [&] {
+    return m_group < chunks[m_chunk].groups.size() && change >= m_first
+           && change - m_first < chunks[m_chunk].groups[m_group].size();
+  };
+  if (m_cuts == m_list.m_cuts && m_chunk < chunks.size()) {
+    if (isIn())
+      return &chunks[m_chunk].groups[m_group];
+    m_first += chunks[m_chunk].groups[m_group++].size();
+    if (isIn())
+      return &chunks[m_chunk].groups[m_group];
+  }
+  m_cuts = m_list.m_cuts;
+  const auto behind = std::upper_bound(chunks.begin(), chunks.end(), change,
+                                       [](std::size_t key, const auto& chunk) { return key < chunk.first; });
+  m_chunk = static_cast<std::size_t>(behind - chunks.begin()) - 1;
+  m_group = 0;
+  for (m_first = chunks[m_chunk].first; !isIn(); ++m_group)
+    m_first += chunks[m_chunk].groups[m_group].size();
+  return &chunks[m_chunk].groups[m_group];
 }
 
 // --------------------------------------------------------------------------------------------------------- copy

@@ -8,18 +8,19 @@ using store::Node;
 
 // --------------------------------------------------------------------------------------------- changing the tree
 
-template <class Make>
-void KSLAPI::Impl::make(KSLChange change, Record record, Make make)
+// What `group` makes is told, and taken out again when it cannot be made.
+template <class Group, class Make>
+void KSLAPI::Impl::make(const Node* node, Record record, Group group, Make make)
 {
-  if (store::isRulesPath(change.path.str()))
+  if (store::isRulesPath(node->path.str()))
     rules.changed();
   if (record == Record::no)
     return make();
   if (changes.empty())
     m_pendingFrom = mark();
   const std::size_t told = changes.size();
-  changes.add(std::move(change));
   try {
+    group();
     make();
   } catch (...) {
     changes.truncate(told);
@@ -27,10 +28,25 @@ void KSLAPI::Impl::make(KSLChange change, Record record, Make make)
   }
 }
 
-store::Node* KSLAPI::Impl::makeNode(Node* parent, SharedText path, Record record)
+store::Node* KSLAPI::Impl::makeNode(Node* parent, SharedText path, Record record, store::ParamRun params)
 {
-  Node* node = nullptr;
-  make(KSLChange::createObject(path), record, [&] { node = journal.create(parent, std::move(path)); });
+  if (store::isRulesPath(path.str()))
+    rules.changed();
+  const bool isFirst = changes.empty();
+  const std::uint64_t before = mark();
+  Node* const node = journal.create(parent, std::move(path), std::move(params));
+  if (record == Record::no)
+    return node;
+  try {
+    ChangeGroups::add(
+        changes,
+        ChangeGroup(node->path, {.run = node->params, .ofNode = true, .object = ChangeGroup::Object::first}));
+  } catch (...) {
+    journal.undo(static_cast<std::size_t>(before - m_confirmed));
+    throw;
+  }
+  if (isFirst)
+    m_pendingFrom = before;
   return node;
 }
 
@@ -54,26 +70,49 @@ store::Node* KSLAPI::Impl::ensureNode(const SharedText& path, Record record)
 
 void KSLAPI::Impl::setParam(Node* node, const SharedText& name, std::string_view value, Record record)
 {
-  store::Param* param = tree.findParam(node, name);
+  const store::Param* param = tree.findParam(node, name);
   if (!param || !(param->value == value))
     assign(node, param, name, SharedText(value), record);
 }
 
 void KSLAPI::Impl::setParam(Node* node, const SharedText& name, const SharedText& value, Record record)
 {
-  store::Param* param = tree.findParam(node, name);
+  const store::Param* param = tree.findParam(node, name);
   if (!param || !(param->value == value))
     assign(node, param, name, value, record);
 }
 
-void KSLAPI::Impl::assign(Node* node, store::Param* param, const SharedText& name, SharedText value,
+void KSLAPI::Impl::assign(Node* node, const store::Param* param, const SharedText& name, SharedText value,
                           Record record)
 {
-  if (param)
-    return make(KSLChange::changeParam(node->path, name, value, param->value), record,
-                [&] { journal.changeParam(node, *param, std::move(value)); });
-  make(KSLChange::createParam(node->path, name, value), record,
-       [&] { journal.appendParam(node, name, std::move(value)); });
+  if (!param)
+    return append(node, name, std::move(value), record);
+  make(
+      node, record, [&] { changes.add(KSLChange::changeParam(node->path, name, value, param->value)); },
+      [&] { journal.changeParam(node, param, std::move(value)); });
+}
+
+// Told when it is there: it joins the group of the parameters before it, and shares their run.
+void KSLAPI::Impl::append(Node* node, const SharedText& name, SharedText value, Record record)
+{
+  if (store::isRulesPath(node->path.str()))
+    rules.changed();
+  const bool isFirst = changes.empty();
+  const std::uint64_t before = mark();
+  journal.appendParam(node, name, std::move(value));
+  if (record == Record::no)
+    return;
+  try {
+    if (node->paramIndex)
+      changes.add(KSLChange::createParam(node->path, name, node->params.back().value));
+    else
+      ChangeGroups::addNewest(changes, node->path, node->params);
+  } catch (...) {
+    journal.undo(static_cast<std::size_t>(before - m_confirmed));
+    throw;
+  }
+  if (isFirst)
+    m_pendingFrom = before;
 }
 
 void KSLAPI::Impl::unsetParam(Node* node, const SharedText& givenName, Record record)
@@ -82,20 +121,51 @@ void KSLAPI::Impl::unsetParam(Node* node, const SharedText& givenName, Record re
   const store::Param* param = tree.findParam(node, name);
   if (!param)
     return;
-  make(KSLChange::deleteParam(node->path, name, param->value), record,
-       [&] { journal.removeParam(node, *param); });
+  make(
+      node, record, [&] { changes.add(KSLChange::deleteParam(node->path, name, param->value)); },
+      [&] { journal.removeParam(node, param); });
 }
 
 namespace {
 
-// Appends a node's parameters with places in (from, to), newest first.
-void listParams(const Node* node, std::size_t& next, std::uint32_t from, KSLChangeList& out)
+// One node in the list of a deletion: itself, its parameters and its children, in reverse text order.
+struct ListedNode {
+  const Node* node;
+  const Node* child;      // still to be listed, with those before it
+  std::size_t params;     // so many of the parameters are still to be listed
+  bool isListed = false;  // the object itself
+};
+
+// Of its parameters those behind the next child; the object itself before all of them.
+void listNext(ListedNode& level, KSLChangeList& out)
 {
-  while (next > 0 && node->params[next - 1].place >= from) {
-    const store::Param& param = node->params[--next];
-    if (!param.name.empty())
-      out.add(KSLChange::deleteParam(node->path, param.name, param.value));
+  const Node& node = *level.node;
+  const std::uint32_t behind = level.child ? level.child->place : 0;
+  std::size_t from = level.params;
+  while (from > 0 && node.params[from - 1].place >= behind)
+    --from;
+  ChangeGroup::Listed listed{
+      .run = {},
+      .from = static_cast<std::uint32_t>(from),
+      .creates = false,
+      .descending = true,
+      .ofNode = true,
+      .object = level.isListed ? ChangeGroup::Object::none : ChangeGroup::Object::first};
+  const bool isShared = from < level.params && !node.paramIndex;
+  if (isShared) {
+    listed.run = node.params;
+    listed.run.truncate(level.params);
+  } else {
+    listed.from = 0;
   }
+  if (isShared || !level.isListed)
+    ChangeGroups::add(out, ChangeGroup(node.path, std::move(listed)));
+  for (std::size_t i = level.params; !isShared && i-- > from;) {
+    if (!node.params[i].name.empty())
+      out.add(KSLChange::deleteParam(node.path, node.params[i].name, node.params[i].value));
+  }
+  level.isListed = true;
+  level.params = from;
 }
 
 }  // namespace
@@ -104,46 +174,99 @@ void listParams(const Node* node, std::size_t& next, std::uint32_t from, KSLChan
 // rebuild the subtree in its original order.
 void KSLAPI::Impl::listDeletion(const Node* top, KSLChangeList& out)
 {
-  struct Level {
-    const Node* node;
-    const Node* child;   // still to be listed, with those before it
-    std::size_t params;  // so many of the parameters are still to be listed
-  };
-  std::vector<Level> levels;
-  const auto open = [&](const Node* node) {
-    out.add(KSLChange::deleteObject(node->path));
-    levels.push_back({node, node->lastChild, node->params.size()});
-  };
-  open(top);
+  std::vector<ListedNode> levels{{top, top->lastChild, top->params.size()}};
   while (!levels.empty()) {
-    Level& level = levels.back();
-    const Node* child = level.child;
-    listParams(level.node, level.params, child ? child->place : 0, out);
-    if (!child) {
+    ListedNode& level = levels.back();
+    listNext(level, out);
+    const Node* const child = level.child;
+    if (child) {
+      level.child = child->previous;
+      levels.push_back({child, child->lastChild, child->params.size()});
+    } else {
       levels.pop_back();
-      continue;
     }
-    level.child = child->previous;
-    open(child);
   }
 }
 
 void KSLAPI::Impl::removeNode(Node* node, Record record)
 {
-  if (store::isRulesPath(node->path.str()))
-    rules.changed();
-  if (record == Record::no)
-    return journal.remove(node);
-  if (changes.empty())
-    m_pendingFrom = mark();
-  const std::size_t told = changes.size();
-  try {
-    listDeletion(node, changes);
-    journal.remove(node);
-  } catch (...) {
-    changes.truncate(told);
-    throw;
+  make(
+      node, record, [&] { listDeletion(node, changes); }, [&] { journal.remove(node); });
+}
+
+// -------------------------------------------------------------------------------------------------------- replay
+
+void KSLAPI::Impl::apply(const ChangeGroup& group, Record record)
+{
+  if (putBack(group, record) || takeOut(group, record))
+    return;
+  for (std::size_t i = 0; i < group.size(); ++i)
+    apply(group[i], record);
+}
+
+void KSLAPI::Impl::apply(const KSLChange& change, Record record)
+{
+  switch (change.kind) {
+    case KSLChange::Kind::createObject:
+      ensureNode(change.path, record);
+      return;
+    case KSLChange::Kind::deleteObject:
+      if (Node* node = tree.find(change.path); node && node != tree.root())
+        removeNode(node, record);
+      return;
+    case KSLChange::Kind::createParam:
+    case KSLChange::Kind::changeParam:
+      setParam(ensureNode(change.path, record), tree.intern(change.name), change.value, record);
+      return;
+    case KSLChange::Kind::deleteParam:
+      if (Node* node = tree.find(change.path))
+        unsetParam(node, change.name, record);
+      return;
   }
+}
+
+bool KSLAPI::Impl::hasInterned(const store::ParamRun& params)
+{
+  return std::all_of(params.begin(), params.end(),
+                     [this](const store::Param& param) { return tree.intern(param.name).same(param.name); });
+}
+
+// An object with the parameters that it starts with.
+bool KSLAPI::Impl::putBack(const ChangeGroup& group, Record record)
+{
+  const ChangeGroup::Listed* const all = group.listed();
+  if (!all || !all->creates || !all->ofNode || all->descending || all->from > 0 || all->run.empty())
+    return false;
+  if (tree.find(group.path()) || !hasInterned(all->run))
+    return false;
+  const std::string_view parent = PathUtils::parentPath(group.path().str());
+  Node* at = parent.empty() ? tree.root() : tree.find(parent);
+  if (!at)
+    at = ensureNode(SharedText(parent), record);
+  makeNode(at, group.path(), record, all->run);
+  return true;
+}
+
+// An object that holds just the parameters of the group.
+bool KSLAPI::Impl::takeOut(const ChangeGroup& group, Record record)
+{
+  const ChangeGroup::Listed* const all = group.listed();
+  if (!all || all->creates || !all->descending || all->from > 0 || all->object != ChangeGroup::Object::last)
+    return false;
+  Node* const node = tree.find(group.path());
+  const auto isSame = [](const store::Param& a, const store::Param& b) { return a.name.same(b.name); };
+  if (!node || node == tree.root() || node->firstChild || node->paramIndex
+      || !std::equal(node->params.begin(), node->params.end(), all->run.begin(), all->run.end(), isSame))
+    return false;
+  ChangeGroup::Listed listed{.run = node->params,
+                             .creates = false,
+                             .descending = true,
+                             .ofNode = true,
+                             .object = ChangeGroup::Object::last};
+  make(
+      node, record, [&] { ChangeGroups::add(changes, ChangeGroup(node->path, std::move(listed))); },
+      [&] { journal.remove(node); });
+  return true;
 }
 
 // --------------------------------------------------------------------------------------------------- going back

@@ -8,13 +8,15 @@
 // Invariants, held between any two calls:
 //  1. Taking back the journal's changes, newest first, gives the tree as it was when all was last confirmed.
 //  2. Confirmed changes are never taken back; clearing the change list confirms nothing.
-//  3. A change is told, and enters the journal, before it is made, and leaves both when it cannot be made.
+//  3. A change stands in the journal, and is told when it is to be, or it is not made.
+//  4. What is told as one group (ChangeGroup) shares the parameters of the node; of a large node each is told by itself.
 //
 //   [clean] ──make*──► [pending] ──confirmTo / recordChanges──► [clean]
 //                          └──────undo / undoTo──────────────► [clean]
 #pragma once
 
 #include "platform/ORVKSLAPI.h"
+#include "platform/internal/ChangeGroup.h"
 #include "StoreJournal.h"
 #include "StoreRules.h"
 #include "StoreTree.h"
@@ -36,12 +38,15 @@ class KSLAPI::Impl {
   // The node with this path, made (and reported) with its ancestors when missing.
   Node* ensureNode(const SharedText& path, Record record);
   // A child that does not exist yet.
-  Node* makeNode(Node* parent, SharedText path, Record record);
+  Node* makeNode(Node* parent, SharedText path, Record record, store::ParamRun params = {});
   // The name comes from the tree; a value that is there already costs nothing.
   void setParam(Node* node, const SharedText& name, std::string_view value, Record record);
   void setParam(Node* node, const SharedText& name, const SharedText& value, Record record);
   void unsetParam(Node* node, const SharedText& name, Record record);
   void removeNode(Node* node, Record record);
+  // All changes of a group, in one piece when the tree has room for it as it stands, or holds just that.
+  void apply(const ChangeGroup& group, Record record);
+  void apply(const KSLChange& change, Record record);
 
   // -- going back
 
@@ -62,7 +67,8 @@ class KSLAPI::Impl {
   store::Tree tree;
   store::Journal journal{tree};
   store::Rules rules{tree};
-  KSLChangeList changes{"KSL changes"};
+  const SharedText changesName{"KSL changes"};
+  KSLChangeList changes{changesName, nullptr};
   KSLActionHandler* actionHandler = nullptr;        // not owned
   KSLReplaceModeHandler* replaceHandler = nullptr;  // not owned
   const KSLValidator* validator = nullptr;          // not owned
@@ -72,9 +78,13 @@ class KSLAPI::Impl {
 
  private:
   std::string_view validateType(const std::string& path) const;
-  template <class Make>
-  void make(KSLChange change, Record record, Make make);
-  void assign(Node* node, store::Param* param, const SharedText& name, SharedText value, Record record);
+  template <class Group, class Make>
+  void make(const Node* node, Record record, Group group, Make make);
+  void assign(Node* node, const store::Param* param, const SharedText& name, SharedText value, Record record);
+  void append(Node* node, const SharedText& name, SharedText value, Record record);
+  bool putBack(const ChangeGroup& group, Record record);
+  bool takeOut(const ChangeGroup& group, Record record);
+  bool hasInterned(const store::ParamRun& params);
   static void listDeletion(const Node* node, KSLChangeList& out);
 
   std::uint64_t m_confirmed = 0;    // number of changes confirmed so far

@@ -1,84 +1,131 @@
 #include "StoreJournal.h"
 
+#include <algorithm>
+
 namespace orv::store {
 
-Node* Journal::create(Node* parent, SharedText path)
+void Journal::push(Entry entry)
 {
-  m_entries.push_back({.node = nullptr, .name = {}, .value = {}, .kind = Kind::create});
+  m_entries.push_back(std::move(entry));
+  m_size += m_entries.back().size();
+}
+
+void Journal::pop() noexcept
+{
+  m_size -= m_entries.back().size();
+  m_entries.pop_back();
+}
+
+Node* Journal::create(Node* parent, SharedText path, ParamRun params)
+{
+  push({.node = nullptr, .name = {}, .value = {}, .kind = Kind::create});
   try {
-    return m_entries.back().node = m_tree.create(parent, std::move(path));
+    return m_entries.back().node = m_tree.create(parent, std::move(path), std::move(params));
   } catch (...) {
-    m_entries.pop_back();
+    pop();
     throw;
   }
 }
 
 void Journal::appendParam(Node* node, const SharedText& name, SharedText value)
 {
-  m_entries.push_back({.node = node, .name = name, .value = {}, .kind = Kind::appendParam});
+  const auto goesOn = [node](const Entry& entry) {
+    return entry.node == node && (entry.kind == Kind::create || entry.kind == Kind::appendParams);
+  };
+  if (m_entries.empty() || !goesOn(m_entries.back()))
+    push({.node = node, .name = {}, .value = {}, .kind = Kind::appendParams});
+  Entry& entry = m_entries.back();
   try {
     m_tree.appendParam(node, name, std::move(value));
   } catch (...) {
-    m_entries.pop_back();
+    if (entry.size() == 0)
+      pop();
+    throw;
+  }
+  ++entry.number;
+  ++m_size;
+}
+
+void Journal::changeParam(Node* node, const Param* param, SharedText value)
+{
+  push({.node = node, .name = param->name, .value = param->value, .kind = Kind::changeParam});
+  try {
+    m_tree.changeParam(node, param, std::move(value));
+  } catch (...) {
+    pop();
     throw;
   }
 }
 
-void Journal::changeParam(Node* node, Param& param, SharedText value)
+void Journal::removeParam(Node* node, const Param* param)
 {
-  m_entries.push_back({.node = node, .name = param.name, .value = param.value, .kind = Kind::changeParam});
-  param.value = std::move(value);
-}
-
-void Journal::removeParam(Node* node, const Param& param)
-{
-  const SharedText name = param.name;
-  m_entries.push_back(
-      {.node = node, .name = name, .value = param.value, .place = param.place, .kind = Kind::removeParam});
-  m_tree.removeParam(node, name);
+  push({.node = node,
+        .name = param->name,
+        .value = param->value,
+        .number = param->place,
+        .kind = Kind::removeParam});
+  try {
+    m_tree.removeParam(node, param);
+  } catch (...) {
+    pop();
+    throw;
+  }
 }
 
 void Journal::remove(Node* node)
 {
-  m_entries.push_back({.node = node, .name = {}, .value = {}, .kind = Kind::remove});
+  push({.node = node, .name = {}, .value = {}, .kind = Kind::remove});
   m_tree.detach(node);
 }
 
 void Journal::undo(std::size_t size)
 {
-  while (m_entries.size() > size) {
-    revert(m_entries.back());
-    m_entries.pop_back();
-  }
+  while (m_size > size)
+    revertNewest();
 }
 
-void Journal::revert(Entry& entry)
+void Journal::revertNewest()
 {
+  Entry& entry = m_entries.back();
   switch (entry.kind) {
     case Kind::create:
-      m_tree.remove(entry.node);
-      return;
-    case Kind::appendParam:
-      m_tree.removeParam(entry.node, entry.name);
-      return;
+    case Kind::appendParams:
+      if (entry.number > 0) {
+        m_tree.dropNewestParam(entry.node);
+        --m_size;
+        if (--entry.number > 0 || entry.kind == Kind::create)
+          return;
+      } else {
+        m_tree.remove(entry.node);
+      }
+      break;
     case Kind::changeParam:
-      if (Param* param = m_tree.findParam(entry.node, entry.name))
-        param->value = entry.value;
-      return;
+      if (const Param* param = m_tree.findParam(entry.node, entry.name))
+        m_tree.changeParam(entry.node, param, entry.value);
+      break;
     case Kind::removeParam:
-      m_tree.restoreParam(entry.node, {entry.name, entry.value, entry.place});
-      return;
+      m_tree.restoreParam(entry.node, {entry.name, entry.value, entry.number});
+      break;
     case Kind::remove:
       m_tree.attach(entry.node);
-      return;
+      break;
   }
+  pop();
 }
 
 void Journal::confirm(std::size_t count) noexcept
 {
-  for (; count > 0; --count) {
-    if (m_entries.front().kind == Kind::remove)
-      Tree::destroy(m_entries.front().node);
+  m_size -= count;
+  while (count > 0) {
+    Entry& entry = m_entries.front();
+    if (entry.size() > count) {  // the mark stands within it
+      entry.number -= static_cast<std::uint32_t>(count - (entry.kind == Kind::create ? 1 : 0));
+      entry.kind = Kind::appendParams;
+      return;
+    }
+    count -= entry.size();
+    if (entry.kind == Kind::remove)
+      Tree::destroy(entry.node);
     m_entries.pop_front();
   }
 }

@@ -3,6 +3,9 @@
 // One rule: the entry of a change is there before the change is made, and is taken out again, which cannot fail, when
 // the change threw and made nothing. So going back always finds the tree as the newest entry left it.
 //
+// A node and the parameters that are appended to it one after the other share one entry. Marks count changes: an entry
+// is as many as it names, and leaves bit by bit when a mark stands within it.
+//
 // What is deleted waits here, whole, until it is confirmed: taking a deletion back puts the very nodes where they were,
 // among the same siblings. Therefore entries may name nodes by their address: a node that an older entry names is in
 // the tree again when its turn comes, and no newer entry names one that was destroyed.
@@ -20,40 +23,48 @@ namespace orv::store {
 class Journal {
  public:
   explicit Journal(Tree& tree) : m_tree(tree) {}
-  ~Journal() { confirm(m_entries.size()); }
+  ~Journal() { confirm(m_size); }
   Journal(const Journal&) = delete;
   Journal& operator=(const Journal&) = delete;
 
   // -- changes, all or nothing; arguments as those of the tree's operations
 
-  Node* create(Node* parent, SharedText path);
+  Node* create(Node* parent, SharedText path, ParamRun params = {});
   void appendParam(Node* node, const SharedText& name, SharedText value);
-  void changeParam(Node* node, Param& param, SharedText value);
-  void removeParam(Node* node, const Param& param);
+  void changeParam(Node* node, const Param* param, SharedText value);
+  void removeParam(Node* node, const Param* param);
   void remove(Node* node);
 
   // -- going back; linear in the changes and what they took out
 
-  std::size_t size() const { return m_entries.size(); }
-  // Takes back the newest changes until `size` are left. Fails only where Tree::restoreParam does; all that came before
-  // is then taken back, and a second call goes on.
+  // Of changes. A node that is created with its parameters is one.
+  std::size_t size() const { return m_size; }
+  // Takes back the newest changes until `size` are left. Fails only for lack of memory, where a parameter is put back or
+  // has its former value again; all that came before is then taken back, and a second call goes on.
   void undo(std::size_t size);
   // Forgets the oldest changes.
   void confirm(std::size_t count) noexcept;
 
  private:
-  enum class Kind : std::uint8_t { create, appendParam, changeParam, removeParam, remove };
+  enum class Kind : std::uint8_t { create, appendParams, changeParam, removeParam, remove };
   struct Entry {
-    Node* node;        // of a parameter its object's
-    SharedText name;   // of the parameter
-    SharedText value;  // that it had
-    std::uint32_t place = 0;
+    Node* node;                // of a parameter its object's
+    SharedText name;           // of the parameter
+    SharedText value;          // that it had
+    std::uint32_t number = 0;  // its place; of parameters appended, how many
     Kind kind;
+    std::size_t size() const
+    {
+      return kind == Kind::create ? 1 + number : kind == Kind::appendParams ? number : 1;
+    }
   };
-  void revert(Entry& entry);
+  void push(Entry entry);
+  void pop() noexcept;
+  void revertNewest();
 
   Tree& m_tree;
   std::deque<Entry> m_entries;
+  std::size_t m_size = 0;
 };
 
 }  // namespace orv::store

@@ -67,13 +67,14 @@ void Loader::openBlock(std::string_view type, std::string_view name, bool replac
   m_path = parent->path.str();
   m_path += '/';
   m_store.rules.appendComponent(m_path, type, name);
-  Node* node = m_store.tree.find(std::string_view(m_path));
+  const std::uint32_t hash = SharedText::hashOf(m_path);
+  Node* node = m_store.tree.find(m_path, hash);
   if (node && replace) {
     m_store.removeNode(node, KSLAPI::Impl::Record::yes);
     node = nullptr;
   }
   if (!node)
-    node = m_store.makeNode(parent, SharedText(std::string_view(m_path)), KSLAPI::Impl::Record::yes);
+    node = m_store.makeNode(parent, SharedText(m_path, hash), KSLAPI::Impl::Record::yes);
   m_open.push_back({node->path, m_removals == m_store.tree.removals() ? node : nullptr});
   if (replace && m_store.replaceHandler)
     m_store.replaceHandler->objectReplaced(m_path);

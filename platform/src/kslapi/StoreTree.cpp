@@ -11,11 +11,6 @@ constexpr std::size_t smallNode = 24;  // up to so many parameters are searched 
 constexpr std::size_t firstIndexSize = 64;
 constexpr std::size_t usualLimit = 64;  // a sibling's number of parameters is a good guess up to here
 
-std::size_t hashOf(std::string_view path)
-{
-  return std::hash<std::string_view>()(path);
-}
-
 }  // namespace
 
 std::string_view lastComponent(std::string_view path)
@@ -43,11 +38,10 @@ Tree::~Tree()
 
 // -------------------------------------------------------------------------------------------------------- nodes
 
-Node* Tree::find(std::string_view path) const
+Node* Tree::find(std::string_view path, std::uint32_t hash) const
 {
   if (path.empty())
     return const_cast<Node*>(&m_root);
-  const std::size_t hash = hashOf(path);
   const std::size_t mask = m_slots.size() - 1;
   for (std::size_t at = hash & mask; m_slots[at].node; at = (at + 1) & mask) {
     if (m_slots[at].hash == hash && m_slots[at].node->path.str() == path)
@@ -60,7 +54,7 @@ Node* Tree::find(const SharedText& path) const
 {
   if (m_lastNode && m_lastPath.same(path))
     return m_lastNode;
-  Node* node = find(std::string_view(path.str()));
+  Node* node = find(path.str(), path.hash());
   if (node && node != &m_root) {
     m_lastPath = path;
     m_lastNode = node;
@@ -68,13 +62,18 @@ Node* Tree::find(const SharedText& path) const
   return node;
 }
 
-Node* Tree::create(Node* parent, SharedText path)
+Node* Tree::create(Node* parent, SharedText path, ParamRun params)
 {
   if ((m_size + 1) * 3 > m_slots.size() * 2)
     growIndex();
   auto node = std::make_unique<Node>();
   node->path = std::move(path);
   node->parent = parent;
+  if (!params.empty())
+    node->nextPlace = params.back().place + 1;
+  node->params = std::move(params);
+  if (node->params.size() > smallNode)
+    makeParamIndex(node.get());
   link(node.get());
   insertIndex(node.get());
   return node.release();
@@ -185,7 +184,7 @@ void Tree::growIndex()
 
 void Tree::insertIndex(Node* node) noexcept
 {
-  const std::size_t hash = hashOf(node->path.str());
+  const std::uint32_t hash = node->path.hash();
   const std::size_t mask = m_slots.size() - 1;
   std::size_t at = hash & mask;
   while (m_slots[at].node)
@@ -199,7 +198,7 @@ void Tree::insertIndex(Node* node) noexcept
 void Tree::eraseIndex(const Node* node) noexcept
 {
   const std::size_t mask = m_slots.size() - 1;
-  std::size_t gap = hashOf(node->path.str()) & mask;
+  std::size_t gap = node->path.hash() & mask;
   while (m_slots[gap].node != node)
     gap = (gap + 1) & mask;
   for (std::size_t at = (gap + 1) & mask; m_slots[at].node; at = (at + 1) & mask) {
@@ -215,13 +214,13 @@ void Tree::eraseIndex(const Node* node) noexcept
 
 // --------------------------------------------------------------------------------------------------- parameters
 
-Param* Tree::findParam(Node* node, const SharedText& name) const
+const Param* Tree::findParam(const Node* node, const SharedText& name) const
 {
   if (node->paramIndex) {
     const auto found = node->paramIndex->find(name.id());
     return found == node->paramIndex->end() ? nullptr : &node->params[found->second];
   }
-  for (Param& param : node->params) {
+  for (const Param& param : node->params) {
     if (param.name.same(name))
       return &param;
   }
@@ -230,64 +229,88 @@ Param* Tree::findParam(Node* node, const SharedText& name) const
 
 void Tree::appendParam(Node* node, SharedText name, SharedText value)
 {
-  std::vector<Param>& params = node->params;
-  if (params.capacity() == 0 && node->previous)  // siblings are alike
+  ParamRun& params = node->params;
+  if (params.empty() && node->previous)  // siblings are alike
     params.reserve(std::min(node->previous->params.size(), usualLimit));
   const void* id = name.id();
+  if (!node->paramIndex && params.size() == smallNode)
+    makeParamIndex(node);
   if (node->paramIndex)
     node->paramIndex->emplace(id, static_cast<std::uint32_t>(params.size()));
   try {
-    params.push_back({std::move(name), std::move(value), node->nextPlace});
+    params.append({std::move(name), std::move(value), node->nextPlace});
   } catch (...) {
     if (node->paramIndex)
       node->paramIndex->erase(id);
     throw;
   }
   ++node->nextPlace;
-  if (node->paramIndex || params.size() <= smallNode)
-    return;
+}
+
+// From here on nobody else shows its parameters, so each can be written at a constant cost.
+void Tree::makeParamIndex(Node* node)
+{
   auto index = std::make_unique<std::unordered_map<const void*, std::uint32_t>>();
-  for (std::size_t i = 0; i < params.size(); ++i)
-    index->emplace(params[i].name.id(), static_cast<std::uint32_t>(i));
+  for (std::size_t i = 0; i < node->params.size(); ++i)
+    index->emplace(node->params[i].name.id(), static_cast<std::uint32_t>(i));
+  node->params.unshare();
   node->paramIndex = std::move(index);
 }
 
-void Tree::removeParam(Node* node, const SharedText& name) noexcept
+void Tree::changeParam(Node* node, const Param* param, SharedText value)
 {
-  Param* param = findParam(node, name);
-  if (!param)
-    return;
-  std::vector<Param>& params = node->params;
-  if (!node->paramIndex) {
-    params.erase(params.begin() + (param - params.data()));
-    return;
-  }
-  node->paramIndex->erase(name.id());
-  param->name = SharedText();
-  param->value = SharedText();
+  node->params.write(static_cast<std::size_t>(param - node->params.begin())).value = std::move(value);
+}
+
+void Tree::removeParam(Node* node, const Param* param)
+{
+  ParamRun& params = node->params;
+  const auto at = static_cast<std::size_t>(param - params.begin());
+  if (!node->paramIndex)
+    return params.erase(at);
+  node->paramIndex->erase(param->name.id());
+  Param& hole = params.write(at);
+  hole.name = SharedText();
+  hole.value = SharedText();
   ++node->holes;
-  while (!params.empty() && params.back().name.empty()) {
-    params.pop_back();
-    --node->holes;
-  }
+  dropHoles(node);
   if (2 * node->holes > params.size())
     closeHoles(node);
 }
 
+void Tree::dropNewestParam(Node* node) noexcept
+{
+  if (node->paramIndex)
+    node->paramIndex->erase(node->params.back().name.id());
+  node->params.truncate(node->params.size() - 1);
+  dropHoles(node);
+}
+
+// At the end.
+void Tree::dropHoles(Node* node) noexcept
+{
+  std::size_t size = node->params.size();
+  for (; size > 0 && node->params[size - 1].name.empty(); --size)
+    --node->holes;
+  if (size < node->params.size())
+    node->params.truncate(size);
+}
+
 void Tree::restoreParam(Node* node, Param param)
 {
-  std::vector<Param>& params = node->params;
-  auto at = std::lower_bound(params.begin(), params.end(), param.place,
-                             [](const Param& other, std::uint32_t place) { return other.place < place; });
-  const auto index = static_cast<std::uint32_t>(at - params.begin());
+  ParamRun& params = node->params;
+  const Param* const at =
+      std::lower_bound(params.begin(), params.end(), param.place,
+                       [](const Param& other, std::uint32_t place) { return other.place < place; });
+  const auto index = static_cast<std::size_t>(at - params.begin());
   if (node->paramIndex)
-    node->paramIndex->emplace(param.name.id(), index);
-  if (at != params.end() && at->place == param.place) {  // the hole that it left
-    *at = std::move(param);
+    node->paramIndex->emplace(param.name.id(), static_cast<std::uint32_t>(index));
+  if (index < params.size() && at->place == param.place) {  // the hole that it left
+    params.write(index) = std::move(param);
     --node->holes;
     return;
   }
-  params.insert(at, std::move(param));  // into room that it has had before
+  params.insert(index, std::move(param));
   for (std::size_t i = index + 1; node->paramIndex && i < params.size(); ++i) {
     if (!params[i].name.empty())
       node->paramIndex->find(params[i].name.id())->second = static_cast<std::uint32_t>(i);
@@ -296,13 +319,10 @@ void Tree::restoreParam(Node* node, Param param)
 
 void Tree::closeHoles(Node* node) noexcept
 {
-  std::vector<Param>& params = node->params;
-  params.erase(
-      std::remove_if(params.begin(), params.end(), [](const Param& param) { return param.name.empty(); }),
-      params.end());
+  node->params.dropNameless();
   node->holes = 0;
-  for (std::size_t i = 0; i < params.size(); ++i)
-    node->paramIndex->find(params[i].name.id())->second = static_cast<std::uint32_t>(i);
+  for (std::size_t i = 0; i < node->params.size(); ++i)
+    node->paramIndex->find(node->params[i].name.id())->second = static_cast<std::uint32_t>(i);
 }
 
 SharedText Tree::intern(std::string_view text)

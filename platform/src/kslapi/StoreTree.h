@@ -7,11 +7,13 @@
 //  3. Parameters and children of a node share one sequence of places; both lists ascend in it. Something new
 //     takes the place after all others, so the order of first appearance is the order of text.
 //  4. A name stands once among the parameters of a node.
-//  5. A detached node is in no list and, with all below it, in no index; its own fields still say where it stood.
+//  5. Parameters are a run that others may share (ParamRun); those of a node with a parameter index nobody does.
+//  6. A detached node is in no list and, with all below it, in no index; its own fields still say where it stood.
 // Nothing here knows of changes, journals or rules.
 #pragma once
 
 #include "platform/ORVUtilities.h"
+#include "platform/internal/ParamRun.h"
 
 #include <array>
 #include <cstdint>
@@ -24,12 +26,6 @@
 
 namespace orv::store {
 
-struct Param {
-  SharedText name;
-  SharedText value;
-  std::uint32_t place;
-};
-
 struct Node {
   SharedText path;  // "" is the root's
   Node* parent = nullptr;
@@ -37,7 +33,7 @@ struct Node {
   Node* lastChild = nullptr;
   Node* next = nullptr;
   Node* previous = nullptr;
-  std::vector<Param> params;
+  ParamRun params;
   std::unique_ptr<std::unordered_map<const void*, std::uint32_t>> paramIndex;  // of large nodes only
   std::uint32_t holes = 0;  // parameters of a large node that were removed: without a name, to be passed over
   std::uint32_t place = 0;
@@ -61,11 +57,13 @@ class Tree {
   const Node* root() const { return &m_root; }
 
   // Constant time; null when there is no such node. "" is the root.
-  Node* find(std::string_view path) const;
+  Node* find(std::string_view path) const { return find(path, SharedText::hashOf(path)); }
+  Node* find(std::string_view path, std::uint32_t hash) const;  // SharedText::hashOf(path)
   Node* find(const SharedText& path) const;
 
   // REQUIRES: the path is `parent`'s, "/" and a component, and no node has it.
-  Node* create(Node* parent, SharedText path);
+  // The parameters, if any, ascend in their places.
+  Node* create(Node* parent, SharedText path, ParamRun params = {});
   // Takes a node and all below it out of the tree and destroys them; the root is only emptied. Linear, no
   // recursion, never fails.
   void remove(Node* node) noexcept;
@@ -84,11 +82,13 @@ class Tree {
   std::size_t removals() const { return m_removals; }
 
   // Null when the node has no such parameter; valid until its next change. The name must come from intern().
-  Param* findParam(Node* node, const SharedText& name) const;
+  const Param* findParam(const Node* node, const SharedText& name) const;
   void appendParam(Node* node, SharedText name, SharedText value);
-  void removeParam(Node* node, const SharedText& name) noexcept;
-  // Puts back what removeParam took, at its place, once all that was done to the node since has been undone. Takes
-  // memory in a large node only.
+  void changeParam(Node* node, const Param* param, SharedText value);
+  void removeParam(Node* node, const Param* param);
+  // Takes back an appendParam, all that was done to the node since having been undone.
+  void dropNewestParam(Node* node) noexcept;
+  // Puts back what removeParam took, at its place, once all that was done to the node since has been undone.
   void restoreParam(Node* node, Param param);
 
   // The one shared text of this tree for a parameter name.
@@ -103,7 +103,7 @@ class Tree {
 
  private:
   struct Slot {
-    std::size_t hash = 0;
+    std::uint32_t hash = 0;
     Node* node = nullptr;
   };
   struct TextHash {
@@ -130,6 +130,8 @@ class Tree {
   static void forEachFrom(Node* top, Visit visit) noexcept;
   static void unlink(Node* node) noexcept;
   void destroyBelow(Node* node) noexcept;
+  static void makeParamIndex(Node* node);
+  static void dropHoles(Node* node) noexcept;
   static void closeHoles(Node* node) noexcept;
 
   Node m_root;

@@ -1,5 +1,6 @@
 #include "platform/ORVDynamicLoader.h"
 #include "platform/ORVError.h"
+#include "platform/ORVResultMemory.h"
 #include "platform/ORVUtilities.h"
 #include "platform/internal/ContextLocal.h"
 #include "platform/internal/SharedLocks.h"
@@ -223,6 +224,7 @@ SharedLibrary::SharedLibrary() = default;
 
 SharedLibrary::~SharedLibrary()
 {
+  ResultMemory::destroyInstance();  // the code that ends its results may go
   const std::lock_guard lock(SharedLocks::loader());
   for (const auto& [library, handle] : m_handles) {
     try {

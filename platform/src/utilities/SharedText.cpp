@@ -11,6 +11,12 @@ SharedText::SharedText(std::string&& text) : m_rep(text.empty() ? nullptr : make
 
 SharedText::SharedText(const char* text) : SharedText(std::string_view(text ? text : "")) {}
 
+SharedText::SharedText(std::string_view text, std::uint32_t hash) : SharedText(text)
+{
+  if (m_rep)
+    m_rep->hash = hash;
+}
+
 SharedText::Rep* SharedText::make(std::string_view text)
 {
   return make(std::string(text));
@@ -18,7 +24,7 @@ SharedText::Rep* SharedText::make(std::string_view text)
 
 SharedText::Rep* SharedText::make(std::string&& text)
 {
-  return new (SmallBlocks<sizeof(Rep)>::take()) Rep{1, std::move(text)};
+  return new (SmallBlocks<sizeof(Rep)>::take()) Rep{1, 0, std::move(text)};
 }
 
 void SharedText::destroy(Rep* rep) noexcept
