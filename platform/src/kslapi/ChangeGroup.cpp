@@ -6,18 +6,18 @@ namespace orv {
 
 using store::Param;
 using store::ParamRun;
-using Kind = KSLChange::Kind;
+using ChangeKind = KSLChange::Kind;
 
 namespace {
 
-bool creates(Kind kind)
+bool creates(ChangeKind kind)
 {
-  return kind == Kind::createObject || kind == Kind::createParam;
+  return kind == ChangeKind::createObject || kind == ChangeKind::createParam;
 }
 
-bool isOfParam(Kind kind)
+bool isOfParam(ChangeKind kind)
 {
-  return kind == Kind::createParam || kind == Kind::deleteParam;
+  return kind == ChangeKind::createParam || kind == ChangeKind::deleteParam;
 }
 
 // Whether all that the one run shows from a place on stands in the other, too.
@@ -36,7 +36,7 @@ bool startsAlike(const ParamRun& run, const ParamRun& longer, std::size_t from)
 
 ChangeGroup::ChangeGroup(KSLChange change) : m_path(std::move(change.path))
 {
-  if (change.kind == Kind::changeParam) {
+  if (change.kind == ChangeKind::changeParam) {
     m_what = Changed{std::move(change.name), std::move(change.value), std::move(change.oldValue)};
     return;
   }
@@ -62,14 +62,14 @@ KSLChange ChangeGroup::operator[](std::size_t index) const
   const Listed* const all = listed();
   if (!all) {
     const Changed& one = *std::get_if<Changed>(&m_what);
-    return {Kind::changeParam, m_path, one.name, one.value, one.oldValue};
+    return {ChangeKind::changeParam, m_path, one.name, one.value, one.oldValue};
   }
   const bool ofObject = all->object == Object::first ? index == 0 : index == all->params();
   if (ofObject)
-    return {all->creates ? Kind::createObject : Kind::deleteObject, m_path, {}, {}, {}};
+    return {all->creates ? ChangeKind::createObject : ChangeKind::deleteObject, m_path, {}, {}, {}};
   const std::size_t param = index - (all->object == Object::first);
   const Param& at = all->run[all->descending ? all->run.size() - 1 - param : all->from + param];
-  return {all->creates ? Kind::createParam : Kind::deleteParam, m_path, at.name, at.value, {}};
+  return {all->creates ? ChangeKind::createParam : ChangeKind::deleteParam, m_path, at.name, at.value, {}};
 }
 
 ChangeGroup ChangeGroup::inverse() const
