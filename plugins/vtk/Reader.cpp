@@ -41,11 +41,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-std::string endingOf(const std::string& file)
-{
-  return orv::StringUtilities::toLower(fs::path(file).extension().string());
-}
-
 std::string controlDictOf(const std::string& file)
 {
   return fs::is_directory(file) ? (fs::path(file) / "system" / "controlDict").string() : file;

@@ -9,7 +9,6 @@
 #include "running.h"
 
 #include <cmath>
-#include <filesystem>
 
 namespace results {
 
@@ -103,11 +102,6 @@ std::string asJson(const std::vector<std::shared_ptr<const Numbers>>& all)
                       + join(columns, ",\n") + "\n    ]\n  }");
   }
   return "[\n" + join(objects, ",\n") + "\n]\n";
-}
-
-std::string endingOf(const std::string& file)
-{
-  return orv::StringUtilities::toLower(std::filesystem::path(file).extension().string());
 }
 
 }  // namespace
