@@ -131,10 +131,10 @@ bench:         ## build and run the benchmarks (BENCH_ARGS=…)
 	cmake --build --preset release -j$(JOBS) --target bench
 	for b in $$(ls build/release/bin/bench_* | grep -v /bench_counts); do echo "$$b"; $$b $(BENCH_ARGS); done
 
-bench-count:   ## count the instructions of each kind of work; fails 3 % above the figures that are kept
+bench-count:   ## count the instructions of each kind of work; fails 3 % above the figures that are kept (COUNT=library: without ksl)
 	@tools/setup.sh bench
-	@$(MAKE) --no-print-directory build-release TARGETS='--target bench_counts ksl'
-	python3 tools/bench_count.py
+	@$(MAKE) --no-print-directory build-release TARGETS='--target bench_counts $(if $(COUNT),,ksl)'
+	python3 tools/bench_count.py $(if $(COUNT),--$(COUNT))
 
 fuzz:          ## build and run each fuzzer for FUZZ_SECONDS (30)
 	@tools/setup.sh fuzz

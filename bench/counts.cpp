@@ -3,12 +3,15 @@
 // writes a FILE.N for each work, described by its name; tools/bench_count.py runs it and compares.
 //   bench_counts OBJECTS FOLDER
 // writes the models there, and their rules, for programs that read files.
+#include "database/DBChangeNotify.h"
 #include "bench/LibraryPeer.h"
 #include "bench/Model.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <random>
 #include <stdexcept>
 #include <string>
 #include <unistd.h>
@@ -77,6 +80,88 @@ void countReal(const Shape& shape)
   });
 }
 
+// Hears of everything, as every application does, and does nothing with it.
+class Observer : public orv::DBChangeNotify {
+ public:
+  Observer() { orv::ObjectDB::instance()->registerChangeNotify(this); }
+  ~Observer() override { orv::ObjectDB::instance()->registerChangeNotify(nullptr); }
+  Observer(const Observer&) = delete;
+  Observer& operator=(const Observer&) = delete;
+  void objectAdded(const orv::KSLObject*) override {}
+  void objectDeleteBegin(const orv::KSLObject*) override {}
+  void objectDeleteEnd(const std::string&, const orv::KSLObject*) override {}
+  void paramChanged(const orv::KSLObject*, const orv::ParamDefinition*) override {}
+  void paramDeleted(const orv::KSLObject*, const std::string&) override {}
+};
+
+void countWatched(const Shape& shape)
+{
+  const std::string text = modelText(shape);
+  {
+    LibraryPeer peer;
+    const Observer observer;
+    count("load observed", [&] { peer.load(text); });
+  }
+  LibraryPeer peer;
+  orv::KSLCoreAPI::instance()->setValidationEnabled(true);
+  count("load validated", [&] { peer.load(text); });
+}
+
+// What would show growth with the square of something.
+
+void countNested(long size)
+{
+  std::string text;
+  for (long i = 0; i < size; ++i)
+    text += "GROUP: " + std::to_string(i) + "\n";
+  for (long i = 0; i < size; ++i)
+    text += "END\n";
+  LibraryPeer peer;
+  count("nested load", [&] { peer.load(text); });
+  count("nested undo", [&] { peer.undo(); });
+  count("nested redo", [&] { peer.redo(); });
+  count("nested delete", [&] { peer.erase("/GROUP:0"); });
+}
+
+// Schedulers in a chain, whose names and links are listed in no order.
+void countLinks(long size)
+{
+  std::vector<std::string> names;
+  for (long i = 0; i < size; ++i)
+    names.push_back("S" + std::to_string(i));
+  std::mt19937 random(1);
+  std::shuffle(names.begin(), names.end(), random);
+  std::vector<std::string> links;
+  for (std::size_t i = 1; i < names.size(); ++i)
+    links.push_back(names[i - 1] + ", " + names[i]);
+  std::shuffle(links.begin(), links.end(), random);
+  const auto listOf = [](const std::vector<std::string>& items) {
+    return orv::StringUtilities::vectorToString(items, ", ");
+  };
+  const std::vector<std::string> rules{"RULES:",
+                                       "Categories = deletable",
+                                       "SchedulerTypes = " + listOf(names),
+                                       "KSLObjectClasses = GenericKSLObject",
+                                       "OBJECT: A",
+                                       "KSLObject Class = GenericKSLObject",
+                                       "Scheduler = " + listOf(names),
+                                       "Scheduler Links = " + listOf(links),
+                                       "END",
+                                       "END"};
+  count("links of a type", [&] { LibraryPeer(rules).load("A: a\nEND\n"); });
+}
+
+// Each uses the next.
+void countNames(long size)
+{
+  std::string text = "EXPRESSIONS:\n";
+  for (long i = 0; i < size; ++i)
+    text += "e" + std::to_string(i) + " = " + (i + 1 < size ? "e" + std::to_string(i + 1) + " + 1\n" : "1\n");
+  LibraryPeer peer({"RULES:", "Categories = deletable", "KSLObjectClasses = ExpressionsKSLObject",
+                    "SINGLETON: EXPRESSIONS", "KSLObject Class = ExpressionsKSLObject", "END", "END"});
+  count("names of one object", [&] { peer.load(text + "END\n"); });
+}
+
 void writeFile(const std::string& name, const std::string& text)
 {
   std::ofstream(name) << text;
@@ -104,5 +189,9 @@ int main(int argc, char** argv)
   }
   countPlain(shape);
   countReal(shape);
+  countWatched(shape);
+  countNested(shape.objects);
+  countLinks(shape.objects);
+  countNames(shape.objects);
   return 0;
 }

@@ -107,10 +107,10 @@ void enter(const TextOptions& input)
     return;
   }
   for (const EnteredText& text : readTexts(input)) {
-    const orv::SyntaxTree tree(orv::StringUtilities::vectorToString(text.lines, '\n'));
+    const orv::SyntaxTree tree(text.text);
     if (!tree.isFaulty())
       orv::KSLCoreAPI::instance()->setExternalKslUpdateMode(orv::kslUpdateAtEnd);
-    if (!isBlank(text.lines))
+    if (!isBlank(text.text))
       enterText(text);
   }
 }

@@ -92,10 +92,10 @@ void PlanCommand::print(const Options& options)
   TextOptions input;
   input.files = options.files;
   Texts texts = readTexts(input);
-  std::erase_if(texts, [](const EnteredText& text) { return isBlank(text.lines); });
+  std::erase_if(texts, [](const EnteredText& text) { return isBlank(text.text); });
   std::vector<orv::Planner::Text> planned;
   for (const EnteredText& text : texts)
-    planned.push_back({text.lines, text.source});
+    planned.push_back({orv::StringUtilities::stringToVector(text.text, '\n'), text.source});
   const Plan result = orv::Planner(harmlessActions()).plan(planned);
   for (std::size_t i = 0; i < result.steps.size(); ++i) {
     for (const orv::ErrorMsg& report : result.steps[i].reports)

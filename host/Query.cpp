@@ -40,7 +40,7 @@ int runQuery(const QueryOptions& options, const std::function<void()>& work,
     const auto enter = [&](const EnteredText& text, const std::string& name) {
       if (watch)
         watch(name);
-      return isBlank(text.lines) || enterText(text);
+      return isBlank(text.text) || enterText(text);
     };
     if (!options.load.empty() && !enter(loadStateText(options.load), options.load))
       return;

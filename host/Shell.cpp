@@ -167,7 +167,7 @@ bool Shell::enterCommand()
 {
   m_last = m_input.take();
   m_reader->remember(textOf(m_last));
-  return enter({m_last, {.name = orv::_("<entry %d>", ++m_entries)}}, commandTitle(m_last));
+  return enter({textOf(m_last), {.name = orv::_("<entry %d>", ++m_entries)}}, commandTitle(m_last));
 }
 
 // False when an error was reported.

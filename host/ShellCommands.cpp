@@ -195,7 +195,7 @@ void Shell::readFile(const std::string& argument)
     if (file == "-")
       throw orv::file::error("ksl", "shell", orv::_("Standard input is read already."));
     for (const EnteredText& text : readTexts(options))
-      if (!isBlank(text.lines))
+      if (!isBlank(text.text))
         enter(text, ".read " + file);
   });
 }

@@ -18,7 +18,7 @@ class FileChangeManager;
 
 // What is entered, as all enter it.
 struct TeamCommand {
-  std::vector<std::string> lines = {};
+  std::string text = {};
   orv::TextSource source = {};
   orv::kslUpdateMode mode = orv::kslUpdateDefault;
   bool isFromSession = false;  // as it was recorded, and not recorded again

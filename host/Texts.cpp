@@ -20,21 +20,36 @@
 
 namespace {
 
-Lines splitLines(const std::string& text)
+// The ends of lines as the library has them.
+std::string withPlainEnds(std::string text)
 {
+  if (text.find('\r') == std::string::npos)
+    return text;
   Lines lines = orv::StringUtilities::stringToVector(text, '\n');
   for (std::string& line : lines)
     if (!line.empty() && line.back() == '\r')
       line.pop_back();
-  return lines;
+  return orv::StringUtilities::vectorToString(lines, '\n');
+}
+
+// The last line of a file ends; a text has ends between its lines only.
+std::string textOfFile(const std::string& file)
+{
+  std::string text = orv::ORVFile::readAll(file);
+  if (text.ends_with('\n'))
+    text.pop_back();
+  return text;
 }
 
 // Escapes are undone where the head of a file says that there are some.
-Lines readText(const std::string& file)
+std::string readText(const std::string& file)
 {
-  Lines lines = file == "-" ? splitLines(readStandardInput()) : orv::ORVFile::readLines(file);
+  std::string text = file == "-" ? withPlainEnds(readStandardInput()) : textOfFile(file);
+  if (!orv::FileText::mayBeEscaped(text))
+    return text;
+  Lines lines = orv::StringUtilities::stringToVector(text, '\n');
   orv::FileText::undo(lines);
-  return lines;
+  return orv::StringUtilities::vectorToString(lines, '\n');
 }
 
 void flushOutput()
@@ -68,9 +83,9 @@ class ErrorCounter : public orv::ErrorSink {
 
 }  // namespace
 
-bool isBlank(const Lines& lines)
+bool isBlank(const std::string& text)
 {
-  return std::all_of(lines.begin(), lines.end(), [](const std::string& line) { return line.empty(); });
+  return text.find_first_not_of('\n') == std::string::npos;
 }
 
 Texts readTexts(const TextOptions& options)
@@ -79,7 +94,7 @@ Texts readTexts(const TextOptions& options)
   for (const std::string& file : options.files)
     texts.push_back({readText(file), {.name = file == "-" ? "<stdin>" : file}});
   for (std::size_t i = 0; i < options.texts.size(); ++i)
-    texts.push_back({splitLines(options.texts[i]),
+    texts.push_back({withPlainEnds(options.texts[i]),
                      {.name = "-e" + (i == 0 ? std::string() : orv::StringUtilities::toString(i + 1))}});
   return texts;
 }
@@ -88,7 +103,7 @@ int runWithTexts(const TextOptions& options, const std::function<void(const Text
 {
   return runWithHost(options, [&](const Host&) {
     Texts texts = readTexts(options);
-    std::erase_if(texts, [](const EnteredText& text) { return isBlank(text.lines); });
+    std::erase_if(texts, [](const EnteredText& text) { return isBlank(text.text); });
     work(texts);
   });
 }
@@ -162,8 +177,8 @@ bool runCommand(const TeamCommand& command, Enter enter)
 bool enterText(const EnteredText& text)
 {
   const orv::kslUpdateMode mode = orv::KSLCoreAPI::instance()->getExternalKslUpdateMode();
-  return runCommand({.lines = text.lines, .source = text.source, .mode = mode},
-                    [&](orv::KSLCoreAPI& api) { api.externalProcessKSL(text.lines, text.source); });
+  return runCommand({.text = text.text, .source = text.source, .mode = mode},
+                    [&](orv::KSLCoreAPI& api) { api.externalProcessText(text.text, text.source); });
 }
 
 bool enterText(const orv::SessionFile::Command& command, const std::string& file)
@@ -175,7 +190,7 @@ bool enterText(const orv::SessionFile::Command& command, const std::string& file
   const auto first = std::find_if_not(command.lines.begin(), command.lines.end(), saysNothing);
   const auto before = static_cast<std::size_t>(first - command.lines.begin());
   const orv::TextSource source{.name = file, .firstLine = command.line - std::min(before, command.line - 1)};
-  const TeamCommand shared{.lines = command.lines,
+  const TeamCommand shared{.text = text,
                            .source = source,
                            .mode = command.mode,
                            .isFromSession = true,

@@ -26,7 +26,7 @@ struct TextOptions {
 using Lines = std::vector<std::string>;
 // One command, and where errors in it are.
 struct EnteredText {
-  Lines lines;
+  std::string text;
   orv::TextSource source;
 };
 using Texts = std::vector<EnteredText>;
@@ -34,7 +34,7 @@ using Texts = std::vector<EnteredText>;
 // The texts of the options in order, also those without a statement. Throws what reading a file does.
 Texts readTexts(const TextOptions& options);
 // An empty file says nothing; the library takes an empty text for a slip of its caller.
-bool isBlank(const Lines& lines);
+bool isBlank(const std::string& text);
 
 // Brings the library up, reads all texts and gives them to `work`, which is to enter them. What work leaves on
 // std::cout is written. Returns the exit status: 0, or 1 when an error was reported, or 130 when Ctrl-C stopped

@@ -25,6 +25,7 @@ SHARED = {
     "UnitSystemWatch::watch::instance": "an observer without data",
     "baseHandler::handler": "an object without data",
     "SharedText::emptyText::empty": CONST,
+    "SharedText::emptyText::room": "the same, in place",
     "noText::empty": CONST,
     "idleValue::mode": CONST,
     "idleValue::stack": CONST,

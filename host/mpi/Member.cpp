@@ -119,8 +119,8 @@ std::vector<std::string> orderOf(const TeamCommand& command)
                                  command.folder,
                                  command.source.name,
                                  std::to_string(command.source.firstLine),
-                                 command.source.isExcerpt ? "1" : ""};
-  order.insert(order.end(), command.lines.begin(), command.lines.end());
+                                 command.source.isExcerpt ? "1" : "",
+                                 command.text};
   return order;
 }
 
@@ -131,7 +131,7 @@ TeamCommand commandOf(const std::vector<std::string>& order)
   command.mode = static_cast<orv::kslUpdateMode>(std::stoi(order[2]));
   command.folder = order[3];
   command.source = {.name = order[4], .firstLine = std::stoul(order[5]), .isExcerpt = !order[6].empty()};
-  command.lines.assign(order.begin() + 7, order.end());
+  command.text = order[7];
   return command;
 }
 
@@ -246,9 +246,9 @@ void Follower::enter(const TeamCommand& command) const
   Api& api = *Api::instance();
   if (!command.isFromSession) {
     api.setExternalKslUpdateMode(command.mode);
-    return api.externalProcessKSL(command.lines, command.source);
+    return api.externalProcessText(command.text, command.source);
   }
   orv::ORVMPStream::setFallbackDirectory(command.folder);
   const orv::ScopeGuard reset([] { orv::ORVMPStream::setFallbackDirectory({}); });
-  api.processKSL(orv::StringUtilities::vectorToString(command.lines, '\n'), command.mode, command.source);
+  api.processKSL(command.text, command.mode, command.source);
 }

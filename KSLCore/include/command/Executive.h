@@ -41,6 +41,8 @@ class ORV_API Executive {
   // line."; internal::error "Pointer to ActionFactory not set." without a factory; what
   // ActionFactory::getExecutor and the executor throw.
   void doAction(std::string line);
+  // The same for an update that was put into a text: whatever executor serves the word is called with it.
+  void doUpdate() { doAction(m_updateWords); }
 
   // Applies changes to the database and lets the changed objects recompute, in path order. The inverse of each
   // change is appended to `history` before it is made, and taken out when it left nothing behind. Objects are created on
@@ -75,6 +77,7 @@ class ORV_API Executive {
  private:
   friend class ExecutiveTest;
 
+  void doAction(const std::vector<std::string>& words);
   std::vector<KSLObject*> createNewObject(const std::string& parentPath, const std::string& type,
                                           const std::string& name);
   KSLObject* doCreateNewObject(std::vector<KSLObject*>& created, const std::string& parentPath,
@@ -91,6 +94,7 @@ class ORV_API Executive {
   void forceUpdateOf(const std::string& name);
   void resetChangeProcessing();
 
+  const std::vector<std::string> m_updateWords;
   std::deque<SharedText> m_pendingUpdates;    // paths of the objects whose update is due
   bool m_updating = false;                    // the queue is being drained
   bool m_applying = false;                    // changes are being applied

@@ -54,6 +54,8 @@ class ORV_API Reader {
 // The lines of a file as text to be processed: where a head asks for it, continued lines are joined and escapes undone.
 // There are as many lines as before, each at its place: what was joined leaves empty lines.
 ORV_API void undo(std::vector<std::string>& lines);
+// False for a text in which undo() changes nothing, as nobody speaks of escapes in it. Linear.
+ORV_API bool mayBeEscaped(std::string_view text) noexcept;
 
 }  // namespace FileText
 

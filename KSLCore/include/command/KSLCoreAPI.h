@@ -77,6 +77,8 @@ class ORV_API KSLCoreAPI : public ObserverSubject {
   // update" is added. While a session is recorded they are written to its file first, also when they fail then.
   // Throws as processKSL.
   void externalProcessKSL(const std::vector<std::string>& lines, const TextSource& from = {});
+  // The same for a text of such lines, with the ends between them.
+  void externalProcessText(const std::string& text, const TextSource& from = {});
   // A command in pieces, as KSLInterface has it, with the notifications of a text. What externalProcessKSL is given
   // meanwhile is recorded as one text, when the command has been done.
   bool beginCommand();

@@ -236,12 +236,13 @@ class ORV_API KSLObject {
   void setPath(const std::string& parentPath, const std::string& name);
 
   // Takes ownership when it succeeds. data::duplicate, "Duplicate data: Parameter '%s' already exists."; null
-  // throws internal::nullPointer, "Input parameter %s is a null pointer." with "p_param". O(parameters): the
-  // first time on a copy it ends sharing the list of them with the prototype.
+  // throws internal::nullPointer, "Input parameter %s is a null pointer." with "p_param". O(log
+  // parameters).
   void addParameter(ParamDefinition* param);
   // The same; the pointer keeps its parameter when the call fails.
   void addParameter(std::unique_ptr<ParamDefinition>&& param);
-  // data::notFound, "%s '%s' does not exist." with "Parameter". O(parameters), as adding.
+  // data::notFound, "%s '%s' does not exist." with "Parameter". O(parameters) for one that
+  // the type has, else as adding.
   void removeParameter(const std::string& name);
   // All at once, each told to the observer as removed, in name order. The observer hears of all, whatever it
   // throws; the first of it passes on then. Linear, unlike single removals.

@@ -32,6 +32,7 @@ class ORV_API ParamLayout : public rcount_base {
     mutable std::uint32_t follower = 0;  // the slot that was found after this one, the last time
   };
   std::size_t lowerBound(std::string_view name) const;
+  void append(std::shared_ptr<const ParamDefinition> prototype);         // REQUIRES: a name behind all others
   std::size_t insert(std::shared_ptr<const ParamDefinition> prototype);  // REQUIRES: a name that is not there
 
   std::vector<Entry> m_entries;

@@ -17,7 +17,7 @@ namespace orv {
 
 class LinkTransaction;
 class NameLink;
-struct SchedulerTypes;
+class SchedulerTypes;
 
 // Adds to the parameters schedulers, at most one calculate function for each of them, and links among them:
 // what the RULES of a type say, shared by all its objects. An object has one SchedulerObject per scheduler

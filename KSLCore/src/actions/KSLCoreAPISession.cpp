@@ -13,11 +13,9 @@ namespace orv {
 
 namespace {
 
-std::string enteredText(const std::vector<std::string>& lines, kslUpdateMode mode)
+// Of a text that is updated at its end.
+std::string withUpdate(std::string text)
 {
-  std::string text = StringUtilities::vectorToString(lines, '\n');
-  if (mode != kslUpdateAtEnd)
-    return text;
   if (!text.empty())  // the last line ends before the update, also one that would be continued
     text += StringUtilities::trimmed(text).ends_with('\\') ? "\n\n" : "\n";
   return text += "> update\n";
@@ -39,9 +37,23 @@ std::optional<ParsedText> parsedAhead(const std::string& text, kslUpdateMode mod
 void KSLCoreAPI::externalProcessKSL(const std::vector<std::string>& lines, const TextSource& from)
 {
   std::string text;
+  try {
+    text = StringUtilities::vectorToString(lines, '\n');
+  } catch (...) {
+    return KSLInterface::instance()->failParse();
+  }
+  externalProcessText(text, from);
+}
+
+void KSLCoreAPI::externalProcessText(const std::string& entered, const TextSource& from)
+{
+  std::string longer;
+  const bool asEntered = m_externalMode != kslUpdateAtEnd;
+  const std::string& text = asEntered ? entered : longer;
   std::optional<ParsedText> ahead;
   try {
-    text = enteredText(lines, m_externalMode);
+    if (!asEntered)
+      longer = withUpdate(entered);
     const bool isRefused = KSLInterface::instance()->isRecovering();
     if (m_sessionWriter && m_sessionWriter->isRecording() && !text.empty() && !isRefused && !m_commandOpen) {
       ahead = parsedAhead(text, m_externalMode);

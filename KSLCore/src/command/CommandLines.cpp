@@ -3,6 +3,7 @@
 #include "platform/ORVError.h"
 #include "platform/ORVKSLParseUtilities.h"
 #include "platform/ORVUtilities.h"
+#include "platform/internal/UpdateHandler.h"
 
 #include <cstdint>
 
@@ -136,7 +137,8 @@ void CommandLines::endLine()
 void CommandLines::addUpdate()
 {
   mark(ParsedText::putIn, updateAction.size());
-  m_lines.add(updateAction);
+  m_lines.begin() += updateAction;
+  m_lines.end(UpdateHandler::putIn);
 }
 
 void CommandLines::endActionLine()

@@ -34,7 +34,7 @@ constexpr auto forward = KSLChangeList::Direction::forward;
 
 }  // namespace
 
-Executive::Executive() : m_deferred(std::make_unique<KSLChangeList>()) {}
+Executive::Executive() : m_updateWords{"update"}, m_deferred(std::make_unique<KSLChangeList>()) {}
 Executive::~Executive() = default;
 
 void Executive::doAction(std::string line)
@@ -42,6 +42,11 @@ void Executive::doAction(std::string line)
   const std::vector<std::string> words = ActionExecutor::splitActionLine(line);
   if (words.empty())
     throw ksl::invalid("Executive", "doAction", _("Empty action line."));
+  doAction(words);
+}
+
+void Executive::doAction(const std::vector<std::string>& words)
+{
   if (!assertThat(m_actionFactory != nullptr, "m_actionFactory", executiveSource))
     throw internal::error("Executive", "doAction", _("Pointer to ActionFactory not set."));
   m_actionFactory->getExecutor(words.front())->invoke(words);

@@ -233,6 +233,11 @@ void Reader::read(std::string& line)
     unescape(line);
 }
 
+bool mayBeEscaped(std::string_view text) noexcept
+{
+  return text.find(escapeNote) != std::string_view::npos;
+}
+
 void undo(std::vector<std::string>& lines)
 {
   Reader reader;

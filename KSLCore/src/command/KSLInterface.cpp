@@ -22,6 +22,7 @@
 #include "platform/ORVResultMemory.h"
 #include "platform/ORVUtilities.h"
 #include "platform/internal/ContextLocal.h"
+#include "platform/internal/UpdateHandler.h"
 #include "rules/AdditionalRules.h"
 #include "rules/KSLRules.h"
 #include "rules/RulesValidator.h"
@@ -46,17 +47,30 @@ constexpr const char* kslInterfaceSource = "KSLCore/src/KSLInterface";
 }  // namespace
 
 // Hands the store's action lines to the Executive, and keeps the first failure of a parse.
-class KSLInterface::ActionHandler final : public KSLActionHandler {
+class KSLInterface::ActionHandler final : public KSLActionHandler, public UpdateHandler {
  public:
   explicit ActionHandler(KSLInterface* owner) : m_owner(owner) {}
 
   bool handleAction(const std::string& action, const std::vector<std::string>& args) override
   {
-    try {
+    return handle([&] {
       std::string line = action;
       if (!args.empty())
         line.append(" ").append(StringUtilities::vectorToString(args, ','));
       m_owner->executive().doAction(std::move(line));
+    });
+  }
+  bool handleUpdate() override
+  {
+    return handle([this] { m_owner->executive().doUpdate(); });
+  }
+
+ private:
+  template <class Act>
+  bool handle(Act act)
+  {
+    try {
+      act();
     } catch (...) {
       m_owner->m_error->note("invoke");
     }
@@ -64,7 +78,6 @@ class KSLInterface::ActionHandler final : public KSLActionHandler {
     return !m_owner->m_error->isPending();
   }
 
- private:
   KSLInterface* m_owner;
 };
 

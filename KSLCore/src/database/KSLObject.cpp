@@ -263,7 +263,7 @@ void KSLObject::adopt(std::unique_ptr<ParamDefinition>& param)
       observer()->paramChanged(this, added);
   } catch (...) {
     if (!param)
-      param = m_params.take(added->getName()).own;
+      param = m_params.take(added->getName()).release();
     if (m_paramNotify)
       added->setNotifyChange(nullptr);
     throw;
@@ -292,7 +292,7 @@ void KSLObject::removeParameter(const std::string& name)
 {
   const std::string removed = name;  // the name given may stand in the parameter
   ParamSet::Taken taken = m_params.take(removed);
-  if (!taken.prototype)
+  if (taken.empty())
     throw data::notFound("KSLObject", "removeParameter", _("%s '%s' does not exist.", "Parameter", removed));
   if (!m_paramNotify)
     return;

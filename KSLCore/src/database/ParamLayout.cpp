@@ -41,6 +41,12 @@ std::size_t ParamLayout::find(std::string_view name) const
   return slot;
 }
 
+void ParamLayout::append(std::shared_ptr<const ParamDefinition> prototype)
+{
+  const std::string_view name = prototype->getName();
+  m_entries.push_back({name, std::move(prototype)});
+}
+
 std::size_t ParamLayout::insert(std::shared_ptr<const ParamDefinition> prototype)
 {
   const std::string_view name = prototype->getName();

@@ -62,14 +62,14 @@ const ParamDefinition& ParamSet::at(std::size_t slot) const
 const ParamDefinition* ParamSet::find(std::string_view name) const
 {
   const std::size_t slot = slotOf(name);
-  return slot == ParamLayout::npos ? nullptr : &at(slot);
+  return slot == ParamLayout::npos ? findAdded(name) : &at(slot);
 }
 
 ParamDefinition* ParamSet::findOwn(std::string_view name)
 {
   const std::size_t slot = slotOf(name);
   if (slot == ParamLayout::npos)
-    return nullptr;
+    return findAdded(name);
   const auto own = ownAt(slot);
   return own != m_own.end() && (*own)->m_slot == slot ? own->get() : nullptr;
 }
@@ -77,15 +77,19 @@ ParamDefinition* ParamSet::findOwn(std::string_view name)
 ParamDefinition* ParamSet::own(std::string_view name, ParamDefinition::NotifyChange* observer)
 {
   const std::size_t slot = slotOf(name);
-  return slot == ParamLayout::npos ? nullptr : ownSlot(slot, observer);
+  return slot == ParamLayout::npos ? findAdded(name) : ownSlot(slot, observer);
 }
 
 ParamDefinition* ParamSet::ownToSet(std::string_view name, const std::string& value,
                                     ParamDefinition::NotifyChange* observer)
 {
   const std::size_t slot = slotOf(name);
-  if (slot == ParamLayout::npos)
-    return nullptr;
+  if (slot == ParamLayout::npos) {
+    ParamDefinition* const added = findAdded(name);
+    if (added)
+      added->requireAllowed(value);
+    return added;
+  }
   const auto place = ownAt(slot);
   if (place != m_own.end() && (*place)->m_slot == slot) {
     (*place)->requireAllowed(value);
@@ -118,13 +122,6 @@ ParamLayout& ParamSet::writableLayout()
   return *m_layout;
 }
 
-// Room for one more, so that insertOwn cannot fail.
-void ParamSet::reserveOwn()
-{
-  if (m_own.size() == m_own.capacity())
-    m_own.reserve(2 * m_own.size() + 2);
-}
-
 std::size_t ParamSet::insertSlot(std::shared_ptr<const ParamDefinition> prototype)
 {
   const std::size_t slot = writableLayout().insert(std::move(prototype));
@@ -135,23 +132,27 @@ std::size_t ParamSet::insertSlot(std::shared_ptr<const ParamDefinition> prototyp
 
 void ParamSet::add(std::unique_ptr<ParamDefinition>&& param)
 {
-  std::shared_ptr<const ParamDefinition> prototype = param->clone();
-  reserveOwn();
-  insertOwn(insertSlot(std::move(prototype)), std::move(param));
+  if (!m_added)
+    m_added = std::make_unique<Added>();
+  const std::string_view name = param->getName();
+  m_added->try_emplace(name, std::move(param));
 }
 
 ParamSet::Taken ParamSet::take(std::string_view name)
 {
   Taken taken;
   const std::size_t slot = slotOf(name);
-  if (slot == ParamLayout::npos)
+  if (slot == ParamLayout::npos) {
+    if (m_added)
+      taken.m_added = m_added->extract(name);
     return taken;
+  }
   std::vector<ParamLayout::Entry>& entries = writableLayout().m_entries;
-  taken.prototype = std::move(entries[slot].prototype);
+  taken.m_prototype = std::move(entries[slot].prototype);
   entries.erase(entries.begin() + static_cast<std::ptrdiff_t>(slot));
   auto own = ownAt(slot);
   if (own != m_own.end() && (*own)->m_slot == slot) {
-    taken.own = std::move(*own);
+    taken.m_own = std::move(*own);
     own = m_own.erase(own);
   }
   for (; own != m_own.end(); ++own)
@@ -161,20 +162,68 @@ ParamSet::Taken ParamSet::take(std::string_view name)
 
 void ParamSet::putBack(Taken&& taken)
 {
-  if (find(taken.prototype->getName()))
+  if (!taken.m_added.empty()) {
+    if (!find(taken.m_added.key()))
+      m_added->insert(std::move(taken.m_added));
     return;
-  if (taken.own)
-    reserveOwn();
-  const std::size_t slot = insertSlot(std::move(taken.prototype));
-  if (taken.own)
-    insertOwn(slot, std::move(taken.own));
+  }
+  if (find(taken.m_prototype->getName()))
+    return;
+  if (taken.m_own && m_own.size() == m_own.capacity())
+    m_own.reserve(2 * m_own.size() + 2);  // so that inserting it cannot fail
+  const std::size_t slot = insertSlot(std::move(taken.m_prototype));
+  if (taken.m_own)
+    insertOwn(slot, std::move(taken.m_own));
 }
 
 void ParamSet::clear() noexcept
 {
   m_own.clear();
   m_own.shrink_to_fit();
+  m_added.reset();
   m_layout = nullptr;
+}
+
+// One pass, whatever their number. Nothing has moved when memory runs out.
+void ParamSet::publishAdded()
+{
+  if (!m_added || m_added->empty())
+    return;
+  refcnt_ptr<ParamLayout> layout(new ParamLayout);
+  struct Place {
+    Own* definition;
+    std::uint32_t slot;
+  };
+  std::vector<Place> places;
+  std::vector<Own> own;
+  places.reserve(m_own.size() + m_added->size());
+  own.reserve(places.capacity());
+  const auto addOwn = [&](Own& definition) {
+    places.push_back({&definition, static_cast<std::uint32_t>(layout->m_entries.size())});
+  };
+  auto added = m_added->begin();
+  const auto mergeAddedBefore = [&](const ParamLayout::Entry* entry) {
+    for (; added != m_added->end() && (!entry || added->first < entry->name); ++added) {
+      addOwn(added->second);
+      layout->append(added->second->clone());
+    }
+  };
+  auto written = m_own.begin();
+  for (std::size_t slot = 0; m_layout && slot < m_layout->size(); ++slot) {
+    const ParamLayout::Entry& entry = m_layout->m_entries[slot];
+    mergeAddedBefore(&entry);
+    if (written != m_own.end() && (*written)->m_slot == slot)
+      addOwn(*written++);
+    layout->m_entries.push_back(entry);
+  }
+  mergeAddedBefore(nullptr);
+  for (const Place& place : places) {
+    (*place.definition)->m_slot = place.slot;
+    own.push_back(std::move(*place.definition));
+  }
+  m_own.swap(own);
+  m_layout = layout;
+  m_added.reset();
 }
 
 void ParamSet::publishOwn()
@@ -189,6 +238,7 @@ void ParamSet::publishOwn()
 
 void ParamSet::copyTo(ParamSet& target, bool publish)
 {
+  publishAdded();
   if (publish)
     publishOwn();
   target.m_layout = m_layout;

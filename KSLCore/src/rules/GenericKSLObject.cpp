@@ -52,29 +52,6 @@ void runEnding(Step step) noexcept
 
 // ------------------------------------------------------------------------------------------------ scheduler types
 
-std::size_t SchedulerTypes::find(std::string_view type) const noexcept
-{
-  constexpr std::size_t few = 8;  // as most types have: quicker to compare than to search
-  const auto at =
-      entries.size() <= few
-          ? std::find_if(entries.begin(), entries.end(),
-                         [type](const Entry& entry) { return entry.type == type; })
-          : std::lower_bound(entries.begin(), entries.end(), type,
-                             [](const Entry& entry, std::string_view key) { return entry.type.str() < key; });
-  return at != entries.end() && at->type == type ? static_cast<std::size_t>(at - entries.begin()) : npos;
-}
-
-bool SchedulerTypes::insert(const std::string& type)
-{
-  const auto at =
-      std::lower_bound(entries.begin(), entries.end(), type,
-                       [](const Entry& entry, const std::string& key) { return entry.type.str() < key; });
-  if (at != entries.end() && at->type == type)
-    return false;
-  entries.insert(at, Entry{SharedText(type), {}});
-  return true;
-}
-
 SchedulerTypes& GenericKSLObject::writableTypes()
 {
   if (!m_types || m_types->refCount() > 1)
@@ -84,7 +61,7 @@ SchedulerTypes& GenericKSLObject::writableTypes()
 
 void GenericKSLObject::addScheduler(const std::string& schedulerType)
 {
-  if (m_types && m_types->find(schedulerType) != SchedulerTypes::npos)
+  if (m_types && m_types->contains(schedulerType))
     throw data::duplicate(genericKSLObjectClass, "addSchedulerObject",
                           _("Duplicate data: Scheduler type '%s' already exists.", schedulerType));
   writableTypes().insert(schedulerType);
@@ -93,28 +70,23 @@ void GenericKSLObject::addScheduler(const std::string& schedulerType)
 void GenericKSLObject::addFunction(const std::string& schedulerType, const std::string& library,
                                    const std::string& function)
 {
-  const std::size_t index = m_types ? m_types->find(schedulerType) : SchedulerTypes::npos;
-  if (index == SchedulerTypes::npos)
+  const SchedulerTypes::Function* known =
+      m_types ? std::as_const(*m_types).findFunction(schedulerType) : nullptr;
+  if (!known)
     throw data::notFound(genericKSLObjectClass, "addFunction", notFoundText(schedulerType, getType()));
-  if (!m_types->entries[index].function.name.empty())
+  if (!known->name.empty())
     throw data::duplicate(genericKSLObjectClass, "addFunction",
                           _("Duplicate data: Scheduler type '%s' for object type '%s' already exists.",
                             schedulerType, getType()));
-  writableTypes().entries[index].function = {library, function};
+  *writableTypes().findFunction(schedulerType) = {library, function};
 }
 
 void GenericKSLObject::addSchedulerLink(const std::string& from, const std::string& to)
 {
-  const std::pair<std::string, std::string> link(from, to);
-  if (m_types && std::find(m_types->links.begin(), m_types->links.end(), link) != m_types->links.end())
+  if (!writableTypes().addLink(from, to))
     throw data::duplicate(
         genericKSLObjectClass, "addSchedulerLink",
         _("Duplicate scheduler link between '%s:%s' and '%s:%s'.", getType(), from, getType(), to));
-  auto& all = writableTypes().links;
-  const auto behind =
-      std::upper_bound(all.begin(), all.end(), from,
-                       [](const std::string& key, const auto& entry) { return key < entry.first; });
-  all.insert(behind, link);
 }
 
 // --------------------------------------------------------------------------------------------- beginning and end
@@ -180,6 +152,8 @@ KSLObject* GenericKSLObject::clone() const
 void GenericKSLObject::copyInternals(GenericKSLObject* target) const
 {
   DataKSLObject::copyInternals(target);
+  if (m_types)
+    m_types->settle();
   target->m_types = m_types;
 }
 
@@ -216,17 +190,25 @@ void GenericKSLObject::makeSchedulers()
 {
   if (!m_types)
     return;
-  m_schedulers.reserve(m_types->entries.size());
-  for (const SchedulerTypes::Entry& entry : m_types->entries)
+  m_types->settle();
+  m_schedulers.reserve(m_types->entries().size());
+  for (const SchedulerTypes::Entry& entry : m_types->entries())
     m_schedulers.emplace_back(getName(), this, entry.type);
 }
 
+// Nothing else leads to or from them yet.
 void GenericKSLObject::joinSchedulers()
 {
   if (!m_types)
     return;
-  for (const auto& [from, to] : m_types->links)
+  if (m_types->isAcyclic()) {
+    for (const auto& [from, to] : m_types->links())
+      m_schedulers[from].addChild(&m_schedulers[to], false);
+    return;
+  }
+  m_types->forEachLink([this](const std::string& from, const std::string& to) {
     getSchedulerObject(from)->addChild(getSchedulerObject(to), true);
+  });
 }
 
 // ------------------------------------------------------------------------------------------------------ schedulers
@@ -320,11 +302,11 @@ std::string inFunction(const SchedulerTypes::Function& function, const std::stri
 void GenericKSLObject::calculate(const std::string& schedulerType)
 {
   const std::size_t index = m_types ? m_types->find(schedulerType) : SchedulerTypes::npos;
-  if (index == SchedulerTypes::npos || m_types->entries[index].function.name.empty())
+  if (index == SchedulerTypes::npos || m_types->entries()[index].function.name.empty())
     return;
   dropData(index);
   const auto types = m_types;  // they may end with the object
-  const SchedulerTypes::Function& function = types->entries[index].function;
+  const SchedulerTypes::Function& function = types->entries()[index].function;
   SharedLibrary* loader = SharedLibrary::instance();
   const std::unique_ptr<CalculateFunction> instance(loader->getInstance(function.library, function.name));
   if (!instance) {
@@ -420,13 +402,15 @@ void GenericKSLObject::write(std::ostream& out) const
   std::vector<std::string> schedulerLinks;
   std::vector<std::string> schedulers;
   if (m_types) {
-    for (const auto& [type, function] : m_types->entries) {
+    m_types->settle();
+    for (const auto& [type, function] : m_types->entries()) {
       schedulers.push_back(type.str());
       if (!function.name.empty())
         functions.push_back(_("%s: %s %s", type.str(), function.library, function.name));
     }
-    for (const auto& [from, to] : m_types->links)
+    m_types->forEachLink([&schedulerLinks](const std::string& from, const std::string& to) {
       schedulerLinks.push_back(_("%s: %s", from, to));
+    });
   }
   writeList(out, "m_delayedParams", getDelayedParams());
   writeList(out, "m_funcMap", functions);

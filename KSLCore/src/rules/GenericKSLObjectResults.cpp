@@ -14,13 +14,17 @@ namespace {
 // A scheduler type and those that come before it.
 std::set<std::string_view> typesUpTo(const SchedulerTypes& types, std::string_view type)
 {
+  std::vector<std::vector<std::size_t>> before(types.entries().size());
+  for (const SchedulerTypes::Link& link : types.links())
+    if (link.from != SchedulerTypes::npos && link.to != SchedulerTypes::npos)
+      before[link.to].push_back(link.from);
   std::set<std::string_view> found{type};
-  std::vector<std::string_view> waiting{type};
+  std::vector<std::size_t> waiting{types.find(type)};
   while (!waiting.empty()) {
-    const std::string_view at = waiting.back();
+    const std::size_t at = waiting.back();
     waiting.pop_back();
-    for (const auto& [from, to] : types.links)
-      if (to == at && found.insert(from).second)
+    for (const std::size_t from : before[at])
+      if (found.insert(types.entries()[from].type.str()).second)
         waiting.push_back(from);
   }
   return found;
@@ -90,7 +94,7 @@ void addNamed(ResultKey& key, const KSLObject& object, const ParamDefinition& pa
 ResultKey GenericKSLObject::ownResultKey(const std::string& schedulerType) const
 {
   getSchedulerObject(schedulerType);
-  const SchedulerTypes::Function& function = m_types->entries[m_types->find(schedulerType)].function;
+  const SchedulerTypes::Function& function = m_types->entries()[m_types->find(schedulerType)].function;
   ResultKey key(schedulerType);
   key.addAll(function.library, function.name);
   const std::set<std::string_view> types = typesUpTo(*m_types, schedulerType);

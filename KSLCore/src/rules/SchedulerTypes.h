@@ -4,6 +4,9 @@
 #include "platform/ORVUtilities.h"
 
 #include <cstddef>
+#include <cstdint>
+#include <map>
+#include <set>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -11,8 +14,10 @@
 
 namespace orv {
 
-// Shared by a prototype and the objects made from it; never changed once it is shared.
-struct SchedulerTypes : rcount_base {
+// Shared by a prototype and the objects made from it; never changed once it is shared. Who fills it adds types and links in
+// any order; settle() then puts them in the order in which objects have them, all at once: a type may have thousands.
+class SchedulerTypes : public rcount_base {
+ public:
   struct Function {
     std::string library;  // complete file name
     std::string name;     // empty: none
@@ -21,14 +26,57 @@ struct SchedulerTypes : rcount_base {
     SharedText type;
     Function function;
   };
+  // Between two entries; a place is npos for a type that is none of them.
+  struct Link {
+    std::size_t from;
+    std::size_t to;
+  };
   static constexpr std::size_t npos = static_cast<std::size_t>(-1);
 
-  std::vector<Entry> entries;  // sorted by type
-  std::vector<std::pair<std::string, std::string>>
-      links;  // from, to; sorted by from, then in order of addition
+  bool contains(std::string_view type) const { return findFunction(type) != nullptr; }
+  // REQUIRES: the type is not there.
+  void insert(const std::string& type);
+  // Null when there is no such type.
+  Function* findFunction(std::string_view type);
+  const Function* findFunction(std::string_view type) const
+  {
+    return const_cast<SchedulerTypes*>(this)->findFunction(type);
+  }
+  // False when it is there.
+  bool addLink(const std::string& from, const std::string& to);
+  // By their first type, then in order of addition.
+  template <class Visit>
+  void forEachLink(Visit visit) const
+  {
+    for (const auto& [from, targets] : m_links)
+      for (const std::string& to : targets.inOrder)
+        visit(from, to);
+  }
 
-  std::size_t find(std::string_view type) const noexcept;  // npos when absent
-  bool insert(const std::string& type);                    // false when it is there
+  // Changes nothing when it fails.
+  void settle();
+
+  // -- once it is settled
+
+  const std::vector<Entry>& entries() const { return m_entries; }  // sorted by type
+  std::size_t find(std::string_view type) const noexcept;          // npos when absent
+  const std::vector<Link>& links() const { return m_linked; }      // as forEachLink visits them
+  // Whether following the links leads nowhere twice, so that nobody has to look for a circle when an object makes them.
+  bool isAcyclic() const { return m_acyclic; }
+
+ private:
+  struct Targets {
+    std::vector<std::string> inOrder;
+    std::set<std::string, std::less<>> known;
+  };
+  static bool findsNoCircle(const std::vector<Link>& links, std::size_t entries);
+
+  std::vector<Entry> m_entries;
+  std::map<std::string, Function, std::less<>> m_added;  // since it was settled
+  std::map<std::string, Targets, std::less<>> m_links;
+  std::vector<Link> m_linked;
+  bool m_settled = true;
+  bool m_acyclic = true;
 };
 
 }  // namespace orv

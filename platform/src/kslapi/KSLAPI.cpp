@@ -141,6 +141,16 @@ MiniKSLParser::Line scannedAt(const KSLLines& lines, std::size_t index)
   return {static_cast<MiniKSLParser::LineType>(scanned.type), lines[index], scanned.mark};
 }
 
+bool isUpdatePutIn(const std::vector<std::string>&, std::size_t)
+{
+  return false;
+}
+
+bool isUpdatePutIn(const KSLLines& lines, std::size_t index)
+{
+  return UpdateHandler::isPutIn(lines.scanned(index));
+}
+
 // Calls read(i) before each line is read. False when an action failed.
 template <class Lines, class Read>
 bool load(KSLAPI::Impl& store, const Lines& lines, Read read)
@@ -150,6 +160,11 @@ bool load(KSLAPI::Impl& store, const Lines& lines, Read read)
   std::size_t blocks = 0;
   for (std::size_t i = 0; i < lines.size(); ++i) {
     read(i);
+    if (isUpdatePutIn(lines, i)) {
+      if (!loader.readUpdate(lines[i]))
+        return false;
+      continue;
+    }
     const MiniKSLParser::Line scanned = scannedAt(lines, i);
     if (!loader.readLine(lines[i], scanned))
       return false;

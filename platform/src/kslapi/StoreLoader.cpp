@@ -47,6 +47,11 @@ bool Loader::readLine(std::string_view line, const MiniKSLParser::Line& scanned)
   syntaxError(line);
 }
 
+bool Loader::readUpdate(std::string_view line)
+{
+  return m_updates ? m_updates->handleUpdate() : runAction(line);
+}
+
 void Loader::readHeader(std::string_view line, std::string_view statement)
 {
   const lexical::Header header = lexical::readHeader(statement);

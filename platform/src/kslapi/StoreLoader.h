@@ -19,6 +19,7 @@
 #pragma once
 
 #include "platform/ORVKSLParseUtilities.h"
+#include "platform/internal/UpdateHandler.h"
 #include "StoreImpl.h"
 
 #include <string>
@@ -33,6 +34,7 @@ class Loader {
   Loader(KSLAPI::Impl& store, KSLActionHandler* handler, bool mayDefine)
       : m_store(store),
         m_handler(handler),
+        m_updates(dynamic_cast<UpdateHandler*>(handler)),
         m_mayDefine(mayDefine),
         m_removals(store.tree.removals())
   {}
@@ -40,6 +42,8 @@ class Loader {
   // False when an action failed: the rest is not to be read. `scanned` is what the line is.
   bool readLine(std::string_view line, const MiniKSLParser::Line& scanned);
   bool readLine(std::string_view line) { return readLine(line, MiniKSLParser::scan(line)); }
+  // An update that was put in; its line may still be asked for by the action handler.
+  bool readUpdate(std::string_view line);
   // Blocks still open.
   std::size_t depth() const { return m_open.size(); }
   // The object of the outermost one. REQUIRES: depth() > 0.
@@ -61,6 +65,7 @@ class Loader {
 
   KSLAPI::Impl& m_store;
   KSLActionHandler* m_handler;
+  UpdateHandler* m_updates;  // the same one, when it is both; else null
   bool m_mayDefine;
   std::size_t m_removals;
   std::vector<Block> m_open;

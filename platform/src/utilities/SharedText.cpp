@@ -1,6 +1,7 @@
 #include "platform/ORVUtilities.h"
 #include "platform/internal/SmallBlocks.h"
 
+#include <cstddef>
 #include <new>
 
 namespace orv {
@@ -35,8 +36,9 @@ void SharedText::destroy(Rep* rep) noexcept
 
 const std::string& SharedText::emptyText() noexcept
 {
-  // Never destroyed: static objects of a host may still use it after main.
-  static const std::string& empty = *new std::string;
+  // Never destroyed: static objects of a host may still use it after main. Takes no memory, which may be lacking.
+  alignas(std::string) static std::byte room[sizeof(std::string)];
+  static const std::string& empty = *new (room) std::string;
   return empty;
 }
 
