@@ -51,8 +51,8 @@ RESULTS_PRESET ?= release
 RESULTS_KSL = build/$(RESULTS_PRESET)/bin/ksl
 define with_vtk
 @tools/setup.sh $(2)
-cmake --preset $(1) -DKSL_VTK=ON >/dev/null
-@$(MAKE) --no-print-directory build-$(1) TARGETS='$(RESULTS_TARGETS)'
+cmake --preset $(1) -DKSL_VTK=ON $(3) >/dev/null
+@$(MAKE) --no-print-directory build-$(1) TARGETS='$(RESULTS_TARGETS) $(4)'
 endef
 
 run-results:   ## the post-processor on VTK (installs it) on a flow past a cylinder; ends with a picture
@@ -73,7 +73,7 @@ results-pictures: ## the pictures of docs/results.md, from its own texts and fro
 	python3 tools/results_document.py --ksl build/release/bin/ksl --wind build/run-results-large
 
 test-results:  ## the tests of the post-processor on VTK (installs it)
-	$(call with_vtk,dev,results)
+	$(call with_vtk,dev,results,-DKSL_MPI=ON,--target ksl_mpi)
 	status=0; ctest --preset results || status=$$?; cmake --preset dev >/dev/null; exit $$status
 
 sanitize-results: ## the same tests under the address and undefined behaviour sanitizers; VTK's own leaks are left out

@@ -35,6 +35,9 @@ install(DIRECTORY ${PROJECT_BINARY_DIR}/installed-headers/ DESTINATION ${CMAKE_I
 
 if(KSL_HOST)
   install(TARGETS ksl RUNTIME COMPONENT host)
+  if(TARGET ksl_mpi)
+    install(TARGETS ksl_mpi RUNTIME COMPONENT host)
+  endif()
   if(CMAKE_CROSSCOMPILING)  # nobody here can run it
     set(optional OPTIONAL)
   endif()

@@ -1,6 +1,7 @@
 #include "CommandWatch.h"
 
 #include "platform/ORVError.h"
+#include "Team.h"
 
 #include <iostream>
 #include <unistd.h>
@@ -28,6 +29,8 @@ const orv::Progress* largest(const orv::Progress* innermost)
 }  // namespace
 
 std::size_t CommandWatch::s_lineLength = 0;
+int CommandWatch::s_otherSignal = 0;
+CommandWatch* CommandWatch::s_current = nullptr;
 
 CommandWatch::CommandWatch()
     : m_onTerminal(isatty(STDERR_FILENO)),
@@ -42,10 +45,16 @@ CommandWatch::CommandWatch()
   sigaction(SIGINT, nullptr, &m_former);
   if (m_former.sa_handler != SIG_IGN)  // the background job of a shell
     sigaction(SIGINT, &action, nullptr);
+  if (s_otherSignal != 0)
+    sigaction(s_otherSignal, &action, &m_formerOther);
+  s_current = this;
 }
 
 CommandWatch::~CommandWatch()
 {
+  s_current = nullptr;
+  if (s_otherSignal != 0)
+    sigaction(s_otherSignal, &m_formerOther, nullptr);
   sigaction(SIGINT, &m_former, nullptr);
   orv::ProgressWatcher::set(m_formerWatcher);
   eraseLine();
@@ -53,7 +62,8 @@ CommandWatch::~CommandWatch()
 
 void CommandWatch::stepped(const orv::Progress* innermost)
 {
-  if (interruptRequested) {
+  Team* const team = Team::current();
+  if (team ? team->stopsNow(requested()) : requested()) {
     m_stopped = true;
     throw orv::Interrupt("ksl", "interrupt", orv::_("Interrupted. The command is taken back."));
   }
@@ -64,6 +74,13 @@ void CommandWatch::stepped(const orv::Progress* innermost)
 bool CommandWatch::requested()
 {
   return interruptRequested != 0;
+}
+
+void CommandWatch::stop()
+{
+  interruptRequested = 1;
+  if (s_current)
+    s_current->m_stopped = true;
 }
 
 void CommandWatch::draw(const orv::Progress* innermost)

@@ -22,6 +22,10 @@ class CommandWatch : public orv::ProgressWatcher {
   // Whether Ctrl-C was pressed; and whether that stopped the command, which may have come to its end before.
   static bool requested();
   bool stopped() const { return m_stopped; }
+  // As if it was pressed; for the command that another process has stopped.
+  static void stop();
+  // The same for another signal, from now on.
+  static void heed(int signal) { s_otherSignal = signal; }
 
   // Takes the line away, when there is one.
   static void eraseLine();
@@ -32,10 +36,13 @@ class CommandWatch : public orv::ProgressWatcher {
   void draw(const orv::Progress* innermost);
 
   static std::size_t s_lineLength;  // of the line that stands on the terminal
+  static int s_otherSignal;         // 0: none
+  static CommandWatch* s_current;
 
   bool m_onTerminal;
   bool m_stopped = false;
   Clock::time_point m_next;  // when to draw
   struct sigaction m_former;
+  struct sigaction m_formerOther;
   orv::ProgressWatcher* m_formerWatcher;
 };

@@ -4,6 +4,7 @@
 #include "platform/ORVUtilities.h"
 #include "command/ActionFactory.h"
 #include "SaveExecutor.h"
+#include "Team.h"
 
 #include <cstdlib>
 #include <memory>
@@ -45,7 +46,10 @@ orv::SessionOptions Host::options(const std::vector<std::string>& libraries, boo
   options.prepare = [this](orv::ActionFactory& actions) {
     auto saving = std::make_unique<SaveExecutor>(&m_files, m_stateWatch.observer());
     m_saving = saving.get();
-    actions.registerExecutor("savestate", std::move(saving));
+    if (Team* team = Team::current())
+      team->prepare(actions, std::move(saving), &m_files);
+    else
+      actions.registerExecutor("savestate", std::move(saving));
   };
   return options;
 }

@@ -686,6 +686,23 @@ No object that matches '%s' has a parameter '%s'.
 4 | There are such objects, but without these parameters. | ksl describe TYPE lists the parameters of a type.
 Cannot make folder '%s': %s.
 4 | The folder for the reference manual cannot be made; the system says why. | Mend what the system names, or choose another folder.
+## Several processes
+
+Process %d of %d: %s
+4 | A process of ksl-mpi failed, and so all did; the rest says why. | See the rest; look at the piece of the data that this process reads, and at its machine.
+The command failed there alone.
+32 | A process could not do what the others did, outside any calculation. | Look at its machine: memory, disk, the files of its definitions.
+The processes have become different.
+32 | The processes of ksl-mpi came to different steps of their work, and nothing they say can be trusted. | Start again; report the text that led here.
+After this command the models of process 0 and process %d differ, first in %s. The run is stopped.
+32 | What the processes of ksl-mpi hold is compared after each command. | Look for what differs between their machines: definitions, calculate libraries, versions.
+Process %d of %d reads something else in '%s'.
+4 | A state or session file is another one on the machine of this process. | Put it where all machines see the same.
+Field '%s' is in the pieces of other processes, but not in that of this one.
+4 | A piece of a decomposed case was written without the field. | Write it again, or take it away from all.
+Results file '%s' has other times in the pieces of other processes.
+4 | The parts of a decomposed case were not all written at the same times. | Take away the times that not all have.
+
 ## Sessions and sweeps
 
 The session has not begun.

@@ -11,6 +11,7 @@
 #include "ErrorPrinter.h"
 #include "Host.h"
 #include "StandardStreams.h"
+#include "Team.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -109,7 +110,12 @@ int runWithTexts(const TextOptions& options, const std::function<void(const Text
 
 void withHost(const TextOptions& options, const std::function<void(Host&)>& work)
 {
-  auto owned = std::make_unique<Host>(options.libraries, options.validate);
+  std::unique_ptr<Host> owned;
+  const auto up = [&] { owned = std::make_unique<Host>(options.libraries, options.validate); };
+  if (Team* team = Team::current())
+    team->begin(options.libraries, options.validate, up);
+  else
+    up();
   Host& host = *owned;
   orv::KSLCoreAPI* api = orv::KSLCoreAPI::instance();
   api->setExternalKslUpdateMode(options.updateMode);
@@ -145,11 +151,14 @@ int runReporting(const TextOptions& options, const std::function<void()>& work)
 namespace {
 
 template <class Enter>
-bool runCommand(Enter enter)
+bool runCommand(const TeamCommand& command, Enter enter)
 {
   const ErrorCounter errors;
   CommandWatch watch;
-  enter(*orv::KSLCoreAPI::instance());
+  if (Team* team = Team::current())
+    team->follow(command, [&] { enter(*orv::KSLCoreAPI::instance()); });
+  else
+    enter(*orv::KSLCoreAPI::instance());
   CommandWatch::eraseLine();
   if (const std::size_t changes = orv::KSLInterface::instance()->getLastRecoverySize())
     ErrorPrinter::remark(orv::_("rolled back %d changes", changes));
@@ -167,7 +176,9 @@ bool runCommand(Enter enter)
 
 bool enterText(const EnteredText& text)
 {
-  return runCommand([&](orv::KSLCoreAPI& api) { api.externalProcessText(text.text, text.source); });
+  const orv::kslUpdateMode mode = orv::KSLCoreAPI::instance()->getExternalKslUpdateMode();
+  return runCommand({.text = text.text, .source = text.source, .mode = mode},
+                    [&](orv::KSLCoreAPI& api) { api.externalProcessText(text.text, text.source); });
 }
 
 bool enterText(const orv::SessionFile::Command& command, const std::string& file)
@@ -179,5 +190,10 @@ bool enterText(const orv::SessionFile::Command& command, const std::string& file
   const auto first = std::find_if_not(command.lines.begin(), command.lines.end(), saysNothing);
   const auto before = static_cast<std::size_t>(first - command.lines.begin());
   const orv::TextSource source{.name = file, .firstLine = command.line - std::min(before, command.line - 1)};
-  return runCommand([&](orv::KSLCoreAPI& api) { api.processKSL(text, command.mode, source); });
+  const TeamCommand shared{.text = text,
+                           .source = source,
+                           .mode = command.mode,
+                           .isFromSession = true,
+                           .folder = orv::ORVFile::getPath(file)};
+  return runCommand(shared, [&](orv::KSLCoreAPI& api) { api.processKSL(text, command.mode, source); });
 }

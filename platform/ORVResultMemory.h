@@ -113,9 +113,14 @@ class ORV_API ResultMemory {
     const ResultKey typed = ResultKey(key).add(typeid(T).name());
     if (auto known = find(typed, what))
       return std::static_pointer_cast<const T>(std::move(known));
-    Making making = begin(typed);
-    std::shared_ptr<const T> made = std::forward<Make>(make)(making);
-    return std::static_pointer_cast<const T>(keep(making, std::move(made), what));
+    return makeTyped<T>(typed, what, std::forward<Make>(make));
+  }
+  // The same, but made in any case, for who has to make it together with others that do not know it. One that is known is
+  // what comes of it all the same.
+  template <class T, class Make>
+  std::shared_ptr<const T> makeAnew(const ResultKey& key, std::string_view what, Make&& make)
+  {
+    return makeTyped<T>(ResultKey(key).add(typeid(T).name()), what, std::forward<Make>(make));
   }
   template <class T>
   bool has(const ResultKey& key) const
@@ -148,6 +153,13 @@ class ORV_API ResultMemory {
  private:
   ResultMemory();
   ~ResultMemory();
+  template <class T, class Make>
+  std::shared_ptr<const T> makeTyped(const ResultKey& typed, std::string_view what, Make&& make)
+  {
+    Making making = begin(typed);
+    std::shared_ptr<const T> made = std::forward<Make>(make)(making);
+    return std::static_pointer_cast<const T>(keep(making, std::move(made), what));
+  }
   std::shared_ptr<const void> find(const ResultKey& key, std::string_view what);
   bool isKnown(const ResultKey& key) const;
   static Making begin(const ResultKey& key);

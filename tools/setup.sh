@@ -13,7 +13,7 @@ for group in "${@:-run}"; do
     check) packages="$packages $build libgtest-dev libgmock-dev librapidcheck-dev python3 udunits-bin git clang-format clang-tidy" ;;
     mutate) packages="$packages $build libgtest-dev libgmock-dev librapidcheck-dev python3 udunits-bin git ccache" ;;
     bench) packages="$packages $build libbenchmark-dev libmuparser-dev valgrind python3" ;;
-    results) packages="$packages $build python3 procps libgtest-dev libgmock-dev librapidcheck-dev libvtk9-dev xvfb" ;;
+    results) packages="$packages $build python3 procps libgtest-dev libgmock-dev librapidcheck-dev libvtk9-dev xvfb openmpi-bin libopenmpi-dev" ;;
     results-large) packages="$packages $build libvtk9-dev xvfb python3-vtk9 python3-numpy openfoam openfoam-examples ffmpeg" ;;
     fuzz) packages="$packages $build clang libclang-rt-14-dev" ;;
     editors) packages="$packages $build neovim $(command -v npm >/dev/null || echo npm)" ;;

@@ -2,6 +2,7 @@
 
 #include "platform/ORVError.h"
 #include "Memory.h"
+#include "Pieces.h"
 #include "running.h"
 
 #include <algorithm>
@@ -14,17 +15,18 @@ namespace results {
 
 using orv::KSLObject;
 
-void keepShow(KSLObject& object, ShowMaker maker, std::vector<std::shared_ptr<const Field>> fields)
+void keepShow(KSLObject& object, ShowMaker maker, std::vector<std::shared_ptr<const Field>> fields,
+              std::function<Place(const Place&)> prepare)
 {
   const auto* kept = keptBy<Place>(namedOne(object, "Location"), "Geometry");
   if (!kept || !kept->now)
     return;
   keep<Show>(object, "Colour",
-             [source = sourceOf(*kept), maker = std::move(maker),
-              fields = std::move(fields)](const Request& request) {
+             [source = sourceOf(*kept), maker = std::move(maker), fields = std::move(fields),
+              prepare = std::move(prepare)](const Request& request) {
                Request all = request;
                all.fields.insert(all.fields.end(), fields.begin(), fields.end());
-               return maker(*source(all));
+               return maker(prepare(*source(all)));
              });
 }
 
@@ -55,6 +57,10 @@ Range rangeIn(const std::string& path, const std::string& name, vtkDataSet& data
   Range range;
   for (vtkIdType i = 0; i < array->GetNumberOfTuples(); ++i)
     range.add(variable.value(*array, i));
+  for (const Range& each : ofAll("range", Range(range))) {
+    range.low = std::min(range.low, each.low);
+    range.high = std::max(range.high, each.high);
+  }
   return range.low <= range.high ? range : Range{0, 1};
 }
 

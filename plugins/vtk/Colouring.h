@@ -3,6 +3,7 @@
 
 #include "Data.h"
 #include "Palette.h"
+#include "Pieces.h"
 
 #include <functional>
 #include <memory>
@@ -15,8 +16,10 @@ inline constexpr const char* colourArray = "colour";
 
 using ShowMaker = std::function<std::shared_ptr<Show>(const Place&)>;
 
-// Keeps what is shown on the object's location; nothing without a place.
-void keepShow(orv::KSLObject& object, ShowMaker maker, std::vector<std::shared_ptr<const Field>> fields = {});
+// Keeps what is shown on the object's location; nothing without a place. The maker is given what `prepare` makes of that:
+// of pieces, all of it at the first process.
+void keepShow(orv::KSLObject& object, ShowMaker maker, std::vector<std::shared_ptr<const Field>> fields = {},
+              std::function<Place(const Place&)> prepare = &gatheredPlace);
 const Show* presentShow(const orv::KSLObject& object);  // null without
 
 struct Colouring {

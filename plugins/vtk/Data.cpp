@@ -3,6 +3,8 @@
 #include "platform/ORVError.h"
 #include "platform/ORVException.h"
 #include "platform/ORVUnits.h"
+#include "Pieces.h"
+#include "Seams.h"
 #include "running.h"
 
 #include <algorithm>
@@ -180,8 +182,8 @@ Ptr<vtkDataSet> copyOf(vtkDataSet& data)
 std::string extentText(vtkDataSet& data)
 {
   std::array<double, 6> bounds{};
-  if (data.GetNumberOfPoints() > 0)
-    data.GetBounds(bounds.data());
+  if (countPoints(data) > 0)
+    bounds = boundsOfAll(data);
   std::vector<std::string> texts;
   for (const double bound : bounds)
     texts.push_back(readable(bound, 6) + " [m]");

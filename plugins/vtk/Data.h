@@ -61,8 +61,9 @@ struct Place {
   Vec normal{};  // of a plane: its triangles face either way
   Units units;
   std::shared_ptr<const Mesh> mesh;
-  double size = 0;   // area or volume
-  double level = 0;  // of a level surface, with its units
+  bool isAtFirst = false;  // of several processes, the first has all of it
+  double size = 0;         // area or volume
+  double level = 0;        // of a level surface, with its units
   std::string levelUnits;
   orv::ResultKey key;  // what it was computed from
 };
@@ -179,6 +180,6 @@ std::string product(const std::string& a, const std::string& b);
 // The outer surface of what is no surface yet.
 Ptr<vtkPolyData> surfaceOf(vtkDataSet& data);
 Ptr<vtkDataSet> copyOf(vtkDataSet& data);  // a shallow one
-std::string extentText(vtkDataSet& data);
+std::string extentText(vtkDataSet& data);  // of the pieces of all processes
 
 }  // namespace results

@@ -1,12 +1,16 @@
 #include "ExpressionValues.h"
 
 #include "platform/ORVError.h"
+#include "Communicator.h"
+#include "Pieces.h"
 #include "running.h"
 
 #include <algorithm>
 #include <cmath>
 #include <map>
 #include <vtkCellData.h>
+#include <vtkCellDataToPointData.h>
+#include <vtkGenericCell.h>
 #include <vtkGradientFilter.h>
 #include <vtkPointData.h>
 
@@ -254,13 +258,75 @@ Value Evaluation::function(const std::string& name, const std::vector<Value>& va
   return result;
 }
 
+namespace {
+
+// Values of cells as means at points, of the cells on both sides of a seam.
+Ptr<vtkDataArray> meansAtPoints(vtkDataSet& data, vtkDoubleArray& values)
+{
+  const Ptr<vtkDataSet> own = copyOf(data);
+  own->GetCellData()->Initialize();
+  own->GetPointData()->Initialize();
+  own->GetCellData()->AddArray(&values);
+  const auto filter = results::make<vtkCellDataToPointData>();
+  filter->SetInputData(own);
+  if (data.GetNumberOfCells() > 0)
+    run(*filter, "defineVariable");
+  auto* const output = vtkDataSet::SafeDownCast(filter->GetOutputDataObject(0));
+  Ptr<vtkDataArray> means = output ? output->GetPointData()->GetArray(values.GetName()) : nullptr;
+  if (!means) {
+    means = results::make<vtkDoubleArray>();
+    means->SetNumberOfComponents(values.GetNumberOfComponents());
+  }
+  mendSeams(data, {means});
+  return means;
+}
+
+// Derivatives on cells, as VTK's filter finds them: of the means at points, in the middle of each cell.
+Ptr<vtkDoubleArray> derivedOnCells(const std::string& name, vtkDataSet& data, vtkDoubleArray& values)
+{
+  const int count = values.GetNumberOfComponents();
+  const Ptr<vtkDataArray> means = meansAtPoints(data, values);
+  auto result = results::make<vtkDoubleArray>();
+  result->SetNumberOfComponents(name == "div" ? 1 : 3);
+  result->SetNumberOfTuples(data.GetNumberOfCells());
+  const auto cell = results::make<vtkGenericCell>();
+  std::vector<double> corners;
+  std::array<double, 9> d{};
+  for (vtkIdType i = 0; i < data.GetNumberOfCells(); ++i) {
+    data.GetCell(i, cell);
+    corners.clear();
+    for (vtkIdType k = 0; k < cell->GetNumberOfPoints(); ++k)
+      for (int c = 0; c < count; ++c)
+        corners.push_back(means->GetComponent(cell->GetPointId(static_cast<int>(k)), c));
+    Vec middle;
+    int part = cell->GetParametricCenter(middle.data());
+    cell->Derivatives(part, middle.data(), corners.data(), count, d.data());
+    if (name == "div")
+      result->SetValue(i, d[0] + d[4] + d[8]);
+    else if (name == "curl")
+      result->SetTuple3(i, d[7] - d[5], d[2] - d[6], d[3] - d[1]);
+    else
+      result->SetTuple3(i, d[0], d[1], d[2]);
+  }
+  return result;
+}
+
+}  // namespace
+
 // Derivatives along x, y and z, by VTK.
 Value Evaluation::derived(const std::string& name, const Value& value) const
 {
   if ((name == "grad") != (value.components() == 1))
     refuse(name == "grad" ? "grad takes a number, not a vector" : orv::_("%s takes a vector", name));
-  const Ptr<vtkDataSet> data = copyOf(m_data);
+  Value result;
+  result.isKnown = value.isKnown;
+  result.dimensions = value.dimensions / orv::UnitDimensions("m");
   const char* const own = "expression";
+  if (m_onCells && !Communicator::instance().isAlone()) {
+    result.array = derivedOnCells(name, m_data, *arrayOf(value, own));
+    return result;
+  }
+  const Ptr<vtkDataSet> data = copyOf(m_data);
   (m_onCells ? static_cast<vtkDataSetAttributes*>(data->GetCellData()) : data->GetPointData())
       ->AddArray(arrayOf(value, own));
   const auto filter = results::make<vtkGradientFilter>();
@@ -279,11 +345,13 @@ Value Evaluation::derived(const std::string& name, const Value& value) const
   vtkDataArray* const found =
       (m_onCells ? static_cast<vtkDataSetAttributes*>(output->GetCellData()) : output->GetPointData())
           ->GetArray(name.c_str());
-  Value result;
-  result.isKnown = value.isKnown;
-  result.dimensions = value.dimensions / orv::UnitDimensions("m");
   result.array = results::make<vtkDoubleArray>();
-  result.array->DeepCopy(found);
+  if (found)
+    result.array->DeepCopy(found);
+  else
+    result.array->SetNumberOfComponents(name == "div" ? 1 : 3);  // a piece without cells
+  if (!m_onCells)
+    mendSeams(m_data, {result.array});
   return result;
 }
 

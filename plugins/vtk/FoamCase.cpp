@@ -41,13 +41,6 @@ std::set<fs::path> partsOf(const fs::path& root)
   return parts;
 }
 
-// Of the parts of a decomposed case any will do: all have the same fields.
-fs::path partOf(const fs::path& root)
-{
-  const std::set<fs::path> parts = partsOf(root);
-  return parts.empty() ? root : *parts.begin();
-}
-
 std::string headOf(const fs::path& file)
 {
   std::ifstream stream(file, std::ios::binary);
@@ -82,6 +75,22 @@ std::string unitsOf(const std::string& dimensions)
       units += "^" + orv::StringUtilities::toString(power);
   }
   return units.empty() ? "1" : units;
+}
+
+void addFields(const fs::path& directory, FoamFields& fields)
+{
+  std::error_code failure;
+  for (const fs::directory_entry& entry : fs::directory_iterator(directory, failure)) {
+    if (!entry.is_regular_file(failure) || entry.path().extension() == ".gz")
+      continue;
+    const std::string head = headOf(entry.path());
+    const std::string kind = entryOf(head, "class ");
+    if (kind.find("vol") == std::string::npos || kind.find("Field") == std::string::npos)
+      continue;
+    const std::string name = entry.path().filename().string();
+    if (fields.units.emplace(name, unitsOf(entryOf(head, "dimensions"))).second)
+      fields.names.push_back(name);
+  }
 }
 
 }  // namespace
@@ -119,20 +128,10 @@ std::vector<std::string> foamFiles(const fs::path& root, std::optional<double> t
 FoamFields foamFields(const std::string& controlDict, double time, bool isDecomposed)
 {
   const fs::path root = foamRoot(controlDict);
+  const std::set<fs::path> parts = isDecomposed ? partsOf(root) : std::set<fs::path>();
   FoamFields fields;
-  std::error_code failure;
-  const fs::path directory = timeDirectory(isDecomposed ? partOf(root) : root, time);
-  for (const fs::directory_entry& entry : fs::directory_iterator(directory, failure)) {
-    if (!entry.is_regular_file(failure) || entry.path().extension() == ".gz")
-      continue;
-    const std::string head = headOf(entry.path());
-    const std::string kind = entryOf(head, "class ");
-    if (kind.find("vol") == std::string::npos || kind.find("Field") == std::string::npos)
-      continue;
-    const std::string name = entry.path().filename().string();
-    fields.names.push_back(name);
-    fields.units[name] = unitsOf(entryOf(head, "dimensions"));
-  }
+  for (const fs::path& part : parts.empty() ? std::set<fs::path>{root} : parts)
+    addFields(timeDirectory(part, time), fields);
   return fields;
 }
 

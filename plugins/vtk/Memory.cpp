@@ -1,5 +1,8 @@
 #include "Memory.h"
 
+#include "Pieces.h"
+
+#include <algorithm>
 #include <charconv>
 #include <cstdlib>
 #include <cstring>
@@ -15,9 +18,21 @@ void limitMemory()
     orv::ResultMemory::instance().setLimit(megabytes << 20);
 }
 
-std::size_t bytesOf(vtkDataObject& data)
+std::size_t memoryOf(vtkDataObject& data)
 {
   return std::size_t(1024) * data.GetActualMemorySize();
+}
+
+void Making::takes(std::size_t bytes)
+{
+  const std::vector<std::size_t> all = ofAll("memory", bytes);
+  m_making.takes(*std::max_element(all.begin(), all.end()));
+}
+
+bool isTrueForAll(const char* what, bool isTrueHere)
+{
+  const std::vector<char> all = ofAll(what, static_cast<char>(isTrueHere));
+  return std::find(all.begin(), all.end(), 0) == all.end();
 }
 
 }  // namespace results

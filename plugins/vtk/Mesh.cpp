@@ -14,6 +14,7 @@
 #include <vtkDataSetSurfaceFilter.h>
 #include <vtkDoubleArray.h>
 #include <vtkGenericCell.h>
+#include <vtkIdList.h>
 #include <vtkImageData.h>
 #include <vtkInformation.h>
 #include <vtkIntArray.h>
@@ -103,12 +104,27 @@ void completeFields(std::vector<Ptr<vtkDataSet>>& parts)
   }
 }
 
-Ptr<vtkDataSet> joined(std::vector<Ptr<vtkDataSet>> parts)
+// One of its points, by itself: VTK looks for equal points where there are two parts.
+Ptr<vtkDataSet> onePointOf(vtkDataSet& part)
 {
-  if (parts.size() == 1)
+  const auto points = make<vtkPoints>();
+  points->SetDataTypeToDouble();
+  points->InsertNextPoint(part.GetPoint(0));
+  const auto one = make<vtkUnstructuredGrid>();
+  one->SetPoints(points);
+  one->GetPointData()->CopyAllocate(part.GetPointData(), 1);
+  one->GetPointData()->CopyData(part.GetPointData(), vtkIdType(0), vtkIdType(0));
+  return one;
+}
+
+Ptr<vtkDataSet> joined(std::vector<Ptr<vtkDataSet>> parts, bool hasSeams)
+{
+  if (parts.size() == 1 && !hasSeams)
     return copyOf(*parts.front());
   for (Ptr<vtkDataSet>& part : parts)
     part = copyOf(*part);
+  if (parts.size() == 1)
+    parts.push_back(onePointOf(*parts.front()));
   completeFields(parts);
   const bool isSurface = std::all_of(parts.begin(), parts.end(),
                                      [](vtkDataSet* part) { return vtkPolyData::SafeDownCast(part); });
@@ -127,7 +143,24 @@ Ptr<vtkDataSet> joined(std::vector<Ptr<vtkDataSet>> parts)
   return append->GetOutput();
 }
 
-// Fields on cells get values on points, too.
+// VTK leaves their values open.
+std::vector<vtkIdType> pointsWithoutCells(vtkDataSet& data)
+{
+  std::vector<bool> isUsed(static_cast<std::size_t>(data.GetNumberOfPoints()));
+  const auto corners = make<vtkIdList>();
+  for (vtkIdType i = 0; i < data.GetNumberOfCells(); ++i) {
+    data.GetCellPoints(i, corners);
+    for (const vtkIdType point : *corners)
+      isUsed[static_cast<std::size_t>(point)] = true;
+  }
+  std::vector<vtkIdType> unused;
+  for (std::size_t i = 0; i < isUsed.size(); ++i)
+    if (!isUsed[i])
+      unused.push_back(static_cast<vtkIdType>(i));
+  return unused;
+}
+
+// Fields on cells get values on points, too; a point without cells the one of the first, which is some value of the field.
 void fillPoints(Mesh& mesh)
 {
   bool isMissing = false;
@@ -142,11 +175,15 @@ void fillPoints(Mesh& mesh)
   filter->SetInputData(mesh.cells);
   filter->PassCellDataOn();
   run(*filter, "assemble");
+  const std::vector<vtkIdType> unused = pointsWithoutCells(*mesh.cells);
   auto* const points = vtkDataSet::SafeDownCast(filter->GetOutputDataObject(0))->GetPointData();
   for (int i = 0; i < points->GetNumberOfArrays(); ++i) {
     vtkDataArray* const array = points->GetArray(i);
-    if (array && array->GetName() && !mesh.cells->GetPointData()->HasArray(array->GetName()))
-      mesh.cells->GetPointData()->AddArray(array);
+    if (!array || !array->GetName() || mesh.cells->GetPointData()->HasArray(array->GetName()))
+      continue;
+    for (const vtkIdType point : unused)
+      array->SetTuple(point, 0, mesh.cells->GetCellData()->GetArray(array->GetName()));
+    mesh.cells->GetPointData()->AddArray(array);
   }
 }
 
@@ -181,7 +218,7 @@ void addRegion(Mesh& mesh, const Leaf& leaf)
 
 }  // namespace
 
-std::shared_ptr<Mesh> assemble(vtkDataObject& data)
+std::shared_ptr<Mesh> assemble(vtkDataObject& data, bool hasSeams)
 {
   const std::vector<Leaf> leaves = leavesOf(data);
   int most = 0;
@@ -197,7 +234,7 @@ std::shared_ptr<Mesh> assemble(vtkDataObject& data)
   }
   if (parts.empty())
     return nullptr;
-  mesh->cells = joined(std::move(parts));
+  mesh->cells = joined(std::move(parts), hasSeams);
   fillPoints(*mesh);
   numberCells(*mesh->cells);
   return mesh;

@@ -3,7 +3,10 @@
 #include "platform/ORVError.h"
 #include "platform/ORVException.h"
 #include "platform/ORVUtilities.h"
+#include "Communicator.h"
 #include "Memory.h"
+#include "OwnPart.h"
+#include "Pieces.h"
 #include "ScratchFolder.h"
 #include "running.h"
 
@@ -37,11 +40,6 @@ namespace results {
 namespace fs = std::filesystem;
 
 namespace {
-
-std::string endingOf(const std::string& file)
-{
-  return orv::StringUtilities::toLower(fs::path(file).extension().string());
-}
 
 std::string controlDictOf(const std::string& file)
 {
@@ -94,7 +92,8 @@ Ptr<vtkAlgorithm> foamReader(const ReadOptions& options, const std::string& cont
   reader->SetFileName((control.empty() ? controlDictOf(options.file) : control).c_str());
   reader->SetCaseType(options.isDecomposed ? vtkPOpenFOAMReader::DECOMPOSED_CASE
                                            : vtkPOpenFOAMReader::RECONSTRUCTED_CASE);
-  reader->CreateCellToPointOn();
+  reader->SetCreateCellToPoint(
+      !options.isDecomposed);  // values on points of parts are made when these are one
   reader->SkipZeroTimeOff();
   reading(options.file, [&reader] { runInformation(*reader, "readResults"); });
   reader->EnableAllPatchArrays();
@@ -195,47 +194,36 @@ std::vector<double> timesOf(const std::string& file, vtkAlgorithm& reader)
   return {times, times + information->Length(key)};
 }
 
+// All read one case. Who has no part of it knows no times.
+std::vector<double> sameForAll(const std::vector<double>& times, const std::string& file)
+{
+  for (const std::string& each : exchanged("times", bytesOf(times))) {
+    const std::vector<double> theirs = valuesOf<double>(each);
+    if (!times.empty() && !theirs.empty() && theirs != times)
+      fail("readResults",
+           orv::_("Results file '%s' has other times in the pieces of other processes.", file));
+    if (times.empty() && !theirs.empty())
+      return theirs;
+  }
+  return times;
+}
+
 // A field that the reader left out, because its file is damaged.
-void requireFields(const Mesh& mesh, const FoamFields& fields, const ReadOptions& options)
+void requireFields(const Mesh& mesh, const FoamFields& fields, const ReadOptions& options, double time)
 {
   for (const std::string& name : fields.names) {
     if (!mesh.cells->GetCellData()->GetArray(name.c_str()))
       fail("readResults",
            orv::_(
                "Field '%s' of '%s' at time %s cannot be read: its file is damaged or not of the mesh's size.",
-               name, options.file, readable(mesh.time, 10)));
+               name, options.file, readable(time, 10)));
   }
 }
 
-Ptr<vtkDataObject> readAt(const ReadOptions& options, vtkAlgorithm& reader, double time)
+// Whether a file tells of pieces that processes can read one by one.
+bool isOfPieces(const std::string& file)
 {
-  if (!timesOf(options.file, reader).empty())
-    reader.GetOutputInformation(0)->Set(vtkStreamingDemandDrivenPipeline::UPDATE_TIME_STEP(), time);
-  reading(options.file, [&reader] { run(reader, "readResults"); });
-  return reader.GetOutputDataObject(0);
-}
-
-Ptr<vtkDataObject> readCollected(const ReadOptions& options, double time)
-{
-  const auto all = make<vtkMultiBlockDataSet>();
-  for (const Listed& listed : readCollection(options.file)) {
-    if (listed.time != time)
-      continue;
-    ReadOptions part = options;
-    part.file = listed.file;
-    all->SetBlock(all->GetNumberOfBlocks(), readAt(part, *readerOf(part), 0));
-  }
-  return all;
-}
-
-std::shared_ptr<Mesh> assembled(const ReadOptions& options, double time, const Ptr<vtkDataObject>& data)
-{
-  std::shared_ptr<Mesh> mesh = data ? assemble(*data) : nullptr;
-  if (!mesh || mesh->cells->GetNumberOfCells() == 0)
-    fail("readResults", orv::_("Results file '%s' holds no cells.", options.file));
-  mesh->time = time;
-  mesh->times = timesIn(options);
-  return mesh;
+  return endingOf(file) == ".pvtu" || endingOf(file) == ".pvtp";
 }
 
 bool isOfCommonFiles(const ReadOptions& options)
@@ -243,28 +231,115 @@ bool isOfCommonFiles(const ReadOptions& options)
   return options.isDecomposed && isOpenFoam(options.file) && isCollated(foamRoot(options.file));
 }
 
+vtkIdType piecesIn(vtkXMLDataElement* element)
+{
+  vtkIdType count = element && std::string_view(element->GetName()) == "Piece";
+  for (int i = 0; element && i < element->GetNumberOfNestedElements(); ++i)
+    count += piecesIn(element->GetNestedElement(i));
+  return count;
+}
+
+// Whether VTK has put several parts together here, each with all its points.
+bool hasSeams(const ReadOptions& options, bool isPiece)
+{
+  vtkIdType parts = 0;
+  if (isOpenFoam(options.file))
+    parts = options.isDecomposed
+                ? static_cast<vtkIdType>(processorsOf(foamRoot(options.file).string()).size())
+                : 0;
+  else if (endingOf(options.file) == ".pvtu")
+    parts =
+        piecesIn(Ptr<vtkXMLDataElement>::Take(vtkXMLUtilities::ReadElementFromFile(options.file.c_str())));
+  const Share share = Share::of(parts);
+  return (isPiece ? share.end - share.first : parts) > 1;
+}
+
+// Whether each of several processes reads a part of its own; else all read everything.
+bool isInPieces(const ReadOptions& options)
+{
+  if (isOpenFoam(options.file))
+    return options.isDecomposed
+           && (isOfCommonFiles(options) || !processorsOf(foamRoot(options.file).string()).empty());
+  if (endingOf(options.file) != ".pvd")
+    return isOfPieces(options.file);
+  const std::vector<Listed> listed = readCollection(options.file);
+  return std::all_of(listed.begin(), listed.end(), [](const Listed& each) { return isOfPieces(each.file); });
+}
+
+Ptr<vtkDataObject> readAt(const ReadOptions& options, vtkAlgorithm& reader, double time, bool isPiece)
+{
+  const bool hasTimes = !timesOf(options.file, reader).empty();
+  vtkInformation& wanted = *reader.GetOutputInformation(0);
+  if (hasTimes)
+    wanted.Set(vtkStreamingDemandDrivenPipeline::UPDATE_TIME_STEP(), time);
+  if (isPiece && isOfPieces(options.file)) {
+    wanted.Set(vtkStreamingDemandDrivenPipeline::UPDATE_PIECE_NUMBER(), Communicator::instance().rank());
+    wanted.Set(vtkStreamingDemandDrivenPipeline::UPDATE_NUMBER_OF_PIECES(), Communicator::instance().size());
+  }
+  reading(options.file, [&reader] { run(reader, "readResults"); });
+  return reader.GetOutputDataObject(0);
+}
+
+Ptr<vtkDataObject> readCollected(const ReadOptions& options, double time, bool isPiece)
+{
+  const auto all = make<vtkMultiBlockDataSet>();
+  for (const Listed& listed : readCollection(options.file)) {
+    if (listed.time != time)
+      continue;
+    ReadOptions part = options;
+    part.file = listed.file;
+    all->SetBlock(all->GetNumberOfBlocks(), readAt(part, *readerOf(part), 0, isPiece));
+  }
+  return all;
+}
+
+// Null without cells.
+std::shared_ptr<Mesh> assembled(const Ptr<vtkDataObject>& data, bool hasSeams)
+{
+  const std::shared_ptr<Mesh> mesh = data ? assemble(*data, hasSeams) : nullptr;
+  return mesh && mesh->cells->GetNumberOfCells() > 0 ? mesh : nullptr;
+}
+
+// Null where this process has no part of it.
 std::shared_ptr<Mesh> readFoam(const ReadOptions& options, double time)
 {
-  std::string control = controlDictOf(options.file);
+  ReadOptions present = options;
   std::optional<ScratchFolder> apart;
   if (isOfCommonFiles(options))
-    control = writeApart(foamRoot(options.file), time, apart.emplace());
+    present.file = writeApart(foamRoot(options.file), time, apart.emplace());
   requireFile(options.file);
-  const std::shared_ptr<Mesh> mesh =
-      assembled(options, time, readAt(options, *foamReader(options, control), time));
-  const FoamFields fields = foamFields(control, time, options.isDecomposed);
-  requireFields(*mesh, fields, options);
-  mesh->units = fields.units;
+  const OwnPart own(present);
+  std::shared_ptr<Mesh> mesh;
+  if (own.isEmpty())
+    return mesh;
+  own.told([&] {
+    const std::string control = controlDictOf(own.options().file);
+    const Ptr<vtkAlgorithm> reader = foamReader(options, control);
+    mesh = assembled(readAt(options, *reader, time, true), hasSeams(present, true));
+    if (!mesh)
+      return;
+    const FoamFields fields = foamFields(control, time, options.isDecomposed);
+    requireFields(*mesh, fields, options, time);
+    mesh->units = fields.units;
+  });
   return mesh;
 }
 
 std::shared_ptr<Mesh> readNew(const ReadOptions& options, double time)
 {
-  const std::shared_ptr<Mesh> mesh =
-      isOpenFoam(options.file) ? readFoam(options, time)
-      : endingOf(options.file) == ".pvd"
-          ? assembled(options, time, readCollected(options, time))
-          : assembled(options, time, readAt(options, *readerOf(options), time));
+  const bool isPiece = isInPieces(options);
+  std::shared_ptr<Mesh> mesh;
+  if (isOpenFoam(options.file))
+    mesh = readFoam(options, time);
+  else if (endingOf(options.file) == ".pvd")
+    mesh = assembled(readCollected(options, time, isPiece), hasSeams(options, isPiece));
+  else
+    mesh = assembled(readAt(options, *readerOf(options), time, isPiece), hasSeams(options, isPiece));
+  mesh = shared(mesh, isPiece);
+  if (!mesh)
+    fail("readResults", orv::_("Results file '%s' holds no cells.", options.file));
+  mesh->time = time;
+  mesh->times = timesIn(options);
   for (const auto& [name, units] : options.units)
     mesh->units[name] = units;
   scaleLengths(*mesh, options.scale);
@@ -306,7 +381,8 @@ void addFiles(orv::ResultKey& key, const fs::path& file)
   }
 }
 
-// What is there to be read: all, or at a time.
+// What is there to be read: all, or at a time. Of several processes each has a piece of its own, and a file that one of them
+// sees change has changed for all.
 orv::ResultKey keyOf(const ReadOptions& options, const char* function, std::optional<double> time)
 {
   orv::ResultKey key(function);
@@ -317,7 +393,13 @@ orv::ResultKey keyOf(const ReadOptions& options, const char* function, std::opti
   } else {
     addFiles(key, options.file);
   }
-  return key;
+  const Communicator& processes = Communicator::instance();
+  if (processes.isAlone())
+    return key;
+  orv::ResultKey piece(function);
+  for (const std::string& each : exchanged("files", key.toString()))
+    piece.add(each);
+  return piece.addAll(processes.rank(), processes.size());
 }
 
 }  // namespace
@@ -340,10 +422,13 @@ std::vector<double> timesIn(const ReadOptions& options)
     } else if (isOfCommonFiles(options)) {
       *times = collatedTimes(foamRoot(options.file));
     } else {
-      *times = timesOf(options.file, *readerOf(options));
+      const OwnPart own(options);
+      if (!own.isEmpty())
+        own.told([&] { *times = timesOf(options.file, *readerOf(own.options())); });
     }
     std::sort(times->begin(), times->end());
     times->erase(std::unique(times->begin(), times->end()), times->end());
+    *times = sameForAll(*times, options.file);
     return times;
   };
   return *remembered<std::vector<double>>(keyOf(options, "timesIn", {}), "timesIn", options.file, find);
@@ -358,9 +443,9 @@ std::shared_ptr<const Mesh> readMesh(const ReadOptions& options, double time)
   return remembered<Mesh>(key, "readMesh", options.file, [&](Making& making) {
     const std::shared_ptr<Mesh> mesh = readNew(options, time);
     mesh->key = key;
-    std::size_t bytes = bytesOf(*mesh->cells);
+    std::size_t bytes = memoryOf(*mesh->cells);
     for (const Region& region : mesh->regions)
-      bytes += bytesOf(*region.faces);
+      bytes += memoryOf(*region.faces);
     making.takes(bytes);
     return mesh;
   });

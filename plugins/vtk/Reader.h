@@ -53,8 +53,9 @@ FoamFields foamFields(const std::string& controlDict, double time, bool isDecomp
 
 // ---- Inside
 
-// One piece of all the cells of what was read, with the regions that stand beside them.
-std::shared_ptr<Mesh> assemble(vtkDataObject& data);
+// One piece of all the cells of what was read, with the regions that stand beside them. Where it has seams, one block was
+// put together of parts, whose common points it has several times.
+std::shared_ptr<Mesh> assemble(vtkDataObject& data, bool hasSeams);
 void scaleLengths(Mesh& mesh, double factor);
 
 }  // namespace results

@@ -1,13 +1,13 @@
 #include "Streams.h"
 
 #include "platform/ORVError.h"
+#include "Communicator.h"
+#include "Pieces.h"
+#include "Seams.h"
+#include "StreamRounds.h"
 #include "running.h"
 
 #include <cmath>
-#include <vtkCellData.h>
-#include <vtkPointData.h>
-#include <vtkPoints.h>
-#include <vtkStreamTracer.h>
 
 namespace results {
 
@@ -37,6 +37,37 @@ orv::ResultKey Streams::keyFor(const Mesh& mesh, const Place* seeds) const
   return key.addAll(mesh.key, seeds ? seeds->key : orv::ResultKey());
 }
 
+namespace {
+
+// Some of all points, evenly over their list, which is that of the pieces one behind the other.
+std::vector<Vec> pointsSpreadOver(vtkDataSet& data, int count)
+{
+  const std::vector<vtkIdType> counts = ofAll("seeds", data.GetNumberOfPoints());
+  vtkIdType before = 0;
+  for (int i = 0; i < Communicator::instance().rank(); ++i)
+    before += counts[static_cast<std::size_t>(i)];
+  vtkIdType all = 0;
+  for (const vtkIdType each : counts)
+    all += each;
+  std::vector<Vec> mine;
+  for (vtkIdType i = 0; i < count && all > 0; ++i) {
+    const vtkIdType id = (2 * i + 1) * all / (2 * count) - before;
+    if (id < 0 || id >= data.GetNumberOfPoints())
+      continue;
+    Vec at;
+    data.GetPoint(id, at.data());
+    mine.push_back(at);
+  }
+  std::vector<Vec> points;
+  for (const std::string& each : exchanged("seeds", bytesOf(mine))) {
+    const std::vector<Vec> theirs = valuesOf<Vec>(each);
+    points.insert(points.end(), theirs.begin(), theirs.end());
+  }
+  return points;
+}
+
+}  // namespace
+
 std::vector<Vec> Streams::seedPoints(const Place* seeds) const
 {
   std::vector<Vec> points;
@@ -54,12 +85,7 @@ std::vector<Vec> Streams::seedPoints(const Place* seeds) const
           m_from + m_radius * away * Vec{r * std::cos(goldenAngle * i), r * std::sin(goldenAngle * i), z});
     }
   } else if (seeds) {
-    const vtkIdType all = seeds->data->GetNumberOfPoints();
-    for (vtkIdType i = 0; i < m_count && all > 0; ++i) {
-      Vec at;
-      seeds->data->GetPoint((2 * i + 1) * all / (2 * m_count), at.data());
-      points.push_back(at);
-    }
+    points = pointsSpreadOver(*seeds->data, m_count);
   }
   return points;
 }
@@ -69,29 +95,19 @@ Ptr<vtkPolyData> Streams::follow(const Mesh& mesh, const Place* seeds) const
   const Variable variable = findVariable(m_path, m_variable, *mesh.cells, mesh.units);
   if (variable.components() != 3 || !variable.onPoints)
     fail("findVariable", orv::_("Variable '%s' of %s is no vector.", m_variable, m_path));
-  const auto points = make<vtkPoints>();
-  points->SetDataTypeToDouble();
-  for (const Vec& seed : seedPoints(seeds))
-    points->InsertNextPoint(seed.data());
-  const auto start = make<vtkPolyData>();
-  start->SetPoints(points);
-  const auto tracer = make<vtkStreamTracer>();
-  tracer->SetInputData(mesh.cells);
-  tracer->SetSourceData(start);
-  tracer->SetInputArrayToProcess(0, 0, 0, vtkDataObject::FIELD_ASSOCIATION_POINTS, variable.field.c_str());
-  tracer->SetIntegratorTypeToRungeKutta45();
-  tracer->SetMaximumPropagation(m_reach > 0 ? m_reach : 3 * mesh.cells->GetLength());
-  tracer->SetMaximumNumberOfSteps(20000);
-  tracer->SetComputeVorticity(false);
-  tracer->SetIntegrationDirection(m_direction == "Forward"    ? vtkStreamTracer::FORWARD
-                                  : m_direction == "Backward" ? vtkStreamTracer::BACKWARD
-                                                              : vtkStreamTracer::BOTH);
-  if (points->GetNumberOfPoints() > 0)
-    run(*tracer, "followStreams");
-  if (tracer->GetOutput()->GetNumberOfPoints() == 0)
+  StreamSearch search;
+  search.field = variable.field;
+  const std::array<double, 6> box = boundsOfAll(*mesh.cells);
+  search.reach = m_reach > 0 ? m_reach : 3 * length(Vec{box[1] - box[0], box[3] - box[2], box[5] - box[4]});
+  search.isForward = m_direction != "Backward";
+  search.isBackward = m_direction != "Forward";
+  const bool isAlone = Communicator::instance().isAlone();
+  const Ptr<vtkPolyData> lines = isAlone ? tracedHere(*mesh.cells, seedPoints(seeds), search)
+                                         : tracedTogether(*mesh.cells, seedPoints(seeds), search);
+  if (countPoints(*lines) == 0)
     fail("followStreams",
          orv::_("%s has no seed in the results, which extend over %s.", m_path, extentText(*mesh.cells)));
-  return tracer->GetOutput();
+  return lines;
 }
 
 }  // namespace results

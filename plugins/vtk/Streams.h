@@ -11,7 +11,8 @@ class Streams {
   explicit Streams(const orv::KSLObject& object);
   // What the lines in the mesh hang on.
   orv::ResultKey keyFor(const Mesh& mesh, const Place* seeds) const;
-  // `seeds` is the place that they begin on, if they do. Throws data::invalid when no seed lies in the mesh.
+  // `seeds` is the place that they begin on, if they do. Throws data::invalid when no seed lies in the mesh. Of several
+  // processes the first has the lines.
   Ptr<vtkPolyData> follow(const Mesh& mesh, const Place* seeds) const;
 
  private:

@@ -1,8 +1,12 @@
 #include "Surface.h"
 
+#include "Communicator.h"
+#include "Pieces.h"
 #include "running.h"
 
+#include <algorithm>
 #include <cmath>
+#include <numeric>
 #include <vtkCellArray.h>
 #include <vtkCellData.h>
 #include <vtkGenericCell.h>
@@ -65,7 +69,7 @@ void visitVolume(vtkDataSet& volume, const std::function<void(const Piece&)>& vi
     volume.GetCell(i, cell);
     if (cell->GetCellDimension() != 3)
       continue;
-    cell->Triangulate(static_cast<int>(i % 2), split, unused);
+    cell->Triangulate(0, split, unused);  // the same wherever the cell stands in a list
     for (vtkIdType k = 0; k + 3 < split->GetNumberOfIds(); k += 4) {
       const vtkIdType ids[4] = {split->GetId(k), split->GetId(k + 1), split->GetId(k + 2),
                                 split->GetId(k + 3)};
@@ -92,15 +96,79 @@ double areaOf(vtkPolyData& surface)
 {
   double area = 0;
   visitSurface(surface, {}, [&area](const Piece& piece) { area += piece.size; });
-  return area;
+  return total(area);
 }
 
 double volumeOf(vtkDataSet& volume)
 {
   double sum = 0;
   visitVolume(volume, [&sum](const Piece& piece) { sum += piece.size; });
-  return sum;
+  return total(sum);
 }
+
+namespace {
+
+std::vector<vtkIdType> valuesIn(vtkIdTypeArray& array)
+{
+  return {array.GetPointer(0), array.GetPointer(0) + array.GetNumberOfTuples()};
+}
+
+// Of a point at a seam, which several pieces have, the first of these keeps it.
+std::vector<vtkIdType> foundFirst(std::vector<vtkIdType> mine)
+{
+  if (Communicator::instance().isAlone())
+    return mine;
+  const std::vector<std::string> all = exchanged("sampled", bytesOf(mine));
+  for (int process = 0; process < Communicator::instance().rank(); ++process) {
+    const std::vector<vtkIdType> theirs = valuesOf<vtkIdType>(all[static_cast<std::size_t>(process)]);
+    std::erase_if(mine, [&](vtkIdType id) { return std::binary_search(theirs.begin(), theirs.end(), id); });
+  }
+  return mine;
+}
+
+Ptr<vtkPolyData> asVertices(vtkDataSet& found, const std::vector<vtkIdType>& wanted)
+{
+  const auto result = make<vtkPolyData>();
+  const auto kept = make<vtkPoints>();
+  kept->SetDataTypeToDouble();
+  const auto vertices = make<vtkCellArray>();
+  result->GetPointData()->CopyAllocate(found.GetPointData());
+  for (const vtkIdType from : wanted) {
+    const vtkIdType to = kept->InsertNextPoint(found.GetPoint(from));
+    result->GetPointData()->CopyData(found.GetPointData(), from, to);
+    vertices->InsertNextCell(1, &to);
+  }
+  result->SetPoints(kept);
+  result->SetVerts(vertices);
+  result->GetPointData()->RemoveArray("vtkValidPointMask");
+  return result;
+}
+
+// In the order of the list that they stand in, whichever process has found them.
+Ptr<vtkPolyData> atFirst(const Ptr<vtkPolyData>& mine, const std::vector<vtkIdType>& places, const Mesh& mesh)
+{
+  if (Communicator::instance().isAlone())
+    return mine;
+  constexpr const char* name = "place in list";
+  const auto numbers = make<vtkIdTypeArray>();
+  numbers->SetName(name);
+  for (const vtkIdType place : places)
+    numbers->InsertNextValue(place);
+  mine->GetPointData()->AddArray(numbers);
+  const Ptr<vtkPolyData> all = gathered(mine, false);
+  std::vector<vtkIdType> order(static_cast<std::size_t>(all->GetNumberOfPoints()));
+  std::iota(order.begin(), order.end(), 0);
+  vtkDataArray* const found = all->GetPointData()->GetArray(name);
+  std::sort(order.begin(), order.end(),
+            [found](vtkIdType a, vtkIdType b) { return found->GetTuple1(a) < found->GetTuple1(b); });
+  const Ptr<vtkPolyData> sorted = asVertices(*all, order);
+  takeFields(*sorted, *mesh.cells);
+  sorted->GetPointData()->RemoveArray(name);
+  sorted->GetCellData()->Initialize();
+  return sorted;
+}
+
+}  // namespace
 
 Ptr<vtkPolyData> sampled(const Mesh& mesh, const std::vector<Vec>& points)
 {
@@ -113,24 +181,10 @@ Ptr<vtkPolyData> sampled(const Mesh& mesh, const std::vector<Vec>& points)
   const auto probe = make<vtkProbeFilter>();
   probe->SetInputData(input);
   probe->SetSourceData(mesh.cells);
-  run(*probe, "sample");
-  vtkDataSet* const found = probe->GetOutput();
-  vtkIdTypeArray* const valid = probe->GetValidPoints();
-  const auto result = make<vtkPolyData>();
-  const auto kept = make<vtkPoints>();
-  kept->SetDataTypeToDouble();
-  const auto vertices = make<vtkCellArray>();
-  result->GetPointData()->CopyAllocate(found->GetPointData());
-  for (vtkIdType i = 0; i < valid->GetNumberOfTuples(); ++i) {
-    const vtkIdType from = valid->GetValue(i);
-    const vtkIdType to = kept->InsertNextPoint(found->GetPoint(from));
-    result->GetPointData()->CopyData(found->GetPointData(), from, to);
-    vertices->InsertNextCell(1, &to);
-  }
-  result->SetPoints(kept);
-  result->SetVerts(vertices);
-  result->GetPointData()->RemoveArray("vtkValidPointMask");
-  return result;
+  if (mesh.cells->GetNumberOfCells() > 0)
+    run(*probe, "sample");
+  const std::vector<vtkIdType> valid = foundFirst(valuesIn(*probe->GetValidPoints()));
+  return atFirst(asVertices(*probe->GetOutput(), valid), valid, mesh);
 }
 
 }  // namespace results

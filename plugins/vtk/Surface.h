@@ -19,10 +19,11 @@ struct Piece {
 // In the order of the cells. A surface with a normal of its own gives that to all pieces. Lines and points have none.
 void forEachPiece(const Place& place, const std::function<void(const Piece&)>& visit);
 
+// Of the pieces of all processes.
 double areaOf(vtkPolyData& surface);
 double volumeOf(vtkDataSet& volume);
 
-// Those of the points that lie in the mesh, as vertices, with its fields.
+// Those of the points that lie in the mesh, as vertices, with its fields; of several processes at the first.
 Ptr<vtkPolyData> sampled(const Mesh& mesh, const std::vector<Vec>& points);
 
 }  // namespace results

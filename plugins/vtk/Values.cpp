@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <charconv>
 #include <cmath>
+#include <filesystem>
 
 namespace results {
 
@@ -112,6 +113,11 @@ std::string readable(double value, int figures)
   const auto end =
       std::to_chars(said, said + sizeof said, value == 0 ? 0 : value, std::chars_format::general, figures);
   return {said, end.ptr};
+}
+
+std::string endingOf(const std::string& file)
+{
+  return orv::StringUtilities::toLower(std::filesystem::path(file).extension().string());
 }
 
 }  // namespace results

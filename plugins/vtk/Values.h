@@ -59,5 +59,7 @@ std::string withUnits(double value, const std::string& units);  // "2 [m]"
 std::string join(const std::vector<std::string>& texts, const char* separator = ", ");
 // Rounded to so many figures, as people read it.
 std::string readable(double value, int figures = 4);
+// ".vtu" of "Pump.VTU".
+std::string endingOf(const std::string& file);
 
 }  // namespace results

@@ -1,5 +1,6 @@
 // The functions under the names that RULES call them by.
 #include "platform/ORVDynamicLoader.h"
+#include "Communicator.h"
 #include "Display.h"
 #include "Memory.h"
 #include "Scene.h"
@@ -23,7 +24,7 @@ class Function : public orv::CalculateFunction {
   void calculate(orv::KSLObject* object, const std::string&) override
   {
     const std::lock_guard lock(turn());
-    calculation(*object);
+    results::Communicator::instance().run([object] { calculation(*object); });
   }
 };
 

@@ -1,6 +1,7 @@
 // Arrows and streamlines: how vectors are shown.
 #include "platform/ORVError.h"
 #include "Colouring.h"
+#include "Communicator.h"
 #include "Memory.h"
 #include "Streams.h"
 #include "functions.h"
@@ -11,6 +12,7 @@
 #include <map>
 #include <vtkArrowSource.h>
 #include <vtkCellArray.h>
+#include <vtkCellData.h>
 #include <vtkDoubleArray.h>
 #include <vtkGlyph3D.h>
 #include <vtkPointData.h>
@@ -107,8 +109,34 @@ Ptr<vtkPolyData> arrowsOn(const Arrows& arrows, const Place& place, double& scal
   glyph->SetVectorModeToUseVector();
   glyph->SetScaleModeToScaleByVector();
   glyph->SetScaleFactor(scale);
-  run(*glyph, "placeArrows");
+  if (points->GetNumberOfPoints() > 0)
+    run(*glyph, "placeArrows");
+  takeFields(*glyph->GetOutput(), *place.data);
   return glyph->GetOutput();
+}
+
+// Of each piece the points that arrows may stand on, at the first process.
+Place gatheredSpread(const Place& place, double spacing)
+{
+  if (Communicator::instance().isAlone())
+    return place;
+  const auto points = make<vtkPolyData>();
+  const auto where = make<vtkPoints>();
+  where->SetDataTypeToDouble();
+  const auto vertices = make<vtkCellArray>();
+  points->GetPointData()->CopyAllocate(place.data->GetPointData());
+  for (const vtkIdType i : spread(*place.data, spacing)) {
+    const vtkIdType to = where->InsertNextPoint(place.data->GetPoint(i));
+    points->GetPointData()->CopyData(place.data->GetPointData(), i, to);
+    vertices->InsertNextCell(1, &to);
+  }
+  points->SetPoints(where);
+  points->SetVerts(vertices);
+  takeFields(*points, *place.data);
+  Place whole = place;
+  whole.data = gathered(points);
+  whole.data->GetCellData()->Initialize();
+  return whole;
 }
 
 }  // namespace
@@ -137,8 +165,8 @@ void placeArrows(KSLObject& object)
         show->body = body;
         return show;
       },
-      fields);
-  setResult(object, "Arrow Scale", *scale);
+      fields, [spacing = arrows.spacing](const Place& place) { return gatheredSpread(place, spacing); });
+  setResult(object, "Arrow Scale", valuesOf<double>(ofFirst(bytesOf(std::vector<double>{*scale}))).at(0));
 }
 
 namespace {
@@ -153,7 +181,7 @@ std::shared_ptr<const Place> linesIn(const Streams& streams, const std::shared_p
     place->mesh = making.hold(mesh);
     place->units = mesh->units;
     place->key = key;
-    making.takes(bytesOf(*place->data));
+    making.takes(memoryOf(*place->data));
     return place;
   });
 }
@@ -197,7 +225,7 @@ void followStreams(KSLObject& object)
                return show;
              });
   const auto* kept = keptBy<Show>(&object, "Colour");
-  setResult(object, "Point Count", static_cast<double>(kept->now->body->GetNumberOfPoints()));
+  setResult(object, "Point Count", static_cast<double>(countPoints(*kept->now->body)));
 }
 
 }  // namespace results

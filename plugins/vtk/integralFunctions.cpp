@@ -3,6 +3,7 @@
 #include "platform/ORVUnits.h"
 #include "Memory.h"
 #include "Numbers.h"
+#include "Pieces.h"
 #include "Surface.h"
 #include "functions.h"
 #include "running.h"
@@ -90,7 +91,7 @@ void requireSurface(const Integral& integral, const Place& place)
     fail("integrate", orv::_("%s takes a surface: its location is a volume.", integral.path));
 }
 
-void findExtreme(const Integral& integral, const Variable& variable, const Place& place, Sum& sum)
+void findExtremeHere(const Integral& integral, const Variable& variable, const Place& place, Sum& sum)
 {
   const bool isLowest = integral.option == "Minimum";
   vtkDataArray* const array = variable.onCells ? variable.onCells : variable.onPoints;
@@ -113,6 +114,28 @@ void findExtreme(const Integral& integral, const Variable& variable, const Place
   std::array<double, 6> box{};
   place.data->GetCellBounds(best, box.data());
   sum.position = {(box[0] + box[1]) / 2, (box[2] + box[3]) / 2, (box[4] + box[5]) / 2};
+}
+
+// Of all pieces; of equals, that of the first process.
+void findExtreme(const Integral& integral, const Variable& variable, const Place& place, Sum& sum)
+{
+  struct Found {
+    double value;
+    Vec position;
+    bool isThere;
+  };
+  findExtremeHere(integral, variable, place, sum);
+  const bool isLowest = integral.option == "Minimum";
+  const std::vector<Found> all = ofAll("extreme", Found{sum.value, sum.position, sum.hasPosition});
+  sum.hasPosition = false;
+  for (const Found& each : all) {
+    const bool isBetter = !sum.hasPosition || (isLowest ? each.value < sum.value : each.value > sum.value);
+    if (!each.isThere || !isBetter)
+      continue;
+    sum.value = each.value;
+    sum.position = each.position;
+    sum.hasPosition = true;
+  }
 }
 
 // The density that turns what the solver calls pressure, or a flux, into what it weighs: a variable or a number.
@@ -156,6 +179,7 @@ void addFlux(const Integral& integral, const Variable& variable, const Place& pl
   forEachPiece(place, [&](const Piece& piece) {
     sum.value += (isMass ? density.at(piece) : 1) * piece.size * dot(values.vector(piece), piece.normal);
   });
+  sum.value = total(sum.value);
   sum.units = product(isMass ? density.units : "1", product(variable.units, "m^2"));
 }
 
@@ -175,6 +199,7 @@ void addForce(const Integral& integral, const Variable& variable, const Place& p
     else
       sum.vector = sum.vector + density.at(piece) * piece.size * values.number(piece) * piece.normal;
   });
+  sum.vector = total(sum.vector);
   sum.units = product(density.units, product(variable.units, isMoment ? "m^3" : "m^2"));
   sum.isVector = true;
   sum.value = length(integral.direction) > 0 ? dot(sum.vector, integral.direction) : length(sum.vector);
@@ -191,6 +216,8 @@ void addPlain(const Integral& integral, const Variable& variable, const Place& p
     else
       sum.value += piece.size * values.number(piece);
   });
+  sum.value = total(sum.value);
+  sum.vector = total(sum.vector);
   if (integral.option == "Average") {
     sum.value = sum.size > 0 ? sum.value / sum.size : 0;
     sum.vector = sum.size > 0 ? (1 / sum.size) * sum.vector : Vec{};
@@ -227,6 +254,7 @@ Sum sumOver(const Integral& integral, const Place& place)
   const bool isVolume = !vtkPolyData::SafeDownCast(place.data);
   sum.sizeUnits = isVolume ? "m^3" : "m^2";
   forEachPiece(place, [&sum](const Piece& piece) { sum.size += piece.size; });
+  sum.size = total(sum.size);
   if (integral.option == "Area" || integral.option == "Volume") {
     if (isVolume != (integral.option == "Volume"))
       fail("integrate", orv::_("%s has no '%s': its location is a %s.", integral.path, integral.option,

@@ -1,9 +1,11 @@
 // Numbers: values at points, and sums over places.
 #include "platform/ORVError.h"
 #include "platform/ORVUnits.h"
+#include "Communicator.h"
 #include "Data.h"
 #include "Memory.h"
 #include "Numbers.h"
+#include "Pieces.h"
 #include "Surface.h"
 #include "functions.h"
 #include "running.h"
@@ -50,11 +52,30 @@ std::vector<double> pathOf(vtkDataSet& data)
   return path;
 }
 
+// Those of a list are there already.
+Ptr<vtkDataSet> pointsAtFirst(const Place& place)
+{
+  if (Communicator::instance().isAlone() || place.isAtFirst)
+    return place.data;
+  return gatheredPoints(*place.data);
+}
+
 struct ProbeMaker {
   std::string path;
   std::vector<std::string> variables;
 
   Numbers operator()(const Place& place) const
+  {
+    Place whole = place;
+    whole.data = pointsAtFirst(place);
+    Numbers numbers = numbersOf(whole);
+    for (Column& column : numbers.columns)
+      column.values = valuesOf<double>(ofFirst(bytesOf(column.values)));
+    return numbers;
+  }
+
+ private:
+  Numbers numbersOf(const Place& place) const
   {
     Numbers numbers;
     numbers.columns.push_back({"Distance", "m", pathOf(*place.data)});
@@ -121,13 +142,14 @@ Kept<Place>::Recipe probePlace(const KSLObject& object,
     return remembered<Place>(key, "placeProbe", path, [&](Making& making) {
       auto place = std::make_shared<Place>();
       place->data = sampled(*mesh, points);
-      if (place->data->GetNumberOfPoints() == 0)
+      place->isAtFirst = true;
+      if (countPoints(*place->data) == 0)
         fail("probeResults",
              orv::_("%s lies outside the results, which extend over %s.", path, extentText(*mesh->cells)));
       place->mesh = making.hold(mesh);
       place->units = mesh->units;
       place->key = key;
-      making.takes(bytesOf(*place->data));
+      making.takes(memoryOf(*place->data));
       return place;
     });
   };
@@ -143,7 +165,7 @@ void placeProbe(KSLObject& object)
     return;
   keep<Place>(object, "Geometry", place);
   setResult(object, "Sample Count",
-            static_cast<double>(keptBy<Place>(&object, "Geometry")->now->data->GetNumberOfPoints()));
+            static_cast<double>(countPoints(*pointsAtFirst(*keptBy<Place>(&object, "Geometry")->now))));
 }
 
 void readProbe(KSLObject& object)

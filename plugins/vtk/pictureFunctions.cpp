@@ -3,8 +3,10 @@
 #include "platform/ORVOutputFiles.h"
 #include "platform/ORVProgress.h"
 #include "database/ObjectDB.h"
+#include "Communicator.h"
 #include "Film.h"
 #include "Numbers.h"
+#include "Pieces.h"
 #include "Scene.h"
 #include "Sheet.h"
 #include "functions.h"
@@ -75,7 +77,7 @@ std::optional<Seen> seen(const KSLObject& object)
     sight.source = [source = sourceOf(*place)](const Request& request) {
       auto made = std::make_shared<Show>();
       const std::shared_ptr<const Place> at = source(request);
-      made->body = surfaceOf(*at->data);
+      made->body = vtkPolyData::SafeDownCast(surfaceOf(*gatheredPlace(*at).data));
       made->isLit = length(at->normal) == 0;
       return made;
     };
@@ -179,12 +181,14 @@ Picture frameOf(const KSLObject& shot)
 std::string paint(const Picture& picture, const std::string& file)
 {
   const std::string ending = std::filesystem::path(file).extension().string();
+  if (ending != ".png" && ending != ".gltf" && ending != ".vtp")
+    fail("takePicture", orv::_("'%s' is of no kind that pictures are written in: .png, .gltf, .vtp.", file));
+  if (!Communicator::instance().isFirst())
+    return {};
   if (ending == ".vtp")
     return asVtp(picture);
   if (ending == ".gltf")
     return paintGltf(picture);
-  if (ending != ".png")
-    fail("takePicture", orv::_("'%s' is of no kind that pictures are written in: .png, .gltf, .vtp.", file));
   return paintPng(picture);
 }
 
@@ -253,7 +257,7 @@ void joinMovie(KSLObject& movie)
 {
   const auto* kept = keptBy<Film>(namedOne(movie, "Shot"), "Picture");
   const std::string file = text(movie, "Output File");
-  if (!kept || !kept->now || file.empty())
+  if (!kept || !kept->now || file.empty() || !Communicator::instance().isFirst())
     return;
   if (const auto film = joined(*kept->now, file, number(movie, "Pictures per Second", "")))
     orv::OutputFiles::instance()->write(file, *film);

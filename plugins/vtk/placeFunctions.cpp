@@ -2,6 +2,8 @@
 #include "platform/ORVError.h"
 #include "Data.h"
 #include "Memory.h"
+#include "Pieces.h"
+#include "Seams.h"
 #include "Surface.h"
 #include "functions.h"
 #include "running.h"
@@ -61,12 +63,13 @@ void keepPlace(KSLObject& object, const Kept<Mesh>& results, const char* functio
         const orv::ResultKey key = orv::ResultKey(own).add(mesh->key);
         return remembered<Place>(key, function, path, [&](Making& making) {
           std::shared_ptr<Place> place = maker(mesh);
+          takeFields(*place->data, *mesh->cells);
           auto* const surface = vtkPolyData::SafeDownCast(place->data);
           place->size = surface ? areaOf(*surface) : volumeOf(*place->data);
           place->mesh = making.hold(mesh);
           place->units = mesh->units;
           place->key = key;
-          making.takes(bytesOf(*place->data));
+          making.takes(memoryOf(*place->data));
           return place;
         });
       });
@@ -83,7 +86,7 @@ void tellSurface(KSLObject& object)
   const Place* const place = present(object);
   if (!place)
     return;
-  setResult(object, "Triangle Count", static_cast<double>(place->data->GetNumberOfCells()));
+  setResult(object, "Triangle Count", static_cast<double>(countCells(*place->data)));
   setResult(object, "Area", place->size, "m^2");
 }
 
@@ -184,7 +187,7 @@ void cutResults(KSLObject& object)
               auto place = std::make_shared<Place>();
               place->normal = plane.normal;
               place->data = clippedSurface(clean->GetOutput(), shape);
-              if (place->data->GetNumberOfCells() == 0)
+              if (countCells(*place->data) == 0)
                 failEmpty(path, *mesh);
               return place;
             });
@@ -202,7 +205,7 @@ Ptr<vtkPolyData> facesOf(const Mesh& mesh, const std::string& name)
     if (region.name == name)
       return region.faces;
   }
-  return name == "Boundary" ? surfaceOf(*mesh.cells) : nullptr;
+  return name == "Boundary" ? outerSurface(*mesh.cells) : nullptr;
 }
 
 std::string regionNames(const Mesh& mesh)
@@ -260,8 +263,12 @@ const char* addNumbers(vtkDataSet& data, const Variable& variable)
 
 std::array<double, 2> rangeOf(vtkDataSet& data, const char* array)
 {
-  std::array<double, 2> range{};
-  data.GetPointData()->GetArray(array)->GetRange(range.data());
+  constexpr double most = std::numeric_limits<double>::max();
+  std::array<double, 2> range{most, -most};
+  if (data.GetNumberOfPoints() > 0)
+    data.GetPointData()->GetArray(array)->GetRange(range.data());
+  for (const std::array<double, 2>& each : ofAll("range", std::array<double, 2>(range)))
+    range = {std::min(range[0], each[0]), std::max(range[1], each[1])};
   return range;
 }
 
@@ -298,7 +305,7 @@ void findLevel(KSLObject& object)
         place->levelUnits = variable.units;
         place->data = contour->GetOutput();
         place->data->GetPointData()->RemoveArray(numbers);
-        if (place->data->GetNumberOfCells() == 0)
+        if (countCells(*place->data) == 0)
           fail("findLevel", orv::_("%s is empty: '%s' goes from %s to %s, which does not hold %s.", path,
                                    name, withUnits(low, variable.units), withUnits(high, variable.units),
                                    withUnits(level, variable.units)));
@@ -319,7 +326,7 @@ void tellVolume(KSLObject& object)
   const Place* const place = present(object);
   if (!place)
     return;
-  setResult(object, "Cell Count", static_cast<double>(place->data->GetNumberOfCells()));
+  setResult(object, "Cell Count", static_cast<double>(countCells(*place->data)));
   setResult(object, "Volume", place->size, "m^3");
 }
 
@@ -367,7 +374,7 @@ void clipResults(KSLObject& object)
               run(*clip, "clipResults");
               auto place = std::make_shared<Place>();
               place->data = clip->GetOutput();
-              if (place->data->GetNumberOfCells() == 0)
+              if (countCells(*place->data) == 0)
                 failEmpty(path, *mesh);
               return place;
             });
@@ -396,7 +403,7 @@ void thresholdResults(KSLObject& object)
         auto place = std::make_shared<Place>();
         place->data = threshold->GetOutput();
         place->data->GetPointData()->RemoveArray(numbers);
-        if (place->data->GetNumberOfCells() == 0)
+        if (countCells(*place->data) == 0)
           fail("thresholdResults", orv::_("%s holds no cells: '%s' goes from %s to %s.", path, name,
                                           withUnits(rangeOf(*data, numbers)[0], variable.units),
                                           withUnits(rangeOf(*data, numbers)[1], variable.units)));
@@ -433,12 +440,13 @@ void placePoints(KSLObject& object)
             [points = pointsOf(object), path = object.getPath()](const std::shared_ptr<const Mesh>& mesh) {
               auto place = std::make_shared<Place>();
               place->data = sampled(*mesh, points);
-              if (!points.empty() && place->data->GetNumberOfPoints() == 0)
+              place->isAtFirst = true;
+              if (!points.empty() && countPoints(*place->data) == 0)
                 failEmpty(path, *mesh);
               return place;
             });
   if (const Place* const place = present(object))
-    setResult(object, "Point Count", static_cast<double>(place->data->GetNumberOfPoints()));
+    setResult(object, "Point Count", static_cast<double>(countPoints(*place->data)));
 }
 
 }  // namespace results

@@ -4,7 +4,9 @@
 #include "Data.h"
 #include "Expression.h"
 #include "Memory.h"
+#include "Pieces.h"
 #include "Reader.h"
+#include "Seams.h"
 #include "functions.h"
 #include "running.h"
 
@@ -119,8 +121,8 @@ void tell(KSLObject& object, const Mesh& mesh, const std::vector<double>& times)
     const auto known = mesh.units.find(name);
     variables.push_back(known == mesh.units.end() ? name : name + " [" + known->second + "]");
   }
-  setResult(object, "Cell Count", static_cast<double>(mesh.cells->GetNumberOfCells()));
-  setResult(object, "Point Count", static_cast<double>(mesh.cells->GetNumberOfPoints()));
+  setResult(object, "Cell Count", static_cast<double>(countCells(*mesh.cells)));
+  setResult(object, "Point Count", static_cast<double>(countDistinctPoints(*mesh.cells)));
   setResult(object, "Variables", join(variables));
   setResult(object, "Region List", join(regions));
   setResult(object, "Times", timesText(times));

@@ -3,12 +3,12 @@
 #include "platform/ORVOutputFiles.h"
 #include "platform/ORVUtilities.h"
 #include "Chart.h"
+#include "Communicator.h"
 #include "Numbers.h"
 #include "functions.h"
 #include "running.h"
 
 #include <cmath>
-#include <filesystem>
 
 namespace results {
 
@@ -104,11 +104,6 @@ std::string asJson(const std::vector<std::shared_ptr<const Numbers>>& all)
   return "[\n" + join(objects, ",\n") + "\n]\n";
 }
 
-std::string endingOf(const std::string& file)
-{
-  return orv::StringUtilities::toLower(std::filesystem::path(file).extension().string());
-}
-
 }  // namespace
 
 void writeTable(KSLObject& object)
@@ -137,6 +132,8 @@ void drawChart(KSLObject& object)
   if (ending != ".svg" && ending != ".png")
     fail("drawChart", orv::_("'%s' is of no kind that charts are written in: .svg, .png.", file));
   const Chart chart(object, all);
+  if (!Communicator::instance().isFirst())
+    return;
   orv::OutputFiles::instance()->write(file, ending == ".svg" ? chart.asSvg() : chart.asPng());
 }
 

@@ -112,6 +112,8 @@ TEST_F(ResultMemoryTest, WhatNobodyUsesGoesWhenItIsTooMuchTheOldestFirst)
   memory().setLimit(3600);
   Held first = get(1);
   EXPECT_EQ(get(1), first);
+  const auto again = [](ResultMemory::Making&) { return std::make_shared<Result>(1); };
+  EXPECT_EQ(memory().makeAnew<Result>(keyOf(1), "1 anew", again), first);
   for (const int number : {2, 3, 4})
     get(number);
   EXPECT_EQ(known({1, 2, 3, 4}), "1234");
@@ -124,8 +126,8 @@ TEST_F(ResultMemoryTest, WhatNobodyUsesGoesWhenItIsTooMuchTheOldestFirst)
   EXPECT_EQ(Result::alive, 0);
   first = get(1);
   EXPECT_EQ(known({1}), "1");
-  EXPECT_EQ(log.text, "made 1; found 1; made 2; made 3; made 4; found 2; made 5; made 1; ");
-  EXPECT_EQ(memory().getCounts().made, 6u);
+  EXPECT_EQ(log.text, "made 1; found 1; made 1 anew; made 2; made 3; made 4; found 2; made 5; made 1; ");
+  EXPECT_EQ(memory().getCounts().made, 7u);
   EXPECT_FALSE(memory().has<int>(keyOf(1))) << "of another type";
   memory().setTrace(nullptr);
 }

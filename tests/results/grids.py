@@ -63,11 +63,16 @@ def xml(kind, extent, piece, geometry):
             f"<PointData>{data}</PointData>{geometry}</Piece></{kind}></VTKFile>\n")
 
 
-def vtu(file):
-    body = "<Points>" + array("Points", points(), 3) + "</Points><Cells>" + array("connectivity", cells(), kind="Int64")
-    body += array("offsets", (8 * (i + 1) for i in range(len(cells()))), kind="Int64")
-    body += array("types", (12 for _ in cells()), kind="UInt8") + "</Cells>"
-    pathlib.Path(file).write_text(xml("UnstructuredGrid", "", f'NumberOfPoints="{len(points())}" NumberOfCells="{len(cells())}"', body))
+def vtu(file, are_polyhedra=False, part=None):
+    """The whole, or some of its cells; the same cells may be called hexahedra or polyhedra."""
+    own = cells() if part is None else [c for n, c in enumerate(cells()) if n in part]
+    body = "<Points>" + array("Points", points(), 3) + "</Points><Cells>" + array("connectivity", own, kind="Int64")
+    body += array("offsets", (8 * (i + 1) for i in range(len(own))), kind="Int64")
+    if are_polyhedra:
+        faces = [[6] + [n for side in SHAPES for n in (4, *(c[k] for k in side))] for c in own]
+        body += array("faces", faces, kind="Int64") + array("faceoffsets", (31 * (i + 1) for i in range(len(own))), kind="Int64")
+    body += array("types", (42 if are_polyhedra else 12 for _ in own), kind="UInt8") + "</Cells>"
+    pathlib.Path(file).write_text(xml("UnstructuredGrid", "", f'NumberOfPoints="{len(points())}" NumberOfCells="{len(own)}"', body))
 
 
 SHAPES = ((0, 3, 2, 1), (4, 5, 6, 7), (0, 1, 5, 4), (3, 7, 6, 2), (0, 4, 7, 3), (1, 2, 6, 5))  # of a cell's faces
@@ -84,13 +89,17 @@ def vts(file):
     pathlib.Path(file).write_text(xml("StructuredGrid", f'WholeExtent="{EXTENT}"', f'Extent="{EXTENT}"', geometry))
 
 
-def pvtu(file):
-    vtu(str(file) + ".piece.vtu")
+def pvtu(file, pieces=1):
+    file = pathlib.Path(file)
+    width = -(-len(cells()) // pieces)
+    names = [f"{file}.piece{n if pieces > 1 else ''}.vtu" for n in range(pieces)]
+    for n, name in enumerate(names):
+        vtu(name, part=range(n * width, (n + 1) * width))
     arrays = '<PDataArray type="Float64" Name="p"/><PDataArray type="Float64" Name="U" NumberOfComponents="3"/>'
-    pathlib.Path(file).write_text(
+    file.write_text(
         '<VTKFile type="PUnstructuredGrid" version="0.1"><PUnstructuredGrid GhostLevel="0">'
         f'<PPointData>{arrays}</PPointData><PPoints><PDataArray type="Float64" NumberOfComponents="3"/></PPoints>'
-        f'<Piece Source="{pathlib.Path(file).name}.piece.vtu"/></PUnstructuredGrid></VTKFile>\n')
+        + "".join(f'<Piece Source="{pathlib.Path(name).name}"/>' for name in names) + "</PUnstructuredGrid></VTKFile>\n")
 
 
 def vtm(file):
