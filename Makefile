@@ -133,7 +133,7 @@ bench:         ## build and run the benchmarks (BENCH_ARGS=…)
 
 bench-count:   ## count the instructions of each kind of work; fails 3 % above the figures that are kept (COUNT=library: without ksl)
 	@tools/setup.sh bench
-	@$(MAKE) --no-print-directory build-release TARGETS='--target bench_counts $(if $(COUNT),,ksl)'
+	@$(MAKE) --no-print-directory build-counts TARGETS='--target bench_counts $(if $(COUNT),,ksl)'
 	python3 tools/bench_count.py $(if $(COUNT),--$(COUNT))
 
 fuzz:          ## build and run each fuzzer for FUZZ_SECONDS (30)

@@ -90,7 +90,7 @@ def verdict(counts, figures):
 
 def main():
     parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
-    parser.add_argument("--program", default=str(ROOT / "build/release/bin/bench_counts"))
+    parser.add_argument("--program", default=str(ROOT / "build/counts/bin/bench_counts"))
     parser.add_argument("--library", action="store_true", help="leave out the runs of ksl")
     parser.add_argument("--keep", action="store_true", help="write the figures instead of comparing")
     arguments = parser.parse_args()
