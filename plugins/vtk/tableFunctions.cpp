@@ -104,7 +104,7 @@ std::string asJson(const std::vector<std::shared_ptr<const Numbers>>& all)
   return "[\n" + join(objects, ",\n") + "\n]\n";
 }
 
-std::string endingOf(const std::string& file)
+std::string tableKind(const std::string& file)
 {
   return orv::StringUtilities::toLower(std::filesystem::path(file).extension().string());
 }
@@ -121,7 +121,7 @@ void writeTable(KSLObject& object)
   setResult(object, "Row Count", static_cast<double>(rows));
   if (file.empty() || all.empty())
     return;
-  const std::string ending = endingOf(file);
+  const std::string ending = tableKind(file);
   if (ending != ".csv" && ending != ".json")
     fail("writeTable", orv::_("'%s' is of no kind that tables are written in: .csv, .json.", file));
   orv::OutputFiles::instance()->write(file, ending == ".csv" ? asCsv(all) : asJson(all));
@@ -133,7 +133,7 @@ void drawChart(KSLObject& object)
   const std::vector<std::shared_ptr<const Numbers>> all = valuesOf(object);
   if (file.empty() || all.empty())
     return;
-  const std::string ending = endingOf(file);
+  const std::string ending = tableKind(file);
   if (ending != ".svg" && ending != ".png")
     fail("drawChart", orv::_("'%s' is of no kind that charts are written in: .svg, .png.", file));
   const Chart chart(object, all);
