@@ -44,8 +44,8 @@ test:          ## build the dev preset; run all tests and the checks of tools/
 	@$(MAKE) --no-print-directory build-dev
 	ctest --preset dev
 
-# What all of them need: the host, and the calculate library on VTK. A build that is there for something else goes without
-# VTK again afterwards.
+# What all of them need: the host, and the calculate library on VTK. A build that others use goes without VTK again
+# afterwards. RESULTS_PRESET=dev takes what make test has built.
 RESULTS_TARGETS = --target ksl --target plugin_vtk
 RESULTS_PRESET ?= release
 RESULTS_KSL = build/$(RESULTS_PRESET)/bin/ksl
@@ -60,6 +60,7 @@ run-results:   ## the post-processor on VTK (installs it) on a flow past a cylin
 	@mkdir -p build/run-results
 	cp examples/results/cylinder.vtu build/run-results/
 	cd build/run-results && ../../$(RESULTS_KSL) run --library ../../share/ksl-results ../../examples/results/cylinder.ksl
+	@$(if $(filter-out release,$(RESULTS_PRESET)),cmake --preset $(RESULTS_PRESET) >/dev/null)
 	@printf '\nTo look at, in build/run-results:\n'
 	@printf '  %-24s%s\n' cylinder.png 'the speed, with streamlines' cylinder-wake.svg 'a profile of the wake' \
 	  cylinder.csv 'the flux behind the cylinder, and the pressure in front of it'

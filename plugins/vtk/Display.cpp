@@ -20,7 +20,7 @@ namespace results {
 
 namespace {
 
-std::mutex guard;
+std::mutex serverGuard;
 pid_t server = 0;        // 0: none of ours
 pid_t ownProcess = 0;    // that started it: not a copy of it
 bool isWatched = false;  // the process's end ends it, too
@@ -94,7 +94,7 @@ void requireDisplay(const char* display)
 
 void needDisplay()
 {
-  const std::lock_guard lock(guard);
+  const std::lock_guard lock(serverGuard);
   if (server != 0 && ownProcess != getpid()) {  // a copy's original has it
     server = 0;
     unsetenv("DISPLAY");
@@ -109,7 +109,7 @@ void needDisplay()
 
 void endDisplay() noexcept
 {
-  const std::lock_guard lock(guard);
+  const std::lock_guard lock(serverGuard);
   if (server == 0 || ownProcess != getpid())
     return;
   kill(server, SIGTERM);

@@ -96,7 +96,7 @@ void Sheet::add(const std::vector<Pixel>& points, bool isFilled, const Rgb& colo
 
 namespace {
 
-std::string svgNumber(double value)
+std::string hundredths(double value)
 {
   return readable(std::round(value * 100) / 100, 7);
 }
@@ -138,33 +138,33 @@ std::string SvgSheet::places(const std::vector<Pixel>& points) const
 {
   std::string said;
   for (const Pixel& point : points)
-    said += (said.empty() ? "" : " ") + svgNumber(point.x) + "," + svgNumber(m_height - point.y);
+    said += (said.empty() ? "" : " ") + hundredths(point.x) + "," + hundredths(m_height - point.y);
   return said;
 }
 
 void SvgSheet::area(const std::vector<Pixel>& corners, const Rgb& colour, double opacity)
 {
   m_text += "<polygon points=\"" + places(corners) + "\" fill=\"" + toHex(colour) + "\" fill-opacity=\""
-            + svgNumber(opacity) + "\"/>\n";
+            + hundredths(opacity) + "\"/>\n";
 }
 
 void SvgSheet::lines(const std::vector<Pixel>& points, const Rgb& colour, double width)
 {
   m_text += "<polyline points=\"" + places(points) + "\" fill=\"none\" stroke=\"" + toHex(colour)
-            + "\" stroke-width=\"" + svgNumber(width) + "\" stroke-linejoin=\"round\"/>\n";
+            + "\" stroke-width=\"" + hundredths(width) + "\" stroke-linejoin=\"round\"/>\n";
 }
 
 void SvgSheet::text(Pixel at, const std::string& said, double size, const Rgb& colour, const Look& look)
 {
   const double y = m_height - at.y;
-  m_text += "<text x=\"" + svgNumber(at.x) + "\" y=\"" + svgNumber(y) + "\" dy=\"0.35em\" font-size=\""
-            + svgNumber(size) + "\" fill=\"" + toHex(colour) + "\"";
+  m_text += "<text x=\"" + hundredths(at.x) + "\" y=\"" + hundredths(y) + "\" dy=\"0.35em\" font-size=\""
+            + hundredths(size) + "\" fill=\"" + toHex(colour) + "\"";
   if (look.align != Align::start)
     m_text += look.align == Align::middle ? " text-anchor=\"middle\"" : " text-anchor=\"end\"";
   if (look.isBold)
     m_text += " font-weight=\"bold\"";
   if (look.isUpward)
-    m_text += " transform=\"rotate(-90 " + svgNumber(at.x) + " " + svgNumber(y) + ")\"";
+    m_text += " transform=\"rotate(-90 " + hundredths(at.x) + " " + hundredths(y) + ")\"";
   m_text += ">" + escaped(said) + "</text>\n";
 }
 
