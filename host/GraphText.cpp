@@ -72,7 +72,7 @@ void appendEdges(const orv::SchedulerObject& from, std::string& text)
   std::vector<std::pair<std::string, int>> edges;
   edges.reserve(from.getChildren().size());
   for (const orv::LinkMap::Entry& edge : from.getChildren())
-    edges.emplace_back(nodeOf(*edge.first), static_cast<int>(edge.second));
+    edges.emplace_back(nodeOf(*edge.first), static_cast<int>(edge.count()));
   std::sort(edges.begin(), edges.end());
   for (const auto& [to, links] : edges) {
     text.append("  ").append(nodeOf(from)).append(" -> ").append(to);

@@ -202,8 +202,8 @@ void expectRightGraph(const std::string& when)
     std::map<const KSLObject*, int> linked;
     for (const LinkMap::Entry& edge : scheduler.getParents()) {
       const SchedulerObject* parent = edge.first;
-      linked[parent->getKSLObject()] = static_cast<int>(edge.second);
-      EXPECT_EQ(parent->getChildren().count(&scheduler), static_cast<int>(edge.second));
+      linked[parent->getKSLObject()] = static_cast<int>(edge.count());
+      EXPECT_EQ(parent->getChildren().count(&scheduler), static_cast<int>(edge.count()));
       sum += parent->getKSLObject()->getFloatValue("Sum");
     }
     EXPECT_EQ(linked, namedBy(*node)) << node->getPath();

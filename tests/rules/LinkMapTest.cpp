@@ -46,7 +46,7 @@ Pairs pairsOf(const LinkMap& map)
 {
   Pairs pairs;
   for (const LinkMap::Entry& edge : map)
-    pairs.emplace_back(edge.first, static_cast<int>(edge.second));
+    pairs.emplace_back(edge.first, edge.count());
   return pairs;
 }
 

@@ -157,7 +157,7 @@ class Real {
   {
     Edges found;
     for (const LinkMap::Entry& edge : links)
-      found.emplace_back(edge.first->getName().back() - '0', static_cast<int>(edge.second));
+      found.emplace_back(edge.first->getName().back() - '0', edge.count());
     return found;
   }
 

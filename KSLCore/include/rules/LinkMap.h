@@ -18,15 +18,23 @@ class SchedulerObject;
 // more; a pass over all is a pass over arrays.
 class ORV_API LinkMap {
  public:
+  // Serial number and count are one word, written and read as a whole: one that is written in parts and then copied
+  // makes processors wait.
   struct Entry {
-    SchedulerObject* first;
-    std::uint64_t serial : 40;  // of the scheduler
-    std::uint64_t second : 24;  // links between the two; positive
+    SchedulerObject* first = nullptr;
+    std::uint64_t word = 0;
+
+    std::uint64_t serial() const noexcept { return word >> countBits; }  // of the scheduler
+    int count() const noexcept
+    {
+      return static_cast<int>(word & ((1U << countBits) - 1));
+    }  // links; positive
+    static constexpr unsigned countBits = 24;
   };
   static_assert(sizeof(Entry) == 16);
   class const_iterator;
 
-  LinkMap() noexcept : m_single{nullptr, 0, 0} {}
+  LinkMap() noexcept : m_single{} {}
   ~LinkMap() { clear(); }
   LinkMap(const LinkMap&) = delete;
   LinkMap& operator=(const LinkMap&) = delete;
@@ -171,11 +179,11 @@ inline SchedulerObject* LinkMap::next(Cursor& cursor) const noexcept
   if (isChunked() || slot > m_size)
     return nextAnywhere(cursor);
   const Entry* entries = view(0).entries;
-  if (slot != 0 && entries[slot - 1].serial != cursor.m_last)
+  if (slot != 0 && entries[slot - 1].serial() != cursor.m_last)
     return nextAnywhere(cursor);
   if (slot == m_size)
     return nullptr;
-  cursor.m_last = entries[slot].serial;
+  cursor.m_last = entries[slot].serial();
   cursor.m_slot = slot + 1;
   return entries[slot].first;
 }

@@ -351,8 +351,7 @@ std::string edgesText(const LinkMap& edges)
   std::vector<std::string> texts;
   texts.reserve(edges.size());
   for (const LinkMap::Entry& edge : edges)
-    texts.push_back(
-        _("%s (%s) x%d", edge.first->getPath(), edge.first->getType(), static_cast<int>(edge.second)));
+    texts.push_back(_("%s (%s) x%d", edge.first->getPath(), edge.first->getType(), edge.count()));
   std::sort(texts.begin(), texts.end());
   return texts.empty() ? "none" : StringUtilities::vectorToString(texts, ", ");
 }

@@ -27,11 +27,11 @@ LinkMap::Place LinkMap::lowerBound(std::uint64_t serial) const noexcept
     chunk = static_cast<std::uint32_t>(behind - m_chunks->begin() - 1);
   }
   const View in = view(chunk);
-  if (in.size != 0 && in.entries[in.size - 1].serial < serial)
+  if (in.size != 0 && in.entries[in.size - 1].serial() < serial)
     return {chunk, in.size};
   const Entry* at =
       std::lower_bound(in.entries, in.entries + in.size, serial,
-                       [](const Entry& left, std::uint64_t right) { return left.serial < right; });
+                       [](const Entry& left, std::uint64_t right) { return left.serial() < right; });
   return {chunk, static_cast<std::uint32_t>(at - in.entries)};
 }
 
@@ -45,7 +45,7 @@ LinkMap::Entry* LinkMap::find(const SchedulerObject* key) const noexcept
 int LinkMap::count(const SchedulerObject* key) const noexcept
 {
   const Entry* entry = find(key);
-  return entry ? static_cast<int>(entry->second) : 0;
+  return entry ? entry->count() : 0;
 }
 
 SchedulerObject* LinkMap::nextAnywhere(Cursor& cursor) const noexcept
@@ -56,12 +56,12 @@ SchedulerObject* LinkMap::nextAnywhere(Cursor& cursor) const noexcept
     if (place.chunk >= chunks || place.slot == 0)
       return false;
     const View in = view(place.chunk);
-    return place.slot <= in.size && in.entries[place.slot - 1].serial == cursor.m_last;
+    return place.slot <= in.size && in.entries[place.slot - 1].serial() == cursor.m_last;
   };
   if (cursor.m_last != 0 && !stillThere()) {
     place = lowerBound(cursor.m_last);
     const View in = view(place.chunk);
-    if (place.slot < in.size && in.entries[place.slot].serial == cursor.m_last)
+    if (place.slot < in.size && in.entries[place.slot].serial() == cursor.m_last)
       ++place.slot;
   }
   View in = view(place.chunk);
@@ -71,7 +71,7 @@ SchedulerObject* LinkMap::nextAnywhere(Cursor& cursor) const noexcept
     place.slot = 0;
     in = view(place.chunk);
   }
-  cursor.m_last = in.entries[place.slot].serial;
+  cursor.m_last = in.entries[place.slot].serial();
   cursor.m_chunk = place.chunk;
   cursor.m_slot = place.slot + 1;
   return in.entries[place.slot].first;
@@ -82,10 +82,10 @@ bool LinkMap::add(SchedulerObject* key)
   const Place place = lowerBound(key->getSerial());
   const View in = view(place.chunk);
   if (place.slot < in.size && in.entries[place.slot].first == key) {
-    ++in.entries[place.slot].second;
+    ++in.entries[place.slot].word;
     return false;
   }
-  const Entry entry{key, key->getSerial(), 1};
+  const Entry entry{key, key->getSerial() << Entry::countBits | 1};
   if (!isChunked() && m_size == flatLimit)
     makeChunked();
   if (isChunked())
@@ -121,7 +121,7 @@ void LinkMap::growFlat()
 void LinkMap::makeChunked()
 {
   auto chunks = std::make_unique<Chunks>(1);
-  chunks->front() = {m_flat->serial, std::vector<Entry>(m_flat, m_flat + m_size)};
+  chunks->front() = {m_flat->serial(), std::vector<Entry>(m_flat, m_flat + m_size)};
   delete[] m_flat;
   m_chunks = chunks.release();
   m_capacity = chunked;
@@ -142,7 +142,7 @@ void LinkMap::insertChunked(Place place, const Entry& entry)
   second.entries.assign(at->entries.begin() + static_cast<std::ptrdiff_t>(kept), at->entries.end());
   if (atEnd)
     second.entries.push_back(entry);
-  second.low = second.entries.front().serial;
+  second.low = second.entries.front().serial();
   const auto behind = m_chunks->insert(at + 1, std::move(second));
   if (atEnd)
     return;
@@ -158,8 +158,8 @@ bool LinkMap::remove(const SchedulerObject* key) noexcept
   Entry* entry = find(key);
   if (!entry)
     return false;
-  if (entry->second > 1) {
-    --entry->second;
+  if (entry->count() > 1) {
+    --entry->word;
     return false;
   }
   return erase(key);
@@ -193,7 +193,7 @@ void LinkMap::clear() noexcept
     delete m_chunks;
   else if (!isSingle())
     delete[] m_flat;
-  m_single = {nullptr, 0, 0};
+  m_single = {};
   m_size = 0;
   m_capacity = 1;
 }

@@ -199,7 +199,7 @@ bool SchedulerObject::Walk::countIsRight(const SchedulerObject& scheduler)
     return true;
   std::uint32_t counted = 0;
   for (const LinkMap::Entry& edge : scheduler.m_parents)
-    counted += edge.first->isPending() && edge.first->m_children.count(&scheduler) == edge.second;
+    counted += edge.first->isPending() && edge.first->m_children.count(&scheduler) == edge.count();
   return counted == scheduler.m_state / onePendingParent;
 }
 #endif
