@@ -328,8 +328,6 @@ std::shared_ptr<Mesh> shared(std::shared_ptr<Mesh> mesh, bool isPiece)
 
 // ------------------------------------------------------------------------------------------------------------- gathered
 
-namespace {
-
 std::string marshalled(vtkDataObject& data)
 {
   const auto buffer = make<vtkCharArray>();
@@ -338,18 +336,14 @@ std::string marshalled(vtkDataObject& data)
   return {buffer->GetPointer(0), static_cast<std::size_t>(buffer->GetNumberOfTuples())};
 }
 
-Ptr<vtkPolyData> unmarshalled(const std::string& bytes)
+void unmarshal(const std::string& bytes, vtkDataObject& data)
 {
   const auto buffer = make<vtkCharArray>();
   buffer->SetNumberOfTuples(static_cast<vtkIdType>(bytes.size()));
   std::copy(bytes.begin(), bytes.end(), buffer->GetPointer(0));
-  auto data = make<vtkPolyData>();
-  if (!vtkCommunicator::UnMarshalDataObject(buffer, data))
+  if (!vtkCommunicator::UnMarshalDataObject(buffer, &data))
     fail("gather", "The data of a process cannot be understood.");
-  return data;
 }
-
-}  // namespace
 
 Ptr<vtkPolyData> gathered(const Ptr<vtkPolyData>& surface, bool isMerged)
 {
@@ -362,7 +356,9 @@ Ptr<vtkPolyData> gathered(const Ptr<vtkPolyData>& surface, bool isMerged)
   for (const std::string& piece : all) {
     if (piece.empty())
       continue;
-    append->AddInputData(unmarshalled(piece));
+    const auto data = make<vtkPolyData>();
+    unmarshal(piece, *data);
+    append->AddInputData(data);
     isEmpty = false;
   }
   Ptr<vtkPolyData> whole = make<vtkPolyData>();

@@ -16,4 +16,8 @@ std::array<double, 6> boundsOfAll(vtkDataSet& data);
 // How many points there are, those at seams counted once.
 vtkIdType countDistinctPoints(vtkDataSet& data);
 
+// The piece, and round it the cells of others that touch it, with the fields on points: what is looked for from inside is
+// found beyond a seam, too. Where they meet, both have points of their own.
+Ptr<vtkDataSet> withNeighbours(vtkDataSet& data);
+
 }  // namespace results
