@@ -301,6 +301,42 @@ Ptr<vtkDataSet> withNeighbours(vtkDataSet& data)
   return append->GetOutput();
 }
 
+CellsOfOthers cellsOfOthers(vtkDataSet& data, const std::vector<Vec>& centres, vtkDataArray& onCells)
+{
+  CellsOfOthers others;
+  if (Communicator::instance().isAlone())
+    return others;
+  const std::vector<vtkIdType> points = candidates(data, boxesOfOthers(data));
+  const auto width = static_cast<std::size_t>(onCells.GetNumberOfComponents());
+  std::unordered_map<Spot, vtkIdType, SpotHash> mine;
+  std::vector<double> told;  // where the point is, where the cell's centre is, the values
+  const auto cells = make<vtkIdList>();
+  for (const vtkIdType point : points) {
+    const Spot spot = spotOf(data, point);
+    mine.emplace(spot, point);
+    data.GetPointCells(point, cells);
+    for (const vtkIdType cell : *cells) {
+      const Vec& centre = centres[static_cast<std::size_t>(cell)];
+      told.insert(told.end(), spot.at.begin(), spot.at.end());
+      told.insert(told.end(), centre.begin(), centre.end());
+      for (int k = 0; k < onCells.GetNumberOfComponents(); ++k)
+        told.push_back(onCells.GetComponent(cell, k));
+    }
+  }
+  const std::vector<std::string> all = exchanged("seam values", bytesOf(told));
+  for (std::size_t process = 0; process < all.size(); ++process) {
+    if (process == static_cast<std::size_t>(Communicator::instance().rank()))
+      continue;
+    const std::vector<double> theirs = valuesOf<double>(all[process]);
+    for (std::size_t at = 0; at + 6 + width <= theirs.size(); at += 6 + width) {
+      const double* const from = theirs.data() + at;
+      if (const auto known = mine.find(Spot{{from[0], from[1], from[2]}}); known != mine.end())
+        others[known->second].push_back({{from[3], from[4], from[5]}, {from + 6, from + 6 + width}});
+    }
+  }
+  return others;
+}
+
 namespace {
 
 int widthOf(const std::vector<vtkDataArray*>& arrays)

@@ -121,6 +121,29 @@ class ResultsTest(unittest.TestCase):
         # What is defined by another expression is followed.
         self.assertAlmostEqual(self.value(definition.format("2 * p") + places, "VARIABLE: q\nExpression = 3 * p\nEND\n"), 4, places=7)
 
+    def test_derivatives_are_those_of_the_whole_mesh(self):
+        """Whatever the cells are, and whatever part of them is looked at."""
+        root = 29 ** 0.5
+        expressions = {"g": "mag(grad(p))", "d": "div(U)", "c": "mag(curl(U))", "w": "mag(grad(p)) * U.x", "s": "mag(grad(p^2))"}
+        text = "".join(f"VARIABLE: {name}\nExpression = {expression}\nEND\n" for name, expression in expressions.items())
+        text += ("CLIP: half\nAxis = Y\nOffset = 0.6 [m]\nEND\nTHRESHOLD: whole\nVariable = p\nMin = 0 [Pa]\nEND\n"
+                 "PROBE: middle\nPoint = 1 [m], 0.5 [m], 0.5 [m]\nVariable List = s\nEND\n")
+        wanted = {("Integral", "half", "g"): 1.2 * root, ("Integral", "half", "w"): 2.4 * root, ("Minimum", "whole", "g"): root,
+                  ("Maximum", "whole", "g"): root, ("Minimum", "whole", "d"): 6, ("Maximum", "whole", "c"): 0}
+        for option, place, variable in wanted:
+            text += f"INTEGRAL: {option} {variable}\nOption = {option}\nLocation = {place}\nVariable = {variable}\nEND\n"
+        names = [f"{option} {variable}" for option, _, variable in wanted]
+        for shape in ("hexahedra", "polyhedra", "tetrahedra"):
+            for on_cells in (False, True):
+                grids.vtu(self.folder / "grid.vtu", shape, on_cells=on_cells)
+                found = self.numbers([*names, "middle"], text, grid=self.grid.replace("grid.vtk", "grid.vtu"))
+                with self.subTest(shape=shape, on_cells=on_cells):
+                    for name, value in zip(names, wanted.values()):
+                        if not (name == "Integral w" and on_cells and shape == "tetrahedra"):  # whose cells are cut anyhow
+                            self.assertAlmostEqual(next(iter(found[name].values()))[0], value, places=7, msg=name)
+                    if shape != "tetrahedra" and not on_cells:  # the same on all sides: exact for what is quadratic, too
+                        self.assertAlmostEqual(list(found["middle"].values())[-1][0], 13 * root, places=7)
+
     def test_values_of_cells_are_integrated_as_they_are(self):
         grids.legacy(self.folder / "grid.vtk", on_cells=True)
         self.assertAlmostEqual(self.integral("Flux", self.CUT, "Variable = U\n"), 1.75, places=7)
