@@ -301,11 +301,15 @@ class MpiTest(unittest.TestCase):
         shutil.copy(SOURCE / "examples" / "results" / "cylinder.vtu", self.folder)
         text = ("RESULTS:\nResults File = cylinder.vtu\nEND\n", "STREAMLINES: l\nVariable = U\nLine Count = 40000\n"
                 "Point 1 = -5.9 [m], -2.8 [m], 0.1 [m]\nPoint 2 = -5.9 [m], 2.8 [m], 0.1 [m]\nEND\n")
-        for victim, number in ((0, signal.SIGINT), (1, signal.SIGINT), (0, signal.SIGKILL), (1, signal.SIGKILL)):
-            with self.subTest(number, process=victim):
-                run = self.start(2, *text)
+        # Nothing is calculated here.
+        (self.folder / "names.ksl").write_text("EXPRESSIONS:\n" + "".join(f"a{i} = {i} [m]\n" for i in range(100000)) + "END\n")
+        names = ("> readstate filename=names.ksl, mode=append",)
+        for work, victim, number in ((text, 0, signal.SIGINT), (text, 1, signal.SIGINT), (names, 0, signal.SIGINT), (names, 1, signal.SIGINT),
+                                     (text, 0, signal.SIGKILL), (text, 1, signal.SIGKILL)):
+            with self.subTest(number, process=victim, text=work[0]):
+                run = self.start(2, *work)
                 children = self.children(run)
-                time.sleep(6)
+                time.sleep(6 if work is text else 2)
                 self.assertIsNone(run.poll())
                 os.kill(children[victim], number)
                 _, said = run.communicate(timeout=LONGEST)
