@@ -12,7 +12,6 @@
 #include <set>
 #include <tuple>
 #include <vtkAppendPolyData.h>
-#include <vtkCellArray.h>
 #include <vtkCellData.h>
 #include <vtkCharArray.h>
 #include <vtkCommunicator.h>
@@ -391,18 +390,9 @@ Place gatheredPlace(const Place& place)
 
 Ptr<vtkPolyData> gatheredPoints(vtkDataSet& data)
 {
-  const auto points = make<vtkPolyData>();
-  const auto where = make<vtkPoints>();
-  where->SetDataTypeToDouble();
-  const auto vertices = make<vtkCellArray>();
-  for (vtkIdType i = 0; i < data.GetNumberOfPoints(); ++i) {
-    const vtkIdType to = where->InsertNextPoint(data.GetPoint(i));
-    vertices->InsertNextCell(1, &to);
-  }
-  points->SetPoints(where);
-  points->SetVerts(vertices);
-  points->GetPointData()->ShallowCopy(data.GetPointData());
-  return gathered(points);
+  std::vector<vtkIdType> all(static_cast<std::size_t>(data.GetNumberOfPoints()));
+  std::iota(all.begin(), all.end(), 0);
+  return gathered(verticesAt(data, all));
 }
 
 }  // namespace results

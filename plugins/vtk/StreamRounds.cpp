@@ -114,10 +114,10 @@ class Rounds {
 
   void follow(const std::vector<std::size_t>& heads, bool isBackward, double step, std::vector<Way>& ways)
   {
-    const auto seeds = make<vtkPoints>();
-    seeds->SetDataTypeToDouble();
+    std::vector<Vec> seeds;
+    seeds.reserve(heads.size());
     for (const std::size_t head : heads)
-      seeds->InsertNextPoint((ways[head].length > 0 ? ways[head].next : m_heads[head].at).data());
+      seeds.push_back(ways[head].length > 0 ? ways[head].next : m_heads[head].at);
     const Ptr<vtkPolyData> lines = traced(seeds, isBackward, step);
     vtkDataArray* const from = lines->GetCellData()->GetArray("SeedIds");
     vtkDataArray* const reasons = lines->GetCellData()->GetArray("ReasonForTermination");
@@ -138,13 +138,11 @@ class Rounds {
     }
   }
 
-  Ptr<vtkPolyData> traced(vtkPoints* seeds, bool isBackward, double step) const
+  Ptr<vtkPolyData> traced(const std::vector<Vec>& seeds, bool isBackward, double step) const
   {
-    const auto start = make<vtkPolyData>();
-    start->SetPoints(seeds);
     const auto tracer = make<vtkStreamTracer>();
     tracer->SetInputData(m_cells);
-    tracer->SetSourceData(start);
+    tracer->SetSourceData(pointsAt(seeds));
     tracer->SetInputArrayToProcess(0, 0, 0, vtkDataObject::FIELD_ASSOCIATION_POINTS, m_search.field.c_str());
     tracer->SetIntegratorTypeToRungeKutta45();
     tracer->SetInterpolatorTypeToCellLocator();  // neighbours have points of their own at a seam
@@ -157,7 +155,7 @@ class Rounds {
       tracer->SetMinimumIntegrationStep(step);
       tracer->SetMaximumIntegrationStep(step);
     }
-    if (seeds->GetNumberOfPoints() > 0 && m_cells->GetNumberOfCells() > 0)
+    if (!seeds.empty() && m_cells->GetNumberOfCells() > 0)
       run(*tracer, "followStreams");
     return tracer->GetOutput();
   }
