@@ -22,8 +22,7 @@ class RecoveryLog;
 // One recording rule: the inverse of a change is in the history before the change is made, and is taken out again,
 // which cannot fail, when the change threw and left nothing behind. The database deletes an object with its contents,
 // which the list names one by one behind it: their inverses are part of the one change. Replays pass over what is
-// there already, so an inverse may stand there whose change came to nothing; of a group only those stay that were made,
-// unless somebody has recorded behind it (an update without action, submitted meanwhile).
+// there already, so an inverse may stand there whose change came to nothing; of a group only those stay that were made.
 //
 // Objects are created when a parameter needs them, for a replay may meet parameters before their object. A
 // path that was reported new and got no parameter yet waits; whenever an object is created, those waiting are
@@ -62,6 +61,7 @@ class UpdateProcessor : public KSLChangeProcessor {
   // How many changes it applied of a group, `at` of which are: all the others, or none when they are to be applied one
   // by one.
   std::size_t applyGroup(const ChangeGroup& group, std::size_t at, Progress& progress);
+  class GroupRecord;
   void createGroup(const ChangeGroup& group, Progress& progress);
   void removeGroup(const ChangeGroup& group);
   void changeParam(const ChangeGroup& group);
