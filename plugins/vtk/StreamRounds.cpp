@@ -7,14 +7,17 @@
 #include "running.h"
 
 #include <algorithm>
+#include <cmath>
 #include <numeric>
 #include <vtkCellArray.h>
 #include <vtkCellData.h>
+#include <vtkExtractCells.h>
 #include <vtkIdList.h>
 #include <vtkIdTypeArray.h>
 #include <vtkPointData.h>
 #include <vtkPoints.h>
 #include <vtkStreamTracer.h>
+#include <vtkUnstructuredGrid.h>
 
 namespace results {
 
@@ -99,9 +102,12 @@ class Rounds {
       if (m_heads[i].isBackward == isBackward)
         heads.push_back(i);
     std::vector<Way> ways(m_heads.size());
+    follow(*m_cells, heads, isBackward, usualStep, ways);
     // A tracer stops up to a step before it would leave the cells: it comes ever closer in ever smaller steps.
-    for (const double step : {usualStep, usualStep / 10, usualStep / 100, usualStep / 1000}) {
-      follow(heads, isBackward, step, ways);
+    std::erase_if(heads, [&ways](std::size_t head) { return !ways[head].leaves; });
+    const Ptr<vtkDataSet> atEnds = cellsRoundEnds(heads, ways);
+    for (const double step : {usualStep / 10, usualStep / 100, usualStep / 1000}) {
+      follow(*atEnds, heads, isBackward, step, ways);
       std::erase_if(heads, [&ways](std::size_t head) { return !ways[head].leaves; });
     }
     for (std::size_t i = 0; i < ways.size(); ++i) {
@@ -112,13 +118,47 @@ class Rounds {
     }
   }
 
-  void follow(const std::vector<std::size_t>& heads, bool isBackward, double step, std::vector<Way>& ways)
+  // Those beside the places that lines have come to: a tracer prepares all cells that it is given. Who leaves these alone
+  // goes on in the next round.
+  Ptr<vtkDataSet> cellsRoundEnds(const std::vector<std::size_t>& heads, const std::vector<Way>& ways) const
+  {
+    std::vector<Vec> ends;
+    ends.reserve(heads.size());
+    for (const std::size_t head : heads)
+      ends.push_back(ways[head].next);
+    std::sort(ends.begin(), ends.end());
+    const auto wanted = make<vtkIdList>();
+    for (vtkIdType cell = 0; !ends.empty() && cell < m_cells->GetNumberOfCells(); ++cell) {
+      if (cell % 4096 == 0)
+        orv::Progress::step();
+      std::array<double, 6> box{};
+      m_cells->GetCellBounds(cell, box.data());
+      const double size = length(Vec{box[1] - box[0], box[3] - box[2], box[5] - box[4]});
+      const auto isBeside = [&](const Vec& end, std::size_t axis) {
+        return end.at(axis) >= box.at(2 * axis) - size && end.at(axis) <= box.at(2 * axis + 1) + size;
+      };
+      auto end = std::lower_bound(ends.begin(), ends.end(), Vec{box[0] - size, -HUGE_VAL, -HUGE_VAL});
+      while (end != ends.end() && isBeside(*end, 0) && !(isBeside(*end, 1) && isBeside(*end, 2)))
+        ++end;
+      if (end != ends.end() && isBeside(*end, 0))
+        wanted->InsertNextId(cell);
+    }
+    const auto extract = make<vtkExtractCells>();
+    extract->SetInputData(m_cells);
+    extract->SetCellList(wanted);
+    if (wanted->GetNumberOfIds() > 0)
+      run(*extract, "followStreams");
+    return extract->GetOutput();
+  }
+
+  void follow(vtkDataSet& cells, const std::vector<std::size_t>& heads, bool isBackward, double step,
+              std::vector<Way>& ways)
   {
     std::vector<Vec> seeds;
     seeds.reserve(heads.size());
     for (const std::size_t head : heads)
       seeds.push_back(ways[head].length > 0 ? ways[head].next : m_heads[head].at);
-    const Ptr<vtkPolyData> lines = traced(seeds, isBackward, step);
+    const Ptr<vtkPolyData> lines = traced(cells, seeds, isBackward, step);
     vtkDataArray* const from = lines->GetCellData()->GetArray("SeedIds");
     vtkDataArray* const reasons = lines->GetCellData()->GetArray("ReasonForTermination");
     const auto ids = make<vtkIdList>();
@@ -138,10 +178,11 @@ class Rounds {
     }
   }
 
-  Ptr<vtkPolyData> traced(const std::vector<Vec>& seeds, bool isBackward, double step) const
+  Ptr<vtkPolyData> traced(vtkDataSet& cells, const std::vector<Vec>& seeds, bool isBackward,
+                          double step) const
   {
     const auto tracer = make<vtkStreamTracer>();
-    tracer->SetInputData(m_cells);
+    tracer->SetInputData(&cells);
     tracer->SetSourceData(pointsAt(seeds));
     tracer->SetInputArrayToProcess(0, 0, 0, vtkDataObject::FIELD_ASSOCIATION_POINTS, m_search.field.c_str());
     tracer->SetIntegratorTypeToRungeKutta45();
@@ -155,7 +196,7 @@ class Rounds {
       tracer->SetMinimumIntegrationStep(step);
       tracer->SetMaximumIntegrationStep(step);
     }
-    if (!seeds.empty() && m_cells->GetNumberOfCells() > 0)
+    if (!seeds.empty() && cells.GetNumberOfCells() > 0)
       run(*tracer, "followStreams");
     return tracer->GetOutput();
   }
@@ -186,7 +227,7 @@ class Rounds {
       if (by[i] == static_cast<std::size_t>(Communicator::instance().rank()))
         keep(m_parts[i], head);
       const double left = head.reach - best[i].length;
-      if (best[i].leaves && left > 0 && best[i].length > 1e-6 * m_size && !Communicator::instance().isAlone())
+      if (best[i].leaves && left > 0 && best[i].length > 1e-6 * m_size)
         next.push_back({head.line, best[i].next, left, head.isBackward});
     }
     m_heads = std::move(next);
