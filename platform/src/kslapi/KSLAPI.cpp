@@ -6,6 +6,7 @@
 #include "StoreLoader.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace orv {
 
@@ -101,8 +102,10 @@ std::string_view KSLLines::from(std::size_t index) const
 
 void KSLLines::forgetBefore(std::size_t index) noexcept
 {
-  for (; m_forgotten < index / pieceLines; ++m_forgotten)
-    m_pieces[m_forgotten] = Piece();
+  for (; m_forgotten < index / pieceLines; ++m_forgotten) {
+    Piece gone;  // an assigned text would keep the memory that it has
+    std::swap(m_pieces[m_forgotten], gone);
+  }
 }
 
 std::vector<std::string> KSLLines::copy() const
