@@ -131,6 +131,29 @@ ExpressionValue ExpressionDef::evaluate(const std::vector<const ExpressionValue*
   }
 }
 
+// Units may hold any letters, where nothing in them or before them could make a list come apart within. The letter of an
+// exponent stands behind a digit or a point; a name there would be a fault of syntax.
+bool ExpressionDef::mayUseNames(std::string_view text) noexcept
+{
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    const auto letter = static_cast<unsigned char>(text[i] | 0x20);
+    if (text[i] == '[') {
+      const std::size_t end = text.find_first_of("](){}[,\"", i + 1);
+      if (end == std::string_view::npos || text[end] != ']')
+        return true;
+      i = end;
+    } else if (text[i] == '"') {
+      return true;
+    } else if (letter >= 'a' && letter <= 'z') {
+      const bool isExponent =
+          letter == 'e' && i > 0 && (text[i - 1] == '.' || (text[i - 1] >= '0' && text[i - 1] <= '9'));
+      if (!isExponent)
+        return true;
+    }
+  }
+  return false;
+}
+
 bool ExpressionDef::isName(std::string_view text)
 {
   ExpressionLexer lexer(text);
