@@ -421,6 +421,13 @@ bool ParamDefinition::isPureNumeric() const
 
 // ------------------------------------------------------------------------------------------------------ names
 
+bool ParamDefinition::mayName() const
+{
+  if (getValue().empty())
+    return false;
+  return !getRemoteType().empty() || (isExpression() && ExpressionDef::mayUseNames(getValue()));
+}
+
 bool ParamDefinition::isExpression() const
 {
   static constexpr std::string_view numbers[] = {"Real",    "Real Triplet", "Real List",

@@ -119,6 +119,7 @@ ParamLayout& ParamSet::writableLayout()
     m_layout = refcnt_ptr<ParamLayout>(new ParamLayout);
   else if (m_layout->refCount() > 1)
     m_layout = refcnt_ptr<ParamLayout>(new ParamLayout(*m_layout));
+  m_layout->m_knowsNaming = false;
   return *m_layout;
 }
 

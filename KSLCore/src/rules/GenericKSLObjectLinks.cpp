@@ -111,10 +111,14 @@ std::vector<const KSLObject*> GenericKSLObject::namedObjects(const ParamDefiniti
 
 void GenericKSLObject::linkDefaults()
 {
-  forEachParam([this](const ParamDefinition& param) {
+  const auto link = [this](const ParamDefinition& param) {
     if (!param.getValue().empty() && mayLink(param, param.getValue()))
       nameLink(param).setDue();
-  });
+  };
+  if (isPlainClass())
+    forEachNamingParam(link);
+  else  // which may link what this class does not
+    forEachParam(link);
 }
 
 void GenericKSLObject::createDelayedParamLinks()
@@ -175,12 +179,16 @@ void GenericKSLObject::noteSet(const ParamDefinition& param)
 // What can fail comes before the value is stored.
 std::string GenericKSLObject::setValueInternal(ParamDefinition* param, const std::string& value)
 {
+  const bool allowed = takeAllowed();
   if (!param || getName().empty())  // a prototype links and marks nothing
     return DataKSLObject::setValueInternal(param, value);
   NameLink* link = mayLink(*param, value) ? &nameLink(*param) : nullptr;
   if (LinkTransaction::current()) {  // which forgets its notes when the command fails
     noteSet(*param);
-    return DataKSLObject::setValueInternal(param, value);
+    if (!allowed)
+      return DataKSLObject::setValueInternal(param, value);
+    storeAllowed(*param, value);
+    return {};
   }
   std::string old;
   if (link || (link = findNameLink(param->getName()))) {
