@@ -432,9 +432,13 @@ bool ParamDefinition::isExpression() const
 {
   static constexpr std::string_view numbers[] = {"Real",    "Real Triplet", "Real List",
                                                  "Integer", "Integer List", "Quantity"};
-  return typeIs("Expression")
+  const std::string_view type = getType();
+  const char first = type.empty() ? '\0' : type.front();
+  if (first != 'E' && first != 'R' && first != 'I' && first != 'Q')
+    return false;  // of most
+  return type == "Expression"
          || (!isInternal() && getRemoteType().empty()
-             && std::find(std::begin(numbers), std::end(numbers), getType()) != std::end(numbers));
+             && std::find(std::begin(numbers), std::end(numbers), type) != std::end(numbers));
 }
 
 }  // namespace orv

@@ -73,7 +73,7 @@ void NameFinder::makeParentLinks()
       m_found.list.emplace_back();
       continue;
     }
-    const ReferenceResolver::Hit hit = resolver.find(item);
+    const ReferenceResolver::Hit hit = resolver.findItem(item);
     if (hit.object)
       addTarget(hit.object, hit.fits);
     else

@@ -1,7 +1,7 @@
 #include "rules/SchedulerObject.h"
 
 #include "platform/ORVError.h"
-#include "database/KSLObject.h"
+#include "rules/computing.h"
 #include "SchedulerWalk.h"
 
 #include <algorithm>
@@ -179,7 +179,8 @@ SchedulerOwner& SchedulerObject::findSupport()
   // Both messages name the member, on purpose, not the object.
   if (!m_owner)
     throw internal::nullPointer(schedulerObjectClass, "update", _("Null pointer to %s.", "m_name"));
-  m_support = dynamic_cast<SchedulerOwner*>(m_owner);
+  GenericKSLObject* const usual = computing(m_owner);
+  m_support = usual ? usual : dynamic_cast<SchedulerOwner*>(m_owner);
   if (!m_support)
     throw internal::nullPointer(schedulerObjectClass, "update",
                                 _("Object %s has scheduler but is not GenericKSLObject.", "m_name"));

@@ -135,14 +135,17 @@ ExpressionValue ExpressionDef::evaluate(const std::vector<const ExpressionValue*
 // exponent stands behind a digit or a point; a name there would be a fault of syntax.
 bool ExpressionDef::mayUseNames(std::string_view text) noexcept
 {
+  bool inUnits = false;
   for (std::size_t i = 0; i < text.size(); ++i) {
-    const auto letter = static_cast<unsigned char>(text[i] | 0x20);
-    if (text[i] == '[') {
-      const std::size_t end = text.find_first_of("](){}[,\"", i + 1);
-      if (end == std::string_view::npos || text[end] != ']')
+    const char c = text[i];
+    const auto letter = static_cast<unsigned char>(c | 0x20);
+    if (inUnits) {
+      inUnits = c != ']';
+      if (c == '[' || c == '"' || c == ',' || c == '(' || c == ')' || c == '{' || c == '}')
         return true;
-      i = end;
-    } else if (text[i] == '"') {
+    } else if (c == '[') {
+      inUnits = true;
+    } else if (c == '"') {
       return true;
     } else if (letter >= 'a' && letter <= 'z') {
       const bool isExponent =
@@ -151,7 +154,7 @@ bool ExpressionDef::mayUseNames(std::string_view text) noexcept
         return true;
     }
   }
-  return false;
+  return inUnits;
 }
 
 bool ExpressionDef::isName(std::string_view text)
