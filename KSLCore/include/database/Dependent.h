@@ -2,12 +2,12 @@
 #pragma once
 
 #include "platform/ORVExport.h"
+#include "platform/ORVUtilities.h"
 
 #include <functional>
 #include <set>
 #include <string>
 #include <string_view>
-#include <tuple>
 #include <utility>
 
 namespace orv {
@@ -19,23 +19,24 @@ class ParamDefinition;
 // both. Ordered by path, then name.
 class ORV_API Dependent {
  public:
-  // REQUIRES: neither is null. Takes the object's path of now.
+  // REQUIRES: neither is null. Shares the object's path of now.
   Dependent(const KSLObject* object, const ParamDefinition* param);
-  Dependent(std::string objPath, std::string paramName)
-      : m_objPath(std::move(objPath)),
+  Dependent(const std::string& objPath, std::string paramName)
+      : m_objPath(objPath),
         m_paramName(std::move(paramName))
   {}
 
-  const std::string& getObjPath() const { return m_objPath; }
+  const std::string& getObjPath() const { return m_objPath.str(); }  // takes what KSLObject::getPath takes
+  const SharedText& getSharedPath() const { return m_objPath; }
   const std::string& getParamName() const { return m_paramName; }
 
   // What is sought in a set, without a copy of the texts: forgetting a dependent must not take memory.
   struct Key {
-    std::string_view objPath;
+    const SharedText& objPath;
     std::string_view paramName;
     bool operator<(const Key& other) const
     {
-      return std::tie(objPath, paramName) < std::tie(other.objPath, other.paramName);
+      return objPath == other.objPath ? paramName < other.paramName : objPath < other.objPath;
     }
   };
   Key key() const { return {m_objPath, m_paramName}; }
@@ -49,7 +50,7 @@ class ORV_API Dependent {
   friend bool operator<(const Key& key, const Dependent& dependent) { return key < dependent.key(); }
 
  private:
-  std::string m_objPath;
+  SharedText m_objPath;
   std::string m_paramName;
 };
 

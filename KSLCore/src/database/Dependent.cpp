@@ -6,7 +6,8 @@
 namespace orv {
 
 Dependent::Dependent(const KSLObject* object, const ParamDefinition* param)
-    : Dependent(object->getPath(), param->getName())
+    : m_objPath(object->getSharedPath()),
+      m_paramName(param->getName())
 {}
 
 }  // namespace orv

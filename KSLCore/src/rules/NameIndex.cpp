@@ -38,7 +38,7 @@ namespace {
 template <class Visit>
 void forEachLinkOf(const KSLObject* place, std::string_view name, Visit visit)
 {
-  const auto* computing = place->getPath().empty() ? nullptr : dynamic_cast<const GenericKSLObject*>(place);
+  const auto* computing = place->hasPath() ? dynamic_cast<const GenericKSLObject*>(place) : nullptr;
   if (!computing || !computing->nameLinks())
     return;
   for (auto& [param, link] : *computing->nameLinks()) {
