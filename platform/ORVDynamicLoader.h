@@ -4,6 +4,7 @@
 #include "platform/ORVException.h"
 #include "platform/ORVInterfaceStamp.h"
 
+#include <cstddef>
 #include <functional>
 #include <map>
 #include <memory>
@@ -60,6 +61,8 @@ class ORV_API SharedLibrary {
   // makes what getInstance gives, null for a name that it does not know. An empty source takes them away.
   using Source = std::function<CalculateFunction*(const std::string& function)>;
   void provide(const std::string& library, Source source);
+  // How often these were given, or taken away: what they compute may be another thing each time.
+  std::size_t getTimesProvided(const std::string& library) const;
   // Why the last getInstance gave null, in words for the user; empty after a success.
   const std::string& getLastError() const { return m_lastError; }
   // Loads a library before its first function is asked for; false as getInstance gives null. True for one that the program
@@ -72,7 +75,11 @@ class ORV_API SharedLibrary {
   using Factory = CalculateFunction* (*)();
   Factory find(const std::string& library, const std::string& function);  // as open
   void* open(const std::string& library);  // null, with m_lastError set, when it cannot be loaded
-  std::map<std::string, Source> m_sources;
+  struct Provided {
+    Source source;  // empty once it is taken away
+    std::size_t times = 0;
+  };
+  std::map<std::string, Provided> m_provided;
   std::map<std::string, void*> m_handles;  // by the name asked for
   std::string m_lastError;
 };

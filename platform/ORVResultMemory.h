@@ -24,8 +24,9 @@ class ORV_API ResultKey {
   ResultKey& add(const char* text) { return add(std::string_view(text)); }
   ResultKey& add(double number);
   ResultKey& add(const ResultKey& result);
-  // A file or directory: its whole name, its size, and when it was written. Also one that is not there. While a command is
-  // taken back, what counted when a command asked last that ended well: the results are those that were there before.
+  // A file or directory: its whole name, which file that is, its size, when it was written, and when anything of it last
+  // changed. Also one that is not there. While a command is taken back, what counted when a command asked last that ended
+  // well: the results are those that were there before.
   ResultKey& addFile(const std::string& name);
   template <class... Parts>
   ResultKey& addAll(const Parts&... parts)

@@ -57,6 +57,8 @@ class ORV_API ChangeGroup {
   bool take(const SharedText& path, const store::ParamRun& params);
   // Forgets the last changes until so many are left.
   void truncate(std::size_t size) noexcept;
+  // Its changes from one on. REQUIRES: it lists parameters in ascending order, an object first or not at all.
+  ChangeGroup from(std::size_t index) const;
 
  private:
   SharedText m_path;
@@ -71,13 +73,17 @@ class ORV_API ChangeGroups {
   // The last parameter of a node is new.
   static void addNewest(KSLChangeList& list, const SharedText& path, const store::ParamRun& params);
 
+  // Forgets the last changes of the group that begins with this one, until so many of it are left, at least one. What
+  // stands behind it moves up.
+  static void cut(KSLChangeList& list, std::size_t change, std::size_t size) noexcept;
+
   // Finds the group that a change is in; quick when asked for one change after the other. The list may be changed
   // meanwhile.
   class ORV_API Cursor {
    public:
-    explicit Cursor(const KSLChangeList& list);
+    explicit Cursor(const KSLChangeList& list) noexcept;
     // REQUIRES: the list has the change. The pointer holds until the list is changed.
-    const ChangeGroup* find(std::size_t change);
+    const ChangeGroup* find(std::size_t change) noexcept;
     std::size_t first() const noexcept { return m_first; }  // change of the group found
 
    private:

@@ -105,6 +105,28 @@ TEST(Reentry, ATextFromWithinAnUpdateIsPartOfIt)
   }
 }
 
+// What an update without action records in the midst of an object's parameters stands between theirs.
+TEST(Reentry, WhatIsRecordedMeanwhileIsTakenBackInItsTurn)
+{
+  TestSystem system;
+  system.run("A: a\nx = 1\nEND");
+  const std::string before = system.render(*system.interface()->getHistoryStack()->top());
+  const auto enter = [&](const std::string& text) {
+    Meddler meddler([&] { system.run("A: a\nx = 2\nEND\nC: n\nx = 1\nEND", kslUpdateNoAction); });
+    system.run(text);
+  };
+  enter("B: b\nx = 1\ny = 2\nz = 3\nq = 4\nEND");
+  EXPECT_EQ(system.errorList().size(), 1U);
+  EXPECT_EQ(system.state(), "A:a\n  x = 1\nEND\n");
+  EXPECT_EQ(system.render(*system.interface()->getHistoryStack()->top()), before);
+  enter("B: b\nx = 1\ny = 2\nz = 3\nEND");
+  EXPECT_EQ(system.render(*system.interface()->getHistoryStack()->top()),
+            "delete /B:b\ndrop /B:b x (1)\nchange /A:a x = 1 (2)\ndelete /C:n\ndrop /C:n x (1)\n"
+            "drop /B:b y (2)\ndrop /B:b z (3)\n");
+  system.run("> undo");
+  EXPECT_EQ(system.state(), "A:a\n  x = 1\nEND\n");
+}
+
 TEST(Reentry, AModifierMayBeReplacedWhileItsListIsWritten)
 {
   TestSystem system;

@@ -36,7 +36,7 @@ TEST(ResultKey, SaysAllThatWasAdded)
   EXPECT_EQ(ResultKey("ab").addAll(0.0, "c"), ResultKey("ab").add(-0.0).add("c"));
 }
 
-TEST(ResultKey, FilesAreTheirNameSizeAndTime)
+TEST(ResultKey, FilesAreTheirNameAndWhatItLeadsTo)
 {
   const TempFolder folder;
   const std::filesystem::path file = folder / "a";
@@ -51,10 +51,19 @@ TEST(ResultKey, FilesAreTheirNameSizeAndTime)
   keys.push_back(key());
   std::filesystem::last_write_time(file, then + std::chrono::seconds(1));
   keys.push_back(key());
+  std::filesystem::last_write_time(folder.write("c", "321"), then + std::chrono::seconds(1));
+  std::filesystem::rename(folder / "c", file);
+  keys.push_back(key());
   std::filesystem::rename(file, folder / "b");
   keys.push_back(ResultKey("read").addFile(folder / "b"));
   EXPECT_EQ(std::set<ResultKey>(keys.begin(), keys.end()).size(), keys.size());
   EXPECT_EQ(key(), keys.front());
+  std::filesystem::create_directories(folder / "far/end");
+  std::filesystem::create_symlink("far/end", folder / "link");
+  const auto behind = [&] { return ResultKey("read").addFile(folder / "link" + "/../a"); };
+  const ResultKey before = behind();
+  folder.write("far/a", "1");
+  EXPECT_NE(behind(), before);
 }
 
 struct Result {
@@ -196,6 +205,11 @@ TEST_F(ResultMemoryTest, ResultsAreWholeAsLongAsAnybodyHasThem)
   EXPECT_EQ(second->holds.front()->number, 1);
   EXPECT_FALSE(isKnown(2));
   EXPECT_NE(get(2), second);
+  for (int number = 3; number < 20000; ++number)
+    second = get(number, 1, {second});
+  ResultMemory::destroyInstance();
+  second.reset();
+  EXPECT_EQ(Result::alive, 0);
 }
 
 // Whatever is wanted, held and let go: what is in use is found, the rest is within the limit, and nothing else lives.

@@ -9,6 +9,7 @@
 #include <numeric>
 #include <optional>
 #include <random>
+#include <stdexcept>
 #include <vector>
 
 namespace orv {
@@ -99,6 +100,22 @@ TEST(LinkMap, HoldsWhatAMapHolds)
     for (const int order : {0, 1, 2})
       checkAgainstAMap(size, order);
   }
+}
+
+// One more would count as a link to somebody else.
+TEST(LinkMap, RefusesMoreLinksThanAnEdgeCanCount)
+{
+  SchedulerObject key;
+  SchedulerObject next;
+  LinkMap map;
+  map.add(&next);
+  for (int i = 0; i < LinkMap::Entry::mostLinks; ++i)
+    map.add(&key);
+  EXPECT_THROW(map.add(&key), std::length_error);
+  EXPECT_EQ(pairsOf(map), (Pairs{{&key, LinkMap::Entry::mostLinks}, {&next, 1}}));
+  map.remove(&key);
+  map.add(&key);
+  EXPECT_EQ(map.count(&key), LinkMap::Entry::mostLinks);
 }
 
 }  // namespace

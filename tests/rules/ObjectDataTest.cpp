@@ -20,9 +20,12 @@ const char* const rules =
     "Local Type = Data\nRemote Type = Data\nEND\n"
     "PARAMETER: Field\nLocal Type = Data\nRemote Type = Data\nRemote Optional = True\nEND\n"
     "PARAMETER: Size\nParameter Type = Real List\nLocal Type = Data\nDefault = 0\nEND\n"
+    "PARAMETER: Shift\nParameter Type = Real List\nLocal Type = Data\nDefault = 0\nEND\n"
     "PARAMETER: Tint\nLocal Type = Look\nEND\nPARAMETER: Note\nEND\n"
+    "OBJECT: BARE\nKSLObject Class = GenericKSLObject\nScheduler = Data\nEND\n"
     "OBJECT: N\nKSLObject Class = GenericKSLObject\nScheduler = Data, Look\nScheduler Links = Data, Look\n"
-    "Calculate Function = Data, counted, keep\nOptional Parameter List = From, Field, Size, Tint, Note\n"
+    "Calculate Function = Data, counted, keep\nOptional Parameter List = From, Field, Size, Shift, Tint, "
+    "Note\n"
     "Internal Parameter List = Sum\nEND\nPARAMETER: Sum\nEND\nEND\n";
 
 // Says how many there are, and of what size; what it is made from is shared.
@@ -168,6 +171,36 @@ TEST_F(ObjectDataTest, ResultsAreFoundByWhatTheyWereComputedFrom)
     EXPECT_EQ(Keep::log, wanted) << "redo of " << text;
   }
   EXPECT_EQ(sizes(), "1 4 4 of 3");
+}
+
+// Each of a pair is read, or computed, otherwise than the other.
+TEST_F(ObjectDataTest, KeysTellApartWhatIsNotTheSame)
+{
+  struct Idle : CalculateFunction {
+    void calculate(KSLObject*, const std::string&) override {}
+  };
+  const auto provide = [] {
+    SharedLibrary::instance()->provide("libcounted.so", [](const std::string&) { return new Idle; });
+  };
+  provide();
+  enter("BARE: p\nEND\nBARE: q\nEND\nN: a\nEND\n");
+  const auto* object = dynamic_cast<const GenericKSLObject*>(ObjectDB::instance()->getObjectByPath("/N:a"));
+  const auto keyOf = [&](const std::string& line) {
+    EXPECT_EQ(enter("N: a\n" + line + "\nEND\n"), "");
+    return object->resultKey("Data");
+  };
+  for (const auto& [line, other] : std::vector<std::pair<std::string, std::string>>{
+           {"Shift = 20 [K]", "Shift = 30 [K] - 10 [K]"},  // in degrees Celsius
+           {"From = p", "From = q"},
+           {"From = p", "From = p, q"},
+           {"Shift = ?, Size, ?\nSize =", "Shift = ?\nSize = ?, Size"}}) {
+    const ResultKey before = keyOf(line);
+    EXPECT_NE(keyOf(other), before) << other;
+    EXPECT_EQ(keyOf(line), before) << line;
+  }
+  const ResultKey before = object->resultKey("Data");
+  provide();
+  EXPECT_NE(object->resultKey("Data"), before);
 }
 
 TEST_F(ObjectDataTest, NothingIsLeftOfACalculationThatFailed)

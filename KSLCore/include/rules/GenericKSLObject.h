@@ -106,8 +106,8 @@ class ORV_API GenericKSLObject : public DataKSLObject, public SchedulerOwner {
   // What a calculation of this scheduler makes hangs on this, for the ResultMemory: the function; the values of the
   // parameters with this Local Type, of those that name none, and of those of schedulers that come before it in this
   // object, expressions by what they give now; and what those schedulers keep, and those of the objects that these
-  // parameters name keep for them. Of what keeps nothing, the values of all its parameters count. Not in it are the object's
-  // own name and path, files, units that are preferred, and whatever else a function asks: it adds these. Throws as
+  // parameters name keep for them. Of what keeps nothing, its path and the values of all its parameters count. Not in it are
+  // the object's own name and path, files, units that are preferred, and whatever else a function asks: it adds these. Throws as
   // getSchedulerObject. O(values).
   ResultKey resultKey(const std::string& schedulerType) const;
   // The same without what other objects and schedulers keep, and without the names of references that have to name an

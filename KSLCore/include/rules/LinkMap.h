@@ -21,15 +21,14 @@ class ORV_API LinkMap {
   // Serial number and count are one word, written and read as a whole: one that is written in parts and then copied
   // makes processors wait.
   struct Entry {
+    static constexpr unsigned countBits = 24;
+    static constexpr int mostLinks = (1 << countBits) - 1;
+
     SchedulerObject* first = nullptr;
     std::uint64_t word = 0;
 
-    std::uint64_t serial() const noexcept { return word >> countBits; }  // of the scheduler
-    int count() const noexcept
-    {
-      return static_cast<int>(word & ((1U << countBits) - 1));
-    }  // links; positive
-    static constexpr unsigned countBits = 24;
+    std::uint64_t serial() const noexcept { return word >> countBits; }        // of the scheduler
+    int count() const noexcept { return static_cast<int>(word & mostLinks); }  // links; positive
   };
   static_assert(sizeof(Entry) == 16);
   class const_iterator;
@@ -59,7 +58,8 @@ class ORV_API LinkMap {
   // during the pass are met or missed by where they stand. O(1) while the neighbourhood stays as it is.
   SchedulerObject* next(Cursor& cursor) const noexcept;
 
-  // Adds one link; true when that made the edge. Unchanged when memory runs out.
+  // Adds one link; true when that made the edge. Unchanged when memory runs out, and by std::length_error, when an edge has
+  // `mostLinks` already.
   bool add(SchedulerObject* key);
   // Takes one link away, if there is any; true when the edge went with it.
   bool remove(const SchedulerObject* key) noexcept;

@@ -85,25 +85,66 @@ std::size_t UpdateProcessor::applyGroup(const ChangeGroup& group, std::size_t at
   return group.size();
 }
 
+// The inverses of a group, in the history from before the first change is made; when this ends, those of the changes that
+// were made. Others may record meanwhile: what they did then stands behind the change that they did it in, and before
+// the next one.
+class UpdateProcessor::GroupRecord {
+ public:
+  GroupRecord(KSLChangeList& history, ChangeGroup inverse)
+      : m_history(history),
+        m_inverse(std::move(inverse)),
+        m_begin(history.size())
+  {
+    ChangeGroups::add(m_history, m_inverse);
+    m_end = m_history.size();
+  }
+  GroupRecord(const GroupRecord&) = delete;
+  GroupRecord& operator=(const GroupRecord&) = delete;
+  // The one that failed stays when it may have been recorded upon.
+  ~GroupRecord()
+  {
+    if (m_history.size() > m_end)
+      ChangeGroups::cut(m_history, m_begin, m_done + 1 - m_first);
+    else if (m_history.size() == m_end)
+      m_history.truncate(m_begin + m_done - m_first);
+  }
+
+  void did(std::size_t changes)
+  {
+    m_done = changes;
+    if (m_history.size() <= m_end)
+      return;
+    ChangeGroups::cut(m_history, m_begin, m_done - m_first);
+    m_first = m_done;
+    m_begin = m_end = m_history.size();
+    if (m_done == m_inverse.size())
+      return;
+    ChangeGroups::add(m_history, m_inverse.from(m_done));
+    m_end = m_history.size();
+  }
+
+ private:
+  KSLChangeList& m_history;
+  const ChangeGroup m_inverse;
+  std::size_t m_begin;      // of what stands in the history
+  std::size_t m_end = 0;    // and its end; more is others'
+  std::size_t m_first = 0;  // change of the group that stands at the begin
+  std::size_t m_done = 0;
+};
+
 void UpdateProcessor::createGroup(const ChangeGroup& group, Progress& progress)
 {
   const ChangeGroup::Listed& all = *group.listed();
-  const std::size_t before = m_history->size();
-  ChangeGroups::add(*m_history, group.inverse());
-  const std::size_t after = m_history->size();
+  GroupRecord record(*m_history, group.inverse());
   std::size_t done = 0;
-  ScopeGuard unrecord([&] {
-    if (m_history->size() == after)  // else others have recorded since
-      m_history->truncate(before + done);
-  });
   if (all.object == ChangeGroup::Object::first) {
     if (all.params() == 0)
       newObject(group.path());
-    ++done;
+    record.did(++done);
   }
   KSLObject* object = nullptr;
   std::size_t count = 0;
-  for (std::size_t i = all.from; i < all.run.size(); ++i, ++done) {
+  for (std::size_t i = all.from; i < all.run.size(); ++i) {
     if (done > 0)
       progress.advance(m_visited + done);
     const store::Param& param = all.run[i];
@@ -115,8 +156,8 @@ void UpdateProcessor::createGroup(const ChangeGroup& group, Progress& progress)
       if (object)
         object->setWhole(param.name.str(), param.value);
     });
+    record.did(++done);
   }
-  unrecord.dismiss();
 }
 
 void UpdateProcessor::changeParam(const ChangeGroup& group)

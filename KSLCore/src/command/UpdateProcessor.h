@@ -70,6 +70,7 @@ class UpdateProcessor : public KSLChangeProcessor {
   // How many changes it applied of a group, `at` of which are: all the others, or none when they are to be applied one
   // by one.
   std::size_t applyGroup(const ChangeGroup& group, std::size_t at, Progress& progress);
+  class GroupRecord;
   void createGroup(const ChangeGroup& group, Progress& progress);
   void removeGroup(const ChangeGroup& group);
   void changeParam(const ChangeGroup& group);

@@ -1,4 +1,5 @@
 // What results of calculations hang on, as the RULES tell it.
+#include "platform/ORVDynamicLoader.h"
 #include "platform/ORVException.h"
 #include "platform/ORVExpressions.h"
 #include "database/EvaluatingObject.h"
@@ -40,8 +41,8 @@ bool mustNameObjects(const GenericKSLObject& object, const ParamDefinition& para
 void addItem(ResultKey& key, const ParamDefinition& param, const std::string& item)
 {
   try {
-    const ExpressionValue value = ExpressionEvaluator::evaluate(item, param.getName());
-    key.addAll(value.getNumber(), value.getQuantity().getUnits());
+    const Quantity value = ExpressionEvaluator::evaluate(item, param.getName()).getQuantity();
+    key.addAll(value.getValue(), value.getUnits(), value.isDifference() ? "difference" : "");
   } catch (const Interrupt&) {
     throw;
   } catch (const Error&) {
@@ -57,30 +58,32 @@ void addValue(ResultKey& key, const KSLObject& object, const ParamDefinition& pa
     return;
   }
   const EvaluatingObject scope(&object);
-  for (const std::string& item : param.splitValue())
+  const std::vector<std::string> items = param.splitValue();
+  key.add(static_cast<double>(items.size()));
+  for (const std::string& item : items)
     addItem(key, param, item);
 }
 
 // What others may read of an object that keeps nothing.
-void addAllValues(ResultKey& key, const KSLObject& object)
+ResultKey keyOfValues(const KSLObject& object)
 {
+  ResultKey key(object.getPath());
   object.forEachParam([&](const ParamDefinition& param) { addValue(key, object, param); });
+  return key;
 }
 
 void addResults(ResultKey& key, const KSLObject& object, std::string_view schedulerType)
 {
   const auto* computing = dynamic_cast<const GenericKSLObject*>(&object);
-  if (const ObjectData* data = computing ? computing->getData(schedulerType) : nullptr)
-    key.add(data->getKey());
-  else
-    addAllValues(key, object);
+  const ObjectData* data = computing ? computing->getData(schedulerType) : nullptr;
+  key.add(data ? data->getKey() : keyOfValues(object));
 }
 
 void addNamed(ResultKey& key, const KSLObject& object, const ParamDefinition& param)
 {
   const std::vector<std::string> items = param.splitValue();
   const std::vector<const KSLObject*> named = object.namedObjects(param);
-  key.add(param.getName());
+  key.add(param.getName()).add(static_cast<double>(items.size()));
   for (std::size_t i = 0; i < items.size(); ++i) {
     if (i < named.size() && named[i])
       addResults(key, *named[i], param.getRemoteType());
@@ -96,7 +99,8 @@ ResultKey GenericKSLObject::ownResultKey(const std::string& schedulerType) const
   getSchedulerObject(schedulerType);
   const SchedulerTypes::Function& function = m_types->entries()[m_types->find(schedulerType)].function;
   ResultKey key(schedulerType);
-  key.addAll(function.library, function.name);
+  const std::size_t provided = SharedLibrary::instance()->getTimesProvided(function.library);
+  key.addAll(function.library, static_cast<double>(provided), function.name);
   const std::set<std::string_view> types = typesUpTo(*m_types, schedulerType);
   forEachParam([&](const ParamDefinition& param) {
     const std::string& local = param.getLocalType();

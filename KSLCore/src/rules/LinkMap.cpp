@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <memory>
+#include <stdexcept>
 
 namespace orv {
 
@@ -82,6 +83,8 @@ bool LinkMap::add(SchedulerObject* key)
   const Place place = lowerBound(key->getSerial());
   const View in = view(place.chunk);
   if (place.slot < in.size && in.entries[place.slot].first == key) {
+    if (in.entries[place.slot].count() == Entry::mostLinks)
+      throw std::length_error("Too many links between two objects.");
     ++in.entries[place.slot].word;
     return false;
   }

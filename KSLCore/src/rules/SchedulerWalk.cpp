@@ -51,9 +51,9 @@ Diagnostic concernOf(const std::exception& failure)
 struct SchedulerObject::Graph::Calculation {
   const SchedulerObject* scheduler;
   Calculation* outer;
-  std::string lostName;
+  SharedText lostName;
 
-  const std::string& name() const { return scheduler ? scheduler->m_name : lostName; }
+  const std::string& name() const { return scheduler ? scheduler->m_name : lostName.str(); }
   std::string path() const { return scheduler ? scheduler->getPath() : std::string(); }
 
   // REQUIRES: called from a handler, of what the calculation threw. Reports it, or lets it out with what is known of
@@ -148,8 +148,8 @@ void SchedulerObject::Walk::forget(SchedulerObject& scheduler) noexcept
       continue;
     it->scheduler = nullptr;
     try {
-      it->lostName = scheduler.m_name;  // nested calculations of one scheduler need it each
-    } catch (...) {}                    // without memory the failure is told without the name
+      it->lostName = SharedText(scheduler.m_name);  // nested calculations of one scheduler need it each
+    } catch (...) {}                                // without memory the failure is told without the name
   }
 }
 
@@ -217,7 +217,7 @@ bool SchedulerObject::Walk::countIsRight(const SchedulerObject& scheduler)
   top()->clearPending(m_graph);
   {
     const AfterCalculation after(*this);
-    if (SchedulerTrace* trace = getTrace(); !trace || trace->mayCalculate(*top()))
+    if (SchedulerTrace* trace = m_graph.trace; !trace || trace->mayCalculate(*top()))
       calculate(*top());
   }
   if (!top())

@@ -139,4 +139,12 @@ void ChangeGroup::truncate(std::size_t size) noexcept
     all->run.truncate(all->run.size() - less);
 }
 
+ChangeGroup ChangeGroup::from(std::size_t index) const
+{
+  Listed rest = *listed();
+  rest.from += static_cast<std::uint32_t>(index - (rest.object == Object::first ? 1 : 0));
+  rest.object = Object::none;
+  return {m_path, std::move(rest)};
+}
+
 }  // namespace orv

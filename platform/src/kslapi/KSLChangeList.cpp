@@ -281,10 +281,22 @@ void ChangeGroups::addNewest(KSLChangeList& list, const SharedText& path, const 
   add(list, ChangeGroup(path, std::move(listed)));
 }
 
-ChangeGroups::Cursor::Cursor(const KSLChangeList& list) : m_list(list), m_cuts(list.m_cuts) {}
+void ChangeGroups::cut(KSLChangeList& list, std::size_t change, std::size_t size) noexcept
+{
+  Cursor cursor(list);
+  const ChangeGroup& group = *cursor.find(change);
+  const std::size_t less = group.size() - size;
+  const_cast<ChangeGroup&>(group).truncate(size);
+  ++list.m_cuts;
+  list.m_size -= less;
+  for (auto chunk = list.m_chunks.rbegin(); chunk != list.m_chunks.rend() && chunk->first > change; ++chunk)
+    chunk->first -= less;
+}
+
+ChangeGroups::Cursor::Cursor(const KSLChangeList& list) noexcept : m_list(list), m_cuts(list.m_cuts) {}
 
 // Where it was asked last, or just behind; else in the chunk that holds the change.
-const ChangeGroup* ChangeGroups::Cursor::find(std::size_t change)
+const ChangeGroup* ChangeGroups::Cursor::find(std::size_t change) noexcept
 {
   const auto& chunks = m_list.m_chunks;
   const auto isIn = [&] {

@@ -277,17 +277,23 @@ void* SharedLibrary::open(const std::string& library)
 
 void SharedLibrary::provide(const std::string& library, Source source)
 {
-  if (source)
-    m_sources[library] = std::move(source);
-  else
-    m_sources.erase(library);
+  Provided& provided = m_provided[library];
+  provided.source = std::move(source);
+  ++provided.times;
+}
+
+std::size_t SharedLibrary::getTimesProvided(const std::string& library) const
+{
+  const auto known = m_provided.find(library);
+  return known == m_provided.end() ? 0 : known->second.times;
 }
 
 bool SharedLibrary::load(const std::string& library)
 {
   m_lastError.clear();
   const std::lock_guard lock(SharedLocks::loader());
-  return m_sources.contains(library) || open(library);
+  const auto own = m_provided.find(library);
+  return (own != m_provided.end() && own->second.source) || open(library);
 }
 
 SharedLibrary::Factory SharedLibrary::find(const std::string& library, const std::string& function)
@@ -308,8 +314,8 @@ SharedLibrary::Factory SharedLibrary::find(const std::string& library, const std
 CalculateFunction* SharedLibrary::getInstance(const std::string& library, const std::string& function)
 {
   m_lastError.clear();
-  if (const auto own = m_sources.find(library); own != m_sources.end()) {
-    CalculateFunction* const made = own->second(function);
+  if (const auto own = m_provided.find(library); own != m_provided.end() && own->second.source) {
+    CalculateFunction* const made = own->second.source(function);
     if (!made)
       m_lastError = _("The program provides no function '%s' of library '%s'.", function, library);
     return made;

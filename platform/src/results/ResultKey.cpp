@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <filesystem>
 #include <map>
+#include <sys/stat.h>
 #include <utility>
 
 namespace orv {
@@ -26,15 +27,20 @@ struct Stamps {
 constinit ContextLocal<Stamps*> theStamps(ContextEnd::files,
                                           [] { delete std::exchange(*theStamps, nullptr); });
 
-std::string stampOf(const fs::path& path)
+std::string timeText(const timespec& time)
 {
-  std::error_code failure;
-  const fs::file_status status = fs::status(path, failure);
-  if (!fs::exists(status))
+  return std::to_string(time.tv_sec) + "." + std::to_string(time.tv_nsec);
+}
+
+// Files that were unpacked together have one time, and often one size: which of them it is counts, too. What sets a file's
+// time back cannot set back that it was changed.
+std::string stampOf(const std::string& path)
+{
+  struct stat is = {};
+  if (::stat(path.c_str(), &is) != 0)
     return "none";
-  const auto size = fs::is_regular_file(status) ? fs::file_size(path, failure) : 0;
-  const auto written = fs::last_write_time(path, failure).time_since_epoch().count();
-  return std::to_string(size) + " " + std::to_string(written);
+  return std::to_string(is.st_ino) + " " + std::to_string(is.st_size) + " " + timeText(is.st_mtim) + " "
+         + timeText(is.st_ctim);
 }
 
 }  // namespace
@@ -95,12 +101,13 @@ ResultKey& ResultKey::add(const ResultKey& result)
   return addPart('r', result.toString());
 }
 
+// What the name says, and what it leads to: behind a link, ".." is not the directory before it.
 ResultKey& ResultKey::addFile(const std::string& name)
 {
   std::error_code failure;
-  const fs::path path = fs::absolute(name, failure).lexically_normal();
-  addPart('f', path.native());
-  return addPart('s', fileStamp(path.native(), stampOf(path)));
+  const fs::path path = fs::absolute(name, failure);
+  addPart('f', path.lexically_normal().native());
+  return addPart('s', fileStamp(path.native(), stampOf(path.native())));
 }
 
 ResultKey ResultKey::unique()

@@ -21,6 +21,7 @@ namespace orv {
 
 struct ResultMemory::Entry {
   explicit Entry(const ResultKey& of) : key(of) {}
+  static void end(Entry* entry) noexcept;
 
   const ResultKey key;
   std::shared_ptr<const void> value;
@@ -117,6 +118,31 @@ void ResultMemory::endCommand() noexcept
 }
 
 // ------------------------------------------------------------------------------------------------------ what is in use
+
+namespace {
+
+// Entries that nobody has any more, by their `next`.
+struct Ending {
+  void* first = nullptr;
+  bool underWay = false;
+};
+constinit ContextLocal<Ending> theEnding;
+
+}  // namespace
+
+// One after the other: what an entry holds may be held by it alone, and so on, as deep as there are results.
+void ResultMemory::Entry::end(Entry* entry) noexcept
+{
+  Ending& ending = *theEnding;
+  entry->next = static_cast<Entry*>(std::exchange(ending.first, entry));
+  if (std::exchange(ending.underWay, true))
+    return;
+  while (auto* const first = static_cast<Entry*>(ending.first)) {
+    ending.first = first->next;
+    delete first;
+  }
+  ending.underWay = false;
+}
 
 void ResultMemory::Table::append(Entry& entry, bool toAside) noexcept
 {
@@ -258,7 +284,7 @@ bool ResultMemory::isKnown(const ResultKey& key) const
 
 ResultMemory::Making ResultMemory::begin(const ResultKey& key)
 {
-  return Making(std::make_shared<Entry>(key));
+  return Making(std::shared_ptr<Entry>(new Entry(key), &Entry::end));
 }
 
 ResultMemory::Making::Making(std::shared_ptr<Entry> entry) : m_entry(std::move(entry)) {}
