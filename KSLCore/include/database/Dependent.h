@@ -9,7 +9,6 @@
 #include <set>
 #include <string>
 #include <string_view>
-#include <tuple>
 #include <utility>
 
 namespace orv {
@@ -20,26 +19,27 @@ class KSLObject;
 // Ordered by path, then name.
 class ORV_API Dependent {
  public:
-  // REQUIRES: neither is null. Takes the object's path of now.
+  // REQUIRES: neither is null. Shares the object's path of now.
   Dependent(const KSLObject* object, const ParamDefinition* param);
-  Dependent(std::string objPath, std::string paramName)
-      : m_objPath(std::move(objPath)),
+  Dependent(const std::string& objPath, std::string paramName)
+      : m_objPath(objPath),
         m_paramName(std::move(paramName))
   {}
 
-  const std::string& getObjPath() const { return m_objPath.str(); }
+  const std::string& getObjPath() const { return m_objPath.str(); }  // takes what KSLObject::getPath takes
+  const SharedText& getSharedPath() const { return m_objPath; }
   const std::string& getParamName() const { return m_rules ? m_rules->name : m_paramName.str(); }
 
   // What is sought in a set, without a copy of the texts: forgetting a dependent must not take memory.
   struct Key {
-    std::string_view objPath;
+    const SharedText& objPath;
     std::string_view paramName;
     bool operator<(const Key& other) const
     {
-      return std::tie(objPath, paramName) < std::tie(other.objPath, other.paramName);
+      return objPath == other.objPath ? paramName < other.paramName : objPath < other.objPath;
     }
   };
-  Key key() const { return {getObjPath(), getParamName()}; }
+  Key key() const { return {m_objPath, getParamName()}; }
 
   bool operator==(const Dependent& other) const
   {

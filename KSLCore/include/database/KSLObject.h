@@ -116,15 +116,15 @@ class ORV_API KSLObject {
 
   const std::string& getName() const { return m_name; }
   const std::string& getType() const { return m_type.str(); }
+  // Of an object nested deeply it is put together when it is first asked for, and kept with the object: who goes through
+  // whole trees takes getSharedPath(). O(length) and as much memory then.
   const std::string& getPath() const { return m_path.str(); }
+  const SharedText& getSharedPath() const { return m_path; }
+  bool hasPath() const { return !m_path.empty(); }  // the root has none
   bool isSingleton() const { return m_singleton; }
   bool nameIs(std::string_view name) const { return m_name == name; }
   bool typeIs(std::string_view type) const { return m_type == type; }
   bool pathIs(std::string_view path) const { return m_path == path; }
-  const SharedText& getSharedPath() const { return m_path; }
-  // Keeps its path in the memory of this text when that is the same path. For those who create objects, before anybody
-  // knows this one.
-  void sharePath(const SharedText& path);
   bool isA(std::string_view typeOrCategory) const;  // the type, or any category of the object
   const Category& getCategory() const { return m_category; }
   // "TYPE:" for a singleton, else "TYPE:name".

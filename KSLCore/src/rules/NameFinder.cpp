@@ -97,7 +97,7 @@ void NameFinder::addTarget(KSLObject* target, bool fits, const std::string& sche
     noteUnfit("makeParentLinks", target->getName(),
               _("Cannot connect parameter %s to object %s(it does not have Scheduler type %s).",
                 m_param.getName(), target->getPath(), type));
-  else if (!target->getPath().empty())  // the root keeps no dependents
+  else if (target->hasPath())  // the root keeps no dependents
     found.object = target;
   found.scheduler = SharedText(scheduler);
   m_found.usesDefinitions = m_found.usesDefinitions || !scheduler.empty();
@@ -106,8 +106,7 @@ void NameFinder::addTarget(KSLObject* target, bool fits, const std::string& sche
   const KSLObject* place = target->getParentObject();
   const bool isAsked =
       !m_asked.empty() && m_asked.back().place == place && m_asked.back().name == target->getName();
-  if (!isAsked && !target->getPath().empty()
-      && place != &m_object)  // it is told when the object goes, however named
+  if (!isAsked && target->hasPath() && place != &m_object)  // it is told when the object goes, however named
     m_asked.push_back({place, target->getName()});
 }
 

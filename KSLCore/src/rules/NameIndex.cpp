@@ -38,7 +38,7 @@ namespace {
 template <class Visit>
 void forEachLinkOf(const KSLObject* place, std::string_view name, Visit visit)
 {
-  const GenericKSLObject* computing = place->getPath().empty() ? nullptr : orv::computing(place);
+  const GenericKSLObject* computing = place->hasPath() ? orv::computing(place) : nullptr;
   if (!computing || !computing->nameLinks())
     return;
   for (auto& [param, link] : *computing->nameLinks()) {

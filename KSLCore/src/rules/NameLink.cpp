@@ -27,7 +27,7 @@ std::vector<std::string> objectsAround(const KSLObject& owner, const std::string
       names.push_back(child->getName());
   };
   ObjectDB::instance()->getRoot()->forEachChild(add);
-  if (const KSLObject* parent = owner.getParentObject(); parent && !parent->getPath().empty())
+  if (const KSLObject* parent = owner.getParentObject(); parent && parent->hasPath())
     parent->forEachChild(add);
   owner.forEachChild(add);
   return sorted(std::move(names));
@@ -139,7 +139,7 @@ void NameLink::lose(const KSLObject& object, bool byCommand) noexcept
     target.object = nullptr;
     target.scheduled = false;
     try {
-      target.gonePath = SharedText(object.getPath());
+      target.gonePath = object.getSharedPath();
     } catch (...) {}  // it is only needed to tell a later object at the path
   }
   if (!lost)

@@ -216,6 +216,13 @@ void KSLAPI::moveLast(const std::string& path) noexcept
     m_impl->tree.moveLast(node);
 }
 
+void KSLAPI::moveLast(const SharedText& path) noexcept
+{
+  Node* node = m_impl->tree.find(path);
+  if (node && node != m_impl->tree.root())
+    m_impl->tree.moveLast(node);
+}
+
 // ------------------------------------------------------------------------------------------------------ changes
 
 const KSLChangeList* KSLAPI::getKSLChangeList() const
@@ -288,12 +295,13 @@ void KSLAPI::validateKSLData(const KSLChangeList& changes) const
 {
   if (!m_impl->validating)
     return;
+  PathText text;
   ChangeGroups::Cursor cursor(changes);
   for (std::size_t i = 0; i < changes.size(); ++i) {
     const ChangeGroup& group = *cursor.find(i);
     const KSLChange change = group[i - cursor.first()];
     if (change.kind == KSLChange::Kind::createObject)
-      m_impl->validateObject(change.path.str());
+      m_impl->validateObject(change.path, text);
     else if (change.kind == KSLChange::Kind::createParam || change.kind == KSLChange::Kind::changeParam)
       m_impl->validateParam(change);
   }
@@ -301,15 +309,15 @@ void KSLAPI::validateKSLData(const KSLChangeList& changes) const
 
 namespace {
 
-[[noreturn]] void refuseData(std::string message, const std::string& path, Diagnostic more)
+[[noreturn]] void refuseData(std::string message, const SharedText& path, Diagnostic more)
 {
-  more.object = path;
+  more.object = path.copy();
   throw diagnosed(ksl::invalid("KSLAPI", "validateKSLData", std::move(message)), std::move(more));
 }
 
 }  // namespace
 
-std::string_view KSLAPI::Impl::validateType(const std::string& path) const
+std::string_view KSLAPI::Impl::validateType(const SharedText& path) const
 {
   const std::string_view type = store::typeOf(store::lastComponent(path));
   if (rules.kindOf(type) == store::Kind::unknown)
@@ -318,16 +326,16 @@ std::string_view KSLAPI::Impl::validateType(const std::string& path) const
   return type;
 }
 
-void KSLAPI::Impl::validateObject(const std::string& path) const
+void KSLAPI::Impl::validateObject(const SharedText& path, PathText& text) const
 {
   validateType(path);
   if (validator)
-    validator->checkObject(path);
+    validator->checkObject(text.of(path));
 }
 
 void KSLAPI::Impl::validateParam(const KSLChange& change) const
 {
-  const std::string& path = change.path.str();
+  const SharedText& path = change.path;
   const std::string& name = change.name.str();
   const std::string& value = change.value.str();
   const std::string_view type = validateType(path);
@@ -338,7 +346,7 @@ void KSLAPI::Impl::validateParam(const KSLChange& change) const
   }
   const std::string reason = validator ? validator->whyRefused(type, name, value) : std::string();
   if (!reason.empty())
-    refuseData(_("Parameter '%s' of object '%s' cannot have value '%s'.", name, path, value), path,
+    refuseData(_("Parameter '%s' of object '%s' cannot have value '%s'.", name, path.copy(), value), path,
                {.parameter = name, .subject = value, .notes = {{0, 0, reason}}});
 }
 
@@ -377,7 +385,7 @@ class Entries {
 
 std::string headerOf(const Node* node)
 {
-  const std::string_view component = store::lastComponent(node->path.str());
+  const std::string_view component = store::lastComponent(node->path);
   const std::string_view type = store::typeOf(component);
   std::string header(type);
   header += ':';
@@ -432,12 +440,12 @@ std::vector<KSLAPI::ObjectInfo> KSLAPI::getObjectInfo(const std::string& path) c
   for (Entries::Entry entry = entries.next(); entry.param || entry.child; entry = entries.next()) {
     if (entry.param) {
       const std::string& name = entry.param->name.str();
-      infos.emplace_back(name, "Param", "", node->path.str() + "/" + name, entry.param->value.str());
+      infos.emplace_back(name, "Param", "", node->path.copy() + "/" + name, entry.param->value.str());
       continue;
     }
-    const std::string_view component = store::lastComponent(entry.child->path.str());
+    const std::string_view component = store::lastComponent(entry.child->path);
     infos.emplace_back(std::string(store::nameOf(component)), "Object", std::string(store::typeOf(component)),
-                       entry.child->path.str(), "");
+                       entry.child->path.copy(), "");
   }
   return infos;
 }
