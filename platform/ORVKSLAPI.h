@@ -297,6 +297,7 @@ class ORV_API KSLAPI {
   // Puts an object, if there is one, behind its siblings: no change, only another order. For those who bring the
   // order in line with that of objects.
   void moveLast(const std::string& path) noexcept;
+  void moveLast(const SharedText& path) noexcept;
 
   // -- changes
 

@@ -109,6 +109,10 @@ class refcnt_ptr {
 // An immutable text of the size of a pointer, shared by count: paths, names and values stand in the text
 // store, its journal and the undo history without being copied. Empty texts need no memory. Not for several
 // threads.
+//
+// In a deep tree the paths of all levels would take memory, and time, with the square of its depth. So a path that is
+// longer than `longestWhole` shares its beginning with that of the object that it is in, when it was made by below();
+// who goes through whole trees uses the operations on paths, and str() is for those who must have the text.
 class ORV_API SharedText {
  public:
   SharedText() noexcept = default;
@@ -134,9 +138,19 @@ class ORV_API SharedText {
       destroy(m_rep);
   }
 
-  // The text; lives as long as any of its holders.
-  const std::string& str() const noexcept { return m_rep ? m_rep->text : emptyText(); }
+  // The text; lives as long as any of its holders. That of a path which shares its beginning is put together when it is
+  // first asked for here, which takes memory.
+  const std::string& str() const
+  {
+    if (!m_rep)
+      return emptyText();
+    return m_rep->isJoined ? wholeOf(*m_rep) : m_rep->text;
+  }
   bool empty() const noexcept { return !m_rep; }
+  std::size_t size() const noexcept
+  {
+    return !m_rep ? 0 : m_rep->isJoined ? sizeOf(m_rep) : m_rep->text.size();
+  }
   // True when both hold the very same text object; cheaper than comparing, and equal texts may still differ
   // here.
   bool same(const SharedText& other) const noexcept { return m_rep == other.m_rep; }
@@ -144,10 +158,18 @@ class ORV_API SharedText {
   const void* id() const noexcept { return m_rep; }
   bool operator==(const SharedText& other) const noexcept
   {
-    return m_rep == other.m_rep || (m_rep && other.m_rep && m_rep->text == other.m_rep->text);
+    if (m_rep == other.m_rep)
+      return true;
+    if (!m_rep || !other.m_rep)
+      return false;
+    return m_rep->isJoined || other.m_rep->isJoined ? areEqual(m_rep, other.m_rep)
+                                                    : m_rep->text == other.m_rep->text;
   }
-  bool operator==(std::string_view text) const noexcept { return str() == text; }
-  // Of the text; found once for each text object. Never 0.
+  bool operator==(std::string_view text) const noexcept
+  {
+    return isLong() ? isEqual(m_rep, text) : (m_rep ? m_rep->text : emptyText()) == text;
+  }
+  // Of the text, whatever it shares; found once for each text object. Never 0.
   std::uint32_t hash() const noexcept
   {
     if (!m_rep)
@@ -158,21 +180,82 @@ class ORV_API SharedText {
   }
   static std::uint32_t hashOf(std::string_view text) noexcept
   {
-    const auto hash = static_cast<std::uint32_t>(std::hash<std::string_view>()(text));
-    return hash == 0 ? 1 : hash;
+    return text.size() <= longestWhole ? fitted(std::hash<std::string_view>()(text)) : hashOfLong(text);
   }
+
+  // ---- Paths. O(length of the last component), with O(log depth) where it says so.
+
+  static constexpr std::size_t longestWhole = 255;
+
+  // The path of what is in this one. REQUIRES: the text begins with "/" and has no other.
+  SharedText below(std::string_view component) const;
+  // What below() was asked, or would have been: the path up to the last "/", and the rest.
+  SharedText parent() const;
+  std::string_view component() const noexcept;
+  // Whether it shares its beginning; and whether its text is at hand all the same.
+  bool isLong() const noexcept { return m_rep && m_rep->isJoined; }
+  bool isWhole() const noexcept { return !isLong() || !m_rep->text.empty(); }
+  // The text, which nobody keeps.
+  std::string copy() const;
+  // As PathUtils::isSameOrBelow. O(log depth).
+  bool isSameOrBelow(const SharedText& ancestor) const noexcept;
+  bool isSameOrBelow(std::string_view ancestor) const noexcept;
+  // The order of the texts. O(log depth) for paths made by below() of the same ones.
+  bool operator<(const SharedText& other) const
+  {
+    return isLong() || other.isLong() ? isBefore(other) : str() < other.str();
+  }
+  // Of what below() would give. REQUIRES: that is longer than longestWhole.
+  std::uint32_t hashBelow(std::string_view component) const noexcept;
 
  private:
   struct Rep {
     std::uint32_t count;
-    std::uint32_t hash;  // 0 until it is asked for
+    std::uint32_t hash : 31;     // 0 until it is asked for
+    std::uint32_t isJoined : 1;  // it is a Joined, whose text is empty until it is asked for
     std::string text;
   };
+  struct Joined;
+  explicit SharedText(Rep* rep) noexcept : m_rep(rep) {}
+  static std::uint32_t fitted(std::size_t hash) noexcept
+  {
+    const auto bits = static_cast<std::uint32_t>(hash) & 0x7fffffffU;
+    return bits == 0 ? 1 : bits;
+  }
   static const std::string& emptyText() noexcept;
   static Rep* make(std::string_view text);
   static Rep* make(std::string&& text);
   static void destroy(Rep* rep) noexcept;
+  static const Joined& joined(const Rep* rep) noexcept;
+  static const Joined& atLevel(const Joined& from, std::size_t level) noexcept;
+  static const std::string& wholeOf(Rep& rep);
+  static std::string assembled(const Rep& rep);
+  static std::string headOf(const Rep& rep);
+  static bool areEqual(const Rep* a, const Rep* b) noexcept;
+  static bool isEqual(const Rep* rep, std::string_view text) noexcept;
+  bool isBefore(const SharedText& other) const;
+  static SharedText split(std::string_view path);
+  static std::size_t sizeOf(const Rep* rep) noexcept;
+  static std::uint32_t mixed(std::uint32_t hash, std::string_view component) noexcept;
+  static std::uint32_t hashOfLong(std::string_view path) noexcept;
   Rep* m_rep = nullptr;  // null is the empty text
+};
+
+// The text of a path for as long as this lives, for those who need one and keep none: who else holds the path takes no
+// memory for it.
+class WholePath {
+ public:
+  explicit WholePath(const SharedText& path)
+      : m_made(path.isWhole() ? std::string() : path.copy()),
+        m_text(path.isWhole() ? path.str() : m_made)
+  {}
+  WholePath(const WholePath&) = delete;
+  WholePath& operator=(const WholePath&) = delete;
+  const std::string& str() const noexcept { return m_text; }
+
+ private:
+  std::string m_made;
+  const std::string& m_text;
 };
 
 // ------------------------------------------------------------------------------------------------------- texts
@@ -426,8 +509,5 @@ struct TripletBase {
 
 template <>
 struct std::hash<orv::SharedText> {
-  std::size_t operator()(const orv::SharedText& text) const noexcept
-  {
-    return std::hash<std::string_view>()(text.str());
-  }
+  std::size_t operator()(const orv::SharedText& text) const noexcept { return text.hash(); }
 };

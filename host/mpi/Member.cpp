@@ -117,14 +117,14 @@ std::vector<std::string> orderOf(const TeamCommand& command)
   return order;
 }
 
+// Of the text that stands in the order.
 TeamCommand commandOf(const std::vector<std::string>& order)
 {
-  TeamCommand command;
+  TeamCommand command{.text = order[7]};
   command.isFromSession = !order[1].empty();
   command.mode = static_cast<orv::kslUpdateMode>(std::stoi(order[2]));
   command.folder = order[3];
   command.source = {.name = order[4], .firstLine = std::stoul(order[5]), .isExcerpt = !order[6].empty()};
-  command.text = order[7];
   return command;
 }
 

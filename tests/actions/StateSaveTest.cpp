@@ -4,7 +4,9 @@
 #include "stateRules.h"
 #include "tests/support/Model.h"
 
+#include <algorithm>
 #include <rapidcheck/gtest.h>
+#include <sys/resource.h>
 
 namespace orv {
 namespace {
@@ -200,13 +202,43 @@ TEST_F(StateSave, APartIsNotAll)
   EXPECT_NE(system.fileChanges().find("changed " + folder / "a.qst"), std::string::npos);
   Careful().invoke({"savestate", "filename=" + folder / "a.qst"});
   EXPECT_EQ(body("a.qst"), "A:open\nEND\nB:secret\nEND\n");
+}
+
+// Paths that each level kept, or that were put together for all levels at once, would take gigabytes.
+TEST_F(StateSave, DeepBlocksTakeMemoryByTheLevel)
+{
+  constexpr int levels = 16000;
   std::string deep;
   for (const char* line : {"A: a\n", "END\n"})
-    for (int i = 0; i < 100; ++i)
+    for (int i = 0; i < levels; ++i)
       deep += line;
+  const auto peak = [] {
+    rusage usage{};
+    getrusage(RUSAGE_SELF, &usage);
+    return usage.ru_maxrss / 1024;
+  };
+  const long before = peak();
   system.run(deep);
   save("a.qst");
-  EXPECT_LT(body("a.qst").size(), 2 * 100 * 70U) << "in the size of its text";
+  const std::string saved = body("a.qst");
+  EXPECT_EQ(std::ranges::count(saved, '\n'), 2 * levels);
+  EXPECT_LT(saved.size(), 2 * levels * 70U) << "in the size of its text";
+  const auto isAllThere = [&] {
+    save("b.qst", ", object=/A:a");
+    return body("b.qst") == saved;
+  };
+  system.undo();
+  EXPECT_EQ(work(), "");
+  system.redo();
+  EXPECT_TRUE(isAllThere());
+  system.run("> delete /A:a");
+  system.undo();
+  EXPECT_TRUE(isAllThere());
+  system.run("> delete /A:a");
+  load("a.qst");
+  EXPECT_TRUE(isAllThere());
+  EXPECT_EQ(system.errors(), "");
+  EXPECT_LT(peak() - before, 500) << "MiB";
 }
 
 // Texts as values can be: words and quoted pieces between single blanks, backslashes and commas anywhere.

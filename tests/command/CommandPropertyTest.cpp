@@ -56,8 +56,11 @@ rc::Gen<std::string> someOf(int atMost, rc::Gen<std::string> gen)
 
 rc::Gen<std::string> block(int depth)
 {
-  const auto header = element<std::string>("A: a\n", "A: a\n", "A: b\n", "B: b\n", "B: c\n", "B:\n",
-                                           "&replace A: a\n", "&replace B: b\n");
+  const std::string longOne =
+      "A: " + std::string(140, 'l') + "\n";  // two of them have a path that shares its beginning
+  const auto header =
+      element<std::string>("A: a\n", "A: a\n", "A: b\n", "B: b\n", "B: c\n", "B:\n", longOne, longOne,
+                           "&replace A: a\n", "&replace B: b\n", "&replace " + longOne);
   const auto param = element<std::string>("x = 1\n", "x = 2\n", "x =\n", "y = a, b\n", "z = /A:a\n");
   const auto leaf = element<std::string>("VIEW:\nZoom = 2\nEND\n", "VIEW: VIEW\nText = t\nEND\n",
                                          "MARK: c\nColour = red\nEND\n", "&replace MARK: c\nText = u\nEND\n");

@@ -126,7 +126,7 @@ Texts contents(const KSLAPI& store)
 
 void loadOrDelete(KSLAPI& store)
 {
-  const auto header = rc::gen::element<std::string>("A: a", "A: b", "B: a");
+  const auto header = rc::gen::element<std::string>("A: a", "A: " + std::string(140, 'b'), "B: a");
   Texts text = *rc::gen::resize(3, rc::gen::nonEmpty(rc::gen::container<Texts>(header)));
   const int what = *rc::gen::inRange(0, 6);
   if (what == 0) {

@@ -168,6 +168,35 @@ RC_GTEST_PROP(PathUtils, FilterKeepsWhatHasNoAncestorInTheList, ())
   RC_ASSERT(PathUtils::filterChildPaths(paths) == expected);
 }
 
+// A tree grows at random, some of it twice, so that equal paths share nothing; every path also stands there as a text of
+// its own. "!" sorts before "/".
+RC_GTEST_PROP(SharedText, LongPathsAreLikeTheirTexts, ())
+{
+  std::vector<std::pair<SharedText, std::string>> paths{{SharedText(), ""}};
+  for (int i = 0; i < 60; ++i) {
+    const auto& [parent, text] = paths[*rc::gen::inRange<std::size_t>(paths.size() / 2, paths.size())];
+    const std::string component = "/" + *rc::gen::element<std::string>("a", "a!", "b", "")
+                                  + std::string(*rc::gen::element(3, 9, 260), 'x');
+    const std::string whole = text + component;
+    const SharedText path = *rc::gen::inRange(0, 8) == 0 ? SharedText(whole) : parent.below(component);
+    RC_ASSERT(path.isLong() || path.str() == whole);  // str() of a long one comes last
+    RC_ASSERT(path.component() == component && path.parent() == text);
+    paths.emplace_back(path, whole);
+  }
+  for (const auto& [a, textOfA] : paths) {
+    RC_ASSERT(a.size() == textOfA.size() && a.copy() == textOfA && WholePath(a).str() == textOfA);
+    for (const auto& [b, textOfB] : paths) {
+      RC_ASSERT((a == b) == (textOfA == textOfB) && (a == textOfB) == (textOfA == textOfB));
+      RC_ASSERT((a < b) == (textOfA < textOfB));
+      RC_ASSERT(a.isSameOrBelow(b) == PathUtils::isSameOrBelow(textOfA, textOfB));
+      RC_ASSERT(a.isSameOrBelow(textOfB) == PathUtils::isSameOrBelow(textOfA, textOfB));
+    }
+    RC_ASSERT(a.hash() == SharedText::hashOf(textOfA));
+  }
+  for (const auto& [path, text] : paths)
+    RC_ASSERT(path.str() == text && path == text);
+}
+
 TEST(KSLPath, Components)
 {
   const KSLPath path("/DATA READER/A:a b//B: \" c:d \" /A:A/E:/");

@@ -88,7 +88,7 @@ class ORV_API Executive {
   void applyAll(const KSLChangeList& changes, const Work& work, LinkTransaction& links);
   void applyDependents(const Work& work, DependentUpdates& dependents, LinkTransaction& links,
                        DBUpdater& updater, UpdateProcessor& processor);
-  void appendToChangedObjects(const std::set<std::string>& paths);
+  void appendToChangedObjects(const std::set<SharedText>& paths);
   void appendToChangedObjects(std::vector<SharedText> paths);
   void updateChangedObjects(ObjectDB* database, RecoveryLog* log);
   void forceUpdateOf(const std::string& name);

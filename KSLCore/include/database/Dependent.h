@@ -2,55 +2,57 @@
 #pragma once
 
 #include "platform/ORVExport.h"
+#include "platform/ORVUtilities.h"
+#include "database/ParamDefinition.h"
 
 #include <functional>
 #include <set>
 #include <string>
 #include <string_view>
-#include <tuple>
 #include <utility>
 
 namespace orv {
 
 class KSLObject;
-class ParamDefinition;
 
-// A parameter of an object that refers to another one, by path and name; it holds no pointers, so it outlives
-// both. Ordered by path, then name.
+// A parameter of an object that refers to another one, by path and name, of which it has a share; so it outlives both.
+// Ordered by path, then name.
 class ORV_API Dependent {
  public:
-  // REQUIRES: neither is null. Takes the object's path of now.
+  // REQUIRES: neither is null. Shares the object's path of now.
   Dependent(const KSLObject* object, const ParamDefinition* param);
-  Dependent(std::string objPath, std::string paramName)
-      : m_objPath(std::move(objPath)),
+  Dependent(const std::string& objPath, std::string paramName)
+      : m_objPath(objPath),
         m_paramName(std::move(paramName))
   {}
 
-  const std::string& getObjPath() const { return m_objPath; }
-  const std::string& getParamName() const { return m_paramName; }
+  const std::string& getObjPath() const { return m_objPath.str(); }  // takes what KSLObject::getPath takes
+  const SharedText& getSharedPath() const { return m_objPath; }
+  const std::string& getParamName() const { return m_rules ? m_rules->name : m_paramName.str(); }
 
   // What is sought in a set, without a copy of the texts: forgetting a dependent must not take memory.
   struct Key {
-    std::string_view objPath;
+    const SharedText& objPath;
     std::string_view paramName;
     bool operator<(const Key& other) const
     {
-      return std::tie(objPath, paramName) < std::tie(other.objPath, other.paramName);
+      return objPath == other.objPath ? paramName < other.paramName : objPath < other.objPath;
     }
   };
-  Key key() const { return {m_objPath, m_paramName}; }
+  Key key() const { return {m_objPath, getParamName()}; }
 
   bool operator==(const Dependent& other) const
   {
-    return m_objPath == other.m_objPath && m_paramName == other.m_paramName;
+    return m_objPath == other.m_objPath && getParamName() == other.getParamName();
   }
   bool operator<(const Dependent& other) const { return key() < other.key(); }
   friend bool operator<(const Dependent& dependent, const Key& key) { return dependent.key() < key; }
   friend bool operator<(const Key& key, const Dependent& dependent) { return key < dependent.key(); }
 
  private:
-  std::string m_objPath;
-  std::string m_paramName;
+  SharedText m_objPath;
+  SharedText m_paramName;                            // empty when the rules say it
+  refcnt_ptr<const ParamDefinition::Rules> m_rules;  // null when it was given
 };
 
 using DependentSet = std::set<Dependent, std::less<>>;

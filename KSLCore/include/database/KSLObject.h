@@ -116,15 +116,15 @@ class ORV_API KSLObject {
 
   const std::string& getName() const { return m_name; }
   const std::string& getType() const { return m_type.str(); }
+  // Of an object nested deeply it is put together when it is first asked for, and kept with the object: who goes through
+  // whole trees takes getSharedPath(). O(length) and as much memory then.
   const std::string& getPath() const { return m_path.str(); }
+  const SharedText& getSharedPath() const { return m_path; }
+  bool hasPath() const { return !m_path.empty(); }  // the root has none
   bool isSingleton() const { return m_singleton; }
   bool nameIs(std::string_view name) const { return m_name == name; }
   bool typeIs(std::string_view type) const { return m_type == type; }
   bool pathIs(std::string_view path) const { return m_path == path; }
-  const SharedText& getSharedPath() const { return m_path; }
-  // Keeps its path in the memory of this text when that is the same path. For those who create objects, before anybody
-  // knows this one.
-  void sharePath(const SharedText& path);
   bool isA(std::string_view typeOrCategory) const;  // the type, or any category of the object
   const Category& getCategory() const { return m_category; }
   // "TYPE:" for a singleton, else "TYPE:name".
@@ -255,6 +255,12 @@ class ORV_API KSLObject {
   // Null when absent. The writable form gives the object a definition of its own: use it to write only.
   const ParamDefinition* findParam(std::string_view name) const { return m_params.find(name); }
   ParamDefinition* findParam(std::string_view name);
+  // Of all parameters at least those whose text may name something, as forEachParam.
+  template <class Visit>
+  void forEachNamingParam(Visit visit) const
+  {
+    m_params.forEachNaming(visit);
+  }
   // The writable form for a value that is about to be stored: throws as ParamDefinition::requireAllowed.
   ParamDefinition* findParamToSet(std::string_view name, const std::string& value);
 
@@ -264,12 +270,22 @@ class ORV_API KSLObject {
   Category& category() { return m_category; }
 
   // Of an object whose class is known to be one of the library's own, with no override of setValue: a line that nobody
-  // reads need not be made.
+  // reads need not be made, and what fails has stored nothing.
   void setPlainClass() { m_plainClass = true; }
+  bool isPlainClass() const { return m_plainClass; }
   // The same of one that stores what it is given, and nothing more.
   void setStoringClass() { m_plainClass = m_storingClass = true; }
   // Whether the result of the setValue that has just begun is read by nobody.
   bool takeLineUnread();
+  // Who calls setValueInternal with a value of which requireAllowed was asked, and does not read what comes back, says so
+  // before, in a plain class.
+  void noteAllowed() { m_valueAllowed = true; }
+  bool takeAllowed()
+  {
+    const bool allowed = m_valueAllowed;
+    m_valueAllowed = false;
+    return allowed;
+  }
 
  private:
   friend class ObjectHolderImpl;
@@ -301,6 +317,7 @@ class ORV_API KSLObject {
   bool m_searchUp : 1;
   bool m_plainClass : 1;
   bool m_storingClass : 1;
+  bool m_valueAllowed : 1;
   bool m_lineUnread : 1;  // setWhole drops the line of the setValue that it is about to call
 };
 

@@ -58,6 +58,7 @@ class ORV_API ObjectDB {
   // data::notFound "KSLObject '%s' does not exist."; internal::error "Attempt to delete object that has no
   // parent object ('%s')" for the root. O(subtree).
   void deleteObject(const std::string& path);
+  void deleteObject(const SharedText& path);
 
   // A text with a leading "/" is a path, any other a name as for getObjectByName. data::invalid "Input
   // parameter path is empty.".
@@ -66,7 +67,7 @@ class ORV_API ObjectDB {
   // The same; quick for a text that the object shares, or whose hash is known.
   KSLObject* getObjectByPath(const SharedText& path) const;
   // Whether what would be the parent of an object with this path is there; quick for one sibling after the other.
-  bool hasParentOf(const std::string& path) const { return findParentHolder(path) != nullptr; }
+  bool hasParentOf(const SharedText& path) const { return findParentHolder(path) != nullptr; }
   // Among the top-level objects only. Null when there is none; data::invalid "Object name %s is ambiguous.".
   KSLObject* getObjectByName(const std::string& name) const;
 
@@ -124,7 +125,9 @@ class ORV_API ObjectDB {
 
   std::string normalised(const std::string& path) const;
   ObjectHolder* findObjectHolder(const std::string& path) const;
-  ObjectHolder* findParentHolder(const std::string& path) const;
+  ObjectHolder* findObjectHolder(const SharedText& path) const;
+  ObjectHolder* findParentHolder(const SharedText& path) const;
+  bool isNormalPath(const SharedText& path) const;
   ObjectHolder* checkedParentOf(const KSLObject* object) const;
   void insert(ObjectHolder* parent, KSLObject* object);
   void doDeleteObject(ObjectHolder* top);

@@ -60,7 +60,7 @@ class ORV_API LinkTransaction {
 
   // Returns the paths of objects that got other links although no change names them. Throws as
   // GenericKSLObject::setValueInternal.
-  std::set<std::string> commit();
+  std::set<SharedText> commit();
 
  private:
   friend class GenericKSLObject;

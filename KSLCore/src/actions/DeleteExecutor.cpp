@@ -30,7 +30,7 @@ std::vector<std::string> findPaths(const std::vector<std::string>& words)
   std::vector<std::string> paths;
   for (std::size_t i = 1; i < words.size(); ++i) {
     const KSLObject* object = words[i].empty() ? nullptr : findObject(words[i]);
-    if (object && !object->getPath().empty())  // the root has no path
+    if (object && object->hasPath())  // the root has no path
       paths.push_back(object->getPath());
   }
   return paths;

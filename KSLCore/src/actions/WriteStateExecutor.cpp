@@ -212,7 +212,7 @@ bool appendParameters(const KSLObject& object, std::size_t depth, SimpleLines& l
 std::vector<const KSLObject*> placesOf(const KSLObject& object)
 {
   std::vector<const KSLObject*> places;
-  for (const KSLObject* place = object.getParentObject(); place && !place->getPath().empty();
+  for (const KSLObject* place = object.getParentObject(); place && place->hasPath();
        place = place->getParentObject())
     places.push_back(place);
   return places;
@@ -408,7 +408,7 @@ bool WriteStateExecutor::isWritten(const KSLObject& object) const
 
 bool WriteStateExecutor::writeOneObject(const KSLObject& object, std::string& out) const
 {
-  if (object.getPath().empty())
+  if (!object.hasPath())
     return true;  // the root is no object to be written, and does not stand for what is below it
   const std::vector<const KSLObject*> places = placesOf(object);
   if (!std::all_of(places.begin(), places.end(), [this](const KSLObject* place) { return isWritten(*place); })

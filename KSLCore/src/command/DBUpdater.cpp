@@ -4,6 +4,7 @@
 #include "database/DataKSLObject.h"
 #include "database/ObjectDB.h"
 #include "database/ObjectFactory.h"
+#include "database/PathAtHand.h"
 #include "rules/LinkTransaction.h"
 
 #include <typeinfo>
@@ -25,7 +26,7 @@ class DependentsOfTree {
       const KSLObject* object = waiting.back();
       waiting.pop_back();
       if (!object->getDependents().empty())
-        m_known.emplace_back(object->getPath(), object->getDependents());
+        m_known.emplace_back(object->getSharedPath(), object->getDependents());
       object->forEachChild([&waiting](const KSLObject* child) { waiting.push_back(child); });
     }
   }
@@ -42,11 +43,11 @@ class DependentsOfTree {
   void forget() noexcept { m_known.clear(); }
 
  private:
-  void putBack(const std::string& path, const Dependent& dependent) const noexcept
+  void putBack(const SharedText& path, const Dependent& dependent) const noexcept
   {
     try {
       KSLObject* object = m_database.getObjectByPath(path);
-      KSLObject* holder = m_database.getObjectByPath(dependent.getObjPath());
+      KSLObject* holder = m_database.getObjectByPath(dependent.getSharedPath());
       const ParamDefinition* param = holder ? holder->lookUpParam(dependent.getParamName()) : nullptr;
       if (object && param)
         object->addDependent(holder, param);
@@ -54,7 +55,7 @@ class DependentsOfTree {
   }
 
   const ObjectDB& m_database;
-  std::vector<std::pair<std::string, DependentSet>> m_known;  // by path
+  std::vector<std::pair<SharedText, DependentSet>> m_known;  // by path
 };
 
 // As KSLPath reads a component with the slash before it; nearly all of them stand as they are meant.
@@ -87,42 +88,36 @@ ObjectDBUpdater::ObjectDBUpdater(ObjectDB* database, DependentUpdates* dependent
       m_links(links)
 {}
 
-KSLObject* ObjectDBUpdater::find(const std::string& path)
-{
-  if (m_changesThen == m_database->changeCount() && path == m_lastPath)
-    return m_last;
-  m_last = m_database->getObjectByPath(path);
-  m_lastPath = path;
-  m_changesThen = m_database->changeCount();
-  return m_last;
-}
-
 KSLObject* ObjectDBUpdater::find(const SharedText& path)
 {
   return m_database->getObjectByPath(path);
 }
 
-bool ObjectDBUpdater::hasParentOf(const std::string& path)
+bool ObjectDBUpdater::hasParentOf(const SharedText& path)
 {
   return m_database->hasParentOf(path);
 }
 
-bool ObjectDBUpdater::hasObject(const std::string& path)
+bool ObjectDBUpdater::hasObject(const SharedText& path)
 {
-  const bool isPath = !path.empty() && path.front() == '/';
-  return isPath ? find(path) != nullptr : m_database->hasObject(path);
+  const bool isPath = path.isLong() || path.str().starts_with('/');
+  return isPath ? find(path) != nullptr : m_database->hasObject(path.str());
 }
 
 void ObjectDBUpdater::createObject(const SharedText& path)
 {
-  const std::string parent(PathUtils::parentPath(path.str()));
-  const auto [type, name] = typeAndName(std::string_view(path.str()).substr(parent.size()));
-  std::unique_ptr<KSLObject> object = ObjectFactory::instance()->createObject(parent, type, name);
-  object->sharePath(path);
-  m_database->addObject(std::move(object));
+  const std::string& parent = parentText(path);
+  const auto [type, name] = typeAndName(path.component());
+  const PathAtHand atHand(path, parent);
+  m_database->addObject(ObjectFactory::instance()->createObject(parent, type, name));
 }
 
-void ObjectDBUpdater::deleteObject(const std::string& path)
+const std::string& ObjectDBUpdater::parentText(const SharedText& path)
+{
+  return path.isLong() ? m_longText.of(path.parent()) : m_shortText.assign(PathUtils::parentPath(path.str()));
+}
+
+void ObjectDBUpdater::deleteObject(const SharedText& path)
 {
   KSLObject* object = m_database->getObjectByPath(path);
   if (!object)
@@ -135,13 +130,13 @@ void ObjectDBUpdater::deleteObject(const std::string& path)
   dependents.forget();
 }
 
-void ObjectDBUpdater::setParam(const std::string& path, const std::string& name, const std::string& value)
+void ObjectDBUpdater::setParam(const SharedText& path, const std::string& name, const std::string& value)
 {
   if (KSLObject* object = find(path))
     object->setWhole(name, value);
 }
 
-void ObjectDBUpdater::unsetParam(const std::string& path, const std::string& name)
+void ObjectDBUpdater::unsetParam(const SharedText& path, const std::string& name)
 {
   if (KSLObject* object = find(path))
     object->unsetParam(name);
@@ -162,30 +157,30 @@ std::size_t ObjectDBUpdater::changeCount() const
 
 // ------------------------------------------------------------------------------------------------------- no action
 
-bool ObjectDBUpdaterNoAction::hasObject(const std::string& path)
+bool ObjectDBUpdaterNoAction::hasObject(const SharedText& path)
 {
-  return m_database->hasObject(path);
+  return path.isLong() ? find(path) != nullptr : m_database->hasObject(path.str());
 }
 
 void ObjectDBUpdaterNoAction::createObject(const SharedText&) {}
 
-void ObjectDBUpdaterNoAction::deleteObject(const std::string&) {}
+void ObjectDBUpdaterNoAction::deleteObject(const SharedText&) {}
 
-void ObjectDBUpdaterNoAction::setParam(const std::string& path, const std::string& name,
+void ObjectDBUpdaterNoAction::setParam(const SharedText& path, const std::string& name,
                                        const std::string& value)
 {
   if (KSLObject* object = m_database->getObjectByPath(path))
     object->setWholeWithoutPending(name, value);
 }
 
-void ObjectDBUpdaterNoAction::unsetParam(const std::string&, const std::string&) {}
+void ObjectDBUpdaterNoAction::unsetParam(const SharedText&, const std::string&) {}
 
 KSLObject* ObjectDBUpdaterNoAction::find(const SharedText& path)
 {
   return m_database->getObjectByPath(path);
 }
 
-bool ObjectDBUpdaterNoAction::hasParentOf(const std::string& path)
+bool ObjectDBUpdaterNoAction::hasParentOf(const SharedText& path)
 {
   return m_database->hasParentOf(path);
 }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "platform/ORVUtilities.h"
+#include "platform/internal/PathText.h"
 
 #include <string>
 
@@ -18,15 +19,15 @@ class DBUpdater {
   virtual ~DBUpdater();
   // Whether createObject does anything.
   virtual bool createsObjects() const = 0;
-  virtual bool hasObject(const std::string& path) = 0;
+  virtual bool hasObject(const SharedText& path) = 0;
   virtual void createObject(const SharedText& path) = 0;
-  virtual void deleteObject(const std::string& path) = 0;
-  virtual void setParam(const std::string& path, const std::string& name, const std::string& value) = 0;
-  virtual void unsetParam(const std::string& path, const std::string& name) = 0;
+  virtual void deleteObject(const SharedText& path) = 0;
+  virtual void setParam(const SharedText& path, const std::string& name, const std::string& value) = 0;
+  virtual void unsetParam(const SharedText& path, const std::string& name) = 0;
   // Null when it is not there. Good until changeCount() moves on.
   virtual KSLObject* find(const SharedText& path) = 0;
   // Whether an object with this path has a place to stand in.
-  virtual bool hasParentOf(const std::string& path) = 0;
+  virtual bool hasParentOf(const SharedText& path) = 0;
   // Whether nobody could tell if parameters were unset just before their object goes.
   virtual bool goesUnseen(const SharedText&) { return false; }
   // Moves on whenever an object comes or goes.
@@ -39,26 +40,25 @@ class ObjectDBUpdater : public DBUpdater {
   // None is owned.
   ObjectDBUpdater(ObjectDB* database, DependentUpdates* dependents, LinkTransaction* links);
   bool createsObjects() const override { return true; }
-  bool hasObject(const std::string& path) override;
+  bool hasObject(const SharedText& path) override;
   void createObject(const SharedText& path) override;
-  void deleteObject(const std::string& path) override;
-  void setParam(const std::string& path, const std::string& name, const std::string& value) override;
-  void unsetParam(const std::string& path, const std::string& name) override;
+  void deleteObject(const SharedText& path) override;
+  void setParam(const SharedText& path, const std::string& name, const std::string& value) override;
+  void unsetParam(const SharedText& path, const std::string& name) override;
   KSLObject* find(const SharedText& path) override;
-  bool hasParentOf(const std::string& path) override;
+  bool hasParentOf(const SharedText& path) override;
   bool goesUnseen(const SharedText& path) override;
   std::size_t changeCount() const override;
 
  private:
-  KSLObject* find(const std::string& path);
+  const std::string& parentText(const SharedText& path);
 
   ObjectDB* m_database;
   DependentUpdates* m_dependents;
   LinkTransaction* m_links;
-  // What was found last, or not found: changes come object by object.
-  std::string m_lastPath;
-  KSLObject* m_last = nullptr;
-  std::size_t m_changesThen = 0;
+  // Of the parent that an object is being made in.
+  std::string m_shortText;
+  PathText m_longText;
 };
 
 // Sets parameters of objects that exist, without marking anything for recomputation. Creates, deletes and
@@ -67,13 +67,13 @@ class ObjectDBUpdaterNoAction : public DBUpdater {
  public:
   explicit ObjectDBUpdaterNoAction(ObjectDB* database) : m_database(database) {}
   bool createsObjects() const override { return false; }
-  bool hasObject(const std::string& path) override;
+  bool hasObject(const SharedText& path) override;
   void createObject(const SharedText& path) override;
-  void deleteObject(const std::string& path) override;
-  void setParam(const std::string& path, const std::string& name, const std::string& value) override;
-  void unsetParam(const std::string& path, const std::string& name) override;
+  void deleteObject(const SharedText& path) override;
+  void setParam(const SharedText& path, const std::string& name, const std::string& value) override;
+  void unsetParam(const SharedText& path, const std::string& name) override;
   KSLObject* find(const SharedText& path) override;
-  bool hasParentOf(const std::string& path) override;
+  bool hasParentOf(const SharedText& path) override;
 
  private:
   ObjectDB* m_database;

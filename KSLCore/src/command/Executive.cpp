@@ -75,7 +75,7 @@ struct Executive::Work {
     if (!log)
       return list.process(forward, &processor);
     for (std::size_t i = 0; i < list.size(); ++i)
-      log->attempt(list[i].path.str(), list[i].name.str(), [&] { processor.visit(list[i]); });
+      log->attempt(list[i].path, list[i].name, [&] { processor.visit(list[i]); });
   }
 };
 
@@ -188,17 +188,15 @@ void Executive::updateNoAction(const KSLChangeList& changes, KSLChangeList* hist
   UpdateProcessor(&updater, history).process(changes);
 }
 
-void Executive::appendToChangedObjects(const std::set<std::string>& paths)
+void Executive::appendToChangedObjects(const std::set<SharedText>& paths)
 {
-  for (const std::string& path : paths)
-    m_pendingUpdates.emplace_back(std::string_view(path));
+  m_pendingUpdates.insert(m_pendingUpdates.end(), paths.begin(), paths.end());
 }
 
 // Each once, in path order.
 void Executive::appendToChangedObjects(std::vector<SharedText> paths)
 {
-  std::sort(paths.begin(), paths.end(),
-            [](const SharedText& a, const SharedText& b) { return a.str() < b.str(); });
+  std::sort(paths.begin(), paths.end());
   const auto end = std::unique(paths.begin(), paths.end());
   m_pendingUpdates.insert(m_pendingUpdates.end(), paths.begin(), end);
 }
@@ -225,7 +223,7 @@ void Executive::updateChangedObjects(ObjectDB* database, RecoveryLog* log)
     try {
       attempt([object] { object->update(); });
     } catch (Error& error) {
-      error.concern(path.str());
+      error.concern(path.copy());
       throw;
     }
   }

@@ -250,7 +250,7 @@ void History::takeBack(Executive* executive)
   for (std::size_t step = m_steps.size(); step-- > 0;) {
     for (std::size_t i = m_steps[step].last; i-- > m_steps[step].first;) {
       const KSLChange& inverse = (*m_steps[step].list)[i];
-      log.attempt(inverse.path.str(), inverse.name.str(), [&] { inverses.add(inverse); });
+      log.attempt(inverse.path, inverse.name, [&] { inverses.add(inverse); });
     }
   }
   dropFailed();
@@ -262,7 +262,7 @@ void History::takeBack(Executive* executive)
   KSLAPIUpdateProcessor store(m_store, false);
   for (std::size_t i = 0; i < inverses.size(); ++i) {
     const KSLChange& inverse = inverses[i];
-    log.attempt(inverse.path.str(), inverse.name.str(), [&] { store.visit(inverse); });
+    log.attempt(inverse.path, inverse.name, [&] { store.visit(inverse); });
   }
   const auto recoverObjects = [&] {
     log.putBack = 0;

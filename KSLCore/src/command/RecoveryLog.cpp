@@ -40,21 +40,22 @@ class Adoption {
       waiting.pop_back();
       contents(*object);
       object->forEachChild([&](const KSLObject* child) {
-        m_change.newObject(child->getPath());
-        m_store.moveLast(child->getPath());
+        m_change.visit(KSLChange::createObject(child->getSharedPath()));
+        m_store.moveLast(child->getSharedPath());
         waiting.push_back(child);
       });
     }
     if (const KSLObject* parent = top->getParentObject())
-      parent->forEachChild([&](const KSLObject* child) { m_store.moveLast(child->getPath()); });
+      parent->forEachChild([&](const KSLObject* child) { m_store.moveLast(child->getSharedPath()); });
   }
 
  private:
   void contents(const KSLObject& object)
   {
-    const std::string& path = object.getPath();
+    const WholePath whole(object.getSharedPath());
+    const std::string& path = whole.str();
     if (!path.empty())
-      m_change.newObject(path);
+      m_change.visit(KSLChange::createObject(object.getSharedPath()));
     for (const KSLAPI::ObjectInfo& info : m_store.getObjectInfo(path.empty() ? "/" : path)) {
       if (info.getKind() == "Param")
         param(path, info.getName());
@@ -73,7 +74,7 @@ class Adoption {
 
 }  // namespace
 
-void RecoveryLog::noteCreated(const std::string& path) noexcept
+void RecoveryLog::noteCreated(const SharedText& path) noexcept
 {
   try {
     m_created.push_back(path);
@@ -82,7 +83,7 @@ void RecoveryLog::noteCreated(const std::string& path) noexcept
   }
 }
 
-void RecoveryLog::noteFailed(const std::string& path, const std::string& param) noexcept
+void RecoveryLog::noteFailed(const SharedText& path, const SharedText& param) noexcept
 {
   try {
     m_failed.emplace(path, param);
@@ -94,15 +95,18 @@ void RecoveryLog::noteFailed(const std::string& path, const std::string& param) 
 // Each takeover leaves what it has done in place, so one that fails is attempted once more; then all is taken over.
 void RecoveryLog::settle(KSLAPI& store)
 {
-  for (const std::string& path : m_created)
+  for (const SharedText& path : m_created)
     store.moveLast(path);
   const auto insist = [this](const auto& step) { return attempt(step) || attempt(step); };
   if (!insist([&] { noteLoaded(store); }))
     m_incomplete = true;
   Adoption adoption(store);
-  for (const auto& failed : m_failed) {
-    const std::string& param = failed.second;
-    if (!insist([&] { param.empty() ? adoption.object(failed.first) : adoption.param(failed.first, param); }))
+  for (const auto& [object, param] : m_failed) {
+    const auto takeOver = [&, &path = object, &name = param] {
+      const WholePath whole(path);
+      name.empty() ? adoption.object(whole.str()) : adoption.param(whole.str(), name.str());
+    };
+    if (!insist(takeOver))
       m_incomplete = true;
   }
   if (m_incomplete)
@@ -115,7 +119,7 @@ void RecoveryLog::noteLoaded(KSLAPI& store)
 {
   const KSLChangeList& changes = *store.getKSLChangeList();
   for (std::size_t i = 0; i < changes.size(); ++i)
-    m_failed.emplace(changes[i].path.str(), changes[i].name.str());
+    m_failed.emplace(changes[i].path, changes[i].name);
   store.clearKSLChangeList();
 }
 

@@ -1,6 +1,7 @@
 // What a recovery did, and what it could not do.
 #pragma once
 
+#include "platform/ORVUtilities.h"
 #include "PendingError.h"
 
 #include <set>
@@ -32,7 +33,7 @@ class RecoveryLog {
     }
   }
   template <class Step>
-  bool attempt(const std::string& path, const std::string& param, Step step)
+  bool attempt(const SharedText& path, const SharedText& param, Step step)
   {
     const bool good = attempt(step);
     if (!good)
@@ -43,7 +44,7 @@ class RecoveryLog {
   // Something was lost of which no step can tell: the store follows in everything.
   void noteIncomplete() noexcept { m_incomplete = true; }
   // The database made this object, behind its siblings.
-  void noteCreated(const std::string& path) noexcept;
+  void noteCreated(const SharedText& path) noexcept;
   // So many changes were put back.
   std::size_t putBack = 0;
 
@@ -54,11 +55,11 @@ class RecoveryLog {
 
  private:
   void noteLoaded(KSLAPI& store);
-  void noteFailed(const std::string& path, const std::string& param) noexcept;
+  void noteFailed(const SharedText& path, const SharedText& param) noexcept;
 
   PendingError m_failure;
-  std::vector<std::string> m_created;  // in order
-  std::set<std::pair<std::string, std::string>>
+  std::vector<SharedText> m_created;  // in order
+  std::set<std::pair<SharedText, SharedText>>
       m_failed;  // object and parameter; without one all of the object
   bool m_incomplete = false;
 };

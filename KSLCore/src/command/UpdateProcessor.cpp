@@ -9,7 +9,6 @@
 #include "RecoveryLog.h"
 
 #include <algorithm>
-#include <functional>
 
 namespace orv {
 
@@ -19,13 +18,13 @@ namespace {
 
 // Runs a step of a change; an error tells what it arose from. True when there was none.
 template <class Step>
-bool naming(const std::string& path, const std::string& param, Step step)
+bool naming(const SharedText& path, const SharedText& param, Step step)
 {
   try {
     step();
     return true;
   } catch (Error& error) {
-    error.concern(path, param);
+    error.concern(path.copy(), param.str());
     throw;
   }
 }
@@ -51,8 +50,8 @@ std::size_t UpdateProcessor::process(const KSLChangeList& changes)
     }
     const KSLChange change = group[at];
     const auto step = [&] { visit(change); };
-    const bool isDone = m_log ? m_log->attempt(change.path.str(), change.name.str(), step)
-                              : naming(change.path.str(), change.name.str(), step);
+    const bool isDone =
+        m_log ? m_log->attempt(change.path, change.name, step) : naming(change.path, change.name, step);
     done += isDone;
     ++m_visited;
   }
@@ -69,7 +68,7 @@ std::size_t UpdateProcessor::applyGroup(const ChangeGroup& group, std::size_t at
     if (!wentAlong())
       return 0;
     if (all->object == Object::last || (all->object == Object::first && at == 0))
-      forget(group.path().str());
+      forget(group.path());
     return group.size() - at;
   }
   if (at > 0 || !m_history || m_log || m_history->getModifier() || !m_updater->createsObjects())
@@ -149,7 +148,7 @@ void UpdateProcessor::createGroup(const ChangeGroup& group, Progress& progress)
     if (done > 0)
       progress.advance(m_visited + done);
     const store::Param& param = all.run[i];
-    naming(group.path().str(), param.name.str(), [&] {
+    naming(group.path(), param.name, [&] {
       if (!object || m_updater->changeCount() != count) {
         object = objectToSet(group.path());
         count = m_updater->changeCount();
@@ -170,7 +169,7 @@ void UpdateProcessor::changeParam(const ChangeGroup& group)
     if (m_history->size() == before + 1)  // else others have recorded since
       m_history->truncate(before);
   });
-  naming(change.path.str(), change.name.str(), [&] {
+  naming(change.path, change.name, [&] {
     noteChanged(change.path);
     if (KSLObject* object = m_updater->find(change.path))
       object->setWhole(change.name.str(), change.value);
@@ -199,8 +198,8 @@ void UpdateProcessor::removeGroup(const ChangeGroup& group)
     if (m_updater->changeCount() == changesBefore && m_history->size() == after)
       m_history->truncate(before);
   });
-  forget(group.path().str());
-  naming(group.path().str(), {}, [&] { m_updater->deleteObject(group.path().str()); });
+  forget(group.path());
+  naming(group.path(), {}, [&] { m_updater->deleteObject(group.path()); });
   unrecord.dismiss();
 }
 
@@ -213,7 +212,7 @@ void UpdateProcessor::visit(const KSLChange& change)
   else if (!wentAlong())
     apply(change);
   else if (change.kind == KSLChange::Kind::deleteObject)
-    forget(change.path.str());
+    forget(change.path);
 }
 
 // True for what the list names behind the deletion of an object that it was in, when no object has come or gone since.
@@ -228,10 +227,26 @@ void UpdateProcessor::apply(const KSLChange& change)
   const ValueAtHand value(change.value);
   const bool ofParam = !change.name.empty();
   m_sameObject = ofParam && change.path.same(m_objectPath) && m_updater->changeCount() == m_objectCount;
-  KSLChangeProcessor::visit(change);
-  m_objectPath =
-      m_sameObject || (ofParam && m_updater->hasObject(change.path.str())) ? change.path : SharedText();
+  make(change);
+  m_objectPath = m_sameObject || (ofParam && m_updater->hasObject(change.path)) ? change.path : SharedText();
   m_objectCount = m_updater->changeCount();
+}
+
+// As KSLChangeProcessor::visit, which puts paths together.
+void UpdateProcessor::make(const KSLChange& change)
+{
+  switch (change.kind) {
+    case KSLChange::Kind::createObject:
+      return newObject(change.path);
+    case KSLChange::Kind::deleteObject:
+      return deletedObject(change.path);
+    case KSLChange::Kind::createParam:
+      return newParam(change.path, change.name.str(), change.value.str());
+    case KSLChange::Kind::deleteParam:
+      return deletedParam(change.path, change.name.str());
+    case KSLChange::Kind::changeParam:
+      return changedParam(change.path, change.name.str(), change.value.str());
+  }
 }
 
 void UpdateProcessor::visitRecorded(const KSLChange& change)
@@ -259,8 +274,7 @@ void UpdateProcessor::record(const KSLChange& change)
   if (change.kind != KSLChange::Kind::deleteObject || !m_list)
     return m_history->add(change.inverse());
   const auto goesAlong = [&](const ChangeGroup& group) {
-    return group.listed() && !group.listed()->creates
-           && PathUtils::isSameOrBelow(group.path().str(), change.path.str());
+    return group.listed() && !group.listed()->creates && group.path().isSameOrBelow(change.path);
   };
   ChangeGroups::Cursor cursor(*m_list);
   for (m_recorded = m_visited; m_recorded < m_list->size();) {
@@ -275,18 +289,13 @@ void UpdateProcessor::record(const KSLChange& change)
   }
 }
 
-void UpdateProcessor::newObject(const std::string& path)
-{
-  newObject(SharedText(std::string_view(path)));
-}
-
 void UpdateProcessor::newObject(const SharedText& path)
 {
   if (m_updater->createsObjects() && !m_updater->find(path))
     m_waiting.push_back({path, false});
 }
 
-void UpdateProcessor::deletedObject(const std::string& path)
+void UpdateProcessor::deletedObject(const SharedText& path)
 {
   forget(path);
   if (!m_updater->hasObject(path))
@@ -294,26 +303,26 @@ void UpdateProcessor::deletedObject(const std::string& path)
   m_updater->deleteObject(path);
 }
 
-void UpdateProcessor::newParam(const std::string& path, const std::string& name, const std::string& value)
+void UpdateProcessor::newParam(const SharedText& path, const std::string& name, const std::string& value)
 {
   if (!m_sameObject && m_updater->createsObjects() && !m_updater->hasObject(path)) {
     createWaiting();
-    ensureObject(SharedText(std::string_view(path)));
+    ensureObject(path);
   }
-  noteChanged(path);
+  noteVisited(path);
   m_updater->setParam(path, name, value);
 }
 
-void UpdateProcessor::changedParam(const std::string& path, const std::string& name,
-                                   const std::string& newValue, const std::string&)
+void UpdateProcessor::changedParam(const SharedText& path, const std::string& name,
+                                   const std::string& newValue)
 {
-  noteChanged(path);
+  noteVisited(path);
   m_updater->setParam(path, name, newValue);
 }
 
-void UpdateProcessor::deletedParam(const std::string& path, const std::string& name, const std::string&)
+void UpdateProcessor::deletedParam(const SharedText& path, const std::string& name)
 {
-  noteChanged(path);
+  noteVisited(path);
   m_updater->unsetParam(path, name);
 }
 
@@ -326,7 +335,7 @@ void UpdateProcessor::createWaiting()
   waiting.swap(m_waiting);
   for (const Waiting& entry : waiting) {
     if (m_log)
-      m_log->attempt(entry.path.str(), {}, [&] { ensureObject(entry.path); });
+      m_log->attempt(entry.path, SharedText(), [&] { ensureObject(entry.path); });
     else
       ensureObject(entry.path);
   }
@@ -338,12 +347,11 @@ void UpdateProcessor::dropDeleted(std::vector<Waiting>& waiting)
   const auto isDeletion = [](const Waiting& entry) { return entry.deleted; };
   if (std::none_of(waiting.begin(), waiting.end(), isDeletion))
     return;
-  std::set<std::string, std::less<>> deleted;
+  std::set<SharedText> deleted;
   for (std::size_t i = waiting.size(); i-- > 0;) {
     if (waiting[i].deleted)
-      deleted.insert(waiting[i].path.str());
-    for (std::string_view at = waiting[i].path.str(); !at.empty() && !waiting[i].deleted;
-         at = PathUtils::parentPath(at))
+      deleted.insert(waiting[i].path);
+    for (SharedText at = waiting[i].path; !at.empty() && !waiting[i].deleted; at = at.parent())
       waiting[i].deleted = deleted.count(at) > 0;
   }
   waiting.erase(std::remove_if(waiting.begin(), waiting.end(), isDeletion), waiting.end());
@@ -354,8 +362,8 @@ void UpdateProcessor::dropDeleted(std::vector<Waiting>& waiting)
 void UpdateProcessor::ensureObject(const SharedText& path)
 {
   std::vector<SharedText> missing;
-  for (SharedText at = path; !m_updater->hasParentOf(at.str()); missing.push_back(at))
-    at = SharedText(PathUtils::parentPath(at.str()));
+  for (SharedText at = path; !m_updater->hasParentOf(at); missing.push_back(at))
+    at = at.parent();
   for (std::size_t i = missing.size(); i-- > 0;)
     create(missing[i]);
   if (!m_updater->find(path))
@@ -365,15 +373,15 @@ void UpdateProcessor::ensureObject(const SharedText& path)
 void UpdateProcessor::create(const SharedText& path)
 {
   m_changed.push_back(path);
-  naming(path.str(), {}, [&] { m_updater->createObject(path); });
+  naming(path, {}, [&] { m_updater->createObject(path); });
   if (m_log)
-    m_log->noteCreated(path.str());
+    m_log->noteCreated(path);
 }
 
-void UpdateProcessor::forget(const std::string& deletedPath)
+void UpdateProcessor::forget(const SharedText& deletedPath)
 {
   if (!m_waiting.empty())
-    m_waiting.push_back({SharedText(std::string_view(deletedPath)), true});
+    m_waiting.push_back({deletedPath, true});
 }
 
 void UpdateProcessor::noteChanged(const SharedText& path)
@@ -385,10 +393,10 @@ void UpdateProcessor::noteChanged(const SharedText& path)
   m_lastChanged = path;
 }
 
-void UpdateProcessor::noteChanged(const std::string& path)
+void UpdateProcessor::noteVisited(const SharedText& path)
 {
-  if (!m_sameObject && !(m_lastChanged == std::string_view(path)))
-    noteChanged(SharedText(std::string_view(path)));
+  if (!m_sameObject)
+    noteChanged(path);
 }
 
 // ----------------------------------------------------------------------------------- InternalParamUpdateProcessor
@@ -412,8 +420,9 @@ void InternalParamUpdateProcessor::deletedObject(const std::string&)
 void InternalParamUpdateProcessor::newParam(const std::string& path, const std::string& name,
                                             const std::string& value)
 {
-  m_updater->setParam(path, name, value);
-  m_changed.insert(path);
+  const SharedText shared(path);
+  m_updater->setParam(shared, name, value);
+  m_changed.insert(shared);
 }
 
 void InternalParamUpdateProcessor::changedParam(const std::string& path, const std::string& name,

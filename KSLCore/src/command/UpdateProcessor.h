@@ -37,12 +37,21 @@ class UpdateProcessor : public KSLChangeProcessor {
         m_log(log)
   {}
 
-  void newObject(const std::string& path) override;
-  void deletedObject(const std::string& path) override;
-  void newParam(const std::string& path, const std::string& name, const std::string& value) override;
+  void newObject(const std::string& path) override { newObject(SharedText(path)); }
+  void deletedObject(const std::string& path) override { deletedObject(SharedText(path)); }
+  void newParam(const std::string& path, const std::string& name, const std::string& value) override
+  {
+    newParam(SharedText(path), name, value);
+  }
   void changedParam(const std::string& path, const std::string& name, const std::string& newValue,
-                    const std::string& oldValue) override;
-  void deletedParam(const std::string& path, const std::string& name, const std::string& value) override;
+                    const std::string&) override
+  {
+    changedParam(SharedText(path), name, newValue);
+  }
+  void deletedParam(const std::string& path, const std::string& name, const std::string&) override
+  {
+    deletedParam(SharedText(path), name);
+  }
   void visit(const KSLChange& change) override;
 
   // How many were applied.
@@ -67,12 +76,17 @@ class UpdateProcessor : public KSLChangeProcessor {
   void changeParam(const ChangeGroup& group);
   KSLObject* objectToSet(const SharedText& path);
   static void dropDeleted(std::vector<Waiting>& waiting);
+  void make(const KSLChange& change);
   void newObject(const SharedText& path);
+  void deletedObject(const SharedText& path);
+  void newParam(const SharedText& path, const std::string& name, const std::string& value);
+  void changedParam(const SharedText& path, const std::string& name, const std::string& newValue);
+  void deletedParam(const SharedText& path, const std::string& name);
   void ensureObject(const SharedText& path);
   void create(const SharedText& path);
-  void forget(const std::string& deletedPath);
+  void forget(const SharedText& deletedPath);
   void noteChanged(const SharedText& path);
-  void noteChanged(const std::string& path);
+  void noteVisited(const SharedText& path);
   void apply(const KSLChange& change);
   bool wentAlong() const;
   void visitRecorded(const KSLChange& change);
@@ -103,11 +117,11 @@ class InternalParamUpdateProcessor : public KSLChangeProcessor {
   void changedParam(const std::string& path, const std::string& name, const std::string& newValue,
                     const std::string& oldValue) override;
   void deletedParam(const std::string& path, const std::string& name, const std::string& value) override;
-  const std::set<std::string>& getChanged() const { return m_changed; }
+  const std::set<SharedText>& getChanged() const { return m_changed; }
 
  private:
   DBUpdater* m_updater;  // not owned
-  std::set<std::string> m_changed;
+  std::set<SharedText> m_changed;
 };
 
 }  // namespace orv

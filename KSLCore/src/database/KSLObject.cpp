@@ -7,6 +7,7 @@
 #include "database/ObjectChangeNotify.h"
 #include "database/ObjectDB.h"
 #include "database/ObjectFactory.h"
+#include "database/PathAtHand.h"
 #include "database/PreferredUnits.h"
 #include "database/ReferenceRemoval.h"
 #include "database/ReferenceResolver.h"
@@ -53,6 +54,7 @@ KSLObject::KSLObject()
       m_searchUp(false),
       m_plainClass(false),
       m_storingClass(false),
+      m_valueAllowed(false),
       m_lineUnread(false)
 {}
 
@@ -180,21 +182,11 @@ void KSLObject::setPath(const std::string& parentPath, const std::string& name)
            _("'%s' is a singleton object, but name '%s' does not equal type.", getType(), name));
 
   const PathFunction normalise = *thePathFunction;
-  std::string path = normalise ? normalise(parentPath) : std::string();
-  const std::string& parent = normalise ? path : parentPath;
-  std::string full;
-  full.reserve(parent.size() + getType().size() + name.size() + 2);
-  full.append(parent).append(1, '/').append(getType());
-  if (!m_singleton)
-    full.append(1, ':').append(name);
+  const std::string_view ownName = m_singleton ? std::string_view() : name;
+  SharedText path = normalise ? PathAtHand::share(normalise(parentPath), getType(), ownName)
+                              : PathAtHand::share(parentPath, getType(), ownName);
   m_name = name;
-  m_path = SharedText(std::move(full));
-}
-
-void KSLObject::sharePath(const SharedText& path)
-{
-  if (m_path == path)
-    m_path = path;
+  m_path = std::move(path);
 }
 
 // ---------------------------------------------------------------------------------------------------- parameters
@@ -222,7 +214,7 @@ ParamDefinition* KSLObject::findParamToSet(std::string_view name, const std::str
 Diagnostic KSLObject::unknownParam(const std::string& name) const
 {
   Diagnostic more = oneOf(name, getParamNames(externalParams));
-  more.object = getPath();
+  more.object = m_path.copy();
   more.parameter = name;
   return more;
 }
@@ -232,7 +224,7 @@ const ParamDefinition* KSLObject::getParam(const std::string& name) const
   if (const ParamDefinition* param = m_params.own(name, paramObserver()))
     return param;
   throw diagnosed(data::notFound("KSLObject", "getParam",
-                                 _("Parameter '%s' does not exist on object %s.", name, getPath())),
+                                 _("Parameter '%s' does not exist on object %s.", name, m_path.copy())),
                   unknownParam(name));
 }
 
@@ -366,10 +358,12 @@ void KSLObject::allOrNothing(const std::string& name, Set set)
 
 void KSLObject::setWhole(const std::string& name, const std::string& value)
 {
-  allOrNothing(name, [&] {
-    m_lineUnread = m_plainClass;
+  if (m_plainClass) {
+    m_lineUnread = true;
     setValue(name, value);
-  });
+    return;
+  }
+  allOrNothing(name, [&] { setValue(name, value); });
 }
 
 void KSLObject::setWhole(const std::string& name, const SharedText& value)
@@ -520,7 +514,7 @@ void KSLObject::delDependent(KSLObject* object, const ParamDefinition* param)
   requirePointer(param, "delDependent", "p_param");
   if (!m_dependents)
     return;
-  const auto found = m_dependents->find(Dependent::Key{object->getPath(), param->getName()});
+  const auto found = m_dependents->find(Dependent::Key{object->getSharedPath(), param->getName()});
   if (found != m_dependents->end())
     m_dependents->erase(found);
   if (m_dependents->empty())

@@ -12,7 +12,7 @@ auto KSLObject::readNaming(const std::string& name, Read read) const
   try {
     return read(readParam(name));
   } catch (Error& error) {
-    error.concern(getPath(), name);
+    error.concern(m_path.copy(), name);
     throw;
   }
 }

@@ -12,6 +12,7 @@
 
 #include <algorithm>
 #include <deque>
+#include <functional>
 
 namespace orv {
 
@@ -47,7 +48,7 @@ void requireText(const std::string& text, const char* function, const char* name
 
 bool pathBefore(const KSLObject* a, const KSLObject* b)
 {
-  return a->getPath() < b->getPath();
+  return a->getSharedPath() < b->getSharedPath();
 }
 
 }  // namespace
@@ -85,7 +86,7 @@ class ObjectDB::DeleteGuard {
     if (!m_database.m_changeNotify)
       return;
     try {
-      m_database.m_changeNotify->objectDeleteEnd(m_path.str(), object);
+      m_database.m_changeNotify->objectDeleteEnd(WholePath(m_path).str(), object);
     } catch (...) {}
   }
 
@@ -184,16 +185,43 @@ ObjectHolder* ObjectDB::findObjectHolder(const std::string& path) const
   return normal.empty() ? m_rootHolder.get() : m_index->find(PathKey(normal));
 }
 
-ObjectHolder* ObjectDB::findParentHolder(const std::string& path) const
+// Whatever is here has a normal path.
+ObjectHolder* ObjectDB::findObjectHolder(const SharedText& path) const
 {
-  const std::string_view parent = PathUtils::parentPath(path);
+  if (m_pathNormaliseFun || path.size() <= 1)
+    return findObjectHolder(WholePath(path).str());
+  ObjectHolder* const found = m_index->find(PathKey(path));
+  return found || isNormalPath(path) ? found : findObjectHolder(WholePath(path).str());
+}
+
+// Of a long path only what is not above the one asked for last is read.
+bool ObjectDB::isNormalPath(const SharedText& path) const
+{
+  if (!path.isLong())
+    return isNormal(path.str());
+  SharedText at = path;
+  for (; at.isLong() && !m_index->lastNormal.isSameOrBelow(at); at = at.parent()) {
+    if (!isNormal(at.component()))
+      return false;
+  }
+  if (!at.isLong() && !isNormal(at.str()))
+    return false;
+  m_index->lastNormal = path;
+  return true;
+}
+
+ObjectHolder* ObjectDB::findParentHolder(const SharedText& path) const
+{
+  if (path.isLong())
+    return findObjectHolder(path.parent());
+  const std::string_view parent = PathUtils::parentPath(path.str());
   if (m_pathNormaliseFun || parent.size() <= 1)
     return findObjectHolder(std::string(parent));
-  if (m_lastParent && m_lastParent->getObject()->getPath() == parent)
+  if (m_lastParent && m_lastParent->getObject()->pathIs(parent))
     return m_lastParent;
   ObjectHolder* const found =
       isNormal(parent) ? m_index->find(PathKey(parent)) : findObjectHolder(std::string(parent));
-  if (found && found->getObject()->getPath() == parent)
+  if (found && found->getObject()->pathIs(parent))
     m_lastParent = found;
   return found;
 }
@@ -217,11 +245,8 @@ KSLObject* ObjectDB::getObjectByPath(const std::string& path) const
 
 KSLObject* ObjectDB::getObjectByPath(const SharedText& path) const
 {
-  if (m_pathNormaliseFun || path.str().size() <= 1)
-    return getObjectByPath(path.str());
-  if (const ObjectHolder* holder = m_index->find(PathKey(path)))
-    return holder->getObject();
-  return isNormal(path.str()) ? nullptr : getObjectByPath(path.str());
+  const ObjectHolder* holder = findObjectHolder(path);
+  return holder ? holder->getObject() : nullptr;
 }
 
 KSLObject* ObjectDB::getObjectByName(const std::string& name) const
@@ -240,25 +265,25 @@ KSLObject* ObjectDB::getObjectByName(const std::string& name) const
 ObjectHolder* ObjectDB::checkedParentOf(const KSLObject* object) const
 {
   constexpr const char* function = "addObject";
-  const auto requireField = [&](const std::string& text, const char* field) {
-    if (text.empty())
+  const auto requireField = [&](bool isThere, const char* field) {
+    if (!isThere)
       throw data::invalid(objectDBClass, function, _("Invalid KSLObject. %s field is empty.", field));
   };
   if (!object)
     throw internal::badParam(objectDBClass, function, _("Null pointer to %s.", "KSLObject"));
-  const std::string& path = object->getPath();
-  requireField(object->getType(), "Type");
-  requireField(object->getName(), "name");
-  requireField(path, "path");
-  if (getObjectByPath(object->getSharedPath()))
+  const SharedText& path = object->getSharedPath();
+  requireField(!object->getType().empty(), "Type");
+  requireField(!object->getName().empty(), "name");
+  requireField(!path.empty(), "path");
+  if (findObjectHolder(path))
     throw data::duplicate(objectDBClass, function,
-                          _("KSLObject '%s' (path '%s') already exists.", object->getName(), path));
+                          _("KSLObject '%s' (path '%s') already exists.", object->getName(), path.copy()));
   ObjectHolder* parent = findParentHolder(path);
   if (!parent)  // the blank that is missing in this text is missed by nobody: it is compared as it stands
     throw data::invalid(objectDBClass, function,
-                        _("Parent of new object ('%s')does not exist in the database.", path));
-  if (!isNormal(path))
-    throw data::invalid(objectDBClass, function, _("Path '%s' is not normal.", path));
+                        _("Parent of new object ('%s')does not exist in the database.", path.copy()));
+  if (!isNormalPath(path))
+    throw data::invalid(objectDBClass, function, _("Path '%s' is not normal.", path.copy()));
   return parent;
 }
 
@@ -313,6 +338,14 @@ void ObjectDB::deleteObject(const std::string& path)
   if (!holder->getParentHolder())
     throw internal::error(objectDBClass, "deleteObject",
                           _("Attempt to delete object that has no parent object ('%s')", path));
+  doDeleteObject(holder);
+}
+
+void ObjectDB::deleteObject(const SharedText& path)
+{
+  ObjectHolder* holder = findObjectHolder(path);
+  if (!holder || !holder->getParentHolder())
+    return deleteObject(path.copy());  // which throws
   doDeleteObject(holder);
 }
 
@@ -400,14 +433,13 @@ std::vector<KSLObject*> ObjectDB::getObjectsByCategory(const std::string& catego
 namespace {
 
 // What `text` gives for each object that `accept` takes.
-template <class Accept>
-std::vector<std::string> textsOf(const std::vector<KSLObject*>& objects, Accept accept,
-                                 const std::string& (KSLObject::*text)() const)
+template <class Accept, class Text>
+std::vector<std::string> textsOf(const std::vector<KSLObject*>& objects, Accept accept, Text text)
 {
   std::vector<std::string> texts;
   for (const KSLObject* object : objects) {
     if (accept(*object))
-      texts.push_back((object->*text)());
+      texts.push_back(std::invoke(text, *object));
   }
   return texts;
 }
@@ -415,6 +447,11 @@ std::vector<std::string> textsOf(const std::vector<KSLObject*>& objects, Accept 
 bool acceptAll(const KSLObject&)
 {
   return true;
+}
+
+std::string pathOf(const KSLObject& object)
+{
+  return object.getSharedPath().copy();
 }
 
 }  // namespace
@@ -493,12 +530,12 @@ std::vector<KSLObject*> ObjectDB::getAllObjectsByCategory(const std::string& cat
 
 std::vector<std::string> ObjectDB::getAllObjectPaths() const
 {
-  return textsOf(getAllObjects(), acceptAll, &KSLObject::getPath);
+  return textsOf(getAllObjects(), acceptAll, pathOf);
 }
 
 std::vector<std::string> ObjectDB::getAllObjectPathsByCategory(const std::string& category) const
 {
-  return textsOf(getAllObjectsByCategory(category), acceptAll, &KSLObject::getPath);
+  return textsOf(getAllObjectsByCategory(category), acceptAll, pathOf);
 }
 
 void ObjectDB::getObjectsWithParameter(const std::string& paramName,
@@ -509,7 +546,7 @@ void ObjectDB::getObjectsWithParameter(const std::string& paramName,
     const KSLObject* object = holder->getObject();
     const ParamDefinition* param = object->lookUpParam(paramName);
     if (param && param->getValue().find(',') == std::string::npos)
-      results.emplace_back(object->getPath(), param->getValue());
+      results.emplace_back(object->getSharedPath().copy(), param->getValue());
   });
   std::sort(results.begin(), results.end());
 }
@@ -523,7 +560,7 @@ std::string ObjectDB::getState(const std::vector<std::string>& pathsOrNames) con
     return text;
   if (pathsOrNames.empty()) {
     for (const KSLObject* object : getAllObjects())
-      text.append(object->getPath()) += '\n';
+      text.append(WholePath(object->getSharedPath()).str()) += '\n';
     return text;
   }
   for (const std::string& item : pathsOrNames) {

@@ -27,7 +27,7 @@ DependentSet dependentsOfTree(const KSLObject& top)
     const KSLObject* object = waiting.back();
     waiting.pop_back();
     for (const Dependent& dependent : object->getDependents()) {
-      if (!PathUtils::isSameOrBelow(dependent.getObjPath(), top.getPath()))
+      if (!dependent.getSharedPath().isSameOrBelow(top.getSharedPath()))
         dependents.insert(dependent);
     }
     object->forEachChild([&waiting](const KSLObject* child) { waiting.push_back(child); });
@@ -38,7 +38,7 @@ DependentSet dependentsOfTree(const KSLObject& top)
 // Items are compared by what they name, not by how they name it.
 bool namesAnyOf(const KSLObject& top, const KSLObject* found)
 {
-  return found && PathUtils::isSameOrBelow(found->getPath(), top.getPath());
+  return found && found->getSharedPath().isSameOrBelow(top.getSharedPath());
 }
 
 // What the parameter becomes when nothing is left of its value and it may not be empty.
@@ -77,7 +77,7 @@ DependentUpdates::References referencesOf(const KSLObject& top, const KSLObject&
 // Expressions do not survive without one of their names, and a default waits for what it names.
 void ReferenceRemoval::reportOne(const KSLObject& top, const Dependent& dependent, DependentUpdates& updates)
 {
-  const KSLObject* holder = ObjectDB::instance()->getObjectByPath(dependent.getObjPath());
+  const KSLObject* holder = ObjectDB::instance()->getObjectByPath(dependent.getSharedPath());
   const ParamDefinition* param = holder ? holder->lookUpParam(dependent.getParamName()) : nullptr;
   if (!param || param->isExpression() || param->getValue() == param->getDefaultValue())
     return;

@@ -348,12 +348,12 @@ void LinkJudgement::dropNew(NamedTargets& found) noexcept
 
 // --------------------------------------------------------------------------------------------------------- committing
 
-std::set<std::string> LinkJudgement::untouchedPaths() const
+std::set<SharedText> LinkJudgement::untouchedPaths() const
 {
-  std::set<std::string> paths;
+  std::set<SharedText> paths;
   for (const NameLink* link : m_toMark) {
     if (!link->m_touched)
-      paths.insert(link->owner().getPath());
+      paths.insert(link->owner().getSharedPath());
   }
   return paths;
 }

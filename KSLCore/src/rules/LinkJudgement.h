@@ -34,7 +34,7 @@ class LinkJudgement {
   void takeDueOf(GenericKSLObject& object);
   void judge();
   // The paths of objects that are to get other links although no change names them.
-  std::set<std::string> untouchedPaths() const;
+  std::set<SharedText> untouchedPaths() const;
   void finish() noexcept;
 
  private:

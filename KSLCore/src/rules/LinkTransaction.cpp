@@ -47,10 +47,10 @@ void LinkTransaction::close() noexcept
   }
 }
 
-std::set<std::string> LinkTransaction::commit()
+std::set<SharedText> LinkTransaction::commit()
 {
   const ScopeGuard end([this] { close(); });
-  std::set<std::string> paths;
+  std::set<SharedText> paths;
   if (m_index.firstDue()) {
     LinkJudgement judgement(
         m_index, m_kind == Kind::replay ? LinkJudgement::Mode::replay : LinkJudgement::Mode::command);

@@ -3,7 +3,6 @@
 #include "platform/ORVError.h"
 #include "database/ObjectDB.h"
 #include "database/ReferenceResolver.h"
-#include "rules/ExpressionNames.h"
 #include "rules/GenericKSLObject.h"
 
 #include <algorithm>
@@ -23,8 +22,10 @@ NamedTargets NameFinder::find(const GenericKSLObject& object, const ParamDefinit
     finder.makeParentLinks();
   } else if (ExpressionNames::installed()
              && !param.getAllowedValues().contains(text)) {  // a keyword names nothing
-    finder.makeVariableLinks();
-    finder.makeLocatorLinks();
+    ExpressionNames::Uses uses = ExpressionNames::installed()->namesIn(object, param, text);
+    finder.makeVariableLinks(uses);
+    finder.makeLocatorLinks(uses.locations);
+    finder.m_found.locals = std::move(uses.locals);
   }
   finder.dropDoubles();
   return std::move(finder.m_found);
@@ -72,7 +73,7 @@ void NameFinder::makeParentLinks()
       m_found.list.emplace_back();
       continue;
     }
-    const ReferenceResolver::Hit hit = resolver.find(item);
+    const ReferenceResolver::Hit hit = resolver.findItem(item);
     if (hit.object)
       addTarget(hit.object, hit.fits);
     else
@@ -96,7 +97,7 @@ void NameFinder::addTarget(KSLObject* target, bool fits, const std::string& sche
     noteUnfit("makeParentLinks", target->getName(),
               _("Cannot connect parameter %s to object %s(it does not have Scheduler type %s).",
                 m_param.getName(), target->getPath(), type));
-  else if (!target->getPath().empty())  // the root keeps no dependents
+  else if (target->hasPath())  // the root keeps no dependents
     found.object = target;
   found.scheduler = SharedText(scheduler);
   m_found.usesDefinitions = m_found.usesDefinitions || !scheduler.empty();
@@ -105,8 +106,7 @@ void NameFinder::addTarget(KSLObject* target, bool fits, const std::string& sche
   const KSLObject* place = target->getParentObject();
   const bool isAsked =
       !m_asked.empty() && m_asked.back().place == place && m_asked.back().name == target->getName();
-  if (!isAsked && !target->getPath().empty()
-      && place != &m_object)  // it is told when the object goes, however named
+  if (!isAsked && target->hasPath() && place != &m_object)  // it is told when the object goes, however named
     m_asked.push_back({place, target->getName()});
 }
 
@@ -121,11 +121,10 @@ void NameFinder::addComputed(KSLObject* target)
 }
 
 // Without an expressions service nobody comes here: expressions depend on nothing then.
-void NameFinder::makeVariableLinks()
+void NameFinder::makeVariableLinks(const ExpressionNames::Uses& uses)
 {
   const ExpressionNames& names = *ExpressionNames::installed();
   constexpr const char* function = "makeVariableLinks";
-  ExpressionNames::Uses uses = names.namesIn(m_object, m_param, m_text);
   for (const std::string& name : uses.variables) {
     const ExpressionNames::Variable variable = names.findVariable(m_object, name, m_asked);
     if (!variable.several.empty())
@@ -147,13 +146,12 @@ void NameFinder::makeVariableLinks()
       noteMissing(function, name,
                   _("Expression '%s' depends on a function '%s' which does not exist.", m_text, name));
   }
-  m_found.locals = std::move(uses.locals);
 }
 
-void NameFinder::makeLocatorLinks()
+void NameFinder::makeLocatorLinks(const std::vector<std::string>& locations)
 {
   const ExpressionNames& names = *ExpressionNames::installed();
-  for (const std::string& name : names.namesIn(m_object, m_param, m_text).locations) {
+  for (const std::string& name : locations) {
     if (KSLObject* location = names.findLocation(m_object, name))
       addTarget(location, true);
     else

@@ -3,7 +3,7 @@
 #include "platform/ORVException.h"
 #include "platform/ORVExpressionFunctions.h"
 #include "database/ObjectDB.h"
-#include "rules/GenericKSLObject.h"
+#include "rules/computing.h"
 
 #include <algorithm>
 
@@ -27,7 +27,7 @@ std::vector<std::string> objectsAround(const KSLObject& owner, const std::string
       names.push_back(child->getName());
   };
   ObjectDB::instance()->getRoot()->forEachChild(add);
-  if (const KSLObject* parent = owner.getParentObject(); parent && !parent->getPath().empty())
+  if (const KSLObject* parent = owner.getParentObject(); parent && parent->hasPath())
     parent->forEachChild(add);
   owner.forEachChild(add);
   return sorted(std::move(names));
@@ -139,7 +139,7 @@ void NameLink::lose(const KSLObject& object, bool byCommand) noexcept
     target.object = nullptr;
     target.scheduled = false;
     try {
-      target.gonePath = SharedText(object.getPath());
+      target.gonePath = object.getSharedPath();
     } catch (...) {}  // it is only needed to tell a later object at the path
   }
   if (!lost)
@@ -176,8 +176,8 @@ SchedulerObject* NameLink::parentScheduler(const NameTarget& target) const
   if (!target.scheduler.empty())
     return target.object->getSchedulerObject(target.scheduler.str());
   const std::string& type = m_rules->remoteType.empty() ? m_rules->localType : m_rules->remoteType;
-  const auto* computing = dynamic_cast<const GenericKSLObject*>(target.object);
-  return computing ? computing->findSchedulerObject(type) : nullptr;
+  const GenericKSLObject* parent = computing(target.object);
+  return parent ? parent->findSchedulerObject(type) : nullptr;
 }
 
 }  // namespace orv

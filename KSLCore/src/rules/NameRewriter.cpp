@@ -227,7 +227,7 @@ std::vector<std::string> NameRewriter::itemsInFull(const NameLink& link) const
     const NameTarget& target = link.m_targets[i];
     const KSLObject* meant = target.object || target.gonePath.empty()
                                  ? target.object
-                                 : ObjectDB::instance()->getObjectByPath(target.gonePath.str());
+                                 : ObjectDB::instance()->getObjectByPath(target.gonePath);
     if (!meant || resolver.find(items[i]).object == meant)
       continue;
     items[i] = StringUtilities::writtenName(meant->getPath());

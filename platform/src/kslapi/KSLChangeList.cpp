@@ -61,17 +61,18 @@ KSLChangeProcessor::~KSLChangeProcessor() = default;
 
 void KSLChangeProcessor::visit(const KSLChange& change)
 {
+  const WholePath path(change.path);
   switch (change.kind) {
     case KSLChange::Kind::createObject:
-      return newObject(change.path.str());
+      return newObject(path.str());
     case KSLChange::Kind::deleteObject:
-      return deletedObject(change.path.str());
+      return deletedObject(path.str());
     case KSLChange::Kind::createParam:
-      return newParam(change.path.str(), change.name.str(), change.value.str());
+      return newParam(path.str(), change.name.str(), change.value.str());
     case KSLChange::Kind::deleteParam:
-      return deletedParam(change.path.str(), change.name.str(), change.value.str());
+      return deletedParam(path.str(), change.name.str(), change.value.str());
     case KSLChange::Kind::changeParam:
-      return changedParam(change.path.str(), change.name.str(), change.value.str(), change.oldValue.str());
+      return changedParam(path.str(), change.name.str(), change.value.str(), change.oldValue.str());
   }
 }
 

@@ -12,7 +12,7 @@ using store::Node;
 template <class Group, class Make>
 void KSLAPI::Impl::make(const Node* node, Record record, Group group, Make make)
 {
-  if (store::isRulesPath(node->path.str()))
+  if (store::isRulesPath(node->path))
     rules.changed();
   if (record == Record::no)
     return make();
@@ -30,7 +30,7 @@ void KSLAPI::Impl::make(const Node* node, Record record, Group group, Make make)
 
 store::Node* KSLAPI::Impl::makeNode(Node* parent, SharedText path, Record record, store::ParamRun params)
 {
-  if (store::isRulesPath(path.str()))
+  if (store::isRulesPath(path))
     rules.changed();
   const bool isFirst = changes.empty();
   const std::uint64_t before = mark();
@@ -54,17 +54,14 @@ store::Node* KSLAPI::Impl::ensureNode(const SharedText& path, Record record)
 {
   if (Node* node = tree.find(path))
     return node;
-  const std::string& text = path.str();
-  std::vector<std::size_t> missing;  // lengths of the paths to make, innermost first
-  Node* parent = nullptr;
-  for (std::size_t length = text.size(); !parent;) {
-    missing.push_back(length);
-    const std::size_t slash = text.rfind('/', length - 1);
-    length = slash == std::string::npos ? 0 : slash;
-    parent = length == 0 ? tree.root() : tree.find(std::string_view(text).substr(0, length));
+  std::vector<SharedText> missing;  // above it, innermost first
+  Node* parent = tree.findParent(path);
+  for (SharedText at = path; !parent; parent = tree.findParent(at)) {
+    at = at.parent();
+    missing.push_back(at);
   }
-  for (std::size_t i = missing.size(); i-- > 1;)
-    parent = makeNode(parent, SharedText(std::string_view(text).substr(0, missing[i])), record);
+  for (std::size_t i = missing.size(); i-- > 0;)
+    parent = makeNode(parent, missing[i], record);
   return makeNode(parent, path, record);
 }
 
@@ -95,7 +92,7 @@ void KSLAPI::Impl::assign(Node* node, const store::Param* param, const SharedTex
 // Told when it is there: it joins the group of the parameters before it, and shares their run.
 void KSLAPI::Impl::append(Node* node, const SharedText& name, SharedText value, Record record)
 {
-  if (store::isRulesPath(node->path.str()))
+  if (store::isRulesPath(node->path))
     rules.changed();
   const bool isFirst = changes.empty();
   const std::uint64_t before = mark();
@@ -239,10 +236,9 @@ bool KSLAPI::Impl::putBack(const ChangeGroup& group, Record record)
     return false;
   if (tree.find(group.path()) || !hasInterned(all->run))
     return false;
-  const std::string_view parent = PathUtils::parentPath(group.path().str());
-  Node* at = parent.empty() ? tree.root() : tree.find(parent);
+  Node* at = tree.findParent(group.path());
   if (!at)
-    at = ensureNode(SharedText(parent), record);
+    at = ensureNode(group.path().parent(), record);
   makeNode(at, group.path(), record, all->run);
   return true;
 }

@@ -17,6 +17,7 @@
 
 #include "platform/ORVKSLAPI.h"
 #include "platform/internal/ChangeGroup.h"
+#include "platform/internal/PathText.h"
 #include "StoreJournal.h"
 #include "StoreRules.h"
 #include "StoreTree.h"
@@ -61,7 +62,7 @@ class KSLAPI::Impl {
 
   // -- validation; throw what KSLAPI::validateKSLData does
 
-  void validateObject(const std::string& path) const;
+  void validateObject(const SharedText& path, PathText& text) const;
   void validateParam(const KSLChange& change) const;
 
   store::Tree tree;
@@ -77,7 +78,7 @@ class KSLAPI::Impl {
   bool refusesRules = false;
 
  private:
-  std::string_view validateType(const std::string& path) const;
+  std::string_view validateType(const SharedText& path) const;
   template <class Group, class Make>
   void make(const Node* node, Record record, Group group, Make make);
   void assign(Node* node, const store::Param* param, const SharedText& name, SharedText value, Record record);

@@ -60,7 +60,7 @@ void Loader::readHeader(std::string_view line, std::string_view statement)
   if (m_open.empty() && !m_mayDefine && header.type == rulesType)
     throw ksl::invalid("KSLAPI", "loadKSLData",
                        _("Object type '%s' cannot be changed by a command.", header.type));
-  const bool inRules = !m_open.empty() && isRulesPath(m_open.front().path.str());
+  const bool inRules = !m_open.empty() && isRulesPath(m_open.front().path);
   checkName(header.type, inRules);
   checkName(header.name, inRules);
   openBlock(header.type, header.name, header.replace);
@@ -69,20 +69,27 @@ void Loader::readHeader(std::string_view line, std::string_view statement)
 void Loader::openBlock(std::string_view type, std::string_view name, bool replace)
 {
   Node* parent = openNode();
-  m_path = parent->path.str();
+  const SharedText& above = parent->path;
+  m_path.clear();
+  if (!above.isLong())
+    m_path = above.str();
+  const std::size_t start = m_path.size();
   m_path += '/';
   m_store.rules.appendComponent(m_path, type, name);
-  const std::uint32_t hash = SharedText::hashOf(m_path);
-  Node* node = m_store.tree.find(m_path, hash);
+  const std::string_view component = std::string_view(m_path).substr(start);
+  const bool isLong = above.isLong() || m_path.size() > SharedText::longestWhole;
+  const std::uint32_t hash = isLong ? 0 : SharedText::hashOf(m_path);
+  Node* node = isLong ? m_store.tree.findBelow(parent, component) : m_store.tree.find(m_path, hash);
   if (node && replace) {
     m_store.removeNode(node, KSLAPI::Impl::Record::yes);
     node = nullptr;
   }
   if (!node)
-    node = m_store.makeNode(parent, SharedText(m_path, hash), KSLAPI::Impl::Record::yes);
+    node = m_store.makeNode(parent, isLong ? above.below(component) : SharedText(m_path, hash),
+                            KSLAPI::Impl::Record::yes);
   m_open.push_back({node->path, m_removals == m_store.tree.removals() ? node : nullptr});
   if (replace && m_store.replaceHandler)
-    m_store.replaceHandler->objectReplaced(m_path);
+    m_store.replaceHandler->objectReplaced(WholePath(m_open.back().path).str());
 }
 
 void Loader::readParam(std::string_view line, std::string_view statement, std::size_t equals)

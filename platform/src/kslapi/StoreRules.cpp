@@ -17,6 +17,11 @@ bool isRulesPath(std::string_view path)
          && (path.size() == rulesPath.size() || path[rulesPath.size()] == '/');
 }
 
+bool isRulesPath(const SharedText& path)
+{
+  return path.isLong() ? path.isSameOrBelow(rulesPath) : isRulesPath(std::string_view(path.str()));
+}
+
 bool Rules::isDefined(std::string_view name, Kind kind) const
 {
   std::string path(rulesPath);

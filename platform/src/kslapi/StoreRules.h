@@ -50,5 +50,6 @@ class Rules {
 
 // True for "/RULES" and what lies below it.
 bool isRulesPath(std::string_view path);
+bool isRulesPath(const SharedText& path);
 
 }  // namespace orv::store

@@ -13,9 +13,10 @@ constexpr std::size_t usualLimit = 64;  // a sibling's number of parameters is a
 
 }  // namespace
 
-std::string_view lastComponent(std::string_view path)
+std::string_view lastComponent(const SharedText& path)
 {
-  return path.substr(path.rfind('/') + 1);
+  const std::string_view component = path.component();
+  return component.substr(component.starts_with('/') ? 1 : 0);
 }
 
 std::string_view typeOf(std::string_view component)
@@ -38,28 +39,48 @@ Tree::~Tree()
 
 // -------------------------------------------------------------------------------------------------------- nodes
 
+template <class Accept>
+Node* Tree::findIf(std::uint32_t hash, Accept accept) const
+{
+  const std::size_t mask = m_slots.size() - 1;
+  for (std::size_t at = hash & mask; m_slots[at].node; at = (at + 1) & mask) {
+    if (m_slots[at].hash == hash && accept(*m_slots[at].node))
+      return m_slots[at].node;
+  }
+  return nullptr;
+}
+
 Node* Tree::find(std::string_view path, std::uint32_t hash) const
 {
   if (path.empty())
     return const_cast<Node*>(&m_root);
-  const std::size_t mask = m_slots.size() - 1;
-  for (std::size_t at = hash & mask; m_slots[at].node; at = (at + 1) & mask) {
-    if (m_slots[at].hash == hash && m_slots[at].node->path.str() == path)
-      return m_slots[at].node;
-  }
-  return nullptr;
+  return findIf(hash, [path](const Node& node) { return node.path == path; });
 }
 
 Node* Tree::find(const SharedText& path) const
 {
   if (m_lastNode && m_lastPath.same(path))
     return m_lastNode;
-  Node* node = find(path.str(), path.hash());
-  if (node && node != &m_root) {
+  if (path.empty())
+    return const_cast<Node*>(&m_root);
+  Node* node = findIf(path.hash(), [&path](const Node& other) { return other.path == path; });
+  if (node) {
     m_lastPath = path;
     m_lastNode = node;
   }
   return node;
+}
+
+Node* Tree::findParent(const SharedText& path) const
+{
+  return path.isLong() ? find(path.parent()) : find(PathUtils::parentPath(path.str()));
+}
+
+Node* Tree::findBelow(const Node* parent, std::string_view component) const
+{
+  return findIf(parent->path.hashBelow(component), [&](const Node& node) {
+    return node.parent == parent && node.path.component() == component;
+  });
 }
 
 Node* Tree::create(Node* parent, SharedText path, ParamRun params)
@@ -67,7 +88,8 @@ Node* Tree::create(Node* parent, SharedText path, ParamRun params)
   if ((m_size + 1) * 3 > m_slots.size() * 2)
     growIndex();
   auto node = std::make_unique<Node>();
-  node->path = std::move(path);
+  const bool isOwn = path.size() <= SharedText::longestWhole || path.parent().same(parent->path);
+  node->path = isOwn ? std::move(path) : parent->path.below(path.component());
   node->parent = parent;
   if (!params.empty())
     node->nextPlace = params.back().place + 1;

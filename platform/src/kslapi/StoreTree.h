@@ -2,7 +2,7 @@
 //
 // Invariants, held between any two calls:
 //  1. Every node but the root stands in the index under its path, and in its parent's list of children once.
-//  2. A node's path is its parent's path, "/", and its own component. Parameter names are interned: equal names of
+//  2. A node's path is its parent's path, "/", and its own component; a long one shares the parent's (SharedText). Parameter names are interned: equal names of
 //     one tree are the same shared text.
 //  3. Parameters and children of a node share one sequence of places; both lists ascend in it. Something new
 //     takes the place after all others, so the order of first appearance is the order of text.
@@ -42,7 +42,7 @@ struct Node {
 
 // The last component of a path, and its two halves; a component without ":" is a singleton, named after its
 // type.
-std::string_view lastComponent(std::string_view path);
+std::string_view lastComponent(const SharedText& path);
 std::string_view typeOf(std::string_view component);
 std::string_view nameOf(std::string_view component);
 
@@ -60,6 +60,9 @@ class Tree {
   Node* find(std::string_view path) const { return find(path, SharedText::hashOf(path)); }
   Node* find(std::string_view path, std::uint32_t hash) const;  // SharedText::hashOf(path)
   Node* find(const SharedText& path) const;
+  Node* findParent(const SharedText& path) const;
+  // What is in a node, by a component that begins with "/" and makes the path a long one.
+  Node* findBelow(const Node* parent, std::string_view component) const;
 
   // REQUIRES: the path is `parent`'s, "/" and a component, and no node has it.
   // The parameters, if any, ascend in their places.
@@ -122,6 +125,8 @@ class Tree {
     }
   };
 
+  template <class Accept>
+  Node* findIf(std::uint32_t hash, Accept accept) const;
   void growIndex();
   void insertIndex(Node* node) noexcept;
   void eraseIndex(const Node* node) noexcept;
