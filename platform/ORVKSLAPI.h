@@ -224,6 +224,11 @@ class ORV_API KSLValidator {
   virtual void checkObject(const std::string& path) const = 0;
   // What there is to choose from.
   virtual std::vector<std::string> typeNames() const = 0;
+  // Who can answer for all objects of a type at once saves being asked about each: false when no value of the parameter is
+  // ever refused, true when there is nothing to say of an object of the type that stands in one of the other (empty: in
+  // none).
+  virtual bool judgesValues(std::string_view type, const std::string& param) const;
+  virtual bool mayStandIn(std::string_view type, std::string_view parentType) const;
 };
 
 class ORV_API KSLAPI {

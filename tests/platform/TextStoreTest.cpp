@@ -300,6 +300,19 @@ TEST(Libraries, LeaveTheStoreAloneWhenOneIsBad)
             where + "Syntax error in KSL line: '?'. (KSL library " + quoted("syntax.ksl") + ")");
 }
 
+// Refuses the value "bad" of p, and is told of what does not stand at the top.
+struct Judge : KSLValidator {
+  std::string whyRefused(std::string_view, const std::string&, const std::string& value) const override
+  {
+    return value == "bad" ? "no good" : "";
+  }
+  void checkObject(const std::string& path) const override { asked.push_back(path); }
+  std::vector<std::string> typeNames() const override { return {}; }
+  bool judgesValues(std::string_view, const std::string& param) const override { return param == "p"; }
+  bool mayStandIn(std::string_view, std::string_view parent) const override { return parent.empty(); }
+  mutable std::vector<std::string> asked;
+};
+
 TEST(TextStore, ValidatesTheChangesAgainstWhatItWasTold)
 {
   Store store;
@@ -318,6 +331,15 @@ TEST(TextStore, ValidatesTheChangesAgainstWhatItWasTold)
   };
   EXPECT_EQ(refusal("U: u\nEND"), "Object type 'U' is not defined.");
   EXPECT_EQ(refusal("S:\np = 1\nEND"), "Parameter 'p' is not defined for object type 'S'.");
+  EXPECT_EQ(refusal("O: a\np = 1\nEND\nO: b\np = 1\nx = 1\nEND"),
+            "Parameter 'x' is not defined for object type 'O'.");
+  const Judge judge;
+  store.setValidator(&judge);
+  // What holds for a type is found out once, also when its objects lie in each other.
+  EXPECT_EQ(refusal("O: a\np = 1\nq = bad\nEND\nO: b\nq = 1\nO: in\nq = 1\nEND\nO: too\nEND\np = bad\nEND"),
+            "Parameter 'p' of object '/O:b' cannot have value 'bad'.");
+  EXPECT_EQ(judge.asked, (std::vector<std::string>{"/O:b/O:in", "/O:b/O:too"}));
+  store.setValidator(nullptr);
   store.defineType("S", {"p"}, false);
   store.load("O: o\np = 1\nq = 2\nr = 3\nEND\nS:\np = 1\nEND\nE:\nany = 1\nEND");
   store.validateKSLData();

@@ -107,6 +107,8 @@ void SessionBlock::add(std::string_view line, int type)
 
 void SessionBlock::addUnusual(std::string_view line)
 {
+  if (line.starts_with('>') && !line.starts_with("> "))
+    m_isAsParsed = false;
   m_out.resize(m_size);
   writeLine(line);
   m_size = m_out.size();
@@ -115,7 +117,7 @@ void SessionBlock::addUnusual(std::string_view line)
 std::string SessionBlock::finish()
 {
   m_out.resize(m_size);
-  if (m_mode == kslUpdateDefault && m_out.find(updateNoActionLine) != std::string::npos)
+  if (!m_isAsParsed || (m_mode == kslUpdateDefault && m_out.find(updateNoActionLine) != std::string::npos))
     return {};
   closeBlocks();
   return std::move(m_out += '\n');

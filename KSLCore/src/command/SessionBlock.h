@@ -57,7 +57,8 @@ class SessionBlock {
   bool m_plain = true;       // nothing needs escapes
   std::size_t m_last = 0;    // where the last line begins
   std::string m_out;
-  std::size_t m_size = 0;  // of what was added, while lines are: behind it is room
+  std::size_t m_size = 0;    // of what was added, while lines are: behind it is room
+  bool m_isAsParsed = true;  // no action line was added that the parse gives a blank behind its ">"
 };
 
 }  // namespace orv

@@ -35,9 +35,7 @@ void RulesValidator::checkObject(const std::string& path) const
   const KSLObject* prototype = ObjectFactory::instance()->findPrototype(type);
   if (!prototype)
     return;
-  const char* const kind = prototype->isSingleton() ? "SINGLETON" : "OBJECT";
-  const std::vector<std::string> parents =
-      m_store.getStringList(_("/RULES/%s:%s/Allowed Parent List", kind, type));
+  const std::vector<std::string> parents = parentsOf(*prototype, type);
   const std::string_view above = PathUtils::parentPath(path);
   const std::string parent = above.empty() ? std::string() : typeOf(above);
   if (parents.empty() || std::find(parents.begin(), parents.end(), parent) != parents.end())
@@ -48,6 +46,28 @@ void RulesValidator::checkObject(const std::string& path) const
                    errorType::warning);
   warning.setDiagnostic(std::make_shared<const Diagnostic>(Diagnostic{.object = path}));
   ErrorProgressReporter::instance()->reportError(warning);
+}
+
+bool RulesValidator::judgesValues(std::string_view type, const std::string& param) const
+{
+  const KSLObject* prototype = ObjectFactory::instance()->findPrototype(type);
+  const ParamDefinition* definition = prototype ? prototype->lookUpParam(param) : nullptr;
+  return definition && !ValueCheck(*definition).takesText();
+}
+
+bool RulesValidator::mayStandIn(std::string_view type, std::string_view parentType) const
+{
+  const KSLObject* prototype = ObjectFactory::instance()->findPrototype(type);
+  if (!prototype)
+    return true;
+  const std::vector<std::string> parents = parentsOf(*prototype, type);
+  return parents.empty() || std::find(parents.begin(), parents.end(), parentType) != parents.end();
+}
+
+std::vector<std::string> RulesValidator::parentsOf(const KSLObject& prototype, std::string_view type) const
+{
+  const char* const kind = prototype.isSingleton() ? "SINGLETON" : "OBJECT";
+  return m_store.getStringList(_("/RULES/%s:%s/Allowed Parent List", kind, type));
 }
 
 std::vector<std::string> RulesValidator::typeNames() const

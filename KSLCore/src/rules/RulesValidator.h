@@ -9,7 +9,7 @@
 
 namespace orv {
 
-class ParamDefinition;
+class KSLObject;
 
 class RulesValidator final : public KSLValidator {
  public:
@@ -22,8 +22,13 @@ class RulesValidator final : public KSLValidator {
   // Warns, as the store's validation, of a parent that an "Allowed Parent List" does not have.
   void checkObject(const std::string& path) const override;
   std::vector<std::string> typeNames() const override;
+  bool judgesValues(std::string_view type, const std::string& param) const override;
+  bool mayStandIn(std::string_view type, std::string_view parentType) const override;
 
  private:
+  // Empty for any.
+  std::vector<std::string> parentsOf(const KSLObject& prototype, std::string_view type) const;
+
   const KSLAPI& m_store;
 };
 

@@ -4,6 +4,7 @@
 #include "platform/ORVUtilities.h"
 #include "StoreImpl.h"
 #include "StoreLoader.h"
+#include "StoreValidation.h"
 
 #include <algorithm>
 #include <utility>
@@ -17,6 +18,17 @@ using Record = KSLAPI::Impl::Record;
 
 KSLActionHandler::~KSLActionHandler() = default;
 KSLValidator::~KSLValidator() = default;
+
+bool KSLValidator::judgesValues(std::string_view, const std::string&) const
+{
+  return true;
+}
+
+bool KSLValidator::mayStandIn(std::string_view, std::string_view) const
+{
+  return false;
+}
+
 KSLReplaceModeHandler::~KSLReplaceModeHandler() = default;
 
 KSLAPI::ObjectInfo::ObjectInfo(std::string name, std::string kind, std::string type, std::string path,
@@ -295,59 +307,7 @@ void KSLAPI::validateKSLData(const KSLChangeList& changes) const
 {
   if (!m_impl->validating)
     return;
-  PathText text;
-  ChangeGroups::Cursor cursor(changes);
-  for (std::size_t i = 0; i < changes.size(); ++i) {
-    const ChangeGroup& group = *cursor.find(i);
-    const KSLChange change = group[i - cursor.first()];
-    if (change.kind == KSLChange::Kind::createObject)
-      m_impl->validateObject(change.path, text);
-    else if (change.kind == KSLChange::Kind::createParam || change.kind == KSLChange::Kind::changeParam)
-      m_impl->validateParam(change);
-  }
-}
-
-namespace {
-
-[[noreturn]] void refuseData(std::string message, const SharedText& path, Diagnostic more)
-{
-  more.object = path.copy();
-  throw diagnosed(ksl::invalid("KSLAPI", "validateKSLData", std::move(message)), std::move(more));
-}
-
-}  // namespace
-
-std::string_view KSLAPI::Impl::validateType(const SharedText& path) const
-{
-  const std::string_view type = store::typeOf(store::lastComponent(path));
-  if (rules.kindOf(type) == store::Kind::unknown)
-    refuseData(_("Object type '%s' is not defined.", type), path,
-               oneOf(std::string(type), validator ? validator->typeNames() : std::vector<std::string>()));
-  return type;
-}
-
-void KSLAPI::Impl::validateObject(const SharedText& path, PathText& text) const
-{
-  validateType(path);
-  if (validator)
-    validator->checkObject(text.of(path));
-}
-
-void KSLAPI::Impl::validateParam(const KSLChange& change) const
-{
-  const SharedText& path = change.path;
-  const std::string& name = change.name.str();
-  const std::string& value = change.value.str();
-  const std::string_view type = validateType(path);
-  if (!rules.listsParam(type, name)) {
-    Diagnostic more = oneOf(name, rules.paramsOf(type));
-    more.parameter = name;
-    refuseData(_("Parameter '%s' is not defined for object type '%s'.", name, type), path, std::move(more));
-  }
-  const std::string reason = validator ? validator->whyRefused(type, name, value) : std::string();
-  if (!reason.empty())
-    refuseData(_("Parameter '%s' of object '%s' cannot have value '%s'.", name, path.copy(), value), path,
-               {.parameter = name, .subject = value, .notes = {{0, 0, reason}}});
+  store::Validation(m_impl->rules, m_impl->validator).check(changes);
 }
 
 // ------------------------------------------------------------------------------------------------------ queries

@@ -17,7 +17,6 @@
 
 #include "platform/ORVKSLAPI.h"
 #include "platform/internal/ChangeGroup.h"
-#include "platform/internal/PathText.h"
 #include "StoreJournal.h"
 #include "StoreRules.h"
 #include "StoreTree.h"
@@ -60,11 +59,6 @@ class KSLAPI::Impl {
 
   void readLibraryFiles(const std::vector<std::string>& files);
 
-  // -- validation; throw what KSLAPI::validateKSLData does
-
-  void validateObject(const SharedText& path, PathText& text) const;
-  void validateParam(const KSLChange& change) const;
-
   store::Tree tree;
   store::Journal journal{tree};
   store::Rules rules{tree};
@@ -78,7 +72,6 @@ class KSLAPI::Impl {
   bool refusesRules = false;
 
  private:
-  std::string_view validateType(const SharedText& path) const;
   template <class Group, class Make>
   void make(const Node* node, Record record, Group group, Make make);
   void assign(Node* node, const store::Param* param, const SharedText& name, SharedText value, Record record);

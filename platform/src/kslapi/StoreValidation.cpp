@@ -1,0 +1,133 @@
+#include "StoreValidation.h"
+
+#include "platform/ORVError.h"
+#include "platform/internal/ChangeGroup.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace orv::store {
+
+namespace {
+
+constexpr std::size_t mostKnown = 64;  // parameters of a type that are looked through
+
+[[noreturn]] void refuse(std::string message, const SharedText& path, Diagnostic more)
+{
+  more.object = path.copy();
+  throw diagnosed(ksl::invalid("KSLAPI", "validateKSLData", std::move(message)), std::move(more));
+}
+
+// Type of the object that this one is in; empty at the top. A long path holds the text of its parent.
+std::string_view typeAbove(const SharedText& path)
+{
+  if (path.isLong())
+    return typeOf(lastComponent(path.parent()));
+  const std::string_view parent = PathUtils::parentPath(path.str());
+  return typeOf(parent.substr(parent.rfind('/') + 1));
+}
+
+}  // namespace
+
+void Validation::check(const KSLChangeList& changes)
+{
+  ChangeGroups::Cursor cursor(changes);
+  for (std::size_t i = 0; i < changes.size();) {
+    const ChangeGroup group = *cursor.find(i);  // who is told may change the list
+    check(group);
+    i += group.size();
+  }
+}
+
+void Validation::check(const ChangeGroup& group)
+{
+  const ChangeGroup::Listed* const all = group.listed();
+  if (!all) {
+    const KSLChange change = group[0];
+    enter(change.path);
+    return checkParam(change.name, change.value);
+  }
+  if (!all->creates)
+    return;
+  enter(group.path());
+  if (all->object == ChangeGroup::Object::first)
+    checkPlace();
+  for (std::size_t i = 0; i < all->params(); ++i) {
+    const store::Param& param = all->run[all->descending ? all->run.size() - 1 - i : all->from + i];
+    checkParam(param.name, param.value);
+  }
+  if (all->object == ChangeGroup::Object::last)
+    checkPlace();
+}
+
+void Validation::enter(const SharedText& path)
+{
+  if (m_type && path.same(m_path))
+    return;
+  const std::string_view type = typeOf(lastComponent(path));
+  if (!m_type || m_type->first != type) {
+    if (m_rules.kindOf(type) == Kind::unknown)
+      refuse(_("Object type '%s' is not defined.", type), path,
+             oneOf(std::string(type), m_validator ? m_validator->typeNames() : std::vector<std::string>()));
+    m_type = &*m_types.try_emplace(std::string(type)).first;
+  }
+  m_path = path;
+  m_next = 0;
+}
+
+void Validation::checkPlace()
+{
+  if (!m_validator)
+    return;
+  const std::string_view parent = typeAbove(m_path);
+  std::vector<std::string>& parents = m_type->second.parents;
+  if (std::find(parents.begin(), parents.end(), parent) != parents.end())
+    return;
+  if (m_validator->mayStandIn(m_type->first, parent))
+    parents.emplace_back(parent);
+  else
+    m_validator->checkObject(m_text.of(m_path));
+}
+
+void Validation::checkParam(const SharedText& name, const SharedText& value)
+{
+  if (!isJudged(name))
+    return;
+  const std::string reason = m_validator->whyRefused(m_type->first, name.str(), value.str());
+  if (!reason.empty())
+    refuse(_("Parameter '%s' of object '%s' cannot have value '%s'.", name.str(), m_path.copy(), value.str()),
+           m_path, {.parameter = name.str(), .subject = value.str(), .notes = {{0, 0, reason}}});
+}
+
+// Whether the validator is to be asked. Throws for a parameter that the type does not list.
+bool Validation::isJudged(const SharedText& name)
+{
+  const std::vector<Param>& params = m_type->second.params;
+  if (m_next < params.size() && params[m_next].name.same(name))
+    return params[m_next++].isJudged;
+  const auto known = std::find_if(params.begin(), params.end(),
+                                  [&name](const Param& param) { return param.name.same(name); });
+  if (known == params.end())
+    return learn(name);
+  m_next = static_cast<std::size_t>(known - params.begin()) + 1;
+  return known->isJudged;
+}
+
+bool Validation::learn(const SharedText& name)
+{
+  const std::string& type = m_type->first;
+  if (!m_rules.listsParam(type, name.str())) {
+    Diagnostic more = oneOf(name.str(), m_rules.paramsOf(type));
+    more.parameter = name.str();
+    refuse(_("Parameter '%s' is not defined for object type '%s'.", name.str(), type), m_path,
+           std::move(more));
+  }
+  const bool judged = m_validator && m_validator->judgesValues(type, name.str());
+  std::vector<Param>& params = m_type->second.params;
+  if (params.size() < mostKnown)
+    params.push_back({name, judged});
+  m_next = params.size();
+  return judged;
+}
+
+}  // namespace orv::store
