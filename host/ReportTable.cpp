@@ -488,6 +488,10 @@ Calculate library '%s' not loaded: %s
 
 Results file '%s' cannot be read: %s.
 4 | The file that RESULTS names cannot be opened; the system says why. | Name another file, or give rights to read it.
+%s is damaged: %d of its %d parts are there
+part | A file of a decomposed OpenFOAM case that holds the parts of several processes was cut off, or is not what its folder's name says. | Let the solver write it again, or take the time's folder away.
+%s is compressed, and holds several parts: unpack it with gunzip
+part | Files that hold the parts of several processes are read as they are. | As it says; 'writeCompression off' in controlDict keeps the solver from it.
 Results file '%s' is of no kind that is known: %s.
 4 | The ending of its name is not one of those listed. | Name a file of a kind that is read, or convert it.
 Results file '%s' is no collection of results.

@@ -16,9 +16,9 @@ class ActionFactory;
 class FileChangeManager;
 }  // namespace orv
 
-// What is entered, as all enter it.
+// What is entered, as all enter it. The text is the caller's: it may be as large as the model.
 struct TeamCommand {
-  std::string text = {};
+  const std::string& text;
   orv::TextSource source = {};
   orv::kslUpdateMode mode = orv::kslUpdateDefault;
   bool isFromSession = false;  // as it was recorded, and not recorded again

@@ -94,6 +94,9 @@ class ORV_API ExpressionDef {
   // Whether a text can name something in an expression: a letter followed by letters, digits, "_", "." and
   // single blanks; no constant and no function.
   static bool isName(std::string_view text);
+  // False only for a text, a list perhaps, that surely uses no names and calls nothing: numbers, with units or without,
+  // and what is computed of them. Most are, and need not be parsed to know that.
+  static bool mayUseNames(std::string_view text) noexcept;
 
  private:
   std::string m_text;

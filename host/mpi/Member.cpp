@@ -36,29 +36,22 @@ void Member::attach()
 
 void Member::Vote::update(orv::ObserverSubject*, int type)
 {
-  if (type != Api::outermostProcessed)
-    return refuse();
-  if (!std::exchange(m_isCast, true))
-    m_communicator.exchange("done", {});
-}
-
-void Member::Vote::refuse()
-{
-  if (!std::exchange(m_isCast, true))
-    m_communicator.refuse(orv::data::invalid("ksl-mpi", "vote", orv::_("The command failed there alone.")));
+  if (type == Api::outermostProcessed)
+    m_communicator.consent();
+  else
+    m_communicator.refuse();
 }
 
 void Member::runTogether(const std::function<void()>& enter)
 {
   m_communicator.beginCommand();
-  m_vote.begin();
   std::exception_ptr thrown;
   try {
     enter();
   } catch (...) {
     thrown = std::current_exception();
   }
-  m_vote.refuse();
+  m_communicator.refuse();
   compareModels();
   if (thrown)
     std::rethrow_exception(thrown);
@@ -124,14 +117,14 @@ std::vector<std::string> orderOf(const TeamCommand& command)
   return order;
 }
 
+// Of the text that stands in the order.
 TeamCommand commandOf(const std::vector<std::string>& order)
 {
-  TeamCommand command;
+  TeamCommand command{.text = order[7]};
   command.isFromSession = !order[1].empty();
   command.mode = static_cast<orv::kslUpdateMode>(std::stoi(order[2]));
   command.folder = order[3];
   command.source = {.name = order[4], .firstLine = std::stoul(order[5]), .isExcerpt = !order[6].empty()};
-  command.text = order[7];
   return command;
 }
 

@@ -28,17 +28,14 @@ class Member : public Team {
   MpiCommunicator& m_communicator;
 
  private:
-  // When a command has gone well here, or failed, the others hear of it; once for each.
+  // When a command has gone well here, or failed, the others hear of it.
   class Vote : public orv::Observer {
    public:
     explicit Vote(MpiCommunicator& communicator) : m_communicator(communicator) {}
     void update(orv::ObserverSubject* subject, int type) override;
-    void begin() { m_isCast = false; }
-    void refuse();
 
    private:
     MpiCommunicator& m_communicator;
-    bool m_isCast = true;
   };
   void compareModels();
 

@@ -27,6 +27,8 @@ std::uint32_t numberOf(std::string_view what)
   return number;
 }
 
+constexpr const char* vote = "vote";
+
 constexpr const char* kindOfInterrupt = "interrupt";
 constexpr const char* kindOfFile = "file";
 constexpr const char* kindOfData = "data";
@@ -74,7 +76,7 @@ void MpiCommunicator::wait(MPI_Request request)
     MPI_Test(&request, &done, MPI_STATUS_IGNORE);
     if (done)
       return;
-    if (m_calculations > 0 && m_isStopAsked && m_isStopAsked())
+    if (canStop() && m_isStopAsked && m_isStopAsked())
       spreadStop();
     if (tries > 100)
       std::this_thread::sleep_for(std::chrono::microseconds(std::min(10 * (tries - 100), 2000)));
@@ -129,6 +131,8 @@ std::vector<std::string> MpiCommunicator::exchangeTexts(const std::vector<Head>&
 void MpiCommunicator::failTogether(const std::vector<Head>& heads, const std::string& mine)
 {
   m_isAgreed = true;
+  for (const Head& head : heads)
+    m_isOpen = m_isOpen && !(head.status == failed && head.what == numberOf(vote));
   std::vector<Head> failures = heads;
   for (Head& head : failures)
     head.size = head.status == failed ? head.size : 0;
@@ -156,7 +160,7 @@ std::vector<std::string> MpiCommunicator::talk(const char* what, const std::stri
   if (m_isBroken)
     throw orv::internal::error("ksl-mpi", "exchange", orv::_("The processes have become different."));
   m_isAgreed = false;
-  if (isStopping())
+  if (m_calculations > 0 && m_stopped == m_command)
     throw orv::Interrupt("ksl", "interrupt", orv::_("Interrupted. The command is taken back."));
   const Head head{static_cast<std::int64_t>(mine.size()), numberOf(what), good};
   const std::vector<Head> heads = exchangeHeads(head);
@@ -180,22 +184,35 @@ std::vector<std::string> MpiCommunicator::gather(const char* what, const std::st
   return isFirst() ? texts : std::vector<std::string>();
 }
 
-void MpiCommunicator::fail(const orv::Error& error)
+void MpiCommunicator::fail(const orv::Error& error, const char* what)
 {
   if (m_isBroken)
     throw;
   const std::string mine = asText(error);
-  const std::vector<Head> heads = exchangeHeads({static_cast<std::int64_t>(mine.size()), 0, failed});
+  const std::vector<Head> heads =
+      exchangeHeads({static_cast<std::int64_t>(mine.size()), numberOf(what), failed});
   failTogether(heads, mine);
 }
 
-void MpiCommunicator::refuse(const orv::Error& error) noexcept
+void MpiCommunicator::consent()
 {
+  if (!m_isOpen)
+    return;
+  const orv::ScopeGuard end([this] { m_isOpen = false; });
+  exchange(vote, {});
+}
+
+void MpiCommunicator::refuse() noexcept
+{
+  if (!std::exchange(m_isOpen, false))
+    return;
   try {
-    throw error;
+    if (m_stopped == m_command)
+      throw orv::Interrupt("ksl-mpi", "vote", orv::_("Interrupted. The command is taken back."));
+    throw orv::data::invalid("ksl-mpi", "vote", orv::_("The command failed there alone."));
   } catch (const orv::Error& thrown) {
     try {
-      fail(thrown);
+      fail(thrown, vote);
     } catch (...) {  // known
     }
   }
@@ -206,7 +223,7 @@ void MpiCommunicator::failHere(const orv::Error& error)
 {
   if (m_isAgreed)
     throw;
-  fail(error);
+  fail(error, "");
 }
 
 void MpiCommunicator::agree(const char* what, const std::function<void()>& work)
@@ -240,11 +257,12 @@ void MpiCommunicator::watchStops(std::function<bool()> isAsked, std::function<vo
 void MpiCommunicator::beginCommand() noexcept
 {
   ++m_command;
+  m_isOpen = true;
 }
 
 bool MpiCommunicator::stopsNow(bool here)
 {
-  if (m_calculations == 0)
+  if (!canStop())
     return false;
   if (here)
     spreadStop();
@@ -252,7 +270,7 @@ bool MpiCommunicator::stopsNow(bool here)
     m_nextLook = now + std::chrono::milliseconds(20);
     hearStop();
   }
-  return isStopping();
+  return m_stopped == m_command;
 }
 
 void MpiCommunicator::spreadStop()

@@ -22,12 +22,17 @@ class MpiCommunicator : public results::Communicator {
   std::vector<std::string> gather(const char* what, const std::string& mine) override;
   void run(const std::function<void()>& calculation) override;
 
-  // As run, for work outside calculations: nobody stops within it.
+  // As run, for work outside calculations.
   void agree(const char* what, const std::function<void()>& work);
-  // In a handler: takes part in the next talk with this failure, and throws what the others throw then.
-  [[noreturn]] void fail(const orv::Error& error);
-  // Takes part in the next talk as one that has failed, and goes on.
-  void refuse(const orv::Error& error) noexcept;
+
+  // ---- The vote on a command: it is done everywhere or nowhere
+
+  // A command begins: whoever was stopped before goes on.
+  void beginCommand() noexcept;
+  // It has gone well here: waits for the others. Throws when it failed with one of them.
+  void consent();
+  // It has failed here, and so everywhere. Does nothing when all know that.
+  void refuse() noexcept;
 
   // The processes were about different things: none of them can be trusted any more, and every talk fails.
   bool isBroken() const noexcept { return m_isBroken; }
@@ -35,14 +40,12 @@ class MpiCommunicator : public results::Communicator {
 
   // ---- Being stopped
 
-  // Whether the work stops at this step; `here` when this process was told so, which it tells the others. They stop within
-  // calculations, where the next talk makes all of them stop.
+  // Whether the work stops at this step; `here` when this process was told so, which it tells the others. A command that
+  // is done, here or anywhere, is not stopped any more.
   bool stopsNow(bool here);
   // `isAsked` says whether this process was told so, while it waits for others; `stopped` is called on each process when
   // the command was stopped.
   void watchStops(std::function<bool()> isAsked, std::function<void()> stopped);
-  // A command begins: whoever was stopped before goes on.
-  void beginCommand() noexcept;
 
  private:
   struct Head;
@@ -51,7 +54,9 @@ class MpiCommunicator : public results::Communicator {
   std::vector<std::string> talk(const char* what, const std::string& mine, bool toFirst);
   [[noreturn]] void failTogether(const std::vector<Head>& heads, const std::string& mine);
   void wait(MPI_Request request);
-  bool isStopping() const noexcept { return m_calculations > 0 && m_stopped == m_command; }
+  bool canStop() const noexcept { return m_isOpen || m_calculations > 0; }
+  // In a handler: takes part in the next talk with this failure, and throws what the others throw then.
+  [[noreturn]] void fail(const orv::Error& error, const char* what);
   void failHere(const orv::Error& error);
   void spreadStop();
   void hearStop();
@@ -59,6 +64,7 @@ class MpiCommunicator : public results::Communicator {
   int m_rank = 0;
   int m_size = 1;
   bool m_isBroken = false;
+  bool m_isOpen = false;  // whether the command under way is done: nobody has refused, not all have consented
   int m_calculations = 0;  // under way, one in the other
   std::uint32_t m_command = 0;
   std::uint32_t m_stopped = 0;  // the command that is to stop

@@ -17,12 +17,20 @@ namespace {
 using Words = std::vector<std::string>;
 using Inner = std::unique_ptr<orv::ActionExecutor>;
 
-class Writing : public orv::ActionExecutor {
+// Something that one process or all do, and the others wait for.
+class Shared : public orv::ActionExecutor {
  public:
-  Writing(MpiCommunicator& communicator, Inner inner)
-      : m_communicator(communicator),
-        m_inner(std::move(inner))
+  Shared(MpiCommunicator& communicator, Inner inner) : m_communicator(communicator), m_inner(std::move(inner))
   {}
+
+ protected:
+  MpiCommunicator& m_communicator;
+  Inner m_inner;
+};
+
+class Writing : public Shared {
+ public:
+  using Shared::Shared;
   void invoke(const Words& words) override
   {
     m_communicator.agree("write", [&] {
@@ -30,41 +38,27 @@ class Writing : public orv::ActionExecutor {
         m_inner->invoke(words);
     });
   }
-
- private:
-  MpiCommunicator& m_communicator;
-  Inner m_inner;
 };
 
 // The start of a recording shows its settings in an object, which all have.
-class Recording : public orv::ActionExecutor {
+class Recording : public Writing {
  public:
-  Recording(MpiCommunicator& communicator, Inner inner)
-      : m_communicator(communicator),
-        m_writing(communicator, std::move(inner))
-  {}
+  using Writing::Writing;
   void invoke(const Words& words) override
   {
     constexpr const char* settings = "/SESSION";
-    m_writing.invoke(words);
+    Writing::invoke(words);
     orv::KSLCoreAPI& api = *orv::KSLCoreAPI::instance();
     const std::string mine = api.hasObject(settings) ? api.getObjectExternalKSL(settings) : std::string();
     const std::string shown = m_communicator.exchange("settings", mine).front();
     if (!m_communicator.isFirst() && !shown.empty())
       api.processKSL(shown, orv::kslUpdateDefault);
   }
-
- private:
-  MpiCommunicator& m_communicator;
-  Writing m_writing;
 };
 
-class Reading : public orv::ActionExecutor {
+class Reading : public Shared {
  public:
-  Reading(MpiCommunicator& communicator, Inner inner)
-      : m_communicator(communicator),
-        m_inner(std::move(inner))
-  {}
+  using Shared::Shared;
   void invoke(const Words& words) override
   {
     const std::string file = fileOf(words);
@@ -99,9 +93,6 @@ class Reading : public orv::ActionExecutor {
       return {};
     }
   }
-
-  MpiCommunicator& m_communicator;
-  Inner m_inner;
 };
 
 }  // namespace

@@ -9,10 +9,12 @@
 
 #include <algorithm>
 #include <cmath>
+#include <vtkCellArray.h>
 #include <vtkCellData.h>
 #include <vtkDataArray.h>
 #include <vtkDataSetSurfaceFilter.h>
 #include <vtkPointData.h>
+#include <vtkPoints.h>
 
 namespace results {
 
@@ -161,6 +163,34 @@ std::string product(const std::string& a, const std::string& b)
 }
 
 // ------------------------------------------------------------------------------------------------------------- shapes
+
+Ptr<vtkPolyData> pointsAt(const std::vector<Vec>& points)
+{
+  const auto where = make<vtkPoints>();
+  where->SetDataTypeToDouble();
+  for (const Vec& point : points)
+    where->InsertNextPoint(point.data());
+  auto data = make<vtkPolyData>();
+  data->SetPoints(where);
+  return data;
+}
+
+Ptr<vtkPolyData> verticesAt(vtkDataSet& data, const std::vector<vtkIdType>& points)
+{
+  const auto where = make<vtkPoints>();
+  where->SetDataTypeToDouble();
+  const auto vertices = make<vtkCellArray>();
+  auto result = make<vtkPolyData>();
+  result->GetPointData()->CopyAllocate(data.GetPointData());
+  for (const vtkIdType from : points) {
+    const vtkIdType to = where->InsertNextPoint(data.GetPoint(from));
+    result->GetPointData()->CopyData(data.GetPointData(), from, to);
+    vertices->InsertNextCell(1, &to);
+  }
+  result->SetPoints(where);
+  result->SetVerts(vertices);
+  return result;
+}
 
 Ptr<vtkPolyData> surfaceOf(vtkDataSet& data)
 {

@@ -177,6 +177,10 @@ double converted(double value, const std::string& from, const std::string& to);
 // The product of both; "" when one is not known.
 std::string product(const std::string& a, const std::string& b);
 
+// Nothing but these, in full precision.
+Ptr<vtkPolyData> pointsAt(const std::vector<Vec>& points);
+// Some points of the data with their fields, each as a vertex.
+Ptr<vtkPolyData> verticesAt(vtkDataSet& data, const std::vector<vtkIdType>& points);
 // The outer surface of what is no surface yet.
 Ptr<vtkPolyData> surfaceOf(vtkDataSet& data);
 Ptr<vtkDataSet> copyOf(vtkDataSet& data);  // a shallow one

@@ -29,7 +29,12 @@ using NodePtr = std::unique_ptr<const Node>;
 
 class Parser {
  public:
-  explicit Parser(const std::string& text) : m_text(text) {}
+  // Adds the variables that are named.
+  Parser(const std::string& text, std::vector<std::string>& variables, bool& hasDerivatives)
+      : m_text(text),
+        m_variables(variables),
+        m_hasDerivatives(hasDerivatives)
+  {}
 
   NodePtr parse()
   {
@@ -173,9 +178,12 @@ class Parser {
     const bool isQuoted = skip() == '\'';
     node->text = word();
     node->kind = Node::Kind::variable;
-    if (isQuoted || !take('('))
+    if (isQuoted || !take('(')) {
+      m_variables.push_back(node->text);
       return node;
+    }
     node->kind = Node::Kind::function;
+    m_hasDerivatives = m_hasDerivatives || isDerivative(node->text);
     do
       node->operands.push_back(sum());
     while (take(','));
@@ -188,6 +196,8 @@ class Parser {
   }
 
   const std::string& m_text;
+  std::vector<std::string>& m_variables;
+  bool& m_hasDerivatives;
   std::size_t m_at = 0;
   int m_depth = 0;
 };
@@ -222,7 +232,10 @@ Value evaluate(const Node& node, const Evaluation& in)
 
 }  // namespace
 
-Expression::Expression(const std::string& text) : m_text(text), m_root(Parser(m_text).parse()) {}
+Expression::Expression(const std::string& text)
+    : m_text(text),
+      m_root(Parser(m_text, m_variables, m_hasDerivatives).parse())
+{}
 
 Expression::~Expression() = default;
 
@@ -232,14 +245,14 @@ void Expression::addTo(Mesh& mesh, const std::string& name) const
   const Value result = evaluate(*m_root, onPoints);
   mesh.cells->GetPointData()->AddArray(onPoints.arrayOf(result, name));
   const Evaluation onCells(m_text, mesh.units, *mesh.cells, true);
-  if (onCells.hasCells())
+  if (onCells.has(m_variables))
     mesh.cells->GetCellData()->AddArray(onCells.arrayOf(evaluate(*m_root, onCells), name));
   for (Region& region : mesh.regions) {
-    if (!Evaluation::hasGradient(m_text)) {  // which takes cells on both sides
+    if (!m_hasDerivatives) {  // which takes cells on both sides
       const Evaluation onFaces(m_text, mesh.units, *region.faces, false);
       const Evaluation onFaceCells(m_text, mesh.units, *region.faces, true);
       region.faces->GetPointData()->AddArray(onFaces.arrayOf(evaluate(*m_root, onFaces), name));
-      if (onFaceCells.hasCells())
+      if (onFaceCells.has(m_variables))
         region.faces->GetCellData()->AddArray(onFaceCells.arrayOf(evaluate(*m_root, onFaceCells), name));
     }
   }

@@ -7,6 +7,7 @@
 
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace results {
 
@@ -24,6 +25,8 @@ class Expression {
 
  private:
   std::string m_text;
+  std::vector<std::string> m_variables;  // that it names
+  bool m_hasDerivatives = false;
   std::unique_ptr<const ExpressionNode> m_root;
 };
 

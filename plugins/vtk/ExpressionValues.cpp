@@ -1,17 +1,13 @@
 #include "ExpressionValues.h"
 
 #include "platform/ORVError.h"
-#include "Communicator.h"
-#include "Pieces.h"
+#include "Gradient.h"
 #include "running.h"
 
 #include <algorithm>
 #include <cmath>
 #include <map>
 #include <vtkCellData.h>
-#include <vtkCellDataToPointData.h>
-#include <vtkGenericCell.h>
-#include <vtkGradientFilter.h>
 #include <vtkPointData.h>
 
 namespace results {
@@ -45,6 +41,11 @@ int operandsOf(const std::string& function)
   return known == functions().end() ? 0 : known->second;
 }
 
+bool isDerivative(const std::string& function)
+{
+  return function == "grad" || function == "div" || function == "curl";
+}
+
 Evaluation::Evaluation(const std::string& expression, const Units& units, vtkDataSet& data, bool onCells)
     : m_expression(expression),
       m_units(units),
@@ -57,21 +58,29 @@ void Evaluation::refuse(const std::string& what) const
   fail("defineVariable", orv::_("Expression '%s': %s.", m_expression, what));
 }
 
-// Whoever has values on cells has them for all fields: those on points alone are the results of others.
-bool Evaluation::hasCells() const
+vtkDataArray* Evaluation::find(const std::string& variable, std::string& field, int& component) const
 {
-  for (int i = 0; i < m_data.GetPointData()->GetNumberOfArrays(); ++i) {
-    const char* const name = m_data.GetPointData()->GetArrayName(i);
-    if (name && m_expression.find(name) != std::string::npos && !m_data.GetCellData()->HasArray(name))
-      return false;
+  vtkDataSetAttributes* const fields =
+      m_onCells ? static_cast<vtkDataSetAttributes*>(m_data.GetCellData()) : m_data.GetPointData();
+  field = variable;
+  component = -1;
+  vtkDataArray* source = fields->GetArray(variable.c_str());
+  if (!source && variable.size() > 2 && variable[variable.size() - 2] == '.' && variable.back() >= 'x'
+      && variable.back() <= 'z') {
+    field = variable.substr(0, variable.size() - 2);
+    component = variable.back() - 'x';
+    source = fields->GetArray(field.c_str());
   }
-  return m_data.GetCellData()->GetNumberOfArrays() > 0;
+  return source && component < source->GetNumberOfComponents() ? source : nullptr;
 }
 
-bool Evaluation::hasGradient(const std::string& expression)
+bool Evaluation::has(const std::vector<std::string>& variables) const
 {
-  return expression.find("grad(") != std::string::npos || expression.find("div(") != std::string::npos
-         || expression.find("curl(") != std::string::npos;
+  std::string field;
+  int component = -1;
+  return !variables.empty() && std::all_of(variables.begin(), variables.end(), [&](const std::string& name) {
+    return find(name, field, component);
+  });
 }
 
 Value Evaluation::number(double value, const std::string& units) const
@@ -86,18 +95,10 @@ Value Evaluation::number(double value, const std::string& units) const
 
 Value Evaluation::variable(const std::string& name) const
 {
-  std::string field = name;
+  std::string field;
   int component = -1;
-  vtkDataSetAttributes* const fields =
-      m_onCells ? static_cast<vtkDataSetAttributes*>(m_data.GetCellData()) : m_data.GetPointData();
-  vtkDataArray* source = fields->GetArray(name.c_str());
-  if (!source && name.size() > 2 && name[name.size() - 2] == '.' && name.back() >= 'x'
-      && name.back() <= 'z') {
-    field = name.substr(0, name.size() - 2);
-    component = name.back() - 'x';
-    source = fields->GetArray(field.c_str());
-  }
-  if (!source || component >= source->GetNumberOfComponents())
+  vtkDataArray* const source = find(name, field, component);
+  if (!source)
     refuse(orv::_("there is no variable '%s'; there are %s", name, join(variableNames(m_data))));
   Value result;
   const auto known = m_units.find(field);
@@ -219,7 +220,7 @@ Value Evaluation::elementary(const std::string& name, const Value& value) const
 Value Evaluation::function(const std::string& name, const std::vector<Value>& values) const
 {
   const Value& a = values.front();
-  if (name == "grad" || name == "div" || name == "curl")
+  if (isDerivative(name))
     return derived(name, a);
   if (name == "mag") {
     Value result = make(a, a, 1);
@@ -258,100 +259,30 @@ Value Evaluation::function(const std::string& name, const std::vector<Value>& va
   return result;
 }
 
-namespace {
-
-// Values of cells as means at points, of the cells on both sides of a seam.
-Ptr<vtkDataArray> meansAtPoints(vtkDataSet& data, vtkDoubleArray& values)
-{
-  const Ptr<vtkDataSet> own = copyOf(data);
-  own->GetCellData()->Initialize();
-  own->GetPointData()->Initialize();
-  own->GetCellData()->AddArray(&values);
-  const auto filter = results::make<vtkCellDataToPointData>();
-  filter->SetInputData(own);
-  if (data.GetNumberOfCells() > 0)
-    run(*filter, "defineVariable");
-  auto* const output = vtkDataSet::SafeDownCast(filter->GetOutputDataObject(0));
-  Ptr<vtkDataArray> means = output ? output->GetPointData()->GetArray(values.GetName()) : nullptr;
-  if (!means) {
-    means = results::make<vtkDoubleArray>();
-    means->SetNumberOfComponents(values.GetNumberOfComponents());
-  }
-  mendSeams(data, {means});
-  return means;
-}
-
-// Derivatives on cells, as VTK's filter finds them: of the means at points, in the middle of each cell.
-Ptr<vtkDoubleArray> derivedOnCells(const std::string& name, vtkDataSet& data, vtkDoubleArray& values)
-{
-  const int count = values.GetNumberOfComponents();
-  const Ptr<vtkDataArray> means = meansAtPoints(data, values);
-  auto result = results::make<vtkDoubleArray>();
-  result->SetNumberOfComponents(name == "div" ? 1 : 3);
-  result->SetNumberOfTuples(data.GetNumberOfCells());
-  const auto cell = results::make<vtkGenericCell>();
-  std::vector<double> corners;
-  std::array<double, 9> d{};
-  for (vtkIdType i = 0; i < data.GetNumberOfCells(); ++i) {
-    data.GetCell(i, cell);
-    corners.clear();
-    for (vtkIdType k = 0; k < cell->GetNumberOfPoints(); ++k)
-      for (int c = 0; c < count; ++c)
-        corners.push_back(means->GetComponent(cell->GetPointId(static_cast<int>(k)), c));
-    Vec middle;
-    int part = cell->GetParametricCenter(middle.data());
-    cell->Derivatives(part, middle.data(), corners.data(), count, d.data());
-    if (name == "div")
-      result->SetValue(i, d[0] + d[4] + d[8]);
-    else if (name == "curl")
-      result->SetTuple3(i, d[7] - d[5], d[2] - d[6], d[3] - d[1]);
-    else
-      result->SetTuple3(i, d[0], d[1], d[2]);
-  }
-  return result;
-}
-
-}  // namespace
-
-// Derivatives along x, y and z, by VTK.
 Value Evaluation::derived(const std::string& name, const Value& value) const
 {
-  if ((name == "grad") != (value.components() == 1))
+  const int count = value.components();
+  if (count != (name == "grad" ? 1 : 3))
     refuse(name == "grad" ? "grad takes a number, not a vector" : orv::_("%s takes a vector", name));
   Value result;
   result.isKnown = value.isKnown;
   result.dimensions = value.dimensions / orv::UnitDimensions("m");
-  const char* const own = "expression";
-  if (m_onCells && !Communicator::instance().isAlone()) {
-    result.array = derivedOnCells(name, m_data, *arrayOf(value, own));
+  const Ptr<vtkDoubleArray> all = gradientOf(m_data, *arrayOf(value, "expression"), m_onCells);
+  if (name == "grad") {
+    result.array = all;
     return result;
   }
-  const Ptr<vtkDataSet> data = copyOf(m_data);
-  (m_onCells ? static_cast<vtkDataSetAttributes*>(data->GetCellData()) : data->GetPointData())
-      ->AddArray(arrayOf(value, own));
-  const auto filter = results::make<vtkGradientFilter>();
-  filter->SetInputData(data);
-  filter->SetInputArrayToProcess(
-      0, 0, 0, m_onCells ? vtkDataObject::FIELD_ASSOCIATION_CELLS : vtkDataObject::FIELD_ASSOCIATION_POINTS,
-      own);
-  filter->SetResultArrayName("grad");
-  filter->SetDivergenceArrayName("div");
-  filter->SetVorticityArrayName("curl");
-  filter->SetComputeGradient(name == "grad");
-  filter->SetComputeDivergence(name == "div");
-  filter->SetComputeVorticity(name == "curl");
-  run(*filter, "defineVariable");
-  auto* const output = vtkDataSet::SafeDownCast(filter->GetOutputDataObject(0));
-  vtkDataArray* const found =
-      (m_onCells ? static_cast<vtkDataSetAttributes*>(output->GetCellData()) : output->GetPointData())
-          ->GetArray(name.c_str());
   result.array = results::make<vtkDoubleArray>();
-  if (found)
-    result.array->DeepCopy(found);
-  else
-    result.array->SetNumberOfComponents(name == "div" ? 1 : 3);  // a piece without cells
-  if (!m_onCells)
-    mendSeams(m_data, {result.array});
+  result.array->SetNumberOfComponents(name == "div" ? 1 : 3);
+  result.array->SetNumberOfTuples(all->GetNumberOfTuples());
+  for (vtkIdType i = 0; i < all->GetNumberOfTuples(); ++i) {
+    std::array<double, 9> d{};
+    all->GetTypedTuple(i, d.data());
+    if (name == "div")
+      result.array->SetValue(i, d[0] + d[4] + d[8]);
+    else
+      result.array->SetTuple3(i, d[7] - d[5], d[2] - d[6], d[3] - d[1]);
+  }
   return result;
 }
 

@@ -20,14 +20,14 @@ struct Value {
 
 std::string unitsOf(const Value& value);      // "1" for numbers
 int operandsOf(const std::string& function);  // 0: no such function
+bool isDerivative(const std::string& function);
 
 class Evaluation {
  public:
   Evaluation(const std::string& expression, const Units& units, vtkDataSet& data, bool onCells);
 
-  // Whether the cells have all fields that they need: asked before values on cells.
-  bool hasCells() const;
-  static bool hasGradient(const std::string& expression);
+  // Whether all these variables, and any at all, stand there: asked before values on cells.
+  bool has(const std::vector<std::string>& variables) const;
 
   Value number(double value, const std::string& units) const;
   Value variable(const std::string& name) const;
@@ -40,6 +40,8 @@ class Evaluation {
   Ptr<vtkDoubleArray> arrayOf(const Value& value, const std::string& name) const;
 
  private:
+  // The field that a variable is of, and which component: -1 for all. Null without.
+  vtkDataArray* find(const std::string& variable, std::string& field, int& component) const;
   [[noreturn]] void refuse(const std::string& what) const;
   void requireAlike(const Value& a, const Value& b, const char* what) const;
   void requireNumber(const Value& value, const std::string& function) const;

@@ -17,10 +17,11 @@ namespace fs = std::filesystem;
 
 namespace {
 
-// A folder with the parts from `first` on.
+// A folder with so many parts, from `first` on.
 struct Common {
   fs::path folder;
-  int first = 0;
+  std::size_t count = 0;
+  std::size_t first = 0;
 };
 
 // "processors4", or some of them, "processors4_2-3".
@@ -35,8 +36,15 @@ std::vector<Common> commonFolders(const fs::path& root)
         || !std::isdigit(static_cast<unsigned char>(name[stem])))
       continue;
     Common common{entry.path()};
-    if (const std::size_t range = name.find('_'); range != std::string::npos)
-      std::from_chars(name.data() + range + 1, name.data() + name.size(), common.first);
+    const char* const end = name.data() + name.size();
+    std::from_chars(name.data() + stem, end, common.count);
+    if (const std::size_t range = name.find('_'); range != std::string::npos) {
+      const char* const dash = std::from_chars(name.data() + range + 1, end, common.first).ptr;
+      std::size_t last = common.first;
+      if (dash != end)
+        std::from_chars(dash + 1, end, last);
+      common.count = last + 1 - std::min(last, common.first);
+    }
     found.push_back(std::move(common));
   }
   return found;
@@ -60,12 +68,23 @@ bool skipToPart(std::string_view& text, std::size_t& bytes)
   return !text.empty();
 }
 
-// The contents of the parts; none for a file of another kind. Those that a damaged file has.
+// Files of other kinds have another class in their head. One that ends before it tells its class may have been anything.
+bool isOfParts(std::string_view text)
+{
+  const std::size_t head = text.find("FoamFile");
+  const std::size_t end = head == std::string_view::npos ? head : text.find('}', head);
+  if (end != std::string_view::npos)
+    return text.substr(head, end - head).find("decomposedBlockData") != std::string_view::npos;
+  return head != std::string_view::npos || text.empty()
+         || (text.starts_with("/*") && text.find("*/") == std::string_view::npos);
+}
+
+// The contents of the parts; those that a damaged file has.
 std::vector<std::string_view> partsIn(std::string_view text)
 {
-  const std::size_t head = text.find("decomposedBlockData");
-  const std::size_t begin = head < 4096 ? text.find('}', head) : std::string_view::npos;
   std::vector<std::string_view> parts;
+  const std::size_t head = text.find("FoamFile");
+  const std::size_t begin = head == std::string_view::npos ? head : text.find('}', head);
   if (begin == std::string_view::npos)
     return parts;
   text.remove_prefix(begin + 1);
@@ -88,12 +107,16 @@ std::string_view headOf(std::string_view part)
 void writeParts(const Common& common, const fs::path& file, const ScratchFolder& scratch)
 {
   const std::string content = readFile(file.string());
-  const std::vector<std::string_view> parts = partsIn(content);
-  const std::string_view head = parts.empty() ? std::string_view() : headOf(parts.front());
+  if (!isOfParts(content))
+    return;
   const fs::path place = fs::relative(file, common.folder);
+  const std::vector<std::string_view> parts = partsIn(content);
+  if (parts.size() != common.count)
+    fail("readResults", orv::_("%s is damaged: %d of its %d parts are there",
+                               (common.folder.filename() / place).string(), parts.size(), common.count));
+  const std::string_view head = headOf(parts.front());
   for (std::size_t i = 0; i < parts.size(); ++i) {
-    const fs::path to =
-        scratch.file("processor" + std::to_string(static_cast<std::size_t>(common.first) + i)) / place;
+    const fs::path to = scratch.file("processor" + std::to_string(common.first + i)) / place;
     fs::create_directories(to.parent_path());
     writeFile(to.string(), (i == 0 ? std::string() : std::string(head) + "\n\n") + std::string(parts[i]));
   }
@@ -103,8 +126,14 @@ void writeFiles(const Common& common, const fs::path& folder, const ScratchFolde
 {
   std::error_code failure;
   for (const fs::directory_entry& entry : fs::directory_iterator(folder, failure)) {
-    if (entry.is_regular_file(failure))
-      writeParts(common, entry.path(), scratch);
+    const fs::path& file = entry.path();
+    if (!entry.is_regular_file(failure))
+      continue;
+    if (file.extension() != ".gz")
+      writeParts(common, file, scratch);
+    else if (!fs::exists(fs::path(file).replace_extension(), failure))
+      fail("readResults", orv::_("%s is compressed, and holds several parts: unpack it with gunzip",
+                                 (common.folder.filename() / fs::relative(file, common.folder)).string()));
   }
 }
 

@@ -29,6 +29,16 @@ void Making::takes(std::size_t bytes)
   m_making.takes(*std::max_element(all.begin(), all.end()));
 }
 
+std::shared_ptr<Place> completed(std::shared_ptr<Place> place, const std::shared_ptr<const Mesh>& mesh,
+                                 const orv::ResultKey& key, Making& making)
+{
+  place->mesh = making.hold(mesh);
+  place->units = mesh->units;
+  place->key = key;
+  making.takes(memoryOf(*place->data));
+  return place;
+}
+
 bool isTrueForAll(const char* what, bool isTrueHere)
 {
   const std::vector<char> all = ofAll(what, static_cast<char>(isTrueHere));

@@ -13,6 +13,9 @@ class vtkDataObject;
 
 namespace results {
 
+struct Mesh;
+struct Place;
+
 // By the environment's KSL_RESULTS_MEMORY, in megabytes: how much may be kept that nobody uses. For the beginning of the
 // library.
 void limitMemory();
@@ -34,6 +37,10 @@ class Making {
  private:
   orv::ResultMemory::Making& m_making;
 };
+
+// A place in the mesh, whose data is there: with all else that it has.
+std::shared_ptr<Place> completed(std::shared_ptr<Place> place, const std::shared_ptr<const Mesh>& mesh,
+                                 const orv::ResultKey& key, Making& making);
 
 bool isTrueForAll(const char* what, bool isTrueHere);
 

@@ -12,7 +12,6 @@
 #include <set>
 #include <tuple>
 #include <vtkAppendPolyData.h>
-#include <vtkCellArray.h>
 #include <vtkCellData.h>
 #include <vtkCharArray.h>
 #include <vtkCommunicator.h>
@@ -328,8 +327,6 @@ std::shared_ptr<Mesh> shared(std::shared_ptr<Mesh> mesh, bool isPiece)
 
 // ------------------------------------------------------------------------------------------------------------- gathered
 
-namespace {
-
 std::string marshalled(vtkDataObject& data)
 {
   const auto buffer = make<vtkCharArray>();
@@ -338,18 +335,14 @@ std::string marshalled(vtkDataObject& data)
   return {buffer->GetPointer(0), static_cast<std::size_t>(buffer->GetNumberOfTuples())};
 }
 
-Ptr<vtkPolyData> unmarshalled(const std::string& bytes)
+void unmarshal(const std::string& bytes, vtkDataObject& data)
 {
   const auto buffer = make<vtkCharArray>();
   buffer->SetNumberOfTuples(static_cast<vtkIdType>(bytes.size()));
   std::copy(bytes.begin(), bytes.end(), buffer->GetPointer(0));
-  auto data = make<vtkPolyData>();
-  if (!vtkCommunicator::UnMarshalDataObject(buffer, data))
+  if (!vtkCommunicator::UnMarshalDataObject(buffer, &data))
     fail("gather", "The data of a process cannot be understood.");
-  return data;
 }
-
-}  // namespace
 
 Ptr<vtkPolyData> gathered(const Ptr<vtkPolyData>& surface, bool isMerged)
 {
@@ -362,7 +355,9 @@ Ptr<vtkPolyData> gathered(const Ptr<vtkPolyData>& surface, bool isMerged)
   for (const std::string& piece : all) {
     if (piece.empty())
       continue;
-    append->AddInputData(unmarshalled(piece));
+    const auto data = make<vtkPolyData>();
+    unmarshal(piece, *data);
+    append->AddInputData(data);
     isEmpty = false;
   }
   Ptr<vtkPolyData> whole = make<vtkPolyData>();
@@ -395,18 +390,9 @@ Place gatheredPlace(const Place& place)
 
 Ptr<vtkPolyData> gatheredPoints(vtkDataSet& data)
 {
-  const auto points = make<vtkPolyData>();
-  const auto where = make<vtkPoints>();
-  where->SetDataTypeToDouble();
-  const auto vertices = make<vtkCellArray>();
-  for (vtkIdType i = 0; i < data.GetNumberOfPoints(); ++i) {
-    const vtkIdType to = where->InsertNextPoint(data.GetPoint(i));
-    vertices->InsertNextCell(1, &to);
-  }
-  points->SetPoints(where);
-  points->SetVerts(vertices);
-  points->GetPointData()->ShallowCopy(data.GetPointData());
-  return gathered(points);
+  std::vector<vtkIdType> all(static_cast<std::size_t>(data.GetNumberOfPoints()));
+  std::iota(all.begin(), all.end(), 0);
+  return gathered(verticesAt(data, all));
 }
 
 }  // namespace results

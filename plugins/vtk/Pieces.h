@@ -79,6 +79,9 @@ std::vector<T> valuesOf(const std::string& bytes)
 
 std::vector<std::string> exchanged(const char* what, const std::string& mine);
 
+std::string marshalled(vtkDataObject& data);
+void unmarshal(const std::string& bytes, vtkDataObject& data);
+
 template <class T>
 std::vector<T> ofAll(const char* what, const T& mine)
 {

@@ -306,7 +306,7 @@ std::shared_ptr<Mesh> readFoam(const ReadOptions& options, double time)
   ReadOptions present = options;
   std::optional<ScratchFolder> apart;
   if (isOfCommonFiles(options))
-    present.file = writeApart(foamRoot(options.file), time, apart.emplace());
+    reading(options.file, [&] { present.file = writeApart(foamRoot(options.file), time, apart.emplace()); });
   requireFile(options.file);
   const OwnPart own(present);
   std::shared_ptr<Mesh> mesh;
@@ -346,6 +346,27 @@ std::shared_ptr<Mesh> readNew(const ReadOptions& options, double time)
   return mesh;
 }
 
+// "flow.****.p" is any file with a number in place of the asterisks.
+std::vector<fs::path> filesLike(const fs::path& pattern)
+{
+  const std::string wanted = pattern.filename().string();
+  const std::string before = wanted.substr(0, wanted.find('*'));
+  const std::string after = wanted.substr(wanted.rfind('*') + 1);
+  std::vector<fs::path> files;
+  std::error_code failure;
+  for (const fs::directory_entry& entry :
+       fs::directory_iterator(fs::absolute(pattern).parent_path(), failure)) {
+    const std::string name = entry.path().filename().string();
+    if (name.size() <= before.size() + after.size() || !name.starts_with(before) || !name.ends_with(after))
+      continue;
+    const std::string number = name.substr(before.size(), name.size() - before.size() - after.size());
+    if (number.find_first_not_of("0123456789") == std::string::npos)
+      files.push_back(entry.path());
+  }
+  std::sort(files.begin(), files.end());
+  return files;
+}
+
 // The files that one of several files names, "<Piece Source='a.vtu'/>" or "model: a.geo": those of its words that are files.
 std::vector<fs::path> namedIn(const fs::path& file)
 {
@@ -360,8 +381,12 @@ std::vector<fs::path> namedIn(const fs::path& file)
   std::error_code failure;
   for (const std::string& word : orv::StringUtilities::stringToVector(text, ' ')) {
     const fs::path named = file.parent_path() / word;
-    if (!word.empty() && fs::is_regular_file(named, failure))
+    if (named.filename().string().find('*') != std::string::npos) {
+      const std::vector<fs::path> like = filesLike(named);
+      files.insert(files.end(), like.begin(), like.end());
+    } else if (!word.empty() && fs::is_regular_file(named, failure)) {
       files.push_back(named);
+    }
   }
   return files;
 }

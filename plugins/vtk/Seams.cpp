@@ -8,15 +8,19 @@
 #include <bit>
 #include <cstdint>
 #include <limits>
+#include <set>
 #include <unordered_map>
 #include <unordered_set>
+#include <vtkAppendFilter.h>
 #include <vtkCellArray.h>
 #include <vtkCellData.h>
 #include <vtkDataSetSurfaceFilter.h>
+#include <vtkExtractCells.h>
 #include <vtkIdList.h>
 #include <vtkIdTypeArray.h>
 #include <vtkPointData.h>
 #include <vtkPoints.h>
+#include <vtkUnstructuredGrid.h>
 
 namespace results {
 
@@ -167,14 +171,24 @@ std::array<double, 6> boundsOfAll(vtkDataSet& data)
   return all;
 }
 
+namespace {
+
+std::vector<Spot> spotsOf(vtkDataSet& data, const std::vector<vtkIdType>& points)
+{
+  std::vector<Spot> spots;
+  spots.reserve(points.size());
+  for (const vtkIdType point : points)
+    spots.push_back(spotOf(data, point));
+  return spots;
+}
+
+}  // namespace
+
 vtkIdType countDistinctPoints(vtkDataSet& data)
 {
   if (Communicator::instance().isAlone())
     return data.GetNumberOfPoints();
-  const std::vector<Box> boxes = boxesOfOthers(data);
-  std::vector<Spot> mine;
-  for (const vtkIdType point : candidates(data, boxes))
-    mine.push_back(spotOf(data, point));
+  const std::vector<Spot> mine = spotsOf(data, candidates(data, boxesOfOthers(data)));
   std::unordered_set<Spot, SpotHash> distinct;
   std::size_t all = 0;
   for (const std::string& each : exchanged("seam points", bytesOf(mine))) {
@@ -215,6 +229,112 @@ Ptr<vtkPolyData> outerSurface(vtkDataSet& data)
     outer->SetPoints(make<vtkPoints>());
   takeFields(*outer, data);
   return outer;
+}
+
+namespace {
+
+// Of others, where this process has them, too.
+std::unordered_set<Spot, SpotHash> sharedSpots(const std::vector<Spot>& mine)
+{
+  const std::unordered_set<Spot, SpotHash> own(mine.begin(), mine.end());
+  const std::vector<std::string> all = exchanged("seam points", bytesOf(mine));
+  std::unordered_set<Spot, SpotHash> shared;
+  for (std::size_t process = 0; process < all.size(); ++process) {
+    if (process == static_cast<std::size_t>(Communicator::instance().rank()))
+      continue;
+    for (const Spot& spot : valuesOf<Spot>(all[process]))
+      if (own.contains(spot))
+        shared.insert(spot);
+  }
+  return shared;
+}
+
+// The cells that touch a seam, without what stands on cells.
+std::string seamCells(vtkDataSet& data)
+{
+  const std::vector<vtkIdType> points = candidates(data, boxesOfOthers(data));
+  const std::unordered_set<Spot, SpotHash> shared = sharedSpots(spotsOf(data, points));
+  std::set<vtkIdType> touching;
+  const auto cells = make<vtkIdList>();
+  for (const vtkIdType point : points) {
+    if (!shared.contains(spotOf(data, point)))
+      continue;
+    data.GetPointCells(point, cells);
+    touching.insert(cells->begin(), cells->end());
+  }
+  const auto wanted = make<vtkIdList>();
+  for (const vtkIdType cell : touching)
+    wanted->InsertNextId(cell);
+  if (wanted->GetNumberOfIds() == 0)
+    return {};
+  const Ptr<vtkDataSet> fields = copyOf(data);
+  fields->GetCellData()->Initialize();
+  const auto extract = make<vtkExtractCells>();
+  extract->SetInputData(fields);
+  extract->SetCellList(wanted);
+  run(*extract, "readResults");
+  extract->GetOutput()->GetCellData()->Initialize();
+  return marshalled(*extract->GetOutput());
+}
+
+}  // namespace
+
+Ptr<vtkDataSet> withNeighbours(vtkDataSet& data)
+{
+  if (Communicator::instance().isAlone())
+    return &data;
+  const std::vector<std::string> all = exchanged("seam cells", seamCells(data));
+  const auto append = make<vtkAppendFilter>();
+  const Ptr<vtkDataSet> own = copyOf(data);
+  own->GetCellData()->Initialize();
+  if (own->GetNumberOfCells() == 0)
+    return own;
+  append->AddInputData(own);
+  for (std::size_t process = 0; process < all.size(); ++process) {
+    if (all[process].empty() || process == static_cast<std::size_t>(Communicator::instance().rank()))
+      continue;
+    const auto cells = make<vtkUnstructuredGrid>();
+    unmarshal(all[process], *cells);
+    append->AddInputData(cells);
+  }
+  run(*append, "readResults");
+  return append->GetOutput();
+}
+
+CellsOfOthers cellsOfOthers(vtkDataSet& data, const std::vector<Vec>& centres, vtkDataArray& onCells)
+{
+  CellsOfOthers others;
+  if (Communicator::instance().isAlone())
+    return others;
+  const std::vector<vtkIdType> points = candidates(data, boxesOfOthers(data));
+  const auto width = static_cast<std::size_t>(onCells.GetNumberOfComponents());
+  std::unordered_map<Spot, vtkIdType, SpotHash> mine;
+  std::vector<double> told;  // where the point is, where the cell's centre is, the values
+  const auto cells = make<vtkIdList>();
+  for (const vtkIdType point : points) {
+    const Spot spot = spotOf(data, point);
+    mine.emplace(spot, point);
+    data.GetPointCells(point, cells);
+    for (const vtkIdType cell : *cells) {
+      const Vec& centre = centres[static_cast<std::size_t>(cell)];
+      told.insert(told.end(), spot.at.begin(), spot.at.end());
+      told.insert(told.end(), centre.begin(), centre.end());
+      for (int k = 0; k < onCells.GetNumberOfComponents(); ++k)
+        told.push_back(onCells.GetComponent(cell, k));
+    }
+  }
+  const std::vector<std::string> all = exchanged("seam values", bytesOf(told));
+  for (std::size_t process = 0; process < all.size(); ++process) {
+    if (process == static_cast<std::size_t>(Communicator::instance().rank()))
+      continue;
+    const std::vector<double> theirs = valuesOf<double>(all[process]);
+    for (std::size_t at = 0; at + 6 + width <= theirs.size(); at += 6 + width) {
+      const double* const from = theirs.data() + at;
+      if (const auto known = mine.find(Spot{{from[0], from[1], from[2]}}); known != mine.end())
+        others[known->second].push_back({{from[3], from[4], from[5]}, {from + 6, from + 6 + width}});
+    }
+  }
+  return others;
 }
 
 namespace {

@@ -4,6 +4,8 @@
 #include "Data.h"
 
 #include <functional>
+#include <unordered_map>
+#include <vector>
 
 namespace results {
 
@@ -15,5 +17,17 @@ std::array<double, 6> boundsOfAll(vtkDataSet& data);
 
 // How many points there are, those at seams counted once.
 vtkIdType countDistinctPoints(vtkDataSet& data);
+
+// The piece, and round it the cells of others that touch it, with the fields on points: what is looked for from inside is
+// found beyond a seam, too. Where they meet, both have points of their own.
+Ptr<vtkDataSet> withNeighbours(vtkDataSet& data);
+
+// What other processes have on their cells at a seam: for each point of this piece that they touch.
+struct CellOfOther {
+  Vec centre{};
+  std::vector<double> values;
+};
+using CellsOfOthers = std::unordered_map<vtkIdType, std::vector<CellOfOther>>;
+CellsOfOthers cellsOfOthers(vtkDataSet& data, const std::vector<Vec>& centres, vtkDataArray& onCells);
 
 }  // namespace results

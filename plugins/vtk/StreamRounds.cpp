@@ -8,12 +8,16 @@
 
 #include <algorithm>
 #include <cmath>
+#include <numeric>
 #include <vtkCellArray.h>
 #include <vtkCellData.h>
+#include <vtkExtractCells.h>
 #include <vtkIdList.h>
+#include <vtkIdTypeArray.h>
 #include <vtkPointData.h>
 #include <vtkPoints.h>
 #include <vtkStreamTracer.h>
+#include <vtkUnstructuredGrid.h>
 
 namespace results {
 
@@ -21,48 +25,12 @@ namespace {
 
 constexpr double usualStep = 0.5;  // of a cell
 
-Ptr<vtkStreamTracer> tracerIn(vtkDataSet& cells, const std::vector<Vec>& seeds, const StreamSearch& search)
-{
-  const auto points = make<vtkPoints>();
-  points->SetDataTypeToDouble();
-  for (const Vec& seed : seeds)
-    points->InsertNextPoint(seed.data());
-  const auto start = make<vtkPolyData>();
-  start->SetPoints(points);
-  auto tracer = make<vtkStreamTracer>();
-  tracer->SetInputData(&cells);
-  tracer->SetSourceData(start);
-  tracer->SetInputArrayToProcess(0, 0, 0, vtkDataObject::FIELD_ASSOCIATION_POINTS, search.field.c_str());
-  tracer->SetIntegratorTypeToRungeKutta45();
-  tracer->SetMaximumPropagation(search.reach);
-  tracer->SetMaximumNumberOfSteps(20000);
-  tracer->SetComputeVorticity(false);
-  tracer->SetIntegrationDirection(!search.isBackward  ? vtkStreamTracer::FORWARD
-                                  : !search.isForward ? vtkStreamTracer::BACKWARD
-                                                      : vtkStreamTracer::BOTH);
-  if (!seeds.empty() && cells.GetNumberOfCells() > 0)
-    run(*tracer, "followStreams");
-  return tracer;
-}
-
-}  // namespace
-
-Ptr<vtkPolyData> tracedHere(vtkDataSet& cells, const std::vector<Vec>& seeds, const StreamSearch& search)
-{
-  return tracerIn(cells, seeds, search)->GetOutput();
-}
-
-// ----------------------------------------------------------------------------------------------------------- in rounds
-
-namespace {
-
-// A line on its way: where it has come, and how much further it may go.
+// A line on its way: which it is, where it has come, how much further it may go.
 struct Head {
+  std::int64_t line = 0;
   Vec at{};
   double reach = 0;
   bool isBackward = false;
-  Vec push{};     // over a seam, when nobody has it where it is
-  int tries = 0;  // of that
 };
 
 // A part of a line, of what a tracer gave.
@@ -76,7 +44,6 @@ struct Way {
   std::int64_t head = 0;
   double length = 0;
   Vec next{};
-  Vec push{};
   std::int64_t leaves = 0;  // the piece, not the reach
 };
 
@@ -87,12 +54,21 @@ Vec pointOf(vtkDataSet& data, vtkIdType id)
   return at;
 }
 
+constexpr const char* lineNumber = "line";
+constexpr const char* partNumber = "part of line";
+
 class Rounds {
  public:
-  Rounds(vtkDataSet& cells, const StreamSearch& search) : m_cells(cells), m_search(search)
+  Rounds(vtkDataSet& cells, const StreamSearch& search) : m_cells(withNeighbours(cells)), m_search(search)
   {
     const std::array<double, 6> box = boundsOfAll(cells);
     m_size = length(Vec{box[1] - box[0], box[3] - box[2], box[5] - box[4]});
+    m_lines->SetLines(make<vtkCellArray>());
+    for (const char* name : {lineNumber, partNumber}) {
+      const auto numbers = make<vtkIdTypeArray>();
+      numbers->SetName(name);
+      m_lines->GetCellData()->AddArray(numbers);
+    }
   }
 
   void begin(const std::vector<Vec>& seeds)
@@ -101,7 +77,7 @@ class Rounds {
       if (!(isBackward ? m_search.isBackward : m_search.isForward))
         continue;
       for (const Vec& seed : seeds)
-        m_heads.push_back({seed, m_search.reach, isBackward});
+        m_heads.push_back({static_cast<std::int64_t>(m_heads.size()), seed, m_search.reach, isBackward});
     }
   }
 
@@ -112,6 +88,7 @@ class Rounds {
     m_ways.clear();
     for (const bool isBackward : {false, true})
       followHere(isBackward);
+    ++m_round;
     return handOver();
   }
 
@@ -125,32 +102,63 @@ class Rounds {
       if (m_heads[i].isBackward == isBackward)
         heads.push_back(i);
     std::vector<Way> ways(m_heads.size());
-    // A tracer stops up to a step before it would leave the piece: it comes ever closer in ever smaller steps.
-    for (const double step : {usualStep, usualStep / 10, usualStep / 100, usualStep / 1000}) {
-      follow(heads, isBackward, step, ways);
+    follow(*m_cells, heads, isBackward, usualStep, ways);
+    // A tracer stops up to a step before it would leave the cells: it comes ever closer in ever smaller steps.
+    std::erase_if(heads, [&ways](std::size_t head) { return !ways[head].leaves; });
+    const Ptr<vtkDataSet> atEnds = cellsRoundEnds(heads, ways);
+    for (const double step : {usualStep / 10, usualStep / 100, usualStep / 1000}) {
+      follow(*atEnds, heads, isBackward, step, ways);
       std::erase_if(heads, [&ways](std::size_t head) { return !ways[head].leaves; });
     }
     for (std::size_t i = 0; i < ways.size(); ++i) {
       if (ways[i].length <= 0)
         continue;
       ways[i].head = static_cast<std::int64_t>(i);
-      if (ways[i].leaves)
-        ways[i].push = beyond(m_parts[i].back(), isBackward);
       m_ways.push_back(ways[i]);
     }
   }
 
-  void follow(const std::vector<std::size_t>& heads, bool isBackward, double step, std::vector<Way>& ways)
+  // Those beside the places that lines have come to: a tracer prepares all cells that it is given. Who leaves these alone
+  // goes on in the next round.
+  Ptr<vtkDataSet> cellsRoundEnds(const std::vector<std::size_t>& heads, const std::vector<Way>& ways) const
   {
-    StreamSearch search = m_search;
-    search.isForward = !isBackward;
-    search.isBackward = isBackward;
+    std::vector<Vec> ends;
+    ends.reserve(heads.size());
+    for (const std::size_t head : heads)
+      ends.push_back(ways[head].next);
+    std::sort(ends.begin(), ends.end());
+    const auto wanted = make<vtkIdList>();
+    for (vtkIdType cell = 0; !ends.empty() && cell < m_cells->GetNumberOfCells(); ++cell) {
+      if (cell % 4096 == 0)
+        orv::Progress::step();
+      std::array<double, 6> box{};
+      m_cells->GetCellBounds(cell, box.data());
+      const double size = length(Vec{box[1] - box[0], box[3] - box[2], box[5] - box[4]});
+      const auto isBeside = [&](const Vec& end, std::size_t axis) {
+        return end.at(axis) >= box.at(2 * axis) - size && end.at(axis) <= box.at(2 * axis + 1) + size;
+      };
+      auto end = std::lower_bound(ends.begin(), ends.end(), Vec{box[0] - size, -HUGE_VAL, -HUGE_VAL});
+      while (end != ends.end() && isBeside(*end, 0) && !(isBeside(*end, 1) && isBeside(*end, 2)))
+        ++end;
+      if (end != ends.end() && isBeside(*end, 0))
+        wanted->InsertNextId(cell);
+    }
+    const auto extract = make<vtkExtractCells>();
+    extract->SetInputData(m_cells);
+    extract->SetCellList(wanted);
+    if (wanted->GetNumberOfIds() > 0)
+      run(*extract, "followStreams");
+    return extract->GetOutput();
+  }
+
+  void follow(vtkDataSet& cells, const std::vector<std::size_t>& heads, bool isBackward, double step,
+              std::vector<Way>& ways)
+  {
     std::vector<Vec> seeds;
     seeds.reserve(heads.size());
     for (const std::size_t head : heads)
       seeds.push_back(ways[head].length > 0 ? ways[head].next : m_heads[head].at);
-    const auto tracer = tracerWithStep(seeds, search, step);
-    const Ptr<vtkPolyData> lines = tracer->GetOutput();
+    const Ptr<vtkPolyData> lines = traced(cells, seeds, isBackward, step);
     vtkDataArray* const from = lines->GetCellData()->GetArray("SeedIds");
     vtkDataArray* const reasons = lines->GetCellData()->GetArray("ReasonForTermination");
     const auto ids = make<vtkIdList>();
@@ -170,58 +178,31 @@ class Rounds {
     }
   }
 
-  Ptr<vtkStreamTracer> tracerWithStep(const std::vector<Vec>& seeds, const StreamSearch& search,
-                                      double step) const
+  Ptr<vtkPolyData> traced(vtkDataSet& cells, const std::vector<Vec>& seeds, bool isBackward,
+                          double step) const
   {
-    auto tracer = tracerIn(m_cells, {}, search);
-    const auto points = make<vtkPoints>();
-    points->SetDataTypeToDouble();
-    for (const Vec& seed : seeds)
-      points->InsertNextPoint(seed.data());
-    const auto start = make<vtkPolyData>();
-    start->SetPoints(points);
-    tracer->SetSourceData(start);
+    const auto tracer = make<vtkStreamTracer>();
+    tracer->SetInputData(&cells);
+    tracer->SetSourceData(pointsAt(seeds));
+    tracer->SetInputArrayToProcess(0, 0, 0, vtkDataObject::FIELD_ASSOCIATION_POINTS, m_search.field.c_str());
+    tracer->SetIntegratorTypeToRungeKutta45();
+    tracer->SetInterpolatorTypeToCellLocator();  // neighbours have points of their own at a seam
+    tracer->SetMaximumPropagation(m_search.reach);
+    tracer->SetMaximumNumberOfSteps(20000);
+    tracer->SetComputeVorticity(false);
+    tracer->SetIntegrationDirection(isBackward ? vtkStreamTracer::BACKWARD : vtkStreamTracer::FORWARD);
     if (step < usualStep) {
       tracer->SetInitialIntegrationStep(step);
       tracer->SetMinimumIntegrationStep(step);
       tracer->SetMaximumIntegrationStep(step);
     }
-    if (!seeds.empty() && m_cells.GetNumberOfCells() > 0)
+    if (!seeds.empty() && cells.GetNumberOfCells() > 0)
       run(*tracer, "followStreams");
-    return tracer;
+    return tracer->GetOutput();
   }
 
-  // A little further than the last step went: over the seam.
-  Vec beyond(const Part& part, bool isBackward) const
-  {
-    vtkPolyData& lines = *part.lines;
-    const auto ids = make<vtkIdList>();
-    lines.GetCellPoints(part.line, ids);
-    const vtkIdType end = ids->GetId(ids->GetNumberOfIds() - 1);
-    vtkDataArray* const vectors = lines.GetPointData()->GetArray(m_search.field.c_str());
-    Vec along{};
-    if (vectors)
-      vectors->GetTuple(end, along.data());
-    const double speed = length(along);
-    double weights[64];
-    Vec local{};
-    int inside = 0;
-    const Vec at = pointOf(lines, end);
-    const vtkIdType cell = m_cells.FindCell(const_cast<double*>(at.data()), nullptr, -1,
-                                            1e-12 * m_size * m_size, inside, local.data(), weights);
-    const double size = cell >= 0 ? std::sqrt(m_cells.GetCell(cell)->GetLength2()) : 1e-3 * m_size;
-    return speed > 0 ? ((isBackward ? -1 : 1) * usualStep / 500 * size / speed) * along : Vec{};
-  }
-
-  // The last step may have ended further before the seam than it was to: up to a tenth of a cell.
-  static void pushOn(const Head& head, std::vector<Head>& next)
-  {
-    constexpr int most = 4;
-    if (head.tries < most && length(head.push) > 0)
-      next.push_back({head.at + head.push, head.reach, head.isBackward, 3 * head.push, head.tries + 1});
-  }
-
-  // Of those who could follow a line, the one who came furthest has done it.
+  // Of those who could follow a line, the one who came furthest has done it. Where he stopped lies among the cells of
+  // another, not at their edge: cells at a seam are known on both sides.
   bool handOver()
   {
     std::vector<std::vector<Way>> all;
@@ -240,57 +221,99 @@ class Rounds {
     }
     std::vector<Head> next;
     for (std::size_t i = 0; i < m_heads.size(); ++i) {
-      if (best[i].length
-          <= 1e-6 * m_size) {  // a point at the very seam is in two pieces, and leaves both at once
-        pushOn(m_heads[i], next);
+      const Head& head = m_heads[i];
+      if (best[i].length <= 0)
         continue;
-      }
       if (by[i] == static_cast<std::size_t>(Communicator::instance().rank()))
-        keep(m_parts[i], m_heads[i].reach);
-      const double left = m_heads[i].reach - best[i].length;
-      if (best[i].leaves && left > 0)
-        next.push_back({best[i].next + best[i].push, left, m_heads[i].isBackward, 3 * best[i].push, 0});
+        keep(m_parts[i], head);
+      const double left = head.reach - best[i].length;
+      if (best[i].leaves && left > 0 && best[i].length > 1e-6 * m_size)
+        next.push_back({head.line, best[i].next, left, head.isBackward});
     }
     m_heads = std::move(next);
     return !m_heads.empty();
   }
 
-  void keep(const std::vector<Part>& parts, double reach)
+  // As one line: each part begins where the one before ends.
+  void keep(const std::vector<Part>& parts, const Head& head)
   {
+    double reach = head.reach;
+    const auto own = make<vtkIdList>();
+    const auto ids = make<vtkIdList>();
     for (const Part& part : parts) {
       if (!m_lines->GetPoints()) {
         const auto points = make<vtkPoints>();
         points->SetDataTypeToDouble();
         m_lines->SetPoints(points);
-        m_lines->SetLines(make<vtkCellArray>());
         m_lines->GetPointData()->CopyAllocate(part.lines->GetPointData());
       }
-      const auto ids = make<vtkIdList>();
       part.lines->GetCellPoints(part.line, ids);
-      const auto own = make<vtkIdList>();
-      for (vtkIdType i = 0; i < ids->GetNumberOfIds() && reach > 0; ++i) {
+      for (vtkIdType i = own->GetNumberOfIds() > 0 ? 1 : 0; i < ids->GetNumberOfIds() && reach > 0; ++i) {
         const Vec at = pointOf(*part.lines, ids->GetId(i));
         if (i > 0)
           reach -= length(at - pointOf(*part.lines, ids->GetId(i - 1)));
         own->InsertNextId(m_lines->GetPoints()->InsertNextPoint(at.data()));
-        m_lines->GetPointData()->CopyData(part.lines->GetPointData(), ids->GetId(i), own->GetId(i));
+        m_lines->GetPointData()->CopyData(part.lines->GetPointData(), ids->GetId(i),
+                                          own->GetId(own->GetNumberOfIds() - 1));
       }
-      m_lines->GetLines()->InsertNextCell(own);
     }
+    m_lines->GetLines()->InsertNextCell(own);
+    numbersIn(*m_lines, lineNumber)->InsertNextValue(head.line);
+    numbersIn(*m_lines, partNumber)->InsertNextValue(m_round);
   }
 
-  vtkDataSet& m_cells;
+  static vtkIdTypeArray* numbersIn(vtkPolyData& lines, const char* name)
+  {
+    return vtkIdTypeArray::SafeDownCast(lines.GetCellData()->GetArray(name));
+  }
+
+  Ptr<vtkDataSet> m_cells;
   const StreamSearch& m_search;
   double m_size = 0;
+  vtkIdType m_round = 0;
   std::vector<Head> m_heads;
   std::vector<std::vector<Part>> m_parts;  // of each head, in this round
   std::vector<Way> m_ways;
   Ptr<vtkPolyData> m_lines = make<vtkPolyData>();
 };
 
+// The parts of each line, which several processes may have followed, as one: in the order of the lines.
+Ptr<vtkPolyData> wholeLines(vtkPolyData& parts)
+{
+  const auto number = [&parts](const char* name, vtkIdType cell) {
+    return parts.GetCellData()->GetArray(name)->GetTuple1(cell);
+  };
+  std::vector<vtkIdType> order(static_cast<std::size_t>(parts.GetNumberOfCells()));
+  std::iota(order.begin(), order.end(), 0);
+  std::sort(order.begin(), order.end(), [&number](vtkIdType a, vtkIdType b) {
+    return std::pair(number(lineNumber, a), number(partNumber, a))
+           < std::pair(number(lineNumber, b), number(partNumber, b));
+  });
+  const auto lines = make<vtkCellArray>();
+  const auto whole = make<vtkIdList>();
+  const auto ids = make<vtkIdList>();
+  for (std::size_t i = 0; i < order.size(); ++i) {
+    const bool isNew = i == 0 || number(lineNumber, order[i]) != number(lineNumber, order[i - 1]);
+    if (isNew && i > 0)
+      lines->InsertNextCell(whole);
+    if (isNew)
+      whole->Reset();
+    parts.GetCellPoints(order[i], ids);
+    for (vtkIdType k = isNew ? 0 : 1; k < ids->GetNumberOfIds(); ++k)
+      whole->InsertNextId(ids->GetId(k));
+  }
+  if (!order.empty())
+    lines->InsertNextCell(whole);
+  const auto result = make<vtkPolyData>();
+  result->SetPoints(parts.GetPoints());
+  result->SetLines(lines);
+  result->GetPointData()->ShallowCopy(parts.GetPointData());
+  return result;
+}
+
 }  // namespace
 
-Ptr<vtkPolyData> tracedTogether(vtkDataSet& cells, const std::vector<Vec>& seeds, const StreamSearch& search)
+Ptr<vtkPolyData> traced(vtkDataSet& cells, const std::vector<Vec>& seeds, const StreamSearch& search)
 {
   constexpr int most = 2000;  // for a line that runs along a seam for ever
   Rounds rounds(cells, search);
@@ -301,9 +324,7 @@ Ptr<vtkPolyData> tracedTogether(vtkDataSet& cells, const std::vector<Vec>& seeds
   if (!lines->GetPoints())
     lines->SetPoints(make<vtkPoints>());
   takeFields(*lines, cells);
-  Ptr<vtkPolyData> all = gathered(lines, false);
-  all->GetCellData()->Initialize();
-  return all;
+  return wholeLines(*gathered(lines, false));
 }
 
 }  // namespace results

@@ -15,11 +15,9 @@ struct StreamSearch {
   bool isBackward = true;
 };
 
-// In one process: by VTK's tracer.
-Ptr<vtkPolyData> tracedHere(vtkDataSet& cells, const std::vector<Vec>& seeds, const StreamSearch& search);
-
-// In rounds: each process follows the lines through its piece, and hands those that leave it to the one whose piece they
-// come to. The seeds are the same everywhere; the lines, in parts, are at the first process.
-Ptr<vtkPolyData> tracedTogether(vtkDataSet& cells, const std::vector<Vec>& seeds, const StreamSearch& search);
+// In rounds: each process follows the lines through its piece and the cells next to it, and hands those that leave these to
+// the one whose piece they come to. The seeds are the same everywhere; the lines are at the first process, each in one,
+// those forward before those backward. A line ends where it leaves the mesh, to a thousandth of a cell.
+Ptr<vtkPolyData> traced(vtkDataSet& cells, const std::vector<Vec>& seeds, const StreamSearch& search);
 
 }  // namespace results

@@ -101,9 +101,7 @@ Ptr<vtkPolyData> Streams::follow(const Mesh& mesh, const Place* seeds) const
   search.reach = m_reach > 0 ? m_reach : 3 * length(Vec{box[1] - box[0], box[3] - box[2], box[5] - box[4]});
   search.isForward = m_direction != "Backward";
   search.isBackward = m_direction != "Forward";
-  const bool isAlone = Communicator::instance().isAlone();
-  const Ptr<vtkPolyData> lines = isAlone ? tracedHere(*mesh.cells, seedPoints(seeds), search)
-                                         : tracedTogether(*mesh.cells, seedPoints(seeds), search);
+  const Ptr<vtkPolyData> lines = traced(*mesh.cells, seedPoints(seeds), search);
   if (countPoints(*lines) == 0)
     fail("followStreams",
          orv::_("%s has no seed in the results, which extend over %s.", m_path, extentText(*mesh.cells)));

@@ -7,7 +7,6 @@
 #include <algorithm>
 #include <cmath>
 #include <numeric>
-#include <vtkCellArray.h>
 #include <vtkCellData.h>
 #include <vtkGenericCell.h>
 #include <vtkIdList.h>
@@ -126,24 +125,6 @@ std::vector<vtkIdType> foundFirst(std::vector<vtkIdType> mine)
   return mine;
 }
 
-Ptr<vtkPolyData> asVertices(vtkDataSet& found, const std::vector<vtkIdType>& wanted)
-{
-  const auto result = make<vtkPolyData>();
-  const auto kept = make<vtkPoints>();
-  kept->SetDataTypeToDouble();
-  const auto vertices = make<vtkCellArray>();
-  result->GetPointData()->CopyAllocate(found.GetPointData());
-  for (const vtkIdType from : wanted) {
-    const vtkIdType to = kept->InsertNextPoint(found.GetPoint(from));
-    result->GetPointData()->CopyData(found.GetPointData(), from, to);
-    vertices->InsertNextCell(1, &to);
-  }
-  result->SetPoints(kept);
-  result->SetVerts(vertices);
-  result->GetPointData()->RemoveArray("vtkValidPointMask");
-  return result;
-}
-
 // In the order of the list that they stand in, whichever process has found them.
 Ptr<vtkPolyData> atFirst(const Ptr<vtkPolyData>& mine, const std::vector<vtkIdType>& places, const Mesh& mesh)
 {
@@ -161,7 +142,7 @@ Ptr<vtkPolyData> atFirst(const Ptr<vtkPolyData>& mine, const std::vector<vtkIdTy
   vtkDataArray* const found = all->GetPointData()->GetArray(name);
   std::sort(order.begin(), order.end(),
             [found](vtkIdType a, vtkIdType b) { return found->GetTuple1(a) < found->GetTuple1(b); });
-  const Ptr<vtkPolyData> sorted = asVertices(*all, order);
+  const Ptr<vtkPolyData> sorted = verticesAt(*all, order);
   takeFields(*sorted, *mesh.cells);
   sorted->GetPointData()->RemoveArray(name);
   sorted->GetCellData()->Initialize();
@@ -172,19 +153,15 @@ Ptr<vtkPolyData> atFirst(const Ptr<vtkPolyData>& mine, const std::vector<vtkIdTy
 
 Ptr<vtkPolyData> sampled(const Mesh& mesh, const std::vector<Vec>& points)
 {
-  const auto where = make<vtkPoints>();
-  where->SetDataTypeToDouble();
-  for (const Vec& point : points)
-    where->InsertNextPoint(point.data());
-  const auto input = make<vtkPolyData>();
-  input->SetPoints(where);
   const auto probe = make<vtkProbeFilter>();
-  probe->SetInputData(input);
+  probe->SetInputData(pointsAt(points));
   probe->SetSourceData(mesh.cells);
   if (mesh.cells->GetNumberOfCells() > 0)
     run(*probe, "sample");
   const std::vector<vtkIdType> valid = foundFirst(valuesIn(*probe->GetValidPoints()));
-  return atFirst(asVertices(*probe->GetOutput(), valid), valid, mesh);
+  const Ptr<vtkPolyData> found = verticesAt(*probe->GetOutput(), valid);
+  found->GetPointData()->RemoveArray("vtkValidPointMask");
+  return atFirst(found, valid, mesh);
 }
 
 }  // namespace results

@@ -11,7 +11,6 @@
 #include <cmath>
 #include <map>
 #include <vtkArrowSource.h>
-#include <vtkCellArray.h>
 #include <vtkCellData.h>
 #include <vtkDoubleArray.h>
 #include <vtkGlyph3D.h>
@@ -120,23 +119,12 @@ Place gatheredSpread(const Place& place, double spacing)
 {
   if (Communicator::instance().isAlone())
     return place;
-  const auto points = make<vtkPolyData>();
-  const auto where = make<vtkPoints>();
-  where->SetDataTypeToDouble();
-  const auto vertices = make<vtkCellArray>();
-  points->GetPointData()->CopyAllocate(place.data->GetPointData());
-  for (const vtkIdType i : spread(*place.data, spacing)) {
-    const vtkIdType to = where->InsertNextPoint(place.data->GetPoint(i));
-    points->GetPointData()->CopyData(place.data->GetPointData(), i, to);
-    vertices->InsertNextCell(1, &to);
-  }
-  points->SetPoints(where);
-  points->SetVerts(vertices);
+  const Ptr<vtkPolyData> points = verticesAt(*place.data, spread(*place.data, spacing));
   takeFields(*points, *place.data);
-  Place whole = place;
-  whole.data = gathered(points);
-  whole.data->GetCellData()->Initialize();
-  return whole;
+  Place all = place;
+  all.data = gathered(points);
+  all.data->GetCellData()->Initialize();
+  return all;
 }
 
 }  // namespace
@@ -178,11 +166,7 @@ std::shared_ptr<const Place> linesIn(const Streams& streams, const std::shared_p
   return remembered<Place>(key, "followStreams", path, [&](Making& making) {
     auto place = std::make_shared<Place>();
     place->data = streams.follow(*mesh, seeds.get());
-    place->mesh = making.hold(mesh);
-    place->units = mesh->units;
-    place->key = key;
-    making.takes(memoryOf(*place->data));
-    return place;
+    return completed(place, mesh, key, making);
   });
 }
 

@@ -146,11 +146,7 @@ Kept<Place>::Recipe probePlace(const KSLObject& object,
       if (countPoints(*place->data) == 0)
         fail("probeResults",
              orv::_("%s lies outside the results, which extend over %s.", path, extentText(*mesh->cells)));
-      place->mesh = making.hold(mesh);
-      place->units = mesh->units;
-      place->key = key;
-      making.takes(memoryOf(*place->data));
-      return place;
+      return completed(place, mesh, key, making);
     });
   };
 }

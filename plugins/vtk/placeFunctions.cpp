@@ -66,11 +66,7 @@ void keepPlace(KSLObject& object, const Kept<Mesh>& results, const char* functio
           takeFields(*place->data, *mesh->cells);
           auto* const surface = vtkPolyData::SafeDownCast(place->data);
           place->size = surface ? areaOf(*surface) : volumeOf(*place->data);
-          place->mesh = making.hold(mesh);
-          place->units = mesh->units;
-          place->key = key;
-          making.takes(memoryOf(*place->data));
-          return place;
+          return completed(place, mesh, key, making);
         });
       });
 }

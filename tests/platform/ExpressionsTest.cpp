@@ -7,10 +7,12 @@
 #include <fstream>
 #include <gtest/gtest.h>
 #include <initializer_list>
+#include <iterator>
 #include <optional>
 #include <random>
 #include <sstream>
 #include <string>
+#include <string_view>
 #include <tuple>
 #include <vector>
 
@@ -269,6 +271,34 @@ TEST(Expressions, NamesThatCanBeUsed)
   for (const char* name :
        {"", " a", "a ", "a  b", "1a", "_a", "a-b", "a\tb", "pi", "e", "max", "if", "[m]", "[", "a[m]"})
     EXPECT_FALSE(ExpressionDef::isName(name)) << name;
+}
+
+// Of texts of which this says that they use no names nobody asks again.
+TEST(Expressions, NoNamesAreOverlooked)
+{
+  const std::string_view pieces[] = {"1",  ".", "e", "E2", "x", "[m]", "[", "]", "[N (m)]",
+                                     "\"", ",", " ", "(",  ")", "{",   "}", "+", "sin("};
+  std::mt19937 random(1);
+  int without = 0;
+  for (int i = 0; i < 20000; ++i) {
+    std::string text;
+    for (auto left = random() % 9 + 1; left > 0; --left)
+      text += pieces[random() % std::size(pieces)];
+    if (ExpressionDef::mayUseNames(text))
+      continue;
+    ++without;
+    for (const std::string& item : StringUtilities::splitValue(text)) {
+      ExpressionDef expression(item);
+      try {
+        expression.parse();
+      } catch (const data::invalid&) {
+        continue;
+      }
+      EXPECT_TRUE(expression.getNames().empty() && expression.getUnknownFunctions().empty()) << text;
+    }
+  }
+  EXPECT_GT(without, 1000);
+  EXPECT_FALSE(ExpressionDef::mayUseNames("-1.5e3 [kg m^-3] * (2. + 3E-2), 5 [C]"));
 }
 
 }  // namespace

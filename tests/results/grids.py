@@ -57,22 +57,27 @@ def array(name, values, components=1, kind="Float64"):
     return f'<DataArray type="{kind}" Name="{name}" NumberOfComponents="{components}" format="ascii">\n{lines(values)}</DataArray>\n'
 
 
-def xml(kind, extent, piece, geometry):
-    data = array("p", (pressure(*x) for x in points())) + array("U", (velocity(*x) for x in points()), 3)
+def xml(kind, extent, piece, geometry, at_centres=None):
+    where, data = at_centres or points(), "CellData" if at_centres else "PointData"
+    fields = array("p", (pressure(*x) for x in where)) + array("U", (velocity(*x) for x in where), 3)
     return (f'<VTKFile type="{kind}" version="0.1" byte_order="LittleEndian"><{kind} {extent}><Piece {piece}>'
-            f"<PointData>{data}</PointData>{geometry}</Piece></{kind}></VTKFile>\n")
+            f"<{data}>{fields}</{data}>{geometry}</Piece></{kind}></VTKFile>\n")
 
 
-def vtu(file, are_polyhedra=False, part=None):
-    """The whole, or some of its cells; the same cells may be called hexahedra or polyhedra."""
+def vtu(file, shape="hexahedra", part=None, on_cells=False):
+    """The whole, or some of its cells; the same cells may be called hexahedra or polyhedra, or be six tetrahedra each."""
     own = cells() if part is None else [c for n, c in enumerate(cells()) if n in part]
+    if shape == "tetrahedra":
+        own = [[c[k] for k in (0, *side, 6)] for c in own for side in ((1, 2), (2, 3), (3, 7), (7, 4), (4, 5), (5, 1))]
+    are_polyhedra = shape == "polyhedra"
     body = "<Points>" + array("Points", points(), 3) + "</Points><Cells>" + array("connectivity", own, kind="Int64")
-    body += array("offsets", (8 * (i + 1) for i in range(len(own))), kind="Int64")
+    body += array("offsets", (len(own[0]) * (i + 1) for i in range(len(own))), kind="Int64")
     if are_polyhedra:
         faces = [[6] + [n for side in SHAPES for n in (4, *(c[k] for k in side))] for c in own]
         body += array("faces", faces, kind="Int64") + array("faceoffsets", (31 * (i + 1) for i in range(len(own))), kind="Int64")
-    body += array("types", (42 if are_polyhedra else 12 for _ in own), kind="UInt8") + "</Cells>"
-    pathlib.Path(file).write_text(xml("UnstructuredGrid", "", f'NumberOfPoints="{len(points())}" NumberOfCells="{len(own)}"', body))
+    body += array("types", ({"hexahedra": 12, "polyhedra": 42, "tetrahedra": 10}[shape] for _ in own), kind="UInt8") + "</Cells>"
+    middles = [tuple(sum(points()[n][k] for n in c) / len(c) for k in range(3)) for c in own] if on_cells else None
+    pathlib.Path(file).write_text(xml("UnstructuredGrid", "", f'NumberOfPoints="{len(points())}" NumberOfCells="{len(own)}"', body, middles))
 
 
 SHAPES = ((0, 3, 2, 1), (4, 5, 6, 7), (0, 1, 5, 4), (3, 7, 6, 2), (0, 4, 7, 3), (1, 2, 6, 5))  # of a cell's faces

@@ -282,15 +282,23 @@ TEST(TextChecker, KnowsWhatVariablesAreComputedFrom)
       "PARAMETER: Value\nDefault =\nLocal Type =\nEND\nEND\n"
       "PARAMETER: On\nLocal Type = Picture\nRemote Type = Geometry\nEND\nEND\n";
   const std::string gauge = "CUT: a\nEND\nGAUGE: g\n  On = a\nEND\n";
+  const std::string named = "EXPRESSIONS:\n  n = g\n  m = n * 2\nEND\n";
   for (const std::string& text :
        {gauge
             + "CUT: b\n  Offset = g + 1 [m]\nEND\nGAUGE: h\n  On = b\nEND\nCUT: c\n  Offset = h\nEND\n"
               "CUT: a\n  Offset = 2 [m]\nEND\n",
-        "CUT: a\n  Offset = 0 [m]\nEND\n> delete a\n" + gauge + "CUT: a\n  Transparency = 2 * 0.1\nEND\n"})
+        "CUT: a\n  Offset = 0 [m]\nEND\n> delete a\n" + gauge + "CUT: a\n  Transparency = 2 * 0.1\nEND\n",
+        gauge + named
+            + "EXPRESSIONS:\n  n = 2 [m]\nEND\nCUT: a\n  Offset = m\nEND\nCUT: b\n  Offset = n\nEND\n"})
     EXPECT_EQ(verdictOn(text, rules).check + verdictOn(text, rules).run, "") << text;
   for (const std::string& text :
        {gauge + "CUT: a\n  Offset = g\nEND\n",
         gauge + "CUT: b\n  Offset = g\nEND\nGAUGE: h\n  On = b\nEND\nCUT: a\n  Offset = h\nEND\n",
+        gauge + named + "CUT: a\n  Offset = m\nEND\n",
+        "EXPRESSIONS:\n  n = 1 [m]\n  m = n * 2\nEND\n" + gauge + "CUT: a\n  Offset = m\nEND\n"
+            + "EXPRESSIONS:\n  n = g\nEND\n",
+        gauge + "CUT: b\nEND\nGAUGE: g\n  On = b\nEND\n" + named
+            + "CUT: a\n  Offset = m\nEND\nGAUGE: g\n  On = a\nEND\n",
         std::string("CUT: a\n  Offset = Area\nEND\n")}) {
     const Verdict verdict = verdictOn(text, rules);
     EXPECT_EQ(verdict.check, verdict.run) << text;

@@ -33,6 +33,8 @@ class ORV_API DataKSLObject : public KSLObject {
  protected:
   // Stores a value and returns the one before. Null throws internal::nullPointer, function "setValue".
   virtual std::string setValueInternal(ParamDefinition* param, const std::string& value);
+  // Stores a value of which requireAllowed was asked.
+  static void storeAllowed(ParamDefinition& param, const std::string& value);
   // data::invalid, function "addScheduler" for all three: "Cannot add scheduler to type DataKSLObject." and
   // "Cannot add function to type DataKSLObject.".
   virtual void addScheduler(const std::string& schedulerType);

@@ -3,6 +3,7 @@
 
 #include "platform/ORVExport.h"
 #include "platform/ORVUtilities.h"
+#include "database/ParamDefinition.h"
 
 #include <functional>
 #include <set>
@@ -13,10 +14,9 @@
 namespace orv {
 
 class KSLObject;
-class ParamDefinition;
 
-// A parameter of an object that refers to another one, by path and name; it holds no pointers, so it outlives
-// both. Ordered by path, then name.
+// A parameter of an object that refers to another one, by path and name, of which it has a share; so it outlives both.
+// Ordered by path, then name.
 class ORV_API Dependent {
  public:
   // REQUIRES: neither is null. Shares the object's path of now.
@@ -28,7 +28,7 @@ class ORV_API Dependent {
 
   const std::string& getObjPath() const { return m_objPath.str(); }  // takes what KSLObject::getPath takes
   const SharedText& getSharedPath() const { return m_objPath; }
-  const std::string& getParamName() const { return m_paramName; }
+  const std::string& getParamName() const { return m_rules ? m_rules->name : m_paramName.str(); }
 
   // What is sought in a set, without a copy of the texts: forgetting a dependent must not take memory.
   struct Key {
@@ -39,11 +39,11 @@ class ORV_API Dependent {
       return objPath == other.objPath ? paramName < other.paramName : objPath < other.objPath;
     }
   };
-  Key key() const { return {m_objPath, m_paramName}; }
+  Key key() const { return {m_objPath, getParamName()}; }
 
   bool operator==(const Dependent& other) const
   {
-    return m_objPath == other.m_objPath && m_paramName == other.m_paramName;
+    return m_objPath == other.m_objPath && getParamName() == other.getParamName();
   }
   bool operator<(const Dependent& other) const { return key() < other.key(); }
   friend bool operator<(const Dependent& dependent, const Key& key) { return dependent.key() < key; }
@@ -51,7 +51,8 @@ class ORV_API Dependent {
 
  private:
   SharedText m_objPath;
-  std::string m_paramName;
+  SharedText m_paramName;                            // empty when the rules say it
+  refcnt_ptr<const ParamDefinition::Rules> m_rules;  // null when it was given
 };
 
 using DependentSet = std::set<Dependent, std::less<>>;

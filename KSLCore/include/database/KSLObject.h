@@ -255,6 +255,12 @@ class ORV_API KSLObject {
   // Null when absent. The writable form gives the object a definition of its own: use it to write only.
   const ParamDefinition* findParam(std::string_view name) const { return m_params.find(name); }
   ParamDefinition* findParam(std::string_view name);
+  // Of all parameters at least those whose text may name something, as forEachParam.
+  template <class Visit>
+  void forEachNamingParam(Visit visit) const
+  {
+    m_params.forEachNaming(visit);
+  }
   // The writable form for a value that is about to be stored: throws as ParamDefinition::requireAllowed.
   ParamDefinition* findParamToSet(std::string_view name, const std::string& value);
 
@@ -264,12 +270,22 @@ class ORV_API KSLObject {
   Category& category() { return m_category; }
 
   // Of an object whose class is known to be one of the library's own, with no override of setValue: a line that nobody
-  // reads need not be made.
+  // reads need not be made, and what fails has stored nothing.
   void setPlainClass() { m_plainClass = true; }
+  bool isPlainClass() const { return m_plainClass; }
   // The same of one that stores what it is given, and nothing more.
   void setStoringClass() { m_plainClass = m_storingClass = true; }
   // Whether the result of the setValue that has just begun is read by nobody.
   bool takeLineUnread();
+  // Who calls setValueInternal with a value of which requireAllowed was asked, and does not read what comes back, says so
+  // before, in a plain class.
+  void noteAllowed() { m_valueAllowed = true; }
+  bool takeAllowed()
+  {
+    const bool allowed = m_valueAllowed;
+    m_valueAllowed = false;
+    return allowed;
+  }
 
  private:
   friend class ObjectHolderImpl;
@@ -301,6 +317,7 @@ class ORV_API KSLObject {
   bool m_searchUp : 1;
   bool m_plainClass : 1;
   bool m_storingClass : 1;
+  bool m_valueAllowed : 1;
   bool m_lineUnread : 1;  // setWhole drops the line of the setValue that it is about to call
 };
 

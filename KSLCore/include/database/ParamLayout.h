@@ -23,6 +23,8 @@ class ORV_API ParamLayout : public rcount_base {
   const ParamDefinition& operator[](std::size_t slot) const { return *m_entries[slot].prototype; }
   // The slot of a name, npos when there is none. O(log n).
   std::size_t find(std::string_view name) const;
+  // The slots of those whose text may name something. O(1) but for the first time.
+  const std::vector<std::uint32_t>& naming() const;
 
  private:
   friend class ParamSet;
@@ -39,6 +41,8 @@ class ORV_API ParamLayout : public rcount_base {
   // Who sets a parameter looks for it several times in a row, and texts name parameters in the order in which they did
   // for the object before. Only where to look first: what stands there is compared.
   mutable std::size_t m_lastFound = 0;
+  mutable std::vector<std::uint32_t> m_naming;
+  mutable bool m_knowsNaming = false;  // till the next change
 };
 
 }  // namespace orv

@@ -90,6 +90,17 @@ class ORV_API ParamSet {
       forEachOfType(visit);
   }
 
+  // Of these at least those whose text may name something: of an object as it was made, what its type knows of them.
+  template <class Visit>
+  void forEachNaming(Visit visit) const
+  {
+    if (!m_own.empty() || m_added)
+      return forEach(visit);
+    if (m_layout)
+      for (const std::uint32_t slot : m_layout->naming())
+        visit((*m_layout)[slot]);
+  }
+
   // Gives an empty set the same parameters, each as ParamDefinition::clone would copy it. A prototype first
   // moves what it wrote into its layout (`publish`), so that its copies need nothing of their own.
   void copyTo(ParamSet& target, bool publish);

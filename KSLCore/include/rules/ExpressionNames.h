@@ -40,7 +40,8 @@ class ORV_API ExpressionNames {
   virtual ~ExpressionNames();
 
   // The names in a text, each once, in the order of first appearance; none of a text that cannot be read. The
-  // parameter of the object is where the text stands or is about to; it may still hold another.
+  // parameter of the object is where the text stands or is about to; it may still hold another. Not asked of texts of
+  // which ExpressionDef::mayUseNames says that they use none.
   virtual Uses namesIn(const KSLObject& object, const ParamDefinition& param,
                        const std::string& text) const = 0;
   // What a name stands for, seen from the object that holds the expression, and what was asked to find that out.

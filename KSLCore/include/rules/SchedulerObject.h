@@ -6,6 +6,7 @@
 #include "rules/LinkMap.h"
 
 #include <cstdint>
+#include <memory>
 #include <string>
 
 namespace orv {
@@ -64,7 +65,7 @@ class ORV_API SchedulerObject {
   // Takes all edges away. O(edges · log of the neighbours' edges).
   ~SchedulerObject();
 
-  const std::string& getName() const { return m_name; }
+  const std::string& getName() const { return m_name ? *m_name : nameOfOwner(); }
   const std::string& getType() const { return m_type.str(); }
   KSLObject* getKSLObject() const { return m_owner; }
   std::string getPath() const;  // the owner's; empty without one
@@ -137,6 +138,7 @@ class ORV_API SchedulerObject {
   void clearPending(Graph& graph) noexcept;
   bool isReady() const noexcept;
   bool isUpdatingChildren() const noexcept;
+  const std::string& nameOfOwner() const noexcept;
   SchedulerOwner& support() { return m_support ? *m_support : findSupport(); }
   SchedulerOwner& findSupport();
 
@@ -155,8 +157,8 @@ class ORV_API SchedulerObject {
   KSLObject* m_owner = nullptr;  // not owned
   const std::uint64_t m_serial;
   LinkMap m_parents;
-  std::uint64_t m_searched = 0;  // the search that came by last
-  std::string m_name;
+  std::uint64_t m_searched = 0;               // the search that came by last
+  std::unique_ptr<const std::string> m_name;  // null: it has that of its owner
 };
 
 }  // namespace orv

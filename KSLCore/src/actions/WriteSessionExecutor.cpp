@@ -5,11 +5,12 @@
 #include "platform/ORVUtilities.h"
 #include "platform/internal/ContextLocal.h"
 #include "database/ObjectDB.h"
+#include "command/CommandLines.h"
 #include "command/FileText.h"
 #include "command/KSLCoreAPI.h"
+#include "command/SessionBlock.h"
 #include "command/actionChecks.h"
 #include "actions/ReadableText.h"
-#include "actions/SessionBlock.h"
 #include "actions/SessionFile.h"
 #include "actions/fileNames.h"
 
@@ -278,7 +279,10 @@ void WriteSessionExecutor::writeSessionKSL(const std::string& text, const Parsed
       || (text.find("qst") != std::string::npos && text.find("AutoSaveState.qst") != std::string::npos))
     return;
   try {
-    append(SessionBlock(KSLCoreAPI::instance()->getExternalKslUpdateMode()).write(text, parsed));
+    if (parsed && !parsed->block.empty())
+      append(parsed->block);
+    else
+      append(SessionBlock(KSLCoreAPI::instance()->getExternalKslUpdateMode()).write(text));
   } catch (const file::error& error) {
     abandon(error);
   }

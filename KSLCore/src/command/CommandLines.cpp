@@ -4,6 +4,7 @@
 #include "platform/ORVKSLParseUtilities.h"
 #include "platform/ORVUtilities.h"
 #include "platform/internal/UpdateHandler.h"
+#include "command/SessionBlock.h"
 
 #include <cstdint>
 
@@ -41,8 +42,6 @@ void CommandLines::begin(std::string_view text)
   constexpr std::size_t usualLine = 16;  // characters
   const std::size_t lineCount = text.size() / usualLine + 4;
   m_lines.reserve(text.size() + 2 * updateAction.size(), lineCount);
-  if (m_ahead)
-    m_ahead->marks.reserve(lineCount);
 }
 
 KSLLines CommandLines::parse(std::string_view text)
@@ -58,9 +57,16 @@ ParsedText CommandLines::parseAhead(std::string_view text)
 {
   ParsedText ahead;
   ahead.mode = m_mode;
-  m_ahead = &ahead;
-  const ScopeGuard done([this] { m_ahead = nullptr; });
+  if (!SessionBlock::isUsual(text)) {
+    ahead.lines = parse(text);
+    return ahead;
+  }
+  SessionBlock block(m_mode);
+  block.begin(text);
+  m_block = &block;
+  const ScopeGuard done([this] { m_block = nullptr; });
   ahead.lines = parse(text);
+  ahead.block = block.finish();
   return ahead;
 }
 
@@ -124,9 +130,10 @@ void CommandLines::endLine()
   const std::string_view line = m_lines.begun();
   const MiniKSLParser::Line scanned = MiniKSLParser::scan(line);
   const MiniKSLParser::LineType type = scanned.type;
+  if (m_block)
+    m_block->add(line, type);
   if (type == MiniKSLParser::actionLine)
     return endActionLine();
-  mark(type, line.size());
   const bool whole = scanned.text.size() == line.size() && line.size() <= UINT32_MAX;
   m_lines.end(whole ? KSLLines::Scanned{type, static_cast<std::uint32_t>(scanned.mark)}
                     : KSLLines::Scanned());
@@ -136,7 +143,6 @@ void CommandLines::endLine()
 
 void CommandLines::addUpdate()
 {
-  mark(ParsedText::putIn, updateAction.size());
   m_lines.begin() += updateAction;
   m_lines.end(UpdateHandler::putIn);
 }
@@ -145,15 +151,11 @@ void CommandLines::endActionLine()
 {
   std::string line(m_lines.begun());
   m_lines.drop();
-  if (line.size() > 1 && line[1] != ' ') {
+  if (line.size() > 1 && line[1] != ' ')
     line.insert(1, 1, ' ');
-    if (m_ahead)
-      m_ahead->asEntered = false;
-  }
   const bool isUpdate = isUpdateLine(line);
   if (!isUpdate)
     addUpdate();
-  mark(MiniKSLParser::actionLine, line.size());
   m_lines.add(line);
   if (!isUpdate)
     addUpdate();
@@ -173,12 +175,10 @@ void CommandLines::countDepth(int lineType)
 
 void CommandLines::finish()
 {
-  if (m_mode == kslUpdateNoAction) {
-    mark(ParsedText::putIn, updateNoActionAction.size());
+  if (m_mode == kslUpdateNoAction)
     m_lines.add(updateNoActionAction);
-  } else if (!isUpdateLine(m_lines.back())) {
+  else if (!isUpdateLine(m_lines.back()))
     addUpdate();
-  }
   checkDepth();
 }
 

@@ -21,19 +21,13 @@
 
 namespace orv {
 
-// A text that was parsed ahead of its turn, for somebody who has to look at its lines first.
-struct ParsedText {
-  struct Mark {
-    std::size_t size;  // of the line
-    int type;          // MiniKSLParser::LineType, or putIn for an update that the text does not hold
-  };
-  static constexpr int putIn = -1;
+class SessionBlock;
 
+// A text that was parsed ahead of its turn, because it has to be recorded first.
+struct ParsedText {
   kslUpdateMode mode = kslUpdateDefault;
   KSLLines lines;
-  std::vector<Mark> marks;  // of each line
-  // The lines that the text holds are those of the text: simplified, but no action line was given a blank behind its ">".
-  bool asEntered = true;
+  std::string block;  // SessionBlock; empty when that has to be formed from the text
 };
 
 class CommandLines {
@@ -44,7 +38,7 @@ class CommandLines {
   // Throws data::error, class "KSLInterface", function "preParseKSL", type 4: "Not enough END statements in
   // KSL." or "Too many END statements in KSL.", judged by the final count and in the default mode only.
   KSLLines parse(std::string_view text);
-  // The same, with what each line is.
+  // The same, and forms the block in the same pass.
   ParsedText parseAhead(std::string_view text);
 
   // Which lines of the text, counted from 1, the lines come from that parse() gives; an update that was put in has the
@@ -66,11 +60,6 @@ class CommandLines {
   void endLine();
   void endActionLine();
   void addUpdate();
-  void mark(int type, std::size_t size)
-  {
-    if (m_ahead)
-      m_ahead->marks.push_back({size, type});
-  }
   // Counts the blocks; adds an update where a top-level block closes.
   void countDepth(int lineType);
   void finish();
@@ -82,7 +71,7 @@ class CommandLines {
   std::size_t m_taken = 0;  // lines of the text
   long m_depth = 0;
   KSLLines m_lines;
-  ParsedText* m_ahead = nullptr;  // who asks for marks
+  SessionBlock* m_block = nullptr;  // is given the lines of the text
 };
 
 }  // namespace orv

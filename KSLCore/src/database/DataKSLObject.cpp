@@ -26,9 +26,9 @@ bool keepsTruthValue(const ParamDefinition& param, const std::string& text)
 }
 
 // A parameter's own text stays where it is: the caller may still be reading it.
-void setText(ParamDefinition& param, const std::string& value)
+SharedText shared(const ParamDefinition& param, const std::string& value)
 {
-  param.setShared(&value == &param.getValue() ? param.getShared() : ValueAtHand::share(value));
+  return &value == &param.getValue() ? param.getShared() : ValueAtHand::share(value);
 }
 
 }  // namespace
@@ -91,10 +91,12 @@ std::string DataKSLObject::setValue(const std::string& name, const std::string& 
                                    _("Parameter '%s' is not recognized on object '%s'.", name, getPath())),
                     unknownParam(name));
   if (lineUnread) {
-    if (keepsTruthValue(*param, value))
-      setText(*param, value);
-    else
+    if (keepsTruthValue(*param, value)) {
+      storeAllowed(*param, value);
+    } else {
+      noteAllowed();
       setValueInternal(param, value);
+    }
     return {};
   }
   std::string line;  // with room for either text, so that nothing can fail once the value is stored
@@ -119,13 +121,23 @@ std::string DataKSLObject::setValueWithoutPending(const std::string& name, const
   return param->setValue(value);
 }
 
+void DataKSLObject::storeAllowed(ParamDefinition& param, const std::string& value)
+{
+  param.setAllowed(shared(param, value));
+}
+
 std::string DataKSLObject::setValueInternal(ParamDefinition* param, const std::string& value)
 {
+  const bool allowed = takeAllowed();
   if (!param)
     throw internal::nullPointer(dataKSLObjectClass, "setValue",
                                 _("Input parameter %s is a null pointer.", "p_param"));
+  if (allowed) {
+    storeAllowed(*param, value);
+    return {};
+  }
   std::string before = param->getValue();
-  setText(*param, value);
+  param->setShared(shared(*param, value));
   return before;
 }
 

@@ -54,6 +54,7 @@ KSLObject::KSLObject()
       m_searchUp(false),
       m_plainClass(false),
       m_storingClass(false),
+      m_valueAllowed(false),
       m_lineUnread(false)
 {}
 
@@ -357,10 +358,12 @@ void KSLObject::allOrNothing(const std::string& name, Set set)
 
 void KSLObject::setWhole(const std::string& name, const std::string& value)
 {
-  allOrNothing(name, [&] {
-    m_lineUnread = m_plainClass;
+  if (m_plainClass) {
+    m_lineUnread = true;
     setValue(name, value);
-  });
+    return;
+  }
+  allOrNothing(name, [&] { setValue(name, value); });
 }
 
 void KSLObject::setWhole(const std::string& name, const SharedText& value)

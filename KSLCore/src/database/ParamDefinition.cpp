@@ -421,13 +421,24 @@ bool ParamDefinition::isPureNumeric() const
 
 // ------------------------------------------------------------------------------------------------------ names
 
+bool ParamDefinition::mayName() const
+{
+  if (getValue().empty())
+    return false;
+  return !getRemoteType().empty() || (isExpression() && ExpressionDef::mayUseNames(getValue()));
+}
+
 bool ParamDefinition::isExpression() const
 {
   static constexpr std::string_view numbers[] = {"Real",    "Real Triplet", "Real List",
                                                  "Integer", "Integer List", "Quantity"};
-  return typeIs("Expression")
+  const std::string_view type = getType();
+  const char first = type.empty() ? '\0' : type.front();
+  if (first != 'E' && first != 'R' && first != 'I' && first != 'Q')
+    return false;  // of most
+  return type == "Expression"
          || (!isInternal() && getRemoteType().empty()
-             && std::find(std::begin(numbers), std::end(numbers), getType()) != std::end(numbers));
+             && std::find(std::begin(numbers), std::end(numbers), type) != std::end(numbers));
 }
 
 }  // namespace orv

@@ -41,6 +41,19 @@ std::size_t ParamLayout::find(std::string_view name) const
   return slot;
 }
 
+const std::vector<std::uint32_t>& ParamLayout::naming() const
+{
+  if (m_knowsNaming)
+    return m_naming;
+  std::vector<std::uint32_t> slots;
+  for (std::size_t slot = 0; slot < m_entries.size(); ++slot)
+    if (m_entries[slot].prototype->mayName())
+      slots.push_back(static_cast<std::uint32_t>(slot));
+  m_naming.swap(slots);
+  m_knowsNaming = true;
+  return m_naming;
+}
+
 void ParamLayout::append(std::shared_ptr<const ParamDefinition> prototype)
 {
   const std::string_view name = prototype->getName();

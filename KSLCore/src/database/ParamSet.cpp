@@ -119,6 +119,7 @@ ParamLayout& ParamSet::writableLayout()
     m_layout = refcnt_ptr<ParamLayout>(new ParamLayout);
   else if (m_layout->refCount() > 1)
     m_layout = refcnt_ptr<ParamLayout>(new ParamLayout(*m_layout));
+  m_layout->m_knowsNaming = false;
   return *m_layout;
 }
 
@@ -226,10 +227,14 @@ void ParamSet::publishAdded()
   m_added.reset();
 }
 
+// Each object that is made comes by here: most are told by what they share.
 void ParamSet::publishOwn()
 {
   for (const Own& param : m_own) {
-    if (copiesAlike(*param, (*m_layout)[param->m_slot]))
+    const ParamDefinition& known = (*m_layout)[param->m_slot];
+    const bool isKnown = param->m_value.same(known.m_value) && param->m_rules.get() == known.m_rules.get()
+                         && param->m_internal == known.m_internal;
+    if (isKnown || copiesAlike(*param, known))
       continue;
     std::shared_ptr<const ParamDefinition> prototype = param->clone();
     writableLayout().m_entries[param->m_slot].prototype = std::move(prototype);

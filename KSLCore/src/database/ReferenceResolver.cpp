@@ -46,7 +46,17 @@ ReferenceResolver::ReferenceResolver(const KSLObject& from, Fits fits, std::vect
 
 Hit ReferenceResolver::find(std::string_view item) const
 {
-  const std::string name(StringUtilities::unquoted(StringUtilities::trimmed(item)));
+  return findName(std::string(StringUtilities::unquoted(StringUtilities::trimmed(item))));
+}
+
+Hit ReferenceResolver::findItem(const std::string& item) const
+{
+  const std::string_view name = StringUtilities::unquoted(StringUtilities::trimmed(item));
+  return name.size() == item.size() ? findName(item) : findName(std::string(name));
+}
+
+Hit ReferenceResolver::findName(const std::string& name) const
+{
   Hit hit;
   if (name.empty())
     return hit;

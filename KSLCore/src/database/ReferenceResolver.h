@@ -36,9 +36,12 @@ class ReferenceResolver {
   // Quotes around the item are taken off. An empty item names nothing. O(length), children of the same name
   // apart.
   Hit find(std::string_view item) const;
+  // The same; most items are names as they stand, and need not be copied.
+  Hit findItem(const std::string& item) const;
 
  private:
   using Objects = std::vector<KSLObject*>;
+  Hit findName(const std::string& name) const;
   Hit findAbsolute(const std::string& path) const;
   Objects walk(const KSLObject& start, std::string_view path) const;
   void step(const KSLObject& from, std::string_view component, Objects& out) const;

@@ -1,6 +1,7 @@
 // What parameters name, as the object sees it; NameLink.h has the whole.
 #include "platform/ORVError.h"
 #include "platform/ORVException.h"
+#include "platform/ORVExpressions.h"
 #include "platform/internal/ContextLocal.h"
 #include "database/Category.h"
 #include "database/ObjectDB.h"
@@ -11,7 +12,6 @@
 #include "rules/NameLink.h"
 
 #include <algorithm>
-#include <cctype>
 #include <memory>
 #include <string_view>
 #include <utility>
@@ -21,25 +21,6 @@ namespace orv {
 namespace {
 
 constinit ContextLocal<const ExpressionNames*> theExpressionNames;
-
-bool isLetterOfName(char c)
-{
-  return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
-}
-
-// False only for texts that are surely numbers, with units or without: most are, and cost no more than this.
-bool mayHoldNames(std::string_view text)
-{
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    if (text[i] == '[')
-      i = std::min(text.find(']', i), text.size() - 1);
-    const bool isExponent = (text[i] | 0x20) == 'e' && i > 0
-                            && (text[i - 1] == '.' || std::isdigit(static_cast<unsigned char>(text[i - 1])));
-    if (isLetterOfName(text[i]) && !isExponent)
-      return true;
-  }
-  return false;
-}
 
 }  // namespace
 
@@ -70,7 +51,7 @@ bool GenericKSLObject::mayLink(const ParamDefinition& param, const std::string& 
     return true;
   if (!param.isExpression() || !*theExpressionNames)
     return false;
-  return param.typeIs("Expression") || mayHoldNames(text) || findNameLink(param.getName());
+  return ExpressionDef::mayUseNames(text) || findNameLink(param.getName());
 }
 
 NameLink* GenericKSLObject::findNameLink(std::string_view param) const
@@ -130,10 +111,14 @@ std::vector<const KSLObject*> GenericKSLObject::namedObjects(const ParamDefiniti
 
 void GenericKSLObject::linkDefaults()
 {
-  forEachParam([this](const ParamDefinition& param) {
+  const auto link = [this](const ParamDefinition& param) {
     if (!param.getValue().empty() && mayLink(param, param.getValue()))
       nameLink(param).setDue();
-  });
+  };
+  if (isPlainClass())
+    forEachNamingParam(link);
+  else  // which may link what this class does not
+    forEachParam(link);
 }
 
 void GenericKSLObject::createDelayedParamLinks()
@@ -194,12 +179,16 @@ void GenericKSLObject::noteSet(const ParamDefinition& param)
 // What can fail comes before the value is stored.
 std::string GenericKSLObject::setValueInternal(ParamDefinition* param, const std::string& value)
 {
+  const bool allowed = takeAllowed();
   if (!param || getName().empty())  // a prototype links and marks nothing
     return DataKSLObject::setValueInternal(param, value);
   NameLink* link = mayLink(*param, value) ? &nameLink(*param) : nullptr;
   if (LinkTransaction::current()) {  // which forgets its notes when the command fails
     noteSet(*param);
-    return DataKSLObject::setValueInternal(param, value);
+    if (!allowed)
+      return DataKSLObject::setValueInternal(param, value);
+    storeAllowed(*param, value);
+    return {};
   }
   std::string old;
   if (link || (link = findNameLink(param->getName()))) {

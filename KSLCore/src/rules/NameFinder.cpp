@@ -3,7 +3,6 @@
 #include "platform/ORVError.h"
 #include "database/ObjectDB.h"
 #include "database/ReferenceResolver.h"
-#include "rules/ExpressionNames.h"
 #include "rules/GenericKSLObject.h"
 
 #include <algorithm>
@@ -23,8 +22,10 @@ NamedTargets NameFinder::find(const GenericKSLObject& object, const ParamDefinit
     finder.makeParentLinks();
   } else if (ExpressionNames::installed()
              && !param.getAllowedValues().contains(text)) {  // a keyword names nothing
-    finder.makeVariableLinks();
-    finder.makeLocatorLinks();
+    ExpressionNames::Uses uses = ExpressionNames::installed()->namesIn(object, param, text);
+    finder.makeVariableLinks(uses);
+    finder.makeLocatorLinks(uses.locations);
+    finder.m_found.locals = std::move(uses.locals);
   }
   finder.dropDoubles();
   return std::move(finder.m_found);
@@ -72,7 +73,7 @@ void NameFinder::makeParentLinks()
       m_found.list.emplace_back();
       continue;
     }
-    const ReferenceResolver::Hit hit = resolver.find(item);
+    const ReferenceResolver::Hit hit = resolver.findItem(item);
     if (hit.object)
       addTarget(hit.object, hit.fits);
     else
@@ -120,11 +121,10 @@ void NameFinder::addComputed(KSLObject* target)
 }
 
 // Without an expressions service nobody comes here: expressions depend on nothing then.
-void NameFinder::makeVariableLinks()
+void NameFinder::makeVariableLinks(const ExpressionNames::Uses& uses)
 {
   const ExpressionNames& names = *ExpressionNames::installed();
   constexpr const char* function = "makeVariableLinks";
-  ExpressionNames::Uses uses = names.namesIn(m_object, m_param, m_text);
   for (const std::string& name : uses.variables) {
     const ExpressionNames::Variable variable = names.findVariable(m_object, name, m_asked);
     if (!variable.several.empty())
@@ -146,13 +146,12 @@ void NameFinder::makeVariableLinks()
       noteMissing(function, name,
                   _("Expression '%s' depends on a function '%s' which does not exist.", m_text, name));
   }
-  m_found.locals = std::move(uses.locals);
 }
 
-void NameFinder::makeLocatorLinks()
+void NameFinder::makeLocatorLinks(const std::vector<std::string>& locations)
 {
   const ExpressionNames& names = *ExpressionNames::installed();
-  for (const std::string& name : names.namesIn(m_object, m_param, m_text).locations) {
+  for (const std::string& name : locations) {
     if (KSLObject* location = names.findLocation(m_object, name))
       addTarget(location, true);
     else

@@ -1,6 +1,7 @@
 // Finds out what a text names.
 #pragma once
 
+#include "rules/ExpressionNames.h"
 #include "rules/NameLink.h"
 
 #include <string>
@@ -25,8 +26,8 @@ class NameFinder {
         m_asked(asked)
   {}
   void makeParentLinks();
-  void makeVariableLinks();
-  void makeLocatorLinks();
+  void makeVariableLinks(const ExpressionNames::Uses& uses);
+  void makeLocatorLinks(const std::vector<std::string>& locations);
   void addTarget(KSLObject* target, bool fits, const std::string& scheduler = {}, bool marks = true);
   void addComputed(KSLObject* target);
   void dropDoubles();

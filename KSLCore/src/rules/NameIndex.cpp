@@ -1,8 +1,8 @@
 #include "rules/NameIndex.h"
 
 #include "database/ObjectDB.h"
-#include "rules/GenericKSLObject.h"
 #include "rules/NameLink.h"
+#include "rules/computing.h"
 
 namespace orv {
 
@@ -38,7 +38,7 @@ namespace {
 template <class Visit>
 void forEachLinkOf(const KSLObject* place, std::string_view name, Visit visit)
 {
-  const auto* computing = place->hasPath() ? dynamic_cast<const GenericKSLObject*>(place) : nullptr;
+  const GenericKSLObject* computing = place->hasPath() ? orv::computing(place) : nullptr;
   if (!computing || !computing->nameLinks())
     return;
   for (auto& [param, link] : *computing->nameLinks()) {
@@ -60,7 +60,7 @@ void NameIndex::objectAdded(KSLObject& object) noexcept
   changed(place, object.getName());
   forEachLinkOf(place, object.getName(),
                 [this](NameLink& link) { link.noteChange(m_transaction != nullptr); });
-  if (const auto* computing = dynamic_cast<const GenericKSLObject*>(&object))
+  if (const GenericKSLObject* computing = orv::computing(&object))
     computing->forEachDefinedName([this](const std::string& name) { changed(nullptr, name); });
 }
 
@@ -73,7 +73,7 @@ void NameIndex::objectGoing(KSLObject& object) noexcept
   const KSLObject* place = object.getParentObject();
   forEachUser(place, object.getName(), lose);
   forEachLinkOf(place, {}, lose);
-  if (const auto* computing = dynamic_cast<const GenericKSLObject*>(&object))
+  if (const GenericKSLObject* computing = orv::computing(&object))
     computing->forEachDefinedName([&](const std::string& name) { forEachUser(nullptr, name, lose); });
 }
 

@@ -3,7 +3,7 @@
 #include "platform/ORVException.h"
 #include "platform/ORVExpressionFunctions.h"
 #include "database/ObjectDB.h"
-#include "rules/GenericKSLObject.h"
+#include "rules/computing.h"
 
 #include <algorithm>
 
@@ -176,8 +176,8 @@ SchedulerObject* NameLink::parentScheduler(const NameTarget& target) const
   if (!target.scheduler.empty())
     return target.object->getSchedulerObject(target.scheduler.str());
   const std::string& type = m_rules->remoteType.empty() ? m_rules->localType : m_rules->remoteType;
-  const auto* computing = dynamic_cast<const GenericKSLObject*>(target.object);
-  return computing ? computing->findSchedulerObject(type) : nullptr;
+  const GenericKSLObject* parent = computing(target.object);
+  return parent ? parent->findSchedulerObject(type) : nullptr;
 }
 
 }  // namespace orv

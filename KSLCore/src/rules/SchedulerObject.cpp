@@ -1,7 +1,7 @@
 #include "rules/SchedulerObject.h"
 
 #include "platform/ORVError.h"
-#include "database/KSLObject.h"
+#include "rules/computing.h"
 #include "SchedulerWalk.h"
 
 #include <algorithm>
@@ -34,7 +34,7 @@ SchedulerObject::SchedulerObject(const std::string& name, KSLObject* owner, Shar
     : m_type(std::move(type)),
       m_owner(owner),
       m_serial(++Graph::current().lastSerial),
-      m_name(name)
+      m_name(owner && &owner->getName() == &name ? nullptr : std::make_unique<const std::string>(name))
 {}
 
 SchedulerObject::SchedulerObject(const SchedulerObject& other)
@@ -42,7 +42,7 @@ SchedulerObject::SchedulerObject(const SchedulerObject& other)
       m_type(other.m_type),
       m_owner(other.m_owner),
       m_serial(++Graph::current().lastSerial),
-      m_name(other.m_name)
+      m_name(other.m_name ? std::make_unique<const std::string>(*other.m_name) : nullptr)
 {}
 
 SchedulerObject::~SchedulerObject()
@@ -54,6 +54,11 @@ SchedulerObject::~SchedulerObject()
   }
   for (const LinkMap::Entry& edge : m_parents)
     destroyLink(edge.first->m_children, this);
+}
+
+const std::string& SchedulerObject::nameOfOwner() const noexcept
+{
+  return m_owner ? m_owner->getName() : SharedText().str();
 }
 
 std::string SchedulerObject::getPath() const
@@ -174,7 +179,8 @@ SchedulerOwner& SchedulerObject::findSupport()
   // Both messages name the member, on purpose, not the object.
   if (!m_owner)
     throw internal::nullPointer(schedulerObjectClass, "update", _("Null pointer to %s.", "m_name"));
-  m_support = dynamic_cast<SchedulerOwner*>(m_owner);
+  GenericKSLObject* const usual = computing(m_owner);
+  m_support = usual ? usual : dynamic_cast<SchedulerOwner*>(m_owner);
   if (!m_support)
     throw internal::nullPointer(schedulerObjectClass, "update",
                                 _("Object %s has scheduler but is not GenericKSLObject.", "m_name"));

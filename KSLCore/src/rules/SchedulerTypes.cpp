@@ -21,6 +21,13 @@ bool isBeforeText(const SchedulerTypes::Entry& entry, std::string_view type)
 
 std::size_t SchedulerTypes::find(std::string_view type) const noexcept
 {
+  constexpr std::size_t few = 8;
+  if (m_entries.size() <= few) {  // of most types; who sets a parameter comes here
+    for (std::size_t i = 0; i < m_entries.size(); ++i)
+      if (m_entries[i].type == type)
+        return i;
+    return npos;
+  }
   const auto at = std::lower_bound(m_entries.begin(), m_entries.end(), type, isBeforeText);
   return at != m_entries.end() && at->type == type ? static_cast<std::size_t>(at - m_entries.begin()) : npos;
 }

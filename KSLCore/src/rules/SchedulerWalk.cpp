@@ -53,7 +53,7 @@ struct SchedulerObject::Graph::Calculation {
   Calculation* outer;
   SharedText lostName;
 
-  const std::string& name() const { return scheduler ? scheduler->m_name : lostName.str(); }
+  const std::string& name() const { return scheduler ? scheduler->getName() : lostName.str(); }
   std::string path() const { return scheduler ? scheduler->getPath() : std::string(); }
 
   // REQUIRES: called from a handler, of what the calculation threw. Reports it, or lets it out with what is known of
@@ -148,8 +148,8 @@ void SchedulerObject::Walk::forget(SchedulerObject& scheduler) noexcept
       continue;
     it->scheduler = nullptr;
     try {
-      it->lostName = SharedText(scheduler.m_name);  // nested calculations of one scheduler need it each
-    } catch (...) {}                                // without memory the failure is told without the name
+      it->lostName = SharedText(scheduler.getName());  // nested calculations of one scheduler need it each
+    } catch (...) {}                                   // without memory the failure is told without the name
   }
 }
 

@@ -83,13 +83,14 @@ const std::vector<const CheckedParam*>& CheckedLinks::circularOf(const CheckedTy
 }
 
 void CheckedLinks::set(Object object, const CheckedParam& param, SyntaxTree::Index node,
-                       std::vector<Object> targets)
+                       std::vector<Object> targets, std::vector<std::string> names)
 {
   const std::vector<const CheckedParam*>& circular = circularOf(*m_state.objects[object].type);
   if (std::find(circular.begin(), circular.end(), &param) == circular.end())
     return;
   m_used.insert(targets.begin(), targets.end());
-  m_named[{object, &param}] = {m_state.text, node, std::move(targets), false};
+  m_usesNames = m_usesNames || !names.empty();
+  m_named[{object, &param}] = {m_state.text, node, std::move(targets), std::move(names), false};
   m_news.emplace_back(object, &param);
 }
 
@@ -99,7 +100,7 @@ void CheckedLinks::setToDefault(Object object, const CheckedParam& param)
     return;  // it has its default
   const std::vector<const CheckedParam*>& circular = circularOf(*m_state.objects[object].type);
   if (std::find(circular.begin(), circular.end(), &param) != circular.end())
-    m_named[{object, &param}] = {m_state.text, 0, {}, true};
+    m_named[{object, &param}] = {m_state.text, 0, {}, {}, true};
 }
 
 // ------------------------------------------------------------------------------------------------------- what is there
@@ -135,8 +136,44 @@ std::vector<Object> CheckedLinks::targetsOf(Object object, const CheckedParam& p
   return targets;
 }
 
+void CheckedLinks::addVariable(Object target, const CheckedParam* param, std::vector<Edge>& edges) const
+{
+  const CheckedObjects::Object& object = m_state.objects[target];
+  if (!object.alive || !object.type)
+    return;
+  const std::vector<std::string_view> kinds =
+      param ? sourcesIn(*object.type, *param)
+            : std::vector<std::string_view>(object.type->valueSchedulers.begin(),
+                                            object.type->valueSchedulers.end());
+  for (const std::string_view kind : kinds)
+    edges.push_back({{target, kind}, param});
+}
+
+// Null for calculations of objects.
+const CheckedExpression* CheckedLinks::expressionAt(const Node& node) const
+{
+  const auto found = m_usesNames ? m_expressions.find(std::string(node.second)) : m_expressions.end();
+  return found != m_expressions.end() && found->second.object == node.first && !found->second.value.empty()
+             ? &found->second
+             : nullptr;
+}
+
+std::vector<CheckedLinks::Edge> CheckedLinks::edgesOfExpression(const CheckedExpression& expression) const
+{
+  std::vector<Edge> edges;
+  for (const std::string& used : expression.uses) {
+    if (const auto found = m_expressions.find(used); found != m_expressions.end())
+      edges.push_back({{found->second.object, found->first}, nullptr});
+    else if (const Object object = m_findVariable(used); object != CheckedObjects::none)
+      addVariable(object, nullptr, edges);
+  }
+  return edges;
+}
+
 std::vector<CheckedLinks::Edge> CheckedLinks::edgesOf(const Node& node)
 {
+  if (const CheckedExpression* const expression = expressionAt(node))
+    return edgesOfExpression(*expression);
   const CheckedType& type = *m_state.objects[node.first].type;
   std::vector<Edge> edges;
   for (const auto& [from, to] : type.links)
@@ -146,10 +183,11 @@ std::vector<CheckedLinks::Edge> CheckedLinks::edgesOf(const Node& node)
     if (param->definition->getLocalType() != node.second)
       continue;
     for (const Object target : targetsOf(node.first, *param))
-      if (const CheckedType* targetType = m_state.objects[target].type;
-          m_state.objects[target].alive && targetType)
-        for (const std::string_view kind : sourcesIn(*targetType, *param))
-          edges.push_back({{target, kind}, param});
+      addVariable(target, param, edges);
+    if (const auto named = m_named.find({node.first, param}); named != m_named.end())
+      for (const std::string& name : named->second.names)
+        if (const auto found = m_expressions.find(name); found != m_expressions.end())
+          edges.push_back({{found->second.object, found->first}, param});
   }
   return edges;
 }
@@ -159,12 +197,14 @@ std::vector<CheckedLinks::Edge> CheckedLinks::edgesOf(const Node& node)
 bool CheckedLinks::isToBeSearched(const Key& key) const
 {
   const CheckedObjects::Object& object = m_state.objects[key.first];
-  return object.alive && (object.text == ofDatabase || m_used.count(key.first) > 0);
+  return object.alive
+         && (object.text == ofDatabase || m_used.count(key.first) > 0
+             || (m_usesNames && object.type && object.type->isVariable));
 }
 
 void CheckedLinks::addCircles()
 {
-  if (m_news.empty())
+  if (m_news.empty() && m_newNames.empty())
     return;
   m_credit += creditOfCommand;
   std::set<Node> done;
@@ -177,6 +217,11 @@ void CheckedLinks::addCircles()
       m_postponed.push_back(key);
   }
   m_news.clear();
+  for (const std::string& name : std::exchange(m_newNames, {})) {
+    isWhole = isWhole && search(name, done);
+    if (!isWhole)
+      m_postponedNames.insert(name);
+  }
 }
 
 void CheckedLinks::endText()
@@ -186,9 +231,17 @@ void CheckedLinks::endText()
   for (const Key& key : m_postponed)
     if (isToBeSearched(key))
       search({key.first, key.second->definition->getLocalType()}, done);
+  for (const std::string& name : std::exchange(m_postponedNames, {}))
+    search(name, done);
   m_postponed.clear();
   m_told.clear();
   m_credit = creditOfText;
+}
+
+bool CheckedLinks::search(const std::string& name, std::set<Node>& done)
+{
+  const auto found = m_usesNames ? m_expressions.find(name) : m_expressions.end();
+  return found == m_expressions.end() || search({found->second.object, found->first}, done);
 }
 
 // Depth first; a calculation that is met again on the way down closes a circle. False when the credit did not last.
@@ -220,37 +273,55 @@ bool CheckedLinks::search(const Node& start, std::set<Node>& done)
   return steps.empty();
 }
 
-// Told at the statement that closed it: the last one of those that the circle leads through.
+// As reports of circles call it.
+std::string CheckedLinks::nameOf(const Node& node) const
+{
+  const CheckedObjects::Object& object = m_state.objects[node.first];
+  return expressionAt(node) ? object.path : object.name;
+}
+
+// Of this text, the one that a step goes by.
+std::optional<SyntaxTree::Index> CheckedLinks::statementOf(const Step& step) const
+{
+  if (const CheckedExpression* const expression = expressionAt(step.node))
+    return expression->text == m_state.text ? std::optional(expression->node) : std::nullopt;
+  const CheckedParam* const param = step.taken().param;
+  const auto named = param ? m_named.find({step.node.first, param}) : m_named.end();
+  if (named == m_named.end() || named->second.text != m_state.text || named->second.isDefault)
+    return std::nullopt;
+  return named->second.node;
+}
+
+// Told at the statement that closed it: the last one of those that the circle leads through. One of expressions alone is
+// told by those who check these.
 void CheckedLinks::addCircle(const std::vector<Step>& steps, const Node& again)
 {
-  const Named* last = nullptr;
-  Key closing;
-  Node source;
+  const Step* closing = nullptr;
+  SyntaxTree::Index last = 0;
+  bool hasObjects = false;
   for (std::size_t i = steps.size(); i-- > 0;) {
-    const Edge& edge = steps[i].edges[steps[i].next - 1];
-    const auto named = edge.param ? m_named.find({steps[i].node.first, edge.param}) : m_named.end();
-    if (named != m_named.end() && named->second.text == m_state.text && !named->second.isDefault
-        && (!last || named->second.node > last->node)) {
-      last = &named->second;
-      closing = named->first;
-      source = edge.to;
+    hasObjects = hasObjects || !expressionAt(steps[i].node);
+    if (const auto at = statementOf(steps[i]); at && (!closing || *at > last)) {
+      closing = &steps[i];
+      last = *at;
     }
     if (steps[i].node == again)
       break;
   }
-  if (!last || !m_told.insert(closing).second)
+  if (!closing || !hasObjects || !m_told.insert(last).second)
     return;
-  const ParamDefinition& param = *closing.second->definition;
-  const CheckedObjects::Object& from = m_state.objects[source.first];
-  const CheckedObjects::Object& object = m_state.objects[closing.first];
-  const bool isSelf = source.first == closing.first && source.second == param.getLocalType();
-  m_state.add(
+  const Node& source = closing->taken().to;
+  CheckFinding& finding = m_state.add(
       CheckState::error(
           "SchedulerObject", "addChild",
-          isSelf ? _("Tried to make object %s (%s) reference itself.", from.name, source.second)
-                 : _("Attempt to create a cyclic dependency between object %s (%s) and object %s (%s).",
-                     from.name, source.second, object.name, param.getLocalType())),
-      last->node, SyntaxTree::LeafKind::value, from.name, closing.first, closing.second);
+          source == closing->node
+              ? _("Tried to make object %s (%s) reference itself.", nameOf(source), source.second)
+              : _("Attempt to create a cyclic dependency between object %s (%s) and object %s (%s).",
+                  nameOf(source), source.second, nameOf(closing->node), closing->node.second)),
+      last, SyntaxTree::LeafKind::value, expressionAt(source) ? std::string(source.second) : nameOf(source),
+      closing->node.first, closing->taken().param);
+  if (!closing->taken().param)
+    finding.parameter = std::string(closing->node.second);
 }
 
 }  // namespace orv

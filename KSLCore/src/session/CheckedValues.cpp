@@ -72,6 +72,7 @@ void CheckedValues::noteDefinition(Index node, ObjectIndex object, const std::st
   Expression& expression =
       m_expressions[name] = {m_state.text, node, object, value, checkExpression(node, object, name, value)};
   m_definitionsChanged = true;
+  m_links.define(name);
   m_definers.insert(object);
   if (!m_state.collects)
     return;
@@ -241,8 +242,8 @@ void CheckedValues::checkNames(const Pending& pending)
   if (named.empty())
     m_users.erase({pending.object, pending.param});
   else
-    m_users[{pending.object, pending.param}] = {pending.value, std::move(named)};
-  m_links.set(pending.object, *pending.param, pending.node, std::move(objects));
+    m_users[{pending.object, pending.param}] = {pending.value, named};
+  m_links.set(pending.object, *pending.param, pending.node, std::move(objects), std::move(named));
 }
 
 // An object that the name stands for is added.

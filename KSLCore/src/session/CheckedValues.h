@@ -105,9 +105,12 @@ class CheckedValues {
   void lookLater(const MissingName& missing);
 
   CheckState& m_state;
-  CheckedLinks m_links{m_state};
   CheckedExpressions m_expressions;  // those that are defined
-  std::set<std::string> m_used;      // of these, by values
+  CheckedLinks m_links{m_state, m_expressions, [this](const std::string& name) {
+                         const CheckedObjects::Hit hit = resolveVariable(CheckedObjects::root, name);
+                         return hit.fits ? hit.object : CheckedObjects::none;
+                       }};
+  std::set<std::string> m_used;  // of these, by values
   bool m_definitionsChanged = false;
   std::set<ObjectIndex> m_definers;  // of expressions
   std::map<std::pair<ObjectIndex, const CheckedParam*>, User> m_users;

@@ -131,6 +131,32 @@ ExpressionValue ExpressionDef::evaluate(const std::vector<const ExpressionValue*
   }
 }
 
+// Units may hold any letters, where nothing in them or before them could make a list come apart within. The letter of an
+// exponent stands behind a digit or a point; a name there would be a fault of syntax.
+bool ExpressionDef::mayUseNames(std::string_view text) noexcept
+{
+  bool inUnits = false;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    const char c = text[i];
+    const auto letter = static_cast<unsigned char>(c | 0x20);
+    if (inUnits) {
+      inUnits = c != ']';
+      if (c == '[' || c == '"' || c == ',' || c == '(' || c == ')' || c == '{' || c == '}')
+        return true;
+    } else if (c == '[') {
+      inUnits = true;
+    } else if (c == '"') {
+      return true;
+    } else if (letter >= 'a' && letter <= 'z') {
+      const bool isExponent =
+          letter == 'e' && i > 0 && (text[i - 1] == '.' || (text[i - 1] >= '0' && text[i - 1] <= '9'));
+      if (!isExponent)
+        return true;
+    }
+  }
+  return inUnits;
+}
+
 bool ExpressionDef::isName(std::string_view text)
 {
   ExpressionLexer lexer(text);

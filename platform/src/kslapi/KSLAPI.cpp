@@ -6,6 +6,7 @@
 #include "StoreLoader.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace orv {
 
@@ -101,8 +102,10 @@ std::string_view KSLLines::from(std::size_t index) const
 
 void KSLLines::forgetBefore(std::size_t index) noexcept
 {
-  for (; m_forgotten < index / pieceLines; ++m_forgotten)
-    m_pieces[m_forgotten] = Piece();
+  for (; m_forgotten < index / pieceLines; ++m_forgotten) {
+    Piece gone;  // an assigned text would keep the memory that it has
+    std::swap(m_pieces[m_forgotten], gone);
+  }
 }
 
 std::vector<std::string> KSLLines::copy() const
@@ -118,57 +121,58 @@ namespace {
 
 constexpr std::string_view blockEnd = "END";
 
+// What is known of a line before it is read.
+KSLLines::Scanned knownOf(const std::vector<std::string>&, std::size_t)
+{
+  return {};
+}
+
+KSLLines::Scanned knownOf(const KSLLines& lines, std::size_t index)
+{
+  return lines.scanned(index);
+}
+
 // As their lines stand when they were joined; counted for those who watch.
 template <class Lines>
 std::size_t countBlocks(const Lines& lines)
 {
   std::size_t blocks = 0;
-  for (std::size_t i = 0; ProgressWatcher::get() && i < lines.size(); ++i)
-    blocks += lines[i] == blockEnd;
+  for (std::size_t i = 0; ProgressWatcher::get() && i < lines.size(); ++i) {
+    const std::int32_t type = knownOf(lines, i).type;
+    const bool mayBe = type == KSLLines::Scanned::unknown || type == MiniKSLParser::endLine;
+    blocks += mayBe && lines[i] == blockEnd;
+  }
   return blocks;
 }
 
-MiniKSLParser::Line scannedAt(const std::vector<std::string>& lines, std::size_t index)
+MiniKSLParser::Line scanned(std::string_view line, KSLLines::Scanned known)
 {
-  return MiniKSLParser::scan(lines[index]);
+  if (known.type == KSLLines::Scanned::unknown)
+    return MiniKSLParser::scan(line);
+  return {static_cast<MiniKSLParser::LineType>(known.type), line, known.mark};
 }
 
-MiniKSLParser::Line scannedAt(const KSLLines& lines, std::size_t index)
-{
-  const KSLLines::Scanned scanned = lines.scanned(index);
-  if (scanned.type == KSLLines::Scanned::unknown)
-    return MiniKSLParser::scan(lines[index]);
-  return {static_cast<MiniKSLParser::LineType>(scanned.type), lines[index], scanned.mark};
-}
-
-bool isUpdatePutIn(const std::vector<std::string>&, std::size_t)
-{
-  return false;
-}
-
-bool isUpdatePutIn(const KSLLines& lines, std::size_t index)
-{
-  return UpdateHandler::isPutIn(lines.scanned(index));
-}
-
-// Calls read(i) before each line is read. False when an action failed.
-template <class Lines, class Read>
-bool load(KSLAPI::Impl& store, const Lines& lines, Read read)
+// Calls begin(i) before each line is read. False when an action failed.
+template <class Lines, class Begin>
+bool load(KSLAPI::Impl& store, const Lines& lines, Begin begin)
 {
   store::Loader loader(store, store.actionHandler, !store.refusesRules);
   Progress progress("blocks", countBlocks(lines));
   std::size_t blocks = 0;
   for (std::size_t i = 0; i < lines.size(); ++i) {
-    read(i);
-    if (isUpdatePutIn(lines, i)) {
-      if (!loader.readUpdate(lines[i]))
+    begin(i);
+    const std::string_view line = lines[i];
+    const KSLLines::Scanned known = knownOf(lines, i);
+    if (UpdateHandler::isPutIn(known)) {
+      if (!loader.readUpdate(line))
         return false;
       continue;
     }
-    const MiniKSLParser::Line scanned = scannedAt(lines, i);
-    if (!loader.readLine(lines[i], scanned))
+    const MiniKSLParser::Line read = scanned(line, known);
+    const bool endsBlock = read.type == MiniKSLParser::endLine && line == blockEnd;
+    if (!loader.readLine(line, read))
       return false;
-    if (scanned.type == MiniKSLParser::endLine && lines[i] == blockEnd)
+    if (endsBlock)
       progress.advance(++blocks);
   }
   return true;
@@ -190,7 +194,8 @@ void KSLAPI::loadKSLData(KSLLines& lines, std::size_t& line)
 {
   const bool whole = load(*m_impl, lines, [&](std::size_t i) {
     line = i;
-    lines.forgetBefore(i);
+    if (i % 64 == 0)  // it goes in pieces of more
+      lines.forgetBefore(i);
   });
   if (whole)
     line = lines.size();

@@ -104,6 +104,8 @@ std::string readAll(const std::string& fileName)
   std::error_code unknown;  // of what is no regular file
   const std::uintmax_t size = std::filesystem::file_size(fileName, unknown);
   std::string text;
+  if (!unknown && size <= largestText)
+    text.resize(size + 1);  // and see the end at once
   if ((!unknown && size > largestText) || !readWhole(text, [&](char* room, std::size_t length) {
         return std::fread(room, 1, length, file.get());
       }))
@@ -111,7 +113,8 @@ std::string readAll(const std::string& fileName)
   if (std::ferror(file.get()))
     throwReadFailure(fileName, Error::getSystemError());
   tidyText(text);
-  text.shrink_to_fit();
+  if (text.capacity() - text.size() > text.size() / 16)
+    text.shrink_to_fit();
   return text;
 }
 

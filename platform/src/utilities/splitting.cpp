@@ -118,8 +118,13 @@ class ProtectedRanges {
 std::vector<std::string> splitValue(std::string_view text)
 {
   std::vector<std::string> items;
-  if (trimmed(text).empty())
+  const std::string_view whole = trimmed(text);
+  if (whole.empty())
     return items;
+  if (whole.find(',') == std::string_view::npos) {  // most are no lists
+    items.emplace_back(whole);
+    return items;
+  }
   const ProtectedRanges protectedRanges(text);
   auto range = protectedRanges.ranges().begin();
   std::size_t start = 0;

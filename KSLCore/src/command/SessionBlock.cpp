@@ -1,9 +1,8 @@
-#include "actions/SessionBlock.h"
+#include "command/SessionBlock.h"
 
 #include "platform/ORVKSLParseUtilities.h"
 #include "platform/ORVUtilities.h"
 #include "command/ActionExecutor.h"
-#include "command/CommandLines.h"
 #include "command/FileText.h"
 
 #include <algorithm>
@@ -28,43 +27,8 @@ bool staysOneLine(std::string_view text)
   return text.back() != '\\';
 }
 
-// True for a text of which nearly every line is written as it was parsed: nothing has to be escaped, nothing looks like a
-// continuation, and no quotes keep blanks that the parse does not. Pieces of a fixed size and no branches in them: a
-// compiler makes instructions of it that look at many characters at once.
-bool isUsual(std::string_view text)
-{
-  const auto isOdd = [](char c) {
-    return static_cast<unsigned char>((static_cast<signed char>(c) <= 0) | (c == '{') | (c == '\\')
-                                      | (c == '"'));
-  };
-  constexpr std::size_t width = 64;
-  for (; text.size() >= width; text.remove_prefix(width)) {
-    unsigned char odd = 0;
-    for (std::size_t i = 0; i < width; ++i)
-      odd |= isOdd(text[i]);
-    if (odd != 0)
-      return false;
-  }
-  return std::none_of(text.begin(), text.end(), isOdd);
-}
-
-constexpr std::size_t shortSize = 32;
-constexpr std::size_t lineRoom = lineWidth + shortSize + 1;
-
-// Puts a line where there is room for it and a short text more; how long it is there. Most are short and have as much
-// behind them: copies of a fixed size take few instructions.
-inline std::size_t placeLine(char* out, std::size_t indent, std::string_view line, std::size_t readable)
-{
-  std::memset(out, ' ', shortSize);
-  if (indent > shortSize)
-    std::memset(out, ' ', indent);
-  if (line.size() <= shortSize && readable >= shortSize)
-    std::memcpy(out + indent, line.data(), shortSize);
-  else
-    std::memcpy(out + indent, line.data(), line.size());
-  out[indent + line.size()] = '\n';
-  return indent + line.size() + 1;
-}
+constexpr std::size_t usualIndent = 32;
+constexpr std::size_t lineRoom = lineWidth + usualIndent + 1;
 
 }  // namespace
 
@@ -81,15 +45,8 @@ bool SessionBlock::isLeftOut(std::string_view line)
   return !words.empty() && (words.front() == "session" || words.front() == "autolegend");
 }
 
-std::string SessionBlock::write(std::string_view text, const ParsedText* parsed)
+std::string SessionBlock::write(std::string_view text)
 {
-  if (parsed && parsed->asEntered && isUsual(text)) {
-    writeParsed(*parsed);
-    if (m_mode != kslUpdateDefault || m_out.find(updateNoActionLine) == std::string::npos) {
-      closeBlocks();
-      return std::move(m_out += '\n');
-    }
-  }
   m_plain = FileText::isPlain(text);
   writeLines(text);
   if (m_mode == kslUpdateDefault && m_count != 0) {  // will be refused for that
@@ -105,40 +62,63 @@ std::string SessionBlock::write(std::string_view text, const ParsedText* parsed)
   return std::move(m_out += '\n');
 }
 
-// Lines of objects need no more than their place.
-void SessionBlock::writeParsed(const ParsedText& parsed)
+// Nothing has to be escaped, nothing looks like a continuation, and no quotes keep blanks that the parse does not. Pieces
+// of a fixed size and no branches in them: a compiler makes instructions of it that look at many characters at once.
+bool SessionBlock::isUsual(std::string_view text)
 {
-  if (parsed.marks.empty())
-    return;
-  m_out.reserve(parsed.marks.size() * lineWidth / 4);
-  std::size_t size = 0;       // of what is written; behind it is room
-  std::string_view readable;  // lines follow each other, piece by piece
-  std::size_t taken = 0;
-  for (std::size_t i = 0; i < parsed.marks.size(); ++i) {
-    const ParsedText::Mark mark = parsed.marks[i];
-    readable.remove_prefix(taken);
-    if (readable.empty())
-      readable = parsed.lines.from(i);
-    const std::string_view line = readable.substr(0, mark.size);
-    taken = line.size();
-    if (mark.type == ParsedText::putIn)
-      continue;
-    const bool isObjects = mark.type != MiniKSLParser::actionLine && mark.type != MiniKSLParser::emptyLine;
-    if (!isObjects || 2 * m_depth + line.size() > lineWidth) {
-      m_out.resize(size);
-      writeLine(line);
-      size = m_out.size();
-      continue;
-    }
-    if (mark.type == MiniKSLParser::endLine && !endBlock())
-      continue;
-    if (m_out.size() < size + lineRoom)
-      m_out.resize(size + 32 * lineRoom);
-    m_last = size;
-    size += placeLine(m_out.data() + size, 2 * m_depth, line, readable.size());
-    beginBlock(mark.type);
+  const auto isOdd = [](char c) {
+    return static_cast<unsigned char>((static_cast<signed char>(c) <= 0) | (c == '{') | (c == '\\')
+                                      | (c == '"'));
+  };
+  constexpr std::size_t width = 512;
+  for (; text.size() >= width; text.remove_prefix(width)) {
+    unsigned char odd = 0;
+    for (std::size_t i = 0; i < width; ++i)
+      odd |= isOdd(text[i]);
+    if (odd != 0)
+      return false;
   }
-  m_out.resize(size);
+  return std::none_of(text.begin(), text.end(), isOdd);
+}
+
+void SessionBlock::begin(std::string_view text)
+{
+  m_out.reserve(text.size() + text.size() / 2 + lineRoom);
+}
+
+// Lines of objects need no more than their place.
+void SessionBlock::add(std::string_view line, int type)
+{
+  const std::size_t indent = 2 * (m_depth - (type == MiniKSLParser::endLine && m_depth > 0 ? 1 : 0));
+  if (type < MiniKSLParser::parameterLine || indent > usualIndent || indent + line.size() > lineWidth)
+    return addUnusual(line);
+  if (type == MiniKSLParser::endLine && !endBlock())
+    return;
+  if (m_out.size() < m_size + lineRoom)
+    m_out.resize(m_size + 32 * lineRoom);
+  m_last = m_size;
+  char* const out = m_out.data() + m_size;
+  std::memset(out, ' ', usualIndent);  // a fixed size takes few instructions
+  std::memcpy(out + indent, line.data(), line.size());
+  out[indent + line.size()] = '\n';
+  m_size += indent + line.size() + 1;
+  beginBlock(type);
+}
+
+void SessionBlock::addUnusual(std::string_view line)
+{
+  m_out.resize(m_size);
+  writeLine(line);
+  m_size = m_out.size();
+}
+
+std::string SessionBlock::finish()
+{
+  m_out.resize(m_size);
+  if (m_mode == kslUpdateDefault && m_out.find(updateNoActionLine) != std::string::npos)
+    return {};
+  closeBlocks();
+  return std::move(m_out += '\n');
 }
 
 void SessionBlock::writeLines(std::string_view text)

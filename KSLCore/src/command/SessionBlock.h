@@ -9,8 +9,6 @@
 
 namespace orv {
 
-struct ParsedText;
-
 // Whole lines, indented by two blanks a level of open blocks and wrapped at 80 columns, without empty ones and those that
 // control sessions, and an empty line behind them. What is not ASCII is escaped (FileText).
 //
@@ -20,8 +18,8 @@ struct ParsedText;
 // each block takes effect by itself, has the updates of its blocks written. In mode no-action the last line is "> update
 // noaction".
 //
-// Most lines of most commands are short and stand as they are to be written once they are parsed: those are only copied,
-// so that recording costs little beside running.
+// Most lines of most commands are short and stand as they are to be written once they are parsed: who parses the text
+// anyway hands them over one by one, while they are at hand, so that recording costs little beside running.
 class SessionBlock {
  public:
   explicit SessionBlock(kslUpdateMode mode) : m_mode(mode) {}
@@ -29,13 +27,19 @@ class SessionBlock {
   // Whether a line is session control, or what comes by itself: a replay must not do it again.
   static bool isLeftOut(std::string_view line);
 
-  // The block of a text; its lines end in LF or CR LF. What was parsed of it, if anything, is of this mode and has been
-  // found sound.
-  std::string write(std::string_view text, const ParsedText* parsed = nullptr);
+  // The block of a text; its lines end in LF or CR LF.
+  std::string write(std::string_view text);
+
+  // The same of a text that is being parsed in this mode, when it is of the usual kind: add() each of its lines but empty
+  // ones, in order, white space simplified and with its type. Where finish() gives nothing, the text is to be written.
+  static bool isUsual(std::string_view text);
+  void begin(std::string_view text);
+  void add(std::string_view line, int type);
+  std::string finish();
 
  private:
+  void addUnusual(std::string_view line);
   void writeLines(std::string_view text);
-  void writeParsed(const ParsedText& parsed);
   void beginBlock(int lineType);
   bool endBlock();
   bool takeLine(std::string_view& line);
@@ -53,6 +57,7 @@ class SessionBlock {
   bool m_plain = true;       // nothing needs escapes
   std::size_t m_last = 0;    // where the last line begins
   std::string m_out;
+  std::size_t m_size = 0;  // of what was added, while lines are: behind it is room
 };
 
 }  // namespace orv
