@@ -425,7 +425,8 @@ bool ParamDefinition::mayName() const
 {
   if (getValue().empty())
     return false;
-  return !getRemoteType().empty() || (isExpression() && ExpressionDef::mayUseNames(getValue()));
+  return !getRemoteType().empty() || typeIs("Expression")
+         || (isExpression() && ExpressionDef::mayUseNames(getValue()));
 }
 
 bool ParamDefinition::isExpression() const

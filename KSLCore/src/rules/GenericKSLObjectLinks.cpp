@@ -1,7 +1,6 @@
 // What parameters name, as the object sees it; NameLink.h has the whole.
 #include "platform/ORVError.h"
 #include "platform/ORVException.h"
-#include "platform/ORVExpressions.h"
 #include "platform/internal/ContextLocal.h"
 #include "database/Category.h"
 #include "database/ObjectDB.h"
@@ -12,6 +11,7 @@
 #include "rules/NameLink.h"
 
 #include <algorithm>
+#include <cctype>
 #include <memory>
 #include <string_view>
 #include <utility>
@@ -21,6 +21,25 @@ namespace orv {
 namespace {
 
 constinit ContextLocal<const ExpressionNames*> theExpressionNames;
+
+bool isLetterOfName(char c)
+{
+  return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
+}
+
+// False only for texts that are surely numbers, with units or without: most are, and cost no more than this.
+bool mayHoldNames(std::string_view text)
+{
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    if (text[i] == '[')
+      i = std::min(text.find(']', i), text.size() - 1);
+    const bool isExponent = (text[i] | 0x20) == 'e' && i > 0
+                            && (text[i - 1] == '.' || std::isdigit(static_cast<unsigned char>(text[i - 1])));
+    if (isLetterOfName(text[i]) && !isExponent)
+      return true;
+  }
+  return false;
+}
 
 }  // namespace
 
@@ -51,7 +70,7 @@ bool GenericKSLObject::mayLink(const ParamDefinition& param, const std::string& 
     return true;
   if (!param.isExpression() || !*theExpressionNames)
     return false;
-  return ExpressionDef::mayUseNames(text) || findNameLink(param.getName());
+  return param.typeIs("Expression") || mayHoldNames(text) || findNameLink(param.getName());
 }
 
 NameLink* GenericKSLObject::findNameLink(std::string_view param) const

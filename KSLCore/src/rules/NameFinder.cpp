@@ -1,6 +1,7 @@
 #include "rules/NameFinder.h"
 
 #include "platform/ORVError.h"
+#include "platform/ORVExpressions.h"
 #include "database/ObjectDB.h"
 #include "database/ReferenceResolver.h"
 #include "rules/GenericKSLObject.h"
@@ -20,7 +21,7 @@ NamedTargets NameFinder::find(const GenericKSLObject& object, const ParamDefinit
   finder.m_found.isDefault = text == param.getDefaultValue();
   if (!object.holdsExpression(param)) {
     finder.makeParentLinks();
-  } else if (ExpressionNames::installed()
+  } else if (ExpressionNames::installed() && ExpressionDef::mayUseNames(text)
              && !param.getAllowedValues().contains(text)) {  // a keyword names nothing
     ExpressionNames::Uses uses = ExpressionNames::installed()->namesIn(object, param, text);
     finder.makeVariableLinks(uses);
