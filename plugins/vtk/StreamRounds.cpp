@@ -7,7 +7,6 @@
 #include "running.h"
 
 #include <algorithm>
-#include <cmath>
 #include <numeric>
 #include <vtkCellArray.h>
 #include <vtkCellData.h>
@@ -16,6 +15,7 @@
 #include <vtkIdTypeArray.h>
 #include <vtkPointData.h>
 #include <vtkPoints.h>
+#include <vtkStaticPointLocator.h>
 #include <vtkStreamTracer.h>
 #include <vtkUnstructuredGrid.h>
 
@@ -126,21 +126,21 @@ class Rounds {
     ends.reserve(heads.size());
     for (const std::size_t head : heads)
       ends.push_back(ways[head].next);
-    std::sort(ends.begin(), ends.end());
     const auto wanted = make<vtkIdList>();
+    const auto locator = make<vtkStaticPointLocator>();
+    locator->SetDataSet(pointsAt(ends));
+    if (!ends.empty())
+      locator->BuildLocator();
     for (vtkIdType cell = 0; !ends.empty() && cell < m_cells->GetNumberOfCells(); ++cell) {
-      if (cell % 4096 == 0)
+      if (cell % 1024 == 0)
         orv::Progress::step();
       std::array<double, 6> box{};
       m_cells->GetCellBounds(cell, box.data());
-      const double size = length(Vec{box[1] - box[0], box[3] - box[2], box[5] - box[4]});
-      const auto isBeside = [&](const Vec& end, std::size_t axis) {
-        return end.at(axis) >= box.at(2 * axis) - size && end.at(axis) <= box.at(2 * axis + 1) + size;
-      };
-      auto end = std::lower_bound(ends.begin(), ends.end(), Vec{box[0] - size, -HUGE_VAL, -HUGE_VAL});
-      while (end != ends.end() && isBeside(*end, 0) && !(isBeside(*end, 1) && isBeside(*end, 2)))
-        ++end;
-      if (end != ends.end() && isBeside(*end, 0))
+      const Vec low{box[0], box[2], box[4]};
+      const Vec high{box[1], box[3], box[5]};
+      const Vec middle = 0.5 * (low + high);
+      double distance = 0;
+      if (locator->FindClosestPointWithinRadius(1.5 * length(high - low), middle.data(), distance) >= 0)
         wanted->InsertNextId(cell);
     }
     const auto extract = make<vtkExtractCells>();
@@ -163,6 +163,7 @@ class Rounds {
     vtkDataArray* const reasons = lines->GetCellData()->GetArray("ReasonForTermination");
     const auto ids = make<vtkIdList>();
     for (vtkIdType line = 0; from && reasons && line < lines->GetNumberOfCells(); ++line) {
+      orv::Progress::step();
       lines->GetCellPoints(line, ids);
       if (ids->GetNumberOfIds() < 2)
         continue;
@@ -221,6 +222,7 @@ class Rounds {
     }
     std::vector<Head> next;
     for (std::size_t i = 0; i < m_heads.size(); ++i) {
+      orv::Progress::step();
       const Head& head = m_heads[i];
       if (best[i].length <= 0)
         continue;
@@ -293,6 +295,7 @@ Ptr<vtkPolyData> wholeLines(vtkPolyData& parts)
   const auto whole = make<vtkIdList>();
   const auto ids = make<vtkIdList>();
   for (std::size_t i = 0; i < order.size(); ++i) {
+    orv::Progress::step();
     const bool isNew = i == 0 || number(lineNumber, order[i]) != number(lineNumber, order[i - 1]);
     if (isNew && i > 0)
       lines->InsertNextCell(whole);
