@@ -67,6 +67,20 @@ class Recovery : public testing::Test {
   std::string unorderedBefore;
 };
 
+// "1 2(a b)": the names of the objects, with those of what is in them.
+std::string orderOf(const ModelNode& node)
+{
+  std::string text;
+  for (const auto& [type, group] : node.children) {
+    for (const ModelNode& child : group) {
+      const std::string inside = orderOf(child);
+      text += (text.empty() ? "" : " ") + child.component.substr(child.component.find(':') + 1)
+              + (inside.empty() ? "" : "(" + inside + ")");
+    }
+  }
+  return text;
+}
+
 std::string unknownParam(const std::string& path)
 {
   return "error[4] DataKSLObject::setValue: Parameter 'q' is not recognized on object '" + path + "'.";
@@ -126,6 +140,40 @@ TEST_F(Recovery, AfterStepsThatTheTextTook)
     EXPECT_EQ(system.undoSteps() + "|" + system.redoSteps(), entry.steps);
   }
   expectSound();
+}
+
+// Whether a failure brings them back or an undo: what no update had taken stays in its place.
+TEST_F(Recovery, DeletedObjectsComeBackBehindTheirSiblings)
+{
+  struct Row {
+    const char* text;
+    const char* order;
+  };
+  const Row rows[] = {
+      {"> delete 1", "2 3 4(a b c) 1"},
+      {"> delete 1, 3", "2 4(a b c) 3 1"},
+      {"> delete /A:4/B:a", "1 2 3 4(b c a)"},
+      {"> delete 4\n> delete 2", "1 3 2 4(a b c)"},
+      {"&replace A: 1\nx = 2\nEND", "2 3 4(a b c) 1"},
+      {"> rename from=/A:2, to=5", "1 3 4(a b c) 2"},
+  };
+  const std::string made = "A: 1\nEND\nA: 2\nEND\nA: 3\nEND\nA: 4\nB: a\nEND\nB: b\nEND\nB: c\nEND\nEND\n";
+  for (const Row& row : rows) {
+    for (const char* way : {"> fail", "> undo"}) {
+      SCOPED_TRACE(std::string(row.text) + " and " + way);
+      system.run("> delete k, r, VIEW, 1, 2, 3, 4");
+      system.run(made);
+      if (way == std::string("> undo"))
+        system.run(row.text);
+      else
+        system.run(std::string(row.text) + "\n> fail");
+      if (way == std::string("> undo"))
+        system.run(way);
+      system.errors();
+      EXPECT_EQ(orderOf(readDatabase()), row.order);
+      system.expectConsistent();
+    }
+  }
 }
 
 TEST_F(Recovery, ThatFailsItselfIsToldAndLeavesNoErrorPending)
