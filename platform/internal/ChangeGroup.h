@@ -73,8 +73,8 @@ class ORV_API ChangeGroups {
   // The last parameter of a node is new.
   static void addNewest(KSLChangeList& list, const SharedText& path, const store::ParamRun& params);
 
-  // Forgets the last changes of the group that begins with this one, until so many of it are left, at least one. What
-  // stands behind it moves up.
+  // Forgets the last changes of the group that begins with this one, until so many of it are left. What stands behind it
+  // moves up. REQUIRES: at least one is left, and no more than it has; else nothing is done.
   static void cut(KSLChangeList& list, std::size_t change, std::size_t size) noexcept;
 
   // Finds the group that a change is in; quick when asked for one change after the other. The list may be changed

@@ -55,11 +55,12 @@ class ORV_API SchedulerTrace {
 class ORV_API SchedulerObject {
  public:
   SchedulerObject();
-  // The owner is not owned and must outlive the scheduler; null makes a scheduler that cannot be updated. The
-  // form with a shared text spares a copy of the type for each object.
+  // The owner is not owned and must outlive the scheduler, which asks it for its path, and for its name when that is the
+  // very text given as name; null makes a scheduler that cannot be updated. The form with a shared text spares a copy of
+  // the type for each object.
   SchedulerObject(const std::string& name, KSLObject* owner, const std::string& type);
   SchedulerObject(const std::string& name, KSLObject* owner, SharedText type);
-  // Name, type, owner and the pending flag; the copy has no edges.
+  // Name, type, owner and the pending flag; the copy has no edges. The owner must outlive it, too.
   SchedulerObject(const SchedulerObject& other);
   SchedulerObject& operator=(const SchedulerObject&) = delete;
   // Takes all edges away. O(edges · log of the neighbours' edges).

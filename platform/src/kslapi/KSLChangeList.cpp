@@ -1,3 +1,4 @@
+#include "platform/ORVException.h"
 #include "platform/ORVKSLAPI.h"
 #include "platform/internal/ChangeGroup.h"
 
@@ -285,6 +286,9 @@ void ChangeGroups::cut(KSLChangeList& list, std::size_t change, std::size_t size
 {
   Cursor cursor(list);
   const ChangeGroup& group = *cursor.find(change);
+  if (!assertThat(size > 0 && size <= group.size(), "a group is cut to a part of it",
+                  "platform/src/kslapi/KSLChangeList"))
+    return;
   const std::size_t less = group.size() - size;
   const_cast<ChangeGroup&>(group).truncate(size);
   ++list.m_cuts;
