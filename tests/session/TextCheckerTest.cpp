@@ -261,8 +261,12 @@ TEST(TextChecker, TellsOfCircles)
   const auto set = [](const std::string& shot, const std::string& list) {
     return "SHOT: " + shot + "\n  Picture List = " + list + "\nEND\n";
   };
+  const auto named = [](const std::string& lines) { return "EXPRESSIONS:\n" + lines + "\nEND\n"; };
   for (const std::string& text :
-       {shots + set("a", "c"), set("a", "a"), shots + set("a", "b") + set("b", "All")}) {
+       {shots + set("a", "c"), set("a", "a"), shots + set("a", "b") + set("b", "All"),
+        named("a = b\nc = a\nb = c"), named("z = y\nx = 2 * x\ny = z"),
+        named("q = 2 * p") + named("s = 1\np = 4\np = s + q"),
+        named("p = q\nq = 1\nd = 2\nq = d + p\nd = q")}) {
     const Verdict verdict = verdictOn(text);
     EXPECT_EQ(verdict.check, verdict.run) << text;
     EXPECT_NE(verdict.check, "");

@@ -23,8 +23,9 @@ struct CheckedExpression {
 };
 using CheckedExpressions = std::map<std::string, CheckedExpression>;
 
-// The first circle that is found among them: a name that this text defines, and one that it uses and that leads back to
-// it. Linear in the expressions.
+// The first circle among them that this text closes, as entering it meets them: the name whose definition does so, the last
+// of the circle, and one that it uses and that leads back to it. Linear in the expressions when there is none, else by the
+// logarithm of those of the text more.
 std::optional<std::pair<std::string, std::string>> findCircle(const CheckedExpressions& expressions,
                                                               std::size_t text);
 
