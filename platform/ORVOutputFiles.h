@@ -55,7 +55,9 @@ class ORV_API OutputFiles {
   void end() noexcept;
 
   // The files that the last command wrote, in the order in which it wrote them first.
-  const std::vector<std::string>& written() const { return m_written; }
+  const std::vector<std::string>& written() const noexcept;
+  // The same to keep, without memory for it; null for none.
+  const std::shared_ptr<const std::vector<std::string>>& shareWritten() const noexcept { return m_written; }
 
  private:
   struct File;
@@ -66,7 +68,7 @@ class ORV_API OutputFiles {
 
   std::vector<std::unique_ptr<File>> m_waiting;  // in the order in which they were written first
   std::vector<std::unique_ptr<File>> m_published;
-  std::vector<std::string> m_written;
+  std::shared_ptr<const std::vector<std::string>> m_written;
   Names m_names;
   bool m_inCommand = false;
 };

@@ -201,7 +201,7 @@ class ORV_API SharedText {
   bool isSameOrBelow(const SharedText& ancestor) const noexcept;
   bool isSameOrBelow(std::string_view ancestor) const noexcept;
   // The order of the texts. O(log depth) for paths made by below() of the same ones.
-  bool operator<(const SharedText& other) const
+  bool operator<(const SharedText& other) const noexcept
   {
     return isLong() || other.isLong() ? isBefore(other) : str() < other.str();
   }
@@ -230,10 +230,9 @@ class ORV_API SharedText {
   static const Joined& atLevel(const Joined& from, std::size_t level) noexcept;
   static const std::string& wholeOf(Rep& rep);
   static std::string assembled(const Rep& rep);
-  static std::string headOf(const Rep& rep);
   static bool areEqual(const Rep* a, const Rep* b) noexcept;
   static bool isEqual(const Rep* rep, std::string_view text) noexcept;
-  bool isBefore(const SharedText& other) const;
+  bool isBefore(const SharedText& other) const noexcept;
   static SharedText split(std::string_view path);
   static std::size_t sizeOf(const Rep* rep) noexcept;
   static std::uint32_t mixed(std::uint32_t hash, std::string_view component) noexcept;

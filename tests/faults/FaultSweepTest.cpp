@@ -7,7 +7,9 @@
 #include "database/ObjectDB.h"
 #include "database/PrototypeEditor.h"
 #include "command/KSLCoreC.h"
+#include "session/Session.h"
 #include "tests/faults/SweepSystem.h"
+#include "tests/support/TempFolder.h"
 
 #include <gtest/gtest.h>
 #include <new>
@@ -37,6 +39,20 @@ std::string manyObjects()
   return text;
 }
 
+// Their paths are longer than what is kept as one text.
+std::string deepPath()
+{
+  return "/A:" + std::string(150, 'p') + "/B:" + std::string(150, 'q') + "/A:" + std::string(150, 'r');
+}
+
+std::string deepObjects()
+{
+  std::string text;
+  for (const std::string& line : StringUtilities::stringToVector(deepPath().substr(1), '/'))
+    text += line + "\nx = 1\n";
+  return text + "NODE: in\nSource = out\nEND\nEND\nEND\nEND\nNODE: out\nEND\n";
+}
+
 const char* const net =
     "NODE: e\nSource = /GROUP:g/NODE:d, a\nEND\n"
     "NODE: c\nSource = a, b\nEND\n"
@@ -53,6 +69,8 @@ const char* const comesTrue =
 const std::vector<Scenario>& textScenarios()
 {
   static const std::string many = manyObjects();
+  static const std::string deep = deepObjects();
+  static const std::string deepReplaced = "&replace " + deep + "> delete " + deepPath() + "\n";
   constexpr kslUpdateMode atEnd = kslUpdateAtEnd;
   static const std::vector<Scenario> table{
       {"define", {}, "A: a\nx = 1\nColour = red\nEND\nB: b\nEND\n"},
@@ -74,6 +92,7 @@ const std::vector<Scenario>& textScenarios()
        "A: a\nx = 2\nB: b\nx =\nEND\nEND\nB: n\nB: m\nx = 1\nEND\nEND\nS:\nx = 4\nEND\n",
        atEnd},
       {"many objects", {}, many.c_str(), atEnd},
+      {"replace long paths", {deep.c_str()}, deepReplaced.c_str(), atEnd},
       {"in pieces",
        {tree},
        "A: a\nx = 2\nEND\n\fB: n\nB: m\nx = 1\nEND\nEND\n> delete /S\n\fA: a\nx = 3\nEND\n",
@@ -173,9 +192,9 @@ FaultSweepTest::Completed FaultSweepTest::complete(const Scenario& scenario)
   enter(system, scenario);
   EXPECT_EQ(system.errors(), "");
   expectRightGraph("completed");
-  Completed completed{SweepState::of(system), {}};
+  Completed completed{SweepState::now(), {}};
   system.calculateAgain();
-  completed.calculatedAgain = SweepState::of(system);
+  completed.calculatedAgain = SweepState::now();
   return completed;
 }
 
@@ -183,7 +202,7 @@ bool FaultSweepTest::strike(const Scenario& scenario, const Completed& completed
 {
   SweepSystem system;
   prepare(system, scenario);
-  const SweepState before = SweepState::of(system);
+  const SweepState before = SweepState::now();
   bool begun = false;
   system.onNotification = [&begun](int type) {
     failAt(FaultKind::notification);
@@ -204,11 +223,12 @@ bool FaultSweepTest::strike(const Scenario& scenario, const Completed& completed
   EXPECT_TRUE(!thrown || !begun) << "only the first notification may fail to the caller";
 
   std::vector<ErrorMsg> errors = system.errorList();
-  std::erase_if(errors,
-                [](const ErrorMsg& error) {  // what fails while an object ends stops nothing, and is told
-                  return error.getType() == errorType::warning || error.getFunction() == "~GenericKSLObject";
-                });
-  SweepState now = SweepState::of(system);
+  std::erase_if(errors, [](const ErrorMsg& error) {
+    // An observer who fails while an object ends stops nothing, and is told of.
+    return error.getType() == errorType::warning
+           || (GetParam().kind == FaultKind::observer && error.getFunction() == "~GenericKSLObject");
+  });
+  SweepState now = SweepState::now();
   const bool lacksAResult =
       GetParam().caught && !errors.empty() && now.texts == completed.state.texts && now.texts != before.texts;
   const bool stands = lacksAResult || (errors.empty() && !thrown);
@@ -216,7 +236,7 @@ bool FaultSweepTest::strike(const Scenario& scenario, const Completed& completed
       << (errors.empty() ? "" : toText(errors.back()));
   if (lacksAResult) {
     system.calculateAgain();
-    now = SweepState::of(system);
+    now = SweepState::now();
   }
   const SweepState& expected = lacksAResult ? completed.calculatedAgain : stands ? completed.state : before;
   EXPECT_EQ(now.texts, expected.texts)
@@ -249,13 +269,13 @@ void FaultSweepTest::expectUsable(SweepSystem& system, const SweepState& now, bo
 {
   const auto steps = [&system] { return system.interface()->getUndoStack().size(); };
   const auto expect = [&system](const SweepState& state, const char* when) {
-    const SweepState reached = SweepState::of(system);
+    const SweepState reached = SweepState::now();
     EXPECT_EQ(reached.texts + reached.objects + reached.graph, state.texts + state.objects + state.graph)
         << when;
   };
   const std::size_t stepsNow = steps();
   system.run("A: a\nx = after\nA: after\nColour = green\nEND\nEND\n");
-  const SweepState after = SweepState::of(system);
+  const SweepState after = SweepState::now();
   EXPECT_EQ(steps(), stepsNow + 1);
   EXPECT_NE(after.texts.find("A:after"), std::string::npos);
   system.undo();
@@ -271,7 +291,7 @@ void FaultSweepTest::expectUsable(SweepSystem& system, const SweepState& now, bo
   while (steps() > 0)
     system.undo();
   EXPECT_EQ(system.errors(), "");
-  EXPECT_TRUE(stepLost || SweepState::of(system).texts.empty()) << "undo of all leads to\n" << system.state();
+  EXPECT_TRUE(stepLost || SweepState::now().texts.empty()) << "undo of all leads to\n" << system.state();
   expectRightGraph("undone");
 }
 
@@ -315,6 +335,126 @@ INSTANTIATE_TEST_SUITE_P(
                     FaultCase{FaultKind::load, "LoadCaught", FaultCase::nets, true},
                     FaultCase{FaultKind::observer, "ObserverCaught", FaultCase::nets, true}),
     [](const auto& test) { return std::string(test.param.name); });
+
+namespace {
+
+// A session that is swept like a SweepSystem.
+struct SweepSession {
+  explicit SweepSession(kslUpdateMode mode) : session(options(mode))
+  {
+    session.observe([this](const Outcome& outcome) {
+      ++told;
+      last = outcome;
+    });
+  }
+  static SessionOptions options(kslUpdateMode mode)
+  {
+    SessionOptions options;
+    options.rules = SweepSystem::rules();
+    options.updateMode = mode;
+    options.prepare = [](ActionFactory& actions) {
+      const FragileType registered;
+      actions.registerExecutor("define", std::make_unique<FragileExecutor>());
+    };
+    return options;
+  }
+  Outcome enter(const std::vector<std::string>& pieces)
+  {
+    if (pieces.size() == 1)
+      return session.run(pieces.front());
+    Session::Command command(session, "in pieces");
+    for (const std::string& piece : pieces)
+      if (!session.run(piece))
+        break;
+    return command.end();
+  }
+  SweepState state() const
+  {
+    const Session::Scope scope(session);
+    expectRightGraph("of a session");
+    return SweepState::now();
+  }
+
+  Session session;
+  int told = 0;
+  Outcome last;
+};
+
+std::vector<Scenario> sessionScenarios(const std::string& file)
+{
+  std::vector<Scenario> all = textScenarios();
+  std::erase_if(all, [](const Scenario& scenario) { return scenario.name == std::string("many objects"); });
+  all.insert(all.end(), {netScenarios()[0], netScenarios()[3]});
+  static std::string save;
+  static std::string load;
+  save = "> savestate filename=" + file + ", mode=overwrite\n";
+  load = "> readstate filename=" + file + ", mode=append, load=true\n";
+  all.push_back({"save", {tree}, save.c_str()});
+  all.push_back({"load", {tree, save.c_str(), "> delete /A:a, /S\n"}, load.c_str()});
+  all.push_back({"fail", {tree}, "&replace A: a\nx = 2\nEND\n> delete /S\nB: n\nx = 1\nbogus = 1\nEND\n"});
+  return all;
+}
+
+void prepare(SweepSession& system, const Scenario& scenario)
+{
+  for (const char* text : scenario.before)
+    EXPECT_TRUE(system.session.run(text)) << text;
+}
+
+std::string contents(const SweepState& state)
+{
+  return state.texts + state.objects + state.graph;
+}
+
+// False when there was no fault to meet.
+bool strikeSession(const Scenario& scenario, const Outcome& completed, const SweepState& after,
+                   unsigned long n)
+{
+  SweepSession system(scenario.mode);
+  prepare(system, scenario);
+  const std::vector<std::string> pieces = StringUtilities::stringToVector(scenario.text, '\f');
+  const SweepState before = system.state();
+  system.told = 0;
+  trap = {FaultKind::allocation, n};
+  Outcome outcome;
+  EXPECT_NO_THROW(outcome = system.enter(pieces));
+  const bool met = trap.left == 0;
+  trap = {};
+
+  EXPECT_TRUE(completed || !outcome);
+  EXPECT_EQ(system.told, 1);
+  EXPECT_EQ(static_cast<bool>(system.last), static_cast<bool>(outcome));
+  EXPECT_LE(outcome.errors().size(), 1U) << toText(outcome.errors().back());
+  EXPECT_EQ(outcome.changes(), outcome ? completed.changes() : std::vector<Change>());
+  const SweepState now = system.state();
+  EXPECT_EQ(contents(now), contents(outcome ? after : before));
+  EXPECT_TRUE(system.session.run("A: a\nx = after\nEND\n"));
+  EXPECT_TRUE(system.session.undo());
+  EXPECT_EQ(system.state().texts, now.texts);
+  return met;
+}
+
+}  // namespace
+
+// Through the front door: nothing is thrown, and the outcome is true when, and only when, the command was done.
+TEST(FaultSweep, OutcomesSayWhatBecameOfTheCommand)
+{
+  const SweepPlugins plugins;
+  const TempFolder folder;
+  unsigned long met = 0;
+  for (const Scenario& scenario : sessionScenarios(folder / "s.qst")) {
+    SweepSession plain(scenario.mode);
+    prepare(plain, scenario);
+    const Outcome completed = plain.enter(StringUtilities::stringToVector(scenario.text, '\f'));
+    const SweepState after = plain.state();
+    for (unsigned long n = 1; !HasFailure(); ++n, ++met) {
+      SCOPED_TRACE(std::string(scenario.name) + ": fault " + std::to_string(n));
+      if (!strikeSession(scenario, completed, after, n))
+        break;
+    }
+  }
+  EXPECT_GT(met, 0U);
+}
 
 // A program in C hears of a lack of memory like of anything else: never by an exception.
 TEST(FaultSweep, CFunctionsFailByReportAlone)

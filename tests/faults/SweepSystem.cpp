@@ -18,7 +18,7 @@ namespace orv {
 namespace {
 
 // The function comes from a library that is there, or not, as the trap wants.
-constexpr const char* rules =
+constexpr const char* sweepRules =
     "RULES:\nKSLObjectClasses = DataKSLObject, Fragile\nSchedulerTypes = Data\n"
     "PARAMETER: x\nEND\n"
     "PARAMETER: Colour\nAllowed String List = red, green\nEND\n"
@@ -38,6 +38,10 @@ constexpr const char* rules =
     "Calculate Function = Data, fragile, ringArea\n"
     "Optional Parameter List = Outer Radius, Inner Radius, Area, Sum\nEND\n"
     "OBJECT: GROUP\nKSLObject Class = DataKSLObject\nEND\n"
+    "PARAMETER: Path Stack\nDefault = .\nEND\n"
+    "PARAMETER: Processing Mode\nAllowed String List = None, Session, State\nDefault = None\nEND\n"
+    "SINGLETON: FILE PROCESSING\nKSLObject Class = DataKSLObject\n"
+    "Essential Parameter List = Processing Mode, Path Stack\nEND\n"
     "END\n";
 
 // ------------------------------------------------------------------------------------------------------------ plug-ins
@@ -95,16 +99,24 @@ void FragileObject::calculate(const std::string& type)
 
 // ---------------------------------------------------------------------------------------------------------- the system
 
-SweepSystem::SweepSystem() : TestSystem(rules)
+void FragileExecutor::invoke(const std::vector<std::string>& words)
+{
+  failAt(FaultKind::action);
+  KSLCoreAPI::instance()->processKSL("B: made\nx = 1\nEND\n> delete " + words.at(1), kslUpdateDefault);
+  failAt(FaultKind::action);
+  KSLCoreAPI::instance()->processKSL("B: made\nx = 2\nEND", kslUpdateDefault);
+  failAt(FaultKind::action);
+}
+
+const char* SweepSystem::rules()
+{
+  return sweepRules;
+}
+
+SweepSystem::SweepSystem() : TestSystem(rules())
 {
   ObjectDB::instance()->registerChangeNotify(this);
-  registerAction("define", [](const std::vector<std::string>& words) {
-    failAt(FaultKind::action);
-    KSLCoreAPI::instance()->processKSL("B: made\nx = 1\nEND\n> delete " + words.at(1), kslUpdateDefault);
-    failAt(FaultKind::action);
-    KSLCoreAPI::instance()->processKSL("B: made\nx = 2\nEND", kslUpdateDefault);
-    failAt(FaultKind::action);
-  });
+  actions().registerExecutor("define", std::make_unique<FragileExecutor>());
 }
 
 std::vector<KSLObject*> SweepSystem::nodes()
@@ -149,16 +161,20 @@ std::string graphAt(const KSLObject& node)
 
 }  // namespace
 
-SweepState SweepState::of(const SweepSystem& system)
+SweepState SweepState::now()
 {
-  SweepState state{readDatabase().sorted().toText(), sortedLines(system.fullState()), {}, {}};
+  SweepState state{readDatabase().sorted().toText(),
+                   sortedLines(ObjectDB::instance()->getRoot()->getState(allParams)),
+                   {},
+                   {}};
   EXPECT_EQ(readStore().sorted().toText(), state.texts) << "store and database";
   std::set<std::string> nodes;
   for (const KSLObject* node : SweepSystem::nodes())
     nodes.insert(graphAt(*node));
   for (const std::string& text : nodes)
     state.graph += text;
-  state.history = render(system.interface()->getUndoStack()) + render(system.interface()->getRedoStack());
+  const KSLInterface* commands = KSLInterface::instance();
+  state.history = render(commands->getUndoStack()) + render(commands->getRedoStack());
   return state;
 }
 

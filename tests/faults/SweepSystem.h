@@ -59,6 +59,12 @@ struct FragileType {
   FragileType() { KSLObject::registerBaseTypeWithFactory("Fragile", new FragileObject); }
 };
 
+// "> define PATH" submits two texts, and deletes the object between them.
+class FragileExecutor : public ActionExecutor {
+ public:
+  void invoke(const std::vector<std::string>& words) override;
+};
+
 // Records what it hears of the database.
 class FragileRecorder : public KSLUpdateRecorder {
  public:
@@ -106,6 +112,8 @@ class FragileWatcher : public ProgressWatcher {
 };
 
 struct SweepSystem : FragileType, FragileRecorder, FragileWatcher, TestSystem {
+  static const char* rules();
+
   SweepSystem();
   ~SweepSystem() override { SchedulerObject::setCatchExceptions(false); }
 
@@ -122,7 +130,7 @@ struct SweepState {
   std::string graph;    // schedulers, what waits, dependents
   std::string history;  // the stacks, rendered
 
-  static SweepState of(const SweepSystem& system);
+  static SweepState now();
 };
 
 // Links, dependents, what is pending and what was calculated, worked out anew from the texts.

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "platform/ORVExport.h"
+#include "database/ParamDefinition.h"
 
 #include <string>
 
@@ -15,9 +16,9 @@ namespace orv {
 //   const FileProcessingScope scope("Session", fileName);
 //
 // Scopes nest, and end in the reverse order. Values are set in the database alone, past the text store and the history:
-// the end of the scope puts them back, on every way out. It looks the object up again, for what was read may have
-// deleted it, or the failure of the command that created it; nothing is left to restore then. Its own failures are
-// swallowed.
+// the end of the scope puts them back, on every way out, also where an observer fails or there is no memory. It looks the
+// object up again, for what was read may have deleted it, or the failure of the command that created it; nothing is left
+// to restore then.
 class ORV_API FileProcessingScope {
  public:
   // Creates the object when it is missing, idle, by a text of its own: a part of the command under way. True when it
@@ -39,12 +40,13 @@ class ORV_API FileProcessingScope {
 
  private:
   void enter(const std::string& mode, const std::string& directory);
-  void restore() const;
+  void restore() const noexcept;
 
-  FileProcessingScope* m_outer;  // null for the outermost
-  std::string m_file;            // canonical
-  std::string m_mode;            // as they were before
-  std::string m_pathStack;
+  FileProcessingScope* m_outer;   // null for the outermost
+  std::string m_file;             // canonical
+  SharedText m_object;            // its path
+  ParamDefinition::State m_mode;  // as they were before
+  ParamDefinition::State m_pathStack;
 };
 
 }  // namespace orv

@@ -54,6 +54,10 @@ class ORV_API WriteSessionExecutor : public ActionExecutor {
   void writeSessionKSL(const std::string& text) { writeSessionKSL(text, nullptr); }
   // The same for a text that was parsed already, in that mode, which saves most of the work.
   void writeSessionKSL(const std::string& text, const ParsedText* parsed);
+  // The same in two steps, for who must not fail for lack of memory once the text was done: the first forms what the
+  // second writes. False when nothing is to be written.
+  bool formBlock(const std::string& text, const ParsedText* parsed);
+  void writeBlock();
 
   // Ends a recording as "stop" does, when there is one; a failure is reported.
   void terminateSession();

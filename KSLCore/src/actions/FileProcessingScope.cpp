@@ -5,6 +5,7 @@
 #include "platform/ORVSystem.h"
 #include "platform/internal/ContextLocal.h"
 #include "database/ObjectDB.h"
+#include "database/PrototypeEditor.h"
 #include "command/KSLCoreAPI.h"
 #include "actions/fileNames.h"
 
@@ -19,6 +20,18 @@ constexpr const char* objectType = "FILE PROCESSING";
 KSLObject* findObject()
 {
   return ObjectDB::instance()->getObjectByPath(fileProcessingPath);
+}
+
+// What fails has no one to tell; then the value alone is put back.
+void setBack(KSLObject& object, const char* name, const ParamDefinition::State& before) noexcept
+{
+  try {
+    object.setValue(name, before.value.str());
+  } catch (...) {
+    auto* const data = dynamic_cast<DataKSLObject*>(&object);
+    if (ParamDefinition* param = data ? PrototypeEditor(*data).findParam(name) : nullptr)
+      param->restore(before);
+  }
 }
 
 }  // namespace
@@ -56,7 +69,8 @@ void FileProcessingScope::checkNotInProgress(const std::string& fileName, const 
 
 FileProcessingScope::FileProcessingScope(const std::string& mode, const std::string& fileName)
     : m_outer(*theInnermost),
-      m_file(ORVFile::getCanonicalName(fileName))
+      m_file(ORVFile::getCanonicalName(fileName)),
+      m_object(fileProcessingPath)
 {
   enter(mode, ORVFile::getPath(fileName));
   *theInnermost = this;
@@ -65,10 +79,7 @@ FileProcessingScope::FileProcessingScope(const std::string& mode, const std::str
 FileProcessingScope::~FileProcessingScope()
 {
   *theInnermost = m_outer;
-  try {
-    restore();
-  } catch (...) {  // what ends a scope has no one to tell
-  }
+  restore();
 }
 
 void FileProcessingScope::enter(const std::string& mode, const std::string& directory)
@@ -76,22 +87,25 @@ void FileProcessingScope::enter(const std::string& mode, const std::string& dire
   KSLObject* object = findObject();
   if (!object)
     throw ksl::invalid("FileProcessingScope", "enter", _("Cannot find object %s", objectType));
-  m_mode = object->getValue(processingModeParam);
-  m_pathStack = object->getValue(pathStackParam);
-  object->setValue(pathStackParam, directory + ", " + m_pathStack);
-  ScopeGuard putBack([&] { object->setValue(pathStackParam, m_pathStack); });
+  m_mode = object->getParam(processingModeParam)->getState();
+  m_pathStack = object->getParam(pathStackParam)->getState();
+  object->setValue(pathStackParam, directory + ", " + m_pathStack.value.str());
+  ScopeGuard putBack([&] { setBack(*object, pathStackParam, m_pathStack); });
   object->setValue(processingModeParam, mode);
   putBack.dismiss();
 }
 
-void FileProcessingScope::restore() const
+void FileProcessingScope::restore() const noexcept
 {
-  KSLObject* object = findObject();
+  KSLObject* object = nullptr;
+  try {
+    object = ObjectDB::instance()->getObjectByPath(m_object);
+  } catch (...) {}  // only where paths are rewritten
   if (!object)
     return;
   // The mode first: a mode that stays would refuse every undo for ever.
-  object->setValue(processingModeParam, m_mode);
-  object->setValue(pathStackParam, m_pathStack);
+  setBack(*object, processingModeParam, m_mode);
+  setBack(*object, pathStackParam, m_pathStack);
 }
 
 }  // namespace orv

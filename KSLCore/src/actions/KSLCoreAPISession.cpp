@@ -1,4 +1,5 @@
 // The operations of the core API that know of session files.
+#include "platform/ORVError.h"
 #include "platform/ORVUtilities.h"
 #include "command/CommandLines.h"
 #include "command/KSLCoreAPI.h"
@@ -59,20 +60,38 @@ void KSLCoreAPI::externalProcessText(const std::string& entered, const TextSourc
       ahead = parsedAhead(text, m_externalMode);
       m_sessionWriter->writeSessionKSL(text, ahead ? &*ahead : nullptr);
     }
+    if (m_commandOpen)
+      m_entered.append(text).append("\n");
   } catch (...) {  // there is no memory: what cannot be recorded is not run
     return KSLInterface::instance()->failParse();
   }
   processText(text, m_externalMode, from, ahead ? &*ahead : nullptr);
-  if (m_commandOpen)
-    m_entered.append(text).append("\n");
 }
 
+// What is to be recorded is formed while the command can still fail for lack of memory: once it is done it stands. Formed
+// anew is what observers of its end have added.
 bool KSLCoreAPI::endCommand(bool keep)
 {
   const ScopeGuard close([this] { closeCommand(); });
-  const bool done = KSLInterface::instance()->endCommand(keep);
-  if (done && m_sessionWriter && !m_entered.empty())
-    m_sessionWriter->writeSessionKSL(m_entered);
+  KSLInterface* commands = KSLInterface::instance();
+  const std::size_t size = m_entered.size();
+  bool isFormed = false;
+  try {
+    isFormed = keep && m_sessionWriter && size > 0 && m_sessionWriter->formBlock(m_entered, nullptr);
+  } catch (...) {
+    const ScopeGuard fail([commands] { commands->failParse(); });  // the end of the command tells of it
+  }
+  const bool done = commands->endCommand(keep);
+  if (!done || !m_sessionWriter)
+    return done;
+  try {
+    if (m_entered.size() > size)
+      isFormed = m_sessionWriter->formBlock(m_entered, nullptr);
+    if (isFormed)
+      m_sessionWriter->writeBlock();
+  } catch (...) {
+    const ScopeGuard tell([] { ErrorProgressReporter::instance()->reportError(caughtError("endCommand")); });
+  }
   return done;
 }
 

@@ -230,7 +230,7 @@ void WriteSessionExecutor::append(const std::string& text)
   try {
     m_stream.write(text);
     m_stream.flush();
-  } catch (const file::error&) {
+  } catch (...) {
     cutBack();
     throw;
   }
@@ -277,17 +277,30 @@ constexpr std::size_t largestKept = std::size_t{1} << 16;
 
 void WriteSessionExecutor::writeSessionKSL(const std::string& text, const ParsedText* parsed)
 {
+  if (formBlock(text, parsed))
+    writeBlock();
+}
+
+bool WriteSessionExecutor::formBlock(const std::string& text, const ParsedText* parsed)
+{
   // Sought first by the letters that texts hold least.
   if (!m_inProgress
       || (text.find("qst") != std::string::npos && text.find("AutoSaveState.qst") != std::string::npos))
+    return false;
+  const kslUpdateMode mode = KSLCoreAPI::instance()->getExternalKslUpdateMode();
+  m_block.clear();
+  if (parsed && parsed->isAsEntered && SessionBlock::isUsual(text))
+    m_block = SessionBlock(mode).write(parsed->lines, std::move(m_block));
+  if (m_block.empty())
+    m_block = SessionBlock(mode).write(text);
+  return true;
+}
+
+void WriteSessionExecutor::writeBlock()
+{
+  if (!m_inProgress)
     return;
   try {
-    const kslUpdateMode mode = KSLCoreAPI::instance()->getExternalKslUpdateMode();
-    m_block.clear();
-    if (parsed && parsed->isAsEntered && SessionBlock::isUsual(text))
-      m_block = SessionBlock(mode).write(parsed->lines, std::move(m_block));
-    if (m_block.empty())
-      m_block = SessionBlock(mode).write(text);
     append(m_block);
     if (m_block.capacity() > largestKept)
       m_block = {};

@@ -212,7 +212,8 @@ void Executive::updateChangedObjects(ObjectDB* database, RecoveryLog* log)
     CommandNotifier::notify(CommandNotifier::updateEnd);
   });
   const auto attempt = [log](const auto& step) { log ? void(log->attempt(step)) : step(); };
-  attempt([] { CommandNotifier::notify(CommandNotifier::updateBegin); });
+  const auto tell = [] { CommandNotifier::notify(CommandNotifier::updateBegin); };
+  log ? void(log->attemptOnce(tell)) : tell();
   Progress progress("objects", m_pendingUpdates.size());
   for (std::size_t done = 0; !m_pendingUpdates.empty(); progress.advance(++done)) {
     const SharedText path = std::move(m_pendingUpdates.front());

@@ -128,7 +128,7 @@ void RecoveryLog::report()
   if (!m_failure.isPending())
     return;
   m_failure.report();
-  const bool told = attempt([] {
+  const bool told = attemptOnce([] {
     ErrorProgressReporter::instance()->reportError(ErrorMsg(
         "KSLInterface", "parseHistory",
         _("An attempt to recover from a previous error has failed.\nThe application is likely to be in an "

@@ -4,6 +4,7 @@
 #include "platform/ORVUtilities.h"
 #include "PendingError.h"
 
+#include <new>
 #include <set>
 #include <string>
 #include <utility>
@@ -20,9 +21,25 @@ class RecoveryLog {
  public:
   // Made where there may be no memory: out of the error of the command.
   explicit RecoveryLog(const PendingError& error) noexcept : m_failure(error.another()) {}
-  // True when the step ended well. A failure is noted, and for a step of a change what it was about.
+  // True when the step ended well. A failure is noted, and for a step of a change what it was about. Memory that was not
+  // there may be there the next moment: only when it is short twice the step has failed. So a step that is done again
+  // leaves in place what it has done.
   template <class Step>
   bool attempt(Step step)
+  {
+    try {
+      step();
+      return true;
+    } catch (const std::bad_alloc&) {
+      return attemptOnce(step);
+    } catch (...) {
+      m_failure.note("parseHistory");
+      return false;
+    }
+  }
+  // For what others are told.
+  template <class Step>
+  bool attemptOnce(Step step)
   {
     try {
       step();

@@ -13,6 +13,7 @@
 #include <algorithm>
 #include <deque>
 #include <functional>
+#include <optional>
 
 namespace orv {
 
@@ -65,9 +66,12 @@ class ObjectDB::DeleteGuard {
   {
     KSLObject* object = holder->getObject();
     const bool wasPending = object->isPendingDelete();
-    object->setPendingDelete(true);
-    if (!m_database.m_changeNotify)
+    if (!m_database.m_changeNotify) {
+      object->setPendingDelete(true);
       return;
+    }
+    m_text.emplace(m_path);
+    object->setPendingDelete(true);
     try {
       m_database.m_changeNotify->objectDeleteBegin(object);
     } catch (...) {
@@ -76,17 +80,17 @@ class ObjectDB::DeleteGuard {
     }
   }
 
-  // An observer's failure has no one to tell here.
+  // An observer's failure has no one to tell here. Those who came after the begin are told nothing.
   ~DeleteGuard()
   {
     const ObjectHolder* left = m_database.m_index->find(PathKey(m_path));
     KSLObject* object = left ? left->getObject() : nullptr;
     if (object)
       object->setPendingDelete(false);
-    if (!m_database.m_changeNotify)
+    if (!m_database.m_changeNotify || !m_text)
       return;
     try {
-      m_database.m_changeNotify->objectDeleteEnd(WholePath(m_path).str(), object);
+      m_database.m_changeNotify->objectDeleteEnd(m_text->str(), object);
     } catch (...) {}
   }
 
@@ -99,6 +103,7 @@ class ObjectDB::DeleteGuard {
   ObjectDB& m_database;
   ObjectHolder* m_holder;
   SharedText m_path;
+  std::optional<WholePath> m_text;  // of the path, made while there is memory for it
 };
 
 // ------------------------------------------------------------------------------------------------------ instance

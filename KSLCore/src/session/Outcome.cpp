@@ -1,5 +1,9 @@
 #include "session/Outcome.h"
 
+#include "OutcomeNotes.h"
+
+#include <utility>
+
 namespace orv {
 
 std::string toText(const Change& change)
@@ -38,10 +42,75 @@ std::string hintOf(const ErrorMsg& error)
   return text.append(text.empty() ? "" : " ").append("allowed: ").append(list);
 }
 
+// --------------------------------------------------------------------------------------------------------- the notes
+
+OutcomeNotes::OutcomeNotes()
+    : m_lack("KSLInterface", "parseKSL", _("Operation failed. Insufficient memory."), errorType::system)
+{
+  errors.reserve(1);
+}
+
+void OutcomeNotes::add(const ErrorMsg& error) noexcept
+{
+  const bool isWarning = error.getType() == errorType::warning;
+  try {
+    (isWarning ? warnings : errors).push_back(error);
+  } catch (...) {
+    if (!isWarning && errors.empty())
+      errors.push_back(std::move(m_lack));
+  }
+}
+
+void OutcomeNotes::addFrom(const OutcomeNotes& other, Mark mark) noexcept
+{
+  for (std::size_t i = mark.errors; i < other.errors.size(); ++i)
+    add(other.errors[i]);
+  for (std::size_t i = mark.warnings; i < other.warnings.size(); ++i)
+    add(other.warnings[i]);
+}
+
+// ------------------------------------------------------------------------------------------------------- the outcome
+
+namespace {
+
+template <class T>
+const T& toldOf(const OutcomeNotes* notes, T OutcomeNotes::*what) noexcept
+{
+  static const T none;
+  return notes ? notes->*what : none;
+}
+
+}  // namespace
+
+const std::vector<ErrorMsg>& Outcome::errors() const& noexcept
+{
+  return toldOf(m_notes.get(), &OutcomeNotes::errors);
+}
+
+const std::vector<ErrorMsg>& Outcome::warnings() const& noexcept
+{
+  return toldOf(m_notes.get(), &OutcomeNotes::warnings);
+}
+
+std::size_t Outcome::rolledBack() const noexcept
+{
+  return m_notes ? m_notes->rolledBack : 0;
+}
+
 const std::vector<Change>& Outcome::changes() const& noexcept
 {
-  static const std::vector<Change> none;
-  return m_changes ? *m_changes : none;
+  return toldOf(m_notes.get(), &OutcomeNotes::changes);
+}
+
+const std::vector<std::string>& Outcome::files() const& noexcept
+{
+  static const std::vector<std::string> none;
+  return m_notes && m_notes->files ? *m_notes->files : none;
+}
+
+const std::string& Outcome::title() const& noexcept
+{
+  return toldOf(m_notes.get(), &OutcomeNotes::title);
 }
 
 }  // namespace orv

@@ -22,6 +22,7 @@
 
 #include <algorithm>
 #include <dlfcn.h>
+#include <exception>
 #include <filesystem>
 #include <utility>
 
@@ -172,6 +173,7 @@ ActionFactory& Session::actions() const
 
 // ------------------------------------------------------------------------------------------------------- commands
 
+// Once the work has begun nothing is made here that could fail.
 template <class Work>
 Outcome Session::perform(Text text, Work work)
 {
@@ -181,9 +183,11 @@ Outcome Session::perform(Text text, Work work)
   KSLCoreAPI& api = *KSLCoreAPI::instance();
   const bool isInside = model.isInside();
   const bool isPiece = !isInside && (api.isCommandOpen() || model.hasCommandFailed());
-  if (!isInside && !isPiece)
+  const bool isPart = isInside || isPiece;
+  if (!isPart || !model.hasNotes())
     model.beginNotes();
-  const std::size_t before = model.reportCount();
+  const OutcomeNotes::Mark before = model.mark();
+  std::shared_ptr<OutcomeNotes> ofPart = isPart ? model.takeNotes() : nullptr;
   try {
     const SessionModel::Inside inside(model);
     if (model.hasCommandFailed() && isPiece)
@@ -194,13 +198,21 @@ Outcome Session::perform(Text text, Work work)
   } catch (const Unwind&) {
     if (!isPiece)
       throw;
-    model.failCommand(nullptr);
+    model.failCommand(false);
   } catch (const Error& error) {
     if (isInside)
       throw;
-    isPiece ? model.failCommand(&error) : model.report(error);
+    model.report(error);
+    if (isPiece)
+      model.failCommand(true);
+  } catch (const std::exception&) {
+    if (isInside)
+      throw;
+    model.reportCaught();
+    if (isPiece)
+      model.failCommand(true);
   }
-  return isInside || isPiece ? model.outcomeSince(before) : model.endNotes();
+  return isPart ? model.outcomeSince(before, std::move(ofPart)) : model.endNotes();
 }
 
 Outcome Session::run(const std::string& text, const TextSource& source)
@@ -308,7 +320,7 @@ Outcome Session::Command::finish(bool keep)
       KSLCoreAPI::instance()->endCommand(keep);
     model.forgetCommand();
   }
-  return m_outcome = model.endNotes(m_title);
+  return m_outcome = model.endNotes(std::move(m_title));
 }
 
 // -------------------------------------------------------------------------------------------------------- queries

@@ -12,6 +12,8 @@
 
 #include <cstdlib>
 #include <iostream>
+#include <new>
+#include <optional>
 #include <utility>
 
 namespace orv {
@@ -44,10 +46,13 @@ bool environmentNamesLibraries()
   return path && *path;
 }
 
+bool hasPlaceInText(const ErrorMsg& error)
+{
+  return error.getDiagnostic() && error.getDiagnostic()->source.empty();
+}
+
 ErrorMsg withoutPlace(ErrorMsg error)
 {
-  if (!error.getDiagnostic() || !error.getDiagnostic()->source.empty())
-    return error;
   Diagnostic rest = *error.getDiagnostic();
   rest.line = rest.column = rest.length = 0;
   rest.lineText.clear();
@@ -67,7 +72,9 @@ SessionModel::Commands::~Commands()
   KSLCoreAPI::destroyInstance();
 }
 
-SessionModel::SessionModel(SessionOptions options) : m_options(std::move(options))
+SessionModel::SessionModel(SessionOptions options)
+    : m_options(std::move(options)),
+      m_lack("KSLInterface", "parseKSL", _("Operation failed. Insufficient memory."), errorType::system)
 {
   ErrorProgressReporter::instance()->setSink(&m_sink);
   ScopeGuard withdraw([] { ErrorProgressReporter::instance()->setSink(nullptr); });
@@ -125,11 +132,19 @@ void SessionModel::registerExecutors()
   add<ViewExecutor>(m_actions, "setViewportView");
 }
 
-void SessionModel::Sink::report(const ErrorMsg& error)
+// Without memory to leave its place out, the error is told as it is.
+void SessionModel::Sink::report(const ErrorMsg& given)
 {
-  m_owner->m_reports.push_back(m_owner->m_placesKnown ? error : withoutPlace(error));
+  std::optional<ErrorMsg> rest;
+  try {
+    if (!m_owner->m_placesKnown && hasPlaceInText(given))
+      rest = withoutPlace(given);
+  } catch (const std::bad_alloc&) {}
+  const ErrorMsg& error = rest ? *rest : given;
+  if (m_owner->m_notes)
+    m_owner->m_notes->add(error);
   if (ErrorSink* next = m_owner->m_options.sink)
-    next->report(m_owner->m_reports.back());
+    next->report(error);
   else if (m_owner->m_inside == 0)
     std::cerr << toText(error) << '\n';
 }
@@ -152,74 +167,98 @@ void SessionModel::Watch::update(ObserverSubject*, int type)
 
 void SessionModel::beginNotes()
 {
-  m_reports.clear();
+  m_notes = takeNotes();
   m_changes.clear();
   m_hasRun = false;
   m_tookBack = false;
   m_rolledBack = 0;
 }
 
-Outcome SessionModel::outcomeSince(std::size_t reportCount) const
+// Made ahead, so that a command can say what it lacks.
+std::shared_ptr<OutcomeNotes> SessionModel::takeNotes()
 {
-  Outcome outcome;
-  for (std::size_t i = reportCount; i < m_reports.size(); ++i) {
-    const bool isWarning = m_reports[i].getType() == errorType::warning;
-    (isWarning ? outcome.m_warnings : outcome.m_errors).push_back(m_reports[i]);
-  }
-  outcome.m_rolledBack = m_rolledBack;
-  return outcome;
+  std::shared_ptr<OutcomeNotes> notes = std::exchange(m_nextNotes, nullptr);
+  if (!notes)
+    notes = std::make_shared<OutcomeNotes>();
+  try {
+    m_nextNotes = std::make_shared<OutcomeNotes>();
+  } catch (const std::bad_alloc&) {}
+  return notes;
 }
 
-Outcome SessionModel::endNotes(const std::string& title)
+Outcome SessionModel::outcomeSince(OutcomeNotes::Mark mark,
+                                   std::shared_ptr<OutcomeNotes> notes) const noexcept
 {
+  notes->addFrom(*m_notes, mark);
+  notes->rolledBack = m_rolledBack;
+  return Outcome(std::move(notes));
+}
+
+Outcome SessionModel::endNotes(std::string title)
+{
+  if (!m_notes)  // another command came between
+    beginNotes();
+  const std::shared_ptr<OutcomeNotes> notes = std::exchange(m_notes, nullptr);
   if (m_tookBack && m_rolledBack == 0)
     m_rolledBack = KSLInterface::instance()->getLastRecoverySize();
-  Outcome outcome = outcomeSince(0);
-  outcome.m_title = title;
+  notes->rolledBack = m_rolledBack;
+  notes->title = std::move(title);
   std::vector<Change> changes = m_changes.take();
-  if (!m_tookBack && !changes.empty())
-    outcome.m_changes = std::make_shared<const std::vector<Change>>(std::move(changes));
+  if (!m_tookBack)
+    notes->changes.swap(changes);
   if (m_hasRun && !m_tookBack)
-    outcome.m_files = OutputFiles::instance()->written();
-  m_last = outcome;
+    notes->files = OutputFiles::instance()->shareWritten();
+  m_last = Outcome(notes);
+  const Outcome outcome = m_last;  // observers may run commands
   tell(outcome);
   return outcome;
 }
 
-void SessionModel::report(const Error& error)
+void SessionModel::report(const Error& error) noexcept
 {
   const Inside inside(*this);
   ErrorProgressReporter::instance()->reportError(error);
 }
 
-void SessionModel::failCommand(const Error* error)
+void SessionModel::reportCaught() noexcept
 {
   const Inside inside(*this);
-  if (error)
-    ErrorProgressReporter::instance()->reportError(*error);
+  try {
+    ErrorProgressReporter::instance()->reportError(caughtError("parseKSL"));
+  } catch (...) {
+    ErrorProgressReporter::instance()->reportError(m_lack);
+  }
+}
+
+void SessionModel::failCommand(bool isReported)
+{
+  const Inside inside(*this);
   if (std::exchange(m_commandFailed, true))
     return;
-  KSLCoreAPI::instance()->endCommand(!error);
+  KSLCoreAPI::instance()->endCommand(!isReported);
   m_rolledBack = KSLInterface::instance()->getLastRecoverySize();
 }
 
 int SessionModel::observe(Session::Observer observer)
 {
-  m_observers.emplace(++m_newestObserver, std::move(observer));
+  m_observers.emplace(m_newestObserver + 1, std::make_shared<const Session::Observer>(std::move(observer)));
+  ++m_newestObserver;
   return m_newestObserver;
 }
 
 // They may come and go while they are told.
 void SessionModel::tell(const Outcome& outcome)
 {
-  const std::map<int, Session::Observer> observers = m_observers;
-  for (const auto& [number, observer] : observers) {
+  const int newest = m_newestObserver;
+  for (auto next = m_observers.begin(); next != m_observers.end() && next->first <= newest;) {
+    const int number = next->first;
+    const std::shared_ptr<const Session::Observer> observer = next->second;
     try {
-      if (m_observers.count(number) > 0)
-        observer(outcome);
+      (*observer)(outcome);
     } catch (...) {
       passUnwinding();
     }
+    next = m_observers.upper_bound(number);
   }
 }
 

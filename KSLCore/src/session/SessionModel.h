@@ -8,11 +8,13 @@
 #include "actions/KSLCopyImpl.h"
 #include "ChangeLog.h"
 #include "CopiedOutputFiles.h"
+#include "OutcomeNotes.h"
 #include "ProtectedObjects.h"
 #include "session/Session.h"
 
 #include <cstddef>
 #include <map>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -62,17 +64,20 @@ class SessionModel {
 
   // What is reported and changed from here on belongs to the command that begins.
   void beginNotes();
-  std::size_t reportCount() const { return m_reports.size(); }
-  // What was reported since there were so many.
-  Outcome outcomeSince(std::size_t reportCount) const;
+  bool hasNotes() const { return m_notes != nullptr; }
+  OutcomeNotes::Mark mark() const { return m_notes->mark(); }
+  std::shared_ptr<OutcomeNotes> takeNotes();
+  // What was reported since the mark, in notes that were made before.
+  Outcome outcomeSince(OutcomeNotes::Mark mark, std::shared_ptr<OutcomeNotes> notes) const noexcept;
   // What came of the command; also the last one's from now on. Tells the observers.
-  Outcome endNotes(const std::string& title = {});
+  Outcome endNotes(std::string title = {});
   const Outcome& last() const { return m_last; }
 
-  void report(const Error& error);
-  // A piece of the command has failed, of this or, when it is null, of what the command processor knows: reports why and
-  // takes all of it back.
-  void failCommand(const Error* error);
+  void report(const Error& error) noexcept;
+  // In a handler: what is being handled, which is no Error of the library's.
+  void reportCaught() noexcept;
+  // A piece of the command has failed, and it was reported why, or the command processor knows: takes all of it back.
+  void failCommand(bool isReported);
   void noteFailedCommand() { m_commandFailed = true; }
   bool hasCommandFailed() const { return m_commandFailed; }
   void forgetCommand() { m_commandFailed = false; }
@@ -117,7 +122,9 @@ class SessionModel {
   ActionFactory m_actions;
   Commands m_commands;
 
-  std::vector<ErrorMsg> m_reports;  // since the last command began, also outside any
+  const ErrorMsg m_lack;
+  std::shared_ptr<OutcomeNotes> m_notes;  // of the command under way; null without one
+  std::shared_ptr<OutcomeNotes> m_nextNotes = std::make_shared<OutcomeNotes>();
   ChangeLog m_changes;
   bool m_hasRun = false;    // a command came to its end since
   bool m_tookBack = false;  // one was taken back
@@ -126,7 +133,7 @@ class SessionModel {
   bool m_commandFailed = false;
   bool m_placesKnown = true;
   Outcome m_last;
-  std::map<int, Session::Observer> m_observers;
+  std::map<int, std::shared_ptr<const Session::Observer>> m_observers;
   int m_newestObserver = 0;
 };
 

@@ -16,19 +16,28 @@ ErrorCollector::~ErrorCollector() = default;
 namespace {
 constinit ContextLocal<ErrorProgressReporter*> theReporter(ContextEnd::reports,
                                                            &ErrorProgressReporter::destroyInstance);
-}
+
+// What is told where there is no memory to say what has failed: made with the reporter, and ended with it.
+constinit ContextLocal<const ErrorMsg*> theLack;
+}  // namespace
 
 ErrorProgressReporter* ErrorProgressReporter::instance()
 {
   ErrorProgressReporter*& reporter = *theReporter;
-  if (!reporter)
+  if (!reporter) {
+    const ErrorMsg*& lack = *theLack;
+    if (!lack)
+      lack = new ErrorMsg("ErrorProgressReporter", "reportError", _("Operation failed. Insufficient memory."),
+                          errorType::system);
     reporter = new ErrorProgressReporter;
+  }
   return reporter;
 }
 
 void ErrorProgressReporter::destroyInstance()
 {
   delete std::exchange(*theReporter, nullptr);
+  delete std::exchange(*theLack, nullptr);
 }
 
 namespace {
@@ -105,6 +114,9 @@ void ErrorProgressReporter::reportError(const Error& error) noexcept
   try {
     reportError(ErrorMsg(error));
   } catch (...) {  // no memory for the copy
+    const ErrorMsg* const lack = *theLack;
+    if (lack && error.getType() != errorType::warning)
+      reportError(*lack);
   }
 }
 

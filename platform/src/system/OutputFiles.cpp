@@ -142,15 +142,25 @@ std::string OutputFiles::pending(const std::string& asked) const
 void OutputFiles::begin() noexcept
 {
   m_inCommand = true;
-  m_written.clear();
+  m_written.reset();
+}
+
+const std::vector<std::string>& OutputFiles::written() const noexcept
+{
+  static const std::vector<std::string> none;
+  return m_written ? *m_written : none;
 }
 
 void OutputFiles::publish()
 {
+  if (m_waiting.empty())
+    return;
   m_published.reserve(m_published.size() + m_waiting.size());
-  m_written.reserve(m_written.size() + m_waiting.size());
-  for (auto& file : m_waiting) {
-    m_written.push_back(file->fileName);  // from moving on nothing may fail
+  auto written = std::make_shared<std::vector<std::string>>(this->written());
+  for (const auto& file : m_waiting)
+    written->push_back(file->fileName);
+  m_written = std::move(written);
+  for (auto& file : m_waiting) {  // from moving on nothing may fail
     file->moveIntoPlace();
     m_published.push_back(std::move(file));
   }
@@ -162,7 +172,7 @@ void OutputFiles::discard() noexcept
   for (auto file = m_published.rbegin(); file != m_published.rend(); ++file)
     (*file)->putBack();
   m_published.clear();
-  m_written.clear();
+  m_written.reset();
   std::erase(m_waiting, nullptr);  // those that were moved before one failed
   m_waiting.clear();
 }

@@ -13,6 +13,9 @@ namespace orv {
 // `jump` leads to a level further out, by steps that double (levels alone decide how far, so that two paths of one level
 // jump to one level): any level is found in O(log depth).
 struct SharedText::Joined : Rep {
+  class Pieces;
+  static bool isBefore(Pieces a, Pieces b) noexcept;
+
   Rep* base;  // held
   const Joined* jump;
   std::size_t level;  // of joined ones, counted from 1
@@ -158,12 +161,6 @@ std::size_t SharedText::sizeOf(const Rep* rep) noexcept
   return rep->isJoined ? joined(rep).size : rep->text.size();
 }
 
-// What a joined path shares with no other level, and all before it.
-std::string SharedText::headOf(const Rep& rep)
-{
-  return rep.isJoined ? assembled(atLevel(joined(&rep), 1)) : rep.text;
-}
-
 std::string SharedText::assembled(const Rep& rep)
 {
   std::string text(sizeOf(&rep), '\0');
@@ -266,17 +263,54 @@ bool endsBefore(std::string_view a, bool aGoesOn, std::string_view b, bool bGoes
 
 }  // namespace
 
+// A path from its beginning, without putting its text together.
+class SharedText::Joined::Pieces {
+ public:
+  explicit Pieces(const Rep* path) noexcept : m_path(path)
+  {
+    const Rep* const whole = path->isJoined ? atLevel(joined(path), 1).base : path;
+    m_rest = whole ? std::string_view(whole->text) : std::string_view();
+  }
+  // Empty at the end only.
+  std::string_view rest() noexcept
+  {
+    while (m_rest.empty() && m_path->isJoined && m_level < joined(m_path).level)
+      m_rest = atLevel(joined(m_path), ++m_level).end;
+    return m_rest;
+  }
+  void skip(std::size_t size) noexcept { m_rest.remove_prefix(size); }
+
+ private:
+  const Rep* m_path;
+  std::size_t m_level = 0;
+  std::string_view m_rest;  // of the piece that it is at
+};
+
+// Destructors look for paths in ordered sets: it takes no memory.
+bool SharedText::Joined::isBefore(Pieces a, Pieces b) noexcept
+{
+  for (;;) {
+    const std::string_view x = a.rest();
+    const std::string_view y = b.rest();
+    const std::size_t size = std::min(x.size(), y.size());
+    if (size == 0)
+      return x.empty() && !y.empty();
+    if (const int order = x.substr(0, size).compare(y.substr(0, size)))
+      return order < 0;
+    a.skip(size);
+    b.skip(size);
+  }
+}
+
 // REQUIRES: one of them is joined.
-bool SharedText::isBefore(const SharedText& other) const
+bool SharedText::isBefore(const SharedText& other) const noexcept
 {
   const Rep* const a = m_rep;
   const Rep* const b = other.m_rep;
   if (a == b || !a || !b)
     return !a && b;
-  if (!a->isJoined || !b->isJoined) {  // where a short text ends, the head of a joined one goes on
-    const bool isShort = (a->isJoined ? b : a)->text.size() <= longestWhole;
-    return isShort ? headOf(*a) < headOf(*b) : copy() < other.copy();
-  }
+  if (!a->isJoined || !b->isJoined)
+    return Joined::isBefore(Joined::Pieces(a), Joined::Pieces(b));
   const std::size_t level = std::min(joined(a).level, joined(b).level);
   const Joined* x = &atLevel(joined(a), level);
   const Joined* y = &atLevel(joined(b), level);
@@ -288,7 +322,7 @@ bool SharedText::isBefore(const SharedText& other) const
     y = far ? y->jump : &joined(y->base);
   }
   if (x->base != y->base || x->end == y->end)  // made apart from each other
-    return copy() < other.copy();
+    return Joined::isBefore(Joined::Pieces(a), Joined::Pieces(b));
   return endsBefore(x->end, x != a, y->end, y != b);
 }
 
