@@ -134,6 +134,8 @@ class ORV_API GenericKSLObject : public DataKSLObject, public SchedulerOwner {
   NameLink* findNameLink(std::string_view param) const;
   // One more, or less, of them is due.
   void countDue(int change) noexcept { m_dueLinks += static_cast<std::uint32_t>(change); }
+  // Expressions that name nothing have no link. Makes that of those that have the part in their text.
+  void linkPlainTexts(std::string_view part) noexcept;
   // An expression of a parameter uses others of this object: the category, if there is one.
   void markLocalVariable() noexcept;
 
@@ -185,8 +187,10 @@ class ORV_API GenericKSLObject : public DataKSLObject, public SchedulerOwner {
   void linkDefaults();
   SchedulerTypes& writableTypes();
   void setLocalPending(const ParamDefinition& param);
-  void noteSet(const ParamDefinition& param);
+  // `plain`: to a text that needs no link.
+  void noteSet(const ParamDefinition& param, bool plain = false);
   void wakeLocalUsers(const std::string& used);
+  bool needsNoLink(const ParamDefinition& param, const std::string& text) const;
   NameLink& nameLink(const ParamDefinition& param);
   void dropData(std::size_t scheduler) noexcept;
 
@@ -194,8 +198,9 @@ class ORV_API GenericKSLObject : public DataKSLObject, public SchedulerOwner {
   std::vector<SchedulerObject>
       m_schedulers;                    // as m_types lists them; none before initialisation; never moved
   std::unique_ptr<NameLinks> m_links;  // null without names
-  std::uint32_t m_dueLinks = 0;
-  std::uint32_t m_markPlace = 0;  // one more than where a LinkTransaction lists this object
+  std::uint32_t m_dueLinks : 31 = 0;
+  std::uint32_t m_hasPlainTexts : 1 = 0;  // expressions that were set and have no link
+  std::uint32_t m_markPlace = 0;          // one more than where a LinkTransaction lists this object
   using KeptData = std::vector<std::unique_ptr<ObjectData>>;
   std::unique_ptr<KeptData> m_data;  // one for each scheduler; null when nothing was ever kept
 };

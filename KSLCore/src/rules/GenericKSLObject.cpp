@@ -130,6 +130,8 @@ GenericKSLObject::~GenericKSLObject()
   LinkTransaction* transaction = m_markPlace != 0 ? LinkTransaction::current() : nullptr;
   if (transaction)
     transaction->forget(*this);
+  if (NameIndex* index = m_hasPlainTexts ? NameIndex::current() : nullptr)
+    index->forgetPlaces(*this);
   runEnding([this] { m_links.reset(); });
   runEnding([this] { removeAllParameters(); });
 }

@@ -73,6 +73,27 @@ bool GenericKSLObject::mayLink(const ParamDefinition& param, const std::string& 
   return param.typeIs("Expression") || mayHoldNames(text) || findNameLink(param.getName());
 }
 
+// A definition has its link whatever it says: those who use it ask.
+bool GenericKSLObject::needsNoLink(const ParamDefinition& param, const std::string& text) const
+{
+  return isPlainClass() && *theExpressionNames && param.typeIs("Expression")
+         && !ExpressionDef::mayUseNames(text) && !findNameLink(param.getName());
+}
+
+// As if they had one. Without memory faults are told in another order, perhaps.
+void GenericKSLObject::linkPlainTexts(std::string_view part) noexcept
+{
+  if (!m_hasPlainTexts)
+    return;
+  try {
+    forEachOwnParam([this, part](const ParamDefinition& param) {
+      if ((param.hasBeenSet() || param.isChanged()) && needsNoLink(param, param.getValue())
+          && param.getValue().find(part) != std::string::npos)
+        nameLink(param);
+    });
+  } catch (...) {}
+}
+
 NameLink* GenericKSLObject::findNameLink(std::string_view param) const
 {
   if (!m_links)
@@ -87,8 +108,10 @@ NameLink& GenericKSLObject::nameLink(const ParamDefinition& param)
     return *known;
   if (!m_links)
     m_links = std::make_unique<NameLinks>();
-  NameIndex::of(*ObjectDB::instance());
+  NameIndex& index = NameIndex::of(*ObjectDB::instance());
   const refcnt_ptr<const ParamDefinition::Rules>& rules = param.getRules();
+  if (m_hasPlainTexts && param.typeIs("Expression"))
+    index.noteMade();
   return m_links->try_emplace(rules->name, *this, rules).first->second;
 }
 
@@ -120,6 +143,8 @@ std::vector<std::string> GenericKSLObject::getDelayedParams() const
 std::vector<const KSLObject*> GenericKSLObject::namedObjects(const ParamDefinition& param) const
 {
   const NameLink* link = findNameLink(param.getName());
+  if (!link && m_hasPlainTexts && needsNoLink(param, param.getValue()))
+    return {};
   if (!link || !link->saysWhatItSaid())
     return DataKSLObject::namedObjects(param);
   std::vector<const KSLObject*> objects;
@@ -174,13 +199,13 @@ void GenericKSLObject::wakeLocalUsers(const std::string& used)
 }
 
 // Another text stands in the parameter, or is about to. Without a transaction nothing can fail.
-void GenericKSLObject::noteSet(const ParamDefinition& param)
+void GenericKSLObject::noteSet(const ParamDefinition& param, bool plain)
 {
-  if (!m_links)
+  if (!m_links && !plain)
     return setLocalPending(param);
   LinkTransaction* transaction = LinkTransaction::current();
   bool hasLocals = false;
-  if (!definesNames()) {
+  if (m_links && !definesNames()) {
     for (auto& [name, link] : *m_links) {
       if (transaction && link.waits())
         transaction->touch(link);
@@ -188,8 +213,12 @@ void GenericKSLObject::noteSet(const ParamDefinition& param)
     }
   }
   NameLink* link = transaction ? findNameLink(param.getName()) : nullptr;
-  if (link)
+  if (link) {
     transaction->touch(*link);
+  } else if (plain) {
+    m_hasPlainTexts = 1;
+    NameIndex::of(*ObjectDB::instance()).keepPlace(*this, *param.getRules());
+  }
   setLocalPending(param);
   if (hasLocals)
     wakeLocalUsers(param.getName());
@@ -201,9 +230,11 @@ std::string GenericKSLObject::setValueInternal(ParamDefinition* param, const std
   const bool allowed = takeAllowed();
   if (!param || getName().empty())  // a prototype links and marks nothing
     return DataKSLObject::setValueInternal(param, value);
-  NameLink* link = mayLink(*param, value) ? &nameLink(*param) : nullptr;
-  if (LinkTransaction::current()) {  // which forgets its notes when the command fails
-    noteSet(*param);
+  const bool inTransaction = LinkTransaction::current() != nullptr;
+  const bool plain = inTransaction && needsNoLink(*param, value);
+  NameLink* link = !plain && mayLink(*param, value) ? &nameLink(*param) : nullptr;
+  if (inTransaction) {  // which forgets its notes when the command fails
+    noteSet(*param, plain);
     if (!allowed)
       return DataKSLObject::setValueInternal(param, value);
     storeAllowed(*param, value);

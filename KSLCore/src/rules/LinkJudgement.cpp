@@ -64,6 +64,7 @@ void LinkJudgement::take(NameLink& link, const std::string* text)
 
 void LinkJudgement::takeDue()
 {
+  m_index.takePlaces();
   m_found.reserve(m_index.dueCount());
   while (NameLink* link = m_index.firstDue())
     take(*link);
@@ -71,6 +72,7 @@ void LinkJudgement::takeDue()
 
 void LinkJudgement::takeDueOf(GenericKSLObject& object)
 {
+  m_index.forgetPlaces(object);
   for (auto& [name, link] : *object.nameLinks()) {
     if (link.isDue())
       take(link);
@@ -121,7 +123,7 @@ void LinkJudgement::settleDefinitions()
 
 void LinkJudgement::setSound(NameLink& link, bool sound, std::vector<NameLink*>& toAsk)
 {
-  m_wereSound.emplace_back(&link, link.m_sound);
+  m_wereSound.emplace_back(&link, bool(link.m_sound));
   link.m_sound = sound;
   std::vector<NameLink*> users;
   m_index.forEachUser(nullptr, link.name(), [&users](NameLink& user) { users.push_back(&user); });

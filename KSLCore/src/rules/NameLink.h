@@ -151,14 +151,15 @@ class NameLink {
   NameIndex* m_dueIn = nullptr;             // null when it is not due
   NameLink* m_previousDue = nullptr;
   NameLink* m_nextDue = nullptr;
+  std::uint32_t m_number = 0;  // among those that are due
   State m_state = State::none;
-  bool m_touched = false;
-  bool m_lost = false;       // a target ended since it was judged
-  bool m_aside = false;      // the text was set behind the commands
-  bool m_blameless = false;  // so was it, or what it names changed so
-  bool m_linkedOnce = false;
-  bool m_owes = false;   // an edge that was refused, by a circle or a walk of the graph
-  bool m_sound = false;  // of a definition: neither it nor what it uses, however far, is at fault
+  bool m_touched : 1 = false;
+  bool m_lost : 1 = false;       // a target ended since it was judged
+  bool m_aside : 1 = false;      // the text was set behind the commands
+  bool m_blameless : 1 = false;  // so was it, or what it names changed so
+  bool m_linkedOnce : 1 = false;
+  bool m_owes : 1 = false;   // an edge that was refused, by a circle or a walk of the graph
+  bool m_sound : 1 = false;  // of a definition: neither it nor what it uses, however far, is at fault
 };
 
 }  // namespace orv
