@@ -9,6 +9,7 @@
 #include "rules/LinkJudgement.h"
 #include "rules/LinkTransaction.h"
 #include "rules/NameLink.h"
+#include "rules/SchedulerTypes.h"
 
 #include <algorithm>
 #include <cctype>
@@ -66,17 +67,20 @@ bool GenericKSLObject::holdsExpression(const ParamDefinition& param) const
 
 bool GenericKSLObject::mayLink(const ParamDefinition& param, const std::string& text) const
 {
-  if (!param.getRemoteType().empty() && !param.typeIs("Expression"))
+  using Kind = SchedulerTypes::ParamUse::Kind;
+  const Kind kind =
+      m_types ? m_types->useOf(*param.getRules()).kind : SchedulerTypes::kindOf(*param.getRules());
+  if (kind == Kind::reference)
     return true;
-  if (!param.isExpression() || !*theExpressionNames)
+  if (kind == Kind::plain || !*theExpressionNames || (kind == Kind::number && param.isInternal()))
     return false;
-  return param.typeIs("Expression") || mayHoldNames(text) || findNameLink(param.getName());
+  return kind == Kind::expression || mayHoldNames(text) || findNameLink(param.getName());
 }
 
 // A definition has its link whatever it says: those who use it ask.
 bool GenericKSLObject::needsNoLink(const ParamDefinition& param, const std::string& text) const
 {
-  return isPlainClass() && *theExpressionNames && param.typeIs("Expression")
+  return param.typeIs("Expression") && isPlainClass() && *theExpressionNames
          && !ExpressionDef::mayUseNames(text) && !findNameLink(param.getName());
 }
 
@@ -87,37 +91,27 @@ void GenericKSLObject::linkPlainTexts(std::string_view part) noexcept
     return;
   try {
     forEachOwnParam([this, part](const ParamDefinition& param) {
-      if ((param.hasBeenSet() || param.isChanged()) && needsNoLink(param, param.getValue())
-          && param.getValue().find(part) != std::string::npos)
+      if (param.typeIs("Expression") && (param.hasBeenSet() || param.isChanged())
+          && param.getValue().find(part) != std::string::npos && needsNoLink(param, param.getValue()))
         nameLink(param);
     });
   } catch (...) {}
-}
-
-NameLink* GenericKSLObject::findNameLink(std::string_view param) const
-{
-  if (!m_links)
-    return nullptr;
-  const auto found = m_links->find(param);
-  return found == m_links->end() ? nullptr : &found->second;
 }
 
 NameLink& GenericKSLObject::nameLink(const ParamDefinition& param)
 {
   if (NameLink* known = findNameLink(param.getName()))
     return *known;
-  if (!m_links)
-    m_links = std::make_unique<NameLinks>();
   NameIndex& index = NameIndex::of(*ObjectDB::instance());
   const refcnt_ptr<const ParamDefinition::Rules>& rules = param.getRules();
   if (m_hasPlainTexts && param.typeIs("Expression"))
     index.noteMade();
-  return m_links->try_emplace(rules->name, *this, rules).first->second;
+  return m_links.insert(std::make_unique<NameLink>(*this, rules));
 }
 
 SchedulerObject* GenericKSLObject::linkedScheduler(const ParamDefinition::Rules& rules) const noexcept
 {
-  return findSchedulerObject(rules.localType);
+  return localScheduler(rules);
 }
 
 void GenericKSLObject::markUsers(const ParamDefinition::Rules& rules) noexcept
@@ -133,10 +127,10 @@ void GenericKSLObject::markUsers(const ParamDefinition::Rules& rules) noexcept
 std::vector<std::string> GenericKSLObject::getDelayedParams() const
 {
   std::vector<std::string> names;
-  if (m_links)
-    for (const auto& [name, link] : *m_links)
-      if (link.waits() || link.isOwed())
-        names.emplace_back(name);
+  m_links.forEach([&names](const NameLink& link) {
+    if (link.waits() || link.isOwed())
+      names.push_back(link.name());
+  });
   return names;
 }
 
@@ -186,32 +180,29 @@ void GenericKSLObject::markLocalVariable() noexcept
 // ----------------------------------------------------------------------------------------------------------- setting
 
 // What stands for the parameter elsewhere in this object is computed from it, and depends on what it uses.
-void GenericKSLObject::wakeLocalUsers(const std::string& used)
+void GenericKSLObject::wakeLocalUsers(const std::string& used, LinkTransaction* transaction)
 {
-  for (auto& [name, link] : *m_links) {
-    const std::vector<std::string>& locals = link.locals();
-    if (std::find(locals.begin(), locals.end(), used) == locals.end())
-      continue;
+  m_links.forEach([this, &used, transaction](NameLink& link) {
+    if (!link.usesLocal(used))
+      return;
     link.setDue();
     if (const ParamDefinition* user = link.param())
-      setLocalPending(*user);
-  }
+      setLocalPending(*user, transaction);
+  });
 }
 
 // Another text stands in the parameter, or is about to. Without a transaction nothing can fail.
-void GenericKSLObject::noteSet(const ParamDefinition& param, bool plain)
+void GenericKSLObject::noteSet(const ParamDefinition& param, LinkTransaction* transaction, bool plain)
 {
-  if (!m_links && !plain)
-    return setLocalPending(param);
-  LinkTransaction* transaction = LinkTransaction::current();
+  if (m_links.empty() && !plain)
+    return setLocalPending(param, transaction);
   bool hasLocals = false;
-  if (m_links && !definesNames()) {
-    for (auto& [name, link] : *m_links) {
+  if (!m_links.empty() && !definesNames())
+    m_links.forEach([&hasLocals, transaction](NameLink& link) {
       if (transaction && link.waits())
         transaction->touch(link);
-      hasLocals = hasLocals || !link.locals().empty();
-    }
-  }
+      hasLocals = hasLocals || link.hasLocals();
+    });
   NameLink* link = transaction ? findNameLink(param.getName()) : nullptr;
   if (link) {
     transaction->touch(*link);
@@ -219,9 +210,9 @@ void GenericKSLObject::noteSet(const ParamDefinition& param, bool plain)
     m_hasPlainTexts = 1;
     NameIndex::of(*ObjectDB::instance()).keepPlace(*this, *param.getRules());
   }
-  setLocalPending(param);
+  setLocalPending(param, transaction);
   if (hasLocals)
-    wakeLocalUsers(param.getName());
+    wakeLocalUsers(param.getName(), transaction);
 }
 
 // What can fail comes before the value is stored.
@@ -230,11 +221,11 @@ std::string GenericKSLObject::setValueInternal(ParamDefinition* param, const std
   const bool allowed = takeAllowed();
   if (!param || getName().empty())  // a prototype links and marks nothing
     return DataKSLObject::setValueInternal(param, value);
-  const bool inTransaction = LinkTransaction::current() != nullptr;
-  const bool plain = inTransaction && needsNoLink(*param, value);
+  LinkTransaction* const transaction = LinkTransaction::current();
+  const bool plain = transaction && needsNoLink(*param, value);
   NameLink* link = !plain && mayLink(*param, value) ? &nameLink(*param) : nullptr;
-  if (inTransaction) {  // which forgets its notes when the command fails
-    noteSet(*param, plain);
+  if (transaction) {  // which forgets its notes when the command fails
+    noteSet(*param, transaction, plain);
     if (!allowed)
       return DataKSLObject::setValueInternal(param, value);
     storeAllowed(*param, value);
@@ -250,7 +241,7 @@ std::string GenericKSLObject::setValueInternal(ParamDefinition* param, const std
   } else {
     old = DataKSLObject::setValueInternal(param, value);
   }
-  noteSet(*param);
+  noteSet(*param, nullptr);
   return old;
 }
 
@@ -265,7 +256,7 @@ void GenericKSLObject::linkAdded(const ParamDefinition& param, bool aside)
     single.judge();
     single.finish();
   }
-  noteSet(param);
+  noteSet(param, LinkTransaction::current());
 }
 
 std::string GenericKSLObject::setValueWithoutPending(const std::string& name, const std::string& value)
@@ -275,10 +266,11 @@ std::string GenericKSLObject::setValueWithoutPending(const std::string& name, co
   std::string old = DataKSLObject::setValueWithoutPending(name, value);
   if (link)
     link->setAside();
-  if (m_links && !definesNames())
-    for (auto& [user, other] : *m_links)  // what it is computed from changes, too
-      if (std::find(other.locals().begin(), other.locals().end(), name) != other.locals().end())
+  if (!definesNames())
+    m_links.forEach([&name](NameLink& other) {  // what it is computed from changes, too
+      if (other.usesLocal(name))
         other.setAside();
+    });
   return old;
 }
 

@@ -73,10 +73,10 @@ void LinkJudgement::takeDue()
 void LinkJudgement::takeDueOf(GenericKSLObject& object)
 {
   m_index.forgetPlaces(object);
-  for (auto& [name, link] : *object.nameLinks()) {
+  object.nameLinks().forEach([this](NameLink& link) {
     if (link.isDue())
       take(link);
-  }
+  });
 }
 
 namespace {
@@ -408,7 +408,7 @@ void LinkJudgement::commit(NamedTargets& found) noexcept
   if (!found.stands)
     link.m_targets.swap(found.list);
   link.m_locals.swap(found.locals);
-  if (!link.m_locals.empty())
+  if (link.hasLocals())
     link.owner().markLocalVariable();
   link.m_uses = std::move(found.uses);
   if (!found.fault)

@@ -45,12 +45,10 @@ void forEachLinkOf(const KSLObject* place, std::string_view name, Visit visit)
   if (!computing)
     return;
   computing->linkPlainTexts(name);
-  if (!computing->nameLinks())
-    return;
-  for (auto& [param, link] : *computing->nameLinks()) {
+  computing->nameLinks().forEach([name, &visit](NameLink& link) {
     if (link.text().find(name) != std::string::npos)
       visit(link);
-  }
+  });
 }
 
 }  // namespace
