@@ -1,0 +1,46 @@
+// Values that come again and again.
+#pragma once
+
+#include "platform/ORVUtilities.h"
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string_view>
+
+namespace orv::store {
+
+// While a text is read, remembers short values that it has given, so that objects share them. Which parameters it pays for
+// is found out as they come: those whose values are nearly all different (coordinates, descriptions) are looked up now and
+// then only.
+class Values {
+ public:
+  // The text of a value of the parameter.
+  SharedText share(const SharedText& param, std::string_view value)
+  {
+    Trial& trial = m_trials[param.hash() % trials];
+    if (trial.pause == 0)
+      return find(trial, value);
+    --trial.pause;
+    return SharedText(value);
+  }
+
+ private:
+  static constexpr std::size_t slots = 2048;
+  static constexpr std::size_t trials = 64;
+  static constexpr std::uint16_t firstPause = 3;
+  // Of the parameters with one hash.
+  struct Trial {
+    std::uint16_t pause = firstPause;  // so many values are not looked up
+    std::uint8_t asked = 0;
+    std::uint8_t known = 0;
+  };
+  static std::size_t slotOf(std::string_view value) noexcept;
+  SharedText find(Trial& trial, std::string_view value);
+
+  std::unique_ptr<std::array<SharedText, slots>> m_texts;  // made for the first that is looked up
+  std::array<Trial, trials> m_trials;
+};
+
+}  // namespace orv::store
