@@ -40,6 +40,15 @@ std::size_t Values::slotOf(std::string_view value) noexcept
   return static_cast<std::size_t>(bits * factor >> (64 - bitsOfSlots));
 }
 
+bool Values::begin()
+{
+  constexpr std::size_t few = 32;
+  if (++m_given < few)
+    return false;
+  m_known = std::make_unique<Known>();
+  return true;
+}
+
 SharedText Values::find(Trial& trial, std::string_view value)
 {
   constexpr std::size_t longest = 80;  // characters: others are worth no look
@@ -47,9 +56,7 @@ SharedText Values::find(Trial& trial, std::string_view value)
   constexpr std::uint16_t longPause = 2000;
   if (value.size() > longest)
     return SharedText(value);
-  if (!m_texts)
-    m_texts = std::make_unique<std::array<SharedText, slots>>();
-  SharedText& known = (*m_texts)[slotOf(value)];
+  SharedText& known = m_known->texts[slotOf(value)];
   if (known == value)
     ++trial.known;
   else

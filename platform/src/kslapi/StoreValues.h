@@ -19,7 +19,9 @@ class Values {
   // The text of a value of the parameter.
   SharedText share(const SharedText& param, std::string_view value)
   {
-    Trial& trial = m_trials[param.hash() % trials];
+    if (!m_known && !begin())
+      return SharedText(value);
+    Trial& trial = m_known->trials[param.hash() % trialCount];
     if (trial.pause == 0)
       return find(trial, value);
     --trial.pause;
@@ -28,19 +30,23 @@ class Values {
 
  private:
   static constexpr std::size_t slots = 2048;
-  static constexpr std::size_t trials = 64;
-  static constexpr std::uint16_t firstPause = 3;
+  static constexpr std::size_t trialCount = 64;
   // Of the parameters with one hash.
   struct Trial {
-    std::uint16_t pause = firstPause;  // so many values are not looked up
+    std::uint16_t pause = 0;  // so many values are not looked up
     std::uint8_t asked = 0;
     std::uint8_t known = 0;
   };
+  struct Known {
+    std::array<SharedText, slots> texts;
+    std::array<Trial, trialCount> trials;
+  };
   static std::size_t slotOf(std::string_view value) noexcept;
+  bool begin();
   SharedText find(Trial& trial, std::string_view value);
 
-  std::unique_ptr<std::array<SharedText, slots>> m_texts;  // made for the first that is looked up
-  std::array<Trial, trials> m_trials;
+  std::unique_ptr<Known> m_known;  // null at the beginning: most texts are short
+  std::size_t m_given = 0;         // before
 };
 
 }  // namespace orv::store
