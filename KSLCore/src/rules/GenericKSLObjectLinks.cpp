@@ -23,20 +23,18 @@ namespace {
 
 constinit ContextLocal<const ExpressionNames*> theExpressionNames;
 
-bool isLetterOfName(char c)
-{
-  return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
-}
-
 // False only for texts that are surely numbers, with units or without: most are, and cost no more than this.
 bool mayHoldNames(std::string_view text)
 {
   for (std::size_t i = 0; i < text.size(); ++i) {
     if (text[i] == '[')
       i = std::min(text.find(']', i), text.size() - 1);
-    const bool isExponent = (text[i] | 0x20) == 'e' && i > 0
+    const auto letter = static_cast<unsigned char>(text[i] | 0x20);
+    if (letter < 'a' || letter > 'z')
+      continue;
+    const bool isExponent = letter == 'e' && i > 0
                             && (text[i - 1] == '.' || std::isdigit(static_cast<unsigned char>(text[i - 1])));
-    if (isLetterOfName(text[i]) && !isExponent)
+    if (!isExponent)
       return true;
   }
   return false;
