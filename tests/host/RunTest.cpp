@@ -64,7 +64,8 @@ TEST(Run, FilesThenTextsEachOneCommand)
 TEST(Run, ErrorsTellLinesOfAFileThatIsNoLongerKept)
 {
   const std::string fault = "CUT: a\n  Axis = Z\nEND\n# behind a comment\nCUT: b\n  Axis = Q\nEND\n";
-  const std::string told = ":6:10: error[4]: Parameter 'Axis' cannot have value 'Q'.\nrolled back 3 changes\n";
+  const std::string told =
+      ":6:10: error[4]: Parameter 'Axis' cannot have value 'Q'.\nrolled back 3 changes\n";
   const std::string file = makeFile("itself.ksl", fault);
   const std::string saving = makeFile("saving.ksl", "> savestate filename=" + file + ", mode=overwrite\n");
   EXPECT_EQ(ksl({"run", "--format", "short", saving, file}).err, file + told);
