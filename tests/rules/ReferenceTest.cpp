@@ -44,6 +44,7 @@ class ReferenceTest : public ::testing::Test {
     editor.addParameter(std::make_unique<ParamDefinition>("Two", "S", "S", "String List", "", ""));
     editor.addParameter(std::make_unique<ParamDefinition>("Free", "", "S", "", "", ""));
     editor.addParameter(std::make_unique<ParamDefinition>("Sum", "S", "", "Expression", "", ""));
+    editor.addParameter(std::make_unique<ParamDefinition>("Made", "S", "S", "Formula", "", ""));
     ObjectFactory::instance()->addObject(std::move(prototype));
   }
   static GenericKSLObject* add(const std::string& type, const std::string& name,
@@ -220,6 +221,74 @@ TEST_F(ReferenceTest, ExpressionsDependOnWhatTheyUse)
   EXPECT_EQ(refusal("p + a"), "Expression 'p + a' tries to use object 'p' as a variable.");
   EXPECT_EQ(refusal("c() + a"), "taken");
   EXPECT_EQ(links("b"), "/T:a (S) x1, /T:c (S) x1");
+}
+
+// Of several faults in one batch that of the parameter is told which was set first, also when it named nothing then.
+TEST_F(ReferenceTest, FaultsAreToldInTheOrderOfSetting)
+{
+  const WordNames names;
+  ExpressionNames::install(&names);
+  using Settings = std::vector<std::pair<const char*, const char*>>;
+  const std::pair<Settings, const char*> cases[] = {
+      {{{"a", "x"}, {"b", "y"}}, "x"},
+      {{{"b", "1"}, {"a", "x"}, {"b", "y"}}, "y"},
+      {{{"b", "1"}, {"a", "2 [m]"}, {"b", "2"}, {"a", "x"}, {"b", "y"}}, "y"},
+      {{{"b", "1"}, {"c", "z"}, {"a", "x"}, {"b", "2"}}, "z"},
+      {{{"b", "1"}, {"commit", ""}, {"a", "x"}, {"b", "y"}}, "x"},
+      {{{"b", "1"}, {"new", "b"}, {"a", "x"}, {"b", "y"}}, "x"},
+      {{{"b", "1"}, {"a", "x"}, {"child", "3"}, {"b", "y"}}, "y"},
+      {{{"b", "13"}, {"commit", ""}, {"child", "3"}, {"a", "x"}, {"b", "y"}}, "y"},
+      {{{"b", "13"}, {"commit", ""}, {"child", "4"}, {"a", "x"}, {"b", "y"}}, "x"},
+  };
+  for (const auto& [settings, first] : cases) {
+    ObjectDB::instance()->deleteObject("/T:b");
+    add("T", "b");
+    std::string told;
+    try {
+      auto batch = std::make_unique<LinkTransaction>(*ObjectDB::instance());
+      for (const auto& [object, text] : settings) {
+        if (object == std::string("commit")) {
+          batch->commit();
+          batch.reset();
+          batch = std::make_unique<LinkTransaction>(*ObjectDB::instance());
+        } else if (object == std::string("new")) {
+          ObjectDB::instance()->deleteObject("/T:b");
+          add("T", "b");
+        } else if (object == std::string("child")) {
+          add("T", text, "/T:b");
+        } else {
+          at(object)->setValue("Sum", text);
+        }
+      }
+      batch->commit();
+    } catch (const data::notFound& error) {
+      told = error.getDiagnostic()->subject;
+    }
+    EXPECT_EQ(told, first) << &settings - &cases[0].first;
+    ObjectDB::instance()->deleteObject("/T:b");
+    add("T", "b");
+    for (const char* object : {"a", "c"})
+      at(object)->setValue("Sum", "");
+  }
+}
+
+TEST_F(ReferenceTest, FormulasDependOnTheObjectsAmongTheirNames)
+{
+  add("T", "two words");
+  const std::string a = "/T:a (S) x1";
+  for (const auto& [text, found] :
+       std::vector<std::pair<std::string, std::string>>{{"2 * a^2 - x", a},
+                                                        {"dot(a, c.x) / 1e3 [b a]", a + ", /T:c (S) x1"},
+                                                        {"'two words'.y + 3a", "/T:two words (S) x1"},
+                                                        {"a + 'a' + a.b + /a", a},
+                                                        {"p + b + a(1) + 'c", "/T:c (S) x1"},
+                                                        {"p + ab + _a + 1a + 'a c'", "none"}}) {
+    at("b")->setValue("Made", text);
+    EXPECT_EQ(links("b"), found) << text;
+  }
+  at("b")->setValue("Made", "a + c");
+  EXPECT_THROW(at("a")->setValue("Made", "1 / b"), ksl::cyclicRef);
+  EXPECT_EQ(links("a"), "none");
 }
 
 }  // namespace

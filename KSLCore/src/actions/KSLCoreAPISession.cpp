@@ -52,7 +52,12 @@ void KSLCoreAPI::externalProcessText(const std::string& entered, const TextSourc
   const bool asEntered = m_externalMode != kslUpdateAtEnd;
   const std::string& text = asEntered ? entered : longer;
   std::optional<ParsedText> ahead;
+  std::optional<TextSource> kept;
   try {
+    if (from.keeper && (!asEntered || m_commandOpen)) {
+      kept = from;
+      kept->keeper = nullptr;  // it holds another text, or that is asked for once more
+    }
     if (!asEntered)
       longer = withUpdate(entered);
     const bool isRefused = KSLInterface::instance()->isRecovering();
@@ -65,7 +70,7 @@ void KSLCoreAPI::externalProcessText(const std::string& entered, const TextSourc
   } catch (...) {  // there is no memory: what cannot be recorded is not run
     return KSLInterface::instance()->failParse();
   }
-  processText(text, m_externalMode, from, ahead ? &*ahead : nullptr);
+  processText(text, m_externalMode, kept ? *kept : from, ahead ? &*ahead : nullptr);
 }
 
 // What is to be recorded is formed while the command can still fail for lack of memory: once it is done it stands. Formed

@@ -4,6 +4,7 @@
 #include "platform/ORVException.h"
 #include "platform/ORVExpressions.h"
 #include "platform/ORVUtilities.h"
+#include "database/FormulaNames.h"
 #include "database/ObjectDB.h"
 #include "database/ReferenceResolver.h"
 #include "rules/ExpressionNames.h"
@@ -31,9 +32,8 @@ std::vector<NameLink*> NameRewriter::usersOf(const KSLObject& object) const
   };
   m_index.forEachUser(object.getParentObject(), object.getName(), add);
   const auto* parent = dynamic_cast<const GenericKSLObject*>(object.getParentObject());
-  if (parent && parent->nameLinks() && !parent->definesNames())
-    for (auto& [name, link] : *parent->nameLinks())
-      add(link);
+  if (parent && !parent->definesNames())
+    parent->nameLinks().forEach(add);
   std::sort(users.begin(), users.end(), [](const NameLink* a, const NameLink* b) {
     return std::tie(a->owner().getPath(), a->name()) < std::tie(b->owner().getPath(), b->name());
   });
@@ -79,6 +79,14 @@ void NameRewriter::followIn(const NameLink& link, const KSLObject& going)
     return;
   }
   const std::vector<const KSLObject*> named = link.owner().namedObjects(*param);
+  if (FormulaNames::isFormula(*param)) {
+    if (std::find(named.begin(), named.end(), &going) != named.end())
+      followed.text =
+          FormulaNames::renamed(followed.before, going.getName(), KSLPath(m_relocation->to).getLastName());
+    if (!followed.text.empty())
+      m_followed.emplace(std::pair(holder, link.name()), std::move(followed));
+    return;
+  }
   bool any = false;
   for (std::string& item : param->splitValue()) {
     const std::size_t at = followed.items.size();
@@ -205,6 +213,7 @@ KSLChangeList NameRewriter::rewrites()
       continue;
     const ParamDefinition* param = link->param();
     if (!param || param->getValue() == param->getDefaultValue() || link->owner().holdsExpression(*param)
+        || FormulaNames::isFormula(*param)
         || (!m_followed.empty() && m_followed.count({link->owner().getPath(), link->name()}) > 0))
       continue;
     const std::vector<std::string> items = link->m_touched ? itemsOfCopy(*link) : itemsInFull(*link);
