@@ -78,7 +78,7 @@ test-results:  ## the tests of the post-processor on VTK (installs it)
 	status=0; ctest --preset results || status=$$?; cmake --preset dev >/dev/null; exit $$status
 
 sanitize-results: ## the same tests under the address and undefined behaviour sanitizers; VTK's own leaks are left out
-	$(call with_vtk,asan,results)
+	$(call with_vtk,asan,results,-DKSL_MPI=ON,--target ksl_mpi)
 	status=0; ctest --preset asan-results || status=$$?; cmake --preset asan >/dev/null; exit $$status
 
 sanitize:      ## the same tests under the address and undefined behaviour sanitizers

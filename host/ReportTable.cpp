@@ -706,6 +706,8 @@ Field '%s' is in the pieces of other processes, but not in that of this one.
 4 | A piece of a decomposed case was written without the field. | Write it again, or take it away from all.
 Results file '%s' has other times in the pieces of other processes.
 4 | The parts of a decomposed case were not all written at the same times. | Take away the times that not all have.
+Results file '%s' is in pieces for some processes, and whole for others.
+4 | The file or folder of that name is another one on some machines. | Put it where all machines see the same.
 
 ## Sessions and sweeps
 

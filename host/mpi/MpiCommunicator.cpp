@@ -83,7 +83,7 @@ void MpiCommunicator::wait(MPI_Request request)
   }
 }
 
-std::vector<MpiCommunicator::Head> MpiCommunicator::exchangeHeads(const Head& mine)
+std::vector<MpiCommunicator::Head> MpiCommunicator::exchangeHeads(const Head& mine) noexcept
 {
   std::vector<Head> heads(static_cast<std::size_t>(m_size));
   MPI_Request request = MPI_REQUEST_NULL;
@@ -92,9 +92,10 @@ std::vector<MpiCommunicator::Head> MpiCommunicator::exchangeHeads(const Head& mi
   return heads;
 }
 
-// Piece by piece; `target` is the process that gets them, -1 for all.
+// Piece by piece; `target` is the process that gets them, -1 for all. Whoever has no memory for it ends, and mpirun ends
+// the others: they are in the midst of it and would take anything else for a part of it.
 std::vector<std::string> MpiCommunicator::exchangeTexts(const std::vector<Head>& heads,
-                                                        const std::string& mine, int target)
+                                                        const std::string& mine, int target) noexcept
 {
   std::vector<std::string> texts(heads.size());
   std::int64_t longest = 0;
@@ -279,11 +280,12 @@ void MpiCommunicator::spreadStop()
   if (m_told == m_command)
     return;
   m_told = m_command;
+  m_sent.push_back(m_command);
   for (int process = 0; process < m_size; ++process) {
     if (process == m_rank)
       continue;
     MPI_Request request = MPI_REQUEST_NULL;
-    MPI_Isend(&m_told, sizeof m_told, MPI_BYTE, process, stopTag, MPI_COMM_WORLD, &request);
+    MPI_Isend(&m_sent.back(), sizeof m_sent.back(), MPI_BYTE, process, stopTag, MPI_COMM_WORLD, &request);
     MPI_Request_free(&request);
   }
 }

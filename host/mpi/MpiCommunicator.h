@@ -6,6 +6,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <deque>
 #include <functional>
 #include <mpi.h>
 #include <string>
@@ -49,8 +50,9 @@ class MpiCommunicator : public results::Communicator {
 
  private:
   struct Head;
-  std::vector<Head> exchangeHeads(const Head& mine);
-  std::vector<std::string> exchangeTexts(const std::vector<Head>& heads, const std::string& mine, int target);
+  std::vector<Head> exchangeHeads(const Head& mine) noexcept;
+  std::vector<std::string> exchangeTexts(const std::vector<Head>& heads, const std::string& mine,
+                                         int target) noexcept;
   std::vector<std::string> talk(const char* what, const std::string& mine, bool toFirst);
   [[noreturn]] void failTogether(const std::vector<Head>& heads, const std::string& mine);
   void wait(MPI_Request request);
@@ -67,9 +69,10 @@ class MpiCommunicator : public results::Communicator {
   bool m_isOpen = false;  // whether the command under way is done: nobody has refused, not all have consented
   int m_calculations = 0;  // under way, one in the other
   std::uint32_t m_command = 0;
-  std::uint32_t m_stopped = 0;  // the command that is to stop
-  std::uint32_t m_told = 0;     // the command that others were told to stop
-  bool m_isAgreed = false;      // the failure under way is known everywhere
+  std::uint32_t m_stopped = 0;       // the command that is to stop
+  std::uint32_t m_told = 0;          // the command that others were told to stop
+  std::deque<std::uint32_t> m_sent;  // what is on its way must not change
+  bool m_isAgreed = false;           // the failure under way is known everywhere
   std::chrono::steady_clock::time_point m_nextLook;
   std::function<bool()> m_isStopAsked;
   std::function<void()> m_onStop;

@@ -41,11 +41,17 @@ struct Mesh {
   std::shared_ptr<const Mesh> base;  // that all but a field of it is; null for what was read
 };
 
-// A variable made from others.
-struct Field {
+// A variable made from those that a mesh has.
+struct FieldStep {
   std::string name;
   orv::ResultKey key;
   std::function<void(Mesh&)> addTo;
+};
+
+// A VARIABLE: its own step is the last, and before it stand those of all that it is made from, each once.
+struct Field {
+  std::vector<std::shared_ptr<const FieldStep>> steps;
+  orv::ResultKey key;
 };
 
 // What a result is wanted for, when that is not what its object shows at the moment.

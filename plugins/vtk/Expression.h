@@ -2,17 +2,22 @@
 //
 // Numbers, with units in brackets; names of variables, in single quotes when they hold anything but letters, digits and
 // "_"; components U.x, U.y, U.z; + - * / ^ and parentheses; mag dot cross grad div curl sqrt abs exp log sin cos min max.
-// Units are checked where all that are added up or compared have some.
+// Units are checked where all that are added up or compared have some. Texts may be as long and as deep as they like.
 #pragma once
 
-#include <memory>
+#include "Ptr.h"
+
+#include <cstddef>
 #include <string>
 #include <vector>
+#include <vtkDoubleArray.h>
 
 namespace results {
 
-struct Mesh;
+class Evaluation;
 struct ExpressionNode;
+struct Mesh;
+struct Value;
 
 class Expression {
  public:
@@ -24,10 +29,15 @@ class Expression {
   void addTo(Mesh& mesh, const std::string& name) const;
 
  private:
+  void arrange();
+  Value evaluate(const Evaluation& in) const;
+  Ptr<vtkDoubleArray> arrayOn(const Evaluation& in, const std::string& name, bool always) const;
+
   std::string m_text;
-  std::vector<std::string> m_variables;  // that it names
+  std::vector<std::string> m_variables;  // that it names, each once
   bool m_hasDerivatives = false;
-  std::unique_ptr<const ExpressionNode> m_root;
+  std::vector<ExpressionNode> m_nodes;  // operands before what is made of them
+  std::vector<std::size_t> m_order;     // in which they are evaluated
 };
 
 }  // namespace results

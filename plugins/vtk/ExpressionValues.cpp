@@ -93,7 +93,13 @@ Value Evaluation::number(double value, const std::string& units) const
   return result;
 }
 
-Value Evaluation::variable(const std::string& name) const
+const Value& Evaluation::variable(const std::string& name) const
+{
+  const auto known = m_variables.find(name);
+  return known != m_variables.end() ? known->second : m_variables.emplace(name, read(name)).first->second;
+}
+
+Value Evaluation::read(const std::string& name) const
 {
   std::string field;
   int component = -1;

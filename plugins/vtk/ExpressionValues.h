@@ -4,6 +4,7 @@
 #include "platform/ORVUnits.h"
 #include "Data.h"
 
+#include <map>
 #include <string>
 #include <vector>
 #include <vtkDoubleArray.h>
@@ -30,7 +31,7 @@ class Evaluation {
   bool has(const std::vector<std::string>& variables) const;
 
   Value number(double value, const std::string& units) const;
-  Value variable(const std::string& name) const;
+  const Value& variable(const std::string& name) const;  // read once, whoever asks
   Value sum(const Value& a, const Value& b, double sign) const;
   Value product(const Value& a, const Value& b) const;
   Value quotient(const Value& a, const Value& b) const;
@@ -42,6 +43,7 @@ class Evaluation {
  private:
   // The field that a variable is of, and which component: -1 for all. Null without.
   vtkDataArray* find(const std::string& variable, std::string& field, int& component) const;
+  Value read(const std::string& variable) const;
   [[noreturn]] void refuse(const std::string& what) const;
   void requireAlike(const Value& a, const Value& b, const char* what) const;
   void requireNumber(const Value& value, const std::string& function) const;
@@ -53,6 +55,7 @@ class Evaluation {
   const Units& m_units;
   vtkDataSet& m_data;
   bool m_onCells;
+  mutable std::map<std::string, Value> m_variables;
 };
 
 }  // namespace results

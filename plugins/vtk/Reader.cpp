@@ -266,6 +266,16 @@ bool isInPieces(const ReadOptions& options)
   return std::all_of(listed.begin(), listed.end(), [](const Listed& each) { return isOfPieces(each.file); });
 }
 
+// The same for all, whatever each finds in the files that it sees.
+bool areInPieces(const ReadOptions& options)
+{
+  const std::vector<char> all = ofAll("in pieces", static_cast<char>(isInPieces(options)));
+  if (std::find(all.begin(), all.end(), !all.front()) != all.end())
+    fail("readResults",
+         orv::_("Results file '%s' is in pieces for some processes, and whole for others.", options.file));
+  return all.front() != 0;
+}
+
 Ptr<vtkDataObject> readAt(const ReadOptions& options, vtkAlgorithm& reader, double time, bool isPiece)
 {
   const bool hasTimes = !timesOf(options.file, reader).empty();
@@ -327,7 +337,7 @@ std::shared_ptr<Mesh> readFoam(const ReadOptions& options, double time)
 
 std::shared_ptr<Mesh> readNew(const ReadOptions& options, double time)
 {
-  const bool isPiece = isInPieces(options);
+  const bool isPiece = areInPieces(options);
   std::shared_ptr<Mesh> mesh;
   if (isOpenFoam(options.file))
     mesh = readFoam(options, time);

@@ -12,6 +12,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <set>
 #include <vtkCellData.h>
 #include <vtkPointData.h>
 
@@ -82,32 +83,41 @@ std::size_t bytesOfField(const Mesh& mesh, const std::string& name)
 }
 
 // The mesh with one more; all else is shared.
-std::shared_ptr<const Mesh> withField(const std::shared_ptr<const Mesh>& mesh, const Field& field)
+std::shared_ptr<const Mesh> withStep(const std::shared_ptr<const Mesh>& mesh, const FieldStep& step)
 {
-  const orv::ResultKey key = orv::ResultKey("withField").addAll(mesh->key, field.key);
-  return remembered<Mesh>(key, "defineVariable", field.name, [&](Making& making) {
+  const orv::ResultKey key = orv::ResultKey("withField").addAll(mesh->key, step.key);
+  return remembered<Mesh>(key, "defineVariable", step.name, [&](Making& making) {
     auto more = std::make_shared<Mesh>(*mesh);
     more->cells = copyOf(*mesh->cells);
     for (Region& region : more->regions)
       region.faces = vtkPolyData::SafeDownCast(copyOf(*region.faces));
-    field.addTo(*more);
+    step.addTo(*more);
     more->key = key;
     more->base = making.hold(mesh);
-    making.takes(bytesOfField(*more, field.name));
+    making.takes(bytesOfField(*more, step.name));
     return more;
   });
 }
 
-// In one order, whoever wants them, and each once.
+// Of all that are named, each once, and none before what it is made from.
+std::vector<std::shared_ptr<const FieldStep>> stepsOf(const std::vector<std::shared_ptr<const Field>>& fields)
+{
+  std::vector<std::shared_ptr<const FieldStep>> steps;
+  std::set<orv::ResultKey> known;
+  for (const auto& field : fields)
+    for (const auto& step : field->steps)
+      if (known.insert(step->key).second)
+        steps.push_back(step);
+  return steps;
+}
+
+// In one order, whoever wants them.
 std::shared_ptr<const Mesh> withFields(std::shared_ptr<const Mesh> mesh,
                                        std::vector<std::shared_ptr<const Field>> fields)
 {
-  const auto isBefore = [](const auto& a, const auto& b) { return a->key < b->key; };
-  const auto isSame = [](const auto& a, const auto& b) { return a->key == b->key; };
-  std::sort(fields.begin(), fields.end(), isBefore);
-  fields.erase(std::unique(fields.begin(), fields.end(), isSame), fields.end());
-  for (const auto& field : fields)
-    mesh = withField(mesh, *field);
+  std::sort(fields.begin(), fields.end(), [](const auto& a, const auto& b) { return a->key < b->key; });
+  for (const auto& step : stepsOf(fields))
+    mesh = withStep(mesh, *step);
   return mesh;
 }
 
@@ -171,15 +181,21 @@ void showResults(KSLObject& object)
 void defineVariable(KSLObject& object)
 {
   const auto expression = std::make_shared<const Expression>(text(object, "Expression"));
+  auto step = std::make_shared<FieldStep>();
+  step->name = object.getName();
+  step->key = orv::ResultKey("defineVariable").addAll(object.getName(), text(object, "Expression"));
+  step->addTo = [name = step->name, expression](Mesh& mesh) { expression->addTo(mesh, name); };
   auto field = std::make_shared<Field>();
-  field->name = object.getName();
-  field->key = orv::ResultKey("defineVariable").addAll(object.getName(), text(object, "Expression"));
-  field->addTo = [name = field->name, expression](Mesh& mesh) { expression->addTo(mesh, name); };
+  field->steps = stepsOf(fieldsOf(object, "Expression"));
+  for (const auto& used : field->steps)
+    step->key.add(used->key);
+  field->steps.push_back(step);
+  field->key = step->key;
   const auto* kept = keptBy<Mesh>(namedOne(object, "Reader"), "Data");
   setResult(object, "Variable Units", "");
   if (kept && kept->now) {  // so that what is wrong is told here
     const std::shared_ptr<const Mesh> mesh = kept->at({std::nullopt, {field}});
-    const auto units = mesh->units.find(field->name);
+    const auto units = mesh->units.find(step->name);
     setResult(object, "Variable Units", units == mesh->units.end() ? "" : units->second);
   }
   dynamic_cast<orv::GenericKSLObject&>(object).keepData(

@@ -129,9 +129,9 @@ class MpiTest(unittest.TestCase):
         words = [word for text in texts for word in ("-e", text)]
         return self.run_words(self.words(processes, "run", "--library", str(LIBRARY), *options, *words), status)
 
-    def start(self, processes, *texts):
+    def start(self, processes, *texts, options=(), before=()):
         words = [word for text in texts for word in ("-e", text)]
-        return subprocess.Popen(self.words(processes, "run", "--library", str(LIBRARY), *words), cwd=self.folder, env=ENVIRONMENT,
+        return subprocess.Popen(["mpirun", *before, *self.words(processes, "run", "--library", str(LIBRARY), *options, *words)[1:]], cwd=self.folder, env=ENVIRONMENT,
                                 stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True)
 
     def table(self):
@@ -155,6 +155,12 @@ class MpiTest(unittest.TestCase):
                 return sorted(found)
             time.sleep(0.1)
         self.fail("no processes")
+
+    def assert_gone(self, processes):
+        end = time.monotonic() + LONGEST
+        while any(pathlib.Path(f"/proc/{process}").exists() for process in processes):
+            self.assertLess(time.monotonic(), end)
+            time.sleep(0.1)
 
     # ---- the same as in one process
 
@@ -264,6 +270,24 @@ class MpiTest(unittest.TestCase):
                 self.assertEqual(re.findall(r"0x[0-9a-f]+|\.cxx|ksl-results-", done.stderr), [])
                 self.assertEqual(done.stdout, self.ksl(0, self.grid + FLUX, "CUT: c\nOffset = 0.8 [m]\nEND\n", options=("--state",)).stdout)
 
+    def test_results_that_are_in_pieces_to_one_process_only(self):
+        """Whichever it is, it is a failure like others, and the run goes on."""
+        other = self.folder / "other"
+        other.mkdir()
+        shutil.copy(self.folder / "grid.vtk", other)
+        grids.pvtu(self.folder / "pieces.pvtu", pieces=2)
+        for folder, file in ((self.folder, "pieces.pvtu"), (other, "grid.vtk")):
+            (folder / "all.pvd").write_text(f'<VTKFile type="Collection"><Collection><DataSet timestep="0" file="{file}"/></Collection></VTKFile>')
+        words = [KSL_MPI, "run", "--library", str(LIBRARY), "--state", "-e", self.grid, "-e", "RESULTS: o\nResults File = all.pvd\nEND\n",
+                 "-e", "CUT: c\nAxis = X\nOffset = 0.7 [m]\nEND\n"]
+        for folders in ((self.folder, other), (other, self.folder)):
+            with self.subTest(first=folders[0].name):
+                turn = [word for folder in folders for word in (":", "-wdir", str(folder), "-n", "1", *words)][1:]
+                done = self.run_words(["mpirun", "-q", *turn], 1)
+                self.assertEqual(done.stderr.count("error["), 1, done.stderr)
+                self.assertIn("Results file 'all.pvd' is in pieces for some processes, and whole for others.", done.stderr)
+                self.assertIn("CUT:c", done.stdout)
+
     def test_models_that_differ_end_the_run(self):
         rules = self.folder / "rules"
         shutil.copytree(LIBRARY, rules)
@@ -282,7 +306,7 @@ class MpiTest(unittest.TestCase):
                 lambda: f"CUT: c\nOffset = {dice.choice((-1, 0.1, 0.5, 0.9, 1.9, 7))} [m]\nEND\n",
                 lambda: f"CUT: {dice.choice('cdef')}\nAxis = {dice.choice('XYZ')}\nOffset = {dice.random():.2f} [m]\nEND\n",
                 lambda: f"INTEGRAL: {dice.choice('ijk')}\nLocation = {dice.choice('cdef')}\nVariable = {dice.choice(('U', 'p', 'T', 'v'))}\nEND\n",
-                lambda: f"VARIABLE: v\nExpression = {dice.choice(('2 * p', 'mag(U)', 'p + U', 'mag(grad(p))'))}\nEND\n",
+                lambda: f"VARIABLE: {dice.choice('vw')}\nExpression = {dice.choice(('2 * p', 'mag(U)', 'p + U', 'mag(grad(p))', 'w + p', '3 * v'))}\nEND\n",
                 lambda: f"RESULTS:\nResults File = {dice.choice(('grid.vtk', 'grid.vtk', 'grid.vtx', ''))}\nEND\n",
                 lambda: f"PROBE: x\nPoint = {dice.choice((0.3, 1.7, 5))} [m], 0.4 [m], 0.6 [m]\nEND\n",
                 lambda: f"> delete /CUT:{dice.choice('cdef')}\n", lambda: "> undo\n", lambda: "> undo\n", lambda: "> redo\n"))())
@@ -296,6 +320,25 @@ class MpiTest(unittest.TestCase):
                 self.assertEqual((found.stdout, found.stderr), (wanted.stdout, wanted.stderr))
 
     # ---- being stopped
+
+    def test_ctrl_c_of_mpirun_takes_the_command_back(self):
+        """mpirun tells the processes after some time, and ends those that are there after the same once more; its status is its own."""
+        shutil.copy(SOURCE / "examples" / "results" / "cylinder.vtu", self.folder)
+        (self.folder / "state.qst").write_text("as before\n")
+        streams = "STREAMLINES: l\nVariable = U\nLine Count = 40000\nPoint 1 = -5.9 [m], -2.8 [m], 0.1 [m]\nPoint 2 = -5.9 [m], 2.8 [m], 0.1 [m]\nEND\n"
+        for turn in range(2):
+            with self.subTest(turn):
+                run = self.start(2, "RESULTS:\nResults File = cylinder.vtu\nEND\nCUT: c\nEND\n", streams, options=("--record", f"{turn}.ses", "--save", "state.qst"), before=("--mca", "odls_base_sigkill_timeout", "5"))
+                children = self.children(run)
+                time.sleep(6)
+                self.assertIsNone(run.poll())
+                run.send_signal(signal.SIGINT)
+                _, said = run.communicate(timeout=LONGEST)
+                self.assertEqual((said.count("Interrupted"), said.count("error[")), (1, 1), said)
+                self.assertIn("rolled back", said)
+                self.assertIn("\n# Session file stopped", (self.folder / f"{turn}.ses").read_text())
+                self.assertEqual((self.folder / "state.qst").read_text(), "as before\n")
+                self.assert_gone(children)
 
     def test_all_are_stopped_or_end_when_one_is_killed(self):
         shutil.copy(SOURCE / "examples" / "results" / "cylinder.vtu", self.folder)
@@ -318,11 +361,9 @@ class MpiTest(unittest.TestCase):
                     self.assertEqual(said.count("Interrupted"), 1)
                 else:
                     self.assertEqual(run.returncode, 128 + signal.SIGKILL)
-                end = time.monotonic() + LONGEST
-                while any(pathlib.Path(f"/proc/{child}").exists() for child in children):
-                    self.assertLess(time.monotonic(), end)
-                    time.sleep(0.1)
+                self.assert_gone(children)
 
 
 if __name__ == "__main__":
+    signal.signal(signal.SIGINT, signal.SIG_DFL)  # for those that are started: shells have it ignored in the background
     unittest.main(argv=[sys.argv[0], "-v", *sys.argv[1:]])

@@ -119,8 +119,31 @@ class ResultsTest(unittest.TestCase):
         places = ("CUT: m\nAxis = X\nOffset = 0.7 [m]\nEND\nBAND: b\nLocation = m\nVariable = q\nEND\n"
                   "LEVEL SURFACE: c\nVariable = q\nValue = 12 [Pa]\nEND\nINTEGRAL: x\nOption = Average\nLocation = c\nVariable = p\nEND\n")
         self.assertAlmostEqual(self.value(definition.format("2 * p") + places), 6, places=7)
-        # What is defined by another expression is followed.
-        self.assertAlmostEqual(self.value(definition.format("2 * p") + places, "VARIABLE: q\nExpression = 3 * p\nEND\n"), 4, places=7)
+
+    MADE = "VARIABLE: a\nExpression = p + 1 [Pa]\nEND\nVARIABLE: b\nExpression = 2 * a\nEND\n"
+
+    def test_variables_are_made_of_variables(self):
+        """Where p is 5.2 Pa on average; and of texts of any length and depth."""
+        own = "VARIABLE: {}\nExpression = {}\nEND\n".format
+        text = self.CUT + self.MADE + "INTEGRAL: x\nOption = Average\nLocation = c\nVariable = b\nEND\n"
+        mean = grids.pressure(0.7, 0.5, 0.5)
+        renamed = ">rename from=/VARIABLE:a, to=Total Head\n"
+        for name, steps, wanted in (
+                ("as it is", (), 2 * mean + 2), ("an edit", (own("a", "3 * p"),), 6 * mean), ("taken back", (own("a", "3 * p"), ">undo\n"), 2 * mean + 2),
+                ("a name of the file", (own("p", "2 * p"),), 4 * mean + 2), ("a new name", (renamed, own("Total Head", "3 * p")), 6 * mean),
+                ("a derivative", (own("a", "grad(p)"), own("b", "a.x + mag(a) - mag(grad(p))")), None),
+                ("one of two", (own("d", "p"), own("b", "a + d - d.x"),), mean + 1)):
+            with self.subTest(name):
+                found = self.value(text, *steps)
+                self.assertAlmostEqual(found, (grids.pressure(1, 0, 0) - grids.pressure(0, 0, 0)) if wanted is None else wanted, places=7)
+        self.assertIn("Expression '2 * a': there is no variable 'a'; there are U, p.", self.ksl(self.grid + text, ">delete /VARIABLE:a\n", status=1).stderr)
+        count = 100000
+        (self.folder / "long.ksl").write_text(
+            self.grid + self.CUT + own("long", " + ".join(["p"] * count)) + own("deep", "(p + " * count + "p" + ")" * count) + own("turned", "-" * count + "p")
+            + own("b", "(long + deep) / turned") + "INTEGRAL: x\nOption = Average\nLocation = c\nVariable = b\nEND\n"
+            "TABLE: t\nValue List = x\nOutput File = t.json\nEND\n")
+        self.ksl(options=("long.ksl",))
+        self.assertAlmostEqual(json.loads((self.folder / "t.json").read_text())[0]["columns"][0]["values"][0], 2 * count + 1, places=4)
 
     def test_derivatives_are_those_of_the_whole_mesh(self):
         """Whatever the cells are, and whatever part of them is looked at."""
@@ -258,7 +281,7 @@ class ResultsTest(unittest.TestCase):
         field = case / "1" / "p"
         field.write_text(field.read_text()[:260])
         grids.pvd(self.folder / "t.pvd", times=(0, 2.5))
-        good = self.grid + self.CUT + "INTEGRAL: i\nOption = Flux\nLocation = c\nVariable = U\nEND\n"
+        good = self.grid + self.CUT + self.MADE + "INTEGRAL: i\nOption = Flux\nLocation = c\nVariable = U\nEND\n"
         for text, says in (
                 ("RESULTS:\nResults File = gird.vtk\nEND\n", "'gird.vtk' cannot be read: No such file"),
                 ("RESULTS:\nResults File = bad.vtu\nEND\n", "'bad.vtu' cannot be read: Error parsing XML"),
@@ -272,6 +295,7 @@ class ResultsTest(unittest.TestCase):
                 ("LEVEL SURFACE: o\nVariable = p\nValue = 40 [Pa]\nEND\n", "goes from 1 [Pa] to 12 [Pa], which does not hold 40 [Pa]"),
                 ("VARIABLE: o\nExpression = p + U.x\nEND\n", "'kg m^-1 s^-2' and 'm s^-1'"),
                 ("VARIABLE: o\nExpression = 2 * (p\nEND\n", "A ')' is missing at 'the end'"),
+                ("VARIABLE: a\nExpression = p / b * p\nEND\n", "cyclic dependency between object b (Field) and object a (Field)"),
                 ("STREAMLINES: o\nVariable = U\nPoint 1 = 5 [m], 0 [m], 0 [m]\nPoint 2 = 6 [m], 0 [m], 0 [m]\nEND\n", "has no seed"),
                 ("SHOT: o\nOutput File = o.bmp\nEND\n", "'o.bmp' is of no kind"),
         ):
@@ -517,4 +541,5 @@ class ResultsTest(unittest.TestCase):
 
 
 if __name__ == "__main__":
+    signal.signal(signal.SIGINT, signal.SIG_DFL)  # for those that are started: shells have it ignored in the background
     unittest.main(argv=[sys.argv[0], "-v", *sys.argv[1:]])

@@ -3,6 +3,7 @@
 #include "platform/ORVError.h"
 #include "platform/ORVException.h"
 #include "platform/internal/ContextLocal.h"
+#include "database/FormulaNames.h"
 #include "database/NullParentChildInfo.h"
 #include "database/ObjectChangeNotify.h"
 #include "database/ObjectDB.h"
@@ -543,7 +544,7 @@ std::vector<const KSLObject*> KSLObject::namedObjects(const ParamDefinition& par
 {
   const ReferenceResolver resolver(*this, param, param.getValue() == param.getDefaultValue());
   std::vector<const KSLObject*> objects;
-  for (const std::string& item : param.splitValue())
+  for (const std::string& item : FormulaNames::itemsOf(param, param.getValue()))
     objects.push_back(resolver.find(item).object);
   return objects;
 }

@@ -4,6 +4,7 @@
 #include "platform/ORVException.h"
 #include "platform/ORVUtilities.h"
 #include "database/DependentUpdates.h"
+#include "database/FormulaNames.h"
 #include "database/KSLObject.h"
 #include "database/ObjectDB.h"
 #include "database/ReferenceResolver.h"
@@ -74,12 +75,13 @@ DependentUpdates::References referencesOf(const KSLObject& top, const KSLObject&
 
 }  // namespace
 
-// Expressions do not survive without one of their names, and a default waits for what it names.
+// Expressions and formulas do not survive without one of their names, and a default waits for what it names.
 void ReferenceRemoval::reportOne(const KSLObject& top, const Dependent& dependent, DependentUpdates& updates)
 {
   const KSLObject* holder = ObjectDB::instance()->getObjectByPath(dependent.getSharedPath());
   const ParamDefinition* param = holder ? holder->lookUpParam(dependent.getParamName()) : nullptr;
-  if (!param || param->isExpression() || param->getValue() == param->getDefaultValue())
+  if (!param || param->isExpression() || FormulaNames::isFormula(*param)
+      || param->getValue() == param->getDefaultValue())
     return;
   updates.setGoing(top.getPath(), dependent.getObjPath(), *param,
                    [&] { return referencesOf(top, *holder, *param, holder->namedObjects(*param)); });

@@ -1,6 +1,7 @@
 #include "database/ReferenceResolver.h"
 
 #include "platform/ORVUtilities.h"
+#include "database/FormulaNames.h"
 #include "database/KSLObject.h"
 #include "database/ObjectDB.h"
 
@@ -27,7 +28,7 @@ ReferenceResolver::ReferenceResolver(const KSLObject& from, const ParamDefinitio
       m_fits([rules = param.getRules().get()](const KSLObject& object) {
         return rules->remoteType.empty() || object.hasScheduler(rules->remoteType);
       }),
-      m_isDefault(isDefault),
+      m_isDefault(isDefault || FormulaNames::isFormula(param)),
       m_asked(asked)
 {
   const std::string& path = param.getRemotePath();

@@ -27,7 +27,8 @@ class ReferenceResolver {
   using Fits = std::function<bool(const KSLObject&)>;
 
   // `asked` gets all questions but those to the object itself.
-  // Candidates have a scheduler of the parameter's Remote Type; for its default text they are not the object itself.
+  // Candidates have a scheduler of the parameter's Remote Type; for its default text, and for formulas, they are not the
+  // object itself.
   ReferenceResolver(const KSLObject& from, const ParamDefinition& param, bool isDefault,
                     std::vector<NameQuestion>* asked = nullptr);
   // Without a Remote Path.

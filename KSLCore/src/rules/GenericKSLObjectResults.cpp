@@ -3,6 +3,7 @@
 #include "platform/ORVException.h"
 #include "platform/ORVExpressions.h"
 #include "database/EvaluatingObject.h"
+#include "database/FormulaNames.h"
 #include "rules/GenericKSLObject.h"
 #include "rules/SchedulerTypes.h"
 
@@ -81,7 +82,7 @@ void addResults(ResultKey& key, const KSLObject& object, std::string_view schedu
 
 void addNamed(ResultKey& key, const KSLObject& object, const ParamDefinition& param)
 {
-  const std::vector<std::string> items = param.splitValue();
+  const std::vector<std::string> items = FormulaNames::itemsOf(param, param.getValue());
   const std::vector<const KSLObject*> named = object.namedObjects(param);
   key.add(param.getName()).add(static_cast<double>(items.size()));
   for (std::size_t i = 0; i < items.size(); ++i) {

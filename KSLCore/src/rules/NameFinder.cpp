@@ -2,6 +2,7 @@
 
 #include "platform/ORVError.h"
 #include "platform/ORVExpressions.h"
+#include "database/FormulaNames.h"
 #include "database/ObjectDB.h"
 #include "database/ReferenceResolver.h"
 #include "rules/GenericKSLObject.h"
@@ -69,20 +70,21 @@ void NameFinder::noteAmbiguous(std::string_view name, const std::vector<KSLObjec
 void NameFinder::makeParentLinks()
 {
   const ReferenceResolver resolver(m_object, m_param, m_found.isDefault, &m_asked);
-  for (const std::string& item : ParamDefinition::splitValue(m_text)) {
+  const bool isFormula = FormulaNames::isFormula(m_param);
+  for (const std::string& item : FormulaNames::itemsOf(m_param, m_text)) {
     const std::string_view name = StringUtilities::unquoted(item);
     if (name.empty() || m_param.getAllowedValues().contains(item)) {
       m_found.list.emplace_back();
       continue;
     }
     const ReferenceResolver::Hit hit = resolver.findItem(item);
-    if (hit.object)
+    if (hit.object && (hit.fits || !isFormula))
       addTarget(hit.object, hit.fits);
     else
       m_found.list.emplace_back();
     if (!hit.candidates.empty())
       noteAmbiguous(name, hit.candidates);
-    else if (!hit.object)
+    else if (!hit.object && !isFormula)
       noteMissing("makeParentLinks", name,
                   _("Object '%s' referred to in '%s' does not exist.", name, m_param.getName()));
   }

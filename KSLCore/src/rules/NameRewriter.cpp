@@ -4,6 +4,7 @@
 #include "platform/ORVException.h"
 #include "platform/ORVExpressions.h"
 #include "platform/ORVUtilities.h"
+#include "database/FormulaNames.h"
 #include "database/ObjectDB.h"
 #include "database/ReferenceResolver.h"
 #include "rules/ExpressionNames.h"
@@ -78,6 +79,14 @@ void NameRewriter::followIn(const NameLink& link, const KSLObject& going)
     return;
   }
   const std::vector<const KSLObject*> named = link.owner().namedObjects(*param);
+  if (FormulaNames::isFormula(*param)) {
+    if (std::find(named.begin(), named.end(), &going) != named.end())
+      followed.text =
+          FormulaNames::renamed(followed.before, going.getName(), KSLPath(m_relocation->to).getLastName());
+    if (!followed.text.empty())
+      m_followed.emplace(std::pair(holder, link.name()), std::move(followed));
+    return;
+  }
   bool any = false;
   for (std::string& item : param->splitValue()) {
     const std::size_t at = followed.items.size();
@@ -204,6 +213,7 @@ KSLChangeList NameRewriter::rewrites()
       continue;
     const ParamDefinition* param = link->param();
     if (!param || param->getValue() == param->getDefaultValue() || link->owner().holdsExpression(*param)
+        || FormulaNames::isFormula(*param)
         || (!m_followed.empty() && m_followed.count({link->owner().getPath(), link->name()}) > 0))
       continue;
     const std::vector<std::string> items = link->m_touched ? itemsOfCopy(*link) : itemsInFull(*link);

@@ -153,7 +153,7 @@ void KSLRules::ParamReader::storeTexts()
   m_rules->defaultValue = m_default.value_or("");
   m_rules->category = m_category.value_or("");
   m_rules->remotePath = m_remotePath.value_or("");
-  m_rules->remoteOptional = m_remoteOptional.value_or(false);
+  m_rules->remoteOptional = m_remoteOptional.value_or(m_rules->type == "Formula");
 }
 
 }  // namespace orv
