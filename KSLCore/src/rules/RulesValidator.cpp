@@ -25,7 +25,6 @@ class ParamJudge final : public ValueJudges::Judge {
  public:
   explicit ParamJudge(const ParamDefinition& param) : m_rules(param.getRules()), m_check(param) {}
 
-  bool takesText() const { return m_check.takesText(); }
   std::string whyRefused(const std::string& value) override
   {
     return value.empty() || m_rules->allowedValues.contains(value) ? std::string()
@@ -44,10 +43,9 @@ std::unique_ptr<ValueJudges::Judge> RulesValidator::judgeOf(std::string_view typ
 {
   const KSLObject* prototype = ObjectFactory::instance()->findPrototype(type);
   const ParamDefinition* definition = prototype ? prototype->lookUpParam(param) : nullptr;
-  if (!definition)
+  if (!definition || ValueCheck(*definition).takesText())
     return nullptr;
-  auto judge = std::make_unique<ParamJudge>(*definition);
-  return judge->takesText() ? nullptr : std::move(judge);
+  return std::make_unique<ParamJudge>(*definition);
 }
 
 std::string RulesValidator::whyRefused(std::string_view type, const std::string& param,

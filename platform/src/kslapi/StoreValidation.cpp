@@ -160,8 +160,8 @@ class AskingJudge final : public ValueJudges::Judge {
 std::unique_ptr<Validation::Judge> Validation::makeJudge(const std::string& param) const
 {
   const std::string& type = m_type->first;
-  if (const auto* judges = dynamic_cast<const ValueJudges*>(m_validator))
-    return judges->judgeOf(type, param);
+  if (m_judges)
+    return m_judges->judgeOf(type, param);
   if (!m_validator || !m_validator->judgesValues(type, param))
     return nullptr;
   return std::make_unique<AskingJudge>(*m_validator, type, param);

@@ -23,7 +23,11 @@ namespace orv::store {
 class Validation {
  public:
   // The validator may be null.
-  Validation(const Rules& rules, const KSLValidator* validator) : m_rules(rules), m_validator(validator) {}
+  Validation(const Rules& rules, const KSLValidator* validator)
+      : m_rules(rules),
+        m_validator(validator),
+        m_judges(dynamic_cast<const ValueJudges*>(validator))
+  {}
 
   // Throws what KSLAPI::validateKSLData does, of the first change that is refused.
   void check(const KSLChangeList& changes);
@@ -50,6 +54,7 @@ class Validation {
 
   const Rules& m_rules;
   const KSLValidator* m_validator;
+  const ValueJudges* m_judges;  // the same one, when it is both
   Types m_types;
   Types::value_type* m_type = nullptr;  // of the object under way
   std::unique_ptr<Judge> m_unkept;      // of a parameter beyond those that are kept
