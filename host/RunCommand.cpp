@@ -24,13 +24,13 @@ RunCommand::RunCommand(Options options) : m_options(std::move(options))
 
 int RunCommand::run()
 {
-  return runWithTexts(m_options.input, [this](const Texts& texts) {
+  return runWithTexts(m_options.input, [this](Texts& texts) {
     enter(texts);
     printState();
   });
 }
 
-void RunCommand::enter(const Texts& texts)
+void RunCommand::enter(Texts& texts)
 {
   std::optional<NotificationTrace> notifications;
   if (m_options.traceNotifications)
@@ -65,7 +65,7 @@ void RunCommand::enter(const Texts& texts)
   const orv::ScopeGuard endAutoSave([this] { m_autoSave.reset(); });
   if (session)
     replay(*session, trace);
-  for (const EnteredText& text : texts)
+  for (EnteredText& text : texts)
     enterWatched(text, trace);
   if (enterFile(m_options.save, saveStateText) && m_autoSave)
     m_autoSave->endWell();
@@ -115,7 +115,7 @@ bool RunCommand::enter(const orv::SessionFile::Command& command) const
 }
 
 template <class Text>
-bool RunCommand::enterWatched(const Text& text, GraphTrace* graph)
+bool RunCommand::enterWatched(Text&& text, GraphTrace* graph)
 {
   using Clock = std::chrono::steady_clock;
   if (m_autoSave)

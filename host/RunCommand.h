@@ -41,11 +41,11 @@ class RunCommand {
   int run();
 
  private:
-  void enter(const Texts& texts);
-  static bool enter(const EnteredText& text) { return enterText(text); }
+  void enter(Texts& texts);
+  static bool enter(EnteredText& text) { return enterOnce(text); }
   bool enter(const orv::SessionFile::Command& command) const;
   template <class Text>
-  bool enterWatched(const Text& text, GraphTrace* graph);
+  bool enterWatched(Text&& text, GraphTrace* graph);
   orv::SessionFile readSession() const;
   void beginAutoSave();
   void replay(const orv::SessionFile& session, GraphTrace* graph);

@@ -14,7 +14,10 @@
 #include "Team.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <cstdio>
+#include <cstring>
+#include <filesystem>
 #include <iostream>
 #include <memory>
 
@@ -32,25 +35,90 @@ std::string withPlainEnds(std::string text)
   return orv::StringUtilities::vectorToString(lines, '\n');
 }
 
-// The last line of a file ends; a text has ends between its lines only.
-std::string textOfFile(const std::string& file)
+// Escapes are undone where the head of a text says that there are some.
+std::string readable(std::string text)
 {
-  std::string text = orv::ORVFile::readAll(file);
-  if (text.ends_with('\n'))
-    text.pop_back();
-  return text;
-}
-
-// Escapes are undone where the head of a file says that there are some.
-std::string readText(const std::string& file)
-{
-  std::string text = file == "-" ? withPlainEnds(readStandardInput()) : textOfFile(file);
   if (!orv::FileText::mayBeEscaped(text))
     return text;
   Lines lines = orv::StringUtilities::stringToVector(text, '\n');
   orv::FileText::undo(lines);
   return orv::StringUtilities::vectorToString(lines, '\n');
 }
+
+// The last line of a file ends; a text has ends between its lines only.
+std::string textOfFile(std::string text)
+{
+  if (text.ends_with('\n'))
+    text.pop_back();
+  return readable(std::move(text));
+}
+
+// A file that is open stays what it is, also when another takes its place. What is none, a pipe say, is read once.
+std::shared_ptr<orv::ORVStream> openAgain(const std::string& file)
+{
+  std::error_code unknown;
+  if (!std::filesystem::is_regular_file(file, unknown))
+    return nullptr;
+  auto stream = std::make_shared<orv::ORVStream>();
+  try {
+    stream->open(file, orv::ORVStream::Mode::read);
+  } catch (const orv::file::error&) {
+    return nullptr;
+  }
+  return stream;
+}
+
+EnteredText readText(const std::string& file)
+{
+  if (file == "-")
+    return {readable(withPlainEnds(readStandardInput())), {.name = "<stdin>"}};
+  return {textOfFile(orv::ORVFile::readAll(file)), {.name = file}, openAgain(file)};
+}
+
+// Tells a text from what has become of it.
+std::uint64_t digestOf(std::string_view text) noexcept
+{
+  constexpr std::uint64_t factor = 0x9e3779b97f4a7c15U;
+  std::uint64_t lanes[] = {text.size(), 1, 2, 3};
+  const char* at = text.data();
+  const char* const end = at + text.size();
+  for (; end - at >= 32; at += 32) {
+    std::uint64_t words[4];
+    std::memcpy(words, at, sizeof words);
+    lanes[0] = (lanes[0] + words[0]) * factor;
+    lanes[1] = (lanes[1] + words[1]) * factor;
+    lanes[2] = (lanes[2] + words[2]) * factor;
+    lanes[3] = (lanes[3] + words[3]) * factor;
+  }
+  for (; at != end; ++at)
+    lanes[0] = (lanes[0] + static_cast<unsigned char>(*at)) * factor;
+  return lanes[0] ^ lanes[1] >> 1 ^ lanes[2] >> 2 ^ lanes[3] >> 3;
+}
+
+class FileKeeper final : public orv::TextKeeper {
+ public:
+  explicit FileKeeper(EnteredText& text) : m_text(text) {}
+
+  void letGo() noexcept override
+  {
+    m_digest = digestOf(m_text.text);
+    std::string().swap(m_text.text);
+  }
+  std::string readAgain() override
+  {
+    std::string text;
+    try {
+      text = textOfFile(m_text.file->readAll());
+    } catch (const orv::file::error&) {
+      return {};
+    }
+    return digestOf(text) == m_digest ? text : std::string();
+  }
+
+ private:
+  EnteredText& m_text;
+  std::uint64_t m_digest = 0;
+};
 
 void flushOutput()
 {
@@ -92,14 +160,14 @@ Texts readTexts(const TextOptions& options)
 {
   Texts texts;
   for (const std::string& file : options.files)
-    texts.push_back({readText(file), {.name = file == "-" ? "<stdin>" : file}});
+    texts.push_back(readText(file));
   for (std::size_t i = 0; i < options.texts.size(); ++i)
     texts.push_back({withPlainEnds(options.texts[i]),
                      {.name = "-e" + (i == 0 ? std::string() : orv::StringUtilities::toString(i + 1))}});
   return texts;
 }
 
-int runWithTexts(const TextOptions& options, const std::function<void(const Texts&)>& work)
+int runWithTexts(const TextOptions& options, const std::function<void(Texts&)>& work)
 {
   return runWithHost(options, [&](const Host&) {
     Texts texts = readTexts(options);
@@ -179,6 +247,19 @@ bool enterText(const EnteredText& text)
   const orv::kslUpdateMode mode = orv::KSLCoreAPI::instance()->getExternalKslUpdateMode();
   return runCommand({.text = text.text, .source = text.source, .mode = mode},
                     [&](orv::KSLCoreAPI& api) { api.externalProcessText(text.text, text.source); });
+}
+
+bool enterOnce(EnteredText& text)
+{
+  if (!text.file || Team::current())
+    return enterText(text);
+  FileKeeper keeper(text);
+  text.source.keeper = &keeper;
+  const orv::ScopeGuard end([&text] {
+    text.source.keeper = nullptr;
+    text.file.reset();
+  });
+  return enterText(text);
 }
 
 bool enterText(const orv::SessionFile::Command& command, const std::string& file)

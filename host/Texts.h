@@ -1,12 +1,14 @@
 // What all subcommands have in common: texts are entered into the library while it is up.
 #pragma once
 
+#include "platform/ORVSystem.h"
 #include "command/KSLUpdateMode.h"
 #include "command/TextSource.h"
 #include "actions/SessionFile.h"
 #include "ReportText.h"
 
 #include <functional>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -28,6 +30,7 @@ using Lines = std::vector<std::string>;
 struct EnteredText {
   std::string text;
   orv::TextSource source;
+  std::shared_ptr<orv::ORVStream> file = nullptr;  // open, that has the text once more; null for others
 };
 using Texts = std::vector<EnteredText>;
 
@@ -40,7 +43,7 @@ bool isBlank(const std::string& text);
 // std::cout is written. Returns the exit status: 0, or 1 when an error was reported, or 130 when Ctrl-C stopped
 // the work (what enterText throws then may pass). Faulty RULES, and files that cannot be read, are reported before
 // work begins, and end the run.
-int runWithTexts(const TextOptions& options, const std::function<void(const Texts&)>& work);
+int runWithTexts(const TextOptions& options, const std::function<void(Texts&)>& work);
 // The same for work that reads its own texts.
 int runWithHost(const TextOptions& options, const std::function<void(Host&)>& work);
 // The same for work that brings the library up itself, or does without; and how it does so. withHost lets out what
@@ -51,5 +54,7 @@ void withHost(const TextOptions& options, const std::function<void(Host&)>& work
 // Enters a text as one command; one that fails is taken back, which is told. False when an error was reported.
 // Throws orv::Interrupt once Ctrl-C was pressed meanwhile; that, too, was told.
 bool enterText(const EnteredText& text);
+// The same for a text that is not asked for again: one of a file does not stay in memory while it runs.
+bool enterOnce(EnteredText& text);
 // The same for a command of a session file, which is not recorded again.
 bool enterText(const orv::SessionFile::Command& command, const std::string& file);

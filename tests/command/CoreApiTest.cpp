@@ -138,6 +138,36 @@ TEST_F(CoreApi, ValidationStopsBeforeObjectsAreTouched)
   EXPECT_EQ(system.errors(), "");
 }
 
+// Whatever was judged before it: a value is compared with its like, and looked at closely only when it differs.
+TEST_F(CoreApi, ValidationJudgesEachValueByItself)
+{
+  KSLCoreAPI::instance()->setValidationEnabled(true);
+  const auto verdict = [this](const std::string& lines) {
+    system.run("CUT: c\n" + lines + "END\n> undo");
+    return system.errors();
+  };
+  const std::vector<std::string> numbers{"1",       "-2.5 [mm]", "+.5 [m]", "7 [ m ]", "3 [s]",
+                                         "4 [mmm]", "5 [mm",     "6 mm",    "7,8",     "9 [] ",
+                                         "1e3 [m]", "0x1F",      "1e999",   "..1",     "- 1 [mm]",
+                                         "2 [m]x",  "3 [m][m]",  "4 [%]",   "1 [\"m]", "2 [m, m]"};
+  const std::vector<std::string> triplets{"1,2,3", "1 [m], 2 [m], 3 [m]", "1,2", "1,2,3,4", "1,,3", "1,2,"};
+  const auto judge = [&](const std::string& name, const std::vector<std::string>& values) {
+    for (const std::string& value : values) {
+      const std::string alone = verdict(name + " = " + value + "\n");
+      for (const std::string& before : values) {
+        if (!verdict(name + " = " + before + "\n").empty())
+          continue;
+        EXPECT_EQ(verdict("CUT: d\n" + name + " = " + before + "\nEND\n" + name + " = " + value + "\n"),
+                  alone)
+            << before;
+      }
+    }
+    EXPECT_NE(verdict(name + " = " + values.back() + "\n"), "");
+  };
+  judge("Offset", numbers);
+  judge("Normal", triplets);
+}
+
 TEST_F(CoreApi, QueriesTakeNamesOrPaths)
 {
   KSLCoreAPI* api = KSLCoreAPI::instance();

@@ -59,6 +59,20 @@ TEST(Run, FilesThenTextsEachOneCommand)
         << "told before anything is run";
 }
 
+// A file's text is let go of when its lines are read, and read again for an error: the file that was read, whatever
+// stands in its place by then.
+TEST(Run, ErrorsTellLinesOfAFileThatIsNoLongerKept)
+{
+  const std::string fault = "CUT: a\n  Axis = Z\nEND\n# behind a comment\nCUT: b\n  Axis = Q\nEND\n";
+  const std::string told =
+      ":6:10: error[4]: Parameter 'Axis' cannot have value 'Q'.\nrolled back 3 changes\n";
+  const std::string file = makeFile("itself.ksl", fault);
+  const std::string saving = makeFile("saving.ksl", "> savestate filename=" + file + ", mode=overwrite\n");
+  EXPECT_EQ(ksl({"run", "--format", "short", saving, file}).err, file + told);
+  EXPECT_NE(readFile(file), fault) << "saved over";
+  EXPECT_EQ(ksl({"run", "--format", "short", "-"}, fault).err, "<stdin>" + told);
+}
+
 TEST(Run, LibrariesStandInPlaceOfTheDemo)
 {
   const std::string library = makeFile("thing.ksl",

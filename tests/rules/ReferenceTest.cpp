@@ -242,5 +242,54 @@ TEST_F(ReferenceTest, FormulasDependOnTheObjectsAmongTheirNames)
   EXPECT_EQ(links("a"), "none");
 }
 
+// Of several faults in one batch that of the parameter is told which was set first, also when it named nothing then.
+TEST_F(ReferenceTest, FaultsAreToldInTheOrderOfSetting)
+{
+  const WordNames names;
+  ExpressionNames::install(&names);
+  using Settings = std::vector<std::pair<const char*, const char*>>;
+  const std::pair<Settings, const char*> cases[] = {
+      {{{"a", "x"}, {"b", "y"}}, "x"},
+      {{{"b", "1"}, {"a", "x"}, {"b", "y"}}, "y"},
+      {{{"b", "1"}, {"a", "2 [m]"}, {"b", "2"}, {"a", "x"}, {"b", "y"}}, "y"},
+      {{{"b", "1"}, {"c", "z"}, {"a", "x"}, {"b", "2"}}, "z"},
+      {{{"b", "1"}, {"commit", ""}, {"a", "x"}, {"b", "y"}}, "x"},
+      {{{"b", "1"}, {"new", "b"}, {"a", "x"}, {"b", "y"}}, "x"},
+      {{{"b", "1"}, {"a", "x"}, {"child", "3"}, {"b", "y"}}, "y"},
+      {{{"b", "13"}, {"commit", ""}, {"child", "3"}, {"a", "x"}, {"b", "y"}}, "y"},
+      {{{"b", "13"}, {"commit", ""}, {"child", "4"}, {"a", "x"}, {"b", "y"}}, "x"},
+  };
+  for (const auto& [settings, first] : cases) {
+    ObjectDB::instance()->deleteObject("/T:b");
+    add("T", "b");
+    std::string told;
+    try {
+      auto batch = std::make_unique<LinkTransaction>(*ObjectDB::instance());
+      for (const auto& [object, text] : settings) {
+        if (object == std::string("commit")) {
+          batch->commit();
+          batch.reset();
+          batch = std::make_unique<LinkTransaction>(*ObjectDB::instance());
+        } else if (object == std::string("new")) {
+          ObjectDB::instance()->deleteObject("/T:b");
+          add("T", "b");
+        } else if (object == std::string("child")) {
+          add("T", text, "/T:b");
+        } else {
+          at(object)->setValue("Sum", text);
+        }
+      }
+      batch->commit();
+    } catch (const data::notFound& error) {
+      told = error.getDiagnostic()->subject;
+    }
+    EXPECT_EQ(told, first) << &settings - &cases[0].first;
+    ObjectDB::instance()->deleteObject("/T:b");
+    add("T", "b");
+    for (const char* object : {"a", "c"})
+      at(object)->setValue("Sum", "");
+  }
+}
+
 }  // namespace
 }  // namespace orv::test

@@ -261,6 +261,12 @@ class ORV_API KSLObject {
   {
     m_params.forEachNaming(visit);
   }
+  // Of all parameters at least those that were ever set, as forEachParam.
+  template <class Visit>
+  void forEachOwnParam(Visit visit)
+  {
+    m_params.forEachOwn([&visit](const ParamDefinition& param) { visit(param); });
+  }
   // The writable form for a value that is about to be stored: throws as ParamDefinition::requireAllowed.
   ParamDefinition* findParamToSet(std::string_view name, const std::string& value);
 

@@ -96,6 +96,8 @@ class ORV_API ParamDefinition final {
   const refcnt_ptr<const Rules>& getRules() const { return m_rules; }
   // Whether names in its text stand for values. Who is no expression refers to objects, if to anything.
   bool isExpression() const;
+  // Types whose values are numbers, which expressions may give.
+  static bool isNumberType(std::string_view type) noexcept;
   // Whether its text may name objects or use names.
   bool mayName() const;
 

@@ -3,12 +3,12 @@
 
 #include "platform/ORVUtilities.h"
 #include "database/DataKSLObject.h"
+#include "rules/NameLinks.h"
 #include "rules/ObjectData.h"
 #include "rules/SchedulerObject.h"
 
 #include <cstdint>
 #include <functional>
-#include <map>
 #include <memory>
 #include <string>
 #include <vector>
@@ -128,12 +128,12 @@ class ORV_API GenericKSLObject : public DataKSLObject, public SchedulerOwner {
   virtual SchedulerObject* linkedScheduler(const ParamDefinition::Rules& rules) const noexcept;
   // That scheduler is out of date.
   virtual void markUsers(const ParamDefinition::Rules& rules) noexcept;
-  // Null without any.
-  using NameLinks = std::map<std::string_view, NameLink>;
-  NameLinks* nameLinks() const noexcept { return m_links.get(); }
-  NameLink* findNameLink(std::string_view param) const;
+  const NameLinks& nameLinks() const noexcept { return m_links; }
+  NameLink* findNameLink(std::string_view param) const noexcept { return m_links.find(param); }
   // One more, or less, of them is due.
   void countDue(int change) noexcept { m_dueLinks += static_cast<std::uint32_t>(change); }
+  // Expressions that name nothing have no link. Makes that of those that have the part in their text.
+  void linkPlainTexts(std::string_view part) noexcept;
   // An expression of a parameter uses others of this object: the category, if there is one.
   void markLocalVariable() noexcept;
 
@@ -184,18 +184,22 @@ class ORV_API GenericKSLObject : public DataKSLObject, public SchedulerOwner {
   void joinSchedulers();
   void linkDefaults();
   SchedulerTypes& writableTypes();
-  void setLocalPending(const ParamDefinition& param);
-  void noteSet(const ParamDefinition& param);
-  void wakeLocalUsers(const std::string& used);
+  void setLocalPending(const ParamDefinition& param, LinkTransaction* transaction);
+  // `plain`: to a text that needs no link.
+  void noteSet(const ParamDefinition& param, LinkTransaction* transaction, bool plain = false);
+  SchedulerObject* localScheduler(const ParamDefinition::Rules& rules) const noexcept;
+  void wakeLocalUsers(const std::string& used, LinkTransaction* transaction);
+  bool needsNoLink(const ParamDefinition& param, const std::string& text) const;
   NameLink& nameLink(const ParamDefinition& param);
   void dropData(std::size_t scheduler) noexcept;
 
   refcnt_ptr<SchedulerTypes> m_types;  // null without any; shared with the prototype
   std::vector<SchedulerObject>
-      m_schedulers;                    // as m_types lists them; none before initialisation; never moved
-  std::unique_ptr<NameLinks> m_links;  // null without names
-  std::uint32_t m_dueLinks = 0;
-  std::uint32_t m_markPlace = 0;  // one more than where a LinkTransaction lists this object
+      m_schedulers;  // as m_types lists them; none before initialisation; never moved
+  NameLinks m_links;
+  std::uint32_t m_dueLinks : 31 = 0;
+  std::uint32_t m_hasPlainTexts : 1 = 0;  // expressions that were set and have no link
+  std::uint32_t m_markPlace = 0;          // one more than where a LinkTransaction lists this object
   using KeptData = std::vector<std::unique_ptr<ObjectData>>;
   std::unique_ptr<KeptData> m_data;  // one for each scheduler; null when nothing was ever kept
 };

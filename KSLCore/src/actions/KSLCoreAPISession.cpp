@@ -62,7 +62,12 @@ void KSLCoreAPI::externalProcessText(const std::string& entered, const TextSourc
   } catch (...) {  // there is no memory: what cannot be recorded is not run
     return KSLInterface::instance()->failParse();
   }
-  processText(text, m_externalMode, from, ahead ? &*ahead : nullptr);
+  std::optional<TextSource> kept;
+  if (from.keeper && (!asEntered || m_commandOpen)) {
+    kept = from;
+    kept->keeper = nullptr;  // it holds another text, or that is asked for once more
+  }
+  processText(text, m_externalMode, kept ? *kept : from, ahead ? &*ahead : nullptr);
   if (m_commandOpen)
     m_entered.append(text).append("\n");
 }

@@ -312,6 +312,23 @@ void ReadStateExecutor::processComponents(const Request& request, File& file)
   file.blocks = findBlocks(file.text);
 }
 
+namespace {
+
+// Most lines of a state: what is behind their "=" need not be read to see it.
+bool isSurelyParameter(std::string_view line) noexcept
+{
+  const std::size_t equals = line.find('=');
+  if (equals == std::string_view::npos)
+    return false;
+  std::string_view name = line.substr(0, equals);
+  while (name.starts_with(' '))
+    name.remove_prefix(1);
+  return !name.empty() && !StringUtilities::isSpace(name.front()) && name.front() != '>'
+         && name.find(':') == std::string_view::npos && name.find('#') == std::string_view::npos;
+}
+
+}  // namespace
+
 std::vector<ReadStateExecutor::Block> ReadStateExecutor::findBlocks(std::string_view text)
 {
   std::vector<Block> blocks;
@@ -320,6 +337,8 @@ std::vector<ReadStateExecutor::Block> ReadStateExecutor::findBlocks(std::string_
     const std::size_t end = std::min(text.find('\n', at), text.size());
     const std::string_view line = text.substr(at, end - at);
     const std::size_t first = std::exchange(at, std::min(end + 1, text.size()));
+    if (isSurelyParameter(line))
+      continue;
     const int type = MiniKSLParser::determineLineType(line);
     if (type == MiniKSLParser::objectLine && depth++ == 0) {
       HeaderReader header{std::string(line)};

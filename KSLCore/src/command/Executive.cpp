@@ -23,6 +23,9 @@
 #include "RecoveryLog.h"
 
 #include <algorithm>
+#include <bit>
+#include <cstdint>
+#include <cstring>
 #include <utility>
 
 namespace orv {
@@ -193,10 +196,79 @@ void Executive::appendToChangedObjects(const std::set<SharedText>& paths)
   m_pendingUpdates.insert(m_pendingUpdates.end(), paths.begin(), paths.end());
 }
 
+namespace {
+
+// A path among others, with what stands first in it where they differ.
+struct SortedPath {
+  std::uint64_t first = 0;  // eight characters, and the eight behind them
+  std::uint64_t second = 0;
+  const SharedText* path = nullptr;
+
+  // REQUIRES: neither path is long, and both begin alike.
+  bool operator<(const SortedPath& other) const
+  {
+    if (first != other.first)
+      return first < other.first;
+    return second != other.second ? second < other.second : path->str() < other.path->str();
+  }
+};
+
+// Eight characters as a number, in the order of texts; what is missing counts as zeros.
+std::uint64_t wordAt(std::string_view text, std::size_t at)
+{
+  std::uint64_t word = 0;
+  if (at < text.size())
+    std::memcpy(&word, text.data() + at, std::min(text.size() - at, sizeof word));
+  if constexpr (std::endian::native == std::endian::little) {
+    constexpr std::uint64_t bytes = 0x00ff00ff00ff00ff;
+    constexpr std::uint64_t pairs = 0x0000ffff0000ffff;
+    word = (word & bytes) << 8 | (word >> 8 & bytes);
+    word = (word & pairs) << 16 | (word >> 16 & pairs);
+    word = word << 32 | word >> 32;
+  }
+  return word;
+}
+
+// How much all of them begin with.
+std::size_t commonLength(const std::vector<SharedText>& paths)
+{
+  const std::string& first = paths.front().str();
+  std::size_t common = first.size();
+  for (const SharedText& path : paths) {
+    common = std::min(common, path.size());
+    const auto end = first.begin() + static_cast<std::ptrdiff_t>(common);
+    common =
+        static_cast<std::size_t>(std::mismatch(first.begin(), end, path.str().begin()).first - first.begin());
+  }
+  return common;
+}
+
+// Objects of one block differ in the ends of their paths: few pairs need a look at their texts.
+void sortPaths(std::vector<SharedText>& paths)
+{
+  if (paths.size() < 2)
+    return;
+  if (std::any_of(paths.begin(), paths.end(), [](const SharedText& path) { return path.isLong(); }))
+    return std::sort(paths.begin(), paths.end());
+  const std::size_t common = commonLength(paths);
+  std::vector<SortedPath> order;
+  order.reserve(paths.size());
+  for (const SharedText& path : paths)
+    order.push_back({wordAt(path.str(), common), wordAt(path.str(), common + sizeof(std::uint64_t)), &path});
+  std::sort(order.begin(), order.end());
+  std::vector<SharedText> sorted;
+  sorted.reserve(paths.size());
+  for (const SortedPath& place : order)
+    sorted.push_back(*place.path);
+  paths.swap(sorted);
+}
+
+}  // namespace
+
 // Each once, in path order.
 void Executive::appendToChangedObjects(std::vector<SharedText> paths)
 {
-  std::sort(paths.begin(), paths.end());
+  sortPaths(paths);
   const auto end = std::unique(paths.begin(), paths.end());
   m_pendingUpdates.insert(m_pendingUpdates.end(), paths.begin(), end);
 }

@@ -363,6 +363,7 @@ void KSLInterface::doParseKSL(const std::string& text, kslUpdateMode mode, Parse
   if (rewrite)
     updateForBackwardCompatibility(places.lines, mode);
   places.isRewritten = rewrite && m_backFunctor;
+  places.letGo();
   processKSL(places.lines, places.current);
   if (m_entryCount == 1)
     conclude();

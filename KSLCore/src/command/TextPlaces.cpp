@@ -30,6 +30,23 @@ TextPlaces::~TextPlaces()
   ErrorProgressReporter::instance()->setLocator(m_outer);
 }
 
+void TextPlaces::letGo() noexcept
+{
+  if (!m_source.keeper)
+    return;
+  m_hasGone = true;
+  m_source.keeper->letGo();
+}
+
+const std::string& TextPlaces::entered()
+{
+  if (!m_hasGone)
+    return m_text;
+  if (!m_again)
+    m_again = m_source.keeper->readAgain();
+  return *m_again;
+}
+
 void TextPlaces::locate(ErrorMsg& error)
 {
   Diagnostic known = error.getDiagnostic() ? *error.getDiagnostic() : Diagnostic();
@@ -78,14 +95,14 @@ std::size_t TextPlaces::currentLine()
   if (isRewritten || current >= lines.size())
     return 0;
   if (m_lineOf.empty())
-    m_lineOf = CommandLines(m_mode).sourceLines(m_text);
+    m_lineOf = CommandLines(m_mode).sourceLines(entered());
   return current < m_lineOf.size() ? m_lineOf[current] : 0;
 }
 
 const SourceText& TextPlaces::text()
 {
   if (!m_read)
-    m_read.emplace(sourceText());
+    m_read.emplace(sourceText(entered()));
   return *m_read;
 }
 
@@ -101,13 +118,13 @@ std::string readableText(const std::string& file)
 
 }  // namespace
 
-SourceText TextPlaces::sourceText() const
+SourceText TextPlaces::sourceText(const std::string& entered) const
 {
   const auto reading = m_mode == kslUpdateDefault ? SyntaxTree::Reading::command : SyntaxTree::Reading::atEnd;
   const auto append = [this](std::string& path, std::string_view type, std::string_view name) {
     m_store.appendComponent(path, type, name);
   };
-  return {m_source.name, m_source.isExcerpt ? readableText(m_source.name) : m_text, reading, append,
+  return {m_source.name, m_source.isExcerpt ? readableText(m_source.name) : entered, reading, append,
           m_source.firstLine};
 }
 
@@ -117,7 +134,7 @@ void TextPlaces::explainEnds(Error& error) const
     return;
   const ObjectFactory* factory = ObjectFactory::instance();
   Diagnostic known;
-  sourceText().placeEnds(known, [factory](std::string_view type) { return factory->hasObject(type); });
+  sourceText(m_text).placeEnds(known, [factory](std::string_view type) { return factory->hasObject(type); });
   error.setDiagnostic(std::make_shared<const Diagnostic>(std::move(known)));
 }
 

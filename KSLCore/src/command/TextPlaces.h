@@ -29,6 +29,8 @@ class TextPlaces final : public ErrorLocator {
   bool isRewritten = false;  // by a functor: then statements are found by their texts, not by their numbers
   std::size_t current = 0;   // the line under way
 
+  // The lines are all that is needed while all goes well: the text's keeper, if it has one, may let go of it.
+  void letGo() noexcept;
   void locate(ErrorMsg& error) override;
   // Why the count of END is off, as the notes of an error that says so; its place is that of the first.
   void explainEnds(Error& error) const;
@@ -39,10 +41,13 @@ class TextPlaces final : public ErrorLocator {
   bool isAction() const;
   std::size_t currentLine();
   const SourceText& text();
-  SourceText sourceText() const;
+  const std::string& entered();
+  SourceText sourceText(const std::string& entered) const;
 
   const TextSource& m_source;
   const std::string& m_text;
+  bool m_hasGone = false;              // m_text
+  std::optional<std::string> m_again;  // it, when an error asked for it since
   kslUpdateMode m_mode;
   const KSLAPI& m_store;
   ErrorLocator* m_outer;

@@ -429,17 +429,19 @@ bool ParamDefinition::mayName() const
          || (isExpression() && ExpressionDef::mayUseNames(getValue()));
 }
 
-bool ParamDefinition::isExpression() const
+bool ParamDefinition::isNumberType(std::string_view type) noexcept
 {
   static constexpr std::string_view numbers[] = {"Real",    "Real Triplet", "Real List",
                                                  "Integer", "Integer List", "Quantity"};
-  const std::string_view type = getType();
   const char first = type.empty() ? '\0' : type.front();
-  if (first != 'E' && first != 'R' && first != 'I' && first != 'Q')
+  if (first != 'R' && first != 'I' && first != 'Q')
     return false;  // of most
-  return type == "Expression"
-         || (!isInternal() && getRemoteType().empty()
-             && std::find(std::begin(numbers), std::end(numbers), type) != std::end(numbers));
+  return std::find(std::begin(numbers), std::end(numbers), type) != std::end(numbers);
+}
+
+bool ParamDefinition::isExpression() const
+{
+  return typeIs("Expression") || (!isInternal() && getRemoteType().empty() && isNumberType(getType()));
 }
 
 }  // namespace orv

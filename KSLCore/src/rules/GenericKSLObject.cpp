@@ -130,7 +130,9 @@ GenericKSLObject::~GenericKSLObject()
   LinkTransaction* transaction = m_markPlace != 0 ? LinkTransaction::current() : nullptr;
   if (transaction)
     transaction->forget(*this);
-  runEnding([this] { m_links.reset(); });
+  if (NameIndex* index = m_hasPlainTexts ? NameIndex::current() : nullptr)
+    index->forgetPlaces(*this);
+  runEnding([this] { m_links.clear(); });
   runEnding([this] { removeAllParameters(); });
 }
 
@@ -163,7 +165,7 @@ void GenericKSLObject::initialize(const std::string& parentPath, const std::stri
   DataKSLObject::initialize(parentPath, name);
   ScopeGuard undo([this] {
     m_schedulers.clear();
-    m_links.reset();
+    m_links.clear();
   });
   makeSchedulers();
   joinSchedulers();
@@ -234,15 +236,22 @@ void GenericKSLObject::setPending()
     scheduler.setPending();
 }
 
-void GenericKSLObject::setLocalPending(const ParamDefinition& param)
+SchedulerObject* GenericKSLObject::localScheduler(const ParamDefinition::Rules& rules) const noexcept
 {
-  SchedulerObject* scheduler = findSchedulerObject(param.getLocalType());
+  if (m_schedulers.empty())
+    return nullptr;
+  const std::size_t index = m_types->useOf(rules).scheduler;
+  return index == SchedulerTypes::npos ? nullptr : const_cast<SchedulerObject*>(&m_schedulers[index]);
+}
+
+void GenericKSLObject::setLocalPending(const ParamDefinition& param, LinkTransaction* transaction)
+{
+  SchedulerObject* scheduler = localScheduler(*param.getRules());
   if (!scheduler)
     return;
   if (SchedulerTrace* trace = SchedulerObject::getTrace())
     trace->parameterSet(*scheduler, param.getName());
   const auto index = static_cast<std::size_t>(scheduler - m_schedulers.data());
-  LinkTransaction* transaction = LinkTransaction::current();
   if (transaction && index < 64)
     transaction->markLater(*this, index);
   else

@@ -9,6 +9,7 @@
 #include "rules/LinkJudgement.h"
 #include "rules/LinkTransaction.h"
 #include "rules/NameLink.h"
+#include "rules/SchedulerTypes.h"
 
 #include <algorithm>
 #include <cctype>
@@ -22,20 +23,18 @@ namespace {
 
 constinit ContextLocal<const ExpressionNames*> theExpressionNames;
 
-bool isLetterOfName(char c)
-{
-  return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
-}
-
 // False only for texts that are surely numbers, with units or without: most are, and cost no more than this.
 bool mayHoldNames(std::string_view text)
 {
   for (std::size_t i = 0; i < text.size(); ++i) {
     if (text[i] == '[')
       i = std::min(text.find(']', i), text.size() - 1);
-    const bool isExponent = (text[i] | 0x20) == 'e' && i > 0
+    const auto letter = static_cast<unsigned char>(text[i] | 0x20);
+    if (letter < 'a' || letter > 'z')
+      continue;
+    const bool isExponent = letter == 'e' && i > 0
                             && (text[i - 1] == '.' || std::isdigit(static_cast<unsigned char>(text[i - 1])));
-    if (isLetterOfName(text[i]) && !isExponent)
+    if (!isExponent)
       return true;
   }
   return false;
@@ -66,35 +65,51 @@ bool GenericKSLObject::holdsExpression(const ParamDefinition& param) const
 
 bool GenericKSLObject::mayLink(const ParamDefinition& param, const std::string& text) const
 {
-  if (!param.getRemoteType().empty() && !param.typeIs("Expression"))
+  using Kind = SchedulerTypes::ParamUse::Kind;
+  const Kind kind =
+      m_types ? m_types->useOf(*param.getRules()).kind : SchedulerTypes::kindOf(*param.getRules());
+  if (kind == Kind::reference)
     return true;
-  if (!param.isExpression() || !*theExpressionNames)
+  if (kind == Kind::plain || !*theExpressionNames || (kind == Kind::number && param.isInternal()))
     return false;
-  return param.typeIs("Expression") || mayHoldNames(text) || findNameLink(param.getName());
+  return kind == Kind::expression || mayHoldNames(text) || findNameLink(param.getName());
 }
 
-NameLink* GenericKSLObject::findNameLink(std::string_view param) const
+// A definition has its link whatever it says: those who use it ask.
+bool GenericKSLObject::needsNoLink(const ParamDefinition& param, const std::string& text) const
 {
-  if (!m_links)
-    return nullptr;
-  const auto found = m_links->find(param);
-  return found == m_links->end() ? nullptr : &found->second;
+  return param.typeIs("Expression") && isPlainClass() && *theExpressionNames
+         && !ExpressionDef::mayUseNames(text) && !findNameLink(param.getName());
+}
+
+// As if they had one. Without memory faults are told in another order, perhaps.
+void GenericKSLObject::linkPlainTexts(std::string_view part) noexcept
+{
+  if (!m_hasPlainTexts)
+    return;
+  try {
+    forEachOwnParam([this, part](const ParamDefinition& param) {
+      if (param.typeIs("Expression") && (param.hasBeenSet() || param.isChanged())
+          && param.getValue().find(part) != std::string::npos && needsNoLink(param, param.getValue()))
+        nameLink(param);
+    });
+  } catch (...) {}
 }
 
 NameLink& GenericKSLObject::nameLink(const ParamDefinition& param)
 {
   if (NameLink* known = findNameLink(param.getName()))
     return *known;
-  if (!m_links)
-    m_links = std::make_unique<NameLinks>();
-  NameIndex::of(*ObjectDB::instance());
+  NameIndex& index = NameIndex::of(*ObjectDB::instance());
   const refcnt_ptr<const ParamDefinition::Rules>& rules = param.getRules();
-  return m_links->try_emplace(rules->name, *this, rules).first->second;
+  if (m_hasPlainTexts && param.typeIs("Expression"))
+    index.noteMade();
+  return m_links.insert(std::make_unique<NameLink>(*this, rules));
 }
 
 SchedulerObject* GenericKSLObject::linkedScheduler(const ParamDefinition::Rules& rules) const noexcept
 {
-  return findSchedulerObject(rules.localType);
+  return localScheduler(rules);
 }
 
 void GenericKSLObject::markUsers(const ParamDefinition::Rules& rules) noexcept
@@ -110,16 +125,18 @@ void GenericKSLObject::markUsers(const ParamDefinition::Rules& rules) noexcept
 std::vector<std::string> GenericKSLObject::getDelayedParams() const
 {
   std::vector<std::string> names;
-  if (m_links)
-    for (const auto& [name, link] : *m_links)
-      if (link.waits() || link.isOwed())
-        names.emplace_back(name);
+  m_links.forEach([&names](const NameLink& link) {
+    if (link.waits() || link.isOwed())
+      names.push_back(link.name());
+  });
   return names;
 }
 
 std::vector<const KSLObject*> GenericKSLObject::namedObjects(const ParamDefinition& param) const
 {
   const NameLink* link = findNameLink(param.getName());
+  if (!link && m_hasPlainTexts && needsNoLink(param, param.getValue()))
+    return {};
   if (!link || !link->saysWhatItSaid())
     return DataKSLObject::namedObjects(param);
   std::vector<const KSLObject*> objects;
@@ -161,38 +178,39 @@ void GenericKSLObject::markLocalVariable() noexcept
 // ----------------------------------------------------------------------------------------------------------- setting
 
 // What stands for the parameter elsewhere in this object is computed from it, and depends on what it uses.
-void GenericKSLObject::wakeLocalUsers(const std::string& used)
+void GenericKSLObject::wakeLocalUsers(const std::string& used, LinkTransaction* transaction)
 {
-  for (auto& [name, link] : *m_links) {
-    const std::vector<std::string>& locals = link.locals();
-    if (std::find(locals.begin(), locals.end(), used) == locals.end())
-      continue;
+  m_links.forEach([this, &used, transaction](NameLink& link) {
+    if (!link.usesLocal(used))
+      return;
     link.setDue();
     if (const ParamDefinition* user = link.param())
-      setLocalPending(*user);
-  }
+      setLocalPending(*user, transaction);
+  });
 }
 
 // Another text stands in the parameter, or is about to. Without a transaction nothing can fail.
-void GenericKSLObject::noteSet(const ParamDefinition& param)
+void GenericKSLObject::noteSet(const ParamDefinition& param, LinkTransaction* transaction, bool plain)
 {
-  if (!m_links)
-    return setLocalPending(param);
-  LinkTransaction* transaction = LinkTransaction::current();
+  if (m_links.empty() && !plain)
+    return setLocalPending(param, transaction);
   bool hasLocals = false;
-  if (!definesNames()) {
-    for (auto& [name, link] : *m_links) {
+  if (!m_links.empty() && !definesNames())
+    m_links.forEach([&hasLocals, transaction](NameLink& link) {
       if (transaction && link.waits())
         transaction->touch(link);
-      hasLocals = hasLocals || !link.locals().empty();
-    }
-  }
+      hasLocals = hasLocals || link.hasLocals();
+    });
   NameLink* link = transaction ? findNameLink(param.getName()) : nullptr;
-  if (link)
+  if (link) {
     transaction->touch(*link);
-  setLocalPending(param);
+  } else if (plain) {
+    m_hasPlainTexts = 1;
+    NameIndex::of(*ObjectDB::instance()).keepPlace(*this, *param.getRules());
+  }
+  setLocalPending(param, transaction);
   if (hasLocals)
-    wakeLocalUsers(param.getName());
+    wakeLocalUsers(param.getName(), transaction);
 }
 
 // What can fail comes before the value is stored.
@@ -201,9 +219,11 @@ std::string GenericKSLObject::setValueInternal(ParamDefinition* param, const std
   const bool allowed = takeAllowed();
   if (!param || getName().empty())  // a prototype links and marks nothing
     return DataKSLObject::setValueInternal(param, value);
-  NameLink* link = mayLink(*param, value) ? &nameLink(*param) : nullptr;
-  if (LinkTransaction::current()) {  // which forgets its notes when the command fails
-    noteSet(*param);
+  LinkTransaction* const transaction = LinkTransaction::current();
+  const bool plain = transaction && needsNoLink(*param, value);
+  NameLink* link = !plain && mayLink(*param, value) ? &nameLink(*param) : nullptr;
+  if (transaction) {  // which forgets its notes when the command fails
+    noteSet(*param, transaction, plain);
     if (!allowed)
       return DataKSLObject::setValueInternal(param, value);
     storeAllowed(*param, value);
@@ -219,7 +239,7 @@ std::string GenericKSLObject::setValueInternal(ParamDefinition* param, const std
   } else {
     old = DataKSLObject::setValueInternal(param, value);
   }
-  noteSet(*param);
+  noteSet(*param, nullptr);
   return old;
 }
 
@@ -234,7 +254,7 @@ void GenericKSLObject::linkAdded(const ParamDefinition& param, bool aside)
     single.judge();
     single.finish();
   }
-  noteSet(param);
+  noteSet(param, LinkTransaction::current());
 }
 
 std::string GenericKSLObject::setValueWithoutPending(const std::string& name, const std::string& value)
@@ -244,10 +264,11 @@ std::string GenericKSLObject::setValueWithoutPending(const std::string& name, co
   std::string old = DataKSLObject::setValueWithoutPending(name, value);
   if (link)
     link->setAside();
-  if (m_links && !definesNames())
-    for (auto& [user, other] : *m_links)  // what it is computed from changes, too
-      if (std::find(other.locals().begin(), other.locals().end(), name) != other.locals().end())
+  if (!definesNames())
+    m_links.forEach([&name](NameLink& other) {  // what it is computed from changes, too
+      if (other.usesLocal(name))
         other.setAside();
+    });
   return old;
 }
 

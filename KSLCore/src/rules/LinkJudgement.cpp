@@ -64,6 +64,7 @@ void LinkJudgement::take(NameLink& link, const std::string* text)
 
 void LinkJudgement::takeDue()
 {
+  m_index.takePlaces();
   m_found.reserve(m_index.dueCount());
   while (NameLink* link = m_index.firstDue())
     take(*link);
@@ -71,10 +72,11 @@ void LinkJudgement::takeDue()
 
 void LinkJudgement::takeDueOf(GenericKSLObject& object)
 {
-  for (auto& [name, link] : *object.nameLinks()) {
+  m_index.forgetPlaces(object);
+  object.nameLinks().forEach([this](NameLink& link) {
     if (link.isDue())
       take(link);
-  }
+  });
 }
 
 namespace {
@@ -121,7 +123,7 @@ void LinkJudgement::settleDefinitions()
 
 void LinkJudgement::setSound(NameLink& link, bool sound, std::vector<NameLink*>& toAsk)
 {
-  m_wereSound.emplace_back(&link, link.m_sound);
+  m_wereSound.emplace_back(&link, bool(link.m_sound));
   link.m_sound = sound;
   std::vector<NameLink*> users;
   m_index.forEachUser(nullptr, link.name(), [&users](NameLink& user) { users.push_back(&user); });
@@ -406,7 +408,7 @@ void LinkJudgement::commit(NamedTargets& found) noexcept
   if (!found.stands)
     link.m_targets.swap(found.list);
   link.m_locals.swap(found.locals);
-  if (!link.m_locals.empty())
+  if (link.hasLocals())
     link.owner().markLocalVariable();
   link.m_uses = std::move(found.uses);
   if (!found.fault)

@@ -58,6 +58,8 @@ std::set<SharedText> LinkTransaction::commit()
     judgement.judge();
     paths = judgement.untouchedPaths();
     judgement.finish();
+  } else {
+    m_index.takePlaces();
   }
   markAll();
   return paths;

@@ -27,7 +27,8 @@ NamedTargets NameFinder::find(const GenericKSLObject& object, const ParamDefinit
     ExpressionNames::Uses uses = ExpressionNames::installed()->namesIn(object, param, text);
     finder.makeVariableLinks(uses);
     finder.makeLocatorLinks(uses.locations);
-    finder.m_found.locals = std::move(uses.locals);
+    if (!uses.locals.empty())
+      finder.m_found.locals = std::make_unique<const std::vector<std::string>>(std::move(uses.locals));
   }
   finder.dropDoubles();
   return std::move(finder.m_found);

@@ -4,6 +4,9 @@
 #include "rules/NameLink.h"
 #include "rules/computing.h"
 
+#include <algorithm>
+#include <functional>
+
 namespace orv {
 
 // Links of objects that stand outside the database may live on.
@@ -38,13 +41,14 @@ namespace {
 template <class Visit>
 void forEachLinkOf(const KSLObject* place, std::string_view name, Visit visit)
 {
-  const GenericKSLObject* computing = place->hasPath() ? orv::computing(place) : nullptr;
-  if (!computing || !computing->nameLinks())
+  GenericKSLObject* computing = place->hasPath() ? orv::computing(const_cast<KSLObject*>(place)) : nullptr;
+  if (!computing)
     return;
-  for (auto& [param, link] : *computing->nameLinks()) {
+  computing->linkPlainTexts(name);
+  computing->nameLinks().forEach([name, &visit](NameLink& link) {
     if (link.text().find(name) != std::string::npos)
       visit(link);
-  }
+  });
 }
 
 }  // namespace
@@ -84,6 +88,7 @@ void NameIndex::addDue(NameLink& link) noexcept
   if (link.m_dueIn)
     return;
   link.m_dueIn = this;
+  link.m_number = nextNumber();
   link.owner().countDue(1);
   link.m_previousDue = m_lastDue;
   link.m_nextDue = nullptr;
@@ -103,6 +108,81 @@ void NameIndex::removeDue(NameLink& link) noexcept
   (link.m_nextDue ? link.m_nextDue->m_previousDue : m_lastDue) = link.m_previousDue;
   m_linkedDue = m_linkedDue && m_firstDue;
   --m_dueCount;
+}
+
+// ---------------------------------------------------------------------------------------------------------- places
+
+std::uint32_t NameIndex::nextNumber() noexcept
+{
+  if (!m_firstDue && m_places.empty())
+    m_lastNumber = 0;
+  return ++m_lastNumber;
+}
+
+void NameIndex::keepPlace(const GenericKSLObject& object, const ParamDefinition::Rules& param)
+{
+  m_places.push_back({&object, &param, nextNumber()});
+}
+
+void NameIndex::forgetPlaces(const GenericKSLObject& object) noexcept
+{
+  if (m_places.empty())
+    return;
+  try {
+    m_places.push_back({&object, nullptr, nextNumber()});
+  } catch (...) {
+    m_places.clear();  // no memory: faults are told in another order, perhaps
+  }
+}
+
+// The first since the object's last end; null without. Sorted by object and number.
+const NameIndex::Place* NameIndex::firstPlace(const std::vector<Place>& sorted, const NameLink& link)
+{
+  const auto isBefore = [](const Place& place, const GenericKSLObject* object) {
+    return std::less<>()(place.object, object);
+  };
+  const Place* first = nullptr;
+  auto at = std::lower_bound(sorted.begin(), sorted.end(), &link.owner(), isBefore);
+  for (; at != sorted.end() && at->object == &link.owner(); ++at) {
+    if (!at->param)
+      first = nullptr;
+    else if (!first && at->param == &link.rules())
+      first = &*at;
+  }
+  return first;
+}
+
+void NameIndex::takePlaces()
+{
+  if (m_madeLate && !m_places.empty() && m_firstDue)
+    sortDue();
+  m_madeLate = false;
+  m_places.clear();
+  constexpr std::size_t many = 4096;
+  if (m_places.capacity() > many)
+    m_places.shrink_to_fit();
+}
+
+void NameIndex::sortDue()
+{
+  std::sort(m_places.begin(), m_places.end(), [](const Place& a, const Place& b) {
+    return a.object != b.object ? std::less<>()(a.object, b.object) : a.number < b.number;
+  });
+  std::vector<NameLink*> due;
+  due.reserve(m_dueCount);
+  for (NameLink* link = m_firstDue; link; link = link->m_nextDue) {
+    if (const Place* place = firstPlace(m_places, *link))
+      link->m_number = std::min(link->m_number, place->number);
+    due.push_back(link);
+  }
+  std::sort(due.begin(), due.end(),
+            [](const NameLink* a, const NameLink* b) { return a->m_number < b->m_number; });
+  m_firstDue = due.front();
+  m_lastDue = due.back();
+  for (std::size_t i = 0; i < due.size(); ++i) {
+    due[i]->m_previousDue = i == 0 ? nullptr : due[i - 1];
+    due[i]->m_nextDue = i + 1 == due.size() ? nullptr : due[i + 1];
+  }
 }
 
 // ------------------------------------------------------------------------------------------------------------ uses

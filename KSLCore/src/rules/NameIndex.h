@@ -3,9 +3,11 @@
 
 #include "database/NameQuestion.h"
 #include "database/ObjectWatch.h"
+#include "database/ParamDefinition.h"
 #include "database/PointerIndex.h"
 
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -14,6 +16,7 @@
 
 namespace orv {
 
+class GenericKSLObject;
 class LinkTransaction;
 class NameLink;
 class NameUses;
@@ -21,7 +24,11 @@ class ObjectDB;
 
 // Knows for each question that was asked to find out what a name means which links depend on the answer. When an
 // object comes or goes, or an expression is defined or given up, the links that asked for it are due: the cost is that
-// of those links, whatever else there is. Keeps the links that are due, in the order in which they became so.
+// of those links, whatever else there is. Keeps the links that are due, in the order in which they became so: of several
+// faults the first is told.
+//
+// A text of the type "Expression" that uses no names has no link, only its place in that order: should the parameter
+// name something before the next judgement, its link stands where the text did.
 class NameIndex final : public ObjectWatch {
  public:
   NameIndex() = default;
@@ -46,6 +53,15 @@ class NameIndex final : public ObjectWatch {
   {
     return std::exchange(m_transaction, transaction);
   }
+
+  // The parameter, which has no link, is set to what names nothing.
+  void keepPlace(const GenericKSLObject& object, const ParamDefinition::Rules& param);
+  // The object ends, or its links are judged: the places that it had are none.
+  void forgetPlaces(const GenericKSLObject& object) noexcept;
+  // A link was made for a parameter that may have a place.
+  void noteMade() noexcept { m_madeLate = !m_places.empty(); }
+  // Before all that is due is judged: each link comes to its place. Places end.
+  void takePlaces();
 
   NameLink* firstDue() const noexcept { return m_firstDue; }
   std::size_t dueCount() const noexcept { return m_dueCount; }
@@ -79,11 +95,24 @@ class NameIndex final : public ObjectWatch {
     }
   };
 
+  // Of a parameter since it was set; without one, the end of all places of the object until then.
+  struct Place {
+    const GenericKSLObject* object;
+    const ParamDefinition::Rules* param;
+    std::uint32_t number;
+  };
+  std::uint32_t nextNumber() noexcept;
+  static const Place* firstPlace(const std::vector<Place>& sorted, const NameLink& link);
+  void sortDue();
+
   PointerIndex<Use, KeyOf, Key, Hash> m_table;
   NameLink* m_firstDue = nullptr;
   NameLink* m_lastDue = nullptr;
   std::size_t m_dueCount = 0;
+  std::vector<Place> m_places;               // by number
+  std::uint32_t m_lastNumber = 0;            // of a link that became due, or a place
   bool m_linkedDue = false;                  // since the last time that none was due
+  bool m_madeLate = false;                   // a link that may have a place before it became due
   LinkTransaction* m_transaction = nullptr;  // not owned
 };
 

@@ -110,6 +110,11 @@ const std::string& NameLink::text() const
   return holder ? holder->getValue() : none;
 }
 
+bool NameLink::usesLocal(const std::string& param) const
+{
+  return m_locals && std::find(m_locals->begin(), m_locals->end(), param) != m_locals->end();
+}
+
 void NameLink::setDue() noexcept
 {
   if (NameIndex* index = NameIndex::current())

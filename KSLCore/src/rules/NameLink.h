@@ -31,9 +31,9 @@
 #include "platform/ORVUtilities.h"
 #include "database/ParamDefinition.h"
 #include "rules/NameIndex.h"
+#include "rules/NameLinks.h"
 
 #include <cstdint>
-#include <map>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -90,8 +90,9 @@ struct NamedTargets {
   const ParamDefinition* param = nullptr;  // whose text it is; null when the object has lost it
   std::shared_ptr<const Fault> fault;      // the first; few texts have one
   std::shared_ptr<const Fault> refusal;    // the first that is no missing object
-  std::vector<std::string> locals;         // other parameters of the object that an expression uses
-  NameUses uses;                           // the questions that the finding asked
+  // Other parameters of the object that an expression uses; null without.
+  std::unique_ptr<const std::vector<std::string>> locals;
+  NameUses uses;  // the questions that the finding asked
 };
 
 class NameLink {
@@ -119,7 +120,9 @@ class NameLink {
     return isDue() && (m_lost || m_aside || m_owes || (!m_linkedOnce && !text().empty()));
   }
   const std::vector<NameTarget>& targets() const { return m_targets; }
-  const std::vector<std::string>& locals() const { return m_locals; }
+  bool hasLocals() const { return m_locals != nullptr; }
+  // Whether the expression uses the other parameter of its object.
+  bool usesLocal(const std::string& param) const;
   // The text is the one that was linked.
   bool saysWhatItSaid() const { return !m_touched && !m_aside && m_linkedOnce; }
 
@@ -134,6 +137,7 @@ class NameLink {
   friend class LinkJudgement;
   friend class LinkTransaction;
   friend class NameIndex;
+  friend class NameLinks;
   friend class NameRewriter;
 
   SchedulerObject* childScheduler() const;
@@ -144,21 +148,34 @@ class NameLink {
   GenericKSLObject& m_owner;
   const refcnt_ptr<const ParamDefinition::Rules> m_rules;
   std::vector<NameTarget> m_targets;
-  std::vector<std::string> m_locals;
+  std::unique_ptr<const std::vector<std::string>> m_locals;  // null without
   NameUses m_uses;
   std::unique_ptr<std::string> m_forgiven;  // the text; null without
   NamedTargets* m_next = nullptr;           // found by the judgement under way
   NameIndex* m_dueIn = nullptr;             // null when it is not due
   NameLink* m_previousDue = nullptr;
   NameLink* m_nextDue = nullptr;
+  NameLink* m_sibling = nullptr;  // the next in the list of the object's links
+  std::uint32_t m_number = 0;     // among those that are due
   State m_state = State::none;
-  bool m_touched = false;
-  bool m_lost = false;       // a target ended since it was judged
-  bool m_aside = false;      // the text was set behind the commands
-  bool m_blameless = false;  // so was it, or what it names changed so
-  bool m_linkedOnce = false;
-  bool m_owes = false;   // an edge that was refused, by a circle or a walk of the graph
-  bool m_sound = false;  // of a definition: neither it nor what it uses, however far, is at fault
+  bool m_touched : 1 = false;
+  bool m_lost : 1 = false;       // a target ended since it was judged
+  bool m_aside : 1 = false;      // the text was set behind the commands
+  bool m_blameless : 1 = false;  // so was it, or what it names changed so
+  bool m_linkedOnce : 1 = false;
+  bool m_owes : 1 = false;   // an edge that was refused, by a circle or a walk of the graph
+  bool m_sound : 1 = false;  // of a definition: neither it nor what it uses, however far, is at fault
 };
+
+template <class Visit>
+void NameLinks::forEach(Visit visit) const
+{
+  if (isTree())
+    for (auto& [name, link] : *tree())
+      visit(*link);
+  else
+    for (NameLink* link = first(); link; link = link->m_sibling)
+      visit(*link);
+}
 
 }  // namespace orv

@@ -32,9 +32,8 @@ std::vector<NameLink*> NameRewriter::usersOf(const KSLObject& object) const
   };
   m_index.forEachUser(object.getParentObject(), object.getName(), add);
   const auto* parent = dynamic_cast<const GenericKSLObject*>(object.getParentObject());
-  if (parent && parent->nameLinks() && !parent->definesNames())
-    for (auto& [name, link] : *parent->nameLinks())
-      add(link);
+  if (parent && !parent->definesNames())
+    parent->nameLinks().forEach(add);
   std::sort(users.begin(), users.end(), [](const NameLink* a, const NameLink* b) {
     return std::tie(a->owner().getPath(), a->name()) < std::tie(b->owner().getPath(), b->name());
   });

@@ -19,14 +19,42 @@ std::string typeOf(std::string_view path)
 
 }  // namespace
 
-std::string RulesValidator::whyRefused(std::string_view type, const std::string& param,
-                                       const std::string& value) const
+namespace {
+
+class ParamJudge final : public ValueJudges::Judge {
+ public:
+  explicit ParamJudge(const ParamDefinition& param) : m_rules(param.getRules()), m_check(param) {}
+
+  bool takesText() const { return m_check.takesText(); }
+  std::string whyRefused(const std::string& value) override
+  {
+    return value.empty() || m_rules->allowedValues.contains(value) ? std::string()
+                                                                   : m_check.whyRefused(value);
+  }
+
+ private:
+  const refcnt_ptr<const ParamDefinition::Rules> m_rules;
+  const ValueCheck m_check;
+};
+
+}  // namespace
+
+std::unique_ptr<ValueJudges::Judge> RulesValidator::judgeOf(std::string_view type,
+                                                            const std::string& param) const
 {
   const KSLObject* prototype = ObjectFactory::instance()->findPrototype(type);
   const ParamDefinition* definition = prototype ? prototype->lookUpParam(param) : nullptr;
-  if (!definition || value.empty() || definition->getAllowedValues().contains(value))
-    return {};
-  return ValueCheck(*definition).whyRefused(value);
+  if (!definition)
+    return nullptr;
+  auto judge = std::make_unique<ParamJudge>(*definition);
+  return judge->takesText() ? nullptr : std::move(judge);
+}
+
+std::string RulesValidator::whyRefused(std::string_view type, const std::string& param,
+                                       const std::string& value) const
+{
+  const std::unique_ptr<Judge> judge = judgeOf(type, param);
+  return judge ? judge->whyRefused(value) : std::string();
 }
 
 void RulesValidator::checkObject(const std::string& path) const
@@ -50,9 +78,7 @@ void RulesValidator::checkObject(const std::string& path) const
 
 bool RulesValidator::judgesValues(std::string_view type, const std::string& param) const
 {
-  const KSLObject* prototype = ObjectFactory::instance()->findPrototype(type);
-  const ParamDefinition* definition = prototype ? prototype->lookUpParam(param) : nullptr;
-  return definition && !ValueCheck(*definition).takesText();
+  return judgeOf(type, param) != nullptr;
 }
 
 bool RulesValidator::mayStandIn(std::string_view type, std::string_view parentType) const

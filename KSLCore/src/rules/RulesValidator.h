@@ -2,7 +2,9 @@
 #pragma once
 
 #include "platform/ORVKSLAPI.h"
+#include "platform/internal/ValueJudges.h"
 
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -11,7 +13,7 @@ namespace orv {
 
 class KSLObject;
 
-class RulesValidator final : public KSLValidator {
+class RulesValidator final : public KSLValidator, public ValueJudges {
  public:
   // The store that holds the RULES; outlives this.
   explicit RulesValidator(const KSLAPI& store) : m_store(store) {}
@@ -23,6 +25,7 @@ class RulesValidator final : public KSLValidator {
   void checkObject(const std::string& path) const override;
   std::vector<std::string> typeNames() const override;
   bool judgesValues(std::string_view type, const std::string& param) const override;
+  std::unique_ptr<Judge> judgeOf(std::string_view type, const std::string& param) const override;
   bool mayStandIn(std::string_view type, std::string_view parentType) const override;
 
  private:

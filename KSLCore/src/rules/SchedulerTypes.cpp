@@ -32,6 +32,51 @@ std::size_t SchedulerTypes::find(std::string_view type) const noexcept
   return at != m_entries.end() && at->type == type ? static_cast<std::size_t>(at - m_entries.begin()) : npos;
 }
 
+SchedulerTypes::ParamUse::Kind SchedulerTypes::kindOf(const ParamDefinition::Rules& rules) noexcept
+{
+  if (rules.type == "Expression")
+    return ParamUse::Kind::expression;
+  if (!rules.remoteType.empty())
+    return ParamUse::Kind::reference;
+  return ParamDefinition::isNumberType(rules.type) ? ParamUse::Kind::number : ParamUse::Kind::plain;
+}
+
+SchedulerTypes::ParamUse SchedulerTypes::useOf(const ParamDefinition::Rules& rules) const noexcept
+{
+  if (m_lastUse < m_uses.size()) {
+    const KnownUse& last = m_uses[m_lastUse];
+    if (last.rules.get() == &rules)
+      return last.use;
+    if (last.follower < m_uses.size() && m_uses[last.follower].rules.get() == &rules)
+      return m_uses[m_lastUse = last.follower].use;
+  }
+  return lookUpUse(rules);
+}
+
+// Parameters that objects have beyond their type come and go: what is known of them is forgotten now and then.
+SchedulerTypes::ParamUse SchedulerTypes::lookUpUse(const ParamDefinition::Rules& rules) const noexcept
+{
+  constexpr std::size_t most = 256;
+  auto at = std::find_if(m_uses.begin(), m_uses.end(),
+                         [&rules](const KnownUse& known) { return known.rules.get() == &rules; });
+  if (at == m_uses.end()) {
+    const ParamUse use{find(rules.localType), kindOf(rules)};
+    try {
+      if (m_uses.size() == most)
+        m_uses.clear();
+      m_uses.push_back({refcnt_ptr<const ParamDefinition::Rules>(&rules), use, 0});
+    } catch (...) {
+      return use;
+    }
+    at = m_uses.end() - 1;
+  }
+  const auto place = static_cast<std::uint32_t>(at - m_uses.begin());
+  if (m_lastUse < m_uses.size())
+    m_uses[m_lastUse].follower = place;
+  m_lastUse = place;
+  return at->use;
+}
+
 SchedulerTypes::Function* SchedulerTypes::findFunction(std::string_view type)
 {
   const std::size_t place = find(type);
@@ -81,6 +126,7 @@ void SchedulerTypes::settle()
   m_entries.swap(entries);
   m_linked.swap(linked);
   m_added.clear();
+  m_uses.clear();
   m_settled = true;
 }
 

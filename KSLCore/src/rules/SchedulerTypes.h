@@ -2,6 +2,7 @@
 #pragma once
 
 #include "platform/ORVUtilities.h"
+#include "database/ParamDefinition.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -56,11 +57,21 @@ class SchedulerTypes : public rcount_base {
   // Changes nothing when it fails.
   void settle();
 
+  // What a parameter's rules mean here.
+  struct ParamUse {
+    // How its text may name something: not; as a number, an expression, or a list of objects.
+    enum class Kind : std::uint8_t { plain, number, expression, reference };
+    std::size_t scheduler;  // that of its Local Type; npos without
+    Kind kind;
+  };
+  static ParamUse::Kind kindOf(const ParamDefinition::Rules& rules) noexcept;
+
   // -- once it is settled
 
   const std::vector<Entry>& entries() const { return m_entries; }  // sorted by type
   std::size_t find(std::string_view type) const noexcept;          // npos when absent
-  const std::vector<Link>& links() const { return m_linked; }      // as forEachLink visits them
+  ParamUse useOf(const ParamDefinition::Rules& rules) const noexcept;
+  const std::vector<Link>& links() const { return m_linked; }  // as forEachLink visits them
   // Whether following the links leads nowhere twice, so that nobody has to look for a circle when an object makes them.
   bool isAcyclic() const { return m_acyclic; }
 
@@ -69,6 +80,7 @@ class SchedulerTypes : public rcount_base {
     std::vector<std::string> inOrder;
     std::set<std::string, std::less<>> known;
   };
+  ParamUse lookUpUse(const ParamDefinition::Rules& rules) const noexcept;
   static bool findsNoCircle(const std::vector<Link>& links, std::size_t entries);
 
   std::vector<Entry> m_entries;
@@ -77,6 +89,15 @@ class SchedulerTypes : public rcount_base {
   std::vector<Link> m_linked;
   bool m_settled = true;
   bool m_acyclic = true;
+
+  // Texts set the parameters of one object after another in one order: each use leads to the one that was asked for next.
+  struct KnownUse {
+    refcnt_ptr<const ParamDefinition::Rules> rules;
+    ParamUse use;
+    mutable std::uint32_t follower;
+  };
+  mutable std::vector<KnownUse> m_uses;
+  mutable std::size_t m_lastUse = 0;
 };
 
 }  // namespace orv

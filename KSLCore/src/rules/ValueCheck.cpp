@@ -13,7 +13,7 @@
 namespace orv {
 
 ValueCheck::ValueCheck(const ParamDefinition& definition)
-    : m_definition(&definition),
+    : m_rules(definition.getRules()),
       m_kind(definition.getRemoteType().empty() ? kindOf(definition.getType()) : Kind::text)
 {}
 
@@ -38,13 +38,97 @@ std::string ValueCheck::whyRefused(std::string_view value) const
     StringUtilities::isTrue(value, isTruth);
     return isTruth ? std::string() : _("It is neither true nor false.");
   }
+  if (isUsual(value))
+    return {};
   try {
-    return whyNoNumbers(value);
+    std::string reason = whyNoNumbers(value);
+    if (reason.empty())
+      noteUsual(value);
+    return reason;
   } catch (const Error& error) {
     const Diagnostic* more = error.getDiagnostic().get();
     const bool isMeant = more && !more->suggestion.empty();
     return isMeant ? _("%s Did you mean '%s'?", error.getMessage(), more->suggestion) : error.getMessage();
   }
+}
+
+namespace {
+
+// Takes away a number as nearly all are written, "-12.5 [mm]", with the blanks around it; false for all others.
+bool takeUsual(std::string_view& text, std::string_view& units)
+{
+  const char* at = text.data();
+  const char* const end = at + text.size();
+  const auto skipBlanks = [&at, end] {
+    while (at != end && *at == ' ')
+      ++at;
+  };
+  const auto skipDigits = [&at, end] {
+    const char* const first = at;
+    while (at != end && *at >= '0' && *at <= '9')
+      ++at;
+    return at - first;
+  };
+  skipBlanks();
+  if (at != end && (*at == '-' || *at == '+'))
+    ++at;
+  auto digits = skipDigits();
+  if (at != end && *at == '.') {
+    ++at;
+    digits += skipDigits();
+  }
+  if (digits == 0)
+    return false;
+  skipBlanks();
+  units = {};
+  if (at != end && *at == '[') {
+    const char* const first = ++at;
+    while (at != end && *at != ']')
+      ++at;
+    if (at == end)
+      return false;
+    units = {first, static_cast<std::size_t>(at - first)};
+    ++at;
+    skipBlanks();
+  }
+  text.remove_prefix(static_cast<std::size_t>(at - text.data()));
+  return true;
+}
+
+bool takeComma(std::string_view& text)
+{
+  if (!text.starts_with(','))
+    return false;
+  text.remove_prefix(1);
+  return true;
+}
+
+}  // namespace
+
+// Numbers whose units were judged already, as many as there must be: that is all that is asked of them.
+bool ValueCheck::isUsual(std::string_view value) const
+{
+  std::size_t count = 0;
+  do {
+    std::string_view units;
+    if (!takeUsual(value, units) || !(units.empty() || units == m_usualUnits))
+      return false;
+    ++count;
+  } while (takeComma(value));
+  const bool isList = m_kind == Kind::numbers || m_kind == Kind::integers;
+  return value.empty() && (isList || count == (m_kind == Kind::triplet ? 3U : 1U));
+}
+
+// The value will do. Units that a list might be cut in are not kept.
+void ValueCheck::noteUsual(std::string_view value) const
+{
+  std::string_view units;
+  do {
+    if (!takeUsual(value, units))
+      return;
+  } while (takeComma(value));
+  if (value.empty() && !units.empty() && units.find_first_of("[](){}\",") == std::string_view::npos)
+    m_usualUnits = units;
 }
 
 std::string ValueCheck::whyNoNumbers(std::string_view value) const
@@ -76,10 +160,10 @@ std::string ValueCheck::whyNoNumber(const std::string& item) const
 void ValueCheck::readDefault() const
 {
   m_isDefaultRead = true;
-  const std::vector<std::string> items = StringUtilities::splitValue(m_definition->getDefaultValue());
+  const std::vector<std::string> items = StringUtilities::splitValue(m_rules->defaultValue);
   const std::optional<Quantity> usual = items.empty() ? std::nullopt : scanQuantity(items.front());
   if (!usual || (!usual->hasUnits() && usual->getValue() == 0)
-      || PreferredUnits::areThoseOfVariable(m_definition->getName())
+      || PreferredUnits::areThoseOfVariable(m_rules->name)
       || (usual->hasUnits() && !UnitsConverter::isValid(usual->getUnits())))
     return;
   m_units = usual->getUnits();
@@ -99,7 +183,7 @@ std::string ValueCheck::whyNoUnits(const std::string& units) const
     return dimensions.isDimensionless() ? std::string() : _("An integer has no units.");
   if (!m_dimensions || *m_dimensions == dimensions)
     return {};
-  return _("The units are not those of the default, '%s'.", m_definition->getDefaultValue());
+  return _("The units are not those of the default, '%s'.", m_rules->defaultValue);
 }
 
 }  // namespace orv

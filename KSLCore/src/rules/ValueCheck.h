@@ -2,6 +2,8 @@
 #pragma once
 
 #include "platform/ORVUnits.h"
+#include "platform/ORVUtilities.h"
+#include "database/ParamDefinition.h"
 
 #include <optional>
 #include <string>
@@ -9,14 +11,11 @@
 
 namespace orv {
 
-class ParamDefinition;
-
 // Of parameters that are truth values or numbers. A number is a number, or an expression, whose units have the dimension of
 // those of the default, unless it is that of a variable; a triplet has three. Other texts, keywords, references and names in
 // expressions are not looked at.
 class ValueCheck {
  public:
-  // The definition outlives this.
   explicit ValueCheck(const ParamDefinition& definition);
 
   // Nothing is ever refused.
@@ -34,12 +33,16 @@ class ValueCheck {
   std::string whyNoNumber(const std::string& item) const;
   std::string whyNoUnits(const std::string& units) const;
 
-  const ParamDefinition* m_definition;
+  bool isUsual(std::string_view value) const;
+  void noteUsual(std::string_view value) const;
+
+  refcnt_ptr<const ParamDefinition::Rules> m_rules;
   Kind m_kind;
   // Of the default, looked at when a value has units.
   mutable bool m_isDefaultRead = false;
   mutable std::string m_units;
   mutable std::optional<UnitDimensions> m_dimensions;  // none when any will do
+  mutable std::string m_usualUnits;                    // that a value had which would do
 };
 
 }  // namespace orv

@@ -65,11 +65,12 @@ store::Node* KSLAPI::Impl::ensureNode(const SharedText& path, Record record)
   return makeNode(parent, path, record);
 }
 
-void KSLAPI::Impl::setParam(Node* node, const SharedText& name, std::string_view value, Record record)
+void KSLAPI::Impl::setParam(Node* node, const SharedText& name, std::string_view value, store::Values& values,
+                            Record record)
 {
   const store::Param* param = tree.findParam(node, name);
   if (!param || !(param->value == value))
-    assign(node, param, name, SharedText(value), record);
+    assign(node, param, name, values.share(name, value), record);
 }
 
 void KSLAPI::Impl::setParam(Node* node, const SharedText& name, const SharedText& value, Record record)

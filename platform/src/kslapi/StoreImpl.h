@@ -20,6 +20,7 @@
 #include "StoreJournal.h"
 #include "StoreRules.h"
 #include "StoreTree.h"
+#include "StoreValues.h"
 
 #include <string>
 #include <string_view>
@@ -40,7 +41,8 @@ class KSLAPI::Impl {
   // A child that does not exist yet.
   Node* makeNode(Node* parent, SharedText path, Record record, store::ParamRun params = {});
   // The name comes from the tree; a value that is there already costs nothing.
-  void setParam(Node* node, const SharedText& name, std::string_view value, Record record);
+  void setParam(Node* node, const SharedText& name, std::string_view value, store::Values& values,
+                Record record);
   void setParam(Node* node, const SharedText& name, const SharedText& value, Record record);
   void unsetParam(Node* node, const SharedText& name, Record record);
   void removeNode(Node* node, Record record);

@@ -98,7 +98,7 @@ void Loader::readParam(std::string_view line, std::string_view statement, std::s
   if (name.empty() || m_open.empty())
     syntaxError(line);
   Node* const node = openNode();
-  m_store.setParam(node, m_store.tree.internNext(node, name), value, KSLAPI::Impl::Record::yes);
+  m_store.setParam(node, m_store.tree.internNext(node, name), value, m_values, KSLAPI::Impl::Record::yes);
 }
 
 void Loader::endBlock()

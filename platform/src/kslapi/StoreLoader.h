@@ -70,6 +70,7 @@ class Loader {
   std::size_t m_removals;
   std::vector<Block> m_open;
   std::string m_path;  // reused
+  Values m_values;
 };
 
 }  // namespace orv::store

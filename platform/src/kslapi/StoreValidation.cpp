@@ -91,29 +91,30 @@ void Validation::checkPlace()
 
 void Validation::checkParam(const SharedText& name, const SharedText& value)
 {
-  if (!isJudged(name))
+  Judge* const judge = judgeOf(name);
+  if (!judge)
     return;
-  const std::string reason = m_validator->whyRefused(m_type->first, name.str(), value.str());
+  const std::string reason = judge->whyRefused(value.str());
   if (!reason.empty())
     refuse(_("Parameter '%s' of object '%s' cannot have value '%s'.", name.str(), m_path.copy(), value.str()),
            m_path, {.parameter = name.str(), .subject = value.str(), .notes = {{0, 0, reason}}});
 }
 
-// Whether the validator is to be asked. Throws for a parameter that the type does not list.
-bool Validation::isJudged(const SharedText& name)
+// Throws for a parameter that the type does not list.
+Validation::Judge* Validation::judgeOf(const SharedText& name)
 {
   const std::vector<Param>& params = m_type->second.params;
   if (m_next < params.size() && params[m_next].name.same(name))
-    return params[m_next++].isJudged;
+    return params[m_next++].judge.get();
   const auto known = std::find_if(params.begin(), params.end(),
                                   [&name](const Param& param) { return param.name.same(name); });
   if (known == params.end())
     return learn(name);
   m_next = static_cast<std::size_t>(known - params.begin()) + 1;
-  return known->isJudged;
+  return known->judge.get();
 }
 
-bool Validation::learn(const SharedText& name)
+Validation::Judge* Validation::learn(const SharedText& name)
 {
   const std::string& type = m_type->first;
   if (!m_rules.listsParam(type, name.str())) {
@@ -122,12 +123,48 @@ bool Validation::learn(const SharedText& name)
     refuse(_("Parameter '%s' is not defined for object type '%s'.", name.str(), type), m_path,
            std::move(more));
   }
-  const bool judged = m_validator && m_validator->judgesValues(type, name.str());
+  std::unique_ptr<Judge> made = makeJudge(name.str());
+  Judge* const judge = made.get();
   std::vector<Param>& params = m_type->second.params;
   if (params.size() < mostKnown)
-    params.push_back({name, judged});
+    params.push_back({name, std::move(made)});
+  else
+    m_unkept = std::move(made);
   m_next = params.size();
-  return judged;
+  return judge;
+}
+
+namespace {
+
+// Asks for each value.
+class AskingJudge final : public ValueJudges::Judge {
+ public:
+  AskingJudge(const KSLValidator& validator, std::string type, std::string param)
+      : m_validator(validator),
+        m_type(std::move(type)),
+        m_param(std::move(param))
+  {}
+  std::string whyRefused(const std::string& value) override
+  {
+    return m_validator.whyRefused(m_type, m_param, value);
+  }
+
+ private:
+  const KSLValidator& m_validator;
+  const std::string m_type;
+  const std::string m_param;
+};
+
+}  // namespace
+
+std::unique_ptr<Validation::Judge> Validation::makeJudge(const std::string& param) const
+{
+  const std::string& type = m_type->first;
+  if (const auto* judges = dynamic_cast<const ValueJudges*>(m_validator))
+    return judges->judgeOf(type, param);
+  if (!m_validator || !m_validator->judgesValues(type, param))
+    return nullptr;
+  return std::make_unique<AskingJudge>(*m_validator, type, param);
 }
 
 }  // namespace orv::store

@@ -4,10 +4,12 @@
 
 #include "platform/ORVKSLAPI.h"
 #include "platform/internal/PathText.h"
+#include "platform/internal/ValueJudges.h"
 #include "StoreRules.h"
 
 #include <cstddef>
 #include <map>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -27,9 +29,10 @@ class Validation {
   void check(const KSLChangeList& changes);
 
  private:
+  using Judge = ValueJudges::Judge;
   struct Param {
     SharedText name;
-    bool isJudged;
+    std::unique_ptr<Judge> judge;  // null: takes any value
   };
   struct Type {
     std::vector<Param> params;  // that it lists, as they came first
@@ -41,13 +44,15 @@ class Validation {
   void enter(const SharedText& path);
   void checkPlace();
   void checkParam(const SharedText& name, const SharedText& value);
-  bool isJudged(const SharedText& name);
-  bool learn(const SharedText& name);
+  Judge* judgeOf(const SharedText& name);
+  Judge* learn(const SharedText& name);
+  std::unique_ptr<Judge> makeJudge(const std::string& param) const;
 
   const Rules& m_rules;
   const KSLValidator* m_validator;
   Types m_types;
   Types::value_type* m_type = nullptr;  // of the object under way
+  std::unique_ptr<Judge> m_unkept;      // of a parameter beyond those that are kept
   SharedText m_path;
   PathText m_text;         // of it, when it is long
   std::size_t m_next = 0;  // of its parameters

@@ -7,6 +7,22 @@ namespace orv::lexical {
 using StringUtilities::trimmed;
 using StringUtilities::unquoted;
 
+namespace {
+
+// The same for text from lines that were simplified: a blank at either side, if anything.
+std::string_view trimmedPart(std::string_view text) noexcept
+{
+  if (!text.empty() && text.front() == ' ')
+    text.remove_prefix(1);
+  if (!text.empty() && text.back() == ' ')
+    text.remove_suffix(1);
+  const bool isDone =
+      !text.empty() && !StringUtilities::isSpace(text.front()) && !StringUtilities::isSpace(text.back());
+  return isDone ? text : trimmed(text);
+}
+
+}  // namespace
+
 TextLine lineAt(std::string_view text, std::size_t offset) noexcept
 {
   const std::size_t end = text.find('\n', offset);
@@ -19,7 +35,7 @@ TextLine lineAt(std::string_view text, std::size_t offset) noexcept
 
 std::string_view bareName(std::string_view text) noexcept
 {
-  const std::string_view name = trimmed(text);
+  const std::string_view name = trimmedPart(text);
   return name.starts_with('"') ? trimmed(unquoted(name)) : name;
 }
 
@@ -42,7 +58,7 @@ Header readHeader(std::string_view statement) noexcept
 
 Parameter readParameter(std::string_view statement, std::size_t equals) noexcept
 {
-  return {bareName(statement.substr(0, equals)), trimmed(statement.substr(equals + 1))};
+  return {bareName(statement.substr(0, equals)), trimmedPart(statement.substr(equals + 1))};
 }
 
 char forbiddenCharacter(std::string_view name, bool inRules) noexcept

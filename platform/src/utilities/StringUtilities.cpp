@@ -9,10 +9,15 @@ namespace orv::StringUtilities {
 
 std::string_view trimmed(std::string_view text) noexcept
 {
-  if (!text.empty() && !isSpace(text.front()) && !isSpace(text.back()))
-    return text;
+  // Nearly always there is nothing but blanks.
   std::size_t first = 0;
   std::size_t last = text.size();
+  while (first < last && text[first] == ' ')
+    ++first;
+  while (last > first && text[last - 1] == ' ')
+    --last;
+  if (first < last && !isSpace(text[first]) && !isSpace(text[last - 1]))
+    return {text.data() + first, last - first};
   while (first < last && isSpace(text[first]))
     ++first;
   while (last > first && isSpace(text[last - 1]))
