@@ -223,6 +223,25 @@ TEST_F(ReferenceTest, ExpressionsDependOnWhatTheyUse)
   EXPECT_EQ(links("b"), "/T:a (S) x1, /T:c (S) x1");
 }
 
+TEST_F(ReferenceTest, FormulasDependOnTheObjectsAmongTheirNames)
+{
+  add("T", "two words");
+  const std::string a = "/T:a (S) x1";
+  for (const auto& [text, found] :
+       std::vector<std::pair<std::string, std::string>>{{"2 * a^2 - x", a},
+                                                        {"dot(a, c.x) / 1e3 [b a]", a + ", /T:c (S) x1"},
+                                                        {"'two words'.y + 3a", "/T:two words (S) x1"},
+                                                        {"a + 'a' + a.b + /a", a},
+                                                        {"p + b + a(1) + 'c", "/T:c (S) x1"},
+                                                        {"p + ab + _a + 1a + 'a c'", "none"}}) {
+    at("b")->setValue("Made", text);
+    EXPECT_EQ(links("b"), found) << text;
+  }
+  at("b")->setValue("Made", "a + c");
+  EXPECT_THROW(at("a")->setValue("Made", "1 / b"), ksl::cyclicRef);
+  EXPECT_EQ(links("a"), "none");
+}
+
 // Of several faults in one batch that of the parameter is told which was set first, also when it named nothing then.
 TEST_F(ReferenceTest, FaultsAreToldInTheOrderOfSetting)
 {
@@ -270,25 +289,6 @@ TEST_F(ReferenceTest, FaultsAreToldInTheOrderOfSetting)
     for (const char* object : {"a", "c"})
       at(object)->setValue("Sum", "");
   }
-}
-
-TEST_F(ReferenceTest, FormulasDependOnTheObjectsAmongTheirNames)
-{
-  add("T", "two words");
-  const std::string a = "/T:a (S) x1";
-  for (const auto& [text, found] :
-       std::vector<std::pair<std::string, std::string>>{{"2 * a^2 - x", a},
-                                                        {"dot(a, c.x) / 1e3 [b a]", a + ", /T:c (S) x1"},
-                                                        {"'two words'.y + 3a", "/T:two words (S) x1"},
-                                                        {"a + 'a' + a.b + /a", a},
-                                                        {"p + b + a(1) + 'c", "/T:c (S) x1"},
-                                                        {"p + ab + _a + 1a + 'a c'", "none"}}) {
-    at("b")->setValue("Made", text);
-    EXPECT_EQ(links("b"), found) << text;
-  }
-  at("b")->setValue("Made", "a + c");
-  EXPECT_THROW(at("a")->setValue("Made", "1 / b"), ksl::cyclicRef);
-  EXPECT_EQ(links("a"), "none");
 }
 
 }  // namespace

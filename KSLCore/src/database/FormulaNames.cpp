@@ -10,38 +10,38 @@ namespace orv {
 
 namespace {
 
-constexpr std::string_view blanks = " \t\r\n";
+constexpr std::string_view formulaBlanks = " \t\r\n";
 
-bool isDigit(char c)
+bool isDigitOfFormula(char c)
 {
   return c >= '0' && c <= '9';
 }
 
-bool beginsName(char c)
+bool beginsFormulaName(char c)
 {
   return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_';
 }
 
-bool isOfName(char c)
+bool isOfFormulaName(char c)
 {
-  return beginsName(c) || isDigit(c) || c == '.';
+  return beginsFormulaName(c) || isDigitOfFormula(c) || c == '.';
 }
 
 // Whether the name can do without quotes, and means itself there.
-bool isPlain(std::string_view name)
+bool needsNoQuotes(std::string_view name)
 {
-  return !name.empty() && beginsName(name.front())
-         && std::all_of(name.begin(), name.end(), [](char c) { return isOfName(c) && c != '.'; });
+  return !name.empty() && beginsFormulaName(name.front())
+         && std::all_of(name.begin(), name.end(), [](char c) { return isOfFormulaName(c) && c != '.'; });
 }
 
-struct Token {
+struct FormulaToken {
   std::string_view name;   // without quotes
   std::string_view bytes;  // with them
 };
 
 // Calls `take` with each name and what stands for it in the text.
 template <class Take>
-void forEachName(std::string_view text, const Take& take)
+void forEachFormulaName(std::string_view text, const Take& take)
 {
   for (std::size_t at = 0; at < text.size();) {
     const std::size_t begin = at;
@@ -49,14 +49,14 @@ void forEachName(std::string_view text, const Take& take)
     if (c == '[' || c == '\'') {
       at = std::min(text.find(c == '[' ? ']' : '\'', at), text.size());
       if (c == '\'')
-        take(Token{text.substr(begin + 1, at - begin - 1), text.substr(begin, at + 1 - begin)});
+        take(FormulaToken{text.substr(begin + 1, at - begin - 1), text.substr(begin, at + 1 - begin)});
       ++at;
-    } else if (isOfName(c)) {  // what a number or a "." begins is none
-      while (at < text.size() && isOfName(text[at]))
+    } else if (isOfFormulaName(c)) {  // what a number or a "." begins is none
+      while (at < text.size() && isOfFormulaName(text[at]))
         ++at;
-      const std::size_t next = text.find_first_not_of(blanks, at);
-      if (beginsName(c) && (next == std::string_view::npos || text[next] != '('))
-        take(Token{text.substr(begin, at - begin), text.substr(begin, at - begin)});
+      const std::size_t next = text.find_first_not_of(formulaBlanks, at);
+      if (beginsFormulaName(c) && (next == std::string_view::npos || text[next] != '('))
+        take(FormulaToken{text.substr(begin, at - begin), text.substr(begin, at - begin)});
     }
   }
 }
@@ -81,7 +81,7 @@ std::vector<std::string> FormulaNames::namesIn(std::string_view text)
     if (!name.empty() && seen.insert(name).second)
       names.emplace_back(name);
   };
-  forEachName(text, [&](const Token& token) {
+  forEachFormulaName(text, [&](const FormulaToken& token) {
     add(token.name);
     if (token.name.size() == token.bytes.size())
       add(token.name.substr(0, token.name.find('.')));
@@ -91,10 +91,10 @@ std::vector<std::string> FormulaNames::namesIn(std::string_view text)
 
 std::string FormulaNames::renamed(std::string_view text, std::string_view from, std::string_view to)
 {
-  const std::string written = isPlain(to) ? std::string(to) : '\'' + std::string(to) + '\'';
+  const std::string written = needsNoQuotes(to) ? std::string(to) : '\'' + std::string(to) + '\'';
   std::string out;
   const char* copied = text.data();
-  forEachName(text, [&](const Token& token) {
+  forEachFormulaName(text, [&](const FormulaToken& token) {
     const bool isQuoted = token.name.size() != token.bytes.size();
     const std::size_t dot = isQuoted ? std::string_view::npos : token.name.find('.');
     if (token.name != from && (dot == std::string_view::npos || token.name.substr(0, dot) != from))
