@@ -45,6 +45,17 @@ void Executive::doAction(std::string line)
   doAction(words);
 }
 
+// An executor stays registered as long as its factory lives.
+void Executive::doUpdate()
+{
+  if (!m_updateExecutor) {
+    if (!m_actionFactory)
+      return doAction(m_updateWords);
+    m_updateExecutor = m_actionFactory->getExecutor(m_updateWords.front());
+  }
+  m_updateExecutor->invoke(m_updateWords);
+}
+
 void Executive::doAction(const std::vector<std::string>& words)
 {
   if (!assertThat(m_actionFactory != nullptr, "m_actionFactory", executiveSource))
@@ -157,23 +168,29 @@ void Executive::applyAll(const KSLChangeList& changes, const Work& work, LinkTra
   if (!work.attempt([&] { processor.createWaiting(); }))
     work.log->noteIncomplete();
   work.attempt([&] { applyDependents(work, dependents, links, updater, processor); });
-  work.attempt([&] { appendToChangedObjects(processor.getChanged()); });
+  work.attempt([&] { appendToChangedObjects(processor.takeChanged()); });
 }
 
 void Executive::applyDependents(const Work& work, DependentUpdates& dependents, LinkTransaction& links,
                                 DBUpdater& updater, UpdateProcessor& processor)
 {
-  const refcnt_ptr<TreeAndLeafReadModel> model(new KSLCoreTreeAndLeafModel);
   KSLAPIUpdateProcessor storeProcessor(work.store, false);
   const auto applyInBoth = [&](const KSLChangeList& changes) {
+    if (changes.empty())
+      return;
     work.process(changes, storeProcessor);
     processor.process(changes);
   };
-  if (!dependents.empty())
+  refcnt_ptr<TreeAndLeafReadModel> model;
+  if (!dependents.empty()) {
+    model = refcnt_ptr<TreeAndLeafReadModel>(new KSLCoreTreeAndLeafModel);
     applyInBoth(*dependents.getExternalChanges(model.get()));
+  }
   applyInBoth(links.rewrites());
   if (dependents.empty())
     return;
+  if (!model)
+    model = refcnt_ptr<TreeAndLeafReadModel>(new KSLCoreTreeAndLeafModel);
   InternalParamUpdateProcessor internalProcessor(&updater);
   work.process(*dependents.getInternalChanges(model.get()), internalProcessor);
   appendToChangedObjects(internalProcessor.getChanged());
@@ -193,12 +210,21 @@ void Executive::appendToChangedObjects(const std::set<SharedText>& paths)
   m_pendingUpdates.insert(m_pendingUpdates.end(), paths.begin(), paths.end());
 }
 
-// Each once, in path order.
+// Each once, in path order. They come object by object, so most stand in runs that are in order: a merge finds them.
 void Executive::appendToChangedObjects(std::vector<SharedText> paths)
 {
-  std::sort(paths.begin(), paths.end());
-  const auto end = std::unique(paths.begin(), paths.end());
-  m_pendingUpdates.insert(m_pendingUpdates.end(), paths.begin(), end);
+  if (paths.size() == 1)
+    return m_pendingUpdates.push_back(std::move(paths.front()));
+  std::vector<SharedText*> ordered;
+  ordered.reserve(paths.size());
+  for (SharedText& path : paths)
+    ordered.push_back(&path);
+  std::stable_sort(ordered.begin(), ordered.end(),
+                   [](const SharedText* a, const SharedText* b) { return *a < *b; });
+  const auto end = std::unique(ordered.begin(), ordered.end(),
+                               [](const SharedText* a, const SharedText* b) { return *a == *b; });
+  for (auto path = ordered.begin(); path != end; ++path)
+    m_pendingUpdates.push_back(std::move(**path));
 }
 
 void Executive::updateChangedObjects(ObjectDB* database, RecoveryLog* log)

@@ -147,6 +147,8 @@ void OutputFiles::begin() noexcept
 
 void OutputFiles::publish()
 {
+  if (m_waiting.empty())
+    return;
   m_published.reserve(m_published.size() + m_waiting.size());
   m_written.reserve(m_written.size() + m_waiting.size());
   for (auto& file : m_waiting) {
