@@ -193,6 +193,9 @@ class ORV_API KSLLines {
   std::string_view from(std::size_t index) const;
   std::string_view back() const { return (*this)[size() - 1]; }
   std::vector<std::string> copy() const;
+  // Calls done(line, characters that may be read from its begin on, Scanned) of each.
+  template <class Done>
+  void forEach(Done&& done) const;
 
   // Lines before this one are not asked for again: their memory is given back, piece by piece.
   void forgetBefore(std::size_t index) noexcept;
@@ -222,6 +225,19 @@ class ORV_API KSLLines {
   std::size_t m_size = 0;
   std::size_t m_forgotten = 0;  // pieces
 };
+
+template <class Done>
+void KSLLines::forEach(Done&& done) const
+{
+  for (const Piece& piece : m_pieces) {
+    const std::string_view text = piece.text;
+    std::size_t first = 0;
+    for (const Line& line : piece.lines) {
+      done(text.substr(first, line.end - first), text.size() - first, line.scanned);
+      first = line.end;
+    }
+  }
+}
 
 // Knows more of the RULES than the text store does; asked when validation is on.
 class ORV_API KSLValidator {

@@ -91,6 +91,7 @@ class ORV_API WriteSessionExecutor : public ActionExecutor {
   ORVStream m_stream;
   std::string m_file;              // canonical, of the stream
   std::uintmax_t m_wholeSize = 0;  // of the file up to its last whole block
+  std::string m_block;             // of the last command
   bool m_canBeCut = false;         // a regular file
   bool m_inProgress = false;
 };

@@ -272,6 +272,9 @@ void WriteSessionExecutor::terminateSession()
 
 // ------------------------------------------------------------------------------------------------------- recording
 
+// Of nearly all commands: their blocks take turns in one place.
+constexpr std::size_t largestKept = std::size_t{1} << 16;
+
 void WriteSessionExecutor::writeSessionKSL(const std::string& text, const ParsedText* parsed)
 {
   // Sought first by the letters that texts hold least.
@@ -279,10 +282,15 @@ void WriteSessionExecutor::writeSessionKSL(const std::string& text, const Parsed
       || (text.find("qst") != std::string::npos && text.find("AutoSaveState.qst") != std::string::npos))
     return;
   try {
-    if (parsed && !parsed->block.empty())
-      append(parsed->block);
-    else
-      append(SessionBlock(KSLCoreAPI::instance()->getExternalKslUpdateMode()).write(text));
+    const kslUpdateMode mode = KSLCoreAPI::instance()->getExternalKslUpdateMode();
+    m_block.clear();
+    if (parsed && parsed->isAsEntered && SessionBlock::isUsual(text))
+      m_block = SessionBlock(mode).write(parsed->lines, std::move(m_block));
+    if (m_block.empty())
+      m_block = SessionBlock(mode).write(text);
+    append(m_block);
+    if (m_block.capacity() > largestKept)
+      m_block = {};
   } catch (const file::error& error) {
     abandon(error);
   }

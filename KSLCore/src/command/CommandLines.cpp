@@ -4,7 +4,6 @@
 #include "platform/ORVKSLParseUtilities.h"
 #include "platform/ORVUtilities.h"
 #include "platform/internal/UpdateHandler.h"
-#include "command/SessionBlock.h"
 
 #include <cstdint>
 
@@ -57,16 +56,8 @@ ParsedText CommandLines::parseAhead(std::string_view text)
 {
   ParsedText ahead;
   ahead.mode = m_mode;
-  if (!SessionBlock::isUsual(text)) {
-    ahead.lines = parse(text);
-    return ahead;
-  }
-  SessionBlock block(m_mode);
-  block.begin(text);
-  m_block = &block;
-  const ScopeGuard done([this] { m_block = nullptr; });
   ahead.lines = parse(text);
-  ahead.block = block.finish();
+  ahead.isAsEntered = !m_changed;
   return ahead;
 }
 
@@ -130,8 +121,6 @@ void CommandLines::endLine()
   const std::string_view line = m_lines.begun();
   const MiniKSLParser::Line scanned = MiniKSLParser::scan(line);
   const MiniKSLParser::LineType type = scanned.type;
-  if (m_block)
-    m_block->add(line, type);
   const bool whole = scanned.text.size() == line.size() && line.size() <= UINT32_MAX;
   const KSLLines::Scanned known =
       whole ? KSLLines::Scanned{type, static_cast<std::uint32_t>(scanned.mark)} : KSLLines::Scanned();
@@ -152,8 +141,10 @@ void CommandLines::endActionLine(KSLLines::Scanned scanned)
 {
   std::string line(m_lines.begun());
   m_lines.drop();
-  if (line.size() > 1 && line[1] != ' ')
+  if (line.size() > 1 && line[1] != ' ') {
     line.insert(1, 1, ' ');
+    m_changed = true;
+  }
   const bool isUpdate = isUpdateLine(line);
   if (!isUpdate)
     addUpdate();

@@ -22,13 +22,11 @@
 
 namespace orv {
 
-class SessionBlock;
-
 // A text that was parsed ahead of its turn, because it has to be recorded first.
 struct ParsedText {
   kslUpdateMode mode = kslUpdateDefault;
   KSLLines lines;
-  std::string block;  // SessionBlock; empty when that has to be formed from the text
+  bool isAsEntered = false;  // but for updates, and white space within lines, nothing was added to them
 };
 
 class CommandLines {
@@ -40,7 +38,7 @@ class CommandLines {
   // Throws data::error, class "KSLInterface", function "preParseKSL", type 4: "Not enough END statements in
   // KSL." or "Too many END statements in KSL.", judged by the final count and in the default mode only.
   KSLLines parse(std::string_view text);
-  // The same, and forms the block in the same pass.
+  // Throws the same.
   ParsedText parseAhead(std::string_view text);
 
   // Which lines of the text, counted from 1, the lines come from that parse() gives; an update that was put in has the
@@ -73,7 +71,7 @@ class CommandLines {
   std::size_t m_taken = 0;  // lines of the text
   long m_depth = 0;
   KSLLines m_lines;
-  SessionBlock* m_block = nullptr;  // is given the lines of the text
+  bool m_changed = false;  // an action line was given the blank behind its ">"
 };
 
 }  // namespace orv

@@ -2,6 +2,7 @@
 
 #include "platform/ORVKSLParseUtilities.h"
 #include "platform/ORVUtilities.h"
+#include "platform/internal/UpdateHandler.h"
 #include "command/ActionExecutor.h"
 #include "command/FileText.h"
 
@@ -27,10 +28,84 @@ bool staysOneLine(std::string_view text)
   return text.back() != '\\';
 }
 
-constexpr std::size_t usualIndent = 32;
-constexpr std::size_t lineRoom = lineWidth + usualIndent + 1;
-
 }  // namespace
+
+// Short lines of objects, which need no more than their place, are put together here in a few instructions each: pieces of
+// a fixed size are copied, and what is too much of them is written over by the next line.
+class SessionBlock::ShortLines {
+ public:
+  using Text = std::array<char, 4096>;
+  ShortLines(SessionBlock& block, Text& text)
+      : m_block(block),
+        m_text(text),
+        m_depth(block.m_depth),
+        m_count(block.m_count)
+  {}
+
+  // False for a line that is none of these. So many characters may be read from its begin on.
+  bool add(std::string_view line, std::size_t readable, int type)
+  {
+    const bool isEnd = type == MiniKSLParser::endLine;
+    const std::size_t outer = m_depth - (isEnd && m_depth > 0 ? 1 : 0);
+    if (type < MiniKSLParser::parameterLine || outer > blanks / 2 || 2 * outer + line.size() > lineWidth)
+      return false;
+    m_count -= isEnd ? 1 : 0;
+    if (isEnd && m_depth == 0)
+      return true;
+    if (m_size + room > m_text.size())
+      flush();
+    char* const out = m_text.data() + m_size;
+    std::memset(out, ' ', blanks);
+    if (line.size() <= piece && readable >= piece)
+      std::memcpy(out + 2 * outer, line.data(), piece);
+    else
+      std::memcpy(out + 2 * outer, line.data(), line.size());
+    out[2 * outer + line.size()] = '\n';
+    m_last = m_size;
+    m_size += 2 * outer + line.size() + 1;
+    m_depth = outer;
+    if (type == MiniKSLParser::objectLine) {
+      ++m_depth;
+      ++m_count;
+    }
+    return true;
+  }
+
+  // The block has all that was added.
+  void finish()
+  {
+    flush();
+    m_block.m_depth = m_depth;
+    m_block.m_count = m_count;
+  }
+  // The block has had another line.
+  void restart()
+  {
+    m_depth = m_block.m_depth;
+    m_count = m_block.m_count;
+  }
+
+ private:
+  static constexpr std::size_t blanks = 32;
+  static constexpr std::size_t piece = 48;
+  static constexpr std::size_t room = blanks + lineWidth + 1;
+
+  void flush()
+  {
+    if (m_size == 0)
+      return;
+    m_block.m_last = m_block.m_out.size() + m_last;
+    m_block.m_out.append(m_text.data(), m_size);
+    m_size = 0;
+  }
+
+  SessionBlock& m_block;
+  Text& m_text;  // what was not written is never read
+  std::size_t m_depth;
+  long m_count;
+  std::size_t m_last = 0;  // where the last line begins
+  std::size_t m_size = 0;
+};
 
 bool SessionBlock::isLeftOut(std::string_view line)
 {
@@ -81,43 +156,24 @@ bool SessionBlock::isUsual(std::string_view text)
   return std::none_of(text.begin(), text.end(), isOdd);
 }
 
-void SessionBlock::begin(std::string_view text)
+std::string SessionBlock::write(const KSLLines& lines, std::string room)
 {
-  m_out.reserve(text.size() + text.size() / 2 + lineRoom);
-}
-
-// Lines of objects need no more than their place.
-void SessionBlock::add(std::string_view line, int type)
-{
-  const std::size_t indent = 2 * (m_depth - (type == MiniKSLParser::endLine && m_depth > 0 ? 1 : 0));
-  if (type < MiniKSLParser::parameterLine || indent > usualIndent || indent + line.size() > lineWidth)
-    return addUnusual(line);
-  if (type == MiniKSLParser::endLine && !endBlock())
-    return;
-  if (m_out.size() < m_size + lineRoom)
-    m_out.resize(m_size + 32 * lineRoom);
-  m_last = m_size;
-  char* const out = m_out.data() + m_size;
-  std::memset(out, ' ', usualIndent);  // a fixed size takes few instructions
-  std::memcpy(out + indent, line.data(), line.size());
-  out[indent + line.size()] = '\n';
-  m_size += indent + line.size() + 1;
-  beginBlock(type);
-}
-
-void SessionBlock::addUnusual(std::string_view line)
-{
-  if (line.starts_with('>') && !line.starts_with("> "))
-    m_isAsParsed = false;
-  m_out.resize(m_size);
-  writeLine(line);
-  m_size = m_out.size();
-}
-
-std::string SessionBlock::finish()
-{
-  m_out.resize(m_size);
-  if (!m_isAsParsed || (m_mode == kslUpdateDefault && m_out.find(updateNoActionLine) != std::string::npos))
+  if (lines.empty())
+    return {};
+  m_out = std::move(room);
+  m_out.clear();
+  ShortLines::Text text;
+  ShortLines shortLines(*this, text);
+  std::size_t left = lines.size() - (m_mode == kslUpdateNoAction ? 1 : 0);  // its last one was put in
+  lines.forEach([&](std::string_view line, std::size_t readable, KSLLines::Scanned scanned) {
+    if (left-- == 0 || UpdateHandler::isPutIn(scanned) || shortLines.add(line, readable, scanned.type))
+      return;
+    shortLines.finish();
+    writeLine(line);
+    shortLines.restart();
+  });
+  shortLines.finish();
+  if (m_mode == kslUpdateDefault && m_out.find(updateNoActionLine) != std::string::npos)
     return {};
   closeBlocks();
   return std::move(m_out += '\n');

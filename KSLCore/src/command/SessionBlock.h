@@ -1,6 +1,7 @@
 // A command as a session file shows it.
 #pragma once
 
+#include "platform/ORVKSLAPI.h"
 #include "command/KSLUpdateMode.h"
 
 #include <cstddef>
@@ -18,8 +19,8 @@ namespace orv {
 // each block takes effect by itself, has the updates of its blocks written. In mode no-action the last line is "> update
 // noaction".
 //
-// Most lines of most commands are short and stand as they are to be written once they are parsed: who parses the text
-// anyway hands them over one by one, while they are at hand, so that recording costs little beside running.
+// Most lines of most commands are short and stand as they are to be written once they are parsed: the block of a text that
+// is parsed anyway is made of the parsed lines, which costs little beside running it.
 class SessionBlock {
  public:
   explicit SessionBlock(kslUpdateMode mode) : m_mode(mode) {}
@@ -30,15 +31,13 @@ class SessionBlock {
   // The block of a text; its lines end in LF or CR LF.
   std::string write(std::string_view text);
 
-  // The same of a text that is being parsed in this mode, when it is of the usual kind: add() each of its lines but empty
-  // ones, in order, white space simplified and with its type. Where finish() gives nothing, the text is to be written.
+  // The same of a text of the usual kind, from the lines that CommandLines made of it in this mode, none of them changed.
+  // Where it gives nothing, the text is to be written.
   static bool isUsual(std::string_view text);
-  void begin(std::string_view text);
-  void add(std::string_view line, int type);
-  std::string finish();
+  std::string write(const KSLLines& lines, std::string room = {});
 
  private:
-  void addUnusual(std::string_view line);
+  class ShortLines;
   void writeLines(std::string_view text);
   void beginBlock(int lineType);
   bool endBlock();
@@ -57,8 +56,6 @@ class SessionBlock {
   bool m_plain = true;       // nothing needs escapes
   std::size_t m_last = 0;    // where the last line begins
   std::string m_out;
-  std::size_t m_size = 0;    // of what was added, while lines are: behind it is room
-  bool m_isAsParsed = true;  // no action line was added that the parse gives a blank behind its ">"
 };
 
 }  // namespace orv
