@@ -98,13 +98,8 @@ class ORV_API ChangeGroups {
 
    private:
     const KSLChangeList& m_list;
-    const ChangeGroup* begin() const noexcept;
-    const ChangeGroup* end() const noexcept;
-    bool stepForth() noexcept;
-    bool stepBack() noexcept;
-
-    std::size_t m_chunk = 0;  // of the list, counted from 1; 0 is the list's own first group
-    std::size_t m_group = 0;
+    const ChangeGroup* m_at = nullptr;  // null until it was asked; groups do not move until the list is cut
+    std::size_t m_chunk = 0;            // of the list, counted from 1; 0 is the list's own first group
     std::size_t m_first = 0;
     std::size_t m_cuts = 0;
   };

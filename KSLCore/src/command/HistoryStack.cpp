@@ -13,22 +13,21 @@ namespace {
 
 constinit ContextLocal<HistoryStack::ListId> theLastId;
 
-using List = std::shared_ptr<KSLChangeList>;
-
-struct Step {
-  Step(List list, HistoryStack::ListId number) : changes(std::move(list)), id(number), isShown(false) {}
-
-  std::variant<List, ChangeGroup> changes;
-  HistoryStack::ListId id : 63;
-  HistoryStack::ListId isShown : 1;  // somebody may hold on to its list
-
-  const List* list() const { return std::get_if<List>(&changes); }
-  bool isEmpty() const { return list() && (*list())->empty(); }
-};
-
 }  // namespace
 
 struct HistoryStack::Steps {
+  using List = std::shared_ptr<KSLChangeList>;
+  struct Step {
+    Step(List list, ListId number) : changes(std::move(list)), id(number), isShown(false) {}
+
+    std::variant<List, ChangeGroup> changes;
+    ListId id : 63;
+    ListId isShown : 1;  // somebody may hold on to its list
+
+    const List* list() const { return std::get_if<List>(&changes); }
+    bool isEmpty() const { return list() && (*list())->empty(); }
+  };
+
   std::deque<Step> all;
   List spare;  // an empty list that nobody holds, for the next step
 
@@ -48,7 +47,7 @@ struct HistoryStack::Steps {
   void keep(Step&& gone) noexcept
   {
     List* const held = std::get_if<List>(&gone.changes);
-    if (!held || held->use_count() > 1)
+    if (!held || gone.isShown || held->use_count() > 1)
       return;
     (*held)->clear();
     spare = std::move(*held);
@@ -72,7 +71,7 @@ std::shared_ptr<KSLChangeList> HistoryStack::shareOpen()
 {
   if (m_delimited) {
     ListId& lastId = *theLastId;
-    List list = std::exchange(m_steps->spare, nullptr);
+    Steps::List list = std::exchange(m_steps->spare, nullptr);
     if (!list)
       list = std::make_shared<KSLChangeList>(m_listName, nullptr);
     list->setModifier(m_modifier);
@@ -87,9 +86,9 @@ std::shared_ptr<KSLChangeList> HistoryStack::shareTop() const
 {
   if (m_steps->all.empty())
     return nullptr;
-  Step& step = m_steps->all.back();
+  Steps::Step& step = m_steps->all.back();
   if (const ChangeGroup* const group = std::get_if<ChangeGroup>(&step.changes)) {
-    List list = std::make_shared<KSLChangeList>(m_listName, nullptr);
+    Steps::List list = std::make_shared<KSLChangeList>(m_listName, nullptr);
     ChangeGroups::add(*list, *group);
     list->setModifier(m_modifier);
     step.changes = std::move(list);
@@ -115,8 +114,8 @@ bool HistoryStack::isTopEmpty() const
 
 void HistoryStack::takeTopBack(KSLAPIUpdateProcessor& store) const
 {
-  const Step& step = m_steps->all.back();
-  if (const List* const list = step.list())
+  const Steps::Step& step = m_steps->all.back();
+  if (const Steps::List* const list = step.list())
     store.takeBack(**list);
   else
     store.takeBack(*std::get_if<ChangeGroup>(&step.changes));
@@ -168,8 +167,8 @@ void HistoryStack::dropNewerThan(ListId id)
 void HistoryStack::registerChangeListModifier(ChangeListModifierIF* modifier)
 {
   m_modifier = modifier;
-  for (Step& step : m_steps->all) {
-    if (const List* const list = step.list())
+  for (Steps::Step& step : m_steps->all) {
+    if (const Steps::List* const list = step.list())
       (*list)->setModifier(modifier);
   }
 }

@@ -345,59 +345,41 @@ void ChangeGroups::cut(KSLChangeList& list, std::size_t change, std::size_t size
 
 ChangeGroups::Cursor::Cursor(const KSLChangeList& list) noexcept : m_list(list), m_cuts(list.m_cuts) {}
 
-// The groups of its chunk.
-const ChangeGroup* ChangeGroups::Cursor::begin() const noexcept
-{
-  return m_chunk == 0 ? m_list.first() : m_list.m_chunks[m_chunk - 1].groups.data();
-}
-
-const ChangeGroup* ChangeGroups::Cursor::end() const noexcept
-{
-  return begin() + (m_chunk == 0 ? 1 : m_list.m_chunks[m_chunk - 1].groups.size());
-}
-
-// REQUIRES: it stands on a group. False, and it stays, when there is none where it is to go.
-bool ChangeGroups::Cursor::stepForth() noexcept
-{
-  const ChangeGroup& group = begin()[m_group];
-  const bool isLast = &group + 1 == end();
-  if (isLast && m_chunk == m_list.m_chunks.size())
-    return false;
-  m_first += group.size();
-  m_chunk += isLast;
-  m_group = isLast ? 0 : m_group + 1;
-  return true;
-}
-
-bool ChangeGroups::Cursor::stepBack() noexcept
-{
-  if (m_group == 0) {
-    if (m_chunk == 0)
-      return false;
-    --m_chunk;
-    m_group = static_cast<std::size_t>(end() - begin());
-  }
-  --m_group;
-  m_first -= begin()[m_group].size();
-  return true;
-}
-
 // Where it was asked last, or beside that; else in the chunk that holds the change.
 const ChangeGroup* ChangeGroups::Cursor::find(std::size_t change) noexcept
 {
-  const auto isIn = [&] { return change >= m_first && change - m_first < begin()[m_group].size(); };
-  const bool isKnown = m_cuts == m_list.m_cuts;
-  if (isKnown && (isIn() || ((change < m_first ? stepBack() : stepForth()) && isIn())))
-    return &begin()[m_group];
-  m_cuts = m_list.m_cuts;
   const auto& chunks = m_list.m_chunks;
+  const auto begin = [&] { return m_chunk == 0 ? m_list.first() : chunks[m_chunk - 1].groups.data(); };
+  const auto size = [&] { return m_chunk == 0 ? 1 : chunks[m_chunk - 1].groups.size(); };
+  const auto isIn = [&] { return change >= m_first && change - m_first < m_at->size(); };
+  if (m_at && m_cuts == m_list.m_cuts) {
+    if (isIn())
+      return m_at;
+    if (change < m_first) {
+      if (m_at == begin() && m_chunk > 0) {
+        --m_chunk;
+        m_at = begin() + size();
+      }
+      if (m_at != begin())
+        m_first -= (--m_at)->size();
+    } else if (m_at + 1 != begin() + size()) {
+      m_first += (m_at++)->size();
+    } else if (m_chunk < chunks.size()) {
+      m_first += m_at->size();
+      ++m_chunk;
+      m_at = begin();
+    }
+    if (isIn())
+      return m_at;
+  }
+  m_cuts = m_list.m_cuts;
   const auto behind = std::upper_bound(chunks.begin(), chunks.end(), change,
                                        [](std::size_t key, const auto& chunk) { return key < chunk.first; });
   m_chunk = static_cast<std::size_t>(behind - chunks.begin());
   m_first = m_chunk == 0 ? 0 : chunks[m_chunk - 1].first;
-  for (m_group = 0; !isIn(); ++m_group)
-    m_first += begin()[m_group].size();
-  return &begin()[m_group];
+  for (m_at = begin(); !isIn(); ++m_at)
+    m_first += m_at->size();
+  return m_at;
 }
 
 // --------------------------------------------------------------------------------------------------------- copy
