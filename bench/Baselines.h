@@ -62,11 +62,12 @@ class MapStore {
     scanText(text, loader);
   }
 
-  void edit(const std::string& path, const std::string& name, const std::string& value)
+  // Sets parameters that are there.
+  void edit(std::string_view text)
   {
     m_step.clear();
-    std::string& held = m_objects.at(path).at(name);
-    m_step.push_back({path, name, std::exchange(held, value), {}});
+    Editor editor{*this, {}, {}};
+    scanText(text, editor);
   }
 
   void undo()
@@ -121,6 +122,31 @@ class MapStore {
       open.pop_back();
     }
   };
+  struct Editor {
+    MapStore& store;
+    std::string path;
+    std::vector<std::size_t> open;
+    void begin(std::string_view type, std::string_view name)
+    {
+      open.push_back(path.size());
+      path.append("/").append(type).append(":").append(name);
+    }
+    void param(std::string_view name, std::string_view value)
+    {
+      const auto object = store.m_objects.find(path);
+      if (object == store.m_objects.end())
+        throw std::runtime_error("no object");
+      const auto held = object->second.find(name);
+      if (held == object->second.end())
+        throw std::runtime_error("no parameter");
+      store.m_step.push_back({path, held->first, std::exchange(held->second, std::string(value)), {}});
+    }
+    void end()
+    {
+      path.resize(open.back());
+      open.pop_back();
+    }
+  };
   void swapValue(Change& change) { std::swap(m_objects.at(change.path).at(change.name), change.value); }
 
   Objects m_objects;
@@ -140,13 +166,13 @@ class FlatStore {
     scanText(m_texts.back(), loader);
   }
 
-  void edit(const std::string& path, const std::string& name, const std::string& value)
+  // Sets parameters that are there.
+  void edit(std::string_view text)
   {
     m_changes.clear();
     m_made.clear();
-    const std::uint32_t at = paramOf(path, name);
-    m_changes.emplace_back(at, m_params[at].value);
-    m_params[at].value = m_texts.emplace_back(value);
+    Editor editor{*this, 0};
+    scanText(m_texts.emplace_back(text), editor);
   }
 
   void undo()
@@ -185,7 +211,7 @@ class FlatStore {
 
   std::string get(const std::string& path, const std::string& name) const
   {
-    return std::string(m_params[paramOf(path, name)].value);
+    return std::string(m_params[paramOf(nodeOf(path), name)].value);
   }
   std::size_t size() const { return m_count; }
 
@@ -214,6 +240,20 @@ class FlatStore {
     {
       store.m_params.push_back({name, value});
       ++store.m_nodes[at].params;
+    }
+    void end() { at = store.m_nodes[at].parent; }
+  };
+  struct Editor {
+    FlatStore& store;
+    std::uint32_t at;
+    void begin(std::string_view type, std::string_view name)
+    {
+      at = static_cast<std::uint32_t>(store.m_index[store.slotOf(at, type, name)]);
+    }
+    void param(std::string_view name, std::string_view value)
+    {
+      const std::uint32_t param = store.paramOf(at, name);
+      store.m_changes.emplace_back(param, std::exchange(store.m_params[param].value, value));
     }
     void end() { at = store.m_nodes[at].parent; }
   };
@@ -286,12 +326,12 @@ class FlatStore {
     }
     return node;
   }
-  std::uint32_t paramOf(std::string_view path, std::string_view name) const
+  std::uint32_t paramOf(std::uint32_t at, std::string_view name) const
   {
-    const Node& node = m_nodes[nodeOf(path)];
-    for (std::uint32_t at = node.first; at < node.first + node.params; ++at) {
-      if (m_params[at].name == name)
-        return at;
+    const Node& node = m_nodes[at];
+    for (std::uint32_t param = node.first; param < node.first + node.params; ++param) {
+      if (m_params[param].name == name)
+        return param;
     }
     throw std::runtime_error("no parameter");
   }

@@ -52,6 +52,7 @@ class LibraryPeer {
       throw std::runtime_error(orv::toText(m_errors.errors().front()));
   }
   void load(const std::string& text) { run(text); }
+  void edit(const std::string& text) { run(text); }
   // All blocks are read before anything is done, so that what comes first may name what comes last.
   void define(const std::string& text) { run(text, orv::kslUpdateAtEnd); }
   void undo() { run("> undo"); }

@@ -16,6 +16,7 @@
 #include <string>
 #include <unistd.h>
 #include <valgrind/callgrind.h>
+#include <vector>
 
 using namespace bench;
 
@@ -43,9 +44,12 @@ void countPlain(const Shape& shape)
   count("load", [&] { peer.load(text); });
   count("undo load", [&] { peer.undo(); });
   count("redo load", [&] { peer.redo(); });
+  std::vector<std::string> texts;
+  for (long k = 0; k < edits; ++k)
+    texts.push_back(editText(scattered(k, shape.objects), shape, paramName(1), "brass-" + std::to_string(k)));
   count("edit", [&] {
-    for (long k = 0; k < edits; ++k)
-      peer.run(editText(scattered(k, shape.objects), shape, paramName(1), "brass-" + std::to_string(k)));
+    for (const std::string& edit : texts)
+      peer.run(edit);
   });
   count("undo", [&] {
     for (long k = 0; k < edits; ++k)
@@ -73,10 +77,13 @@ void countReal(const Shape& shape)
   count("real load", [&] { peer.load(text); });
   count("real undo load", [&] { peer.undo(); });
   count("real redo load", [&] { peer.redo(); });
+  std::vector<std::string> texts;
+  for (long k = 0; k < edits; ++k)
+    texts.push_back(editText(scattered(k, shape.objects), shape, "Surface Roughness Height",
+                             std::to_string(k) + " [mm]"));
   count("real edit", [&] {
-    for (long k = 0; k < edits; ++k)
-      peer.run(editText(scattered(k, shape.objects), shape, "Surface Roughness Height",
-                        std::to_string(k) + " [mm]"));
+    for (const std::string& edit : texts)
+      peer.run(edit);
   });
 }
 

@@ -4,6 +4,7 @@
 #include "platform/ORVException.h"
 #include "platform/ORVUtilities.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -101,13 +102,19 @@ class ORV_API KSLChangeList {
 
  private:
   friend class ChangeGroups;
-  // Chunks of growing size: appending moves nothing, and a short list is small.
+  // The first group stands in the list itself, the others in chunks of growing size: most lists take no memory, and
+  // appending moves nothing.
   struct Chunk;
+  static constexpr std::size_t groupSize = 40;
   ChangeGroup& append(ChangeGroup&& group);
+  ChangeGroup* first() noexcept;
+  const ChangeGroup* first() const noexcept;
   ChangeGroup* last() noexcept;
+  void dropAll() noexcept;
 
   SharedText m_name;
-  ChangeListModifierIF* m_modifier;  // not owned
+  ChangeListModifierIF* m_modifier;             // not owned
+  alignas(void*) std::byte m_first[groupSize];  // made when the list is not empty
   std::vector<Chunk> m_chunks;
   std::size_t m_size = 0;  // changes
   std::size_t m_cuts = 0;  // how often changes have gone
@@ -192,9 +199,12 @@ class ORV_API KSLLines {
 
   // Lines before this one are not asked for again: their memory is given back, piece by piece.
   void forgetBefore(std::size_t index) noexcept;
+  // Forgets all; keeps the memory that a short text takes, for the next one.
+  void clear() noexcept;
 
  private:
   static constexpr std::size_t pieceLines = 512;
+  static constexpr std::size_t usualPiece = pieceLines * 32;  // characters
   struct Line {
     std::size_t end;  // in the text of its piece
     Scanned scanned;
@@ -399,6 +409,8 @@ class ORV_API KSLAPIUpdateProcessor : public KSLChangeProcessor {
   void visit(const KSLChange& change) override;
   // As if the list showed all its changes backward, but an object with its parameters comes and goes in one piece.
   void takeBack(const KSLChangeList& inverses);
+  // The same for a list of one group.
+  void takeBack(const ChangeGroup& inverse);
 
  private:
   KSLAPI* m_store;

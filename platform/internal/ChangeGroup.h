@@ -38,12 +38,19 @@ class ORV_API ChangeGroup {
   };
 
   explicit ChangeGroup(KSLChange change);
+  ChangeGroup(SharedText path, Changed changed) : m_path(std::move(path)), m_what(std::move(changed)) {}
   ChangeGroup(SharedText path, Listed listed) : m_path(std::move(path)), m_what(std::move(listed)) {}
 
   const SharedText& path() const noexcept { return m_path; }
+  // One of the two.
+  const Changed* changed() const noexcept { return std::get_if<Changed>(&m_what); }
   const Listed* listed() const noexcept { return std::get_if<Listed>(&m_what); }
   // How many changes it is; never 0 in a list.
-  std::size_t size() const noexcept;
+  std::size_t size() const noexcept
+  {
+    const Listed* const all = listed();
+    return all ? all->params() + (all->object != Object::none) : 1;
+  }
   KSLChange operator[](std::size_t index) const;
 
   // The group that takes this one back, told in the same order.
@@ -73,12 +80,15 @@ class ORV_API ChangeGroups {
   // The last parameter of a node is new.
   static void addNewest(KSLChangeList& list, const SharedText& path, const store::ParamRun& params);
 
+  // The list's only group; null when it has none or several.
+  static const ChangeGroup* only(const KSLChangeList& list) noexcept;
+
   // Forgets the last changes of the group that begins with this one, until so many of it are left. What stands behind it
   // moves up. REQUIRES: at least one is left, and no more than it has; else nothing is done.
   static void cut(KSLChangeList& list, std::size_t change, std::size_t size) noexcept;
 
-  // Finds the group that a change is in; quick when asked for one change after the other. The list may be changed
-  // meanwhile.
+  // Finds the group that a change is in; quick when asked for one change after the other, either way. The list may be
+  // changed meanwhile.
   class ORV_API Cursor {
    public:
     explicit Cursor(const KSLChangeList& list) noexcept;
@@ -88,8 +98,8 @@ class ORV_API ChangeGroups {
 
    private:
     const KSLChangeList& m_list;
-    std::size_t m_chunk = 0;
-    std::size_t m_group = 0;
+    const ChangeGroup* m_at = nullptr;  // null until it was asked; groups do not move until the list is cut
+    std::size_t m_chunk = 0;            // of the list, counted from 1; 0 is the list's own first group
     std::size_t m_first = 0;
     std::size_t m_cuts = 0;
   };

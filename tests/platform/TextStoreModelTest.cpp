@@ -15,6 +15,76 @@ namespace {
 using Texts = std::vector<std::string>;
 using Direction = KSLChangeList::Direction;
 
+// ----------------------------------------------------------------------------------------------------------- parameters
+
+// Of a run and what it has to show.
+struct TwinRun {
+  store::ParamRun run;
+  Texts shown;
+
+  Texts read() const
+  {
+    Texts lines;
+    for (std::size_t i = 0; i < run.size(); ++i)
+      lines.push_back(run.name(i).str() + std::to_string(run.place(i)) + run.value(i).str());
+    return lines;
+  }
+};
+
+// Whatever is done to one of those that share memory, the others show what they showed.
+RC_GTEST_PROP(ParamRun, OfOneShowsNothingOfAnother, ())
+{
+  std::vector<TwinRun> twins(1);
+  for (const char* text : {"a", "b", "c", "d", "e", "f"}) {
+    twins[0].run.append({SharedText(text), SharedText("v0")});
+    twins[0].shown.push_back(std::string(text) + "0v0");
+  }
+  const auto line = [](int name, int place, int value) {
+    return "n" + std::to_string(name) + std::to_string(place) + "v" + std::to_string(value);
+  };
+  for (int step = 0; step < 60; ++step) {
+    const auto at = static_cast<std::size_t>(*rc::gen::inRange(0, static_cast<int>(twins.size())));
+    TwinRun& twin = twins[at];
+    const int size = static_cast<int>(twin.shown.size());
+    const int index = size == 0 ? 0 : *rc::gen::inRange(0, size);
+    const store::Param param{SharedText("n" + std::to_string(step)), SharedText("v" + std::to_string(step)),
+                             static_cast<std::uint32_t>(step)};
+    switch (size == 0 ? 0 : *rc::gen::inRange(0, 10)) {
+      case 0:
+        twin.run.append(param);
+        twin.shown.push_back(line(step, step, step));
+        break;
+      case 1:
+        twin.run.insert(static_cast<std::size_t>(index), param);
+        twin.shown.insert(twin.shown.begin() + index, line(step, step, step));
+        break;
+      case 2:
+        twin.run.erase(static_cast<std::size_t>(index));
+        twin.shown.erase(twin.shown.begin() + index);
+        break;
+      case 3:
+        twin.run.truncate(static_cast<std::size_t>(index));
+        twin.shown.resize(static_cast<std::size_t>(index));
+        break;
+      case 4:
+        if (twins.size() > 1)
+          twins.erase(twins.begin() + static_cast<std::ptrdiff_t>(at));
+        break;
+      case 5:
+      case 6:
+        twins.push_back(TwinRun(twin));
+        break;
+      default: {
+        twin.run.setValue(static_cast<std::size_t>(index), param.value);
+        std::string& shown = twin.shown[static_cast<std::size_t>(index)];
+        shown = shown.substr(0, shown.find('v')) + param.value.str();
+      }
+    }
+    for (const TwinRun& each : twins)
+      RC_ASSERT(each.read() == each.shown);
+  }
+}
+
 // ------------------------------------------------------------------------------------------------------- change list
 
 // A line for each change.

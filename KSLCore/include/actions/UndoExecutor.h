@@ -1,6 +1,7 @@
 // "> undo": takes back the newest step.
 #pragma once
 
+#include "platform/ORVUtilities.h"
 #include "command/ActionExecutor.h"
 
 namespace orv {
@@ -15,6 +16,10 @@ class ORV_API UndoExecutor : public ActionExecutor {
   explicit UndoExecutor(Executive* executive);
   ~UndoExecutor() override;
   void invoke(const std::vector<std::string>& words) override;
+
+ private:
+  bool isReplayingSession() const;
+  SharedText m_processing{"/FILE PROCESSING"};
 };
 
 }  // namespace orv

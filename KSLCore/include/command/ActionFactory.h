@@ -3,9 +3,9 @@
 
 #include "command/ActionExecutor.h"
 
-#include <map>
 #include <memory>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 namespace orv {
@@ -34,7 +34,7 @@ class ORV_API ActionFactory {
   std::vector<std::string> getActions() const;  // in order
 
  private:
-  std::map<std::string, std::unique_ptr<ActionExecutor>> m_executors;
+  std::unordered_map<std::string, std::unique_ptr<ActionExecutor>> m_executors;
 };
 
 }  // namespace orv

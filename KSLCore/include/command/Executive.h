@@ -13,6 +13,7 @@
 
 namespace orv {
 
+class ActionExecutor;
 class ActionFactory;
 class DBUpdater;
 class DependentUpdates;
@@ -34,7 +35,11 @@ class ORV_API Executive {
   virtual ~Executive();
 
   // Not owned.
-  void setActionFactory(ActionFactory* factory) { m_actionFactory = factory; }
+  void setActionFactory(ActionFactory* factory)
+  {
+    m_actionFactory = factory;
+    m_updateExecutor = nullptr;
+  }
   ActionFactory* getActionFactory() const { return m_actionFactory; }
 
   // Runs one action line without its ">". ksl::invalid, class "Executive", function "doAction", "Empty action
@@ -42,7 +47,7 @@ class ORV_API Executive {
   // ActionFactory::getExecutor and the executor throw.
   void doAction(std::string line);
   // The same for an update that was put into a text: whatever executor serves the word is called with it.
-  void doUpdate() { doAction(m_updateWords); }
+  void doUpdate();
 
   // Applies changes to the database and lets the changed objects recompute, in path order. The inverse of each
   // change is appended to `history` before it is made, and taken out when it left nothing behind. Objects are created on
@@ -95,14 +100,15 @@ class ORV_API Executive {
   void resetChangeProcessing();
 
   const std::vector<std::string> m_updateWords;
-  std::deque<SharedText> m_pendingUpdates;    // paths of the objects whose update is due
-  bool m_updating = false;                    // the queue is being drained
-  bool m_applying = false;                    // changes are being applied
-  std::unique_ptr<KSLChangeList> m_deferred;  // to be applied after those
-  KSLChangeList* m_currentHistory = nullptr;  // of the outermost update under way; not owned
-  const Relocation* m_relocation = nullptr;   // not owned
-  int m_depth = 0;                            // updates under way
-  ActionFactory* m_actionFactory = nullptr;   // not owned
+  std::deque<SharedText> m_pendingUpdates;     // paths of the objects whose update is due
+  bool m_updating = false;                     // the queue is being drained
+  bool m_applying = false;                     // changes are being applied
+  std::unique_ptr<KSLChangeList> m_deferred;   // to be applied after those
+  KSLChangeList* m_currentHistory = nullptr;   // of the outermost update under way; not owned
+  const Relocation* m_relocation = nullptr;    // not owned
+  int m_depth = 0;                             // updates under way
+  ActionFactory* m_actionFactory = nullptr;    // not owned
+  ActionExecutor* m_updateExecutor = nullptr;  // the factory's, once it was found
 };
 
 }  // namespace orv

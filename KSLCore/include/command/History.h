@@ -105,6 +105,8 @@ class ORV_API History {
   KSLAPI* m_store;              // not owned
   const PendingError* m_error;  // not owned
 
+  const SharedText m_undoName{"UNDO"};
+  const SharedText m_redoName{"REDO"};
   UndoMode m_mode = NORMAL;
   HistoryStack m_undoStack;
   HistoryStack m_redoStack;

@@ -3,26 +3,40 @@
 
 #include "platform/ORVKSLAPI.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
-#include <vector>
 
 namespace orv {
 
 // Change lists, the newest on top. The top is open while changes are added to it; once delimited, the next
 // change starts a new list. Lists are made when their first change comes, and empty ones never stay. Grows
 // until cleared.
+//
+// Most steps are one change, or one object: of a step that is a single group, nothing but that is kept once it is
+// delimited. It becomes a list again, and stays one, for whoever asks.
 class ORV_API HistoryStack {
  public:
   // Identifies a list for good: later lists have greater numbers, also on other stacks; 0 is none.
   using ListId = std::uint64_t;
 
-  // The open list; starts one, named "undoredo", when the stack is delimited. The pointer holds until the
-  // list is popped or cleared; shareTop keeps a list alive beyond that.
+  HistoryStack();
+  HistoryStack(const HistoryStack&) = delete;
+  HistoryStack& operator=(const HistoryStack&) = delete;
+  ~HistoryStack();
+
+  // The open list; starts one, named "undoredo", when the stack is delimited. The pointer holds until the stack is
+  // delimited, or the list popped or cleared; shareOpen keeps a list alive beyond that.
   KSLChangeList* writeableTop();
-  std::shared_ptr<KSLChangeList> shareTop() const;  // null when empty
-  const KSLChangeList* top() const;                 // null when empty
+  std::shared_ptr<KSLChangeList> shareOpen();
+  // Null when empty. The list is the step's until that is popped or cleared.
+  std::shared_ptr<KSLChangeList> shareTop() const;
+  const KSLChangeList* top() const;
   ListId topId() const;
+  // Whether there is no step, or an open one without changes.
+  bool isTopEmpty() const;
+  // Has the top's changes taken back in a store. REQUIRES: there is a step.
+  void takeTopBack(KSLAPIUpdateProcessor& store) const;
   // The number that the next list will exceed.
   static ListId newestId();
 
@@ -32,19 +46,16 @@ class ORV_API HistoryStack {
   // Drops the lists newer than `id`, then delimits.
   void dropNewerThan(ListId id);
   bool isDelimited() const { return m_delimited; }
-  std::size_t size() const { return m_lists.size(); }
+  std::size_t size() const;
 
   // Given to lists from now on, and to those on the stack. Not owned.
   void registerChangeListModifier(ChangeListModifierIF* modifier);
 
  private:
-  struct Step {
-    std::shared_ptr<KSLChangeList> list;
-    ListId id;
-  };
+  struct Steps;
   bool m_delimited = true;
   SharedText m_listName{"undoredo"};
-  std::vector<Step> m_lists;
+  std::unique_ptr<Steps> m_steps;
   ChangeListModifierIF* m_modifier = nullptr;  // not owned
 };
 

@@ -152,7 +152,7 @@ class ORV_API KSLInterface {
   kslUpdateMode beginNewParse(kslUpdateMode mode);
   void endParse(kslUpdateMode outerMode);
   void doParseKSL(const std::string& text, kslUpdateMode mode, ParsedText* ahead, TextPlaces& places);
-  KSLLines preParseKSL(const std::string& text, ParsedText* ahead, const TextPlaces& places) const;
+  KSLLines preParseKSL(const std::string& text, ParsedText* ahead, const TextPlaces& places);
   void updateForBackwardCompatibility(KSLLines& lines, kslUpdateMode mode);
   void processKSL(KSLLines& lines, std::size_t& current);
   void handleParseException(bool force);
@@ -171,6 +171,7 @@ class ORV_API KSLInterface {
   std::unique_ptr<KSLRules> m_rules;
   std::unique_ptr<KSLValidator> m_validator;
   History m_history;
+  KSLLines m_spareLines;  // empty: their memory is for the next text
 
   int m_entryCount = 0;
   bool m_recovering = false;

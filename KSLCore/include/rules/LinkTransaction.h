@@ -76,8 +76,11 @@ class ORV_API LinkTransaction {
   void close() noexcept;
 
   NameIndex& m_index;
+  NameRewriter& rewriter();
+
   const Kind m_kind;
-  const std::unique_ptr<NameRewriter> m_rewriter;  // of an update
+  const Relocation* const m_relocation;
+  std::unique_ptr<NameRewriter> m_rewriter;  // made when there is something to rewrite
   LinkTransaction* m_outer = nullptr;
   std::vector<Mark> m_marks;
   bool m_open = true;

@@ -7,19 +7,15 @@
 
 namespace orv {
 
-namespace {
+UndoExecutor::UndoExecutor(Executive*) {}
+UndoExecutor::~UndoExecutor() = default;
 
-bool isReplayingSession()
+bool UndoExecutor::isReplayingSession() const
 {
-  const KSLObject* processing = ObjectDB::instance()->getObjectByPath("/FILE PROCESSING");
+  const KSLObject* processing = ObjectDB::instance()->getObjectByPath(m_processing);
   return processing && processing->hasParam("Processing Mode")
          && processing->getValue("Processing Mode") == "Session";
 }
-
-}  // namespace
-
-UndoExecutor::UndoExecutor(Executive*) {}
-UndoExecutor::~UndoExecutor() = default;
 
 void UndoExecutor::invoke(const std::vector<std::string>& words)
 {

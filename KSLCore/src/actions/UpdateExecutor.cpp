@@ -20,10 +20,10 @@ void UpdateExecutor::invoke(const std::vector<std::string>& words)
   if (owner->isRecovering())
     return;  // of what an object has put into the store, the recovery takes care
   KSLAPI* store = owner->getKSLAPI();
+  if (store->getKSLChangeList()->empty())
+    return;
   // Nested texts fill and clear the store's list while this one is applied.
   const KSLChangeList changes = store->takeKSLChangeList();
-  if (changes.empty())
-    return;
   store->validateKSLData(changes);
   KSLInterface::Application application(owner);
   if (std::find(words.begin() + 1, words.end(), "noaction") != words.end()) {

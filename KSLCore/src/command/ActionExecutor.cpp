@@ -14,10 +14,11 @@ std::vector<std::string> ActionExecutor::splitActionLine(const std::string& line
   std::size_t space = 0;
   while (space < text.size() && !StringUtilities::isSpace(text[space]))
     ++space;
-  if (space == text.size())
-    return {std::string(text)};
+  std::vector<std::string> words;
   const std::string_view first = text.substr(0, space);
-  std::vector<std::string> words{std::string(first.substr(0, first.find(',')))};
+  words.emplace_back(space == text.size() ? first : first.substr(0, first.find(',')));
+  if (space == text.size())
+    return words;
   std::string_view rest = text.substr(space);
   while (true) {
     const std::size_t comma = rest.find(',');

@@ -2,6 +2,8 @@
 
 #include "platform/ORVError.h"
 
+#include <algorithm>
+
 namespace orv {
 
 ActionFactory::ActionFactory() = default;
@@ -53,6 +55,7 @@ std::vector<std::string> ActionFactory::getActions() const
   std::vector<std::string> actions;
   for (const auto& entry : m_executors)
     actions.push_back(entry.first);
+  std::sort(actions.begin(), actions.end());
   return actions;
 }
 

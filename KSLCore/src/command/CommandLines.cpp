@@ -121,11 +121,12 @@ void CommandLines::endLine()
   const std::string_view line = m_lines.begun();
   const MiniKSLParser::Line scanned = MiniKSLParser::scan(line);
   const MiniKSLParser::LineType type = scanned.type;
-  if (type == MiniKSLParser::actionLine)
-    return endActionLine();
   const bool whole = scanned.text.size() == line.size() && line.size() <= UINT32_MAX;
-  m_lines.end(whole ? KSLLines::Scanned{type, static_cast<std::uint32_t>(scanned.mark)}
-                    : KSLLines::Scanned());
+  const KSLLines::Scanned known =
+      whole ? KSLLines::Scanned{type, static_cast<std::uint32_t>(scanned.mark)} : KSLLines::Scanned();
+  if (type == MiniKSLParser::actionLine)
+    return endActionLine(known);
+  m_lines.end(known);
   if (m_mode == kslUpdateDefault)
     countDepth(type);
 }
@@ -136,7 +137,7 @@ void CommandLines::addUpdate()
   m_lines.end(UpdateHandler::putIn);
 }
 
-void CommandLines::endActionLine()
+void CommandLines::endActionLine(KSLLines::Scanned scanned)
 {
   std::string line(m_lines.begun());
   m_lines.drop();
@@ -147,7 +148,8 @@ void CommandLines::endActionLine()
   const bool isUpdate = isUpdateLine(line);
   if (!isUpdate)
     addUpdate();
-  m_lines.add(line);
+  m_lines.begin() += line;
+  m_lines.end(scanned);  // its mark is in front, whatever was put behind that
   if (!isUpdate)
     addUpdate();
 }

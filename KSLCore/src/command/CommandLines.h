@@ -17,6 +17,7 @@
 #include <cstddef>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace orv {
@@ -31,7 +32,8 @@ struct ParsedText {
 class CommandLines {
  public:
   // The mode is that of the text: the top of the mode stack.
-  explicit CommandLines(kslUpdateMode mode) : m_mode(mode) {}
+  // The lines are empty, and have the memory that others took.
+  explicit CommandLines(kslUpdateMode mode, KSLLines lines = {}) : m_mode(mode), m_lines(std::move(lines)) {}
 
   // Throws data::error, class "KSLInterface", function "preParseKSL", type 4: "Not enough END statements in
   // KSL." or "Too many END statements in KSL.", judged by the final count and in the default mode only.
@@ -56,7 +58,7 @@ class CommandLines {
   void joinContinuation(std::string_view first, std::string& out);
   // Ends the line that was appended: drops it when it is empty, and wraps it in updates when it is an action.
   void endLine();
-  void endActionLine();
+  void endActionLine(KSLLines::Scanned scanned);
   void addUpdate();
   // Counts the blocks; adds an update where a top-level block closes.
   void countDepth(int lineType);

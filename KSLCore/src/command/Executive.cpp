@@ -48,6 +48,17 @@ void Executive::doAction(std::string line)
   doAction(words);
 }
 
+// An executor stays registered as long as its factory lives.
+void Executive::doUpdate()
+{
+  if (!m_updateExecutor) {
+    if (!m_actionFactory)
+      return doAction(m_updateWords);
+    m_updateExecutor = m_actionFactory->getExecutor(m_updateWords.front());
+  }
+  m_updateExecutor->invoke(m_updateWords);
+}
+
 void Executive::doAction(const std::vector<std::string>& words)
 {
   if (!assertThat(m_actionFactory != nullptr, "m_actionFactory", executiveSource))
@@ -160,23 +171,29 @@ void Executive::applyAll(const KSLChangeList& changes, const Work& work, LinkTra
   if (!work.attempt([&] { processor.createWaiting(); }))
     work.log->noteIncomplete();
   work.attempt([&] { applyDependents(work, dependents, links, updater, processor); });
-  work.attempt([&] { appendToChangedObjects(processor.getChanged()); });
+  work.attempt([&] { appendToChangedObjects(processor.takeChanged()); });
 }
 
 void Executive::applyDependents(const Work& work, DependentUpdates& dependents, LinkTransaction& links,
                                 DBUpdater& updater, UpdateProcessor& processor)
 {
-  const refcnt_ptr<TreeAndLeafReadModel> model(new KSLCoreTreeAndLeafModel);
   KSLAPIUpdateProcessor storeProcessor(work.store, false);
   const auto applyInBoth = [&](const KSLChangeList& changes) {
+    if (changes.empty())
+      return;
     work.process(changes, storeProcessor);
     processor.process(changes);
   };
-  if (!dependents.empty())
+  refcnt_ptr<TreeAndLeafReadModel> model;
+  if (!dependents.empty()) {
+    model = refcnt_ptr<TreeAndLeafReadModel>(new KSLCoreTreeAndLeafModel);
     applyInBoth(*dependents.getExternalChanges(model.get()));
+  }
   applyInBoth(links.rewrites());
   if (dependents.empty())
     return;
+  if (!model)
+    model = refcnt_ptr<TreeAndLeafReadModel>(new KSLCoreTreeAndLeafModel);
   InternalParamUpdateProcessor internalProcessor(&updater);
   work.process(*dependents.getInternalChanges(model.get()), internalProcessor);
   appendToChangedObjects(internalProcessor.getChanged());
@@ -243,19 +260,20 @@ std::size_t commonLength(const std::vector<SharedText>& paths)
   return common;
 }
 
-// Objects of one block differ in the ends of their paths: few pairs need a look at their texts.
+// Objects of one block differ in the ends of their paths: few pairs need a look at their texts. They come object by object,
+// so most stand in runs that are in order: a merge finds them.
 void sortPaths(std::vector<SharedText>& paths)
 {
   if (paths.size() < 2)
     return;
   if (std::any_of(paths.begin(), paths.end(), [](const SharedText& path) { return path.isLong(); }))
-    return std::sort(paths.begin(), paths.end());
+    return std::stable_sort(paths.begin(), paths.end());
   const std::size_t common = commonLength(paths);
   std::vector<SortedPath> order;
   order.reserve(paths.size());
   for (const SharedText& path : paths)
     order.push_back({wordAt(path.str(), common), wordAt(path.str(), common + sizeof(std::uint64_t)), &path});
-  std::sort(order.begin(), order.end());
+  std::stable_sort(order.begin(), order.end());
   std::vector<SharedText> sorted;
   sorted.reserve(paths.size());
   for (const SortedPath& place : order)
@@ -268,9 +286,11 @@ void sortPaths(std::vector<SharedText>& paths)
 // Each once, in path order.
 void Executive::appendToChangedObjects(std::vector<SharedText> paths)
 {
+  if (paths.size() == 1)
+    return m_pendingUpdates.push_back(std::move(paths.front()));
   sortPaths(paths);
   const auto end = std::unique(paths.begin(), paths.end());
-  m_pendingUpdates.insert(m_pendingUpdates.end(), paths.begin(), end);
+  m_pendingUpdates.insert(m_pendingUpdates.end(), std::move_iterator(paths.begin()), std::move_iterator(end));
 }
 
 void Executive::updateChangedObjects(ObjectDB* database, RecoveryLog* log)

@@ -123,11 +123,11 @@ void History::registerChangeListModifier(ChangeListModifierIF* modifier)
 void History::open()
 {
   if (!m_error->isPending()) {
+    m_steps.clear();
     m_undoStack.delimit();
     m_redoStack.delimit();
     if (m_undoStack.topId() != m_savedUndoTop)
       m_redoStack.clear();
-    m_steps.clear();
     m_newestBefore = HistoryStack::newestId();
   }
   m_savedUndoTop = m_undoStack.topId();
@@ -136,12 +136,12 @@ void History::open()
 
 void History::close()
 {
+  m_steps.clear();  // before the stacks: they keep less of what nobody names
   m_undoStack.delimit();
   m_redoStack.delimit();
   if (m_mode == NORMAL && m_undoStack.topId() != m_savedUndoTop)
     m_redoStack.clear();
   m_mode = NORMAL;
-  m_steps.clear();
   m_savedUndoTop = m_undoStack.topId();
   m_newestBefore = HistoryStack::newestId();
   confirm();
@@ -161,8 +161,8 @@ void History::checkRest() const
   assertThat(m_mode == NORMAL, "m_mode == NORMAL", historySource);
   assertThat(m_undoStack.isDelimited() && m_redoStack.isDelimited(), "the stacks are delimited",
              historySource);
-  assertThat(!m_undoStack.top() || !m_undoStack.top()->empty(), "no empty step to undo", historySource);
-  assertThat(!m_redoStack.top() || !m_redoStack.top()->empty(), "no empty step to redo", historySource);
+  assertThat(m_undoStack.size() == 0 || !m_undoStack.isTopEmpty(), "no empty step to undo", historySource);
+  assertThat(m_redoStack.size() == 0 || !m_redoStack.isTopEmpty(), "no empty step to redo", historySource);
   assertThat(!m_application, "!m_application", historySource);
   assertThat(m_steps.empty(), "m_steps.empty()", historySource);
   assertThat(!m_error->isPending(), "!m_error->isPending()", historySource);
@@ -191,7 +191,7 @@ void History::replay(UndoMode mode, Executive* executive)
 void History::replayTop(Executive* executive)
 {
   m_store->undo();
-  KSLChangeList changes(getUndoModeString(m_mode));
+  KSLChangeList changes(m_mode == UNDO ? m_undoName : m_redoName, nullptr);
   getChangesOfTop(changes);
   if (changes.empty())
     return;  // an open, empty list would hide the steps below it
@@ -208,8 +208,7 @@ void History::replayTop(Executive* executive)
 void History::getChangesOfTop(KSLChangeList& changes)
 {
   HistoryStack* from = stackFor(m_mode, true);
-  const std::shared_ptr<KSLChangeList> top = from->shareTop();
-  if (!top || top->empty()) {
+  if (from->isTopEmpty()) {
     const char* text = m_mode == UNDO ? "Nothing to undo." : "Nothing to redo.";
     ErrorProgressReporter::instance()->reportError(
         ErrorMsg("KSLInterface", "getHistoryChanges", _(text), errorType::warning));
@@ -217,7 +216,7 @@ void History::getChangesOfTop(KSLChangeList& changes)
   }
   const ScopeGuard pop([from] { from->pop(); });  // also when the replay fails
   KSLAPIUpdateProcessor store(m_store, true);
-  store.takeBack(*top);
+  from->takeTopBack(store);
   KSLChangeList changed = m_store->takeKSLChangeList();
   changes.swapChanges(changed);
 }
@@ -289,8 +288,7 @@ void History::dropFailed() noexcept
 History::Application::Application(History* owner) : m_owner(owner), m_outer(owner->m_application)
 {
   HistoryStack* stack = owner->getStack();
-  stack->writeableTop();
-  m_list = stack->shareTop();
+  m_list = stack->shareOpen();
   m_enclosed = (m_outer && m_outer->m_list == m_list) || owner->isRecovering();
   if (!m_enclosed) {
     std::vector<Step>& steps = owner->m_steps;
@@ -313,7 +311,7 @@ History::Application::~Application()
 void History::Application::dropEmptyStep()
 {
   HistoryStack* stack = m_owner->getStack();
-  if (!m_enclosed && stack->top() && stack->top()->empty())
+  if (!m_enclosed && stack->size() > 0 && stack->isTopEmpty())
     stack->pop();
 }
 

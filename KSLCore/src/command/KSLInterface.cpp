@@ -180,6 +180,10 @@ void KSLInterface::parseKSL(const std::string& text, kslUpdateMode mode, const T
 {
   runParse(mode, [&] {
     TextPlaces places(from, text, m_mode, *m_kslapi);
+    const ScopeGuard spare([&] {
+      places.lines.clear();
+      m_spareLines = std::move(places.lines);
+    });
     try {
       doParseKSL(text, mode, ahead, places);
     } catch (...) {
@@ -377,12 +381,12 @@ void KSLInterface::conclude()
 }
 
 // A text that is nested in others without a mode of its own has theirs, which nobody knew ahead.
-KSLLines KSLInterface::preParseKSL(const std::string& text, ParsedText* ahead, const TextPlaces& places) const
+KSLLines KSLInterface::preParseKSL(const std::string& text, ParsedText* ahead, const TextPlaces& places)
 {
   if (ahead && ahead->mode == m_mode)
     return std::move(ahead->lines);
   try {
-    return CommandLines(m_mode).parse(text);
+    return CommandLines(m_mode, std::move(m_spareLines)).parse(text);
   } catch (data::error& error) {
     places.explainEnds(error);
     throw;

@@ -147,14 +147,14 @@ void UpdateProcessor::createGroup(const ChangeGroup& group, Progress& progress)
   for (std::size_t i = all.from; i < all.run.size(); ++i) {
     if (done > 0)
       progress.advance(m_visited + done);
-    const store::Param& param = all.run[i];
-    naming(group.path(), param.name, [&] {
+    const SharedText& name = all.run.name(i);
+    naming(group.path(), name, [&] {
       if (!object || m_updater->changeCount() != count) {
         object = objectToSet(group.path());
         count = m_updater->changeCount();
       }
       if (object)
-        object->setWhole(param.name.str(), param.value);
+        object->setWhole(name.str(), all.run.value(i));
     });
     record.did(++done);
   }
@@ -162,16 +162,19 @@ void UpdateProcessor::createGroup(const ChangeGroup& group, Progress& progress)
 
 void UpdateProcessor::changeParam(const ChangeGroup& group)
 {
-  const KSLChange change = group[0];
+  const ChangeGroup::Changed& change = *group.changed();
   const std::size_t before = m_history->size();
   ChangeGroups::add(*m_history, group.inverse());
   ScopeGuard unrecord([&] {
     if (m_history->size() == before + 1)  // else others have recorded since
       m_history->truncate(before);
   });
-  naming(change.path, change.name, [&] {
-    noteChanged(change.path);
-    if (KSLObject* object = m_updater->find(change.path))
+  naming(group.path(), change.name, [&] {
+    KSLObject* const object = m_updater->find(group.path());
+    if (object && !(m_lastChanged == group.path()))
+      m_changed.push_back(group.path());
+    m_lastChanged = group.path();
+    if (object)
       object->setWhole(change.name.str(), change.value);
   });
   unrecord.dismiss();

@@ -58,7 +58,7 @@ class UpdateProcessor : public KSLChangeProcessor {
   std::size_t process(const KSLChangeList& changes);
   void createWaiting();
   // The objects that changed, in the order in which they did, some more than once.
-  const std::vector<SharedText>& getChanged() const { return m_changed; }
+  std::vector<SharedText> takeChanged() { return std::move(m_changed); }
 
  private:
   // An object that was reported new and waits; or one that was deleted, and with it what waited below it.

@@ -373,8 +373,9 @@ void KSLObject::setWhole(const std::string& name, const SharedText& value)
     if (ParamDefinition* param = findParamToSet(name, value.str()))
       return param->setAllowed(value);
   }
-  const ValueAtHand hand(value);
-  setWhole(name, value.str());
+  const SharedText kept(value);  // where it stands it may be written meanwhile
+  const ValueAtHand hand(kept);
+  setWhole(name, kept.str());
 }
 
 bool KSLObject::takeLineUnread()

@@ -20,7 +20,7 @@ namespace orv {
 LinkTransaction::LinkTransaction(ObjectDB& database, Kind kind, const Relocation* relocation)
     : m_index(NameIndex::of(database)),
       m_kind(kind),
-      m_rewriter(std::make_unique<NameRewriter>(m_index, relocation)),
+      m_relocation(relocation),
       m_outer(m_index.setTransaction(this))
 {}
 
@@ -108,9 +108,16 @@ void LinkTransaction::markAll() noexcept
 
 // ------------------------------------------------------------------------------------------------------------- texts
 
+NameRewriter& LinkTransaction::rewriter()
+{
+  if (!m_rewriter)
+    m_rewriter = std::make_unique<NameRewriter>(m_index, m_relocation);
+  return *m_rewriter;
+}
+
 bool LinkTransaction::follow(const KSLObject& going)
 {
-  return m_rewriter->follow(going);
+  return m_relocation && rewriter().follow(going);
 }
 
 void LinkTransaction::requireNameFor(const Relocation& move)
@@ -121,7 +128,9 @@ void LinkTransaction::requireNameFor(const Relocation& move)
 
 KSLChangeList LinkTransaction::rewrites()
 {
-  return m_rewriter->rewrites();
+  if (!m_relocation && !m_index.isLinkedDue())
+    return KSLChangeList();
+  return rewriter().rewrites();
 }
 
 }  // namespace orv

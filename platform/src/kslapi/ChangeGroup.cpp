@@ -4,7 +4,6 @@
 
 namespace orv {
 
-using store::Param;
 using store::ParamRun;
 using ChangeKind = KSLChange::Kind;
 
@@ -26,7 +25,7 @@ bool startsAlike(const ParamRun& run, const ParamRun& longer, std::size_t from)
   if (run.sharesWith(longer))
     return true;
   for (std::size_t i = from; i < run.size(); ++i) {
-    if (!run[i].name.same(longer[i].name) || !run[i].value.same(longer[i].value))
+    if (!run.name(i).same(longer.name(i)) || !run.value(i).same(longer.value(i)))
       return false;
   }
   return true;
@@ -51,35 +50,30 @@ ChangeGroup::ChangeGroup(KSLChange change) : m_path(std::move(change.path))
   m_what = std::move(listed);
 }
 
-std::size_t ChangeGroup::size() const noexcept
-{
-  const Listed* const all = listed();
-  return all ? all->params() + (all->object != Object::none) : 1;
-}
-
 KSLChange ChangeGroup::operator[](std::size_t index) const
 {
+  if (const Changed* const one = changed())
+    return {ChangeKind::changeParam, m_path, one->name, one->value, one->oldValue};
   const Listed* const all = listed();
-  if (!all) {
-    const Changed& one = *std::get_if<Changed>(&m_what);
-    return {ChangeKind::changeParam, m_path, one.name, one.value, one.oldValue};
-  }
   const bool ofObject = all->object == Object::first ? index == 0 : index == all->params();
   if (ofObject)
     return {all->creates ? ChangeKind::createObject : ChangeKind::deleteObject, m_path, {}, {}, {}};
   const std::size_t param = index - (all->object == Object::first);
-  const Param& at = all->run[all->descending ? all->run.size() - 1 - param : all->from + param];
-  return {all->creates ? ChangeKind::createParam : ChangeKind::deleteParam, m_path, at.name, at.value, {}};
+  const std::size_t at = all->descending ? all->run.size() - 1 - param : all->from + param;
+  return {all->creates ? ChangeKind::createParam : ChangeKind::deleteParam,
+          m_path,
+          all->run.name(at),
+          all->run.value(at),
+          {}};
 }
 
 ChangeGroup ChangeGroup::inverse() const
 {
-  ChangeGroup group = *this;
-  if (Changed* const one = std::get_if<Changed>(&group.m_what))
-    std::swap(one->value, one->oldValue);
-  else
-    std::get_if<Listed>(&group.m_what)->creates = !listed()->creates;
-  return group;
+  if (const Changed* const one = changed())
+    return {m_path, Changed{one->name, one->oldValue, one->value}};
+  Listed all = *listed();
+  all.creates = !all.creates;
+  return {m_path, std::move(all)};
 }
 
 ChangeGroup ChangeGroup::reversed() const
@@ -119,7 +113,10 @@ bool ChangeGroup::take(const SharedText& path, const ParamRun& params)
   if (isNew)
     all->from = static_cast<std::uint32_t>(before);
   all->ofNode = isNew || all->ofNode;
-  all->run = params;
+  if (all->run.sharesWith(params))
+    all->run.growTo(params);
+  else
+    all->run = params;
   return true;
 }
 

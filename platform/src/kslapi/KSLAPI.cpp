@@ -61,6 +61,7 @@ bool KSLAPI::refuseRules(bool on)
 void KSLAPI::registerDefaultActionHandler(KSLActionHandler* handler)
 {
   m_impl->actionHandler = handler;
+  m_impl->updateHandler = dynamic_cast<UpdateHandler*>(handler);
 }
 
 void KSLAPI::registerReplaceModeHandler(KSLReplaceModeHandler* handler)
@@ -72,11 +73,10 @@ void KSLAPI::registerReplaceModeHandler(KSLReplaceModeHandler* handler)
 
 void KSLLines::reserve(std::size_t characters, std::size_t lines)
 {
-  constexpr std::size_t usualLine = 32;  // characters
   m_pieces.reserve(lines / pieceLines + 1);
   if (m_pieces.empty())
     m_pieces.emplace_back();
-  m_pieces.front().text.reserve(std::min(characters, pieceLines * usualLine));
+  m_pieces.front().text.reserve(std::min(characters, usualPiece));
   m_pieces.front().lines.reserve(std::min(lines, pieceLines));
 }
 
@@ -117,6 +117,18 @@ void KSLLines::forgetBefore(std::size_t index) noexcept
   for (; m_forgotten < index / pieceLines; ++m_forgotten) {
     Piece gone;  // an assigned text would keep the memory that it has
     std::swap(m_pieces[m_forgotten], gone);
+  }
+}
+
+void KSLLines::clear() noexcept
+{
+  m_size = 0;
+  m_forgotten = 0;
+  if (m_pieces.size() > 1 || (!m_pieces.empty() && m_pieces.front().text.capacity() > usualPiece))
+    m_pieces.clear();
+  for (Piece& piece : m_pieces) {
+    piece.text.clear();
+    piece.lines.clear();
   }
 }
 
@@ -314,27 +326,29 @@ void KSLAPI::validateKSLData(const KSLChangeList& changes) const
 
 namespace {
 
-// Calls param(Param) and child(Node) for a node's entries in text order, until child returns false.
+// A node's entries in text order.
 class Entries {
  public:
   explicit Entries(const Node* node) : m_node(node), m_child(node->firstChild) {}
-  // The next entry: one of the two is set; both are null at the end.
+  // The next entry: a parameter has name and value, an object a node; all are null at the end.
   struct Entry {
-    const store::Param* param;
-    const Node* child;
+    const SharedText* name = nullptr;
+    const SharedText* value = nullptr;
+    const Node* child = nullptr;
   };
   Entry next()
   {
-    while (m_param < m_node->params.size() && m_node->params[m_param].name.empty())
+    const store::ParamRun& params = m_node->params;
+    while (m_param < params.size() && params.name(m_param).empty())
       ++m_param;
-    const bool hasParam = m_param < m_node->params.size();
-    if (hasParam && (!m_child || m_node->params[m_param].place < m_child->place))
-      return {&m_node->params[m_param++], nullptr};
-    if (!m_child)
-      return {nullptr, nullptr};
-    const Node* child = m_child;
-    m_child = child->next;
-    return {nullptr, child};
+    const std::size_t param = m_param;
+    if (param < params.size() && (!m_child || params.place(param) < m_child->place)) {
+      ++m_param;
+      return {.name = &params.name(param), .value = &params.value(param)};
+    }
+    const Node* const child = m_child;
+    m_child = child ? child->next : nullptr;
+    return {.child = child};
   }
 
  private:
@@ -374,9 +388,8 @@ std::vector<std::string> KSLAPI::getExpandedKSL() const
   std::vector<Entries> open{Entries(m_impl->tree.root())};
   while (true) {
     const Entries::Entry entry = open.back().next();
-    if (entry.param) {
-      lines.push_back(StringUtilities::writtenName(entry.param->name.str()) + " = "
-                      + entry.param->value.str());
+    if (entry.name) {
+      lines.push_back(StringUtilities::writtenName(entry.name->str()) + " = " + entry.value->str());
     } else if (entry.child) {
       lines.push_back(headerOf(entry.child));
       open.emplace_back(entry.child);
@@ -397,10 +410,10 @@ std::vector<KSLAPI::ObjectInfo> KSLAPI::getObjectInfo(const std::string& path) c
   if (!node)
     return infos;
   Entries entries(node);
-  for (Entries::Entry entry = entries.next(); entry.param || entry.child; entry = entries.next()) {
-    if (entry.param) {
-      const std::string& name = entry.param->name.str();
-      infos.emplace_back(name, "Param", "", node->path.copy() + "/" + name, entry.param->value.str());
+  for (Entries::Entry entry = entries.next(); entry.name || entry.child; entry = entries.next()) {
+    if (entry.name) {
+      const std::string& name = entry.name->str();
+      infos.emplace_back(name, "Param", "", node->path.copy() + "/" + name, entry.value->str());
       continue;
     }
     const std::string_view component = store::lastComponent(entry.child->path);
@@ -430,8 +443,8 @@ const std::string* KSLAPI::findParam(const std::string& path, const std::string&
   const SharedText interned = m_impl->tree.findInterned(name);
   if (!node || interned.empty())
     return nullptr;
-  const store::Param* param = m_impl->tree.findParam(node, interned);
-  return param ? &param->value.str() : nullptr;
+  const std::size_t param = m_impl->tree.findParam(node, interned);
+  return param == store::Tree::none ? nullptr : &node->params.value(param).str();
 }
 
 // ------------------------------------------------------------------------------------------------------ replay
@@ -447,9 +460,18 @@ void KSLAPIUpdateProcessor::takeBack(const KSLChangeList& inverses)
 {
   ChangeGroups::Cursor cursor(inverses);
   for (std::size_t left = inverses.size(); left > 0; left = cursor.first()) {
-    const ChangeGroup group = cursor.find(left - 1)->reversed();
-    m_store->m_impl->apply(group, m_record ? Record::yes : Record::no);
+    const ChangeGroup group = *cursor.find(left - 1);
+    takeBack(group);
   }
+}
+
+void KSLAPIUpdateProcessor::takeBack(const ChangeGroup& inverse)
+{
+  const Record record = m_record ? Record::yes : Record::no;
+  if (inverse.changed())
+    m_store->m_impl->apply(inverse, record);
+  else
+    m_store->m_impl->apply(inverse.reversed(), record);
 }
 
 void KSLAPIUpdateProcessor::newObject(const std::string& path)

@@ -3,6 +3,10 @@
 #include "platform/internal/ChangeGroup.h"
 
 #include <algorithm>
+#include <memory>
+#include <new>
+#include <type_traits>
+#include <utility>
 
 namespace orv {
 
@@ -88,8 +92,8 @@ namespace {
 
 // Chunks double up to a size that the allocator is quick with, and every chunk has room for so many groups from then
 // on.
-constexpr std::size_t firstChunk = 1;
-constexpr std::size_t doublings = 4;
+constexpr std::size_t firstChunk = 2;
+constexpr std::size_t doublings = 3;
 
 std::size_t chunkCapacity(std::size_t chunk)
 {
@@ -107,8 +111,10 @@ KSLChangeList::KSLChangeList(SharedText name, ChangeListModifierIF* modifier)
       m_modifier(modifier)
 {}
 
-KSLChangeList::KSLChangeList(const KSLChangeList& other) : m_name(other.m_name), m_modifier(nullptr)
+KSLChangeList::KSLChangeList(const KSLChangeList& other) : KSLChangeList(other.m_name, nullptr)
 {
+  if (!other.empty())
+    append(ChangeGroup(*other.first()));
   for (const Chunk& chunk : other.m_chunks) {
     for (const ChangeGroup& group : chunk.groups)
       append(ChangeGroup(group));
@@ -118,11 +124,9 @@ KSLChangeList::KSLChangeList(const KSLChangeList& other) : m_name(other.m_name),
 
 KSLChangeList::KSLChangeList(KSLChangeList&& other) noexcept
     : m_name(std::move(other.m_name)),
-      m_modifier(other.m_modifier),
-      m_chunks(std::move(other.m_chunks)),
-      m_size(std::exchange(other.m_size, 0))
+      m_modifier(other.m_modifier)
 {
-  other.clear();
+  swapChanges(other);
 }
 
 KSLChangeList& KSLChangeList::operator=(KSLChangeList other) noexcept
@@ -133,7 +137,11 @@ KSLChangeList& KSLChangeList::operator=(KSLChangeList other) noexcept
   return *this;
 }
 
-KSLChangeList::~KSLChangeList() = default;
+KSLChangeList::~KSLChangeList()
+{
+  if (!empty())
+    dropAll();
+}
 
 void KSLChangeList::createObject(const std::string& path)
 {
@@ -172,14 +180,32 @@ void KSLChangeList::add(KSLChange change)
     append(ChangeGroup(std::move(change)));
 }
 
+ChangeGroup* KSLChangeList::first() noexcept
+{
+  static_assert(sizeof(ChangeGroup) <= groupSize && alignof(ChangeGroup) <= alignof(void*));
+  static_assert(std::is_nothrow_move_constructible_v<ChangeGroup>);
+  return std::launder(reinterpret_cast<ChangeGroup*>(m_first));
+}
+
+const ChangeGroup* KSLChangeList::first() const noexcept
+{
+  return std::launder(reinterpret_cast<const ChangeGroup*>(m_first));
+}
+
 ChangeGroup* KSLChangeList::last() noexcept
 {
-  return m_chunks.empty() ? nullptr : &m_chunks.back().groups.back();
+  if (!m_chunks.empty())
+    return &m_chunks.back().groups.back();
+  return empty() ? nullptr : first();
 }
 
 ChangeGroup& KSLChangeList::append(ChangeGroup&& group)
 {
   const std::size_t changes = group.size();
+  if (empty()) {
+    m_size = changes;
+    return *new (m_first) ChangeGroup(std::move(group));
+  }
   if (m_chunks.empty() || m_chunks.back().groups.size() == chunkCapacity(m_chunks.size() - 1)) {
     Chunk chunk{{}, m_size};
     chunk.groups.reserve(chunkCapacity(m_chunks.size()));
@@ -202,14 +228,31 @@ KSLChange KSLChangeList::operator[](std::size_t index) const
 void KSLChangeList::clear()
 {
   ++m_cuts;
+  if (!empty())
+    dropAll();
+}
+
+// REQUIRES: there are some.
+void KSLChangeList::dropAll() noexcept
+{
+  std::destroy_at(first());
   m_size = 0;
-  m_chunks.clear();
+  if (!m_chunks.empty())
+    m_chunks.clear();
 }
 
 void KSLChangeList::swapChanges(KSLChangeList& other) noexcept
 {
   ++m_cuts;
   ++other.m_cuts;
+  if (!empty() && !other.empty()) {
+    std::swap(*first(), *other.first());
+  } else if (!empty() || !other.empty()) {
+    KSLChangeList& from = empty() ? other : *this;
+    KSLChangeList& to = empty() ? *this : other;
+    new (to.m_first) ChangeGroup(std::move(*from.first()));
+    std::destroy_at(from.first());
+  }
   std::swap(m_chunks, other.m_chunks);
   std::swap(m_size, other.m_size);
 }
@@ -218,16 +261,18 @@ void KSLChangeList::truncate(std::size_t size) noexcept
 {
   ++m_cuts;
   while (m_size > size) {
-    std::vector<ChangeGroup>& groups = m_chunks.back().groups;
-    const std::size_t before = m_size - groups.back().size();
+    ChangeGroup& group = *last();
+    const std::size_t before = m_size - group.size();
     if (before < size) {
-      groups.back().truncate(size - before);
+      group.truncate(size - before);
       m_size = size;
       return;
     }
+    if (before == 0)
+      return dropAll();
     m_size = before;
-    groups.pop_back();
-    if (groups.empty())
+    m_chunks.back().groups.pop_back();
+    if (m_chunks.back().groups.empty())
       m_chunks.pop_back();
   }
 }
@@ -282,6 +327,11 @@ void ChangeGroups::addNewest(KSLChangeList& list, const SharedText& path, const 
   add(list, ChangeGroup(path, std::move(listed)));
 }
 
+const ChangeGroup* ChangeGroups::only(const KSLChangeList& list) noexcept
+{
+  return list.empty() || !list.m_chunks.empty() ? nullptr : list.first();
+}
+
 void ChangeGroups::cut(KSLChangeList& list, std::size_t change, std::size_t size) noexcept
 {
   Cursor cursor(list);
@@ -299,29 +349,41 @@ void ChangeGroups::cut(KSLChangeList& list, std::size_t change, std::size_t size
 
 ChangeGroups::Cursor::Cursor(const KSLChangeList& list) noexcept : m_list(list), m_cuts(list.m_cuts) {}
 
-// Where it was asked last, or just behind; else in the chunk that holds the change.
+// Where it was asked last, or beside that; else in the chunk that holds the change.
 const ChangeGroup* ChangeGroups::Cursor::find(std::size_t change) noexcept
 {
   const auto& chunks = m_list.m_chunks;
-  const auto isIn = [&] {
-    return m_group < chunks[m_chunk].groups.size() && change >= m_first
-           && change - m_first < chunks[m_chunk].groups[m_group].size();
-  };
-  if (m_cuts == m_list.m_cuts && m_chunk < chunks.size()) {
+  const auto begin = [&] { return m_chunk == 0 ? m_list.first() : chunks[m_chunk - 1].groups.data(); };
+  const auto size = [&] { return m_chunk == 0 ? 1 : chunks[m_chunk - 1].groups.size(); };
+  const auto isIn = [&] { return change >= m_first && change - m_first < m_at->size(); };
+  if (m_at && m_cuts == m_list.m_cuts) {
     if (isIn())
-      return &chunks[m_chunk].groups[m_group];
-    m_first += chunks[m_chunk].groups[m_group++].size();
+      return m_at;
+    if (change < m_first) {
+      if (m_at == begin() && m_chunk > 0) {
+        --m_chunk;
+        m_at = begin() + size();
+      }
+      if (m_at != begin())
+        m_first -= (--m_at)->size();
+    } else if (m_at + 1 != begin() + size()) {
+      m_first += (m_at++)->size();
+    } else if (m_chunk < chunks.size()) {
+      m_first += m_at->size();
+      ++m_chunk;
+      m_at = begin();
+    }
     if (isIn())
-      return &chunks[m_chunk].groups[m_group];
+      return m_at;
   }
   m_cuts = m_list.m_cuts;
   const auto behind = std::upper_bound(chunks.begin(), chunks.end(), change,
                                        [](std::size_t key, const auto& chunk) { return key < chunk.first; });
-  m_chunk = static_cast<std::size_t>(behind - chunks.begin()) - 1;
-  m_group = 0;
-  for (m_first = chunks[m_chunk].first; !isIn(); ++m_group)
-    m_first += chunks[m_chunk].groups[m_group].size();
-  return &chunks[m_chunk].groups[m_group];
+  m_chunk = static_cast<std::size_t>(behind - chunks.begin());
+  m_first = m_chunk == 0 ? 0 : chunks[m_chunk - 1].first;
+  for (m_at = begin(); !isIn(); ++m_at)
+    m_first += m_at->size();
+  return m_at;
 }
 
 // --------------------------------------------------------------------------------------------------------- copy

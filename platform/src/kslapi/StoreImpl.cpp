@@ -68,25 +68,29 @@ store::Node* KSLAPI::Impl::ensureNode(const SharedText& path, Record record)
 void KSLAPI::Impl::setParam(Node* node, const SharedText& name, std::string_view value, store::Values& values,
                             Record record)
 {
-  const store::Param* param = tree.findParam(node, name);
-  if (!param || !(param->value == value))
+  const std::size_t param = tree.findParam(node, name);
+  if (param == store::Tree::none || !(node->params.value(param) == value))
     assign(node, param, name, values.share(name, value), record);
 }
 
 void KSLAPI::Impl::setParam(Node* node, const SharedText& name, const SharedText& value, Record record)
 {
-  const store::Param* param = tree.findParam(node, name);
-  if (!param || !(param->value == value))
+  const std::size_t param = tree.findParam(node, name);
+  if (param == store::Tree::none || !(node->params.value(param) == value))
     assign(node, param, name, value, record);
 }
 
-void KSLAPI::Impl::assign(Node* node, const store::Param* param, const SharedText& name, SharedText value,
+void KSLAPI::Impl::assign(Node* node, std::size_t param, const SharedText& name, SharedText value,
                           Record record)
 {
-  if (!param)
+  if (param == store::Tree::none)
     return append(node, name, std::move(value), record);
   make(
-      node, record, [&] { changes.add(KSLChange::changeParam(node->path, name, value, param->value)); },
+      node, record,
+      [&] {
+        ChangeGroups::add(changes,
+                          {node->path, ChangeGroup::Changed{name, value, node->params.value(param)}});
+      },
       [&] { journal.changeParam(node, param, std::move(value)); });
 }
 
@@ -102,7 +106,7 @@ void KSLAPI::Impl::append(Node* node, const SharedText& name, SharedText value, 
     return;
   try {
     if (node->paramIndex)
-      changes.add(KSLChange::createParam(node->path, name, node->params.back().value));
+      changes.add(KSLChange::createParam(node->path, name, node->params.value(node->params.size() - 1)));
     else
       ChangeGroups::addNewest(changes, node->path, node->params);
   } catch (...) {
@@ -116,11 +120,11 @@ void KSLAPI::Impl::append(Node* node, const SharedText& name, SharedText value, 
 void KSLAPI::Impl::unsetParam(Node* node, const SharedText& givenName, Record record)
 {
   const SharedText name = tree.intern(givenName);
-  const store::Param* param = tree.findParam(node, name);
-  if (!param)
+  const std::size_t param = tree.findParam(node, name);
+  if (param == store::Tree::none)
     return;
   make(
-      node, record, [&] { changes.add(KSLChange::deleteParam(node->path, name, param->value)); },
+      node, record, [&] { changes.add(KSLChange::deleteParam(node->path, name, node->params.value(param))); },
       [&] { journal.removeParam(node, param); });
 }
 
@@ -140,7 +144,7 @@ void listNext(ListedNode& level, KSLChangeList& out)
   const Node& node = *level.node;
   const std::uint32_t behind = level.child ? level.child->place : 0;
   std::size_t from = level.params;
-  while (from > 0 && node.params[from - 1].place >= behind)
+  while (from > 0 && node.params.place(from - 1) >= behind)
     --from;
   ChangeGroup::Listed listed{
       .run = {},
@@ -159,8 +163,8 @@ void listNext(ListedNode& level, KSLChangeList& out)
   if (isShared || !level.isListed)
     ChangeGroups::add(out, ChangeGroup(node.path, std::move(listed)));
   for (std::size_t i = level.params; !isShared && i-- > from;) {
-    if (!node.params[i].name.empty())
-      out.add(KSLChange::deleteParam(node.path, node.params[i].name, node.params[i].value));
+    if (!node.params.name(i).empty())
+      out.add(KSLChange::deleteParam(node.path, node.params.name(i), node.params.value(i)));
   }
   level.isListed = true;
   level.params = from;
@@ -196,6 +200,8 @@ void KSLAPI::Impl::removeNode(Node* node, Record record)
 
 void KSLAPI::Impl::apply(const ChangeGroup& group, Record record)
 {
+  if (const ChangeGroup::Changed* const one = group.changed())
+    return setParam(ensureNode(group.path(), record), tree.intern(one->name), one->value, record);
   if (putBack(group, record) || takeOut(group, record))
     return;
   for (std::size_t i = 0; i < group.size(); ++i)
@@ -225,9 +231,27 @@ void KSLAPI::Impl::apply(const KSLChange& change, Record record)
 
 bool KSLAPI::Impl::hasInterned(const store::ParamRun& params)
 {
-  return std::all_of(params.begin(), params.end(),
-                     [this](const store::Param& param) { return tree.intern(param.name).same(param.name); });
+  for (std::size_t i = 0; i < params.size(); ++i) {
+    if (!tree.intern(params.name(i)).same(params.name(i)))
+      return false;
+  }
+  return true;
 }
+
+namespace {
+
+bool hasSameNames(const store::ParamRun& a, const store::ParamRun& b)
+{
+  if (a.size() != b.size())
+    return false;
+  for (std::size_t i = 0; i < a.size(); ++i) {
+    if (!a.name(i).same(b.name(i)))
+      return false;
+  }
+  return true;
+}
+
+}  // namespace
 
 // An object with the parameters that it starts with.
 bool KSLAPI::Impl::putBack(const ChangeGroup& group, Record record)
@@ -251,9 +275,8 @@ bool KSLAPI::Impl::takeOut(const ChangeGroup& group, Record record)
   if (!all || all->creates || !all->descending || all->from > 0 || all->object != ChangeGroup::Object::last)
     return false;
   Node* const node = tree.find(group.path());
-  const auto isSame = [](const store::Param& a, const store::Param& b) { return a.name.same(b.name); };
   if (!node || node == tree.root() || node->firstChild || node->paramIndex
-      || !std::equal(node->params.begin(), node->params.end(), all->run.begin(), all->run.end(), isSame))
+      || !hasSameNames(node->params, all->run))
     return false;
   ChangeGroup::Listed listed{.run = node->params,
                              .creates = false,

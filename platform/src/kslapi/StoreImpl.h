@@ -17,6 +17,7 @@
 
 #include "platform/ORVKSLAPI.h"
 #include "platform/internal/ChangeGroup.h"
+#include "platform/internal/UpdateHandler.h"
 #include "StoreJournal.h"
 #include "StoreRules.h"
 #include "StoreTree.h"
@@ -27,6 +28,20 @@
 #include <vector>
 
 namespace orv {
+
+namespace store {
+
+// The blocks of a text that are open while it is read.
+struct OpenBlocks {
+  struct Block {
+    SharedText path;
+    Node* node;  // null when it may have gone
+  };
+  std::vector<Block> blocks;
+  std::string path;  // of the one that is being opened
+};
+
+}  // namespace store
 
 class KSLAPI::Impl {
  public:
@@ -67,16 +82,18 @@ class KSLAPI::Impl {
   const SharedText changesName{"KSL changes"};
   KSLChangeList changes{changesName, nullptr};
   KSLActionHandler* actionHandler = nullptr;        // not owned
+  UpdateHandler* updateHandler = nullptr;           // the same one, when it is both; else null
   KSLReplaceModeHandler* replaceHandler = nullptr;  // not owned
   const KSLValidator* validator = nullptr;          // not owned
   std::vector<std::string> libraryFiles;            // read last
   bool validating = false;
   bool refusesRules = false;
+  store::OpenBlocks spareBlocks;  // closed: their memory is for the next text
 
  private:
   template <class Group, class Make>
   void make(const Node* node, Record record, Group group, Make make);
-  void assign(Node* node, const store::Param* param, const SharedText& name, SharedText value, Record record);
+  void assign(Node* node, std::size_t param, const SharedText& name, SharedText value, Record record);
   void append(Node* node, const SharedText& name, SharedText value, Record record);
   bool putBack(const ChangeGroup& group, Record record);
   bool takeOut(const ChangeGroup& group, Record record);

@@ -46,9 +46,10 @@ void Journal::appendParam(Node* node, const SharedText& name, SharedText value)
   ++m_size;
 }
 
-void Journal::changeParam(Node* node, const Param* param, SharedText value)
+void Journal::changeParam(Node* node, std::size_t param, SharedText value)
 {
-  push({.node = node, .name = param->name, .value = param->value, .kind = Kind::changeParam});
+  const ParamRun& params = node->params;
+  push({.node = node, .name = params.name(param), .value = params.value(param), .kind = Kind::changeParam});
   try {
     m_tree.changeParam(node, param, std::move(value));
   } catch (...) {
@@ -57,12 +58,13 @@ void Journal::changeParam(Node* node, const Param* param, SharedText value)
   }
 }
 
-void Journal::removeParam(Node* node, const Param* param)
+void Journal::removeParam(Node* node, std::size_t param)
 {
+  const ParamRun& params = node->params;
   push({.node = node,
-        .name = param->name,
-        .value = param->value,
-        .number = param->place,
+        .name = params.name(param),
+        .value = params.value(param),
+        .number = params.place(param),
         .kind = Kind::removeParam});
   try {
     m_tree.removeParam(node, param);
@@ -100,7 +102,7 @@ void Journal::revertNewest()
       }
       break;
     case Kind::changeParam:
-      if (const Param* param = m_tree.findParam(entry.node, entry.name))
+      if (const std::size_t param = m_tree.findParam(entry.node, entry.name); param != Tree::none)
         m_tree.changeParam(entry.node, param, entry.value);
       break;
     case Kind::removeParam:

@@ -31,8 +31,8 @@ class Journal {
 
   Node* create(Node* parent, SharedText path, ParamRun params = {});
   void appendParam(Node* node, const SharedText& name, SharedText value);
-  void changeParam(Node* node, const Param* param, SharedText value);
-  void removeParam(Node* node, const Param* param);
+  void changeParam(Node* node, std::size_t param, SharedText value);
+  void removeParam(Node* node, std::size_t param);
   void remove(Node* node);
 
   // -- going back; linear in the changes and what they took out

@@ -24,7 +24,7 @@
 
 #include <string>
 #include <string_view>
-#include <vector>
+#include <utility>
 
 namespace orv::store {
 
@@ -34,10 +34,18 @@ class Loader {
   Loader(KSLAPI::Impl& store, KSLActionHandler* handler, bool mayDefine)
       : m_store(store),
         m_handler(handler),
-        m_updates(dynamic_cast<UpdateHandler*>(handler)),
+        m_updates(handler ? store.updateHandler : nullptr),
         m_mayDefine(mayDefine),
-        m_removals(store.tree.removals())
+        m_removals(store.tree.removals()),
+        m_open(std::exchange(store.spareBlocks, {}))
   {}
+  ~Loader()
+  {
+    m_open.blocks.clear();
+    m_store.spareBlocks = std::move(m_open);
+  }
+  Loader(const Loader&) = delete;
+  Loader& operator=(const Loader&) = delete;
 
   // False when an action failed: the rest is not to be read. `scanned` is what the line is.
   bool readLine(std::string_view line, const MiniKSLParser::Line& scanned);
@@ -45,15 +53,12 @@ class Loader {
   // An update that was put in; its line may still be asked for by the action handler.
   bool readUpdate(std::string_view line);
   // Blocks still open.
-  std::size_t depth() const { return m_open.size(); }
+  std::size_t depth() const { return m_open.blocks.size(); }
   // The object of the outermost one. REQUIRES: depth() > 0.
-  const std::string& topPath() const { return m_open.front().path.str(); }
+  const std::string& topPath() const { return m_open.blocks.front().path.str(); }
 
  private:
-  struct Block {
-    SharedText path;
-    Node* node;  // null when it may have gone; good while m_removals is the tree's
-  };
+  using Block = OpenBlocks::Block;
 
   void readHeader(std::string_view line, std::string_view statement);
   void readParam(std::string_view line, std::string_view statement, std::size_t equals);
@@ -68,8 +73,7 @@ class Loader {
   UpdateHandler* m_updates;  // the same one, when it is both; else null
   bool m_mayDefine;
   std::size_t m_removals;
-  std::vector<Block> m_open;
-  std::string m_path;  // reused
+  OpenBlocks m_open;  // their nodes are good while m_removals is the tree's
   Values m_values;
 };
 

@@ -92,7 +92,7 @@ Node* Tree::create(Node* parent, SharedText path, ParamRun params)
   node->path = isOwn ? std::move(path) : parent->path.below(path.component());
   node->parent = parent;
   if (!params.empty())
-    node->nextPlace = params.back().place + 1;
+    node->nextPlace = params.place(params.size() - 1) + 1;
   node->params = std::move(params);
   if (node->params.size() > smallNode)
     makeParamIndex(node.get());
@@ -236,17 +236,18 @@ void Tree::eraseIndex(const Node* node) noexcept
 
 // --------------------------------------------------------------------------------------------------- parameters
 
-const Param* Tree::findParam(const Node* node, const SharedText& name) const
+std::size_t Tree::findParam(const Node* node, const SharedText& name) const
 {
   if (node->paramIndex) {
     const auto found = node->paramIndex->find(name.id());
-    return found == node->paramIndex->end() ? nullptr : &node->params[found->second];
+    return found == node->paramIndex->end() ? none : found->second;
   }
-  for (const Param& param : node->params) {
-    if (param.name.same(name))
-      return &param;
+  const std::size_t size = node->params.size();
+  for (std::size_t i = 0; i < size; ++i) {
+    if (node->params.name(i).same(name))
+      return i;
   }
-  return nullptr;
+  return none;
 }
 
 void Tree::appendParam(Node* node, SharedText name, SharedText value)
@@ -274,24 +275,23 @@ void Tree::makeParamIndex(Node* node)
 {
   auto index = std::make_unique<std::unordered_map<const void*, std::uint32_t>>();
   for (std::size_t i = 0; i < node->params.size(); ++i)
-    index->emplace(node->params[i].name.id(), static_cast<std::uint32_t>(i));
+    index->emplace(node->params.name(i).id(), static_cast<std::uint32_t>(i));
   node->params.unshare();
   node->paramIndex = std::move(index);
 }
 
-void Tree::changeParam(Node* node, const Param* param, SharedText value)
+void Tree::changeParam(Node* node, std::size_t param, SharedText value)
 {
-  node->params.write(static_cast<std::size_t>(param - node->params.begin())).value = std::move(value);
+  node->params.setValue(param, std::move(value));
 }
 
-void Tree::removeParam(Node* node, const Param* param)
+void Tree::removeParam(Node* node, std::size_t param)
 {
   ParamRun& params = node->params;
-  const auto at = static_cast<std::size_t>(param - params.begin());
   if (!node->paramIndex)
-    return params.erase(at);
-  node->paramIndex->erase(param->name.id());
-  Param& hole = params.write(at);
+    return params.erase(param);
+  node->paramIndex->erase(params.name(param).id());
+  Param& hole = params.own(param);
   hole.name = SharedText();
   hole.value = SharedText();
   ++node->holes;
@@ -303,7 +303,7 @@ void Tree::removeParam(Node* node, const Param* param)
 void Tree::dropNewestParam(Node* node) noexcept
 {
   if (node->paramIndex)
-    node->paramIndex->erase(node->params.back().name.id());
+    node->paramIndex->erase(node->params.name(node->params.size() - 1).id());
   node->params.truncate(node->params.size() - 1);
   dropHoles(node);
 }
@@ -312,30 +312,44 @@ void Tree::dropNewestParam(Node* node) noexcept
 void Tree::dropHoles(Node* node) noexcept
 {
   std::size_t size = node->params.size();
-  for (; size > 0 && node->params[size - 1].name.empty(); --size)
+  for (; size > 0 && node->params.name(size - 1).empty(); --size)
     --node->holes;
   if (size < node->params.size())
     node->params.truncate(size);
 }
 
+namespace {
+
+// Of the first parameter that does not stand before a place.
+std::size_t indexOfPlace(const ParamRun& params, std::uint32_t place)
+{
+  std::size_t first = 0;
+  for (std::size_t count = params.size(); count > 0;) {
+    const std::size_t half = count / 2;
+    const bool isBefore = params.place(first + half) < place;
+    first += isBefore ? half + 1 : 0;
+    count = isBefore ? count - half - 1 : half;
+  }
+  return first;
+}
+
+}  // namespace
+
 void Tree::restoreParam(Node* node, Param param)
 {
   ParamRun& params = node->params;
-  const Param* const at =
-      std::lower_bound(params.begin(), params.end(), param.place,
-                       [](const Param& other, std::uint32_t place) { return other.place < place; });
-  const auto index = static_cast<std::size_t>(at - params.begin());
+  const std::size_t index = indexOfPlace(params, param.place);
   if (node->paramIndex)
     node->paramIndex->emplace(param.name.id(), static_cast<std::uint32_t>(index));
-  if (index < params.size() && at->place == param.place) {  // the hole that it left
-    params.write(index) = std::move(param);
+  if (index < params.size() && params.place(index) == param.place) {  // the hole that it left
+    params.own(index) = std::move(param);
     --node->holes;
     return;
   }
   params.insert(index, std::move(param));
   for (std::size_t i = index + 1; node->paramIndex && i < params.size(); ++i) {
-    if (!params[i].name.empty())
-      node->paramIndex->find(params[i].name.id())->second = static_cast<std::uint32_t>(i);
+    if (!params.name(i).empty())
+      node->paramIndex->find(params.name(i).id())->second = static_cast<std::uint32_t>(i);
   }
 }
 
@@ -344,7 +358,7 @@ void Tree::closeHoles(Node* node) noexcept
   node->params.dropNameless();
   node->holes = 0;
   for (std::size_t i = 0; i < node->params.size(); ++i)
-    node->paramIndex->find(node->params[i].name.id())->second = static_cast<std::uint32_t>(i);
+    node->paramIndex->find(node->params.name(i).id())->second = static_cast<std::uint32_t>(i);
 }
 
 SharedText Tree::intern(std::string_view text)
@@ -357,8 +371,8 @@ SharedText Tree::internNext(const Node* node, std::string_view text)
 {
   const std::size_t at = node->params.size();
   const Node* const like = node->previous;
-  return like && at < like->params.size() && like->params[at].name == text ? like->params[at].name
-                                                                           : intern(text);
+  const bool isAlike = like && at < like->params.size() && like->params.name(at) == text;
+  return isAlike ? like->params.name(at) : intern(text);
 }
 
 SharedText Tree::intern(const SharedText& text)

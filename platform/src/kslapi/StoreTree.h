@@ -84,11 +84,12 @@ class Tree {
   // How often nodes were taken out: who holds on to nodes looks for them again when it has moved on.
   std::size_t removals() const { return m_removals; }
 
-  // Null when the node has no such parameter; valid until its next change. The name must come from intern().
-  const Param* findParam(const Node* node, const SharedText& name) const;
+  // Which of the node's parameters; `none` when it has no such one. The name must come from intern().
+  static constexpr std::size_t none = static_cast<std::size_t>(-1);
+  std::size_t findParam(const Node* node, const SharedText& name) const;
   void appendParam(Node* node, SharedText name, SharedText value);
-  void changeParam(Node* node, const Param* param, SharedText value);
-  void removeParam(Node* node, const Param* param);
+  void changeParam(Node* node, std::size_t param, SharedText value);
+  void removeParam(Node* node, std::size_t param);
   // Takes back an appendParam, all that was done to the node since having been undone.
   void dropNewestParam(Node* node) noexcept;
   // Puts back what removeParam took, at its place, once all that was done to the node since has been undone.

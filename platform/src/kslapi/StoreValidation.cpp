@@ -53,8 +53,8 @@ void Validation::check(const ChangeGroup& group)
   if (all->object == ChangeGroup::Object::first)
     checkPlace();
   for (std::size_t i = 0; i < all->params(); ++i) {
-    const store::Param& param = all->run[all->descending ? all->run.size() - 1 - i : all->from + i];
-    checkParam(param.name, param.value);
+    const std::size_t param = all->descending ? all->run.size() - 1 - i : all->from + i;
+    checkParam(all->run.name(param), all->run.value(param));
   }
   if (all->object == ChangeGroup::Object::last)
     checkPlace();

@@ -48,6 +48,8 @@ void ObserverSubject::detach(Observer* observer)
 
 void ObserverSubject::notify(int type)
 {
+  if (m_entries.empty())
+    return;
   ++m_notifying;
   ScopeGuard leave([this] {
     --m_notifying;

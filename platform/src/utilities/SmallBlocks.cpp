@@ -30,7 +30,7 @@ void SmallBlocks<size>::give(void* block) noexcept
 #endif
 }
 
-template struct SmallBlocks<32>;  // definitions of parameters, places of objects
+template struct SmallBlocks<32>;  // definitions of parameters and former values, places of objects
 template struct SmallBlocks<40>;  // shared texts
 
 }  // namespace orv
