@@ -197,9 +197,9 @@ class ORV_API GenericKSLObject : public DataKSLObject, public SchedulerOwner {
   std::vector<SchedulerObject>
       m_schedulers;  // as m_types lists them; none before initialisation; never moved
   NameLinks m_links;
-  std::uint32_t m_dueLinks : 31 = 0;
-  std::uint32_t m_hasPlainTexts : 1 = 0;  // expressions that were set and have no link
-  std::uint32_t m_markPlace = 0;          // one more than where a LinkTransaction lists this object
+  std::uint32_t m_dueLinks : 31;
+  std::uint32_t m_hasPlainTexts : 1;  // expressions that were set and have no link
+  std::uint32_t m_markPlace = 0;      // one more than where a LinkTransaction lists this object
   using KeptData = std::vector<std::unique_ptr<ObjectData>>;
   std::unique_ptr<KeptData> m_data;  // one for each scheduler; null when nothing was ever kept
 };

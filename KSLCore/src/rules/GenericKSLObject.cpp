@@ -121,7 +121,7 @@ class GenericKSLObject::ActiveUpdate {
 
 constinit ContextLocal<GenericKSLObject::ActiveUpdate*> GenericKSLObject::ActiveUpdate::s_innermost;
 
-GenericKSLObject::GenericKSLObject() = default;
+GenericKSLObject::GenericKSLObject() : m_dueLinks(0), m_hasPlainTexts(0) {}
 
 // The schedulers end last, and take their edges with them.
 GenericKSLObject::~GenericKSLObject()
