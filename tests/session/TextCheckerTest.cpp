@@ -275,6 +275,19 @@ TEST(TextChecker, TellsOfCircles)
        {shots + set("b", "All") + set("a", "b"), set("a", "a\n  Picture List = All"),
         set("a", "Nobody\n  Picture List = All"), shots + "> delete b\n" + set("a", "c")})
     EXPECT_EQ(verdictOn(text).check + verdictOn(text).run, "") << text;
+  const std::string formulas =
+      "\nRULES:\nOBJECT: FIELD\nKSLObject Class = GenericKSLObject\nScheduler = Picture\n"
+      "Optional Parameter List = Made\nEND\nPARAMETER: Made\nParameter Type = Formula\nLocal Type = Picture\n"
+      "Remote Type = Picture\nEND\nEND\n";
+  const auto fields = [&](const std::string& b) {
+    return "FIELD: b\n  Made = " + b + "\nEND\nFIELD: a\n  Made = p + 2 * b.x - a\nEND\n";
+  };
+  for (const auto& [b, closes] : std::vector<std::pair<std::string, bool>>{
+           {"mag('a') * b", true}, {"'b c'.y + a.z", true}, {"a.mean - a(1) + 'x/a' + '/FIELD:a'", false}}) {
+    const Verdict verdict = verdictOn(fields(b), formulas);
+    EXPECT_EQ(verdict.check, verdict.run) << b;
+    EXPECT_EQ(verdict.check != "", closes) << b;
+  }
 }
 
 // A value that is computed has users which follow all calculations of its object; what it is, nobody knows yet.

@@ -1,6 +1,7 @@
 #include "CheckedLinks.h"
 
 #include "platform/ORVUtilities.h"
+#include "database/FormulaNames.h"
 #include "database/ObjectDB.h"
 #include "database/ObjectFactory.h"
 
@@ -47,7 +48,7 @@ void CheckedLinks::findKinds()
     for (const auto& [from, to] : type.links)
       m_kinds[from].insert(to);
     for (const auto& [unused, each] : type.params)
-      if (each.isReference || each.isExpression)
+      if (each.linksNames())
         for (const std::string& kind : sourcesOf(each))
           m_kinds[kind].insert(each.definition->getLocalType());
   }
@@ -76,8 +77,7 @@ const std::vector<const CheckedParam*>& CheckedLinks::circularOf(const CheckedTy
   const auto [found, isNew] = m_circular.try_emplace(&type);
   if (isNew)
     for (const auto& [name, param] : type.params)
-      if ((param.isReference || param.isExpression) && type.hasScheduler(param.definition->getLocalType())
-          && mayCircle(param))
+      if (param.linksNames() && type.hasScheduler(param.definition->getLocalType()) && mayCircle(param))
         found->second.push_back(&param);
   return found->second;
 }
@@ -89,7 +89,8 @@ void CheckedLinks::set(Object object, const CheckedParam& param, SyntaxTree::Ind
   if (std::find(circular.begin(), circular.end(), &param) == circular.end())
     return;
   m_used.insert(targets.begin(), targets.end());
-  m_usesNames = m_usesNames || !names.empty();
+  m_usesFormulas = m_usesFormulas || param.isFormula;
+  m_usesNames = m_usesNames || (!param.isFormula && !names.empty());
   m_named[{object, &param}] = {m_state.text, node, std::move(targets), std::move(names), false};
   m_news.emplace_back(object, &param);
 }
@@ -105,12 +106,26 @@ void CheckedLinks::setToDefault(Object object, const CheckedParam& param)
 
 // ------------------------------------------------------------------------------------------------------- what is there
 
+// Those of the names that are objects' now: others may be so later.
+std::vector<Object> CheckedLinks::targetsIn(Object object, const CheckedParam& param,
+                                            const std::vector<std::string>& names) const
+{
+  std::vector<Object> targets;
+  for (const std::string& name : names)
+    if (const CheckedObjects::Hit hit = m_state.objects.resolveInFormula(object, name, *param.definition);
+        hit.fits)
+      targets.push_back(hit.object);
+  return targets;
+}
+
 std::vector<Object> CheckedLinks::defaultTargets(Object object, const CheckedParam& param) const
 {
   const ParamDefinition& definition = *param.definition;
   std::vector<Object> targets;
-  if (!param.isReference || definition.getAllowedValues().count(definition.getDefaultValue()) > 0)
+  if (param.isExpression || definition.getAllowedValues().count(definition.getDefaultValue()) > 0)
     return targets;
+  if (param.isFormula)
+    return targetsIn(object, param, FormulaNames::namesIn(definition.getDefaultValue()));
   for (const std::string& item : StringUtilities::splitValue(definition.getDefaultValue()))
     if (const CheckedObjects::Hit hit = m_state.objects.resolve(object, item, definition); hit.fits)
       targets.push_back(hit.object);
@@ -121,7 +136,7 @@ std::vector<Object> CheckedLinks::targetsOf(Object object, const CheckedParam& p
 {
   const auto named = m_named.find({object, &param});
   if (named != m_named.end() && !named->second.isDefault)
-    return named->second.targets;
+    return param.isFormula ? targetsIn(object, param, named->second.names) : named->second.targets;
   const CheckedObjects::Object& checked = m_state.objects[object];
   const KSLObject* there =
       named == m_named.end() ? ObjectDB::instance()->getObjectByPath(checked.path) : nullptr;
@@ -184,7 +199,7 @@ std::vector<CheckedLinks::Edge> CheckedLinks::edgesOf(const Node& node)
       continue;
     for (const Object target : targetsOf(node.first, *param))
       addVariable(target, param, edges);
-    if (const auto named = m_named.find({node.first, param}); named != m_named.end())
+    if (const auto named = m_named.find({node.first, param}); named != m_named.end() && !param->isFormula)
       for (const std::string& name : named->second.names)
         if (const auto found = m_expressions.find(name); found != m_expressions.end())
           edges.push_back({{found->second.object, found->first}, param});
@@ -198,7 +213,7 @@ bool CheckedLinks::isToBeSearched(const Key& key) const
 {
   const CheckedObjects::Object& object = m_state.objects[key.first];
   return object.alive
-         && (object.text == ofDatabase || m_used.count(key.first) > 0
+         && (object.text == ofDatabase || m_usesFormulas || m_used.count(key.first) > 0
              || (m_usesNames && object.type && object.type->isVariable));
 }
 

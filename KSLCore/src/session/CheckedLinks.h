@@ -32,8 +32,8 @@ class CheckedLinks {
         m_findVariable(std::move(findVariable))
   {}
 
-  // What a parameter names now, by the statement at this node of the text under way: objects and named expressions; and
-  // what its default does.
+  // What a parameter names now, by the statement at this node of the text under way: objects and named expressions, or the
+  // names in a formula; and what its default does.
   void set(Object object, const CheckedParam& param, SyntaxTree::Index node, std::vector<Object> targets,
            std::vector<std::string> names = {});
   // An expression has another definition.
@@ -81,6 +81,8 @@ class CheckedLinks {
   bool mayCircle(const CheckedParam& param);
   const std::vector<const CheckedParam*>& circularOf(const CheckedType& type);
   std::vector<Object> targetsOf(Object object, const CheckedParam& param) const;
+  std::vector<Object> targetsIn(Object object, const CheckedParam& param,
+                                const std::vector<std::string>& names) const;
   std::vector<Object> defaultTargets(Object object, const CheckedParam& param) const;
   void addVariable(Object target, const CheckedParam* param, std::vector<Edge>& edges) const;
   const CheckedExpression* expressionAt(const Node& node) const;
@@ -102,6 +104,7 @@ class CheckedLinks {
   std::vector<Key> m_postponed;
   std::set<std::string> m_newNames;  // of expressions
   std::set<std::string> m_postponedNames;
+  bool m_usesFormulas = false;          // whose names may come to mean objects
   bool m_usesNames = false;             // expressions are, by parameters that are kept here
   std::set<SyntaxTree::Index> m_told;   // that close circles, of this text
   std::size_t m_credit = creditOfText;  // how many calculations may be looked at before the end of the text

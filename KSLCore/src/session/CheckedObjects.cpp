@@ -1,6 +1,7 @@
 #include "CheckedObjects.h"
 
 #include "platform/ORVUtilities.h"
+#include "database/FormulaNames.h"
 #include "database/ObjectDB.h"
 
 #include <algorithm>
@@ -120,6 +121,12 @@ void CheckedObjects::step(Index from, std::string_view component, Indices& out) 
   std::string name(component);
   if (component.find(':') != std::string_view::npos)
     std::tie(type, name) = StringUtilities::splitObjectTypeAndName(component);
+  addNamed(from, name, type, out);
+}
+
+// Of any type when that is empty.
+void CheckedObjects::addNamed(Index from, std::string_view name, std::string_view type, Indices& out) const
+{
   const auto [first, end] = m_names.equal_range(keyOf(from, name));
   for (auto at = first; at != end; ++at) {
     const Object& object = m_objects[at->second];
@@ -191,6 +198,27 @@ CheckedObjects::Hit CheckedObjects::resolve(Index from, std::string_view item,
   const std::string& remote = param.getRemoteType();
   return resolve(from, item, param.getRemotePath(),
                  [&](const CheckedType& type) { return remote.empty() || type.hasScheduler(remote); });
+}
+
+CheckedObjects::Hit CheckedObjects::resolveInFormula(Index from, std::string_view name,
+                                                     const ParamDefinition& param) const
+{
+  const std::string& remotePath = param.getRemotePath();
+  Indices places = remotePath.empty() ? Indices() : walk(remotePath.front() == '/' ? root : from, remotePath);
+  if (places.size() != 1)
+    places.clear();
+  places.insert(places.end(), {from, root});
+  const Fits fits = [&](const CheckedType& type) { return type.hasScheduler(param.getRemoteType()); };
+  for (const std::string_view each : {name, FormulaNames::holderOf(name)})
+    for (const Index place : places) {
+      Indices found;
+      addNamed(place, each, {}, found);
+      std::erase(found, from);
+      Hit hit;
+      if (!each.empty() && decides(std::move(found), fits, hit))
+        return hit;
+    }
+  return {};
 }
 
 }  // namespace orv

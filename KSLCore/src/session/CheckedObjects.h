@@ -59,6 +59,8 @@ class CheckedObjects {
   Hit resolve(Index from, std::string_view item, const std::string& remotePath, const Fits& fits) const;
   // The same, where the parameter says where to look, and what for.
   Hit resolve(Index from, std::string_view item, const ParamDefinition& param) const;
+  // What a name in a formula means.
+  Hit resolveInFormula(Index from, std::string_view name, const ParamDefinition& param) const;
 
  private:
   using Indices = std::vector<Index>;
@@ -67,6 +69,7 @@ class CheckedObjects {
     return std::hash<std::string_view>()(name) * 31 + parent;
   }
   Index add(Index parent, const CheckedType& type, std::string_view name, std::string path);
+  void addNamed(Index from, std::string_view name, std::string_view type, Indices& out) const;
   Indices walk(Index start, std::string_view path) const;
   void step(Index from, std::string_view component, Indices& out) const;
   bool decides(Indices found, const Fits& fits, Hit& hit) const;

@@ -2,6 +2,7 @@
 
 #include "platform/ORVError.h"
 #include "platform/ORVUtilities.h"
+#include "database/FormulaNames.h"
 #include "database/ObjectFactory.h"
 #include "rules/GenericKSLObject.h"
 #include "services/EngineUnitSystemHandler.h"
@@ -19,8 +20,9 @@ CheckedParam checkedParam(const ParamDefinition& param, const GenericKSLObject* 
 {
   CheckedParam checked(param);
   checked.isExpression = owner && owner->holdsExpression(param);
-  checked.isReference =
-      owner && !checked.isExpression && !param.getRemoteType().empty() && !param.getRules()->remoteOptional;
+  const bool mayLink = owner && !checked.isExpression && !param.getRemoteType().empty();
+  checked.isFormula = mayLink && FormulaNames::isFormula(param);
+  checked.isReference = mayLink && !checked.isFormula && !param.getRules()->remoteOptional;
   return checked;
 }
 

@@ -28,7 +28,10 @@ struct CheckedParam {
   ValueCheck values;
   bool isReference = false;   // an object that computes links it
   bool isExpression = false;  // names in it stand for values
+  bool isFormula = false;     // an object that computes links those names in it that are objects'
   bool inAllContexts = true;  // of its type
+
+  bool linksNames() const { return isReference || isExpression || isFormula; }
 };
 
 struct CheckedType {

@@ -2,6 +2,7 @@
 
 #include "platform/ORVExpressions.h"
 #include "platform/ORVUtilities.h"
+#include "database/FormulaNames.h"
 #include "database/ObjectDB.h"
 #include "rules/GenericKSLObject.h"
 #include "services/VariableNames.h"
@@ -44,7 +45,7 @@ bool CheckedValues::mayName(const CheckedType& type, const CheckedParam& param, 
 {
   if (!type.computing || type.computing->waitsWithoutError())
     return false;
-  return param.isReference || (param.isExpression && mayUseNames(value));
+  return param.isExpression ? mayUseNames(value) : param.linksNames();
 }
 
 void CheckedValues::note(Index node, ObjectIndex object, const CheckedParam& param, const std::string& value)
@@ -57,7 +58,7 @@ void CheckedValues::note(Index node, ObjectIndex object, const CheckedParam& par
 // What a line before in this block may have set counts no more.
 void CheckedValues::noteNone(ObjectIndex object, const CheckedParam& param)
 {
-  if (!param.isReference && !param.isExpression)
+  if (!param.linksNames())
     return;
   for (std::size_t i = m_pending.size(); i-- > 0 && m_pending[i].object == object;)
     if (m_pending[i].param == &param)
@@ -107,6 +108,8 @@ void CheckedValues::settle()
       continue;
     if (pending->param->isReference)
       checkReference(*pending);
+    else if (pending->param->isFormula)
+      checkFormula(*pending);
     else
       checkNames(*pending);
   }
@@ -181,6 +184,19 @@ void CheckedValues::checkReference(const Pending& pending)
       targets.push_back(hit.object);
   }
   m_links.set(pending.object, *pending.param, pending.node, std::move(targets));
+}
+
+// What is no object's name is the calculation's affair.
+void CheckedValues::checkFormula(const Pending& pending)
+{
+  std::vector<std::string> names = FormulaNames::namesIn(pending.value);
+  for (const std::string& name : names) {
+    const CheckedObjects::Hit hit =
+        m_state.objects.resolveInFormula(pending.object, name, *pending.param->definition);
+    if (!hit.candidates.empty())
+      addAmbiguous(pending, name, hit.candidates);
+  }
+  m_links.set(pending.object, *pending.param, pending.node, {}, std::move(names));
 }
 
 void CheckedValues::addMissing(const Pending& pending, const std::string& item, const std::string& name,

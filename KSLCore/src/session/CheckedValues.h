@@ -82,6 +82,7 @@ class CheckedValues {
   std::vector<std::string> checkExpression(Index node, ObjectIndex object, const std::string& name,
                                            const std::string& value);
   void checkReference(const Pending& pending);
+  void checkFormula(const Pending& pending);
   Place placeOf(Index node) const { return {m_state.tree, m_state.text, node}; }
   void addUse(ObjectIndex object, const std::string& name, const Place& place);
   void addMissing(const Pending& pending, const std::string& item, const std::string& name,
