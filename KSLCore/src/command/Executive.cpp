@@ -231,7 +231,7 @@ struct SortedPath {
 };
 
 // Eight characters as a number, in the order of texts; what is missing counts as zeros.
-std::uint64_t wordAt(std::string_view text, std::size_t at)
+std::uint64_t sortWordAt(std::string_view text, std::size_t at)
 {
   std::uint64_t word = 0;
   if (at < text.size())
@@ -272,7 +272,8 @@ void sortPaths(std::vector<SharedText>& paths)
   std::vector<SortedPath> order;
   order.reserve(paths.size());
   for (const SharedText& path : paths)
-    order.push_back({wordAt(path.str(), common), wordAt(path.str(), common + sizeof(std::uint64_t)), &path});
+    order.push_back(
+        {sortWordAt(path.str(), common), sortWordAt(path.str(), common + sizeof(std::uint64_t)), &path});
   std::stable_sort(order.begin(), order.end());
   std::vector<SharedText> sorted;
   sorted.reserve(paths.size());
