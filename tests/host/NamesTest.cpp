@@ -24,7 +24,7 @@ std::string library()
       "OBJECT: EXPRESSION PREVIEW\nKSLObject Class = ExpressionEvaluatorKSLObject\nScheduler = SA\n"
       "Essential Parameter List = Evaluated Expression\nOptional Parameter List = Result, Result Units\nEND\n"
       "OBJECT: N\nKSLObject Class = GenericKSLObject\nScheduler = SA\n"
-      "Optional Parameter List = In, Ref, Near, Size, Key\nEND\n"
+      "Optional Parameter List = In, Ref, Near, Size, Key, Made\nEND\n"
       "OBJECT: M\nKSLObject Class = GenericKSLObject\nScheduler = SA\n"
       "Optional Parameter List = In, Ref, Near, Fall\nEND\n"
       "OBJECT: G\nKSLObject Class = DataKSLObject\nOptional Parameter List = In\nEND\n"
@@ -34,6 +34,8 @@ std::string library()
       "PARAMETER: In\nLocal Type = SA\nEND\n"
       "PARAMETER: Ref\nParameter Type = String List\nLocal Type = SA\nRemote Type = SA\nEND\n"
       "PARAMETER: Near\nLocal Type = SA\nRemote Type = SA\nRemote Path = /G:g\nEND\n"
+      "PARAMETER: Made\nParameter Type = Formula\nLocal Type = SA\nRemote Type = SA\nRemote Path = "
+      "/G:g\nEND\n"
       "PARAMETER: Key\nAllowed String List = x, y\nLocal Type = SA\nRemote Type = SA\nEND\n"
       "PARAMETER: Fall\nDefault = x\nLocal Type = SA\nRemote Type = SA\nEND\n"
       "PARAMETER: Size\nParameter Type = Real\nLocal Type = SA\nEND\n"
@@ -309,6 +311,46 @@ TEST(NamesOfManyLevels, AreEachEvaluatedOnce)
   EXPECT_EQ(ksl({"run", "--library", library(), "--update-mode", "at-end", "--state=/EXPRESSION EVALUATOR:e",
                  "-e", lines(ladder(200))}),
             (Outcome{0, "EXPRESSION EVALUATOR:e\n  Evaluated Expression = x200\nEND\n", ""}));
+}
+
+// A formula says the same after as before, or the renaming is refused.
+TEST(NamesInFormulas, MeanTheSameWhenObjectsAreRenamed)
+{
+  const std::string refused = "refused";
+  struct Row {
+    const char* formula;  // of N:r; beside it are N:Q, N:w, N:w.x and, in N:h and in G:g, N:U
+    const char* renaming;
+    std::string after;
+  };
+  for (const auto& [formula, renaming, after] : std::initializer_list<Row>{
+           {"Q - p.mean + 2 * Q.x / 'Q' [Q]", "Q, to=L", "L - p.mean + 2 * L.x / 'L' [Q]"},
+           {"w - w.x + w.y + 'w'.x", "w, to=two w", "'two w' - w.x + 'two w'.y + 'w'.x"},
+           {"w - w.x + w.y + 'w'.x", "w.x, to=k", "w - k + w.y + 'k'"},
+           {"Q.water - Q", "Q, to=a2.water", "Q.water - a2.water"},
+           {"U * 'h/U'", "h/N:U, to=/N:h/N:L", "U * 'h/U'"},
+           {"U.x", "Q, to=/G:g/N:Q", "U.x"},
+           {"Q.x", "Q, to=/G:g/N:L", "L.x"},
+           {"r * 2", "r, to=s", "r * 2"},
+           {"Q - r", "r, to=s", "Q - r"},
+           {"Q - p", "Q, to=p", refused},
+           {"Q - p.x", "Q, to=p", refused},
+           {"Q - w.y", "Q, to=w.y", refused},
+           {"Q.x", "Q, to=w2", "w2.x"},
+           {"Q.x - w.x", "w.x, to=Q.x", refused},
+           {"w.x.x", "w.x, to=U", refused},
+           {"Q.x", "Q, to=it's", refused},
+           {"Q", "Q, to=/N:h/N:Q", refused}}) {
+    const std::string text =
+        "N: Q; END; N: w; END; N: w.x; END; G: g; N: U; END; END; N: h; N: U; END; END; N: r; Made = "
+        + std::string(formula) + "; END; N: user; Made = 2 * r; END";
+    const Outcome end = ksl({"run", "--library", library(), "--state", "-e", lines(text), "-e",
+                             "> rename from=/N:" + std::string(renaming)});
+    const bool isRefused = end.err.find("' of object '/N:r' cannot use that name.") != std::string::npos;
+    std::smatch made;
+    EXPECT_TRUE(std::regex_search(end.out, made, std::regex("N:[rs]\n  Made = (.*)"))) << renaming << end.err;
+    EXPECT_EQ(made[1], isRefused ? formula : after) << renaming;
+    EXPECT_EQ(isRefused, after == refused) << formula << " " << renaming << "\n" << end.err;
+  }
 }
 
 INSTANTIATE_TEST_SUITE_P(Host, NamesTest, testing::ValuesIn(stories),

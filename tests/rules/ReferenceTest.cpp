@@ -225,13 +225,19 @@ TEST_F(ReferenceTest, ExpressionsDependOnWhatTheyUse)
 
 TEST_F(ReferenceTest, FormulasDependOnTheObjectsAmongTheirNames)
 {
-  add("T", "two words");
+  for (const char* name : {"two words", "w", "w.x", "p.y"})
+    add(name == std::string("p.y") ? "P" : "T", name);
+  add("T", "c", "/T:a");
   const std::string a = "/T:a (S) x1";
   for (const auto& [text, found] :
        std::vector<std::pair<std::string, std::string>>{{"2 * a^2 - x", a},
                                                         {"dot(a, c.x) / 1e3 [b a]", a + ", /T:c (S) x1"},
                                                         {"'two words'.y + 3a", "/T:two words (S) x1"},
-                                                        {"a + 'a' + a.b + /a", a},
+                                                        {"a + 'a' + a.z + /a", a},
+                                                        {"a.water - a.x.mean + w.x.y + b.x", "/T:w.x (S) x1"},
+                                                        {"w.x + 'w'.x", "/T:w.x (S) x1"},
+                                                        {"w.y + 'w.z'", "/T:w (S) x1"},
+                                                        {"'/T:a' - 'a/c' * 'T:a' + '..' + '\"a\"'", "none"},
                                                         {"p + b + a(1) + 'c", "/T:c (S) x1"},
                                                         {"p + ab + _a + 1a + 'a c'", "none"}}) {
     at("b")->setValue("Made", text);

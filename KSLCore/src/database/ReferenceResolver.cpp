@@ -28,7 +28,8 @@ ReferenceResolver::ReferenceResolver(const KSLObject& from, const ParamDefinitio
       m_fits([rules = param.getRules().get()](const KSLObject& object) {
         return rules->remoteType.empty() || object.hasScheduler(rules->remoteType);
       }),
-      m_isDefault(isDefault || FormulaNames::isFormula(param)),
+      m_isFormula(FormulaNames::isFormula(param)),
+      m_isDefault(isDefault || m_isFormula),
       m_asked(asked)
 {
   const std::string& path = param.getRemotePath();
@@ -47,13 +48,36 @@ ReferenceResolver::ReferenceResolver(const KSLObject& from, Fits fits, std::vect
 
 Hit ReferenceResolver::find(std::string_view item) const
 {
-  return findName(std::string(StringUtilities::unquoted(StringUtilities::trimmed(item))));
+  return m_isFormula ? findInFormula(std::string(item))
+                     : findName(std::string(StringUtilities::unquoted(StringUtilities::trimmed(item))));
 }
 
 Hit ReferenceResolver::findItem(const std::string& item) const
 {
+  if (m_isFormula)
+    return findInFormula(item);
   const std::string_view name = StringUtilities::unquoted(StringUtilities::trimmed(item));
   return name.size() == item.size() ? findName(item) : findName(std::string(name));
+}
+
+Hit ReferenceResolver::findInFormula(const std::string& name) const
+{
+  Hit hit = findWhole(name);
+  if (hit.object || !hit.candidates.empty())
+    return hit;
+  return findWhole(std::string(FormulaNames::holderOf(name)));
+}
+
+Hit ReferenceResolver::findWhole(const std::string& name) const
+{
+  Hit hit = FormulaNames::isName(name) ? findName(name) : Hit();
+  return hit.fits || !hit.candidates.empty() ? hit : Hit();
+}
+
+bool ReferenceResolver::looksIn(const std::string& place) const
+{
+  return place.empty() || m_from.pathIs(place) || (m_container && m_container->pathIs(place))
+         || (m_from.searchesUpForRelativeObjects() && PathUtils::isSameOrBelow(m_from.getPath(), place));
 }
 
 Hit ReferenceResolver::findName(const std::string& name) const
@@ -63,11 +87,11 @@ Hit ReferenceResolver::findName(const std::string& name) const
     return hit;
   if (name.front() == '/')
     return findAbsolute(name);
-  if ((m_container && decides(walk(*m_container, name), hit)) || decides(walk(m_from, name), hit)
+  if ((m_container && decides(objectsAt(*m_container, name), hit)) || decides(objectsAt(m_from, name), hit)
       || (m_from.searchesUpForRelativeObjects() && searchUp(name, hit)))
     return hit;
   if (&m_from != &root())
-    decides(walk(root(), name), hit);
+    decides(objectsAt(root(), name), hit);
   return hit;
 }
 
@@ -109,6 +133,16 @@ bool ReferenceResolver::decides(Objects found, Hit& hit) const
   if (!hit.fits)
     hit.candidates = std::move(found);
   return true;
+}
+
+// What the name means there: it is plain in a formula, and a path elsewhere.
+ReferenceResolver::Objects ReferenceResolver::objectsAt(const KSLObject& place, const std::string& name) const
+{
+  if (!m_isFormula)
+    return walk(place, name);
+  if (m_asked && &place != &m_from)
+    m_asked->push_back({&place, name});
+  return place.getChildObjectsByName(name);
 }
 
 // All that the path may lead to.
@@ -153,11 +187,11 @@ void ReferenceResolver::step(const KSLObject& from, std::string_view component, 
     m_asked->push_back({&from, std::move(name)});
 }
 
-bool ReferenceResolver::searchUp(std::string_view path, Hit& hit) const
+bool ReferenceResolver::searchUp(const std::string& path, Hit& hit) const
 {
   for (const KSLObject* at = &m_from; at != &root();) {
     at = at->getParentObject();
-    if (decides(walk(*at, path), hit))
+    if (decides(objectsAt(*at, path), hit))
       return true;
   }
   return false;

@@ -72,13 +72,13 @@ void NameFinder::makeParentLinks()
   const ReferenceResolver resolver(m_object, m_param, m_found.isDefault, &m_asked);
   const bool isFormula = FormulaNames::isFormula(m_param);
   for (const std::string& item : FormulaNames::itemsOf(m_param, m_text)) {
-    const std::string_view name = StringUtilities::unquoted(item);
+    const std::string_view name = isFormula ? std::string_view(item) : StringUtilities::unquoted(item);
     if (name.empty() || m_param.getAllowedValues().contains(item)) {
       m_found.list.emplace_back();
       continue;
     }
     const ReferenceResolver::Hit hit = resolver.findItem(item);
-    if (hit.object && (hit.fits || !isFormula))
+    if (hit.object)
       addTarget(hit.object, hit.fits);
     else
       m_found.list.emplace_back();

@@ -78,15 +78,9 @@ void NameRewriter::followIn(const NameLink& link, const KSLObject& going)
       m_followed.emplace(std::pair(holder, link.name()), std::move(followed));
     return;
   }
+  if (FormulaNames::isFormula(*param))
+    return followInFormula(link, going);
   const std::vector<const KSLObject*> named = link.owner().namedObjects(*param);
-  if (FormulaNames::isFormula(*param)) {
-    if (std::find(named.begin(), named.end(), &going) != named.end())
-      followed.text =
-          FormulaNames::renamed(followed.before, going.getName(), KSLPath(m_relocation->to).getLastName());
-    if (!followed.text.empty())
-      m_followed.emplace(std::pair(holder, link.name()), std::move(followed));
-    return;
-  }
   bool any = false;
   for (std::string& item : param->splitValue()) {
     const std::size_t at = followed.items.size();
@@ -97,6 +91,30 @@ void NameRewriter::followIn(const NameLink& link, const KSLObject& going)
   }
   if (any)
     m_followed.emplace(std::pair(holder, link.name()), std::move(followed));
+}
+
+namespace {
+
+// How many characters of the name in a formula are the name of the object.
+std::size_t lengthOf(const KSLObject& object, const std::string& name, const ReferenceResolver& resolver)
+{
+  return resolver.find(name).object == &object ? object.getName().size() : 0;
+}
+
+}  // namespace
+
+// An object may name what is no object as it is called itself; to its copy that seems to be the object that goes.
+void NameRewriter::followInFormula(const NameLink& link, const KSLObject& going)
+{
+  const GenericKSLObject& owner = link.owner();
+  if (owner.pathIs(m_relocation->to))
+    return;
+  const ReferenceResolver resolver(owner, *link.param(), false);
+  const auto lengthIn = [&](const std::string& name) { return lengthOf(going, name, resolver); };
+  const std::string& before = link.param()->getValue();
+  std::string text = FormulaNames::renamed(before, lengthIn, KSLPath(m_relocation->to).getLastName());
+  if (text != before)
+    m_followed.emplace(std::pair(owner.getPath(), link.name()), Followed{before, {}, std::move(text)});
 }
 
 // Whether an object that is to show no error uses the definition, through however many others.
@@ -140,6 +158,32 @@ bool NameRewriter::canName(const NameLink& link, const std::string& name) const
   return uses.locals.empty() && known.several.empty() && (!known.object || isItself);
 }
 
+// Whether the formula would mean the same with the name for the object at its new place: the name reaches that place and
+// stands for nothing else, and no other name comes to mean the object.
+bool NameRewriter::canNameInFormula(const NameLink& link, const KSLObject& object,
+                                    const std::string& name) const
+{
+  const ParamDefinition& param = *link.param();
+  if (param.getValue() == param.getDefaultValue())
+    return true;  // it stays as it is
+  const ReferenceResolver resolver(link.owner(), param, false);
+  const auto isFree = [&](const std::string& whole) {
+    const ReferenceResolver::Hit hit = resolver.findWhole(whole);
+    return hit.candidates.empty() && (!hit.object || hit.object == &object);
+  };
+  if (!FormulaNames::isName(name) || !isFree(name)
+      || !resolver.looksIn(std::string(PathUtils::parentPath(m_relocation->to))))
+    return false;
+  const std::vector<std::string> names = FormulaNames::namesIn(param.getValue());
+  return std::all_of(names.begin(), names.end(), [&](const std::string& each) {
+    const KSLObject* meant = resolver.find(each).object;
+    if (meant == &object)
+      return isFree(name + each.substr(object.getName().size()));
+    const bool isWhole = meant && meant->getName() == each;
+    return each != name && (isWhole || FormulaNames::holderOf(each) != name);
+  });
+}
+
 void NameRewriter::requireName() const
 {
   const KSLObject* source = ObjectDB::instance()->getObjectByPath(m_relocation->from);
@@ -149,7 +193,9 @@ void NameRewriter::requireName() const
   for (const NameLink* link : usersOf(*source)) {
     const ParamDefinition* param = link->param();
     const GenericKSLObject& owner = link->owner();
-    if (!param || !owner.holdsExpression(*param) || owner.waitsWithoutError() || canName(*link, name)
+    const bool isFormula = param && FormulaNames::isFormula(*param);
+    if (!param || !(isFormula || owner.holdsExpression(*param)) || owner.waitsWithoutError()
+        || (isFormula ? canNameInFormula(*link, *source, name) : canName(*link, name))
         || (owner.definesNames() && !isUsed(*link)))
       continue;
     throw data::invalid(

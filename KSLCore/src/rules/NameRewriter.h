@@ -35,11 +35,13 @@ class NameRewriter {
   struct Followed {
     std::string before;                                      // the text of which these are the items
     std::vector<std::pair<std::string, std::string>> items;  // and the paths that they are to lead to
-    std::string text;                                        // of an expression
+    std::string text;                                        // of an expression or a formula
   };
   void followIn(const NameLink& link, const KSLObject& going);
+  void followInFormula(const NameLink& link, const KSLObject& going);
   bool isUsed(const NameLink& definition) const;
   bool canName(const NameLink& link, const std::string& name) const;
+  bool canNameInFormula(const NameLink& link, const KSLObject& object, const std::string& name) const;
   bool means(const NameLink& link, const KSLObject& object, const std::string& name) const;
   std::vector<NameLink*> usersOf(const KSLObject& object) const;
   std::string relocated(const std::string& path) const;
