@@ -53,11 +53,14 @@ std::string textOfFile(std::string text)
   return readable(std::move(text));
 }
 
+// Texts beyond this size are let go of while they run: what others take is no matter beside what a program takes.
+constexpr std::size_t largestKept = std::size_t{1} << 20;
+
 // A file that is open stays what it is, also when another takes its place. What is none, a pipe say, is read once.
-std::shared_ptr<orv::ORVStream> openAgain(const std::string& file)
+std::shared_ptr<orv::ORVStream> openAgain(const std::string& file, const std::string& text)
 {
   std::error_code unknown;
-  if (!std::filesystem::is_regular_file(file, unknown))
+  if (text.size() <= largestKept || !std::filesystem::is_regular_file(file, unknown))
     return nullptr;
   auto stream = std::make_shared<orv::ORVStream>();
   try {
@@ -72,7 +75,9 @@ EnteredText readText(const std::string& file)
 {
   if (file == "-")
     return {readable(withPlainEnds(readStandardInput())), {.name = "<stdin>"}};
-  return {textOfFile(orv::ORVFile::readAll(file)), {.name = file}, openAgain(file)};
+  EnteredText text{textOfFile(orv::ORVFile::readAll(file)), {.name = file}};
+  text.file = openAgain(file, text.text);
+  return text;
 }
 
 // Tells a text from what has become of it.

@@ -30,7 +30,7 @@ using Lines = std::vector<std::string>;
 struct EnteredText {
   std::string text;
   orv::TextSource source;
-  std::shared_ptr<orv::ORVStream> file = nullptr;  // open, that has the text once more; null for others
+  std::shared_ptr<orv::ORVStream> file = nullptr;  // open, that has a large text once more; null for others
 };
 using Texts = std::vector<EnteredText>;
 

@@ -7,17 +7,26 @@
 #include "running.h"
 
 #include <algorithm>
+#include <cmath>
 #include <numeric>
+#include <vtkCell.h>
 #include <vtkCellArray.h>
 #include <vtkCellData.h>
+#include <vtkCellLocatorStrategy.h>
 #include <vtkExtractCells.h>
 #include <vtkIdList.h>
 #include <vtkIdTypeArray.h>
 #include <vtkPointData.h>
+#include <vtkPointSet.h>
 #include <vtkPoints.h>
-#include <vtkStaticPointLocator.h>
+#include <vtkStaticCellLocator.h>
 #include <vtkStreamTracer.h>
 #include <vtkUnstructuredGrid.h>
+#include <vtkVersionMacros.h>
+
+#if VTK_VERSION_NUMBER < VTK_VERSION_CHECK(9, 2, 0)
+#include <vtkInterpolatedVelocityField.h>
+#endif
 
 namespace results {
 
@@ -57,10 +66,26 @@ Vec pointOf(vtkDataSet& data, vtkIdType id)
 constexpr const char* lineNumber = "line";
 constexpr const char* partNumber = "part of line";
 
+// Points alone would lose their way where neighbours have points of their own. A tracer's own field by cells of VTK 9.1 makes
+// a locator at each call; this one takes that of the cells.
+void findByCells(vtkStreamTracer& tracer)
+{
+#if VTK_VERSION_NUMBER < VTK_VERSION_CHECK(9, 2, 0)
+  const auto field = make<vtkInterpolatedVelocityField>();
+  field->SetFindCellStrategy(make<vtkCellLocatorStrategy>());
+  tracer.SetInterpolatorPrototype(field);
+#else
+  tracer.SetInterpolatorTypeToCellLocator();
+#endif
+}
+
 class Rounds {
  public:
-  Rounds(vtkDataSet& cells, const StreamSearch& search) : m_cells(withNeighbours(cells)), m_search(search)
+  Rounds(vtkDataSet& cells, const StreamSearch& search)
+      : m_cells(copyOf(*withNeighbours(cells))),
+        m_search(search)
   {
+    prepare();
     const std::array<double, 6> box = boundsOfAll(cells);
     m_size = length(Vec{box[1] - box[0], box[3] - box[2], box[5] - box[4]});
     m_lines->SetLines(make<vtkCellArray>());
@@ -95,6 +120,17 @@ class Rounds {
   Ptr<vtkPolyData> lines() const { return m_lines; }
 
  private:
+  // Once for all rounds and both directions.
+  void prepare()
+  {
+    if (m_cells->GetNumberOfCells() == 0)
+      return;
+    m_locator->SetDataSet(m_cells);
+    if (auto* const set = vtkPointSet::SafeDownCast(m_cells))
+      set->SetCellLocator(m_locator);
+    m_locator->BuildLocator();
+  }
+
   void followHere(bool isBackward)
   {
     std::vector<std::size_t> heads;
@@ -118,37 +154,51 @@ class Rounds {
     }
   }
 
-  // Those beside the places that lines have come to: a tracer prepares all cells that it is given. Who leaves these alone
-  // goes on in the next round.
+  // Those beside the places that lines have come to: who leaves these alone goes on in the next round.
   Ptr<vtkDataSet> cellsRoundEnds(const std::vector<std::size_t>& heads, const std::vector<Way>& ways) const
   {
-    std::vector<Vec> ends;
-    ends.reserve(heads.size());
-    for (const std::size_t head : heads)
-      ends.push_back(ways[head].next);
-    const auto wanted = make<vtkIdList>();
-    const auto locator = make<vtkStaticPointLocator>();
-    locator->SetDataSet(pointsAt(ends));
-    if (!ends.empty())
-      locator->BuildLocator();
-    for (vtkIdType cell = 0; !ends.empty() && cell < m_cells->GetNumberOfCells(); ++cell) {
-      if (cell % 1024 == 0)
-        orv::Progress::step();
-      std::array<double, 6> box{};
-      m_cells->GetCellBounds(cell, box.data());
-      const Vec low{box[0], box[2], box[4]};
-      const Vec high{box[1], box[3], box[5]};
-      const Vec middle = 0.5 * (low + high);
-      double distance = 0;
-      if (locator->FindClosestPointWithinRadius(1.5 * length(high - low), middle.data(), distance) >= 0)
-        wanted->InsertNextId(cell);
+    std::vector<bool> isWanted(static_cast<std::size_t>(m_cells->GetNumberOfCells()));
+    for (const std::size_t head : heads) {
+      orv::Progress::step();
+      double size = 0;
+      for (const vtkIdType cell : cellsAt(ways[head].next, 1e-9 * m_size))
+        size = std::max(size, std::sqrt(m_cells->GetCell(cell)->GetLength2()));
+      for (const vtkIdType cell : cellsAt(ways[head].next, size))
+        isWanted[static_cast<std::size_t>(cell)] = true;
     }
+    const auto wanted = make<vtkIdList>();
+    for (std::size_t cell = 0; cell < isWanted.size(); ++cell)
+      if (isWanted[cell])
+        wanted->InsertNextId(static_cast<vtkIdType>(cell));
     const auto extract = make<vtkExtractCells>();
     extract->SetInputData(m_cells);
     extract->SetCellList(wanted);
     if (wanted->GetNumberOfIds() > 0)
       run(*extract, "followStreams");
     return extract->GetOutput();
+  }
+
+  // Those whose boxes come as near to the place, in each direction.
+  std::vector<vtkIdType> cellsAt(const Vec& at, double distance) const
+  {
+    std::array<double, 6> round{};
+    for (std::size_t i = 0; i < 3; ++i) {
+      round.at(2 * i) = at.at(i) - distance;
+      round.at(2 * i + 1) = at.at(i) + distance;
+    }
+    const auto found = make<vtkIdList>();
+    m_locator->FindCellsWithinBounds(round.data(), found);
+    std::vector<vtkIdType> cells;
+    for (const vtkIdType cell : *found) {  // they are those of whole bins
+      std::array<double, 6> box{};
+      m_cells->GetCellBounds(cell, box.data());
+      bool isNear = true;
+      for (std::size_t i = 0; i < 6; i += 2)
+        isNear = isNear && box.at(i) <= round.at(i + 1) && box.at(i + 1) >= round.at(i);
+      if (isNear)
+        cells.push_back(cell);
+    }
+    return cells;
   }
 
   void follow(vtkDataSet& cells, const std::vector<std::size_t>& heads, bool isBackward, double step,
@@ -187,7 +237,7 @@ class Rounds {
     tracer->SetSourceData(pointsAt(seeds));
     tracer->SetInputArrayToProcess(0, 0, 0, vtkDataObject::FIELD_ASSOCIATION_POINTS, m_search.field.c_str());
     tracer->SetIntegratorTypeToRungeKutta45();
-    tracer->SetInterpolatorTypeToCellLocator();  // neighbours have points of their own at a seam
+    findByCells(*tracer);
     tracer->SetMaximumPropagation(m_search.reach);
     tracer->SetMaximumNumberOfSteps(20000);
     tracer->SetComputeVorticity(false);
@@ -270,6 +320,7 @@ class Rounds {
   }
 
   Ptr<vtkDataSet> m_cells;
+  Ptr<vtkStaticCellLocator> m_locator = make<vtkStaticCellLocator>();
   const StreamSearch& m_search;
   double m_size = 0;
   vtkIdType m_round = 0;

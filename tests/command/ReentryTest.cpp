@@ -6,6 +6,7 @@
 
 #include <functional>
 #include <gtest/gtest.h>
+#include <tuple>
 
 using namespace orv;
 
@@ -101,6 +102,21 @@ TEST(Reentry, ATextFromWithinAnUpdateIsPartOfIt)
     }
     EXPECT_EQ(system.errorList().size(), entry.errors) << entry.text;
     EXPECT_EQ(system.state(), entry.state) << entry.text;
+    system.expectConsistent();
+  }
+}
+
+// The nested text deletes what is being changed: that waits, and is dropped when the text fails.
+TEST(Reentry, UpdatesFromWithinOneWithoutActionWait)
+{
+  for (const auto& [nested, errors, state] :
+       {std::tuple("> delete /A:a\n> bogus", 1U, "A:a\nEND\n"), std::tuple("> delete /A:a", 0U, "")}) {
+    TestSystem system;
+    Meddler meddler([&, text = nested] { system.run(text); });
+    system.run("A: a\nEND");
+    system.run("A: a\nx = 2\nEND", kslUpdateNoAction);
+    EXPECT_EQ(system.errorList().size(), errors) << nested;
+    EXPECT_EQ(system.state(), state) << nested;
     system.expectConsistent();
   }
 }

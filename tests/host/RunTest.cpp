@@ -59,11 +59,12 @@ TEST(Run, FilesThenTextsEachOneCommand)
         << "told before anything is run";
 }
 
-// A file's text is let go of when its lines are read, and read again for an error: the file that was read, whatever
+// A large file's text is let go of when its lines are read, and read again for an error: the file that was read, whatever
 // stands in its place by then.
 TEST(Run, ErrorsTellLinesOfAFileThatIsNoLongerKept)
 {
-  const std::string fault = "CUT: a\n  Axis = Z\nEND\n# behind a comment\nCUT: b\n  Axis = Q\nEND\n";
+  const std::string fault = "CUT: a\n  Axis = Z\nEND\n# behind a comment\nCUT: b\n  Axis = Q\nEND\n#"
+                            + std::string(std::size_t{1} << 20, '-') + "\n";
   const std::string told =
       ":6:10: error[4]: Parameter 'Axis' cannot have value 'Q'.\nrolled back 3 changes\n";
   const std::string file = makeFile("itself.ksl", fault);

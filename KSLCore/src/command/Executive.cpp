@@ -199,13 +199,27 @@ void Executive::applyDependents(const Work& work, DependentUpdates& dependents, 
   appendToChangedObjects(internalProcessor.getChanged());
 }
 
-void Executive::updateNoAction(const KSLChangeList& changes, KSLChangeList* history, KSLAPI*)
+void Executive::updateNoAction(const KSLChangeList& changes, KSLChangeList* history, KSLAPI* store)
 {
   if (changes.empty() && m_pendingUpdates.empty())
     return;
-  const ScopeGuard reset([this] { resetChangeProcessing(); });
-  ObjectDBUpdaterNoAction updater(ObjectDB::instance());
-  UpdateProcessor(&updater, history).process(changes);
+  KSLChangeList more;
+  {
+    const ScopeGuard reset([this] { resetChangeProcessing(); });
+    // Updates from within wait: they might delete what is being changed.
+    const bool waits = std::exchange(m_applying, true);
+    const ScopeGuard applied([this, waits] {
+      m_applying = waits;
+      if (!waits)
+        m_deferred->clear();
+    });
+    ObjectDBUpdaterNoAction updater(ObjectDB::instance());
+    UpdateProcessor(&updater, history).process(changes);
+    if (!waits)
+      more.swapChanges(*m_deferred);
+  }
+  if (!more.empty())
+    update(more, history, store);
 }
 
 void Executive::appendToChangedObjects(const std::set<SharedText>& paths)

@@ -28,6 +28,9 @@ struct HistoryStack::Steps {
     bool isEmpty() const { return list() && (*list())->empty(); }
   };
 
+  static constexpr std::size_t usualStep =
+      1000;  // changes: the list of a larger one has more memory than the next needs
+
   std::deque<Step> all;
   List spare;  // an empty list that nobody holds, for the next step
 
@@ -47,7 +50,7 @@ struct HistoryStack::Steps {
   void keep(Step&& gone) noexcept
   {
     List* const held = std::get_if<List>(&gone.changes);
-    if (!held || gone.isShown || held->use_count() > 1)
+    if (!held || gone.isShown || held->use_count() > 1 || (*held)->size() > usualStep)
       return;
     (*held)->clear();
     spare = std::move(*held);

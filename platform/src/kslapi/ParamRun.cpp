@@ -67,7 +67,8 @@ bool ParamRun::keepsFormer(std::size_t index) const noexcept
 void ParamRun::keepFormer(std::size_t index)
 {
   const std::size_t kept = m_rep->former ? m_rep->former->count : 0;
-  if (!isNewest() || kept >= std::min<std::size_t>(m_size, UINT16_MAX))
+  if (!isNewest() || kept >= std::min<std::size_t>(m_size, UINT16_MAX) || index > UINT16_MAX
+      || m_write == UINT32_MAX)
     return unshare();
   static_assert(sizeof(Former) <= 32);
   void* const memory = FormerBlocks::take();

@@ -22,6 +22,7 @@
 #include "platform/internal/UpdateHandler.h"
 #include "StoreImpl.h"
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -42,7 +43,8 @@ class Loader {
   ~Loader()
   {
     m_open.blocks.clear();
-    m_store.spareBlocks = std::move(m_open);
+    if (m_open.blocks.capacity() <= usualDepth && m_open.path.capacity() <= usualPath)
+      m_store.spareBlocks = std::move(m_open);
   }
   Loader(const Loader&) = delete;
   Loader& operator=(const Loader&) = delete;
@@ -59,6 +61,8 @@ class Loader {
 
  private:
   using Block = OpenBlocks::Block;
+  static constexpr std::size_t usualDepth = 64;
+  static constexpr std::size_t usualPath = 4096;
 
   void readHeader(std::string_view line, std::string_view statement);
   void readParam(std::string_view line, std::string_view statement, std::size_t equals);
