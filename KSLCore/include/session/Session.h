@@ -54,10 +54,11 @@ struct SessionOptions {
 //   for (const orv::ErrorMsg& error : done.errors()) std::cerr << toText(error) << '\n';
 //   std::cout << session.state();
 //
-// What goes wrong in a command is in its Outcome, a lack of memory too. Only where there is none to begin a command with,
-// std::bad_alloc is thrown, and nothing has been done. From within a command (an executor, a calculation) commands are parts of it, and one that fails
-// throws what carries that outward, which must pass through. Queries throw data::notFound, class "Session", with the
-// operation as function, "Object '%s' does not exist.", and what KSLObject throws. Objects are named by path ("/CUT:a";
+// What goes wrong in a command is in its Outcome, a lack of memory too. Only where there is none to begin a command
+// with, std::bad_alloc is thrown, and nothing has been done. From within a command (an executor, a calculation)
+// commands are parts of it, and one that fails throws what carries that outward, which must pass through. Queries
+// throw data::notFound, class "Session", with the operation as function, "Object '%s' does not exist.", and what
+// KSLObject throws. Objects are named by path ("/CUT:a";
 // "/" is the root), top-level ones also by name.
 //
 // For one thread at a time: what is called while another thread is inside throws what Context::Scope does. Calculations
