@@ -28,13 +28,15 @@ std::string titled(const std::string& name, const std::string& units)
   return shown.empty() ? name : name + " in " + shown;
 }
 
-// What a line goes over: time where there is one, else the way along it.
+// What a line goes over: time where there is one, else the way along it; in the table of a file, else its first column.
 const Column& acrossOf(const orv::KSLObject& chart, const Numbers& numbers)
 {
   const std::string wanted = text(chart, "Across");
   const Column* found = wanted.empty() ? nullptr : numbers.find(wanted);
   for (const char* usual : {"Time", "Distance"})
     found = found || !wanted.empty() ? found : numbers.find(usual);
+  if (!found && wanted.empty() && numbers.isOfFile)
+    found = &numbers.columns.front();
   if (!found)
     fail("drawChart", orv::_("%s has no column '%s' to draw a line over.", numbers.objectPath,
                              wanted.empty() ? "Distance" : wanted));
@@ -72,7 +74,7 @@ Chart::Chart(const orv::KSLObject& object, const std::vector<std::shared_ptr<con
     m_across.title = titled(across.name, across.units);
     for (const Column& column : numbers->columns) {
       const bool isWanted = wanted.empty()
-                                ? !places.contains(column.name)
+                                ? !places.contains(column.name) && &column != &across
                                 : std::find(wanted.begin(), wanted.end(), column.name) != wanted.end();
       if (isWanted)
         addLine(*numbers, across, column, all.size() == 1);
