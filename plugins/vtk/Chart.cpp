@@ -82,6 +82,7 @@ Chart::Chart(const orv::KSLObject& object, const std::vector<std::shared_ptr<con
   }
   if (m_lines.empty())
     fail("drawChart", orv::_("%s has no columns to draw.", object.getPath()));
+  nameUp();
   Pixel low = m_lines.front().points.front();
   Pixel high = low;
   for (const Line& line : m_lines) {
@@ -96,16 +97,30 @@ Chart::Chart(const orv::KSLObject& object, const std::vector<std::shared_ptr<con
 
 void Chart::addLine(const Numbers& numbers, const Column& across, const Column& up, bool isAlone)
 {
-  const std::string name = titled(up.name, up.units);
-  Line line{isAlone ? up.name : numbers.title + ": " + up.name, {}};
+  Line line{isAlone ? up.name : numbers.title + ": " + up.name, up.name, up.units, {}};
   for (std::size_t i = 0; i < numbers.rows(); ++i) {
     if (std::isfinite(across.values[i]) && std::isfinite(up.values[i]))
       line.points.push_back({across.values[i], up.values[i]});
   }
-  if (line.points.empty())
+  if (!line.points.empty())
+    m_lines.push_back(std::move(line));
+}
+
+// The axis has the units that all lines have; else each line tells its own.
+void Chart::nameUp()
+{
+  const auto areAll = [this](std::string Line::*part) {
+    return std::all_of(m_lines.begin(), m_lines.end(),
+                       [&](const Line& line) { return line.*part == m_lines.front().*part; });
+  };
+  const Line& first = m_lines.front();
+  if (areAll(&Line::units)) {
+    m_up.title =
+        areAll(&Line::name) ? titled(first.name, first.units) : typesetUnits(unitsToShow(first.units));
     return;
-  m_up.title = m_lines.empty() || m_up.title == name ? name : typesetUnits(unitsToShow(up.units));
-  m_lines.push_back(std::move(line));
+  }
+  for (Line& line : m_lines)
+    line.label = titled(line.label, line.units);
 }
 
 void Chart::drawAxes(Canvas& canvas, Pixel low, Pixel high) const

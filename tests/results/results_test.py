@@ -571,6 +571,10 @@ class ResultsTest(unittest.TestCase):
         self.assertIn(">c.Offset in m</text>", drawing)
         self.assertEqual(len(re.findall(r'points="([^"]*)" fill="none" stroke="#1f6fb4"', drawing)[0].split()), 3)
         self.assertNotIn('stroke="#d1495b"', drawing)
+        # Lines of several units say which.
+        (self.folder / "s.csv").write_text("x [m],a [Pa],b [m s^-1]\n0,1,2\n1,2,3\n")
+        self.ksl("CHART: k\nTable File = s.csv\nOutput File = k.svg\nEND\n")
+        self.assertEqual(re.findall(">([ab] in [^<]*|Pa|m/s)</text>", (self.folder / "k.svg").read_text()), ["a in Pa", "b in m/s"])
         for file, says in (("z.csv", "Table file 'z.csv' cannot be read: No such file"), ("k.svg", "Table file 'k.svg' has no column of numbers")):
             self.assertIn(says, self.ksl(f"CHART: j\nTable File = {file}\nOutput File = j.svg\nEND\n", status=1).stderr)
 
