@@ -4,7 +4,6 @@
 #include "platform/ORVException.h"
 
 #include <fstream>
-#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -79,7 +78,7 @@ ORV_API std::vector<std::string> listFiles(const std::string& directory, std::st
 // %s."; the file is as it was then, unless it was written directly.
 ORV_API void replace(const std::string& fileName, std::string_view text);
 // The same with a text in pieces, one behind the other.
-ORV_API void replace(const std::string& fileName, std::span<const std::string_view> text);
+ORV_API void replace(const std::string& fileName, const std::vector<std::string_view>& text);
 // The last component, and what stands before it ("." when there is nothing, "/" for a file right below it).
 // Both slashes separate.
 ORV_API std::string getFilename(std::string_view path);

@@ -217,12 +217,9 @@ bool directoryRefuses(int failure)
 
 namespace orv::ORVFile {
 
-void replace(const std::string& fileName, std::string_view text)
-{
-  replace(fileName, Pieces(&text, 1));
-}
+namespace {
 
-void replace(const std::string& fileName, std::span<const std::string_view> text)
+void replaceBy(const std::string& fileName, Pieces text)
 {
   const ReplaceTarget target = ReplaceTarget::of(fileName);
   // Renaming asks the directory only: a file that is write-protected must be asked itself.
@@ -239,6 +236,18 @@ void replace(const std::string& fileName, std::span<const std::string_view> text
     failure = writeDirectly(target.name, text);
   if (failure != 0)
     throwFailure(fileName, failure);
+}
+
+}  // namespace
+
+void replace(const std::string& fileName, std::string_view text)
+{
+  replaceBy(fileName, Pieces(&text, 1));
+}
+
+void replace(const std::string& fileName, const std::vector<std::string_view>& text)
+{
+  replaceBy(fileName, text);
 }
 
 }  // namespace orv::ORVFile
