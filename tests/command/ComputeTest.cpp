@@ -164,6 +164,8 @@ TEST_F(ComputeTest, NamesAreSoughtPlaceByPlace)
   run("GROUP: own\nEND\n> rename from=/NODE:own, to=other");
   EXPECT_EQ(value("/NODE:v", "Own"), "other");
   EXPECT_EQ(m_system.store().find("Own"), std::string::npos) << "internal ones are no text";
+  run(node("z", "Source = other"));
+  EXPECT_EQ(run("> delete /NODE:other"), "z v") << "who names it in no text comes last";
   m_system.expectConsistent();
 }
 

@@ -91,8 +91,9 @@ class ORV_API Executive {
   void run(const Work& work);
   void applyUpdate(const Work& work);
   void applyAll(const KSLChangeList& changes, const Work& work, LinkTransaction& links);
-  void applyDependents(const Work& work, DependentUpdates& dependents, LinkTransaction& links,
-                       DBUpdater& updater, UpdateProcessor& processor);
+  static void applyDependents(const Work& work, DependentUpdates& dependents, LinkTransaction& links,
+                              UpdateProcessor& processor);
+  void applyInternal(const Work& work, DependentUpdates& dependents, DBUpdater& updater);
   void appendToChangedObjects(const std::set<SharedText>& paths);
   void appendToChangedObjects(std::vector<SharedText> paths);
   void updateChangedObjects(ObjectDB* database, RecoveryLog* log);

@@ -170,12 +170,14 @@ void Executive::applyAll(const KSLChangeList& changes, const Work& work, LinkTra
   }
   if (!work.attempt([&] { processor.createWaiting(); }))
     work.log->noteIncomplete();
-  work.attempt([&] { applyDependents(work, dependents, links, updater, processor); });
+  work.attempt([&] { applyDependents(work, dependents, links, processor); });
   work.attempt([&] { appendToChangedObjects(processor.takeChanged()); });
+  if (!dependents.empty())  // who changes in what is in no text is updated behind the others
+    work.attempt([&] { applyInternal(work, dependents, updater); });
 }
 
 void Executive::applyDependents(const Work& work, DependentUpdates& dependents, LinkTransaction& links,
-                                DBUpdater& updater, UpdateProcessor& processor)
+                                UpdateProcessor& processor)
 {
   KSLAPIUpdateProcessor storeProcessor(work.store, false);
   const auto applyInBoth = [&](const KSLChangeList& changes) {
@@ -184,19 +186,19 @@ void Executive::applyDependents(const Work& work, DependentUpdates& dependents, 
     work.process(changes, storeProcessor);
     processor.process(changes);
   };
-  refcnt_ptr<TreeAndLeafReadModel> model;
   if (!dependents.empty()) {
-    model = refcnt_ptr<TreeAndLeafReadModel>(new KSLCoreTreeAndLeafModel);
-    applyInBoth(*dependents.getExternalChanges(model.get()));
+    const KSLCoreTreeAndLeafModel model;
+    applyInBoth(*dependents.getExternalChanges(&model));
   }
   applyInBoth(links.rewrites());
-  if (dependents.empty())
-    return;
-  if (!model)
-    model = refcnt_ptr<TreeAndLeafReadModel>(new KSLCoreTreeAndLeafModel);
-  InternalParamUpdateProcessor internalProcessor(&updater);
-  work.process(*dependents.getInternalChanges(model.get()), internalProcessor);
-  appendToChangedObjects(internalProcessor.getChanged());
+}
+
+void Executive::applyInternal(const Work& work, DependentUpdates& dependents, DBUpdater& updater)
+{
+  const KSLCoreTreeAndLeafModel model;
+  InternalParamUpdateProcessor processor(&updater);
+  work.process(*dependents.getInternalChanges(&model), processor);
+  appendToChangedObjects(processor.getChanged());
 }
 
 void Executive::updateNoAction(const KSLChangeList& changes, KSLChangeList* history, KSLAPI* store)
