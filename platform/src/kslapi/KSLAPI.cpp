@@ -4,7 +4,6 @@
 #include "platform/ORVUtilities.h"
 #include "StoreImpl.h"
 #include "StoreLoader.h"
-#include "StoreValidation.h"
 
 #include <algorithm>
 #include <utility>
@@ -55,6 +54,7 @@ void KSLAPI::setKindsFrom(const KSLAPI* store)
 
 bool KSLAPI::refuseRules(bool on)
 {
+  m_impl->validation.reset();
   return std::exchange(m_impl->refusesRules, on);
 }
 
@@ -308,6 +308,7 @@ bool KSLAPI::enableValidation(bool on)
 void KSLAPI::setValidator(const KSLValidator* validator)
 {
   m_impl->validator = validator;
+  m_impl->rules.changed();
 }
 
 void KSLAPI::validateKSLData() const
@@ -317,9 +318,8 @@ void KSLAPI::validateKSLData() const
 
 void KSLAPI::validateKSLData(const KSLChangeList& changes) const
 {
-  if (!m_impl->validating)
-    return;
-  store::Validation(m_impl->rules, m_impl->validator).check(changes);
+  if (m_impl->validating)
+    m_impl->validate(changes);
 }
 
 // ------------------------------------------------------------------------------------------------------ queries

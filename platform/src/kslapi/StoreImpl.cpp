@@ -309,4 +309,17 @@ void KSLAPI::Impl::confirmTo(std::uint64_t mark)
   m_confirmed += count;
 }
 
+// --------------------------------------------------------------------------------------------------- validation
+
+// Whoever is warned may submit texts, which are validated meanwhile.
+void KSLAPI::Impl::validate(const KSLChangeList& list)
+{
+  std::unique_ptr<store::Validation> known = std::move(validation);
+  if (!known || !known->holds())
+    known = std::make_unique<store::Validation>(rules, validator);
+  known->check(list);
+  if (refusesRules)
+    validation = std::move(known);
+}
+
 }  // namespace orv

@@ -21,8 +21,10 @@
 #include "StoreJournal.h"
 #include "StoreRules.h"
 #include "StoreTree.h"
+#include "StoreValidation.h"
 #include "StoreValues.h"
 
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -72,6 +74,10 @@ class KSLAPI::Impl {
   void confirmTo(std::uint64_t mark);
   std::uint64_t pendingMark() const { return changes.empty() ? mark() : m_pendingFrom; }
 
+  // -- validation
+
+  void validate(const KSLChangeList& list);
+
   // -- reading text
 
   void readLibraryFiles(const std::vector<std::string>& files);
@@ -88,7 +94,8 @@ class KSLAPI::Impl {
   std::vector<std::string> libraryFiles;            // read last
   bool validating = false;
   bool refusesRules = false;
-  store::OpenBlocks spareBlocks;  // closed: their memory is for the next text
+  std::unique_ptr<store::Validation> validation;  // kept while RULES are refused, for the next list
+  store::OpenBlocks spareBlocks;                  // closed: their memory is for the next text
 
  private:
   template <class Group, class Make>
