@@ -77,10 +77,10 @@ void KSLAPI::Impl::setParam(Node* node, const SharedText& name, const SharedText
 {
   const std::size_t param = tree.findParam(node, name);
   if (param == store::Tree::none || !(node->params.value(param) == value))
-    assign(node, param, name, value, record);
+    assign(node, param, name, SharedText(value), record);
 }
 
-void KSLAPI::Impl::assign(Node* node, std::size_t param, const SharedText& name, SharedText value,
+void KSLAPI::Impl::assign(Node* node, std::size_t param, const SharedText& name, SharedText&& value,
                           Record record)
 {
   if (param == store::Tree::none)
@@ -95,7 +95,7 @@ void KSLAPI::Impl::assign(Node* node, std::size_t param, const SharedText& name,
 }
 
 // Told when it is there: it joins the group of the parameters before it, and shares their run.
-void KSLAPI::Impl::append(Node* node, const SharedText& name, SharedText value, Record record)
+void KSLAPI::Impl::append(Node* node, const SharedText& name, SharedText&& value, Record record)
 {
   if (store::isRulesPath(node->path))
     rules.changed();

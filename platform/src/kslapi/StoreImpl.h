@@ -100,8 +100,8 @@ class KSLAPI::Impl {
  private:
   template <class Group, class Make>
   void make(const Node* node, Record record, Group group, Make make);
-  void assign(Node* node, std::size_t param, const SharedText& name, SharedText value, Record record);
-  void append(Node* node, const SharedText& name, SharedText value, Record record);
+  void assign(Node* node, std::size_t param, const SharedText& name, SharedText&& value, Record record);
+  void append(Node* node, const SharedText& name, SharedText&& value, Record record);
   bool putBack(const ChangeGroup& group, Record record);
   bool takeOut(const ChangeGroup& group, Record record);
   bool hasInterned(const store::ParamRun& params);
