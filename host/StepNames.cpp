@@ -1,6 +1,5 @@
 #include "StepNames.h"
 
-#include "platform/ORVKSLAPI.h"
 #include "platform/ORVUtilities.h"
 #include "command/ActionExecutor.h"
 #include "command/KSLInterface.h"
@@ -34,14 +33,6 @@ bool isOf(std::string_view path, std::string_view object)
   return path.starts_with(object) && (path.size() == object.size() || path[object.size()] == '/');
 }
 
-bool touches(const orv::KSLChangeList* changes, const std::string& object)
-{
-  for (std::size_t i = 0; changes && i < changes->size(); ++i)
-    if (isOf((*changes)[i].path.str(), object))
-      return true;
-  return false;
-}
-
 const std::string& nameFor(const std::string& moved, const std::string& command)
 {
   return moved.empty() ? command : moved;
@@ -70,8 +61,12 @@ std::size_t StepNames::undosTo(const std::string& what) const
 {
   const std::string name = orv::StringUtilities::simplifyWhitespace(what);
   const std::string object = pathLike(name);
+  const orv::HistoryStack& steps = m_commands.getUndoStack();
+  const auto isMeant = [&object](const orv::SharedText& path) {
+    return isOf(orv::WholePath(path).str(), object);
+  };
   for (std::size_t i = m_undo.names.size(); !object.empty() && i-- > 0;)
-    if (m_undo.names[i] == name || touches(m_undo.changes[i].lock().get(), object))
+    if (m_undo.names[i] == name || steps.touches(i, isMeant))
       return m_undo.names.size() - i;
   return 0;
 }
@@ -85,7 +80,6 @@ std::string StepNames::shrink(Stack& stack, const orv::HistoryStack& steps)
   while (names.size() > steps.size() - (isExchanged ? 1 : 0)) {
     dropped = std::move(names.back());
     names.pop_back();
-    stack.changes.pop_back();
   }
   return dropped;
 }
@@ -93,8 +87,5 @@ std::string StepNames::shrink(Stack& stack, const orv::HistoryStack& steps)
 void StepNames::grow(Stack& stack, const orv::HistoryStack& steps, const std::string& name)
 {
   stack.names.resize(steps.size(), name);
-  stack.changes.resize(steps.size());
-  if (!stack.changes.empty())
-    stack.changes.back() = steps.shareTop();
   stack.top = steps.topId();
 }

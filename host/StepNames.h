@@ -4,7 +4,6 @@
 #include "command/HistoryStack.h"
 
 #include <cstddef>
-#include <memory>
 #include <string>
 #include <vector>
 
@@ -27,13 +26,12 @@ class StepNames {
   const std::vector<std::string>& redoable() const { return m_redo.names; }
 
   // How many steps an undo takes to reach the newest one that is called so, or that has changed the object of this path,
-  // "TYPE: name" or name, or one below it; 0 for none. Linear in the changes of these steps.
+  // "TYPE: name" or name, or one below it; 0 for none. Linear in the objects of these steps.
   std::size_t undosTo(const std::string& what) const;
 
  private:
   struct Stack {
     std::vector<std::string> names;
-    std::vector<std::weak_ptr<const orv::KSLChangeList>> changes;  // of as many steps
     orv::HistoryStack::ListId top = 0;
   };
 

@@ -13,6 +13,8 @@ class ValueJudges {
   class Judge {
    public:
     virtual ~Judge() = default;
+    // True of nearly all values that will do, at a glance; of others whyRefused is to be asked.
+    virtual bool takes(const std::string&) { return false; }
     // As KSLValidator::whyRefused.
     virtual std::string whyRefused(const std::string& value) = 0;
   };

@@ -342,7 +342,15 @@ TEST(TextStore, ValidatesTheChangesAgainstWhatItWasTold)
   store.setValidator(nullptr);
   store.defineType("S", {"p"}, false);
   store.load("O: o\np = 1\nq = 2\nr = 3\nEND\nS:\np = 1\nEND\nE:\nany = 1\nEND");
+  store.refuseRules(true);
   store.validateKSLData();
+  // It holds for later lists, until somebody else judges or a type has other parameters.
+  store.setValidator(&judge);
+  EXPECT_EQ(refusal("O: a\np = bad\nEND"), "Parameter 'p' of object '/O:a' cannot have value 'bad'.");
+  store.validateKSLData();
+  store.setValidator(nullptr);
+  store.defineType("O", {"q"}, false);
+  EXPECT_EQ(refusal("O: a\nq = bad\np = 1\nEND"), "Parameter 'p' is not defined for object type 'O'.");
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <memory>
 
 namespace orv {
@@ -33,6 +34,9 @@ class ORV_API HistoryStack {
   std::shared_ptr<KSLChangeList> shareTop() const;
   const KSLChangeList* top() const;
   ListId topId() const;
+  // Whether there is a step of this number, counted from the oldest, which is 0, that has changed an object whose path is
+  // accepted. Linear in its objects.
+  bool touches(std::size_t step, const std::function<bool(const SharedText& path)>& accepts) const;
   // Whether there is no step, or an open one without changes.
   bool isTopEmpty() const;
   // Has the top's changes taken back in a store. REQUIRES: there is a step.

@@ -17,7 +17,7 @@ namespace orv {
 
 namespace {
 
-constexpr const char* writeStateExecutorClass = "WriteStateExecutor";  // whose lines these are
+constexpr const char* linesClass = "WriteStateExecutor";  // whose lines these are
 constexpr std::size_t width = 80;
 constexpr std::size_t indentStep = 2;
 constexpr std::string_view equalSign = " = ";
@@ -111,8 +111,8 @@ bool isReadableHeader(const std::string& header)
 
 void reportLeftOut(const char* function, const std::string& line)
 {
-  ErrorProgressReporter::instance()->reportError(data::invalid(
-      writeStateExecutorClass, function, _("Line '%s' cannot be read back.", line), errorType::warning));
+  ErrorProgressReporter::instance()->reportError(
+      data::invalid(linesClass, function, _("Line '%s' cannot be read back.", line), errorType::warning));
 }
 
 // Of the object that says what is being read: while a state is saved that is no part of the work.
@@ -201,7 +201,7 @@ bool StateLines::parameter(const KSLObject& object, const std::string& name, con
   }
   const bool readable = isReadable(value);
   if (!readable)
-    reportUnreadable(writeStateExecutorClass, "validatedParameters", object.getPath(), name, value);
+    reportUnreadable(linesClass, "validatedParameters", object.getPath(), name, value);
   std::string line = std::string(indentOf(depth), ' ').append(name).append(equalSign).append(value);
   const bool plain = FileText::isPlain(line);
   if (plain && readable && value.back() != '\\' && line.size() <= width) {

@@ -31,8 +31,6 @@ namespace {
 constexpr const char* writeStateExecutorClass = "WriteStateExecutor";
 constexpr const char* action = "savestate";
 constexpr const char* fileType = "qst";
-constexpr std::size_t width = 80;
-constexpr std::size_t indentStep = 2;
 
 std::string textOf(const KSLObject& object, const char* param)
 {

@@ -235,7 +235,9 @@ void Reader::read(std::string& line)
 
 bool mayBeEscaped(std::string_view text) noexcept
 {
-  return text.find(escapeNote) != std::string_view::npos;
+  // What the note ends with begins with a character that others hardly ever write.
+  return text.find(escapeNote.substr(escapeNote.find('{'))) != std::string_view::npos
+         && text.find(escapeNote) != std::string_view::npos;
 }
 
 void undo(std::vector<std::string>& lines)

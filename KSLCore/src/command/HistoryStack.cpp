@@ -110,6 +110,24 @@ HistoryStack::ListId HistoryStack::topId() const
   return m_steps->all.empty() ? 0 : m_steps->all.back().id;
 }
 
+bool HistoryStack::touches(std::size_t step, const std::function<bool(const SharedText& path)>& accepts) const
+{
+  if (step >= size())
+    return false;
+  const Steps::Step& asked = m_steps->all[step];
+  const Steps::List* const list = asked.list();
+  if (!list)
+    return accepts(std::get_if<ChangeGroup>(&asked.changes)->path());
+  ChangeGroups::Cursor cursor(**list);
+  for (std::size_t i = 0; i < (*list)->size();) {
+    const ChangeGroup& group = *cursor.find(i);
+    if (accepts(group.path()))
+      return true;
+    i += group.size();
+  }
+  return false;
+}
+
 bool HistoryStack::isTopEmpty() const
 {
   return m_steps->all.empty() || m_steps->all.back().isEmpty();

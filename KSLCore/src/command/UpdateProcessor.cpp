@@ -182,12 +182,16 @@ void UpdateProcessor::changeParam(const ChangeGroup& group)
 
 KSLObject* UpdateProcessor::objectToSet(const SharedText& path)
 {
-  if (!m_updater->find(path)) {
+  KSLObject* object = m_updater->find(path);
+  if (!object) {
     createWaiting();
     ensureObject(path);
+    object = m_updater->find(path);
   }
-  noteChanged(path);
-  return m_updater->find(path);
+  if (object && !(m_lastChanged == path))
+    m_changed.push_back(path);
+  m_lastChanged = path;
+  return object;
 }
 
 // Nobody could see its parameters being unset one by one before it goes.
@@ -377,6 +381,7 @@ void UpdateProcessor::create(const SharedText& path)
 {
   m_changed.push_back(path);
   naming(path, {}, [&] { m_updater->createObject(path); });
+  m_lastChanged = path;
   if (m_log)
     m_log->noteCreated(path);
 }

@@ -23,19 +23,18 @@ constinit ContextLocal<ObjectDB*> theObjectDB(ContextEnd::objects, &ObjectDB::de
 
 constexpr const char* objectDBClass = "ObjectDB";
 
+bool beginsWithDot(std::string_view path)
+{
+  return path.starts_with('.') && (path.size() == 1 || path[1] == '/');
+}
+
 // True when simplifying would leave the path as it is: no empty component, no ".", no slash at the end.
 bool isNormal(std::string_view path)
 {
-  if (path.size() > 1 && path.back() == '/')
+  if ((path.size() > 1 && path.back() == '/') || beginsWithDot(path))
     return false;
-  if (!path.empty() && path.front() == '.' && (path.size() == 1 || path[1] == '/'))
-    return false;
-  for (std::size_t slash = path.find('/'); slash != std::string_view::npos;
-       slash = path.find('/', slash + 1)) {
-    const std::string_view rest = path.substr(slash + 1);
-    if (rest.empty())
-      break;
-    if (rest.front() == '/' || (rest.front() == '.' && (rest.size() == 1 || rest[1] == '/')))
+  for (std::size_t i = 0; i + 1 < path.size(); ++i) {
+    if (path[i] == '/' && (path[i + 1] == '/' || beginsWithDot(path.substr(i + 1))))
       return false;
   }
   return true;
@@ -280,14 +279,16 @@ ObjectHolder* ObjectDB::checkedParentOf(const KSLObject* object) const
   requireField(!object->getType().empty(), "Type");
   requireField(!object->getName().empty(), "name");
   requireField(!path.empty(), "path");
-  if (findObjectHolder(path))
+  const bool isNormal = isNormalPath(path);
+  const bool isKey = isNormal && !m_pathNormaliseFun && path.size() > 1;
+  if (isKey ? m_index->find(PathKey(path)) : findObjectHolder(path))
     throw data::duplicate(objectDBClass, function,
                           _("KSLObject '%s' (path '%s') already exists.", object->getName(), path.copy()));
   ObjectHolder* parent = findParentHolder(path);
   if (!parent)  // the blank that is missing in this text is missed by nobody: it is compared as it stands
     throw data::invalid(objectDBClass, function,
                         _("Parent of new object ('%s')does not exist in the database.", path.copy()));
-  if (!isNormalPath(path))
+  if (!isNormal)
     throw data::invalid(objectDBClass, function, _("Path '%s' is not normal.", path.copy()));
   return parent;
 }

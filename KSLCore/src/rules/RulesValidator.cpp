@@ -25,6 +25,7 @@ class ParamJudge final : public ValueJudges::Judge {
  public:
   explicit ParamJudge(const ParamDefinition& param) : m_rules(param.getRules()), m_check(param) {}
 
+  bool takes(const std::string& value) override { return m_check.takesAtOnce(value); }
   std::string whyRefused(const std::string& value) override
   {
     return value.empty() || m_rules->allowedValues.contains(value) ? std::string()

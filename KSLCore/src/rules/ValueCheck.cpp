@@ -38,7 +38,7 @@ std::string ValueCheck::whyRefused(std::string_view value) const
     StringUtilities::isTrue(value, isTruth);
     return isTruth ? std::string() : _("It is neither true nor false.");
   }
-  if (isUsual(value))
+  if (takesAtOnce(value))
     return {};
   try {
     std::string reason = whyNoNumbers(value);
@@ -54,80 +54,83 @@ std::string ValueCheck::whyRefused(std::string_view value) const
 
 namespace {
 
-// Takes away a number as nearly all are written, "-12.5 [mm]", with the blanks around it; false for all others.
-bool takeUsual(std::string_view& text, std::string_view& units)
+const char* afterBlanks(const char* at, const char* end)
+{
+  while (at != end && *at == ' ')
+    ++at;
+  return at;
+}
+
+const char* afterDigits(const char* at, const char* end)
+{
+  while (at != end && *at >= '0' && *at <= '9')
+    ++at;
+  return at;
+}
+
+// Behind a number as nearly all are written, "-12.5", and the blanks around it; null for all others.
+const char* afterUsual(const char* at, const char* end)
+{
+  at = afterBlanks(at, end);
+  if (at != end && (*at == '-' || *at == '+'))
+    ++at;
+  const char* const first = at;
+  at = afterDigits(at, end);
+  auto digits = at - first;
+  if (at != end && *at == '.') {
+    const char* const fraction = ++at;
+    at = afterDigits(at, end);
+    digits += at - fraction;
+  }
+  return digits == 0 ? nullptr : afterBlanks(at, end);
+}
+
+// Behind the units, with their brackets, and the blanks that follow; null when they are not there.
+const char* afterUnits(const char* at, const char* end, std::string_view units)
+{
+  if (units.empty() || !std::string_view(at, static_cast<std::size_t>(end - at)).starts_with(units))
+    return nullptr;
+  return afterBlanks(at + units.size(), end);
+}
+
+// How many numbers, written as nearly all are and with commas between them, a text is; 0 for other texts. Units must be
+// those that unitsAt gives for the text from them on, with their brackets.
+template <class UnitsAt>
+std::size_t countUsual(std::string_view text, UnitsAt unitsAt)
 {
   const char* at = text.data();
   const char* const end = at + text.size();
-  const auto skipBlanks = [&at, end] {
-    while (at != end && *at == ' ')
-      ++at;
-  };
-  const auto skipDigits = [&at, end] {
-    const char* const first = at;
-    while (at != end && *at >= '0' && *at <= '9')
-      ++at;
-    return at - first;
-  };
-  skipBlanks();
-  if (at != end && (*at == '-' || *at == '+'))
-    ++at;
-  auto digits = skipDigits();
-  if (at != end && *at == '.') {
-    ++at;
-    digits += skipDigits();
+  for (std::size_t count = 1;; ++count) {
+    at = afterUsual(at, end);
+    if (at && at != end && *at == '[')
+      at = afterUnits(at, end, unitsAt(std::string_view(at, static_cast<std::size_t>(end - at))));
+    if (!at || at == end)
+      return at ? count : 0;
+    if (*at++ != ',')
+      return 0;
   }
-  if (digits == 0)
-    return false;
-  skipBlanks();
-  units = {};
-  if (at != end && *at == '[') {
-    const char* const first = ++at;
-    while (at != end && *at != ']')
-      ++at;
-    if (at == end)
-      return false;
-    units = {first, static_cast<std::size_t>(at - first)};
-    ++at;
-    skipBlanks();
-  }
-  text.remove_prefix(static_cast<std::size_t>(at - text.data()));
-  return true;
-}
-
-bool takeComma(std::string_view& text)
-{
-  if (!text.starts_with(','))
-    return false;
-  text.remove_prefix(1);
-  return true;
 }
 
 }  // namespace
 
-// Numbers whose units were judged already, as many as there must be: that is all that is asked of them.
-bool ValueCheck::isUsual(std::string_view value) const
+// As many as there must be: that is all that is asked of them.
+bool ValueCheck::takesAtOnce(std::string_view value) const
 {
-  std::size_t count = 0;
-  do {
-    std::string_view units;
-    if (!takeUsual(value, units) || !(units.empty() || units == m_usualUnits))
-      return false;
-    ++count;
-  } while (takeComma(value));
+  if (m_kind == Kind::text || m_kind == Kind::logical)
+    return false;
+  const std::size_t count =
+      countUsual(value, [this](std::string_view) { return std::string_view(m_usualUnits); });
   const bool isList = m_kind == Kind::numbers || m_kind == Kind::integers;
-  return value.empty() && (isList || count == (m_kind == Kind::triplet ? 3U : 1U));
+  return isList ? count > 0 : count == (m_kind == Kind::triplet ? 3U : 1U);
 }
 
 // The value will do. Units that a list might be cut in are not kept.
 void ValueCheck::noteUsual(std::string_view value) const
 {
   std::string_view units;
-  do {
-    if (!takeUsual(value, units))
-      return;
-  } while (takeComma(value));
-  if (value.empty() && !units.empty() && units.find_first_of("[](){}\",") == std::string_view::npos)
+  const std::size_t count = countUsual(
+      value, [&units](std::string_view text) { return units = text.substr(0, text.find(']') + 1); });
+  if (count > 0 && units.size() > 2 && units.find_first_of("[](){}\",", 1) == units.size() - 1)
     m_usualUnits = units;
 }
 

@@ -20,6 +20,8 @@ class ValueCheck {
 
   // Nothing is ever refused.
   bool takesText() const { return m_kind == Kind::text; }
+  // Numbers as nearly all are written, whose units were judged already. False says nothing.
+  bool takesAtOnce(std::string_view value) const;
   // In words for people; empty when the value will do.
   std::string whyRefused(std::string_view value) const;
 
@@ -33,7 +35,6 @@ class ValueCheck {
   std::string whyNoNumber(const std::string& item) const;
   std::string whyNoUnits(const std::string& units) const;
 
-  bool isUsual(std::string_view value) const;
   void noteUsual(std::string_view value) const;
 
   refcnt_ptr<const ParamDefinition::Rules> m_rules;
@@ -42,7 +43,7 @@ class ValueCheck {
   mutable bool m_isDefaultRead = false;
   mutable std::string m_units;
   mutable std::optional<UnitDimensions> m_dimensions;  // none when any will do
-  mutable std::string m_usualUnits;                    // that a value had which would do
+  mutable std::string m_usualUnits;                    // with brackets, that a value had which would do
 };
 
 }  // namespace orv

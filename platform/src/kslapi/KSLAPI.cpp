@@ -4,7 +4,6 @@
 #include "platform/ORVUtilities.h"
 #include "StoreImpl.h"
 #include "StoreLoader.h"
-#include "StoreValidation.h"
 
 #include <algorithm>
 #include <utility>
@@ -55,6 +54,7 @@ void KSLAPI::setKindsFrom(const KSLAPI* store)
 
 bool KSLAPI::refuseRules(bool on)
 {
+  m_impl->validation.reset();
   return std::exchange(m_impl->refusesRules, on);
 }
 
@@ -156,16 +156,23 @@ KSLLines::Scanned knownOf(const KSLLines& lines, std::size_t index)
   return lines.scanned(index);
 }
 
-// As their lines stand when they were joined; counted for those who watch.
-template <class Lines>
-std::size_t countBlocks(const Lines& lines)
+bool mayEndBlock(KSLLines::Scanned known)
+{
+  return known.type == KSLLines::Scanned::unknown || known.type == MiniKSLParser::endLine;
+}
+
+// As their lines stand when they were joined.
+std::size_t countBlocks(const std::vector<std::string>& lines)
+{
+  return static_cast<std::size_t>(std::count(lines.begin(), lines.end(), blockEnd));
+}
+
+std::size_t countBlocks(const KSLLines& lines)
 {
   std::size_t blocks = 0;
-  for (std::size_t i = 0; ProgressWatcher::get() && i < lines.size(); ++i) {
-    const std::int32_t type = knownOf(lines, i).type;
-    const bool mayBe = type == KSLLines::Scanned::unknown || type == MiniKSLParser::endLine;
-    blocks += mayBe && lines[i] == blockEnd;
-  }
+  lines.forEach([&blocks](std::string_view line, std::size_t, KSLLines::Scanned known) {
+    blocks += mayEndBlock(known) && line == blockEnd;
+  });
   return blocks;
 }
 
@@ -181,7 +188,7 @@ template <class Lines, class Begin>
 bool load(KSLAPI::Impl& store, const Lines& lines, Begin begin)
 {
   store::Loader loader(store, store.actionHandler, !store.refusesRules);
-  Progress progress("blocks", countBlocks(lines));
+  Progress progress("blocks", ProgressWatcher::get() ? countBlocks(lines) : 0);
   std::size_t blocks = 0;
   for (std::size_t i = 0; i < lines.size(); ++i) {
     begin(i);
@@ -308,6 +315,7 @@ bool KSLAPI::enableValidation(bool on)
 void KSLAPI::setValidator(const KSLValidator* validator)
 {
   m_impl->validator = validator;
+  m_impl->rules.changed();
 }
 
 void KSLAPI::validateKSLData() const
@@ -317,9 +325,8 @@ void KSLAPI::validateKSLData() const
 
 void KSLAPI::validateKSLData(const KSLChangeList& changes) const
 {
-  if (!m_impl->validating)
-    return;
-  store::Validation(m_impl->rules, m_impl->validator).check(changes);
+  if (m_impl->validating)
+    m_impl->validate(changes);
 }
 
 // ------------------------------------------------------------------------------------------------------ queries

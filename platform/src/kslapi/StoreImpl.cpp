@@ -77,10 +77,10 @@ void KSLAPI::Impl::setParam(Node* node, const SharedText& name, const SharedText
 {
   const std::size_t param = tree.findParam(node, name);
   if (param == store::Tree::none || !(node->params.value(param) == value))
-    assign(node, param, name, value, record);
+    assign(node, param, name, SharedText(value), record);
 }
 
-void KSLAPI::Impl::assign(Node* node, std::size_t param, const SharedText& name, SharedText value,
+void KSLAPI::Impl::assign(Node* node, std::size_t param, const SharedText& name, SharedText&& value,
                           Record record)
 {
   if (param == store::Tree::none)
@@ -95,7 +95,7 @@ void KSLAPI::Impl::assign(Node* node, std::size_t param, const SharedText& name,
 }
 
 // Told when it is there: it joins the group of the parameters before it, and shares their run.
-void KSLAPI::Impl::append(Node* node, const SharedText& name, SharedText value, Record record)
+void KSLAPI::Impl::append(Node* node, const SharedText& name, SharedText&& value, Record record)
 {
   if (store::isRulesPath(node->path))
     rules.changed();
@@ -307,6 +307,19 @@ void KSLAPI::Impl::confirmTo(std::uint64_t mark)
   const std::size_t count = std::min(static_cast<std::size_t>(mark - m_confirmed), journal.size());
   journal.confirm(count);
   m_confirmed += count;
+}
+
+// --------------------------------------------------------------------------------------------------- validation
+
+// Whoever is warned may submit texts, which are validated meanwhile.
+void KSLAPI::Impl::validate(const KSLChangeList& list)
+{
+  std::unique_ptr<store::Validation> known = std::move(validation);
+  if (!known || !known->holds())
+    known = std::make_unique<store::Validation>(rules, validator);
+  known->check(list);
+  if (refusesRules)
+    validation = std::move(known);
 }
 
 }  // namespace orv

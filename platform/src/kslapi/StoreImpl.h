@@ -21,8 +21,10 @@
 #include "StoreJournal.h"
 #include "StoreRules.h"
 #include "StoreTree.h"
+#include "StoreValidation.h"
 #include "StoreValues.h"
 
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -72,6 +74,10 @@ class KSLAPI::Impl {
   void confirmTo(std::uint64_t mark);
   std::uint64_t pendingMark() const { return changes.empty() ? mark() : m_pendingFrom; }
 
+  // -- validation
+
+  void validate(const KSLChangeList& list);
+
   // -- reading text
 
   void readLibraryFiles(const std::vector<std::string>& files);
@@ -88,13 +94,14 @@ class KSLAPI::Impl {
   std::vector<std::string> libraryFiles;            // read last
   bool validating = false;
   bool refusesRules = false;
-  store::OpenBlocks spareBlocks;  // closed: their memory is for the next text
+  std::unique_ptr<store::Validation> validation;  // kept while RULES are refused, for the next list
+  store::OpenBlocks spareBlocks;                  // closed: their memory is for the next text
 
  private:
   template <class Group, class Make>
   void make(const Node* node, Record record, Group group, Make make);
-  void assign(Node* node, std::size_t param, const SharedText& name, SharedText value, Record record);
-  void append(Node* node, const SharedText& name, SharedText value, Record record);
+  void assign(Node* node, std::size_t param, const SharedText& name, SharedText&& value, Record record);
+  void append(Node* node, const SharedText& name, SharedText&& value, Record record);
   bool putBack(const ChangeGroup& group, Record record);
   bool takeOut(const ChangeGroup& group, Record record);
   bool hasInterned(const store::ParamRun& params);

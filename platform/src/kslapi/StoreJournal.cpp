@@ -27,7 +27,7 @@ Node* Journal::create(Node* parent, SharedText path, ParamRun params)
   }
 }
 
-void Journal::appendParam(Node* node, const SharedText& name, SharedText value)
+void Journal::appendParam(Node* node, const SharedText& name, SharedText&& value)
 {
   const auto goesOn = [node](const Entry& entry) {
     return entry.node == node && (entry.kind == Kind::create || entry.kind == Kind::appendParams);

@@ -30,7 +30,7 @@ class Journal {
   // -- changes, all or nothing; arguments as those of the tree's operations
 
   Node* create(Node* parent, SharedText path, ParamRun params = {});
-  void appendParam(Node* node, const SharedText& name, SharedText value);
+  void appendParam(Node* node, const SharedText& name, SharedText&& value);
   void changeParam(Node* node, std::size_t param, SharedText value);
   void removeParam(Node* node, std::size_t param);
   void remove(Node* node);

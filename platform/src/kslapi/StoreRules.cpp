@@ -51,6 +51,7 @@ void Rules::define(const std::string& type, std::vector<std::string> params, boo
   Params& known = m_params[type];
   known.names = {std::make_move_iterator(params.begin()), std::make_move_iterator(params.end())};
   known.takesAny = takesAnyParam;
+  ++m_changes;
 }
 
 std::vector<std::string> Rules::paramsOf(std::string_view type) const

@@ -4,6 +4,7 @@
 
 #include "StoreTree.h"
 
+#include <cstddef>
 #include <functional>
 #include <map>
 #include <set>
@@ -20,7 +21,11 @@ class Rules {
   explicit Rules(const Tree& tree) : m_tree(tree) {}
 
   // Rules of another store, asked when this tree has none. Not owned.
-  void setFallback(const Rules* other) { m_fallback = other; }
+  void setFallback(const Rules* other)
+  {
+    m_fallback = other;
+    ++m_changes;
+  }
 
   Kind kindOf(std::string_view type) const;
   void define(const std::string& type, std::vector<std::string> params, bool takesAnyParam);
@@ -28,8 +33,14 @@ class Rules {
   bool listsParam(std::string_view type, std::string_view param) const;
   std::vector<std::string> paramsOf(std::string_view type) const;
 
-  // Forgets what was looked up; called for every change at or below /RULES.
-  void changed() { m_kinds.clear(); }
+  // Forgets what was looked up; called for every change at or below /RULES, and when another validator knows more of them.
+  void changed()
+  {
+    m_kinds.clear();
+    ++m_changes;
+  }
+  // Moves on whenever something else may hold of a type.
+  std::size_t changes() const { return m_changes + (m_fallback ? m_fallback->changes() : 0); }
 
   // The component of a header's type and name in its one canonical form: a singleton is its type alone, an
   // object has its name, which is the type when none is given.
@@ -44,6 +55,7 @@ class Rules {
 
   const Tree& m_tree;
   const Rules* m_fallback = nullptr;
+  std::size_t m_changes = 0;
   mutable std::map<std::string, Kind, std::less<>> m_kinds;  // of types that were asked for, and are defined
   std::map<std::string, Params, std::less<>> m_params;
 };

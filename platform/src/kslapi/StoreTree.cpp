@@ -250,7 +250,7 @@ std::size_t Tree::findParam(const Node* node, const SharedText& name) const
   return none;
 }
 
-void Tree::appendParam(Node* node, SharedText name, SharedText value)
+void Tree::appendParam(Node* node, const SharedText& name, SharedText&& value)
 {
   ParamRun& params = node->params;
   if (params.empty() && node->previous)  // siblings are alike
@@ -261,7 +261,7 @@ void Tree::appendParam(Node* node, SharedText name, SharedText value)
   if (node->paramIndex)
     node->paramIndex->emplace(id, static_cast<std::uint32_t>(params.size()));
   try {
-    params.append({std::move(name), std::move(value), node->nextPlace});
+    params.append({name, std::move(value), node->nextPlace});
   } catch (...) {
     if (node->paramIndex)
       node->paramIndex->erase(id);

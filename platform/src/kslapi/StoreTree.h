@@ -87,7 +87,7 @@ class Tree {
   // Which of the node's parameters; `none` when it has no such one. The name must come from intern().
   static constexpr std::size_t none = static_cast<std::size_t>(-1);
   std::size_t findParam(const Node* node, const SharedText& name) const;
-  void appendParam(Node* node, SharedText name, SharedText value);
+  void appendParam(Node* node, const SharedText& name, SharedText&& value);
   void changeParam(Node* node, std::size_t param, SharedText value);
   void removeParam(Node* node, std::size_t param);
   // Takes back an appendParam, all that was done to the node since having been undone.

@@ -43,18 +43,22 @@ void Validation::check(const ChangeGroup& group)
 {
   const ChangeGroup::Listed* const all = group.listed();
   if (!all) {
-    const KSLChange change = group[0];
-    enter(change.path);
-    return checkParam(change.name, change.value);
+    const ChangeGroup::Changed& change = *group.changed();
+    enter(group.path());
+    if (Judge* const known = judgeOf(change.name))
+      judge(*known, change.name, change.value);
+    return;
   }
   if (!all->creates)
     return;
   enter(group.path());
   if (all->object == ChangeGroup::Object::first)
     checkPlace();
-  for (std::size_t i = 0; i < all->params(); ++i) {
-    const std::size_t param = all->descending ? all->run.size() - 1 - i : all->from + i;
-    checkParam(all->run.name(param), all->run.value(param));
+  const store::ParamRun& run = all->run;
+  for (std::size_t i = 0, count = all->params(); i < count; ++i) {
+    const std::size_t param = all->descending ? run.size() - 1 - i : all->from + i;
+    if (Judge* const known = judgeOf(run.name(param)))
+      judge(*known, run.name(param), run.value(param));
   }
   if (all->object == ChangeGroup::Object::last)
     checkPlace();
@@ -64,48 +68,65 @@ void Validation::enter(const SharedText& path)
 {
   if (m_type && path.same(m_path))
     return;
-  const std::string_view type = typeOf(lastComponent(path));
-  if (!m_type || m_type->first != type) {
-    if (m_rules.kindOf(type) == Kind::unknown)
-      refuse(_("Object type '%s' is not defined.", type), path,
-             oneOf(std::string(type), m_validator ? m_validator->typeNames() : std::vector<std::string>()));
-    m_type = &*m_types.try_emplace(std::string(type)).first;
+  if (!isLike(path)) {
+    const std::string_view component = path.component();
+    const std::string_view type = typeOf(component.substr(component.starts_with('/') ? 1 : 0));
+    if (!m_type || m_type->first != type) {
+      if (m_rules.kindOf(type) == Kind::unknown)
+        refuse(_("Object type '%s' is not defined.", type), path,
+               oneOf(std::string(type), m_validator ? m_validator->typeNames() : std::vector<std::string>()));
+      m_type = &*m_types.try_emplace(std::string(type)).first;
+    }
+    const std::size_t colon = component.find(':');
+    const bool mayHaveOthers = !path.isLong() && colon != std::string_view::npos;
+    m_prefix = mayHaveOthers ? path.size() - component.size() + colon + 1 : 0;
+    m_mayStand = false;
   }
   m_path = path;
   m_next = 0;
 }
 
+// Whether it is in the same object as the one under way, and of the same type.
+bool Validation::isLike(const SharedText& path) const
+{
+  if (m_prefix == 0 || path.isLong())
+    return false;
+  const std::string_view text = path.str();
+  return text.substr(0, m_prefix) == std::string_view(m_path.str()).substr(0, m_prefix)
+         && text.find('/', m_prefix) == std::string_view::npos;
+}
+
 void Validation::checkPlace()
 {
-  if (!m_validator)
+  if (!m_validator || m_mayStand)
     return;
   const std::string_view parent = typeAbove(m_path);
   std::vector<std::string>& parents = m_type->second.parents;
-  if (std::find(parents.begin(), parents.end(), parent) != parents.end())
+  m_mayStand = std::find(parents.begin(), parents.end(), parent) != parents.end();
+  if (m_mayStand)
     return;
-  if (m_validator->mayStandIn(m_type->first, parent))
+  if (m_validator->mayStandIn(m_type->first, parent)) {
     parents.emplace_back(parent);
-  else
+    m_mayStand = true;
+  } else {
     m_validator->checkObject(m_text.of(m_path));
+  }
 }
 
-void Validation::checkParam(const SharedText& name, const SharedText& value)
+void Validation::judge(Judge& judge, const SharedText& name, const SharedText& value) const
 {
-  Judge* const judge = judgeOf(name);
-  if (!judge)
+  if (judge.takes(value.str()))
     return;
-  const std::string reason = judge->whyRefused(value.str());
+  const std::string reason = judge.whyRefused(value.str());
   if (!reason.empty())
     refuse(_("Parameter '%s' of object '%s' cannot have value '%s'.", name.str(), m_path.copy(), value.str()),
            m_path, {.parameter = name.str(), .subject = value.str(), .notes = {{0, 0, reason}}});
 }
 
 // Throws for a parameter that the type does not list.
-Validation::Judge* Validation::judgeOf(const SharedText& name)
+Validation::Judge* Validation::findJudge(const SharedText& name)
 {
   const std::vector<Param>& params = m_type->second.params;
-  if (m_next < params.size() && params[m_next].name.same(name))
-    return params[m_next++].judge.get();
   const auto known = std::find_if(params.begin(), params.end(),
                                   [&name](const Param& param) { return param.name.same(name); });
   if (known == params.end())

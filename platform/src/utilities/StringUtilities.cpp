@@ -97,8 +97,9 @@ bool isSimple(std::string_view text) noexcept
   const std::size_t last = text.size() - step;
   for (std::size_t i = 1;; i = std::min(i + step, last)) {
     const std::uint64_t word = wordAt(text, i);
-    const std::uint64_t blank = bytesBelow(word ^ blanks, 1);
-    if (bytesBelow(word, 0x21) != blank || (blank & bytesBelow(wordAt(text, i - 1) ^ blanks, 1)) != 0)
+    const std::uint64_t pairs =
+        (word ^ blanks) | (wordAt(text, i - 1) ^ blanks);  // 0 for the second of two blanks
+    if ((bytesBelow(word, 0x20) | bytesBelow(pairs, 1)) != 0)
       return false;
     if (i == last)
       return true;
