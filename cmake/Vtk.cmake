@@ -13,7 +13,7 @@ if(KSL_VTK)  # AUTO, too, is no false value
     CommonCore CommonDataModel CommonExecutionModel FiltersCore FiltersExtraction FiltersFlowPaths FiltersGeneral
     FiltersGeometry FiltersModeling FiltersSources IOCGNSReader IOEnSight IOExport IOGeometry IOImage IOLegacy IOPLY
     IOParallel IOParallelXML IOXML ImagingCore ParallelCore RenderingAnnotation RenderingCore RenderingFreeType RenderingOpenGL2
-    ChartsCore ViewsContext2D RenderingContext2D RenderingContextOpenGL2)
+    ChartsCore ViewsContext2D RenderingContext2D RenderingContextOpenGL2 cgns zlib)
 endif()
 
 if(VTK_FOUND)

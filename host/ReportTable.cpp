@@ -500,6 +500,14 @@ Results file '%s' holds no cells.
 4 | It was read, but there is no mesh in it. | See what wrote it.
 Results file '%s' has nothing at time %s: its times are %s.
 4 | No time of the file is the one asked for, within a millionth of the range. | Take one of the times listed, First or Last.
+The scale factor of %s is not above 0.
+4 | Lengths in the file times it are metres. | Leave it at 1 for metres, and say 0.001 for millimetres.
+Results file '%s' has nothing at time %s: it tells no times.
+4 | A file of one mesh, such as a .vtu, is all there is. | Take First or Last, or name a file that tells times, such as a .pvd.
+%s has a Time List, and its results tell no times.
+4 | Numbers over time need results that tell times. | Leave the list empty, or say All, which is then no time.
+File '%s' of '%s' at time %s says that it is the field '%s'.
+4 | A copy of a field's file, as an editor or a person leaves it, stands beside it, and would be read in its place. | Take it away, or let 'object' in its head be the file's name.
 Field '%s' of '%s' at time %s cannot be read: its file is damaged or not of the mesh's size.
 4 | The case has the file, but not one value for each cell. | Write the field anew, or take its file away.
 %s cannot be computed: the calculate library vtk was built without VTK. Install VTK's files for development (Debian's package libvtk9-dev) and build again with KSL_VTK=ON.
@@ -534,18 +542,28 @@ Region '%s' is not in the results of %s: there are %s.
 4 | Neither a scheme nor a PALETTE has this name. | Take one of these.
 %s takes a surface: its location is a volume.
 4 | Fluxes and forces are those through a surface. | Name a cut, a patch or a level surface.
+%s has nothing to sum over: its location has neither area nor volume.
+4 | Points and lines have values, and no size: so have cuts through results that are surfaces themselves. | Name a surface or a volume, or take Minimum or Maximum.
 %s needs a density: a variable or a value.
 4 | A mass flow is a flux times a density. | Set Density.
 %s has no '%s': its location is a %s.
 4 | Surfaces have areas, volumes have volumes. | Take the other Option, or another place.
 %s has no column '%s' to draw a line over.
 4 | The numbers of this object were not found along a line, nor over time. | Name a probe along a line, give a Time List, or set Across.
+Table file '%s' cannot be read: %s.
+4 | The Table File of a CHART is not there, or empty. | Name a .csv, such as 'ksl sweep' prints.
+Table file '%s' has no column of numbers.
+4 | Its first line should name the columns, and the others hold their numbers, with commas between. | See what is in it.
 %s has no columns to draw.
 4 | None of the columns named is there. | See the columns in a TABLE of the same objects.
 The picture size of %s is not two numbers from 100 to 16384.
 4 | Width and height in pixels. | Give both.
 The picture size of %s is not two numbers from 1 to 16384.
 4 | Width and height in pixels. | Give both.
+%s sees nothing: its view has no height, or its angle is not between 0 and 180 [degree].
+4 | A view is as high as View Height says, or View Angle. | Set it to more than 0.
+%s sees nothing: its Eye Point is where it looks at.
+4 | A view needs a direction. | Move the Eye Point away from Look At.
 '%s' of %s is no view: there are Given, X, -X, Y, -Y, Z, -Z and Isometric.
 4 | A View List names views. | Take one of these.
 '%s' is of no kind that pictures are written in: .png, .gltf, .vtp.

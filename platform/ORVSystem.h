@@ -77,6 +77,8 @@ ORV_API std::vector<std::string> listFiles(const std::string& directory, std::st
 // regular file, is written directly. Throws file::error, class "ORVFile", function "replace", "Cannot write file '%s':
 // %s."; the file is as it was then, unless it was written directly.
 ORV_API void replace(const std::string& fileName, std::string_view text);
+// The same with a text in pieces, one behind the other.
+ORV_API void replace(const std::string& fileName, const std::vector<std::string_view>& text);
 // The last component, and what stands before it ("." when there is nothing, "/" for a file right below it).
 // Both slashes separate.
 ORV_API std::string getFilename(std::string_view path);

@@ -28,13 +28,15 @@ std::string titled(const std::string& name, const std::string& units)
   return shown.empty() ? name : name + " in " + shown;
 }
 
-// What a line goes over: time where there is one, else the way along it.
+// What a line goes over: time where there is one, else the way along it; in the table of a file, else its first column.
 const Column& acrossOf(const orv::KSLObject& chart, const Numbers& numbers)
 {
   const std::string wanted = text(chart, "Across");
   const Column* found = wanted.empty() ? nullptr : numbers.find(wanted);
   for (const char* usual : {"Time", "Distance"})
     found = found || !wanted.empty() ? found : numbers.find(usual);
+  if (!found && wanted.empty() && numbers.isOfFile)
+    found = &numbers.columns.front();
   if (!found)
     fail("drawChart", orv::_("%s has no column '%s' to draw a line over.", numbers.objectPath,
                              wanted.empty() ? "Distance" : wanted));
@@ -72,7 +74,7 @@ Chart::Chart(const orv::KSLObject& object, const std::vector<std::shared_ptr<con
     m_across.title = titled(across.name, across.units);
     for (const Column& column : numbers->columns) {
       const bool isWanted = wanted.empty()
-                                ? !places.contains(column.name)
+                                ? !places.contains(column.name) && &column != &across
                                 : std::find(wanted.begin(), wanted.end(), column.name) != wanted.end();
       if (isWanted)
         addLine(*numbers, across, column, all.size() == 1);
@@ -80,6 +82,7 @@ Chart::Chart(const orv::KSLObject& object, const std::vector<std::shared_ptr<con
   }
   if (m_lines.empty())
     fail("drawChart", orv::_("%s has no columns to draw.", object.getPath()));
+  nameUp();
   Pixel low = m_lines.front().points.front();
   Pixel high = low;
   for (const Line& line : m_lines) {
@@ -94,16 +97,30 @@ Chart::Chart(const orv::KSLObject& object, const std::vector<std::shared_ptr<con
 
 void Chart::addLine(const Numbers& numbers, const Column& across, const Column& up, bool isAlone)
 {
-  const std::string name = titled(up.name, up.units);
-  Line line{isAlone ? up.name : numbers.title + ": " + up.name, {}};
+  Line line{isAlone ? up.name : numbers.title + ": " + up.name, up.name, up.units, {}};
   for (std::size_t i = 0; i < numbers.rows(); ++i) {
     if (std::isfinite(across.values[i]) && std::isfinite(up.values[i]))
       line.points.push_back({across.values[i], up.values[i]});
   }
-  if (line.points.empty())
+  if (!line.points.empty())
+    m_lines.push_back(std::move(line));
+}
+
+// The axis has the units that all lines have; else each line tells its own.
+void Chart::nameUp()
+{
+  const auto areAll = [this](std::string Line::*part) {
+    return std::all_of(m_lines.begin(), m_lines.end(),
+                       [&](const Line& line) { return line.*part == m_lines.front().*part; });
+  };
+  const Line& first = m_lines.front();
+  if (areAll(&Line::units)) {
+    m_up.title =
+        areAll(&Line::name) ? titled(first.name, first.units) : typesetUnits(unitsToShow(first.units));
     return;
-  m_up.title = m_lines.empty() || m_up.title == name ? name : typesetUnits(unitsToShow(up.units));
-  m_lines.push_back(std::move(line));
+  }
+  for (Line& line : m_lines)
+    line.label = titled(line.label, line.units);
 }
 
 void Chart::drawAxes(Canvas& canvas, Pixel low, Pixel high) const

@@ -20,6 +20,8 @@ class Chart {
  private:
   struct Line {
     std::string label;
+    std::string name;  // of the column
+    std::string units;
     std::vector<Pixel> points;  // in the units of the axes
   };
   struct Axis {
@@ -30,6 +32,7 @@ class Chart {
     void span(double from, double to);
   };
   void addLine(const Numbers& numbers, const Column& across, const Column& up, bool isAlone);
+  void nameUp();
   void draw(Canvas& canvas) const;
   void drawAxes(Canvas& canvas, Pixel low, Pixel high) const;
 

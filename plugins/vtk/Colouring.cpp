@@ -76,7 +76,8 @@ Range rangeIn(const std::string& path, const std::string& name, const Mesh& mesh
 Range rangeOf(const Colouring& colouring, const Place& place, const Variable& variable)
 {
   const bool isLocal = colouring.mode == "Local" || !place.mesh;
-  Range range = colouring.mode == "Fixed" ? Range{0, 1}
+  const bool isGiven = colouring.low && colouring.high;
+  Range range = isGiven   ? Range()
                 : isLocal ? rangeIn(colouring.path, colouring.variable, *place.data, place.units)
                           : rangeIn(colouring.path, colouring.variable, *place.mesh);
   if (colouring.low)
@@ -132,7 +133,7 @@ Colouring colouringOf(const KSLObject& object, const std::string& variable)
 {
   Colouring colouring;
   colouring.path = object.getPath();
-  colouring.variable = text(object, variable);
+  colouring.variable = variableOf(object, variable);
   colouring.label = text(object, "Label");
   colouring.units = text(object, "User Units");
   colouring.mode = object.hasParam("Range Mode") ? text(object, "Range Mode") : "Global";

@@ -130,6 +130,24 @@ Variable findVariable(const std::string& path, const std::string& name, vtkDataS
   throw diagnosed(std::move(error), {.object = path, .subject = name, .valid = variableNames(data)});
 }
 
+std::vector<std::string> variablesOf(const KSLObject& object, const std::string& param)
+{
+  std::vector<std::string> names = items(object, param);
+  const orv::ParamDefinition* reference = object.lookUpParam(param);
+  const std::vector<const KSLObject*> objects =
+      reference ? object.namedObjects(*reference) : std::vector<const KSLObject*>();
+  for (std::size_t i = 0; i < objects.size() && objects.size() == names.size(); ++i)
+    if (objects[i])
+      names[i] = objects[i]->getName();
+  return names;
+}
+
+std::string variableOf(const KSLObject& object, const std::string& param)
+{
+  const KSLObject* const definition = namedOne(object, param);
+  return definition ? definition->getName() : text(object, param);
+}
+
 std::vector<std::shared_ptr<const Field>> fieldsOf(const KSLObject& object, const std::string& param)
 {
   std::vector<std::shared_ptr<const Field>> fields;

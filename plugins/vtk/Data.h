@@ -171,6 +171,10 @@ struct Variable {
 // For the object at the path. Throws data::invalid, "Variable 'T' is not in the results of /BAND:a: there are U, p.".
 Variable findVariable(const std::string& path, const std::string& name, vtkDataSet& data, const Units& units);
 std::vector<std::string> variableNames(vtkDataSet& data);
+// What the variables that a parameter asks for are called in the data: a VARIABLE by its own name, also where its path
+// stands in the text.
+std::vector<std::string> variablesOf(const orv::KSLObject& object, const std::string& param);
+std::string variableOf(const orv::KSLObject& object, const std::string& param);  // "" without
 // The VARIABLE objects that a parameter names, as fields for a request.
 std::vector<std::shared_ptr<const Field>> fieldsOf(const orv::KSLObject& object, const std::string& param);
 

@@ -3,12 +3,13 @@
 #include "Reader.h"
 #include "ScratchFolder.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <set>
 #include <sstream>
+#include <vtk_zlib.h>
 
 namespace results {
 
@@ -41,12 +42,15 @@ std::set<fs::path> partsOf(const fs::path& root)
   return parts;
 }
 
+// Also of a compressed file.
 std::string headOf(const fs::path& file)
 {
-  std::ifstream stream(file, std::ios::binary);
   std::string head(4096, '\0');
-  stream.read(head.data(), static_cast<std::streamsize>(head.size()));
-  head.resize(static_cast<std::size_t>(stream.gcount()));
+  const gzFile stream = gzopen(file.c_str(), "rb");
+  const int count = stream ? gzread(stream, head.data(), static_cast<unsigned>(head.size())) : 0;
+  if (stream)
+    gzclose(stream);
+  head.resize(static_cast<std::size_t>(std::max(count, 0)));
   return head;
 }
 
@@ -77,17 +81,44 @@ std::string unitsOf(const std::string& dimensions)
   return units.empty() ? "1" : units;
 }
 
+// Of a file that is cut off before it tells what it is.
+bool isFieldElsewhere(const fs::path& file)
+{
+  std::error_code failure;
+  for (const fs::directory_entry& time : fs::directory_iterator(file.parent_path().parent_path(), failure)) {
+    const std::string kind = entryOf(headOf(time.path() / file.filename()), "class ");
+    if (kind.find("vol") != std::string::npos && kind.find("Field") != std::string::npos)
+      return true;
+  }
+  return false;
+}
+
+// Names of files that VTK's reader does not look into.
+bool isPassedOver(const std::string& name)
+{
+  return name.ends_with('~') || name.ends_with(".bak") || name.ends_with(".BAK") || name.ends_with(".old")
+         || name.ends_with(".save");
+}
+
 void addFields(const fs::path& directory, FoamFields& fields)
 {
   std::error_code failure;
   for (const fs::directory_entry& entry : fs::directory_iterator(directory, failure)) {
-    if (!entry.is_regular_file(failure) || entry.path().extension() == ".gz")
+    if (!entry.is_regular_file(failure))
       continue;
     const std::string head = headOf(entry.path());
     const std::string kind = entryOf(head, "class ");
-    if (kind.find("vol") == std::string::npos || kind.find("Field") == std::string::npos)
+    const bool isCompressed = entry.path().extension() == ".gz";
+    const std::string name = (isCompressed ? entry.path().stem() : entry.path().filename()).string();
+    const bool isField = kind.find("vol") != std::string::npos && kind.find("Field") != std::string::npos;
+    const std::string object = entryOf(head, "object ");
+    if (isField && !object.empty() && object != name) {
+      if (!isPassedOver(entry.path().filename().string()))
+        fields.copies.emplace_back(entry.path().filename().string(), object);
       continue;
-    const std::string name = entry.path().filename().string();
+    }
+    if (!(isField || (kind.empty() && isFieldElsewhere(entry.path()))))
+      continue;
     if (fields.units.emplace(name, unitsOf(entryOf(head, "dimensions"))).second)
       fields.names.push_back(name);
   }

@@ -1,5 +1,8 @@
 #include "Numbers.h"
 
+#include "platform/ORVError.h"
+#include "running.h"
+
 #include <algorithm>
 
 namespace results {
@@ -47,6 +50,8 @@ void keepNumbers(KSLObject& object, const std::vector<double>& times,
 {
   auto numbers = std::make_shared<Numbers>();
   const std::vector<double> wanted = timesWanted(object, times);
+  if (!wanted.empty() && times.empty())
+    fail("keepNumbers", orv::_("%s has a Time List, and its results tell no times.", object.getPath()));
   if (wanted.empty())
     *numbers = make({});
   for (const double time : wanted)

@@ -19,6 +19,7 @@ struct Numbers {
   std::string title;
   std::string objectPath;
   std::vector<Column> columns;  // all of one length
+  bool isOfFile = false;        // nobody's; the path is the file's
   std::size_t rows() const { return columns.empty() ? 0 : columns.front().values.size(); }
   const Column* find(const std::string& name) const;  // null without
 };

@@ -34,6 +34,8 @@
 #include <vtkXMLDataElement.h>
 #include <vtkXMLGenericDataObjectReader.h>
 #include <vtkXMLUtilities.h>
+#include <vtk_cgns.h>
+#include VTK_CGNS(cgns_io.h)
 
 namespace results {
 
@@ -76,6 +78,8 @@ void reading(const std::string& file, Action action)
     std::string said = error.getMessage();
     while (!said.empty() && (said.back() == '.' || said.back() == ' '))
       said.pop_back();
+    if (said.empty())
+      said = "It is damaged, or of another kind";
     fail("readResults", orv::_("Results file '%s' cannot be read: %s.", file, said));
   }
 }
@@ -102,8 +106,21 @@ Ptr<vtkAlgorithm> foamReader(const ReadOptions& options, const std::string& cont
   return reader;
 }
 
+// VTK's reader ends the process where this library cannot open a file.
+void requireCgns(const std::string& file)
+{
+  int handle = 0;
+  if (cgio_open_file(file.c_str(), CGIO_MODE_READ, CGIO_FILE_NONE, &handle) != CGIO_ERR_NONE) {
+    char said[CGIO_MAX_ERROR_LENGTH + 1] = {};
+    cgio_error_message(said);
+    fail("readResults", orv::_("Results file '%s' cannot be read: %s.", file, said));
+  }
+  cgio_close_file(handle);
+}
+
 Ptr<vtkAlgorithm> cgnsReader(const std::string& file)
 {
+  requireCgns(file);
   const auto reader = make<vtkCGNSReader>();
   reader->SetFileName(file.c_str());
   reader->SetLoadBndPatch(true);
@@ -208,9 +225,12 @@ std::vector<double> sameForAll(const std::vector<double>& times, const std::stri
   return times;
 }
 
-// A field that the reader left out, because its file is damaged.
+// A field that the reader left out, because its file is damaged; or took from a copy.
 void requireFields(const Mesh& mesh, const FoamFields& fields, const ReadOptions& options, double time)
 {
+  for (const auto& [file, field] : fields.copies)
+    fail("readResults", orv::_("File '%s' of '%s' at time %s says that it is the field '%s'.", file,
+                               options.file, readable(time, 10), field));
   for (const std::string& name : fields.names) {
     if (!mesh.cells->GetCellData()->GetArray(name.c_str()))
       fail("readResults",

@@ -7,6 +7,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace results {
@@ -48,6 +49,7 @@ std::string writeApart(const std::filesystem::path& root, double wanted,
 struct FoamFields {
   Units units;
   std::vector<std::string> names;
+  std::vector<std::pair<std::string, std::string>> copies;  // files that say they are another field
 };
 FoamFields foamFields(const std::string& controlDict, double time, bool isDecomposed);
 

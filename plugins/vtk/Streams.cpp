@@ -13,7 +13,7 @@ namespace results {
 
 Streams::Streams(const orv::KSLObject& object)
     : m_path(object.getPath()),
-      m_variable(text(object, "Variable")),
+      m_variable(variableOf(object, "Variable")),
       m_option(text(object, "Option")),
       m_direction(text(object, "Way")),
       m_reach(number(object, "Reach", "m")),

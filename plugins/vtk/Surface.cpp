@@ -1,5 +1,6 @@
 #include "Surface.h"
 
+#include "platform/ORVProgress.h"
 #include "Communicator.h"
 #include "Pieces.h"
 #include "running.h"
@@ -42,7 +43,9 @@ void visitSurface(vtkPolyData& surface, const Vec& normal, const std::function<v
   const auto split = make<vtkIdList>();
   const auto cell = make<vtkGenericCell>();
   const auto unused = make<vtkPoints>();
+  const orv::Progress::Steps step;
   for (vtkIdType i = 0; i < surface.GetNumberOfCells(); ++i) {
+    step();
     vtkIdType count = 0;
     const vtkIdType* ids = nullptr;
     surface.GetCellPoints(i, count, ids);
@@ -64,7 +67,9 @@ void visitVolume(vtkDataSet& volume, const std::function<void(const Piece&)>& vi
   const auto split = make<vtkIdList>();
   const auto cell = make<vtkGenericCell>();
   const auto unused = make<vtkPoints>();
+  const orv::Progress::Steps step;
   for (vtkIdType i = 0; i < volume.GetNumberOfCells(); ++i) {
+    step();
     volume.GetCell(i, cell);
     if (cell->GetCellDimension() != 3)
       continue;

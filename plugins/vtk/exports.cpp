@@ -18,6 +18,10 @@ std::recursive_mutex& turn()
   return mutex;
 }
 
+// Models that have the library, in this process: each begins and ends it.
+std::mutex modelsGuard;
+int models = 0;
+
 template <void (*calculation)(orv::KSLObject&)>
 class Function : public orv::CalculateFunction {
  public:
@@ -34,12 +38,19 @@ ORV_CALCULATE_LIBRARY;
 
 extern "C" ORV_API void orvCalculateLibraryBegin()
 {
+  {
+    const std::lock_guard lock(modelsGuard);
+    ++models;
+  }
   results::silenceVtk();
   results::limitMemory();
 }
 
 extern "C" ORV_API void orvCalculateLibraryEnd()
 {
+  const std::lock_guard lock(modelsGuard);
+  if (--models > 0)  // others may be painting
+    return;
   results::closeWindow();
   results::endDisplay();
 }

@@ -131,7 +131,9 @@ Place gatheredSpread(const Place& place, double spacing)
 
 void placeArrows(KSLObject& object)
 {
-  const Arrows arrows{object.getPath(), text(object, "Variable"), number(object, "Spacing", "m"),
+  if (!isGiven(object, "Variable"))
+    return setResult(object, "Arrow Scale", "");
+  const Arrows arrows{object.getPath(), variableOf(object, "Variable"), number(object, "Spacing", "m"),
                       number(object, "Length Factor", "")};
   const auto scale = std::make_shared<double>(0);
   const bool isColoured = text(object, "Colour Mode") != "Constant";
@@ -176,8 +178,8 @@ void followStreams(KSLObject& object)
 {
   const auto* mesh = keptBy<Mesh>(namedOne(object, "Reader"), "Data");
   const auto* location = keptBy<Place>(namedOne(object, "Location"), "Geometry");
-  if (!mesh || !mesh->now)
-    return;
+  if (!mesh || !mesh->now || !isGiven(object, "Variable"))
+    return setResult(object, "Point Count", "");
   const Streams streams(object);
   const bool isColoured = text(object, "Colour Mode") != "Constant";
   const Colouring colouring =

@@ -98,6 +98,8 @@ void findExtremeHere(const Integral& integral, const Variable& variable, const P
   vtkIdType best = -1;
   for (vtkIdType i = 0; i < array->GetNumberOfTuples(); ++i) {
     const double value = variable.value(*array, i);
+    if (std::isnan(value))
+      continue;
     if (best < 0 || (isLowest ? value < sum.value : value > sum.value)) {
       best = i;
       sum.value = value;
@@ -263,12 +265,16 @@ Sum sumOver(const Integral& integral, const Place& place)
     sum.units = sum.sizeUnits;
     return sum;
   }
+  const bool isExtreme = integral.option == "Minimum" || integral.option == "Maximum";
+  if (!isExtreme && sum.size == 0 && countCells(*place.data) > 0)
+    fail("integrate",
+         orv::_("%s has nothing to sum over: its location has neither area nor volume.", integral.path));
   const Variable variable = findVariable(integral.path, integral.variable, *place.data, place.units);
   if (integral.option == "Flux" || integral.option == "Mass Flow")
     addFlux(integral, variable, place, sum);
   else if (integral.option == "Force" || integral.option == "Moment")
     addForce(integral, variable, place, sum);
-  else if (integral.option == "Minimum" || integral.option == "Maximum")
+  else if (isExtreme)
     findExtreme(integral, variable, place, sum);
   else
     addPlain(integral, variable, place, sum);
@@ -315,14 +321,14 @@ Integral integralOf(const KSLObject& object)
   Integral integral;
   integral.path = object.getPath();
   integral.option = text(object, "Option");
-  integral.variable = text(object, "Variable");
+  integral.variable = variableOf(object, "Variable");
   integral.userUnits = text(object, "User Units");
   integral.isReversed = isOn(object, "Reversed");
   if (isGiven(object, "Direction"))
     integral.direction = unit(object, "Direction");
   if (integral.option == "Moment")
     integral.about = point(object, "Point");
-  integral.density = text(object, "Density");
+  integral.density = variableOf(object, "Density");
   const std::string& density = integral.density;
   if (!density.empty()
       && (std::isdigit(static_cast<unsigned char>(density.front())) || density.front() == '.'))
@@ -348,7 +354,9 @@ void integrate(KSLObject& object)
   const auto* kept = keptBy<Place>(namedOne(object, "Location"), "Geometry");
   for (const char* name : {"Result", "Value", "Size", "Components", "Position"})
     setResult(object, name, "");
-  if (!kept || !kept->now)
+  const std::string option = text(object, "Option");
+  const bool isSize = option == "Area" || option == "Volume";
+  if (!kept || !kept->now || !(isSize || isGiven(object, "Variable")))
     return;
   std::vector<std::shared_ptr<const Field>> fields = fieldsOf(object, "Variable");
   for (const auto& field : fieldsOf(object, "Density"))

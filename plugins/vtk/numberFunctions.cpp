@@ -171,7 +171,7 @@ void readProbe(KSLObject& object)
     setResult(object, name, "");
   if (!kept || !kept->now)
     return;
-  const ProbeMaker maker{object.getPath(), items(object, "Variable List")};
+  const ProbeMaker maker{object.getPath(), variablesOf(object, "Variable List")};
   keepNumbers(object, kept->now->mesh->times,
               [place = sourceOf(*kept), maker](const Request& request) { return maker(*place(request)); });
   tellProbe(object, maker(*kept->now), maker.variables.size());

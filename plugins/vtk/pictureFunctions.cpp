@@ -96,7 +96,7 @@ std::optional<Mark> markOf(const KSLObject& object)
   Mark mark;
   mark.at = {numbers->find("X")->values[0], numbers->find("Y")->values[0], numbers->find("Z")->values[0]};
   mark.lines.push_back(labelOf(object));
-  for (const std::string& name : items(object, "Variable List")) {
+  for (const std::string& name : variablesOf(object, "Variable List")) {
     const Column* const column = numbers->find(name);
     const std::string units = unitsToShow(column->units);
     mark.lines.push_back(name + " = " + readable(column->values[0])
@@ -124,6 +124,13 @@ std::vector<Camera> camerasOf(const KSLObject& shot)
                                  view, shot.getPath()));
     Camera camera = given;
     camera.side = view == "Given" ? "" : view;
+    if (camera.side.empty()
+        && !(camera.isParallel ? camera.height > 0 : camera.angle > 0 && camera.angle < 180))
+      fail("takePicture",
+           orv::_("%s sees nothing: its view has no height, or its angle is not between 0 and 180 [degree].",
+                  shot.getPath()));
+    if (camera.side.empty() && camera.eye == camera.target)
+      fail("takePicture", orv::_("%s sees nothing: its Eye Point is where it looks at.", shot.getPath()));
     cameras.push_back(camera);
   }
   if (cameras.empty())
@@ -180,7 +187,7 @@ Picture frameOf(const KSLObject& shot)
 
 std::string paint(const Picture& picture, const std::string& file)
 {
-  const std::string ending = std::filesystem::path(file).extension().string();
+  const std::string ending = endingOf(file);
   if (ending != ".png" && ending != ".gltf" && ending != ".vtp")
     fail("takePicture", orv::_("'%s' is of no kind that pictures are written in: .png, .gltf, .vtp.", file));
   if (!Communicator::instance().isFirst())

@@ -36,11 +36,11 @@ namespace {
 
 using PlaceMaker = std::function<std::shared_ptr<Place>(const std::shared_ptr<const Mesh>&)>;
 
-// The results that the object lies in; without any, null, and nothing is told of it.
-const Kept<Mesh>* resultsFor(KSLObject& object)
+// The results that the object lies in; without any, or without the variable that it asks for, null, and nothing is told of it.
+const Kept<Mesh>* resultsFor(KSLObject& object, bool needsVariable = false)
 {
   const auto* kept = keptBy<Mesh>(namedOne(object, "Reader"), "Data");
-  if (kept && kept->now)
+  if (kept && kept->now && !(needsVariable && !isGiven(object, "Variable")))
     return kept;
   for (const char* name : {"Triangle Count", "Cell Count", "Point Count", "Area", "Volume", "Level"})
     setResult(object, name, "");
@@ -272,10 +272,10 @@ std::array<double, 2> rangeOf(vtkDataSet& data, const char* array)
 
 void findLevel(KSLObject& object)
 {
-  const auto* results = resultsFor(object);
+  const auto* results = resultsFor(object, true);
   if (!results)
     return;
-  const std::string name = text(object, "Variable");
+  const std::string name = variableOf(object, "Variable");
   const bool isFraction = text(object, "Option") == "Fraction";
   keepPlace(
       object, *results, "findLevel",
@@ -379,12 +379,12 @@ void clipResults(KSLObject& object)
 
 void thresholdResults(KSLObject& object)
 {
-  const auto* results = resultsFor(object);
+  const auto* results = resultsFor(object, true);
   if (!results)
     return;
   keepPlace(
       object, *results, "thresholdResults",
-      [low = given(object, "Min"), high = given(object, "Max"), name = text(object, "Variable"),
+      [low = given(object, "Min"), high = given(object, "Max"), name = variableOf(object, "Variable"),
        path = object.getPath()](const std::shared_ptr<const Mesh>& mesh) {
         const Ptr<vtkDataSet> data = copyOf(*mesh->cells);
         const Variable variable = findVariable(path, name, *data, mesh->units);

@@ -1,6 +1,7 @@
 // Results files, and variables that are made from what they hold.
 #include "platform/ORVError.h"
 #include "platform/ORVUnits.h"
+#include "Communicator.h"
 #include "Data.h"
 #include "Expression.h"
 #include "Memory.h"
@@ -13,6 +14,7 @@
 #include <algorithm>
 #include <cmath>
 #include <set>
+#include <span>
 #include <vtkCellData.h>
 #include <vtkPointData.h>
 
@@ -38,8 +40,10 @@ Units unitsOf(const KSLObject& object)
 
 ReadOptions optionsOf(const KSLObject& object)
 {
-  return {text(object, "Results File"), text(object, "Case Type") == "Decomposed",
-          object.getQuantityValue("Scale Factor").convertTo(""), unitsOf(object)};
+  const double scale = object.getQuantityValue("Scale Factor").convertTo("");
+  if (!(scale > 0))
+    fail("readResults", orv::_("The scale factor of %s is not above 0.", object.getPath()));
+  return {text(object, "Results File"), text(object, "Case Type") == "Decomposed", scale, unitsOf(object)};
 }
 
 std::string timesText(const std::vector<double>& times)
@@ -67,7 +71,11 @@ double timeNear(const std::vector<double>& times, double wanted, const std::stri
 double timeOf(const KSLObject& object, const std::vector<double>& times, const std::string& file)
 {
   const std::string wanted = text(object, "Time");
-  if (times.empty() || wanted == "Last")
+  const bool isNamed = wanted.empty() || wanted == "First" || wanted == "Last";
+  if (times.empty() && !isNamed)
+    fail("readResults", orv::_("Results file '%s' has nothing at time %s: it tells no times.", file,
+                               withUnits(number(object, "Time", "s"), "s")));
+  if (times.empty() || wanted.empty() || wanted == "Last")
     return times.empty() ? 0 : times.back();
   return wanted == "First" ? times.front() : timeNear(times, number(object, "Time", "s"), file);
 }
@@ -82,21 +90,47 @@ std::size_t bytesOfField(const Mesh& mesh, const std::string& name)
   return 1024 * kilobytes;
 }
 
-// The mesh with one more; all else is shared.
-std::shared_ptr<const Mesh> withStep(const std::shared_ptr<const Mesh>& mesh, const FieldStep& step)
+using Steps = std::span<const std::shared_ptr<const FieldStep>>;
+
+// The mesh with some more; all else is shared.
+std::shared_ptr<const Mesh> withSteps(const std::shared_ptr<const Mesh>& mesh, Steps steps,
+                                      const orv::ResultKey& key)
 {
-  const orv::ResultKey key = orv::ResultKey("withField").addAll(mesh->key, step.key);
-  return remembered<Mesh>(key, "defineVariable", step.name, [&](Making& making) {
+  return remembered<Mesh>(key, "defineVariable", steps.back()->name, [&](Making& making) {
     auto more = std::make_shared<Mesh>(*mesh);
     more->cells = copyOf(*mesh->cells);
     for (Region& region : more->regions)
       region.faces = vtkPolyData::SafeDownCast(copyOf(*region.faces));
-    step.addTo(*more);
+    std::size_t bytes = 0;
+    for (const auto& step : steps) {
+      step->addTo(*more);
+      bytes += bytesOfField(*more, step->name);
+    }
     more->key = key;
     more->base = making.hold(mesh);
-    making.takes(bytesOfField(*more, step.name));
+    making.takes(bytes);
     return more;
   });
+}
+
+// One by one, or, because each mesh lists all its variables, those at once that nobody has: several processes, which would
+// have to agree on what these are, go one by one.
+std::shared_ptr<const Mesh> withAll(std::shared_ptr<const Mesh> mesh, Steps steps)
+{
+  std::vector<orv::ResultKey> keys{mesh->key};
+  for (const auto& step : steps)
+    keys.push_back(orv::ResultKey("withField").addAll(keys.back(), step->key));
+  std::size_t done = 0;
+  const bool isAlone = Communicator::instance().isAlone();
+  for (std::size_t next = 1; next <= steps.size(); ++next) {
+    const bool isWanted =
+        !isAlone || next == steps.size() || orv::ResultMemory::instance().has<Mesh>(keys[next]);
+    if (!isWanted)
+      continue;
+    mesh = withSteps(mesh, steps.subspan(done, next - done), keys[next]);
+    done = next;
+  }
+  return mesh;
 }
 
 // Of all that are named, each once, and none before what it is made from.
@@ -116,9 +150,8 @@ std::shared_ptr<const Mesh> withFields(std::shared_ptr<const Mesh> mesh,
                                        std::vector<std::shared_ptr<const Field>> fields)
 {
   std::sort(fields.begin(), fields.end(), [](const auto& a, const auto& b) { return a->key < b->key; });
-  for (const auto& step : stepsOf(fields))
-    mesh = withStep(mesh, *step);
-  return mesh;
+  const std::vector<std::shared_ptr<const FieldStep>> steps = stepsOf(fields);
+  return withAll(std::move(mesh), steps);
 }
 
 void tell(KSLObject& object, const Mesh& mesh, const std::vector<double>& times)
@@ -180,6 +213,8 @@ void showResults(KSLObject& object)
 
 void defineVariable(KSLObject& object)
 {
+  if (!isGiven(object, "Expression"))
+    return setResult(object, "Variable Units", "");
   const auto expression = std::make_shared<const Expression>(text(object, "Expression"));
   auto step = std::make_shared<FieldStep>();
   step->name = object.getName();

@@ -6,6 +6,7 @@
 #include "platform/ORVUtilities.h"
 #include "Ptr.h"
 
+#include <cstring>
 #include <utility>
 #include <vtkAlgorithm.h>
 #include <vtkCallbackCommand.h>
@@ -25,7 +26,12 @@ class Complaints : public vtkOutputWindow {
   void DisplayText(const char*) override {}
   void DisplayErrorText(const char* text) override { add(text); }
   void DisplayWarningText(const char*) override {}
-  void DisplayGenericWarningText(const char*) override {}
+  // Of a file that ends too early some readers only warn, and leave what is missing as it may be.
+  void DisplayGenericWarningText(const char* text) override
+  {
+    if (std::strstr(text, "Error reading"))
+      add(text);
+  }
   void DisplayDebugText(const char*) override {}
   static std::string take() { return std::exchange(s_said, {}); }
 
@@ -64,7 +70,7 @@ std::string plain(const std::string& text)
 {
   std::string message;
   for (const std::string& line : orv::StringUtilities::stringToVector(text, '\n')) {
-    if (line.empty() || line.starts_with("ERROR: In "))
+    if (line.empty() || line.starts_with("ERROR: In ") || line.starts_with("Generic Warning: In "))
       continue;
     if (line.find("returned failure for request") != std::string::npos)
       break;  // what follows is for VTK's own people

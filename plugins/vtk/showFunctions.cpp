@@ -54,6 +54,8 @@ Ptr<vtkPolyData> levelLines(vtkPolyData& body, vtkLookupTable& table)
 
 void paintBands(KSLObject& object)
 {
+  if (!isGiven(object, "Variable"))
+    return tellRange(object);
   Colouring colouring = colouringOf(object, "Variable");
   colouring.count = count(object, "Band Count", 1000);
   colouring.isStepped = true;
@@ -74,6 +76,8 @@ void paintBands(KSLObject& object)
 
 void paintColours(KSLObject& object)
 {
+  if (!isGiven(object, "Variable"))
+    return tellRange(object);
   keepShow(
       object,
       [colouring = colouringOf(object, "Variable")](const Place& place) {

@@ -5,6 +5,7 @@
 #include "Chart.h"
 #include "Communicator.h"
 #include "Numbers.h"
+#include "TableFile.h"
 #include "functions.h"
 #include "running.h"
 
@@ -125,7 +126,9 @@ void writeTable(KSLObject& object)
 void drawChart(KSLObject& object)
 {
   const std::string file = text(object, "Output File");
-  const std::vector<std::shared_ptr<const Numbers>> all = valuesOf(object);
+  std::vector<std::shared_ptr<const Numbers>> all = valuesOf(object);
+  if (const std::string table = text(object, "Table File"); !table.empty())
+    all.push_back(std::make_shared<Numbers>(readTable(table)));
   if (file.empty() || all.empty())
     return;
   const std::string ending = endingOf(file);

@@ -18,8 +18,8 @@ KSL = os.environ.get("KSL_BIN", "ksl")
 class Client:
     """A server, and what it says."""
 
-    def __init__(self, *folders, snippets=True, start=True):
-        self.process = subprocess.Popen([KSL, "lsp"], stdin=subprocess.PIPE, stdout=subprocess.PIPE,
+    def __init__(self, *folders, snippets=True, start=True, options=()):
+        self.process = subprocess.Popen([KSL, "lsp", *options], stdin=subprocess.PIPE, stdout=subprocess.PIPE,
                                         stderr=subprocess.DEVNULL)
         self.notices = []
         self.count = 0
@@ -255,6 +255,23 @@ class Names(Workspace):
                     "textDocument": {"uri": a}, "position": {"line": 0, "character": 6}, "newName": name}), name)
             self.assertIn("error", client.answer("textDocument/rename", {
                 "textDocument": {"uri": a}, "position": {"line": 3, "character": 4}, "newName": "twice"}))
+
+
+    def test_names_in_formulas_and_those_that_may_be_others(self):
+        text = ("VARIABLE: Head\n  Expression = 'Low' + p * mag(Low.x) [Low]\nEND\nBAND: b\n  Variable = Low\nEND\n"
+                "PROBE: o\n  Variable List = p, Low, U\nEND\nBAND: c\n  Variable = p\nEND\n")
+        formulas, defined = self.file("m.ksl", text), self.file("n.ksl", "VARIABLE: Low\n  Expression = 2 * p\nEND\n")
+        library = pathlib.Path(__file__).resolve().parents[2] / "share" / "ksl-results"
+        with Client(self.folder, options=("--library", str(library))) as client:
+            for line, character in ((1, 17), (1, 32), (4, 14), (7, 23)):
+                self.assertEqual(client.at("definition", formulas, line, character), [{"uri": defined, "range": span(0, 10, 13)}])
+            for line, character in ((1, 23), (1, 38), (10, 13)):  # of the file, a unit, of the file
+                self.assertIsNone(client.at("definition", formulas, line, character))
+            changes = client.at("rename", defined, 0, 11, newName="Lower")["changes"]
+            self.assertEqual(edited(text, changes[formulas]), text.replace("Low", "Lower").replace("[Lower]", "[Low]"))
+            for name in ("p", "Low Pressure"):  # would be found in a formula; would be two words there
+                self.assertIn("error", client.answer("textDocument/rename", {
+                    "textDocument": {"uri": defined}, "position": {"line": 0, "character": 11}, "newName": name}), name)
 
 
 class Forms(Workspace):

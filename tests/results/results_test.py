@@ -136,6 +136,9 @@ class ResultsTest(unittest.TestCase):
             with self.subTest(name):
                 found = self.value(text, *steps)
                 self.assertAlmostEqual(found, (grids.pressure(1, 0, 0) - grids.pressure(0, 0, 0)) if wanted is None else wanted, places=7)
+        inner = "RESULTS:\nVARIABLE: b\nExpression = a + p\nEND\nEND\n"
+        for path, wanted in (("/VARIABLE:b", 2 * mean + 2), ("/RESULTS:RESULTS/VARIABLE:b", 2 * mean + 1)):
+            self.assertAlmostEqual(self.value(text + inner, f"INTEGRAL: x\nVariable = {path}\nEND\n"), wanted, places=7)
         self.assertIn("Expression '2 * a': there is no variable 'a'; there are U, p.", self.ksl(self.grid + text, ">delete /VARIABLE:a\n", status=1).stderr)
         count = 100000
         (self.folder / "long.ksl").write_text(
@@ -203,9 +206,13 @@ class ResultsTest(unittest.TestCase):
     def test_openfoam_cases_whole_and_in_parts(self):
         text = self.CUT + "INTEGRAL: x\nOption = Flux\nLocation = c\nVariable = U\nTime List = All\nEND\n" \
                           "PATCH: e\nRegions = ends\nEND\nINTEGRAL: f\nOption = Flux\nLocation = e\nVariable = U\nEND\n"
-        for kind, parts in (("whole", 1), ("apart", 2), ("collated", 2)):
+        for kind, parts in (("whole", 1), ("packed", 1), ("apart", 2), ("collated", 2)):
             with self.subTest(kind):
                 folder = grids.foam(self.folder / kind, parts=parts)
+                for file in list((folder / "1").iterdir()) if kind == "packed" else ():
+                    file.with_name(file.name + ".gz").write_bytes(gzip.compress(file.read_bytes()))
+                    file.unlink()
+                parts > 1 or shutil.copy(folder / "0" / "p", folder / "1" / "p.bak")
                 if kind == "collated":
                     grids.collate(folder, parts)
                 case = f"RESULTS:\nResults File = {kind}\nCase Type = {'Decomposed' if parts > 1 else 'Reconstructed'}\nEND\n"
@@ -281,12 +288,33 @@ class ResultsTest(unittest.TestCase):
         field = case / "1" / "p"
         field.write_text(field.read_text()[:260])
         grids.pvd(self.folder / "t.pvd", times=(0, 2.5))
+        for name, file, content in (("empty", "p", ""), ("headless", "p", "FoamFile\n{\n cla"), ("copied", "p.orig", (case / "0" / "p").read_text())):
+            shutil.copytree(case, self.folder / name)
+            (self.folder / name / "1" / file).write_text(content)
+        shutil.copy(case / "0" / "p", self.folder / "copied" / "1")
+        grids.vtu(self.folder / "g.vtu")
+        grids.cgns(self.folder / "g.cgns")
+        (self.folder / "cut.cgns").write_bytes((self.folder / "g.cgns").read_bytes()[:5000])
+        (self.folder / "cut.vtk").write_text((self.folder / "grid.vtk").read_text()[:1200])
+        (self.folder / "cut.ply").write_text("ply\n")
         good = self.grid + self.CUT + self.MADE + "INTEGRAL: i\nOption = Flux\nLocation = c\nVariable = U\nEND\n"
         for text, says in (
                 ("RESULTS:\nResults File = gird.vtk\nEND\n", "'gird.vtk' cannot be read: No such file"),
                 ("RESULTS:\nResults File = bad.vtu\nEND\n", "'bad.vtu' cannot be read: Error parsing XML"),
                 ("RESULTS:\nResults File = text.xyz\nEND\n", "of no kind that is known"),
                 ("RESULTS:\nResults File = case\nEND\n", "'case' cannot be read: Error reading line"),
+                ("RESULTS:\nResults File = empty\nEND\n", "Field 'p' of 'empty' at time 1 cannot be read"),
+                ("RESULTS:\nResults File = headless\nEND\n", "Field 'p' of 'headless' at time 1 cannot be read"),
+                ("RESULTS:\nResults File = copied\nEND\n", "File 'p.orig' of 'copied' at time 1 says that it is the field 'p'."),
+                ("RESULTS:\nResults File = cut.cgns\nEND\n", "'cut.cgns' cannot be read: File-open error"),
+                ("RESULTS:\nResults File = cut.vtk\nEND\n", "'cut.vtk' cannot be read: Error reading ascii data"),
+                ("RESULTS:\nResults File = cut.ply\nEND\n", "'cut.ply' cannot be read: It is damaged, or of another kind."),
+                ("RESULTS:\nResults File = g.vtu\nTime = 2 [s]\nEND\n", "nothing at time 2 [s]: it tells no times."),
+                ("RESULTS:\nResults File = g.vtu\nEND\nINTEGRAL: i\nTime List = 2 [s]\nEND\n", "/INTEGRAL:i has a Time List, and its results tell no"),
+                ("RESULTS:\nScale Factor = 0\nEND\n", "scale factor of /RESULTS:RESULTS is not above 0"),
+                ("POINT CLOUD: q\nPoints = 1 [m], 0.5 [m], 0.5 [m]\nEND\nINTEGRAL: i\nLocation = q\nEND\n", "/INTEGRAL:i has nothing to sum over"),
+                ("SHOT: o\nOutput File = o.png\nEye Point = 0 [m], 0 [m], 0 [m]\nEND\n", "/SHOT:o sees nothing: its Eye Point"),
+                ("SHOT: o\nOutput File = o.png\nProjection = Parallel\nView Height = 0 [m]\nEND\n", "/SHOT:o sees nothing: its view"),
                 ("RESULTS:\nResults File = t.pvd\nTime = 2 [s]\nEND\n", "its times are 0 [s], 2.5 [s]"),
                 ("CUT: c\nOffset = 7 [m]\nEND\n", "holds nothing of the results, which extend over 0 [m], 2 [m]"),
                 ("INTEGRAL: i\nVariable = T\nEND\n", "Variable 'T' is not in the results of /INTEGRAL:i: there are U, p."),
@@ -310,6 +338,22 @@ class ResultsTest(unittest.TestCase):
         done = self.ksl("CUT: c\nEND\nBAND: b\nLocation = c\nVariable = p\nEND\nINTEGRAL: i\nLocation = c\nEND\nSHOT: s\nOutput File = s.png\nEND\n"
                         "STREAMLINES: l\nVariable = U\nEND\nTABLE: t\nValue List = i\nOutput File = t.csv\nEND\n")
         self.assertNotIn("error", done.stderr)
+        # Nor does anything ask for a variable that is not named yet.
+        place = {"LEVEL SURFACE": "", "THRESHOLD": "", "STREAMLINES": ""}
+        shows = "".join(f"{show}: x\n{place.get(show, 'Location = c')}\nEND\n" for show in ("BAND", "COLOUR", "ARROW", "INTEGRAL", *place))
+        self.ksl(self.grid + self.CUT + shows.replace("INTEGRAL: x", "INTEGRAL: x\nOption = Average") + "VARIABLE: v\nEND\n")
+
+    def test_limits_that_are_left_out_and_values_that_are_none(self):
+        grids.vtu(self.folder / "g.vtu")
+        values = (self.folder / "g.vtu").read_text()
+        (self.folder / "g.vtu").write_text(re.sub(r'(Name="p".*?>\s*)\S+', r"\1nan", values, count=1, flags=re.S))  # where p was 1
+        grid = self.grid.replace("grid.vtk", "g.vtu")
+        for option, wanted in (("Minimum", 2), ("Maximum", 12)):
+            self.assertEqual(self.value(f"INTEGRAL: x\nOption = {option}\nLocation = RESULTS\nVariable = p\nEND\n", grid=grid), wanted)
+        text = grid + self.CUT + "BAND: b\nLocation = c\nVariable = p\nRange Mode = Fixed\nMax = 0.007 [kPa]\nEND\n"
+        told = subprocess.run([KSL, "get", "--library", str(LIBRARY), "b", "Minimum,Maximum", "-f", "-"], cwd=self.folder, input=text, capture_output=True,
+                              text=True).stdout
+        self.assertEqual(re.findall(r"M..imum +(\S+)", told), ["2", "7"])
 
     # ---- edits
 
@@ -409,7 +453,7 @@ class ResultsTest(unittest.TestCase):
         for limit, falls in (("0", True), ("512", False)):
             with self.subTest(limit=limit):
                 shell = subprocess.Popen([KSL, "--library", str(LIBRARY)], cwd=self.folder, stdin=subprocess.PIPE, stderr=subprocess.PIPE, text=True,
-                                         env={**os.environ, "KSL_RESULTS_MEMORY": limit})
+                                         env={**os.environ, "KSL_RESULTS_MEMORY": limit, "XDG_STATE_HOME": str(self.folder)})
                 sizes = []
                 for command, summaries in ((text.format("A", 1) + text.format("B", 2), 4), (">delete /CUT:B Cut, /RESULTS:B\n", 1)):
                     shell.stdin.write(command)
@@ -452,6 +496,14 @@ class ResultsTest(unittest.TestCase):
             self.ksl(moved)
             flow = re.findall(r"^Flow,Flux of U,([\d.]+)", (self.folder / "cylinder.csv").read_text(), re.M)
             self.assertAlmostEqual(float(flow[0]), 1.2, delta=0.0012)
+
+    def test_threads_that_end_leave_the_display_to_others(self):
+        (self.folder / "m.ksl").write_text(self.grid + self.CUT + "COLOUR: k\nLocation = c\nVariable = p\nEND\nSHOT: s\nPicture List = k\nView List = Isometric\n"
+                                           "Output File = s.png\nEND\n")
+        for _ in range(4):
+            done = subprocess.run([KSL, "sweep", "m.ksl", "--library", str(LIBRARY), "-j", "3", "--set", "/CUT:c.Offset=0.1..1.9/4 [m]", "--show", "c.Area"],
+                                  cwd=self.folder, capture_output=True, text=True, env={k: v for k, v in os.environ.items() if k != "DISPLAY"}, timeout=120)
+            self.assertEqual((done.returncode, done.stderr, len(done.stdout.splitlines())), (0, "", 5))
 
     def test_a_display_that_is_not_there(self):
         text = self.grid + self.CUT + "SHOT: s\nPicture List = c\nOutput File = s.png\nEND\n"
@@ -512,6 +564,19 @@ class ResultsTest(unittest.TestCase):
         line = re.findall(r'points="([^"]*)" fill="none" stroke="#1f6fb4"', drawing)[0].split()
         self.assertEqual(len(line), 10)
         self.assertTrue((self.folder / "j.png").read_bytes().startswith(b"\x89PNG"))
+        # The table of a sweep, with a row that failed and one in quotes.
+        (self.folder / "s.csv").write_text("/CUT:c.Offset [m],\"/INTEGRAL:x.Result [m^3 s^-1]\",files,errors\n0,1,,\n1,2,\"a, \"\"b\"\"\",\n2,,,no\n4,5,,\n")
+        self.ksl("CHART: k\nTable File = s.csv\nOutput File = k.svg\nEND\n")
+        drawing = (self.folder / "k.svg").read_text()
+        self.assertIn(">c.Offset in m</text>", drawing)
+        self.assertEqual(len(re.findall(r'points="([^"]*)" fill="none" stroke="#1f6fb4"', drawing)[0].split()), 3)
+        self.assertNotIn('stroke="#d1495b"', drawing)
+        # Lines of several units say which.
+        (self.folder / "s.csv").write_text("x [m],a [Pa],b [m s^-1]\n0,1,2\n1,2,3\n")
+        self.ksl("CHART: k\nTable File = s.csv\nOutput File = k.svg\nEND\n")
+        self.assertEqual(re.findall(">([ab] in [^<]*|Pa|m/s)</text>", (self.folder / "k.svg").read_text()), ["a in Pa", "b in m/s"])
+        for file, says in (("z.csv", "Table file 'z.csv' cannot be read: No such file"), ("k.svg", "Table file 'k.svg' has no column of numbers")):
+            self.assertIn(says, self.ksl(f"CHART: j\nTable File = {file}\nOutput File = j.svg\nEND\n", status=1).stderr)
 
     # ---- the document
 

@@ -16,6 +16,7 @@ namespace orv {
 class FileChangeManager;
 class KSLObject;
 class StateChangeObserver;
+class StateLines;
 
 // "> savestate filename=FILE, mode=none|overwrite, object=PATH, object=NAME, …" writes the objects listed, or all,
 // with everything below them, to a state file; "> readstate" reads it back. The object STATE, when there is one, gives
@@ -74,11 +75,11 @@ class ORV_API WriteStateExecutor : public ActionExecutor {
   Request readRequest(const std::vector<std::string>& words) const;
   void readArgument(const std::string& argument, Request& request, std::vector<std::string>& objects) const;
   static void checkTarget(const Request& request);
-  std::pair<std::string, bool> stateText(const std::vector<const KSLObject*>& objects, bool everything) const;
   // Each is false when a line was left out.
-  bool writeStateData(const std::vector<const KSLObject*>& objects, std::string& out) const;
-  bool writeOneObject(const KSLObject& object, std::string& out) const;
-  bool validatedParameters(const KSLObject& object, std::size_t depth, std::string& out) const;
+  bool writeState(const std::vector<const KSLObject*>& objects, bool everything, StateLines& out) const;
+  bool writeStateData(const std::vector<const KSLObject*>& objects, StateLines& out) const;
+  bool writeOneObject(const KSLObject& object, StateLines& out) const;
+  bool validatedParameters(const KSLObject& object, std::size_t depth, StateLines& out) const;
   static bool parentAlreadyWritten(std::string_view path, const Paths& written);
   bool isValidForWriting(const std::string& type, const std::string& name) const;
   bool isWritten(const KSLObject& object) const;

@@ -45,11 +45,16 @@ bool isResultsDefined(std::string_view type)
   return resultsDefinedTypes().contains(type);
 }
 
+bool isSavedOfAnyType(std::string_view param)
+{
+  return param != "Domain List";
+}
+
 bool isSavedParam(std::string_view type, std::string_view param)
 {
   static const std::set<std::string, std::less<>> types{
       "BOUNDARY", "COMPOSITE", "COMPOSITE INTER BLOCK", "COMPOSITE PERIODIC", "PRIMITIVE2D", "PRIMITIVE3D"};
-  return param != "Domain List" || !types.contains(type);
+  return isSavedOfAnyType(param) || !types.contains(type);
 }
 
 }  // namespace orv

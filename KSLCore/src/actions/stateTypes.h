@@ -14,5 +14,7 @@ bool isResultsDefined(std::string_view type);
 const std::set<std::string, std::less<>>& resultsDefinedTypes();
 // False for the parameters that the results reader gives to what it makes.
 bool isSavedParam(std::string_view type, std::string_view param);
+// True for parameters that are none of these in any type.
+bool isSavedOfAnyType(std::string_view param);
 
 }  // namespace orv

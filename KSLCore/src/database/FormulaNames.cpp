@@ -100,6 +100,13 @@ std::vector<std::string> FormulaNames::namesIn(std::string_view text)
   return names;
 }
 
+void FormulaNames::forEachName(std::string_view text, const Take& take)
+{
+  forEachFormulaName(text, [&](const FormulaToken& token) {
+    take(token.name, token.isQuoted ? token.bytes.substr(1) : token.bytes);
+  });
+}
+
 std::string_view FormulaNames::holderOf(std::string_view name)
 {
   const bool isComponent =

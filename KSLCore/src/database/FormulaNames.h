@@ -20,6 +20,9 @@ class FormulaNames {
   static std::vector<std::string> itemsOf(const ParamDefinition& param, std::string_view text);
   // Each once, in the order of the text, without quotes. O(n log n).
   static std::vector<std::string> namesIn(std::string_view text);
+  // Calls `take` with each name where it stands in the text, without quotes.
+  using Take = std::function<void(const std::string& name, std::string_view bytes)>;
+  static void forEachName(std::string_view text, const Take& take);
   // What has the component that the name may mean: "U" for "U.x"; empty for other names.
   static std::string_view holderOf(std::string_view name);
   // Whether a formula can hold it, in quotes if need be.

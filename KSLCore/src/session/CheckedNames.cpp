@@ -1,6 +1,7 @@
 #include "CheckedNames.h"
 
 #include "platform/ORVUtilities.h"
+#include "database/FormulaNames.h"
 
 #include <algorithm>
 #include <cctype>
@@ -96,6 +97,16 @@ void CheckedNames::addUses(Index node, const std::string& name, bool isExpressio
 {
   forEachWord(bytesOf(node, LeafKind::value), name,
               [&](std::string_view word) { add(word, target, isExpression, false); });
+}
+
+void CheckedNames::addFormulaUses(Index node, const std::string& written, std::size_t length,
+                                  const std::string& target)
+{
+  FormulaNames::forEachName(bytesOf(node, LeafKind::value),
+                            [&](const std::string& name, std::string_view bytes) {
+                              if (name == written)
+                                add(bytes.substr(0, length), target, false, false);
+                            });
 }
 
 void CheckedNames::addItem(Index node, std::size_t item, const std::string& path)

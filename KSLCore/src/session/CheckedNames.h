@@ -27,6 +27,8 @@ class CheckedNames {
   void addDefined(Index node, const std::string& name);
   // A name that an expression uses, wherever it stands in the value.
   void addUses(Index node, const std::string& name, bool isExpression, const std::string& target);
+  // The same of a formula, where a name stands for the first `length` characters of what is written.
+  void addFormulaUses(Index node, const std::string& written, std::size_t length, const std::string& target);
   // The item of a list, counted from 0, in a value.
   void addItem(Index node, std::size_t item, const std::string& path);
   // A word of an action line.

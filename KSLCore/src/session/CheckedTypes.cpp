@@ -22,7 +22,8 @@ CheckedParam checkedParam(const ParamDefinition& param, const GenericKSLObject* 
   checked.isExpression = owner && owner->holdsExpression(param);
   const bool mayLink = owner && !checked.isExpression && !param.getRemoteType().empty();
   checked.isFormula = mayLink && FormulaNames::isFormula(param);
-  checked.isReference = mayLink && !checked.isFormula && !param.getRules()->remoteOptional;
+  checked.isOptional = mayLink && !checked.isFormula && param.getRules()->remoteOptional;
+  checked.isReference = mayLink && !checked.isFormula && !checked.isOptional;
   return checked;
 }
 

@@ -29,6 +29,7 @@ struct CheckedParam {
   bool isReference = false;   // an object that computes links it
   bool isExpression = false;  // names in it stand for values
   bool isFormula = false;     // an object that computes links those names in it that are objects'
+  bool isOptional = false;    // what an object that computes links, or anything else
   bool inAllContexts = true;  // of its type
 
   bool linksNames() const { return isReference || isExpression || isFormula; }

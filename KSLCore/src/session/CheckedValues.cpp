@@ -45,7 +45,7 @@ bool CheckedValues::mayName(const CheckedType& type, const CheckedParam& param, 
 {
   if (!type.computing || type.computing->waitsWithoutError())
     return false;
-  return param.isExpression ? mayUseNames(value) : param.linksNames();
+  return param.isExpression ? mayUseNames(value) : param.linksNames() || param.isOptional;
 }
 
 void CheckedValues::note(Index node, ObjectIndex object, const CheckedParam& param, const std::string& value)
@@ -58,11 +58,13 @@ void CheckedValues::note(Index node, ObjectIndex object, const CheckedParam& par
 // What a line before in this block may have set counts no more.
 void CheckedValues::noteNone(ObjectIndex object, const CheckedParam& param)
 {
-  if (!param.linksNames())
+  if (!param.linksNames() && !param.isOptional)
     return;
   for (std::size_t i = m_pending.size(); i-- > 0 && m_pending[i].object == object;)
     if (m_pending[i].param == &param)
       m_pending.erase(m_pending.begin() + static_cast<std::ptrdiff_t>(i));
+  if (param.isOptional)
+    return;
   m_links.setToDefault(object, param);
   m_users.erase({object, &param});
 }
@@ -110,6 +112,8 @@ void CheckedValues::settle()
       checkReference(*pending);
     else if (pending->param->isFormula)
       checkFormula(*pending);
+    else if (pending->param->isOptional)
+      noteOptional(*pending);
     else
       checkNames(*pending);
   }
@@ -141,6 +145,26 @@ void CheckedValues::collectLater()
     addUse(missing.object, missing.name, missing.place);
   for (const LaterUse& use : m_uses)
     addUse(use.object, use.name, use.place);
+  for (const TextUse& use : m_textUses)
+    addUse(use);
+}
+
+// What no object is called means something else. In a formula it may be a component of what stands before the dot.
+void CheckedValues::addUse(const TextUse& use)
+{
+  const ParamDefinition& definition = *use.param->definition;
+  const CheckedObjects::Hit hit = use.param->isFormula
+                                      ? m_state.objects.resolveInFormula(use.object, use.name, definition)
+                                      : m_state.objects.resolve(use.object, use.name, definition);
+  if (!hit.fits)
+    return;
+  const CheckedObjects::Object& object = m_state.objects[hit.object];
+  m_state.names.begin(*use.place.tree, use.place.text);
+  if (!use.param->isFormula)
+    return m_state.names.addItem(use.place.node, use.number, object.path);
+  const std::size_t length =
+      object.name == use.name ? use.name.size() : FormulaNames::holderOf(use.name).size();
+  m_state.names.addFormulaUses(use.place.node, use.name, length, object.path);
 }
 
 void CheckedValues::addUse(ObjectIndex object, const std::string& name, const Place& place)
@@ -186,6 +210,14 @@ void CheckedValues::checkReference(const Pending& pending)
   m_links.set(pending.object, *pending.param, pending.node, std::move(targets));
 }
 
+void CheckedValues::noteOptional(const Pending& pending)
+{
+  std::size_t number = 0;
+  for (const std::string& item :
+       StringUtilities::splitValue(m_state.collects ? pending.value : std::string()))
+    m_textUses.push_back({pending.object, pending.param, item, placeOf(pending.node), number++});
+}
+
 // What is no object's name is the calculation's affair.
 void CheckedValues::checkFormula(const Pending& pending)
 {
@@ -195,6 +227,8 @@ void CheckedValues::checkFormula(const Pending& pending)
         m_state.objects.resolveInFormula(pending.object, name, *pending.param->definition);
     if (!hit.candidates.empty())
       addAmbiguous(pending, name, hit.candidates);
+    if (m_state.collects)
+      m_textUses.push_back({pending.object, pending.param, name, placeOf(pending.node), 0});
   }
   m_links.set(pending.object, *pending.param, pending.node, {}, std::move(names));
 }

@@ -57,6 +57,14 @@ class CheckedValues {
     std::string name;
     Place place;
   };
+  // A name that may mean something else than an object, which may come later.
+  struct TextUse {
+    ObjectIndex object;
+    const CheckedParam* param;
+    std::string name;
+    Place place;
+    std::size_t number;  // of the item in the value
+  };
   // An object that was not there when it was named.
   struct Missing {
     std::size_t finding;
@@ -85,6 +93,8 @@ class CheckedValues {
   void checkFormula(const Pending& pending);
   Place placeOf(Index node) const { return {m_state.tree, m_state.text, node}; }
   void addUse(ObjectIndex object, const std::string& name, const Place& place);
+  void addUse(const TextUse& use);
+  void noteOptional(const Pending& pending);
   void addMissing(const Pending& pending, const std::string& item, const std::string& name,
                   std::size_t number);
   void addMissingName(const Pending& pending, const std::string& name);
@@ -119,6 +129,7 @@ class CheckedValues {
   std::vector<Missing> m_missing;
   std::vector<MissingName> m_missingNames;
   std::vector<LaterUse> m_uses;
+  std::vector<TextUse> m_textUses;
 };
 
 }  // namespace orv

@@ -50,7 +50,7 @@ struct OutputFiles::File {
     removeFile(content);
     if (target.exists && target.regular && ::access(target.name.c_str(), W_OK) != 0)
       throwFailure(fileName, errno);
-    const int failure = target.regular ? writeBeside(target, newText, content) : EACCES;
+    const int failure = target.regular ? writeBeside(target, Pieces(&newText, 1), content) : EACCES;
     if (failure == 0)
       return;
     content.clear();

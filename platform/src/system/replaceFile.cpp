@@ -72,10 +72,11 @@ class Descriptor {
   int m_openFailure;
 };
 
-int finish(Descriptor& file, std::string_view text)
+int finish(Descriptor& file, Pieces text)
 {
-  if (const int failure = file.write(text))
-    return failure;
+  for (const std::string_view piece : text)
+    if (const int failure = file.write(piece))
+      return failure;
   if (const int failure = file.synchronise())
     return failure;
   return file.close();
@@ -141,7 +142,7 @@ int makeBeside(const std::string& name, std::string& temporary, Make make)
   }
 }
 
-int fillFile(Descriptor& file, const ReplaceTarget& target, std::string_view text)
+int fillFile(Descriptor& file, const ReplaceTarget& target, Pieces text)
 {
   file.lock();
   const int failure = target.exists ? file.setPermissions(target.permissions) : 0;
@@ -168,7 +169,7 @@ ReplaceTarget ReplaceTarget::of(const std::string& fileName)
   return target;
 }
 
-int writeBeside(const ReplaceTarget& target, std::string_view text, std::string& temporary)
+int writeBeside(const ReplaceTarget& target, Pieces text, std::string& temporary)
 {
   ORVFile::removeLeftovers(target.name);
   return ORVFile::makeBeside(target.name, temporary, [&](const std::string& name) {
@@ -182,7 +183,7 @@ int writeBeside(const ReplaceTarget& target, std::string_view text, std::string&
   });
 }
 
-int writeDirectly(const std::string& name, std::string_view text)
+int writeDirectly(const std::string& name, Pieces text)
 {
   ORVFile::Descriptor file(name, O_CREAT | O_TRUNC, 0666);
   return file.openFailure() ? file.openFailure() : ORVFile::finish(file, text);
@@ -216,7 +217,9 @@ bool directoryRefuses(int failure)
 
 namespace orv::ORVFile {
 
-void replace(const std::string& fileName, std::string_view text)
+namespace {
+
+void replaceBy(const std::string& fileName, Pieces text)
 {
   const ReplaceTarget target = ReplaceTarget::of(fileName);
   // Renaming asks the directory only: a file that is write-protected must be asked itself.
@@ -233,6 +236,18 @@ void replace(const std::string& fileName, std::string_view text)
     failure = writeDirectly(target.name, text);
   if (failure != 0)
     throwFailure(fileName, failure);
+}
+
+}  // namespace
+
+void replace(const std::string& fileName, std::string_view text)
+{
+  replaceBy(fileName, Pieces(&text, 1));
+}
+
+void replace(const std::string& fileName, const std::vector<std::string_view>& text)
+{
+  replaceBy(fileName, text);
 }
 
 }  // namespace orv::ORVFile
