@@ -1,7 +1,14 @@
 // Undo and redo of what went well.
+#include "platform/ORVProgress.h"
+#include "database/DBChangeNotify.h"
+#include "database/DataKSLObject.h"
+#include "database/ObjectDB.h"
+#include "database/ObjectFactory.h"
 #include "command/HistoryStack.h"
 #include "tests/support/TestSystem.h"
 
+#include <cstddef>
+#include <functional>
 #include <gtest/gtest.h>
 #include <memory>
 #include <string>
@@ -118,6 +125,117 @@ TEST_F(History, AModifierDecidesWhatIsRemembered)
   after("A: b\nEND\n> forget\nA: secret\nx = 5\nEND");  // an open list lets go of its modifier
   EXPECT_EQ(system.undoSteps(), "2 (2)");
   EXPECT_EQ(after("> undo").state, "A:secret\n  x = 4\nEND\nA:a\n  x = 1\nEND\n");
+}
+
+// Who watches is told of each parameter: objects are made anew then.
+class Nobody : public ProgressWatcher {
+ public:
+  Nobody() { ProgressWatcher::set(this); }
+  ~Nobody() override { ProgressWatcher::set(nullptr); }
+  void stepped(const Progress*) override {}
+};
+
+using Objects = std::vector<KSLObject*>;
+
+std::string seenOf(const KSLObject& object)
+{
+  std::string seen = object.getPath() + (object.hasValidData() ? " valid" : "")
+                     + (object.searchesUpForRelativeObjects() ? " searches" : "")
+                     + (object.isPendingDelete() ? " goes" : "") + (object.isA("staging") ? " staging" : "")
+                     + (object.isA("deletable") ? " deletable" : "") + " in "
+                     + object.getParentObject()->getName();
+  object.forEachParam([&](const ParamDefinition& param) {
+    seen += "; " + param.getName() + " = " + param.getValue() + (param.hasBeenSet() ? " set" : "")
+            + (param.isChanged() ? " changed" : "");
+  });
+  return seen + "\n";
+}
+
+void useObjects()
+{
+  for (KSLObject* object : ObjectDB::instance()->getAllObjects()) {
+    object->clearChangedParameters();
+    object->setSearchUpForRelativeObjects(true);
+    object->setValidData(false);
+    for (const std::string& name : object->getParamNames(externalParams))
+      if (object->typeIs("B"))
+        (void)object->getParam(name);
+  }
+}
+
+void setPrototype(const char* name, const char* value)
+{
+  const_cast<KSLObject*>(ObjectFactory::instance()->findPrototype("A"))->setValue(name, value);
+}
+
+// An undo keeps objects for its redo; nobody can tell them from new ones, whatever had been done with them, and to their
+// type meanwhile.
+TEST_F(History, WhatARedoPutsBackIsAsIfItWereMadeAnew)
+{
+  const struct {
+    std::function<void()> before;
+    std::function<void()> between;
+  } roads[] = {
+      {[] {}, [] {}},
+      {&useObjects, [] {}},
+      {[] {}, [] { setPrototype("z", "begins so"); }},
+      {[] { ObjectDB::instance()->getObjectByPath("/A:g")->setValue("y", "by another"); }, [] {}},
+      {[] { ObjectDB::instance()->getObjectByPath("/B:e")->setValue("z", "by another"); }, [] {}},
+  };
+  for (const auto& road : roads) {
+    std::string seen[2];
+    for (const bool isWatched : {true, false}) {
+      setPrototype("z", "");
+      after(
+          "A: a\nx = 1\ny = 2\nB: b\ny = 2\nx = 4\nEND\nCUT: c\nColour = red\nEND\nz = 5\nEND\nB: e\nx "
+          "=\nEND\n"
+          "VIEW:\nZoom = 2\nEND\nA: f\nEND\nA: g\ny = 2\nEND");
+      road.before();
+      system.undo();
+      road.between();
+      const auto watcher = isWatched ? std::make_unique<Nobody>() : nullptr;
+      system.redo();
+      for (const KSLObject* object : ObjectDB::instance()->getAllObjects())
+        seen[isWatched] += seenOf(*object);
+      system.undo();
+    }
+    EXPECT_EQ(seen[0], seen[1]);
+    EXPECT_NE(seen[0], "");
+  }
+}
+
+TEST_F(History, ObjectsComeBackWhereNobodyObserves)
+{
+  std::string text;
+  for (int i = 0; i < 40; ++i)
+    text += "A: a" + std::to_string(i) + "\nx = 1\nB: b\ny = 2\nEND\nEND\n";
+  after(text.c_str());
+  const Objects made = ObjectDB::instance()->getAllObjects();
+  std::vector<std::unique_ptr<std::byte[]>> taken;  // what is freed is not found again
+  const auto undoAndRedo = [&] {
+    system.undo();
+    for (std::size_t i = 0; i < 2 * made.size(); ++i)
+      taken.push_back(std::make_unique<std::byte[]>(sizeof(DataKSLObject)));
+    system.redo();
+    return ObjectDB::instance()->getAllObjects();
+  };
+  EXPECT_EQ(undoAndRedo(), made);
+  EXPECT_EQ(undoAndRedo(), made) << "again";
+  class Observer : public DBChangeNotify {
+   public:
+    int told = 0;
+    void objectAdded(const KSLObject* object) override { told += object->getValue("x").empty(); }
+    void objectDeleteBegin(const KSLObject*) override {}
+    void objectDeleteEnd(const std::string&, const KSLObject*) override {}
+    void paramChanged(const KSLObject*, const ParamDefinition*) override { ++told; }
+    void paramDeleted(const KSLObject*, const std::string&) override {}
+  } observer;
+  system.undo();
+  ObjectDB::instance()->registerChangeNotify(&observer);
+  system.redo();
+  ObjectDB::instance()->registerChangeNotify(nullptr);
+  EXPECT_EQ(observer.told, 160) << "each object without parameters, and each of these";
+  EXPECT_EQ(system.errors(), "");
 }
 
 }  // namespace

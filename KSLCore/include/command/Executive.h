@@ -23,6 +23,7 @@ class KSLObject;
 class LinkTransaction;
 class ObjectDB;
 class RecoveryLog;
+class UndoneObjects;
 class UpdateProcessor;
 struct Relocation;
 
@@ -58,8 +59,10 @@ class ORV_API Executive {
   // in the store. Failures pass on; what was applied until then stands in `history`. Linear in the changes and what
   // they touch.
   void update(const KSLChangeList& changes, KSLChangeList* history, KSLAPI* store);
-  // The same for changes that come from a history list.
-  void replay(const KSLChangeList& changes, KSLChangeList* history, KSLAPI* store);
+  // The same for changes that come from a history list. An undo may keep the objects that it takes out, and a redo put
+  // those back.
+  void replay(const KSLChangeList& changes, KSLChangeList* history, KSLAPI* store,
+              UndoneObjects* takenOut = nullptr, UndoneObjects* toPutBack = nullptr);
   // The same for a recovery, which goes on past what fails, notes it in the log, and records nothing. REQUIRES: no
   // update is under way.
   void recover(const KSLChangeList& changes, KSLAPI* store, RecoveryLog& log);

@@ -12,6 +12,7 @@ namespace orv {
 
 class Executive;
 class PendingError;
+class UndoneObjects;
 
 // KSLInterface, which parses, owns it and tells it when commands begin, fail and end. One outermost command is one
 // step, however many updates and nested texts it held.
@@ -96,7 +97,7 @@ class ORV_API History {
   bool isRecovering() const { return m_mode == ERROR_RECOVERY || m_mode == ERROR_RECOVERY_REDO; }
   HistoryStack* stackFor(UndoMode mode, bool source);
   void replayTop(Executive* executive);
-  void getChangesOfTop(KSLChangeList& changes);
+  void getChangesOfTop(KSLChangeList& changes, UndoneObjects& kept);
   void takeBack(Executive* executive);
   void dropFailed() noexcept;
   void confirm();

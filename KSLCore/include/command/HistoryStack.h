@@ -10,6 +10,8 @@
 
 namespace orv {
 
+class UndoneObjects;
+
 // Change lists, the newest on top. The top is open while changes are added to it; once delimited, the next
 // change starts a new list. Lists are made when their first change comes, and empty ones never stay. Grows
 // until cleared.
@@ -41,6 +43,9 @@ class ORV_API HistoryStack {
   bool isTopEmpty() const;
   // Has the top's changes taken back in a store. REQUIRES: there is a step.
   void takeTopBack(KSLAPIUpdateProcessor& store) const;
+  // Objects that end with the top, unless they are taken from it; at once when there is none.
+  void keepWithTop(UndoneObjects objects);
+  UndoneObjects takeKept();
   // The number that the next list will exceed.
   static ListId newestId();
 

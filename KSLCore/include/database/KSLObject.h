@@ -295,10 +295,12 @@ class ORV_API KSLObject {
 
  private:
   friend class ObjectHolderImpl;
+  friend class UndoneObjects;
   template <class Set>
   void allOrNothing(const std::string& name, Set set);
   friend class PrototypeEditor;
 
+  static bool hasPathNormaliser() noexcept;
   template <class Read>
   auto readNaming(const std::string& name, Read read) const;
   const ParamDefinition& readParam(const std::string& name) const;

@@ -119,6 +119,7 @@ class ORV_API ObjectDB {
  private:
   class DeleteGuard;
   friend class DeleteGuard;
+  friend class UndoneObjects;
 
   ObjectDB();
   ~ObjectDB();
@@ -132,6 +133,7 @@ class ORV_API ObjectDB {
   void insert(ObjectHolder* parent, KSLObject* object);
   void doDeleteObject(ObjectHolder* top);
   ObjectHolder* holderOf(const KSLObject* child) const;  // throws when the index lacks it
+  void unlist(ObjectHolder* holder);
   void removeLeaf(ObjectHolder* holder);
   void appendStateOf(const std::string& pathOrName, std::string& text) const;
   std::vector<std::string> pendingDeletion(const std::string& path, const std::string& type,

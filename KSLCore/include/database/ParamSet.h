@@ -11,6 +11,10 @@
 
 namespace orv {
 
+namespace store {
+class ParamRun;
+}
+
 // Looks like a map from name to parameter, but costs memory only for what was written: every other parameter
 // is read from the layout that the object shares with its prototype. A parameter that is about to be written
 // gets a definition of its own (`own`), which from then on stands at the same address until it is removed.
@@ -106,6 +110,7 @@ class ORV_API ParamSet {
   void copyTo(ParamSet& target, bool publish);
 
  private:
+  friend class UndoneObjects;
   using Own = std::unique_ptr<ParamDefinition>;                                // knows its slot
   using Added = std::map<std::string_view, std::unique_ptr<ParamDefinition>>;  // by the names that they hold
   std::size_t slotOf(std::string_view name) const
@@ -159,6 +164,12 @@ class ORV_API ParamSet {
   ParamLayout& writableLayout();  // one that nobody shares
   void publishOwn();
   void publishAdded();
+  // Whether it is an empty set of its layout that was given just these values, but for marks of change; and as if all had
+  // just been given.
+  bool holdsJust(const store::ParamRun& given) const;
+  void markChanged() noexcept;
+  // Whether copies of this prototype begin with the layout of the other.
+  bool givesLayoutOf(const ParamSet& other);
 
   refcnt_ptr<ParamLayout> m_layout;  // null while there are no parameters; written only when not shared
   std::vector<Own> m_own;            // by slot

@@ -5,6 +5,7 @@
 #include "database/ObjectDB.h"
 #include "database/ObjectFactory.h"
 #include "database/PathAtHand.h"
+#include "database/UndoneObjects.h"
 #include "rules/LinkTransaction.h"
 
 #include <typeinfo>
@@ -117,17 +118,42 @@ const std::string& ObjectDBUpdater::parentText(const SharedText& path)
   return path.isLong() ? m_longText.of(path.parent()) : m_shortText.assign(PathUtils::parentPath(path.str()));
 }
 
+// Whoever refers to the object, or to anything below it, is seen to first.
+template <class Remove>
+void ObjectDBUpdater::remove(KSLObject& object, Remove remove)
+{
+  if (!m_links->follow(object))
+    object.addToDependentUpdates(m_dependents);
+  DependentsOfTree dependents(*m_database, object);
+  object.deleteAllDependent();
+  remove();
+  dependents.forget();
+}
+
 void ObjectDBUpdater::deleteObject(const SharedText& path)
 {
+  if (KSLObject* object = m_database->getObjectByPath(path))
+    remove(*object, [&] { m_database->deleteObject(path); });
+}
+
+bool ObjectDBUpdater::takeOut(const SharedText& path, const store::ParamRun& params, UndoneObjects& undone)
+{
   KSLObject* object = m_database->getObjectByPath(path);
-  if (!object)
-    return;
-  if (!m_links->follow(*object))
-    object->addToDependentUpdates(m_dependents);
-  DependentsOfTree dependents(*m_database, *object);
-  object->deleteAllDependent();
-  m_database->deleteObject(path);
-  dependents.forget();
+  if (!object || !UndoneObjects::canTake(*m_database, *object, params))
+    return false;
+  remove(*object, [&] { undone.take(*m_database, *object, params); });
+  return true;
+}
+
+KSLObject* ObjectDBUpdater::putBack(const SharedText& path, const store::ParamRun& params,
+                                    UndoneObjects& undone)
+{
+  return undone.putBack(*m_database, path, params);
+}
+
+bool ObjectDBUpdater::computes(const KSLObject& object) const
+{
+  return typeid(object) != typeid(DataKSLObject);
 }
 
 void ObjectDBUpdater::setParam(const SharedText& path, const std::string& name, const std::string& value)

@@ -12,6 +12,11 @@ class DependentUpdates;
 class KSLObject;
 class LinkTransaction;
 class ObjectDB;
+class UndoneObjects;
+
+namespace store {
+class ParamRun;
+}
 
 // What a change processor may do to the objects.
 class DBUpdater {
@@ -30,6 +35,12 @@ class DBUpdater {
   virtual bool hasParentOf(const SharedText& path) = 0;
   // Whether nobody could tell if parameters were unset just before their object goes.
   virtual bool goesUnseen(const SharedText&) { return false; }
+  // The same as deleteObject, but the object is kept, which has just these parameters; and as createObject and setting them,
+  // with the one kept. False, or null, when nothing was done: the object has to be deleted, or made.
+  virtual bool takeOut(const SharedText&, const store::ParamRun&, UndoneObjects&) { return false; }
+  virtual KSLObject* putBack(const SharedText&, const store::ParamRun&, UndoneObjects&) { return nullptr; }
+  // Whether the object's update does anything.
+  virtual bool computes(const KSLObject&) const { return true; }
   // Moves on whenever an object comes or goes.
   virtual std::size_t changeCount() const { return 0; }
 };
@@ -48,10 +59,15 @@ class ObjectDBUpdater : public DBUpdater {
   KSLObject* find(const SharedText& path) override;
   bool hasParentOf(const SharedText& path) override;
   bool goesUnseen(const SharedText& path) override;
+  bool takeOut(const SharedText& path, const store::ParamRun& params, UndoneObjects& undone) override;
+  KSLObject* putBack(const SharedText& path, const store::ParamRun& params, UndoneObjects& undone) override;
+  bool computes(const KSLObject& object) const override;
   std::size_t changeCount() const override;
 
  private:
   const std::string& parentText(const SharedText& path);
+  template <class Remove>
+  void remove(KSLObject& object, Remove remove);
 
   ObjectDB* m_database;
   DependentUpdates* m_dependents;

@@ -75,6 +75,8 @@ struct Executive::Work {
   KSLAPI* store;
   bool replays = false;  // history: no name has to mean anything
   RecoveryLog* log = nullptr;
+  UndoneObjects* takenOut = nullptr;
+  UndoneObjects* toPutBack = nullptr;
 
   template <class Step>
   bool attempt(Step step) const
@@ -98,9 +100,15 @@ void Executive::update(const KSLChangeList& changes, KSLChangeList* history, KSL
   run({.changes = changes, .history = history, .store = store});
 }
 
-void Executive::replay(const KSLChangeList& changes, KSLChangeList* history, KSLAPI* store)
+void Executive::replay(const KSLChangeList& changes, KSLChangeList* history, KSLAPI* store,
+                       UndoneObjects* takenOut, UndoneObjects* toPutBack)
 {
-  run({.changes = changes, .history = history, .store = store, .replays = true});
+  run({.changes = changes,
+       .history = history,
+       .store = store,
+       .replays = true,
+       .takenOut = takenOut,
+       .toPutBack = toPutBack});
 }
 
 void Executive::recover(const KSLChangeList& changes, KSLAPI* store, RecoveryLog& log)
@@ -160,6 +168,8 @@ void Executive::applyAll(const KSLChangeList& changes, const Work& work, LinkTra
   DependentUpdates dependents;
   ObjectDBUpdater updater(ObjectDB::instance(), &dependents, &links);
   UpdateProcessor processor(&updater, work.history, work.log);
+  processor.keepTakenOut(work.takenOut);
+  processor.putBackFrom(work.toPutBack);
   const std::size_t done = processor.process(changes);
   if (work.log)
     work.log->putBack += done;

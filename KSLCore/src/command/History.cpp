@@ -33,6 +33,7 @@
 #include "platform/ORVException.h"
 #include "platform/ORVProgress.h"
 #include "platform/ORVUtilities.h"
+#include "database/UndoneObjects.h"
 #include "command/CommandNotifier.h"
 #include "command/Executive.h"
 #include "command/caughtError.h"
@@ -191,21 +192,26 @@ void History::replay(UndoMode mode, Executive* executive)
 void History::replayTop(Executive* executive)
 {
   m_store->undo();
-  KSLChangeList changes(m_mode == UNDO ? m_undoName : m_redoName, nullptr);
-  getChangesOfTop(changes);
+  const bool undoes = m_mode == UNDO;
+  KSLChangeList changes(undoes ? m_undoName : m_redoName, nullptr);
+  UndoneObjects objects;  // what the undo took out
+  getChangesOfTop(changes, objects);
   if (changes.empty())
     return;  // an open, empty list would hide the steps below it
   if (!executive)
     throw internal::error("KSLInterface", "doAction", _("Pointer to Executive not set."));
   Application application(this);
-  executive->replay(changes, application.list(), m_store);
+  executive->replay(changes, application.list(), m_store, undoes ? &objects : nullptr,
+                    undoes ? nullptr : &objects);
+  if (undoes)
+    m_redoStack.keepWithTop(std::move(objects));
   application.commit();
 }
 
 // Replays the newest step in the store and gives what that really changed there. A step that failed is gone, and what
 // is defined after an undo is recorded beside it: an older step may not fit any more. Store and database stay the same
 // when the database follows the store, and the inverses recorded then take back just that.
-void History::getChangesOfTop(KSLChangeList& changes)
+void History::getChangesOfTop(KSLChangeList& changes, UndoneObjects& kept)
 {
   HistoryStack* from = stackFor(m_mode, true);
   if (from->isTopEmpty()) {
@@ -215,6 +221,7 @@ void History::getChangesOfTop(KSLChangeList& changes)
     return;
   }
   const ScopeGuard pop([from] { from->pop(); });  // also when the replay fails
+  kept = from->takeKept();
   KSLAPIUpdateProcessor store(m_store, true);
   from->takeTopBack(store);
   KSLChangeList changed = m_store->takeKSLChangeList();

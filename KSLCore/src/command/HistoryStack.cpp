@@ -2,10 +2,12 @@
 
 #include "platform/internal/ChangeGroup.h"
 #include "platform/internal/ContextLocal.h"
+#include "database/UndoneObjects.h"
 
 #include <deque>
 #include <utility>
 #include <variant>
+#include <vector>
 
 namespace orv {
 
@@ -31,8 +33,15 @@ struct HistoryStack::Steps {
   static constexpr std::size_t usualStep =
       1000;  // changes: the list of a larger one has more memory than the next needs
 
+  // What is kept with a step; few have any.
+  struct Kept {
+    ListId id;
+    UndoneObjects objects;
+  };
+
   std::deque<Step> all;
-  List spare;  // an empty list that nobody holds, for the next step
+  std::vector<Kept> kept;  // in the order of their steps
+  List spare;              // an empty list that nobody holds, for the next step
 
   // Of a single group in a list that nobody else holds, the group is kept.
   void pack(Step& step)
@@ -55,8 +64,11 @@ struct HistoryStack::Steps {
     (*held)->clear();
     spare = std::move(*held);
   }
+  bool keepsWithTop() const { return !kept.empty() && kept.back().id == all.back().id; }
   void pop() noexcept
   {
+    if (keepsWithTop())
+      kept.pop_back();
     keep(std::move(all.back()));
     all.pop_back();
   }
@@ -142,6 +154,26 @@ void HistoryStack::takeTopBack(KSLAPIUpdateProcessor& store) const
     store.takeBack(*std::get_if<ChangeGroup>(&step.changes));
 }
 
+void HistoryStack::keepWithTop(UndoneObjects objects)
+{
+  if (objects.empty() || m_steps->all.empty())
+    return;
+  if (m_steps->keepsWithTop())
+    m_steps->kept.back().objects.append(std::move(objects));
+  else
+    m_steps->kept.push_back({m_steps->all.back().id, std::move(objects)});
+}
+
+UndoneObjects HistoryStack::takeKept()
+{
+  UndoneObjects taken;
+  if (m_steps->keepsWithTop()) {
+    taken = std::move(m_steps->kept.back().objects);
+    m_steps->kept.pop_back();
+  }
+  return taken;
+}
+
 HistoryStack::ListId HistoryStack::newestId()
 {
   return *theLastId;
@@ -175,6 +207,7 @@ void HistoryStack::pop()
 void HistoryStack::clear()
 {
   m_steps->all.clear();
+  m_steps->kept.clear();
   m_delimited = true;
 }
 

@@ -4,6 +4,7 @@
 #include "platform/ORVProgress.h"
 #include "platform/ORVUtilities.h"
 #include "database/KSLObject.h"
+#include "database/UndoneObjects.h"
 #include "database/ValueAtHand.h"
 #include "command/DBUpdater.h"
 #include "RecoveryLog.h"
@@ -144,11 +145,15 @@ void UpdateProcessor::createGroup(const ChangeGroup& group, Progress& progress)
   }
   KSLObject* object = nullptr;
   std::size_t count = 0;
-  for (std::size_t i = all.from; i < all.run.size(); ++i) {
+  for (std::size_t i = all.from; i < all.run.size() && done < group.size(); ++i) {
     if (done > 0)
       progress.advance(m_visited + done);
     const SharedText& name = all.run.name(i);
     naming(group.path(), name, [&] {
+      if (i == 0 && done == 1 && putBack(group.path(), all.run)) {
+        done = group.size() - 1;  // with all that follow
+        return;
+      }
       if (!object || m_updater->changeCount() != count) {
         object = objectToSet(group.path());
         count = m_updater->changeCount();
@@ -158,6 +163,20 @@ void UpdateProcessor::createGroup(const ChangeGroup& group, Progress& progress)
     });
     record.did(++done);
   }
+}
+
+// Whether it is there now, with these parameters, because an undo had kept it. Who watches how far it goes is told of each
+// parameter by itself.
+bool UpdateProcessor::putBack(const SharedText& path, const store::ParamRun& params)
+{
+  if (!m_toPutBack || m_toPutBack->empty() || ProgressWatcher::get() || m_updater->find(path))
+    return false;
+  createWaiting();
+  const KSLObject* const object =
+      m_updater->find(path) ? nullptr : m_updater->putBack(path, params, *m_toPutBack);
+  if (object)
+    noteChanged(path, object);
+  return object != nullptr;
 }
 
 void UpdateProcessor::changeParam(const ChangeGroup& group)
@@ -171,9 +190,8 @@ void UpdateProcessor::changeParam(const ChangeGroup& group)
   });
   naming(group.path(), change.name, [&] {
     KSLObject* const object = m_updater->find(group.path());
-    if (object && !(m_lastChanged == group.path()))
-      m_changed.push_back(group.path());
-    m_lastChanged = group.path();
+    if (!(m_lastChanged == group.path()))
+      noteChanged(group.path(), object);
     if (object)
       object->setWhole(change.name.str(), change.value);
   });
@@ -206,7 +224,12 @@ void UpdateProcessor::removeGroup(const ChangeGroup& group)
       m_history->truncate(before);
   });
   forget(group.path());
-  naming(group.path(), {}, [&] { m_updater->deleteObject(group.path()); });
+  const ChangeGroup::Listed& all = *group.listed();
+  const bool mayKeep = m_takenOut && all.from == 0 && !all.run.empty();
+  naming(group.path(), {}, [&] {
+    if (!mayKeep || !m_updater->takeOut(group.path(), all.run, *m_takenOut))
+      m_updater->deleteObject(group.path());
+  });
   unrecord.dismiss();
 }
 
@@ -379,11 +402,11 @@ void UpdateProcessor::ensureObject(const SharedText& path)
 
 void UpdateProcessor::create(const SharedText& path)
 {
-  m_changed.push_back(path);
   naming(path, {}, [&] { m_updater->createObject(path); });
   m_lastChanged = path;
   if (m_log)
     m_log->noteCreated(path);
+  noteChanged(path, m_updater->find(path));
 }
 
 void UpdateProcessor::forget(const SharedText& deletedPath)
@@ -394,9 +417,14 @@ void UpdateProcessor::forget(const SharedText& deletedPath)
 
 void UpdateProcessor::noteChanged(const SharedText& path)
 {
-  if (m_lastChanged == path)
-    return;
-  if (m_updater->find(path))  // else there is nothing to update
+  if (!(m_lastChanged == path))
+    noteChanged(path, m_updater->find(path));
+}
+
+// Who watches is told of all objects; else those that compute nothing need no update.
+void UpdateProcessor::noteChanged(const SharedText& path, const KSLObject* object)
+{
+  if (object && (m_updater->computes(*object) || ProgressWatcher::get()))
     m_changed.push_back(path);
   m_lastChanged = path;
 }

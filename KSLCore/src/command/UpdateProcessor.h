@@ -14,6 +14,7 @@ class DBUpdater;
 class KSLObject;
 class Progress;
 class RecoveryLog;
+class UndoneObjects;
 
 // A list is applied group by group: an object is looked up once for the parameters that it gets, and its inverse is
 // recorded in one piece. Where a modifier wants to see each inverse, in a recovery, and where updates create no objects,
@@ -36,6 +37,9 @@ class UpdateProcessor : public KSLChangeProcessor {
         m_history(history),
         m_log(log)
   {}
+  // Of an undo, which keeps the objects that it takes out, or of the redo, which puts them back. None is owned.
+  void keepTakenOut(UndoneObjects* undone) { m_takenOut = undone; }
+  void putBackFrom(UndoneObjects* undone) { m_toPutBack = undone; }
 
   void newObject(const std::string& path) override { newObject(SharedText(path)); }
   void deletedObject(const std::string& path) override { deletedObject(SharedText(path)); }
@@ -57,7 +61,7 @@ class UpdateProcessor : public KSLChangeProcessor {
   // How many were applied.
   std::size_t process(const KSLChangeList& changes);
   void createWaiting();
-  // The objects that changed, in the order in which they did, some more than once.
+  // The objects to update because they changed, in the order in which they did, some more than once.
   std::vector<SharedText> takeChanged() { return std::move(m_changed); }
 
  private:
@@ -72,6 +76,7 @@ class UpdateProcessor : public KSLChangeProcessor {
   std::size_t applyGroup(const ChangeGroup& group, std::size_t at, Progress& progress);
   class GroupRecord;
   void createGroup(const ChangeGroup& group, Progress& progress);
+  bool putBack(const SharedText& path, const store::ParamRun& params);
   void removeGroup(const ChangeGroup& group);
   void changeParam(const ChangeGroup& group);
   KSLObject* objectToSet(const SharedText& path);
@@ -86,6 +91,7 @@ class UpdateProcessor : public KSLChangeProcessor {
   void create(const SharedText& path);
   void forget(const SharedText& deletedPath);
   void noteChanged(const SharedText& path);
+  void noteChanged(const SharedText& path, const KSLObject* object);
   void noteVisited(const SharedText& path);
   void apply(const KSLChange& change);
   bool wentAlong() const;
@@ -95,7 +101,9 @@ class UpdateProcessor : public KSLChangeProcessor {
   DBUpdater* m_updater;                   // not owned
   KSLChangeList* m_history;               // not owned
   RecoveryLog* m_log;                     // not owned
-  SharedText m_lastChanged;               // noted already, or not there
+  UndoneObjects* m_takenOut = nullptr;    // not owned
+  UndoneObjects* m_toPutBack = nullptr;   // not owned
+  SharedText m_lastChanged;               // noted already, or nothing to be noted
   SharedText m_objectPath;                // of the parameter visited last, when that is there; else empty
   std::size_t m_objectCount = 0;          // the updater's count of changes then
   bool m_sameObject = false;              // the change under way is one of its parameters, too

@@ -139,6 +139,11 @@ void KSLObject::resetPathNormaliser()
   *thePathFunction = nullptr;
 }
 
+bool KSLObject::hasPathNormaliser() noexcept
+{
+  return *thePathFunction != nullptr;
+}
+
 void KSLObject::setType(const std::string& type, bool singleton)
 {
   m_type = SharedText(type);

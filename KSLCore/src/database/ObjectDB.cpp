@@ -385,8 +385,8 @@ ObjectHolder* ObjectDB::holderOf(const KSLObject* child) const
                         _("%s '%s' does not exist.", "KSLObject", child->getPath()));
 }
 
-// Nobody finds the object by its path any more while it ends; its own place stays until then.
-void ObjectDB::removeLeaf(ObjectHolder* holder)
+// From here on nobody finds the object by its path; its own place stays.
+void ObjectDB::unlist(ObjectHolder* holder)
 {
   ++m_changes;
   if (holder == m_lastParent)
@@ -395,6 +395,11 @@ void ObjectDB::removeLeaf(ObjectHolder* holder)
     m_watch->objectGoing(*holder->getObject());
   holder->getParentHolder()->removeChildObject(holder->getObject());
   m_index->erase(holder);
+}
+
+void ObjectDB::removeLeaf(ObjectHolder* holder)
+{
+  unlist(holder);
   const std::unique_ptr<ObjectHolder> endingPlace(holder);
   const std::unique_ptr<KSLObject> ending(holder->getObject());
 }

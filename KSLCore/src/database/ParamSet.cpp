@@ -1,5 +1,7 @@
 #include "database/ParamSet.h"
 
+#include "platform/internal/ParamRun.h"
+
 #include <algorithm>
 #include <utility>
 
@@ -239,6 +241,39 @@ void ParamSet::publishOwn()
     std::shared_ptr<const ParamDefinition> prototype = param->clone();
     writableLayout().m_entries[param->m_slot].prototype = std::move(prototype);
   }
+}
+
+bool ParamSet::givesLayoutOf(const ParamSet& other)
+{
+  publishAdded();
+  publishOwn();
+  return m_layout.get() == other.m_layout.get();
+}
+
+bool ParamSet::holdsJust(const store::ParamRun& given) const
+{
+  if (m_added || !m_layout || m_own.size() != given.size())
+    return false;
+  for (std::size_t i = 0; i < given.size(); ++i) {
+    const std::size_t slot = m_layout->find(given.name(i).str());
+    if (slot == ParamLayout::npos)
+      return false;
+    const auto own = ownAt(slot);
+    if (own == m_own.end() || (*own)->m_slot != slot)
+      return false;
+    const ParamDefinition& param = **own;
+    const ParamDefinition& prototype = (*m_layout)[slot];
+    if (!param.m_hasBeenSet || param.m_notifyChange || !(param.m_value == given.value(i))
+        || param.m_rules.get() != prototype.m_rules.get() || param.m_internal != prototype.m_internal)
+      return false;
+  }
+  return true;
+}
+
+void ParamSet::markChanged() noexcept
+{
+  for (const Own& param : m_own)
+    param->m_changed = true;
 }
 
 void ParamSet::copyTo(ParamSet& target, bool publish)
