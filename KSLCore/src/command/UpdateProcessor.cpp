@@ -206,9 +206,8 @@ KSLObject* UpdateProcessor::objectToSet(const SharedText& path)
     ensureObject(path);
     object = m_updater->find(path);
   }
-  if (object && !(m_lastChanged == path))
-    m_changed.push_back(path);
-  m_lastChanged = path;
+  if (!(m_lastChanged == path))
+    noteChanged(path, object);
   return object;
 }
 
@@ -403,7 +402,6 @@ void UpdateProcessor::ensureObject(const SharedText& path)
 void UpdateProcessor::create(const SharedText& path)
 {
   naming(path, {}, [&] { m_updater->createObject(path); });
-  m_lastChanged = path;
   if (m_log)
     m_log->noteCreated(path);
   noteChanged(path, m_updater->find(path));
