@@ -184,6 +184,34 @@ TEST_F(StateSave, TellsOfValuesThatCannotBeReadBack)
                 + "warning[8] WriteStateExecutor::validatedParameters: Value of parameter 'x' of object '"
                 + path + "' cannot be read back.";
   EXPECT_EQ(system.errors(), expected);
+
+  class Remover : public ErrorSink {
+   public:
+    Remover() : m_before(ErrorProgressReporter::instance()->setSink(this)) {}
+    ~Remover() override { ErrorProgressReporter::instance()->setSink(m_before); }
+    void report(const ErrorMsg&) override
+    {
+      if (ObjectDB::instance()->getObjectByPath("/B:c"))
+        KSLCoreAPI::instance()->processKSL("> delete /B:c, /B:d, /B:e, /B:f", kslUpdateDefault);
+    }
+
+   private:
+    ErrorSink* m_before;
+  };
+  const auto saved = [this](const char* name) {
+    const std::string text = folder.read(name);
+    return text.substr(text.find('\n'));
+  };
+  for (const char* const objects : {"", ", object=/B:c, object=/B:none, object=/A:a"}) {
+    save("a.qst", objects);
+    {
+      const Remover remover;
+      save("b.qst", objects);
+    }
+    EXPECT_EQ(saved("b.qst"), saved("a.qst")) << "what it was when the text was made";
+    EXPECT_EQ(ObjectDB::instance()->getObjectByPath("/B:c"), nullptr);
+    system.undo();
+  }
 }
 
 class Careful : public WriteStateExecutor {

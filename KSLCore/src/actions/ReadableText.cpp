@@ -17,14 +17,19 @@ bool isReadable(std::string_view value) noexcept
   return (value.empty() || !afterSpace) && StringUtilities::withoutComment(value).size() == value.size();
 }
 
+data::invalid unreadable(const char* className, const char* function, const std::string& object,
+                         const std::string& parameter)
+{
+  return data::invalid(className, function,
+                       _("Value of parameter '%s' of object '%s' cannot be read back.", parameter, object),
+                       errorType::warning);
+}
+
 void reportUnreadable(const char* className, const char* function, const std::string& object,
                       const std::string& parameter, std::string_view value)
 {
   if (!isReadable(value))
-    ErrorProgressReporter::instance()->reportError(
-        data::invalid(className, function,
-                      _("Value of parameter '%s' of object '%s' cannot be read back.", parameter, object),
-                      errorType::warning));
+    ErrorProgressReporter::instance()->reportError(unreadable(className, function, object, parameter));
 }
 
 }  // namespace orv

@@ -1,6 +1,8 @@
 // Whether what is written as KSL text can be read back from it.
 #pragma once
 
+#include "platform/ORVException.h"
+
 #include <string>
 #include <string_view>
 
@@ -11,7 +13,10 @@ namespace orv {
 // programs may not be.
 bool isReadable(std::string_view value) noexcept;
 
-// Reports data::invalid of type 8, "Value of parameter '%s' of object '%s' cannot be read back.", when it is not.
+// data::invalid of type 8, "Value of parameter '%s' of object '%s' cannot be read back."; and reports it of a value that is
+// not readable.
+data::invalid unreadable(const char* className, const char* function, const std::string& object,
+                         const std::string& parameter);
 void reportUnreadable(const char* className, const char* function, const std::string& object,
                       const std::string& parameter, std::string_view value);
 

@@ -1,6 +1,5 @@
 #include "actions/StateLines.h"
 
-#include "platform/ORVError.h"
 #include "platform/ORVKSLParseUtilities.h"
 #include "platform/ORVUtilities.h"
 #include "database/KSLObject.h"
@@ -12,6 +11,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
+#include <utility>
 
 namespace orv {
 
@@ -109,12 +109,6 @@ bool isReadableHeader(const std::string& header)
          && header.find_first_of("/,\n\r") == std::string::npos;
 }
 
-void reportLeftOut(const char* function, const std::string& line)
-{
-  ErrorProgressReporter::instance()->reportError(
-      data::invalid(linesClass, function, _("Line '%s' cannot be read back.", line), errorType::warning));
-}
-
 // Of the object that says what is being read: while a state is saved that is no part of the work.
 const std::string& idleValue(const ParamDefinition& param)
 {
@@ -136,6 +130,17 @@ void StateLines::cutBackTo(const Mark& mark)
 {
   m_pieces.resize(mark.pieces);
   m_size = mark.size;
+}
+
+void StateLines::tell()
+{
+  for (const ErrorMsg& report : std::exchange(m_reports, {}))
+    ErrorProgressReporter::instance()->reportError(report);
+}
+
+void StateLines::reportLeftOut(const char* function, const std::string& line)
+{
+  report(data::invalid(linesClass, function, _("Line '%s' cannot be read back.", line), errorType::warning));
 }
 
 std::vector<std::string_view> StateLines::text() const
@@ -201,7 +206,7 @@ bool StateLines::parameter(const KSLObject& object, const std::string& name, con
   }
   const bool readable = isReadable(value);
   if (!readable)
-    reportUnreadable(linesClass, "validatedParameters", object.getPath(), name, value);
+    report(unreadable(linesClass, "validatedParameters", object.getPath(), name));
   std::string line = std::string(indentOf(depth), ' ').append(name).append(equalSign).append(value);
   const bool plain = FileText::isPlain(line);
   if (plain && readable && value.back() != '\\' && line.size() <= width) {

@@ -1,6 +1,8 @@
 // The text of a state file, line by line.
 #pragma once
 
+#include "platform/ORVError.h"
+
 #include <array>
 #include <cstddef>
 #include <memory>
@@ -17,6 +19,8 @@ class ParamDefinition;
 // anything special: these are put together where they stay, and what they begin with is kept for each parameter and
 // each type, found by where the name lies, which must not change while a text is made. All other lines are looked at
 // in full, escaped and continued where they must be, and reported or left out when no reader could take them.
+//
+// Who is told of a warning may submit texts, which take objects away: reports wait until the text is complete.
 class StateLines {
  public:
   explicit StateLines(std::string_view head);
@@ -38,6 +42,11 @@ class StateLines {
   // KSL that is no object's, behind the rest.
   void append(std::string_view text);
 
+  // To be told of with what was found here, in this order.
+  void report(const Error& error) { m_reports.emplace_back(error); }
+  // Tells of it. Objects may have gone then.
+  void tell();
+
   // The text, which lies here: a long one in many pieces, so that none is ever copied to make room.
   std::vector<std::string_view> text() const;
 
@@ -56,6 +65,7 @@ class StateLines {
   Start& placeOf(const void* name, std::size_t indent);
   static bool keep(Start& place, const std::string& name, std::size_t indent, std::string_view sign);
 
+  void reportLeftOut(const char* function, const std::string& line);
   bool parameter(const KSLObject& object, const std::string& name, const std::string& value,
                  std::size_t depth);
   bool appendSimple(const ParamDefinition& param, std::size_t depth);
@@ -74,6 +84,7 @@ class StateLines {
   std::vector<Piece> m_pieces;
   std::size_t m_size = 0;                         // of the last
   std::vector<const ParamDefinition*> m_toWrite;  // of one object; kept for its memory
+  std::vector<ErrorMsg> m_reports;
 };
 
 }  // namespace orv

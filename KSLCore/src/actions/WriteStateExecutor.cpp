@@ -65,12 +65,11 @@ std::vector<const KSLObject*> topObjects()
   return objects;
 }
 
-void reportMissing(const std::string& item)
+data::invalid missing(const std::string& item)
 {
-  ErrorProgressReporter::instance()->reportError(
-      diagnosed(data::invalid(writeStateExecutorClass, "writeStateData",
-                              _("Cannot find object %s. No state written for that object.", item)),
-                unknownObject(item)));
+  return diagnosed(data::invalid(writeStateExecutorClass, "writeStateData",
+                                 _("Cannot find object %s. No state written for that object.", item)),
+                   unknownObject(item));
 }
 
 }  // namespace
@@ -99,9 +98,11 @@ void WriteStateExecutor::invoke(const std::vector<std::string>& p_action)
   checkTarget(request);
   const bool everything = StringUtilities::trimmed(request.objects).empty();
   StateLines text(FileText::head(FileText::stateHead));
+  const auto reportMissing = [&text](const std::string& item) { text.report(missing(item)); };
   const bool complete =
       writeState(everything ? topObjects() : listedObjects(request.objects, request.typed, reportMissing),
                  everything, text);
+  text.tell();
   ORVFile::replace(request.fileName, text.text());
   if (m_files)  // now that the file is complete: a manager may read it at once
     m_files->registerFileChange(request.fileName, fileType);
@@ -113,6 +114,7 @@ void WriteStateExecutor::saveEverything(const std::string& fileName) const
 {
   StateLines text(FileText::head(FileText::stateHead));
   writeState(topObjects(), true, text);
+  text.tell();
   ORVFile::replace(fileName, text.text());
 }
 
