@@ -125,6 +125,17 @@ TEST_F(CopyRename, LinesAreTheApplicationsToModify)
       system.errors(),
       "warning[8] KSLCopyImpl::performCopy: Value of parameter 'x' of object '/A:a' cannot be read back.");
   EXPECT_EQ(system.state(), "A:a\n  x = a # b\nEND\nA:c\n  x = a\n  y = caA\nEND\n");
+  struct Remover : ErrorSink {
+    void report(const ErrorMsg&) override
+    {
+      KSLCoreAPI::instance()->processKSL("> delete /A:a", kslUpdateDefault);
+    }
+  } remover;
+  ErrorSink* const before = ErrorProgressReporter::instance()->setSink(&remover);
+  system.run("> shared from=/A:a, to=d");
+  ErrorProgressReporter::instance()->setSink(before);
+  EXPECT_EQ(system.state(), "A:c\n  x = a\n  y = caA\nEND\nA:d\n  x = a\n  y = daA\nEND\n")
+      << "told once it is copied";
 }
 
 TEST_F(CopyRename, ARenameThatMayNotDeleteIsTakenBack)

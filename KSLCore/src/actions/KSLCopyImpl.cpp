@@ -18,7 +18,8 @@ bool isPath(std::string_view text)
   return !text.empty() && text.front() == '/';
 }
 
-// Writes a subtree as a block, under another name.
+// Writes a subtree as a block, under another name. Who is told of a warning may submit texts, which take objects away:
+// that waits until all are visited.
 class BlockWriter final : public TreeVisitor {
  public:
   explicit BlockWriter(const std::string& newName) : m_topName(&newName) {}
@@ -32,16 +33,23 @@ class BlockWriter final : public TreeVisitor {
   {
     if (value.empty())
       return;
-    reportUnreadable(kslCopyImplClass, "performCopy", path, name, value);
+    if (!isReadable(value))
+      m_reports.emplace_back(unreadable(kslCopyImplClass, "performCopy", path, name));
     m_builder.addParam(name, value);
   }
   void endObject() override { m_builder.endObject(); }
 
   const std::string& text() const { return m_builder.text(); }
+  void tell() const
+  {
+    for (const ErrorMsg& report : m_reports)
+      ErrorProgressReporter::instance()->reportError(report);
+  }
 
  private:
   const std::string* m_topName;  // null once it is written
   KSLBuilder m_builder;
+  std::vector<ErrorMsg> m_reports;
 };
 
 data::invalid pathError(const char* format, const std::string& first, const std::string& second)
@@ -150,6 +158,7 @@ std::string KSLCopyImpl::performCopy(const TreeAndLeafReadModel& model, const Pa
   check(!model.hasObject(target), "Attempt to copy to existing object '%s' failed.", paths.to);
   BlockWriter writer(target.getLastName());
   model.visitSettings(source, writer);
+  writer.tell();
   auto [text, end] = target.getParentPath().makeKSLPathAndEnd();
   text += m_modifier ? modified(writer.text(), source, target) : writer.text();
   return text += end;
