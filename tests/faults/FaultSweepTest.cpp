@@ -23,6 +23,7 @@ struct Scenario {
   std::vector<const char*> before;  // texts, each updated at its end
   const char* text;
   kslUpdateMode mode = kslUpdateDefault;
+  bool isObserved = true;
 };
 
 const char* const tree =
@@ -30,6 +31,9 @@ const char* const tree =
     "B: b\nx = 2\nB: empty\nEND\nA: deep\nColour = red\nEND\nEND\n"
     "B: c\nEND\nEND\n"
     "S:\nx = 3\nEND\n";
+
+const char* const data =
+    "DATA: a\nx = 1\nDATA: b\nx = 2\nColour = red\nEND\nA: c\nx = 3\nEND\nEND\nDATA: d\nx = 4\nEND\n";
 
 std::string manyObjects()
 {
@@ -82,6 +86,8 @@ const std::vector<Scenario>& textScenarios()
       {"undo a deletion", {tree, "> delete /A:a, /S"}, "> undo\n"},
       {"redo a definition", {"S:\nx = 1\nEND", tree, "> undo"}, "> redo\n"},
       {"redo a deletion", {tree, "> delete /A:a, /S", "> undo"}, "> redo\n"},
+      {"undo data", {data}, "> undo\n", kslUpdateDefault, false},
+      {"redo data", {data, "> undo"}, "> redo\n", kslUpdateDefault, false},
       {"define, delete, define",
        {tree},
        "B: n\nx = 1\nEND\n> delete /B:n, /A:a\nA: a\nx = 7\nB: n\nEND\nEND\n"},
@@ -187,7 +193,7 @@ void FaultSweepTest::enter(SweepSystem& system, const Scenario& scenario)
 
 FaultSweepTest::Completed FaultSweepTest::complete(const Scenario& scenario)
 {
-  SweepSystem system;
+  SweepSystem system(scenario.isObserved);
   prepare(system, scenario);
   enter(system, scenario);
   EXPECT_EQ(system.errors(), "");
@@ -200,7 +206,7 @@ FaultSweepTest::Completed FaultSweepTest::complete(const Scenario& scenario)
 
 bool FaultSweepTest::strike(const Scenario& scenario, const Completed& completed, unsigned long n)
 {
-  SweepSystem system;
+  SweepSystem system(scenario.isObserved);
   prepare(system, scenario);
   const SweepState before = SweepState::now();
   bool begun = false;

@@ -38,6 +38,7 @@ constexpr const char* sweepRules =
     "Calculate Function = Data, fragile, ringArea\n"
     "Optional Parameter List = Outer Radius, Inner Radius, Area, Sum\nEND\n"
     "OBJECT: GROUP\nKSLObject Class = DataKSLObject\nEND\n"
+    "OBJECT: DATA\nKSLObject Class = DataKSLObject\nOptional Parameter List = x, Colour\nEND\n"
     "PARAMETER: Path Stack\nDefault = .\nEND\n"
     "PARAMETER: Processing Mode\nAllowed String List = None, Session, State\nDefault = None\nEND\n"
     "SINGLETON: FILE PROCESSING\nKSLObject Class = DataKSLObject\n"
@@ -113,9 +114,12 @@ const char* SweepSystem::rules()
   return sweepRules;
 }
 
-SweepSystem::SweepSystem() : TestSystem(rules())
+SweepSystem::SweepSystem(bool isObserved) : TestSystem(rules())
 {
-  ObjectDB::instance()->registerChangeNotify(this);
+  if (isObserved)
+    ObjectDB::instance()->registerChangeNotify(this);
+  else
+    ProgressWatcher::set(nullptr);
   actions().registerExecutor("define", std::make_unique<FragileExecutor>());
 }
 

@@ -114,7 +114,8 @@ class FragileWatcher : public ProgressWatcher {
 struct SweepSystem : FragileType, FragileRecorder, FragileWatcher, TestSystem {
   static const char* rules();
 
-  SweepSystem();
+  // Objects are kept for a redo only while nobody observes or watches.
+  explicit SweepSystem(bool isObserved = true);
   ~SweepSystem() override { SchedulerObject::setCatchExceptions(false); }
 
   // Those that compute.
