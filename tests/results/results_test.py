@@ -234,6 +234,42 @@ class ResultsTest(unittest.TestCase):
                 self.assertIn("Results file 'collated' cannot be read: " + says if "/" in says else says, said)
                 self.assertEqual(said.count("error["), 1)
 
+    def test_only_the_regions_that_are_asked_for_are_read(self):
+        grids.vtm(self.folder / "g.vtm", blocks=2)
+        grids.ensight(self.folder / "g.case")
+        grids.cgns(self.folder / "g.cgns")
+        grids.foam(self.folder / "case")
+        grids.foam(self.folder / "apart", parts=2)
+        for case in ("case", "apart"):  # read without the patch, nobody looks at its values
+            for file in self.folder.glob(f"{case}/**/1/p"):
+                file.write_text(re.sub(r"(ends\n{\n type )zeroGradient", r"\1fixedValue; value uniform 9", file.read_text()))
+        for file, regions, cells, there in (
+                ("g.vtm", "", 16, None), ("g.vtm", "right", 8, None), ("g.vtm", "right, left", 16, None), ("g.vtm", "wall", None, "left, right"),
+                ("g.case", "inside", 16, None), ("g.case", "inside, wall", None, "inside"), ("g.cgns", "inside", 16, None),
+                ("g.cgns", "wall", None, "Base, "), ("case", "ends", 8, None), ("case", "internalMesh", 16, None), ("case", "sides, internalMesh", 16, None),
+                ("case", "wall", None, "ends, internalMesh, sides"), ("apart", "internalMesh", 16, None), ("apart", "ends", 8, None),
+                ("apart", "wall", None, "ends, internalMesh, sides"), ("grid.vtk", "wall", None, "")):
+            with self.subTest(file=file, regions=regions):
+                kind = "Case Type = Decomposed\n" if file == "apart" else ""
+                text = f"RESULTS:\nResults File = {file}\n{kind}Regions = {regions}\nEND\n"
+                if cells is None:
+                    said = self.ksl(text, status=1).stderr
+                    wanted = f": there are {there}" if there else ": it has no regions."
+                    self.assertIn(f"Region 'wall' is not in results file '{file}'{wanted}", said)
+                    self.assertEqual((said.count("error["), "object /RESULTS:RESULTS" in said), (1, True))
+                    continue
+                found = subprocess.run([KSL, "get", "--library", str(LIBRARY), "RESULTS", "Cell Count,Region List", "-f", "-"], cwd=self.folder,
+                                       input=text, capture_output=True, text=True).stdout
+                self.assertEqual(re.findall(r"Cell Count +(\d+)", found), [str(cells)])
+                self.assertEqual(re.findall(r"Region List +(.*)", found), ["Boundary, sides" if "sides," in regions else "Boundary"])
+        ends = "RESULTS:\nResults File = case\nRegions = ends\nEND\n"
+        self.assertAlmostEqual(self.integral("Average", "PATCH: c\nEND\n", "Variable = p\n", grid=ends), 9, places=6)
+        # Another choice is another result; the one before comes back.
+        text = "INTEGRAL: x\nOption = Volume\nLocation = RESULTS\nEND\n"
+        half = "RESULTS:\nResults File = g.vtm\nRegions = left\nEND\n"
+        for later, wanted in (((), 1), (("RESULTS:\nRegions =\nEND\n",), 2), (("RESULTS:\nRegions =\nEND\n", ">undo\n"), 1)):
+            self.assertAlmostEqual(self.value(text, *later, grid=half), wanted, places=7)
+
     def test_files_that_are_written_again_are_read_again(self):
         case = grids.foam(self.folder / "case")
         grids.pvtu(self.folder / "g.pvtu")
