@@ -334,6 +334,8 @@ Ptr<vtkDataObject> readAt(const ReadOptions& options, vtkAlgorithm& reader, doub
     wanted.Set(vtkStreamingDemandDrivenPipeline::UPDATE_NUMBER_OF_PIECES(), Communicator::instance().size());
   }
   reading(options.file, [&reader] { run(reader, "readResults"); });
+  if (vtkGenericEnSightReader::SafeDownCast(&reader))
+    requireEnsightValues(options.file, *reader.GetOutputDataObject(0));
   return reader.GetOutputDataObject(0);
 }
 

@@ -55,6 +55,12 @@ struct FoamFields {
 };
 FoamFields foamFields(const std::string& controlDict, double time, bool isDecomposed);
 
+// ---- Of EnSight cases
+
+// Throws data::invalid when a text file of a variable, for all times, has fewer values than the mesh needs below one of
+// its headings. Of other files of variables it says nothing.
+void requireEnsightValues(const std::string& file, vtkDataObject& data);
+
 // ---- Inside
 
 // Which of a file's blocks, zones, parts and patches are wanted, and the names of all that it has. What stands within a

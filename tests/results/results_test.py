@@ -333,6 +333,13 @@ class ResultsTest(unittest.TestCase):
         (self.folder / "cut.cgns").write_bytes((self.folder / "g.cgns").read_bytes()[:5000])
         (self.folder / "cut.vtk").write_text((self.folder / "grid.vtk").read_text()[:1200])
         (self.folder / "cut.ply").write_text("ply\n")
+        for name, variable, text in (("node", "p", ""), ("vector", "U", ""), ("element", "p", "hexa8\n" + 15 * " 1.00000e+00\n")):
+            grids.ensight(self.folder / f"{name}.case")
+            values = self.folder / f"{name}.{variable}"
+            whole = values.read_text()
+            values.write_text(whole[:whole.index("coordinates")] + text if text else whole[:-13 * 5])
+            for case in [self.folder / "element.case"] if text else ():
+                case.write_text(case.read_text().replace("scalar per node", "scalar per element"))
         good = self.grid + self.CUT + self.MADE + "INTEGRAL: i\nOption = Flux\nLocation = c\nVariable = U\nEND\n"
         for text, says in (
                 ("RESULTS:\nResults File = gird.vtk\nEND\n", "'gird.vtk' cannot be read: No such file"),
@@ -345,6 +352,9 @@ class ResultsTest(unittest.TestCase):
                 ("RESULTS:\nResults File = cut.cgns\nEND\n", "'cut.cgns' cannot be read: File-open error"),
                 ("RESULTS:\nResults File = cut.vtk\nEND\n", "'cut.vtk' cannot be read: Error reading ascii data"),
                 ("RESULTS:\nResults File = cut.ply\nEND\n", "'cut.ply' cannot be read: It is damaged, or of another kind."),
+                ("RESULTS:\nResults File = node.case\nEND\n", "File 'node.p' of 'node.case' is damaged: part 1 has 40 of its 45 values."),
+                ("RESULTS:\nResults File = vector.case\nEND\n", "File 'vector.U' of 'vector.case' is damaged: part 1 has 130 of its 135 values."),
+                ("RESULTS:\nResults File = element.case\nEND\n", "File 'element.p' of 'element.case' is damaged: part 1 has 15 of its 16 values."),
                 ("RESULTS:\nResults File = g.vtu\nTime = 2 [s]\nEND\n", "nothing at time 2 [s]: it tells no times."),
                 ("RESULTS:\nResults File = g.vtu\nEND\nINTEGRAL: i\nTime List = 2 [s]\nEND\n", "/INTEGRAL:i has a Time List, and its results tell no"),
                 ("RESULTS:\nScale Factor = 0\nEND\n", "scale factor of /RESULTS:RESULTS is not above 0"),
