@@ -23,6 +23,7 @@
 #include <vtkPointSet.h>
 #include <vtkPoints.h>
 #include <vtkRectilinearGrid.h>
+#include <vtkStaticCleanPolyData.h>
 #include <vtkUnstructuredGrid.h>
 
 namespace results {
@@ -155,23 +156,34 @@ Ptr<vtkDataSet> onePointOf(vtkDataSet& part)
   return one;
 }
 
+Ptr<vtkPolyData> withoutSeams(vtkPolyData& surface)
+{
+  const auto clean = make<vtkStaticCleanPolyData>();
+  clean->SetInputData(&surface);
+  clean->SetTolerance(0);
+  clean->ConvertPolysToLinesOff();
+  clean->ConvertLinesToPointsOff();
+  run(*clean, "assemble");
+  return clean->GetOutput();
+}
+
 Ptr<vtkDataSet> joined(std::vector<Ptr<vtkDataSet>> parts, bool hasSeams)
 {
   if (parts.size() == 1 && !hasSeams)
     return copyOf(*parts.front());
   for (Ptr<vtkDataSet>& part : parts)
     part = copyOf(*part);
-  if (parts.size() == 1)
-    parts.push_back(onePointOf(*parts.front()));
-  completeFields(parts);
   const bool isSurface = std::all_of(parts.begin(), parts.end(),
                                      [](vtkDataSet* part) { return vtkPolyData::SafeDownCast(part); });
+  if (!isSurface && parts.size() == 1)
+    parts.push_back(onePointOf(*parts.front()));
+  completeFields(parts);
   if (isSurface) {
     const auto append = make<vtkAppendPolyData>();
     for (vtkDataSet* part : parts)
       append->AddInputData(vtkPolyData::SafeDownCast(part));
     run(*append, "assemble");
-    return append->GetOutput();
+    return hasSeams ? withoutSeams(*append->GetOutput()) : Ptr<vtkPolyData>(append->GetOutput());
   }
   const auto append = make<vtkAppendFilter>();
   append->MergePointsOn();  // of parts that touch: values on points are then those of all cells round them

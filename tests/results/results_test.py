@@ -264,6 +264,9 @@ class ResultsTest(unittest.TestCase):
                 self.assertEqual(re.findall(r"Region List +(.*)", found), ["Boundary, sides" if "sides," in regions else "Boundary"])
         ends = "RESULTS:\nResults File = case\nRegions = ends\nEND\n"
         self.assertAlmostEqual(self.integral("Average", "PATCH: c\nEND\n", "Variable = p\n", grid=ends), 9, places=6)
+        for kind, case in (("case", "Reconstructed"), ("apart", "Decomposed")):
+            faces = f"RESULTS:\nResults File = {kind}\nCase Type = {case}\nRegions = ends, sides\nEND\n"
+            self.assertAlmostEqual(self.value("INTEGRAL: x\nOption = Area\nLocation = RESULTS\nEND\n", grid=faces), 10, places=7)
         # Another choice is another result; the one before comes back.
         text = "INTEGRAL: x\nOption = Volume\nLocation = RESULTS\nEND\n"
         half = "RESULTS:\nResults File = g.vtm\nRegions = left\nEND\n"
