@@ -240,7 +240,7 @@ class ResultsTest(unittest.TestCase):
         grids.cgns(self.folder / "g.cgns")
         grids.foam(self.folder / "case")
         grids.foam(self.folder / "apart", parts=2)
-        for case in ("case", "apart"):  # read without the patch, nobody looks at its values
+        for case in ("case", "apart"):  # so that it is seen whose values these are
             for file in self.folder.glob(f"{case}/**/1/p"):
                 file.write_text(re.sub(r"(ends\n{\n type )zeroGradient", r"\1fixedValue; value uniform 9", file.read_text()))
         for file, regions, cells, there in (
