@@ -528,6 +528,12 @@ Cut '%s' has no plane: its points lie on a line.
 4 | The place lies beside the mesh; its lowest and highest x, y and z are told. | Move it.
 Region '%s' is not in the results of %s: there are %s.
 4 | The boundary has no part of this name. | Take one of those listed.
+File '%s' of '%s' is damaged: part %d has %s of its %s values.
+4 | A file of a variable of an EnSight case was cut off, or belongs to another mesh. | Write it anew, or take its line out of the case.
+Region '%s' is not in results file '%s': there are %s.
+4 | No block, zone, part or patch of the file has this name. | Take one of those listed, or leave Regions empty for all.
+Region '%s' is not in results file '%s': it has no regions.
+4 | A file of one mesh has no names to choose by. | Leave Regions empty.
 %s is empty: '%s' goes from %s to %s, which does not hold %s.
 4 | The variable has this value nowhere. | Take a value in between.
 %s holds no cells: '%s' goes from %s to %s.

@@ -23,6 +23,7 @@
 #include <vtkPointSet.h>
 #include <vtkPoints.h>
 #include <vtkRectilinearGrid.h>
+#include <vtkStaticCleanPolyData.h>
 #include <vtkUnstructuredGrid.h>
 
 namespace results {
@@ -30,7 +31,7 @@ namespace results {
 namespace {
 
 struct Leaf {
-  std::string name;  // with those of the blocks round it, the outermost last
+  std::string name;
   Ptr<vtkDataSet> data;
   int dimension = 0;  // of its cells; 0 without any
 };
@@ -63,18 +64,56 @@ void addLeaf(std::vector<Leaf>& leaves, vtkDataObject* data, const char* name)
   leaves.push_back({name ? name : "", own, dimensionOf(*own)});
 }
 
-std::vector<Leaf> leavesOf(vtkDataObject& data)
+// Blocks without a name, and what lies between the parts of a case.
+bool isOfNobody(const std::string& name)
+{
+  return name.empty() || name.starts_with("procBoundary");
+}
+
+void addLeaf(std::vector<Leaf>& leaves, vtkDataObject* data, const std::vector<std::string>& path,
+             RegionChoice& choice)
+{
+  choice.sees(path);
+  if (choice.takes(path))
+    addLeaf(leaves, data, path.back().c_str());
+}
+
+// The count is protected in VTK, where every kind of block has another name for it.
+struct Countable : vtkDataObjectTree {
+  static unsigned int childrenOf(vtkDataObjectTree& block)
+  {
+    return (block.*&Countable::GetNumberOfChildren)();
+  }
+};
+
+// Blocks within blocks, in their order.
+std::vector<Leaf> leavesOf(vtkDataObject& data, RegionChoice& choice)
 {
   std::vector<Leaf> leaves;
   auto* const blocks = vtkDataObjectTree::SafeDownCast(&data);
   if (!blocks) {
-    addLeaf(leaves, &data, nullptr);
+    addLeaf(leaves, &data, {""}, choice);
     return leaves;
   }
   const auto at = Ptr<vtkDataObjectTreeIterator>::Take(blocks->NewTreeIterator());
+  at->VisitOnlyLeavesOff();
+  at->SkipEmptyNodesOff();
+  std::vector<std::string> path;      // of names
+  std::vector<unsigned int> waiting;  // how many blocks of each that is open are still to come
   for (at->InitTraversal(); !at->IsDoneWithTraversal(); at->GoToNextItem()) {
+    for (; !waiting.empty() && waiting.back() == 0; waiting.pop_back())
+      path.pop_back();
+    if (!waiting.empty())
+      --waiting.back();
     vtkInformation* const about = at->HasCurrentMetaData() ? at->GetCurrentMetaData() : nullptr;
-    addLeaf(leaves, at->GetCurrentDataObject(), about ? about->Get(vtkCompositeDataSet::NAME()) : nullptr);
+    const char* const name = about ? about->Get(vtkCompositeDataSet::NAME()) : nullptr;
+    path.emplace_back(name ? name : "");
+    if (auto* const block = vtkDataObjectTree::SafeDownCast(at->GetCurrentDataObject())) {
+      waiting.push_back(Countable::childrenOf(*block));
+      continue;
+    }
+    addLeaf(leaves, at->GetCurrentDataObject(), path, choice);
+    path.pop_back();
   }
   return leaves;
 }
@@ -117,23 +156,34 @@ Ptr<vtkDataSet> onePointOf(vtkDataSet& part)
   return one;
 }
 
+Ptr<vtkPolyData> withoutSeams(vtkPolyData& surface)
+{
+  const auto clean = make<vtkStaticCleanPolyData>();
+  clean->SetInputData(&surface);
+  clean->SetTolerance(0);
+  clean->ConvertPolysToLinesOff();
+  clean->ConvertLinesToPointsOff();
+  run(*clean, "assemble");
+  return clean->GetOutput();
+}
+
 Ptr<vtkDataSet> joined(std::vector<Ptr<vtkDataSet>> parts, bool hasSeams)
 {
   if (parts.size() == 1 && !hasSeams)
     return copyOf(*parts.front());
   for (Ptr<vtkDataSet>& part : parts)
     part = copyOf(*part);
-  if (parts.size() == 1)
-    parts.push_back(onePointOf(*parts.front()));
-  completeFields(parts);
   const bool isSurface = std::all_of(parts.begin(), parts.end(),
                                      [](vtkDataSet* part) { return vtkPolyData::SafeDownCast(part); });
+  if (!isSurface && parts.size() == 1)
+    parts.push_back(onePointOf(*parts.front()));
+  completeFields(parts);
   if (isSurface) {
     const auto append = make<vtkAppendPolyData>();
     for (vtkDataSet* part : parts)
       append->AddInputData(vtkPolyData::SafeDownCast(part));
     run(*append, "assemble");
-    return append->GetOutput();
+    return hasSeams ? withoutSeams(*append->GetOutput()) : Ptr<vtkPolyData>(append->GetOutput());
   }
   const auto append = make<vtkAppendFilter>();
   append->MergePointsOn();  // of parts that touch: values on points are then those of all cells round them
@@ -199,8 +249,7 @@ void numberCells(vtkDataSet& cells)
 
 void addRegion(Mesh& mesh, const Leaf& leaf)
 {
-  const bool isBetweenParts = leaf.name.starts_with("procBoundary");
-  if (leaf.name.empty() || isBetweenParts)
+  if (isOfNobody(leaf.name))
     return;
   Ptr<vtkPolyData> faces = surfaceOf(*leaf.data);
   const auto known = std::find_if(mesh.regions.begin(), mesh.regions.end(),
@@ -218,9 +267,23 @@ void addRegion(Mesh& mesh, const Leaf& leaf)
 
 }  // namespace
 
-std::shared_ptr<Mesh> assemble(vtkDataObject& data, bool hasSeams)
+void RegionChoice::sees(const std::vector<std::string>& path)
 {
-  const std::vector<Leaf> leaves = leavesOf(data);
+  for (const std::string& name : path)
+    if (!isOfNobody(name))
+      there.insert(name);
+}
+
+bool RegionChoice::takes(const std::vector<std::string>& path) const
+{
+  return wanted.empty() || std::any_of(path.begin(), path.end(), [this](const std::string& name) {
+           return wanted.contains(name);
+         });
+}
+
+std::shared_ptr<Mesh> assemble(vtkDataObject& data, bool hasSeams, RegionChoice& choice)
+{
+  const std::vector<Leaf> leaves = leavesOf(data, choice);
   int most = 0;
   for (const Leaf& leaf : leaves)
     most = std::max(most, leaf.dimension);

@@ -88,8 +88,33 @@ constexpr const char* kinds =
     ".vtu, .pvtu, .vtp, .vts, .vti, .vtr, .vtm, .vtk, .pvd, .stl, .ply, .case, .encas, .cgns, .foam, "
     "controlDict and directories of OpenFOAM cases";
 
+// "/solid/patch/inlet", as the reader calls it, lies in "solid" and is "inlet". A group of patches is none of its own.
+std::vector<std::string> foamPath(const std::string& selected)
+{
+  std::vector<std::string> path = orv::StringUtilities::stringToVector(selected, '/');
+  std::erase(path, std::string());
+  if (path.size() > 1 && path[path.size() - 2] == "group")
+    return {};
+  if (path.size() > 1 && path[path.size() - 2] == "patch")
+    path.erase(path.end() - 2);
+  return path;
+}
+
+// What is not wanted is not read.
+void choosePatches(vtkOpenFOAMReader& reader, RegionChoice& choice)
+{
+  reader.EnableAllPatchArrays();
+  for (int i = 0; !choice.wanted.empty() && i < reader.GetNumberOfPatchArrays(); ++i) {
+    const std::vector<std::string> path = foamPath(reader.GetPatchArrayName(i));
+    choice.sees(path);
+    if (!choice.takes(path))
+      reader.SetPatchArrayStatus(reader.GetPatchArrayName(i), 0);
+  }
+}
+
 // `control` when the case has been written elsewhere.
-Ptr<vtkAlgorithm> foamReader(const ReadOptions& options, const std::string& control = "")
+Ptr<vtkAlgorithm> foamReader(const ReadOptions& options, RegionChoice& choice,
+                             const std::string& control = "")
 {
   const auto reader = make<vtkPOpenFOAMReader>();
   reader->SetController(make<vtkDummyController>());
@@ -100,7 +125,7 @@ Ptr<vtkAlgorithm> foamReader(const ReadOptions& options, const std::string& cont
       !options.isDecomposed);  // values on points of parts are made when these are one
   reader->SkipZeroTimeOff();
   reading(options.file, [&reader] { runInformation(*reader, "readResults"); });
-  reader->EnableAllPatchArrays();
+  choosePatches(*reader, choice);
   reader->EnableAllCellArrays();
   reader->EnableAllPointArrays();
   return reader;
@@ -155,8 +180,10 @@ Ptr<vtkAlgorithm> readerOf(const ReadOptions& options)
   const std::string& file = options.file;
   requireFile(file);
   const std::string ending = endingOf(file);
-  if (isOpenFoam(file))
-    return foamReader(options);
+  if (isOpenFoam(file)) {
+    RegionChoice all;
+    return foamReader(options, all);
+  }
   if (ending == ".cgns")
     return cgnsReader(file);
   if (ending == ".vtk")
@@ -307,6 +334,8 @@ Ptr<vtkDataObject> readAt(const ReadOptions& options, vtkAlgorithm& reader, doub
     wanted.Set(vtkStreamingDemandDrivenPipeline::UPDATE_NUMBER_OF_PIECES(), Communicator::instance().size());
   }
   reading(options.file, [&reader] { run(reader, "readResults"); });
+  if (vtkGenericEnSightReader::SafeDownCast(&reader))
+    requireEnsightValues(options.file, *reader.GetOutputDataObject(0));
   return reader.GetOutputDataObject(0);
 }
 
@@ -324,14 +353,14 @@ Ptr<vtkDataObject> readCollected(const ReadOptions& options, double time, bool i
 }
 
 // Null without cells.
-std::shared_ptr<Mesh> assembled(const Ptr<vtkDataObject>& data, bool hasSeams)
+std::shared_ptr<Mesh> assembled(const Ptr<vtkDataObject>& data, bool hasSeams, RegionChoice& choice)
 {
-  const std::shared_ptr<Mesh> mesh = data ? assemble(*data, hasSeams) : nullptr;
+  const std::shared_ptr<Mesh> mesh = data ? assemble(*data, hasSeams, choice) : nullptr;
   return mesh && mesh->cells->GetNumberOfCells() > 0 ? mesh : nullptr;
 }
 
 // Null where this process has no part of it.
-std::shared_ptr<Mesh> readFoam(const ReadOptions& options, double time)
+std::shared_ptr<Mesh> readFoam(const ReadOptions& options, double time, RegionChoice& choice)
 {
   ReadOptions present = options;
   std::optional<ScratchFolder> apart;
@@ -344,8 +373,8 @@ std::shared_ptr<Mesh> readFoam(const ReadOptions& options, double time)
     return mesh;
   own.told([&] {
     const std::string control = controlDictOf(own.options().file);
-    const Ptr<vtkAlgorithm> reader = foamReader(options, control);
-    mesh = assembled(readAt(options, *reader, time, true), hasSeams(present, true));
+    const Ptr<vtkAlgorithm> reader = foamReader(options, choice, control);
+    mesh = assembled(readAt(options, *reader, time, true), hasSeams(present, true), choice);
     if (!mesh)
       return;
     const FoamFields fields = foamFields(control, time, options.isDecomposed);
@@ -355,16 +384,38 @@ std::shared_ptr<Mesh> readFoam(const ReadOptions& options, double time)
   return mesh;
 }
 
+// Each process may have some of them.
+void requireRegions(const ReadOptions& options, const RegionChoice& choice)
+{
+  if (options.regions.empty())
+    return;
+  std::set<std::string> there;
+  for (const std::string& each : exchanged("regions", join({choice.there.begin(), choice.there.end()}, "\n")))
+    for (const std::string& name : orv::StringUtilities::stringToVector(each, '\n'))
+      there.insert(name);
+  there.erase("");
+  for (const std::string& name : options.regions) {
+    if (there.empty())
+      fail("readResults",
+           orv::_("Region '%s' is not in results file '%s': it has no regions.", name, options.file));
+    if (!there.contains(name))
+      fail("readResults", orv::_("Region '%s' is not in results file '%s': there are %s.", name, options.file,
+                                 join({there.begin(), there.end()})));
+  }
+}
+
 std::shared_ptr<Mesh> readNew(const ReadOptions& options, double time)
 {
   const bool isPiece = areInPieces(options);
+  RegionChoice choice{options.regions, {}};
   std::shared_ptr<Mesh> mesh;
   if (isOpenFoam(options.file))
-    mesh = readFoam(options, time);
+    mesh = readFoam(options, time, choice);
   else if (endingOf(options.file) == ".pvd")
-    mesh = assembled(readCollected(options, time, isPiece), hasSeams(options, isPiece));
+    mesh = assembled(readCollected(options, time, isPiece), hasSeams(options, isPiece), choice);
   else
-    mesh = assembled(readAt(options, *readerOf(options), time, isPiece), hasSeams(options, isPiece));
+    mesh = assembled(readAt(options, *readerOf(options), time, isPiece), hasSeams(options, isPiece), choice);
+  requireRegions(options, choice);
   mesh = shared(mesh, isPiece);
   if (!mesh)
     fail("readResults", orv::_("Results file '%s' holds no cells.", options.file));
@@ -492,7 +543,9 @@ std::vector<double> timesIn(const ReadOptions& options)
 std::shared_ptr<const Mesh> readMesh(const ReadOptions& options, double time)
 {
   orv::ResultKey key = keyOf(options, "readMesh", time);
-  key.addAll(time, options.scale);
+  key.addAll(time, options.scale, options.regions.size());
+  for (const std::string& name : options.regions)
+    key.add(name);
   for (const auto& [name, units] : options.units)
     key.addAll(name, units);
   return remembered<Mesh>(key, "readMesh", options.file, [&](Making& making) {

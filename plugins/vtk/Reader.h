@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -16,9 +17,10 @@ class ScratchFolder;
 
 struct ReadOptions {
   std::string file;
-  bool isDecomposed = false;  // of an OpenFOAM case
-  double scale = 1;           // lengths in the file times this are metres
-  Units units;                // of variables, over those that the file tells
+  bool isDecomposed = false;      // of an OpenFOAM case
+  double scale = 1;               // lengths in the file times this are metres
+  Units units;                    // of variables, over those that the file tells
+  std::set<std::string> regions;  // that are read, by name; all when it is empty
 };
 
 // The times that a file has, in ascending order; none for one that knows no time. Throws file::error for a file that
@@ -53,11 +55,26 @@ struct FoamFields {
 };
 FoamFields foamFields(const std::string& controlDict, double time, bool isDecomposed);
 
+// ---- Of EnSight cases
+
+// Throws data::invalid when a text file of a variable, for all times, has fewer values than the mesh needs below one of
+// its headings. Of other files of variables it says nothing.
+void requireEnsightValues(const std::string& file, vtkDataObject& data);
+
 // ---- Inside
 
-// One piece of all the cells of what was read, with the regions that stand beside them. Where it has seams, one block was
+// Which of a file's blocks, zones, parts and patches are wanted, and the names of all that it has. What stands within a
+// block that is wanted is wanted.
+struct RegionChoice {
+  std::set<std::string> wanted;  // all when it is empty
+  std::set<std::string> there;
+  void sees(const std::vector<std::string>& path);  // of a block, from the outermost round it
+  bool takes(const std::vector<std::string>& path) const;
+};
+
+// One piece of all the wanted cells of what was read, with the regions that stand beside them. Where it has seams, one block was
 // put together of parts, whose common points it has several times.
-std::shared_ptr<Mesh> assemble(vtkDataObject& data, bool hasSeams);
+std::shared_ptr<Mesh> assemble(vtkDataObject& data, bool hasSeams, RegionChoice& choice);
 void scaleLengths(Mesh& mesh, double factor);
 
 }  // namespace results

@@ -43,7 +43,12 @@ ReadOptions optionsOf(const KSLObject& object)
   const double scale = object.getQuantityValue("Scale Factor").convertTo("");
   if (!(scale > 0))
     fail("readResults", orv::_("The scale factor of %s is not above 0.", object.getPath()));
-  return {text(object, "Results File"), text(object, "Case Type") == "Decomposed", scale, unitsOf(object)};
+  const std::vector<std::string> regions = items(object, "Regions");
+  return {text(object, "Results File"),
+          text(object, "Case Type") == "Decomposed",
+          scale,
+          unitsOf(object),
+          {regions.begin(), regions.end()}};
 }
 
 std::string timesText(const std::vector<double>& times)

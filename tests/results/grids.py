@@ -107,11 +107,16 @@ def pvtu(file, pieces=1):
         + "".join(f'<Piece Source="{pathlib.Path(name).name}"/>' for name in names) + "</PUnstructuredGrid></VTKFile>\n")
 
 
-def vtm(file):
-    vtu(str(file) + ".block.vtu")
+def vtm(file, blocks=1):
+    """One block "inside", or the cells in `left` and `right`."""
+    name = pathlib.Path(file).name + ".block"
+    width = SIZE[0] // blocks
+    for n in range(blocks):
+        vtu(f"{file}.block{n or ''}.vtu", part=[c for c in range(len(cells())) if c % SIZE[0] // width == n])
+    sets = "".join(f'<DataSet index="{n}" name="{block}" file="{name}{n or ""}.vtu"/>'
+                   for n, block in enumerate(("left", "right") if blocks == 2 else ("inside",)))
     pathlib.Path(file).write_text('<VTKFile type="vtkMultiBlockDataSet" version="1.0"><vtkMultiBlockDataSet>'
-                                  f'<DataSet index="0" name="inside" file="{pathlib.Path(file).name}.block.vtu"/>'
-                                  "</vtkMultiBlockDataSet></VTKFile>\n")
+                                  f"{sets}</vtkMultiBlockDataSet></VTKFile>\n")
 
 
 def pvd(file, times=(0,)):

@@ -234,6 +234,45 @@ class ResultsTest(unittest.TestCase):
                 self.assertIn("Results file 'collated' cannot be read: " + says if "/" in says else says, said)
                 self.assertEqual(said.count("error["), 1)
 
+    def test_only_the_regions_that_are_asked_for_are_read(self):
+        grids.vtm(self.folder / "g.vtm", blocks=2)
+        grids.ensight(self.folder / "g.case")
+        grids.cgns(self.folder / "g.cgns")
+        grids.foam(self.folder / "case")
+        grids.foam(self.folder / "apart", parts=2)
+        for case in ("case", "apart"):  # so that it is seen whose values these are
+            for file in self.folder.glob(f"{case}/**/1/p"):
+                file.write_text(re.sub(r"(ends\n{\n type )zeroGradient", r"\1fixedValue; value uniform 9", file.read_text()))
+        for file, regions, cells, there in (
+                ("g.vtm", "", 16, None), ("g.vtm", "right", 8, None), ("g.vtm", "right, left", 16, None), ("g.vtm", "wall", None, "left, right"),
+                ("g.case", "inside", 16, None), ("g.case", "inside, wall", None, "inside"), ("g.cgns", "inside", 16, None),
+                ("g.cgns", "wall", None, "Base, "), ("case", "ends", 8, None), ("case", "internalMesh", 16, None), ("case", "sides, internalMesh", 16, None),
+                ("case", "wall", None, "ends, internalMesh, sides"), ("apart", "internalMesh", 16, None), ("apart", "ends", 8, None),
+                ("apart", "wall", None, "ends, internalMesh, sides"), ("grid.vtk", "wall", None, "")):
+            with self.subTest(file=file, regions=regions):
+                kind = "Case Type = Decomposed\n" if file == "apart" else ""
+                text = f"RESULTS:\nResults File = {file}\n{kind}Regions = {regions}\nEND\n"
+                if cells is None:
+                    said = self.ksl(text, status=1).stderr
+                    wanted = f": there are {there}" if there else ": it has no regions."
+                    self.assertIn(f"Region 'wall' is not in results file '{file}'{wanted}", said)
+                    self.assertEqual((said.count("error["), "object /RESULTS:RESULTS" in said), (1, True))
+                    continue
+                found = subprocess.run([KSL, "get", "--library", str(LIBRARY), "RESULTS", "Cell Count,Region List", "-f", "-"], cwd=self.folder,
+                                       input=text, capture_output=True, text=True).stdout
+                self.assertEqual(re.findall(r"Cell Count +(\d+)", found), [str(cells)])
+                self.assertEqual(re.findall(r"Region List +(.*)", found), ["Boundary, sides" if "sides," in regions else "Boundary"])
+        ends = "RESULTS:\nResults File = case\nRegions = ends\nEND\n"
+        self.assertAlmostEqual(self.integral("Average", "PATCH: c\nEND\n", "Variable = p\n", grid=ends), 9, places=6)
+        for kind, case in (("case", "Reconstructed"), ("apart", "Decomposed")):
+            faces = f"RESULTS:\nResults File = {kind}\nCase Type = {case}\nRegions = ends, sides\nEND\n"
+            self.assertAlmostEqual(self.value("INTEGRAL: x\nOption = Area\nLocation = RESULTS\nEND\n", grid=faces), 10, places=7)
+        # Another choice is another result; the one before comes back.
+        text = "INTEGRAL: x\nOption = Volume\nLocation = RESULTS\nEND\n"
+        half = "RESULTS:\nResults File = g.vtm\nRegions = left\nEND\n"
+        for later, wanted in (((), 1), (("RESULTS:\nRegions =\nEND\n",), 2), (("RESULTS:\nRegions =\nEND\n", ">undo\n"), 1)):
+            self.assertAlmostEqual(self.value(text, *later, grid=half), wanted, places=7)
+
     def test_files_that_are_written_again_are_read_again(self):
         case = grids.foam(self.folder / "case")
         grids.pvtu(self.folder / "g.pvtu")
@@ -297,6 +336,13 @@ class ResultsTest(unittest.TestCase):
         (self.folder / "cut.cgns").write_bytes((self.folder / "g.cgns").read_bytes()[:5000])
         (self.folder / "cut.vtk").write_text((self.folder / "grid.vtk").read_text()[:1200])
         (self.folder / "cut.ply").write_text("ply\n")
+        for name, variable, text in (("node", "p", ""), ("vector", "U", ""), ("element", "p", "hexa8\n" + 15 * " 1.00000e+00\n")):
+            grids.ensight(self.folder / f"{name}.case")
+            values = self.folder / f"{name}.{variable}"
+            whole = values.read_text()
+            values.write_text(whole[:whole.index("coordinates")] + text if text else whole[:-13 * 5])
+            for case in [self.folder / "element.case"] if text else ():
+                case.write_text(case.read_text().replace("scalar per node", "scalar per element"))
         good = self.grid + self.CUT + self.MADE + "INTEGRAL: i\nOption = Flux\nLocation = c\nVariable = U\nEND\n"
         for text, says in (
                 ("RESULTS:\nResults File = gird.vtk\nEND\n", "'gird.vtk' cannot be read: No such file"),
@@ -309,6 +355,9 @@ class ResultsTest(unittest.TestCase):
                 ("RESULTS:\nResults File = cut.cgns\nEND\n", "'cut.cgns' cannot be read: File-open error"),
                 ("RESULTS:\nResults File = cut.vtk\nEND\n", "'cut.vtk' cannot be read: Error reading ascii data"),
                 ("RESULTS:\nResults File = cut.ply\nEND\n", "'cut.ply' cannot be read: It is damaged, or of another kind."),
+                ("RESULTS:\nResults File = node.case\nEND\n", "File 'node.p' of 'node.case' is damaged: part 1 has 40 of its 45 values."),
+                ("RESULTS:\nResults File = vector.case\nEND\n", "File 'vector.U' of 'vector.case' is damaged: part 1 has 130 of its 135 values."),
+                ("RESULTS:\nResults File = element.case\nEND\n", "File 'element.p' of 'element.case' is damaged: part 1 has 15 of its 16 values."),
                 ("RESULTS:\nResults File = g.vtu\nTime = 2 [s]\nEND\n", "nothing at time 2 [s]: it tells no times."),
                 ("RESULTS:\nResults File = g.vtu\nEND\nINTEGRAL: i\nTime List = 2 [s]\nEND\n", "/INTEGRAL:i has a Time List, and its results tell no"),
                 ("RESULTS:\nScale Factor = 0\nEND\n", "scale factor of /RESULTS:RESULTS is not above 0"),

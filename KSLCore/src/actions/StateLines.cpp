@@ -34,7 +34,7 @@ constexpr bool isSpecial(char c)
   return c < ' ' || c > '~' || c == '#' || c == '{' || c == '\\';
 }
 
-std::uint64_t wordAt(std::string_view text, std::size_t at)
+std::uint64_t charactersAt(std::string_view text, std::size_t at)
 {
   std::uint64_t word = 0;
   std::memcpy(&word, text.data() + at, sizeof word);
@@ -69,7 +69,7 @@ bool isSimple(std::string_view text)
   }
   const std::size_t last = text.size() - step;
   for (std::size_t i = 1;; i = std::min(i + step, last)) {
-    if (!areSimple(wordAt(text, i), wordAt(text, i - 1)))
+    if (!areSimple(charactersAt(text, i), charactersAt(text, i - 1)))
       return false;
     if (i == last)
       return true;
